@@ -1,0 +1,15 @@
+# The client itself: the spine in src/main.cpp on top of all layers, its resources and translations, and the tree that
+# `cmake --install` lays down.
+if(EXISTS ${CMAKE_SOURCE_DIR}/src/main.cpp)
+  file(GLOB resources CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/resources/*.qrc)
+  add_executable(VandrelQN src/main.cpp ${resources})
+  target_link_libraries(VandrelQN PRIVATE vn_view)
+  install(TARGETS VandrelQN RUNTIME DESTINATION .)
+  if(EXISTS ${CMAKE_SOURCE_DIR}/translations/zh_en.ts)
+    set_source_files_properties(translations/zh_en.ts PROPERTIES OUTPUT_LOCATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+    qt5_add_translation(qm translations/zh_en.ts)
+    add_custom_target(translations ALL DEPENDS ${qm})
+    add_dependencies(VandrelQN translations)
+    install(FILES ${qm} DESTINATION .)
+  endif()
+endif()

@@ -1,0 +1,55 @@
+#pragma once
+// Everything that touches the operating system, for Qt code: a thin skin over common/platform. Static, without state,
+// any thread. Failures give an empty value or false; nothing here shows a dialog but rootPath's message.
+#include <QJsonObject>
+#include <QList>
+#include <QPair>
+#include <QString>
+#include <QVariant>
+#include <functional>
+
+class VFunc
+{
+public:
+    // The current user's settings hive (POSIX: an INI file under the XDG config folder).
+    static QVariant regGet(const QString &key, const QString &name);
+    static void regSet(const QString &key, const QString &name, const QVariant &value);
+    static bool delHKCU(const QString &key, const QString &name);
+    static bool setHKCU(const QString &key, const QString &name, const QString &text);
+
+    // Elevated run, waits at most 5000 ms: 1 started, -1 the user refused or it can't be started.
+    static int runAs(const QString &file, const QString &params);
+    static bool existProcess(const QString &name);
+    static bool killProcess(const QString &name);
+    // Ends a child and all that it started. True when none of them is left.
+    static bool killTree(qint64 pid);
+    static bool removeDir(const QString &path);
+    static QJsonObject machineReport(); // body of 10310; blocks while WMI or a tool answers
+    static void setScreenSize(int w, int h);
+
+    // Bytes free for this user on the volume that holds path (or its nearest existing parent); -1 on failure.
+    static qint64 freeSpace(const QString &path);
+    // Makes path with this size: 0 good, -1 open failed, -2 size failed (the file is deleted on failure).
+    static int createFixedSizeFile(const QString &path, qint64 size);
+    // Bytes written so far are on the medium when it returns true. fd: QFile::handle().
+    static bool syncFile(int fd);
+    // Writes the whole content under another name, syncs, renames over path: old or new, never half.
+    static bool writeWhole(const QString &path, const QByteArray &content);
+    static bool openFolder(const QString &path); // in the system's file manager
+
+    // Local result folder of a task. obj: the keys of a 10805 row set or 10800 reply (clientResultRootPath,
+    // resultRootPathEnum, softwareType, num, missionName or name, projectName, projectId, resultMiddleRulePath,
+    // createTime or time, extraConfig). An empty text when the root doesn't exist; the window is then told (rootMsg).
+    static QString rootPath(const QJsonObject &obj, bool create);
+    // Who answers "output path of this project for this software" (resultRootPathEnum 1); set by the transfer layer.
+    using ProjectOutput = std::function<QString(int projectId, const QString &projectName, int softwareType)>;
+    static void setProjectOutput(ProjectOutput lookup);
+
+    // Software type of a scene by its ending: 1 .ma .mb, 3 .max, 4 .hip (.hipnc .hiplc), 5 .c4d, 6 .skp, 7 .project,
+    // 8 .tgd; 0 unknown. endings(type) gives the list, softwareName(type) the display name.
+    static int softwareTypeOf(const QString &path);
+    static QStringList endings(int softwareType);
+    static QString softwareName(int softwareType);
+    // Shortcuts followed as long as there is a target; rings end at the path where they close.
+    static QString followLinks(const QString &path);
+};

@@ -1,0 +1,55 @@
+#pragma once
+// What the session's handlers offer to each other and to windows, each through its Seam. All run on the handler's own
+// thread; a call to a handler that isn't there is dropped.
+#include "common/Seam.h"
+#include "db/Records.h"
+#include <QJsonObject>
+#include <QString>
+
+// ResolveHandler.
+class ResolveCalls
+{
+public:
+    virtual ~ResolveCalls() = default;
+    virtual void addFile(QList<db_resolve> list) = 0;
+    virtual void reAddFile(qlonglong srcKey) = 0;
+    virtual void readFile(int page, int pageSize, QString search) = 0;
+    virtual void delResolve(qlonglong rkey) = 0;
+    virtual void delResolveByTask(int missionId) = 0; // the server no longer takes the order's files (1070006)
+    virtual void paraSet(qlonglong rkey) = 0;
+    // type: 0 pause analysis, 1 resume analysis, 2 pause upload, 3 resume upload. order wins over rkey when not empty.
+    virtual void changeResolveState(qlonglong rkey, int type, QString order) = 0;
+    virtual void saveDataSet(db_resolve res) = 0;
+    virtual void commitResolve(qlonglong rkey, bool batch, QString order) = 0;
+    virtual void seeError(int type, qlonglong rkey) = 0;
+    virtual void reswait(int type) = 0;
+    // A file of the order is on the farm: counts one file and its bytes.
+    virtual void fileOk(QString order, qlonglong size) = 0;
+};
+
+// UpHandler.
+class UpCalls
+{
+public:
+    virtual ~UpCalls() = default;
+    virtual void pauseUp(QString order, int missid, int isDel, bool clear) = 0;
+    virtual void delUp(QString order, int mid) = 0;
+    virtual void reUp(QString order) = 0;
+    virtual void readFile(QString order, int page) = 0; // the store answers with UploadDAO::allFile
+};
+
+// DownHandler.
+class DownCalls
+{
+public:
+    virtual ~DownCalls() = default;
+    virtual void missionResult(int mid, bool autoRes, bool isBatch) = 0;
+    virtual void coverResult(int mid, int cover) = 0; // 0 all, 1 only what isn't there, 2 cancelled
+    virtual void resultPush(QJsonObject obj) = 0;     // push 10413
+    virtual void readFile(int page) = 0;              // the store answers with DownloadDAO::miss
+    virtual void readMissionFile(qlonglong missPri, int page) = 0; // ... with DownloadDAO::allFile
+    virtual void reDown(qlonglong missPri) = 0;
+    virtual void pauseDown(qlonglong missPri) = 0;
+    virtual void delDown(qlonglong missPri) = 0;
+    virtual void priDown(qlonglong missPri) = 0;
+};

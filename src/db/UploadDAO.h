@@ -1,0 +1,48 @@
+#pragma once
+// The store of order uploads: qnfileUpload.db, one row a file that isn't on the farm yet; success deletes the row.
+// Also the hub that feeds the transfer page: workers tell the store, the store tells the page. Singleton, any thread.
+#include "db/Records.h"
+#include "db/Store.h"
+
+class UploadDAO : public Store
+{
+    Q_OBJECT
+public:
+    static UploadDAO *instance();
+    bool open(const QString &userDir); // every row becomes waiting (10) but those given up (30)
+    void releaseUp();
+
+    QList<db_upfile> readPage(const QString &order, int page); // 30 rows; emits allFile, clear on page 0
+    // Adds an order's rows in one transaction; a row that stands already is left. pri 0 gets a unique one. Returns the
+    // count of rows of the order afterwards, -1 on failure (nothing was added then).
+    int addOrder(const QList<db_upfile> &files);
+    bool setId(const QString &order, const QString &lpath, int id);
+    QList<db_upfile> nextWaiting(const QString &order, const QList<qlonglong> &running, int limit);
+    bool setState(qlonglong pri, int state, int error); // error is written only with state 13 and 30
+    bool remove(qlonglong pri);
+    bool remove(const QList<qlonglong> &pris);
+    bool removeOrder(const QString &order);
+    bool setMeasure(const db_upfile &file);             // hash, modtime, size
+    bool setHash(const db_upfile &file);
+    int count(const QString &order);                    // -1 on failure
+    int countFailed(const QString &order);              // 13 and 30
+    bool reUp(const QString &order);                    // 10 on the rows in 11, 13, 30
+    bool resetLeftBehind(const QString &order, const QList<qlonglong> &running); // 11 and 50 of a former run to 10
+    QStringList orders();                               // that have rows
+    // Progress only; no SQL.
+    void tellState(qlonglong pri, int state, int error) { emit fileStateChanged(pri, state, error); }
+    void tellSpeed(qlonglong pri, qlonglong upped, qlonglong size, qlonglong speed) { emit fileSpeedChanged(pri, upped, size, speed); }
+    void tellRefresh() { emit refreshAll(); }
+    void tellOrderCleared(const QString &order) { emit fileDeletedByOrder(order); }
+
+signals:
+    void allFile(QList<db_upfile> list, bool clear);
+    void fileDeleted(QString key); // the row's pri in decimal
+    void fileDeletedByOrder(QString order);
+    void fileStateChanged(qlonglong pri, int state, int error);
+    void fileSpeedChanged(qlonglong pri, qlonglong upped, qlonglong size, qlonglong speed);
+    void refreshAll();
+
+private:
+    UploadDAO();
+};

@@ -1,0 +1,15 @@
+#pragma once
+// user.db in <AllUser>: one row per brand with the JSON text that the login page handed over. Singleton, any thread.
+#include "db/Store.h"
+
+class UserDAO : public Store
+{
+    Q_OBJECT
+public:
+    static UserDAO *instance();
+    QString info(const QString &third);                       // empty when there is none
+    bool saveInfo(const QString &third, const QString &info); // replaces the brand's row
+
+private:
+    UserDAO();
+};

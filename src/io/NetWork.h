@@ -1,0 +1,102 @@
+#pragma once
+// The REST client: one access manager on the main thread, the client's headers on every request, replies delivered on
+// the asking thread (which needs an event loop) if its guard lives. Also the address and access token of each farm.
+#include <QHash>
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QMetaType>
+#include <QMutex>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QObject>
+#include <QPointer>
+#include <QThread>
+#include <functional>
+
+struct Request {
+    QString url;
+    QByteArray byte;
+    int timeout = 0; // seconds, 0 none
+    QString contentType;              // empty: "application/json" on npost and nput
+    QList<QPair<QByteArray, QByteArray>> headers; // beside those of setHead
+    bool bareAddress = false;         // no client headers at all (other seats of the local network)
+    QPointer<QObject> guard;          // of npost
+};
+
+// What came back. A body that isn't JSON leaves the fields at 0 and keeps raw.
+struct FuncBody {
+    int result = 0, code = 0;
+    QString msg;
+    QJsonObject data;   // "data" as object
+    QJsonArray array;   // "data" as array
+    QString error;      // empty on success; "NetworkError:...", "HttpError:...", "time out:..."
+    int httpStatus = 0;
+    QByteArray raw;     // the whole body
+    QJsonObject object; // the whole JSON object
+    bool ok() const { return error.isEmpty(); }
+};
+using FuncBack = std::function<void(Request req, FuncBody rep)>;
+Q_DECLARE_METATYPE(FuncBack)
+Q_DECLARE_METATYPE(Request)
+Q_DECLARE_METATYPE(FuncBody)
+
+class BackFuncTool : public QObject
+{
+    Q_OBJECT
+public:
+    FuncBack func;
+    QPointer<QObject> guard;
+    Q_INVOKABLE void beginBack(Request req, FuncBody rep);
+};
+
+class NetWork : public QObject
+{
+    Q_OBJECT
+public:
+    static NetWork *instance(); // first call on the main thread
+    static void destroy();
+
+    // From any thread; they only post. The guard is the object whose death silences the reply.
+    void nget(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutSeconds = 0);
+    void nget(Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo);
+    void npost(Request req, FuncBack func, QThread *backTh);
+    void ndel(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo);
+    void nput(QString url, QByteArray byte, FuncBack func, QThread *backTh, QPointer<QObject> qo);
+
+    // Farm addresses. skydriveUrl blocks the calling thread's flow in a nested event loop (2 s, slave 12 s), never the
+    // main thread's users: call it from handler threads. Empty when the farm can't be found out.
+    QString skydriveUrl(int farmId);           // "<addr>/skydrive"
+    QString accessToken(int farmId);           // accessToken of 11100, for X-BRONTEL-ACCESS-TOKEN; empty: unknown
+    // The role token of the farm (a UUID), from <addr>/storage-secret-token/role; cached; nested loop, 5 s.
+    QString roleToken(int farmId);
+    // Host (already an IP where it resolves) and port of the farm's file server from /bs/farm/<id>; nested loop, 5 s.
+    struct FarmHost { QString domain, ip; int port = 0; bool known() const { return port > 0; } };
+    FarmHost farmHost(int farmId);
+    void clearFarm(int farmId);   // code 203
+    void clearFarms();            // the 20-minute renewal, logout
+    void forgetTokens();          // re-login: the tokens; forgetDrives(): the addresses too
+    void forgetDrives();
+
+signals:
+    void reLogin(int reason); // a 401 with header "status"
+
+private slots:
+    void replyFinished(QNetworkReply *reply);
+    void handReplay(QNetworkReply *reply, int timeout);
+
+private:
+    NetWork();
+    struct Pending { FuncBack func; QPointer<QThread> thread; QPointer<QObject> guard; Request request; int number = 0; };
+    void start(int verb, Request req, FuncBack func, QPointer<QThread> th, QPointer<QObject> qo);
+    void setMap(QNetworkReply *reply, const Pending &entry);
+    void setHead(QNetworkRequest &request, const Request &req, bool json);
+
+    QNetworkAccessManager *m_manager = nullptr;
+    int m_count = 0;
+    QHash<QNetworkReply *, Pending> m_pending;
+    mutable QMutex m_farmMutex;                 // the maps below are read on handler threads too
+    QHash<int, QString> m_driveUrls;            // farm -> "<addr>/skydrive"
+    QHash<QString, QString> m_accessTokens;     // address -> access token
+    QHash<int, QString> m_roleTokens;
+    QHash<int, FarmHost> m_farmHosts;
+};

@@ -1,0 +1,17 @@
+#pragma once
+// Shared main of the test binaries. A test file declares one or more QObject classes with private slots, ends with
+//   VN_TEST(TestOfSomething)
+//   #include "tst_something.moc"
+// and TestMain.cpp runs them all. HOME and the XDG folders point into a temporary folder before anything runs, so that
+// a test never sees or leaves files of the person who runs it. Arguments are passed to every class (-functions lists).
+#include <QtTest>
+#include <functional>
+
+using TestMaker = std::function<QObject *()>;
+int addTestClass(const char *name, TestMaker maker);
+#define VN_TEST(Class) static const int registered_##Class = addTestClass(#Class, [] { return static_cast<QObject *>(new Class); });
+
+// The temporary folder that stands for HOME in this run; gone when the binary ends.
+QString testHome();
+// The folder of real scene files that the environment variable VN_SCENES names, or an empty text where this machine has none.
+QString sceneFolder();
