@@ -1,0 +1,218 @@
+"""A farm and a client of their own, in a folder of their own: what the demonstration and the stories stand on.
+
+Everything lives below one folder: the farm's state, the client's HOME, its results. The farm listens on a loopback
+address of its own, so that several rigs run side by side although the business port is fixed. Every process is started
+and ended by its id.
+"""
+import json
+import os
+import random
+import signal
+import socket
+import sqlite3
+import subprocess
+import time
+import urllib.error
+import urllib.request
+
+
+class Failure(Exception):
+    pass
+
+
+def free_port(address):
+    with socket.socket() as probe:
+        probe.bind((address, 0))
+        return probe.getsockname()[1]
+
+
+def wait_for(what, seconds, test, step=0.05):
+    """Polls test() until it gives something true; Failure names what was waited for."""
+    end = time.monotonic() + seconds
+    while True:
+        found = test()
+        if found:
+            return found
+        if time.monotonic() > end:
+            raise Failure('waited %d s for %s' % (seconds, what))
+        time.sleep(step)
+
+
+class Rig:
+    def __init__(self, tree, folder, platform='offscreen', farm_options=(), client_words=('notupdate',)):
+        self.tree, self.folder, self.platform = os.path.abspath(tree), os.path.abspath(folder), platform
+        self.farm_options, self.client_words = list(farm_options), list(client_words)
+        self.home = os.path.join(self.folder, 'home')
+        self.program = os.path.join(self.folder, 'program')
+        self.data = os.path.join(self.home, '.local/share/VandrelQN')
+        os.makedirs(self.program, exist_ok=True)
+        os.makedirs(os.path.join(self.data, 'AllUser'), exist_ok=True)
+        self.address = self._free_address()
+        self.api_port = free_port('127.0.0.1')
+        self.farm = self.client = None
+        self.http = None
+        # The client runs from a copy, so that its service.ini names this rig's farm.
+        for name in os.listdir(self.tree):
+            if name in ('VandrelQN', 'zh_en.qm', 'scripts', 'web') and not os.path.lexists(os.path.join(self.program, name)):
+                source = os.path.join(self.tree, name)
+                if name == 'VandrelQN':
+                    os.link(source, os.path.join(self.program, name)) if self._same_disk(source) else self._copy(source)
+                else:
+                    os.symlink(source, os.path.join(self.program, name))
+        config = os.path.join(self.data, 'AllUser', 'config.ini')
+        if not os.path.exists(config):
+            with open(config, 'w') as out:
+                out.write('[Server]\nclientPort=%d\n' % self.api_port)
+
+    def _same_disk(self, source):
+        return os.stat(source).st_dev == os.stat(self.program).st_dev
+
+    def _copy(self, source):
+        import shutil
+        shutil.copy2(source, self.program)
+
+    @staticmethod
+    def _free_address():
+        for address in ['127.0.0.1'] + ['127.%d.%d.%d' % (random.randrange(1, 250), random.randrange(1, 250), random.randrange(2, 250))
+                                        for _ in range(50)]:
+            try:
+                with socket.socket() as probe:
+                    probe.bind((address, 29909))
+                    return address
+            except OSError:
+                continue
+        raise Failure('port 29909 is taken on every loopback address')
+
+    # --- the farm
+
+    def start_farm(self):
+        command = [os.path.join(self.tree, 'localfarm'), '--dir', os.path.join(self.folder, 'farm'), '--address', self.address,
+                   '--http-port', str(self.http or 0), '--file-port', '0', '--print-ports'] + self.farm_options
+        log = open(os.path.join(self.folder, 'farm.log'), 'ab')
+        self.farm = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, stdin=subprocess.DEVNULL,
+                                     env=dict(os.environ, QT_QPA_PLATFORM='offscreen'))
+        log.close()
+        line = self.farm.stdout.readline()
+        if not line:
+            raise Failure('the farm did not start, see %s/farm.log' % self.folder)
+        self.ports = json.loads(line)
+        self.http = self.ports['http']
+        with open(os.path.join(self.program, 'service.ini'), 'w') as out:
+            base = 'http://%s:%d' % (self.address, self.http)
+            out.write('[server]\nqnbs=%s\nbs=%s\nlogin="%s?auto=1"\nupdate=%s\n' % (base, base, base, base))
+        return self.ports
+
+    def fault(self, name, value):
+        urllib.request.urlopen('http://%s:%d/farm/fault?name=%s&value=%s' % (self.address, self.http, name, value), timeout=10).read()
+
+    # --- the client
+
+    def start_client(self):
+        env = dict(os.environ, HOME=self.home, XDG_DATA_HOME=self.home + '/.local/share', XDG_CONFIG_HOME=self.home + '/.config',
+                   XDG_CACHE_HOME=self.home + '/.cache', QT_QPA_PLATFORM=self.platform, NO_PROXY='*', no_proxy='*')
+        env.setdefault('XDG_RUNTIME_DIR', self.folder)
+        log = open(os.path.join(self.folder, 'client.log'), 'ab')
+        self.client = subprocess.Popen([os.path.join(self.program, 'VandrelQN')] + self.client_words, stdout=log, stderr=log,
+                                       stdin=subprocess.DEVNULL, env=env, cwd=self.folder)
+        log.close()
+        return self.client
+
+    def api(self, path, body=None, timeout=30):
+        """POSTs to the client's local API; the reply's object, or None while nobody answers."""
+        data = b'' if body is None else json.dumps(body).encode()
+        request = urllib.request.Request('http://127.0.0.1:%d%s' % (self.api_port, path), data=data, method='POST')
+        try:
+            with urllib.request.urlopen(request, timeout=timeout) as reply:
+                return json.loads(reply.read().decode('utf-8'))
+        except (OSError, ValueError, urllib.error.URLError):
+            return None
+
+    def alive(self):
+        if self.client and self.client.poll() is not None:
+            raise Failure('the client ended with %s, see %s/client.log' % (self.client.returncode, self.folder))
+        return True
+
+    def wait_login(self, seconds=60):
+        return wait_for('the login', seconds, lambda: self.alive() and (self.api('/account') or {}).get('result') == 1 and self.user_dir(), 0.2)
+
+    def user_dir(self):
+        for name in os.listdir(self.data):
+            if name.isdigit():
+                return os.path.join(self.data, name)
+        return None
+
+    def choices(self, software_type=8):
+        """Project, environment and machine for a hand-over, the first ones that the farm offers."""
+        project = self._first(self.api('/project'), 'projects')
+        env = self._first(self.api('/env?projectId=%d&softwareType=%d' % (project['id'], software_type)), 'combos')
+        machine = self._first(self.api('/machine?projectId=%d&farmId=0' % project['id']), 'machines')
+        return {'project': {'id': project['id'], 'name': project['name']}, 'env': env, 'machine': machine}
+
+    @staticmethod
+    def _first(reply, key):
+        """The first object of the list called key, wherever in the reply it stands."""
+        waiting = [reply]
+        while waiting:
+            value = waiting.pop(0)
+            if isinstance(value, dict):
+                if isinstance(value.get(key), list) and value[key]:
+                    return value[key][0]
+                waiting.extend(value.values())
+            elif isinstance(value, list):
+                waiting.extend(value)
+        raise Failure('no %s in %s' % (key, json.dumps(reply, ensure_ascii=False)[:300]))
+
+    def analyse(self, scenes, parameter):
+        reply = self.api('/model/analysis', {'scenes': scenes, 'parameter': parameter})
+        if not reply or reply.get('result') != 1:
+            raise Failure('the client refused the scenes: %s' % reply)
+        return reply
+
+    def rows(self, database, sql, values=()):
+        """Rows of one of the account's stores, read only; [] while the file isn't there."""
+        path = os.path.join(self.user_dir() or '', database)
+        if not os.path.exists(path):
+            return []
+        link = sqlite3.connect('file:%s?mode=ro' % path, uri=True, timeout=10)
+        try:
+            return link.execute(sql, values).fetchall()
+        except sqlite3.OperationalError:
+            return []
+        finally:
+            link.close()
+
+    def result_files(self):
+        found = {}
+        for at, _, names in os.walk(os.path.join(self.home, 'ResultQN')):
+            for name in names:
+                found[os.path.relpath(os.path.join(at, name), os.path.join(self.home, 'ResultQN'))] = os.path.join(at, name)
+        return found
+
+    # --- ends
+
+    @staticmethod
+    def _end(process, how=signal.SIGTERM, seconds=15):
+        if process and process.poll() is None:
+            process.send_signal(how)
+            try:
+                process.wait(seconds)
+            except subprocess.TimeoutExpired:
+                process.kill()
+                process.wait()
+                return False
+        return True
+
+    def kill_client(self):
+        self._end(self.client, signal.SIGKILL)
+
+    def kill_farm(self):
+        self._end(self.farm, signal.SIGKILL)
+        if self.farm:
+            self.farm.stdout.close()
+
+    def stop(self):
+        clean = self._end(self.client)
+        self._end(self.farm)
+        if self.farm and self.farm.stdout:
+            self.farm.stdout.close()
+        return clean
