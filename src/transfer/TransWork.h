@@ -1,0 +1,116 @@
+#pragma once
+// One file's whole conversation with a file server: base of the upload and download workers. A handler makes it on its
+// own thread, moves it to a thread of ThreadPool and queues its first call; from then on socket, files, timers and
+// callbacks belong to that thread. Only the handler disposes of it, after its ...Finished signal or by takeWork.
+//
+// Life: made -> first call -> any way out (reply, time-out, socket error, pause) -> finishUp/finishDown, once -> the
+// handler deletes it. A worker that ended, or whose `closed` is set, does nothing any more: every callback tests over().
+#include "db/Records.h"
+#include "transfer/TransSet.h"
+#include "transfer/TransShare.h"
+#include <QFile>
+#include <QHostInfo>
+#include <QObject>
+#include <QTcpSocket>
+#include <QTimer>
+#include <array>
+#include <memory>
+
+class TransWork : public QObject
+{
+    Q_OBJECT
+public:
+    explicit TransWork(std::shared_ptr<TransShare> share);
+    ~TransWork() override;
+
+    // Before the worker is moved to its thread.
+    void setServer(const QString &url, const QString &token);
+    void setSignMd5(const QString &sign, const QString &md5, int transType); // logs "%1_%2"; sign is kept to 8 characters
+    void setKey(const QString &key, quint64 serial); // the handler's own handle of this worker
+    int transType() const { return m_transType; }
+    quint64 serial() const { return m_serial; }
+
+    // Set by the handler, from its thread, before it disposes of the worker; long loops test it.
+    std::atomic_bool closed{false};
+
+    // What a handler's post brings, on the worker's thread (see askTicket, askFarmHost).
+    virtual void initDownWork(QString token) { Q_UNUSED(token) } // empty: the farm can't be found out
+    virtual void farmHostFound(QString host, int port) { Q_UNUSED(host) Q_UNUSED(port) } // port 0: unknown
+
+    virtual void finishUp(int kind);
+    virtual void finishDown(int kind);
+
+signals:
+    void UpWorkFinished(db_upfile file, int kind);
+    // type: 1 the hash is known, 2 the server's id, 3 hash, size and time, 4 a compressed copy stands (ratio).
+    void updateFile(int type, db_upfile file);
+    void DownWorkFinished(db_downfile file, int kind);
+
+protected slots:
+    virtual void timeOut();  // 10010
+    void upSpeedOut();       // each second
+
+protected:
+    virtual bool initUp() { return true; }   // false: the worker has been failed
+    virtual bool initDown() { return true; }
+    // The end of a download: m_tempFile (.xtemp) is checked against the row's hash and takes its final name, m_file (.vd)
+    // goes. Finishes or fails the worker; false when it failed.
+    bool fileHash();
+
+    // State 13 or 3 and the code; kind 2 for those that pass by themselves (or soft), else 3.
+    void failUp(int code, bool soft = false);
+    void failDown(int code);
+    static bool passesUp(int code);
+    static bool passesDown(int code);
+
+    bool over() const { return m_ended || closed.load(std::memory_order_relaxed); }
+    // The one door: true for the first caller only. Stops timers, drops the socket, closes the files.
+    bool end();
+    void makeTimers();               // wait and speed timer; on the worker's thread
+    void startWait(int ms);
+    void stopWait();
+    void feedSpeed(qint64 position); // progress, in bytes of the file
+    void setTotal(qint64 total) { m_total = total; }
+    void dropSocket();
+
+    // Looks a host name up without blocking (an address is taken as it is), at most HostMs; then(ip) runs on this
+    // thread, with an empty text on failure, and not at all once the worker is over.
+    void resolveHost(const QString &name, std::function<void(QString ip)> then);
+    // Asks the handler for the farm's token (answer: initDownWork) or file server (answer: farmHostFound). False when
+    // the handler is gone.
+    bool askTicket(int farmId);
+    bool askFarmHost(int farmId);
+
+    static constexpr int HostMs = 5000;
+    static constexpr int SpeedSamples = 16; // one a second
+
+    std::shared_ptr<TransShare> m_share;
+    QTcpSocket *m_socket = nullptr; // made by the subclass on first use, owned
+    QString m_host;
+    int m_port = 0;
+    QString m_serverUrl, m_token;
+    QByteArray m_tokenBytes; // 16 bytes
+    QString m_workKey, m_sign, m_md5;
+    quint64 m_serial = 0;
+    int m_transType = 0; // 0 order upload, 1 result download, 2 drive upload, 3 drive download
+
+    QTimer *m_waitTimer = nullptr;
+    QTimer *m_speedTimer = nullptr;
+    std::array<qint64, SpeedSamples> m_speedWindow{};
+    qint64 m_position = 0;  // bytes of the file that went over
+    qint64 m_speedBase = 0; // m_position at the last speed tick
+    qint64 m_total = 0;
+
+    QFile *m_file = nullptr;     // the upload's source, or a download's position file; owned
+    QFile *m_tempFile = nullptr; // a download's partial file; owned
+    QString m_tempPath, m_sidePath;
+    QString m_eTag;
+
+    db_upfile m_up;
+    db_downfile m_down;
+
+private:
+    void reportProgress(qint64 position, qint64 speed);
+    bool m_ended = false;
+    int m_lookup = -1;
+};
