@@ -6,25 +6,27 @@
 //
 // Life: not connected -> connected (heart beat ticks connect, every 6 s; 60 s once connected) -> logged in
 // (setLogin(true)) -> lost: linkLost() and back to the start.
+#include "io/Delivery.h"
 #include "io/Package.h"
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QMap>
+#include <QHash>
 #include <QMetaType>
 #include <QObject>
 #include <QPointer>
 #include <QTcpSocket>
-#include <QThread>
 #include <QTimer>
 #include <functional>
 
 using TcpBack = std::function<void(int val, QJsonDocument doc)>;
 Q_DECLARE_METATYPE(TcpBack)
 
+// Hands one reply to its callback, on the asking thread; made there for that one call.
 class BackTcpTool : public QObject
 {
     Q_OBJECT
 public:
+    // Nothing happens when the guard is gone. A body that isn't JSON gives a null document.
     Q_INVOKABLE void beginBack(TcpBack func, RecvPackageHead head, QByteArray ret, QPointer<QObject> po);
 };
 
@@ -38,14 +40,15 @@ public:
     void nvds(int module, int cmd, QJsonObject body, TcpBack func = {}, QObject *qo = nullptr);
     void nvds(int module, int cmd, QByteArray &body, TcpBack func = {}, QObject *qo = nullptr);
 
-    void setHost(const QString &host, int port);
-    void reconnect();
+    // Below: main thread only, but for isLogin().
+    void setHost(const QString &host, int port); // for the next connect
+    void reconnect();                            // starts to connect where nothing is connected or connecting; never waits
     void setLogin(bool on);
     static bool isLogin();
-    void resetLink();
+    void resetLink();                            // forgets all that waits for replies, a new socket, connects
     QTcpSocket *socket() const { return m_socket; }
     int heartInterval() const { return m_heartTimer.interval(); }
-    int pending() const { return m_funcs.size(); }
+    int pending() const { return m_waiting.size(); }
     int badHeads() const { return m_parser.badHeads(); }
 
 signals:
@@ -67,16 +70,20 @@ private slots:
     void heart();
 
 private:
+    static constexpr int HeartOnMs = 60000, HeartOffMs = 6000, ConnectMs = 5000;
+    struct Waiting { TcpBack func; Delivery way; QPointer<QObject> guard; };
+
     NetTcp();
+    void post(int module, int cmd, const QByteArray &body, TcpBack func, QObject *qo);
     void makeSocket(bool connectNow);
-    void send(int module, int cmd, const QByteArray &body, const TcpBack &func, QPointer<QThread> th, QPointer<QObject> qo);
+    void connectToServer();
+    void send(int module, int cmd, QByteArray package, Waiting waiting);
 
     QTcpSocket *m_socket = nullptr;
     int m_seq = 0;
-    QMap<int, TcpBack> m_funcs;
-    QMap<int, QPointer<QThread>> m_threads;
-    QMap<int, QPointer<QObject>> m_objects;
+    QHash<int, Waiting> m_waiting; // by the number of the request
     QTimer m_heartTimer;
+    QTimer m_connectTimer; // bounds one attempt to connect
     PackageReader m_parser;
     QString m_host;
     int m_port = 29909;

@@ -1,6 +1,7 @@
 #pragma once
 // The REST client: one access manager on the main thread, the client's headers on every request, replies delivered on
 // the asking thread (which needs an event loop) if its guard lives. Also the address and access token of each farm.
+#include "io/Delivery.h"
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -10,6 +11,7 @@
 #include <QNetworkReply>
 #include <QObject>
 #include <QPointer>
+#include <QSet>
 #include <QThread>
 #include <functional>
 
@@ -25,6 +27,7 @@ struct Request {
 
 // What came back. A body that isn't JSON leaves the fields at 0 and keeps raw.
 struct FuncBody {
+    static FuncBody fromBytes(const QByteArray &body);
     int result = 0, code = 0;
     QString msg;
     QJsonObject data;   // "data" as object
@@ -40,6 +43,8 @@ Q_DECLARE_METATYPE(FuncBack)
 Q_DECLARE_METATYPE(Request)
 Q_DECLARE_METATYPE(FuncBody)
 
+// Hands one reply to its callback, on the asking thread; made there for that one call. The body is parsed here, so that
+// a long list doesn't hold up the window.
 class BackFuncTool : public QObject
 {
     Q_OBJECT
@@ -63,19 +68,23 @@ public:
     void ndel(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo);
     void nput(QString url, QByteArray byte, FuncBack func, QThread *backTh, QPointer<QObject> qo);
 
-    // Farm addresses. skydriveUrl blocks the calling thread's flow in a nested event loop (2 s, slave 12 s), never the
-    // main thread's users: call it from handler threads. Empty when the farm can't be found out.
-    QString skydriveUrl(int farmId);           // "<addr>/skydrive"
-    QString accessToken(int farmId);           // accessToken of 11100, for X-BRONTEL-ACCESS-TOKEN; empty: unknown
-    // The role token of the farm (a UUID), from <addr>/storage-secret-token/role; cached; nested loop, 5 s.
+    // Farm addresses. These four block the calling thread's flow in a nested event loop, so everything else on that
+    // thread goes on meanwhile: call them from handler threads, never from a window's slot. Asked again for the same
+    // farm out of such a loop, they give the empty value at once instead of nesting deeper.
+    QString skydriveUrl(int farmId);  // "<addr>/skydrive"; 2 s, slave 12 s; empty: unknown
+    QString accessToken(int farmId);  // accessToken of 11100, for X-BRONTEL-ACCESS-TOKEN; empty: unknown
+    // The role token of the farm (a UUID), from <addr>/storage-secret-token/role; cached; 5 s.
     QString roleToken(int farmId);
-    // Host (already an IP where it resolves) and port of the farm's file server from /bs/farm/<id>; nested loop, 5 s.
+    // Host (already an IP where it resolves) and port of the farm's file server from /bs/farm/<id>; cached; 5 s.
     struct FarmHost { QString domain, ip; int port = 0; bool known() const { return port > 0; } };
     FarmHost farmHost(int farmId);
-    void clearFarm(int farmId);   // code 203
-    void clearFarms();            // the 20-minute renewal, logout
-    void forgetTokens();          // re-login: the tokens; forgetDrives(): the addresses too
-    void forgetDrives();
+    // Any thread, at once. What a discovery under way finds after one of these is handed out but not kept.
+    void clearFarm(int farmId);   // address and tokens of one farm (a drive reply with code 203 does it by itself)
+    void clearFarms();            // the 20-minute renewal: role tokens and file servers
+    void forgetTokens();          // re-login: all tokens
+    void forgetDrives();          // another account: everything
+    // The role token in the "data" of a reply: its "token", else the text in it that is 32 hex digits without "-".
+    static QString tokenOf(const FuncBody &rep);
 
 signals:
     void reLogin(int reason); // a 401 with header "status"
@@ -85,18 +94,26 @@ private slots:
     void handReplay(QNetworkReply *reply, int timeout);
 
 private:
+    enum Verb { Get, Post, Put, Delete };
+    struct Pending { FuncBack func; Delivery way; QPointer<QObject> guard; Request request; int number = 0; };
+
     NetWork();
-    struct Pending { FuncBack func; QPointer<QThread> thread; QPointer<QObject> guard; Request request; int number = 0; };
-    void start(int verb, Request req, FuncBack func, QPointer<QThread> th, QPointer<QObject> qo);
-    void setMap(QNetworkReply *reply, const Pending &entry);
+    void ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo);
+    void start(Verb verb, Pending entry);
+    void setMap(QNetworkReply *reply, Pending entry);
     void setHead(QNetworkRequest &request, const Request &req, bool json);
+    QString addressOf(const QString &url) const; // the known drive address that url lies under
+    void checkStale(const QString &url, const FuncBody &rep);
+    bool throughMaster(const QString &addr);
+    friend class BackFuncTool;
 
     QNetworkAccessManager *m_manager = nullptr;
     int m_count = 0;
-    QHash<QNetworkReply *, Pending> m_pending;
-    mutable QMutex m_farmMutex;                 // the maps below are read on handler threads too
+    QHash<QNetworkReply *, Pending> m_pending;  // main thread
+    mutable QMutex m_farmMutex;                 // everything below, read on handler threads too
     QHash<int, QString> m_driveUrls;            // farm -> "<addr>/skydrive"
     QHash<QString, QString> m_accessTokens;     // address -> access token
     QHash<int, QString> m_roleTokens;
     QHash<int, FarmHost> m_farmHosts;
+    int m_farmAge = 0;                          // counts what was forgotten
 };

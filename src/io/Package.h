@@ -41,7 +41,11 @@ public:
     bool readingHead() const { return m_buffer.isEmpty(); }
 
 private:
-    QByteArray m_buffer;
+    int takeInto(const QByteArray &data, int at, const std::function<void(const QByteArray &package)> &out);
+    qint64 wholeSize(const char *head);
+
+    QByteArray m_buffer; // a package that isn't whole yet, from its first byte
     int m_badHeads = 0;
+    int m_life = 0; // counts resets: a callback may reset the reader that calls it
     bool m_broken = false;
 };

@@ -1,0 +1,189 @@
+#include "io/NetWork.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include <QDebug>
+#include <QJsonDocument>
+#include <QTimer>
+#include <atomic>
+
+namespace {
+std::atomic<NetWork *> only{nullptr};
+
+QString logText(const QByteArray &body)
+{
+    return QString::fromUtf8(body.constData(), qMin(body.size(), 20001)); // the sink cuts such a line anyway
+}
+} // namespace
+
+FuncBody FuncBody::fromBytes(const QByteArray &body)
+{
+    FuncBody rep;
+    rep.raw = body;
+    rep.object = QJsonDocument::fromJson(body).object();
+    rep.result = rep.object.value("result").toVariant().toInt();
+    rep.code = rep.object.value("code").toVariant().toInt();
+    rep.msg = rep.object.value("msg").toString();
+    rep.data = rep.object.value("data").toObject();
+    rep.array = rep.object.value("data").toArray();
+    return rep;
+}
+
+void BackFuncTool::beginBack(Request req, FuncBody rep)
+{
+    if (rep.ok()) {
+        FuncBody parsed = FuncBody::fromBytes(rep.raw);
+        parsed.httpStatus = rep.httpStatus;
+        rep = parsed;
+        if (NetWork *net = only.load())
+            net->checkStale(req.url, rep);
+    }
+    if (guard && func)
+        func(req, rep);
+}
+
+NetWork *NetWork::instance()
+{
+    NetWork *net = only.load();
+    if (!net) {
+        net = new NetWork;
+        only = net;
+    }
+    return net;
+}
+
+void NetWork::destroy()
+{
+    delete only.exchange(nullptr);
+}
+
+NetWork::NetWork() : m_manager(new QNetworkAccessManager(this))
+{
+    Delivery::here();
+    connect(m_manager, &QNetworkAccessManager::finished, this, &NetWork::replyFinished);
+}
+
+void NetWork::nget(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutSeconds)
+{
+    Request req;
+    req.url = url;
+    req.timeout = timeoutSeconds;
+    ask(Get, req, std::move(func), backTh, qo);
+}
+
+void NetWork::nget(Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo)
+{
+    ask(Get, std::move(req), std::move(func), backTh, qo);
+}
+
+void NetWork::npost(Request req, FuncBack func, QThread *backTh)
+{
+    const QPointer<QObject> guard = req.guard;
+    ask(Post, std::move(req), std::move(func), backTh, guard);
+}
+
+void NetWork::ndel(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo)
+{
+    Request req;
+    req.url = url;
+    ask(Delete, req, std::move(func), backTh, qo);
+}
+
+void NetWork::nput(QString url, QByteArray byte, FuncBack func, QThread *backTh, QPointer<QObject> qo)
+{
+    Request req;
+    req.url = url;
+    req.byte = byte;
+    ask(Put, req, std::move(func), backTh, qo);
+}
+
+void NetWork::ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo)
+{
+    Pending entry{std::move(func), Delivery::to(backTh), qo, std::move(req), 0};
+    QMetaObject::invokeMethod(this, [this, verb, entry = std::move(entry)] { start(verb, entry); }, Qt::QueuedConnection);
+}
+
+void NetWork::start(Verb verb, Pending entry)
+{
+    entry.number = ++m_count;
+    QNetworkRequest request{QUrl(entry.request.url)};
+    setHead(request, entry.request, verb == Post || verb == Put);
+    QNetworkReply *reply = nullptr;
+    switch (verb) {
+    case Get: reply = m_manager->get(request); break;
+    case Post: reply = m_manager->post(request, entry.request.byte); break;
+    case Put: reply = m_manager->put(request, entry.request.byte); break;
+    case Delete: reply = m_manager->deleteResource(request); break;
+    }
+    setMap(reply, std::move(entry));
+}
+
+void NetWork::setMap(QNetworkReply *reply, Pending entry)
+{
+    qDebug().noquote() << QStringLiteral("--%1-").arg(entry.number) << entry.request.url;
+    const int seconds = entry.request.timeout;
+    m_pending.insert(reply, std::move(entry));
+    if (seconds > 0)
+        QTimer::singleShot(seconds * 1000, reply, [this, reply] { handReplay(reply, 1); });
+}
+
+void NetWork::setHead(QNetworkRequest &request, const Request &req, bool json)
+{
+    if (!req.contentType.isEmpty())
+        request.setRawHeader("Content-Type", req.contentType.toLatin1());
+    else if (json)
+        request.setRawHeader("Content-Type", "application/json");
+    if (!req.bareAddress) {
+        request.setRawHeader("token", UserInfo::token().toUtf8());
+        request.setRawHeader("lang", QByteArray::number(UserInfo::languageNumber()));
+        QMutexLocker lock(&m_farmMutex);
+        if (const QString address = addressOf(req.url); !address.isEmpty()) {
+            request.setRawHeader("X-BRONTEL-ACCESS-TOKEN", m_accessTokens.value(address).toUtf8());
+            request.setRawHeader("X-BRONTEL-ROLE", "user");
+        }
+    }
+    for (const auto &header : req.headers)
+        request.setRawHeader(header.first, header.second);
+}
+
+void NetWork::replyFinished(QNetworkReply *reply)
+{
+    handReplay(reply, 0);
+    reply->deleteLater();
+}
+
+void NetWork::handReplay(QNetworkReply *reply, int timeout)
+{
+    const auto it = m_pending.find(reply);
+    if (it == m_pending.end())
+        return;
+    const Pending entry = *it;
+    m_pending.erase(it);
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const QString url = entry.request.url;
+    FuncBody rep;
+    rep.httpStatus = status;
+    if (timeout) {
+        rep.error = QStringLiteral("time out:%1").arg(url);
+        qDebug().noquote() << rep.error;
+        reply->abort();
+    } else if (status != 0 && status != 401 && (status < 200 || status > 299)) {
+        // Qt counts these as network errors too; who asks wants to know that the server did answer.
+        qDebug().noquote() << QStringLiteral("%1_%2_%3").arg(status).arg(reply->errorString(), url);
+        rep.error = QStringLiteral("HttpError:%1").arg(status);
+        rep.raw = reply->readAll();
+    } else if (reply->error() != QNetworkReply::NoError || status == 401) {
+        qDebug().noquote() << QStringLiteral("%1_%2").arg(reply->errorString()).arg(int(reply->error()));
+        rep.error = QStringLiteral("NetworkError:%1").arg(reply->errorString());
+        if (status == 401 && reply->hasRawHeader("status"))
+            emit reLogin(reply->rawHeader("status").toInt());
+    } else {
+        rep.raw = reply->readAll();
+        qDebug().noquote() << QStringLiteral("--%1- %2").arg(entry.number).arg(logText(rep.raw));
+    }
+    entry.way.post([func = entry.func, guard = entry.guard, req = entry.request, rep] {
+        BackFuncTool tool;
+        tool.func = func;
+        tool.guard = guard;
+        tool.beginBack(req, rep);
+    });
+}

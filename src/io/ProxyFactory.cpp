@@ -1,0 +1,209 @@
+#include "io/ProxyFactory.h"
+#include "common/Seam.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/WindowCalls.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFile>
+#include <QHash>
+#include <QJsonDocument>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QThread>
+
+namespace {
+constexpr int WebPort = 80;
+
+struct Shared {
+    QMutex mutex;
+    QHash<QString, int> ports; // host -> port on the master
+};
+Shared &shared()
+{
+    static Shared one;
+    return one;
+}
+
+QString recordPath()
+{
+    return UserInfo::allUserDir() + "/netshadd";
+}
+
+QByteArray readRecords()
+{
+    QFile file(recordPath());
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+bool refuse(const QString &text, QString *why)
+{
+    if (why)
+        *why = text;
+    Seam<WindowCalls>::post([text](WindowCalls &window) { window.msgOk(text); });
+    return false;
+}
+} // namespace
+
+ProxyTools ProxyTools::system()
+{
+    ProxyTools tools;
+#ifdef Q_OS_WIN
+    tools.netstat = [] {
+        QProcess process;
+        process.start("netstat", {"-an"});
+        process.waitForFinished(10000);
+        return QString::fromLocal8Bit(process.readAllStandardOutput());
+    };
+    tools.netshadd = [](const QString &json) {
+        const QString quoted = QString(json).replace('"', "\\\"");
+        return VFunc::runAs(QCoreApplication::applicationFilePath(), QStringLiteral("netshadd \"%1\"").arg(quoted));
+    };
+    tools.settle = [] { QThread::msleep(500); };
+#endif
+    return tools;
+}
+
+QList<QNetworkProxy> ProxyFactory::queryProxy(const QNetworkProxyQuery &query)
+{
+    if (query.queryType() == QNetworkProxyQuery::UrlRequest)
+        if (const int port = portOf(query.peerHostName()))
+            return {QNetworkProxy(QNetworkProxy::HttpCachingProxy, UserInfo::masterHost(), quint16(port))};
+    return {QNetworkProxy(QNetworkProxy::NoProxy)};
+}
+
+bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const ProxyTools &tools)
+{
+    if (!master)
+        return true;
+    if (!tools.netstat || !tools.netshadd) {
+        qDebug().noquote() << "ProxyFactory::openProxy: this system has no port forwarding, none opened for" << hosts.join(' ');
+        return true;
+    }
+    const QList<Forward> records = parseRecords(readRecords());
+    if (!records.isEmpty())
+        qDebug().noquote() << QStringLiteral("存在netshadd记录") << records.size();
+    QSet<int> open = listening(tools.netstat());
+    const QList<Forward> all = plan(hosts, records, open);
+    QList<Forward> missing;
+    for (const Forward &one : all) {
+        if (open.contains(one.listenPort))
+            continue;
+        qDebug().noquote() << QStringLiteral("netstat -an,检测不存在端口") << one.listenPort;
+        missing.append(one);
+    }
+    const QByteArray json = recordsJson(all);
+    if (all != records && !VFunc::writeWhole(recordPath(), json))
+        qWarning().noquote() << "ProxyFactory::openProxy: can't write" << recordPath();
+    if (!missing.isEmpty()) {
+        if (tools.netshadd(QString::fromUtf8(recordsJson(missing))) != 1) {
+            qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
+            return refuse(QCoreApplication::translate("ProxyFactory", "端口转发失败！请检查系统相关服务是否正常运行。"), why);
+        }
+        for (int attempt = 0; attempt < 10 && !missing.isEmpty(); ++attempt) {
+            if (attempt > 0 && tools.settle)
+                tools.settle();
+            open = listening(tools.netstat());
+            for (int i = missing.size() - 1; i >= 0; --i)
+                if (open.contains(missing[i].listenPort))
+                    missing.removeAt(i);
+        }
+        if (!missing.isEmpty()) {
+            qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
+            return refuse(QCoreApplication::translate("ProxyFactory", "端口监听失败！%1").arg(missing.constFirst().listenPort), why);
+        }
+    }
+    QMutexLocker lock(&shared().mutex);
+    for (const Forward &one : all)
+        shared().ports.insert(one.host, one.listenPort);
+    return true;
+}
+
+QJsonArray ProxyFactory::pairs()
+{
+    QMutexLocker lock(&shared().mutex);
+    QJsonArray list;
+    for (auto it = shared().ports.cbegin(); it != shared().ports.cend(); ++it)
+        list.append(QJsonArray{QString::number(it.value()), it.key()});
+    return list;
+}
+
+void ProxyFactory::addPairs(const QJsonArray &pairs)
+{
+    QMutexLocker lock(&shared().mutex);
+    for (const QJsonValue &value : pairs) {
+        const QJsonArray pair = value.toArray();
+        const int port = pair.at(0).toVariant().toInt();
+        if (port > 0 && port < 65536 && !pair.at(1).toString().isEmpty())
+            shared().ports.insert(pair.at(1).toString(), port);
+    }
+}
+
+int ProxyFactory::portOf(const QString &host)
+{
+    QMutexLocker lock(&shared().mutex);
+    return shared().ports.value(host);
+}
+
+void ProxyFactory::clear()
+{
+    QMutexLocker lock(&shared().mutex);
+    shared().ports.clear();
+}
+
+QList<Forward> ProxyFactory::plan(const QStringList &hosts, const QList<Forward> &records, const QSet<int> &listening)
+{
+    QList<Forward> all = records;
+    QSet<int> taken = listening;
+    for (const Forward &record : records)
+        taken.insert(record.listenPort);
+    int next = FirstPort;
+    for (const QString &entry : hosts) {
+        const int colon = entry.lastIndexOf(':');
+        const QString host = colon < 0 ? entry : entry.left(colon);
+        const int port = colon < 0 ? WebPort : entry.mid(colon + 1).toInt();
+        const bool known = std::any_of(all.cbegin(), all.cend(),
+                                       [&](const Forward &one) { return one.host == host && one.port == port; });
+        if (known || host.isEmpty() || port <= 0 || port > 65535)
+            continue;
+        while (taken.contains(next))
+            ++next;
+        if (next > 65535)
+            break;
+        taken.insert(next);
+        all.append({next, host, port});
+    }
+    return all;
+}
+
+QSet<int> ProxyFactory::listening(const QString &netstat)
+{
+    static const QRegularExpression line(QStringLiteral("^\\s*tcp\\S*\\s+(?:\\d+\\s+\\d+\\s+)?\\S*:(\\d+)\\s.*LISTEN"),
+                                         QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption);
+    QSet<int> ports;
+    auto it = line.globalMatch(netstat);
+    while (it.hasNext())
+        ports.insert(it.next().captured(1).toInt());
+    return ports;
+}
+
+QList<Forward> ProxyFactory::parseRecords(const QByteArray &json)
+{
+    QList<Forward> records;
+    const QJsonArray array = QJsonDocument::fromJson(json).array();
+    for (const QJsonValue &value : array) {
+        const QJsonArray one = value.toArray();
+        const Forward record{one.at(0).toVariant().toInt(), one.at(1).toString(), one.at(2).toVariant().toInt()};
+        if (record.listenPort > 0 && record.port > 0 && !record.host.isEmpty())
+            records.append(record);
+    }
+    return records;
+}
+
+QByteArray ProxyFactory::recordsJson(const QList<Forward> &records)
+{
+    QJsonArray array;
+    for (const Forward &one : records)
+        array.append(QJsonArray{QString::number(one.listenPort), one.host, QString::number(one.port)});
+    return QJsonDocument(array).toJson(QJsonDocument::Compact);
+}
