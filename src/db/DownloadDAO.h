@@ -22,6 +22,7 @@ public:
     void setVip(int missionId, const QString &vip, const QString &com);
     // Writes the mission and its files in one transaction (pri of a file = mission pri * 10000 + index; files beyond
     // 10,000 go on counting and stay unique within the mission). Rows that stand already and wait or run are kept.
+    // sum is written as ok and the count of rows of the mission afterwards.
     bool addMission(const db_downmiss &miss, const QList<db_downfile> &files);
     qlonglong newMissionPri();                                // unique
     db_downfile nextWaiting(qlonglong missPri);               // pri 0: none
@@ -54,5 +55,15 @@ signals:
 
 private:
     DownloadDAO();
-    QList<qlonglong> m_first;
+    bool migrate();
+    bool migrateFiles();
+    bool copyRows(const QString &from, const QString &to, const QString &where, const QVariantList &values);
+    QStringList fileTables();
+    bool makeTable(qlonglong missPri);
+    bool hasTable(qlonglong missPri);
+    QList<db_downmiss> missionList(const QString &where, const QVariantList &values);
+    int countFiles(qlonglong missPri, const QString &where, const QVariantList &values);
+
+    QList<qlonglong> m_first; // missions moved ahead, the first one first
+    qlonglong m_lastMission = 0;
 };

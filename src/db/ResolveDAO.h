@@ -67,5 +67,8 @@ signals:
 
 private:
     ResolveDAO();
+    QList<db_resolve> list(const QString &sql, const QVariantList &values);
+    db_resolve one(const QString &sql, const QVariantList &values);
+    qlonglong freeKeys(qlonglong from, int count);
     QList<qlonglong> m_priority[2];
 };

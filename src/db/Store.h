@@ -3,13 +3,35 @@
 // text, a failed statement logged with its text and the database's error. Opening a file that isn't a sound database
 // keeps it aside under "<name>.broken-<time>", says so in the log, and starts a new one; it never deletes. May be
 // called from any thread; all work happens under the mutex, and no code takes two stores' locks at once.
+//
+// The toolkit refuses a connection to other threads only when it is looked up by name. The kept handle and its queries
+// may wander, as the driver opens SQLite in its multi-thread mode: one thread at a time, which the mutex sees to.
+#include <QHash>
 #include <QMap>
-#include <QMutex>
 #include <QObject>
 #include <QSharedPointer>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QVariant>
+#include <functional>
+#include <mutex>
+
+// The current row of a running select, read by column name: a column that an old file lacks and a NULL both read as
+// nothing. Positions are looked up once a statement.
+class Row
+{
+public:
+    explicit Row(QSqlQuery *query);
+    QString text(const char *column) const;
+    qlonglong number(const char *column) const;
+    int integer(const char *column) const { return int(number(column)); }
+    QVariant at(int index) const { return m_query->value(index); }
+
+private:
+    QVariant value(const char *column) const;
+    QSqlQuery *m_query;
+    mutable QHash<QByteArray, int> m_positions;
+};
 
 class Store : public QObject
 {
@@ -17,8 +39,12 @@ class Store : public QObject
 public:
     bool isOpen() const;
     QString filePath() const;
+    // How long a transaction waits for a file that another program holds; BusyMs at first.
+    void setBusyMs(int ms);
+    static constexpr int BusyMs = 10000;
 
 protected:
+    using Locker = std::lock_guard<std::recursive_mutex>;
     Store(const QString &connection);
     ~Store() override;
     // The members below want the mutex held.
@@ -26,15 +52,46 @@ protected:
     void closeFile();
     QSqlQuery *run(const QString &sql, const QVariantList &values = {}, bool quiet = false); // null on failure
     bool exec(const QString &sql, const QVariantList &values = {}, bool quiet = false);
+    int change(const QString &sql, const QVariantList &values = {}); // rows changed, -1 on failure
+    // Calls out once per row; the call must not use the store. False when the statement failed.
+    bool each(const QString &sql, const QVariantList &values, const std::function<void(const Row &row)> &row);
+    qlonglong number(const QString &sql, const QVariantList &values = {}, qlonglong failure = -1); // first value
     QStringList columns(const QString &table);
+    QStringList tables();
+    // Adds the columns that an older file lacks.
+    void addColumns(const QString &table, const QList<QPair<QString, QString>> &nameAndType);
     // step 0 begins, 1 rolls back, 2 commits; tries again each 100 ms, gives up after BusyMs with a logged reason.
     bool transaction(int step);
-    static constexpr int BusyMs = 10000;
+    // What has been committed is on the medium when it returns (a power cut doesn't take it back).
+    void settle();
 
-    mutable QRecursiveMutex m_mutex;
+    // A transaction for the length of a scope: rolled back unless committed. False when it couldn't begin.
+    class Work
+    {
+    public:
+        explicit Work(Store *store) : m_store(store), m_open(store->transaction(0)) {}
+        ~Work() { if (m_open) m_store->transaction(1); }
+        Work(const Work &) = delete;
+        Work &operator=(const Work &) = delete;
+        explicit operator bool() const { return m_open; }
+        bool commit() { return m_open && m_store->transaction(2) && !(m_open = false); }
+
+    private:
+        Store *m_store;
+        bool m_open;
+    };
+
+    mutable std::recursive_mutex m_mutex;
 
 private:
+    bool connectFile(const QString &path);
+    bool sound(const QString &path, bool unclean);
+    bool setAside(const QString &path);
+    void suspect(const QSqlError &error);
+    QString named(const char *function) const;
+
     QString m_connection, m_path;
     QSqlDatabase m_db;
     QMap<QString, QSharedPointer<QSqlQuery>> m_prepared;
+    int m_busyMs = BusyMs;
 };

@@ -45,4 +45,6 @@ signals:
 
 private:
     UploadDAO();
+    void mendPri();
+    qlonglong m_lastPri = 0;
 };

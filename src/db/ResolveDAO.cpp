@@ -1,0 +1,512 @@
+#include "db/ResolveDAO.h"
+#include "io/NetTcp.h"
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDebug>
+#include <algorithm>
+
+namespace {
+constexpr int HiddenState = 118;
+
+db_resolve fromRow(const Row &row)
+{
+    db_resolve res;
+    res.rkey = row.number("rkey");
+    res.ordernum = row.text("ordernum");
+    res.missionid = row.integer("missionid");
+    ResolveDAO::splitProject(row.text("project"), &res.projectId, &res.project);
+    res.lpath = row.text("lpath");
+    res.rtime = row.number("rtime");
+    res.state = row.integer("state");
+    res.error = row.integer("error");
+    res.errstr = row.text("errstr");
+    res.rset = row.text("rset");
+    res.pri = row.number("pri");
+    res.fok = row.integer("fok");
+    res.fsum = row.integer("fsum");
+    res.filetype = row.integer("filetype");
+    res.fsize = row.number("fsize");
+    res.fup = row.number("fup");
+    return res;
+}
+
+QVariant columnValue(const db_resolve &res, const QString &column)
+{
+    static const QHash<QString, QVariant (*)(const db_resolve &)> values{
+        {"rkey", [](const db_resolve &r) { return QVariant(r.rkey); }},
+        {"ordernum", [](const db_resolve &r) { return QVariant(r.ordernum); }},
+        {"missionid", [](const db_resolve &r) { return QVariant(r.missionid); }},
+        {"project", [](const db_resolve &r) { return QVariant(ResolveDAO::projectColumn(r.projectId, r.project)); }},
+        {"lpath", [](const db_resolve &r) { return QVariant(r.lpath); }},
+        {"rtime", [](const db_resolve &r) { return QVariant(r.rtime); }},
+        {"state", [](const db_resolve &r) { return QVariant(r.state); }},
+        {"error", [](const db_resolve &r) { return QVariant(r.error); }},
+        {"errstr", [](const db_resolve &r) { return QVariant(r.errstr); }},
+        {"rset", [](const db_resolve &r) { return QVariant(r.rset); }},
+        {"pri", [](const db_resolve &r) { return QVariant(r.pri); }},
+        {"fok", [](const db_resolve &r) { return QVariant(r.fok); }},
+        {"fsum", [](const db_resolve &r) { return QVariant(r.fsum); }},
+        {"fsize", [](const db_resolve &) { return QVariant(0); }},
+        {"fup", [](const db_resolve &) { return QVariant(0); }},
+        {"filetype", [](const db_resolve &r) { return QVariant(r.filetype); }},
+    };
+    const auto value = values.value(column);
+    return value ? value(res) : QVariant();
+}
+
+// What the server is told of a change of state; started: rtime that the row had before it.
+void report(const db_resolve &res, int state, qlonglong started)
+{
+    if (state == 111 || state == 112) {
+        NetTcp::instance()->nvds(104, state == 112 ? 10415 : 10414, QJsonObject{{"missionId", res.missionid}});
+        return;
+    }
+    int type = 1;
+    if (state == 101)
+        type = 6;
+    else if (state == 102)
+        type = 5;
+    else if (state == 103 || state == 105 || state == 106)
+        type = 4;
+    else if (state == 104)
+        type = 3;
+    if (type == 1)
+        return;
+    QJsonObject body{{"missionId", res.missionid}, {"type", type}};
+    if (type == 4) {
+        const QString form = "yyyy-MM-dd HH:mm:ss";
+        body["analysisStartTime"] = QDateTime::fromMSecsSinceEpoch(started).toString(form);
+        body["analysisEndTime"] = QDateTime::currentDateTime().toString(form);
+    }
+    NetTcp::instance()->nvds(104, 10422, body);
+}
+
+// For "like ? escape '\'": the text itself, wherever it stands.
+QString likePattern(QString text)
+{
+    text.replace('\\', "\\\\").replace('%', "\\%").replace('_', "\\_");
+    return '%' + text + '%';
+}
+}
+
+ResolveDAO *ResolveDAO::instance()
+{
+    static ResolveDAO *one = [] {
+        qAddPostRoutine([] { ResolveDAO::instance()->releaseResolve(); });
+        return new ResolveDAO;
+    }();
+    return one;
+}
+
+ResolveDAO::ResolveDAO() : Store("db_resolve")
+{
+}
+
+bool ResolveDAO::open(const QString &userDir)
+{
+    Locker lock(m_mutex);
+    m_priority[0].clear();
+    m_priority[1].clear();
+    if (!openFile(userDir + "/resolve.db"))
+        return false;
+    exec("create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime INTEGER,"
+         "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))", {}, true);
+    exec("alter table resolve add column fsize INTEGER", {}, true);
+    exec("alter table resolve add column fup INTEGER", {}, true);
+    exec("alter table resolve add column filetype INTEGER", {}, true);
+    exec("create table para(rkey INTEGER,rdata varchar,rfile varchar,primary key(rkey))", {}, true);
+    exec("create table batch(startkey INTEGER,endkey INTEGER,flag int)", {}, true);
+    addColumns("resolve", {{"ordernum", "varchar"}, {"missionid", "int"}, {"project", "varchar"}, {"rtime", "INTEGER"},
+                           {"state", "int"}, {"error", "int"}, {"errstr", "varchar"}, {"rset", "varchar"}, {"pri", "INTEGER"},
+                           {"fok", "int"}, {"fsum", "int"}});
+    exec("create index resolve_state on resolve(state,pri)", {}, true);
+    exec("create index resolve_order on resolve(ordernum,pri)", {}, true);
+    // Rows of files that had no such column: NULL is neither "= ?" nor "<> ?" anything and would be passed over.
+    exec("update resolve set ordernum = ? where ordernum is null", {""});
+    exec("update resolve set pri = rkey where pri is null");
+    exec("update resolve set fok = coalesce(fok,0), fsum = coalesce(fsum,0), fsize = coalesce(fsize,0), fup = coalesce(fup,0),"
+         " filetype = coalesce(filetype,0) where fok is null or fsum is null or fsize is null or fup is null or filetype is null");
+    exec("update resolve set state = ? where state = ?", {100, 101});
+    exec("update resolve set state = ? where state = ?", {107, 108});
+    exec("update resolve set state = ? where state = ?", {110, 111});
+    return true;
+}
+
+void ResolveDAO::releaseResolve()
+{
+    Locker lock(m_mutex);
+    closeFile();
+}
+
+QList<db_resolve> ResolveDAO::list(const QString &sql, const QVariantList &values)
+{
+    Locker lock(m_mutex);
+    QList<db_resolve> rows;
+    each(sql, values, [&](const Row &row) { rows << fromRow(row); });
+    return rows;
+}
+
+db_resolve ResolveDAO::one(const QString &sql, const QVariantList &values)
+{
+    return list(sql, values).value(0);
+}
+
+db_resolve ResolveDAO::read(qlonglong rkey)
+{
+    return one("select * from resolve where rkey = ?", {rkey});
+}
+
+db_resolve ResolveDAO::readByOrder(const QString &order)
+{
+    return order.isEmpty() ? db_resolve() : one("select * from resolve where ordernum = ?", {order});
+}
+
+db_resolve ResolveDAO::readByMission(int missionId)
+{
+    return missionId == 0 ? db_resolve() : one("select * from resolve where missionid = ?", {missionId});
+}
+
+db_resolve ResolveDAO::readWithPara(qlonglong rkey, const QString &order)
+{
+    Locker lock(m_mutex);
+    db_resolve res = order.isEmpty() ? read(rkey) : readByOrder(order);
+    if (res.rkey != 0)
+        readPara(&res);
+    return res;
+}
+
+void ResolveDAO::showPara(qlonglong rkey)
+{
+    const db_resolve res = readWithPara(rkey);
+    if (res.rkey != 0)
+        emit paraSet(res);
+}
+
+bool ResolveDAO::readPara(db_resolve *res)
+{
+    Locker lock(m_mutex);
+    return each("select * from para where rkey = ?", {res->rkey}, [&](const Row &row) {
+        res->rdata = row.text("rdata");
+        res->rfile = row.text("rfile");
+    });
+}
+
+QList<db_resolve> ResolveDAO::readPage(const QString &search, int page, int pageSize)
+{
+    QList<db_resolve> rows;
+    int pages = 0;
+    pageSize = qMax(1, pageSize);
+    {
+        Locker lock(m_mutex);
+        const QString from = " from resolve where state <> ? and lpath like ? escape '\\'";
+        const QString pattern = likePattern(search);
+        const qlonglong count = number("select count(rkey)" + from, {HiddenState, pattern}, 0);
+        pages = int((count + pageSize - 1) / pageSize);
+        rows = list("select *" + from + " order by rkey limit ?,?",
+                    {HiddenState, pattern, qlonglong(qMax(0, page)) * pageSize, pageSize});
+    }
+    emit allFile(rows, pages);
+    return rows;
+}
+
+QList<db_resolve> ResolveDAO::readAll()
+{
+    return list("select * from resolve order by pri", {});
+}
+
+// The first key from which on as many keys are free as the batch has rows.
+qlonglong ResolveDAO::freeKeys(qlonglong from, int count)
+{
+    forever {
+        const qlonglong taken = number("select coalesce(max(rkey),0) from resolve where rkey >= ? and rkey < ?",
+                                       {from, from + count}, 0);
+        if (taken < from)
+            return from;
+        from = taken + 1;
+    }
+}
+
+bool ResolveDAO::insertBatch(QList<db_resolve> *list)
+{
+    if (list->isEmpty())
+        return true;
+    {
+        Locker lock(m_mutex);
+        Work work(this);
+        if (!work)
+            return false;
+        QList<db_resolve> rows = *list;
+        const qlonglong first = freeKeys(qMax<qlonglong>(1, rows.first().rkey), rows.size());
+        const QStringList names = columns("resolve");
+        const QString sql = QStringLiteral("insert into resolve (%1) values (%2)")
+                                .arg(names.join(','), QStringList(QVector<QString>(names.size(), "?").toList()).join(','));
+        for (int i = 0; i < rows.size(); ++i) {
+            db_resolve &res = rows[i];
+            if (res.pri == res.rkey || res.pri == 0)
+                res.pri = first + i;
+            res.rkey = first + i;
+            QVariantList values;
+            for (const QString &name : names)
+                values << columnValue(res, name);
+            if (!exec(sql, values)
+                || !exec("insert or replace into para (rkey,rdata,rfile) values (?,?,?)", {res.rkey, res.rdata, res.rfile}))
+                return false;
+        }
+        if (!exec("insert into batch (startkey,endkey,flag) values (?,?,?)", {first, rows.last().rkey, 0}) || !work.commit())
+            return false;
+        settle();
+        *list = rows;
+    }
+    emit refreshAll();
+    return true;
+}
+
+db_resolve ResolveDAO::nextWithoutOrder()
+{
+    return one("select * from resolve where ordernum = ? order by pri limit 1", {""});
+}
+
+bool ResolveDAO::setOrder(qlonglong rkey, int missionId, const QString &order)
+{
+    db_resolve res;
+    {
+        Locker lock(m_mutex);
+        if (change("update resolve set missionid = ?, ordernum = ? where rkey = ?", {missionId, order, rkey}) <= 0)
+            return false;
+        settle();
+        res = read(rkey);
+    }
+    emit orderChanged(res);
+    return true;
+}
+
+db_resolve ResolveDAO::nextToAnalyse(bool slave)
+{
+    Locker lock(m_mutex);
+    const QString from = slave ? "select * from resolve where " : "select * from resolve where ordernum <> ? and ";
+    QVariantList values;
+    if (!slave)
+        values << "";
+    values << 100;
+    while (!m_priority[0].isEmpty()) {
+        const db_resolve res = one(from + "state = ? and rkey = ?", values + QVariantList{m_priority[0].first()});
+        if (res.rkey != 0)
+            return res;
+        m_priority[0].removeFirst();
+    }
+    return one(from + "state = ? order by pri limit 1", values);
+}
+
+bool ResolveDAO::setState(qlonglong rkey, int state, int error, qlonglong rtime)
+{
+    db_resolve res;
+    qlonglong started = 0;
+    {
+        Locker lock(m_mutex);
+        res = read(rkey);
+        if (res.rkey == 0 || !exec("update resolve set rtime = ?,state = ?,error = ? where rkey = ?", {rtime, state, error, rkey}))
+            return false;
+        started = res.rtime;
+        res.rtime = rtime;
+        res.state = state;
+        res.error = error;
+    }
+    emit stateChanged(res);
+    report(res, state, started);
+    return true;
+}
+
+bool ResolveDAO::setFinishedOnMaster(qlonglong rkey)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set state = ? where rkey = ?", {HiddenState, rkey});
+}
+
+bool ResolveDAO::remove(qlonglong rkey)
+{
+    db_resolve res;
+    {
+        Locker lock(m_mutex);
+        res = read(rkey);
+        if (res.rkey == 0)
+            return false;
+        Work work(this);
+        if (!work || !exec("delete from resolve where rkey = ?", {rkey}) || !exec("delete from para where rkey = ?", {rkey})
+            || !work.commit())
+            return false;
+    }
+    emit resolveDeleted(rkey);
+    NetTcp::instance()->nvds(104, 10422, QJsonObject{{"missionId", res.missionid}, {"type", 2}});
+    return true;
+}
+
+bool ResolveDAO::savePara(const db_resolve &res)
+{
+    Locker lock(m_mutex);
+    Work work(this);
+    if (!work)
+        return false;
+    const int rows = change("update para set rdata = ? where rkey = ?", {res.rdata, res.rkey});
+    if (rows < 0)
+        return false;
+    const bool good = rows == 0
+        ? exec("insert into para (rkey,rdata,rfile) values (?,?,?)", {res.rkey, res.rdata, res.rfile})
+        : exec("update para set rfile = ? where rkey = ?", {res.rfile, res.rkey});
+    return good && exec("update resolve set rset = ? where rkey = ?", {res.rset, res.rkey}) && work.commit();
+}
+
+bool ResolveDAO::saveMessage(qlonglong rkey, const QString &errstr)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set errstr = ? where rkey = ?", {errstr, rkey});
+}
+
+db_resolve ResolveDAO::nextToCommit(bool slave)
+{
+    Locker lock(m_mutex);
+    db_resolve res = slave ? one("select * from resolve where state = ? order by pri limit 1", {107})
+                           : one("select * from resolve where ordernum <> ? and state = ? order by pri limit 1", {"", 107});
+    if (res.rkey != 0)
+        readPara(&res);
+    return res;
+}
+
+QList<db_resolve> ResolveDAO::finished()
+{
+    return list("select * from resolve where state = ? or state = ? order by pri", {106, 103});
+}
+
+QList<db_resolve> ResolveDAO::waitingApproval()
+{
+    return list("select * from resolve where state = ? or state = ?", {115, 116});
+}
+
+bool ResolveDAO::markBatch(qlonglong rkey)
+{
+    Locker lock(m_mutex);
+    // Keys of deleted rows come back into use: of several batches that span a key only the latest can hold the row.
+    return exec("update batch set flag = 1 where rowid = (select max(rowid) from batch where ? >= startkey and ? <= endkey)",
+                {rkey, rkey});
+}
+
+bool ResolveDAO::batchMarked(qlonglong rkey)
+{
+    Locker lock(m_mutex);
+    return number("select flag from batch where ? >= startkey and ? <= endkey order by rowid desc limit 1", {rkey, rkey}, 0) == 1;
+}
+
+QList<db_resolve> ResolveDAO::nextUploads(int limit)
+{
+    QList<db_resolve> rows;
+    if (limit <= 0)
+        return rows;
+    Locker lock(m_mutex);
+    QList<qlonglong> first;
+    for (qlonglong rkey : qAsConst(m_priority[1])) {
+        const db_resolve res = one("select * from resolve where rkey = ? and (state = ? or state = ?)", {rkey, 110, 111});
+        if (res.rkey == 0)
+            continue;
+        first << rkey;
+        if (rows.size() < limit)
+            rows << res;
+    }
+    m_priority[1] = first;
+    if (rows.size() >= limit)
+        return rows;
+    // Asked at every tick: an index walk a state, merged here, instead of sorting every row that waits.
+    const QString each = "select * from resolve where state = ? order by pri limit ?";
+    QList<db_resolve> others = list(each, {110, limit + first.size()}) + list(each, {111, limit + first.size()});
+    std::stable_sort(others.begin(), others.end(), [](const db_resolve &a, const db_resolve &b) { return a.pri < b.pri; });
+    for (const db_resolve &res : qAsConst(others))
+        if (rows.size() < limit && !first.contains(res.rkey))
+            rows << res;
+    return rows;
+}
+
+void ResolveDAO::setPriority(int type, const QList<qlonglong> &keys)
+{
+    if (type != 0 && type != 1)
+        return;
+    Locker lock(m_mutex);
+    m_priority[type] = keys;
+}
+
+bool ResolveDAO::setSum(qlonglong rkey, int fsum)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set fsum = ? where rkey = ?", {fsum, rkey});
+}
+
+bool ResolveDAO::fileDone(qlonglong rkey, qlonglong size)
+{
+    int ok = -1, sum = 0;
+    {
+        Locker lock(m_mutex);
+        Work work(this);
+        if (!work || change("update resolve set fok = fok + 1 where rkey = ?", {rkey}) <= 0
+            || !exec("update resolve set fup = fup + ? where rkey = ?", {size, rkey}))
+            return false;
+        each("select fok,fsum from resolve where rkey = ?", {rkey}, [&](const Row &row) {
+            ok = row.integer("fok");
+            sum = row.integer("fsum");
+        });
+        if (!work.commit())
+            return false;
+    }
+    emit upProgress(rkey, ok, sum);
+    return true;
+}
+
+bool ResolveDAO::addSize(qlonglong rkey, qlonglong size)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set fsize = fsize + ? where rkey = ?", {size, rkey});
+}
+
+bool ResolveDAO::setSizes(qlonglong rkey, qlonglong fsize, qlonglong fup)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set fsize = ?, fup = ? where rkey = ?", {fsize, fup, rkey});
+}
+
+QPair<qlonglong, qlonglong> ResolveDAO::sizesOfMission(int missionId)
+{
+    Locker lock(m_mutex);
+    QPair<qlonglong, qlonglong> sizes{0, 0};
+    each("select fsize, fup from resolve where missionid = ?", {missionId}, [&](const Row &row) {
+        sizes.first += row.number("fsize");
+        sizes.second += row.number("fup");
+    });
+    return sizes;
+}
+
+bool ResolveDAO::setCounts(qlonglong rkey, int fok, int fsum)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set fok = ?, fsum = ? where rkey = ?", {fok, fsum, rkey});
+}
+
+void ResolveDAO::readWaiting(int type)
+{
+    QList<db_resolve> rows;
+    {
+        Locker lock(m_mutex);
+        const QString from = "select rkey,ordernum,project,lpath,state,pri from resolve where state = ?";
+        rows = type == 0 ? list(from, {100}) : list(from + " or state = ?", {110, 111});
+        const QList<qlonglong> first = m_priority[type == 0 ? 0 : 1];
+        const auto place = [&](const db_resolve &res) {
+            const int at = first.indexOf(res.rkey);
+            return at < 0 ? first.size() : at;
+        };
+        std::stable_sort(rows.begin(), rows.end(), [&](const db_resolve &a, const db_resolve &b) {
+            return place(a) != place(b) ? place(a) < place(b) : a.pri < b.pri;
+        });
+    }
+    emit allReswait(rows);
+}
+
+bool ResolveDAO::setFileType(qlonglong rkey, int filetype)
+{
+    Locker lock(m_mutex);
+    return exec("update resolve set filetype = ? where rkey = ? and filetype = 0", {filetype, rkey});
+}
