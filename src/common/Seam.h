@@ -7,8 +7,8 @@
 //
 //   Seam<UpCalls>::post([=](UpCalls &up) { up.pauseUp(order, mission, 0, false); });
 #include <QMetaObject>
-#include <QMutex>
 #include <QObject>
+#include <mutex>
 
 template <class Calls> class Seam
 {
@@ -16,13 +16,13 @@ public:
     // The guard is the QObject whose thread the calls run on; usually the same object as the calls.
     static void attach(QObject *guard, Calls *calls)
     {
-        QMutexLocker lock(&slot().mutex);
+        std::lock_guard<std::mutex> lock(slot().mutex);
         slot().guard = guard;
         slot().calls = calls;
     }
     static void detach(Calls *calls)
     {
-        QMutexLocker lock(&slot().mutex);
+        std::lock_guard<std::mutex> lock(slot().mutex);
         if (slot().calls == calls) {
             slot().guard = nullptr;
             slot().calls = nullptr;
@@ -30,13 +30,13 @@ public:
     }
     static bool attached()
     {
-        QMutexLocker lock(&slot().mutex);
+        std::lock_guard<std::mutex> lock(slot().mutex);
         return slot().guard != nullptr;
     }
     // False when no handler is attached; the call is then lost.
     template <class Call> static bool post(Call call)
     {
-        QMutexLocker lock(&slot().mutex);
+        std::lock_guard<std::mutex> lock(slot().mutex);
         if (!slot().guard)
             return false;
         Calls *calls = slot().calls;
@@ -45,7 +45,7 @@ public:
 
 private:
     struct Slot {
-        QMutex mutex;
+        std::mutex mutex;
         QObject *guard = nullptr;
         Calls *calls = nullptr;
     };

@@ -26,6 +26,7 @@ public:
     static QString dumpDir();   // makes the folder
     static QString registryPath();
     static QString programDir(); // folder of the executable
+    static void setProgramDir(const QString &dir); // another place of service.ini and scripts; empty: back to the executable's
 
     static void setUserValue(const QString &group, const QString &key, const QVariant &value);
     static QVariant userValue(const QString &group, const QString &key, const QVariant &fallback = {});
@@ -85,7 +86,7 @@ public:
     static QString hashPrefix();
     static int masterUserId();
     static void setMasterUserId(int id);
-    static QJsonArray feeUserIds(); // saved array of fee accounts, may be empty
+    static QJsonArray feeUserIds(); // fee accounts of the login reply, else those saved in the account config; may be empty
     static bool needMasterCheck();
     static void setRolePerm(const QJsonObject &reply);
     static bool perm(int flag); // 0 to 19

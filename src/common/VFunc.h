@@ -5,6 +5,7 @@
 #include <QList>
 #include <QPair>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 #include <functional>
 
@@ -17,8 +18,17 @@ public:
     static bool delHKCU(const QString &key, const QString &name);
     static bool setHKCU(const QString &key, const QString &name, const QString &text);
 
-    // Elevated run, waits at most 5000 ms: 1 started, -1 the user refused or it can't be started.
-    static int runAs(const QString &file, const QString &params);
+    // Elevated run, waits at most 5000 ms: 1 started, -1 the user refused or it can't be started. target: what the child
+    // writes to; on POSIX it decides whether elevation is needed at all.
+    static int runAs(const QString &file, const QString &params, const QString &target = {});
+    // A variable of the user's environment for programs started later. False, and a log line, where there is no such tool.
+    static bool setUserVariable(const QString &name, const QString &value);
+    static bool autoStartSet(const QString &name, const QString &command);
+    static bool autoStartRemove(const QString &name);
+    static QString autoStart(const QString &name); // the command, empty: not set
+    // The machine's hive (64-bit view): where installed software tells its place. Empty when absent.
+    static QString machineValue(const QString &key, const QString &name);
+    static QStringList machineSubkeys(const QString &key);
     static bool existProcess(const QString &name);
     static bool killProcess(const QString &name);
     // Ends a child and all that it started. True when none of them is left.

@@ -1,0 +1,379 @@
+// Folders, INI files and the settings read from them. The account's facts are in UserAccount.cpp.
+#include "common/UserInfo.h"
+#include "common/platform/Platform.h"
+#include "common/UserState.h"
+#include "common/VFunc.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QStandardPaths>
+
+namespace {
+const QString configName = QStringLiteral("config.ini");
+
+QString appData()
+{
+    if (!platform::isWindows())
+        return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QString told = VFunc::regGet(QStringLiteral("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"),
+                                       QStringLiteral("AppData")).toString();
+    return told.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
+                          : QDir::fromNativeSeparators(told);
+}
+
+// An unquoted "," in a file edited by hand makes a list of the text: it is joined again.
+QVariant readIni(const QString &file, const QString &group, const QString &key)
+{
+    const QSettings ini(file, QSettings::IniFormat);
+    const QVariant value = ini.value(group + QLatin1Char('/') + key);
+    return value.type() == QVariant::StringList ? QVariant(value.toStringList().join(QStringLiteral(", "))) : value;
+}
+
+// QSettings replaces the file as a whole, through a second file beside it.
+bool writeIni(const QString &file, const QString &group, const QString &key, const QVariant &value)
+{
+    QSettings ini(file, QSettings::IniFormat);
+    ini.setValue(group + QLatin1Char('/') + key, value);
+    ini.sync();
+    if (ini.status() != QSettings::NoError)
+        qWarning().noquote() << "UserInfo::writeIni not written:" << file << group << key;
+    return ini.status() == QSettings::NoError;
+}
+
+QString configFile(UserState::Ini UserState::*which)
+{
+    const UserState &state = UserState::get();
+    const QString &folder = which == &UserState::machine ? state.allUserDir : state.userDir;
+    return folder.isEmpty() ? QString() : folder + QLatin1Char('/') + configName;
+}
+
+QVariant cachedValue(UserState::Ini UserState::*which, const QString &group, const QString &key)
+{
+    UserState &state = UserState::get();
+    const QString full = group + QLatin1Char('/') + key;
+    QString file;
+    quint64 generation = 0;
+    {
+        ReadLock lock(state.mutex);
+        const UserState::Ini &ini = state.*which;
+        const auto known = ini.values.constFind(full);
+        if (known != ini.values.constEnd())
+            return *known;
+        file = configFile(which);
+        generation = ini.generation;
+    }
+    if (file.isEmpty())
+        return {};
+    const QVariant value = readIni(file, group, key);
+    WriteLock lock(state.mutex);
+    if ((state.*which).generation == generation)
+        (state.*which).values.insert(full, value);
+    return value;
+}
+
+void storeValue(UserState::Ini UserState::*which, const QString &group, const QString &key, const QVariant &value)
+{
+    UserState &state = UserState::get();
+    QString file;
+    {
+        WriteLock lock(state.mutex);
+        file = configFile(which);
+        if (!file.isEmpty()) {
+            (state.*which).values.insert(group + QLatin1Char('/') + key, value);
+            ++(state.*which).generation;
+        }
+    }
+    if (file.isEmpty())
+        qWarning().noquote() << "UserInfo::storeValue no folder yet for" << group << key;
+    else
+        writeIni(file, group, key, value);
+}
+
+QVariant orElse(const QVariant &value, const QVariant &fallback) { return value.isValid() ? value : fallback; }
+
+// All in one write: every one of them costs a trip to the medium.
+void addDefaults(const QString &file)
+{
+    QSettings ini(file, QSettings::IniFormat);
+    const auto add = [&ini](const char *key, const QVariant &value) {
+        if (!ini.contains(QLatin1String(key)))
+            ini.setValue(QLatin1String(key), value);
+    };
+    add("Transfer/isWan", QStringLiteral("WAN"));
+    add("Transfer/upProxyPort", 0);
+    add("Transfer/upSpeed", 0);
+    add("Transfer/upTh", 10);
+    add("Transfer/downTh", 10);
+    add("Server/role", QString());
+    add("Server/master", QStringLiteral("http://127.0.0.1:46160"));
+    add("Server/clientPort", 46160);
+    add("Resolve/os", QStringLiteral("windows"));
+    if (!ini.contains(QStringLiteral("Resolve/caps_mod"))) {
+        ini.setValue(QStringLiteral("Resolve/caps"), 1);
+        ini.setValue(QStringLiteral("Resolve/caps_mod"), 1);
+    }
+    add("Resolve/caps", 1);
+    add("Resolve/thread", 1);
+    add("Customzation/TX", 1);
+    add("SoftwarePath/Maya2014-example", QStringLiteral("maya intall path, C:\\a.exe or C:/a.exe"));
+    ini.sync();
+    if (ini.status() != QSettings::NoError)
+        qWarning().noquote() << "UserInfo::init defaults not written:" << file;
+}
+
+int allInt(const char *group, const char *key, int fallback)
+{
+    bool good = false;
+    const int value = UserInfo::allValue(QString::fromLatin1(group), QString::fromLatin1(key)).toInt(&good);
+    return good ? value : fallback;
+}
+
+QString allText(const char *group, const char *key, const QString &fallback = {})
+{
+    return UserInfo::allValue(QString::fromLatin1(group), QString::fromLatin1(key), fallback).toString();
+}
+
+int userInt(const char *group, const char *key, int fallback = 0)
+{
+    bool good = false;
+    const int value = UserInfo::userValue(QString::fromLatin1(group), QString::fromLatin1(key)).toInt(&good);
+    return good ? value : fallback;
+}
+
+QString defaultResultDir()
+{
+    if (!platform::isWindows())
+        return QDir::homePath() + QStringLiteral("/ResultQN");
+    QString drive = QStringLiteral("C:");
+    const QFileInfoList drives = QDir::drives();
+    if (!drives.isEmpty())
+        drive = drives.first().absoluteFilePath().left(2);
+    for (const QFileInfo &one : drives) {
+        if (one.absoluteFilePath().startsWith(QLatin1String("E:"), Qt::CaseInsensitive))
+            drive = QStringLiteral("E:");
+    }
+    return drive + QStringLiteral("/ResultQN");
+}
+
+template <class Member> Member locked(Member UserState::*member)
+{
+    UserState &state = UserState::get();
+    ReadLock lock(state.mutex);
+    return state.*member;
+}
+} // namespace
+
+UserState &UserState::get()
+{
+    static UserState *one = new UserState; // threads may still read while the process ends
+    return *one;
+}
+
+void UserInfo::init(const QStringList &args)
+{
+    QString base = appData() + QLatin1Char('/') + thirdGroup();
+    if (args.contains(QStringLiteral("slaveAlone")))
+        base += QStringLiteral("/slave");
+    const QString allUser = base + QStringLiteral("/AllUser"), temp = allUser + QStringLiteral("/temp");
+    QDir().mkpath(base);
+    QDir().mkpath(allUser);
+    {
+        UserState &state = UserState::get();
+        WriteLock lock(state.mutex);
+        state.arguments = args;
+        state.baseDir = base;
+        state.allUserDir = allUser;
+        state.tempDir = temp;
+        state.registryPath = QStringLiteral("Software\\Brontel\\%1\\Settings").arg(thirdGroup());
+    }
+    VFunc::removeDir(temp);
+    QDir().mkpath(temp);
+    addDefaults(allUser + QLatin1Char('/') + configName);
+    UserState &state = UserState::get();
+    WriteLock lock(state.mutex);
+    state.machine.values.clear();
+    ++state.machine.generation;
+    state.language.clear();
+    state.brand.clear();
+}
+
+QStringList UserInfo::arguments() { return locked(&UserState::arguments); }
+bool UserInfo::hasArgument(const QString &word) { return arguments().contains(word); }
+QString UserInfo::baseDir() { return locked(&UserState::baseDir); }
+QString UserInfo::allUserDir() { return locked(&UserState::allUserDir); }
+QString UserInfo::userDir() { return locked(&UserState::userDir); }
+QString UserInfo::tempDir() { return locked(&UserState::tempDir); }
+
+QString UserInfo::dumpDir()
+{
+    const QString folder = allUserDir() + QStringLiteral("/dmp");
+    QDir().mkpath(folder);
+    return folder;
+}
+
+QString UserInfo::registryPath()
+{
+    const QString path = locked(&UserState::registryPath);
+    return path.isEmpty() ? QStringLiteral("Software\\Brontel\\%1\\Settings").arg(thirdGroup()) : path;
+}
+
+QString UserInfo::programDir()
+{
+    const QString set = locked(&UserState::programDir);
+    return set.isEmpty() ? QCoreApplication::applicationDirPath() : set;
+}
+
+void UserInfo::setProgramDir(const QString &dir)
+{
+    UserState &state = UserState::get();
+    WriteLock lock(state.mutex);
+    state.programDir = dir;
+}
+
+void UserInfo::setUserValue(const QString &group, const QString &key, const QVariant &value)
+{
+    storeValue(&UserState::user, group, key, value);
+}
+QVariant UserInfo::userValue(const QString &group, const QString &key, const QVariant &fallback)
+{
+    return orElse(cachedValue(&UserState::user, group, key), fallback);
+}
+bool UserInfo::hasUserValue(const QString &group, const QString &key)
+{
+    return cachedValue(&UserState::user, group, key).isValid();
+}
+void UserInfo::setAllValue(const QString &group, const QString &key, const QVariant &value)
+{
+    storeValue(&UserState::machine, group, key, value);
+}
+QVariant UserInfo::allValue(const QString &group, const QString &key, const QVariant &fallback)
+{
+    return orElse(cachedValue(&UserState::machine, group, key), fallback);
+}
+bool UserInfo::hasAllValue(const QString &group, const QString &key)
+{
+    return cachedValue(&UserState::machine, group, key).isValid();
+}
+QVariant UserInfo::serviceValue(const QString &group, const QString &key, const QVariant &fallback)
+{
+    return iniValue(programDir(), QStringLiteral("service.ini"), group, key, fallback);
+}
+
+namespace {
+QString iniPath(const QString &dir, const QString &name)
+{
+    QString path = dir + QLatin1Char('/') + name;
+    return path.replace(QLatin1Char('\\'), QLatin1Char('/')).replace(QLatin1String("//"), QLatin1String("/"));
+}
+} // namespace
+
+QVariant UserInfo::iniValue(const QString &dir, const QString &name, const QString &group, const QString &key,
+                            const QVariant &fallback)
+{
+    return orElse(readIni(iniPath(dir, name), group, key), fallback);
+}
+
+bool UserInfo::setIniValue(const QString &dir, const QString &name, const QString &group, const QString &key,
+                           const QVariant &value)
+{
+    return writeIni(iniPath(dir, name), group, key, value);
+}
+
+bool UserInfo::isWan() { return allText("Transfer", "isWan", QStringLiteral("WAN")) != QLatin1String("LAN"); }
+QString UserInfo::lanWan() { return isWan() ? QStringLiteral("Wan") : QStringLiteral("Lan"); }
+int UserInfo::upProxyPort() { return qBound(0, allInt("Transfer", "upProxyPort", 0), 65535); }
+int UserInfo::upSpeed() { return qMax(0, allInt("Transfer", "upSpeed", 0)); }
+void UserInfo::setUpSpeed(int kib) { setAllValue(QStringLiteral("Transfer"), QStringLiteral("upSpeed"), kib); }
+
+// A queue without threads would stand still without a word: nonsense counts as the default.
+int UserInfo::upTh()
+{
+    const int count = allInt("Transfer", "upTh", 10);
+    return count > 0 ? count : 10;
+}
+int UserInfo::downTh()
+{
+    const int count = allInt("Transfer", "downTh", 10);
+    return count > 0 ? count : 10;
+}
+
+QString UserInfo::role() { return allText("Server", "role"); }
+bool UserInfo::isSlave() { return role() == QLatin1String("slave"); }
+bool UserInfo::isMaster() { return role() == QLatin1String("master"); }
+QString UserInfo::master() { return allText("Server", "master", QStringLiteral("http://127.0.0.1:46160")); }
+
+QString UserInfo::masterHost()
+{
+    const QString host = master().remove(QStringLiteral("http://")).section(QLatin1Char(':'), 0, 0);
+    return host.isEmpty() ? QStringLiteral("127.0.0.1") : host;
+}
+
+int UserInfo::clientPort()
+{
+    const int port = allInt("Server", "clientPort", 46160);
+    return port > 0 && port < 65536 ? port : 46160;
+}
+
+QString UserInfo::apiToken() { return allText("Server", "apiToken"); }
+QString UserInfo::resolveOs() { return allText("Resolve", "os", QStringLiteral("windows")); }
+bool UserInfo::caps() { return allInt("Resolve", "caps", 1) != 0; }
+int UserInfo::resolveThread() { return qBound(1, allInt("Resolve", "thread", 1), 5); }
+void UserInfo::setResolveThread(int count) { setAllValue(QStringLiteral("Resolve"), QStringLiteral("thread"), count); }
+bool UserInfo::fastMaya() { return allInt("Resolve", "fastMaya", 0) != 0; }
+bool UserInfo::cloud() { return allInt("Resolve", "cloud", 0) != 0; }
+
+QString UserInfo::softwarePath(const QString &software)
+{
+    const QString group = QStringLiteral("SoftwarePath");
+    const QString folder = allUserDir();
+    if (folder.isEmpty())
+        return {};
+    QSettings ini(folder + QLatin1Char('/') + configName, QSettings::IniFormat);
+    ini.beginGroup(group);
+    for (const QString &key : ini.childKeys()) {
+        if (key.compare(software, Qt::CaseInsensitive) == 0)
+            return QDir::fromNativeSeparators(allValue(group, key).toString().remove(QLatin1Char('"')).trimmed());
+    }
+    return {};
+}
+
+QString UserInfo::pathCase(const QString &path, bool force)
+{
+    const bool lower = (force && resolveOs() != QLatin1String("linux")) || !caps();
+    return lower ? path.toLower() : path;
+}
+
+QString UserInfo::resultDir()
+{
+    const QString set = userValue(QStringLiteral("Set"), QStringLiteral("ResultDir")).toString();
+    if (!set.isEmpty())
+        return set;
+    const QString dir = defaultResultDir();
+    if (!userDir().isEmpty())
+        setResultDir(dir);
+    return dir;
+}
+
+void UserInfo::setResultDir(const QString &dir)
+{
+    setUserValue(QStringLiteral("Set"), QStringLiteral("ResultDir"), QDir::fromNativeSeparators(dir));
+}
+
+int UserInfo::autoSendResult()
+{
+    if (!userDir().isEmpty() && !hasUserValue(QStringLiteral("Set"), QStringLiteral("AutoSendResult")))
+        setUserValue(QStringLiteral("Set"), QStringLiteral("AutoSendResult"), 1);
+    return userInt("Set", "AutoSendResult", 1);
+}
+
+int UserInfo::resultCheck() { return userInt("Set", "resultCheck"); }
+QString UserInfo::resultRule() { return userValue(QStringLiteral("Set"), QStringLiteral("resultRule")).toString(); }
+int UserInfo::outRoot() { return userInt("Set", "outRoot"); }
+int UserInfo::resolveType() { return userInt("Resolve", "type"); }
+int UserInfo::mayaCache() { return userInt("Resolve", "mayaCache"); }
+int UserInfo::upDSpeed() { return userInt("SkyDriver", "upDSpeed"); }
+int UserInfo::upHash() { return userInt("SkyDriver", "upHash"); }
+int UserInfo::viewFarmId() { return userInt("SkyDriver", "viewFarmId"); }

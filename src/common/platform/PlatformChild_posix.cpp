@@ -1,0 +1,9 @@
+#include "common/platform/Platform.h"
+#include <unistd.h>
+
+namespace platform {
+void ownSession()
+{
+    setsid();
+}
+} // namespace platform

@@ -1,0 +1,5 @@
+#include "common/platform/Platform.h"
+
+namespace platform {
+void ownSession() {}
+} // namespace platform
