@@ -1,0 +1,256 @@
+# -*- coding: utf-8 -*-
+"""Analysis of the scene that Maya has open: mayabatch calls runMain, mayapy calls it by way of VMA.py.
+
+Reads and never writes: no node, no file, no preference is changed, no dialog can open, and a plug-in that isn't
+installed costs its own nodes only. One source for the Python of every Maya, 2.6 up to 3.
+"""
+import os
+import sys
+
+sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))), 'common'))
+import vandrel_report
+from vandrel_report import to_text
+
+# Node type -> attributes that name files. Types of plug-ins that aren't loaded have no nodes of that type.
+FILE_ATTRIBUTES = {
+    'psdFileTex': ['fileTextureName'], 'movie': ['fileTextureName'], 'substance': ['package'], 'audio': ['filename'],
+    'imagePlane': ['imageName'], 'gpuCache': ['cacheFileName'], 'AlembicNode': ['abc_File', 'abc_layerFiles'],
+    'mayaUsdProxyShape': ['filePath'], 'mentalrayTexture': ['fileTextureName'], 'mentalrayIblShape': ['texture'],
+    'aiStandIn': ['dso'], 'aiImage': ['filename'], 'aiVolume': ['filename'], 'aiPhotometricLight': ['aiFilename'],
+    'RedshiftNormalMap': ['tex0'], 'RedshiftSprite': ['tex0'], 'RedshiftDomeLight': ['tex0', 'tex1'],
+    'RedshiftIESLight': ['profile'], 'RedshiftProxyMesh': ['fileName'], 'RedshiftVolumeShape': ['fileName'],
+    'RedshiftOptions': ['irradiancePointCloudFilename', 'irradianceCacheFilename', 'photonFilename'],
+    'VRayMesh': ['fileName2', 'fileName'], 'VRayLightIESShape': ['iesFile'], 'VRayVolumeGrid': ['inPath'],
+    'VRayPtex': ['ptexFile'], 'VRayScannedMtl': ['file'], 'vraySettingsNode': ['imap_fileName2', 'lc_fileName', 'pmap_file2'],
+    'PxrTexture': ['filename'], 'PxrNormalMap': ['filename'], 'PxrDomeLight': ['lightColorMap'], 'RenderManArchive': ['filename'],
+    'pgYetiMaya': ['cacheFileName', 'groomFileName'], 'OpenVDBRead': ['file'], 'BifrostLiquidContainer': ['cachePath'],
+}
+SEQUENCE_SWITCHES = {'file': 'useFrameExtension', 'imagePlane': 'useFrameExtension', 'aiStandIn': 'useFrameExtension',
+                     'RedshiftProxyMesh': 'useFrameExtension'}
+GPU_RENDERERS = {'redshift': True, 'octane': True, 'fstorm': True, 'arnold': False, 'mayasoftware': False, 'mentalray': False,
+                 'renderman': False, 'vray': False, 'maxwell': False}
+FORMATS = {0: 'gif', 1: 'pic', 2: 'rla', 3: 'tif', 4: 'tif', 5: 'sgi', 6: 'als', 7: 'iff', 8: 'jpg', 9: 'eps', 10: 'iff', 13: 'sgi',
+           19: 'tga', 20: 'bmp', 22: 'mov', 23: 'avi', 31: 'psd', 32: 'png', 35: 'dds', 36: 'psd', 40: 'exr'}
+PLUGIN_FORMAT = 51  # the format's own name stands in imfPluginKey
+
+
+def get(cmds, plug, default=None):
+    """An attribute's value, or the default where the node or attribute isn't there."""
+    try:
+        value = cmds.getAttr(plug)
+    except Exception:
+        return default
+    return default if value is None else value
+
+
+def nodes(cmds, node_type):
+    try:
+        return cmds.ls(type=node_type) or []
+    except Exception:
+        return []
+
+
+def whole(value):
+    """A frame as people write it: 1 and not 1.0; anything between stays."""
+    value = float(value)
+    return '%d' % value if value == int(value) else '%g' % value
+
+
+def frames(cmds):
+    if not get(cmds, 'defaultRenderGlobals.animation', 1):
+        return whole(cmds.currentTime(query=True))
+    first, last = get(cmds, 'defaultRenderGlobals.startFrame', 1), get(cmds, 'defaultRenderGlobals.endFrame', 1)
+    step = get(cmds, 'defaultRenderGlobals.byFrameStep', 1)
+    return '%s-%s:%s' % (whole(first), whole(last), whole(step))
+
+
+def renderer(cmds):
+    return to_text(get(cmds, 'defaultRenderGlobals.currentRenderer', 'mayaSoftware') or 'mayaSoftware')
+
+
+def image_format(cmds, name):
+    lower = name.lower()
+    if lower == 'vray':
+        return to_text(get(cmds, 'vraySettings.imageFormatStr', 'png') or 'png').split(' ')[0]
+    if lower == 'arnold':
+        return to_text(get(cmds, 'defaultArnoldDriver.aiTranslator', 'exr') or 'exr')
+    if lower == 'redshift':
+        kinds = ['iff', 'exr', 'png', 'tga', 'jpg', 'tif']
+        index = int(get(cmds, 'redshiftOptions.imageFormat', 1) or 0)
+        return kinds[index] if index < len(kinds) else 'exr'
+    index = int(get(cmds, 'defaultRenderGlobals.imageFormat', 7) or 0)
+    if index == PLUGIN_FORMAT:
+        return to_text(get(cmds, 'defaultRenderGlobals.imfPluginKey', '') or '')
+    return FORMATS.get(index, '')
+
+
+def size(cmds, name):
+    if name.lower() == 'vray' and get(cmds, 'vraySettings.width'):
+        return int(get(cmds, 'vraySettings.width')), int(get(cmds, 'vraySettings.height', 0))
+    return int(get(cmds, 'defaultResolution.width', 0)), int(get(cmds, 'defaultResolution.height', 0))
+
+
+def cameras(cmds):
+    """Names of the cameras' transforms: those that render, and all."""
+    on, every = [], []
+    for shape in nodes(cmds, 'camera'):
+        parents = cmds.listRelatives(shape, parent=True) or [shape]
+        every.append(to_text(parents[0]))
+        if get(cmds, shape + '.renderable', False):
+            on.append(to_text(parents[0]))
+    return on, every
+
+
+def layers(cmds, report, name):
+    """One entry per layer that renders. Looking at a layer's own settings means switching to it; the scene is never
+    saved, and the layer that was current is current again afterwards."""
+    known = nodes(cmds, 'renderLayer')
+    wanted = [one for one in known if get(cmds, one + '.renderable', False) and not get(cmds, one + '.global', False)]
+    if not wanted:
+        wanted = [one for one in known if ':' not in one and get(cmds, one + '.renderable', False)] or ['defaultRenderLayer']
+    wanted = [one for one in wanted if ':' not in one or not one.endswith('defaultRenderLayer')] or wanted
+    try:
+        before = cmds.editRenderLayerGlobals(query=True, currentRenderLayer=True)
+    except Exception:
+        before = None
+    found = []
+    for layer in wanted:
+        if layer != before and before is not None:
+            try:
+                cmds.editRenderLayerGlobals(currentRenderLayer=layer)
+            except Exception:
+                report.warnings.append(u'警告：渲染层无法切换 %s' % to_text(layer))
+        on, every = cameras(cmds)
+        width, height = size(cmds, name)
+        found.append({'layer': to_text(layer), 'width': width, 'height': height, 'frames': frames(cmds),
+                      'cameras': on, 'cameras_array': every, 'enableCameras': on, 'selected': 1})
+    if before is not None:
+        try:
+            cmds.editRenderLayerGlobals(currentRenderLayer=before)
+        except Exception:
+            pass
+    return found
+
+
+def tiled(cmds, node, path):
+    """A file node in tile mode names its first tile; its pattern stands for them all."""
+    mode = int(get(cmds, node + '.uvTilingMode', 0) or 0)
+    if mode == 0:
+        return path
+    computed = get(cmds, node + '.computedFileTextureNamePattern', '')
+    return to_text(computed) if computed else path
+
+
+def textures(cmds, report):
+    for node in nodes(cmds, 'file'):
+        path = to_text(get(cmds, node + '.fileTextureName', '') or '')
+        report.depend(tiled(cmds, node, path), sequence=bool(get(cmds, node + '.useFrameExtension', False)))
+    for node_type in sorted(FILE_ATTRIBUTES):
+        switch = SEQUENCE_SWITCHES.get(node_type)
+        for node in nodes(cmds, node_type):
+            sequence = bool(switch and get(cmds, node + '.' + switch, False))
+            for attribute in FILE_ATTRIBUTES[node_type]:
+                value = get(cmds, node + '.' + attribute, '')
+                for one in value if isinstance(value, (list, tuple)) else [value]:
+                    report.depend(one, sequence=sequence)
+
+
+def references(cmds, report):
+    try:
+        found = cmds.file(query=True, reference=True) or []
+    except Exception:
+        found = []
+    for path in found:
+        # a.ma{2} is the second reference to a.ma
+        report.depend(to_text(path).split('{')[0])
+
+
+def caches(cmds, report, with_cache):
+    for node in nodes(cmds, 'cacheFile'):
+        folder = to_text(get(cmds, node + '.cachePath', '') or '')
+        name = to_text(get(cmds, node + '.cacheName', '') or '')
+        if not name:
+            continue
+        folder = report.absolute(folder).rstrip('/')
+        report.depend(folder + '/' + name + '.xml')
+        try:
+            beside = sorted(os.listdir(folder))
+        except OSError:
+            beside = []
+        for one in beside:
+            if one.startswith(name) and one.lower().endswith(('.mc', '.mcx', '.mcc')):
+                report.depend(folder + '/' + one)
+    for node in nodes(cmds, 'xgmPalette'):
+        report.depend(get(cmds, node + '.xgFileName', ''), optional=True)
+    if with_cache:
+        for node in nodes(cmds, 'RedshiftOptions'):
+            for attribute in ('irradiancePointCloudFilename', 'irradianceCacheFilename', 'photonFilename'):
+                report.depend(get(cmds, node + '.' + attribute, ''), sequence=True, optional=True)
+
+
+def listed_paths(cmds, report):
+    """What Maya's own file path editor lists beside: nodes of plug-ins that this script doesn't know by name."""
+    try:
+        folders = cmds.filePathEditor(query=True, listDirectories='') or []
+    except Exception:
+        return
+    for folder in folders:
+        try:
+            rows = cmds.filePathEditor(query=True, listFiles=folder, withAttribute=True) or []
+        except Exception:
+            continue
+        for index in range(0, len(rows) - 1, 2):
+            node = to_text(rows[index + 1]).split('.')[0]
+            try:
+                known = cmds.nodeType(node)
+            except Exception:
+                known = ''
+            if known != 'file' and known not in FILE_ATTRIBUTES and known != 'reference':
+                report.depend(to_text(folder).rstrip('/') + '/' + to_text(rows[index]), optional=True)
+
+
+def plugins(cmds, report):
+    try:
+        loaded = sorted(cmds.pluginInfo(query=True, listPlugins=True) or [])
+    except Exception:
+        loaded = []
+    try:
+        unknown = sorted(set(cmds.unknownPlugin(query=True, list=True) or []))
+    except Exception:
+        unknown = []
+    for one in unknown:
+        report.warnings.append(u'警告：缺少插件 %s' % to_text(one))
+    return [to_text(one) for one in loaded]
+
+
+def analyse(cmds, report, cache):
+    scene = to_text(cmds.file(query=True, sceneName=True) or '').replace('\\', '/')
+    if not scene:
+        raise RuntimeError('the scene could not be opened')
+    project = to_text(cmds.workspace(query=True, rootDirectory=True) or '')
+    report.roots = [root for root in (project, os.path.dirname(scene), os.path.join(project, 'sourceimages')) if root]
+    name = renderer(cmds)
+    entries = layers(cmds, report, name)
+    report.parameters.update({
+        'layers': entries, 'renderer': name, 'format': image_format(cmds, name),
+        'filePrefix': to_text(get(cmds, 'defaultRenderGlobals.imageFilePrefix', '') or ''), 'plugins': plugins(cmds, report)})
+    report.content.update({'sceneName': scene, 'missionName': os.path.basename(scene), 'softwareType': 1,
+                           'mayaProject': project, 'outPut': ''})
+    if not [one for one in entries if one['cameras']]:
+        report.errors.append(vandrel_report.NO_CAMERA)
+    gpu = GPU_RENDERERS.get(name.lower())
+    if name.lower() == 'vray' and int(get(cmds, 'vraySettings.productionEngine', 0) or 0) > 0:
+        gpu = True
+    if name.lower() == 'arnold' and int(get(cmds, 'defaultArnoldRenderOptions.renderDevice', 0) or 0) == 1:
+        gpu = True
+    report.machine(gpu)
+    references(cmds, report)
+    textures(cmds, report)
+    caches(cmds, report, cache)
+    listed_paths(cmds, report)
+
+
+def runMain(kind=0, cache=0):
+    """kind is 0 for the batch command; cache 1 takes the renderer's own cache files along."""
+    import maya.cmds as cmds
+    vandrel_report.answer(lambda report: analyse(cmds, report, int(cache)))
