@@ -243,6 +243,12 @@ int UploadDAO::countFailed(const QString &order)
                       {order, int(Failed), int(GivenUp)}));
 }
 
+qlonglong UploadDAO::sumSize(const QString &order)
+{
+    Locker lock(m_mutex);
+    return number("select coalesce(sum(size), 0) from up where ordernum = ?", {order});
+}
+
 bool UploadDAO::reUp(const QString &order)
 {
     Locker lock(m_mutex);

@@ -26,6 +26,7 @@ public:
     bool setHash(const db_upfile &file);
     int count(const QString &order);                    // -1 on failure
     int countFailed(const QString &order);              // 13 and 30
+    qlonglong sumSize(const QString &order);            // bytes of the order's rows, -1 on failure
     bool reUp(const QString &order);                    // 10 on the rows in 11, 13, 30
     bool resetLeftBehind(const QString &order, const QList<qlonglong> &running); // 11 and 50 of a former run to 10
     QStringList orders();                               // that have rows

@@ -4,7 +4,7 @@
 // looked up on a thread of the pool, so a scan never waits and is never re-entered.
 #include "db/Records.h"
 #include "transfer/TransShare.h"
-#include <QDateTime>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QMap>
 #include <QObject>
@@ -42,6 +42,7 @@ public:
 
     static constexpr int TickMs = 50, SecondMs = 1000, RenewMs = 1200000;
     static constexpr int MaxRetries = 3;
+    static constexpr int FarmGapMs = 1000; // between two tries to find out a farm
 
 protected:
     struct Farm {
@@ -56,6 +57,8 @@ protected:
     virtual void flushBatch(qlonglong key, const QList<BatchItem> &items, qlonglong sum);
     void startRenewal(); // the 20-minute timer: farms and tokens are asked anew
 
+    // The queue's own worker, for a socket.
+    virtual TransWork *makeWork(bool retry, int backError) = 0;
     // transType is the link kind: 1 object store, 2 socket. Null, with the reason logged, when the link can't be had
     // (yet); a farm that isn't known is being asked for then. retry: first attempt after a give-up.
     TransWork *createWork(int transType, int farmId, bool retry, int backError, int socketPort);
@@ -70,6 +73,7 @@ protected:
     const Farm *farm(int farmId);
     bool checkRetry(const QString &key);  // true: try again (and counted); false: given up
     bool takeGaveUp(const QString &key);  // whether it was given up; forgets it
+    int retries(const QString &key) const { return m_retryCount.value(key); }
     void forgetRetries(const QString &key) { m_retryCount.remove(key); }
 
     // Records a changed item; the batch is flushed at once when it holds `count`, else `delayMs` after the last one.
@@ -80,9 +84,17 @@ private slots:
 
 private:
     struct Asker { QString key; quint64 serial; };
-    struct FarmEntry { Farm farm; bool asking = false; QDateTime at; QList<Asker> tickets; };
+    struct FarmEntry {
+        Farm farm;
+        bool asking = false, askingHost = false;
+        QElapsedTimer answered; // of the last answer, good or not
+        QList<Asker> tickets, hosts;
+    };
     void probeFarm(int farmId);
+    void probeHost(int farmId);
     void farmAnswered(int farmId, const QString &url, const QString &token);
+    void hostAnswered(int farmId, const QString &host, int port);
+    void reportSpeeds();
 
     std::shared_ptr<TransShare> m_share;
     QMap<QString, TransWork *> m_works;

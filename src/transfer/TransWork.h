@@ -35,7 +35,11 @@ public:
 
     // What a handler's post brings, on the worker's thread (see askTicket, askFarmHost).
     virtual void initDownWork(QString token) { Q_UNUSED(token) } // empty: the farm can't be found out
+    void takeTicket(const QString &url, const QString &token); // setServer, then initDownWork
     virtual void farmHostFound(QString host, int port) { Q_UNUSED(host) Q_UNUSED(port) } // port 0: unknown
+
+    // Pause with deletion: the partial files of a download go.
+    void dropPartial();
 
     virtual void finishUp(int kind);
     virtual void finishDown(int kind);

@@ -1,0 +1,391 @@
+#include "transfer/up/UpHandler.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "db/ResolveDAO.h"
+#include "db/UploadDAO.h"
+#include "io/NetTcp.h"
+#include "transfer/TransSet.h"
+#include "transfer/up/UpWork.h"
+#include <QCryptographicHash>
+#include <QDateTime>
+#include <QDebug>
+#include <QFile>
+#include <QJsonDocument>
+#include <algorithm>
+
+namespace {
+constexpr int WaitUpload = 110, Uploading = 111, UploadFailed = 113;
+constexpr int MaxDelayed = 100; // rows of one order that stand aside; beyond it the order itself waits
+constexpr int TellMs = 60000;
+
+qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
+}
+
+UpHandler::UpHandler()
+{
+    m_clock.start();
+    m_lastLook.start();
+    m_lastTotals.start();
+    // Only the wish to look again crosses threads, no record.
+    const auto wake = [this] { m_nothing = false; };
+    connect(ResolveDAO::instance(), &ResolveDAO::stateChanged, this, wake, Qt::QueuedConnection);
+    connect(ResolveDAO::instance(), &ResolveDAO::refreshAll, this, wake, Qt::QueuedConnection);
+    startRenewal();
+    Seam<UpCalls>::attach(this, this);
+}
+
+UpHandler::~UpHandler()
+{
+    Seam<UpCalls>::detach(this);
+}
+
+QString UpHandler::keyOf(const db_upfile &file)
+{
+    return QStringLiteral("%1_%2_%3").arg(file.ordernum, QString::number(file.missid), QString::number(file.pri));
+}
+
+bool UpHandler::quiet()
+{
+    return m_nothing && !m_lastLook.hasExpired(IdleMs);
+}
+
+void UpHandler::scan()
+{
+    if (!Session::live() || UserInfo::userId() == 0 || quiet())
+        return;
+    refreshChanged();
+    const int free = UserInfo::upTh() - running();
+    if (free <= 0)
+        return;
+    // Orders whose last files run, or that wait for the server's word, don't take the place of those with work.
+    const QList<db_resolve> orders = ResolveDAO::instance()->nextUploads(free + 1 + running() + m_ending.size() + m_waitingLink.size());
+    m_nothing = orders.isEmpty();
+    m_lastLook.start();
+    const int want = qMin(free, NewPerTick);
+    QList<db_upfile> chosen;
+    for (const db_resolve &order : orders) {
+        if (chosen.size() >= want || walkOrder(order, want, &chosen) == Walk::Stop)
+            break;
+    }
+    giveWay(chosen);
+    for (const db_upfile &file : qAsConst(chosen))
+        start(file);
+}
+
+UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen)
+{
+    if (order.filetype == 2) {
+        qint64 &told = m_waitingLink[order.ordernum];
+        if (told == 0 || m_clock.elapsed() - told > TellMs) {
+            told = qMax<qint64>(1, m_clock.elapsed());
+            delete createWork(1, 0, false, 0, 0);
+        }
+        return Walk::Next;
+    }
+    if (order.state == WaitUpload)
+        takeUp(order);
+    const QList<qlonglong> delayed = delayedOf(order.ordernum);
+    if (delayed.size() > MaxDelayed)
+        return Walk::Next;
+    const QList<qlonglong> mine = runningOf(order.ordernum);
+    const QList<db_upfile> rows = UploadDAO::instance()->nextWaiting(order.ordernum, mine + delayed, want - chosen->size());
+    *chosen += rows;
+    // A file that runs or stands aside still has its row: the order can't be over.
+    if (!rows.isEmpty() || !mine.isEmpty() || !delayed.isEmpty())
+        return Walk::Next;
+    return judge(order);
+}
+
+void UpHandler::takeUp(const db_resolve &order)
+{
+    ResolveDAO::instance()->setState(order.rkey, Uploading, 0, now());
+    UploadDAO::instance()->resetLeftBehind(order.ordernum, runningOf(order.ordernum));
+    refreshTotals(order.ordernum);
+}
+
+UpHandler::Walk UpHandler::judge(const db_resolve &order)
+{
+    const int rows = UploadDAO::instance()->count(order.ordernum);
+    if (rows < 0)
+        return Walk::Next;
+    if (rows == 0) {
+        askEnd(order);
+        return Walk::Next;
+    }
+    if (UploadDAO::instance()->countFailed(order.ordernum) < rows)
+        return Walk::Next;
+    // Every file that is left has failed. The rows stay, so that the user can start them again.
+    ResolveDAO::instance()->setState(order.rkey, UploadFailed, 0, now());
+    takeOrder(order.ordernum);
+    UploadDAO::instance()->tellOrderCleared(order.ordernum);
+    UploadDAO::instance()->tellRefresh();
+    return Walk::Stop;
+}
+
+// The server must hear that the upload is over: without an answer it is asked again, and the record stays meanwhile.
+void UpHandler::askEnd(const db_resolve &order)
+{
+    QElapsedTimer &asked = m_ending[order.ordernum];
+    if (asked.isValid() && !asked.hasExpired(AnswerMs + AskAgainMs))
+        return;
+    asked.start();
+    NetTcp::instance()->nvds(107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
+                             [this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); }, this);
+}
+
+void UpHandler::endOrder(qlonglong rkey, const QString &order)
+{
+    if (m_ending.remove(order) == 0 || UploadDAO::instance()->count(order) != 0)
+        return;
+    ResolveDAO *resolve = ResolveDAO::instance();
+    bool kept = false;
+    if (UserInfo::isMaster()) {
+        const db_resolve record = resolve->readWithPara(rkey);
+        const QJsonValue slave = QJsonDocument::fromJson(record.rdata.toUtf8()).object().value(QStringLiteral("fromSlave"));
+        kept = slave.toVariant().toInt() != 0;
+    }
+    if (kept)
+        resolve->setFinishedOnMaster(rkey); // the subordinate seat still polls it
+    else
+        resolve->remove(rkey);
+    UploadDAO::instance()->removeOrder(order);
+}
+
+// With a proxy in between, the biggest file stands back while others wait.
+void UpHandler::giveWay(const QList<db_upfile> &chosen)
+{
+    if (UserInfo::upProxyPort() == 0 || chosen.isEmpty() || m_running.isEmpty())
+        return;
+    const auto biggest = std::max_element(m_running.cbegin(), m_running.cend(),
+                                          [](const db_upfile &a, const db_upfile &b) { return a.size < b.size; });
+    if (biggest->size < BigFile)
+        return;
+    const db_upfile file = *biggest;
+    workFinished(file, TransSet::Transient);
+    delay(file, GiveWayMs);
+}
+
+void UpHandler::start(const db_upfile &waiting)
+{
+    const QString key = keyOf(waiting);
+    if (worker(key) || !farm(waiting.farmid))
+        return;
+    TransWork *work = createWork(2, waiting.farmid, takeGaveUp(key), waiting.error, 0);
+    if (!work)
+        return;
+    db_upfile file = waiting;
+    file.state = TransSet::UpRun;
+    if (file.error != TransSet::StaleToken)
+        file.error = 0;
+    const quint64 serial = nextSerial();
+    work->setKey(key, serial);
+    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()), 0);
+    // What a worker said before it was taken may arrive when another one runs under its key.
+    connect(work, &TransWork::UpWorkFinished, this, [this, key, serial](const db_upfile &done, int kind) {
+        if (isCurrent(key, serial))
+            workFinished(done, kind);
+    });
+    connect(work, &TransWork::updateFile, this, [this, key, serial](int type, const db_upfile &changed) {
+        if (isCurrent(key, serial))
+            updateFile(type, changed);
+    });
+    m_running.insert(key, file);
+    UploadDAO::instance()->tellState(file.pri, file.state, file.error);
+    addWork(key, work);
+    UpWork *up = static_cast<UpWork *>(work);
+    QMetaObject::invokeMethod(up, [up, file] { up->upReq(file); }, Qt::QueuedConnection);
+    pushSpeed(file.missid, file.pri, 0, 0);
+}
+
+TransWork *UpHandler::makeWork(bool retry, int)
+{
+    return new UpWork(share(), retry, UserInfo::upProxyPort());
+}
+
+void UpHandler::workFinished(db_upfile file, int kind)
+{
+    const QString key = keyOf(file);
+    m_running.remove(key);
+    takeWork(key, 0);
+    UploadDAO *store = UploadDAO::instance();
+    if (kind == TransSet::Done) {
+        forgetRetries(key);
+        // The row goes when the file is counted on: a crash in between asks the server again and finds it there.
+        if (store->remove(file.pri))
+            Seam<ResolveCalls>::post([=](ResolveCalls &resolve) { resolve.fileOk(file.ordernum, file.size); });
+        return;
+    }
+    if (kind == TransSet::Dropped)
+        return;
+    if (UpWork::isStage(file.error) && kind == TransSet::Transient) {
+        store->setState(file.pri, TransSet::UpWait, file.error); // the worker has waited for the server already
+        return;
+    }
+    if (file.state == TransSet::UpError)
+        store->setState(file.pri, TransSet::UpError, file.error);
+    if (kind == TransSet::Transient) {
+        store->setState(file.pri, TransSet::UpWait, file.error);
+        delay(file, PassingMs);
+        return;
+    }
+    const int tries = retries(key);
+    if (checkRetry(key)) {
+        store->setState(file.pri, TransSet::UpWait, file.error);
+        delay(file, PassingMs << tries);
+        return;
+    }
+    store->setState(file.pri, TransSet::UpGaveUp, file.error);
+    const QString zip = UpWork::zipPathOf(file);
+    if (!zip.isEmpty()) {
+        QFile::remove(zip);
+        QFile::remove(zip + QStringLiteral(".tmp"));
+    }
+}
+
+void UpHandler::updateFile(int type, db_upfile file)
+{
+    switch (type) {
+    case 1:
+        UploadDAO::instance()->setHash(file);
+        break;
+    case 2:
+        UploadDAO::instance()->setId(file.ordernum, file.lpath, file.id);
+        break;
+    case 3:
+        UploadDAO::instance()->setMeasure(file);
+        break;
+    default:
+        break;
+    }
+    m_running.insert(keyOf(file), file);
+    m_changedTotals.insert(file.ordernum);
+}
+
+// Summed up at most once a second: a whole order may be measured anew at a hundred files a second.
+void UpHandler::refreshChanged()
+{
+    if (m_changedTotals.isEmpty() || !m_lastTotals.hasExpired(SecondMs))
+        return;
+    m_lastTotals.start();
+    const QSet<QString> orders = m_changedTotals;
+    m_changedTotals.clear();
+    for (const QString &order : orders)
+        refreshTotals(order);
+}
+
+void UpHandler::refreshTotals(const QString &order)
+{
+    const db_resolve record = ResolveDAO::instance()->readByOrder(order);
+    const qlonglong left = UploadDAO::instance()->sumSize(order);
+    if (record.rkey == 0 || left < 0)
+        return;
+    // Added, not set: files are counted as done on another thread at the same time.
+    const qlonglong change = left + record.fup - record.fsize;
+    if (change != 0)
+        ResolveDAO::instance()->addSize(record.rkey, change);
+}
+
+void UpHandler::pauseUp(QString order, int missid, int isDel, bool clear)
+{
+    qDebug().noquote() << "UpHandler::pauseUp" << order << missid << isDel << clear;
+    takeOrder(order);
+    if (clear)
+        UploadDAO::instance()->removeOrder(order);
+}
+
+void UpHandler::takeOrder(const QString &order)
+{
+    QStringList mine;
+    for (auto one = m_running.cbegin(); one != m_running.cend(); ++one) {
+        if (one->ordernum == order)
+            mine << one.key();
+    }
+    for (const QString &key : qAsConst(mine)) {
+        UploadDAO::instance()->tellState(m_running.take(key).pri, TransSet::UpWait, 0);
+        takeWork(key, 0);
+    }
+    m_delayed.remove(order);
+    m_ending.remove(order);
+    m_waitingLink.remove(order);
+}
+
+void UpHandler::delUp(QString order, int mid)
+{
+    pauseUp(order, mid, 1);
+    UploadDAO::instance()->removeOrder(order);
+    UpWork::removeZips(order);
+    // Without its rows the record would look like an upload that is over, and the server would be told so.
+    const db_resolve record = ResolveDAO::instance()->readByOrder(order);
+    if (record.rkey != 0 && record.state >= WaitUpload && record.state <= UploadFailed)
+        Seam<ResolveCalls>::post([rkey = record.rkey](ResolveCalls &resolve) { resolve.delResolve(rkey); });
+}
+
+void UpHandler::reUp(QString order)
+{
+    m_delayed.remove(order);
+    m_nothing = false;
+    UploadDAO::instance()->tellOrderCleared(order);
+    UploadDAO::instance()->reUp(order);
+    UploadDAO::instance()->tellRefresh();
+}
+
+void UpHandler::readFile(QString order, int page)
+{
+    UploadDAO::instance()->readPage(order, page);
+}
+
+QList<qlonglong> UpHandler::runningOf(const QString &order) const
+{
+    QList<qlonglong> list;
+    for (const db_upfile &file : m_running) {
+        if (file.ordernum == order)
+            list << file.pri;
+    }
+    return list;
+}
+
+QList<qlonglong> UpHandler::delayedOf(const QString &order)
+{
+    const auto found = m_delayed.find(order);
+    if (found == m_delayed.end())
+        return {};
+    for (auto one = found->begin(); one != found->end();)
+        one = *one <= m_clock.elapsed() ? found->erase(one) : std::next(one);
+    const QList<qlonglong> list = found->keys();
+    if (list.isEmpty())
+        m_delayed.erase(found);
+    return list;
+}
+
+void UpHandler::delay(const db_upfile &file, int ms)
+{
+    m_delayed[file.ordernum].insert(file.pri, m_clock.elapsed() + ms);
+}
+
+void UpHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size)
+{
+    double ratio = 1.0;
+    for (const db_upfile &file : qAsConst(m_running)) {
+        if (file.pri == subkey)
+            ratio = file.ratio;
+    }
+    Sum &sum = m_sums[int(key)];
+    sum.speed += speed;
+    sum.felt += double(speed) * ratio;
+    sum.bytes += qint64(double(size) * ratio);
+}
+
+void UpHandler::speedsReported()
+{
+    for (auto one = m_sums.cbegin(); one != m_sums.cend(); ++one) {
+        const QPair<qlonglong, qlonglong> sizes = ResolveDAO::instance()->sizesOfMission(one.key());
+        NetTcp::instance()->nvds(104, 10416, QJsonObject{
+            {QStringLiteral("missionId"), one.key()},
+            {QStringLiteral("realtimeSpeed"), one->speed},
+            {QStringLiteral("feelingSpeed"), qint64(one->felt)},
+            {QStringLiteral("totalSize"), qint64(sizes.first)},
+            {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
+        });
+    }
+    m_sums.clear();
+}

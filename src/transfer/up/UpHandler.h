@@ -1,0 +1,72 @@
+#pragma once
+// The queue of order uploads, on the TransScan thread of type 0: walks the orders in state 110 and 111, starts a worker
+// per waiting file (at most five a tick, Transfer/upTh at a time), and ends an order when none of its files is left.
+// Windows and other handlers reach it through Seam<UpCalls>.
+//
+// A row: 10 waiting -> 11 shown while a worker holds it (never written, so a crash leaves it waiting) -> removed when
+// the server has the file; or 13 with its error -> 10 again, after three hard failures 30.
+// An order: 110 -> 111 -> told to the server (10704) and removed; or 113 when every row that is left has failed.
+#include "db/Calls.h"
+#include "transfer/TransHandler.h"
+#include <QElapsedTimer>
+
+class UpHandler : public TransHandler, public UpCalls
+{
+    Q_OBJECT
+public:
+    UpHandler();
+    ~UpHandler() override;
+
+    void scan() override;
+
+    void pauseUp(QString order, int missid, int isDel = 0, bool clear = false) override;
+    void delUp(QString order, int mid) override;
+    void reUp(QString order) override;
+    void readFile(QString order, int page) override;
+
+    static constexpr int NewPerTick = 5;
+    static constexpr qint64 BigFile = 1073741824; // gives way to others when a proxy serves the uploads
+    static constexpr int AnswerMs = 2000, AskAgainMs = 10000; // 10704
+    static constexpr int IdleMs = 1000;   // without a mark the store is asked once in this time
+    static constexpr int PassingMs = 1000; // before a file that failed is tried again; doubled by each hard failure
+    static constexpr int GiveWayMs = 10000;
+
+public slots:
+    void workFinished(db_upfile file, int kind);
+    void updateFile(int type, db_upfile file);
+
+protected:
+    TransWork *makeWork(bool retry, int backError) override;
+    void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size) override;
+    void speedsReported() override; // 10416
+
+private:
+    enum class Walk { Next, Stop };
+    struct Sum { qint64 speed = 0, bytes = 0; double felt = 0; };
+
+    bool quiet();
+    Walk walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen);
+    void takeUp(const db_resolve &order);
+    Walk judge(const db_resolve &order);
+    void askEnd(const db_resolve &order);
+    void endOrder(qlonglong rkey, const QString &order);
+    void giveWay(const QList<db_upfile> &chosen);
+    void start(const db_upfile &file);
+    void takeOrder(const QString &order);
+    QList<qlonglong> runningOf(const QString &order) const;
+    QList<qlonglong> delayedOf(const QString &order);
+    void delay(const db_upfile &file, int ms);
+    void refreshChanged();
+    void refreshTotals(const QString &order);
+    static QString keyOf(const db_upfile &file);
+
+    QMap<QString, db_upfile> m_running;                  // by key
+    QHash<QString, QHash<qlonglong, qint64>> m_delayed;  // order -> pri -> until, on m_clock
+    QHash<QString, QElapsedTimer> m_ending;              // order -> since it was last asked
+    QHash<QString, qint64> m_waitingLink;                // orders of the object store, told once a minute
+    QMap<int, Sum> m_sums;                               // task -> what its workers reported this second
+    QElapsedTimer m_clock;
+    QElapsedTimer m_lastLook, m_lastTotals;
+    QSet<QString> m_changedTotals;                       // orders
+    bool m_nothing = false; // the last look found no order
+};

@@ -1,0 +1,234 @@
+#include "transfer/up/UpWork.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "db/Calls.h"
+#include "db/UploadDAO.h"
+#include "transfer/TransHandler.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QThread>
+#include <QUrl>
+
+UpWork::UpWork(std::shared_ptr<TransShare> share, bool retry, int backPort)
+    : TransWork(std::move(share)), m_retry(retry), m_backPort(backPort)
+{
+}
+
+QString UpWork::relative(const QString &path)
+{
+    QString out = path;
+    out.remove(QLatin1Char(':'));
+    int start = 0;
+    while (start < out.size() && out.at(start) == QLatin1Char('/'))
+        ++start;
+    return out.mid(start);
+}
+
+QString UpWork::query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag, const QString &md5)
+{
+    const auto encoded = [](const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+    QString out = QStringLiteral("fileType=1&key=") + encoded(key) + QStringLiteral("&diskKey=") + encoded(diskKey) +
+                  QStringLiteral("&size=") + QString::number(file.size) + QStringLiteral("&lastModified=") +
+                  QString::number(file.modtime) + QStringLiteral("&taskId=") + QString::number(file.missid);
+    if (!eTag.isEmpty())
+        out += QStringLiteral("&ETag=") + encoded(eTag);
+    return out + QStringLiteral("&upwork=") + md5;
+}
+
+void UpWork::upReq(db_upfile file)
+{
+    if (over())
+        return;
+    m_up = file;
+    qDebug().noquote() << "UpWork::upReq" << QStringLiteral("开启上传:%1").arg(m_workKey);
+    if (!initUp())
+        return;
+    m_file = new QFile(m_sendPath);
+    const QString url = m_serverUrl + QStringLiteral("/sourceFiles?") + query(m_up, m_key, m_diskKey, m_eTag, m_md5);
+    NetWork::instance()->nget(url, [this](const Request &, const FuncBody &rep) { asked(rep); }, QThread::currentThread(), this);
+    startWait(AnswerMs);
+}
+
+bool UpWork::initUp()
+{
+    makeTimers();
+    m_zipPath = zipPathOf(m_up);
+    m_sendPath = VFunc::followLinks(m_up.lpath);
+    m_up.isLink = m_sendPath != m_up.lpath;
+    const QString path = m_transType == 2 ? m_up.remotePath : QFileInfo(m_up.lpath).absoluteFilePath();
+    m_key = relative(path);
+    m_diskKey = relative(UserInfo::pathCase(path, false));
+    if (!measure())
+        return false;
+    setTotal(m_up.size);
+    if (QFileInfo(m_sendPath).absolutePath().size() > MaxFolder) {
+        failUp(TransSet::PathTooLong);
+        return false;
+    }
+    if (UserInfo::upHash() != 1)
+        return true;
+    m_eTag = TransSet::fileHash(m_sendPath, closed);
+    if (closed) {
+        finishUp(TransSet::Dropped);
+        return false;
+    }
+    if (m_eTag.isEmpty()) {
+        failUp(TransSet::NoHash);
+        return false;
+    }
+    m_up.hash = m_eTag;
+    emit updateFile(1, m_up);
+    return true;
+}
+
+// The row tells what was analysed; the server knows a file by size and time. Whatever differs now is another file.
+bool UpWork::measure()
+{
+    const QFileInfo info(m_sendPath);
+    if (!info.exists() || !info.isFile()) {
+        failUp(TransSet::NoFile);
+        return false;
+    }
+    const qint64 modified = info.lastModified().toMSecsSinceEpoch();
+    if (modified == m_up.modtime && info.size() == m_up.size)
+        return true;
+    const bool first = m_up.modtime == 0;
+    m_up.modtime = modified;
+    m_up.size = info.size();
+    m_up.hash.clear();
+    setTotal(m_up.size);
+    removeZip();
+    emit updateFile(3, m_up);
+    if (!first)
+        failUp(TransSet::Changed);
+    return first;
+}
+
+void UpWork::asked(const FuncBody &rep)
+{
+    if (over())
+        return;
+    if (!rep.ok() || rep.object.isEmpty())
+        return startWait(FailedAskMs);
+    stopWait();
+    switch (rep.code) {
+    case 101401:
+        return finishUp(TransSet::Done);
+    case 101402:
+        return locate(rep.data);
+    case TransSet::StaleToken:
+        m_share->post([farm = m_up.farmid](TransHandler &handler) { handler.dropFarm(farm); });
+        return failUp(TransSet::StaleToken, true);
+    case 1070006:
+        qWarning().noquote() << "UpWork::asked the order takes no more files" << m_up.ordernum;
+        Seam<ResolveCalls>::post([task = m_up.missid](ResolveCalls &resolve) { resolve.delResolveByTask(task); });
+        return failUp(rep.code);
+    default:
+        return failUp(rep.code == 0 ? int(TransSet::DriveFailed) : rep.code);
+    }
+}
+
+void UpWork::locate(const QJsonObject &data)
+{
+    if (m_backPort != 0)
+        return connectSocket(QStringLiteral("127.0.0.1"), m_backPort);
+    const QString side = UserInfo::lanWan();
+    QString host = data.value(QStringLiteral("host") + side).toString();
+    if (host.isEmpty())
+        host = data.value(QStringLiteral("ip") + side).toString();
+    const int port = data.value(QStringLiteral("port") + side).toVariant().toInt();
+    startWait(HostWaitMs);
+    if (host.isEmpty() || port <= 0 || port > 65535) {
+        if (!askFarmHost(m_up.farmid))
+            failUp(TransSet::DriveFailed);
+        return;
+    }
+    resolveHost(host, [this, port](const QString &ip) {
+        if (ip.isEmpty())
+            failUp(TransSet::SocketBase + QAbstractSocket::HostNotFoundError, true);
+        else
+            connectSocket(ip, port);
+    });
+}
+
+void UpWork::farmHostFound(QString host, int port)
+{
+    if (over() || m_socket)
+        return;
+    if (host.isEmpty() || port <= 0 || port > 65535)
+        return failUp(TransSet::DriveFailed);
+    resolveHost(host, [this, port](const QString &ip) {
+        if (ip.isEmpty())
+            failUp(TransSet::SocketBase + QAbstractSocket::HostNotFoundError, true);
+        else
+            connectSocket(ip, port);
+    });
+}
+
+void UpWork::connectSocket(const QString &host, int port)
+{
+    m_host = host;
+    m_port = port;
+    if (!m_socket) {
+        m_socket = new QTcpSocket(this);
+        connect(m_socket, &QTcpSocket::connected, this, &UpWork::connected);
+        connect(m_socket, &QTcpSocket::readyRead, this, &UpWork::readData);
+        connect(m_socket, &QTcpSocket::bytesWritten, this, &UpWork::pump);
+        connect(m_socket, &QTcpSocket::errorOccurred, this, &UpWork::errorRecord);
+    }
+    startWait(AnswerMs);
+    if (m_socket->state() == QAbstractSocket::UnconnectedState)
+        m_socket->connectToHost(QHostAddress(host), quint16(port), QIODevice::ReadWrite);
+}
+
+void UpWork::errorRecord(QAbstractSocket::SocketError error)
+{
+    failUp(TransSet::SocketBase + int(error));
+}
+
+QString UpWork::zipPathOf(const db_upfile &file)
+{
+    if (!file.lpath.endsWith(QLatin1String(".max"), Qt::CaseInsensitive))
+        return {};
+    QString name = file.id != 0 ? QString::number(file.id) : relative(QFileInfo(file.lpath).absoluteFilePath());
+    name.replace(QLatin1Char('/'), QLatin1Char('_'));
+    return QStringLiteral("%1/%2_%3_%4.zip").arg(UserInfo::userDir(), QString::number(file.farmid), file.ordernum, name);
+}
+
+void UpWork::removeZips(const QString &order)
+{
+    const QDir dir(UserInfo::userDir());
+    for (const QString &name : dir.entryList({QStringLiteral("*_%1_*.zip").arg(order), QStringLiteral("*_%1_*.zip.tmp").arg(order)},
+                                             QDir::Files))
+        QFile::remove(dir.filePath(name));
+}
+
+void UpWork::removeZip()
+{
+    if (m_zipPath.isEmpty())
+        return;
+    if (m_file && m_file->fileName() == m_zipPath)
+        m_file->close();
+    if (QFile::remove(m_zipPath))
+        qDebug().noquote() << "UpWork::removeZip" << QStringLiteral("删除压缩文件:%1").arg(m_zipPath);
+    QFile::remove(m_zipPath + QStringLiteral(".tmp"));
+}
+
+void UpWork::finishUp(int kind)
+{
+    if (!end())
+        return;
+    if (m_limitTimer)
+        m_limitTimer->stop();
+    qDebug().noquote() << "UpWork::finishUp" << QStringLiteral("关闭上传:%1_%2").arg(m_workKey, TransSet::errorText(m_up.error));
+    const bool wrongHash = m_up.error == 13010203 && kind != TransSet::Done;
+    if (kind == TransSet::Done || wrongHash)
+        removeZip();
+    if (wrongHash) {
+        m_up.hash.clear();
+        emit updateFile(3, m_up);
+    }
+    emit UpWorkFinished(m_up, kind);
+}
