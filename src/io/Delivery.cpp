@@ -1,12 +1,11 @@
 #include "io/Delivery.h"
-#include <QHash>
-#include <QMutex>
 #include <QObject>
 #include <QThread>
 #include <QThreadStorage>
+#include <mutex>
 
 struct Delivery::Door {
-    QMutex mutex;
+    std::mutex mutex;
     QObject *target = nullptr; // lives on the thread; null once that has ended
 };
 
@@ -18,7 +17,7 @@ public:
     explicit Target(std::shared_ptr<Delivery::Door> door) : m_door(std::move(door)) { m_door->target = this; }
     ~Target() override
     {
-        QMutexLocker lock(&m_door->mutex);
+        const std::lock_guard<std::mutex> lock(m_door->mutex);
         m_door->target = nullptr;
     }
     std::shared_ptr<Delivery::Door> door() const { return m_door; }
@@ -60,6 +59,6 @@ bool Delivery::post(std::function<void()> work) const
 {
     if (!m_door)
         return false;
-    QMutexLocker lock(&m_door->mutex);
+    const std::lock_guard<std::mutex> lock(m_door->mutex);
     return m_door->target && QMetaObject::invokeMethod(m_door->target, std::move(work), Qt::QueuedConnection);
 }

@@ -7,6 +7,7 @@
 #include <QDebug>
 #include <QFile>
 #include <QHash>
+#include <QMutex>
 #include <QJsonDocument>
 #include <QProcess>
 #include <QRegularExpression>
