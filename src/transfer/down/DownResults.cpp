@@ -1,0 +1,262 @@
+// DownHandler's other half: from result lists and pushes to missions in the store.
+#include "common/ResultPath.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/WindowCalls.h"
+#include "db/DownloadDAO.h"
+#include "io/NetTcp.h"
+#include "transfer/TransSet.h"
+#include "transfer/down/DownHandler.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDir>
+#include <QJsonArray>
+
+namespace {
+constexpr int ListModule = 108, ResultList = 10805, ListGood = 1080500;
+constexpr int OrderModule = 104, ResultQueued = 10413;
+enum Cover { All = 0, OnlyMissing = 1, Cancelled = 2 };
+
+void inform(const QString &text)
+{
+    Seam<WindowCalls>::post([text](WindowCalls &window) { window.showInfoMsg({}, text); });
+}
+}
+
+void DownHandler::missionResult(int mid, bool autoRes, bool isBatch)
+{
+    qDebug().noquote() << "DownHandler::missionResult" << mid << autoRes << isBatch;
+    m_asks.addUser(mid, autoRes, isBatch, now());
+    askLists();
+}
+
+void DownHandler::resultPush(QJsonObject obj)
+{
+    if (UserInfo::isSlave() || UserInfo::autoSendResult() == 0) {
+        qDebug().noquote() << "DownHandler::resultPush" << "automatic download is off:" << obj.value("prefixPath").toString();
+        return;
+    }
+    MissionBuilder::Pushed pushed = MissionBuilder::prefix(obj.value("prefixPath").toString());
+    if (pushed.mid == 0)
+        pushed.mid = obj.value("missionId").toVariant().toInt();
+    if (pushed.mid <= 0) {
+        qWarning().noquote() << "DownHandler::resultPush" << "no task in" << obj.value("prefixPath").toString();
+        return;
+    }
+    obj.insert("mid", pushed.mid);
+    if (!pushed.name.isEmpty())
+        obj.insert("missionName", pushed.name);
+    for (const Push &push : qAsConst(m_pushes)) {
+        if (push.obj == obj)
+            return wake();
+    }
+    m_pushes.append({obj, 0});
+    wake();
+}
+
+void DownHandler::wake()
+{
+    if (!m_pushTimer.isActive() && (!m_pushes.isEmpty() || !m_asks.isEmpty()))
+        m_pushTimer.start();
+}
+
+void DownHandler::handPush()
+{
+    if (m_inHand || Session::closing())
+        return;
+    m_inHand = true;
+    int inHand = 0;
+    for (int i = 0; i < m_pushes.size() && inHand <= PushesInHand;) {
+        if (m_pushes.at(i).from > now()) {
+            ++i;
+            continue;
+        }
+        ++inHand;
+        handOne(m_pushes.takeAt(i).obj);
+    }
+    askLists();
+    m_inHand = false;
+    if (m_pushes.isEmpty() && m_asks.isEmpty())
+        m_pushTimer.stop();
+}
+
+void DownHandler::handOne(const QJsonObject &push)
+{
+    if (!MissionBuilder::isComplete(push)) {
+        m_asks.addPush(push.value("mid").toInt(), push, now());
+        return;
+    }
+    if (!build(push, All, true))
+        m_pushes.append({push, now() + BlockedMs});
+}
+
+void DownHandler::askLists()
+{
+    for (const int mid : m_asks.expired(now())) {
+        qWarning().noquote() << "DownHandler::missionResult" << "no answer for task" << mid;
+        inform(tr("任务 %1 的结果列表获取失败，请检查网络后重新下载").arg(mid));
+    }
+    if (NetTcp::isLogin()) {
+        for (const int mid : m_asks.due(now())) {
+            NetTcp::instance()->nvds(ListModule, ResultList, QJsonObject{{"missionId", mid}},
+                                     [this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); }, this);
+        }
+    }
+    wake();
+}
+
+void DownHandler::listAnswered(int mid, int val, const QJsonObject &obj)
+{
+    if (!m_asks.waits(mid))
+        return; // answered already
+    if (val == ListGood)
+        return missionDown(mid, obj);
+    qWarning().noquote() << "DownHandler::missionResult" << mid << Session::errorText(val);
+    const ResultAsks::Ask ask = m_asks.take(mid);
+    if (ask.user && !ask.autoRes)
+        inform(tr("任务 %1 的结果列表获取失败：%2").arg(mid).arg(Session::errorText(val)));
+    for (const QJsonObject &push : ask.pushes)
+        m_pushes.append({push, now() + BlockedMs});
+    wake();
+}
+
+void DownHandler::missionDown(int mid, QJsonObject obj)
+{
+    const ResultAsks::Ask ask = m_asks.take(mid);
+    obj.insert("mid", mid);
+    if (ask.user || ask.pushes.isEmpty())
+        showUser(mid, obj, !ask.autoRes, !ask.autoRes && !ask.isBatch);
+    for (const QJsonObject &push : ask.pushes) {
+        const QJsonObject whole = MissionBuilder::merged(push, obj);
+        if (whole.value("rows").toArray().isEmpty())
+            qDebug().noquote() << "DownHandler::missionDown" << "no results yet of task" << mid;
+        else if (!build(whole, All, true))
+            m_pushes.append({push, now() + BlockedMs});
+    }
+    wake();
+}
+
+// asked: someone waits for the answer. ask: and may be asked back.
+void DownHandler::showUser(int mid, QJsonObject obj, bool asked, bool ask)
+{
+    const QString root = rootFor(obj, false);
+    if (root.isEmpty())
+        return;
+    if (obj.value("rows").toArray().isEmpty()) {
+        if (asked)
+            inform(tr("暂无结果文件"));
+        return;
+    }
+    m_waiting.insert(mid, obj);
+    const QDir dir(root);
+    if (!dir.exists() || dir.isEmpty())
+        return coverResult(mid, All);
+    const QList<ResultRow> rows = MissionBuilder::rows(obj, root);
+    QList<int> frames;
+    int there = 0;
+    for (const ResultRow &row : rows) {
+        there += row.exists;
+        if (row.exists && row.hasFrame)
+            frames.append(row.frame);
+    }
+    if (there == 0)
+        return coverResult(mid, All);
+    if (there == rows.size()) {
+        m_waiting.remove(mid);
+        return inform(tr("文件已全部下载完成"));
+    }
+    const QString gaps = MissionBuilder::missingFrames(frames);
+    const QString text = gaps.isEmpty() ? tr("已存在 %1 个文件，共 %2 个").arg(there).arg(rows.size())
+                                        : tr("以下帧缺失，请重新下载：\r\n%1").arg(gaps);
+    if (!gaps.isEmpty())
+        inform(text);
+    if (!ask || !Seam<WindowCalls>::post([=](WindowCalls &window) { window.downCover(mid, text); }))
+        coverResult(mid, OnlyMissing);
+}
+
+void DownHandler::coverResult(int mid, int cover)
+{
+    const QJsonObject obj = m_waiting.take(mid);
+    if (obj.isEmpty() || cover == Cancelled)
+        return;
+    build(obj, cover, false);
+}
+
+QString DownHandler::rootFor(const QJsonObject &obj, bool quiet)
+{
+    if (!quiet)
+        return VFunc::rootPath(obj, true);
+    QString missing;
+    const QString root = ResultPath::root(obj, true, &missing);
+    if (!missing.isNull() && !m_told.contains(missing)) {
+        m_told.insert(missing);
+        ResultPath::tellMissing(obj, missing);
+    }
+    return root;
+}
+
+bool DownHandler::hasRoom(const QString &root, bool quiet)
+{
+    if (VFunc::freeSpace(root) >= LeastFree) {
+        m_told.remove("room " + root);
+        return true;
+    }
+    qWarning().noquote() << "DownHandler::build" << "less than 1 GiB free:" << root;
+    if (!quiet || !m_told.contains("room " + root))
+        Seam<WindowCalls>::post([root](WindowCalls &window) { window.downSpace(root); });
+    m_told.insert("room " + root);
+    return false;
+}
+
+bool DownHandler::build(const QJsonObject &obj, int cover, bool quiet)
+{
+    const QString root = rootFor(obj, quiet);
+    if (root.isEmpty() || !hasRoom(root, quiet))
+        return false;
+    const int mid = obj.value("mid").toInt();
+    const QList<MissionPlan> plans = MissionBuilder::plans(obj, MissionBuilder::rows(obj, root), cover == OnlyMissing);
+    for (const MissionPlan &plan : plans) {
+        if (!write(obj, root, plan, quiet)) {
+            qWarning().noquote() << "DownHandler::build" << "task" << mid << "can't be kept in the store";
+            return false;
+        }
+    }
+    DownloadDAO::instance()->tellRefresh();
+    if (plans.isEmpty()) {
+        qDebug().noquote() << "DownHandler::build" << "nothing to download of task" << mid;
+        return true;
+    }
+    if (obj.contains("vip") || obj.contains("com"))
+        DownloadDAO::instance()->setVip(mid, obj.value("vip").toVariant().toString(), obj.value("com").toVariant().toString());
+    // Only now: the farm forgets what it was told to be in the queue.
+    NetTcp::instance()->nvds(OrderModule, ResultQueued, QJsonObject{{"missionId", mid}});
+    return true;
+}
+
+bool DownHandler::write(const QJsonObject &obj, const QString &root, const MissionPlan &plan, bool quiet)
+{
+    DownloadDAO *store = DownloadDAO::instance();
+    db_downmiss miss;
+    for (const db_downmiss &known : store->missionsOfOrder(obj.value("num").toVariant().toString())) {
+        if (known.missid == obj.value("mid").toInt() && known.missname == plan.name)
+            miss = known;
+    }
+    const bool paused = miss.pri != 0 && miss.state == TransSet::DownPause;
+    if ((paused && !quiet) || (miss.pri != 0 && miss.state == TransSet::DownError))
+        store->restart(miss.pri); // what stands in it goes on with the new files
+    if (miss.pri == 0)
+        miss.pri = store->newMissionPri();
+    miss.ordernum = obj.value("num").toVariant().toString();
+    miss.missid = obj.value("mid").toInt();
+    miss.missname = plan.name;
+    miss.lpath = root;
+    QList<db_downfile> files = plan.files;
+    if (paused && quiet) { // what the user paused stays paused; new files join it
+        for (db_downfile &file : files)
+            file.state = file.state == TransSet::DownWait ? int(TransSet::DownPause) : file.state;
+    } else {
+        miss.state = miss.state == TransSet::DownRun ? TransSet::DownRun : TransSet::DownWait;
+    }
+    return store->addMission(miss, files);
+}

@@ -1,0 +1,282 @@
+#include "transfer/down/DownWork.h"
+#include "common/ResultPath.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/WindowCalls.h"
+#include "common/Seam.h"
+#include "db/DownloadDAO.h"
+#include "io/NetTcp.h"
+#include "transfer/TransFrame.h"
+#include "transfer/TransHandler.h"
+#include <QDebug>
+#include <QHostAddress>
+
+namespace {
+constexpr int Module = 108, AskFile = 10800, FileFetched = 10802, Answered = 1080000, NoBalance = 1080009;
+constexpr qint64 SocketBuffer = 4 * 1024 * 1024;
+
+QString text(const QJsonObject &obj, const QString &key)
+{
+    return obj.value(key).toVariant().toString();
+}
+}
+
+DownWork::DownWork(std::shared_ptr<TransShare> share) : TransWork(std::move(share))
+{
+    m_transType = 1;
+}
+
+DownWork::~DownWork()
+{
+    dropSocket();
+    if (discard && m_partial)
+        m_partial->discard();
+    else if (discard && ResultPath::isSafeTarget(m_down.lpath))
+        PartialFile::removeBoth(m_down.lpath);
+}
+
+void DownWork::downReq(db_downfile file)
+{
+    if (over())
+        return;
+    m_down = file;
+    qDebug().noquote() << "DownWork::downReq" << QStringLiteral("开启下载:%1").arg(m_workKey);
+    startWait(ReplyMs);
+    NetTcp::instance()->nvds(Module, AskFile, QJsonObject{{"fileId", file.id}},
+                             [this](int val, QJsonDocument doc) { answered(val, doc.object()); }, this);
+}
+
+void DownWork::answered(int val, const QJsonObject &answer)
+{
+    if (over())
+        return;
+    if (val != Answered) {
+        if (val == NoBalance)
+            Seam<WindowCalls>::post([tip = TransSet::errorText(val)](WindowCalls &window) { window.downErrorTip(tip); });
+        return failDown(val);
+    }
+    stopWait();
+    bool number = false;
+    if (answer.value("size").toVariant().toLongLong(&number) < 0 || !number) {
+        qWarning().noquote() << "DownWork::answered" << "no size for file" << m_down.id;
+        return failDown(TransSet::AccessFailed);
+    }
+    if (!takeTarget(answer))
+        return;
+    takeAnswer(answer);
+    if (initDown())
+        findServer();
+}
+
+// The row's own path stands; only a row without one takes the answer's.
+bool DownWork::takeTarget(const QJsonObject &answer)
+{
+    QString reason = QStringLiteral("not a full path below a folder");
+    if (m_down.lpath.isEmpty()) {
+        const QPointer<DownWork> self(this); // the folder of a project is asked for in a nested loop
+        const QString root = VFunc::rootPath(answer, true);
+        if (!self || over())
+            return false;
+        QJsonObject row = answer;
+        row.insert("id", m_down.id);
+        if (root.isEmpty())
+            reason = QStringLiteral("no result folder");
+        else
+            m_down.lpath = ResultPath::rowPath(root, row, &reason);
+        if (!m_down.lpath.isEmpty() && m_transType == 1)
+            DownloadDAO::instance()->setPath(m_down.missPri, m_down.pri, m_down.lpath);
+    }
+    if (ResultPath::isSafeTarget(m_down.lpath))
+        return true;
+    qWarning().noquote() << "DownWork::answered" << "refused:" << m_down.lpath << text(answer, "path") << reason;
+    failDown(TransSet::NoFolder);
+    return false;
+}
+
+void DownWork::takeAnswer(const QJsonObject &answer)
+{
+    const QString hash = text(answer, "hash");
+    const qint64 size = answer.value("size").toVariant().toLongLong();
+    const bool otherHash = !m_down.hash.isEmpty() && !hash.isEmpty() && m_down.hash.compare(hash, Qt::CaseInsensitive) != 0;
+    if (otherHash || (m_down.size > 0 && m_down.size != size))
+        PartialFile::removeBoth(m_down.lpath); // begun from another version of the result
+    m_down.hash = hash;
+    m_down.size = size;
+    m_down.path = text(answer, "path");
+    m_down.downloadPath = text(answer, "downloadPath");
+    if (m_down.downloadPath.isEmpty())
+        m_down.downloadPath = m_down.path;
+    if (const int farm = answer.value("farmId").toVariant().toInt(); farm != 0)
+        m_down.farmid = farm;
+    const QString side = UserInfo::lanWan();
+    m_host = text(answer, "ip" + side);
+    if (m_host.isEmpty())
+        m_host = text(answer, "host" + side);
+    m_port = answer.value("port" + side).toVariant().toInt();
+    if (m_transType == 1)
+        DownloadDAO::instance()->setHashSize(m_down.missPri, m_down.pri, m_down.hash, m_down.size);
+}
+
+bool DownWork::initDown()
+{
+    makeTimers();
+    setTotal(m_down.size);
+    m_partial = std::make_unique<PartialFile>(m_down.lpath);
+    if (const int bad = m_partial->open(m_down.size)) {
+        m_partial.reset();
+        failDown(bad);
+        return false;
+    }
+    feedSpeed(m_partial->position());
+    if (m_partial->position() == m_down.size) {
+        fileHash();
+        return false;
+    }
+    if (!m_down.hash.isEmpty())
+        m_partial->trail(closed);
+    m_keepTimer = new QTimer(this);
+    connect(m_keepTimer, &QTimer::timeout, this, [this] {
+        if (const int bad = over() || !m_partial ? 0 : m_partial->keep())
+            failDown(bad);
+    });
+    m_keepTimer->start(PartialFile::KeepMs);
+    return true;
+}
+
+void DownWork::findServer()
+{
+    startWait(TicketMs);
+    if (m_host.isEmpty() || m_port <= 0) {
+        if (!askFarmHost(m_down.farmid))
+            failDown(TransSet::DriveFailed);
+        return;
+    }
+    resolveHost(m_host, [this](const QString &ip) {
+        if (ip.isEmpty())
+            return failDown(TransSet::SocketBase + QAbstractSocket::HostNotFoundError);
+        m_host = ip;
+        startWait(TicketMs);
+        if (!askTicket(m_down.farmid))
+            failDown(TransSet::DriveFailed);
+    });
+}
+
+void DownWork::farmHostFound(QString host, int port)
+{
+    if (over() || m_socket)
+        return;
+    if (host.isEmpty() || port <= 0)
+        return failDown(TransSet::DriveFailed);
+    m_host = host;
+    m_port = port;
+    findServer();
+}
+
+void DownWork::initDownWork(QString token)
+{
+    if (over() || m_socket)
+        return;
+    if (token.isEmpty())
+        return failDown(TransSet::DriveFailed);
+    setServer(m_serverUrl, token);
+    m_socket = new QTcpSocket(this);
+    m_socket->setReadBufferSize(SocketBuffer);
+    connect(m_socket, &QTcpSocket::connected, this, &DownWork::connected);
+    connect(m_socket, &QTcpSocket::readyRead, this, &DownWork::readData);
+    connect(m_socket, &QTcpSocket::errorOccurred, this, &DownWork::errorRecord);
+    startWait(ConnectMs);
+    m_socket->connectToHost(QHostAddress(m_host), quint16(m_port), QIODevice::ReadWrite);
+}
+
+void DownWork::connected()
+{
+    if (over())
+        return;
+    stopWait();
+    qDebug().noquote() << "DownWork::connected" << QStringLiteral("FS询问:%1_%2").arg(m_workKey).arg(m_partial->position());
+    const QJsonObject body{{"startPoint", m_partial->position()}, {"path", m_down.downloadPath}};
+    if (m_socket->write(TransFrame::ask(TransFrame::Ask, TransFrame::AskDown, m_tokenBytes, body)) < 0)
+        return failDown(TransSet::WriteFailed);
+    startWait(AskMs);
+}
+
+void DownWork::readData()
+{
+    if (over() || !m_socket)
+        return;
+    startWait(DataMs);
+    if (!m_headRead) {
+        TransFrame::Reply reply;
+        if (m_socket->bytesAvailable() < TransFrame::ReplySize
+            || !TransFrame::Reply::parse(m_socket->read(TransFrame::ReplySize), &reply))
+            return failDown(TransSet::ShortHead);
+        qDebug().noquote() << "DownWork::readData" << QStringLiteral("下载询问返回 %1_%2").arg(m_workKey).arg(reply.code);
+        if (reply.code != DataFollows) {
+            if (reply.phase == TransFrame::Failed || reply.code == TransSet::StaleToken)
+                m_share->post([farm = m_down.farmid](TransHandler &handler) { handler.dropFarm(farm); });
+            return failDown(reply.code);
+        }
+        m_headRead = true;
+        m_block.resize(ReadBlock);
+    }
+    receive();
+}
+
+void DownWork::receive()
+{
+    for (;;) {
+        const qint64 got = m_socket->read(m_block.data(), m_block.size());
+        if (got <= 0)
+            break;
+        if (got > m_down.size - m_partial->position()) {
+            // A stream that doesn't fit began elsewhere or is another file: nothing of it can be trusted.
+            qWarning().noquote() << "DownWork::receive" << "more bytes than" << m_down.size << m_down.lpath;
+            m_partial->discard();
+            m_partial.reset();
+            return failDown(TransSet::BadStart);
+        }
+        received += got;
+        if (const int bad = m_partial->write(m_block.constData(), got))
+            return failDown(bad);
+    }
+    feedSpeed(m_partial->position());
+    if (m_partial->position() == m_down.size)
+        fileHash();
+}
+
+bool DownWork::fileHash()
+{
+    stopWait();
+    const int result = m_partial->finish(m_down.hash, closed);
+    if (result == 0)
+        finishDown(TransSet::Done);
+    else if (result == PartialFile::Stopped)
+        finishDown(TransSet::Dropped);
+    else
+        failDown(result);
+    return result == 0;
+}
+
+void DownWork::errorRecord(QAbstractSocket::SocketError error)
+{
+    if (over() || !m_socket)
+        return;
+    // What came before the end still counts.
+    if (error == QAbstractSocket::RemoteHostClosedError && m_headRead && m_socket->bytesAvailable() > 0)
+        readData();
+    failDown(TransSet::SocketBase + error);
+}
+
+void DownWork::finishDown(int kind)
+{
+    if (!over() && kind == TransSet::Done)
+        NetTcp::instance()->nvds(Module, FileFetched, QJsonObject{{"fileId", m_down.id}});
+    qDebug().noquote() << "DownWork::finishDown"
+                       << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
+    dropSocket();
+    if (m_keepTimer)
+        m_keepTimer->stop();
+    if (!discard)
+        m_partial.reset();
+    TransWork::finishDown(kind);
+}

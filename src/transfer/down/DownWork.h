@@ -1,0 +1,51 @@
+#pragma once
+// Fetches one result: asks the business server where it lies (10800), continues the partial file where it stands, takes
+// the file server's stream to the row's size, checks the hash, gives the file its name and reports it (10802). Life and
+// thread as in TransWork; what it tells is DownWorkFinished, exactly once.
+//
+//   downReq -> answered -> initDown -> ticket -> connected (ask 70100) -> head -> stream -> fileHash -> finished
+#include "transfer/TransWork.h"
+#include "transfer/down/PartialFile.h"
+#include <QByteArray>
+#include <QJsonObject>
+
+class DownWork : public TransWork
+{
+    Q_OBJECT
+public:
+    explicit DownWork(std::shared_ptr<TransShare> share);
+    ~DownWork() override;
+
+    Q_INVOKABLE void downReq(db_downfile file); // the first call, queued
+    void initDownWork(QString token) override;
+    void farmHostFound(QString host, int port) override;
+    void finishDown(int kind) override;
+
+    // Read or set by the handler, from its thread.
+    std::atomic_bool discard{false};    // the row is deleted: both partial files go with the worker
+    std::atomic<qint64> received{0};    // bytes that this worker brought
+
+    static constexpr int ReplyMs = 15000, TicketMs = 10000, ConnectMs = 30000, AskMs = 30000, DataMs = 15000;
+    static constexpr int DataFollows = 7010003;
+    static constexpr int ReadBlock = 1048576;
+
+private slots:
+    void connected();
+    void readData();
+    void errorRecord(QAbstractSocket::SocketError error);
+
+private:
+    void answered(int val, const QJsonObject &answer);
+    bool takeTarget(const QJsonObject &answer);
+    void takeAnswer(const QJsonObject &answer);
+    bool initDown() override;
+    void findServer();
+    void connectSocket(const QString &ip);
+    void receive();
+    bool fileHash();
+
+    std::unique_ptr<PartialFile> m_partial;
+    QTimer *m_keepTimer = nullptr; // brings the position file forward while nothing arrives
+    QByteArray m_block;
+    bool m_headRead = false;
+};

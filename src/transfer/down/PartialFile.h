@@ -1,0 +1,67 @@
+#pragma once
+// A download on its way: "<target>.xtemp" holds the data at full size, "<target>.vd" the number of bytes that are good,
+// in decimal text, right-aligned in 10 characters. The number is written only once the data before it is on the medium
+// (a sync on a side thread each second), so that it never runs ahead, not even through a power cut; what a crash costs
+// is about a second of the stream. A big file's hash is worked out behind the writing position while the rest arrives.
+// One thread: the worker's. Results are 0 or an error code of TransSet.
+//
+//   open() -> write()... keep()... -> finish(): the target stands, both files are gone
+//                                  -> destruction: both files stay, the number is brought up to date
+#include <QElapsedTimer>
+#include <QFile>
+#include <QString>
+#include <atomic>
+#include <future>
+#include <memory>
+
+class TrailingHash;
+
+class PartialFile
+{
+public:
+    static constexpr int Stopped = -1;
+    static constexpr int KeepMs = 1000;
+    static constexpr qint64 TrailFrom = 8 * 1024 * 1024; // smaller files are hashed at the end
+
+    explicit PartialFile(const QString &target);
+    ~PartialFile();
+    PartialFile(const PartialFile &) = delete;
+    PartialFile &operator=(const PartialFile &) = delete;
+
+    static QString tempPath(const QString &target);
+    static QString sidePath(const QString &target);
+    static void removeBoth(const QString &target);
+
+    // Makes folder and files where they are missing and finds where to go on. NotWritable: the target's folder or drive
+    // takes no file; DiskFull; OpenFailed.
+    int open(qint64 size);
+    // Starts following the data with a hash, from the beginning of the file. stop ends it early.
+    void trail(const std::atomic_bool &stop);
+    qint64 position() const { return m_position; } // bytes written, from the start of the file
+    qint64 mark() const { return m_mark; }         // what the position file says
+    int write(const char *data, qint64 length);    // AccessFailed, DiskFull
+    // Brings the number forward when a second has passed; costs nothing otherwise. AccessFailed.
+    int keep();
+    int keepNow(); // waits for the medium
+    // Compares the hash (empty: nothing to compare), gives the file its name. Stopped; NoHash when it can't
+    // be read; BadHash, which removes both files; EndFailed when the target can't be replaced.
+    int finish(const QString &hash, const std::atomic_bool &stop);
+    void discard(); // closes and removes both
+
+private:
+    int openFresh(qint64 size);
+    int openFiles();
+    qint64 readMark();
+    int writeMark(qint64 position);
+    bool syncRunning() const;
+    int takeSync(bool wait);
+    void close();
+
+    QString m_target;
+    QFile m_temp, m_side;
+    qint64 m_size = 0, m_position = 0, m_mark = 0;
+    std::future<bool> m_sync;
+    qint64 m_syncing = 0; // position that m_sync covers
+    QElapsedTimer m_sinceSync;
+    std::unique_ptr<TrailingHash> m_hash;
+};

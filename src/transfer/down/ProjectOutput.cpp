@@ -1,0 +1,93 @@
+#include "transfer/down/ProjectOutput.h"
+#include "common/VFunc.h"
+#include "io/NetTcp.h"
+#include <QDebug>
+#include <QEventLoop>
+#include <QFileInfo>
+#include <QHash>
+#include <QJsonArray>
+#include <QMutex>
+#include <QTimer>
+
+namespace {
+constexpr int Module = 105, Projects = 10502, Configuration = 10506;
+QMutex cacheMutex;
+QHash<QString, QString> cache;
+
+QJsonObject askServer(int cmd, const QJsonObject &body)
+{
+    if (!NetTcp::isLogin())
+        return {};
+    QEventLoop loop;
+    QJsonObject reply;
+    bool answered = false;
+    NetTcp::instance()->nvds(Module, cmd, body, [&](int, QJsonDocument doc) {
+        reply = doc.object();
+        answered = true;
+        loop.quit();
+    }, &loop);
+    QTimer::singleShot(ProjectOutput::WaitMs, &loop, &QEventLoop::quit);
+    loop.exec();
+    if (!answered)
+        qWarning().noquote() << "ProjectOutput::ask" << cmd << "no answer within" << ProjectOutput::WaitMs << "ms";
+    return reply;
+}
+
+QJsonObject objectOf(const QJsonValue &value)
+{
+    return value.isString() ? QJsonDocument::fromJson(value.toString().toUtf8()).object() : value.toObject();
+}
+}
+
+void ProjectOutput::install()
+{
+    VFunc::setProjectOutput(&ProjectOutput::ask);
+}
+
+void ProjectOutput::uninstall()
+{
+    VFunc::setProjectOutput({});
+    QMutexLocker lock(&cacheMutex);
+    cache.clear();
+}
+
+QString ProjectOutput::ask(int projectId, const QString &projectName, int softwareType)
+{
+    if (projectId <= 0 && !projectName.isEmpty())
+        projectId = projectIn(askServer(Projects, {}), projectName);
+    if (projectId <= 0)
+        return {};
+    const QString key = QStringLiteral("%1_%2").arg(projectId).arg(softwareType);
+    {
+        QMutexLocker lock(&cacheMutex);
+        if (const QString known = cache.value(key); !known.isEmpty())
+            return known;
+    }
+    const QString path = pathIn(askServer(Configuration, {{"projectId", projectId}, {"software_type", softwareType}}));
+    if (!path.isEmpty() && QFileInfo(path).isDir()) { // a missing one is asked for again once the user has set it
+        QMutexLocker lock(&cacheMutex);
+        cache.insert(key, path);
+    }
+    return path;
+}
+
+QString ProjectOutput::pathIn(const QJsonObject &reply)
+{
+    const QJsonObject inner = objectOf(reply.value("projectSoftwareConfig"));
+    for (const QJsonObject &config : {objectOf(reply.value("extraConfig")), objectOf(inner.value("extraConfig")), inner, reply}) {
+        const QString path = config.value("outputPath").toString();
+        if (!path.isEmpty())
+            return path;
+    }
+    return {};
+}
+
+int ProjectOutput::projectIn(const QJsonObject &reply, const QString &name)
+{
+    for (const QJsonValue &value : reply.value("projects").toArray()) {
+        const QJsonObject project = value.toObject();
+        if (project.value("name").toString() == name)
+            return project.value("id").toVariant().toInt();
+    }
+    return 0;
+}
