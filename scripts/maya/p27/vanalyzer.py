@@ -31,7 +31,7 @@ GPU_RENDERERS = {'redshift': True, 'octane': True, 'fstorm': True, 'arnold': Fal
                  'renderman': False, 'vray': False, 'maxwell': False}
 FORMATS = {0: 'gif', 1: 'pic', 2: 'rla', 3: 'tif', 4: 'tif', 5: 'sgi', 6: 'als', 7: 'iff', 8: 'jpg', 9: 'eps', 10: 'iff', 13: 'sgi',
            19: 'tga', 20: 'bmp', 22: 'mov', 23: 'avi', 31: 'psd', 32: 'png', 35: 'dds', 36: 'psd', 40: 'exr'}
-PLUGIN_FORMAT = 51  # the format's own name stands in imfPluginKey
+PLUGIN_FORMATS = (50, 51)  # the format's own name stands in imfPluginKey
 
 
 def get(cmds, plug, default=None):
@@ -79,7 +79,7 @@ def image_format(cmds, name):
         index = int(get(cmds, 'redshiftOptions.imageFormat', 1) or 0)
         return kinds[index] if index < len(kinds) else 'exr'
     index = int(get(cmds, 'defaultRenderGlobals.imageFormat', 7) or 0)
-    if index == PLUGIN_FORMAT:
+    if index in PLUGIN_FORMATS:
         return to_text(get(cmds, 'defaultRenderGlobals.imfPluginKey', '') or '')
     return FORMATS.get(index, '')
 
@@ -104,11 +104,9 @@ def cameras(cmds):
 def layers(cmds, report, name):
     """One entry per layer that renders. Looking at a layer's own settings means switching to it; the scene is never
     saved, and the layer that was current is current again afterwards."""
-    known = nodes(cmds, 'renderLayer')
-    wanted = [one for one in known if get(cmds, one + '.renderable', False) and not get(cmds, one + '.global', False)]
-    if not wanted:
-        wanted = [one for one in known if ':' not in one and get(cmds, one + '.renderable', False)] or ['defaultRenderLayer']
-    wanted = [one for one in wanted if ':' not in one or not one.endswith('defaultRenderLayer')] or wanted
+    # Layers of a reference carry its namespace and don't render by themselves.
+    wanted = [one for one in nodes(cmds, 'renderLayer') if ':' not in one and get(cmds, one + '.renderable', False)]
+    wanted = wanted or ['defaultRenderLayer']
     try:
         before = cmds.editRenderLayerGlobals(query=True, currentRenderLayer=True)
     except Exception:
