@@ -124,6 +124,16 @@ QList<db_downfile> DownloadDAO::readPage(qlonglong missPri, int page)
     return list;
 }
 
+QList<db_downfile> DownloadDAO::files(qlonglong missPri)
+{
+    QList<db_downfile> list;
+    Locker lock(m_mutex);
+    if (hasTable(missPri))
+        each(QStringLiteral("select * from down_%1 order by pri").arg(missPri), {},
+             [&](const Row &row) { list << fileOf(row, missPri); });
+    return list;
+}
+
 void DownloadDAO::readMissions(int page)
 {
     QList<db_downmiss> list;

@@ -14,6 +14,7 @@ public:
     void releaseDown();
 
     QList<db_downfile> readPage(qlonglong missPri, int page); // 30 rows; emits allFile
+    QList<db_downfile> files(qlonglong missPri);              // all of a mission; tells no page
     void readMissions(int page);                              // 30 rows; emits miss
     QList<db_downmiss> missions(const QList<int> &states);    // in order of work
     db_downmiss mission(qlonglong missPri);
