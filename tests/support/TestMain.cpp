@@ -2,11 +2,28 @@
 #include <QTemporaryDir>
 #ifdef QT_WIDGETS_LIB
 #include <QApplication>
-using TestApp = QApplication;
+using TestAppBase = QApplication;
 #else
 #include <QCoreApplication>
-using TestApp = QCoreApplication;
+using TestAppBase = QCoreApplication;
 #endif
+
+#if defined(__SANITIZE_THREAD__)
+void tsanDelivered(QObject *receiver);
+#else
+static void tsanDelivered(QObject *) {}
+#endif
+
+class TestApp : public TestAppBase
+{
+public:
+    using TestAppBase::TestAppBase;
+    bool notify(QObject *receiver, QEvent *event) override
+    {
+        tsanDelivered(receiver);
+        return TestAppBase::notify(receiver, event);
+    }
+};
 
 namespace {
 struct TestClass { const char *name; TestMaker make; };
