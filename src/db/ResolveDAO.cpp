@@ -280,7 +280,7 @@ bool ResolveDAO::setOrder(qlonglong rkey, int missionId, const QString &order)
     return true;
 }
 
-db_resolve ResolveDAO::nextToAnalyse(bool slave)
+db_resolve ResolveDAO::nextToAnalyse(bool slave, const QList<qlonglong> &without)
 {
     Locker lock(m_mutex);
     const QString from = slave ? "select * from resolve where " : "select * from resolve where ordernum <> ? and ";
@@ -290,11 +290,14 @@ db_resolve ResolveDAO::nextToAnalyse(bool slave)
     values << 100;
     while (!m_priority[0].isEmpty()) {
         const db_resolve res = one(from + "state = ? and rkey = ?", values + QVariantList{m_priority[0].first()});
-        if (res.rkey != 0)
+        if (res.rkey != 0 && !without.contains(res.rkey))
             return res;
         m_priority[0].removeFirst();
     }
-    return one(from + "state = ? order by pri limit 1", values);
+    for (const db_resolve &res : list(from + "state = ? order by pri limit ?", values + QVariantList{without.size() + 1}))
+        if (!without.contains(res.rkey))
+            return res;
+    return {};
 }
 
 bool ResolveDAO::setState(qlonglong rkey, int state, int error, qlonglong rtime)
@@ -482,8 +485,13 @@ QPair<qlonglong, qlonglong> ResolveDAO::sizesOfMission(int missionId)
 
 bool ResolveDAO::setCounts(qlonglong rkey, int fok, int fsum)
 {
-    Locker lock(m_mutex);
-    return exec("update resolve set fok = ?, fsum = ? where rkey = ?", {fok, fsum, rkey});
+    {
+        Locker lock(m_mutex);
+        if (!exec("update resolve set fok = ?, fsum = ? where rkey = ?", {fok, fsum, rkey}))
+            return false;
+    }
+    emit upProgress(rkey, fok, fsum);
+    return true;
 }
 
 void ResolveDAO::readWaiting(int type)

@@ -32,7 +32,7 @@ public:
     bool insertBatch(QList<db_resolve> *list);
     db_resolve nextWithoutOrder();
     bool setOrder(qlonglong rkey, int missionId, const QString &order);
-    db_resolve nextToAnalyse(bool slave);
+    db_resolve nextToAnalyse(bool slave, const QList<qlonglong> &without = {}); // passes over those keys
     // The single way to change state, error and rtime (ms) together: emits stateChanged, reports to the server.
     bool setState(qlonglong rkey, int state, int error, qlonglong rtime);
     bool setFinishedOnMaster(qlonglong rkey);         // 118
@@ -51,7 +51,7 @@ public:
     bool addSize(qlonglong rkey, qlonglong size);     // fsize + size
     bool setSizes(qlonglong rkey, qlonglong fsize, qlonglong fup);
     QPair<qlonglong, qlonglong> sizesOfMission(int missionId); // fsize, fup
-    bool setCounts(qlonglong rkey, int fok, int fsum);
+    bool setCounts(qlonglong rkey, int fok, int fsum); // emits upProgress
     void readWaiting(int type);                       // emits allReswait
     bool setFileType(qlonglong rkey, int filetype);   // only while it is 0
 

@@ -1,0 +1,241 @@
+#include "resolve/ResolveHandler.h"
+#include "common/CommonConfig.h"
+#include "common/Session.h"
+#include "common/ThreadPool.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/WindowCalls.h"
+#include "db/ResolveDAO.h"
+#include "io/NetTcp.h"
+#include "resolve/BaseResolve.h"
+#include "resolve/ParameterModel.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QDir>
+#include <QTimer>
+
+namespace {
+enum Error { NoScene = 10013, Overdue = 10015 };
+constexpr int MayaType = 1;
+
+qint64 now()
+{
+    return QDateTime::currentMSecsSinceEpoch();
+}
+
+ResolveDAO &dao()
+{
+    return *ResolveDAO::instance();
+}
+
+int typeOf(const db_resolve &row, const QJsonObject &rset)
+{
+    const int type = rset.value("softwareType").toInt();
+    return type != 0 ? type : VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
+}
+}
+
+ResolveHandler::ResolveHandler(QObject *parent) : QObject(parent), m_order(this), m_submission(this), m_seat(this)
+{
+    // Without a login no reply comes any more: not after a lost link, nor after a kick.
+    connect(NetTcp::instance(), &NetTcp::loginChanged, this, [this](bool on) {
+        if (on)
+            return;
+        m_order.linkLost();
+        m_submission.linkLost();
+    });
+    Seam<ResolveCalls>::attach(this, this);
+}
+
+ResolveHandler::~ResolveHandler()
+{
+    Seam<ResolveCalls>::detach(this);
+    for (qlonglong rkey : m_running.keys())
+        removeAnalyser(rkey);
+}
+
+void ResolveHandler::setTimes(const Times &times)
+{
+    m_times = times;
+    m_order.setTimes(times.gate, times.askAgain);
+    m_submission.setReplyMs(times.reply);
+}
+
+void ResolveHandler::startScan()
+{
+    if (!m_started)
+        QTimer::singleShot(m_times.scan, this, &ResolveHandler::scan);
+    m_started = true;
+}
+
+void ResolveHandler::scan()
+{
+    if (Session::live() && !Session::closing()) {
+        const bool slave = UserInfo::isSlave();
+        for (const QList<db_resolve> &list : std::exchange(m_unsaved, {}))
+            addFile(list);
+        if (!slave)
+            m_order.tick();
+        if (m_running.size() < UserInfo::resolveThread())
+            startAnalysis();
+        if (UserInfo::canUpload())
+            automatic();
+        if (slave) {
+            m_seat.step();
+            m_seat.poll();
+        } else {
+            m_submission.step();
+        }
+    }
+    QTimer::singleShot(m_times.scan, this, &ResolveHandler::scan);
+}
+
+void ResolveHandler::startAnalysis()
+{
+    const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown);
+    if (row.rkey == 0)
+        return;
+    const int type = typeOf(row, OrderMessage::object(row.rset));
+    const bool skip = CommonConfig::get().submitUpload != 0 || UserInfo::hasArgument("noresolve");
+    if (skip && type == MayaType && takeOldLog(row, type))
+        return;
+    if (!QFileInfo::exists(VFunc::followLinks(row.lpath))) {
+        dao().setState(row.rkey, 104, NoScene, now());
+        return;
+    }
+    BaseResolve *work = BaseResolve::create(type);
+    if (!work) {
+        qWarning().noquote() << "ResolveHandler::startAnalysis" << row.rkey << row.lpath << "no analyser for software type" << type;
+        m_unknown << row.rkey;
+        return;
+    }
+    run(row, work, type);
+}
+
+void ResolveHandler::run(const db_resolve &row, BaseResolve *work, int softwareType)
+{
+    db_resolve started = row;
+    started.state = 101;
+    started.error = 0;
+    started.rtime = now();
+    if (!dao().setState(row.rkey, 101, 0, started.rtime)) {
+        delete work;
+        return;
+    }
+    const quint64 number = ++m_runs;
+    connect(work, &BaseResolve::resolveFinished, this, [this, number](const db_resolve &res) {
+        if (m_running.value(res.rkey).number == number)
+            resolveFinished(res);
+    });
+    connect(work, &BaseResolve::resolveTimeOut, this, [this, number, rkey = row.rkey] {
+        if (m_running.value(rkey).number == number)
+            resolveTimeOut(rkey);
+    });
+    const QJsonObject rset = OrderMessage::object(row.rset);
+    QString order = row.ordernum;
+    order.replace('/', '_').replace('\\', '_');
+    work->setUp(started, rset.value("env").toObject().value("software").toString(), softwareType,
+                rset.value("startGpu").toVariant().toInt(),
+                QStringLiteral("%1/resolve-%2-%3").arg(UserInfo::userDir()).arg(row.rkey).arg(order));
+    work->startTimer(CommonConfig::get().parseTime);
+    m_running.insert(row.rkey, {work, number});
+    ThreadPool::instance()->addWork(work);
+    QMetaObject::invokeMethod(work, "resolve", Qt::QueuedConnection);
+}
+
+// The log of an earlier analysis of the same scene stands in for a new one.
+bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType)
+{
+    const QString scene = QFileInfo(row.lpath).fileName();
+    QString log;
+    for (const QFileInfo &info : QDir(UserInfo::userDir()).entryInfoList({"resolve-*.txt"}, QDir::Files, QDir::Time)) {
+        if (info.fileName().contains(scene) && info.fileName().endsWith("_vdtemp.txt")) {
+            log = info.filePath();
+            break;
+        }
+    }
+    if (log.isEmpty())
+        return false;
+    qDebug().noquote() << "maya不解析 找到日志:" << log;
+    db_resolve started = row;
+    started.state = 101;
+    BaseResolve work;
+    work.logOnly = true;
+    connect(&work, &BaseResolve::resolveFinished, this, [this](const db_resolve &res) { resolveFinished(res); });
+    work.setUp(started, OrderMessage::object(row.rset).value("env").toObject().value("software").toString(), softwareType, 0, log);
+    work.finishResolve();
+    return true;
+}
+
+void ResolveHandler::removeAnalyser(qlonglong rkey)
+{
+    const Run run = m_running.take(rkey);
+    if (!run.work)
+        return;
+    disconnect(run.work, nullptr, this, nullptr);
+    run.work->deleteLater();
+}
+
+void ResolveHandler::resolveFinished(const db_resolve &res)
+{
+    removeAnalyser(res.rkey);
+    const db_resolve row = dao().read(res.rkey);
+    // An analysis that ran past its time and was let go on keeps the mark.
+    const int error = res.error == 0 && row.error == Overdue ? int(Overdue) : res.error;
+    qDebug().noquote() << "ResolveHandler::resolveFinished" << res.rkey << res.state << ResolveDAO::errorText(error);
+    dao().setState(res.rkey, res.state, error, now());
+}
+
+void ResolveHandler::resolveTimeOut(qlonglong rkey)
+{
+    db_resolve res = m_running.value(rkey).work->record();
+    qWarning().noquote() << "ResolveHandler::resolveTimeOut" << rkey << res.lpath;
+    if (CommonConfig::get().killParseTime == 1) {
+        removeAnalyser(rkey);
+        res.state = 102;
+        res.rtime = now();
+    }
+    dao().setState(rkey, res.state, Overdue, res.rtime);
+}
+
+void ResolveHandler::automatic()
+{
+    const CommonConfig config = CommonConfig::get();
+    const bool clean = config.autoSubmit == 1, warned = clean && config.ignoreWarn == 1;
+    for (const db_resolve &row : dao().finished()) {
+        const bool goes = row.state == 106 ? clean : warned || dao().batchMarked(row.rkey);
+        if (goes && m_held.value(row.rkey, -1) != row.rtime && !commit(row, false))
+            m_held.insert(row.rkey, row.rtime); // looked at again when its state has changed
+    }
+}
+
+void ResolveHandler::commitResolve(qlonglong rkey, bool batch, QString order)
+{
+    const db_resolve res = order.isEmpty() ? dao().read(rkey) : dao().readByOrder(order);
+    if (res.rkey == 0 || !((res.state >= 103 && res.state <= 106) || res.state == 109))
+        return;
+    if (commit(res, true) && batch)
+        dao().markBatch(res.rkey);
+}
+
+bool ResolveHandler::commit(db_resolve res, bool byUser)
+{
+    if (!dao().readPara(&res))
+        return false;
+    QString text = ParameterModel::blockingText(res);
+    const bool blocked = !text.isEmpty();
+    if (blocked || !ParameterModel::prepare(&res, CommonConfig::get(), &text)) {
+        qWarning().noquote() << "ResolveHandler::commit" << res.rkey << text;
+        if (byUser && !text.isEmpty())
+            tell(text);
+        if (byUser && blocked)
+            dao().setState(res.rkey, 103, res.error, now());
+        return false;
+    }
+    return dao().savePara(res) && dao().setState(res.rkey, 107, 0, now());
+}
+
+void ResolveHandler::tell(const QString &text)
+{
+    Seam<WindowCalls>::post([text](WindowCalls &window) { window.msgOk(text); });
+}

@@ -1,0 +1,92 @@
+#include "resolve/SlaveSeat.h"
+#include "common/UserInfo.h"
+#include "db/ResolveDAO.h"
+#include "io/NetWork.h"
+#include "resolve/OrderMessage.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonDocument>
+
+namespace {
+constexpr int HandOverSeconds = 30, PollSeconds = 10;
+
+QJsonValue feeAccount()
+{
+    const QJsonArray saved = UserInfo::feeUserIds();
+    if (!saved.isEmpty())
+        return saved;
+    return UserInfo::leadId() != 0 ? UserInfo::leadId() : UserInfo::userId();
+}
+
+void setState(qlonglong rkey, int state, int error = 0)
+{
+    ResolveDAO::instance()->setState(rkey, state, error, QDateTime::currentMSecsSinceEpoch());
+}
+}
+
+int SlaveSeat::approvalState(int masterState)
+{
+    if (masterState >= 110 && masterState <= 113)
+        return 116;
+    return masterState == 118 ? 119 : masterState == -1 ? 117 : 0;
+}
+
+void SlaveSeat::step()
+{
+    const db_resolve row = ResolveDAO::instance()->nextToCommit(true);
+    if (row.rkey == 0)
+        return;
+    setState(row.rkey, 108);
+    Request request;
+    request.url = UserInfo::master() + "/model/analysis";
+    request.bareAddress = true;
+    request.timeout = HandOverSeconds;
+    request.guard = this;
+    request.byte = QJsonDocument(OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck())).toJson(QJsonDocument::Compact);
+    NetWork::instance()->npost(request, [rkey = row.rkey](const Request &, const FuncBody &rep) {
+        qDebug().noquote() << "MODEL ANALYSIS" << rkey << rep.error << QString::fromUtf8(rep.raw);
+        if (ResolveDAO::instance()->read(rkey).state != 108)
+            return;
+        if (!rep.ok())
+            return setState(rkey, 107); // the master can't be reached: the next scan tries again
+        if (rep.result == 1)
+            return setState(rkey, 115);
+        ResolveDAO::instance()->saveMessage(rkey, rep.msg);
+        setState(rkey, 109, rep.code);
+    }, QThread::currentThread());
+}
+
+void SlaveSeat::poll()
+{
+    for (const db_resolve &row : ResolveDAO::instance()->waitingApproval()) {
+        if (m_polled.contains(row.rkey))
+            continue;
+        m_polled.insert(row.rkey);
+        Request request;
+        request.url = UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1").arg(row.rkey);
+        request.bareAddress = true;
+        request.timeout = PollSeconds;
+        NetWork::instance()->nget(request, [this, rkey = row.rkey](const Request &, const FuncBody &rep) {
+            m_polled.remove(rkey);
+            if (rep.ok() && !rep.data.isEmpty())
+                answered(rkey, rep.data);
+        }, QThread::currentThread(), this);
+    }
+}
+
+void SlaveSeat::answered(qlonglong rkey, const QJsonObject &data)
+{
+    ResolveDAO *dao = ResolveDAO::instance();
+    const db_resolve row = dao->read(rkey);
+    if (row.rkey == 0 || (row.state != 115 && row.state != 116))
+        return;
+    const int state = approvalState(data.value("state").toInt());
+    const int fok = data.value("fok").toInt(), fsum = data.value("fsum").toInt();
+    if (fok != row.fok || fsum != row.fsum)
+        dao->setCounts(rkey, fok, fsum);
+    if (state == 0 || state == row.state)
+        return;
+    setState(rkey, state);
+    if (state == 119)
+        dao->remove(rkey);
+}

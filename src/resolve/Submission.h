@@ -1,0 +1,45 @@
+#pragma once
+// Sends the orders of committed rows, (104, 10400), and turns each reply into rows of the upload store. Lives on the
+// queue's thread, a part of ResolveHandler.
+//
+//   107 -> step(): 108, sent -> good reply -> rows in the upload store -> 110
+//                               refusal, or no reply within 60 s -> 109 (a late good reply still counts)
+//                               link lost -> 107, as after a restart
+#include "db/Records.h"
+#include "resolve/OrderMessage.h"
+#include <QElapsedTimer>
+#include <QMap>
+#include <QObject>
+
+class Submission : public QObject
+{
+    Q_OBJECT
+public:
+    explicit Submission(QObject *parent = nullptr);
+    void step(); // the next row, one a scan; also times out what got no reply
+    void linkLost();
+    void forget(qlonglong rkey); // the row is gone
+    void setReplyMs(int ms) { m_replyMs = ms; }
+
+private:
+    struct Sent {
+        int attempt = 0;
+        QElapsedTimer since;
+        bool late = false;
+        QList<OrderMessage::File> files;
+    };
+    struct Accepted {
+        QList<db_upfile> rows;
+        qlonglong bytes = 0;
+    };
+    void send(const db_resolve &row);
+    void replied(qlonglong rkey, int attempt, int val, const QJsonObject &reply);
+    Accepted uploadRows(const db_resolve &row, const QList<OrderMessage::File> &files, const QJsonObject &reply) const;
+    bool store(qlonglong rkey, const Accepted &accepted);
+    void timeOut();
+
+    QMap<qlonglong, Sent> m_sent;
+    QMap<qlonglong, Accepted> m_accepted; // replies whose rows couldn't be stored yet
+    int m_attempts = 0;
+    int m_replyMs = 60000;
+};

@@ -1,0 +1,293 @@
+#include "RawFile.h"
+#include "db/ResolveDAO.h"
+#include "support/BusinessPeer.h"
+#include "support/TestMain.h"
+#include <QTemporaryDir>
+
+namespace {
+ResolveDAO &dao() { return *ResolveDAO::instance(); }
+
+db_resolve scene(qlonglong rkey, int state = 100, const QString &path = "/s/a.tgd")
+{
+    db_resolve res;
+    res.rkey = res.pri = rkey;
+    res.state = state;
+    res.lpath = path;
+    return res;
+}
+
+QList<qlonglong> keys(const QList<db_resolve> &rows)
+{
+    QList<qlonglong> list;
+    for (const db_resolve &res : rows)
+        list << res.rkey;
+    return list;
+}
+
+void put(const QList<db_resolve> &rows)
+{
+    QList<db_resolve> list = rows;
+    QVERIFY(dao().insertBatch(&list));
+    QCOMPARE(keys(list), keys(rows));
+}
+}
+
+class TestResolveStore : public QObject
+{
+    Q_OBJECT
+    QTemporaryDir m_dir;
+
+private slots:
+    void initTestCase() { NetTcp::instance(); }
+    void init()
+    {
+        dao().releaseResolve();
+        for (const QString &name : QDir(m_dir.path()).entryList(QDir::Files))
+            QFile::remove(m_dir.filePath(name));
+        QVERIFY(dao().open(m_dir.path()));
+    }
+    void cleanupTestCase()
+    {
+        dao().releaseResolve();
+        NetTcp::destroy();
+    }
+
+    void projectColumn_data()
+    {
+        QTest::addColumn<QString>("column");
+        QTest::addColumn<int>("id");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("underscores stay") << "12_a_b" << 12 << "a_b";
+        QTest::newRow("no number") << "x_a" << 0 << "a";
+        QTest::newRow("no name") << "7_" << 7 << "";
+        QTest::newRow("nothing") << "" << 0 << "";
+        QTest::newRow("percent") << "3_%1 100%" << 3 << "%1 100%";
+    }
+    void projectColumn()
+    {
+        QFETCH(QString, column);
+        QFETCH(int, id);
+        QFETCH(QString, name);
+        int gotId = -1;
+        QString gotName;
+        ResolveDAO::splitProject(column, &gotId, &gotName);
+        QCOMPARE(gotId, id);
+        QCOMPARE(gotName, name);
+        db_resolve res = scene(5);
+        res.projectId = id;
+        res.project = name;
+        put({res});
+        QCOMPARE(dao().read(5).projectId, id);
+        QCOMPARE(dao().read(5).project, name);
+    }
+
+    void stateTexts_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("106") << 106 << "解析完成，请提交渲染";
+        QTest::newRow("116") << 116 << "申请通过";
+        QTest::newRow("118 hidden") << 118 << "";
+        QTest::newRow("119 as 116") << 119 << "申请通过";
+        QTest::newRow("unknown") << 121 << "";
+        QTest::newRow("error") << 10031 << "文件格式错误";
+        QTest::newRow("overdue has no text") << 10015 << "";
+    }
+    void stateTexts()
+    {
+        QFETCH(int, state);
+        QTEST(state < 10000 ? ResolveDAO::stateText(state) : ResolveDAO::errorText(state), "text");
+    }
+
+    // A key that is taken moves the whole batch up to where all its keys are free, and every scene is found again.
+    void takenKeys_data()
+    {
+        QTest::addColumn<QList<qlonglong>>("standing");
+        QTest::addColumn<qlonglong>("from");
+        QTest::addColumn<int>("count");
+        QTest::addColumn<qlonglong>("first");
+        QTest::newRow("free") << QList<qlonglong>{} << 1000ll << 3 << 1000ll;
+        QTest::newRow("same second") << QList<qlonglong>{1000, 1001} << 1000ll << 2 << 1002ll;
+        QTest::newRow("a later one in the way") << QList<qlonglong>{1002} << 1000ll << 3 << 1003ll;
+        QTest::newRow("gap too small") << QList<qlonglong>{1000, 1003} << 1000ll << 3 << 1004ll;
+        QTest::newRow("gap big enough") << QList<qlonglong>{1000, 1004} << 1000ll << 3 << 1001ll;
+    }
+    void takenKeys()
+    {
+        QFETCH(QList<qlonglong>, standing);
+        QFETCH(qlonglong, from);
+        QFETCH(int, count);
+        QFETCH(qlonglong, first);
+        for (qlonglong key : standing)
+            put({scene(key, 100, "/old")});
+        QList<db_resolve> list;
+        for (int i = 0; i < count; ++i)
+            list << scene(from + i, 100, QStringLiteral("/new/%1").arg(i));
+        QVERIFY(dao().insertBatch(&list));
+        for (int i = 0; i < count; ++i) {
+            QCOMPARE(list.at(i).rkey, first + i);
+            QCOMPARE(dao().read(first + i).pri, first + i);
+            QCOMPARE(dao().read(first + i).lpath, QStringLiteral("/new/%1").arg(i));
+        }
+        QCOMPARE(dao().readAll().size(), standing.size() + count);
+        QVERIFY(dao().markBatch(first + count - 1));
+        QVERIFY(dao().batchMarked(first));
+    }
+    void flagOfADeletedBatchDoesNotReachNewRows()
+    {
+        put({scene(50), scene(51), scene(52)});
+        QVERIFY(dao().markBatch(50));
+        QVERIFY(dao().remove(51));
+        put({scene(51)});
+        QVERIFY(!dao().batchMarked(51));
+        QVERIFY(dao().batchMarked(52));
+        QVERIFY(dao().markBatch(51) && dao().batchMarked(51));
+    }
+
+    void oldFiles_data()
+    {
+        QTest::addColumn<QStringList>("statements");
+        QTest::newRow("without the later columns")
+            << QStringList{"create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime INTEGER,"
+                           "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
+                           "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
+        QTest::newRow("with NULLs and a column of its own")
+            << QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath varchar,state int,error int,"
+                           "primary key(rkey))",
+                           "insert into resolve values(7,1,null,null,'/a',101,3)"};
+    }
+    void oldFiles()
+    {
+        QFETCH(QStringList, statements);
+        dao().releaseResolve();
+        QFile::remove(m_dir.filePath("resolve.db"));
+        QVERIFY(RawFile(m_dir.filePath("resolve.db")).run(statements));
+        for (int start = 0; start < 2; ++start) {
+            QVERIFY(dao().open(m_dir.path()));
+            const db_resolve res = dao().nextWithoutOrder();
+            QCOMPARE(res.rkey, 7ll);
+            QCOMPARE(res.state, 100);
+            QCOMPARE(res.error, 3); // recovery leaves it
+            QVERIFY(dao().fileDone(7, 10) && dao().addSize(7, 20) && dao().setFileType(7, 2) && dao().setFileType(7, 5));
+            QCOMPARE(dao().read(7).filetype, 2);
+            QCOMPARE(dao().read(7).fok, start + 1);
+            QCOMPARE(dao().read(7).fup, 10ll * (start + 1));
+            put({scene(100 + start)});
+        }
+        QVERIFY(dao().savePara([] { auto res = scene(7); res.rdata = "{}"; res.rfile = "\"files\":[]"; return res; }()));
+        QCOMPARE(dao().readWithPara(7).rfile, QString("\"files\":[]"));
+    }
+
+    void recovery_data()
+    {
+        QTest::addColumn<int>("before");
+        QTest::addColumn<int>("after");
+        const QMap<int, int> mended{{101, 100}, {108, 107}, {111, 110}};
+        for (int state = 100; state <= 120; ++state)
+            QTest::addRow("%d", state) << state << mended.value(state, state);
+    }
+    void recovery()
+    {
+        QFETCH(int, before);
+        put({scene(9, before)});
+        QVERIFY(dao().open(m_dir.path()));
+        QTEST(dao().read(9).state, "after");
+    }
+
+    void pages_data()
+    {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<int>("page");
+        QTest::addColumn<QList<qlonglong>>("found");
+        QTest::addColumn<int>("pages");
+        QTest::newRow("all, first") << "" << 0 << QList<qlonglong>{1, 2} << 3;
+        QTest::newRow("all, last") << "" << 2 << QList<qlonglong>{5} << 3;
+        QTest::newRow("beyond") << "" << 3 << QList<qlonglong>{} << 3;
+        QTest::newRow("percent is a letter") << "0%" << 0 << QList<qlonglong>{2} << 1;
+        QTest::newRow("underscore is a letter") << "a_b" << 0 << QList<qlonglong>{3} << 1;
+        QTest::newRow("backslash is a letter") << "\\" << 0 << QList<qlonglong>{5} << 1;
+        QTest::newRow("quote") << "o'n" << 0 << QList<qlonglong>{4} << 1;
+        QTest::newRow("hidden never") << "hidden" << 0 << QList<qlonglong>{} << 0;
+    }
+    void pages()
+    {
+        put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"), scene(4, 110, "/o'neil.tgd"),
+             scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
+        QFETCH(QString, search);
+        QFETCH(int, page);
+        QSignalSpy told(&dao(), &ResolveDAO::allFile);
+        QTEST(keys(dao().readPage(search, page, 2)), "found");
+        QTEST(told.first().at(1).toInt(), "pages");
+        QCOMPARE(dao().read(6).state, 118);
+    }
+
+    void queues()
+    {
+        put({scene(1), scene(2), scene(3, 107), scene(4, 110), scene(5, 111), scene(6, 110), scene(7, 111)});
+        QCOMPARE(dao().nextWithoutOrder().rkey, 1ll);
+        QCOMPARE(dao().nextToAnalyse(false).rkey, 0ll);
+        QCOMPARE(dao().nextToAnalyse(true).rkey, 1ll);
+        QCOMPARE(dao().nextToCommit(false).rkey, 0ll);
+        QCOMPARE(dao().nextToCommit(true).rkey, 3ll);
+        for (int key = 1; key <= 7; ++key)
+            QVERIFY(dao().setOrder(key, 40 + key, QStringLiteral("n%1").arg(key)));
+        QCOMPARE(dao().readByMission(43).ordernum, QString("n3"));
+        dao().setPriority(0, {99, 2});
+        QCOMPARE(dao().nextToAnalyse(false).rkey, 2ll);
+        QVERIFY(dao().setState(2, 102, 0, 1));
+        QCOMPARE(dao().nextToAnalyse(false).rkey, 1ll);
+        QVERIFY(dao().setState(2, 100, 0, 1));
+        QCOMPARE(dao().nextToAnalyse(false).rkey, 1ll); // it has left the list
+        QCOMPARE(keys(dao().nextUploads(3)), (QList<qlonglong>{4, 5, 6}));
+        dao().setPriority(1, {7, 3});
+        QCOMPARE(keys(dao().nextUploads(3)), (QList<qlonglong>{7, 4, 5}));
+        QCOMPARE(keys(dao().nextUploads(1)), (QList<qlonglong>{7}));
+        QSignalSpy told(&dao(), &ResolveDAO::allReswait);
+        dao().readWaiting(1);
+        QCOMPARE(keys(told.first().first().value<QList<db_resolve>>()), (QList<qlonglong>{7, 4, 5, 6}));
+    }
+
+    void reports_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("cmd");
+        QTest::addColumn<QJsonObject>("body");
+        const auto typed = [](int type) { return QJsonObject{{"missionId", 8}, {"type", type}}; };
+        QJsonObject ended = typed(4);
+        ended["analysisStartTime"] = QDateTime::fromMSecsSinceEpoch(61000).toString("yyyy-MM-dd HH:mm:ss");
+        for (int state : {103, 105, 106})
+            QTest::addRow("%d", state) << state << 10422 << ended;
+        QTest::newRow("101") << 101 << 10422 << typed(6);
+        QTest::newRow("102") << 102 << 10422 << typed(5);
+        QTest::newRow("104") << 104 << 10422 << typed(3);
+        QTest::newRow("111") << 111 << 10414 << QJsonObject{{"missionId", 8}};
+        QTest::newRow("112") << 112 << 10415 << QJsonObject{{"missionId", 8}};
+        QTest::newRow("107 silent") << 107 << 0 << QJsonObject{};
+        QTest::newRow("deleted") << -1 << 10422 << typed(2);
+    }
+    void reports()
+    {
+        QFETCH(int, state);
+        QFETCH(int, cmd);
+        BusinessPeer peer;
+        QVERIFY(peer.takeClient());
+        db_resolve res = scene(3);
+        res.missionid = 8;
+        res.rtime = 61000;
+        put({res});
+        QSignalSpy told(&dao(), &ResolveDAO::stateChanged);
+        QVERIFY(state < 0 ? dao().remove(3) : dao().setState(3, state, 0, 99000));
+        QVERIFY(!dao().setState(4711, 101, 0, 1) && !dao().remove(4711));
+        QCOMPARE(told.size(), state < 0 ? 0 : 1);
+        NetTcp::instance()->nvds(100, 10000, QJsonObject());
+        QTRY_COMPARE(peer.count(10000), 1);
+        QCOMPARE(peer.count(10422) + peer.count(10414) + peer.count(10415), cmd == 0 ? 0 : 1);
+        QJsonObject body = peer.last(cmd);
+        QCOMPARE(body.contains("analysisEndTime"), body.value("type").toInt() == 4);
+        body.remove("analysisEndTime");
+        QTEST(body, "body");
+        QCOMPARE(peer.faults, QStringList());
+    }
+};
+VN_TEST(TestResolveStore)
+#include "tst_resolve_store.moc"
