@@ -1,0 +1,142 @@
+#include "common/platform/Platform.h"
+#include "common/platform/PlatformText_win.h"
+#include <algorithm>
+#include <shellapi.h>
+#include <tlhelp32.h>
+
+namespace platform {
+namespace {
+std::uint64_t startOf(HANDLE process)
+{
+    FILETIME created{}, ended{}, kernel{}, user{};
+    if (!process || !GetProcessTimes(process, &created, &ended, &kernel, &user))
+        return 0;
+    return (std::uint64_t(created.dwHighDateTime) << 32) | created.dwLowDateTime;
+}
+
+std::uint64_t startOf(std::int64_t pid)
+{
+    const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(pid)));
+    return startOf(process.get());
+}
+
+// True when the process is gone, or was told to go and is no more after waitMs.
+bool endProcess(std::int64_t pid, DWORD waitMs)
+{
+    const Handle process(OpenProcess(PROCESS_TERMINATE | SYNCHRONIZE, FALSE, DWORD(pid)));
+    if (!process)
+        return GetLastError() == ERROR_INVALID_PARAMETER; // no such process
+    TerminateProcess(process.get(), 1);
+    return WaitForSingleObject(process.get(), waitMs) == WAIT_OBJECT_0;
+}
+
+// The tree below pid, parents first. A parent's number may have been given anew: a real child is never older than it.
+std::vector<Process> treeOf(std::int64_t pid)
+{
+    std::vector<Process> all = processes(), tree;
+    for (const Process &process : all) {
+        if (process.pid == pid)
+            tree.push_back(process);
+    }
+    if (tree.empty()) { // already gone: its children still name it
+        Process gone;
+        gone.pid = pid;
+        gone.dead = true;
+        tree.push_back(gone);
+    } else {
+        tree.front().started = startOf(pid);
+    }
+    for (std::size_t at = 0; at < tree.size(); ++at) {
+        for (Process &child : all) {
+            const bool known = std::any_of(tree.begin(), tree.end(), [&](const Process &one) { return one.pid == child.pid; });
+            if (known || child.parent != tree[at].pid || child.pid == std::int64_t(GetCurrentProcessId()))
+                continue;
+            child.started = startOf(child.pid);
+            if (child.started >= tree[at].started)
+                tree.push_back(child);
+        }
+    }
+    return tree;
+}
+} // namespace
+
+bool isWindows() { return true; }
+
+std::vector<Process> processes()
+{
+    std::vector<Process> list;
+    const Handle snapshot(CreateToolhelp32Snapshot(TH32CS_SNAPPROCESS, 0));
+    PROCESSENTRY32W entry{};
+    entry.dwSize = sizeof entry;
+    if (!snapshot || !Process32FirstW(snapshot.get(), &entry))
+        return list;
+    do {
+        Process process;
+        process.pid = entry.th32ProcessID;
+        process.parent = entry.th32ParentProcessID;
+        process.name = narrow(entry.szExeFile);
+        list.push_back(process);
+    } while (Process32NextW(snapshot.get(), &entry));
+    return list;
+}
+
+bool existProcess(const std::string &name)
+{
+    const std::string bare = bareName(name);
+    const std::vector<Process> all = processes();
+    return std::any_of(all.begin(), all.end(), [&](const Process &one) { return sameText(bareName(one.name), bare); });
+}
+
+int killByName(const std::string &name)
+{
+    const std::string bare = bareName(name);
+    int ended = 0;
+    for (const Process &process : processes()) {
+        if (process.pid != std::int64_t(GetCurrentProcessId()) && sameText(bareName(process.name), bare) &&
+            endProcess(process.pid, 2000))
+            ++ended;
+    }
+    return ended;
+}
+
+bool killTree(std::int64_t pid, int waitMs)
+{
+    if (pid <= 4 || pid == std::int64_t(GetCurrentProcessId()))
+        return false;
+    const ULONGLONG until = GetTickCount64() + ULONGLONG(std::max(0, waitMs));
+    // Parents first, so that none starts another; looked at again, since one may have done so in between.
+    for (bool first = true;; first = false) {
+        bool any = false, all = true;
+        for (const Process &process : treeOf(pid)) {
+            if (process.dead)
+                continue;
+            any = true;
+            const ULONGLONG now = GetTickCount64();
+            all = endProcess(process.pid, now < until ? DWORD(until - now) : 0) && all;
+        }
+        if (!any)
+            return true;
+        if (!all || (!first && GetTickCount64() >= until))
+            return false;
+    }
+}
+
+int runElevated(const std::string &file, const std::string &parameters, const std::string &, int waitMs)
+{
+    const ElevatedCommand command = elevatedCommand(file, parameters, false, true);
+    const std::wstring verb = wide(command.verb), program = wide(command.program), line = wide(command.parameters);
+    SHELLEXECUTEINFOW info{};
+    info.cbSize = sizeof info;
+    info.fMask = SEE_MASK_NOCLOSEPROCESS | SEE_MASK_FLAG_NO_UI;
+    info.lpVerb = verb.c_str();
+    info.lpFile = program.c_str();
+    info.lpParameters = line.c_str();
+    info.nShow = SW_SHOWNORMAL;
+    if (!ShellExecuteExW(&info)) // 1223: the user declined; anything else starts nothing either
+        return -1;
+    const Handle child(info.hProcess);
+    if (child)
+        WaitForSingleObject(child.get(), DWORD(std::max(0, waitMs)));
+    return 1;
+}
+} // namespace platform

@@ -1,0 +1,62 @@
+#pragma once
+// Texts and handles between the system's wide calls and the layer's UTF-8. Only the *_win.cpp files include this.
+#ifndef UNICODE
+#define UNICODE
+#endif
+#ifndef WIN32_LEAN_AND_MEAN
+#define WIN32_LEAN_AND_MEAN
+#endif
+#ifndef NOMINMAX
+#define NOMINMAX
+#endif
+#include <string>
+#include <windows.h>
+
+namespace platform {
+inline std::wstring wide(const std::string &text)
+{
+    const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), int(text.size()), nullptr, 0);
+    std::wstring out(std::size_t(length > 0 ? length : 0), L'\0');
+    if (length > 0)
+        MultiByteToWideChar(CP_UTF8, 0, text.data(), int(text.size()), &out[0], length);
+    return out;
+}
+
+inline std::string narrow(const wchar_t *text, int length = -1)
+{
+    const int room = WideCharToMultiByte(CP_UTF8, 0, text, length, nullptr, 0, nullptr, nullptr);
+    std::string out(std::size_t(room > 0 ? room : 0), '\0');
+    if (room > 0)
+        WideCharToMultiByte(CP_UTF8, 0, text, length, &out[0], room, nullptr, nullptr);
+    if (length < 0 && !out.empty())
+        out.pop_back(); // the end mark was counted
+    return out;
+}
+
+inline std::wstring widePath(const std::string &path)
+{
+    std::wstring out = wide(path);
+    for (wchar_t &c : out)
+        c = c == L'/' ? L'\\' : c;
+    return out;
+}
+
+// A system handle closed at the end of its scope.
+class Handle
+{
+public:
+    explicit Handle(HANDLE handle) : m_handle(handle == INVALID_HANDLE_VALUE ? nullptr : handle) {}
+    ~Handle()
+    {
+        if (m_handle)
+            CloseHandle(m_handle);
+    }
+    Handle(const Handle &) = delete;
+    Handle &operator=(const Handle &) = delete;
+    explicit operator bool() const { return m_handle != nullptr; }
+    HANDLE get() const { return m_handle; }
+
+private:
+    HANDLE m_handle;
+};
+} // namespace platform

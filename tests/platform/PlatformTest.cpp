@@ -1,0 +1,337 @@
+// The platform layer against the system it runs on. Free of the toolkit, so that the same file runs natively and, cross
+// compiled, on Windows or Wine. The program also plays the children that the tests start ("--wait" and the like).
+#include "Child.h"
+#include "common/platform/Platform.h"
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <thread>
+#ifndef _WIN32
+#include <sys/stat.h>
+#endif
+
+namespace fs = std::filesystem;
+using namespace platform;
+
+static int failures = 0;
+static fs::path room; // temporary folder of this run
+
+static std::string shown(const std::string &text) { return "\"" + text + "\""; }
+static std::string shown(bool value) { return value ? "true" : "false"; }
+template <class Number> static std::string shown(Number value) { return std::to_string(value); }
+
+template <class A, class B> static void same(const char *what, const A &got, const B &wanted, int line)
+{
+    if (got == wanted)
+        return;
+    ++failures;
+    std::printf("FAIL line %d: %s: got %s, wanted %s\n", line, what, shown(got).c_str(), shown(wanted).c_str());
+}
+#define SAME(got, wanted) same(#got, got, wanted, __LINE__)
+#define HOLDS(what) same(#what, bool(what), true, __LINE__)
+
+static std::string utf8(const fs::path &path)
+{
+    const auto text = path.generic_u8string();
+    return std::string(text.begin(), text.end());
+}
+
+static std::string contentOf(const fs::path &path)
+{
+    std::ifstream file(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+static bool has(const std::vector<std::string> &list, const std::string &text)
+{
+    return std::find(list.begin(), list.end(), text) != list.end();
+}
+
+static const std::string base = "Software\\Brontel\\PlatformTest";
+
+static void registryKeepsTexts()
+{
+    const std::string texts[] = {"", "plain", "C:\\a b\\c.exe", "渲染农场", "a=b[c]%41;\"q\"", " blanks around ", std::string(5000, 'x')};
+    for (Hive hive : {Hive::CurrentUser, Hive::LocalMachine}) {
+        for (const std::string &text : texts) {
+            HOLDS(regSet(hive, base + "\\Texts", "名 =[1]", text));
+            SAME(regGet(hive, base + "/Texts/", "名 =[1]").value_or("none"), text);
+        }
+        HOLDS(regSet(hive, base + "\\Texts", "Other", "kept"));
+        SAME(regGet(hive, "SOFTWARE\\BRONTEL\\platformtest\\texts", "OTHER").value_or("none"), std::string("kept"));
+        HOLDS(has(regNames(hive, base + "\\Texts"), "名 =[1]"));
+        HOLDS(has(regSubkeys(hive, "Software\\Brontel"), "PlatformTest"));
+        HOLDS(!has(regSubkeys(hive, "Software\\Bron"), "tel"));
+        HOLDS(regDelete(hive, base + "\\Texts", "名 =[1]"));
+        HOLDS(!regDelete(hive, base + "\\Texts", "名 =[1]"));
+        HOLDS(!regGet(hive, base + "\\Texts", "名 =[1]"));
+        SAME(regNames(hive, base + "\\Texts").size(), std::size_t(1));
+        SAME(regNames(hive, base + "\\Absent").size(), std::size_t(0));
+    }
+}
+
+static void registryLosesNothingToTwoWriters()
+{
+    Child writers[4];
+    for (int i = 0; i < 4; ++i)
+        HOLDS(writers[i].start(ownProgram(), {"--write", std::to_string(i)}));
+    for (Child &writer : writers)
+        SAME(writer.wait(), 0);
+    SAME(regNames(Hive::CurrentUser, base + "\\Many").size(), std::size_t(4 * 15));
+}
+
+static void autoStartTakesCommand()
+{
+    fs::create_directories(room / "with blank");
+    const fs::path program = room / "with blank" / "pro$gram";
+    std::ofstream(program) << "x";
+    const std::string command = utf8(program) + " delay";
+    HOLDS(autoStartSet("VandrelTest", command));
+    SAME(autoStartGet("VandrelTest").value_or("none"), command);
+#ifndef _WIN32
+    const std::string entry = contentOf(fs::path(std::getenv("XDG_CONFIG_HOME")) / "autostart" / "VandrelTest.desktop");
+    HOLDS(entry.find("Exec=\"" + utf8(room / "with blank") + "/pro\\\\$gram\" delay\n") != std::string::npos);
+#endif
+    HOLDS(autoStartRemove("VandrelTest"));
+    HOLDS(!autoStartGet("VandrelTest"));
+}
+
+static void processIsFoundAndKilled()
+{
+    for (const std::string name : {"vnshort", "vn_a_name_longer_than_the_kernel_keeps"}) {
+        const fs::path program = room / (name + ".exe");
+        fs::copy_file(fs::u8path(ownProgram()), program);
+        HOLDS(!existProcess(name));
+        Child child;
+        HOLDS(child.start(utf8(program), {"--wait"}));
+        SAME(child.line(), std::string("ready"));
+        HOLDS(existProcess(name));
+        HOLDS(existProcess(name + ".exe"));
+        HOLDS(!existProcess(name.substr(0, name.size() - 1)));
+        SAME(killByName(name), 1);
+        HOLDS(child.outputEnded());
+        HOLDS(child.wait() != 0);
+        HOLDS(!existProcess(name));
+    }
+}
+
+static void treeIsKilled()
+{
+    Child child;
+    HOLDS(child.start(ownProgram(), {"--tree"}, true));
+    const std::string first = child.line(), second = child.line(); // of the root and the deepest one, in any order
+    HOLDS((first == "ready" && second == "root") || (first == "root" && second == "ready"));
+    HOLDS(killTree(child.pid()));
+    HOLDS(child.outputEnded()); // none of them holds the output any more
+    HOLDS(child.wait() != 0);
+    HOLDS(killTree(child.pid())); // nothing left to kill is good too
+    HOLDS(!killTree(0));
+    HOLDS(!killTree(1));
+}
+
+static std::string joined(const ElevatedCommand &command)
+{
+    std::string text = command.verb + "|" + command.program + "|" + command.parameters;
+    for (const std::string &word : command.words)
+        text += "|" + word;
+    return text;
+}
+
+static void elevatedCommandIsBuilt()
+{
+    const struct {
+        const char *file, *parameters;
+        bool writable, windows;
+        const char *wanted;
+    } rows[] = {
+        {"C:/p/q.exe", "runReg set n \"C:/p/q.exe delay\"", false, true, "runas|C:\\p\\q.exe|runReg set n \"C:/p/q.exe delay\""},
+        {"/p/q", "runReg set n \"/a b/q delay\"", true, false, "|/p/q||runReg|set|n|/a b/q delay"},
+        {"/p/q", "c4dcopy", false, false, "pkexec|pkexec||/p/q|c4dcopy"},
+        {"/p/q", "", true, false, "|/p/q|"},
+        {"/p/q", " a  \"\" b\"c d\"e ", true, false, "|/p/q||a||bc de"},
+    };
+    for (const auto &row : rows)
+        SAME(joined(elevatedCommand(row.file, row.parameters, row.writable, row.windows)), std::string(row.wanted));
+}
+
+static void elevatedRunStarts()
+{
+    const fs::path mark = room / "mark of run";
+    SAME(runElevated(ownProgram(), "--mark \"" + utf8(mark) + "\"", utf8(room / "new" / "file")), 1);
+    SAME(contentOf(mark), std::string("done"));
+    SAME(runElevated(utf8(room / "no such program"), "x"), -1);
+    const auto before = std::chrono::steady_clock::now();
+    SAME(runElevated(ownProgram(), "--until \"" + utf8(room / "go on") + "\"", {}, 50), 1); // doesn't wait for a long job
+    HOLDS(std::chrono::steady_clock::now() - before < std::chrono::seconds(8));
+    std::ofstream(room / "go on") << "x";
+}
+
+static void hardwareIsTold()
+{
+    const Hardware facts = hardware();
+    for (const std::string &fact : {facts.system, facts.processor, facts.cores, facts.memory}) {
+        HOLDS(fact.size() > 2 && fact.front() == '[' && fact.back() == ']');
+    }
+    HOLDS(std::atoll(facts.memory.c_str() + 1) > (64 << 20));
+    HOLDS(std::atoi(facts.cores.c_str() + 1) > 0);
+    HOLDS(!isWindows() || !facts.mainboard.empty());
+    HOLDS(!isWindows() || !facts.graphics.empty());
+    HOLDS(managementFacts("Win32_NoSuchClass", "Name").empty());
+    SAME(managementFacts("Win32_OperatingSystem", "Caption").size(), std::size_t(isWindows() ? 1 : 0));
+    HOLDS(!isWindows() || volumeSerial().size() == 9);
+    SAME(joinFacts({"a", "b"}), std::string("[a][b]"));
+    for (const Adapter &adapter : adapters())
+        SAME(adapter.mac.size(), std::size_t(17));
+    for (const char *skipped : {"VMware Virtual Ethernet", "Teredo Tunneling Pseudo-Interface", "software LOOPBACK", "isatap.{1}"})
+        HOLDS(adapterSkipped(skipped));
+    HOLDS(!adapterSkipped("Intel(R) Ethernet Connection"));
+}
+
+static void filesTakeTheirSize()
+{
+    const fs::path file = room / "大小.xtemp";
+    for (std::int64_t size : {std::int64_t(0), std::int64_t(1), std::int64_t(5) << 20}) {
+        SAME(createFixedSizeFile(utf8(file), size), 0);
+        SAME(std::int64_t(fs::file_size(file)), size);
+    }
+    SAME(createFixedSizeFile(utf8(room / "absent" / "file"), 1), -1);
+    for (std::int64_t tooMuch : {std::int64_t(-1), std::int64_t(1) << 61}) {
+        SAME(createFixedSizeFile(utf8(file), tooMuch), -2);
+        HOLDS(!fs::exists(file));
+    }
+    std::FILE *open = std::fopen(utf8(room / "sync").c_str(), "wb");
+    std::fputs("x", open);
+    std::fflush(open);
+    HOLDS(syncFile(fileno(open)));
+    std::fclose(open);
+    HOLDS(!syncFile(-1));
+}
+
+static void freeSpaceIsAskedAtTheNearestParent()
+{
+    const std::int64_t here = freeSpace(utf8(room));
+    HOLDS(here > 0);
+    for (const std::string deeper : {"/not/there/yet", "/sync/below a file"})
+        HOLDS(std::llabs(freeSpace(utf8(room) + deeper) - here) < (std::int64_t(1) << 30));
+    HOLDS(freeSpace("relative") > 0);
+    HOLDS(!isWindows() || freeSpace("Q:/nowhere/at all") == -1);
+}
+
+static void crashNameTellsTheMoment()
+{
+    const struct {
+        std::int64_t epochMs;
+        int offset;
+        const char *wanted;
+    } rows[] = {
+        {0, 0, "1970.01.01_00.00.00_000_5.2.6.0.dmp"},
+        {1709251199999, 0, "2024.02.29_23.59.59_999_5.2.6.0.dmp"},
+        {1709251199999, 3600, "2024.03.01_00.59.59_999_5.2.6.0.dmp"},
+        {1704067200007, -18000, "2023.12.31_19.00.00_007_5.2.6.0.dmp"},
+    };
+    char name[64];
+    for (const auto &row : rows) {
+        const std::size_t length = crashName(name, sizeof name, row.epochMs, row.offset, "5.2.6.0");
+        SAME(std::string(name, length), std::string(row.wanted));
+    }
+    SAME(crashName(name, 35, 0, 0, "5.2.6.0"), std::size_t(0)); // no room for the end mark
+}
+
+static void crashLeavesADump()
+{
+    const fs::path folder = room / "dmp";
+    fs::create_directories(folder);
+    Child child;
+    HOLDS(child.start(ownProgram(), {"--crash", utf8(folder)}));
+    HOLDS(child.wait() != 0);
+    std::vector<fs::path> dumps(fs::directory_iterator(folder), fs::directory_iterator{});
+    SAME(dumps.size(), std::size_t(1));
+    if (dumps.size() != 1)
+        return;
+    const std::string name = utf8(dumps.front().filename()), content = contentOf(dumps.front());
+    SAME(name.size(), std::string("1970.01.01_00.00.00_000_9.8.7.6.dmp").size());
+    SAME(name.substr(23), std::string("_9.8.7.6.dmp"));
+    SAME(content.substr(0, isWindows() ? 4 : 10), std::string(isWindows() ? "MDMP" : "signal 11\n"));
+    HOLDS(content.size() > 40);
+}
+
+__attribute__((no_sanitize("undefined", "address"), noinline)) static void crashNow()
+{
+    volatile int *volatile nowhere = nullptr; // read anew, so that no optimiser sees it coming
+    *nowhere = 1;
+}
+
+static int playChild(const std::string &role, const std::string &word)
+{
+    const auto say = [](const char *text) {
+        std::printf("%s\n", text);
+        std::fflush(stdout);
+    };
+    const auto longJob = [] { std::this_thread::sleep_for(std::chrono::seconds(60)); };
+    if (role == "--until") {
+        for (int i = 0; i < 500 && !fs::exists(fs::u8path(word)); ++i)
+            std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    } else if (role == "--wait") {
+        say("ready");
+        longJob();
+    } else if (role == "--middle") {
+        spawnShared({"--wait"}, isWindows()); // elsewhere it ends here: the deepest one outlives its parent
+    } else if (role == "--tree") {
+        spawnShared({"--middle"}, !isWindows());
+        say("root");
+        longJob();
+    } else if (role == "--write") {
+        for (int i = 0; i < 15; ++i) {
+            if (!regSet(Hive::CurrentUser, base + "\\Many", word + "-" + std::to_string(i), "x"))
+                return 1;
+        }
+    } else if (role == "--mark") {
+        std::ofstream(fs::u8path(word)) << "done";
+    } else if (role == "--crash") {
+        installCrashDump(word, "9.8.7.6");
+        crashNow();
+    }
+    return 0;
+}
+
+int main(int argc, char **argv)
+{
+    if (argc > 1)
+        return playChild(argv[1], argc > 2 ? argv[2] : "");
+    const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
+    room = fs::temp_directory_path() / ("vnplatform" + std::to_string(stamp));
+    fs::create_directories(room);
+#ifndef _WIN32
+    setenv("XDG_CONFIG_HOME", (room / "config").c_str(), 1);
+#endif
+    const struct {
+        const char *name;
+        void (*run)();
+    } tests[] = {
+        {"registryKeepsTexts", registryKeepsTexts},
+        {"registryLosesNothingToTwoWriters", registryLosesNothingToTwoWriters},
+        {"autoStartTakesCommand", autoStartTakesCommand},
+        {"processIsFoundAndKilled", processIsFoundAndKilled},
+        {"treeIsKilled", treeIsKilled},
+        {"elevatedCommandIsBuilt", elevatedCommandIsBuilt},
+        {"elevatedRunStarts", elevatedRunStarts},
+        {"hardwareIsTold", hardwareIsTold},
+        {"filesTakeTheirSize", filesTakeTheirSize},
+        {"freeSpaceIsAskedAtTheNearestParent", freeSpaceIsAskedAtTheNearestParent},
+        {"crashNameTellsTheMoment", crashNameTellsTheMoment},
+        {"crashLeavesADump", crashLeavesADump},
+    };
+    for (const auto &test : tests) {
+        const int before = failures;
+        test.run();
+        std::printf("%s %s\n", failures == before ? "PASS" : "FAIL", test.name);
+        std::fflush(stdout);
+    }
+    std::error_code ignored;
+    fs::remove_all(room, ignored);
+    std::printf("%d failures\n", failures);
+    return failures ? 1 : 0;
+}
