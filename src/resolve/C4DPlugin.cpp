@@ -1,0 +1,71 @@
+#include "resolve/C4DPlugin.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include <QCoreApplication>
+#include <QCryptographicHash>
+#include <QDebug>
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QMutex>
+
+namespace {
+QMutex onlyOne; // analyses that start together would copy over each other
+
+QByteArray md5(const QString &path)
+{
+    QFile file(path);
+    QCryptographicHash hash(QCryptographicHash::Md5);
+    return file.open(QIODevice::ReadOnly) && hash.addData(&file) ? hash.result() : QByteArray();
+}
+
+bool bring(const QString &source, const QString &destination)
+{
+    if (QFileInfo::exists(destination)) {
+        const QByteArray wanted = md5(source);
+        if (!wanted.isEmpty() && md5(destination) == wanted)
+            return true;
+        if (!QFile::remove(destination))
+            return false;
+    }
+    return QDir().mkpath(QFileInfo(destination).path()) && QFile::copy(source, destination);
+}
+} // namespace
+
+QJsonArray C4DPlugin::install(const QString &source, const QString &folder)
+{
+    QMutexLocker lock(&onlyOne);
+    QJsonArray failed;
+    const QDir base(source);
+    QDirIterator walk(source, QDir::Files, QDirIterator::Subdirectories);
+    while (walk.hasNext()) {
+        const QString path = walk.next();
+        QString destination;
+        if (path.contains(QLatin1String("vcmain.pyp")))
+            destination = folder + QLatin1String("/plugins/") + base.relativeFilePath(path);
+        else if (path.contains(QLatin1String("libmmd.dll")))
+            destination = folder + QLatin1Char('/') + walk.fileName();
+        if (destination.isEmpty() || bring(path, destination))
+            continue;
+        qWarning().noquote() << "C4DPlugin::install can't copy" << path << "to" << destination;
+        failed.append(QJsonObject{{QStringLiteral("src"), path}, {QStringLiteral("dest"), destination}});
+    }
+    return failed;
+}
+
+bool C4DPlugin::elevated(const QJsonArray &list)
+{
+    QMutexLocker lock(&onlyOne);
+    const QJsonObject order{{QStringLiteral("soft"), QStringLiteral("c4d")}, {QStringLiteral("copy"), list}};
+    const QByteArray text = QJsonDocument(order).toJson(QJsonDocument::Compact);
+    // Beside the program as well where that is allowed: an elevated account may not see this user's folders.
+    const bool here = VFunc::writeWhole(UserInfo::userDir() + QLatin1String("/c4dcopy"), text);
+    const bool beside = QFileInfo(UserInfo::programDir()).isWritable()
+                        && VFunc::writeWhole(UserInfo::programDir() + QLatin1String("/c4dcopy"), text);
+    if (!here && !beside)
+        return false;
+    return VFunc::runAs(QCoreApplication::applicationFilePath(), QStringLiteral("c4dcopy")) > 0;
+}

@@ -1,0 +1,19 @@
+#include "resolve/ClarisseResolve.h"
+#include "resolve/SoftwareFinder.h"
+
+QString ClarisseResolve::version(const QString &software)
+{
+    const QStringList words = software.split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    return words.size() < 2 ? software : QStringLiteral("%1 %2").arg(words.at(0), words.at(1)).toUpper();
+}
+
+void ClarisseResolve::resolve()
+{
+    enum { Malformed = 10010, NotFound = 10011 };
+    if (software.trimmed().isEmpty())
+        return setError(Malformed);
+    const SoftwareFinder::Installation clarisse = SoftwareFinder::clarisse(software, version(software));
+    if (!clarisse.found())
+        return setError(NotFound);
+    startPro(clarisse.program, {sceneFile, QStringLiteral("-info")});
+}

@@ -1,0 +1,202 @@
+#include "resolve/LogParser.h"
+#include "resolve/MaxLog.h"
+#include <QByteArrayMatcher>
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QTextCodec>
+
+namespace {
+constexpr int Block = 1024 * 1024;
+constexpr int WrongData = 10012;
+enum Software { MaxType = 3, C4DType = 5 };
+
+QString decodeWith(QTextCodec *codec, const QByteArray &bytes, bool *good)
+{
+    QTextCodec::ConverterState state;
+    const QString text = codec ? codec->toUnicode(bytes.constData(), bytes.size(), &state) : QString();
+    *good = codec && state.invalidChars == 0 && state.remainingChars == 0;
+    return text;
+}
+
+QJsonDocument parseDocument(const QByteArray &json)
+{
+    QJsonParseError problem;
+    QJsonDocument document = QJsonDocument::fromJson(json, &problem);
+    if (problem.error == QJsonParseError::IllegalUTF8String)
+        document = QJsonDocument::fromJson(LogParser::decode(json).toUtf8(), &problem);
+    // Software that ends after the script prints behind the result.
+    if (problem.error == QJsonParseError::GarbageAtEnd)
+        document = QJsonDocument::fromJson(json.left(problem.offset), &problem);
+    if (problem.error != QJsonParseError::NoError)
+        qWarning().noquote() << "LogParser::parseJson" << problem.errorString() << "at" << problem.offset << "of" << json.size();
+    return document;
+}
+
+QString single(const QString &path) { return QString(path).replace(QLatin1String("\\\\"), QLatin1String("\\")); }
+
+QString fragment(const QJsonArray &files)
+{
+    const QByteArray text = QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(text.constData() + 1, text.size() - 2);
+}
+} // namespace
+
+const char LogParser::InfoMark[] = "Vandrel Info:";
+const char LogParser::DebugMark[] = "Vandrel Debug:";
+
+QByteArray LogParser::between(const QString &logPath, bool lineStart, bool *found, bool *tooLarge)
+{
+    *found = *tooLarge = false;
+    QFile file(logPath);
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning().noquote() << "LogParser::between" << logPath << file.errorString();
+        return {};
+    }
+    const QByteArray mark(InfoMark), end(DebugMark);
+    const QByteArrayMatcher info(mark), debug(end);
+    QByteArray window = lineStart ? QByteArray("\n") : QByteArray(); // so that the first line counts as a line's start
+    while (!*found) {
+        const QByteArray block = file.read(Block);
+        if (block.isEmpty())
+            return {};
+        window += block;
+        for (int at = info.indexIn(window); at >= 0 && !*found; at = info.indexIn(window, at + 1)) {
+            if (!lineStart || (at > 0 && (window.at(at - 1) == '\n' || window.at(at - 1) == '\r'))) {
+                window.remove(0, at + mark.size());
+                *found = true;
+                break;
+            }
+        }
+        if (!*found)
+            window = window.right(mark.size()); // a mark that is cut by the block, with the byte before it
+    }
+    for (int from = 0;;) {
+        const int at = debug.indexIn(window, from);
+        if (at >= 0)
+            return window.left(at);
+        from = qMax(0, window.size() - end.size());
+        const QByteArray block = file.read(Block);
+        if (block.isEmpty())
+            return window;
+        if (window.size() + block.size() > MaxResult) {
+            *tooLarge = true;
+            return {};
+        }
+        window += block;
+    }
+}
+
+ParsedLog LogParser::read(const QString &logPath, int softwareType, const QString &first, const QString &plugins)
+{
+    ParsedLog log;
+    bool found = false, tooLarge = false;
+    const QByteArray text = between(logPath, softwareType != MaxType, &found, &tooLarge);
+    if (!found)
+        return log;
+    if (tooLarge) {
+        qWarning().noquote() << "LogParser::read" << logPath << "holds a result of more than" << MaxResult << "bytes";
+        log.found = true;
+        log.error = WrongData;
+        return log;
+    }
+    log = softwareType == MaxType ? MaxLog::parse(decode(text)) : parseJson(text, softwareType, first, plugins);
+    log.found = true;
+    return log;
+}
+
+ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const QString &first, const QString &plugins)
+{
+    ParsedLog log;
+    log.found = true;
+    QJsonObject result = parseDocument(json.trimmed()).object();
+    const QJsonValue status = result.value(QLatin1String("status"));
+    log.status = status.toInt(status.toString().toInt());
+    if (result.isEmpty() || log.status < 0 || log.status > 3) {
+        log.error = WrongData;
+        return log;
+    }
+    log.details = result.value(QLatin1String("details")).toString();
+    log.content = result.take(QLatin1String("content")).toObject();
+    result = QJsonObject(); // the content's data is taken, not copied, only while nobody else holds it
+    const QJsonArray named = log.content.take(QLatin1String("files")).toArray();
+    QJsonArray files;
+    if (!first.isEmpty())
+        files.append(first);
+    for (int i = 0; i < named.size(); ++i) {
+        const QJsonValue one = named.at(i);
+        if (one.isString() && !(i == 0 && one.toString() == first))
+            files.append(one);
+    }
+    const QJsonObject model = log.content.value(QLatin1String("modelParameters")).toObject();
+    if (softwareType == C4DType) {
+        const QString scene = single(log.content.value(QLatin1String("sceneName")).toString());
+        if (!scene.isEmpty() && scene != first) {
+            qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
+            files.append(scene);
+        }
+        if (rendererDiffers(model.value(QLatin1String("renderer")).toString(), plugins)) {
+            log.status = 2;
+            log.details = rendererMessage();
+        }
+    }
+    log.files = fragment(files);
+    const QString output = log.content.value(QLatin1String("outPut")).toString();
+    if (!output.isEmpty())
+        log.content.insert(QStringLiteral("resultMiddleRulePath"), output);
+    return log;
+}
+
+bool LogParser::write(const QString &logPath, const QJsonObject &result, bool append)
+{
+    QFile file(logPath);
+    const QByteArray text = QByteArray("\n") + InfoMark + QJsonDocument(result).toJson(QJsonDocument::Compact) + "\n" + DebugMark + "\n";
+    const bool good = file.open(append ? QIODevice::WriteOnly | QIODevice::Append : QIODevice::WriteOnly)
+                      && file.write(text) == text.size() && file.flush();
+    if (!good)
+        qWarning().noquote() << "LogParser::write" << logPath << file.errorString();
+    return good;
+}
+
+QString LogParser::decode(const QByteArray &bytes)
+{
+    bool good = false;
+    const QString utf8 = decodeWith(QTextCodec::codecForName("UTF-8"), bytes, &good);
+    if (good)
+        return utf8;
+    const QString local = decodeWith(QTextCodec::codecForLocale(), bytes, &good);
+    return good ? local : utf8;
+}
+
+QString LogParser::unescape(const QString &text)
+{
+    static const QRegularExpression escape(QStringLiteral("(\\\\u[0-9a-fA-F]{4})"));
+    QString result;
+    result.reserve(text.size());
+    int at = 0;
+    for (auto it = escape.globalMatch(text); it.hasNext();) {
+        const QRegularExpressionMatch match = it.next();
+        result += text.midRef(at, match.capturedStart() - at);
+        result += QChar(match.capturedRef().right(4).toUShort(nullptr, 16));
+        at = match.capturedEnd();
+    }
+    return result + text.midRef(at);
+}
+
+bool LogParser::rendererDiffers(const QString &renderer, const QString &plugins)
+{
+    const QString name = renderer.toLower(), chosen = plugins.toLower();
+    if (name.isEmpty())
+        return false;
+    // The capital of Corona never matches the lower-case text; scenes that pass by it have to go on passing.
+    static const QRegularExpression known(QStringLiteral("redshift|c4dtoa|octane|vray|Corona"));
+    return name.contains(QLatin1String("unknow")) || (known.match(chosen).hasMatch() && !chosen.contains(name));
+}
+
+QString LogParser::rendererMessage()
+{
+    return QCoreApplication::translate("LogParser", "文件内设置的渲染器与所选渲染器不一致，请修改后再提交");
+}

@@ -1,0 +1,36 @@
+#include "resolve/MayaResolve.h"
+#include "common/UserInfo.h"
+#include "resolve/SoftwareFinder.h"
+#include <QFileInfo>
+#include <QRegularExpression>
+
+QString MayaResolve::scriptFolder(const QString &software)
+{
+    static const QRegularExpression old(QStringLiteral("maya201[0-3]"), QRegularExpression::CaseInsensitiveOption);
+    const bool before = old.match(software).hasMatch();
+    return UserInfo::programDir() + (before ? QStringLiteral("/scripts/maya/p26") : QStringLiteral("/scripts/maya/p27"));
+}
+
+void MayaResolve::resolve()
+{
+    constexpr int NotFound = 10011;
+    const QString version = QString(software).remove(QLatin1String("maya")).trimmed();
+    const SoftwareFinder::Installation maya = SoftwareFinder::maya(software, version, fastMaya != 0);
+    if (!maya.found())
+        return setError(NotFound);
+    const QString scripts = scriptFolder(software);
+    if (fastMaya)
+        return startPro(maya.program, {sceneFile, scripts + QLatin1String("/VMA.py")});
+
+    const QString command = QStringLiteral("python(\"import sys,os\");python(\"sys.path.append(\\\"%1\\\")\");"
+                                           "python(\"import vanalyzer\");python(\"vanalyzer.runMain(%2,%3)\")")
+                                .arg(scripts).arg(0).arg(UserInfo::mayaCache());
+    QStringList arguments;
+    if (QFileInfo(maya.program).completeBaseName() == QLatin1String("maya"))
+        arguments << QStringLiteral("-batch"); // where there is no batch program of its own
+    const QString project = rsetText(QStringLiteral("mayaProject"));
+    if (!project.isEmpty())
+        arguments << QStringLiteral("-proj") << project;
+    arguments << QStringLiteral("-file") << sceneFile << QStringLiteral("-command") << command;
+    startPro(maya.program, arguments);
+}

@@ -1,0 +1,25 @@
+#pragma once
+// What a commit without a dialog fills in, one function per software: just what the dialog would have saved with nothing
+// touched. Each may run again on its own output. Used by ParameterModel alone; any thread.
+#include "common/CommonConfig.h"
+#include <QJsonObject>
+#include <QString>
+
+namespace ParameterDefaults {
+enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
+
+// "MAYA_PROJECT=..." in the machine's variables.
+void mayaProject(QJsonObject *rset);
+// The layers with their cameras, in place of the analysis's object; blocksCount, mayaSplitByLayer, filePrefix.
+void maya(QJsonObject *rdata, const CommonConfig &config);
+// Photon files of modes 2 and 7, which join the scene's files; sizes of the photon pass.
+void max(QJsonObject *rdata, QString *rfile);
+void houdini(QJsonObject *rdata);
+void cinema4D(QJsonObject *rdata);
+void clarisse(QJsonObject *rdata);
+void terragen(QJsonObject *rdata);
+
+// Shown in errstr of a .max scene that lacks one of them.
+QString noCameraText();
+QString noPhotonText();
+} // namespace ParameterDefaults

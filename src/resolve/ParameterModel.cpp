@@ -1,0 +1,276 @@
+#include "resolve/ParameterModel.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "resolve/FrameSet.h"
+#include "resolve/ParameterDefaults.h"
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QRegularExpression>
+#include <QSet>
+
+namespace {
+using namespace ParameterDefaults;
+
+QString scenePath(const db_resolve &res) { return VFunc::followLinks(res.lpath); }
+
+bool readObject(const QString &text, QJsonObject *object)
+{
+    if (text.trimmed().isEmpty())
+        return true;
+    QJsonParseError problem;
+    const QJsonDocument document = QJsonDocument::fromJson(text.toUtf8(), &problem);
+    *object = document.object();
+    return problem.error == QJsonParseError::NoError && document.isObject();
+}
+
+QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
+
+QString text(const QJsonObject &object, const char *key) { return object.value(QLatin1String(key)).toVariant().toString(); }
+
+bool anySelected(const QJsonArray &list)
+{
+    for (const QJsonValue &one : list) {
+        if (one.toObject().value(QLatin1String("selected")).toInt() == 1)
+            return true;
+    }
+    return false;
+}
+
+// The list of entries that hold frames, for software that renders several.
+QJsonArray entries(int type, const QJsonObject &rdata)
+{
+    const QJsonValue model = rdata.value(QLatin1String("modelParameters"));
+    const QJsonObject object = model.toObject();
+    switch (type) {
+    case Maya: return model.isArray() ? model.toArray() : object.value(QLatin1String("layers")).toArray();
+    case Houdini:
+        if (model.isArray())
+            return model.toArray();
+        return (rdata.contains(QLatin1String("Rops")) ? rdata : object).value(QLatin1String("Rops")).toArray();
+    case Terragen: return object.value(QLatin1String("cameras")).toArray();
+    case Clarisse: {
+        QJsonArray layers;
+        for (const QJsonValue &image : object.value(QLatin1String("images")).toArray()) {
+            for (const QJsonValue &layer : image.toObject().value(QLatin1String("layers")).toArray())
+                layers.append(layer);
+        }
+        return layers;
+    }
+    default: return {};
+    }
+}
+
+// What every dialog leaves behind, beside the software's own.
+void fillPriority(int type, QJsonObject *rdata, const QJsonObject &rset, const CommonConfig &config)
+{
+    for (const char *key : {"keyFrames", "strategy"}) {
+        if (!rdata->contains(QLatin1String(key)) && rset.contains(QLatin1String(key)))
+            rdata->insert(QLatin1String(key), rset.value(QLatin1String(key)));
+    }
+    if (config.frameFirst == 1 && text(*rdata, "keyFrames").isEmpty()) {
+        const QString keys = ParameterModel::keyFrames(type, *rdata);
+        if (!keys.isEmpty())
+            rdata->insert(QStringLiteral("keyFrames"), keys);
+    }
+    if (!text(*rdata, "keyFrames").isEmpty() && !rdata->contains(QLatin1String("strategy")))
+        rdata->insert(QStringLiteral("strategy"), config.priorityStrategy);
+}
+
+void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
+{
+    if (!rdata->contains(QLatin1String("sceneName")))
+        rdata->insert(QStringLiteral("sceneName"), QDir::fromNativeSeparators(res.lpath));
+    if (!rdata->contains(QLatin1String("missionName")))
+        rdata->insert(QStringLiteral("missionName"), QFileInfo(text(*rdata, "sceneName").replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName());
+    if (!rdata->contains(QLatin1String("softwareType")))
+        rdata->insert(QStringLiteral("softwareType"), type);
+}
+} // namespace
+
+int ParameterModel::softwareType(const db_resolve &res, const QJsonObject &rdata, const QJsonObject &rset)
+{
+    int type = rdata.value(QLatin1String("softwareType")).toVariant().toInt();
+    if (type == 0)
+        type = rset.value(QLatin1String("softwareType")).toVariant().toInt();
+    return type != 0 ? type : VFunc::softwareTypeOf(scenePath(res));
+}
+
+bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QString *message)
+{
+    QJsonObject rdata, rset;
+    if (!readObject(res->rdata, &rdata) || !readObject(res->rset, &rset)) {
+        *message = tr("%1:参数数据格式错误，请重新解析").arg(QFileInfo(res->lpath).fileName());
+        qWarning().noquote() << "ParameterModel::prepare" << res->rkey << *message;
+        return false;
+    }
+    const int type = softwareType(*res, rdata, rset);
+    const bool byHand = rdata.value(QLatin1String("hasHand")).toInt() == 1;
+    if (type == Maya)
+        mayaProject(&rset);
+    if (!byHand) {
+        // Before the software's own: that replaces the analysis's lists, and frames are the same in both.
+        fillPriority(type, &rdata, rset, config);
+        switch (type) {
+        case Maya: maya(&rdata, config); break;
+        case Max: max(&rdata, &res->rfile); break;
+        case Houdini: houdini(&rdata); break;
+        case Cinema4D: cinema4D(&rdata); break;
+        case Clarisse: clarisse(&rdata); break;
+        case Terragen: terragen(&rdata); break;
+        default: break;
+        }
+        fillNames(type, *res, &rdata);
+    }
+    res->rdata = compact(rdata);
+    res->rset = compact(rset);
+    return true;
+}
+
+QString ParameterModel::blockingText(const db_resolve &res)
+{
+    if (VFunc::softwareTypeOf(scenePath(res)) != Max)
+        return {};
+    QJsonObject rdata;
+    readObject(res.rdata, &rdata);
+    const QString name = QFileInfo(res.lpath).fileName();
+    const auto holds = [&res](const char *source, const QString &shown) {
+        return res.errstr.contains(QString::fromUtf8(source)) || res.errstr.contains(shown.trimmed());
+    };
+    QStringList lines;
+    if (text(rdata.value(QLatin1String("modelParameters")).toObject(), "outputFile").isEmpty())
+        lines.append(tr("%1:无输出路径，请先进行参数设置").arg(name));
+    if (holds("没有设置默认相机", noCameraText()))
+        lines.append(tr("%1:无默认相机，请先进行参数设置").arg(name));
+    if (holds("未解析到本地光子", noPhotonText()))
+        lines.append(tr("%1:无本地光子，请先进行参数设置").arg(name));
+    return lines.join(QLatin1String("\r\n"));
+}
+
+QString ParameterModel::check(int type, const QJsonObject &rdata, const QString &scene)
+{
+    const QJsonObject model = rdata.value(QLatin1String("modelParameters")).toObject();
+    const QDir folder = QFileInfo(scene).dir();
+    const auto photonMessage = [&folder](const QString &file) {
+        if (file.isEmpty())
+            return tr("请设置光子路径");
+        return QFileInfo(folder.absoluteFilePath(file)).isFile() ? QString() : tr("光子路径不存在");
+    };
+    QString message;
+    const auto test = [&message](const QString &text) { message = message.isEmpty() ? text : message; };
+    if (type == Maya && !filePrefixOk(text(rdata, "filePrefix")))
+        test(filePrefixMessage());
+    if (type == Max) {
+        const int mode = model.value(QLatin1String("vrMode")).toInt();
+        if (model.value(QLatin1String("cameras")).toArray().isEmpty())
+            test(tr("请选择相机"));
+        if (mode == 2 || mode == 7)
+            test(photonMessage(text(model, "vrIrradianceMapFile").section(QLatin1Char(','), 0, 0)));
+    }
+    if (type == Houdini && !anySelected(entries(type, rdata)))
+        test(tr("请选择渲染节点"));
+    if (type == Clarisse && !anySelected(entries(type, rdata)))
+        test(tr("请选择层"));
+    if (type == Terragen) {
+        const QJsonArray cameras = entries(type, rdata);
+        if (!anySelected(cameras))
+            test(tr("请选择节点"));
+        for (const QJsonValue &value : cameras) {
+            const QJsonObject camera = value.toObject();
+            if (camera.value(QLatin1String("selected")).toInt() == 1 && camera.value(QLatin1String("vrMode")).toInt() == 1)
+                test(photonMessage(text(camera, "giFile")));
+        }
+    }
+    const QStringList frames = frameTexts(type, rdata);
+    for (const QString &one : frames)
+        test(FrameSet::checkFrames(one));
+    test(FrameSet::checkKeyFrames(text(rdata, "keyFrames"), frames));
+    return message;
+}
+
+bool ParameterModel::filePrefixOk(const QString &prefix)
+{
+    static const QRegularExpression rule(QStringLiteral("\\A[A-Za-z0-9<>/_\\\\{}-]*\\z"));
+    return rule.match(prefix).hasMatch();
+}
+
+QString ParameterModel::filePrefixMessage() { return tr("出图命名规则只能由数字、字母和< > _ - /  "); }
+
+QStringList ParameterModel::frameTexts(int type, const QJsonObject &rdata)
+{
+    QStringList list;
+    if (type == Max || type == Cinema4D) {
+        const QString own = text(rdata.value(QLatin1String("modelParameters")).toObject(), "frames");
+        list.append(own.isEmpty() ? text(rdata, "frames") : own);
+    }
+    for (const QJsonValue &value : entries(type, rdata)) {
+        const QJsonObject entry = value.toObject();
+        if (!entry.contains(QLatin1String("selected")) || entry.value(QLatin1String("selected")).toInt() == 1)
+            list.append(text(entry, "frames"));
+    }
+    return list;
+}
+
+QString ParameterModel::keyFrames(int type, const QJsonObject &rdata)
+{
+    return FrameSet::keyFrames(FrameSet::expandAll(frameTexts(type, rdata)));
+}
+
+QStringList ParameterModel::photonFiles(const QString &file, bool alone)
+{
+    static const QRegularExpression digits(QStringLiteral("\\d+(?=\\D*$)"));
+    const QFileInfo info(file);
+    const QRegularExpressionMatch run = digits.match(info.fileName());
+    if (alone || !run.hasMatch())
+        return {file};
+    const QString name = info.fileName();
+    const QRegularExpression rule(QRegularExpression::anchoredPattern(QRegularExpression::escape(name.left(run.capturedStart())) + QStringLiteral("\\d+")
+                                                                      + QRegularExpression::escape(name.mid(run.capturedEnd()))),
+                                  QRegularExpression::CaseInsensitiveOption);
+    QStringList files;
+    for (const QString &one : info.dir().entryList(QDir::Files, QDir::Name)) {
+        if (rule.match(one).hasMatch())
+            files.append(info.dir().filePath(one));
+    }
+    return files.isEmpty() ? QStringList(file) : files;
+}
+
+QStringList ParameterModel::gicFiles(const QString &file)
+{
+    const QDir folder = QFileInfo(file).dir();
+    QStringList files;
+    for (const QString &one : folder.entryList({QStringLiteral("*.gic")}, QDir::Files, QDir::Name))
+        files.append(folder.filePath(one));
+    return files;
+}
+
+QJsonArray ParameterModel::filesOf(const QString &fragment)
+{
+    const QString whole = QLatin1Char('{') + fragment + QLatin1Char('}');
+    return QJsonDocument::fromJson(whole.toUtf8()).object().value(QLatin1String("files")).toArray();
+}
+
+QString ParameterModel::fragmentOf(const QJsonArray &files)
+{
+    const QByteArray whole = QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
+    return QString::fromUtf8(whole.constData() + 1, whole.size() - 2);
+}
+
+QString ParameterModel::appendFiles(const QString &fragment, const QStringList &paths)
+{
+    if (paths.isEmpty())
+        return fragment;
+    QJsonArray files = filesOf(fragment);
+    QSet<QString> seen;
+    for (const QJsonValue &one : qAsConst(files))
+        seen.insert(one.toString());
+    const int before = files.size();
+    for (const QString &path : paths) {
+        if (!seen.contains(path)) {
+            seen.insert(path);
+            files.append(path);
+        }
+    }
+    return files.size() == before && !fragment.isEmpty() ? fragment : fragmentOf(files);
+}

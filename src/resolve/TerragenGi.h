@@ -1,0 +1,25 @@
+#pragma once
+// Writes GI choices back into a Terragen project: the one place that changes a user's scene. The bytes are edited where
+// the values stand, so that nothing else changes, neither order of attributes nor line ends nor encoding; the file is
+// replaced as a whole. Any thread.
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QJsonObject>
+#include <QList>
+#include <QString>
+
+class TerragenGi
+{
+    Q_DECLARE_TR_FUNCTIONS(TerragenGi)
+public:
+    struct Choice {
+        QString render; // name of a render below the root
+        int mode = 0;   // 0 no cache file, 1 read, 2 write; the other two flags become 0
+        QString file;   // with mode 1 the file to read; empty leaves the scene's own
+    };
+    static QList<Choice> choices(const QJsonObject &rdata); // of the selected cameras that have a GI mode
+    // Renders that aren't there or have no GI settings are left. False, with a message, when the scene can't be read or
+    // written; it is as it was then. A scene that says all this already isn't written.
+    static bool write(const QString &sceneFile, const QList<Choice> &choices, QString *message);
+    static bool edit(QByteArray *scene, const QList<Choice> &choices); // false when it can't be read as XML
+};
