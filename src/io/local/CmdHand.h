@@ -1,0 +1,87 @@
+#pragma once
+// One request to the local command API: finds the route, does what it says, answers once with one JSON text, and deletes
+// itself. Made on any thread, runs on a thread of the pool. The same object serves requests from within the client: the
+// analysis page makes one, connects the signals and calls start(words, "/localClient").
+//
+// Reply: {"code": result code of the business server, or 0 / 1 of the client's own; "msg": a text for people;
+// "data": what was asked for, or absent; "result": 1 good, 0 failed}.
+#include "io/local/CmdLine.h"
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QObject>
+#include <QTimer>
+#include <functional>
+
+class CmdHand : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int WaitMs = 10000; // for a reply of the business server
+
+    explicit CmdHand(int waitMs = WaitMs);
+    static void initCmh();            // writes the table of routes to the log
+    static QByteArray noSuchRoute();  // the answer to what isn't served
+    void setBody(const QByteArray &body) { m_body = body; } // before start(); a "-post=" in the words wins
+    // Moves this object to a pool thread and runs there. From the socket: the HTTP method and the target. From within:
+    // the words ("/model /analysis -post=[...]") and "/localClient".
+    void start(const QString &method, const QString &cmd);
+    Q_INVOKABLE void initCmdHand(QString method, QString cmd);
+
+signals:
+    void cmdOver(QByteArray body); // the answer, UTF-8; once
+    // A plain list of scenes came in: the page asks for environment, project and machine. err, not empty: why not.
+    void backEnvPre(int type, QStringList fileL, QString err);
+
+private:
+    using Reply = std::function<void(int val, const QJsonDocument &doc)>;
+    struct Route {
+        const char *path;
+        const char *name;
+        void (CmdHand::*call)();
+        bool get; // asked by other seats with GET
+    };
+    static const QList<Route> &routes();
+
+    void cmdHand(bool getOnly);
+    // Routes.
+    void account();
+    void projectList();
+    void envList();
+    void machineList();
+    void modelList();
+    void modelAnalysis();
+    void modelPara();
+    void modelParaSet();
+    void modelCommit();
+    void modelCheckSlave();
+    void modelResolveData();
+    void jobList();
+    void jobOpenDir();
+    void jobDetail();
+    void jobDownload();
+    void masterInfo();
+
+    // Asks the business server; no answer in time, or no session, ends the request with a text.
+    void ask(int cmd, const QByteArray &body, Reply reply);
+    void ask(int cmd, const QJsonObject &body, Reply reply);
+    void forward(int cmd, const QByteArray &body); // ... and answers with what comes back
+    // The tasks that mid=, mids=, i= and is= name; ends the request where there are none.
+    void withJobs(std::function<void(QList<int> missions)> next);
+    void findOrders(QStringList orders, QList<int> missions, std::function<void(QList<int> missions)> next);
+    // One command per task; answers come in task order.
+    void askEach(int cmd, const QList<int> &missions, std::function<void(int val, QList<QJsonDocument> docs)> next);
+
+    static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more, bool readable);
+    void over(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more = {});
+    void good(const QString &msg, const QJsonValue &data = QJsonValue::Undefined, const QJsonObject &more = {});
+    void fail(const QString &msg, const QJsonValue &data = QJsonValue::Undefined);
+    static bool isGood(int cmd, int val);
+    static QString textOf(int val);
+
+    QByteArray m_body;
+    CmdLine m_line;
+    QTimer m_wait;
+    int m_waitMs;
+    bool m_over = false;
+};

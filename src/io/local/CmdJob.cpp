@@ -1,0 +1,171 @@
+// Routes that ask the business server: account, projects, environments, machines, tasks; and the master's forwarding.
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "db/Calls.h"
+#include "db/DownloadDAO.h"
+#include "db/ResolveDAO.h"
+#include "io/NetWork.h"
+#include "io/ProxyFactory.h"
+#include "io/local/CmdHand.h"
+#include <QRegularExpression>
+
+namespace {
+constexpr int AllStatus = 1000, PageRows = 20;
+constexpr int MaxFolders = 10; // opened by one request
+
+QByteArray compact(const QJsonObject &object)
+{
+    return QJsonDocument(object).toJson(QJsonDocument::Compact);
+}
+} // namespace
+
+void CmdHand::account()
+{
+    forward(10307, "{}");
+}
+
+void CmdHand::projectList()
+{
+    forward(10502, QByteArray());
+}
+
+void CmdHand::envList()
+{
+    forward(10506, compact({{"projectId", m_line.arg("projectId").toInt()}, {"software_type", m_line.arg("softwareType").toInt()}}));
+}
+
+void CmdHand::machineList()
+{
+    forward(11102, compact({{"projectId", m_line.arg("projectId").toInt()}, {"farmId", m_line.arg("farmId").toInt()}}));
+}
+
+void CmdHand::jobList()
+{
+    QJsonObject body{{"name", m_line.arg("name")}, {"page", m_line.arg("page").toInt()}, {"pageCount", PageRows}};
+    const auto filter = [&](const QString &arg, const QString &key, qlonglong fallback) {
+        bool tooLong = false;
+        QJsonArray values;
+        for (qlonglong value : m_line.numbers(arg, QString(), &tooLong))
+            values.append(value);
+        if (values.isEmpty() && fallback >= 0)
+            values.append(fallback);
+        if (!values.isEmpty()) // all of them: the key stays away
+            body[key] = values;
+    };
+    filter("status", "missionStatus", AllStatus);
+    filter("projectId", "projectId", -1);
+    filter("userId", "userId", -1);
+    forward(10427, compact(body));
+}
+
+void CmdHand::jobDetail()
+{
+    withJobs([this](const QList<int> &missions) {
+        askEach(10409, missions, [this](int val, const QList<QJsonDocument> &docs) {
+            QJsonArray all;
+            for (const QJsonDocument &doc : docs)
+                all.append(doc.object());
+            over(val, textOf(val), docs.size() == 1 ? all.at(0) : QJsonValue(all), isGood(10409, val));
+        });
+    });
+}
+
+void CmdHand::jobOpenDir()
+{
+    withJobs([this](const QList<int> &missions) {
+        askEach(10409, missions.mid(0, MaxFolders), [this](int val, const QList<QJsonDocument> &docs) {
+            if (!isGood(10409, val)) {
+                over(val, textOf(val), QJsonValue::Undefined, false);
+                return;
+            }
+            QJsonArray opened;
+            for (const QJsonDocument &doc : docs) {
+                const QString path = VFunc::rootPath(doc.object(), false);
+                if (!path.isEmpty() && VFunc::openFolder(path))
+                    opened.append(path);
+            }
+            if (opened.isEmpty())
+                fail(tr("输出路径不存在"));
+            else
+                good(tr("已打开本地目录"), opened);
+        });
+    });
+}
+
+void CmdHand::jobDownload()
+{
+    withJobs([this](const QList<int> &missions) {
+        const bool batch = missions.size() > 1;
+        for (int mission : missions) {
+            if (!Seam<DownCalls>::post([=](DownCalls &down) { down.missionResult(mission, false, batch); })) {
+                fail(tr("客户端未登录"));
+                return;
+            }
+        }
+        good(tr("已加入下载队列"));
+    });
+}
+
+void CmdHand::withJobs(std::function<void(QList<int>)> next)
+{
+    bool tooLong = false;
+    QList<int> missions;
+    for (qlonglong id : m_line.numbers("mid", "mids", &tooLong))
+        if (id > 0 && id <= std::numeric_limits<int>::max())
+            missions.append(int(id));
+    QStringList orders = m_line.list("i", "is");
+    if (tooLong || orders.size() > CmdLine::MaxList) {
+        fail(tr("一次最多处理%1个").arg(CmdLine::MaxList));
+        return;
+    }
+    findOrders(orders, missions, std::move(next));
+}
+
+// An order that this client has in its stores is known at once; for others the server's list is searched.
+void CmdHand::findOrders(QStringList orders, QList<int> missions, std::function<void(QList<int>)> next)
+{
+    while (!orders.isEmpty()) {
+        const QString order = orders.takeFirst();
+        int mission = ResolveDAO::instance()->readByOrder(order).missionid;
+        if (mission == 0)
+            mission = DownloadDAO::instance()->missionByOrder(order).missid;
+        if (mission > 0) {
+            missions.append(mission);
+            continue;
+        }
+        const QJsonObject search{{"name", order}, {"page", 0}, {"pageCount", PageRows}, {"missionStatus", QJsonArray{AllStatus}}};
+        ask(10427, search, [=](int, const QJsonDocument &doc) {
+            QList<int> found = missions;
+            for (const QJsonValue &value : doc.object().value("pageList").toArray())
+                if (value.toObject().value("num").toVariant().toString() == order)
+                    found.append(value.toObject().value("id").toInt());
+            findOrders(orders, found, next);
+        });
+        return;
+    }
+    if (missions.isEmpty())
+        fail(tr("没有相关大任务"));
+    else
+        next(missions);
+}
+
+// Other seats ask which ports this master forwards, and for one more host and port to be forwarded.
+void CmdHand::masterInfo()
+{
+    if (!UserInfo::isMaster()) {
+        good(QString(), QJsonArray(), {{"masterUserId", UserInfo::masterUserId()}});
+        return;
+    }
+    const QString host = m_line.arg("host");
+    const int port = m_line.arg("port").toInt();
+    if (!host.isEmpty()) {
+        static const QRegularExpression name(QStringLiteral("^[A-Za-z0-9]([A-Za-z0-9._-]{0,252})$"));
+        QString why = tr("参数异常");
+        if (!name.match(host).hasMatch() || port < 1 || port > 65535
+            || !ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(host).arg(port)}, true, &why)) {
+            fail(why);
+            return;
+        }
+    }
+    good(QString(), ProxyFactory::pairs(), {{"masterUserId", UserInfo::userId()}});
+}

@@ -1,0 +1,185 @@
+// Routes around the analysis: scenes in, parameters out and in, commit, state for subordinate seats.
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "db/Calls.h"
+#include "db/ResolveDAO.h"
+#include "io/local/CmdHand.h"
+#include "io/local/ModelAnalysis.h"
+#include "resolve/BaseResolve.h"
+#include <QDateTime>
+#include <QDir>
+#include <QSet>
+
+namespace {
+constexpr int Committed = 107, Refused = 109, Gone = -1;
+
+QJsonObject object(const QString &text)
+{
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+} // namespace
+
+void CmdHand::modelAnalysis()
+{
+    ModelAnalysis read = ModelAnalysis::read(m_line.body, QDateTime::currentMSecsSinceEpoch());
+    switch (read.kind) {
+    case ModelAnalysis::AskUser:
+        emit backEnvPre(read.softwareType, read.files, QString());
+        good(tr("客户端调用结束"));
+        return;
+    case ModelAnalysis::Refused:
+        if (QJsonDocument::fromJson(m_line.body).isArray())
+            emit backEnvPre(0, read.files, read.text);
+        fail(read.text, read.data.isEmpty() ? QJsonValue(QJsonValue::Undefined) : QJsonValue(read.data));
+        return;
+    case ModelAnalysis::Rows:
+        break;
+    }
+    // Stored before it is told: the queue finds the rows at its next scan, and no scene that was accepted can get lost.
+    if (!ResolveDAO::instance()->insertBatch(&read.rows)) {
+        fail(tr("提交到客户端失败"));
+        return;
+    }
+    QJsonArray details;
+    for (const db_resolve &row : qAsConst(read.rows)) {
+        details.append(QJsonObject{{"rkey", row.rkey}, {"scene", row.lpath}, {"state", row.state}});
+        if (read.commit)
+            Seam<ResolveCalls>::post([key = row.rkey](ResolveCalls &queue) { queue.commitResolve(key, false, QString()); });
+    }
+    good(tr("提交到客户端成功"), QJsonObject{{"status", 1}, {"details", details}});
+}
+
+void CmdHand::modelList()
+{
+    const bool some = m_line.has("rkey") || m_line.has("rkeys");
+    bool tooLong = false;
+    const QList<qlonglong> keys = m_line.numbers("rkey", "rkeys", &tooLong);
+    if (tooLong) {
+        fail(tr("一次最多处理%1个").arg(CmdLine::MaxList));
+        return;
+    }
+    const QSet<qlonglong> wanted(keys.begin(), keys.end());
+    QJsonArray list;
+    for (const db_resolve &row : ResolveDAO::instance()->readAll()) {
+        if (some && !wanted.contains(row.rkey))
+            continue;
+        list.append(QJsonObject{
+            {"num", row.ordernum},
+            {"name", row.lpath.mid(row.lpath.lastIndexOf('/') + 1)},
+            {"scene", row.lpath},
+            {"project", row.project},
+            {"analysisTime", QDateTime::fromMSecsSinceEpoch(row.rtime).toString("yyyy-MM-dd HH:mm:ss")},
+            {"speed", QStringLiteral("%1/%2").arg(row.fok).arg(row.fsum)},
+            {"status", ResolveDAO::stateText(row.state)},
+            {"rkey", row.rkey},
+            {"mid", row.missionid},
+            {"state", row.state},
+        });
+    }
+    good(tr("获取解析列表"), list);
+}
+
+void CmdHand::modelPara()
+{
+    const QString num = m_line.arg("num");
+    const db_resolve row = num.isEmpty() ? db_resolve() : ResolveDAO::instance()->readWithPara(0, num);
+    if (row.rkey == 0)
+        fail(tr("没有此订单下的模型"));
+    else
+        good(QString(), object(row.rdata));
+}
+
+void CmdHand::modelParaSet()
+{
+    const QString num = m_line.arg("num");
+    db_resolve row = num.isEmpty() ? db_resolve() : ResolveDAO::instance()->readWithPara(0, num);
+    if (row.rkey == 0) {
+        fail(tr("没有此订单下的模型"));
+        return;
+    }
+    QJsonObject changed = QJsonDocument::fromJson(m_line.body).object();
+    if (changed.isEmpty()) {
+        fail(tr("参数异常"));
+        return;
+    }
+    if (row.state >= Committed && row.state != Refused) {
+        fail(tr("任务已提交，参数不能再修改"));
+        return;
+    }
+    // What says which scene this is isn't a parameter; an order without it would be lost.
+    const QJsonObject before = object(row.rdata);
+    for (const char *key : {"sceneName", "missionName", "softwareType", "resStatus", "fromSlave"})
+        if (!changed.contains(key) && before.contains(key))
+            changed[key] = before.value(key);
+    row.rdata = QString::fromUtf8(QJsonDocument(changed).toJson(QJsonDocument::Compact));
+    if (ResolveDAO::instance()->savePara(row))
+        good(QString());
+    else
+        fail(tr("参数保存失败"));
+}
+
+void CmdHand::modelCommit()
+{
+    QStringList known;
+    for (const QString &num : m_line.list("num", "nums").mid(0, CmdLine::MaxList))
+        if (ResolveDAO::instance()->readByOrder(num).rkey != 0)
+            known.append(num);
+    if (known.isEmpty()) {
+        fail(tr("没有此订单下的模型"));
+        return;
+    }
+    for (const QString &num : qAsConst(known)) {
+        if (!Seam<ResolveCalls>::post([num](ResolveCalls &queue) { queue.commitResolve(0, false, num); })) {
+            fail(tr("客户端未登录"));
+            return;
+        }
+    }
+    good(tr("提交到客户端成功"), QJsonArray::fromStringList(known));
+}
+
+void CmdHand::modelCheckSlave()
+{
+    const qlonglong key = m_line.arg("rkey").toLongLong();
+    db_resolve row = ResolveDAO::instance()->read(key);
+    if (row.rkey == 0 || ModelAnalysis::seatKey(row) != key)
+        for (const db_resolve &other : ResolveDAO::instance()->readAll())
+            if (key != 0 && ModelAnalysis::seatKey(other) == key)
+                row = other;
+    const bool there = row.rkey != 0;
+    good(QString(), QJsonObject{{"rkey", key}, {"state", there ? row.state : Gone}, {"fok", row.fok}, {"fsum", row.fsum}});
+}
+
+void CmdHand::modelResolveData()
+{
+    const QString num = m_line.arg("num");
+    const db_resolve row = num.isEmpty() ? db_resolve() : ResolveDAO::instance()->readWithPara(0, num);
+    if (row.rkey == 0) {
+        fail(tr("没有此订单下的模型"));
+        return;
+    }
+    int type = object(row.rset).value("softwareType").toVariant().toInt();
+    if (type == 0)
+        type = VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
+    const QString begin = QStringLiteral("resolve-%1-%2-").arg(row.rkey).arg(row.ordernum);
+    const QDir folder(UserInfo::userDir());
+    const QJsonObject rdata = object(row.rdata);
+    QJsonObject data;
+    for (const QString &name : folder.entryList({"resolve-*.txt"}, QDir::Files, QDir::Time)) {
+        if (!name.startsWith(begin) || name.endsWith("_vdtemp.txt"))
+            continue;
+        data = BaseResolve::parseLog(folder.filePath(name), type);
+        break;
+    }
+    if (data.isEmpty() && !rdata.isEmpty()) {
+        // Scenes that are read directly leave no log: what the analysis found stands in the store only.
+        QJsonObject content = rdata;
+        content["files"] = object("{" + row.rfile + "}").value("files");
+        data = {{"status", rdata.value("resStatus")}, {"content", content}, {"details", row.errstr}};
+    }
+    if (data.isEmpty()) {
+        fail(tr("没有解析日志"));
+        return;
+    }
+    data["softwareType"] = type;
+    good(QString(), data);
+}

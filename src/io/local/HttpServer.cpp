@@ -1,0 +1,140 @@
+#include "io/local/HttpServer.h"
+#include "common/UserInfo.h"
+#include "io/local/CmdHand.h"
+#include "io/local/HttpGuard.h"
+#include <QDebug>
+#include <QNetworkProxy>
+
+HttpServer::HttpServer(QObject *parent) : QObject(parent)
+{
+    m_server.setProxy(QNetworkProxy::NoProxy);
+    m_server.setMaxPendingConnections(MaxConnections);
+    connect(&m_server, &QTcpServer::newConnection, this, &HttpServer::newConnect);
+}
+
+HttpServer::~HttpServer()
+{
+    m_server.close();
+    const QList<QTcpSocket *> sockets = m_open.keys();
+    for (QTcpSocket *socket : sockets) {
+        socket->disconnect(this);
+        socket->abort();
+    }
+}
+
+bool HttpServer::initHttpServer(int port)
+{
+    CmdHand::initCmh();
+    if (m_server.listen(QHostAddress::Any, quint16(port)))
+        return true;
+    qWarning().noquote() << "HttpServer::initHttpServer" << port << m_server.errorString();
+    return false;
+}
+
+void HttpServer::newConnect()
+{
+    while (QTcpSocket *socket = m_server.nextPendingConnection()) {
+        qDebug().noquote() << "HttpServer::newConnect" << socket->peerAddress().toString() << socket->peerPort()
+                           << socket->localAddress().toString() << socket->localPort();
+        if (m_open.size() >= MaxConnections) {
+            qWarning().noquote() << "HttpServer::newConnect: too many connections, closed";
+            socket->abort();
+            socket->deleteLater();
+            continue;
+        }
+        Open open;
+        open.timer = new QTimer(socket);
+        open.timer->setSingleShot(true);
+        open.timer->start(m_timeoutMs);
+        connect(open.timer, &QTimer::timeout, this, [this, socket] { drop(socket, "took too long"); });
+        m_open.insert(socket, open);
+        connect(socket, &QTcpSocket::readyRead, this, &HttpServer::socketRead);
+        connect(socket, &QTcpSocket::bytesWritten, this, [this, socket] { writePiece(socket); });
+        connect(socket, &QTcpSocket::disconnected, this, [this, socket] { forget(socket); });
+    }
+}
+
+void HttpServer::socketRead()
+{
+    auto *socket = qobject_cast<QTcpSocket *>(sender());
+    const auto it = m_open.find(socket);
+    if (it == m_open.end())
+        return;
+    const QByteArray data = socket->readAll();
+    if (it->running)
+        return;
+    const bool headBefore = it->request.headRead();
+    switch (it->request.feed(data)) {
+    case HttpRequest::Bad:
+        drop(socket, it->request.why());
+        return;
+    case HttpRequest::Complete:
+        it->running = true;
+        dispatch(socket);
+        return;
+    case HttpRequest::Incomplete:
+        // Some tools hold a longer body back until they are told to go on.
+        if (!headBefore && it->request.headRead() && it->request.header("expect").toLower() == "100-continue")
+            socket->write("HTTP/1.1 100 Continue\r\n\r\n");
+        return;
+    }
+}
+
+void HttpServer::dispatch(QTcpSocket *socket)
+{
+    const HttpRequest request = m_open[socket].request;
+    if (!HttpGuard::allows(request, socket->peerAddress(), socket->localAddress(), UserInfo::apiToken())) {
+        qWarning().noquote() << "HttpServer::dispatch: refused" << socket->peerAddress().toString()
+                             << request.header("origin") << request.header("host");
+        cmdOver(socket, CmdHand::noSuchRoute());
+        return;
+    }
+    auto *hand = new CmdHand;
+    hand->setBody(request.body());
+    const QPointer<QTcpSocket> asker(socket);
+    connect(hand, &CmdHand::cmdOver, this, [this, asker](const QByteArray &body) {
+        if (asker)
+            cmdOver(asker, body);
+    });
+    hand->start(QString::fromUtf8(request.method()), QString::fromUtf8(request.target()));
+}
+
+void HttpServer::cmdOver(QTcpSocket *socket, const QByteArray &body)
+{
+    const auto it = m_open.find(socket);
+    if (it == m_open.end() || socket->state() != QAbstractSocket::ConnectedState)
+        return;
+    it->timer->start(m_timeoutMs);
+    it->out = "HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: keep-alive\r\nContent-Length: "
+        + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+    writePiece(socket);
+}
+
+// One piece at a time: the next goes when the system has taken the last, so that the window's thread never waits.
+void HttpServer::writePiece(QTcpSocket *socket)
+{
+    const auto it = m_open.find(socket);
+    if (it == m_open.end() || it->out.isEmpty() || socket->bytesToWrite() > 0)
+        return;
+    if (it->written == it->out.size()) {
+        socket->disconnectFromHost();
+        return;
+    }
+    const int size = qMin(PieceSize, it->out.size() - it->written);
+    const char *piece = it->out.constData() + it->written;
+    it->written += size;
+    socket->write(piece, size);
+}
+
+void HttpServer::drop(QTcpSocket *socket, const char *why)
+{
+    qWarning().noquote() << "HttpServer: connection closed," << why << socket->peerAddress().toString();
+    socket->abort();
+    forget(socket);
+}
+
+void HttpServer::forget(QTcpSocket *socket)
+{
+    if (m_open.remove(socket) > 0)
+        socket->deleteLater();
+}

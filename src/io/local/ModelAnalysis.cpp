@@ -1,0 +1,263 @@
+#include "io/local/ModelAnalysis.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "db/ResolveDAO.h"
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSet>
+#include <algorithm>
+
+namespace {
+constexpr int Waiting = 100, Clean = 106;
+constexpr int Maya = 1, Cinema4D = 5, Types = 8;
+
+QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
+
+QStringList texts(const QJsonArray &array)
+{
+    QStringList out;
+    for (const QJsonValue &value : array)
+        if (!value.toString().isEmpty())
+            out.append(value.toString());
+    return out;
+}
+
+// Folders stand for the scenes in them; what doesn't exist falls out, and what is named twice counts once.
+QStringList expanded(const QStringList &paths)
+{
+    QStringList files;
+    for (const QString &path : paths) {
+        const QFileInfo info(QDir::fromNativeSeparators(path));
+        if (!info.exists() && info.symLinkTarget().isEmpty())
+            continue;
+        if (!info.isDir()) {
+            files.append(info.filePath());
+            continue;
+        }
+        const QFileInfoList inside = QDir(info.filePath()).entryInfoList(QDir::Files, QDir::Name);
+        for (const QFileInfo &one : inside)
+            if (VFunc::softwareTypeOf(one.fileName()) > 0)
+                files.append(one.filePath());
+    }
+    files.removeDuplicates();
+    return files;
+}
+
+// The one type of all files; 0 with a text where there is none, or where it isn't the one asked for.
+int commonType(const QStringList &files, int asked, QString *text)
+{
+    QSet<int> types;
+    for (const QString &file : files)
+        types.insert(VFunc::softwareTypeOf(VFunc::followLinks(file)));
+    if (types.size() > 1) {
+        *text = ModelAnalysis::tr("场景文件中包含多种类型，请筛选后再拖入！");
+        return 0;
+    }
+    const int type = *types.constBegin();
+    if (type > 0 && (asked <= 0 || asked == type))
+        return type;
+    QStringList endings;
+    for (int one = 1; one <= Types; ++one)
+        if (asked <= 0 || asked == one)
+            endings += VFunc::endings(one);
+    *text = ModelAnalysis::tr("请拖入类型为%1场景文件！").arg(endings.join("，"));
+    return 0;
+}
+
+int typeOfSoftware(const QString &software)
+{
+    static const QList<QPair<QString, int>> words{{"maya", 1}, {"max", 3}, {"houdini", 4}, {"cinema", 5}, {"c4d", 5},
+                                                  {"sketchup", 6}, {"clarisse", 7}, {"terragen", 8}};
+    for (const auto &word : words)
+        if (software.contains(word.first, Qt::CaseInsensitive))
+            return word.second;
+    return 0;
+}
+
+// An object, or a plain text as its "name".
+QJsonObject named(const QJsonValue &value)
+{
+    return value.isString() && !value.toString().isEmpty() ? QJsonObject{{"name", value.toString()}} : value.toObject();
+}
+
+QString projectName(const QJsonObject &project)
+{
+    const QString name = project.value("name").toString();
+    return name.isEmpty() ? project.value("projectName").toString() : name;
+}
+
+int projectId(const QJsonObject &project)
+{
+    return project.value(project.contains("id") ? "id" : "projectId").toVariant().toInt();
+}
+
+// A seat whose reply got lost hands the same scene over again.
+bool handedOverBefore(qlonglong seatKey, const QString &scene)
+{
+    for (const db_resolve &row : ResolveDAO::instance()->readAll())
+        if (row.lpath == scene && ModelAnalysis::seatKey(row) == seatKey)
+            return true;
+    return false;
+}
+
+// What the queue and the order read from rset, from wherever the caller put it.
+QJsonObject runSettings(const QJsonObject &parameter, const QJsonObject &env, const QJsonObject &project,
+                        const QJsonObject &machine, int type)
+{
+    QJsonObject rset{{"env", env}, {"project", project}, {"machine", machine}, {"softwareType", type}};
+    for (const char *key : {"projectConfig", "mayaProject", "keyFrames", "strategy", "clientResultRootPath", "sourceFileType",
+                            "mayaSplitByLayer"})
+        if (parameter.contains(key))
+            rset[key] = parameter.value(key);
+    const QString model = machine.value("machineModel").toString();
+    rset["machineModel"] = model.isEmpty() ? machine.value("name").toString() : model;
+    for (const char *key : {"clientId", "startGpu", "farmId"})
+        for (const QJsonObject &place : {parameter, machine, env})
+            if (place.contains(key)) {
+                rset[key] = place.value(key);
+                break;
+            }
+    return rset;
+}
+
+// Does the account that pays for the seat belong to this one?
+bool ownsFee(const QJsonValue &fee)
+{
+    QSet<int> own{UserInfo::userId()};
+    for (const QJsonValue &id : UserInfo::feeUserIds())
+        own.insert(id.toVariant().toInt());
+    const QJsonArray asked = fee.isArray() ? fee.toArray() : QJsonArray{fee};
+    return std::any_of(asked.begin(), asked.end(), [&own](const QJsonValue &id) { return own.contains(id.toVariant().toInt()); });
+}
+} // namespace
+
+ModelAnalysis ModelAnalysis::read(const QByteArray &body, qint64 nowMs)
+{
+    const QJsonDocument doc = QJsonDocument::fromJson(body);
+    if (doc.isArray())
+        return fromList(expanded(texts(doc.array())));
+    const QJsonObject object = doc.object(), parameter = object.value("parameter").toObject();
+    if (parameter.value("fromSlave").toVariant().toInt() == 1)
+        return fromSeat(object, parameter, nowMs);
+    return fromParameter(texts(object.value("scenes").toArray()), parameter, nowMs);
+}
+
+ModelAnalysis ModelAnalysis::fromList(const QStringList &scenes)
+{
+    ModelAnalysis out;
+    out.files = scenes;
+    if (scenes.isEmpty())
+        out.text = tr("没有模型文件");
+    else
+        out.softwareType = commonType(scenes, 0, &out.text);
+    out.kind = out.text.isEmpty() ? AskUser : Refused;
+    return out;
+}
+
+ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJsonObject &parameter, qint64 nowMs)
+{
+    QJsonObject env = named(parameter.value("env"));
+    if (env.value("software").toString().isEmpty())
+        env["software"] = parameter.value("software").toString();
+    if (env.value("software").toString().isEmpty())
+        return refused(tr("缺失软件类型"));
+    const QStringList files = expanded(scenes);
+    if (files.isEmpty())
+        return refused(tr("没有模型文件"));
+    QString text;
+    const int type = commonType(files, typeOfSoftware(env.value("software").toString()), &text);
+    if (type == 0)
+        return refused(text);
+    QJsonObject project = named(parameter.value("projectConfig"));
+    if (projectName(project).isEmpty())
+        project = named(parameter.value("project"));
+    if (projectName(project).isEmpty())
+        return refused(tr("缺失项目信息"));
+    const QString mayaProject = parameter.value("mayaProject").toString();
+    if (type == Maya && !mayaProject.isEmpty() && !QFileInfo::exists(mayaProject))
+        return refused(tr("项目路径不存在"));
+    const QJsonObject machine = named(parameter.value("machine"));
+    if (machine.isEmpty())
+        return refused(tr("缺失机型"));
+
+    const QString rset = compact(runSettings(parameter, env, project, machine, type));
+    ModelAnalysis out;
+    out.kind = Rows;
+    for (const QString &file : files) {
+        db_resolve row;
+        row.rkey = row.pri = nowMs / 1000 + out.rows.size();
+        row.project = projectName(project);
+        row.projectId = projectId(project);
+        row.lpath = file;
+        row.rtime = nowMs;
+        row.state = Waiting;
+        row.rset = rset;
+        out.rows.append(row);
+    }
+    return out;
+}
+
+// A seat has analysed the scene by itself; the row stands at the end of an analysis and keeps the seat's key, by which
+// the seat asks after it.
+ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject &parameter, qint64 nowMs)
+{
+    const auto given = [&](const char *key) { return body.contains(key) ? body.value(key) : parameter.value(key); };
+    const QJsonValue fee = given("feeUserId");
+    if (!ownsFee(fee)) {
+        ModelAnalysis out = refused(tr("上级账号不匹配，请重新设置"));
+        QJsonArray own = UserInfo::feeUserIds();
+        own.prepend(UserInfo::userId());
+        out.data = {{"req", fee}, {"rep", own}};
+        return out;
+    }
+    const QString scene = given("scene").isString() ? given("scene").toString()
+                                                    : texts(body.value("scenes").toArray()).value(0);
+    if (scene.isEmpty())
+        return refused(tr("缺失场景文件"));
+    const qlonglong seatKey = given("clientFlag").toVariant().toLongLong();
+    QJsonObject rset = parameter.value("rset").toObject();
+    rset["clientFlag"] = seatKey;
+    rset["feeUserId"] = fee;
+    rset["needMasterCheck"] = given("needMasterCheck");
+    QJsonObject content = parameter.value("content").toObject();
+    QJsonArray files = content.take("files").toArray();
+    const int type = rset.value("softwareType").toVariant().toInt();
+    if (type == Cinema4D && !files.contains(scene)) {
+        qDebug().noquote() << QStringLiteral("塞入c4d主文件") << scene;
+        files.prepend(scene);
+    }
+    content["fromSlave"] = 1;
+    content["hasHand"] = 1; // the seat has set the parameters, nothing here may set them again
+    content["resStatus"] = parameter.value("status");
+    const QJsonObject project = named(rset.contains("project") ? rset.value("project") : rset.value("projectConfig"));
+
+    ModelAnalysis out;
+    out.kind = Rows;
+    db_resolve row;
+    row.rkey = row.pri = seatKey > 0 ? seatKey : nowMs / 1000;
+    row.ordernum = given("ordernum").toString();
+    row.missionid = given("missionId").toVariant().toInt();
+    row.project = projectName(project);
+    row.projectId = projectId(project);
+    row.lpath = scene;
+    row.rtime = given("analysisTime").toVariant().toLongLong();
+    row.state = Clean;
+    out.commit = !given("needMasterCheck").toVariant().toBool();
+    row.errstr = parameter.value("details").toString();
+    row.rset = compact(rset);
+    row.rdata = compact(content);
+    row.rfile = QStringLiteral("\"files\":") + QString::fromUtf8(QJsonDocument(files).toJson(QJsonDocument::Compact));
+    if (!handedOverBefore(seatKey, scene))
+        out.rows.append(row);
+    return out;
+}
+
+qlonglong ModelAnalysis::seatKey(const db_resolve &row)
+{
+    if (!row.rset.contains("clientFlag"))
+        return 0;
+    return QJsonDocument::fromJson(row.rset.toUtf8()).object().value("clientFlag").toVariant().toLongLong();
+}
