@@ -1,4 +1,5 @@
 #include "db/Store.h"
+#include "db/Records.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -54,6 +55,15 @@ qlonglong Row::number(const char *column) const
 
 Store::Store(const QString &connection) : m_connection(connection)
 {
+    // Rows travel through queued calls and signals from the first statement on.
+    qRegisterMetaType<db_resolve>();
+    qRegisterMetaType<QList<db_resolve>>();
+    qRegisterMetaType<db_upfile>();
+    qRegisterMetaType<QList<db_upfile>>();
+    qRegisterMetaType<db_downfile>();
+    qRegisterMetaType<QList<db_downfile>>();
+    qRegisterMetaType<db_downmiss>();
+    qRegisterMetaType<QList<db_downmiss>>();
 }
 
 Store::~Store()

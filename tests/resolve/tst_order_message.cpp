@@ -1,0 +1,133 @@
+#include "resolve/OrderMessage.h"
+#include "support/TestMain.h"
+#include <QJsonArray>
+
+namespace {
+db_resolve row(const QString &rset, const QString &rdata, const QString &rfile)
+{
+    db_resolve res;
+    res.rkey = 1700000001;
+    res.missionid = 55;
+    res.ordernum = "N55";
+    res.lpath = "/s/a.tgd";
+    res.rtime = 1700000009000;
+    res.rset = rset;
+    res.rdata = rdata;
+    res.rfile = rfile;
+    return res;
+}
+
+QJsonArray names(const OrderMessage &order)
+{
+    QJsonArray list;
+    for (const QJsonValue &file : order.body.value("files").toArray())
+        list << file.toObject().value("path");
+    return list;
+}
+}
+
+class TestOrderMessage : public QObject
+{
+    Q_OBJECT
+private slots:
+    void golden()
+    {
+        OrderMessage::Options options;
+        options.nowMs = 1795248033123;
+        options.pathCase = [](const QString &path) { return path.toLower(); };
+        const OrderMessage order = OrderMessage::build(
+            row(R"({"env":{"software":"terragen 4"},"project":{"id":1},"projectConfig":{},"machine":{},"softwareType":8,"machineModel":"m1","ordernum":"old"})",
+                R"({"sceneName":"/S/A.tgd","missionName":"A","softwareType":8,"resStatus":0,"hasHand":1,"hasClone":1,"modelParameters":{"cameras":[]}})",
+                R"("files":["/s/a.tgd","/s/T.tga","/s/a.tgd","/s/sub/"])"), options);
+        QVERIFY(order.valid);
+        const QByteArray expected = R"({"scene":"/s/a.tgd","analysisTime":1700000009000,"softwareType":8,"machineModel":"m1",
+            "sceneName":"/s/a.tgd","missionName":"A","modelParameters":{"cameras":[]},"clientFlag":1700000001,"missionId":55,"ordernum":"N55",
+            "files":[{"id":79524803,"path":"/s/a.tgd"},{"id":79524804,"path":"/s/T.tga"}],"fileCount":2})";
+        QCOMPARE(order.body, QJsonDocument::fromJson(expected).object());
+        QCOMPARE(order.files.size(), 2);
+        QCOMPARE(order.files.last().id, 79524804ll);
+    }
+
+    void variants_data()
+    {
+        QTest::addColumn<QString>("rset");
+        QTest::addColumn<QString>("rdata");
+        QTest::addColumn<QString>("rfile");
+        QTest::addColumn<bool>("noFiles");
+        QTest::addColumn<bool>("valid");
+        QTest::addColumn<QJsonValue>("files");
+        QTest::addColumn<QJsonValue>("count");
+        const QString files = R"("files":["/a.ma","/b"])";
+        const QJsonArray both{"/a.ma", "/b"};
+        const QJsonValue none(QJsonValue::Undefined);
+        QTest::newRow("plain") << "{}" << "{\"softwareType\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("maya, scene only") << "{}" << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
+        QTest::newRow("scene only switched off") << "{}" << "{\"softwareType\":1,\"onlyScene\":0}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("scene only of another software") << "{}" << "{\"softwareType\":3,\"onlyScene\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("nofile") << "{}" << "{}" << files << true << true << QJsonValue(QJsonArray()) << QJsonValue(0);
+        QTest::newRow("a clone has no list") << "{\"hasClone\":1}" << "{}" << "" << false << true << QJsonValue(QJsonArray()) << QJsonValue(0);
+        QTest::newRow("broken list") << "{}" << "{}" << "\"files\":[" << false << false << none << none;
+        QTest::newRow("broken result") << "{}" << "{,}" << files << false << false << none << none;
+        QTest::newRow("result is an array") << "{}" << "[]" << files << false << false << none << none;
+    }
+    void variants()
+    {
+        QFETCH(QString, rset);
+        QFETCH(QString, rdata);
+        QFETCH(QString, rfile);
+        QFETCH(bool, noFiles);
+        OrderMessage::Options options;
+        options.noFiles = noFiles;
+        const OrderMessage order = OrderMessage::build(row(rset, rdata, rfile), options);
+        QTEST(order.valid, "valid");
+        QTEST(order.body.value("fileCount"), "count");
+        QTEST(order.body.contains("files") ? QJsonValue(names(order)) : QJsonValue(QJsonValue::Undefined), "files");
+    }
+
+    void maxPhotonPathsFollowTheCaseRule()
+    {
+        OrderMessage::Options options;
+        options.pathCase = [](const QString &path) { return path.toLower(); };
+        const QJsonObject model = OrderMessage::build(row("{\"softwareType\":3}",
+            R"({"softwareType":3,"modelParameters":{"vrLightCacheFile":"D:/L","vrIrradianceMapFile":"D:/I","outputFile":"D:/O"}})", ""), options)
+            .body.value("modelParameters").toObject();
+        QCOMPARE(model, (QJsonObject{{"vrLightCacheFile", "d:/l"}, {"vrIrradianceMapFile", "d:/i"}, {"outputFile", "D:/O"}}));
+    }
+
+    void paths_data()
+    {
+        QTest::addColumn<QString>("found");
+        QTest::addColumn<QString>("sent");
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("drive") << "D:\\s\\a.max" << "D:/s/a.max" << "D:/s/a.max";
+        QTest::newRow("network") << "\\\\srv\\share\\a" << "\\\\srv/share/a" << "\\\\srv/share/a";
+        QTest::newRow("relative") << "a\\b" << "a/b" << "\\\\a/b";
+#ifdef Q_OS_WIN
+        QTest::newRow("network, turned already") << "//srv/a" << "\\\\srv/a" << "\\\\srv/a";
+        QTest::newRow("one slash") << "/a" << "/a" << "\\\\/a";
+#else
+        QTest::newRow("absolute") << "/home/u/a b.tga" << "/home/u/a b.tga" << "/home/u/a b.tga";
+        QTest::newRow("absolute, doubled slash") << "//home/a" << "//home/a" << "//home/a";
+#endif
+    }
+    void paths()
+    {
+        QFETCH(QString, found);
+        QFETCH(QString, sent);
+        QTEST(OrderMessage::uploadPath(OrderMessage::filePath(found)), "stored");
+        QCOMPARE(OrderMessage::filePath(found), sent);
+    }
+
+    void handOver()
+    {
+        db_resolve res = row(R"({"softwareType":8,"scene":"x"})", R"({"resStatus":1,"modelParameters":{}})", R"("files":["/a"])");
+        res.errstr = "w\r\n";
+        const QJsonObject body = OrderMessage::handOver(res, QJsonArray{3}, true);
+        const QByteArray expected = R"({"scene":"x","analysisTime":1700000009000,"softwareType":8,"feeUserId":[3],"needMasterCheck":true,
+            "clientFlag":1700000001,"missionId":55,"ordernum":"N55","parameter":{"status":1,"fromSlave":1,"details":"w\r\n",
+            "content":{"resStatus":1,"modelParameters":{},"files":["/a"]},"rset":{"softwareType":8,"scene":"x"}}})";
+        QCOMPARE(body, QJsonDocument::fromJson(expected).object());
+    }
+};
+VN_TEST(TestOrderMessage)
+#include "tst_order_message.moc"
