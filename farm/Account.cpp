@@ -1,0 +1,347 @@
+#include "Account.h"
+#include "Core.h"
+#include <QDateTime>
+#include <QJsonDocument>
+#include <QUuid>
+
+namespace farm {
+
+namespace {
+QString stamp()
+{
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+}
+
+QString freshToken()
+{
+    return QUuid::createUuid().toString(QUuid::WithoutBraces);
+}
+
+QString text(const QJsonObject &object)
+{
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
+
+QJsonObject object(const QString &text)
+{
+    return QJsonDocument::fromJson(text.toUtf8()).object();
+}
+
+struct Software { int type; const char *name; const char *version; const char *plugin; const char *pluginVersion; };
+const Software known[] = {
+    {1, "Maya", "maya2018", "mtoa", "3.1.0"},     {3, "3ds Max", "3ds max 2018", "vray", "3.60.03"},
+    {4, "Houdini", "houdini-17.5.460", "", ""},   {5, "Cinema 4D", "Cinema 4D R19", "", ""},
+    {6, "SketchUp", "SketchUp 2017", "", ""},     {7, "Clarisse", "Clarisse 3.6", "", ""},
+    {8, "Terragen", "Terragen 4.5", "", ""},
+};
+
+QJsonObject defaultCombo(int software, int projectId)
+{
+    for (const Software &one : known) {
+        if (one.type != software)
+            continue;
+        const QString version = QLatin1String(one.version);
+        QJsonArray plugins;
+        if (*one.plugin)
+            plugins.append(QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}});
+        return {{"id", projectId * 100 + software}, {"name", version}, {"software", version}, {"plugins", plugins},
+                {"startGpu", 0}, {"isDefault", 1}, {"env_block", QJsonObject{{"software", version}, {"plugins", plugins}}}};
+    }
+    return {};
+}
+}
+
+Account::Account(Core &core) : m_core(core)
+{
+    load();
+}
+
+void Account::load()
+{
+    m_access = m_core.db.meta(QStringLiteral("access"));
+    m_transfer = m_core.db.meta(QStringLiteral("transfer"));
+    if (m_access.isEmpty() || m_transfer.isEmpty())
+        rotateTokens();
+    const QString balance = m_core.db.meta(QStringLiteral("balance"));
+    m_balance = balance.isEmpty() ? 1000.0 : balance.toDouble();
+    m_config = ::farm::object(m_core.db.meta(QStringLiteral("config")));
+    m_lists = ::farm::object(m_core.db.meta(QStringLiteral("lists")));
+    if (m_lists.isEmpty()) {
+        m_lists = {{"next", 100}, {"projects", QJsonArray{QJsonObject{{"id", 1}, {"name", QStringLiteral("默认项目")}, {"isDefault", 1}}}}};
+        addNotice(3, QStringLiteral("欢迎使用本机渲染农场"));
+    }
+}
+
+QString Account::newSession()
+{
+    const QString token = freshToken();
+    m_core.db.run(QStringLiteral("delete from session where made < ?"), {QDateTime::currentMSecsSinceEpoch() - 7LL * 86400000});
+    m_core.db.run(QStringLiteral("insert into session(token, auth, made) values(?, '', ?)"), {token, QDateTime::currentMSecsSinceEpoch()});
+    return token;
+}
+
+QString Account::login(const QString &session, const QString &user, const QString &password, QString *problem)
+{
+    if (m_core.faults.happens(QStringLiteral("login-fail")) || user != m_core.options.user || password != m_core.options.password) {
+        *problem = QStringLiteral("账号或密码错误");
+        return {};
+    }
+    const QString known = m_core.db.value(QStringLiteral("select token from session where token = ?"), {session}).toString();
+    if (!session.isEmpty() && known.isEmpty()) {
+        *problem = QStringLiteral("会话已失效，请重试");
+        return {};
+    }
+    const QString auth = freshToken();
+    if (!session.isEmpty() && !m_core.db.run(QStringLiteral("update session set auth = ? where token = ?"), {auth, session})) {
+        *problem = QStringLiteral("内部错误");
+        return {};
+    }
+    return auth;
+}
+
+bool Account::sessionLoggedIn(const QString &session) const
+{
+    return !m_core.db.value(QStringLiteral("select auth from session where token = ?"), {session}).toString().isEmpty();
+}
+
+bool Account::knownToken(const QString &token) const
+{
+    return !token.isEmpty() && m_core.db.value(QStringLiteral("select 1 from session where token = ? or auth = ?"), {token, token}).isValid();
+}
+
+QByteArray Account::transferBytes() const
+{
+    return QByteArray::fromHex(m_transfer.toLatin1().replace('-', ""));
+}
+
+void Account::rotateTokens()
+{
+    m_access = freshToken();
+    m_transfer = freshToken();
+    m_core.db.setMeta(QStringLiteral("access"), m_access);
+    m_core.db.setMeta(QStringLiteral("transfer"), m_transfer);
+}
+
+QJsonObject Account::object() const
+{
+    QJsonObject whole = config();
+    const QJsonObject facts{{"userId", UserId}, {"feeUserId", UserId}, {"leadId", 0}, {"leadIds", QJsonArray()}, {"username", m_core.options.user},
+                            {"nickname", m_core.options.user}, {"hashType", 1}, {"userType", 0}, {"hashPrefix", QStringLiteral("qn")},
+                            {"needMasterCheck", 0}, {"balance", m_balance}};
+    for (auto it = facts.begin(); it != facts.end(); ++it)
+        whole.insert(it.key(), it.value());
+    return whole;
+}
+
+QJsonObject Account::config() const
+{
+    const int willing = m_core.options.autoSubmit ? 1 : 0;
+    QJsonObject whole{{"autoSubmit", willing}, {"ignoreWarn", willing}, {"autoPushResult", 1}, {"frameFirst", 0}, {"timeout", 0},
+                      {"killTimeout", 0}, {"parseTime", 0}, {"killParseTime", 0}, {"mayaResultRootPathEnum", 0}, {"repairType", 0},
+                      {"mayaSplitByLayer", 0}, {"submitUpload", 0}, {"priorityStrategy", 0}, {"submitConfig", 0}, {"blocksCount", 1},
+                      {"projectName", QString()}, {"machineType", QString()}};
+    for (auto it = m_config.begin(); it != m_config.end(); ++it)
+        whole.insert(it.key(), it.value());
+    return whole;
+}
+
+bool Account::saveConfig(const QJsonObject &saved)
+{
+    for (auto it = saved.begin(); it != saved.end(); ++it)
+        m_config.insert(it.key(), it.value());
+    return m_core.db.setMeta(QStringLiteral("config"), text(m_config));
+}
+
+void Account::setBalance(double balance)
+{
+    m_balance = balance;
+    m_core.db.setMeta(QStringLiteral("balance"), QString::number(balance, 'f', 4));
+}
+
+void Account::addNotice(int type, const QString &content)
+{
+    QJsonArray notices = m_lists.value(QLatin1String("notices")).toArray();
+    const int id = m_lists.value(QLatin1String("next")).toInt(100);
+    m_lists.insert(QStringLiteral("next"), id + 1);
+    notices.prepend(QJsonObject{{"id", id}, {"type", type}, {"status", 0}, {"content", content}, {"time", stamp()}, {"url", QString()}});
+    while (notices.size() > 200)
+        notices.removeLast();
+    m_lists.insert(QStringLiteral("notices"), notices);
+    saveLists();
+}
+
+QJsonObject Account::notices(int page) const
+{
+    const QJsonArray all = m_lists.value(QLatin1String("notices")).toArray();
+    QJsonArray some;
+    for (int i = qMax(0, page) * 20; i < all.size() && some.size() < 20; ++i)
+        some.append(all.at(i));
+    return {{"pageSize", (all.size() + 19) / 20}, {"pageList", some}, {"time", all.isEmpty() ? QString() : all.first().toObject().value("time").toString()}};
+}
+
+void Account::setNotice(const QJsonObject &change)
+{
+    QStringList ids = change.value("ids").toVariant().toString().split(QLatin1Char(','), Qt::SkipEmptyParts);
+    for (const QJsonValue &id : change.value("ids").toArray())
+        ids += QString::number(id.toInt());
+    if (change.contains("id"))
+        ids += change.value("id").toVariant().toString();
+    const int status = change.value("status").toInt(1); // 0 new, 1 seen, 2 removed
+    QJsonArray kept;
+    for (const QJsonValue &one : m_lists.value(QLatin1String("notices")).toArray()) {
+        QJsonObject notice = one.toObject();
+        if (ids.contains(QString::number(notice.value("id").toInt()))) {
+            if (status == 2)
+                continue;
+            notice.insert("status", status);
+        }
+        kept.append(notice);
+    }
+    m_lists.insert(QStringLiteral("notices"), kept);
+    saveLists();
+}
+
+bool Account::saveLists()
+{
+    return m_core.db.setMeta(QStringLiteral("lists"), text(m_lists));
+}
+
+QString Account::projectName(int id) const
+{
+    for (const QJsonValue &one : projects()) {
+        if (one.toObject().value("id").toInt() == id)
+            return one.toObject().value("name").toString();
+    }
+    return {};
+}
+
+int Account::addProject(const QString &name, int *id)
+{
+    QJsonArray all = projects();
+    for (const QJsonValue &one : qAsConst(all)) {
+        if (one.toObject().value("name").toString() == name)
+            return 2;
+    }
+    if (name.isEmpty())
+        return 1;
+    *id = m_lists.value(QLatin1String("next")).toInt(100);
+    m_lists.insert(QStringLiteral("next"), *id + 1);
+    all.append(QJsonObject{{"id", *id}, {"name", name}, {"isDefault", 0}});
+    m_lists.insert(QStringLiteral("projects"), all);
+    return saveLists() ? 0 : 1;
+}
+
+int Account::removeProject(int id)
+{
+    QJsonArray all = projects();
+    for (int i = 0; i < all.size(); ++i) {
+        if (all.at(i).toObject().value("id").toInt() != id)
+            continue;
+        if (all.at(i).toObject().value("isDefault").toInt() == 1)
+            return 4;
+        all.removeAt(i);
+        m_lists.insert(QStringLiteral("projects"), all);
+        return saveLists() ? 0 : 1;
+    }
+    return 1;
+}
+
+QJsonObject Account::projectConfig(int projectId, int software) const
+{
+    QJsonObject saved = m_lists.value(QLatin1String("combos")).toObject().value(comboKey(projectId, software)).toObject();
+    if (!saved.contains("combos"))
+        saved.insert("combos", QJsonArray{defaultCombo(software, projectId)});
+    if (!saved.contains("extraConfig"))
+        saved.insert("extraConfig", QJsonObject{{"outputPath", QString()}, {"workPath", QString()}});
+    saved.insert("projectId", projectId);
+    saved.insert("software_type", software);
+    saved.insert("workPath", saved.value("extraConfig").toObject().value("workPath").toString());
+    saved.insert("outputPath", saved.value("extraConfig").toObject().value("outputPath").toString());
+    return saved;
+}
+
+int Account::saveCombo(const QJsonObject &body, bool fresh, int *id)
+{
+    const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
+    if (projectName(projectId).isEmpty() || software <= 0)
+        return 1;
+    QJsonObject config = projectConfig(projectId, software);
+    QJsonObject extra = config.value("extraConfig").toObject();
+    for (const char *key : {"outputPath", "workPath"}) {
+        if (body.contains(QLatin1String(key)))
+            extra.insert(QLatin1String(key), body.value(QLatin1String(key)));
+    }
+    const QJsonObject given = body.value("extraConfig").toObject();
+    for (auto it = given.begin(); it != given.end(); ++it)
+        extra.insert(it.key(), it.value());
+    config.insert("extraConfig", extra);
+    QJsonObject combo;
+    for (const char *key : {"id", "name", "software", "plugins", "startGpu", "isDefault", "env_block"}) {
+        if (body.contains(QLatin1String(key)))
+            combo.insert(QLatin1String(key), body.value(QLatin1String(key)));
+    }
+    QJsonArray combos = config.value("combos").toArray();
+    if (fresh) {
+        *id = m_lists.value(QLatin1String("next")).toInt(100);
+        m_lists.insert(QStringLiteral("next"), *id + 1);
+        combo.insert("id", *id);
+        combos.append(combo);
+    } else if (combo.contains("id")) {
+        *id = combo.value("id").toInt();
+        for (int i = 0; i < combos.size(); ++i) {
+            if (combos.at(i).toObject().value("id").toInt() == *id)
+                combos.replace(i, combo);
+        }
+    }
+    config.insert("combos", combos);
+    QJsonObject all = m_lists.value(QLatin1String("combos")).toObject();
+    all.insert(comboKey(projectId, software), config);
+    m_lists.insert(QStringLiteral("combos"), all);
+    return saveLists() ? 0 : 1;
+}
+
+int Account::removeCombo(const QJsonObject &body)
+{
+    const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
+    QJsonObject config = projectConfig(projectId, software);
+    QJsonArray combos = config.value("combos").toArray();
+    for (int i = 0; i < combos.size(); ++i) {
+        if (combos.at(i).toObject().value("id").toInt() != body.value("id").toInt())
+            continue;
+        combos.removeAt(i);
+        config.insert("combos", combos);
+        QJsonObject all = m_lists.value(QLatin1String("combos")).toObject();
+        all.insert(comboKey(projectId, software), config);
+        m_lists.insert(QStringLiteral("combos"), all);
+        return saveLists() ? 0 : 1;
+    }
+    return 1;
+}
+
+QJsonArray Account::machines()
+{
+    return {QJsonObject{{"id", 1}, {"clientId", 1}, {"farmId", FarmId}, {"name", QStringLiteral("本机")}, {"machineModel", QStringLiteral("local-cpu")},
+                        {"cpu", QStringLiteral("CPU")}, {"memory", QStringLiteral("16G")}, {"gpu", 0}, {"isDefault", 1}},
+            QJsonObject{{"id", 2}, {"clientId", 1}, {"farmId", FarmId}, {"name", QStringLiteral("本机GPU")}, {"machineModel", QStringLiteral("local-gpu")},
+                        {"cpu", QStringLiteral("CPU")}, {"memory", QStringLiteral("16G")}, {"gpu", 1}, {"isDefault", 0}}};
+}
+
+QJsonArray Account::softwares()
+{
+    QJsonArray all;
+    for (const Software &one : known)
+        all.append(QJsonObject{{"id", one.type}, {"softwareType", one.type}, {"name", QLatin1String(one.name)}, {"versions", QJsonArray{QLatin1String(one.version)}}});
+    return all;
+}
+
+QJsonArray Account::plugins(int software)
+{
+    QJsonArray all;
+    for (const Software &one : known) {
+        if (*one.plugin && (software <= 0 || one.type == software))
+            all.append(QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}, {"softwareType", one.type}});
+    }
+    return all;
+}
+
+}

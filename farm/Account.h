@@ -1,0 +1,64 @@
+#pragma once
+// The farm's one account and what hangs on it: password, settings, balance, notices, projects with their environments,
+// and the tokens of the road (session token of the link -> login token of the page; access token -> transfer token).
+#include <QJsonArray>
+#include <QJsonObject>
+#include <QString>
+#include <QStringList>
+
+namespace farm {
+
+class Core;
+
+class Account
+{
+public:
+    explicit Account(Core &core);
+
+    // Session tokens. A session is good for 10309 once the page has logged in with it.
+    QString newSession();
+    QString login(const QString &session, const QString &user, const QString &password, QString *problem); // the login token
+    bool sessionLoggedIn(const QString &session) const;
+    bool knownToken(const QString &token) const; // session or login token, as the header "token" carries it
+
+    QString accessToken() const { return m_access; }
+    QString transferToken() const { return m_transfer; } // a UUID
+    QByteArray transferBytes() const;
+    void rotateTokens();
+
+    QJsonObject object() const; // the answer of 10309
+    QJsonObject config() const; // the common settings alone
+    bool saveConfig(const QJsonObject &saved);
+    double balance() const { return m_balance; }
+    void setBalance(double balance);
+    void charge(double cost) { setBalance(m_balance - cost); }
+
+    void addNotice(int type, const QString &content); // 1 task done, 2 in arrears, 3 recharged
+    QJsonObject notices(int page) const;
+    void setNotice(const QJsonObject &change); // 10313: ids with what becomes of them
+
+    // Projects and environments; each answer is the result code's last two digits.
+    QJsonArray projects() const { return m_lists.value(QLatin1String("projects")).toArray(); }
+    QString projectName(int id) const;
+    int addProject(const QString &name, int *id);
+    int removeProject(int id);
+    QJsonObject projectConfig(int projectId, int software) const;
+    int saveCombo(const QJsonObject &body, bool fresh, int *id);
+    int removeCombo(const QJsonObject &body);
+    static QJsonArray machines();
+    static QJsonArray softwares();
+    static QJsonArray plugins(int software);
+
+private:
+    void load();
+    bool saveLists();
+    QString comboKey(int projectId, int software) const { return QStringLiteral("%1_%2").arg(projectId).arg(software); }
+
+    Core &m_core;
+    QString m_access, m_transfer;
+    double m_balance = 0;
+    QJsonObject m_lists; // "projects", "combos" by project and software, "notices", "next" free id
+    QJsonObject m_config;
+};
+
+}

@@ -1,0 +1,78 @@
+#pragma once
+// The business server: many links, each with a session; numbered commands, each with a handler that answers with a result
+// code and a JSON body; pushes to the links that have logged in. Results of tasks are pushed until the client has
+// confirmed them, one push of a task at a time, and again after each login.
+#include "Tasks.h"
+#include "Wire.h"
+#include <QJsonDocument>
+#include <QMap>
+#include <QObject>
+#include <QPointer>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <functional>
+
+namespace farm {
+
+class Core;
+
+struct Link {
+    QTcpSocket *socket = nullptr;
+    PackageFeed feed;
+    QString session; // the token given by 10308
+    bool loggedIn = false;
+    bool seat = false; // a subordinate seat: shares its account with others
+    qint64 cut = -1;   // bytes until the link is cut, -1 never
+};
+
+struct Answer {
+    int val = 0;
+    QJsonObject body;
+    std::function<void()> after; // runs once the answer is on its way
+    QByteArray stream;           // in place of the body, for raw bytes
+};
+
+class Business : public QObject
+{
+    Q_OBJECT
+public:
+    using Handler = std::function<Answer(Link &, const QJsonDocument &)>;
+
+    explicit Business(Core &core);
+    ~Business() override;
+    bool listen(int port, QString *error);
+    int port() const { return m_server.serverPort(); }
+    void dropLinks();
+
+    void kick(int reason);
+    void push(int cmd, int val, const QJsonObject &body);
+    void announce(Task &task); // pushes what the client hasn't got yet of the results that are ready
+    void waitForUser(Task &task); // push 10412: the priority frames are done
+
+private:
+    void accept();
+    void read(Link *link);
+    void handle(Link *link, const Package &package);
+    void send(Link *link, const QByteArray &bytes);
+    void answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson);
+    Link *linkOf(QTcpSocket *socket) const;
+    void announceAll();
+    void add(int cmd, Handler handler) { m_handlers.insert(cmd, std::move(handler)); }
+    void addAccount();
+    void addLists();
+    void addOrders();
+    void addOperations();
+    void addSubTasks();
+    void addResults();
+    // The task that the body names, or null with the answer filled for "no such task".
+    Task *taskOf(const QJsonObject &body, int cmd, Answer *answer);
+
+    Core &m_core;
+    QTcpServer m_server;
+    QList<Link *> m_links;
+    QMap<int, Handler> m_handlers;
+    QMap<int, QList<qint64>> m_outstanding; // task -> results of the push that isn't confirmed
+    QMap<int, QList<qint64>> m_asked;       // task -> results told by the last 10805
+};
+
+}

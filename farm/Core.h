@@ -1,0 +1,67 @@
+#pragma once
+// What the servers share: options, faults, the database, the account, the tasks, the store, and the record of what
+// happened. Lives on the farm's thread, and everything that it owns with it; only faults are reached from elsewhere.
+#include "Db.h"
+#include "Farm.h"
+#include <QObject>
+#include <QThreadPool>
+#include <atomic>
+#include <memory>
+
+namespace farm {
+
+class Account;
+class Business;
+class ContentStore;
+class FileServer;
+class Renderer;
+class Rest;
+class Tasks;
+
+class Core : public QObject
+{
+    Q_OBJECT
+public:
+    Core(const FarmOptions &options, FarmFaults &faults);
+    ~Core() override;
+    bool open(QString *error); // folder, database, listeners
+    FarmPorts ports() const;
+
+    void violation(const QString &text); // the other side broke the protocol
+    void event(const QString &text);     // a step of the road, for people and tests
+    // Runs work on a pool thread, then done on the farm's thread if the farm still lives.
+    void background(std::function<void()> work, std::function<void()> done);
+    QString folder(const QString &name) const; // options.dir + "/" + name, made if missing
+
+    const FarmOptions options;
+    FarmFaults &faults;
+    FarmCounters counters;
+    QMap<int, int> commands;
+    QStringList violations, events;
+    Db db;
+    QThreadPool pool; // painting, hashing, unpacking
+    std::unique_ptr<Account> account;
+    std::unique_ptr<Tasks> tasks;
+    std::unique_ptr<ContentStore> store;
+    std::unique_ptr<Renderer> renderer;
+    std::unique_ptr<Business> business;
+    std::unique_ptr<Rest> rest;
+    std::unique_ptr<FileServer> files;
+
+private:
+    std::atomic<int> m_fence{0};
+
+signals:
+    void loggedIn();
+    void orderChanged(int missionId);
+    void uploadFinished(int missionId);
+    void taskFinished(int missionId);
+    void resultsConfirmed(int missionId);
+    void downloaded(qint64 resultId);
+    void violated(QString text);
+};
+
+constexpr int FarmId = 1;   // the one farm of this server
+constexpr int UserId = 1001; // the one account
+
+}

@@ -1,0 +1,170 @@
+#include "Farm.h"
+#include "Account.h"
+#include "Business.h"
+#include "ContentStore.h"
+#include "Core.h"
+#include "FileServer.h"
+#include "Renderer.h"
+#include "Rest.h"
+#include "Tasks.h"
+#include <QDebug>
+
+using namespace farm;
+
+Farm::Farm(QObject *parent) : QObject(parent) {}
+
+Farm::~Farm()
+{
+    stop();
+}
+
+bool Farm::start(const FarmOptions &options)
+{
+    stop();
+    m_error.clear();
+    for (const QString &fault : options.faults) {
+        if (!m_faults.set(fault)) {
+            m_error = QStringLiteral("unknown fault %1").arg(fault);
+            return false;
+        }
+    }
+    m_thread = new QThread;
+    m_thread->setObjectName(QStringLiteral("farm"));
+    m_core = new Core(options, m_faults);
+    connect(m_core, &Core::loggedIn, this, &Farm::loggedIn);
+    connect(m_core, &Core::orderChanged, this, &Farm::orderChanged);
+    connect(m_core, &Core::uploadFinished, this, &Farm::uploadFinished);
+    connect(m_core, &Core::taskFinished, this, &Farm::taskFinished);
+    connect(m_core, &Core::resultsConfirmed, this, &Farm::resultsConfirmed);
+    connect(m_core, &Core::downloaded, this, &Farm::downloaded);
+    connect(m_core, &Core::violated, this, &Farm::violated);
+    m_core->moveToThread(m_thread);
+    m_thread->start();
+    bool good = false;
+    QMetaObject::invokeMethod(m_core, [&] {
+        good = m_core->open(&m_error);
+        if (good)
+            m_ports = m_core->ports();
+    }, Qt::BlockingQueuedConnection);
+    if (!good)
+        stop();
+    return good;
+}
+
+void Farm::stop()
+{
+    if (!m_core)
+        return;
+    Core *core = m_core;
+    m_core = nullptr;
+    QMetaObject::invokeMethod(core, [core] { delete core; }, Qt::BlockingQueuedConnection);
+    m_thread->quit();
+    m_thread->wait();
+    delete m_thread;
+    m_thread = nullptr;
+    m_ports = FarmPorts();
+}
+
+template<typename R> R Farm::ask(const std::function<R(Core &)> &question) const
+{
+    R answer{};
+    if (m_core)
+        QMetaObject::invokeMethod(m_core, [&] { answer = question(*m_core); }, Qt::BlockingQueuedConnection);
+    return answer;
+}
+
+void Farm::tell(const std::function<void(Core &)> &order) const
+{
+    if (m_core)
+        QMetaObject::invokeMethod(m_core, [&] { order(*m_core); }, Qt::BlockingQueuedConnection);
+}
+
+QList<FarmOrder> Farm::orders() const
+{
+    return ask<QList<FarmOrder>>([](Core &core) { return core.tasks->describe(); });
+}
+
+FarmOrder Farm::order(int missionId) const
+{
+    return ask<FarmOrder>([missionId](Core &core) {
+        const Task *task = core.tasks->byId(missionId);
+        return task ? core.tasks->describe(*task) : FarmOrder();
+    });
+}
+
+QList<FarmResult> Farm::results(int missionId) const
+{
+    return ask<QList<FarmResult>>([missionId](Core &core) { return core.tasks->results(missionId); });
+}
+
+QMap<QString, QString> Farm::storedFiles() const
+{
+    return ask<QMap<QString, QString>>([](Core &core) { return core.store->contents(); });
+}
+
+QStringList Farm::taskFiles(int missionId, bool here) const
+{
+    return ask<QStringList>([=](Core &core) {
+        const Task *task = core.tasks->byId(missionId);
+        return task ? core.tasks->files(*task, here) : QStringList();
+    });
+}
+
+FarmCounters Farm::counters() const
+{
+    return ask<FarmCounters>([](Core &core) { return core.counters; });
+}
+
+QStringList Farm::violations() const
+{
+    return ask<QStringList>([](Core &core) { return core.violations; });
+}
+
+QMap<int, int> Farm::commandCounts() const
+{
+    return ask<QMap<int, int>>([](Core &core) { return core.commands; });
+}
+
+QJsonObject Farm::config() const
+{
+    return ask<QJsonObject>([](Core &core) { return core.account->config(); });
+}
+
+QStringList Farm::events() const
+{
+    return ask<QStringList>([](Core &core) { return core.events; });
+}
+
+void Farm::kick(int reason)
+{
+    tell([reason](Core &core) { core.business->kick(reason); });
+}
+
+void Farm::push(int cmd, int val, const QJsonObject &body)
+{
+    tell([&](Core &core) { core.business->push(cmd, val, body); });
+}
+
+void Farm::dropLinks()
+{
+    tell([](Core &core) {
+        core.business->dropLinks();
+        core.rest->dropLinks();
+        core.files->dropLinks();
+    });
+}
+
+void Farm::setBalance(double balance)
+{
+    tell([balance](Core &core) { core.account->setBalance(balance); });
+}
+
+void Farm::rotateTokens()
+{
+    tell([](Core &core) { core.account->rotateTokens(); });
+}
+
+void Farm::addNotice(const QString &content)
+{
+    tell([&](Core &core) { core.account->addNotice(3, content); });
+}

@@ -1,0 +1,133 @@
+#include "FarmFaults.h"
+#include <QMutexLocker>
+
+namespace {
+struct Known { const char *name; const char *value; const char *what; bool suffix; };
+const Known known[] = {
+    {"drop-reply", "1", "drop-reply.CMD: the command is carried out, its reply isn't sent", true},
+    {"ignore", "1", "ignore.CMD: the command is neither carried out nor answered", true},
+    {"delay-reply", "MS", "delay-reply.CMD: the reply waits that long", true},
+    {"refuse", "CODE", "refuse.CMD: answered with the code, nothing is done", true},
+    {"bad-json", "1", "bad-json.CMD: the reply's body isn't JSON", true},
+    {"cut-on", "1", "cut-on.CMD: the link is cut when the command arrives, before it is carried out", true},
+    {"cut-after", "1", "cut-after.CMD: the link is cut after the command was carried out, before the reply", true},
+    {"bad-magic", "1", "business replies start with a wrong magic", false},
+    {"split-business", "1", "business packages leave byte by byte", false},
+    {"flood", "COUNT", "every reply is preceded by COUNT pushes of no meaning, in one write", false},
+    {"cut-business", "BYTES", "a business link is cut after that many bytes to the client", false},
+    {"refuse-business", "1", "business connections are closed at once", false},
+    {"refuse-http", "1", "HTTP connections are closed at once", false},
+    {"refuse-file", "1", "file server connections are closed at once", false},
+    {"http-status", "CODE", "HTTP requests are answered with that status", false},
+    {"http-delay", "MS", "HTTP answers wait that long", false},
+    {"http-silent", "1", "HTTP requests are never answered", false},
+    {"split-http", "1", "HTTP answers leave byte by byte", false},
+    {"instant", "CODE", "/sourceFiles answers that code", false},
+    {"stale-access", "1", "/sourceFiles answers code 203", false},
+    {"farm-status", "CODE", "/bs/farm answers that status", false},
+    {"role-fail", "1", "/storage-secret-token/role gives no token", false},
+    {"login-fail", "1", "the login page's request is refused", false},
+    {"update-version", "TEXT", "/getUpdateVersion.htm answers that text", false},
+    {"cut-upload", "BYTES", "a file connection is cut after that many bytes of file data from the client", false},
+    {"cut-download", "BYTES", "a file connection is cut after that many bytes of file data to the client", false},
+    {"short-head", "1", "a file server reply is only 31 bytes", false},
+    {"split-file", "1", "file server replies leave byte by byte, behind the first 32 bytes", false},
+    {"delay-file", "MS", "file server replies wait that long", false},
+    {"start-past", "1", "the ask is answered with a start point past the end", false},
+    {"ask-code", "CODE", "upload asks are answered with that code", false},
+    {"data-code", "CODE", "upload chunks are answered with that code and not kept", false},
+    {"commit-code", "CODE", "upload commits are answered with that code", false},
+    {"refuse-frame", "1", "frames are refused: phase -1, command 79999", false},
+    {"refuse-frame-other", "1", "frames are refused: phase -1, the frame's own command", false},
+    {"stage", "CODE,CODE...:MS", "a committed file passes through these stages, each for that long", false},
+    {"hash-fail", "1", "a commit answers 13010203 and the bytes are thrown away", false},
+    {"download-code", "CODE", "download asks are answered with that code", false},
+    {"wrong-hash", "1", "10800 tells a wrong hash", false},
+    {"corrupt-download", "1", "one byte of the file sent is wrong", false},
+    {"slow-download", "BYTES", "file data leaves at that many bytes a second", false},
+    {"slow-upload", "BYTES", "file data is read at that many bytes a second", false},
+    {"render-fail", "1", "a frame fails", false},
+    {"hold-render", "1", "nothing is rendered", false},
+    {"no-push", "1", "finished results aren't pushed", false},
+    {"single-login", "0", "0: a second login of the account leaves the first alone", false},
+    {"kick", "REASON", "kick.REASON: the links are kicked as soon as this is set", true},
+};
+
+const Known *find(const QString &name)
+{
+    for (const Known &one : known) {
+        const QString word = QString::fromLatin1(one.name);
+        if (name == word || (one.suffix && name.startsWith(word + QLatin1Char('.'))))
+            return &one;
+    }
+    return nullptr;
+}
+}
+
+bool FarmFaults::set(const QString &name, const QString &value)
+{
+    if (!find(name))
+        return false;
+    QMutexLocker lock(&m_mutex);
+    if (value.isEmpty()) {
+        m_faults.remove(name);
+        return true;
+    }
+    const int at = value.lastIndexOf(QLatin1Char('@'));
+    bool counted = false;
+    const int left = at < 0 ? -1 : value.mid(at + 1).toInt(&counted);
+    m_faults.insert(name, counted ? Fault{value.left(at), left} : Fault{value, -1});
+    return true;
+}
+
+bool FarmFaults::set(const QString &nameIsValue)
+{
+    const int at = nameIsValue.indexOf(QLatin1Char('='));
+    return set(at < 0 ? nameIsValue : nameIsValue.left(at), at < 0 ? QStringLiteral("1") : nameIsValue.mid(at + 1));
+}
+
+void FarmFaults::clear()
+{
+    QMutexLocker lock(&m_mutex);
+    m_faults.clear();
+}
+
+QString FarmFaults::take(const QString &name)
+{
+    QMutexLocker lock(&m_mutex);
+    const auto it = m_faults.find(name);
+    if (it == m_faults.end() || it->left == 0)
+        return QString();
+    const QString value = it->value;
+    ++m_happened[name];
+    if (it->left > 0 && --it->left == 0)
+        m_faults.erase(it);
+    return value;
+}
+
+QString FarmFaults::peek(const QString &name) const
+{
+    QMutexLocker lock(&m_mutex);
+    const auto it = m_faults.constFind(name);
+    return it == m_faults.cend() ? QString() : it->value;
+}
+
+qint64 FarmFaults::number(const QString &name, qint64 fallback)
+{
+    const QString value = take(name);
+    return value.isNull() ? fallback : value.toLongLong();
+}
+
+int FarmFaults::happened(const QString &name) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_happened.value(name);
+}
+
+QStringList FarmFaults::help()
+{
+    QStringList lines;
+    for (const Known &one : known)
+        lines += QStringLiteral("%1=%2").arg(QLatin1String(one.name), QLatin1String(one.value)).leftJustified(28) + QLatin1String(one.what);
+    return lines;
+}

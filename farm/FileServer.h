@@ -1,0 +1,76 @@
+#pragma once
+// The file server: one connection moves one file. Upload: ask (where to go on), one chunk, ask, chunk, ... until the ask
+// answers that all is there, then the commit. Download: an ask, then the rest of the file streams out.
+#include "ContentStore.h"
+#include "Wire.h"
+#include <QFile>
+#include <QJsonObject>
+#include <QObject>
+#include <QTcpServer>
+#include <QTcpSocket>
+#include <QTimer>
+
+namespace farm {
+
+class Core;
+
+class FileServer : public QObject
+{
+    Q_OBJECT
+public:
+    explicit FileServer(Core &core);
+    bool listen(int port, QString *error);
+    int port() const { return m_server.serverPort(); }
+    void dropLinks();
+
+private:
+    Core &m_core;
+    QTcpServer m_server;
+};
+
+// States: Head -> Json -> Head | Head -> Data -> Head | Head -> Skip -> Head | Head -> Json -> Sending (to the end).
+class FileLink : public QObject
+{
+    Q_OBJECT
+public:
+    FileLink(Core &core, QTcpSocket *socket, QObject *parent);
+    void drop();
+
+private:
+    enum State { Head, Json, Data, Skip, Sending };
+    void read();
+    bool readHead();
+    bool readData();
+    void begin(const Frame &frame);
+    void handle(const QJsonObject &body);
+    void ask(const QJsonObject &body);
+    void commit(const QJsonObject &body);
+    void beginData();
+    void endData();
+    void download(const QJsonObject &body);
+    void pump();
+    void arrived();
+    void refuse(const QString &why, int command);
+    void reply(int phase, int code, const QJsonObject &body = {});
+    void send(const QByteArray &bytes);
+    bool checkAsk(const QJsonObject &body);
+
+    Core &m_core;
+    QTcpSocket *m_socket;
+    State m_state = Head;
+    Frame m_frame;
+    QByteArray m_json;
+    int m_left = 0; // of the body that is running
+    Identity m_identity;
+    bool m_asked = false, m_mayData = false;
+    QFile m_file;
+    bool m_dataGood = true;
+    int m_dataCode = 0;
+    qint64 m_cutUp = -2, m_cutDown = -2; // -2: not asked for yet, -1: none
+    qint64 m_sendLeft = 0;
+    bool m_corrupt = false, m_held = false;
+    qint64 m_pace = -1; // bytes a second, -1: none
+    QTimer m_paceTimer;
+};
+
+}

@@ -1,0 +1,204 @@
+// How tasks and results are told to the other side and to tests.
+#include "Account.h"
+#include "Core.h"
+#include "Tasks.h"
+#include <QDateTime>
+
+namespace farm {
+
+namespace {
+QString stamp(qint64 ms)
+{
+    return ms > 0 ? QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
+}
+
+FarmResult rowOf(const QSqlQuery &row)
+{
+    FarmResult one;
+    one.id = row.value(0).toLongLong();
+    one.missionId = row.value(1).toInt();
+    one.path = row.value(2).toString();
+    one.frame = row.value(3).toInt();
+    one.size = row.value(4).toLongLong();
+    one.hash = row.value(5).toString();
+    one.keyFrame = row.value(6).toInt() == 1;
+    one.pushed = row.value(7).toInt() == 1;
+    one.confirmed = row.value(8).toInt() == 1;
+    one.downloaded = row.value(9).toInt() == 1;
+    return one;
+}
+
+const QString columns = QStringLiteral("select id, mid, path, frame, size, hash, keyframe, pushed, confirmed, downloaded from result ");
+
+// The frame numbers of all outputs as one text: "1-100" where they are in a row, else the numbers.
+QString framesText(const Task &task)
+{
+    QSet<int> numbers;
+    for (const TaskFrame &one : task.frames)
+        numbers.insert(one.job.frame);
+    QList<int> list = numbers.values();
+    std::sort(list.begin(), list.end());
+    if (list.size() > 1 && list.last() - list.first() == list.size() - 1)
+        return QStringLiteral("%1-%2").arg(list.first()).arg(list.last());
+    QStringList words;
+    for (int one : list)
+        words += QString::number(one);
+    return words.join(QLatin1Char(','));
+}
+}
+
+QList<FarmResult> Tasks::results(int missionId) const
+{
+    QList<FarmResult> list;
+    m_core.db.each(columns + QStringLiteral("where mid = ? order by id"), {missionId}, [&](const QSqlQuery &row) { list += rowOf(row); });
+    for (FarmResult &one : list)
+        one.file = resultFile(missionId, one.path);
+    return list;
+}
+
+FarmResult Tasks::result(qint64 id, int *missionId) const
+{
+    FarmResult found;
+    m_core.db.each(columns + QStringLiteral("where id = ?"), {id}, [&](const QSqlQuery &row) {
+        found = rowOf(row);
+        *missionId = row.value(1).toInt();
+        found.file = resultFile(*missionId, found.path);
+    });
+    return found;
+}
+
+QString Tasks::resultFile(int missionId, const QString &path) const
+{
+    return QStringLiteral("%1/results/%2/%3").arg(m_core.options.dir).arg(missionId).arg(path);
+}
+
+bool Tasks::markPushed(const QList<qint64> &ids)
+{
+    Db::Batch batch(m_core.db);
+    for (qint64 id : ids)
+        m_core.db.run(QStringLiteral("update result set pushed = 1 where id = ?"), {id});
+    return true;
+}
+
+bool Tasks::markConfirmed(const QList<qint64> &ids)
+{
+    Db::Batch batch(m_core.db);
+    for (qint64 id : ids)
+        m_core.db.run(QStringLiteral("update result set confirmed = 1 where id = ?"), {id});
+    return true;
+}
+
+// The last result taken home ends the task's life on the farm.
+bool Tasks::markDownloaded(qint64 id)
+{
+    if (!m_core.db.run(QStringLiteral("update result set downloaded = 1 where id = ?"), {id}))
+        return false;
+    Task *task = byId(m_core.db.value(QStringLiteral("select mid from result where id = ?"), {id}).toInt());
+    if (task && task->stage == Render && task->status == Ended
+        && m_core.db.value(QStringLiteral("select count(*) from result where mid = ? and downloaded = 0"), {task->id}).toInt() == 0)
+        setState(*task, Download, Ended, task->result);
+    return true;
+}
+
+QJsonObject Tasks::record(const Task &task) const
+{
+    qint64 seconds = 0;
+    for (const TaskFrame &one : task.frames)
+        seconds += one.state == FrameDone && one.startedMs > 0 ? qMax(qint64(1), (one.endedMs - one.startedMs) / 1000) : 0;
+    const qint64 end = task.finishMs > 0 ? task.finishMs : QDateTime::currentMSecsSinceEpoch();
+    QJsonObject row{{"id", task.id}, {"name", task.name}, {"num", task.num}, {"project", task.projectName}, {"projectId", task.projectId},
+                    {"farmId", FarmId}, {"stage", task.stage}, {"status", task.status}, {"result", task.result}, {"subtype", task.subtype},
+                    {"successFrame", task.counted(FrameDone)}, {"failureFrame", task.counted(FrameFailed)},
+                    {"cancelFrame", task.counted(FrameCancelled)}, {"totalFrame", task.frames.size()},
+                    {"renderingFrame", task.counted(FrameRunning)}, {"untreatedFrame", task.counted(FrameWaiting)},
+                    {"suspendFrame", 0}, {"keyFrames", task.body.value("keyFrames").toString()}, {"isTimeout", 0},
+                    {"frames", framesText(task)}, {"cost", QString::number(task.cost, 'f', 2)}, {"confirmTime", stamp(task.confirmMs)},
+                    {"submitTime", stamp(task.submitMs)}, {"finishTime", stamp(task.finishMs)},
+                    {"totalSeconds", task.submitMs > 0 ? int((end - task.submitMs) / 1000) : 0}, {"succSeconds", int(seconds)},
+                    {"memory", QStringLiteral("64M")}, {"username", m_core.options.user}, {"userId", UserId}, {"remark", task.remark}};
+    if (task.softwareType == 3)
+        row.insert("identity", QStringLiteral("MAIN"));
+    return row;
+}
+
+QString Tasks::missionName(const Task &task)
+{
+    const QString given = task.body.value("missionName").toString();
+    return pathPiece(given.isEmpty() ? task.name : given);
+}
+
+QJsonObject Tasks::resultHead(const Task &task) const
+{
+    return {{"missionId", task.id}, {"num", task.num}, {"missionName", missionName(task)}, {"name", task.name},
+            {"projectName", task.projectName}, {"projectId", task.projectId}, {"softwareType", task.softwareType}, {"farmId", FarmId},
+            {"clientResultRootPath", task.body.value("clientResultRootPath").toString()},
+            {"resultRootPathEnum", task.body.value("resultRootPathEnum").toInt()},
+            {"createTime", stamp(task.confirmMs)}};
+}
+
+QJsonObject Tasks::detail(const Task &task) const
+{
+    QJsonObject whole = task.body;
+    for (const QJsonObject &part : {resultHead(task), record(task)}) {
+        for (auto it = part.begin(); it != part.end(); ++it)
+            whole.insert(it.key(), it.value());
+    }
+    whole.insert("fullFrames", framesText(task));
+    whole.insert("machineModel", task.machineModel);
+    whole.insert("realtimeSpeed", task.speed);
+    whole.insert("totalSize", task.totalSize);
+    whole.insert("uploadedSize", task.uploadedSize);
+    return whole;
+}
+
+QJsonObject Tasks::resultRow(const FarmResult &row) const
+{
+    return {{"id", row.id}, {"path", row.path}, {"frame", row.frame}, {"size", row.size}, {"hash", row.hash},
+            {"isBlock", 0}, {"autoPush", 1}, {"isKeyframe", row.keyFrame ? 1 : 0}, {"farmId", FarmId}};
+}
+
+QList<FarmOrder> Tasks::describe()
+{
+    QList<FarmOrder> list;
+    for (const auto &one : m_tasks)
+        list += describe(one.second);
+    return list;
+}
+
+FarmOrder Tasks::describe(const Task &task) const
+{
+    FarmOrder one;
+    one.missionId = task.id;
+    one.num = task.num;
+    one.name = task.name;
+    one.clientFlag = task.clientFlag;
+    one.stage = task.stage;
+    one.status = task.status;
+    one.result = task.result;
+    one.subtype = task.subtype;
+    one.ordered = task.ordered;
+    one.uploaded = task.uploaded;
+    one.orders = task.orders;
+    one.files = task.keys.size();
+    one.filesHere = files(task, true).size();
+    one.frames = task.frames.size();
+    one.framesDone = task.counted(FrameDone);
+    one.framesFailed = task.counted(FrameFailed);
+    one.analysisType = task.analysisType;
+    one.body = task.body;
+    one.fileList = task.files;
+    return one;
+}
+
+QStringList Tasks::files(const Task &task, bool here) const
+{
+    QStringList list;
+    for (const QString &key : task.keys) {
+        if (task.here.contains(key) == here)
+            list += key;
+    }
+    list.sort();
+    return list;
+}
+
+}
