@@ -160,7 +160,8 @@ void DownHandler::workFinished(db_downfile file, int isDel)
     }
     if (!takeWork(key, isDel) || isDel == TransSet::Dropped)
         return;
-    passed(file, isDel == TransSet::Done || progress);
+    if (isDel != TransSet::Hard)
+        rest(file.missPri, isDel == TransSet::Done || progress);
     if (isDel == TransSet::Done)
         return;
     store->setState(file.missPri, file.pri, file.state, file.error);
@@ -173,15 +174,15 @@ void DownHandler::workFinished(db_downfile file, int isDel)
         clearDownTmp(file);
 }
 
-void DownHandler::passed(const db_downfile &file, bool progress)
+void DownHandler::rest(qlonglong missPri, bool progress)
 {
     if (progress) {
-        m_rests.remove(file.missPri);
+        m_rests.remove(missPri);
         return;
     }
-    Rest &rest = m_rests[file.missPri];
+    Rest &rest = m_rests[missPri];
     const int extra = ++rest.failures - FreeFailures;
-    if (extra > 0 && file.error != 0)
+    if (extra > 0)
         rest.until = now() + qMin(FirstRestMs << qMin(extra - 1, 10), LongestRestMs);
 }
 

@@ -57,7 +57,7 @@ private:
     void freeOrphans(qlonglong missPri); // rows that run without a worker wait again
     bool runs(qlonglong missPri) const;
     bool targetTaken(const QString &target) const;
-    void passed(const db_downfile &file, bool progress);
+    void rest(qlonglong missPri, bool progress); // a passing failure, or the end of them
     void dropWorkers(qlonglong missPri, int kind);
 
     void askLists();

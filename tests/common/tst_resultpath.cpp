@@ -1,0 +1,184 @@
+#include "common/CommonConfig.h"
+#include "common/ResultPath.h"
+#include "common/Seam.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/WindowCalls.h"
+#include "support/TestMain.h"
+
+namespace {
+class Window : public QObject, public WindowCalls
+{
+public:
+    Window() { Seam<WindowCalls>::attach(this, this); }
+    ~Window() override { Seam<WindowCalls>::detach(this); }
+    void msgOk(const QString &) override {}
+    void showInfoMsg(const QString &, const QString &) override {}
+    void rootMsg(const QString &text, int type, int, int) override { texts << text; kind = type; }
+    void connectDAOView(int) override {}
+    void downCover(int, const QString &) override {}
+    void downSpace(const QString &) override {}
+    void downErrorTip(const QString &) override {}
+    void redPoint() override {}
+    void refreshOrder() override {}
+    QStringList texts;
+    int kind = -1;
+};
+
+const QJsonObject order{{"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
+}
+
+class TestResultPath : public QObject
+{
+    Q_OBJECT
+private slots:
+    void initTestCase()
+    {
+        UserInfo::init({});
+        UserInfo::initUser({{"userId", 7}, {"username", "u"}});
+        QVERIFY(QDir().mkpath(testHome() + "/out"));
+        UserInfo::setResultDir(testHome() + "/out");
+    }
+
+    void relative_data()
+    {
+        QTest::addColumn<QString>("given");
+        QTest::addColumn<QString>("kept"); // empty: refused
+        const auto row = [](const char *given, const char *kept) { QTest::newRow(given) << QString::fromUtf8(given) << QString::fromUtf8(kept); };
+        row("a/0001.png", "a/0001.png");
+        row("a\\b\\0001.png", "a/b/0001.png");
+        row("./a//b.png", "a/b.png");
+        row("..hidden/a..b.png", "..hidden/a..b.png");
+        row("渲染/帧 1.exr", "渲染/帧 1.exr");
+        row("../x.png", "");
+        row("a/../../x.png", "");
+        row("a\\..\\x.png", "");
+        row("a/.. /x.png", "");  // the blank falls off on Windows
+        row("a/.../x.png", "");
+        row("/etc/passwd", "");
+        row("\\\\host\\share\\x.png", "");
+        row("C:\\x.png", "");
+        row("c:x.png", "");
+        row("a/D:/x.png", "");
+        row("a/", "");
+        row("", "");
+        row("a/.", "a");
+        row("con", "_con");
+        row("a/NUL.png", "a/_NUL.png");
+        row("lpt1.tar.gz", "_lpt1.tar.gz");
+        row("console.png", "console.png");
+        row("shot:1?*<>|\".png", "shot_1______.png");
+        row("dir. /x.", "dir__/x_");
+        row("a.png.vd", "a.png.vd_");
+        row("a.XTEMP", "a.XTEMP_");
+        QTest::newRow("control") << QString("a\n\tb") + QChar(0) + ".png" << "a__b_.png";
+    }
+    void relative()
+    {
+        QFETCH(QString, given);
+        QFETCH(QString, kept);
+        QString reason;
+        QCOMPARE(ResultPath::safeRelative(given, &reason), kept);
+        QCOMPARE(reason.isEmpty(), !kept.isEmpty());
+        if (!kept.isEmpty()) {
+            QCOMPARE(ResultPath::safeRelative(kept), kept); // what was made safe stays as it is
+            QVERIFY(ResultPath::isSafeTarget("/root/" + kept));
+        }
+        QVERIFY(!ResultPath::isSafeTarget("/root/../" + given));
+        QVERIFY(!ResultPath::isSafeTarget(ResultPath::safeName(given)));
+    }
+
+    void rowPath_data()
+    {
+        QTest::addColumn<QJsonObject>("row");
+        QTest::addColumn<QString>("path");
+        QTest::newRow("plain") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}} << "/r/12/f.png";
+        QTest::newRow("id as text") << QJsonObject{{"id", "12"}, {"path", "f.png"}} << "/r/12/f.png";
+        QTest::newRow("block") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isBlock", 1}} << "/r/sub/f.png";
+        QTest::newRow("push") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"autoPush", "1"}} << "/r/sub/f.png";
+        QTest::newRow("keyframe") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isKeyframe", true}} << "/r/sub/f.png";
+        QTest::newRow("flag 2") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isBlock", 2}} << "/r/12/f.png";
+        QTest::newRow("climbs, name alone would do") << QJsonObject{{"id", 12}, {"path", "../f.png"}} << "";
+    }
+    void rowPath()
+    {
+        QFETCH(QJsonObject, row);
+        QTEST(ResultPath::rowPath("/r", row), "path");
+    }
+
+    void rule_data()
+    {
+        QTest::addColumn<QString>("rule");
+        QTest::addColumn<QString>("folder");
+        QTest::newRow("none") << "" << "N7_shot_01_a";
+        QTest::newRow("all") << "%project%/%submit%/%order%" << "Film/20260304/N7";
+        QTest::newRow("separators") << "%project%,%order%\\x//y" << "Film/N7/x/y";
+        QTest::newRow("text around") << "p-%project%-%order%" << "p-Film-N7";
+        QTest::newRow("unknown token") << "%shot%/a" << "%shot%/a";
+        QTest::newRow("climbs") << "../%order%" << "";
+        QTest::newRow("nothing left") << "/ , /" << "N7_shot_01_a";
+    }
+    void rule()
+    {
+        QFETCH(QString, rule);
+        QTEST(ResultPath::ruleFolder(rule, order), "folder");
+    }
+
+    void valuesStayOnePiece()
+    {
+        QJsonObject hostile{{"num", "../9"}, {"projectName", "%order%/.."}, {"time", 1772600767000.0}};
+        QCOMPARE(ResultPath::ruleFolder("%project%/x", hostile), "%order%___/x");
+        QCOMPARE(ResultPath::ruleFolder("", hostile), ".._9_");
+        hostile["projectName"] = "..";
+        QCOMPARE(ResultPath::ruleFolder("%project%/x", hostile), "");
+        QVERIFY(ResultPath::submitDay(hostile).startsWith("2026030"));
+        QCOMPARE(ResultPath::ruleFolder("%project%/%submit%", {{"num", 5}, {"name", "n"}}), "5_n");
+    }
+
+    void roots()
+    {
+        Window window;
+        const QString out = testHome() + "/out";
+        QJsonObject obj = order;
+        obj["resultRootPathEnum"] = 0;
+        QCOMPARE(VFunc::rootPath(obj, false), out + "/N7_shot_01_a");
+        QVERIFY(!QFileInfo::exists(out + "/N7_shot_01_a"));
+        obj["resultMiddleRulePath"] = "%order%";
+        QCOMPARE(VFunc::rootPath(obj, true), out + "/N7");
+        QVERIFY(QFileInfo(out + "/N7").isDir());
+
+        obj["resultRootPathEnum"] = 2;
+        obj["clientResultRootPath"] = QString(out).replace('/', '\\') + "\\";
+        QCOMPARE(VFunc::rootPath(obj, true), out + "/N7");
+
+        obj["resultRootPathEnum"] = 1;
+        obj["projectId"] = 3;
+        obj["softwareType"] = 8;
+        VFunc::setProjectOutput([&](int project, const QString &name, int software) {
+            return project == 3 && name == "Film" && software == 8 ? out : QString();
+        });
+        QCOMPARE(VFunc::rootPath(obj, true), out + "/N7");
+        VFunc::setProjectOutput({});
+        QCOMPARE(VFunc::rootPath(obj, true), "");
+        QTRY_COMPARE(window.texts, QStringList("输出路径不存在，请至 项目管理 配置。\r\n\"\""));
+        QCOMPARE(window.kind, 1);
+
+        UserInfo::setResultDir(testHome() + "/gone");
+        obj["resultRootPathEnum"] = 0;
+        QCOMPARE(VFunc::rootPath(obj, true), "");
+        QTRY_COMPARE(window.texts.value(1), "输出路径不存在，请至 通用设置 配置。\r\n\"" + testHome() + "/gone\"");
+        UserInfo::setResultDir(out);
+    }
+
+    void rootKind()
+    {
+        CommonConfig::fromJson({{"mayaResultRootPathEnum", 2}});
+        QCOMPARE(ResultPath::rootKind({{"softwareType", 1}}), ResultPath::Scene);
+        QCOMPARE(ResultPath::rootKind({{"softwareType", 8}}), ResultPath::Personal);
+        QCOMPARE(ResultPath::rootKind({{"softwareType", 1}, {"resultRootPathEnum", 1}}), ResultPath::Project);
+        QCOMPARE(ResultPath::rootKind({{"resultRootPathEnum", 9}}), ResultPath::Personal);
+        CommonConfig::clear();
+    }
+};
+VN_TEST(TestResultPath)
+#include "tst_resultpath.moc"

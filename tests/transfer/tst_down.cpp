@@ -1,0 +1,331 @@
+#include "DownRig.h"
+#include "support/TestMain.h"
+
+class TestDown : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<DownRig> m_rig;
+
+    // One flagged file of the task, its queue running; answers when the row has settled.
+    void fetch(const QJsonObject &row)
+    {
+        m_rig->start();
+        m_rig->queue->resultPush(m_rig->push({row}));
+        m_rig->queue->handPush();
+    }
+    bool settled() const { return m_rig->mission().pri == 0 || m_rig->mission().state == TransSet::DownError; }
+
+private slots:
+    void init()
+    {
+        m_rig.reset(new DownRig);
+        UserInfo::setAllValue("Server", "role", QString());
+        UserInfo::setAllValue("Transfer", "downTh", 10);
+        UserInfo::setUserValue("Set", "AutoSendResult", 1);
+    }
+    void cleanup()
+    {
+        QCOMPARE(m_rig->business.faults + m_rig->files.faults, QStringList());
+        m_rig.reset();
+    }
+
+    void tenFiles()
+    {
+        QJsonArray rows;
+        for (int id = 1; id <= 10; ++id)
+            rows << m_rig->result(id, QString("beauty/%1.png").arg(id, 4, 10, QChar('0')), QByteArray(id * 10000, char('a' + id)));
+        rows[9] = QJsonObject{{"id", 10}, {"path", "x/0010.png"}}; // no flag: below its id
+        int inStore = -1;
+        m_rig->business.answer(10413, [&](const BusinessPeer::Request &) {
+            inStore = m_rig->rows().size();
+            return BusinessPeer::Reply{1041300, {}, false};
+        });
+        m_rig->start();
+        m_rig->queue->resultPush(m_rig->push(rows));
+        QTRY_COMPARE(inStore, 10); // by its own timer; the farm is told only then
+        QCOMPARE(m_rig->business.last(10413)["missionId"].toInt(), DownRig::Task);
+        QTRY_COMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->over, 1);
+        QTRY_COMPARE(m_rig->business.count(10802), 10);
+        QCOMPARE(m_rig->content("beauty/0003.png"), QByteArray(30000, 'd'));
+        QCOMPARE(m_rig->content("10/0010.png").size(), 100000);
+        QCOMPARE(m_rig->onDisk("beauty/0003.png"), QStringList("0003.png"));
+        QCOMPARE(m_rig->files.asks.first()["path"].toString().left(6), QString("/farm/"));
+        QCOMPARE(m_rig->business.count(10805), 0);
+    }
+
+    void goesOn_data()
+    {
+        QTest::addColumn<int>("size");
+        QTest::addColumn<QByteArray>("mark");
+        QTest::addColumn<QList<qint64>>("cuts");
+        QTest::addColumn<QList<qint64>>("starts");
+        QTest::newRow("from the number on") << 5000 << QByteArray("      1000") << QList<qint64>{} << QList<qint64>{1000};
+        QTest::newRow("no number") << 5000 << QByteArray("nonsense") << QList<qint64>{} << QList<qint64>{0};
+        QTest::newRow("all there: no socket") << 5000 << QByteArray("      5000") << QList<qint64>{} << QList<qint64>{};
+        QTest::newRow("no bytes: no socket") << 0 << QByteArray() << QList<qint64>{} << QList<qint64>{};
+        QTest::newRow("cut again and again") << 900000 << QByteArray() << QList<qint64>{200000, 1, 300000} << QList<qint64>{0, 200000, 200001, 500001};
+        QTest::newRow("ends before the first byte") << 5000 << QByteArray() << QList<qint64>{0, 0} << QList<qint64>{0, 0, 0};
+    }
+    void goesOn()
+    {
+        QFETCH(int, size);
+        QFETCH(QByteArray, mark);
+        QFETCH(QList<qint64>, cuts);
+        QByteArray content(size, 'n');
+        const QJsonObject row = m_rig->result(1, "f.png", content);
+        if (!mark.isEmpty()) {
+            m_rig->write("f.png.xtemp", content);
+            m_rig->write("f.png.vd", mark);
+        }
+        m_rig->files.cuts = cuts;
+        fetch(row);
+        QTRY_COMPARE(m_rig->mission().pri, 0);
+        QTEST(m_rig->files.starts(), "starts");
+        QCOMPARE(m_rig->content("f.png"), content);
+        QCOMPARE(m_rig->onDisk("f.png"), QStringList("f.png"));
+        QTRY_COMPARE(m_rig->business.count(10802), 1);
+    }
+
+    void fails_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::newRow("wrong hash") << 10018;
+        QTest::newRow("refused by the farm") << 7010007;
+        QTest::newRow("half a head") << 10011;
+        QTest::newRow("too many bytes") << 10013;
+        QTest::newRow("not writable") << 10014;
+        QTest::newRow("no balance") << 1080009;
+        QTest::newRow("no size") << 10015;
+        QTest::newRow("no row at the server") << 1080002;
+        QTest::newRow("nobody listens") << 100000;
+    }
+    void fails()
+    {
+        QFETCH(int, error);
+        QJsonObject row = m_rig->result(1, "d/f.png", QByteArray(5000, 'x'), error == 10018 ? "0123" : "right");
+        QJsonObject &answer = m_rig->answers[1];
+        if (error == 10011)
+            m_rig->files.headBytes = 31;
+        else if (error == 10013)
+            m_rig->files.extra = "y";
+        else if (error == 10014)
+            m_rig->write("d", "a file where the folder should be");
+        else if (error == 10015)
+            answer.remove("size");
+        else if (error == 1080009)
+            answer["val"] = error;
+        else if (error == 1080002)
+            answer = {};
+        else if (error == 100000)
+            answer["portWan"] = 1;
+        else if (error == 7010007)
+            m_rig->files.code = error;
+        fetch(row);
+        QTRY_VERIFY(settled());
+        QCOMPARE(m_rig->rows().value(0).state, int(TransSet::DownGaveUp));
+        QCOMPARE(m_rig->rows().value(0).error, error);
+        QCOMPARE(m_rig->count(3, error), 4); // the first try and three more
+        QCOMPARE(m_rig->count(31, error), 1);
+        QVERIFY(m_rig->onDisk("d/f.png").isEmpty());
+        QCOMPARE(m_rig->files.starts(), QList<qint64>{}.mid(0) + (error == 10018 || error == 10011 || error == 10013 || error == 7010007
+                                            ? QList<qint64>{0, 0, 0, 0} : QList<qint64>{}));
+        QTRY_COMPARE(m_rig->window.tips.size(), error == 1080009 ? 4 : 0);
+        QCOMPARE(m_rig->business.count(10802), 0);
+    }
+
+    void neverOutside()
+    {
+        m_rig->result(1, "x.png", "data");
+        m_rig->answers[1]["path"] = "x.png";
+        fetch(QJsonObject{{"id", 1}, {"path", "../../x.png"}, {"isBlock", 1}});
+        QTRY_VERIFY(settled());
+        QCOMPARE(m_rig->rows().value(0).error, 10023);
+        m_rig->queue->reDown(m_rig->mission().pri);
+        QTRY_COMPARE(m_rig->count(3, 10023), 4);
+        QTRY_VERIFY(settled());
+        QVERIFY(m_rig->files.asks.isEmpty());
+        QCOMPARE(QDir(m_rig->folder.path()).entryList({"x.png*"}), QStringList());
+        QVERIFY(!QFile::exists(m_rig->folder.filePath("out/x.png")));
+    }
+
+    void threeFailuresStop()
+    {
+        UserInfo::setAllValue("Transfer", "downTh", 1);
+        QJsonArray rows;
+        for (int id = 1; id <= 10; ++id)
+            rows << m_rig->result(id, QString("%1.png").arg(id), "data");
+        for (int id = 1; id <= 3; ++id)
+            m_rig->answers[id] = {};
+        m_rig->start();
+        m_rig->queue->resultPush(m_rig->push(rows));
+        m_rig->queue->handPush();
+        QTRY_COMPARE_WITH_TIMEOUT(m_rig->mission().state, int(TransSet::DownError), 10000);
+        QCOMPARE(m_rig->rows().size(), 10);
+        QVERIFY(m_rig->files.asks.isEmpty());
+        m_rig->result(1, "1.png", "data"), m_rig->result(2, "2.png", "data"), m_rig->result(3, "3.png", "data");
+        m_rig->queue->reDown(m_rig->mission().pri);
+        QTRY_COMPARE_WITH_TIMEOUT(m_rig->mission().pri, 0, 10000);
+        QCOMPARE(m_rig->content("10.png"), QByteArray("data"));
+    }
+
+    void pushedAgainWhileRunning()
+    {
+        m_rig->files.hold = true;
+        const QJsonObject row = m_rig->result(1, "f.png", QByteArray(5000, 'x'));
+        fetch(row);
+        QTRY_COMPARE(m_rig->files.asks.size(), 1);
+        const qlonglong pri = m_rig->mission().pri;
+        m_rig->queue->resultPush(m_rig->push({row, m_rig->result(2, "g.png", "data")}));
+        m_rig->queue->handPush();
+        QCOMPARE(m_rig->rows().size(), 2);
+        QCOMPARE(m_rig->mission().pri, pri);
+        QCOMPARE(m_rig->rows().value(0).state, int(TransSet::DownRun));
+        m_rig->files.hold = false;
+        QTRY_COMPARE(m_rig->content("g.png"), QByteArray("data"));
+        QTRY_COMPARE(m_rig->rows().size(), 1);
+        QCOMPARE(m_rig->queue->running(), 1);
+        // Another task's file with the same target waits until this one is through.
+        QJsonObject other = m_rig->push({m_rig->result(3, "f.png", "other")});
+        other["resultMiddleRulePath"] = "N7_shot";
+        other["num"] = "N8";
+        m_rig->queue->resultPush(other);
+        m_rig->queue->handPush();
+        QTRY_COMPARE(DownloadDAO::instance()->missionByOrder("N8").state, int(TransSet::DownRun));
+        for (int tick = 0; tick < 5; ++tick)
+            m_rig->queue->scan();
+        QCOMPARE(m_rig->queue->running(), 1);
+        QCOMPARE(m_rig->files.asks.size(), 2);
+    }
+
+    void pauseGoOnDelete()
+    {
+        m_rig->files.hold = true;
+        fetch(m_rig->result(1, "f.png", QByteArray(400000, 'x')));
+        const qlonglong pri = m_rig->mission().pri;
+        QTRY_COMPARE(m_rig->files.asks.size(), 1);
+        QSignalSpy speeds(DownloadDAO::instance(), &DownloadDAO::fileSpeedChanged);
+        QTRY_VERIFY(speeds.size() > 0 && speeds.last().at(1).toLongLong() == 200000);
+        m_rig->queue->pauseDown(pri);
+        QCOMPARE(m_rig->mission().state, int(TransSet::DownPause));
+        QCOMPARE(m_rig->rows().value(0).state, int(TransSet::DownPause));
+        QCOMPARE(m_rig->queue->running(), 0);
+        // A push doesn't wake what the user paused.
+        m_rig->queue->resultPush(m_rig->push({m_rig->result(2, "g.png", "data")}));
+        m_rig->queue->handPush();
+        QCOMPARE(m_rig->mission().state, int(TransSet::DownPause));
+        QTRY_COMPARE(m_rig->business.count(10413), 2);
+        QTRY_COMPARE(m_rig->onDisk("f.png"), (QStringList{"f.png.vd", "f.png.xtemp"}));
+        QTRY_COMPARE(m_rig->content("f.png.vd"), QByteArray("    200000"));
+        m_rig->queue->reDown(pri);
+        QTRY_COMPARE(m_rig->files.starts().value(1), 200000);
+        QTRY_COMPARE(m_rig->rows().size(), 1); // g.png came
+        m_rig->queue->delDown(pri);
+        QCOMPARE(m_rig->mission().pri, 0);
+        QTRY_COMPARE(m_rig->onDisk("f.png"), QStringList());
+    }
+
+    void whoStopsThePush_data()
+    {
+        QTest::addColumn<QString>("role");
+        QTest::addColumn<int>("autoSend");
+        QTest::addColumn<bool>("taken");
+        QTest::newRow("alone") << "" << 1 << true;
+        QTest::newRow("master") << "master" << 1 << true;
+        QTest::newRow("slave") << "slave" << 1 << false;
+        QTest::newRow("switched off") << "" << 0 << false;
+    }
+    void whoStopsThePush()
+    {
+        QFETCH(QString, role);
+        QFETCH(int, autoSend);
+        QFETCH(bool, taken);
+        UserInfo::setAllValue("Server", "role", role);
+        UserInfo::setUserValue("Set", "AutoSendResult", autoSend);
+        UserInfo::clearCache();
+        UserInfo::initUser(QJsonObject{{"userId", 7}});
+        m_rig->business.answer(10805, 1080500, m_rig->list({m_rig->result(1, "f.png", "data")}));
+        m_rig->start();
+        m_rig->queue->resultPush({{"prefixPath", "4711_shot/"}});
+        m_rig->queue->handPush();
+        if (taken) {
+            QTRY_COMPARE(m_rig->content("f.png"), QByteArray("data"));
+            QCOMPARE(m_rig->business.last(10805)["missionId"].toInt(), DownRig::Task);
+            QTRY_COMPARE(m_rig->business.count(10413), 1);
+        } else {
+            m_rig->queue->missionResult(1, false, false); // something that does ask, as the mark
+            QTRY_COMPARE(m_rig->business.count(10805), 1);
+            QCOMPARE(m_rig->business.last(10805)["missionId"].toInt(), 1);
+        }
+    }
+
+    void userAsks()
+    {
+        QJsonArray rows;
+        m_rig->business.answer(10805, [&](const BusinessPeer::Request &) {
+            return rows.isEmpty() ? BusinessPeer::Reply{1080500, m_rig->list({}), false} : BusinessPeer::Reply{1080500, m_rig->list(rows), false};
+        });
+        m_rig->start();
+        m_rig->queue->missionResult(DownRig::Task, false, false);
+        QTRY_COMPARE(m_rig->window.infos, QStringList("暂无结果文件"));
+        for (int id = 1; id <= 9; ++id)
+            rows << m_rig->result(id, QString("%1.png").arg(id), "new");
+        for (int id : {1, 2, 3, 7, 9})
+            m_rig->write(QString("%1.png").arg(id), "old");
+        m_rig->queue->missionResult(DownRig::Task, false, false);
+        QTRY_COMPARE(m_rig->window.covers, QStringList("以下帧缺失，请重新下载：\r\n4-6,8"));
+        QCOMPARE(m_rig->window.infos.last(), m_rig->window.covers.last());
+        QCOMPARE(m_rig->mission().pri, 0);
+        m_rig->queue->coverResult(DownRig::Task, 2);
+        m_rig->queue->coverResult(DownRig::Task, 0); // cancelled: nothing waits any more
+        QCOMPARE(m_rig->mission().pri, 0);
+        m_rig->queue->missionResult(DownRig::Task, false, false);
+        QTRY_COMPARE(m_rig->window.covers.size(), 2);
+        m_rig->queue->coverResult(DownRig::Task, 1);
+        QCOMPARE(m_rig->mission().sum, 4);
+        QTRY_COMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->content("3.png"), QByteArray("old"));
+        QCOMPARE(m_rig->content("4.png"), QByteArray("new"));
+        m_rig->queue->missionResult(DownRig::Task, false, false);
+        QTRY_COMPARE(m_rig->window.infos.last(), QString("文件已全部下载完成"));
+        QFile::remove(m_rig->path("5.png"));
+        m_rig->queue->missionResult(DownRig::Task, true, false); // nobody to ask: what is missing comes
+        QTRY_COMPARE(m_rig->content("5.png"), QByteArray("new"));
+        QCOMPARE(m_rig->window.covers.size(), 2);
+        m_rig->business.answer(10805, 1080503);
+        m_rig->queue->missionResult(DownRig::Task, false, false);
+        QTRY_VERIFY(m_rig->window.infos.last().contains("1080503"));
+    }
+
+    void projectFolder()
+    {
+        QDir(m_rig->folder.path()).mkpath("project");
+        m_rig->business.answer(10502, 1050200, {{"projects", QJsonArray{QJsonObject{{"id", 5}, {"name", "Film"}}}}});
+        m_rig->business.answer(10506, 1050600, {{"extraConfig", QJsonObject{{"outputPath", m_rig->folder.filePath("project")}}}});
+        QJsonObject push = m_rig->push({m_rig->result(1, "f.png", "data")});
+        push["resultRootPathEnum"] = 1;
+        push["projectName"] = "Film";
+        push["softwareType"] = 8;
+        m_rig->start();
+        for (int round = 1; round <= 2; ++round) {
+            m_rig->queue->resultPush(push);
+            m_rig->queue->handPush();
+            QTRY_VERIFY(QFile::exists(m_rig->folder.filePath("project/N7_shot/f.png")) && m_rig->over == round);
+        }
+        QCOMPARE(m_rig->business.requests(10506).value(0).body, (QJsonObject{{"projectId", 5}, {"software_type", 8}}));
+        QCOMPARE(m_rig->business.count(10506), 1);
+    }
+
+    void noFolder()
+    {
+        UserInfo::setResultDir(m_rig->folder.filePath("gone"));
+        fetch(m_rig->result(1, "f.png", "data"));
+        m_rig->queue->resultPush(m_rig->push({m_rig->result(2, "g.png", "data")}));
+        m_rig->queue->handPush();
+        QTRY_COMPARE(m_rig->window.roots.size(), 1); // told once for all pushes
+        QCOMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->business.count(10413), 0);
+    }
+};
+VN_TEST(TestDown)
+#include "tst_down.moc"

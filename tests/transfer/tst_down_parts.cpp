@@ -1,0 +1,293 @@
+#include "support/TestMain.h"
+#include "transfer/TransSet.h"
+#include "transfer/down/MissionBuilder.h"
+#include "transfer/down/PartialFile.h"
+#include "transfer/down/ProjectOutput.h"
+#include "transfer/down/ResultAsks.h"
+#include <QCryptographicHash>
+#include <QDir>
+#include <QJsonArray>
+#ifdef Q_OS_LINUX
+#include <csignal>
+#include <sys/resource.h>
+#endif
+
+namespace {
+const std::atomic_bool go{false};
+
+QByteArray bytes(int count)
+{
+    QByteArray data(count, Qt::Uninitialized);
+    for (int i = 0; i < count; ++i)
+        data[i] = char((i * 31 + i / 251) & 0xff);
+    return data;
+}
+QString md5(const QByteArray &data) { return QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex(); }
+void put(const QString &path, const QByteArray &data)
+{
+    QFile file(path);
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(data);
+}
+QByteArray get(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
+}
+}
+
+class TestDownParts : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<QTemporaryDir> m_dir;
+    QString m_target;
+private slots:
+    void init()
+    {
+        m_dir.reset(new QTemporaryDir);
+        m_target = m_dir->filePath("sub/f.png");
+        QDir(m_dir->path()).mkpath("sub");
+    }
+
+    void whereToGoOn_data()
+    {
+        QTest::addColumn<int>("there"); // bytes of .xtemp, -1: none
+        QTest::addColumn<QByteArray>("mark");
+        QTest::addColumn<int>("position");
+        QTest::newRow("fresh") << -1 << QByteArray() << 0;
+        QTest::newRow("padded") << 5000 << QByteArray("      1000") << 1000;
+        QTest::newRow("bare") << 5000 << QByteArray("1000") << 1000;
+        QTest::newRow("complete") << 5000 << QByteArray("      5000") << 5000;
+        QTest::newRow("garbage") << 5000 << QByteArray("12a\0\xff", 5) << 0;
+        QTest::newRow("empty") << 5000 << QByteArray() << 0;
+        QTest::newRow("negative") << 5000 << QByteArray("       -10") << 0;
+        QTest::newRow("beyond the size") << 5000 << QByteArray("      5001") << 0;
+        QTest::newRow("too big a number") << 5000 << QByteArray("99999999999999999999") << 0;
+        QTest::newRow("a file of something else") << 5000 << QByteArray(100000, '1') << 0;
+        QTest::newRow("number without data") << -1 << QByteArray("      5000") << 0;
+        QTest::newRow("data shorter than the number") << 800 << QByteArray("      1000") << 0;
+        QTest::newRow("a file that grows") << 800 << QByteArray("       500") << 500;
+        QTest::newRow("another version, bigger") << 6000 << QByteArray("      1000") << 0;
+    }
+    void whereToGoOn()
+    {
+        QFETCH(int, there);
+        QFETCH(QByteArray, mark);
+        QFETCH(int, position);
+        const QByteArray whole = bytes(5000);
+        if (there >= 0)
+            put(m_target + ".xtemp", QByteArray(there, 'x').replace(0, position, whole.left(position)));
+        if (!mark.isEmpty())
+            put(m_target + ".vd", mark);
+        PartialFile partial(m_target);
+        QCOMPARE(partial.open(5000), 0);
+        QCOMPARE(int(partial.position()), position);
+        QCOMPARE(get(m_target + ".vd").trimmed().toInt(), position); // what doesn't hold doesn't stay either
+        QCOMPARE(partial.write(whole.constData() + position, 5000 - position), 0);
+        QCOMPARE(partial.finish(md5(whole).toUpper(), go), 0);
+        QCOMPARE(get(m_target), whole);
+        QCOMPARE(QDir(m_dir->filePath("sub")).entryList(QDir::Files), QStringList("f.png"));
+    }
+
+    void markFollowsTheDisk()
+    {
+        {
+            PartialFile partial(m_target);
+            QCOMPARE(partial.open(5000), 0);
+            QCOMPARE(QFileInfo(m_target + ".xtemp").size(), 5000);
+            QCOMPARE(partial.write(bytes(3000).constData(), 3000), 0);
+            QCOMPARE(partial.mark(), 0); // nothing synced within the first second
+            QCOMPARE(partial.keepNow(), 0);
+            QCOMPARE(get(m_target + ".vd"), QByteArray("      3000"));
+            QCOMPARE(partial.write("abc", 3), 0);
+            QCOMPARE(get(m_target + ".vd"), QByteArray("      3000"));
+        }
+        QCOMPARE(get(m_target + ".vd"), QByteArray("      3003")); // a worker that is dropped loses nothing
+        PartialFile again(m_target);
+        QCOMPARE(again.open(5000), 0);
+        QCOMPARE(again.position(), 3003);
+        QTRY_VERIFY_WITH_TIMEOUT((again.position() < 5000 ? again.write("x", 1) : again.keep()) == 0 && again.mark() > 3003, 5000);
+        QVERIFY(again.mark() <= again.position());
+        again.discard();
+        QVERIFY(QDir(m_dir->filePath("sub")).isEmpty());
+    }
+
+    void ends()
+    {
+        const QByteArray data = bytes(100);
+        const auto fill = [&](PartialFile &partial) { return partial.open(100) == 0 && partial.write(data.constData(), 100) == 0; };
+        put(m_target, "old");
+        PartialFile wrong(m_target);
+        QVERIFY(fill(wrong));
+        QCOMPARE(wrong.finish(md5("other"), go), int(TransSet::BadHash));
+        QCOMPARE(QDir(m_dir->filePath("sub")).entryList(QDir::Files), QStringList("f.png"));
+        QCOMPARE(get(m_target), QByteArray("old"));
+        PartialFile stopped(m_target);
+        QVERIFY(fill(stopped));
+        const std::atomic_bool stop{true};
+        QCOMPARE(stopped.finish(md5(data), stop), int(PartialFile::Stopped));
+        QCOMPARE(stopped.finish({}, go), 0); // no hash told: nothing to compare
+        QCOMPARE(get(m_target), data);
+        PartialFile empty(m_target);
+        QCOMPARE(empty.open(0), 0);
+        QCOMPARE(empty.finish(md5({}), go), 0);
+        QCOMPARE(get(m_target), QByteArray());
+        QDir(m_dir->path()).mkpath("sub/dir.png");
+        PartialFile blocked(m_dir->filePath("sub/dir.png"));
+        QVERIFY(fill(blocked));
+        QCOMPARE(blocked.finish({}, go), int(TransSet::EndFailed));
+    }
+
+    void disk()
+    {
+        put(m_dir->filePath("file"), "x");
+        QCOMPARE(PartialFile(m_dir->filePath("file/f.png")).open(10), int(TransSet::NotWritable));
+        QCOMPARE(PartialFile(m_target).open(qint64(1) << 60), int(TransSet::DiskFull));
+        QDir(m_dir->path()).mkpath("sub/f.png.vd");
+        QCOMPARE(PartialFile(m_target).open(10), int(TransSet::OpenFailed));
+#ifdef Q_OS_LINUX
+        // A limit on the size of files stands for a disk that gives no more.
+        PartialFile partial(m_dir->filePath("sub/full.png"));
+        QCOMPARE(partial.open(5000), 0);
+        signal(SIGXFSZ, SIG_IGN);
+        rlimit before;
+        getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit little{1000, before.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &little);
+        const int result = partial.write(bytes(2000).constData(), 2000);
+        setrlimit(RLIMIT_FSIZE, &before);
+        QCOMPARE(result, int(TransSet::AccessFailed));
+        QCOMPARE(partial.position(), 1000);
+#endif
+    }
+
+    void hashBehindTheData_data()
+    {
+        QTest::addColumn<int>("from");
+        QTest::newRow("from the start") << 0;
+        QTest::newRow("gone on") << 9000001;
+    }
+    void hashBehindTheData()
+    {
+        QFETCH(int, from);
+        const QByteArray data = bytes(20000003);
+        put(m_target + ".xtemp", data.left(from) + QByteArray(data.size() - from, 'x'));
+        put(m_target + ".vd", QByteArray::number(from));
+        PartialFile partial(m_target);
+        QCOMPARE(partial.open(data.size()), 0);
+        partial.trail(go);
+        for (int at = from; at < data.size(); at += 777777)
+            QCOMPARE(partial.write(data.constData() + at, qMin(777777, data.size() - at)), 0);
+        QCOMPARE(partial.finish(md5(data), go), 0);
+    }
+
+    void missing_data()
+    {
+        QTest::addColumn<QList<int>>("present");
+        QTest::addColumn<QString>("gaps");
+        QTest::newRow("none") << QList<int>{} << "";
+        QTest::newRow("one") << QList<int>{5} << "";
+        QTest::newRow("whole") << QList<int>{3, 1, 2, 2} << "";
+        QTest::newRow("gaps") << QList<int>{9, 1, 2, 3, 7} << "4-6,8";
+        QTest::newRow("below zero") << QList<int>{-3, 1} << "-2-0";
+        QTest::newRow("widest") << QList<int>{INT_MIN, INT_MAX} << "-2147483647-2147483646";
+    }
+    void missing()
+    {
+        QFETCH(QList<int>, present);
+        QTEST(MissionBuilder::missingFrames(present), "gaps");
+    }
+
+    void pushed_data()
+    {
+        QTest::addColumn<QString>("prefix");
+        QTest::addColumn<int>("mid");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("usual") << "12_my_shot/" << 12 << "my_shot";
+        QTest::newRow("no slash") << "12_shot" << 12 << "shot";
+        QTest::newRow("no name") << "12_/" << 12 << "";
+        for (const char *bad : {"", "/", "_x/", "12/", "a_b/", "-3_b/", "99999999999_b/"})
+            QTest::newRow(bad) << QString(bad) << 0 << "";
+    }
+    void pushed()
+    {
+        QFETCH(QString, prefix);
+        const MissionBuilder::Pushed pushed = MissionBuilder::prefix(prefix);
+        QTEST(pushed.mid, "mid");
+        QTEST(pushed.name, "name");
+    }
+
+    void missions()
+    {
+        const QString root = m_dir->path();
+        put(root + "/k.png", "x");
+        const QJsonObject obj{{"num", "N"}, {"mid", 4}, {"missionName", "m"}, {"farmId", 9}, {"isBlock", 1}, {"rows", QJsonArray{
+            QJsonObject{{"id", 1}, {"path", "a.png"}, {"frame", 1}},
+            QJsonObject{{"id", 2}, {"path", "k.png"}, {"isKeyframe", 1}},
+            QJsonObject{{"id", 3}, {"path", "a.png"}, {"frame", 1}}, // rendered again
+            QJsonObject{{"id", 4}, {"path", "../../b.png"}},
+            QJsonObject{{"id", 5}, {"path", "sub/c.png"}, {"isBlock", 0}, {"farmId", 2}},
+            QJsonObject{{"path", "noid.png"}}, 17}}};
+        const QList<ResultRow> rows = MissionBuilder::rows(obj, root);
+        const QList<MissionPlan> plans = MissionBuilder::plans(obj, rows, false);
+        QCOMPARE(plans.size(), 2);
+        QCOMPARE(plans[0].name, QString("m"));
+        QVERIFY(plans[1].name != plans[0].name);
+        QStringList told;
+        for (const db_downfile &file : plans[0].files + plans[1].files)
+            told << QStringLiteral("%1 %2 %3 %4 %5").arg(file.id).arg(file.state).arg(file.error).arg(file.farmid)
+                        .arg(QString(file.lpath).replace(root, "R"));
+        QCOMPARE(told, (QStringList{"3 0 0 9 R/a.png", "4 31 10023 9 .._.._b.png", "5 0 0 2 R/5/c.png", "2 0 0 9 R/k.png"}));
+        QCOMPARE(MissionBuilder::plans(obj, rows, true).size(), 1); // the keyframe is on disk
+    }
+
+    void pushBeforeList()
+    {
+        const QJsonObject list{{"num", "N"}, {"rows", QJsonArray{1, 2}}, {"projectName", "p"}, {"resultRootPathEnum", 0}};
+        const QJsonObject push{{"num", ""}, {"rows", QJsonArray{3}}, {"mid", 4}, {"vip", QJsonValue::Null}};
+        QVERIFY(!MissionBuilder::isComplete(push));
+        const QJsonObject whole = MissionBuilder::merged(push, list);
+        QVERIFY(MissionBuilder::isComplete(whole));
+        QCOMPARE(whole["rows"].toArray(), QJsonArray{3});
+        QCOMPARE(whole["num"].toString(), QString("N"));
+        QCOMPARE(MissionBuilder::merged({{"rows", QJsonArray()}}, list), list);
+    }
+
+    void askedAgain()
+    {
+        ResultAsks asks;
+        asks.addUser(1, false, false, 0);
+        asks.addPush(2, {{"a", 1}}, 0);
+        asks.addPush(2, {{"a", 1}}, 5);
+        QCOMPARE(asks.due(0), (QList<int>{1, 2}));
+        QCOMPARE(asks.due(9999), QList<int>());
+        QCOMPARE(asks.due(10000), (QList<int>{1, 2}));
+        QCOMPARE(asks.due(20000), (QList<int>{1, 2}));
+        QCOMPARE(asks.expired(29999), QList<int>());
+        QCOMPARE(asks.expired(30000), QList<int>{1}); // told once
+        QVERIFY(!asks.waits(1));
+        qint64 now = 30000;
+        for (int i = 0; i < 20; ++i, now += ResultAsks::SlowestMs)
+            QCOMPARE(asks.due(now), QList<int>{2}); // a push is never forgotten
+        QCOMPARE(asks.take(2).pushes.size(), 1);
+        asks.addUser(3, true, true, now);
+        asks.addUser(3, false, false, now);
+        QVERIFY(!asks.take(3).autoRes);
+        QVERIFY(asks.isEmpty());
+    }
+
+    void projectOutput()
+    {
+        const QJsonObject extra{{"outputPath", "E:/x"}};
+        QCOMPARE(ProjectOutput::pathIn({{"extraConfig", extra}, {"outputPath", "D:/y"}}), "E:/x");
+        QCOMPARE(ProjectOutput::pathIn({{"extraConfig", "{\"outputPath\":\"E:/x\"}"}}), "E:/x");
+        QCOMPARE(ProjectOutput::pathIn({{"projectSoftwareConfig", QJsonObject{{"extraConfig", extra}}}}), "E:/x");
+        QCOMPARE(ProjectOutput::pathIn({{"outputPath", "D:/y"}}), "D:/y");
+        QCOMPARE(ProjectOutput::pathIn({}), "");
+        const QJsonArray projects{QJsonObject{{"id", 3}, {"name", "a"}}, QJsonObject{{"id", "4"}, {"name", "b"}}};
+        QCOMPARE(ProjectOutput::projectIn({{"projects", projects}}, "b"), 4);
+        QCOMPARE(ProjectOutput::projectIn({{"projects", projects}}, "c"), 0);
+    }
+};
+VN_TEST(TestDownParts)
+#include "tst_down_parts.moc"
