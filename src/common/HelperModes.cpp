@@ -44,12 +44,17 @@ bool holdsFile(const QString &folder, const QString &name)
     return !QDir(folder).entryList({name}, QDir::Files).isEmpty(); // without regard to case
 }
 
-// Folder of the software that a target lies in: what stands before marker, or before the file itself.
-bool belowSoftware(const QString &target, const QString &marker, const QString &program)
+// Whether the software's program lies in what stands before marker in the target (before the file itself without one),
+// or up to levels folders above that.
+bool belowSoftware(const QString &target, const QString &marker, const QString &program, int levels = 0)
 {
     const QString folder = trueFolder(QFileInfo(target).path()) + QLatin1Char('/');
-    const int at = marker.isEmpty() ? folder.size() - 1 : folder.indexOf(marker, 0, Qt::CaseInsensitive);
-    return at > 0 && holdsFile(folder.left(at), program);
+    int at = marker.isEmpty() ? folder.size() - 1 : folder.indexOf(marker, 0, Qt::CaseInsensitive);
+    for (; at > 0 && levels >= 0; --levels, at = folder.lastIndexOf(QLatin1Char('/'), at - 1)) {
+        if (holdsFile(folder.left(at), program))
+            return true;
+    }
+    return false;
 }
 
 bool targetAllowed(const QString &soft, const QString &target)
@@ -68,7 +73,8 @@ bool targetAllowed(const QString &soft, const QString &target)
                belowSoftware(target, QStringLiteral("/scripts/Startup/"), program);
     }
     // The tree of an own plug-in folder inside the editor's program folder.
-    return soft == QLatin1String("unity") && belowSoftware(target, QStringLiteral("/Vandrel/"), QStringLiteral("Unity.exe"));
+    return soft == QLatin1String("unity") &&
+           belowSoftware(target, QStringLiteral("/Vandrel/"), QStringLiteral("Unity.exe"), 3);
 }
 
 bool removalAllowed(const QString &tree)

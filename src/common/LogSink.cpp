@@ -2,7 +2,6 @@
 #include "common/UserInfo.h"
 #include <cstdio>
 #include <mutex>
-#include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -26,19 +25,25 @@ Sink &sink()
 void openFor(QFile &file, const QString &day)
 {
     const QString folder = UserInfo::allUserDir();
-    if (folder.isEmpty() || (file.isOpen() && file.fileName().contains(day)))
+    const QString name = QStringLiteral("%1/log-%2.txt").arg(folder, day);
+    if (folder.isEmpty() || (file.isOpen() && file.fileName() == name))
         return;
     file.close();
-    file.setFileName(QStringLiteral("%1/log-%2.txt").arg(folder, day));
+    file.setFileName(name);
     file.open(QIODevice::WriteOnly | QIODevice::Append);
 }
 
 void handler(QtMsgType type, const QMessageLogContext &, const QString &text)
 {
+    LogSink::write(type, text, QDateTime::currentDateTime());
+}
+} // namespace
+
+void LogSink::write(int msgType, const QString &text, const QDateTime &now)
+{
     // A message that arises while one is written goes to the console only: the sink's mutex isn't recursive.
     thread_local bool writing = false;
-    const QDateTime now = QDateTime::currentDateTime();
-    const QByteArray line = LogSink::format(type, text, now.toString(QStringLiteral("HH:mm:ss.zzz")));
+    const QByteArray line = format(msgType, text, now.toString(QStringLiteral("HH:mm:ss.zzz")));
     const QString plain = QString::fromUtf8(line);
     std::fprintf(stderr, "%s\n", plain.trimmed().toLocal8Bit().constData());
     std::fflush(stderr);
@@ -58,7 +63,6 @@ void handler(QtMsgType type, const QMessageLogContext &, const QString &text)
     }
     writing = false;
 }
-} // namespace
 
 QByteArray LogSink::format(int msgType, const QString &text, const QString &time)
 {

@@ -272,7 +272,8 @@ static int playChild(const std::string &role, const std::string &word)
     };
     const auto longJob = [] { std::this_thread::sleep_for(std::chrono::seconds(60)); };
     if (role == "--until") {
-        for (int i = 0; i < 500 && !fs::exists(fs::u8path(word)); ++i)
+        const fs::path mark = fs::u8path(word);
+        for (int i = 0; i < 500 && fs::exists(mark.parent_path()) && !fs::exists(mark); ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
     } else if (role == "--wait") {
         say("ready");

@@ -1,0 +1,257 @@
+#include "common/Debounce.h"
+#include "common/LogSink.h"
+#include "common/Seam.h"
+#include "common/ThreadPool.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "support/TestMain.h"
+#include <QSemaphore>
+#include <thread>
+
+namespace {
+QByteArray contentOf(const QString &path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("absent");
+}
+
+QThread *threadOf(QObject *worker)
+{
+    QThread *seen = nullptr;
+    QMetaObject::invokeMethod(worker, [&seen] { seen = QThread::currentThread(); }, Qt::BlockingQueuedConnection);
+    return seen;
+}
+
+void endWorker(QObject *worker)
+{
+    QSemaphore gone;
+    QObject::connect(worker, &QObject::destroyed, [&gone] { gone.release(); });
+    worker->deleteLater();
+    gone.acquire();
+}
+
+struct Calls {
+    QThread *ran = nullptr;
+    int count = 0;
+};
+} // namespace
+
+class TestTools : public QObject
+{
+    Q_OBJECT
+private slots:
+    void logLine_data();
+    void logLine();
+    void logFileFollowsTheDay();
+    void sevenLogsAreKept();
+    void linesOfManyThreadsStayWhole();
+    void poolReusesThreads();
+    void poolStopsWithItsWorkers();
+    void debounceEmitsOnce();
+    void throttleIsTold();
+    void seamPostsToItsThread();
+    void removeDirRefusesHome();
+    void sceneNames_data();
+    void sceneNames();
+    void linksAreFollowed();
+    void reportHasItsKeys();
+};
+
+void TestTools::logLine_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QByteArray>("line");
+    QTest::newRow("debug") << int(QtDebugMsg) << "x 渲" << QByteArray("[t]x 渲\r\n");
+    QTest::newRow("warning") << int(QtWarningMsg) << "x" << QByteArray("Warning:[t]x\r\n");
+    QTest::newRow("critical") << int(QtCriticalMsg) << "x" << QByteArray("Critical:[t]x\r\n");
+    QTest::newRow("fatal") << int(QtFatalMsg) << "" << QByteArray("Fatal:[t]\r\n");
+    QTest::newRow("longest") << int(QtDebugMsg) << QString(20000, 'a') << "[t]" + QByteArray(20000, 'a') + "\r\n";
+    QTest::newRow("too long") << int(QtDebugMsg) << QString(20001, 'a') << "[t]" + QByteArray(200, 'a') + "......\r\n";
+    QTest::newRow("too long, three bytes each") << int(QtDebugMsg) << QString(6667, QChar(0x6E32)) << "[t]" + QByteArray("渲").repeated(66) + "......\r\n";
+}
+
+void TestTools::logLine()
+{
+    QFETCH(int, type);
+    QFETCH(QString, text);
+    QTEST(LogSink::format(type, text, "t"), "line");
+}
+
+void TestTools::logFileFollowsTheDay()
+{
+    UserInfo::init({"client"});
+    const QDateTime late(QDate(2031, 1, 31), QTime(23, 59, 59, 999));
+    LogSink::setView([](const QString &line) { LogSink::write(QtDebugMsg, "of the view:" + line, QDateTime::currentDateTime()); });
+    LogSink::write(QtWarningMsg, "old day", late);
+    LogSink::write(QtDebugMsg, "new day", late.addMSecs(1));
+    LogSink::uninstall();
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20310131.txt"), QByteArray("Warning:[23:59:59.999]old day\r\n"));
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20310201.txt"), QByteArray("[00:00:00.000]new day\r\n"));
+}
+
+void TestTools::sevenLogsAreKept()
+{
+    QDir folder(UserInfo::allUserDir());
+    for (const QString &name : folder.entryList({"log-*"}))
+        folder.remove(name);
+    for (int day = 10; day < 20; ++day)
+        VFunc::writeWhole(folder.filePath(QString("log-203002%1.txt").arg(day)), "x");
+    LogSink::purge();
+    const QStringList kept = folder.entryList({"log-*"}, QDir::Files, QDir::Name);
+    QCOMPARE(kept.size(), 7);
+    QCOMPARE(kept.first(), QString("log-20300213.txt"));
+    QVERIFY(folder.exists("config.ini"));
+}
+
+void TestTools::linesOfManyThreadsStayWhole()
+{
+    const QDateTime time(QDate(2032, 1, 1), QTime(1, 2, 3));
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; ++i)
+        writers.emplace_back([&time] {
+            for (int n = 0; n < 25; ++n)
+                LogSink::write(QtDebugMsg, QString(500, 'a'), time);
+        });
+    for (std::thread &writer : writers)
+        writer.join();
+    LogSink::uninstall();
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"), ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
+}
+
+void TestTools::poolReusesThreads()
+{
+    ThreadPool pool;
+    QObject *first = new QObject, *second = new QObject;
+    pool.addWork(first);
+    pool.addWork(second);
+    QThread *firstThread = threadOf(first);
+    QVERIFY(firstThread != threadOf(second) && firstThread != QThread::currentThread());
+    endWorker(first);
+    QObject *third = new QObject;
+    pool.addWork(third);
+    QCOMPARE(threadOf(third), firstThread);
+    QCOMPARE(pool.size(), 2);
+    pool.stop();
+}
+
+void TestTools::poolStopsWithItsWorkers()
+{
+    ThreadPool pool;
+    QThread *diedOn = nullptr;
+    QObject *worker = new QObject;
+    connect(worker, &QObject::destroyed, [&diedOn] { diedOn = QThread::currentThread(); });
+    pool.addWork(worker);
+    QThread *own = threadOf(worker);
+    pool.stop();
+    QCOMPARE(diedOn, own);
+    QScopedPointer<QObject> late(new QObject);
+    pool.addWork(late.data());
+    QCOMPARE(late->thread(), nullptr);
+    QCOMPARE(pool.size(), 0);
+}
+
+void TestTools::debounceEmitsOnce()
+{
+    Debounce debounce;
+    QSignalSpy spy(&debounce, &Debounce::debout);
+    QElapsedTimer timer;
+    timer.start();
+    debounce.debounce(10000);
+    debounce.debounce(60);
+    QVERIFY(spy.wait(5000));
+    QVERIFY(timer.elapsed() >= 55);
+    QCOMPARE(spy.count(), 1);
+    QVERIFY(!debounce.throttling());
+}
+
+void TestTools::throttleIsTold()
+{
+    Debounce debounce;
+    QSignalSpy spy(&debounce, &Debounce::throut), other(&debounce, &Debounce::debout);
+    debounce.throttle(20);
+    QVERIFY(debounce.throttling());
+    QVERIFY(spy.wait(5000));
+    QVERIFY(!debounce.throttling() && other.isEmpty());
+}
+
+void TestTools::seamPostsToItsThread()
+{
+    QVERIFY(!Seam<Calls>::post([](Calls &) {}));
+    ThreadPool pool;
+    QObject *guard = new QObject;
+    Calls calls;
+    pool.addWork(guard);
+    QThread *own = threadOf(guard);
+    Seam<Calls>::attach(guard, &calls);
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 4; ++i)
+        callers.emplace_back([] {
+            for (int n = 0; n < 50; ++n)
+                Seam<Calls>::post([](Calls &c) { c.ran = QThread::currentThread(), ++c.count; });
+        });
+    for (std::thread &caller : callers)
+        caller.join();
+    threadOf(guard); // what was posted before has run
+    Calls stranger;
+    Seam<Calls>::detach(&stranger); // not its own: stays attached
+    QVERIFY(Seam<Calls>::attached());
+    Seam<Calls>::detach(&calls);
+    QVERIFY(!Seam<Calls>::post([](Calls &) {}));
+    pool.stop();
+    QCOMPARE(calls.ran, own);
+    QCOMPARE(calls.count, 200);
+}
+
+void TestTools::removeDirRefusesHome()
+{
+    QVERIFY(!VFunc::removeDir({}));
+    QVERIFY(!VFunc::removeDir(testHome()));
+    QVERIFY(!VFunc::removeDir("/"));
+    QTemporaryDir dir;
+    QDir(dir.path()).mkpath("kept/in");
+    QVERIFY(QFile::link(dir.filePath("kept"), dir.filePath("link")));
+    QVERIFY(VFunc::removeDir(dir.filePath("link")));
+    QVERIFY(QFileInfo(dir.filePath("kept/in")).isDir());
+    QVERIFY(VFunc::removeDir(dir.filePath("kept")) && VFunc::removeDir(dir.filePath("kept")));
+}
+
+void TestTools::sceneNames_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<int>("type");
+    const QList<QPair<QString, int>> rows{{"a.ma", 1},  {"A.MB", 1},      {"x.max", 3},  {"x.HIPNC", 4}, {"x.c4d", 5}, {"x.skp", 6},
+                                          {"x.project", 7}, {"渲.tgd", 8}, {"x.tgc", 0}, {"ma", 0},      {"", 0}};
+    for (const auto &row : rows)
+        QTest::newRow(qPrintable(row.first)) << row.first << row.second;
+}
+
+void TestTools::sceneNames()
+{
+    QFETCH(QString, path);
+    QTEST(VFunc::softwareTypeOf(path), "type");
+    QCOMPARE(VFunc::softwareName(VFunc::softwareTypeOf(path)).isEmpty(), VFunc::softwareTypeOf(path) == 0);
+}
+
+void TestTools::linksAreFollowed()
+{
+    QTemporaryDir dir;
+    VFunc::writeWhole(dir.filePath("scene.tgd"), "x");
+    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) && QFile::link(dir.filePath("one"), dir.filePath("two")));
+    QVERIFY(QFile::link(dir.filePath("b"), dir.filePath("a")) && QFile::link(dir.filePath("a"), dir.filePath("b")));
+    QCOMPARE(VFunc::followLinks(dir.filePath("two")), dir.filePath("scene.tgd"));
+    QCOMPARE(VFunc::followLinks(dir.filePath("a")), dir.filePath("a"));
+    QCOMPARE(VFunc::followLinks("/not/there"), QString("/not/there"));
+}
+
+void TestTools::reportHasItsKeys()
+{
+    VFunc::setScreenSize(1920, 1080);
+    const QJsonObject report = VFunc::machineReport();
+    QCOMPARE(report.keys().join(' '), QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
+    QCOMPARE(report["screenW"].toInt(), 1920);
+    QVERIFY(report["memory"].toString().startsWith('['));
+}
+
+VN_TEST(TestTools)
+#include "tst_tools.moc"
