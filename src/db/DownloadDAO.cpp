@@ -1,11 +1,12 @@
 #include "db/DownloadDAO.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
 #include <QSet>
-#include <algorithm>
 
-namespace {
+namespace
+{
 constexpr int PageRows = 30;
 constexpr qlonglong FilesPerMission = 10000; // factor between the handles of missions and files
 enum State { Waiting = 0, Running = 1, Paused = 2, Failed = 3, GivenUp = 31 };
@@ -43,14 +44,11 @@ db_downmiss missionOf(const Row &row)
     return miss;
 }
 
-QString table(qlonglong missPri)
-{
-    return QStringLiteral("down_%1").arg(missPri);
-}
+QString table(qlonglong missPri) { return QStringLiteral("down_%1").arg(missPri); }
 
 const QString missions_from = QStringLiteral("select miss2.*, miss_vip.vip, miss_vip.com from miss2 "
                                              "left join miss_vip on miss_vip.id = miss2.missid ");
-}
+} // namespace
 
 DownloadDAO *DownloadDAO::instance()
 {
@@ -61,9 +59,7 @@ DownloadDAO *DownloadDAO::instance()
     return one;
 }
 
-DownloadDAO::DownloadDAO() : Store("qndb_download")
-{
-}
+DownloadDAO::DownloadDAO() : Store("qndb_download") {}
 
 bool DownloadDAO::open(const QString &userDir)
 {
@@ -72,13 +68,17 @@ bool DownloadDAO::open(const QString &userDir)
     m_lastMission = 0;
     if (!openFile(userDir + "/qnfileDown.db"))
         return false;
-    exec("create table miss2(ordernum varchar,missid int,missname varchar,lpath varchar,ok int,sum int,pri INTEGER,state int,"
-         "primary key(pri))", {}, true);
+    exec("create table miss2(ordernum varchar,missid int,missname varchar,lpath varchar,ok int,sum int,pri "
+         "INTEGER,state int,"
+         "primary key(pri))",
+         {}, true);
     exec("create table miss_vip(id int,vip varchar,com varchar,primary key(id))", {}, true);
-    addColumns("miss2", {{"missname", "varchar"}, {"lpath", "varchar"}, {"ok", "int"}, {"sum", "int"}, {"state", "int"}});
+    addColumns("miss2",
+               {{"missname", "varchar"}, {"lpath", "varchar"}, {"ok", "int"}, {"sum", "int"}, {"state", "int"}});
     migrate();
     for (const QString &name : fileTables()) {
-        addColumns(name, {{"farmid", "int"}, {"hash", "varchar"}, {"size", "INTEGER"}, {"state", "int"}, {"error", "int"}});
+        addColumns(name,
+                   {{"farmid", "int"}, {"hash", "varchar"}, {"size", "INTEGER"}, {"state", "int"}, {"error", "int"}});
         exec(QStringLiteral("create index %1_state on %1(state)").arg(name), {}, true);
         exec(QStringLiteral("update %1 set state = ? where state = ?").arg(name), {int(Waiting), int(Running)});
         exec(QStringLiteral("update %1 set state = ? where state is null").arg(name), {int(Waiting)});
@@ -106,9 +106,11 @@ QStringList DownloadDAO::fileTables()
 
 bool DownloadDAO::makeTable(qlonglong missPri)
 {
-    return exec(QStringLiteral("create table if not exists down_%1(id int,ordernum varchar,missid int,farmid int,lpath varchar,"
-                               "hash varchar,size INTEGER,pri INTEGER,state int,error int,primary key(pri))").arg(missPri))
-        && exec(QStringLiteral("create index if not exists down_%1_state on down_%1(state)").arg(missPri));
+    return exec(QStringLiteral(
+                    "create table if not exists down_%1(id int,ordernum varchar,missid int,farmid int,lpath varchar,"
+                    "hash varchar,size INTEGER,pri INTEGER,state int,error int,primary key(pri))")
+                    .arg(missPri)) &&
+           exec(QStringLiteral("create index if not exists down_%1_state on down_%1(state)").arg(missPri));
 }
 
 QList<db_downfile> DownloadDAO::readPage(qlonglong missPri, int page)
@@ -163,7 +165,8 @@ QList<db_downmiss> DownloadDAO::missions(const QList<int> &states)
     for (int state : states)
         values << state;
     const QString marks = QStringList(QVector<QString>(states.size(), "?").toList()).join(',');
-    QList<db_downmiss> list = missionList(QStringLiteral("where miss2.state in (%1) order by miss2.pri").arg(marks), values);
+    QList<db_downmiss> list =
+        missionList(QStringLiteral("where miss2.state in (%1) order by miss2.pri").arg(marks), values);
     const auto place = [this](const db_downmiss &miss) {
         const int at = m_first.indexOf(miss.pri);
         return at < 0 ? m_first.size() : at;
@@ -179,10 +182,7 @@ db_downmiss DownloadDAO::mission(qlonglong missPri)
     return missionList("where miss2.pri = ?", {missPri}).value(0);
 }
 
-db_downmiss DownloadDAO::missionByOrder(const QString &order)
-{
-    return missionsOfOrder(order).value(0);
-}
+db_downmiss DownloadDAO::missionByOrder(const QString &order) { return missionsOfOrder(order).value(0); }
 
 QList<db_downmiss> DownloadDAO::missionsOfOrder(const QString &order)
 {
@@ -220,14 +220,18 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
     // A file is known again by the server's id, else by its target.
     QHash<QString, db_downfile> standing;
     QSet<qlonglong> handles;
-    const auto identity = [](const db_downfile &file) { return file.id != 0 ? QString::number(file.id) : '/' + file.lpath; };
+    const auto identity = [](const db_downfile &file) {
+        return file.id != 0 ? QString::number(file.id) : '/' + file.lpath;
+    };
     each(QStringLiteral("select * from down_%1").arg(miss.pri), {}, [&](const Row &row) {
         const db_downfile file = fileOf(row, miss.pri);
         standing.insert(identity(file), file);
         handles.insert(file.pri);
     });
-    const QString write = QStringLiteral("replace into down_%1 (id,ordernum,missid,farmid,lpath,hash,size,pri,state,error) "
-                                         "values (?,?,?,?,?,?,?,?,?,?)").arg(miss.pri);
+    const QString write =
+        QStringLiteral("replace into down_%1 (id,ordernum,missid,farmid,lpath,hash,size,pri,state,error) "
+                       "values (?,?,?,?,?,?,?,?,?,?)")
+            .arg(miss.pri);
     qlonglong next = miss.pri * FilesPerMission;
     for (const db_downfile &file : files) {
         const auto stands = standing.constFind(identity(file));
@@ -244,13 +248,15 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
         written.pri = pri;
         written.state = Waiting;
         standing.insert(identity(file), written);
-        if (!exec(write, {file.id, file.ordernum, file.missid, file.farmid, file.lpath, file.hash, file.size, pri, file.state, file.error}))
+        if (!exec(write, {file.id, file.ordernum, file.missid, file.farmid, file.lpath, file.hash, file.size, pri,
+                          file.state, file.error}))
             return false;
     }
     // Rows of an earlier request that still wait count as well, so that ok reaches sum when the last one is done.
     return exec("replace into miss2 (ordernum,missid,missname,lpath,ok,sum,pri,state) values (?,?,?,?,?,?,?,?)",
-                {miss.ordernum, miss.missid, miss.missname, miss.lpath, miss.ok, miss.ok + handles.size(), miss.pri, miss.state})
-        && work.commit();
+                {miss.ordernum, miss.missid, miss.missname, miss.lpath, miss.ok, miss.ok + handles.size(), miss.pri,
+                 miss.state}) &&
+           work.commit();
 }
 
 db_downfile DownloadDAO::nextWaiting(qlonglong missPri)
@@ -269,8 +275,9 @@ bool DownloadDAO::setState(qlonglong missPri, qlonglong pri, int state, int erro
     {
         Locker lock(m_mutex);
         good = state == Failed || state == GivenUp
-            ? exec(QStringLiteral("update down_%1 set state = ? ,error = ? where pri = ?").arg(missPri), {state, error, pri})
-            : exec(QStringLiteral("update down_%1 set state = ?  where pri = ?").arg(missPri), {state, pri});
+                   ? exec(QStringLiteral("update down_%1 set state = ? ,error = ? where pri = ?").arg(missPri),
+                          {state, error, pri})
+                   : exec(QStringLiteral("update down_%1 set state = ?  where pri = ?").arg(missPri), {state, pri});
     }
     if (good)
         emit fileStateChanged(pri, state, error);
@@ -301,8 +308,8 @@ bool DownloadDAO::fileDone(qlonglong missPri, qlonglong pri)
     {
         Locker lock(m_mutex);
         Work work(this);
-        if (!work || change(QStringLiteral("delete from down_%1 where pri = ?").arg(missPri), {pri}) <= 0
-            || !exec("update miss2 set ok = ok + 1 where pri = ?", {missPri}))
+        if (!work || change(QStringLiteral("delete from down_%1 where pri = ?").arg(missPri), {pri}) <= 0 ||
+            !exec("update miss2 set ok = ok + 1 where pri = ?", {missPri}))
             return false;
         each("select ok,sum from miss2 where pri = ?", {missPri}, [&](const Row &row) {
             now.ok = row.integer("ok");
@@ -329,13 +336,12 @@ bool DownloadDAO::setMissionState(qlonglong missPri, int state)
 int DownloadDAO::countFiles(qlonglong missPri, const QString &where, const QVariantList &values)
 {
     Locker lock(m_mutex);
-    return hasTable(missPri) ? int(number(QStringLiteral("select count(pri) from down_%1 ").arg(missPri) + where, values)) : 0;
+    return hasTable(missPri)
+               ? int(number(QStringLiteral("select count(pri) from down_%1 ").arg(missPri) + where, values))
+               : 0;
 }
 
-int DownloadDAO::count(qlonglong missPri)
-{
-    return countFiles(missPri, {}, {});
-}
+int DownloadDAO::count(qlonglong missPri) { return countFiles(missPri, {}, {}); }
 
 int DownloadDAO::countFailed(qlonglong missPri)
 {
@@ -352,8 +358,8 @@ bool DownloadDAO::removeMission(qlonglong missPri)
     {
         Locker lock(m_mutex);
         Work work(this);
-        if (!work || !exec("delete from miss2 where pri = ?", {missPri})
-            || !exec(QStringLiteral("drop table if exists down_%1").arg(missPri)) || !work.commit())
+        if (!work || !exec("delete from miss2 where pri = ?", {missPri}) ||
+            !exec(QStringLiteral("drop table if exists down_%1").arg(missPri)) || !work.commit())
             return false;
         m_first.removeAll(missPri);
     }
@@ -364,7 +370,8 @@ bool DownloadDAO::removeMission(qlonglong missPri)
 bool DownloadDAO::restart(qlonglong missPri)
 {
     Locker lock(m_mutex);
-    return hasTable(missPri) && exec(QStringLiteral("update down_%1 set state = ? where state <> ?").arg(missPri), {int(Waiting), int(Waiting)});
+    return hasTable(missPri) && exec(QStringLiteral("update down_%1 set state = ? where state <> ?").arg(missPri),
+                                     {int(Waiting), int(Waiting)});
 }
 
 bool DownloadDAO::pause(qlonglong missPri)

@@ -39,7 +39,8 @@ bool DownloadDAO::migrateFiles()
             return false;
         qDebug().noquote() << "down___" << name;
     }
-    const qlonglong left = number("select count(*) from down where ordernum not in (select ordernum from miss2)", {}, 0);
+    const qlonglong left =
+        number("select count(*) from down where ordernum not in (select ordernum from miss2)", {}, 0);
     if (left > 0)
         qWarning().noquote() << "DownloadDAO::migrateFiles" << left << "files belong to no mission and are left behind";
     return exec("drop table down");
@@ -54,15 +55,18 @@ bool DownloadDAO::copyRows(const QString &from, const QString &to, const QString
         if (target.contains(name))
             shared << name;
     const QString list = shared.join(',');
-    const bool keyed = shared.contains("pri")
-        && number(QStringLiteral("select count(*) from %1 %2").arg(from, where), values)
-            == number(QStringLiteral("select count(distinct nullif(pri,0)) from %1 %2").arg(from, where), values)
-        && number(QStringLiteral("select count(*) from %1 where pri in (select pri from %2 %3)").arg(to, from, where), values) == 0;
+    const bool keyed =
+        shared.contains("pri") &&
+        number(QStringLiteral("select count(*) from %1 %2").arg(from, where), values) ==
+            number(QStringLiteral("select count(distinct nullif(pri,0)) from %1 %2").arg(from, where), values) &&
+        number(QStringLiteral("select count(*) from %1 where pri in (select pri from %2 %3)").arg(to, from, where),
+               values) == 0;
     if (keyed)
         return exec(QStringLiteral("insert into %1 (%2) select %2 from %3 %4").arg(to, list, from, where), values);
 
-    qlonglong next = qMax(number(QStringLiteral("select max(pri) from %1").arg(to), {}, 0),
-                          shared.contains("pri") ? number(QStringLiteral("select max(pri) from %1").arg(from), {}, 0) : 0);
+    qlonglong next =
+        qMax(number(QStringLiteral("select max(pri) from %1").arg(to), {}, 0),
+             shared.contains("pri") ? number(QStringLiteral("select max(pri) from %1").arg(from), {}, 0) : 0);
     QList<QVariantList> rows;
     if (!each(QStringLiteral("select %1 from %2 %3").arg(list, from, where), values, [&](const Row &row) {
             QVariantList one;

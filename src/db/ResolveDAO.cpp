@@ -1,11 +1,12 @@
 #include "db/ResolveDAO.h"
 #include "io/NetTcp.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
-#include <algorithm>
 
-namespace {
+namespace
+{
 constexpr int HiddenState = 118;
 
 db_resolve fromRow(const Row &row)
@@ -87,7 +88,7 @@ QString likePattern(QString text)
     text.replace('\\', "\\\\").replace('%', "\\%").replace('_', "\\_");
     return '%' + text + '%';
 }
-}
+} // namespace
 
 ResolveDAO *ResolveDAO::instance()
 {
@@ -98,9 +99,7 @@ ResolveDAO *ResolveDAO::instance()
     return one;
 }
 
-ResolveDAO::ResolveDAO() : Store("db_resolve")
-{
-}
+ResolveDAO::ResolveDAO() : Store("db_resolve") {}
 
 bool ResolveDAO::open(const QString &userDir)
 {
@@ -110,22 +109,33 @@ bool ResolveDAO::open(const QString &userDir)
     if (!openFile(userDir + "/resolve.db"))
         return false;
     exec("create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime INTEGER,"
-         "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))", {}, true);
+         "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
+         {}, true);
     exec("alter table resolve add column fsize INTEGER", {}, true);
     exec("alter table resolve add column fup INTEGER", {}, true);
     exec("alter table resolve add column filetype INTEGER", {}, true);
     exec("create table para(rkey INTEGER,rdata varchar,rfile varchar,primary key(rkey))", {}, true);
     exec("create table batch(startkey INTEGER,endkey INTEGER,flag int)", {}, true);
-    addColumns("resolve", {{"ordernum", "varchar"}, {"missionid", "int"}, {"project", "varchar"}, {"rtime", "INTEGER"},
-                           {"state", "int"}, {"error", "int"}, {"errstr", "varchar"}, {"rset", "varchar"}, {"pri", "INTEGER"},
-                           {"fok", "int"}, {"fsum", "int"}});
+    addColumns("resolve", {{"ordernum", "varchar"},
+                           {"missionid", "int"},
+                           {"project", "varchar"},
+                           {"rtime", "INTEGER"},
+                           {"state", "int"},
+                           {"error", "int"},
+                           {"errstr", "varchar"},
+                           {"rset", "varchar"},
+                           {"pri", "INTEGER"},
+                           {"fok", "int"},
+                           {"fsum", "int"}});
     exec("create index resolve_state on resolve(state,pri)", {}, true);
     exec("create index resolve_order on resolve(ordernum,pri)", {}, true);
     // Rows of files that had no such column: NULL is neither "= ?" nor "<> ?" anything and would be passed over.
     exec("update resolve set ordernum = ? where ordernum is null", {""});
     exec("update resolve set pri = rkey where pri is null");
-    exec("update resolve set fok = coalesce(fok,0), fsum = coalesce(fsum,0), fsize = coalesce(fsize,0), fup = coalesce(fup,0),"
-         " filetype = coalesce(filetype,0) where fok is null or fsum is null or fsize is null or fup is null or filetype is null");
+    exec("update resolve set fok = coalesce(fok,0), fsum = coalesce(fsum,0), fsize = coalesce(fsize,0), fup = "
+         "coalesce(fup,0),"
+         " filetype = coalesce(filetype,0) where fok is null or fsum is null or fsize is null or fup is null or "
+         "filetype is null");
     exec("update resolve set state = ? where state = ?", {100, 101});
     exec("update resolve set state = ? where state = ?", {107, 108});
     exec("update resolve set state = ? where state = ?", {110, 111});
@@ -146,15 +156,9 @@ QList<db_resolve> ResolveDAO::list(const QString &sql, const QVariantList &value
     return rows;
 }
 
-db_resolve ResolveDAO::one(const QString &sql, const QVariantList &values)
-{
-    return list(sql, values).value(0);
-}
+db_resolve ResolveDAO::one(const QString &sql, const QVariantList &values) { return list(sql, values).value(0); }
 
-db_resolve ResolveDAO::read(qlonglong rkey)
-{
-    return one("select * from resolve where rkey = ?", {rkey});
-}
+db_resolve ResolveDAO::read(qlonglong rkey) { return one("select * from resolve where rkey = ?", {rkey}); }
 
 db_resolve ResolveDAO::readByOrder(const QString &order)
 {
@@ -209,17 +213,15 @@ QList<db_resolve> ResolveDAO::readPage(const QString &search, int page, int page
     return rows;
 }
 
-QList<db_resolve> ResolveDAO::readAll()
-{
-    return list("select * from resolve order by pri", {});
-}
+QList<db_resolve> ResolveDAO::readAll() { return list("select * from resolve order by pri", {}); }
 
 // The first key from which on as many keys are free as the batch has rows.
 qlonglong ResolveDAO::freeKeys(qlonglong from, int count)
 {
-    forever {
-        const qlonglong taken = number("select coalesce(max(rkey),0) from resolve where rkey >= ? and rkey < ?",
-                                       {from, from + count}, 0);
+    forever
+    {
+        const qlonglong taken =
+            number("select coalesce(max(rkey),0) from resolve where rkey >= ? and rkey < ?", {from, from + count}, 0);
         if (taken < from)
             return from;
         from = taken + 1;
@@ -238,8 +240,9 @@ bool ResolveDAO::insertBatch(QList<db_resolve> *list)
         QList<db_resolve> rows = *list;
         const qlonglong first = freeKeys(qMax<qlonglong>(1, rows.first().rkey), rows.size());
         const QStringList names = columns("resolve");
-        const QString sql = QStringLiteral("insert into resolve (%1) values (%2)")
-                                .arg(names.join(','), QStringList(QVector<QString>(names.size(), "?").toList()).join(','));
+        const QString sql =
+            QStringLiteral("insert into resolve (%1) values (%2)")
+                .arg(names.join(','), QStringList(QVector<QString>(names.size(), "?").toList()).join(','));
         for (int i = 0; i < rows.size(); ++i) {
             db_resolve &res = rows[i];
             if (res.pri == res.rkey || res.pri == 0)
@@ -248,11 +251,12 @@ bool ResolveDAO::insertBatch(QList<db_resolve> *list)
             QVariantList values;
             for (const QString &name : names)
                 values << columnValue(res, name);
-            if (!exec(sql, values)
-                || !exec("insert or replace into para (rkey,rdata,rfile) values (?,?,?)", {res.rkey, res.rdata, res.rfile}))
+            if (!exec(sql, values) || !exec("insert or replace into para (rkey,rdata,rfile) values (?,?,?)",
+                                            {res.rkey, res.rdata, res.rfile}))
                 return false;
         }
-        if (!exec("insert into batch (startkey,endkey,flag) values (?,?,?)", {first, rows.last().rkey, 0}) || !work.commit())
+        if (!exec("insert into batch (startkey,endkey,flag) values (?,?,?)", {first, rows.last().rkey, 0}) ||
+            !work.commit())
             return false;
         settle();
         *list = rows;
@@ -294,7 +298,8 @@ db_resolve ResolveDAO::nextToAnalyse(bool slave, const QList<qlonglong> &without
             return res;
         m_priority[0].removeFirst();
     }
-    for (const db_resolve &res : list(from + "state = ? order by pri limit ?", values + QVariantList{without.size() + 1}))
+    for (const db_resolve &res :
+         list(from + "state = ? order by pri limit ?", values + QVariantList{without.size() + 1}))
         if (!without.contains(res.rkey))
             return res;
     return {};
@@ -307,7 +312,8 @@ bool ResolveDAO::setState(qlonglong rkey, int state, int error, qlonglong rtime)
     {
         Locker lock(m_mutex);
         res = read(rkey);
-        if (res.rkey == 0 || !exec("update resolve set rtime = ?,state = ?,error = ? where rkey = ?", {rtime, state, error, rkey}))
+        if (res.rkey == 0 ||
+            !exec("update resolve set rtime = ?,state = ?,error = ? where rkey = ?", {rtime, state, error, rkey}))
             return false;
         started = res.rtime;
         res.rtime = rtime;
@@ -334,8 +340,8 @@ bool ResolveDAO::remove(qlonglong rkey)
         if (res.rkey == 0)
             return false;
         Work work(this);
-        if (!work || !exec("delete from resolve where rkey = ?", {rkey}) || !exec("delete from para where rkey = ?", {rkey})
-            || !work.commit())
+        if (!work || !exec("delete from resolve where rkey = ?", {rkey}) ||
+            !exec("delete from para where rkey = ?", {rkey}) || !work.commit())
             return false;
     }
     emit resolveDeleted(rkey);
@@ -353,8 +359,8 @@ bool ResolveDAO::savePara(const db_resolve &res)
     if (rows < 0)
         return false;
     const bool good = rows == 0
-        ? exec("insert into para (rkey,rdata,rfile) values (?,?,?)", {res.rkey, res.rdata, res.rfile})
-        : exec("update para set rfile = ? where rkey = ?", {res.rfile, res.rkey});
+                          ? exec("insert into para (rkey,rdata,rfile) values (?,?,?)", {res.rkey, res.rdata, res.rfile})
+                          : exec("update para set rfile = ? where rkey = ?", {res.rfile, res.rkey});
     return good && exec("update resolve set rset = ? where rkey = ?", {res.rset, res.rkey}) && work.commit();
 }
 
@@ -367,8 +373,9 @@ bool ResolveDAO::saveMessage(qlonglong rkey, const QString &errstr)
 db_resolve ResolveDAO::nextToCommit(bool slave)
 {
     Locker lock(m_mutex);
-    db_resolve res = slave ? one("select * from resolve where state = ? order by pri limit 1", {107})
-                           : one("select * from resolve where ordernum <> ? and state = ? order by pri limit 1", {"", 107});
+    db_resolve res =
+        slave ? one("select * from resolve where state = ? order by pri limit 1", {107})
+              : one("select * from resolve where ordernum <> ? and state = ? order by pri limit 1", {"", 107});
     if (res.rkey != 0)
         readPara(&res);
     return res;
@@ -388,14 +395,16 @@ bool ResolveDAO::markBatch(qlonglong rkey)
 {
     Locker lock(m_mutex);
     // Keys of deleted rows come back into use: of several batches that span a key only the latest can hold the row.
-    return exec("update batch set flag = 1 where rowid = (select max(rowid) from batch where ? >= startkey and ? <= endkey)",
-                {rkey, rkey});
+    return exec(
+        "update batch set flag = 1 where rowid = (select max(rowid) from batch where ? >= startkey and ? <= endkey)",
+        {rkey, rkey});
 }
 
 bool ResolveDAO::batchMarked(qlonglong rkey)
 {
     Locker lock(m_mutex);
-    return number("select flag from batch where ? >= startkey and ? <= endkey order by rowid desc limit 1", {rkey, rkey}, 0) == 1;
+    return number("select flag from batch where ? >= startkey and ? <= endkey order by rowid desc limit 1",
+                  {rkey, rkey}, 0) == 1;
 }
 
 QList<db_resolve> ResolveDAO::nextUploads(int limit)
@@ -406,7 +415,8 @@ QList<db_resolve> ResolveDAO::nextUploads(int limit)
     Locker lock(m_mutex);
     QList<qlonglong> first;
     for (qlonglong rkey : qAsConst(m_priority[1])) {
-        const db_resolve res = one("select * from resolve where rkey = ? and (state = ? or state = ?)", {rkey, 110, 111});
+        const db_resolve res =
+            one("select * from resolve where rkey = ? and (state = ? or state = ?)", {rkey, 110, 111});
         if (res.rkey == 0)
             continue;
         first << rkey;
@@ -419,7 +429,8 @@ QList<db_resolve> ResolveDAO::nextUploads(int limit)
     // Asked at every tick: an index walk a state, merged here, instead of sorting every row that waits.
     const QString each = "select * from resolve where state = ? order by pri limit ?";
     QList<db_resolve> others = list(each, {110, limit + first.size()}) + list(each, {111, limit + first.size()});
-    std::stable_sort(others.begin(), others.end(), [](const db_resolve &a, const db_resolve &b) { return a.pri < b.pri; });
+    std::stable_sort(others.begin(), others.end(),
+                     [](const db_resolve &a, const db_resolve &b) { return a.pri < b.pri; });
     for (const db_resolve &res : qAsConst(others))
         if (rows.size() < limit && !first.contains(res.rkey))
             rows << res;
@@ -446,8 +457,8 @@ bool ResolveDAO::fileDone(qlonglong rkey, qlonglong size)
     {
         Locker lock(m_mutex);
         Work work(this);
-        if (!work || change("update resolve set fok = fok + 1 where rkey = ?", {rkey}) <= 0
-            || !exec("update resolve set fup = fup + ? where rkey = ?", {size, rkey}))
+        if (!work || change("update resolve set fok = fok + 1 where rkey = ?", {rkey}) <= 0 ||
+            !exec("update resolve set fup = fup + ? where rkey = ?", {size, rkey}))
             return false;
         each("select fok,fsum from resolve where rkey = ?", {rkey}, [&](const Row &row) {
             ok = row.integer("fok");

@@ -1,53 +1,65 @@
 #include "db/ResolveDAO.h"
 
-QString ResolveDAO::stateText(int state)
+namespace
 {
-    switch (state) {
-    case 100: return tr("待解析");
-    case 101: return tr("解析中");
-    case 102: return tr("解析暂停");
-    case 103: return tr("解析警告");
-    case 104: return tr("解析错误");
-    case 105: return tr("参数缺失");
-    case 106: return tr("解析完成，请提交渲染");
-    case 107: return tr("待提交");
-    case 108: return tr("提交中");
-    case 109: return tr("提交错误");
-    case 110: return tr("待上传");
-    case 111: return tr("上传中");
-    case 112: return tr("上传暂停");
-    case 113: return tr("上传异常");
-    case 114: return tr("申请失败");
-    case 115: return tr("等待审核");
-    case 116: return tr("申请通过");
-    case 117: return tr("申请驳回");
-    case 119: return tr("申请通过");
-    case 120: return tr("提交成功");
-    default: return {};
-    }
-}
+struct Text {
+    int number;
+    const char *text;
+};
 
-QString ResolveDAO::errorText(int error)
+const Text states[] = {
+    {100, QT_TRANSLATE_NOOP("ResolveDAO", "待解析")},
+    {101, QT_TRANSLATE_NOOP("ResolveDAO", "解析中")},
+    {102, QT_TRANSLATE_NOOP("ResolveDAO", "解析暂停")},
+    {103, QT_TRANSLATE_NOOP("ResolveDAO", "解析警告")},
+    {104, QT_TRANSLATE_NOOP("ResolveDAO", "解析错误")},
+    {105, QT_TRANSLATE_NOOP("ResolveDAO", "参数缺失")},
+    {106, QT_TRANSLATE_NOOP("ResolveDAO", "解析完成，请提交渲染")},
+    {107, QT_TRANSLATE_NOOP("ResolveDAO", "待提交")},
+    {108, QT_TRANSLATE_NOOP("ResolveDAO", "提交中")},
+    {109, QT_TRANSLATE_NOOP("ResolveDAO", "提交错误")},
+    {110, QT_TRANSLATE_NOOP("ResolveDAO", "待上传")},
+    {111, QT_TRANSLATE_NOOP("ResolveDAO", "上传中")},
+    {112, QT_TRANSLATE_NOOP("ResolveDAO", "上传暂停")},
+    {113, QT_TRANSLATE_NOOP("ResolveDAO", "上传异常")},
+    {114, QT_TRANSLATE_NOOP("ResolveDAO", "申请失败")},
+    {115, QT_TRANSLATE_NOOP("ResolveDAO", "等待审核")},
+    {116, QT_TRANSLATE_NOOP("ResolveDAO", "申请通过")},
+    {117, QT_TRANSLATE_NOOP("ResolveDAO", "申请驳回")},
+    {119, QT_TRANSLATE_NOOP("ResolveDAO", "申请通过")},
+    {120, QT_TRANSLATE_NOOP("ResolveDAO", "提交成功")},
+};
+
+const Text errors[] = {
+    {10000, QT_TRANSLATE_NOOP("ResolveDAO", "FailedToStart")},
+    {10001, QT_TRANSLATE_NOOP("ResolveDAO", "Crashed")},
+    {10002, QT_TRANSLATE_NOOP("ResolveDAO", "Timedout")},
+    {10003, QT_TRANSLATE_NOOP("ResolveDAO", "ReadError")},
+    {10004, QT_TRANSLATE_NOOP("ResolveDAO", "WriteError")},
+    {10005, QT_TRANSLATE_NOOP("ResolveDAO", "UnknownError")},
+    {10010, QT_TRANSLATE_NOOP("ResolveDAO", "软件类型不支持")},
+    {10011, QT_TRANSLATE_NOOP("ResolveDAO", "软件未找到")},
+    {10012, QT_TRANSLATE_NOOP("ResolveDAO", "解析数据格式错误")},
+    {10013, QT_TRANSLATE_NOOP("ResolveDAO", "模型文件不存在")},
+    {10014, QT_TRANSLATE_NOOP("ResolveDAO", "admin操作未许可")},
+    {10030, QT_TRANSLATE_NOOP("ResolveDAO", "渲染软件暂不支持")},
+    {10031, QT_TRANSLATE_NOOP("ResolveDAO", "文件格式错误")},
+    {10032, QT_TRANSLATE_NOOP("ResolveDAO", "场景文件无法打开")},
+    {10033, QT_TRANSLATE_NOOP("ResolveDAO", "软件版本与模型制作版本不同")},
+};
+
+template <int N> QString find(const Text (&table)[N], int number)
 {
-    switch (error) {
-    case 10000: return tr("FailedToStart");
-    case 10001: return tr("Crashed");
-    case 10002: return tr("Timedout");
-    case 10003: return tr("ReadError");
-    case 10004: return tr("WriteError");
-    case 10005: return tr("UnknownError");
-    case 10010: return tr("软件类型不支持");
-    case 10011: return tr("软件未找到");
-    case 10012: return tr("解析数据格式错误");
-    case 10013: return tr("模型文件不存在");
-    case 10014: return tr("admin操作未许可");
-    case 10030: return tr("渲染软件暂不支持");
-    case 10031: return tr("文件格式错误");
-    case 10032: return tr("场景文件无法打开");
-    case 10033: return tr("软件版本与模型制作版本不同");
-    default: return {};
-    }
+    for (const Text &row : table)
+        if (row.number == number)
+            return ResolveDAO::tr(row.text);
+    return {};
 }
+} // namespace
+
+QString ResolveDAO::stateText(int state) { return find(states, state); }
+
+QString ResolveDAO::errorText(int error) { return find(errors, error); }
 
 QString ResolveDAO::projectColumn(int id, const QString &name)
 {

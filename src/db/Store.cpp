@@ -10,7 +10,8 @@
 #include <QSqlRecord>
 #include <QThread>
 
-namespace {
+namespace
+{
 constexpr int RetryMs = 100;
 constexpr int StatementBusyMs = 1000;
 constexpr int MaxPrepared = 200;
@@ -28,11 +29,9 @@ bool isBusy(const QSqlError &error)
     const int code = error.nativeErrorCode().toInt() & 0xff;
     return code == 5 || code == 6; // SQLITE_BUSY, SQLITE_LOCKED
 }
-}
+} // namespace
 
-Row::Row(QSqlQuery *query) : m_query(query)
-{
-}
+Row::Row(QSqlQuery *query) : m_query(query) {}
 
 QVariant Row::value(const char *column) const
 {
@@ -43,15 +42,9 @@ QVariant Row::value(const char *column) const
     return *found < 0 ? QVariant() : m_query->value(*found);
 }
 
-QString Row::text(const char *column) const
-{
-    return value(column).toString();
-}
+QString Row::text(const char *column) const { return value(column).toString(); }
 
-qlonglong Row::number(const char *column) const
-{
-    return value(column).toLongLong();
-}
+qlonglong Row::number(const char *column) const { return value(column).toLongLong(); }
 
 Store::Store(const QString &connection) : m_connection(connection)
 {
@@ -257,7 +250,8 @@ qlonglong Store::number(const QString &sql, const QVariantList &values, qlonglon
 QStringList Store::columns(const QString &table)
 {
     QStringList list;
-    each(QStringLiteral("pragma table_info(%1)").arg(table), {}, [&](const Row &row) { list << row.text("name").toLower(); });
+    each(QStringLiteral("pragma table_info(%1)").arg(table), {},
+         [&](const Row &row) { list << row.text("name").toLower(); });
     return list;
 }
 
@@ -288,8 +282,8 @@ bool Store::transaction(int step)
     while (!query.exec(words[step])) {
         const QSqlError error = query.lastError();
         if (!isBusy(error) || waited.elapsed() >= m_busyMs) {
-            qWarning().noquote() << named("transaction") << words[step] << "given up after" << waited.elapsed() << "ms:"
-                                 << error.text();
+            qWarning().noquote() << named("transaction") << words[step] << "given up after" << waited.elapsed()
+                                 << "ms:" << error.text();
             suspect(error);
             return false;
         }
@@ -298,7 +292,4 @@ bool Store::transaction(int step)
     return true;
 }
 
-void Store::settle()
-{
-    exec("pragma wal_checkpoint(passive)", {}, true);
-}
+void Store::settle() { exec("pragma wal_checkpoint(passive)", {}, true); }

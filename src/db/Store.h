@@ -6,6 +6,8 @@
 //
 // The toolkit refuses a connection to other threads only when it is looked up by name. The kept handle and its queries
 // may wander, as the driver opens SQLite in its multi-thread mode: one thread at a time, which the mutex sees to.
+#include <functional>
+#include <mutex>
 #include <QHash>
 #include <QMap>
 #include <QObject>
@@ -13,8 +15,6 @@
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QVariant>
-#include <functional>
-#include <mutex>
 
 // The current row of a running select, read by column name: a column that an old file lacks and a NULL both read as
 // nothing. Positions are looked up once a statement.
@@ -70,7 +70,11 @@ protected:
     {
     public:
         explicit Work(Store *store) : m_store(store), m_open(store->transaction(0)) {}
-        ~Work() { if (m_open) m_store->transaction(1); }
+        ~Work()
+        {
+            if (m_open)
+                m_store->transaction(1);
+        }
         Work(const Work &) = delete;
         Work &operator=(const Work &) = delete;
         explicit operator bool() const { return m_open; }

@@ -3,7 +3,8 @@
 #include <QDateTime>
 #include <QDebug>
 
-namespace {
+namespace
+{
 constexpr int PageRows = 30;
 constexpr int DeletesPerWork = 500;
 enum State { Waiting = 10, Running = 11, Failed = 13, GivenUp = 30, Serving = 50 };
@@ -25,11 +26,8 @@ db_upfile fromRow(const Row &row)
     return file;
 }
 
-QString marks(int count)
-{
-    return QStringList(QVector<QString>(count, "?").toList()).join(',');
-}
-}
+QString marks(int count) { return QStringList(QVector<QString>(count, "?").toList()).join(','); }
+} // namespace
 
 UploadDAO *UploadDAO::instance()
 {
@@ -40,9 +38,7 @@ UploadDAO *UploadDAO::instance()
     return one;
 }
 
-UploadDAO::UploadDAO() : Store("qndb_upload")
-{
-}
+UploadDAO::UploadDAO() : Store("qndb_upload") {}
 
 bool UploadDAO::open(const QString &userDir)
 {
@@ -51,13 +47,20 @@ bool UploadDAO::open(const QString &userDir)
     if (!openFile(userDir + "/qnfileUpload.db"))
         return false;
     exec("create table up(id int,ordernum varchar,missid int,farmid int,lpath varchar,hash varchar,modtime INTEGER,"
-         "size INTEGER,pri INTEGER,state int,error int,primary key(ordernum,missid,lpath))", {}, true);
-    addColumns("up", {{"id", "int"}, {"farmid", "int"}, {"hash", "varchar"}, {"modtime", "INTEGER"}, {"size", "INTEGER"},
-                      {"pri", "INTEGER"}, {"state", "int"}, {"error", "int"}});
+         "size INTEGER,pri INTEGER,state int,error int,primary key(ordernum,missid,lpath))",
+         {}, true);
+    addColumns("up", {{"id", "int"},
+                      {"farmid", "int"},
+                      {"hash", "varchar"},
+                      {"modtime", "INTEGER"},
+                      {"size", "INTEGER"},
+                      {"pri", "INTEGER"},
+                      {"state", "int"},
+                      {"error", "int"}});
     exec("create index up_tick on up(ordernum,state,pri)", {}, true);
     exec("create index up_pri on up(pri)", {}, true);
     mendPri();
-    exec("update up set state = ? where state<>?", {int(Waiting), int(GivenUp)});
+    exec("update up set state = ? where state<>? and state<>?", {int(Waiting), int(GivenUp), int(Waiting)});
     exec("update up set state = ? where state is null", {int(Waiting)});
     return true;
 }
@@ -67,7 +70,8 @@ void UploadDAO::mendPri()
 {
     m_lastPri = qMax<qlonglong>(0, number("select max(pri) from up", {}, 0));
     QList<qlonglong> rows;
-    each("select rowid from up where pri is null or pri = 0", {}, [&](const Row &row) { rows << row.at(0).toLongLong(); });
+    each("select rowid from up where pri is null or pri = 0", {},
+         [&](const Row &row) { rows << row.at(0).toLongLong(); });
     QList<qlonglong> shared;
     each("select pri from up where pri > 0 group by pri having count(*) > 1", {},
          [&](const Row &row) { shared << row.at(0).toLongLong(); });
@@ -98,7 +102,9 @@ QList<db_upfile> UploadDAO::readPage(const QString &order, int page)
     QList<db_upfile> list;
     {
         Locker lock(m_mutex);
-        each(QStringLiteral("select * from up where ordernum = ? order by pri limit %1,%2").arg(qMax(0, page) * PageRows).arg(PageRows),
+        each(QStringLiteral("select * from up where ordernum = ? order by pri limit %1,%2")
+                 .arg(qMax(0, page) * PageRows)
+                 .arg(PageRows),
              {order}, [&](const Row &row) { list << fromRow(row); });
     }
     emit allFile(list, page <= 0);
@@ -120,8 +126,8 @@ int UploadDAO::addOrder(const QList<db_upfile> &files)
         m_lastPri = qMax(m_lastPri, pri);
         if (!exec("insert or ignore into up (id,ordernum,missid,farmid,lpath,hash,modtime,size,pri,state,error) "
                   "values (?,?,?,?,?,?,?,?,?,?,?)",
-                  {file.id, file.ordernum, file.missid, file.farmid, file.lpath, file.hash, file.modtime, file.size, pri,
-                   file.state, file.error})) {
+                  {file.id, file.ordernum, file.missid, file.farmid, file.lpath, file.hash, file.modtime, file.size,
+                   pri, file.state, file.error})) {
             m_lastPri = before;
             return -1;
         }
@@ -165,8 +171,8 @@ bool UploadDAO::setState(qlonglong pri, int state, int error)
     {
         Locker lock(m_mutex);
         good = state == Failed || state == GivenUp
-            ? exec("update up set state = ? ,error = ? where pri = ?", {state, error, pri})
-            : exec("update up set state = ?  where pri = ?", {state, pri});
+                   ? exec("update up set state = ? ,error = ? where pri = ?", {state, error, pri})
+                   : exec("update up set state = ?  where pri = ?", {state, pri});
     }
     if (good)
         emit fileStateChanged(pri, state, error);
@@ -262,7 +268,8 @@ bool UploadDAO::resetLeftBehind(const QString &order, const QList<qlonglong> &ru
     QVariantList values{int(Waiting), order, int(Running), int(Serving)};
     for (qlonglong pri : running)
         values << pri;
-    const QString without = running.isEmpty() ? QString() : QStringLiteral(" and pri not in (%1)").arg(marks(running.size()));
+    const QString without =
+        running.isEmpty() ? QString() : QStringLiteral(" and pri not in (%1)").arg(marks(running.size()));
     return exec("update up set state = ? where ordernum = ? and (state = ? or state = ?)" + without, values);
 }
 
@@ -270,6 +277,7 @@ QStringList UploadDAO::orders()
 {
     QStringList list;
     Locker lock(m_mutex);
-    each("select distinct ordernum from up order by ordernum", {}, [&](const Row &row) { list << row.text("ordernum"); });
+    each("select distinct ordernum from up order by ordernum", {},
+         [&](const Row &row) { list << row.text("ordernum"); });
     return list;
 }

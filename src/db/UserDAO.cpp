@@ -52,8 +52,8 @@ bool UserDAO::saveInfo(const QString &third, const QString &info)
     if (!ensureOpen())
         return false;
     Work work(this);
-    const bool good = work && exec("delete from user where third = ?", {third})
-                      && exec("insert into user (third,info) values (?,?)", {third, info}) && work.commit();
+    const bool good = work && exec("delete from user where third = ?", {third}) &&
+                      exec("insert into user (third,info) values (?,?)", {third, info}) && work.commit();
     if (good)
         settle();
     return good;

@@ -1,5 +1,7 @@
 #include "resolve/ClearMax.h"
 #include "common/UserInfo.h"
+#include <algorithm>
+#include <limits>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -7,10 +9,9 @@
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <algorithm>
-#include <limits>
 
-namespace {
+namespace
+{
 const char *const Connection = "db_clearBatch";
 
 // The smallest key still in use; one above all keys when no row is left; -1 when the file can't be read.
@@ -37,12 +38,9 @@ void clearBatches(QSqlDatabase &db, qlonglong smallest)
         query.exec();
     }
 }
-}
+} // namespace
 
-ClearMax::~ClearMax()
-{
-    wait();
-}
+ClearMax::~ClearMax() { wait(); }
 
 void ClearMax::run()
 {
@@ -99,7 +97,8 @@ void ClearMax::clearTree(const QString &root, const QString &pattern)
     for (const QString &file : qAsConst(files))
         QFile::remove(file);
     // Deepest first, so that a folder whose last one goes is empty when its turn comes; rmdir leaves what isn't.
-    std::sort(folders.begin(), folders.end(), [](const QString &a, const QString &b) { return a.count('/') > b.count('/'); });
+    std::sort(folders.begin(), folders.end(),
+              [](const QString &a, const QString &b) { return a.count('/') > b.count('/'); });
     for (const QString &folder : qAsConst(folders))
         if (QDir(folder).isEmpty())
             QDir().rmdir(folder);

@@ -4,7 +4,8 @@
 #include <QJsonDocument>
 #include <QSet>
 
-namespace {
+namespace
+{
 enum Software { Maya = 1, Max = 3 };
 #ifdef Q_OS_WIN
 constexpr bool Posix = false;
@@ -23,7 +24,7 @@ void changeText(QJsonObject *object, const QString &key, const std::function<QSt
     if (change && object->value(key).isString())
         object->insert(key, change(object->value(key).toString()));
 }
-}
+} // namespace
 
 QJsonObject OrderMessage::object(const QString &json, bool *good)
 {
@@ -38,10 +39,7 @@ QJsonObject OrderMessage::object(const QString &json, bool *good)
     return doc.object();
 }
 
-qlonglong OrderMessage::firstId(qint64 nowMs)
-{
-    return nowMs / 10000 % 100000000;
-}
+qlonglong OrderMessage::firstId(qint64 nowMs) { return nowMs / 10000 % 100000000; }
 
 QString OrderMessage::filePath(const QString &path)
 {
@@ -65,9 +63,11 @@ OrderMessage OrderMessage::build(const db_resolve &res, const Options &options)
     const QJsonObject rset = object(res.rset, &rsetGood);
     const QJsonObject rdata = object(res.rdata, &rdataGood);
     const int type = ParameterModel::softwareType(res, rdata, rset);
-    const bool onlyScene = type == Maya && rdata.contains("onlyScene") && rdata.value("onlyScene").toVariant().toInt() != 0;
+    const bool onlyScene =
+        type == Maya && rdata.contains("onlyScene") && rdata.value("onlyScene").toVariant().toInt() != 0;
     // The fragment is a piece of an object: in braces it is one.
-    const QJsonObject rfile = onlyScene || res.rfile.trimmed().isEmpty() ? QJsonObject() : object('{' + res.rfile + '}', &rfileGood);
+    const QJsonObject rfile =
+        onlyScene || res.rfile.trimmed().isEmpty() ? QJsonObject() : object('{' + res.rfile + '}', &rfileGood);
     if (!rsetGood || !rdataGood || !rfileGood)
         return order;
 
@@ -120,8 +120,11 @@ QJsonObject OrderMessage::handOver(const db_resolve &res, const QJsonValue &feeU
     merge(&content, object('{' + res.rfile + '}'));
     QJsonObject body{{"scene", res.lpath}, {"analysisTime", res.rtime}};
     merge(&body, rset);
-    body["parameter"] = QJsonObject{{"status", rdata.value("resStatus").toInt()}, {"fromSlave", 1}, {"content", content},
-                                    {"details", res.errstr}, {"rset", rset}};
+    body["parameter"] = QJsonObject{{"status", rdata.value("resStatus").toInt()},
+                                    {"fromSlave", 1},
+                                    {"content", content},
+                                    {"details", res.errstr},
+                                    {"rset", rset}};
     body["feeUserId"] = feeUserId;
     body["needMasterCheck"] = needMasterCheck;
     body["clientFlag"] = res.rkey;

@@ -2,10 +2,10 @@
 // The order of one scene, the body of (104, 10400), and what a subordinate seat hands to its master: pure functions of
 // the row. Asks neither disk nor settings; what depends on them comes in by Options.
 #include "db/Records.h"
+#include <functional>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
-#include <functional>
 
 struct OrderMessage {
     struct File {
@@ -29,8 +29,8 @@ struct OrderMessage {
     static qlonglong firstId(qint64 nowMs);
     // Forward slashes; a network path keeps its two leading backslashes.
     static QString filePath(const QString &path);
-    // The local path of an upload row: one without a drive or a network head becomes a network path, but on POSIX a path
-    // that starts with "/" is left alone.
+    // The local path of an upload row: one without a drive or a network head becomes a network path, but on POSIX a
+    // path that starts with "/" is left alone.
     static QString uploadPath(const QString &path);
     static QJsonObject object(const QString &json, bool *good = nullptr); // empty text: empty object, good
 };

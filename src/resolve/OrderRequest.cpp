@@ -5,13 +5,12 @@
 #include <QDateTime>
 #include <QDebug>
 
-namespace {
+namespace
+{
 constexpr int Success = 1042100;
 }
 
-OrderRequest::OrderRequest(QObject *parent) : QObject(parent)
-{
-}
+OrderRequest::OrderRequest(QObject *parent) : QObject(parent) {}
 
 void OrderRequest::setTimes(int gateMs, int againMs)
 {
@@ -19,10 +18,7 @@ void OrderRequest::setTimes(int gateMs, int againMs)
     m_againMs = againMs;
 }
 
-void OrderRequest::linkLost()
-{
-    m_asked = 0;
-}
+void OrderRequest::linkLost() { m_asked = 0; }
 
 void OrderRequest::tick()
 {
@@ -38,12 +34,15 @@ void OrderRequest::tick()
     m_since.start();
     const QJsonObject rset = OrderMessage::object(row.rset);
     const QString path = QString(row.lpath).replace('\\', '/');
-    const QJsonObject body{{"name", path.mid(path.lastIndexOf('/') + 1)}, {"clientFlag", row.rkey}, {"projectId", row.projectId},
-                           {"softwareType", rset.value("softwareType").toInt()},
-                           {"machineModel", rset.value("machineModel").isUndefined() ? QJsonValue("") : rset.value("machineModel")}};
-    NetTcp::instance()->nvds(104, 10421, body, [this, rkey = row.rkey](int val, const QJsonDocument &doc) {
-        replied(rkey, val, doc.object());
-    }, this);
+    const QJsonObject body{
+        {"name", path.mid(path.lastIndexOf('/') + 1)},
+        {"clientFlag", row.rkey},
+        {"projectId", row.projectId},
+        {"softwareType", rset.value("softwareType").toInt()},
+        {"machineModel", rset.value("machineModel").isUndefined() ? QJsonValue("") : rset.value("machineModel")}};
+    NetTcp::instance()->nvds(
+        104, 10421, body,
+        [this, rkey = row.rkey](int val, const QJsonDocument &doc) { replied(rkey, val, doc.object()); }, this);
 }
 
 void OrderRequest::replied(qlonglong rkey, int val, const QJsonObject &reply)

@@ -14,26 +14,21 @@
 #include <QDir>
 #include <QTimer>
 
-namespace {
+namespace
+{
 enum Error { NoScene = 10013, Overdue = 10015 };
 constexpr int MayaType = 1;
 
-qint64 now()
-{
-    return QDateTime::currentMSecsSinceEpoch();
-}
+qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
-ResolveDAO &dao()
-{
-    return *ResolveDAO::instance();
-}
+ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
 int typeOf(const db_resolve &row, const QJsonObject &rset)
 {
     const int type = rset.value("softwareType").toInt();
     return type != 0 ? type : VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
 }
-}
+} // namespace
 
 ResolveHandler::ResolveHandler(QObject *parent) : QObject(parent), m_order(this), m_submission(this), m_seat(this)
 {
@@ -105,7 +100,8 @@ void ResolveHandler::startAnalysis()
     }
     BaseResolve *work = BaseResolve::create(type);
     if (!work) {
-        qWarning().noquote() << "ResolveHandler::startAnalysis" << row.rkey << row.lpath << "no analyser for software type" << type;
+        qWarning().noquote() << "ResolveHandler::startAnalysis" << row.rkey << row.lpath
+                             << "no analyser for software type" << type;
         m_unknown << row.rkey;
         return;
     }
@@ -162,7 +158,8 @@ bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType)
     BaseResolve work;
     work.logOnly = true;
     connect(&work, &BaseResolve::resolveFinished, this, [this](const db_resolve &res) { resolveFinished(res); });
-    work.setUp(started, OrderMessage::object(row.rset).value("env").toObject().value("software").toString(), softwareType, 0, log);
+    work.setUp(started, OrderMessage::object(row.rset).value("env").toObject().value("software").toString(),
+               softwareType, 0, log);
     work.finishResolve();
     return true;
 }

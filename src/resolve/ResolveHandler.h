@@ -72,8 +72,8 @@ private:
     Submission m_submission;
     SlaveSeat m_seat;
     Times m_times;
-    QList<qlonglong> m_unknown;             // rows whose software has no analyser: passed over
-    QMap<qlonglong, qlonglong> m_held;      // rows that can't go by themselves: rkey to rtime
-    QList<QList<db_resolve>> m_unsaved;     // drops that the store couldn't take yet
+    QList<qlonglong> m_unknown;         // rows whose software has no analyser: passed over
+    QMap<qlonglong, qlonglong> m_held;  // rows that can't go by themselves: rkey to rtime
+    QList<QList<db_resolve>> m_unsaved; // drops that the store couldn't take yet
     bool m_started = false;
 };

@@ -8,29 +8,33 @@
 #include <QDateTime>
 #include <QDebug>
 
-namespace {
-ResolveDAO &dao()
+namespace
 {
-    return *ResolveDAO::instance();
-}
+ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
 // The state that follows a request; 0 none.
 int followingState(int type, int state)
 {
     switch (type) {
-    case 0: return state == 100 || state == 101 ? 102 : 0;
-    case 1: return state == 102 ? 100 : 0;
-    case 2: return state == 110 || state == 111 ? 112 : 0;
-    case 3: return state == 112 || state == 113 ? 110 : 0;
-    default: return 0;
+    case 0:
+        return state == 100 || state == 101 ? 102 : 0;
+    case 1:
+        return state == 102 ? 100 : 0;
+    case 2:
+        return state == 110 || state == 111 ? 112 : 0;
+    case 3:
+        return state == 112 || state == 113 ? 110 : 0;
+    default:
+        return 0;
     }
 }
-}
+} // namespace
 
 void ResolveHandler::addFile(QList<db_resolve> list)
 {
     if (!dao().insertBatch(&list)) {
-        qWarning().noquote() << "ResolveHandler::addFile" << list.size() << "scenes not stored, tried again at the next scan";
+        qWarning().noquote() << "ResolveHandler::addFile" << list.size()
+                             << "scenes not stored, tried again at the next scan";
         m_unsaved << list;
     }
 }
@@ -44,11 +48,13 @@ void ResolveHandler::reAddFile(qlonglong srcKey)
         return replaceRow(srcKey); // there is no task to give up
     if (!NetTcp::isLogin())
         qWarning().noquote() << "ResolveHandler::reAddFile" << srcKey << "waits for the link, ask again then";
-    NetTcp::instance()->nvds(104, 10417, QJsonObject{{"missionId", row.missionid}},
-                             [this, srcKey](int val, const QJsonDocument &) {
-                                 qDebug().noquote() << "ResolveHandler::reAddFile" << srcKey << val;
-                                 replaceRow(srcKey);
-                             }, this);
+    NetTcp::instance()->nvds(
+        104, 10417, QJsonObject{{"missionId", row.missionid}},
+        [this, srcKey](int val, const QJsonDocument &) {
+            qDebug().noquote() << "ResolveHandler::reAddFile" << srcKey << val;
+            replaceRow(srcKey);
+        },
+        this);
 }
 
 void ResolveHandler::replaceRow(qlonglong srcKey)
@@ -68,10 +74,7 @@ void ResolveHandler::replaceRow(qlonglong srcKey)
         dao().remove(srcKey);
 }
 
-void ResolveHandler::readFile(int page, int pageSize, QString search)
-{
-    dao().readPage(search, page, pageSize);
-}
+void ResolveHandler::readFile(int page, int pageSize, QString search) { dao().readPage(search, page, pageSize); }
 
 void ResolveHandler::delResolve(qlonglong rkey)
 {
@@ -159,15 +162,9 @@ void ResolveHandler::seeError(int type, qlonglong rkey)
     tell(text.isEmpty() || !row.errstr.isEmpty() ? (text + '\n' + row.errstr).trimmed() : text);
 }
 
-void ResolveHandler::reswait(int type)
-{
-    dao().readWaiting(type);
-}
+void ResolveHandler::reswait(int type) { dao().readWaiting(type); }
 
-void ResolveHandler::fileOk(QString order, qlonglong size)
-{
-    fileOk(dao().readByOrder(order).rkey, size);
-}
+void ResolveHandler::fileOk(QString order, qlonglong size) { fileOk(dao().readByOrder(order).rkey, size); }
 
 void ResolveHandler::fileOk(qlonglong rkey, qlonglong size)
 {

@@ -7,7 +7,8 @@
 #include <QDebug>
 #include <QJsonDocument>
 
-namespace {
+namespace
+{
 constexpr int HandOverSeconds = 30, PollSeconds = 10;
 
 QJsonValue feeAccount()
@@ -22,7 +23,7 @@ void setState(qlonglong rkey, int state, int error = 0)
 {
     ResolveDAO::instance()->setState(rkey, state, error, QDateTime::currentMSecsSinceEpoch());
 }
-}
+} // namespace
 
 int SlaveSeat::approvalState(int masterState)
 {
@@ -42,18 +43,22 @@ void SlaveSeat::step()
     request.bareAddress = true;
     request.timeout = HandOverSeconds;
     request.guard = this;
-    request.byte = QJsonDocument(OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck())).toJson(QJsonDocument::Compact);
-    NetWork::instance()->npost(request, [rkey = row.rkey](const Request &, const FuncBody &rep) {
-        qDebug().noquote() << "MODEL ANALYSIS" << rkey << rep.error << QString::fromUtf8(rep.raw);
-        if (ResolveDAO::instance()->read(rkey).state != 108)
-            return;
-        if (!rep.ok())
-            return setState(rkey, 107); // the master can't be reached: the next scan tries again
-        if (rep.result == 1)
-            return setState(rkey, 115);
-        ResolveDAO::instance()->saveMessage(rkey, rep.msg);
-        setState(rkey, 109, rep.code);
-    }, QThread::currentThread());
+    request.byte = QJsonDocument(OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck()))
+                       .toJson(QJsonDocument::Compact);
+    NetWork::instance()->npost(
+        request,
+        [rkey = row.rkey](const Request &, const FuncBody &rep) {
+            qDebug().noquote() << "MODEL ANALYSIS" << rkey << rep.error << QString::fromUtf8(rep.raw);
+            if (ResolveDAO::instance()->read(rkey).state != 108)
+                return;
+            if (!rep.ok())
+                return setState(rkey, 107); // the master can't be reached: the next scan tries again
+            if (rep.result == 1)
+                return setState(rkey, 115);
+            ResolveDAO::instance()->saveMessage(rkey, rep.msg);
+            setState(rkey, 109, rep.code);
+        },
+        QThread::currentThread());
 }
 
 void SlaveSeat::poll()
@@ -66,11 +71,14 @@ void SlaveSeat::poll()
         request.url = UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1").arg(row.rkey);
         request.bareAddress = true;
         request.timeout = PollSeconds;
-        NetWork::instance()->nget(request, [this, rkey = row.rkey](const Request &, const FuncBody &rep) {
-            m_polled.remove(rkey);
-            if (rep.ok() && !rep.data.isEmpty())
-                answered(rkey, rep.data);
-        }, QThread::currentThread(), this);
+        NetWork::instance()->nget(
+            request,
+            [this, rkey = row.rkey](const Request &, const FuncBody &rep) {
+                m_polled.remove(rkey);
+                if (rep.ok() && !rep.data.isEmpty())
+                    answered(rkey, rep.data);
+            },
+            QThread::currentThread(), this);
     }
 }
 

@@ -8,20 +8,16 @@
 #include <QDebug>
 #include <QFileInfo>
 
-namespace {
+namespace
+{
 constexpr int Success = 1040000;
 constexpr int WrongData = 10012, TimedOut = 10002; // of the analysis errors, whose texts fit
 constexpr int WaitingUpload = 10;
 
-qint64 now()
-{
-    return QDateTime::currentMSecsSinceEpoch();
-}
-}
+qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
+} // namespace
 
-Submission::Submission(QObject *parent) : QObject(parent)
-{
-}
+Submission::Submission(QObject *parent) : QObject(parent) {}
 
 void Submission::step()
 {
@@ -45,7 +41,8 @@ void Submission::send(const db_resolve &row)
     options.pathCase = [](const QString &path) { return UserInfo::pathCase(path); };
     const OrderMessage order = OrderMessage::build(row, options);
     if (!order.valid) {
-        qWarning().noquote() << "Submission::send" << row.rkey << row.lpath << "the result of the analysis can't be read";
+        qWarning().noquote() << "Submission::send" << row.rkey << row.lpath
+                             << "the result of the analysis can't be read";
         dao->setState(row.rkey, 109, WrongData, now());
         return;
     }
@@ -56,9 +53,12 @@ void Submission::send(const db_resolve &row)
     sent.since.start();
     sent.files = order.files;
     m_sent.insert(row.rkey, sent);
-    NetTcp::instance()->nvds(104, 10400, order.body, [this, rkey = row.rkey, attempt = sent.attempt](int val, const QJsonDocument &doc) {
-        replied(rkey, attempt, val, doc.object());
-    }, this);
+    NetTcp::instance()->nvds(
+        104, 10400, order.body,
+        [this, rkey = row.rkey, attempt = sent.attempt](int val, const QJsonDocument &doc) {
+            replied(rkey, attempt, val, doc.object());
+        },
+        this);
 }
 
 void Submission::timeOut()
@@ -107,7 +107,8 @@ void Submission::replied(qlonglong rkey, int attempt, int val, const QJsonObject
         m_accepted.insert(rkey, accepted);
 }
 
-Submission::Accepted Submission::uploadRows(const db_resolve &row, const QList<OrderMessage::File> &files, const QJsonObject &reply) const
+Submission::Accepted Submission::uploadRows(const db_resolve &row, const QList<OrderMessage::File> &files,
+                                            const QJsonObject &reply) const
 {
     const QString order = reply.value("orderNum").toVariant().toString();
     if (!order.isEmpty() && order != row.ordernum)

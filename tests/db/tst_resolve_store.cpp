@@ -1,10 +1,11 @@
-#include "RawFile.h"
 #include "db/ResolveDAO.h"
+#include "RawFile.h"
 #include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 #include <QTemporaryDir>
 
-namespace {
+namespace
+{
 ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
 db_resolve scene(qlonglong rkey, int state = 100, const QString &path = "/s/a.tgd")
@@ -30,7 +31,7 @@ void put(const QList<db_resolve> &rows)
     QVERIFY(dao().insertBatch(&list));
     QCOMPARE(keys(list), keys(rows));
 }
-}
+} // namespace
 
 class TestResolveStore : public QObject
 {
@@ -147,12 +148,14 @@ private slots:
     void oldFiles_data()
     {
         QTest::addColumn<QStringList>("statements");
-        QTest::newRow("without the later columns")
-            << QStringList{"create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime INTEGER,"
-                           "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
-                           "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
+        QTest::newRow("without the later columns") << QStringList{
+            "create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime "
+            "INTEGER,"
+            "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
+            "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
         QTest::newRow("with NULLs and a column of its own")
-            << QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath varchar,state int,error int,"
+            << QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath "
+                           "varchar,state int,error int,"
                            "primary key(rkey))",
                            "insert into resolve values(7,1,null,null,'/a',101,3)"};
     }
@@ -168,13 +171,19 @@ private slots:
             QCOMPARE(res.rkey, 7ll);
             QCOMPARE(res.state, 100);
             QCOMPARE(res.error, 3); // recovery leaves it
-            QVERIFY(dao().fileDone(7, 10) && dao().addSize(7, 20) && dao().setFileType(7, 2) && dao().setFileType(7, 5));
+            QVERIFY(dao().fileDone(7, 10) && dao().addSize(7, 20) && dao().setFileType(7, 2) &&
+                    dao().setFileType(7, 5));
             QCOMPARE(dao().read(7).filetype, 2);
             QCOMPARE(dao().read(7).fok, start + 1);
             QCOMPARE(dao().read(7).fup, 10ll * (start + 1));
             put({scene(100 + start)});
         }
-        QVERIFY(dao().savePara([] { auto res = scene(7); res.rdata = "{}"; res.rfile = "\"files\":[]"; return res; }()));
+        QVERIFY(dao().savePara([] {
+            auto res = scene(7);
+            res.rdata = "{}";
+            res.rfile = "\"files\":[]";
+            return res;
+        }()));
         QCOMPARE(dao().readWithPara(7).rfile, QString("\"files\":[]"));
     }
 
@@ -211,8 +220,8 @@ private slots:
     }
     void pages()
     {
-        put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"), scene(4, 110, "/o'neil.tgd"),
-             scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
+        put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"),
+             scene(4, 110, "/o'neil.tgd"), scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
         QFETCH(QString, search);
         QFETCH(int, page);
         QSignalSpy told(&dao(), &ResolveDAO::allFile);

@@ -2,7 +2,8 @@
 #include "support/TestMain.h"
 #include <QJsonArray>
 
-namespace {
+namespace
+{
 db_resolve row(const QString &rset, const QString &rdata, const QString &rfile)
 {
     db_resolve res;
@@ -24,7 +25,7 @@ QJsonArray names(const OrderMessage &order)
         list << file.toObject().value("path");
     return list;
 }
-}
+} // namespace
 
 class TestOrderMessage : public QObject
 {
@@ -38,9 +39,11 @@ private slots:
         const OrderMessage order = OrderMessage::build(
             row(R"({"env":{"software":"terragen 4"},"project":{"id":1},"projectConfig":{},"machine":{},"softwareType":8,"machineModel":"m1","ordernum":"old"})",
                 R"({"sceneName":"/S/A.tgd","missionName":"A","softwareType":8,"resStatus":0,"hasHand":1,"hasClone":1,"modelParameters":{"cameras":[]}})",
-                R"("files":["/s/a.tgd","/s/T.tga","/s/a.tgd","/s/sub/"])"), options);
+                R"("files":["/s/a.tgd","/s/T.tga","/s/a.tgd","/s/sub/"])"),
+            options);
         QVERIFY(order.valid);
-        const QByteArray expected = R"({"scene":"/s/a.tgd","analysisTime":1700000009000,"softwareType":8,"machineModel":"m1",
+        const QByteArray expected =
+            R"({"scene":"/s/a.tgd","analysisTime":1700000009000,"softwareType":8,"machineModel":"m1",
             "sceneName":"/s/a.tgd","missionName":"A","modelParameters":{"cameras":[]},"clientFlag":1700000001,"missionId":55,"ordernum":"N55",
             "files":[{"id":79524803,"path":"/s/a.tgd"},{"id":79524804,"path":"/s/T.tga"}],"fileCount":2})";
         QCOMPARE(order.body, QJsonDocument::fromJson(expected).object());
@@ -60,15 +63,29 @@ private slots:
         const QString files = R"("files":["/a.ma","/b"])";
         const QJsonArray both{"/a.ma", "/b"};
         const QJsonValue none(QJsonValue::Undefined);
-        QTest::newRow("plain") << "{}" << "{\"softwareType\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("maya, scene only") << "{}" << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
-        QTest::newRow("scene only switched off") << "{}" << "{\"softwareType\":1,\"onlyScene\":0}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("scene only of another software") << "{}" << "{\"softwareType\":3,\"onlyScene\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("nofile") << "{}" << "{}" << files << true << true << QJsonValue(QJsonArray()) << QJsonValue(0);
-        QTest::newRow("a clone has no list") << "{\"hasClone\":1}" << "{}" << "" << false << true << QJsonValue(QJsonArray()) << QJsonValue(0);
-        QTest::newRow("broken list") << "{}" << "{}" << "\"files\":[" << false << false << none << none;
-        QTest::newRow("broken result") << "{}" << "{,}" << files << false << false << none << none;
-        QTest::newRow("result is an array") << "{}" << "[]" << files << false << false << none << none;
+        QTest::newRow("plain") << "{}"
+                               << "{\"softwareType\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("maya, scene only")
+            << "{}"
+            << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
+        QTest::newRow("scene only switched off")
+            << "{}"
+            << "{\"softwareType\":1,\"onlyScene\":0}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("scene only of another software")
+            << "{}"
+            << "{\"softwareType\":3,\"onlyScene\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
+        QTest::newRow("nofile") << "{}"
+                                << "{}" << files << true << true << QJsonValue(QJsonArray()) << QJsonValue(0);
+        QTest::newRow("a clone has no list") << "{\"hasClone\":1}"
+                                             << "{}"
+                                             << "" << false << true << QJsonValue(QJsonArray()) << QJsonValue(0);
+        QTest::newRow("broken list") << "{}"
+                                     << "{}"
+                                     << "\"files\":[" << false << false << none << none;
+        QTest::newRow("broken result") << "{}"
+                                       << "{,}" << files << false << false << none << none;
+        QTest::newRow("result is an array") << "{}"
+                                            << "[]" << files << false << false << none << none;
     }
     void variants()
     {
@@ -88,10 +105,16 @@ private slots:
     {
         OrderMessage::Options options;
         options.pathCase = [](const QString &path) { return path.toLower(); };
-        const QJsonObject model = OrderMessage::build(row("{\"softwareType\":3}",
-            R"({"softwareType":3,"modelParameters":{"vrLightCacheFile":"D:/L","vrIrradianceMapFile":"D:/I","outputFile":"D:/O"}})", ""), options)
-            .body.value("modelParameters").toObject();
-        QCOMPARE(model, (QJsonObject{{"vrLightCacheFile", "d:/l"}, {"vrIrradianceMapFile", "d:/i"}, {"outputFile", "D:/O"}}));
+        const QJsonObject model =
+            OrderMessage::build(
+                row("{\"softwareType\":3}",
+                    R"({"softwareType":3,"modelParameters":{"vrLightCacheFile":"D:/L","vrIrradianceMapFile":"D:/I","outputFile":"D:/O"}})",
+                    ""),
+                options)
+                .body.value("modelParameters")
+                .toObject();
+        QCOMPARE(model,
+                 (QJsonObject{{"vrLightCacheFile", "d:/l"}, {"vrIrradianceMapFile", "d:/i"}, {"outputFile", "D:/O"}}));
     }
 
     void paths_data()
@@ -99,15 +122,29 @@ private slots:
         QTest::addColumn<QString>("found");
         QTest::addColumn<QString>("sent");
         QTest::addColumn<QString>("stored");
-        QTest::newRow("drive") << "D:\\s\\a.max" << "D:/s/a.max" << "D:/s/a.max";
-        QTest::newRow("network") << "\\\\srv\\share\\a" << "\\\\srv/share/a" << "\\\\srv/share/a";
-        QTest::newRow("relative") << "a\\b" << "a/b" << "\\\\a/b";
+        QTest::newRow("drive") << "D:\\s\\a.max"
+                               << "D:/s/a.max"
+                               << "D:/s/a.max";
+        QTest::newRow("network") << "\\\\srv\\share\\a"
+                                 << "\\\\srv/share/a"
+                                 << "\\\\srv/share/a";
+        QTest::newRow("relative") << "a\\b"
+                                  << "a/b"
+                                  << "\\\\a/b";
 #ifdef Q_OS_WIN
-        QTest::newRow("network, turned already") << "//srv/a" << "\\\\srv/a" << "\\\\srv/a";
-        QTest::newRow("one slash") << "/a" << "/a" << "\\\\/a";
+        QTest::newRow("network, turned already") << "//srv/a"
+                                                 << "\\\\srv/a"
+                                                 << "\\\\srv/a";
+        QTest::newRow("one slash") << "/a"
+                                   << "/a"
+                                   << "\\\\/a";
 #else
-        QTest::newRow("absolute") << "/home/u/a b.tga" << "/home/u/a b.tga" << "/home/u/a b.tga";
-        QTest::newRow("absolute, doubled slash") << "//home/a" << "//home/a" << "//home/a";
+        QTest::newRow("absolute") << "/home/u/a b.tga"
+                                  << "/home/u/a b.tga"
+                                  << "/home/u/a b.tga";
+        QTest::newRow("absolute, doubled slash") << "//home/a"
+                                                 << "//home/a"
+                                                 << "//home/a";
 #endif
     }
     void paths()
@@ -120,10 +157,12 @@ private slots:
 
     void handOver()
     {
-        db_resolve res = row(R"({"softwareType":8,"scene":"x"})", R"({"resStatus":1,"modelParameters":{}})", R"("files":["/a"])");
+        db_resolve res =
+            row(R"({"softwareType":8,"scene":"x"})", R"({"resStatus":1,"modelParameters":{}})", R"("files":["/a"])");
         res.errstr = "w\r\n";
         const QJsonObject body = OrderMessage::handOver(res, QJsonArray{3}, true);
-        const QByteArray expected = R"({"scene":"x","analysisTime":1700000009000,"softwareType":8,"feeUserId":[3],"needMasterCheck":true,
+        const QByteArray expected =
+            R"({"scene":"x","analysisTime":1700000009000,"softwareType":8,"feeUserId":[3],"needMasterCheck":true,
             "clientFlag":1700000001,"missionId":55,"ordernum":"N55","parameter":{"status":1,"fromSlave":1,"details":"w\r\n",
             "content":{"resStatus":1,"modelParameters":{},"files":["/a"]},"rset":{"softwareType":8,"scene":"x"}}})";
         QCOMPARE(body, QJsonDocument::fromJson(expected).object());
