@@ -1,9 +1,17 @@
 #include "resolve/ResolveScan.h"
-#include "common/Session.h"
 #include "common/VFunc.h"
 #include "io/NetTcp.h"
 #include "resolve/ResolveHandler.h"
-#include <QScopedPointer>
+#include <atomic>
+#include <memory>
+#include <QCoreApplication>
+#include <QDebug>
+#include <QSemaphore>
+
+namespace
+{
+constexpr int ReportWaitMs = 2000;
+}
 
 ResolveScan::~ResolveScan()
 {
@@ -16,13 +24,24 @@ void ResolveScan::run()
     ResolveHandler handler;
     connect(&handler, &ResolveHandler::seeWarn, this, &ResolveScan::seeWarn);
     handler.startScan();
-    // The hardware's answers take seconds on some machines; the scans don't wait for them.
-    QScopedPointer<QThread> report(QThread::create([] {
+    // The hardware's answers take seconds on some machines, and for ever on a sick one: neither the scans nor the end
+    // of the session wait for them.
+    struct Shared {
+        std::atomic_bool over{false};
+        QSemaphore done;
+    };
+    const auto shared = std::make_shared<Shared>();
+    QThread *report = QThread::create([shared] {
         const QJsonObject machine = VFunc::machineReport();
-        if (!Session::closing())
+        if (!shared->over)
             NetTcp::instance()->nvds(103, 10310, machine);
-    }));
+        shared->done.release();
+    });
+    report->moveToThread(QCoreApplication::instance()->thread());
+    connect(report, &QThread::finished, report, &QObject::deleteLater);
     report->start();
     exec();
-    report->wait();
+    shared->over = true;
+    if (!shared->done.tryAcquire(1, ReportWaitMs))
+        qWarning().noquote() << "ResolveScan::run the machine report hasn't ended";
 }

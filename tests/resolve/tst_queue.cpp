@@ -416,6 +416,57 @@ private slots:
         QCOMPARE(warns.size(), 1);
     }
 
+    void dropSurvivesALockedStore()
+    {
+        QueueRig rig;
+        rig.peer.silence(10421);
+        dao().setBusyMs(20);
+        {
+            QSqlDatabase other = QSqlDatabase::addDatabase("QSQLITE", "other");
+            other.setDatabaseName(dao().filePath());
+            QVERIFY(other.open() && QSqlQuery(other).exec("begin immediate"));
+            rig.start();
+            db_resolve res;
+            res.rkey = 5;
+            res.state = 100;
+            rig.handler->addFile({res});
+            QVERIFY(dao().readAll().isEmpty());
+            QSqlQuery(other).exec("rollback");
+            other.close();
+        }
+        QSqlDatabase::removeDatabase("other");
+        QTRY_COMPARE(dao().readAll().size(), 1);
+        dao().setBusyMs(ResolveDAO::BusyMs);
+    }
+    void errorTexts_data()
+    {
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("errstr");
+        QTest::addColumn<QString>("told");
+        QTest::newRow("of the analysis") << 10011 << ""
+                                         << "软件未找到";
+        QTest::newRow("of the server") << 1040006 << ""
+                                       << "余额不足";
+        QTest::newRow("unknown number") << 4711 << ""
+                                        << "4711";
+        QTest::newRow("words of the scene") << 0 << "错误：没有可用相机。\r\n"
+                                            << "错误：没有可用相机。";
+    }
+    void errorTexts()
+    {
+        QFETCH(int, error);
+        QFETCH(QString, errstr);
+        QueueRig rig;
+        Window window;
+        ResolveHandler handler;
+        const qlonglong key = rig.drop("/a.max", {}, 104);
+        dao().setState(key, 104, error, 1);
+        dao().saveMessage(key, errstr);
+        handler.seeError(0, key);
+        QTRY_COMPARE(window.texts.size(), 1);
+        QTEST(window.texts.first(), "told");
+    }
+
     // A subordinate seat against a master of a few lines.
     void slaveSeat()
     {
