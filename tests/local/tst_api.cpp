@@ -1,0 +1,472 @@
+#include "common/UserInfo.h"
+#include "db/Calls.h"
+#include "db/DownloadDAO.h"
+#include "db/ResolveDAO.h"
+#include "io/FakeBusiness.h"
+#include "io/NetTcp.h"
+#include "io/local/CmdHand.h"
+#include "io/local/HttpServer.h"
+#include "support/TestMain.h"
+
+namespace {
+// Stands for the session's queues and keeps what they are told.
+class Queues : public QObject, public ResolveCalls, public DownCalls
+{
+public:
+    QStringList calls;
+    Queues()
+    {
+        Seam<ResolveCalls>::attach(this, this);
+        Seam<DownCalls>::attach(this, this);
+    }
+    ~Queues() override
+    {
+        Seam<ResolveCalls>::detach(this);
+        Seam<DownCalls>::detach(this);
+    }
+    void commitResolve(qlonglong rkey, bool batch, QString order) override { calls << QStringLiteral("commit %1 %2 %3").arg(rkey).arg(batch).arg(order); }
+    void missionResult(int mid, bool autoRes, bool isBatch) override { calls << QStringLiteral("result %1 %2 %3").arg(mid).arg(autoRes).arg(isBatch); }
+    void addFile(QList<db_resolve>) override {}
+    void reAddFile(qlonglong) override {}
+    void readFile(int, int, QString) override {}
+    void delResolve(qlonglong) override {}
+    void delResolveByTask(int) override {}
+    void paraSet(qlonglong) override {}
+    void changeResolveState(qlonglong, int, QString) override {}
+    void saveDataSet(db_resolve) override {}
+    void seeError(int, qlonglong) override {}
+    void reswait(int) override {}
+    void fileOk(QString, qlonglong) override {}
+    void coverResult(int, int) override {}
+    void resultPush(QJsonObject) override {}
+    void readFile(int) override {}
+    void readMissionFile(qlonglong, int) override {}
+    void reDown(qlonglong) override {}
+    void pauseDown(qlonglong) override {}
+    void delDown(qlonglong) override {}
+    void priDown(qlonglong) override {}
+};
+
+QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
+} // namespace
+
+class TestApi : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<FakeBusiness> business;
+    QScopedPointer<HttpServer> server;
+    QScopedPointer<Queues> queues;
+
+    // Sends the pieces one after the other, each once the one before is on its way, and reads until the server closes.
+    QByteArray raw(const QList<QByteArray> &pieces)
+    {
+        QTcpSocket socket;
+        QByteArray got;
+        bool closed = false;
+        connect(&socket, &QTcpSocket::readyRead, &socket, [&] { got += socket.readAll(); });
+        connect(&socket, &QTcpSocket::disconnected, &socket, [&] { closed = true; });
+        socket.connectToHost("127.0.0.1", server->port());
+        [&] { QTRY_VERIFY(closed || socket.state() == QAbstractSocket::ConnectedState); }();
+        for (const QByteArray &piece : pieces) {
+            socket.write(piece);
+            [&] { QTRY_COMPARE(socket.bytesToWrite(), 0); }();
+            QCoreApplication::processEvents();
+        }
+        [&] { QTRY_VERIFY(closed); }();
+        return got + socket.readAll();
+    }
+    QJsonObject post(const QString &target, const QByteArray &body = "", const QByteArray &method = "POST")
+    {
+        const QByteArray got = raw({method + " " + target.toUtf8() + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: "
+                                    + QByteArray::number(body.size()) + "\r\n\r\n" + body});
+        if (!got.startsWith("HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: keep-alive\r\nContent-Length: "))
+            return {{"msg", "bad head: " + QString::fromUtf8(got.left(200))}};
+        return QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n") + 4)).object();
+    }
+    QString msg(const QString &target, const QByteArray &body = "", const QByteArray &method = "POST")
+    {
+        return post(target, body, method).value("msg").toString();
+    }
+    QString scene(const QString &name)
+    {
+        QFile file(testHome() + "/" + name);
+        [&] { QVERIFY(file.open(QIODevice::WriteOnly)); }();
+        return file.fileName();
+    }
+    db_resolve addRow(int state, const QString &order, const QString &rset = "{}")
+    {
+        db_resolve row;
+        row.rkey = row.pri = 1000;
+        row.state = state;
+        row.ordernum = order;
+        row.missionid = order.toInt();
+        row.lpath = "/scenes/a_" + order + ".tgd";
+        row.project = "p";
+        row.projectId = 3;
+        row.rtime = QDateTime(QDate(2024, 2, 3), QTime(4, 5, 6)).toMSecsSinceEpoch();
+        row.fok = 2;
+        row.fsum = 5;
+        row.rset = rset;
+        row.rdata = R"({"sceneName":"a","modelParameters":{"frames":"1-3"},"resStatus":0})";
+        row.rfile = R"("files":["/t.png"])";
+        QList<db_resolve> rows{row};
+        [&] { QVERIFY(ResolveDAO::instance()->insertBatch(&rows)); }();
+        return rows[0];
+    }
+
+private slots:
+    void initTestCase()
+    {
+        UserInfo::init();
+        UserInfo::initUser({{"userId", 42}, {"username", "u"}, {"feeUserIds", QJsonArray{77}}});
+    }
+    void init()
+    {
+        QDir(UserInfo::userDir()).removeRecursively();
+        QDir().mkpath(UserInfo::userDir());
+        QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()));
+        QVERIFY(DownloadDAO::instance()->open(UserInfo::userDir()));
+        business.reset(new FakeBusiness);
+        business->answer = [this](const FakeRequest &request) { business->reply(request, request.cmd * 100, request.body); };
+        NetTcp::instance()->setHost("127.0.0.1", business->serverPort());
+        NetTcp::instance()->resetLink();
+        QTRY_COMPARE(NetTcp::instance()->socket()->state(), QAbstractSocket::ConnectedState);
+        NetTcp::instance()->setLogin(true);
+        queues.reset(new Queues);
+        server.reset(new HttpServer);
+        QVERIFY(server->initHttpServer(0));
+    }
+    void cleanup()
+    {
+        server.reset();
+        queues.reset();
+        NetTcp::destroy();
+        business.reset();
+        ResolveDAO::instance()->releaseResolve();
+        DownloadDAO::instance()->releaseDown();
+    }
+
+    void forwarded_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("cmd");
+        QTest::addColumn<QByteArray>("body");
+        QTest::newRow("account") << "/account" << 10307 << QByteArray("{}");
+        QTest::newRow("projects, without a body") << "/project" << 10502 << QByteArray();
+        QTest::newRow("environments") << "/env?projectId=3&softwareType=8" << 10506 << QByteArray(R"({"projectId":3,"software_type":8})");
+        QTest::newRow("machines") << "/machine?farmId=2&projectId=3" << 11102 << QByteArray(R"({"farmId":2,"projectId":3})");
+        QTest::newRow("tasks") << "/job" << 10427 << QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20})");
+        QTest::newRow("tasks, chosen") << "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1" << 10427
+                                       << QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})");
+        QTest::newRow("task") << "/job/detail?mid=7" << 10409 << QByteArray(R"({"missionId":7})");
+    }
+    void forwarded()
+    {
+        QFETCH(QString, target);
+        QFETCH(int, cmd);
+        QFETCH(QByteArray, body);
+        const QJsonObject rep = post(target);
+        QCOMPARE(rep.value("code").toInt(), cmd * 100);
+        QCOMPARE(rep.value("result").toInt(), 1);
+        QCOMPARE(business->last(cmd).body, body);
+        QCOMPARE(business->last(cmd).module, cmd / 100);
+        QCOMPARE(rep.value("data").toObject(), QJsonDocument::fromJson(body).object());
+    }
+
+    void refusedByTheServer()
+    {
+        business->answer = [this](const FakeRequest &request) { business->reply(request, 1040522, "not json"); };
+        const QJsonObject rep = post("/job/detail?mids=1,2");
+        QCOMPARE(rep.value("code").toInt(), 1040522);
+        QCOMPARE(rep.value("result").toInt(), 0);
+        QCOMPARE(rep.value("msg").toString(), QString("补帧失败，账户信息获取失败"));
+        QCOMPARE(business->count(10409), 2);
+    }
+
+    void noAnswerOrNoSession()
+    {
+        business->answer = {};
+        QByteArray got;
+        auto *hand = new CmdHand(1);
+        connect(hand, &CmdHand::cmdOver, this, [&got](const QByteArray &body) { got = body; });
+        hand->start("POST", "/account");
+        QTRY_VERIFY(!got.isEmpty());
+        QCOMPARE(QJsonDocument::fromJson(got).object().value("msg").toString(), QString("服务器没有应答，请稍后再试"));
+        NetTcp::instance()->setLogin(false);
+        QCOMPARE(msg("/account"), QString("客户端未登录"));
+    }
+
+    void unknown_data()
+    {
+        QTest::addColumn<QByteArray>("request");
+        QTest::newRow("path") << QByteArray("POST /jobs HTTP/1.1\r\n\r\n");
+        QTest::newRow("longer path") << QByteArray("POST /job/ HTTP/1.1\r\n\r\n");
+        QTest::newRow("get") << QByteArray("GET /account HTTP/1.1\r\n\r\n");
+        QTest::newRow("put") << QByteArray("PUT /masterInfo HTTP/1.1\r\n\r\n");
+        QTest::newRow("words from outside") << QByteArray("POST /localClient HTTP/1.1\r\n\r\n");
+        QTest::newRow("foreign page") << QByteArray("POST /account HTTP/1.1\r\nOrigin: http://evil.example\r\n\r\n");
+        QTest::newRow("foreign host") << QByteArray("POST /account HTTP/1.1\r\nHost: evil.example\r\n\r\n");
+    }
+    void unknown()
+    {
+        QFETCH(QByteArray, request);
+        const QByteArray got = raw({request});
+        QVERIFY(got.startsWith("HTTP/1.1 200 OK\r\n"));
+        const QJsonObject rep = QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n"))).object();
+        QCOMPARE(rep.value("msg").toString(), QString("没有此接口"));
+        QVERIFY(!rep.contains("data"));
+        QCOMPARE(rep.value("result").toInt(-1), 0);
+        QVERIFY(business->requests.isEmpty());
+    }
+
+    void piecesAndForms()
+    {
+        QVERIFY(raw({"po", "st //readable///acc", "ount HTTP/1.1\r\nContent-Le", "ngth: 3\r\n\r\na", "bcdef"}).contains("{\n    \"code\""));
+        QCOMPARE(business->count(10307), 1);
+        QCOMPARE(msg("/masterInfo", "", "get"), QString());
+        // A tool that waits to be told before it sends its body.
+        const QByteArray got = raw({"POST /account HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n", "{}"});
+        QVERIFY(got.startsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n"));
+    }
+
+    void bigAnswer()
+    {
+        const QByteArray big(3 << 20, 'x');
+        business->answer = [&](const FakeRequest &request) { business->reply(request, 1030700, json({{"big", QString::fromLatin1(big)}})); };
+        QCOMPARE(post("/account").value("data").toObject().value("big").toString().size(), big.size());
+    }
+
+    void limits()
+    {
+        QCOMPARE(raw({"POST /account HTTP/1.1\r\nContent-Length: -5\r\n\r\n"}), QByteArray());
+        QCOMPARE(raw({QByteArray(9000, 'x')}), QByteArray());
+        server->setTimeout(1);
+        QCOMPARE(raw({"POST /account HTTP/1.1\r\nContent-Length: 5\r\n\r\n1"}), QByteArray()); // takes too long
+        server->setTimeout(30000);
+        QTRY_COMPARE(server->connections(), 0);
+        std::vector<std::unique_ptr<QTcpSocket>> open;
+        for (int i = 0; i < HttpServer::MaxConnections; ++i) {
+            open.emplace_back(new QTcpSocket);
+            open.back()->connectToHost("127.0.0.1", server->port());
+        }
+        QTRY_COMPARE(server->connections(), HttpServer::MaxConnections);
+        QCOMPARE(raw({}), QByteArray()); // one too many
+        open.clear();
+        QTRY_COMPARE(server->connections(), 0);
+        QCOMPARE(post("/account").value("result").toInt(), 1);
+    }
+
+    void jobSelector_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QStringList>("calls");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("one") << "mid=7" << QStringList{"result 7 0 0"} << "已加入下载队列";
+        QTest::newRow("range") << "mids=7-8" << QStringList{"result 7 0 1", "result 8 0 1"} << "已加入下载队列";
+        QTest::newRow("order in the store") << "i=500" << QStringList{"result 500 0 0"} << "已加入下载队列";
+        QTest::newRow("order on the server") << "is=500,N9" << QStringList{"result 500 0 1", "result 99 0 1"} << "已加入下载队列";
+        QTest::newRow("unknown order") << "i=N8" << QStringList() << "没有相关大任务";
+        QTest::newRow("none") << "page=1" << QStringList() << "没有相关大任务";
+        QTest::newRow("too many") << "mids=1-999999999" << QStringList() << "一次最多处理1000个";
+    }
+    void jobSelector()
+    {
+        QFETCH(QString, query);
+        QFETCH(QStringList, calls);
+        addRow(110, "500");
+        business->answer = [this](const FakeRequest &request) {
+            business->reply(request, 1042700, R"({"pageList":[{"id":98,"num":"N99"},{"id":99,"num":"N9"}]})");
+        };
+        QTEST(msg("/job/download?" + query), "text");
+        QTRY_COMPARE(queues->calls, calls);
+    }
+
+    void jobDir()
+    {
+        business->answer = [this](const FakeRequest &request) { business->reply(request, 1040900, R"({"resultRootPathEnum":2,"clientResultRootPath":"/no/such"})"); };
+        QCOMPARE(post("/job/dir?mid=1").value("result").toInt(), 0);
+        business->answer = [this](const FakeRequest &request) { business->reply(request, 1040901); };
+        QCOMPARE(post("/job/dir?mid=1").value("code").toInt(), 1040901);
+    }
+
+    void modelRoutes()
+    {
+        const db_resolve row = addRow(106, "500", R"({"softwareType":8})");
+        const QJsonArray list = post("/model/list").value("data").toArray();
+        QCOMPARE(list.size(), 1);
+        QCOMPARE(json(list[0].toObject()), QByteArray(R"({"analysisTime":"2024-02-03 04:05:06","mid":500,"name":"a_500.tgd","num":"500",)"
+                 R"("project":"p","rkey":1000,"scene":"/scenes/a_500.tgd","speed":"2/5","state":106,"status":"解析完成，请提交渲染"})"));
+        QCOMPARE(post("/model/list?rkeys=1,2").value("data").toArray().size(), 0);
+        QCOMPARE(post("/model/list?rkey=1000").value("data").toArray().size(), 1);
+
+        QJsonObject para = post("/model/parameter?num=500").value("data").toObject();
+        QCOMPARE(para, QJsonDocument::fromJson(row.rdata.toUtf8()).object());
+        para["modelParameters"] = QJsonObject{{"frames", "7"}};
+        QCOMPARE(post("/model/parameterSet?num=500", json(para)).value("result").toInt(), 1);
+        QCOMPARE(post("/model/parameter?num=500").value("data").toObject(), para);
+        QCOMPARE(ResolveDAO::instance()->readWithPara(1000).rfile, row.rfile);
+        QCOMPARE(msg("/model/parameterSet?num=500", "[1]"), QString("参数异常"));
+        for (const char *path : {"/model/parameter", "/model/parameterSet", "/model/srcParameter", "/model/commit"})
+            for (const char *num : {"", "?num=501"})
+                QCOMPARE(msg(QString(path) + num, "{\"a\":1}"), QString("没有此订单下的模型"));
+
+        // A scene read directly has no log; what was found stands in the store.
+        const QJsonObject found = post("/model/srcParameter?num=500").value("data").toObject();
+        QCOMPARE(found.value("softwareType").toInt(), 8);
+        QCOMPARE(found.value("content").toObject().value("files").toArray(), QJsonArray{"/t.png"});
+
+        QCOMPARE(post("/model/commit?nums=500,501").value("data").toArray(), QJsonArray{"500"});
+        QTRY_COMPARE(queues->calls, QStringList{"commit 0 0 500"});
+        ResolveDAO::instance()->setState(1000, 110, 0, 1);
+        QCOMPARE(post("/model/parameterSet?num=500", json(para)).value("result").toInt(), 0);
+        QCOMPARE(json(post("/model/checkSlave?rkey=1000", "", "GET").value("data").toObject()),
+                 QByteArray(R"({"fok":2,"fsum":5,"rkey":1000,"state":110})"));
+        QCOMPARE(post("/model/checkSlave?rkey=9").value("data").toObject().value("state").toInt(), -1);
+    }
+
+    void analysisRefused_data()
+    {
+        QTest::addColumn<QJsonObject>("change"); // laid over a good parameter
+        QTest::addColumn<QStringList>("scenes");
+        QTest::addColumn<QString>("text");
+        const QStringList one{"a.tgd"};
+        QTest::newRow("no software") << QJsonObject{{"env", QJsonObject()}} << one << "缺失软件类型";
+        QTest::newRow("no scene") << QJsonObject() << QStringList() << "没有模型文件";
+        QTest::newRow("gone") << QJsonObject() << QStringList{"gone.tgd"} << "没有模型文件";
+        QTest::newRow("another type") << QJsonObject() << QStringList{"a.max"} << "请拖入类型为.tgd场景文件！";
+        QTest::newRow("two types") << QJsonObject() << QStringList{"a.tgd", "a.max"} << "场景文件中包含多种类型，请筛选后再拖入！";
+        QTest::newRow("no project") << QJsonObject{{"project", QJsonObject{{"id", 3}}}} << one << "缺失项目信息";
+        QTest::newRow("no machine") << QJsonObject{{"machine", QJsonObject()}} << one << "缺失机型";
+        QTest::newRow("no maya project") << QJsonObject{{"env", "x"}, {"software", "maya2016"}, {"mayaProject", "/no/such"}} << QStringList{"a.mb"} << "项目路径不存在";
+        QTest::newRow("strange seat") << QJsonObject{{"fromSlave", 1}, {"feeUserId", 5}} << one << "上级账号不匹配，请重新设置";
+        QTest::newRow("seat without scene") << QJsonObject{{"fromSlave", 1}, {"feeUserId", QJsonArray{5, 77}}} << QStringList() << "缺失场景文件";
+    }
+    void analysisRefused()
+    {
+        QFETCH(QJsonObject, change);
+        QFETCH(QStringList, scenes);
+        QJsonObject parameter{{"env", QJsonObject{{"software", "Terragen4"}}}, {"project", QJsonObject{{"name", "p"}, {"id", 3}}},
+                              {"machine", QJsonObject{{"name", "m"}}}};
+        for (auto it = change.begin(); it != change.end(); ++it)
+            parameter[it.key()] = it.value();
+        QJsonArray paths;
+        for (const QString &name : scenes)
+            paths.append(name.startsWith("gone") ? "/no/such/gone.tgd" : scene(name));
+        const QJsonObject rep = post("/model/analysis", json({{"scenes", paths}, {"parameter", parameter}}));
+        QTEST(rep.value("msg").toString(), "text");
+        QCOMPARE(rep.value("code").toInt(), 1);
+        QVERIFY(ResolveDAO::instance()->readAll().isEmpty());
+    }
+
+    void analysisAccepted()
+    {
+        const QJsonObject machine{{"machineModel", "big"}, {"name", "m"}, {"clientId", 6}, {"farmId", 2}};
+        const QJsonObject parameter{{"env", QJsonObject{{"software", "terragen4"}, {"startGpu", 1}}}, {"machine", machine},
+                                    {"projectConfig", QJsonObject{{"name", "a_b"}, {"id", 3}}}, {"keyFrames", "1,5"}};
+        const QJsonArray paths{scene("b.tgd"), scene("c.TGD"), scene("b.tgd"), "/no/such.tgd"};
+        const QJsonObject rep = post("/model/analysis", json({{"scenes", paths}, {"parameter", parameter}}));
+        QCOMPARE(rep.value("msg").toString(), QString("提交到客户端成功"));
+        QCOMPARE(rep.value("result").toInt(), 1);
+        const QList<db_resolve> rows = ResolveDAO::instance()->readAll();
+        QCOMPARE(rows.size(), 2);
+        QCOMPARE(rows[0].state, 100);
+        QCOMPARE(rows[0].lpath, paths[0].toString());
+        QCOMPARE(rows[0].projectId, 3);
+        QCOMPARE(rows[1].project, QString("a_b"));
+        QCOMPARE(rows[1].rkey, rows[0].rkey + 1);
+        QCOMPARE(rep.value("data").toObject().value("details").toArray()[1].toObject().value("rkey").toDouble(), double(rows[1].rkey));
+        const QJsonObject rset = QJsonDocument::fromJson(rows[1].rset.toUtf8()).object();
+        QCOMPARE(rset.value("softwareType").toInt(), 8);
+        QCOMPARE(rset.value("machineModel").toString(), QString("big"));
+        QCOMPARE(rset.value("clientId").toInt() * 10 + rset.value("farmId").toInt(), 62);
+        QCOMPARE(rset.value("startGpu").toInt(), 1);
+        QCOMPARE(rset.value("keyFrames").toString(), QString("1,5"));
+        QCOMPARE(rset.value("machine").toObject(), machine);
+    }
+
+    // A plain list asks the user on the page, which made the request.
+    void analysisFromThePage_data()
+    {
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("err");
+        QTest::newRow("good") << QStringList{"a-post=.tgd", "b.tgd"} << 8 << "";
+        QTest::newRow("mixed") << QStringList{"a.tgd", "b.max"} << 0 << "场景文件中包含多种类型，请筛选后再拖入！";
+        QTest::newRow("none") << QStringList() << 0 << "没有模型文件";
+        QTest::newRow("no scene at all") << QStringList{"a.txt"} << 0 << "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！";
+    }
+    void analysisFromThePage()
+    {
+        QFETCH(QStringList, names);
+        QFETCH(QString, err);
+        QJsonArray paths;
+        for (const QString &name : names)
+            paths.append(scene(name));
+        auto *hand = new CmdHand;
+        QSignalSpy asked(hand, &CmdHand::backEnvPre), over(hand, &CmdHand::cmdOver);
+        QPointer<CmdHand> alive(hand);
+        hand->start("/model /analysis -post=" + QString::fromUtf8(QJsonDocument(paths).toJson(QJsonDocument::Compact)), "/localClient");
+        QTRY_COMPARE(over.size(), 1);
+        QTRY_VERIFY(!alive);
+        QCOMPARE(asked.size(), 1);
+        QTEST(asked[0][0].toInt(), "type");
+        QCOMPARE(asked[0][2].toString(), err);
+        if (err.isEmpty())
+            QCOMPARE(asked[0][1].toStringList().size(), names.size());
+        const QJsonObject rep = QJsonDocument::fromJson(over[0][0].toByteArray()).object();
+        QCOMPARE(rep.value("msg").toString(), err.isEmpty() ? QString("客户端调用结束") : err);
+    }
+
+    // A seat hands over what it has analysed, twice since the first answer got lost, and asks after it by its own key.
+    void seat_data()
+    {
+        QTest::addColumn<bool>("check");
+        QTest::newRow("waits for approval") << true;
+        QTest::newRow("goes on") << false;
+    }
+    void seat()
+    {
+        QFETCH(bool, check);
+        addRow(104, "500"); // has the seat's key already
+        const QJsonObject content{{"modelParameters", QJsonObject{{"frames", "1"}}}, {"sceneName", "s"}, {"files", QJsonArray{"/x.png"}}};
+        const QByteArray body = json({{"scene", "/far/s.c4d"}, {"analysisTime", 5000}, {"feeUserId", 42}, {"needMasterCheck", check},
+            {"clientFlag", 1000}, {"missionId", 0}, {"ordernum", ""},
+            {"parameter", QJsonObject{{"status", 3}, {"fromSlave", 1}, {"details", "warn"}, {"content", content},
+                                      {"rset", QJsonObject{{"softwareType", 5}, {"project", QJsonObject{{"name", "p"}, {"id", 4}}}}}}}});
+        for (int i = 0; i < 2; ++i)
+            QCOMPARE(post("/model/analysis", body).value("result").toInt(), 1);
+        const QList<db_resolve> rows = ResolveDAO::instance()->readAll();
+        QCOMPARE(rows.size(), 2);
+        const db_resolve row = ResolveDAO::instance()->readWithPara(1001);
+        QCOMPARE(row.state, 106);
+        QCOMPARE(row.rtime, 5000);
+        QCOMPARE(row.errstr, QString("warn"));
+        QCOMPARE(row.rfile, QString(R"("files":["/far/s.c4d","/x.png"])"));
+        const QJsonObject rdata = QJsonDocument::fromJson(row.rdata.toUtf8()).object();
+        QCOMPARE(rdata.value("fromSlave").toInt(), 1);
+        QCOMPARE(rdata.value("resStatus").toInt(), 3);
+        QVERIFY(!rdata.contains("files"));
+        QTRY_COMPARE(queues->calls, check ? QStringList() : QStringList{"commit 1001 0 "});
+        ResolveDAO::instance()->setState(1001, 111, 0, 1);
+        QCOMPARE(post("/model/checkSlave?rkey=1000").value("data").toObject().value("state").toInt(), 111);
+    }
+
+    void masterInfo()
+    {
+        const QJsonObject rep = post("/masterInfo?host=h&port=1", "", "GET");
+        QCOMPARE(rep.value("data").toArray(), QJsonArray());
+        QCOMPARE(rep.value("masterUserId").toInt(), UserInfo::masterUserId());
+        UserInfo::setAllValue("Server", "role", "master");
+        UserInfo::clearCache();
+        UserInfo::initUser({{"userId", 42}, {"feeUserIds", QJsonArray{77}}});
+        if (UserInfo::isMaster()) {
+            QCOMPARE(post("/masterInfo").value("masterUserId").toInt(), 42);
+            QCOMPARE(msg("/masterInfo?host=a%22%20b&port=1"), QString("参数异常"));
+            QCOMPARE(msg("/masterInfo?host=a&port=70000"), QString("参数异常"));
+        }
+        UserInfo::setAllValue("Server", "role", "");
+    }
+};
+
+VN_TEST(TestApi)
+#include "tst_api.moc"

@@ -1,0 +1,172 @@
+#include "io/local/CmdLine.h"
+#include "io/local/HttpGuard.h"
+#include "io/local/HttpRequest.h"
+#include "support/TestMain.h"
+#include <QHostInfo>
+
+class TestRequest : public QObject
+{
+    Q_OBJECT
+private slots:
+    void reader_data()
+    {
+        QTest::addColumn<QByteArray>("bytes");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QByteArray>("body");
+        const auto row = [](const char *name, const QByteArray &bytes, HttpRequest::State state, const QByteArray &body = "") {
+            QTest::newRow(name) << bytes << int(state) << body;
+        };
+        const QByteArray post = "POST /job?page=1 HTTP/1.1\r\nHost: a\r\n";
+        const auto length = [&](const QByteArray &value) { return post + "Content-Length:" + value + "\r\n\r\n"; };
+        const QByteArray limit(HttpRequest::MaxHead - post.size() - 3, 'x');
+        row("no body", post + "\r\n", HttpRequest::Complete);
+        row("body", length("5") + "12345", HttpRequest::Complete, "12345");
+        row("more than told", length(" 3 ") + "12345", HttpRequest::Complete, "123");
+        row("half a body", length("5") + "1234", HttpRequest::Incomplete);
+        row("half a head", post, HttpRequest::Incomplete);
+        row("name in capitals", post + "CONTENT-LENGTH: 2\r\n\r\nab", HttpRequest::Complete, "ab");
+        row("empty line inside the body", length("6") + "a\r\n\r\nb", HttpRequest::Complete, "a\r\n\r\nb");
+        row("negative length", length("-1"), HttpRequest::Bad);
+        row("no number", length("5x"), HttpRequest::Bad);
+        row("empty length", length(""), HttpRequest::Bad);
+        row("signed length", length("+5"), HttpRequest::Bad);
+        row("over every number", length("99999999999999999999999"), HttpRequest::Bad);
+        row("body at its ceiling", length(QByteArray::number(HttpRequest::MaxBody)), HttpRequest::Incomplete);
+        row("body over its ceiling", length(QByteArray::number(HttpRequest::MaxBody + 1)), HttpRequest::Bad);
+        row("two lengths", post + "Content-Length: 2\r\nContent-Length: 3\r\n\r\nabc", HttpRequest::Bad);
+        row("one length twice", post + "Content-Length: 2\r\nContent-Length: 2\r\n\r\nab", HttpRequest::Complete, "ab");
+        row("in chunks", post + "Transfer-Encoding: chunked\r\n\r\n", HttpRequest::Bad);
+        row("one word", "POST\r\n\r\n", HttpRequest::Bad);
+        row("nothing", "\r\n\r\n", HttpRequest::Bad);
+        row("head at its ceiling", post + limit + ":\r\n\r\n", HttpRequest::Complete);
+        row("head over its ceiling", post + limit + "xxx:\r\n\r\n", HttpRequest::Bad);
+        row("head without end", QByteArray(20000, 'x'), HttpRequest::Bad);
+    }
+    // Whole, in two pieces cut at every byte, and byte by byte.
+    void reader()
+    {
+        QFETCH(QByteArray, bytes);
+        QFETCH(int, state);
+        const int step = bytes.size() > 1000 ? 997 : 1;
+        for (int cut = 0; cut <= bytes.size(); cut += step) {
+            HttpRequest request;
+            request.feed(bytes.left(cut));
+            request.feed(bytes.mid(cut));
+            QCOMPARE(int(request.state()), state);
+            if (state == HttpRequest::Complete)
+                QTEST(request.body(), "body");
+        }
+        HttpRequest slow;
+        for (char byte : bytes)
+            slow.feed(QByteArray(1, byte));
+        QCOMPARE(int(slow.state()), state);
+        if (slow.state() == HttpRequest::Complete) {
+            QTEST(slow.body(), "body");
+            QCOMPARE(slow.method(), QByteArray("POST"));
+            QCOMPARE(slow.target(), QByteArray("/job?page=1"));
+        }
+    }
+
+    void guard_data()
+    {
+        QTest::addColumn<QByteArray>("headers");
+        QTest::addColumn<QString>("peer");
+        QTest::addColumn<QString>("token");
+        QTest::addColumn<bool>("allowed");
+        const QByteArray name = QHostInfo::localHostName().toUtf8();
+        const auto row = [](const char *label, const QByteArray &headers, bool allowed, const char *peer = "127.0.0.1", const char *token = "") {
+            QTest::newRow(label) << headers << peer << token << allowed;
+        };
+        row("plain", "", true);
+        row("by address", "Host: 127.0.0.1:46160\r\n", true);
+        row("by another loopback address", "Host: 127.0.0.2\r\n", true);
+        row("by address of version 6", "Host: [::1]:46160\r\n", true);
+        row("by name", "Host: LOCALHOST.\r\n", true);
+        row("by the machine's name", "Host: " + name + ":1\r\n", true);
+        row("address of the connection", "Host: 192.0.2.7\r\n", true);
+        row("another address", "Host: 192.0.2.8\r\n", false);
+        row("a site's name that points here", "Host: evil.example\r\n", false);
+        row("like the machine's name", "Host: " + name + ".evil.example\r\n", false);
+        row("empty host", "Host:\r\n", false);
+        row("own page", "Host: localhost\r\nOrigin: http://localhost:8080\r\n", true);
+        row("foreign page", "Host: localhost\r\nOrigin: https://evil.example\r\n", false);
+        row("page without a site", "Host: localhost\r\nOrigin: null\r\n", false);
+        row("other machine", "", true, "192.0.2.9");
+        row("other machine without the token", "", false, "192.0.2.9", "secret");
+        row("other machine with the token", "Authorization: bearer secret\r\n", true, "192.0.2.9", "secret");
+        row("with half of it", "Authorization: Bearer secre\r\n", false, "192.0.2.9", "secret");
+        row("with more than it", "Authorization: Bearer secrets\r\n", false, "192.0.2.9", "secret");
+        row("this machine needs none", "", true, "::ffff:127.0.0.1", "secret");
+        row("a token opens no foreign page", "Origin: http://x\r\nAuthorization: Bearer secret\r\n", false, "192.0.2.9", "secret");
+    }
+    void guard()
+    {
+        QFETCH(QByteArray, headers);
+        QFETCH(QString, peer);
+        QFETCH(QString, token);
+        HttpRequest request;
+        request.feed("POST / HTTP/1.1\r\n" + headers + "\r\n");
+        QCOMPARE(request.state(), HttpRequest::Complete);
+        QTEST(HttpGuard::allows(request, QHostAddress(peer), QHostAddress("192.0.2.7"), token), "allowed");
+    }
+
+    void commandForms_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("words");
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QByteArray>("body");
+        QTest::addColumn<bool>("readable");
+        const QByteArray sent = "sent", none;
+        QTest::newRow("socket") << "/job?page=1&name=a" << false << "/job" << "a" << sent << false;
+        QTest::newRow("encoded") << "/job?name=%E5%9C%BA%26%3D%2541" << false << "/job" << "场&=%41" << sent << false;
+        QTest::newRow("second question mark") << "/job?x=1?name=b" << false << "/job" << "b" << sent << false;
+        QTest::newRow("slashes") << "///job//detail?name=//" << false << "/job/detail" << "//" << sent << false;
+        QTest::newRow("readable") << "/readable/account" << false << "/account" << "" << sent << true;
+        QTest::newRow("words") << "/model /analysis -post=[\"/a-b c\"]" << true << "/model/analysis" << "" << QByteArray("[\"/a-b c\"]") << false;
+        QTest::newRow("words with arguments") << "readable job  list -name=a&page=2" << true << "/job/list" << "a" << none << true;
+        QTest::newRow("words with dashed arguments") << "job -page=2 -name=a" << true << "/job" << "a" << none << false;
+        QTest::newRow("empty") << "" << true << "" << "" << none << false;
+    }
+    void commandForms()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, words);
+        const CmdLine line = words ? CmdLine::fromWords(text) : CmdLine::fromTarget(text, "sent");
+        QTEST(line.path, "path");
+        QTEST(line.arg("name"), "name");
+        QTEST(line.body, "body");
+        QTEST(line.readable, "readable");
+    }
+
+    void numbers_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QList<qlonglong>>("numbers");
+        QTest::addColumn<bool>("tooLong");
+        const auto row = [](const char *query, const QList<qlonglong> &numbers, bool tooLong = false) {
+            QTest::newRow(query) << query << numbers << tooLong;
+        };
+        row("mid=5", {5});
+        row("mids=1,3-5,mid=9", {1, 3, 4, 5, 9});
+        row("mid=1&mids=2", {1, 2});
+        row("mids=a,-3,,5-4,1.5,7", {7});
+        row("mids=1-1000", [] { QList<qlonglong> all; for (int i = 1; i <= 1000; ++i) all << i; return all; }());
+        row("mids=1-1001", {}, true);
+        row("mids=0,1-1000", {}, true);
+        row("mids=1-999999999", {}, true);
+        row("mids=1-99999999999999999999999", {});
+        row("page=1", {});
+    }
+    void numbers()
+    {
+        QFETCH(QString, query);
+        bool tooLong = false;
+        QTEST(CmdLine::fromTarget("/x?" + query, {}).numbers("mid", "mids", &tooLong), "numbers");
+        QTEST(tooLong, "tooLong");
+    }
+};
+
+VN_TEST(TestRequest)
+#include "tst_request.moc"
