@@ -59,7 +59,11 @@ void Business::addAccount()
         emit m_core.loggedIn();
         return Answer{1030900, m_core.account->object(), [this] {
             // Behind the answer, with a moment for the client to build what takes pushes.
-            QTimer::singleShot(300, this, [this] { announceAll(); });
+            QTimer::singleShot(300, this, [this] {
+                announceAll();
+                if (const qint64 reason = m_core.faults.number(QStringLiteral("kick")); reason > 0)
+                    kick(int(reason));
+            });
         }, {}};
     });
     add(10310, [](Link &, const QJsonDocument &) { return Answer{1031000, {}, {}, {}}; });

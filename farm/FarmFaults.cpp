@@ -4,13 +4,13 @@
 namespace {
 struct Known { const char *name; const char *value; const char *what; bool suffix; };
 const Known known[] = {
-    {"drop-reply", "1", "drop-reply.CMD: the command is carried out, its reply isn't sent", true},
-    {"ignore", "1", "ignore.CMD: the command is neither carried out nor answered", true},
-    {"delay-reply", "MS", "delay-reply.CMD: the reply waits that long", true},
-    {"refuse", "CODE", "refuse.CMD: answered with the code, nothing is done", true},
-    {"bad-json", "1", "bad-json.CMD: the reply's body isn't JSON", true},
-    {"cut-on", "1", "cut-on.CMD: the link is cut when the command arrives, before it is carried out", true},
-    {"cut-after", "1", "cut-after.CMD: the link is cut after the command was carried out, before the reply", true},
+    {"drop-reply", "1", "the command is carried out, its reply isn't sent", true},
+    {"ignore", "1", "the command is neither carried out nor answered", true},
+    {"delay-reply", "MS", "the reply waits that long", true},
+    {"refuse", "CODE", "answered with the code, nothing is done", true},
+    {"bad-json", "1", "the reply's body isn't JSON", true},
+    {"cut-on", "1", "the link is cut when the command arrives, before it is carried out", true},
+    {"cut-after", "1", "the link is cut after the command was carried out, before the reply", true},
     {"bad-magic", "1", "business replies start with a wrong magic", false},
     {"split-business", "1", "business packages leave byte by byte", false},
     {"flood", "COUNT", "every reply is preceded by COUNT pushes of no meaning, in one write", false},
@@ -50,7 +50,7 @@ const Known known[] = {
     {"hold-render", "1", "nothing is rendered", false},
     {"no-push", "1", "finished results aren't pushed", false},
     {"single-login", "0", "0: a second login of the account leaves the first alone", false},
-    {"kick", "REASON", "kick.REASON: the links are kicked as soon as this is set", true},
+    {"kick", "REASON", "a link is kicked for that reason as soon as it has logged in", false},
 };
 
 const Known *find(const QString &name)
@@ -128,6 +128,7 @@ QStringList FarmFaults::help()
 {
     QStringList lines;
     for (const Known &one : known)
-        lines += QStringLiteral("%1=%2").arg(QLatin1String(one.name), QLatin1String(one.value)).leftJustified(28) + QLatin1String(one.what);
+        lines += QStringLiteral("%1%2=%3").arg(QLatin1String(one.name), QLatin1String(one.suffix ? ".CMD" : ""), QLatin1String(one.value)).leftJustified(28)
+                 + QLatin1String(one.what);
     return lines;
 }

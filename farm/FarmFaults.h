@@ -1,7 +1,7 @@
 #pragma once
 // The faults that the farm commits on demand. A fault is a name with a value; "VALUE@COUNT" lets it happen COUNT times
 // and then clears it, otherwise it happens until it is cleared. Safe to use from any thread.
-// Some names take a suffix: "refuse.10400=1040006@1" answers the next 10400 with that code.
+// Names that go with a command take it as a suffix: "refuse.10400=1040006@1" answers the next 10400 with that code.
 #include <QMap>
 #include <QMutex>
 #include <QString>

@@ -56,13 +56,15 @@ View makeView(const FramePicture &what)
     const auto byte = [&digest](int i) { return double(quint8(digest.at(i))) / 255; };
     const int w = what.width, h = what.height;
     const double time = what.count > 1 ? double(what.index) / (what.count - 1) : 0.5;
-    const int hue = int(byte(0) * 360);
+    // Skies are blue above and warm or pale below, land fades into the sky: only the shades differ from scene to scene.
+    const int blue = 200 + int(byte(0) * 45), warm = (8 + int(byte(17) * 48)) % 360;
+    const double noon = std::sin(3.1416 * (0.1 + 0.8 * time));
     View view;
-    view.high = QColor::fromHsv((hue + 200) % 360, 110, 90 + int(60 * std::sin(time * 3.1416))).rgb();
-    view.low = QColor::fromHsv((hue + 20) % 360, 90, 235).rgb();
-    view.far = QColor::fromHsv((hue + 190) % 360, 60, 180).rgb();
-    view.near = QColor::fromHsv((hue + 140) % 360, 90, 34).rgb();
-    view.sun = QColor::fromHsv((hue + 40) % 360, 40, 255).rgb();
+    view.high = QColor::fromHsv(blue, 150, 80 + int(110 * noon)).rgb();
+    view.low = QColor::fromHsv(warm, 120 - int(70 * noon), 225 + int(25 * noon)).rgb();
+    view.far = mix(QColor::fromHsv(blue, 95, 170).rgb(), view.low, 0.3);
+    view.near = QColor::fromHsv((blue + 330) % 360, 110, 30).rgb();
+    view.sun = QColor::fromHsv(warm, 60 - int(40 * noon), 255).rgb();
     view.shore = int(h * (0.72 + 0.1 * byte(1)));
     view.sunX = w * (0.15 + 0.7 * time);
     view.sunY = h * (0.5 - 0.3 * std::sin(3.1416 * (0.1 + 0.8 * time)));
@@ -98,9 +100,9 @@ QRgb land(const View &view, int x, int y)
         if (y < top)
             continue;
         const double near = double(r + 1) / ridges;
-        const int left = view.top[r][size_t(x > 0 ? x - 1 : x)];
-        const double light = qBound(-0.12, (left - top) * 0.05, 0.12); // slopes that look at the sun are lighter
-        return mix(mix(view.far, view.near, near), view.low, qBound(0.0, 0.22 * (1 - near) + light + 0.1 * (y - top) / double(view.shore), 1.0));
+        // Mist gathers at the foot, more the farther the ridge.
+        const double depth = double(y - top) / view.shore;
+        return mix(mix(view.far, view.near, near), view.low, qBound(0.0, 0.12 * (1 - near) + 1.1 * depth * (1 - near), 0.9));
     }
     return sky(view, x, y);
 }

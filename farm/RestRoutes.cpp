@@ -167,8 +167,6 @@ HttpAnswer Rest::control(const HttpRequest &request)
             return jsonAnswer({{"result", 1}});
         }
         const bool known = m_core.faults.set(name, value);
-        if (known && name.startsWith(QLatin1String("kick")) && !value.isEmpty())
-            m_core.business->kick(m_core.faults.take(name).toInt());
         return jsonAnswer({{"result", known ? 1 : 0}, {"happened", m_core.faults.happened(name)}}, known ? 200 : 404);
     }
     if (word == QLatin1String("kick"))

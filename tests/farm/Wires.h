@@ -254,11 +254,11 @@ public:
         }
         return {at32(bytes, 4), at32(bytes, 12), at32(bytes, 24), bytes.mid(32)};
     }
-    FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, qint64 mtime = 5)
+    FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, int ms = 8000)
     {
         send(0, 70000, -1, json({{"fileId", "500"}, {"key", key}, {"diskKey", key}, {"size", size}, {"isCompressed", zip > 0}, {"compressedSize", zip},
-                                 {"lastModified", mtime}, {"taskId", task}}));
-        return reply();
+                                 {"lastModified", 5}, {"taskId", task}}));
+        return reply(ms);
     }
     static qint64 start(const FileReply &one) { return one.code == 7000000 ? QJsonDocument::fromJson(one.body).object().value("startPoint").toInt(-1) : -1; }
     // From wherever the farm says, to the commit's answer; 0 when the connection is cut.

@@ -1,0 +1,226 @@
+// From an order to its frames, and the commands that steer a task while it renders.
+#include "Wires.h"
+#include "RenderPlan.h"
+#include "support/TestMain.h"
+
+class TestRender : public QObject
+{
+    Q_OBJECT
+    const QString key = QStringLiteral("d/island.tgd");
+    // A task with its one file uploaded, and 10704 sent.
+    int rendering(Bench &bench, const QString &frames, const QJsonObject &more = {}, qint64 flag = 1)
+    {
+        const int task = bench.order({key}, Bench::camera(frames), flag, more);
+        FileWire(bench).upload(task, key, "scene");
+        bench.wire->ask(10704, {{"missionId", task}});
+        return task;
+    }
+    static FarmOptions fast()
+    {
+        FarmOptions options;
+        options.framesPerSecond = 0;
+        return options;
+    }
+
+private slots:
+    void frames_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QVector<int>>("numbers");
+        QTest::newRow("one") << "5" << QVector<int>{5};
+        QTest::newRow("range") << "-2-1" << QVector<int>{-2, -1, 0, 1};
+        QTest::newRow("both negative") << "-3--1" << QVector<int>{-3, -2, -1};
+        QTest::newRow("step") << "1-10:4,3" << QVector<int>{1, 3, 5, 9};
+        QTest::newRow("twice, full-width comma") << QStringLiteral("1-3，2-4") << QVector<int>{1, 2, 3, 4};
+        QTest::newRow("downwards") << "5-1" << QVector<int>{};
+        QTest::newRow("nonsense") << "a,1-b,,7" << QVector<int>{7};
+    }
+    void frames()
+    {
+        QFETCH(QString, text);
+        QTEST(farm::frameNumbers(text), "numbers");
+    }
+
+    void plan_data()
+    {
+        QTest::addColumn<int>("software");
+        QTest::addColumn<QByteArray>("order");
+        QTest::addColumn<QStringList>("frames"); // "path WxH", priority frames with a star
+        QTest::newRow("Terragen") << 8 << QByteArray(R"({"keyFrames":"2","modelParameters":{"cameras":[{"name":"A","width":"80","height":"40","frames":"1-2","selected":1},
+            {"name":"B","width":80,"height":40,"frames":"1","selected":0}]}})") << QStringList{"*A/s.0002.png 80x40", "A/s.0001.png 80x40"};
+        QTest::newRow("Terragen, nobody chosen, same names") << 8 << QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
+            {"name":"A","width":8,"height":4,"frames":"1"}]}})") << QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"};
+        QTest::newRow("3ds Max, scaled") << 3 << QByteArray(R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
+            << QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"};
+        QTest::newRow("3ds Max, enabled") << 3 << QByteArray(R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
+            << QStringList{"C2/s.0007.png 8x4"};
+        QTest::newRow("Maya") << 1 << QByteArray(R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})")
+            << QStringList{"*L_persp/s.0001.png 8x4"};
+        QTest::newRow("Houdini") << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
+            << QStringList{"_out_m/s.0003.png 8x4"};
+        QTest::newRow("Clarisse") << 7 << QByteArray(R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","frames":"0","selected":1},{"name":"m","frames":"0"}]}]}})")
+            << QStringList{"i_l/s.0000.png 1000x562"};
+        QTest::newRow("forced") << 5 << QByteArray(R"({"noSolutionCheck":1,"canw":10,"canh":5,"noFrameCheck":1,"canframe":"4","modelParameters":{"cameras":["C"],"width":8,"height":4,"frames":"1"}})")
+            << QStringList{"C/s.0004.png 10x5"};
+        QTest::newRow("nothing told") << 8 << QByteArray("{}") << QStringList{"camera/s.0001.png 1000x562"};
+    }
+    void plan()
+    {
+        QFETCH(int, software);
+        QFETCH(QByteArray, order);
+        QStringList got;
+        for (const farm::FrameJob &job : farm::framePlan(QJsonDocument::fromJson(order).object(), software, QStringLiteral("dir/s.tgd"), 1000))
+            got += QStringLiteral("%1%2 %3x%4").arg(job.key ? "*" : "", job.path).arg(job.width).arg(job.height);
+        QTEST(got, "frames");
+    }
+
+    // The same scene gives the same bytes whenever it is rendered, another scene or camera others.
+    void pictures()
+    {
+        QMap<QString, QString> hashes;
+        for (const QString name : {"one", "again", "other scene"}) {
+            Bench bench(fast());
+            bench.login();
+            const int task = bench.order({key}, Bench::camera("1"));
+            FileWire(bench).upload(task, key, name == "other scene" ? "other" : "scene");
+            bench.wire->ask(10704, {{"missionId", task}});
+            QTRY_COMPARE(bench.farm.order(task).status, 2);
+            hashes[name] = bench.farm.results(task).value(0).hash;
+        }
+        QCOMPARE(hashes["one"], hashes["again"]);
+        QVERIFY(hashes["one"] != hashes["other scene"]);
+    }
+
+    void strategy_data()
+    {
+        QTest::addColumn<int>("strategy");
+        QTest::newRow("goes on") << 1;
+        QTest::newRow("waits") << 0;
+        QTest::newRow("waits, as settings say it") << 2;
+    }
+    void strategy()
+    {
+        QFETCH(int, strategy);
+        Bench bench(fast());
+        bench.login();
+        const int task = rendering(bench, "1-6", {{"keyFrames", "1,6"}, {"strategy", strategy}});
+        if (strategy != 1) {
+            const Reply push = bench.wire->push(10412);
+            QCOMPARE(push.val, 1041200);
+            QCOMPARE(push.object().value("missionId").toInt(), task);
+            const FarmOrder waiting = bench.farm.order(task);
+            QCOMPARE(waiting.subtype, 10);
+            QCOMPARE(waiting.framesDone, 2);
+            QCOMPARE(bench.wire->ask(10429, {{"missionId", task}}).val, 1042900);
+        }
+        QTRY_COMPARE(bench.farm.order(task).status, 2);
+        QCOMPARE(bench.farm.order(task).framesDone, 6);
+        QVERIFY(bench.farm.results(task).at(1).keyFrame); // they came first
+    }
+
+    void steering()
+    {
+        FarmOptions options = fast();
+        options.framesPerSecond = 20;
+        Bench bench(options);
+        bench.login();
+        const int task = rendering(bench, "1-200"), other = rendering(bench, "1-2", {}, 2);
+        QTRY_VERIFY(bench.farm.order(task).framesDone > 0);
+        QCOMPARE(bench.wire->ask(10430, {{"missionId", task}, {"pauseRender", 1}}).val, 1043000);
+        QCOMPARE(bench.farm.order(task).status, 3);
+        const int done = bench.farm.order(task).framesDone;
+        QTRY_COMPARE(bench.farm.order(other).status, 2); // the queue goes on without it
+        QCOMPARE(bench.farm.order(task).framesDone, done);
+        bench.restart(); // still paused
+        bench.login();
+        QCOMPARE(bench.farm.order(task).status, 3);
+        QCOMPARE(bench.wire->ask(10429, {{"missionId", task}}).val, 1042900);
+        QTRY_VERIFY(bench.farm.order(task).framesDone > done);
+        QCOMPARE(bench.wire->ask(10430, {{"missionId", task}, {"pauseRender", 0}}).val, 1043000);
+        QTRY_COMPARE(bench.farm.order(task).status, 3);
+        QCOMPARE(bench.wire->ask(10401, {{"missionId", task}}).val, 1040100);
+        QCOMPARE(bench.wire->ask(10401, {{"missionId", task}}).val, 1010103);
+        const QJsonObject row = bench.wire->ask(10409, {{"missionId", task}}).object();
+        QCOMPARE(row.value("result").toInt(), 3);
+        QCOMPARE(row.value("cancelFrame").toInt() + row.value("successFrame").toInt(), 200);
+        QCOMPARE(bench.instant(task, key, 5).object().value("code").toInt(), 1070006);
+    }
+
+    void priorities()
+    {
+        FarmOptions options = fast();
+        options.renderThreads = 1;
+        options.faults = QStringList{"hold-render=1"};
+        Bench bench(options);
+        bench.login();
+        QList<int> tasks, ended;
+        for (int i = 0; i < 3; ++i)
+            tasks += rendering(bench, "1-2", {}, i);
+        QCOMPARE(bench.wire->ask(10419, {{"farmId", 1}, {"job_ids_from", QJsonArray{QString::number(tasks.at(2))}}, {"job_id_to", tasks.at(0)},
+                                         {"insert_after_position", false}}).val, 1041900);
+        connect(&bench.farm, &Farm::taskFinished, this, [&](int id) { ended += id; });
+        bench.farm.faults().clear();
+        QTRY_COMPARE(ended, (QList<int>{tasks.at(2), tasks.at(0), tasks.at(1)}));
+    }
+
+    void failures()
+    {
+        Bench bench(fast());
+        bench.login();
+        bench.farm.faults().set("render-fail=1@1");
+        const int task = rendering(bench, "1-3");
+        QTRY_COMPARE(bench.farm.order(task).framesFailed, 1);
+        QTRY_COMPARE(bench.farm.order(task).status, 2);
+        QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
+        QTRY_COMPARE(bench.farm.order(task).framesDone, 3);
+        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}}).object().value("results").toArray().size(), 3);
+    }
+
+    void command()
+    {
+#ifndef Q_OS_UNIX
+        QSKIP("needs cp");
+#else
+        FarmOptions options = fast();
+        options.renderCommands.insert(8, QStringLiteral("cp %scene% %out%"));
+        Bench bench(options);
+        bench.login();
+        const int task = bench.order({key}, Bench::camera("1-2"));
+        FileWire(bench).upload(task, key, "not a picture");
+        bench.wire->ask(10704, {{"missionId", task}});
+        QTRY_COMPARE(bench.farm.order(task).framesDone, 2);
+        QCOMPARE(bench.farm.results(task).first().hash, md5("not a picture"));
+#endif
+    }
+
+    void list_data()
+    {
+        QTest::addColumn<QByteArray>("filter");
+        QTest::addColumn<int>("count");
+        QTest::newRow("all") << QByteArray(R"({"missionStatus":[1000]})") << 2;
+        QTest::newRow("word") << QByteArray(R"({"missionStatus":"1000"})") << 2;
+        QTest::newRow("rendered") << QByteArray(R"({"missionStatus":[1140]})") << 1;
+        QTest::newRow("paused or queued") << QByteArray(R"({"missionStatus":[1130,1100]})") << 1;
+        QTest::newRow("history") << QByteArray(R"({"missionStatus":[2000]})") << 1;
+        QTest::newRow("name") << QByteArray(R"({"name":"nowhere","missionStatus":[1000]})") << 0;
+        QTest::newRow("project") << QByteArray(R"({"projectId":[5],"missionStatus":[1000]})") << 0;
+        QTest::newRow("next page") << QByteArray(R"({"page":1,"missionStatus":[1000]})") << 0;
+    }
+    void list()
+    {
+        QFETCH(QByteArray, filter);
+        Bench bench(fast());
+        bench.login();
+        const int done = rendering(bench, "1", {}, 1), gone = rendering(bench, "1", {}, 2);
+        QTRY_VERIFY(bench.farm.order(done).status == 2 && bench.farm.order(gone).status == 2);
+        bench.farm.faults().set("hold-render=1");
+        bench.wire->ask(10430, {{"missionId", rendering(bench, "1", {}, 3)}, {"pauseRender", 1}});
+        QCOMPARE(bench.wire->askRaw(10432, "[" + QByteArray::number(gone) + "]").val, 1043200);
+        const QJsonObject reply = bench.wire->askRaw(10427, filter).object();
+        QCOMPARE(reply.value("pageList").toArray().size(), filter.contains("page") ? 0 : reply.value("total").toInt());
+        QTEST(reply.value("pageList").toArray().size(), "count");
+    }
+};
+
+VN_TEST(TestRender)
+#include "tst_render.moc"
