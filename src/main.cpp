@@ -1,0 +1,135 @@
+// The spine: which run mode, then the steps of a start in their order, the event loop, and the end in reverse order.
+#include "common/HelperModes.h"
+#include "common/Housekeeping.h"
+#include "common/LogSink.h"
+#include "common/RunMode.h"
+#include "common/Session.h"
+#include "common/ThreadPool.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/platform/Platform.h"
+#include "common/ui/Background.h"
+#include "common/ui/SingleApp.h"
+#include "common/ui/TrayIcon.h"
+#include "io/NetTcp.h"
+#include "io/NetWork.h"
+#include "resolve/ClearMax.h"
+#include "view/Login.h"
+#include "view/Startup.h"
+#include <QDebug>
+#include <QGuiApplication>
+#include <QProcess>
+#include <QScreen>
+#include <QSplashScreen>
+#include <QThread>
+#include <QTranslator>
+
+namespace {
+constexpr int RestartCode = 773;
+
+QStringList wordsOf(int argc, char **argv)
+{
+    QStringList words;
+    for (int i = 0; i < argc; ++i)
+        words << QString::fromLocal8Bit(argv[i]);
+    return words;
+}
+
+void runHelper(const RunMode &mode, const QStringList &words, const QString &executable)
+{
+    switch (mode.kind) {
+    case RunMode::Win7: HelperModes::win7(executable); break;
+    case RunMode::CopyFiles: HelperModes::copyFiles(mode.word, UserInfo::programDir()); break;
+    case RunMode::RunReg: HelperModes::runReg(words); break;
+    case RunMode::NetshAdd: case RunMode::NetshDelete:
+        UserInfo::init(words); // the list lies among the user's data
+        HelperModes::netsh(mode.kind == RunMode::NetshAdd, words, UserInfo::allUserDir() + QStringLiteral("/netshadd"));
+        break;
+    default: break;
+    }
+}
+
+// Everything that needs the login's windows and threads; they are gone when it returns.
+int runClient(const RunMode &mode, SingleApp *app)
+{
+    QSplashScreen splash(QPixmap(QStringLiteral(":/third/%1/startLogo.png").arg(UserInfo::thirdInfo())));
+    splash.setEnabled(false);
+    if (!mode.silent)
+        splash.show();
+    Login login;
+    QObject::connect(app, &SingleApp::showUp, TrayIcon::instance(), &TrayIcon::showCurWid);
+    const Startup::Master master = Startup::meetMaster(&login);
+    if (!master.good)
+        return 0;
+    if (!mode.skipUpdate && Startup::updateStarted(master))
+        return 0;
+    splash.finish(nullptr);
+    Background::post([dir = UserInfo::programDir()] { Housekeeping::removeOldVersions(dir); });
+    login.setSilent(mode.silent);
+    if (!master.loginStarted)
+        login.loadLogin();
+    const int result = app->exec();
+    Session::setClosing(true);
+    return result;
+}
+
+int run(int argc, char **argv, QString *executable)
+{
+    const QStringList words = wordsOf(argc, argv);
+    const RunMode mode = RunMode::of(words);
+    if (mode.delay)
+        QThread::sleep(3);
+    QGuiApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QGuiApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
+    SingleApp app(argc, argv);
+    app.setApplicationVersion(QStringLiteral(VN_VERSION));
+    app.setQuitOnLastWindowClosed(false);
+    if (!app.handshake(SingleApp::instanceName(UserInfo::thirdGroup()), mode.checkInstance))
+        return 0;
+    *executable = app.applicationFilePath();
+    if (!mode.isHelper())
+        Startup::writeEnvironment();
+    if (mode.bare && HelperModes::compatLayerMissing(*executable)) {
+        VFunc::runAs(*executable, QStringLiteral("win7"));
+        return 0;
+    }
+    if (mode.isHelper()) {
+        runHelper(mode, words, *executable);
+        return 0;
+    }
+    UserInfo::init(words);
+    platform::installCrashDump(UserInfo::dumpDir().toStdString(), VN_VERSION);
+    if (mode.kind == RunMode::ResolveTest)
+        return Startup::resolveTest(&app);
+    LogSink::purge();
+    LogSink::install();
+    Startup::registerTypes();
+    ClearMax clear;
+    clear.start();
+    QTranslator translator;
+    Startup::translate(&translator);
+    Startup::applyStyle();
+    const QSize screen = app.primaryScreen() ? app.primaryScreen()->size() : QSize();
+    VFunc::setScreenSize(screen.width(), screen.height());
+    const int result = runClient(mode, &app);
+    Session::setClosing(true);
+    TrayIcon::destroy();
+    ThreadPool::instance()->stop();
+    Background::finish();
+    NetWork::destroy();
+    NetTcp::destroy();
+    clear.wait();
+    LogSink::uninstall();
+    return result;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QString executable;
+    const int result = run(argc, argv, &executable);
+    // Only now is the instance's name free.
+    if (result == RestartCode)
+        QProcess::startDetached(executable, wordsOf(argc, argv).mid(1));
+    return result;
+}

@@ -1,0 +1,144 @@
+#include "view/EnvChoice.h"
+#include <QCoreApplication>
+#include <QFileInfo>
+
+namespace {
+constexpr int Maya = 1;
+
+QJsonArray listUnder(const QJsonDocument &reply, const QStringList &keys)
+{
+    if (reply.isArray())
+        return reply.array();
+    const QJsonObject obj = reply.object();
+    for (const QString &key : keys) {
+        const QJsonValue value = obj.value(key);
+        if (value.isArray())
+            return value.toArray();
+        if (value.isObject())
+            return listUnder(QJsonDocument(value.toObject()), keys);
+    }
+    return {};
+}
+
+QString tr(const char *text) { return QCoreApplication::translate("EnvPre", text); }
+
+bool isDefault(const QJsonObject &obj) { return obj.value(QLatin1String("isDefault")).toVariant().toInt() == 1; }
+} // namespace
+
+QJsonArray EnvChoice::projects(const QJsonDocument &reply)
+{
+    return listUnder(reply, {QStringLiteral("projects"), QStringLiteral("list"), QStringLiteral("rows"), QStringLiteral("data")});
+}
+
+QJsonArray EnvChoice::machines(const QJsonDocument &reply)
+{
+    return listUnder(reply, {QStringLiteral("machines"), QStringLiteral("machineModels"), QStringLiteral("list"), QStringLiteral("rows"),
+                             QStringLiteral("data")});
+}
+
+QJsonObject EnvChoice::config(const QJsonDocument &reply)
+{
+    QJsonObject obj = reply.isArray() ? reply.array().first().toObject() : reply.object();
+    for (const char *key : {"data", "projectSoftwareConfig"}) {
+        const QJsonValue inner = obj.value(QLatin1String(key));
+        if (inner.isObject())
+            obj = inner.toObject();
+        else if (inner.isArray() && !inner.toArray().isEmpty())
+            obj = inner.toArray().first().toObject();
+    }
+    return obj;
+}
+
+QString EnvChoice::environmentText(const QJsonObject &env)
+{
+    QStringList parts{env.value(QLatin1String("software")).toString()};
+    const QJsonArray plugins = env.value(QLatin1String("plugins")).toArray();
+    for (const QJsonValue &plugin : plugins)
+        parts << QStringLiteral("%1 %2").arg(plugin.toObject().value(QLatin1String("name")).toString(),
+                                             plugin.toObject().value(QLatin1String("version")).toVariant().toString()).trimmed();
+    const bool gpu = env.value(QLatin1String("startGpu")).toVariant().toInt() == 1;
+    return parts.join(QStringLiteral(" + ")) + (gpu ? QStringLiteral(" (GPU)") : QString());
+}
+
+QString EnvChoice::environmentKey(const QJsonObject &env)
+{
+    const QString id = env.value(QLatin1String("id")).toVariant().toString();
+    return id.isEmpty() ? environmentText(env) : id;
+}
+
+QString EnvChoice::machineName(const QJsonObject &machine)
+{
+    const QString name = machine.value(QLatin1String("name")).toString();
+    return name.isEmpty() ? machine.value(QLatin1String("machineModel")).toString() : name;
+}
+
+int EnvChoice::preferred(const QJsonArray &list, const QString &remembered, QString (*key)(const QJsonObject &))
+{
+    int best = list.isEmpty() ? -1 : 0;
+    for (int i = list.size() - 1; i >= 0; --i)
+        if (isDefault(list.at(i).toObject()))
+            best = i;
+    for (int i = 0; i < list.size() && !remembered.isEmpty(); ++i)
+        if (key(list.at(i).toObject()) == remembered)
+            return i;
+    return best;
+}
+
+QString EnvChoice::refusal(const Chosen &chosen)
+{
+    if (chosen.project.isEmpty() || chosen.machine.isEmpty())
+        return tr("没有可供选择的项目或机型");
+    const QString path = chosen.resultRoot == ProjectPath ? chosen.config.value(QLatin1String("outputPath")).toString()
+                         : chosen.resultRoot == SceneFolder ? QStringLiteral("/") : chosen.resultDir;
+    if (path.isEmpty())
+        return tr("没有检测到出图路径，请去项目管理设置");
+    if (chosen.env.isEmpty())
+        return tr("请选择环境");
+    if (chosen.softwareType == Maya && !chosen.mayaProjectExists)
+        return tr("项目路径不存在");
+    if (chosen.balance <= 0)
+        return tr("余额不足，请充值");
+    return {};
+}
+
+QString EnvChoice::rset(const Chosen &chosen, const QString &scene)
+{
+    QJsonObject machine = chosen.machine;
+    QJsonObject out{{QStringLiteral("project"), chosen.project}, {QStringLiteral("env"), chosen.env},
+                    {QStringLiteral("softwareType"), chosen.softwareType},
+                    {QStringLiteral("startGpu"), chosen.env.value(QLatin1String("startGpu")).toVariant().toInt()},
+                    {QStringLiteral("sceneName"), QFileInfo(scene).fileName()},
+                    {QStringLiteral("clientResultRootPath"), QFileInfo(scene).absolutePath()}};
+    QJsonObject config = chosen.config;
+    config.remove(QStringLiteral("combos"));
+    out[QLatin1String("projectConfig")] = config;
+    const QString model = machine.value(QLatin1String("machineModel")).toString();
+    out[QLatin1String("machineModel")] = model.isEmpty() ? machineName(machine) : model;
+    for (const char *key : {"clientId", "farmId"})
+        if (machine.contains(QLatin1String(key)))
+            out[QLatin1String(key)] = machine.value(QLatin1String(key));
+    if (chosen.softwareType == Maya && !chosen.mayaProject.isEmpty()) {
+        QJsonArray vars = machine.value(QLatin1String("envVars")).toArray();
+        vars.append(QStringLiteral("MAYA_PROJECT=%1").arg(chosen.mayaProject));
+        machine[QLatin1String("envVars")] = vars;
+        out[QLatin1String("mayaProject")] = chosen.mayaProject;
+    }
+    out[QLatin1String("machine")] = machine;
+    return QString::fromUtf8(QJsonDocument(out).toJson(QJsonDocument::Compact));
+}
+
+QList<db_resolve> EnvChoice::rows(const Chosen &chosen, qlonglong nowSeconds)
+{
+    QList<db_resolve> list;
+    for (const QString &scene : chosen.scenes) {
+        db_resolve res;
+        res.rkey = res.pri = nowSeconds + list.size();
+        res.lpath = scene;
+        res.project = chosen.project.value(QLatin1String("name")).toString();
+        res.projectId = chosen.project.value(QLatin1String("id")).toVariant().toInt();
+        res.state = 100;
+        res.rset = rset(chosen, scene);
+        list << res;
+    }
+    return list;
+}

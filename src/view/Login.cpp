@@ -1,0 +1,348 @@
+#include "view/Login.h"
+#include "common/CommonConfig.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "common/ui/Background.h"
+#include "common/ui/MsgTool.h"
+#include "common/ui/TrayIcon.h"
+#include "common/ui/WebView.h"
+#include "db/UserDAO.h"
+#include "io/NetTcp.h"
+#include "io/NetWork.h"
+#include "io/local/HttpServer.h"
+#include "view/LoginBridge.h"
+#include "view/MainWindow.h"
+#include "view/SessionTimer.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QDesktopServices>
+#include <QScreen>
+
+namespace {
+Login *only = nullptr;
+constexpr int AnswerMs = 15000;  // an unanswered 10308 or 10309 is sent again
+constexpr int PageMs = 30000;    // a page that doesn't log in by itself while reconnecting is shown
+constexpr int ReloadMs = 10000;  // a page that failed while reconnecting is asked for again
+constexpr int LoginDelayMs = 10;
+constexpr int MostPushes = 1000; // kept until there is a window
+const QSize Size(420, 560);
+} // namespace
+
+Login::Login() : BaseWidget(Window)
+{
+    only = this;
+    setObjectName(QStringLiteral("login"));
+    setTitle(tr("登录"));
+    setMinimumSize(Size);
+    resize(Size);
+    m_bridge = new LoginBridge(this);
+    m_again.setSingleShot(true);
+    NetTcp *tcp = NetTcp::instance();
+    connect(tcp, &NetTcp::linkUp, this, &Login::linkUp);
+    connect(tcp, &NetTcp::linkLost, this, &Login::linkLost);
+    connect(tcp, &NetTcp::kicked, this, &Login::reLogin);
+    connect(tcp, &NetTcp::bsPush, this, &Login::keepPush);
+    connect(NetWork::instance(), &NetWork::reLogin, this, &Login::reLogin);
+    TrayIcon *tray = TrayIcon::instance();
+    tray->setCurWid(this);
+    connect(tray, &TrayIcon::changeUser, this, [this] { reLogin(110); });
+    connect(tray, &TrayIcon::leave, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}
+
+Login::~Login()
+{
+    endSession();
+    only = nullptr;
+}
+
+Login *Login::instance() { return only; }
+MainWindow *Login::mainWindow() const { return m_window; }
+void Login::setSilent(bool silent) { m_silent = silent; }
+
+void Login::makeView()
+{
+    if (m_view)
+        return;
+    m_view = new WebView(this);
+    m_view->expose(QStringLiteral("Login"), m_bridge);
+    connect(m_view, &QWebView::loadFinished, this, &Login::loadFinish);
+    connect(m_view, &WebView::createWin, this, [this](QWebView *web) {
+        // A link of the page with a window of its own belongs into the system's browser.
+        connect(web, &QWebView::urlChanged, this, [this, web](const QUrl &url) {
+            linkDelegate(-1, url.toString());
+            web->deleteLater();
+        });
+    });
+    body()->addWidget(m_view, 1);
+}
+
+// The page is of no use during a session and costs memory.
+void Login::dropView()
+{
+    if (!m_view)
+        return;
+    m_view->stop();
+    m_view->deleteLater();
+    m_view = nullptr;
+}
+
+void Login::loadLogin()
+{
+    m_started = true;
+    m_tokenKnown = m_storedKnown = m_confirming = false;
+    const int attempt = ++m_attempt;
+    makeView();
+    m_view->load(QUrl(QStringLiteral("about:blank")));
+    // The silent flag comes after the first call.
+    QTimer::singleShot(0, this, [this] {
+        if (!m_window && !m_silent && !m_confirming)
+            show();
+    });
+    Background::run(this, [third = UserInfo::thirdInfo()] { return UserDAO::instance()->info(third); },
+                    [this, attempt](const QString &stored) {
+                        if (attempt != m_attempt)
+                            return;
+                        m_stored = stored;
+                        m_storedKnown = true;
+                        loadLoginBack();
+                    });
+    NetTcp::instance()->nvds(103, 10308, QJsonObject{{QStringLiteral("thirdParty"), 0}},
+                             [this, attempt](int, const QJsonDocument &doc) {
+                                 if (attempt == m_attempt && !m_tokenKnown)
+                                     tokenReply(doc.object());
+                             }, this);
+    m_again.disconnect();
+    connect(&m_again, &QTimer::timeout, this, [this] {
+        if (!m_tokenKnown)
+            loadLogin();
+    });
+    m_again.start(AnswerMs);
+}
+
+void Login::tokenReply(const QJsonObject &reply)
+{
+    m_again.stop();
+    m_tokenKnown = true;
+    m_loginInfo = reply;
+    m_token = reply.value(QLatin1String("token")).toVariant().toString().toUtf8();
+    UserInfo::setSessionToken(QString::fromUtf8(m_token));
+    loadLoginBack();
+}
+
+void Login::loadLoginBack()
+{
+    if (!m_tokenKnown || !m_storedKnown)
+        return;
+    const QUrl url = LoginRules::pageUrl(Session::address(QStringLiteral("login")), UserInfo::language());
+    qDebug().noquote() << "Login::loadLoginBack" << url.toString();
+    makeView();
+    m_view->load(url);
+    if (!m_autoRelogin)
+        return;
+    m_again.disconnect();
+    connect(&m_again, &QTimer::timeout, this, [this] {
+        if (m_autoRelogin && !m_confirming)
+            show();
+    });
+    m_again.start(PageMs);
+}
+
+void Login::reloadPage()
+{
+    if (m_tokenKnown)
+        loadLoginBack();
+    else
+        loadLogin();
+}
+
+void Login::loadFinish(bool ok)
+{
+    if (!m_view || m_view->url().scheme() == QLatin1String("about"))
+        return;
+    if (!ok || m_view->webPage()->failedUrl() == m_view->url()) {
+        qWarning().noquote() << "Login::loadFinish" << m_view->url().toString() << "can't be loaded";
+        if (m_autoRelogin && m_tokenKnown)
+            QTimer::singleShot(ReloadMs, m_view, [this] {
+                if (m_autoRelogin && !m_confirming)
+                    loadLoginBack();
+            });
+    }
+    checkSilent();
+}
+
+void Login::checkSilent()
+{
+    if (m_window || isVisible())
+        return;
+    LoginRules::Marks marks;
+    LoginRules::infosForPage(m_stored, false, &marks);
+    if (!m_silent || !marks.autoLogin)
+        show();
+}
+
+QString Login::loadUserInfos() { return LoginRules::infosForPage(m_stored, m_autoRelogin, &m_marks); }
+
+void Login::saveUserInfos(const QString &userInfo)
+{
+    QString info;
+    if (!LoginRules::infosFromPage(userInfo, m_autoRelogin, m_marks, &info)) {
+        show(); // the user has to see what the page says
+        return;
+    }
+    if (m_auth.isEmpty())
+        m_auth = info;
+    login();
+}
+
+void Login::login()
+{
+    if (m_confirming)
+        return;
+    m_confirming = true;
+    QTimer::singleShot(LoginDelayMs, this, &Login::loginDelay);
+}
+
+void Login::loginDelay()
+{
+    if (!m_confirming)
+        return;
+    const int attempt = m_attempt;
+    NetTcp::instance()->nvds(103, 10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()),
+                             [this, attempt](int val, const QJsonDocument &doc) {
+                                 if (attempt == m_attempt && m_confirming)
+                                     confirmReply(val, doc);
+                             }, this);
+    m_again.disconnect();
+    connect(&m_again, &QTimer::timeout, this, &Login::loginDelay);
+    m_again.start(AnswerMs);
+}
+
+void Login::confirmReply(int val, const QJsonDocument &doc)
+{
+    m_again.stop();
+    m_confirming = false;
+    if (val != 1030900) {
+        qWarning().noquote() << "Login::confirmReply" << val << Session::errorText(val);
+        const QString text = Session::errorText(val);
+        reLogin(110);
+        MsgTool::msgOk(this, text);
+        return;
+    }
+    if (!m_auth.isEmpty())
+        Background::post([third = UserInfo::thirdInfo(), info = m_auth] { UserDAO::instance()->saveInfo(third, info); });
+    CommonConfig::fromJson(doc.object());
+    NetTcp::instance()->setLogin(true);
+    hide();
+    dropView();
+    if (m_autoRelogin) {
+        m_autoRelogin = false;
+        qDebug().noquote() << "Login::confirmReply: the link is back";
+        return;
+    }
+    startSession(doc.object());
+}
+
+void Login::startSession(const QJsonObject &account)
+{
+    UserInfo::initUser(account);
+    m_window = new MainWindow(m_loginInfo);
+    // Queued: the window is deleted by what it asks for.
+    connect(m_window, &MainWindow::reLogin, this, &Login::reLogin, Qt::QueuedConnection);
+    connect(m_window, &MainWindow::openLink, this, [this](int type) { linkDelegate(type, {}); });
+    TrayIcon::instance()->setCurWid(m_window);
+    TrayIcon::instance()->setOnline(true);
+    if (!m_silent)
+        m_window->show();
+    UserInfo::resultDir();
+    UserInfo::autoSendResult();
+    const QList<Push> early = std::exchange(m_pushes, {});
+    for (const Push &push : early)
+        m_window->bsPush(push.val, push.doc, push.cmd);
+    SessionTimer::start(m_window, [this] {
+        m_window->listenTo(SessionTimer::resolve());
+        m_server = new HttpServer(this);
+        m_server->initHttpServer(UserInfo::clientPort());
+    });
+}
+
+void Login::endSession()
+{
+    m_pushes.clear();
+    delete m_server;
+    m_server = nullptr;
+    if (!m_window)
+        return;
+    SessionTimer::stop();
+    m_window->setClosing(true);
+    m_window->close();
+    delete m_window;
+    TrayIcon::instance()->setCurWid(this);
+    UserInfo::clearCache();
+    CommonConfig::clear();
+}
+
+void Login::reLogin(int reason)
+{
+    qDebug().noquote() << QStringLiteral("重登:%1").arg(Session::errorText(reason));
+    LoginRules::Relogin plan = LoginRules::relogin(reason);
+    // Without a session there is nothing to restore: the page simply starts anew.
+    const bool restore = plan.automatic && m_window;
+    m_again.stop();
+    m_confirming = m_tokenKnown = false;
+    ++m_attempt;
+    NetWork::instance()->forgetTokens();
+    m_autoRelogin = restore;
+    m_changeUser = plan.changeUser;
+    if (plan.forgetDrives)
+        NetWork::instance()->forgetDrives();
+    m_auth.clear();
+    NetTcp::instance()->setLogin(false);
+    NetTcp::instance()->resetLink();
+    if (restore || !m_started)
+        return;
+    TrayIcon::instance()->setOnline(false);
+    m_silent = m_silent && plan.automatic;
+    if (!m_silent)
+        show(); // before the main window closes, or that would be the last one
+    endSession();
+    if (plan.showText)
+        MsgTool::msgOk(this, Session::errorText(reason));
+    loadLogin();
+}
+
+void Login::linkLost() { reLogin(112); }
+
+void Login::linkUp()
+{
+    if (m_started && (m_autoRelogin || !m_tokenKnown) && !NetTcp::isLogin())
+        loadLogin();
+}
+
+void Login::keepPush(int val, const QJsonDocument &doc, int cmd)
+{
+    if (m_window || !m_confirming)
+        return; // the window listens itself
+    if (m_pushes.size() < MostPushes)
+        m_pushes.append({val, doc, cmd});
+    else
+        qWarning().noquote() << "Login::keepPush" << cmd << "dropped, too many before the session";
+}
+
+void Login::linkDelegate(int type, QString url)
+{
+    static const char *const kinds[] = {"loginLink", "resetpwdLink", "balanceLink", "depositLink",
+                                        "registerLink", "secret", "customerQQ", "enterpriseQQ"};
+    if (url.isEmpty() && type >= 0 && type < int(std::size(kinds)))
+        url = m_loginInfo.value(QLatin1String(kinds[type])).toString();
+    const QUrl target = QUrl::fromUserInput(url);
+    if (target.isValid() && !url.isEmpty())
+        QDesktopServices::openUrl(target);
+}
+
+void Login::on_headClose_clicked()
+{
+    if (m_window)
+        hide();
+    else
+        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+}

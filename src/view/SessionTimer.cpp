@@ -1,0 +1,76 @@
+#include "view/SessionTimer.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "common/ui/Background.h"
+#include "db/DownloadDAO.h"
+#include "db/ResolveDAO.h"
+#include "db/UploadDAO.h"
+#include "resolve/ResolveScan.h"
+#include "transfer/TransScan.h"
+#include <QDebug>
+#include <QObject>
+
+namespace {
+constexpr QThread::Priority Priority = QThread::InheritPriority;
+TransScan *up = nullptr, *down = nullptr;
+ResolveScan *analysis = nullptr;
+bool on = false;
+int generation = 0; // a start that was overtaken by a stop starts nothing
+
+bool openStores(const QString &dir)
+{
+    const bool resolveOk = ResolveDAO::instance()->open(dir);
+    const bool upOk = UploadDAO::instance()->open(dir);
+    const bool downOk = DownloadDAO::instance()->open(dir);
+    if (!resolveOk || !upOk || !downOk)
+        qWarning().noquote() << "SessionTimer::start: a store can't be opened in" << dir << resolveOk << upOk << downOk;
+    return resolveOk && upOk && downOk;
+}
+
+template <class Thread> void end(Thread *&thread)
+{
+    delete thread; // its destructor ends the handler, quits and waits
+    thread = nullptr;
+}
+} // namespace
+
+void SessionTimer::start(QObject *guard, std::function<void()> ready)
+{
+    if (on)
+        return;
+    on = true;
+    const int mine = ++generation;
+    const QString dir = UserInfo::userDir();
+    Background::run(guard, [dir] { return openStores(dir); }, [mine, ready](bool) {
+        if (!on || mine != generation)
+            return;
+        Session::setLive(true);
+        up = new TransScan(TransScan::Up);
+        up->start(Priority);
+        down = new TransScan(TransScan::Down);
+        down->start(Priority);
+        analysis = new ResolveScan;
+        analysis->start(Priority);
+        ready();
+    });
+}
+
+void SessionTimer::stop()
+{
+    if (!on)
+        return;
+    on = false;
+    ++generation;
+    Session::setLive(false);
+    end(up);
+    end(down);
+    end(analysis);
+    Background::post([] {
+        ResolveDAO::instance()->releaseResolve();
+        DownloadDAO::instance()->releaseDown();
+        UploadDAO::instance()->releaseUp();
+    });
+}
+
+bool SessionTimer::running() { return on; }
+ResolveScan *SessionTimer::resolve() { return analysis; }

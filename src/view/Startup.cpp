@@ -1,0 +1,222 @@
+#include "view/Startup.h"
+#include "common/RunMode.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/platform/Platform.h"
+#include "common/ui/MsgTool.h"
+#include "common/ui/Palette.h"
+#include "common/ui/SingleApp.h"
+#include "db/Records.h"
+#include "io/NetTcp.h"
+#include "io/NetWork.h"
+#include "io/ProxyFactory.h"
+#include "resolve/MayaResolve.h"
+#include "transfer/TransSet.h"
+#include "view/Login.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QEventLoop>
+#include <QFile>
+#include <QFileInfo>
+#include <QIcon>
+#include <QProcess>
+#include <QStyleFactory>
+#include <QTimer>
+#include <QTranslator>
+#include <QUrl>
+
+namespace {
+constexpr int WaitMs = 3000;
+constexpr int ToolMs = 30000;
+constexpr int FontPixels = 12;
+const QString TestScene = QStringLiteral("/resolve-test.ma"); // beside the program
+
+// Runs start() and waits in a nested loop until it calls the quit it's given, or the time is over.
+void waitFor(const std::function<void(std::function<void()> quit)> &start)
+{
+    QEventLoop loop;
+    QTimer::singleShot(WaitMs, &loop, &QEventLoop::quit);
+    QPointer<QEventLoop> alive(&loop);
+    start([alive] {
+        if (alive)
+            alive->quit();
+    });
+    loop.exec();
+}
+} // namespace
+
+void Startup::writeEnvironment()
+{
+    if (!platform::isWindows()) {
+        qDebug().noquote() << "Startup::writeEnvironment: no user environment on this system, nothing written";
+        return;
+    }
+    QProcess setx;
+    setx.start(QStringLiteral("setx"), {QStringLiteral("VandrelClient"), UserInfo::programDir()}, QIODevice::ReadWrite);
+    setx.waitForFinished(ToolMs);
+}
+
+int Startup::resolveTest(SingleApp *app)
+{
+    auto *work = new MayaResolve;
+    QObject::connect(work, &BaseResolve::resolveFinished, app, [](const db_resolve &res) {
+        qDebug().noquote() << "Startup::resolveTest" << res.state << res.error << res.errstr;
+        QCoreApplication::quit();
+    }, Qt::QueuedConnection);
+    db_resolve res;
+    res.rkey = QDateTime::currentSecsSinceEpoch();
+    res.lpath = UserInfo::programDir() + TestScene;
+    work->setUp(res, QStringLiteral("MAYA2014"), 1, 0, UserInfo::tempDir() + QStringLiteral("/resolve-test"));
+    QMetaObject::invokeMethod(work, &BaseResolve::resolve, Qt::QueuedConnection);
+    const int result = app->exec();
+    delete work;
+    return result;
+}
+
+void Startup::translate(QTranslator *to)
+{
+    QString word = UserInfo::language();
+    if (word == QLatin1String("zh_cn"))
+        return;
+    word.replace(QLatin1String("en_us"), QLatin1String("zh_en"));
+    const QString file = QStringLiteral("%1/%2.qm").arg(UserInfo::programDir(), word);
+    const bool loaded = to->load(file);
+    qDebug().noquote() << "Startup::translate" << file << loaded;
+    if (loaded)
+        QCoreApplication::installTranslator(to);
+}
+
+void Startup::applyStyle()
+{
+    QFile sheet(QStringLiteral(":/default.qss"));
+    if (!sheet.open(QIODevice::ReadOnly))
+        qWarning().noquote() << "Startup::applyStyle: no style sheet";
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QPalette dark;
+    dark.setColor(QPalette::Window, Palette::window);
+    dark.setColor(QPalette::WindowText, Palette::text);
+    dark.setColor(QPalette::Base, Palette::panel);
+    dark.setColor(QPalette::AlternateBase, Palette::raised);
+    dark.setColor(QPalette::Text, Palette::text);
+    dark.setColor(QPalette::Button, Palette::raised);
+    dark.setColor(QPalette::ButtonText, Palette::text);
+    dark.setColor(QPalette::Highlight, Palette::accentDeep);
+    dark.setColor(QPalette::HighlightedText, Palette::strong);
+    dark.setColor(QPalette::Link, Palette::accent);
+    dark.setColor(QPalette::PlaceholderText, Palette::quiet);
+    for (QPalette::ColorRole role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        dark.setColor(QPalette::Disabled, role, Palette::faint);
+    QApplication::setPalette(dark);
+    QFont::insertSubstitutions(QStringLiteral("Microsoft Yahei"),
+                               {QStringLiteral("Microsoft YaHei UI"), QStringLiteral("Noto Sans CJK SC"), QStringLiteral("Noto Sans SC"),
+                                QStringLiteral("Source Han Sans SC"), QStringLiteral("WenQuanYi Micro Hei")});
+    QFont font(QStringLiteral("Microsoft Yahei"));
+    font.setPixelSize(FontPixels);
+    QApplication::setFont(font);
+    qApp->setStyleSheet(Palette::fill(QString::fromUtf8(sheet.readAll())));
+    QApplication::setWindowIcon(QIcon(QStringLiteral(":/third/%1/online.ico").arg(UserInfo::thirdInfo())));
+}
+
+void Startup::registerTypes()
+{
+    qRegisterMetaType<FuncBack>("FuncBack");
+    qRegisterMetaType<Request>("Request");
+    qRegisterMetaType<FuncBody>("FuncBody");
+    qRegisterMetaType<TcpBack>("TcpBack");
+    qRegisterMetaType<RecvPackageHead>("RecvPackageHead");
+    qRegisterMetaType<QThread *>("QThread*");
+    qRegisterMetaType<QAbstractSocket::SocketError>("QAbstractSocket::SocketError");
+    qRegisterMetaType<db_upfile>("db_upfile");
+    qRegisterMetaType<QList<db_upfile>>("QList<db_upfile>");
+    qRegisterMetaType<db_downfile>("db_downfile");
+    qRegisterMetaType<QList<db_downfile>>("QList<db_downfile>");
+    qRegisterMetaType<db_downmiss>("db_downmiss");
+    qRegisterMetaType<QList<db_downmiss>>("QList<db_downmiss>");
+    qRegisterMetaType<db_resolve>("db_resolve");
+    qRegisterMetaType<QList<db_resolve>>("QList<db_resolve>");
+    qRegisterMetaType<QVector<int>>("QVector<int>");
+    qRegisterMetaType<QJsonObject>("QJsonObject");
+    qRegisterMetaType<QJsonDocument>("QJsonDocument");
+    qRegisterMetaType<QPointer<QObject>>("QPointer<QObject>");
+    qRegisterMetaType<TransSet::FileState>("TransSet::FileState");
+}
+
+namespace {
+void takeMasterInfo(const FuncBody &reply, Startup::Master *out)
+{
+    const QJsonArray pairs = reply.array.isEmpty() ? reply.object.value(QLatin1String("data")).toArray() : reply.array;
+    if (!reply.ok() || pairs.isEmpty())
+        return;
+    out->good = true;
+    const QString rest = QUrl(Session::qnhttp()).host();
+    for (const QJsonValue &value : pairs) {
+        const QJsonArray pair = value.toArray();
+        const int port = pair.at(0).toVariant().toInt();
+        const QString host = pair.at(1).toString();
+        if (host == Session::qnIP()) {
+            NetTcp::instance()->setHost(UserInfo::masterHost(), port);
+            NetTcp::instance()->reconnect();
+        }
+        if (host == rest)
+            out->updatePort = port;
+    }
+    ProxyFactory::addPairs(pairs);
+    QNetworkProxyFactory::setApplicationProxyFactory(new ProxyFactory);
+    UserInfo::setMasterUserId(reply.object.value(QLatin1String("masterUserId")).toVariant().toInt());
+}
+} // namespace
+
+Startup::Master Startup::meetMaster(Login *login)
+{
+    Master master;
+    if (UserInfo::isMaster()) {
+        master.good = ProxyFactory::openProxy({Session::qnIP()}, true);
+        return master;
+    }
+    if (!UserInfo::isSlave())
+        return master;
+    master.good = false;
+    QObject guard; // a reply that comes too late finds it gone
+    waitFor([&](const std::function<void()> &quit) {
+        Request request;
+        request.url = UserInfo::master() + QStringLiteral("/masterInfo");
+        request.bareAddress = true;
+        NetWork::instance()->nget(request, [&master, quit](const Request &, const FuncBody &reply) {
+            takeMasterInfo(reply, &master);
+            quit();
+        }, QThread::currentThread(), &guard);
+    });
+    if (!master.good) {
+        MsgTool::msgOkLoop(QCoreApplication::translate("Startup", "无法连接远程主机！"));
+        return master;
+    }
+    login->loadLogin();
+    master.loginStarted = true;
+    return master;
+}
+
+bool Startup::updateStarted(const Master &master)
+{
+    QString newest;
+    QObject guard;
+    waitFor([&](const std::function<void()> &quit) {
+        NetWork::instance()->nget(Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm"),
+                                  [&newest, quit](const Request &, const FuncBody &reply) {
+                                      if (reply.ok())
+                                          newest = QString::fromUtf8(reply.raw).trimmed();
+                                      quit();
+                                  }, QThread::currentThread(), &guard);
+    });
+    const QString running = QStringLiteral(VN_VERSION);
+    qDebug().noquote() << QStringLiteral("client:%1,update:%2").arg(running, newest);
+    if (!RunMode::updateWanted(newest, running))
+        return false;
+    const QString updater = UserInfo::programDir() + (platform::isWindows() ? QStringLiteral("/update.exe") : QStringLiteral("/update"));
+    if (!QFileInfo::exists(updater)) {
+        qWarning().noquote() << "Startup::updateStarted: version" << newest << "is there, but no updater at" << updater;
+        return false;
+    }
+    VFunc::runAs(updater, RunMode::updateParameter(newest, UserInfo::isSlave(), UserInfo::masterHost(), master.updatePort));
+    return true;
+}

@@ -1,0 +1,28 @@
+#pragma once
+// The steps of the program's start that need windows or the network, named for the spine in main.cpp. Main thread, in
+// the order they stand here.
+#include <QString>
+
+class Login;
+class SingleApp;
+class QTranslator;
+
+namespace Startup {
+void writeEnvironment();             // VandrelClient, for tools that look for the client; waits at most 30 s for the tool
+int resolveTest(SingleApp *app);     // "-resolve": one Maya analysis of a fixed file; ends with it
+void translate(QTranslator *to);     // installs the interface's language, Chinese where it can't be loaded
+void applyStyle();                   // style sheet, palette, font, icon
+void registerTypes();                // everything that crosses threads
+
+struct Master {
+    bool good = true;     // false: the program ends
+    int updatePort = 0;   // that the master gives for REST
+    bool loginStarted = false;
+};
+// Role "slave": asks the master for its address, waits at most 3 s, and starts the login; "master": opens the ports for
+// its seats. Others: nothing.
+Master meetMaster(Login *login);
+
+// Asks for the newest version, waits at most 3 s. True: the updater runs and the program is to end.
+bool updateStarted(const Master &master);
+} // namespace Startup
