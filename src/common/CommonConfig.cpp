@@ -1,7 +1,8 @@
 #include "common/CommonConfig.h"
 #include <mutex>
 
-namespace {
+namespace
+{
 constexpr int noBlocks = -4; // the server's own number for "not said"
 
 std::mutex &guard()
@@ -21,7 +22,9 @@ CommonConfig read(const QJsonObject &object)
     CommonConfig config;
     const auto number = [&](const char *key, int fallback = 0) {
         const QJsonValue value = object[QLatin1String(key)];
-        return value.isString() ? value.toString().toInt() : value.isBool() ? int(value.toBool()) : value.toInt(fallback);
+        return value.isString() ? value.toString().toInt()
+               : value.isBool() ? int(value.toBool())
+                                : value.toInt(fallback);
     };
     config.autoSubmit = number("autoSubmit");
     config.autoPushResult = number("autoPushResult");

@@ -11,7 +11,8 @@
 #include <QProcess>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 constexpr int toolWaitMs = 30000;
 const char *const layersKey = "Software\\Microsoft\\Windows NT\\CurrentVersion\\AppCompatFlags\\Layers";
 
@@ -36,7 +37,8 @@ QString trueFolder(const QString &folder)
 bool inside(const QString &path, const QString &folder)
 {
     const QString real = QFileInfo(folder).canonicalFilePath();
-    return !real.isEmpty() && (trueFolder(QFileInfo(path).path()) + QLatin1Char('/')).startsWith(real + QLatin1Char('/'));
+    return !real.isEmpty() &&
+           (trueFolder(QFileInfo(path).path()) + QLatin1Char('/')).startsWith(real + QLatin1Char('/'));
 }
 
 bool holdsFile(const QString &folder, const QString &name)
@@ -147,7 +149,8 @@ HelperModes::CopyPlan HelperModes::copyPlan(const QByteArray &list, const QStrin
     for (const QJsonValue &entry : object[QLatin1String("copy")].toArray()) {
         const QString source = slashed(entry.toObject()[QLatin1String("src")].toString());
         const QString target = slashed(entry.toObject()[QLatin1String("dest")].toString());
-        const bool good = plainPath(source) && plainPath(target) && inside(source, programDir) && targetAllowed(soft, target);
+        const bool good =
+            plainPath(source) && plainPath(target) && inside(source, programDir) && targetAllowed(soft, target);
         if (good)
             plan.copies.append({source, target});
         else
@@ -214,7 +217,8 @@ int HelperModes::netsh(bool add, const QStringList &args, const QString &listFil
             forward.append(part.isDouble() ? QString::number(part.toInt()) : part.toString());
         const QString command = netshCommand(add, forward);
         if (command.isEmpty() || !platform::isWindows()) {
-            qWarning().noquote() << "HelperModes::netsh" << (command.isEmpty() ? "refused:" : "no such tool on this system:") << forward;
+            qWarning().noquote() << "HelperModes::netsh"
+                                 << (command.isEmpty() ? "refused:" : "no such tool on this system:") << forward;
             continue;
         }
         QStringList words = command.split(QLatin1Char(' '), Qt::SkipEmptyParts);

@@ -1,7 +1,7 @@
 #pragma once
 // The one-shot jobs that the client starts itself for, elevated: copying plug-in files into a software's folder, the
-// machine's auto-start value, port forwarding, the compatibility layer. They run on the main thread before anything else
-// exists and end the process. What they are told lies in files and words that any program of the user could have
+// machine's auto-start value, port forwarding, the compatibility layer. They run on the main thread before anything
+// else exists and end the process. What they are told lies in files and words that any program of the user could have
 // written, so each does only what the client itself would ask for and logs what it refuses.
 #include <QByteArray>
 #include <QList>

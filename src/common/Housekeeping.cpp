@@ -8,7 +8,8 @@
 QStringList Housekeeping::removeOldVersions(const QString &programDir)
 {
     static const QRegularExpression version(QStringLiteral("\\A\\d+(\\.\\d+){3}\\z"));
-    const QFileInfo own(QFileInfo(programDir).canonicalFilePath()); // links followed: the running tree must be recognised
+    const QFileInfo own(
+        QFileInfo(programDir).canonicalFilePath()); // links followed: the running tree must be recognised
     if (!version.match(own.fileName()).hasMatch())
         return {};
     QStringList removed;

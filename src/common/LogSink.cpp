@@ -6,7 +6,8 @@
 #include <QDir>
 #include <QFile>
 
-namespace {
+namespace
+{
 constexpr int longestText = 20000, keptOfLonger = 200, keptFiles = 7;
 
 struct Sink {
@@ -73,8 +74,10 @@ QByteArray LogSink::format(int msgType, const QString &text, const QString &time
             --keep;
         body = body.left(keep) + "......";
     }
-    const char *prefix = msgType == QtWarningMsg ? "Warning:" : msgType == QtCriticalMsg ? "Critical:"
-                       : msgType == QtFatalMsg   ? "Fatal:"   : "";
+    const char *prefix = msgType == QtWarningMsg    ? "Warning:"
+                         : msgType == QtCriticalMsg ? "Critical:"
+                         : msgType == QtFatalMsg    ? "Fatal:"
+                                                    : "";
     return QByteArray(prefix) + "[" + time.toUtf8() + "]" + body + "\r\n";
 }
 

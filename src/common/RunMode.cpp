@@ -1,10 +1,12 @@
 #include "common/RunMode.h"
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 // Everything that main understands as a switch, so that none of it is taken for free text.
-const char *const switches[] = {"delay",      "win7",        "c4dcopy",  "maxcopy", "unitycopy",  "runReg",    "netshadd",
-                                "netshdelete", "-resolve",    "slave",    "slaveAlone", "notupdate", "-silent", "noresolve"};
+const char *const switches[] = {"delay",      "win7",      "c4dcopy",     "maxcopy",  "unitycopy",
+                                "runReg",     "netshadd",  "netshdelete", "-resolve", "slave",
+                                "slaveAlone", "notupdate", "-silent",     "noresolve"};
 
 RunMode::Kind kindOf(const QString &word)
 {
@@ -73,5 +75,6 @@ QString RunMode::updateParameter(const QString &version, bool slave, const QStri
 {
     if (!slave)
         return version.trimmed();
-    return QStringLiteral("\"-version %1\" \"-proxy %2 %3\"").arg(version.trimmed(), masterHost, QString::number(masterPort));
+    return QStringLiteral("\"-version %1\" \"-proxy %2 %3\"")
+        .arg(version.trimmed(), masterHost, QString::number(masterPort));
 }

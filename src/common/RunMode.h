@@ -14,7 +14,7 @@ struct RunMode {
     bool checkInstance = true; // one instance per user
     bool skipUpdate = false;
     bool silent = false;
-    QString updateWord;        // run-mode word of the software updates
+    QString updateWord; // run-mode word of the software updates
 
     bool isHelper() const { return kind != Normal && kind != ResolveTest; }
 

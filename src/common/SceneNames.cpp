@@ -3,7 +3,8 @@
 #include <QFileInfo>
 #include <QSet>
 
-namespace {
+namespace
+{
 struct Software {
     int type;
     const char *name;
@@ -11,8 +12,9 @@ struct Software {
 };
 
 const Software softwares[] = {
-    {1, "Maya", ".ma .mb"},    {3, "3ds Max", ".max"},      {4, "Houdini", ".hip .hipnc .hiplc"}, {5, "Cinema 4D", ".c4d"},
-    {6, "SketchUp", ".skp"},   {7, "Clarisse", ".project"}, {8, "Terragen", ".tgd"},
+    {1, "Maya", ".ma .mb"},   {3, "3ds Max", ".max"},  {4, "Houdini", ".hip .hipnc .hiplc"},
+    {5, "Cinema 4D", ".c4d"}, {6, "SketchUp", ".skp"}, {7, "Clarisse", ".project"},
+    {8, "Terragen", ".tgd"},
 };
 } // namespace
 

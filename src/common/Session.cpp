@@ -7,7 +7,8 @@
 #include <QHash>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 std::atomic<bool> sessionLive{false}, sessionClosing{false};
 
 struct Addresses {

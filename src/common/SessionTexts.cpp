@@ -4,7 +4,8 @@
 #include <iterator>
 #include <QCoreApplication>
 
-namespace {
+namespace
+{
 struct Text {
     int number;
     const char *text;

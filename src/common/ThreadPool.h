@@ -1,11 +1,11 @@
 #pragma once
 // Threads for short-lived workers. addWork moves a parentless worker to the first thread whose last worker is gone, or
 // to a new one; threads stay for the next. The caller queues the worker's first call after that. Any thread.
+#include <mutex>
 #include <QList>
 #include <QObject>
 #include <QPointer>
 #include <QThread>
-#include <mutex>
 
 class Thread : public QThread
 {
@@ -26,7 +26,8 @@ public:
     static ThreadPool *instance();
     void addWork(QObject *work);
     int size() const;
-    void stop(); // at the program's end: quits and waits for all threads, workers go with them; later workers run nowhere
+    void
+    stop(); // at the program's end: quits and waits for all threads, workers go with them; later workers run nowhere
 
 private:
     mutable std::mutex m_mutex;

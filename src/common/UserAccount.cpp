@@ -10,13 +10,14 @@
 #include <QJsonDocument>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 // Flag that each entry of "grants" clears; entries 2, 11 and 15 clear none.
-constexpr int clearedBy[] = {-1, 0,  -1, 5,  7,  6,  8,  9,  10, 11, 12, -1,
-                             13, 15, 16, -1, 17, 18, 19, 1,  2,  3,  14, 4};
+constexpr int clearedBy[] = {-1, 0, -1, 5, 7, 6, 8, 9, 10, 11, 12, -1, 13, 15, 16, -1, 17, 18, 19, 1, 2, 3, 14, 4};
 constexpr int downloadFlag = 12; // also cleared for subordinate seats
 
-// Of the flags that come with an order's first steps: 0 is upload (entry 1), 1 analyse (entry 19), 2 parameters (entry 20).
+// Of the flags that come with an order's first steps: 0 is upload (entry 1), 1 analyse (entry 19), 2 parameters (entry
+// 20).
 enum RightFlag { UploadFlag = 0, AnalyseFlag = 1, ParameterFlag = 2 };
 
 template <class Member> Member locked(Member UserState::Account::*member)
@@ -70,7 +71,9 @@ void UserInfo::initUser(const QJsonObject &account)
     QDir().mkpath(userDir);
     writeMark(allUserDir() + QStringLiteral("/PluginManDir"), userDir.toUtf8());
     // A name may hold what a file name can't.
-    const QString name = QString(fresh.username).replace(QRegularExpression(QStringLiteral("[\\\\/:*?\"<>|\\x00-\\x1f]")), QStringLiteral("_"));
+    const QString name =
+        QString(fresh.username)
+            .replace(QRegularExpression(QStringLiteral("[\\\\/:*?\"<>|\\x00-\\x1f]")), QStringLiteral("_"));
     writeMark(QStringLiteral("%1/%2_%3").arg(allUserDir(), QString::number(fresh.userId), name.left(80)), {});
 }
 
@@ -173,7 +176,8 @@ QString UserInfo::token()
     return state.account.auth.isEmpty() ? state.account.sessionToken : state.account.auth;
 }
 
-namespace {
+namespace
+{
 // A value of the registry store, read once. Asked for with every request, so it mustn't reach for the disk each time.
 QString stored(QString UserState::*which, const QString &name, const QString &fallback)
 {
@@ -210,10 +214,14 @@ void UserInfo::setLanguage(const QString &word)
     state.language = word;
 }
 
-QString UserInfo::thirdInfo() { return stored(&UserState::brand, QStringLiteral("ThirdPart"), QStringLiteral("Vandrel")); }
+QString UserInfo::thirdInfo()
+{
+    return stored(&UserState::brand, QStringLiteral("ThirdPart"), QStringLiteral("Vandrel"));
+}
 
 // Sibling editions would add their own names here; the data folder and the single instance follow the group.
 QString UserInfo::thirdGroup()
 {
-    return QCoreApplication::applicationName().toLower().contains(QLatin1String("qn")) ? QStringLiteral("VandrelQN") : QString();
+    return QCoreApplication::applicationName().toLower().contains(QLatin1String("qn")) ? QStringLiteral("VandrelQN")
+                                                                                       : QString();
 }

@@ -11,15 +11,18 @@
 #include <QSettings>
 #include <QStandardPaths>
 
-namespace {
+namespace
+{
 const QString configName = QStringLiteral("config.ini");
 
 QString appData()
 {
     if (!platform::isWindows())
         return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
-    const QString told = VFunc::regGet(QStringLiteral("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"),
-                                       QStringLiteral("AppData")).toString();
+    const QString told =
+        VFunc::regGet(QStringLiteral("Software\\Microsoft\\Windows\\CurrentVersion\\Explorer\\Shell Folders"),
+                      QStringLiteral("AppData"))
+            .toString();
     return told.isEmpty() ? QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation)
                           : QDir::fromNativeSeparators(told);
 }
@@ -262,7 +265,8 @@ QVariant UserInfo::serviceValue(const QString &group, const QString &key, const 
     return iniValue(programDir(), QStringLiteral("service.ini"), group, key, fallback);
 }
 
-namespace {
+namespace
+{
 QString iniPath(const QString &dir, const QString &name)
 {
     QString path = dir + QLatin1Char('/') + name;

@@ -21,12 +21,13 @@ public:
 
     static QString baseDir();
     static QString allUserDir();
-    static QString userDir();   // empty until initUser
+    static QString userDir(); // empty until initUser
     static QString tempDir();
-    static QString dumpDir();   // makes the folder
+    static QString dumpDir(); // makes the folder
     static QString registryPath();
     static QString programDir(); // folder of the executable
-    static void setProgramDir(const QString &dir); // another place of service.ini and scripts; empty: back to the executable's
+    static void
+    setProgramDir(const QString &dir); // another place of service.ini and scripts; empty: back to the executable's
 
     static void setUserValue(const QString &group, const QString &key, const QVariant &value);
     static QVariant userValue(const QString &group, const QString &key, const QVariant &fallback = {});
@@ -35,8 +36,10 @@ public:
     static QVariant allValue(const QString &group, const QString &key, const QVariant &fallback = {});
     static bool hasAllValue(const QString &group, const QString &key);
     static QVariant serviceValue(const QString &group, const QString &key, const QVariant &fallback = {});
-    static QVariant iniValue(const QString &dir, const QString &name, const QString &group, const QString &key, const QVariant &fallback = {});
-    static bool setIniValue(const QString &dir, const QString &name, const QString &group, const QString &key, const QVariant &value);
+    static QVariant iniValue(const QString &dir, const QString &name, const QString &group, const QString &key,
+                             const QVariant &fallback = {});
+    static bool setIniValue(const QString &dir, const QString &name, const QString &group, const QString &key,
+                            const QVariant &value);
 
     // Machine config. Speeds in KiB/s, 0 unlimited.
     static bool isWan();
@@ -52,7 +55,7 @@ public:
     static QString master();     // "http://host:port"
     static QString masterHost(); // host alone
     static int clientPort();
-    static QString apiToken();   // Server/apiToken; empty: callers from other machines need none
+    static QString apiToken(); // Server/apiToken; empty: callers from other machines need none
     static QString resolveOs();
     static bool caps();
     static int resolveThread();
@@ -86,7 +89,8 @@ public:
     static QString hashPrefix();
     static int masterUserId();
     static void setMasterUserId(int id);
-    static QJsonArray feeUserIds(); // fee accounts of the login reply, else those saved in the account config; may be empty
+    static QJsonArray
+    feeUserIds(); // fee accounts of the login reply, else those saved in the account config; may be empty
     static bool needMasterCheck();
     static void setRolePerm(const QJsonObject &reply);
     static bool perm(int flag); // 0 to 19

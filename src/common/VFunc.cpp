@@ -11,7 +11,8 @@
 #include <QProcess>
 #include <QSaveFile>
 
-namespace {
+namespace
+{
 constexpr int toolWaitMs = 30000;
 std::atomic<int> screenWidth{0}, screenHeight{0};
 
@@ -31,7 +32,8 @@ QString maxVersions()
 {
     QStringList versions;
     for (const char *product : {"3dsMax", "3dsMaxDesign"}) {
-        for (const QString &key : VFunc::machineSubkeys(QStringLiteral("SOFTWARE\\Autodesk\\") + QLatin1String(product))) {
+        for (const QString &key :
+             VFunc::machineSubkeys(QStringLiteral("SOFTWARE\\Autodesk\\") + QLatin1String(product))) {
             if (!key.isEmpty() && key.at(0).isDigit())
                 versions.append(key);
         }
@@ -99,9 +101,15 @@ bool VFunc::setUserVariable(const QString &name, const QString &value)
     return done;
 }
 
-bool VFunc::autoStartSet(const QString &name, const QString &command) { return platform::autoStartSet(raw(name), raw(command)); }
+bool VFunc::autoStartSet(const QString &name, const QString &command)
+{
+    return platform::autoStartSet(raw(name), raw(command));
+}
 bool VFunc::autoStartRemove(const QString &name) { return platform::autoStartRemove(raw(name)); }
-QString VFunc::autoStart(const QString &name) { return text(platform::autoStartGet(raw(name)).value_or(std::string())); }
+QString VFunc::autoStart(const QString &name)
+{
+    return text(platform::autoStartGet(raw(name)).value_or(std::string()));
+}
 
 bool VFunc::existProcess(const QString &name) { return platform::existProcess(raw(name)); }
 bool VFunc::killProcess(const QString &name) { return platform::killByName(raw(name)) > 0; }

@@ -1,13 +1,13 @@
 #pragma once
 // Everything that touches the operating system, for Qt code: a thin skin over common/platform. Static, without state,
 // any thread. Failures give an empty value or false; nothing here shows a dialog but rootPath's message.
+#include <functional>
 #include <QJsonObject>
 #include <QList>
 #include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QVariant>
-#include <functional>
 
 class VFunc
 {
@@ -18,10 +18,11 @@ public:
     static bool delHKCU(const QString &key, const QString &name);
     static bool setHKCU(const QString &key, const QString &name, const QString &text);
 
-    // Elevated run, waits at most 5000 ms: 1 started, -1 the user refused or it can't be started. target: what the child
-    // writes to; on POSIX it decides whether elevation is needed at all.
+    // Elevated run, waits at most 5000 ms: 1 started, -1 the user refused or it can't be started. target: what the
+    // child writes to; on POSIX it decides whether elevation is needed at all.
     static int runAs(const QString &file, const QString &params, const QString &target = {});
-    // A variable of the user's environment for programs started later. False, and a log line, where there is no such tool.
+    // A variable of the user's environment for programs started later. False, and a log line, where there is no such
+    // tool.
     static bool setUserVariable(const QString &name, const QString &value);
     static bool autoStartSet(const QString &name, const QString &command);
     static bool autoStartRemove(const QString &name);

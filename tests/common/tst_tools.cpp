@@ -5,10 +5,11 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "support/TestMain.h"
-#include <QSemaphore>
+#include <future>
 #include <thread>
 
-namespace {
+namespace
+{
 QByteArray contentOf(const QString &path)
 {
     QFile file(path);
@@ -17,17 +18,18 @@ QByteArray contentOf(const QString &path)
 
 QThread *threadOf(QObject *worker)
 {
-    QThread *seen = nullptr;
-    QMetaObject::invokeMethod(worker, [&seen] { seen = QThread::currentThread(); }, Qt::BlockingQueuedConnection);
-    return seen;
+    std::promise<QThread *> seen;
+    QMetaObject::invokeMethod(
+        worker, [&seen] { seen.set_value(QThread::currentThread()); }, Qt::QueuedConnection);
+    return seen.get_future().get();
 }
 
 void endWorker(QObject *worker)
 {
-    QSemaphore gone;
-    QObject::connect(worker, &QObject::destroyed, [&gone] { gone.release(); });
+    std::promise<void> gone;
+    QObject::connect(worker, &QObject::destroyed, [&gone] { gone.set_value(); });
     worker->deleteLater();
-    gone.acquire();
+    gone.get_future().wait();
 }
 
 struct Calls {
@@ -68,7 +70,8 @@ void TestTools::logLine_data()
     QTest::newRow("fatal") << int(QtFatalMsg) << "" << QByteArray("Fatal:[t]\r\n");
     QTest::newRow("longest") << int(QtDebugMsg) << QString(20000, 'a') << "[t]" + QByteArray(20000, 'a') + "\r\n";
     QTest::newRow("too long") << int(QtDebugMsg) << QString(20001, 'a') << "[t]" + QByteArray(200, 'a') + "......\r\n";
-    QTest::newRow("too long, three bytes each") << int(QtDebugMsg) << QString(6667, QChar(0x6E32)) << "[t]" + QByteArray("渲").repeated(66) + "......\r\n";
+    QTest::newRow("too long, three bytes each")
+        << int(QtDebugMsg) << QString(6667, QChar(0x6E32)) << "[t]" + QByteArray("渲").repeated(66) + "......\r\n";
 }
 
 void TestTools::logLine()
@@ -82,7 +85,8 @@ void TestTools::logFileFollowsTheDay()
 {
     UserInfo::init({"client"});
     const QDateTime late(QDate(2031, 1, 31), QTime(23, 59, 59, 999));
-    LogSink::setView([](const QString &line) { LogSink::write(QtDebugMsg, "of the view:" + line, QDateTime::currentDateTime()); });
+    LogSink::setView(
+        [](const QString &line) { LogSink::write(QtDebugMsg, "of the view:" + line, QDateTime::currentDateTime()); });
     LogSink::write(QtWarningMsg, "old day", late);
     LogSink::write(QtDebugMsg, "new day", late.addMSecs(1));
     LogSink::uninstall();
@@ -116,7 +120,8 @@ void TestTools::linesOfManyThreadsStayWhole()
     for (std::thread &writer : writers)
         writer.join();
     LogSink::uninstall();
-    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"), ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"),
+             ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
 }
 
 void TestTools::poolReusesThreads()
@@ -220,8 +225,9 @@ void TestTools::sceneNames_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<int>("type");
-    const QList<QPair<QString, int>> rows{{"a.ma", 1},  {"A.MB", 1},      {"x.max", 3},  {"x.HIPNC", 4}, {"x.c4d", 5}, {"x.skp", 6},
-                                          {"x.project", 7}, {"渲.tgd", 8}, {"x.tgc", 0}, {"ma", 0},      {"", 0}};
+    const QList<QPair<QString, int>> rows{{"a.ma", 1},  {"A.MB", 1},  {"x.max", 3},     {"x.HIPNC", 4},
+                                          {"x.c4d", 5}, {"x.skp", 6}, {"x.project", 7}, {"渲.tgd", 8},
+                                          {"x.tgc", 0}, {"ma", 0},    {"", 0}};
     for (const auto &row : rows)
         QTest::newRow(qPrintable(row.first)) << row.first << row.second;
 }
@@ -237,7 +243,8 @@ void TestTools::linksAreFollowed()
 {
     QTemporaryDir dir;
     VFunc::writeWhole(dir.filePath("scene.tgd"), "x");
-    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) && QFile::link(dir.filePath("one"), dir.filePath("two")));
+    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) &&
+            QFile::link(dir.filePath("one"), dir.filePath("two")));
     QVERIFY(QFile::link(dir.filePath("b"), dir.filePath("a")) && QFile::link(dir.filePath("a"), dir.filePath("b")));
     QCOMPARE(VFunc::followLinks(dir.filePath("two")), dir.filePath("scene.tgd"));
     QCOMPARE(VFunc::followLinks(dir.filePath("a")), dir.filePath("a"));
@@ -248,7 +255,8 @@ void TestTools::reportHasItsKeys()
 {
     VFunc::setScreenSize(1920, 1080);
     const QJsonObject report = VFunc::machineReport();
-    QCOMPARE(report.keys().join(' '), QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
+    QCOMPARE(report.keys().join(' '),
+             QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
     QCOMPARE(report["screenW"].toInt(), 1920);
     QVERIFY(report["memory"].toString().startsWith('['));
 }

@@ -83,8 +83,8 @@ void spawnShared(const std::vector<std::string> &words, bool waitForEnd)
 }
 #else
 #include <climits>
-#include <fcntl.h>
 #include <csignal>
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>

@@ -10,9 +10,9 @@ class Child
 public:
     ~Child();
     bool start(const std::string &program, const std::vector<std::string> &words, bool ownSession = false);
-    std::string line();      // without its end; empty at the end of the output
-    bool outputEnded();      // reads to the end of the output
-    int wait();              // exit code, negative for a signal
+    std::string line(); // without its end; empty at the end of the output
+    bool outputEnded(); // reads to the end of the output
+    int wait();         // exit code, negative for a signal
     std::int64_t pid() const { return m_pid; }
 
 private:

@@ -1,7 +1,7 @@
 // The platform layer against the system it runs on. Free of the toolkit, so that the same file runs natively and, cross
 // compiled, on Windows or Wine. The program also plays the children that the tests start ("--wait" and the like).
-#include "Child.h"
 #include "common/platform/Platform.h"
+#include "Child.h"
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
@@ -54,7 +54,8 @@ static const std::string base = "Software\\Brontel\\PlatformTest";
 
 static void registryKeepsTexts()
 {
-    const std::string texts[] = {"", "plain", "C:\\a b\\c.exe", "渲染农场", "a=b[c]%41;\"q\"", " blanks around ", std::string(5000, 'x')};
+    const std::string texts[] = {
+        "", "plain", "C:\\a b\\c.exe", "渲染农场", "a=b[c]%41;\"q\"", " blanks around ", std::string(5000, 'x')};
     for (Hive hive : {Hive::CurrentUser, Hive::LocalMachine}) {
         for (const std::string &text : texts) {
             HOLDS(regSet(hive, base + "\\Texts", "名 =[1]", text));
@@ -147,7 +148,8 @@ static void elevatedCommandIsBuilt()
         bool writable, windows;
         const char *wanted;
     } rows[] = {
-        {"C:/p/q.exe", "runReg set n \"C:/p/q.exe delay\"", false, true, "runas|C:\\p\\q.exe|runReg set n \"C:/p/q.exe delay\""},
+        {"C:/p/q.exe", "runReg set n \"C:/p/q.exe delay\"", false, true,
+         "runas|C:\\p\\q.exe|runReg set n \"C:/p/q.exe delay\""},
         {"/p/q", "runReg set n \"/a b/q delay\"", true, false, "|/p/q||runReg|set|n|/a b/q delay"},
         {"/p/q", "c4dcopy", false, false, "pkexec|pkexec||/p/q|c4dcopy"},
         {"/p/q", "", true, false, "|/p/q|"},
@@ -164,7 +166,8 @@ static void elevatedRunStarts()
     SAME(contentOf(mark), std::string("done"));
     SAME(runElevated(utf8(room / "no such program"), "x"), -1);
     const auto before = std::chrono::steady_clock::now();
-    SAME(runElevated(ownProgram(), "--until \"" + utf8(room / "go on") + "\"", {}, 50), 1); // doesn't wait for a long job
+    SAME(runElevated(ownProgram(), "--until \"" + utf8(room / "go on") + "\"", {}, 50),
+         1); // doesn't wait for a long job
     HOLDS(std::chrono::steady_clock::now() - before < std::chrono::seconds(8));
     std::ofstream(room / "go on") << "x";
 }
@@ -185,7 +188,8 @@ static void hardwareIsTold()
     SAME(joinFacts({"a", "b"}), std::string("[a][b]"));
     for (const Adapter &adapter : adapters())
         SAME(adapter.mac.size(), std::size_t(17));
-    for (const char *skipped : {"VMware Virtual Ethernet", "Teredo Tunneling Pseudo-Interface", "software LOOPBACK", "isatap.{1}"})
+    for (const char *skipped :
+         {"VMware Virtual Ethernet", "Teredo Tunneling Pseudo-Interface", "software LOOPBACK", "isatap.{1}"})
         HOLDS(adapterSkipped(skipped));
     HOLDS(!adapterSkipped("Intel(R) Ethernet Connection"));
 }

@@ -9,14 +9,16 @@
 #include <string>
 #include <vector>
 
-namespace platform {
+namespace platform
+{
 
 bool isWindows();
 
 // --- Settings hives. Keys as in "Software\\Brontel\\x"; compared without regard to case. On POSIX both hives are
 // sections of one INI file, <XDG config>/brontel/registry.ini, replaced as a whole under a lock file.
 enum class Hive { CurrentUser, LocalMachine }; // LocalMachine: the 64-bit view
-std::optional<std::string> regGet(Hive hive, const std::string &key, const std::string &name); // numbers as decimal text
+std::optional<std::string> regGet(Hive hive, const std::string &key,
+                                  const std::string &name); // numbers as decimal text
 bool regSet(Hive hive, const std::string &key, const std::string &name, const std::string &text);
 bool regDelete(Hive hive, const std::string &key, const std::string &name); // false where there was no such value
 std::vector<std::string> regNames(Hive hive, const std::string &key);       // value names
@@ -53,10 +55,12 @@ struct ElevatedCommand {
     std::vector<std::string> words; // POSIX: the words behind the program
 };
 std::vector<std::string> splitWords(const std::string &line); // at blanks; double quotes keep blanks and are taken off
-ElevatedCommand elevatedCommand(const std::string &file, const std::string &parameters, bool targetWritable, bool windows);
+ElevatedCommand elevatedCommand(const std::string &file, const std::string &parameters, bool targetWritable,
+                                bool windows);
 // target: what the child will write to; on POSIX it decides whether elevation is needed (empty: it isn't).
 // 1 started (waits at most waitMs for its end), -1 refused by the user or not startable.
-int runElevated(const std::string &file, const std::string &parameters, const std::string &target = {}, int waitMs = 5000);
+int runElevated(const std::string &file, const std::string &parameters, const std::string &target = {},
+                int waitMs = 5000);
 
 // --- Facts about the machine; several instances are joined, each in "[...]".
 struct Hardware {
@@ -75,8 +79,9 @@ bool adapterSkipped(const std::string &description);
 
 // --- Files.
 std::int64_t freeSpace(const std::string &path); // for this user, at the nearest existing parent; -1 on failure
-int createFixedSizeFile(const std::string &path, std::int64_t size); // 0 good, -1 not openable, -2 no room (file removed)
-bool syncFile(int fd); // what was written is on the medium
+int createFixedSizeFile(const std::string &path,
+                        std::int64_t size); // 0 good, -1 not openable, -2 no room (file removed)
+bool syncFile(int fd);                      // what was written is on the medium
 
 // --- Crash dump: "<folder>/yyyy.MM.dd_HH.mm.ss_zzz_<version>.dmp", a mini dump on Windows, a text with the stack
 // elsewhere. The process dies afterwards in its usual way.
@@ -85,6 +90,6 @@ bool installCrashDump(const std::string &folder, const std::string &version);
 std::size_t crashName(char *out, std::size_t room, std::int64_t epochMs, int utcOffsetSeconds, const char *version);
 
 // --- Texts of names, alike everywhere.
-std::string bareName(const std::string &program); // last piece, without ".exe"
+std::string bareName(const std::string &program);          // last piece, without ".exe"
 bool sameText(const std::string &a, const std::string &b); // ASCII without regard to case
 } // namespace platform

@@ -1,9 +1,7 @@
 #include "common/platform/Platform.h"
 #include <unistd.h>
 
-namespace platform {
-void ownSession()
+namespace platform
 {
-    setsid();
-}
+void ownSession() { setsid(); }
 } // namespace platform

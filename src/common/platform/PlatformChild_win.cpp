@@ -1,5 +1,6 @@
 #include "common/platform/Platform.h"
 
-namespace platform {
+namespace platform
+{
 void ownSession() {}
 } // namespace platform

@@ -7,8 +7,8 @@
 #include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
-#include <spawn.h>
 #include <set>
+#include <spawn.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -16,8 +16,10 @@
 
 extern char **environ;
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 std::string readSmall(const std::string &path)
 {
     char text[4096];
@@ -139,7 +141,8 @@ int killByName(const std::string &name)
     const std::string bare = bareName(name);
     int ended = 0;
     for (const Process &process : processes()) {
-        if (process.pid != getpid() && process.pid > 1 && hasName(process, bare) && kill(pid_t(process.pid), SIGKILL) == 0)
+        if (process.pid != getpid() && process.pid > 1 && hasName(process, bare) &&
+            kill(pid_t(process.pid), SIGKILL) == 0)
             ++ended;
     }
     return ended;
@@ -194,7 +197,8 @@ int runElevated(const std::string &file, const std::string &parameters, const st
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
-    const bool refused = command.verb == "pkexec" && WIFEXITED(status) && (WEXITSTATUS(status) == 126 || WEXITSTATUS(status) == 127);
+    const bool refused =
+        command.verb == "pkexec" && WIFEXITED(status) && (WEXITSTATUS(status) == 126 || WEXITSTATUS(status) == 127);
     return refused ? -1 : 1;
 }
 } // namespace platform

@@ -4,8 +4,10 @@
 #include <shellapi.h>
 #include <tlhelp32.h>
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 std::uint64_t startOf(HANDLE process)
 {
     FILETIME created{}, ended{}, kernel{}, user{};
@@ -48,7 +50,8 @@ std::vector<Process> treeOf(std::int64_t pid)
     }
     for (std::size_t at = 0; at < tree.size(); ++at) {
         for (Process &child : all) {
-            const bool known = std::any_of(tree.begin(), tree.end(), [&](const Process &one) { return one.pid == child.pid; });
+            const bool known =
+                std::any_of(tree.begin(), tree.end(), [&](const Process &one) { return one.pid == child.pid; });
             if (known || child.parent != tree[at].pid || child.pid == std::int64_t(GetCurrentProcessId()))
                 continue;
             child.started = startOf(child.pid);

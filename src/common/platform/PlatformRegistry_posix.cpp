@@ -2,17 +2,19 @@
 // writing at once lose nothing and a crash leaves the old or the new file.
 #include "common/platform/Platform.h"
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 using Values = std::vector<std::pair<std::string, std::string>>;
 using Sections = std::vector<std::pair<std::string, Values>>;
 
@@ -248,7 +250,8 @@ std::vector<std::string> regSubkeys(Hive hive, const std::string &key)
         if (section.first.size() <= start.size() || !sameText(section.first.substr(0, start.size()), start))
             continue;
         const std::size_t end = section.first.find('\\', start.size());
-        const std::string name = section.first.substr(start.size(), end == std::string::npos ? end : end - start.size());
+        const std::string name =
+            section.first.substr(start.size(), end == std::string::npos ? end : end - start.size());
         if (std::none_of(names.begin(), names.end(), [&](const std::string &old) { return sameText(old, name); }))
             names.push_back(name);
     }

@@ -1,8 +1,10 @@
 #include "common/platform/Platform.h"
 #include "common/platform/PlatformText_win.h"
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 const char *const runKey = "Software\\Microsoft\\Windows\\CurrentVersion\\Run";
 
 // An open key; the machine's hive always in its 64-bit view.
@@ -14,8 +16,9 @@ public:
         const HKEY root = hive == Hive::CurrentUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE;
         const REGSAM view = access | (hive == Hive::LocalMachine ? KEY_WOW64_64KEY : 0);
         const std::wstring path = widePath(key);
-        const LSTATUS opened = create ? RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, view, nullptr, &m_key, nullptr)
-                                      : RegOpenKeyExW(root, path.c_str(), 0, view, &m_key);
+        const LSTATUS opened = create
+                                   ? RegCreateKeyExW(root, path.c_str(), 0, nullptr, 0, view, nullptr, &m_key, nullptr)
+                                   : RegOpenKeyExW(root, path.c_str(), 0, view, &m_key);
         if (opened != ERROR_SUCCESS)
             m_key = nullptr;
     }
@@ -84,8 +87,9 @@ bool regSet(Hive hive, const std::string &key, const std::string &name, const st
 {
     const Key open(hive, key, KEY_SET_VALUE, true);
     const std::wstring value = wide(text);
-    return open && RegSetValueExW(open.get(), wide(name).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE *>(value.c_str()),
-                                  DWORD((value.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
+    return open &&
+           RegSetValueExW(open.get(), wide(name).c_str(), 0, REG_SZ, reinterpret_cast<const BYTE *>(value.c_str()),
+                          DWORD((value.size() + 1) * sizeof(wchar_t))) == ERROR_SUCCESS;
 }
 
 bool regDelete(Hive hive, const std::string &key, const std::string &name)

@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <cstring>
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 char lower(char c) { return c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c; }
 
 std::string lowered(std::string text)
@@ -97,7 +99,8 @@ std::vector<std::string> splitWords(const std::string &line)
     return words;
 }
 
-ElevatedCommand elevatedCommand(const std::string &file, const std::string &parameters, bool targetWritable, bool windows)
+ElevatedCommand elevatedCommand(const std::string &file, const std::string &parameters, bool targetWritable,
+                                bool windows)
 {
     ElevatedCommand command;
     if (windows) {

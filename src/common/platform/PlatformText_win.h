@@ -12,7 +12,8 @@
 #include <string>
 #include <windows.h>
 
-namespace platform {
+namespace platform
+{
 inline std::wstring wide(const std::string &text)
 {
     const int length = MultiByteToWideChar(CP_UTF8, 0, text.data(), int(text.size()), nullptr, 0);

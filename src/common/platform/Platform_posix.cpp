@@ -14,8 +14,10 @@
 #include <sys/utsname.h>
 #include <unistd.h>
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 std::string readText(const std::string &path)
 {
     std::string text;
@@ -159,7 +161,8 @@ Hardware hardware()
         facts.memory = "[" + std::to_string(std::atoll(memory.front().c_str()) * 1024) + "]";
 
     const std::string dmi = "/sys/class/dmi/id/";
-    const std::string board = trimmed(trimmed(readText(dmi + "board_vendor")) + " " + trimmed(readText(dmi + "board_name")));
+    const std::string board =
+        trimmed(trimmed(readText(dmi + "board_vendor")) + " " + trimmed(readText(dmi + "board_name")));
     if (!board.empty())
         facts.mainboard = "[" + board + "]";
     facts.graphics = joinFacts(graphicsCards());

@@ -11,8 +11,10 @@
 #include <oleauto.h>
 #include <wbemidl.h>
 
-namespace platform {
-namespace {
+namespace platform
+{
+namespace
+{
 template <class Type> void release(Type *&object)
 {
     if (object)
@@ -58,7 +60,8 @@ public:
         BSTR language = SysAllocString(L"WQL");
         BSTR query = SysAllocString((L"SELECT * FROM " + wide(className)).c_str());
         IEnumWbemClassObject *rows = nullptr;
-        if (SUCCEEDED(m_services->ExecQuery(language, query, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY, nullptr, &rows))) {
+        if (SUCCEEDED(m_services->ExecQuery(language, query, WBEM_FLAG_FORWARD_ONLY | WBEM_FLAG_RETURN_IMMEDIATELY,
+                                            nullptr, &rows))) {
             IWbemClassObject *row = nullptr;
             ULONG count = 0;
             while (rows->Next(patienceMs, 1, &row, &count) == S_OK && count == 1) {
@@ -174,7 +177,8 @@ std::string volumeSerial()
     if (!GetVolumeInformationW(windows, nullptr, 0, &serial, nullptr, nullptr, nullptr, 0))
         return {};
     char text[16];
-    std::snprintf(text, sizeof text, "%04lX-%04lX", static_cast<unsigned long>(serial >> 16), static_cast<unsigned long>(serial & 0xFFFF));
+    std::snprintf(text, sizeof text, "%04lX-%04lX", static_cast<unsigned long>(serial >> 16),
+                  static_cast<unsigned long>(serial & 0xFFFF));
     return text;
 }
 
@@ -186,7 +190,8 @@ std::vector<Adapter> adapters()
     ULONG got = ERROR_BUFFER_OVERFLOW;
     for (int tries = 0; tries < 3 && got == ERROR_BUFFER_OVERFLOW; ++tries) {
         memory.resize(size);
-        got = GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, reinterpret_cast<IP_ADAPTER_ADDRESSES *>(memory.data()), &size);
+        got =
+            GetAdaptersAddresses(AF_UNSPEC, 0, nullptr, reinterpret_cast<IP_ADAPTER_ADDRESSES *>(memory.data()), &size);
     }
     if (got != ERROR_SUCCESS)
         return list;
@@ -216,7 +221,8 @@ int createFixedSizeFile(const std::string &path, std::int64_t size)
     const std::wstring name = widePath(path);
     bool sized = false;
     {
-        const Handle file(CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
+        const Handle file(
+            CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
         if (!file)
             return -1;
         LARGE_INTEGER end;
@@ -244,7 +250,9 @@ bool installCrashDump(const std::string &folder, const std::string &version)
     std::memcpy(crash.version, version.c_str(), version.size() + 1);
     TIME_ZONE_INFORMATION zone{};
     const DWORD kind = GetTimeZoneInformation(&zone);
-    const LONG bias = zone.Bias + (kind == TIME_ZONE_ID_DAYLIGHT ? zone.DaylightBias : kind == TIME_ZONE_ID_STANDARD ? zone.StandardBias : 0);
+    const LONG bias = zone.Bias + (kind == TIME_ZONE_ID_DAYLIGHT   ? zone.DaylightBias
+                                   : kind == TIME_ZONE_ID_STANDARD ? zone.StandardBias
+                                                                   : 0);
     crash.utcOffset = int(-bias * 60);
     SetErrorMode(SetErrorMode(0) | SEM_NOGPFAULTERRORBOX);
     SetUnhandledExceptionFilter(onCrash);
