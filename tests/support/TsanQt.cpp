@@ -68,7 +68,8 @@ void postEvent(QObject *to, QEvent *event, int priority)
     call(to, event, priority);
 }
 
-void later(QObject *self) __asm__("_ZN7QObject11deleteLaterEv");
+// Aligned, since its address is taken as a member pointer, whose lowest bit tells virtual ones apart.
+__attribute__((aligned(16))) void later(QObject *self) __asm__("_ZN7QObject11deleteLaterEv");
 void later(QObject *self)
 {
     static auto call = real<void (*)(QObject *)>("_ZN7QObject11deleteLaterEv");
