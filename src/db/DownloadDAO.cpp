@@ -76,6 +76,9 @@ bool DownloadDAO::open(const QString &userDir)
     addColumns("miss2",
                {{"missname", "varchar"}, {"lpath", "varchar"}, {"ok", "int"}, {"sum", "int"}, {"state", "int"}});
     migrate();
+    // Rows of files that had no such column would be passed over, or never count up.
+    exec("update miss2 set state = coalesce(state,0), ok = coalesce(ok,0), sum = coalesce(sum,0) "
+         "where state is null or ok is null or sum is null");
     for (const QString &name : fileTables()) {
         addColumns(name,
                    {{"farmid", "int"}, {"hash", "varchar"}, {"size", "INTEGER"}, {"state", "int"}, {"error", "int"}});

@@ -4,6 +4,8 @@
 #include "support/TestMain.h"
 #include <ctime>
 #include <QElapsedTimer>
+#include <QProcess>
+#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <thread>
 
@@ -244,6 +246,48 @@ private slots:
         QCOMPARE(RawFile(path).text(state), QString("2|2|0"));
         QVERIFY(RawFile(path).run({"drop view down_12"}) && down().open(m_dir->path()));
         QCOMPARE(down().count(11) + down().count(12), 2);
+    }
+
+    // Run by the test below in a process of its own, which is killed while it works.
+    void openNamedFolder()
+    {
+        if (qEnvironmentVariableIsEmpty("VN_OLD_STORE"))
+            return;
+        QVERIFY(down().open(qEnvironmentVariable("VN_OLD_STORE")));
+    }
+    void migrationKilled()
+    {
+        down().releaseDown();
+        const QString path = m_dir->filePath("qnfileDown.db");
+        QRandomGenerator random(20);
+        QProcess child;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert("VN_OLD_STORE", m_dir->path());
+        environment.insert("VN_ONLY", "TestTransferStores");
+        child.setProcessEnvironment(environment);
+        int killed = 0;
+        for (int round = 0; round < 20; ++round) {
+            QDir(m_dir->path()).remove("qnfileDown.db-wal");
+            QFile::remove(path);
+            QVERIFY(RawFile(path).run({"create table miss(ordernum varchar,missid int,pri INTEGER)",
+                                       "create table down(id int,ordernum varchar,pri INTEGER)",
+                                       "insert into miss values('o1',5,11),('o2',5,12)",
+                                       "with recursive n(i) as (select 1 union all select i+1 from n where i < 20000) "
+                                       "insert into down select i, 'o' || (1 + i % 2), i from n"}));
+            child.start(QCoreApplication::applicationFilePath(), {"openNamedFolder"});
+            QVERIFY(child.waitForStarted());
+            if (!child.waitForFinished(5 + random.bounded(100))) {
+                child.kill();
+                child.waitForFinished();
+                ++killed;
+            }
+            QVERIFY(down().open(m_dir->path()));
+            QCOMPARE(down().count(11), 10000);
+            QCOMPARE(down().count(12), 10000);
+            QCOMPARE(down().missions({0}).size(), 2); // a mission without a state waits
+            down().releaseDown();
+        }
+        QVERIFY(killed > 0);
     }
 
     void damagedFile_data()
