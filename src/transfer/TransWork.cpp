@@ -16,7 +16,6 @@ TransWork::~TransWork()
         QHostInfo::abortHostLookup(m_lookup);
     dropSocket();
     delete m_file;
-    delete m_tempFile;
 }
 
 void TransWork::setServer(const QString &url, const QString &token)
@@ -78,8 +77,6 @@ bool TransWork::end()
     dropSocket();
     if (m_file)
         m_file->close();
-    if (m_tempFile)
-        m_tempFile->close();
     return true;
 }
 
@@ -141,43 +138,6 @@ void TransWork::failDown(int code)
     m_down.state = TransSet::DownError;
     m_down.error = code;
     finishDown(passesDown(code) ? TransSet::Transient : TransSet::Hard);
-}
-
-bool TransWork::fileHash()
-{
-    stopWait();
-    if (!m_down.hash.isEmpty()) {
-        const QString digest = TransSet::fileMD5(m_tempFile, closed);
-        if (closed) {
-            finishDown(TransSet::Dropped);
-            return false;
-        }
-        if (digest.compare(m_down.hash, Qt::CaseInsensitive) != 0) {
-            // Both files go: a position file that outlived its data would let the next try skip what isn't there.
-            m_tempFile->close();
-            m_file->close();
-            QFile::remove(m_sidePath);
-            QFile::remove(m_tempPath);
-            failDown(TransSet::BadHash);
-            return false;
-        }
-    }
-    m_tempFile->close();
-    m_file->close();
-    // First of all the position file: left beside a new partial file it would tell of data that isn't there.
-    QFile::remove(m_sidePath);
-    if (QFile::exists(m_down.lpath) && !QFile::remove(m_down.lpath)) {
-        qWarning().noquote() << "TransWork::fileHash remove:" << m_down.lpath;
-        failDown(TransSet::EndFailed);
-        return false;
-    }
-    if (!QFile::rename(m_tempPath, m_down.lpath)) {
-        qWarning().noquote() << "TransWork::fileHash rename:" << m_tempPath << m_down.lpath;
-        failDown(TransSet::EndFailed);
-        return false;
-    }
-    finishDown(TransSet::Done);
-    return true;
 }
 
 void TransWork::makeTimers()

@@ -39,7 +39,7 @@ public:
     virtual void farmHostFound(QString host, int port) { Q_UNUSED(host) Q_UNUSED(port) } // port 0: unknown
 
     // Pause with deletion: the partial files of a download go.
-    void dropPartial();
+    virtual void dropPartial();
 
     virtual void finishUp(int kind);
     virtual void finishDown(int kind);
@@ -57,9 +57,9 @@ protected slots:
 protected:
     virtual bool initUp() { return true; }   // false: the worker has been failed
     virtual bool initDown() { return true; }
-    // The end of a download: m_tempFile (.xtemp) is checked against the row's hash and takes its final name, m_file (.vd)
-    // goes. Finishes or fails the worker; false when it failed.
-    bool fileHash();
+    // The end of a download: the partial file is checked against the row's hash and takes its final name. Finishes or
+    // fails the worker; false when it failed.
+    virtual bool fileHash() { return true; }
 
     // State 13 or 3 and the code; kind 2 for those that pass by themselves (or soft), else 3.
     void failUp(int code, bool soft = false);
@@ -105,9 +105,7 @@ protected:
     qint64 m_speedBase = 0; // m_position at the last speed tick
     qint64 m_total = 0;
 
-    QFile *m_file = nullptr;     // the upload's source, or a download's position file; owned
-    QFile *m_tempFile = nullptr; // a download's partial file; owned
-    QString m_tempPath, m_sidePath;
+    QFile *m_file = nullptr; // an upload's source; owned
     QString m_eTag;
 
     db_upfile m_up;

@@ -101,6 +101,7 @@ struct DownRig {
     WindowSpy window;
     QHash<int, QJsonObject> answers; // of 10800, by file id
     QList<QPair<int, int>> states;   // (state, error) as told to the page
+    qlonglong position = 0;          // of the last speed report
     QScopedPointer<DownHandler> queue;
     int over = 0;
 
@@ -122,6 +123,8 @@ struct DownRig {
         };
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileStateChanged, &window,
                          [this](qlonglong, int state, int error) { states << qMakePair(state, error); });
+        QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileSpeedChanged, &window,
+                         [this](qlonglong, qlonglong got) { position = got; });
         Session::setLive(true);
     }
     ~DownRig()

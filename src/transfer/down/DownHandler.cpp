@@ -193,8 +193,6 @@ void DownHandler::dropWorkers(qlonglong missPri, int kind)
             ++it;
             continue;
         }
-        if (auto *work = static_cast<DownWork *>(worker(it.key())))
-            work->discard = kind == 4;
         takeWork(it.key(), kind);
         it = m_runs.erase(it);
     }

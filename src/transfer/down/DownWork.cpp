@@ -26,15 +26,6 @@ DownWork::DownWork(std::shared_ptr<TransShare> share) : TransWork(std::move(shar
     m_transType = 1;
 }
 
-DownWork::~DownWork()
-{
-    dropSocket();
-    if (discard && m_partial)
-        m_partial->discard();
-    else if (discard && ResultPath::isSafeTarget(m_down.lpath))
-        PartialFile::removeBoth(m_down.lpath);
-}
-
 void DownWork::downReq(db_downfile file)
 {
     if (over())
@@ -276,7 +267,16 @@ void DownWork::finishDown(int kind)
     dropSocket();
     if (m_keepTimer)
         m_keepTimer->stop();
-    if (!discard)
-        m_partial.reset();
+    m_partial.reset();
     TransWork::finishDown(kind);
+}
+
+void DownWork::dropPartial()
+{
+    end();
+    if (m_keepTimer)
+        m_keepTimer->stop();
+    m_partial.reset();
+    if (ResultPath::isSafeTarget(m_down.lpath))
+        PartialFile::removeBoth(m_down.lpath);
 }

@@ -14,16 +14,15 @@ class DownWork : public TransWork
     Q_OBJECT
 public:
     explicit DownWork(std::shared_ptr<TransShare> share);
-    ~DownWork() override;
 
     Q_INVOKABLE void downReq(db_downfile file); // the first call, queued
     void initDownWork(QString token) override;
     void farmHostFound(QString host, int port) override;
     void finishDown(int kind) override;
 
-    // Read or set by the handler, from its thread.
-    std::atomic_bool discard{false};    // the row is deleted: both partial files go with the worker
-    std::atomic<qint64> received{0};    // bytes that this worker brought
+    void dropPartial() override; // the row is deleted: both partial files go
+
+    std::atomic<qint64> received{0}; // bytes that this worker brought; read by the handler
 
     static constexpr int ReplyMs = 15000, TicketMs = 10000, ConnectMs = 30000, AskMs = 30000, DataMs = 15000;
     static constexpr int DataFollows = 7010003;
@@ -42,7 +41,7 @@ private:
     void findServer();
     void connectSocket(const QString &ip);
     void receive();
-    bool fileHash();
+    bool fileHash() override;
 
     std::unique_ptr<PartialFile> m_partial;
     QTimer *m_keepTimer = nullptr; // brings the position file forward while nothing arrives
