@@ -9,7 +9,11 @@
 #include <QFile>
 #include <QTimerEvent>
 
-TransHandler::TransHandler() : m_share(std::make_shared<TransShare>(this)) {}
+TransHandler::TransHandler() : m_share(std::make_shared<TransShare>(this))
+{
+    qRegisterMetaType<db_upfile>();
+    qRegisterMetaType<db_downfile>();
+}
 
 TransHandler::~TransHandler()
 {
@@ -186,6 +190,8 @@ void TransHandler::farmAnswered(int farmId, const QString &url, const QString &t
     entry.farm = {url, token};
     if (!entry.farm.ready()) {
         qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token" << (token.isEmpty() ? "none" : "good");
+        if (!url.isEmpty()) // an address that gives no token may be an old one
+            NetWork::instance()->clearFarm(farmId);
         entry.farm = {};
     }
     const QList<Asker> askers = entry.tickets;

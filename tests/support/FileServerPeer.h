@@ -8,6 +8,7 @@
 #include <QSet>
 #include <QTcpServer>
 #include <QTcpSocket>
+#include <QTimer>
 #include <QtEndian>
 #include <functional>
 
@@ -85,6 +86,12 @@ private:
         const QJsonObject ask = m_asks.value(socket);
         const QString key = ask["key"].toString();
         QByteArray &bytes = stored[key];
+        if (frame.command == 70000) { // a file is known by its size and time
+            const QPair<double, double> identity{ask["size"].toDouble(), ask["lastModified"].toDouble()};
+            if (m_identities.contains(key) && m_identities.value(key) != identity)
+                bytes.clear();
+            m_identities.insert(key, identity);
+        }
         const qint64 whole = qint64(ask[ask["isCompressed"].toBool() ? "compressedSize" : "size"].toDouble());
         if (frame.command == 70000) {
             reply.code = bytes.size() >= whole ? 7000001 : 7000000;
@@ -126,4 +133,5 @@ private:
     }
     QHash<QTcpSocket *, QByteArray> m_buffers;
     QHash<QTcpSocket *, QJsonObject> m_asks;
+    QHash<QString, QPair<double, double>> m_identities;
 };

@@ -126,7 +126,7 @@ UpHandler::Walk UpHandler::judge(const db_resolve &order)
 void UpHandler::askEnd(const db_resolve &order)
 {
     QElapsedTimer &asked = m_ending[order.ordernum];
-    if (asked.isValid() && !asked.hasExpired(AnswerMs + AskAgainMs))
+    if (asked.isValid() && !asked.hasExpired(m_timing.askAgainMs))
         return;
     asked.start();
     NetTcp::instance()->nvds(107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
@@ -162,7 +162,7 @@ void UpHandler::giveWay(const QList<db_upfile> &chosen)
         return;
     const db_upfile file = *biggest;
     workFinished(file, TransSet::Transient);
-    delay(file, GiveWayMs);
+    delay(file, m_timing.giveWayMs);
 }
 
 void UpHandler::start(const db_upfile &waiting)
@@ -225,13 +225,13 @@ void UpHandler::workFinished(db_upfile file, int kind)
         store->setState(file.pri, TransSet::UpError, file.error);
     if (kind == TransSet::Transient) {
         store->setState(file.pri, TransSet::UpWait, file.error);
-        delay(file, PassingMs);
+        delay(file, m_timing.passingMs);
         return;
     }
     const int tries = retries(key);
     if (checkRetry(key)) {
         store->setState(file.pri, TransSet::UpWait, file.error);
-        delay(file, PassingMs << tries);
+        delay(file, m_timing.passingMs << tries);
         return;
     }
     store->setState(file.pri, TransSet::UpGaveUp, file.error);

@@ -26,10 +26,13 @@ public:
 
     static constexpr int NewPerTick = 5;
     static constexpr qint64 BigFile = 1073741824; // gives way to others when a proxy serves the uploads
-    static constexpr int AnswerMs = 2000, AskAgainMs = 10000; // 10704
-    static constexpr int IdleMs = 1000;   // without a mark the store is asked once in this time
-    static constexpr int PassingMs = 1000; // before a file that failed is tried again; doubled by each hard failure
-    static constexpr int GiveWayMs = 10000;
+    static constexpr int IdleMs = 1000; // without a mark the store is asked once in this time
+    struct Timing {
+        int passingMs = 1000;     // before a file that failed is tried again; doubled by each hard failure
+        int askAgainMs = 12000;   // 10704: two seconds for an answer, ten until it is asked again
+        int giveWayMs = 10000;    // a big file stands back
+    };
+    void setTiming(const Timing &timing) { m_timing = timing; }
 
 public slots:
     void workFinished(db_upfile file, int kind);
@@ -68,5 +71,6 @@ private:
     QElapsedTimer m_clock;
     QElapsedTimer m_lastLook, m_lastTotals;
     QSet<QString> m_changedTotals;                       // orders
+    Timing m_timing;
     bool m_nothing = false; // the last look found no order
 };

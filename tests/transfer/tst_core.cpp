@@ -1,0 +1,281 @@
+#include "common/UserInfo.h"
+#include "support/TestMain.h"
+#include "transfer/TransFrame.h"
+#include "transfer/TransHandler.h"
+#include "transfer/TransSet.h"
+#include "transfer/TransWork.h"
+
+namespace {
+class Worker : public TransWork
+{
+public:
+    using TransWork::TransWork;
+    using TransWork::feedSpeed;
+    using TransWork::failDown;
+    using TransWork::failUp;
+    using TransWork::passesDown;
+    using TransWork::passesUp;
+    using TransWork::resolveHost;
+    void resolve(const QString &name) { resolveHost(name, [this](const QString &ip) { got << ip; }); }
+    QStringList got;
+};
+
+class Queue : public TransHandler
+{
+public:
+    using TransHandler::addWork;
+    using TransHandler::batch;
+    using TransHandler::BatchItem;
+    using TransHandler::checkRetry;
+    using TransHandler::isCurrent;
+    using TransHandler::takeGaveUp;
+    int scans = 0;
+    QStringList reports;
+    void scan() override { ++scans; }
+    TransWork *makeWork(bool, int) override { return new Worker(share()); }
+    void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size) override
+    {
+        reports << QStringLiteral("%1/%2 %3 %4").arg(key).arg(subkey).arg(speed).arg(size);
+    }
+    void flushBatch(qlonglong key, const QList<BatchItem> &items, qlonglong sum) override
+    {
+        reports << QStringLiteral("%1: %2 of %3").arg(key).arg(items.size()).arg(sum);
+    }
+};
+}
+
+class TestTransferCore : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase() { UserInfo::init(); }
+
+    void frames()
+    {
+        const QByteArray token = TransFrame::tokenBytes("00112233-4455-6677-8899-AABBCCDDEEFF");
+        const QByteArray frame = TransSet::packFrame(1, 70002, token, 0x0102030405060708, 3, "abc");
+        QCOMPARE(frame.toHex(), QByteArray("11121314" "00000001" "0102030405060708" "00011172" "00112233445566778899aabbccddeeff"
+                                           "00000003" "616263"));
+        QCOMPARE(TransFrame::ask(0, 70000, {}, {{"a", 1}}).toHex(),
+                 QByteArray("11121314" "00000000" "ffffffffffffffff" "00011170") + QByteArray(32, '0') + "00000007" + QByteArray("{\"a\":1}").toHex());
+        TransFrame::Reply reply;
+        const QByteArray head = QByteArray::fromHex("00000000" "ffffffff" "55555555" "0001387f" "5555555555555555" "006acfc9" "55555555");
+        QVERIFY(TransFrame::Reply::parse(head, &reply));
+        QCOMPARE(reply.phase, -1);
+        QCOMPARE(reply.command, 79999);
+        QCOMPARE(reply.code, 7000009);
+        QVERIFY(!TransFrame::Reply::parse(head.left(31), &reply));
+    }
+
+    void tokens_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QByteArray>("hex");
+        QTest::newRow("short") << "0102-3" << QByteArray("0102").append(28, '0');
+        QTest::newRow("long") << QString("ab").repeated(20) << QByteArray("ab").repeated(16);
+        QTest::newRow("not hexadecimal") << "zz01" << QByteArray("0001").append(28, '0');
+        QTest::newRow("empty") << "" << QByteArray(32, '0');
+    }
+    void tokens()
+    {
+        QFETCH(QString, text);
+        QTEST(TransFrame::tokenBytes(text).toHex(), "hex");
+    }
+
+    void bodies_data()
+    {
+        QTest::addColumn<QByteArray>("data");
+        QTest::addColumn<int>("state");
+        using B = TransFrame::Body;
+        QTest::newRow("none yet") << QByteArray() << int(B::Incomplete);
+        QTest::newRow("half") << QByteArray("{\"startPo") << int(B::Incomplete);
+        QTest::newRow("whole") << QByteArray("{\"startPoint\":1}") << int(B::Complete);
+        QTest::newRow("no object") << QByteArray("[1]") << int(B::Bad);
+        QTest::newRow("too long") << QByteArray(70000, 'x') << int(B::Bad);
+    }
+    void bodies()
+    {
+        QFETCH(QByteArray, data);
+        QJsonObject object;
+        QTEST(int(TransFrame::parseBody(data, &object)), "state");
+    }
+
+    void packets_data()
+    {
+        QTest::addColumn<int>("limit");
+        QTest::addColumn<int>("workers");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<int>("elapsed");
+        QTest::addColumn<int>("next");
+        QTest::addColumn<int>("delay");
+        QTest::newRow("grows by half") << 0 << 1 << 10241 << 10000 << 15361 << 0;
+        QTest::newRow("slow: three quarters") << 0 << 1 << 40000 << 11000 << 30000 << 0;
+        QTest::newRow("never below the least") << 0 << 1 << 10240 << 11000 << 10240 << 0;
+        QTest::newRow("never above the most") << 0 << 1 << 41943040 << 1 << 41943040 << 0;
+        QTest::newRow("limit: up to the share") << 512 << 4 << 100000 << 10 << 131072 << 0;
+        QTest::newRow("limit: below the share") << 512 << 4 << 20000 << 10 << 30000 << 0;
+        QTest::newRow("limit: one packet a second") << 512 << 4 << 131072 << 300 << 131072 << 700;
+        QTest::newRow("limit: the second is over") << 512 << 4 << 131072 << 1000 << 131072 << 0;
+        QTest::newRow("limit: no worker counted") << 512 << 0 << 524288 << 0 << 524288 << 1000;
+        QTest::newRow("limit: under the least packet") << 1 << 10 << 10240 << 5 << 102 << 0;
+    }
+    void packets()
+    {
+        QFETCH(int, limit);
+        QFETCH(int, workers);
+        QFETCH(int, size);
+        QFETCH(int, elapsed);
+        const TransSet::Pace pace = TransSet::pace(limit, workers, size, elapsed);
+        QTEST(pace.packetSize, "next");
+        QTEST(pace.delayMs, "delay");
+    }
+
+    void texts_data()
+    {
+        QTest::addColumn<QString>("got");
+        QTest::addColumn<QString>("want");
+        QTest::newRow("own") << TransSet::errorText(10024) << "10024_skydrive异常";
+        QTest::newRow("socket, unknown") << TransSet::errorText(99999) << "99999_UnknownSocketError";
+        QTest::newRow("stage") << TransSet::errorText(7000441) << "7000441_moveok";
+        QTest::newRow("not listed") << TransSet::errorText(12345) << "12345_12345";
+        QTest::newRow("with its reason") << TransSet::stateText(3, 1080009) << "下载异常:余额不足";
+        QTest::newRow("given up, reason") << TransSet::stateText(31, 10014) << "下载异常:文件无法写入，请更换盘符";
+        QTest::newRow("plain") << TransSet::stateText(3, 10010) << "下载异常";
+        QTest::newRow("upload keeps its reason behind") << TransSet::stateText(13, 10014) << "上传异常";
+        QTest::newRow("server works") << TransSet::stateText(50, 0) << "服务处理中";
+        QTest::newRow("no such state") << TransSet::stateText(40, 0) << "";
+    }
+    void texts()
+    {
+        QFETCH(QString, got);
+        QTEST(got, "want");
+    }
+
+    void hashes()
+    {
+        const std::atomic_bool on{true}, off{false};
+        const QString path = testHome() + "/hash.bin";
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        file.write(QByteArray(3000000, 'x'));
+        file.flush();
+        QCOMPARE(TransSet::fileMD5(&file, off), QString("8e32e22642bddc89698e25a4e9bf528b")); // of md5sum
+        QVERIFY(file.isOpen());
+        QCOMPARE(TransSet::fileMD5(&file, on), QString());
+        QCOMPARE(TransSet::fileHash(path + "none", off), QString());
+        QVERIFY(file.resize(0));
+        QCOMPARE(TransSet::fileHash(path, off), QString("d41d8cd98f00b204e9800998ecf8427e"));
+        QCOMPARE(TransSet::fakeHash(path).size(), 32);
+        QCOMPARE(TransSet::fakeHash(path + "none"), QString());
+    }
+
+    // A worker ends once, whatever comes after; what passes by itself isn't counted.
+    void oneEnd_data()
+    {
+        QTest::addColumn<int>("code");
+        QTest::addColumn<bool>("up");
+        QTest::addColumn<int>("kind");
+        for (int code : {101404, 10024, 100001, 100007, 100005, 10010, 7000403, 7000402, 7000405})
+            QTest::addRow("up %d", code) << code << true << int(TransSet::Transient);
+        for (int code : {10024, 100001, 100007, 100005, 10010})
+            QTest::addRow("down %d", code) << code << false << int(TransSet::Transient);
+        QTest::newRow("up, hard") << 100000 << true << int(TransSet::Hard);
+        QTest::newRow("down, hard") << 7000403 << false << int(TransSet::Hard);
+    }
+    void oneEnd()
+    {
+        QFETCH(int, code);
+        QFETCH(bool, up);
+        Queue queue;
+        Worker worker(queue.share());
+        QList<int> kinds;
+        connect(&worker, &TransWork::UpWorkFinished, this, [&](const db_upfile &file, int kind) { kinds << kind; QCOMPARE(file.error, code); });
+        connect(&worker, &TransWork::DownWorkFinished, this, [&](const db_downfile &file, int kind) { kinds << kind; QCOMPARE(file.error, code); });
+        for (int i = 0; i < 2; ++i) {
+            up ? worker.failUp(code) : worker.failDown(code);
+            worker.finishUp(TransSet::Done);
+            worker.finishDown(TransSet::Done);
+        }
+        QCOMPARE(kinds.size(), 1);
+        QTEST(kinds.first(), "kind");
+    }
+
+    void retries()
+    {
+        Queue queue;
+        for (int round = 0; round < 2; ++round) {
+            for (int i = 0; i < 3; ++i)
+                QVERIFY(queue.checkRetry("a"));
+            QVERIFY(!queue.checkRetry("a"));
+            QVERIFY(queue.takeGaveUp("a"));
+            QVERIFY(!queue.takeGaveUp("a"));
+        }
+        QVERIFY(queue.checkRetry("b"));
+    }
+
+    // Scanned on each tick; what the workers pushed goes out once a second, the latest of each file.
+    void ticks()
+    {
+        Queue queue;
+        queue.startScan();
+        queue.pushSpeed(1, 10, 5, 50);
+        queue.pushSpeed(1, 10, 7, 70);
+        queue.pushSpeed(2, 20, 1, 2);
+        QTRY_VERIFY(queue.scans >= 10);
+        QTRY_COMPARE(queue.reports, QStringList({"1/10 7 70", "2/20 1 2"}));
+    }
+
+    void batches()
+    {
+        Queue queue;
+        queue.batch(1, {10, 100, 0, 0}, 3, 5);
+        queue.batch(1, {11, 10, 0, 0}, 3, 5);
+        QVERIFY(queue.reports.isEmpty());
+        QTRY_COMPARE(queue.reports, QStringList("1: 2 of 110")); // the delay
+        queue.reports.clear();
+        for (int i = 0; i < 3; ++i)
+            queue.batch(2, {i, 1, 0, 0}, 3, 60000);
+        QCOMPARE(queue.reports, QStringList("2: 3 of 3")); // the count
+    }
+
+    // A worker that is taken is silent, and gone on its own thread; a handler that is gone is told nothing.
+    void owners()
+    {
+        auto queue = std::make_unique<Queue>();
+        const auto share = queue->share();
+        auto *worker = new Worker(share);
+        worker->setKey("k", 9);
+        QSignalSpy gone(worker, &QObject::destroyed);
+        queue->addWork("k", worker);
+        QVERIFY(queue->isCurrent("k", 9) && !queue->isCurrent("k", 8));
+        QCOMPARE(int(share->running), 1);
+        QVERIFY(queue->takeWork("k", 0));
+        QVERIFY(!queue->takeWork("k", 0));
+        QTRY_COMPARE(gone.size(), 1);
+        QCOMPARE(int(share->running), 0);
+        bool ran = false;
+        QVERIFY(share->post([&](TransHandler &) { ran = true; }));
+        QTRY_VERIFY(ran);
+        QVERIFY(share->post([](TransHandler &) { QFAIL("the handler is gone"); }));
+        queue.reset();
+        QVERIFY(!share->post([](TransHandler &) {}));
+        QCoreApplication::processEvents();
+    }
+
+    void hosts()
+    {
+        Queue queue;
+        Worker worker(queue.share());
+        worker.resolve("127.0.0.9");
+        QCOMPARE(worker.got, QStringList("127.0.0.9"));
+        worker.resolve("localhost");
+        QTRY_COMPARE(worker.got.value(1), QString("127.0.0.1"));
+        QCOMPARE(queue.share()->cachedHost("localhost"), QString("127.0.0.1"));
+        worker.resolve("no.such.host.invalid");
+        QTRY_COMPARE_WITH_TIMEOUT(worker.got.value(2, "-"), QString(), 8000);
+    }
+};
+
+VN_TEST(TestTransferCore)
+#include "tst_core.moc"

@@ -1,0 +1,363 @@
+#include "UpRig.h"
+#include "support/TestMain.h"
+#include "transfer/TransScan.h"
+
+// The upload queue with everything around it: what the servers see, what the stores keep, how an order ends.
+class TestUpQueue : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<UpRig> rig;
+    static QByteArray bytes(int size)
+    {
+        QByteArray out(size, '\0');
+        for (int i = 0; i < size; ++i)
+            out[i] = char((i * 2654435761u) >> 13);
+        return out;
+    }
+
+private slots:
+    void init() { rig.reset(new UpRig); }
+    void cleanup()
+    {
+        const QStringList faults = rig->files.faults;
+        rig.reset();
+        QCOMPARE(faults, QStringList());
+    }
+
+    // On the real thread: files that the server has move no byte, and their order ends.
+    void knownFiles()
+    {
+        rig->known = 101401;
+        QList<db_upfile> rows;
+        for (int i = 0; i < 12; ++i)
+            rows << UpRig::row(rig->write(QStringLiteral("t%1.png").arg(i), bytes(10 + i)), 50 + i);
+        rig->add(rows);
+        TransScan thread(TransScan::Up);
+        thread.start();
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(rig->rows(), 0);
+        QCOMPARE(rig->asked.size(), 12);
+        QCOMPARE(rig->files.connections, 0);
+        QTRY_COMPARE(rig->resolve.counted.size(), 12);
+        QCOMPARE(rig->business.count(10704), 1);
+        QCOMPARE(rig->business.last(10704), (QJsonObject{{"missionId", UpRig::Task}}));
+        QTRY_VERIFY_WITH_TIMEOUT(rig->business.count(10416) > 0, 3000);
+        QCOMPARE(rig->business.last(10416)["missionId"].toInt(), UpRig::Task);
+    }
+
+    void wholeFile_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("size");
+        QTest::addColumn<bool>("late");
+        QTest::newRow("one packet") << "a.png" << 10240 << false;
+        QTest::newRow("many packets") << "b.exr" << 3000001 << false;
+        QTest::newRow("per cent") << "100%.tga" << 5 << false;
+        QTest::newRow("per cent and hex") << "a%41 %2F+&=#.tga" << 5 << false;
+        QTest::newRow("Chinese") << QStringLiteral("场景/贴图 1.tga") << 77 << false;
+        QTest::newRow("start point after its head") << "c.png" << 40000 << true;
+    }
+    void wholeFile()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, size);
+        QFETCH(bool, late);
+        rig->files.late = late;
+        const QByteArray content = bytes(size);
+        const QString path = rig->write(name, content);
+        const db_upfile row = UpRig::row(path, 91);
+        rig->add({row});
+        rig->start();
+        QTRY_COMPARE_WITH_TIMEOUT(rig->state(), 0, 10000);
+        const QString key = path.mid(1);
+        QCOMPARE(rig->files.stored.value(key), content);
+        QVERIFY(rig->files.committed.contains(key));
+
+        const QUrlQuery query = rig->asked.value(0);
+        QStringList names;
+        for (const auto &item : query.queryItems())
+            names << item.first;
+        QCOMPARE(names, QStringList({"fileType", "key", "diskKey", "size", "lastModified", "taskId", "upwork"}));
+        QCOMPARE(query.queryItemValue("key", QUrl::FullyDecoded), key);
+        QCOMPARE(query.queryItemValue("key", QUrl::FullyEncoded).toLatin1(), QUrl::toPercentEncoding(key));
+        QCOMPARE(query.queryItemValue("size"), QString::number(size));
+        QCOMPARE(query.queryItemValue("lastModified"), QString::number(row.modtime));
+
+        const FileServerPeer::Frame ask = rig->files.of(70000).value(0);
+        QCOMPARE(ask.token.toHex(), QByteArray("00112233445566778899aabbccddeeff"));
+        QCOMPARE(ask.json, (QJsonObject{{"fileId", "91"}, {"key", key}, {"diskKey", key}, {"size", size}, {"isCompressed", false},
+                                        {"compressedSize", 0}, {"lastModified", row.modtime}, {"taskId", UpRig::Task}}));
+        QCOMPARE(rig->files.of(70004).value(0).json, (QJsonObject{{"lastModified", row.modtime}}));
+        QCOMPARE(rig->files.of(70000).size(), rig->files.of(70002).size() + 1); // stop and wait: an ask before each chunk
+        QCOMPARE(rig->resolve.counted, QList<qlonglong>{size});
+    }
+
+    // One fault of the server, then an honest one: what the page is told, and that the file arrives all the same.
+    void serverFaults_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<int>("error");
+        QTest::newRow("31 bytes of head") << "short" << 10011;
+        QTest::newRow("start point past the end") << "past" << 10013;
+        QTest::newRow("start point negative") << "negative" << 10013;
+        QTest::newRow("frame refused") << "refused" << 10024;
+        QTest::newRow("refused otherwise") << "strange" << 10025;
+        QTest::newRow("chunk refused") << "chunk" << 13010202;
+        QTest::newRow("wrong hash") << "hash" << 13010203;
+        QTest::newRow("cut after 20000 bytes") << "cut" << 100001;
+        QTest::newRow("a body without end") << "endless" << 10024;
+        QTest::newRow("storage: code 203") << "stale" << 203;
+        QTest::newRow("storage: no code") << "empty" << 10024;
+        QTest::newRow("storage: busy") << "busy" << 101404;
+    }
+    void serverFaults()
+    {
+        QFETCH(QString, fault);
+        QFETCH(int, error);
+        const QMap<QString, int> storageCodes{{"stale", 203}, {"empty", 0}, {"busy", 101404}};
+        if (storageCodes.contains(fault)) {
+            rig->judge = [this, code = storageCodes.value(fault)](const QUrlQuery &) { return rig->asked.size() == 1 ? code : 101402; };
+        } else if (fault == "cut") {
+            rig->files.cutAfter = 20000;
+        } else if (fault == "short") {
+            rig->files.headBytes = 31;
+        }
+        rig->files.hook = [&](const FileServerPeer::Frame &frame, FileServerPeer::Reply *reply) {
+            if (fault == "past" && frame.phase == 0)
+                reply->body = R"({"startPoint":60001})";
+            else if (fault == "negative" && frame.phase == 0)
+                reply->body = R"({"startPoint":-1})";
+            else if (fault == "endless" && frame.phase == 0)
+                reply->body = QByteArray(200000, ' ');
+            else if (fault == "refused" || fault == "strange")
+                *reply = {-1, fault == "refused" ? 79999 : 70000, 0, {}};
+            else if ((fault == "chunk" && frame.phase == 1) || (fault == "hash" && frame.phase == 2))
+                reply->code = error;
+            return true;
+        };
+        const QByteArray content = bytes(60000);
+        const QString path = rig->write("scene.tgd", content);
+        rig->add({UpRig::row(path, 5)});
+        rig->start({500, 200, 10000}); // long enough to mend the server before the next try
+        QTRY_VERIFY(rig->saw(TransSet::UpError, error));
+        if (error == 10013 || error == 10011)
+            QCOMPARE(rig->files.of(70002).size(), 0);
+        const int connections = rig->files.connections, farms = rig->business.count(11100);
+        rig->files.hook = nullptr;
+        rig->files.headBytes = 32;
+        rig->files.stored[path.mid(1)].truncate(20000);
+        QTRY_COMPARE_WITH_TIMEOUT(rig->state(), 0, 10000);
+        QCOMPARE(rig->files.stored.value(path.mid(1)), content);
+        if (fault == "cut") // the new connection went on where the old one ended
+            QVERIFY(rig->files.connections == 2 && connections >= 1);
+        if (fault == "stale")
+            QVERIFY(farms + rig->business.count(11100) >= 3);
+    }
+
+    // All bytes are there, the server still works on them: shown as such, asked again, never counted as a failure.
+    void background()
+    {
+        int asks = 0;
+        rig->files.hook = [&](const FileServerPeer::Frame &frame, FileServerPeer::Reply *reply) {
+            if (frame.phase == 2)
+                reply->code = 7000412;
+            else if (frame.phase == 0 && reply->code == 7000001)
+                reply->code = ++asks == 1 ? 7000001 : 7000441;
+            return true;
+        };
+        rig->add({UpRig::row(rig->write("scene.tgd", bytes(100)), 5)});
+        rig->start();
+        QTRY_VERIFY(rig->saw(TransSet::UpServer, 7000412));
+        QTRY_COMPARE_WITH_TIMEOUT(rig->state(), 0, 10000);
+        QVERIFY(!rig->saw(TransSet::UpError, 7000412));
+    }
+
+    // Three retries, then the row stands at 30 and its order at 113, with its row; the server isn't told of an end. A
+    // restart by the user tries again and says so once.
+    void givenUp()
+    {
+        rig->files.hook = [](const FileServerPeer::Frame &, FileServerPeer::Reply *reply) {
+            reply->code = 13010101;
+            return true;
+        };
+        rig->add({UpRig::row(rig->write("scene.tgd", bytes(100)), 5)});
+        rig->start();
+        QTRY_COMPARE(rig->state(), 113);
+        QCOMPARE(rig->files.of(70000).size(), 4);
+        QCOMPARE(rig->rows(), 1);
+        QCOMPARE(rig->left().first().state, int(TransSet::UpGaveUp));
+        QCOMPARE(rig->left().first().error, 13010101);
+        QCOMPARE(rig->business.count(10704), 0);
+        QVERIFY(!rig->files.frames.last().json.contains("retry"));
+        rig->files.hook = nullptr;
+        rig->files.frames.clear();
+        ResolveDAO::instance()->setState(rig->rkey, 110, 0, 1);
+        Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(rig->files.of(70000).first().json["retry"].toInt(), 1);
+        QCOMPARE(rig->business.count(10704), 1);
+    }
+
+    void fileFaults_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<bool>("arrives");
+        QTest::newRow("vanished") << "gone" << 10000 << false;
+        QTest::newRow("a folder now") << "folder" << 10000 << false;
+        QTest::newRow("changed before") << "before" << 10019 << true;
+        QTest::newRow("changed during the upload") << "during" << 10019 << true;
+        QTest::newRow("vanished during the upload") << "lost" << 10000 << false;
+        QTest::newRow("can't be opened") << "locked" << 10001 << false;
+        QTest::newRow("cut short under the reader") << "shrunk" << 10013 << true;
+        QTest::newRow("folder name of 201 characters") << "long" << 10021 << false;
+    }
+    void fileFaults()
+    {
+        QFETCH(QString, fault);
+        QFETCH(int, error);
+        QFETCH(bool, arrives);
+        const QByteArray content = bytes(60000), other = bytes(45000).toHex();
+        const int rest = 201 - rig->folder.filePath("scene/").size();
+        const QString path = rig->write(fault == "long" ? QString(rest, 'd') + "/scene.tgd" : QString("scene.tgd"), content);
+        rig->add({UpRig::row(path, 5)});
+        const auto spoil = [&] {
+            if (fault == "before" || fault == "during") {
+                rig->write("scene.tgd", other);
+            } else if (fault == "shrunk") {
+                QFile(path).resize(100);
+            } else if (fault != "long") {
+                QFile::remove(path);
+            }
+            if (fault == "folder" || fault == "locked")
+                QDir().mkpath(path);
+        };
+        const bool during = QStringList{"during", "lost", "locked", "shrunk"}.contains(fault);
+        const int at = fault == "locked" ? 1 : 3;
+        rig->files.hook = [&](const FileServerPeer::Frame &frame, FileServerPeer::Reply *) {
+            if (during && frame.phase == 0 && rig->files.of(70000).size() == at)
+                spoil();
+            return true;
+        };
+        if (!during)
+            spoil();
+        rig->start();
+        QTRY_VERIFY(rig->saw(TransSet::UpError, error));
+        QTRY_COMPARE_WITH_TIMEOUT(rig->state(), arrives ? 0 : 113, 10000);
+        QCOMPARE(rig->rows(), arrives ? 0 : 1);
+        if (fault == "before" || fault == "during")
+            QCOMPARE(rig->files.stored.value(path.mid(1)), other);
+        QCOMPARE(rig->business.count(10704), arrives ? 1 : 0);
+    }
+
+    // The server's word is waited for and asked for again; until it comes the record stays.
+    void endIsAskedAgain()
+    {
+        rig->business.silence(10704);
+        rig->known = 101401;
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
+        rig->start({20, 100, 10000});
+        QTRY_VERIFY(rig->business.count(10704) >= 3);
+        QCOMPARE(rig->state(), 111);
+        rig->business.answer(10704, 9999999); // any answer will do
+        QTRY_COMPARE(rig->state(), 0);
+    }
+
+    void endOnMaster_data()
+    {
+        QTest::addColumn<QString>("rdata");
+        QTest::addColumn<int>("state");
+        QTest::newRow("from a subordinate seat") << R"({"fromSlave":1})" << 118;
+        QTest::newRow("its own") << R"({"fromSlave":0})" << 0;
+    }
+    void endOnMaster()
+    {
+        QFETCH(QString, rdata);
+        QFETCH(int, state);
+        UserInfo::setAllValue("Server", "role", "master");
+        UserInfo::clearCache();
+        UserInfo::initUser(QJsonObject{{"userId", 7}});
+        rig->add({}, 1, rdata); // an order without files is over at once
+        rig->start();
+        QTRY_COMPARE(rig->state(), state);
+        UserInfo::setAllValue("Server", "role", "");
+        UserInfo::clearCache();
+    }
+
+    void pauseAndDelete_data()
+    {
+        QTest::addColumn<bool>("whole");
+        QTest::newRow("pause, then go on") << false;
+        QTest::newRow("delete") << true;
+    }
+    void pauseAndDelete()
+    {
+        QFETCH(bool, whole);
+        const QByteArray content = bytes(400000);
+        const QString path = rig->write("scene.tgd", content);
+        bool hold = true;
+        rig->files.hook = [&](const FileServerPeer::Frame &, FileServerPeer::Reply *) { return !hold || rig->files.frames.size() < 7; };
+        rig->add({UpRig::row(path, 5)});
+        rig->start();
+        QTRY_COMPARE(rig->files.frames.size(), 7);
+        const int got = rig->files.stored.value(path.mid(1)).size();
+        hold = false;
+        if (!whole)
+            ResolveDAO::instance()->setState(rig->rkey, 112, 0, 1);
+        Seam<UpCalls>::post([=, order = rig->order](UpCalls &up) {
+            if (whole)
+                up.delUp(order, UpRig::Task);
+            else
+                up.pauseUp(order, UpRig::Task, 0, false);
+        });
+        QTRY_VERIFY(rig->files.open.isEmpty());
+        QCOMPARE(rig->queue->running(), 0);
+        QCOMPARE(rig->rows(), whole ? 0 : 1);
+        if (whole) {
+            // Without a row the record would pass for uploaded; it goes before the server is told so.
+            QTRY_COMPARE(rig->resolve.deleted, QList<qlonglong>{rig->rkey});
+        } else {
+            ResolveDAO::instance()->setState(rig->rkey, 110, 0, 1);
+            Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
+            QTRY_COMPARE(rig->state(), 0);
+            QCOMPARE(rig->files.stored.value(path.mid(1)), content);
+            QVERIFY(got > 0 && rig->files.connections == 2);
+        }
+    }
+
+    void refusedOrder()
+    {
+        rig->known = 1070006;
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
+        rig->start();
+        QTRY_COMPARE(rig->resolve.refused, QSet<int>{UpRig::Task});
+    }
+
+    // At most upTh workers; an order for the object store waits and keeps nobody else from his turn.
+    void limits()
+    {
+        rig->files.hook = [](const FileServerPeer::Frame &, FileServerPeer::Reply *) { return false; };
+        QList<db_upfile> rows;
+        for (int i = 0; i < 14; ++i)
+            rows << UpRig::row(rig->write(QStringLiteral("t%1.png").arg(i), "x"), 50 + i);
+        db_upfile store = UpRig::row(rig->write("oss.png", "x"), 1);
+        store.ordernum = "OSS";
+        UploadDAO::instance()->addOrder({store});
+        db_resolve first;
+        first.rkey = 1;
+        first.ordernum = "OSS";
+        first.state = 110;
+        first.filetype = 2;
+        QList<db_resolve> list{first};
+        ResolveDAO::instance()->insertBatch(&list);
+        rig->add(rows);
+        rig->start();
+        QTRY_COMPARE(rig->files.frames.size(), UserInfo::upTh());
+        QCOMPARE(rig->queue->running(), UserInfo::upTh());
+        QCOMPARE(ResolveDAO::instance()->read(list.first().rkey).state, 110);
+        QCOMPARE(UploadDAO::instance()->count("OSS"), 1);
+    }
+};
+
+VN_TEST(TestUpQueue)
+#include "tst_up_queue.moc"

@@ -1,0 +1,115 @@
+#include "UpRig.h"
+#include "support/TestMain.h"
+#include "transfer/up/UpWork.h"
+#include "transfer/up/VandrelCompress.h"
+
+// Scenes that travel as a ZIP copy.
+class TestUpZip : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<UpRig> rig;
+    QString scene;
+    QByteArray content;
+    db_upfile row;
+    QString zip() const { return UpWork::zipPathOf(row); }
+    QByteArray unzipped(const QByteArray &archive) const
+    {
+        const QString path = rig->write("got.zip", archive), to = rig->folder.filePath("out");
+        const QStringList made = JlCompress::extractDir(path, to);
+        QFile file(made.value(0));
+        return made.size() == 1 && QFileInfo(made.first()).fileName() == "Scene.MAX" && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+
+private slots:
+    void init()
+    {
+        rig.reset(new UpRig);
+        content = QByteArray("a line of a scene that repeats\n").repeated(20000);
+        for (quint32 i = 0; i < 40000; ++i)
+            content += char((i * i * 2654435761u) >> 21);
+        scene = rig->write("Scene.MAX", content);
+        row = UpRig::row(scene, 77);
+        QDir().mkpath(UserInfo::userDir());
+    }
+    void cleanup() { rig.reset(); }
+
+    void travelsCompressed()
+    {
+        rig->files.cutAfter = 5000;
+        rig->add({row});
+        rig->start();
+        QTRY_VERIFY(rig->saw(TransSet::UpError, 100001));
+        QVERIFY(QFile::exists(zip())); // the copy waits for the next try
+        const QDateTime made = QFileInfo(zip()).lastModified();
+        const qint64 size = QFileInfo(zip()).size();
+        QTRY_COMPARE(rig->state(), 0);
+        const QJsonObject ask = rig->files.of(70000).last().json;
+        QVERIFY(ask["isCompressed"].toBool());
+        QCOMPARE(qint64(ask["compressedSize"].toDouble()), size);
+        QCOMPARE(qint64(ask["size"].toDouble()), qint64(content.size()));
+        QCOMPARE(unzipped(rig->files.stored.value(scene.mid(1))), content);
+        QVERIFY(!QFile::exists(zip()) && made.isValid());
+    }
+
+    // A copy that isn't this scene any more is never sent.
+    void staleCopies_data()
+    {
+        QTest::addColumn<QString>("copy");
+        QTest::newRow("older than the scene") << "old";
+        QTest::newRow("cut short") << "torn";
+        QTest::newRow("of another scene") << "other";
+    }
+    void staleCopies()
+    {
+        QFETCH(QString, copy);
+        const std::atomic_bool stop{false};
+        QVERIFY(VandrelCompress::vandrelCompressOneFile(zip(), copy == "other" ? rig->write("b/Scene.MAX", "x") : scene, stop));
+        if (copy == "torn")
+            QFile(zip()).resize(QFileInfo(zip()).size() / 2);
+        if (copy == "old") {
+            content[5] = 'X';
+            rig->write("Scene.MAX", content);
+            row = UpRig::row(scene, 77);
+            QFile file(zip());
+            file.open(QIODevice::ReadWrite);
+            file.setFileTime(QDateTime::currentDateTime().addSecs(-100), QFileDevice::FileModificationTime);
+        }
+        rig->add({row});
+        rig->start();
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(unzipped(rig->files.stored.value(scene.mid(1))), content);
+    }
+
+    void cannotBeMade()
+    {
+        QDir().mkpath(zip() + ".tmp"); // stands for a folder that can't be written
+        rig->add({row});
+        rig->start();
+        QTRY_COMPARE(rig->state(), 113);
+        QVERIFY(rig->saw(TransSet::UpError, 10017));
+        QCOMPARE(rig->rows(), 1);
+        QDir(zip() + ".tmp").removeRecursively();
+    }
+
+    void stops()
+    {
+        const QString target = rig->folder.filePath("stopped.zip");
+        const std::atomic_bool stop{true};
+        QVERIFY(!VandrelCompress::vandrelCompressOneFile(target, scene, stop));
+        QVERIFY(!QFile::exists(target));
+    }
+
+    void deletedWithItsOrder()
+    {
+        rig->files.hook = [](const FileServerPeer::Frame &, FileServerPeer::Reply *) { return false; };
+        rig->add({row});
+        rig->start();
+        QTRY_VERIFY(QFile::exists(zip()));
+        QTRY_COMPARE(rig->files.frames.size(), 1);
+        rig->queue->delUp(rig->order, UpRig::Task);
+        QVERIFY(!QFile::exists(zip()));
+    }
+};
+
+VN_TEST(TestUpZip)
+#include "tst_up_zip.moc"
