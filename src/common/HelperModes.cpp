@@ -120,6 +120,10 @@ bool HelperModes::compatLayerMissing(const QString &executable)
 
 void HelperModes::win7(const QString &executable)
 {
+    if (!platform::isWindows()) {
+        qDebug().noquote() << "HelperModes::win7 no compatibility layer on this system";
+        return;
+    }
     const QString name = QFileInfo(executable).fileName();
     for (const std::string &old : platform::regNames(platform::Hive::CurrentUser, layersKey)) {
         if (!QString::fromStdString(old).contains(name))
@@ -131,8 +135,7 @@ void HelperModes::win7(const QString &executable)
     native.replace(QLatin1Char('/'), QLatin1Char('\\'));
     VFunc::setHKCU(QString::fromLatin1(layersKey), native, QStringLiteral("WIN7RTM"));
     // The explorer isn't elevated, so neither is what it starts.
-    if (platform::isWindows())
-        QProcess::startDetached(QStringLiteral("explorer"), {native});
+    QProcess::startDetached(QStringLiteral("explorer"), {native});
 }
 
 HelperModes::CopyPlan HelperModes::copyPlan(const QByteArray &list, const QString &programDir)

@@ -1,5 +1,6 @@
 // Folders, INI files and the settings read from them. The account's facts are in UserAccount.cpp.
 #include "common/UserInfo.h"
+#include "common/IniWriter.h"
 #include "common/platform/Platform.h"
 #include "common/UserState.h"
 #include "common/VFunc.h"
@@ -30,6 +31,7 @@ QString appData()
 // An unquoted "," in a file edited by hand makes a list of the text: it is joined again.
 QVariant readIni(const QString &file, const QString &group, const QString &key)
 {
+    IniWriter::flush();
     const QSettings ini(file, QSettings::IniFormat);
     const QVariant value = ini.value(group + QLatin1Char('/') + key);
     return value.type() == QVariant::StringList ? QVariant(value.toStringList().join(QStringLiteral(", "))) : value;
@@ -38,6 +40,7 @@ QVariant readIni(const QString &file, const QString &group, const QString &key)
 // QSettings replaces the file as a whole, through a second file beside it.
 bool writeIni(const QString &file, const QString &group, const QString &key, const QVariant &value)
 {
+    IniWriter::flush(); // what was asked for earlier comes first
     QSettings ini(file, QSettings::IniFormat);
     ini.setValue(group + QLatin1Char('/') + key, value);
     ini.sync();
@@ -80,19 +83,17 @@ QVariant cachedValue(UserState::Ini UserState::*which, const QString &group, con
 void storeValue(UserState::Ini UserState::*which, const QString &group, const QString &key, const QVariant &value)
 {
     UserState &state = UserState::get();
-    QString file;
-    {
-        WriteLock lock(state.mutex);
-        file = configFile(which);
-        if (!file.isEmpty()) {
-            (state.*which).values.insert(group + QLatin1Char('/') + key, value);
-            ++(state.*which).generation;
-        }
+    const QString full = group + QLatin1Char('/') + key;
+    WriteLock lock(state.mutex);
+    const QString file = configFile(which);
+    if (file.isEmpty()) {
+        lock.unlock();
+        qWarning().noquote() << "UserInfo::storeValue no folder yet for" << full;
+        return;
     }
-    if (file.isEmpty())
-        qWarning().noquote() << "UserInfo::storeValue no folder yet for" << group << key;
-    else
-        writeIni(file, group, key, value);
+    (state.*which).values.insert(full, value);
+    ++(state.*which).generation;
+    IniWriter::write(file, full, value); // under the lock: file and memory see changes in the same order
 }
 
 QVariant orElse(const QVariant &value, const QVariant &fallback) { return value.isValid() ? value : fallback; }
@@ -100,6 +101,7 @@ QVariant orElse(const QVariant &value, const QVariant &fallback) { return value.
 // All in one write: every one of them costs a trip to the medium.
 void addDefaults(const QString &file)
 {
+    IniWriter::flush();
     QSettings ini(file, QSettings::IniFormat);
     const auto add = [&ini](const char *key, const QVariant &value) {
         if (!ini.contains(QLatin1String(key)))
@@ -335,6 +337,7 @@ QString UserInfo::softwarePath(const QString &software)
     const QString folder = allUserDir();
     if (folder.isEmpty())
         return {};
+    IniWriter::flush();
     QSettings ini(folder + QLatin1Char('/') + configName, QSettings::IniFormat);
     ini.beginGroup(group);
     for (const QString &key : ini.childKeys()) {

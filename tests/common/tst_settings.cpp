@@ -1,3 +1,4 @@
+#include "common/IniWriter.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "support/TestMain.h"
@@ -12,6 +13,7 @@ const QJsonObject account{{"userId", 77},        {"feeUserId", 5}, {"leadId", 3}
 
 QByteArray contentOf(const QString &path)
 {
+    IniWriter::flush();
     QFile file(path);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("absent");
 }
@@ -19,6 +21,7 @@ QByteArray contentOf(const QString &path)
 // As a person would with an editor, behind the program's back.
 void writeConfig(const QByteArray &text)
 {
+    IniWriter::flush();
     QFile file(UserInfo::allUserDir() + "/config.ini");
     QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
     file.write(text);
@@ -52,6 +55,7 @@ private slots:
 
 void TestSettings::init()
 {
+    IniWriter::flush(); // of the test before
     VFunc::removeDir(testHome() + "/.local/share/VandrelQN");
     UserInfo::clearCache();
     UserInfo::init({"client"});
