@@ -1,25 +1,26 @@
-#include "FakeBusiness.h"
 #include "common/UserInfo.h"
 #include "io/NetTcp.h"
+#include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 
 class TestNetTcp : public QObject
 {
     Q_OBJECT
     NetTcp *tcp = nullptr;
-    QScopedPointer<FakeBusiness> server;
+    QScopedPointer<BusinessPeer> server;
+    using Request = BusinessPeer::Request;
+    using Reply = BusinessPeer::Reply;
 
 private slots:
     void initTestCase() { UserInfo::init(); }
     void init()
     {
-        server.reset(new FakeBusiness);
-        server->answer = [this](const FakeRequest &request) { server->reply(request, request.cmd * 100, request.body); };
+        server.reset(new BusinessPeer);
+        server->answerOthers([](const Request &request) { return Reply{request.cmd * 100, request.body}; });
         tcp = NetTcp::instance();
-        tcp->setHost("127.0.0.1", server->serverPort());
-        tcp->resetLink();
-        QTRY_VERIFY(server->link);
-        QTRY_COMPARE(tcp->socket()->state(), QAbstractSocket::ConnectedState);
+        QVERIFY(server->takeClient());
+        tcp->setLogin(false);
+        QTRY_COMPARE(server->links(), 1);
     }
     void cleanup()
     {
@@ -54,14 +55,14 @@ private slots:
         QCOMPARE(server->count(cmd) - (cmd == 10000 ? 1 : 0), sent ? 1 : 0);
         if (sent) {
             QCOMPARE(doc.object().value("a").toInt(), 1);
-            QCOMPARE(server->last(cmd).module, cmd / 100);
+            QCOMPARE(server->requests(cmd).last().module, cmd / 100);
         }
         QCOMPARE(tcp->pending(), 0);
     }
 
     void replyWithoutJson()
     {
-        server->answer = [this](const FakeRequest &request) { server->reply(request, 5, "no json {"); };
+        server->answer(10308, [](const Request &) { return Reply{5, {}, false, "no json {"}; });
         bool called = false;
         tcp->nvds(103, 10308, QJsonObject(), [&](int val, QJsonDocument doc) { called = val == 5 && doc.isNull(); }, this);
         QTRY_VERIFY(called);
@@ -71,14 +72,12 @@ private slots:
     {
         auto *guard = new QObject;
         int calls = 0;
-        server->answer = [&](const FakeRequest &request) {
+        server->answer(10308, [&](const Request &) {
             delete guard;
-            guard = nullptr;
-            server->reply(request, 1);
-        };
+            return Reply{1, {}};
+        });
         tcp->nvds(103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, guard);
-        QTRY_COMPARE(server->requests.size(), 1);
-        server->answer = [this](const FakeRequest &request) { server->reply(request, 2); };
+        QTRY_COMPARE(server->count(10308), 1);
         tcp->nvds(103, 10309, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }); // no guard at all
         bool done = false;
         tcp->nvds(100, 10000, QJsonObject(), [&done](int, QJsonDocument) { done = true; }, this);
@@ -102,7 +101,7 @@ private slots:
         });
         QTRY_COMPARE(right.loadAcquire(), 50);
         // A thread that is gone by the time of the answer.
-        server->answer = {};
+        server->answerOthers({});
         QMetaObject::invokeMethod(worker, [&] {
             tcp->nvds(103, 10309, QJsonObject(), [&](int, QJsonDocument) { right.storeRelease(-1); }, worker);
         });
@@ -110,7 +109,7 @@ private slots:
         worker->deleteLater();
         thread.quit();
         QVERIFY(thread.wait());
-        server->reply(server->last(10309), 1030900);
+        server->reply(server->requests(10309).last(), 1030900);
         QTRY_COMPARE(tcp->pending(), 0);
         QCOMPARE(right.loadAcquire(), 50);
     }
@@ -118,10 +117,10 @@ private slots:
     void pushes()
     {
         QSignalSpy kicked(tcp, &NetTcp::kicked), pushed(tcp, &NetTcp::bsPush), stream(tcp, &NetTcp::bsStream);
-        server->send(-1, 10001, 1000101);
-        server->send(-1, 10413, 1041300, "{\"missionId\":7}");
-        server->send(-1, 10407, 3, "raw");
-        server->send(999, 10407, 4, "late");
+        server->sendText(-1, 10001, 1000101, {});
+        server->sendText(-1, 10413, 1041300, "{\"missionId\":7}");
+        server->sendText(-1, 10407, 3, "raw");
+        server->sendText(999, 10407, 4, "late");
         QTRY_COMPARE(stream.size(), 2);
         QCOMPARE(kicked.size(), 1);
         QCOMPARE(kicked[0][0].toInt(), 1000101);
@@ -135,14 +134,14 @@ private slots:
     // A kick resets the link while its package is being read; what came with it belongs to the old session.
     void resetForgetsEverything()
     {
-        server->answer = {};
+        server->answerOthers({});
         int calls = 0;
         tcp->nvds(103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, this);
-        QTRY_COMPARE(server->requests.size(), 1);
+        QTRY_COMPARE(server->count(10308), 1);
         QCOMPARE(tcp->pending(), 1);
         const auto once = connect(tcp, &NetTcp::kicked, this, [this] { tcp->resetLink(); });
-        server->link->write(FakeBusiness::package(-1, 10001, 110, "") + FakeBusiness::package(0, 10308, 1, "{}"));
-        QTRY_COMPARE(server->links, 2);
+        server->socket()->write(BusinessPeer::package(-1, 10001, 110, "") + BusinessPeer::package(0, 10308, 1, "{}"));
+        QTRY_COMPARE(server->links(), 2);
         QTRY_COMPARE(tcp->socket()->state(), QAbstractSocket::ConnectedState);
         disconnect(once);
         QCOMPARE(tcp->pending(), 0);
@@ -155,7 +154,7 @@ private slots:
         QCOMPARE(tcp->heartInterval(), 60000);
         tcp->setLogin(true);
         QVERIFY(NetTcp::isLogin());
-        server->link->disconnectFromHost();
+        server->socket()->disconnectFromHost();
         QTRY_COMPARE(lost.size(), 1);
         QCOMPARE(tcp->heartInterval(), 6000);
         QVERIFY(!NetTcp::isLogin());
@@ -164,18 +163,18 @@ private slots:
         tcp->reconnect(); // one attempt at a time
         QTRY_COMPARE(up.size(), 1);
         QCOMPARE(tcp->heartInterval(), 60000);
-        QTRY_COMPARE(server->links, 2);
+        QTRY_COMPARE(server->links(), 2);
     }
 
     void brokenStreamClosesTheLink()
     {
         QSignalSpy lost(tcp, &NetTcp::linkLost);
-        QByteArray bad = FakeBusiness::package(1, 10400, 0, "");
+        QByteArray bad = BusinessPeer::package(1, 10400, 0, "");
         qToBigEndian<qint32>(-5, bad.data() + 4);
-        server->link->write(QByteArray(36, 'x'));
+        server->socket()->write(QByteArray(36, 'x'));
         QTRY_COMPARE(tcp->badHeads(), 1);
         QCOMPARE(lost.size(), 0); // out of step, but the link stays
-        server->link->write(bad);
+        server->socket()->write(bad);
         QTRY_COMPARE(lost.size(), 1);
     }
 };

@@ -29,7 +29,6 @@ private slots:
         QTest::newRow("heart beat") << 100 << 10000 << QByteArray("{}") << 1120913913;
         QTest::newRow("session") << 103 << 10308 << QByteArray("{\"thirdParty\":0}") << 2053153937;
         QTest::newRow("bytes above 127") << 104 << 10400 << QByteArray("{\"scene\":\"场景\"}") << 2125120305;
-        QTest::newRow("empty") << 0 << 0 << QByteArray() << 398976084;
         QTest::newRow("signs") << 104 << 10406 << QByteArray("\x80\xff\x7f\0", 4) << 336532457;
         QTest::newRow("all ones") << -1 << -1 << QByteArray(9, '\xff') << 733875627;
     }
@@ -97,7 +96,6 @@ private slots:
         QTest::newRow("magic turned round") << QByteArray("\x14\x13\x12\x11").append(QByteArray(32, '\0')) << 1 << false;
         QTest::newRow("rest of the read goes too") << QByteArray(36, 'a').append(received(1, 1, 1, "")) << 1 << false;
         QTest::newRow("negative length") << received(1, 1, 1, "", -2) << 0 << true;
-        QTest::newRow("lowest length") << received(1, 1, 1, "", std::numeric_limits<qint32>::min()) << 0 << true;
         QTest::newRow("shorter than its head") << received(1, 1, 1, "", 27) << 0 << true;
         QTest::newRow("over the ceiling") << received(1, 1, 1, "", PackageReader::MaxLength + 1) << 0 << true;
         QTest::newRow("huge") << received(1, 1, 1, "", std::numeric_limits<qint32>::max()) << 0 << true;

@@ -11,8 +11,8 @@
 class BusinessPeer : public QObject
 {
 public:
-    struct Request { int module = 0, cmd = 0, seq = 0; QJsonObject body; };
-    struct Reply { int val = 0; QJsonObject body; bool silent = false; };
+    struct Request { int module = 0, cmd = 0, seq = 0; QJsonObject body; QByteArray text; };
+    struct Reply { int val = 0; QJsonObject body; bool silent = false; QByteArray text = {}; }; // text, not null: as it is
     using Script = std::function<Reply(const Request &request)>;
 
     BusinessPeer()
@@ -20,6 +20,7 @@ public:
         m_server.listen(QHostAddress::LocalHost);
         connect(&m_server, &QTcpServer::newConnection, this, [this] {
             m_socket = m_server.nextPendingConnection();
+            ++m_links;
             m_buffer.clear();
             connect(m_socket, &QTcpSocket::readyRead, this, [this, socket = m_socket] {
                 m_buffer += socket->readAll();
@@ -38,9 +39,25 @@ public:
     // Replies to a command; without a script a request is kept and never answered.
     void answer(int cmd, int val, const QJsonObject &body = {}) { m_scripts[cmd] = [=](const Request &) { return Reply{val, body, false}; }; }
     void answer(int cmd, Script script) { m_scripts[cmd] = std::move(script); }
+    void answerOthers(Script script) { m_others = std::move(script); } // commands without a script of their own
     void silence(int cmd) { m_scripts.remove(cmd); }
     void reply(const Request &to, int val, const QJsonObject &body = {}) { send(to.seq, to.cmd, val, body); }
     void push(int cmd, int val, const QJsonObject &body) { send(-1, cmd, val, body); }
+    void sendText(int seq, int cmd, int val, const QByteArray &text) { if (m_socket) m_socket->write(package(seq, cmd, val, text)); }
+    static QByteArray package(int seq, int cmd, int val, const QByteArray &text)
+    {
+        QByteArray head(36, '\0');
+        const auto put = [&](int at, qint32 value) { qToBigEndian(value, head.data() + at); };
+        put(0, 0x11121314);
+        put(4, text.size() + 28);
+        put(8, seq);
+        put(20, cmd);
+        put(32, val);
+        return head + text;
+    }
+    QTcpSocket *socket() const { return m_socket; }
+    int links() const { return m_links; } // taken so far
+    const QList<Request> &all() const { return m_requests; }
     void cut() { if (m_socket) m_socket->abort(); }
     void forget() { m_requests.clear(); }
 
@@ -98,27 +115,20 @@ private:
             if (number(package, 12) != 0 || number(package, 16) != checksum(package.mid(20)))
                 faults << "checksum";
             Request request{number(package, 20), number(package, 24), number(package, 8),
-                            QJsonDocument::fromJson(package.mid(28)).object()};
+                            QJsonDocument::fromJson(package.mid(28)).object(), package.mid(28)};
             m_requests << request;
-            if (const Script script = m_scripts.value(request.cmd)) {
+            if (const Script script = m_scripts.value(request.cmd, m_others)) {
                 const Reply answer = script(request);
-                if (!answer.silent)
+                if (!answer.silent && !answer.text.isNull())
+                    sendText(request.seq, request.cmd, answer.val, answer.text);
+                else if (!answer.silent)
                     reply(request, answer.val, answer.body);
             }
         }
     }
     void send(int seq, int cmd, int val, const QJsonObject &body)
     {
-        const QByteArray text = QJsonDocument(body).toJson(QJsonDocument::Compact);
-        QByteArray head(36, '\0');
-        const auto put = [&](int at, qint32 value) { qToBigEndian(value, head.data() + at); };
-        put(0, 0x11121314);
-        put(4, text.size() + 28);
-        put(8, seq);
-        put(20, cmd);
-        put(32, val);
-        if (m_socket)
-            m_socket->write(head + text);
+        sendText(seq, cmd, val, QJsonDocument(body).toJson(QJsonDocument::Compact));
     }
 
     QTcpServer m_server;
@@ -126,4 +136,6 @@ private:
     QByteArray m_buffer;
     QList<Request> m_requests;
     QHash<int, Script> m_scripts;
+    Script m_others;
+    int m_links = 0;
 };

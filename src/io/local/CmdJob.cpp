@@ -26,7 +26,7 @@ void CmdHand::account()
 
 void CmdHand::projectList()
 {
-    forward(10502, QByteArray());
+    forward(10502, "{}");
 }
 
 void CmdHand::envList()

@@ -5,26 +5,25 @@
 #include <QTcpSocket>
 #include <functional>
 
-struct FakeHttpRequest {
-    QByteArray method, path, head, body;
-    QByteArray header(const QByteArray &name) const // empty where there is none
-    {
-        const QByteArray mark = "\r\n" + name.toLower() + ":";
-        const int at = head.toLower().indexOf(mark);
-        return at < 0 ? QByteArray() : head.mid(at + mark.size(), head.indexOf("\r\n", at + 2) - at - mark.size()).trimmed();
-    }
-    bool has(const QByteArray &name) const { return head.toLower().contains("\r\n" + name.toLower() + ":"); }
-};
-
-class FakeHttp : public QTcpServer
+class HttpPeer : public QTcpServer
 {
 public:
+    struct Request {
+        QByteArray method, path, head, body;
+        QByteArray header(const QByteArray &name) const // empty where there is none
+        {
+            const QByteArray mark = "\r\n" + name.toLower() + ":";
+            const int at = head.toLower().indexOf(mark);
+            return at < 0 ? QByteArray() : head.mid(at + mark.size(), head.indexOf("\r\n", at + 2) - at - mark.size()).trimmed();
+        }
+        bool has(const QByteArray &name) const { return head.toLower().contains("\r\n" + name.toLower() + ":"); }
+    };
     // What goes back, head and all; empty: nothing for now.
-    std::function<QByteArray(const FakeHttpRequest &)> answer;
-    QList<FakeHttpRequest> requests;
+    std::function<QByteArray(const Request &)> answer;
+    QList<Request> requests;
     QPointer<QTcpSocket> link;
 
-    FakeHttp()
+    HttpPeer()
     {
         listen(QHostAddress::LocalHost);
         connect(this, &QTcpServer::newConnection, this, [this] {
@@ -32,7 +31,7 @@ public:
             connect(link, &QTcpSocket::readyRead, this, [this, from = link.data()] { read(from); });
         });
     }
-    ~FakeHttp() override { disconnect(); }
+    ~HttpPeer() override { disconnect(); }
     QString url(const QString &path = {}) const { return QStringLiteral("http://127.0.0.1:%1%2").arg(serverPort()).arg(path); }
     static QByteArray response(const QByteArray &body, const QByteArray &status = "200 OK", const QByteArray &headers = "")
     {
@@ -44,7 +43,7 @@ private:
     {
         QByteArray data = from->property("data").toByteArray() + from->readAll();
         const int end = data.indexOf("\r\n\r\n");
-        FakeHttpRequest request;
+        Request request;
         request.head = data.left(end + 2);
         const int length = request.header("Content-Length").toInt();
         if (end < 0 || data.size() < end + 4 + length) {
