@@ -11,5 +11,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
 set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 add_compile_definitions(UNICODE _UNICODE _WIN32_WINNT=0x0601)
-# What the platform layer calls, for whatever links it.
-set(CMAKE_CXX_STANDARD_LIBRARIES_INIT "-lole32 -loleaut32 -lwbemuuid -liphlpapi -ldbghelp -lshell32 -ladvapi32")
+# What the platform layer calls, for whatever links it, beside the compiler's usual libraries.
+set(CMAKE_CXX_STANDARD_LIBRARIES "-lkernel32 -luser32 -lgdi32 -lshell32 -lole32 -loleaut32 -luuid -ladvapi32 \
+-lwbemuuid -liphlpapi -ldbghelp" CACHE STRING "")

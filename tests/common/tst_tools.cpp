@@ -5,6 +5,7 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "support/TestMain.h"
+#include <atomic>
 #include <future>
 #include <thread>
 
@@ -143,13 +144,13 @@ void TestTools::poolReusesThreads()
 void TestTools::poolStopsWithItsWorkers()
 {
     ThreadPool pool;
-    QThread *diedOn = nullptr;
+    std::atomic<QThread *> diedOn{nullptr};
     QObject *worker = new QObject;
     connect(worker, &QObject::destroyed, [&diedOn] { diedOn = QThread::currentThread(); });
     pool.addWork(worker);
     QThread *own = threadOf(worker);
     pool.stop();
-    QCOMPARE(diedOn, own);
+    QCOMPARE(diedOn.load(), own);
     QScopedPointer<QObject> late(new QObject);
     pool.addWork(late.data());
     QCOMPARE(late->thread(), nullptr);

@@ -9,7 +9,9 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
-#ifndef _WIN32
+#ifdef _WIN32
+#include "common/platform/PlatformText_win.h"
+#else
 #include <sys/stat.h>
 #endif
 
@@ -43,6 +45,15 @@ static std::string contentOf(const fs::path &path)
 {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+static void createFolder(const fs::path &path)
+{
+#ifdef _WIN32
+    CreateDirectoryW(filePath(utf8(path)).c_str(), nullptr);
+#else
+    mkdir(path.c_str(), 0700);
+#endif
 }
 
 static bool has(const std::vector<std::string> &list, const std::string &text)
@@ -206,6 +217,11 @@ static void filesTakeTheirSize()
         SAME(createFixedSizeFile(utf8(file), tooMuch), -2);
         HOLDS(!fs::exists(file));
     }
+    fs::path deep = room;
+    for (int i = 0; i < 4; ++i)
+        createFolder(deep /= std::string(80, 'd'));
+    SAME(createFixedSizeFile(utf8(deep / "file"), 7), 0); // results lie deep
+    HOLDS(freeSpace(utf8(deep / "file")) > 0);
     std::FILE *open = std::fopen(utf8(room / "sync").c_str(), "wb");
     std::fputs("x", open);
     std::fflush(open);

@@ -42,6 +42,17 @@ inline std::wstring widePath(const std::string &path)
     return out;
 }
 
+// For calls that open files: an absolute path that is too long for the usual limit takes the prefix that lifts it.
+inline std::wstring filePath(const std::string &path)
+{
+    const std::wstring out = widePath(path);
+    if (out.size() < MAX_PATH - 12 || out.compare(0, 4, L"\\\\?\\") == 0)
+        return out;
+    if (out.compare(0, 2, L"\\\\") == 0)
+        return L"\\\\?\\UNC\\" + out.substr(2);
+    return out[1] == L':' ? L"\\\\?\\" + out : out;
+}
+
 // A system handle closed at the end of its scope.
 class Handle
 {

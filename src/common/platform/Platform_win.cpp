@@ -218,7 +218,7 @@ std::int64_t freeSpace(const std::string &path)
 
 int createFixedSizeFile(const std::string &path, std::int64_t size)
 {
-    const std::wstring name = widePath(path);
+    const std::wstring name = filePath(path);
     bool sized = false;
     {
         const Handle file(
