@@ -4,34 +4,33 @@
 #include <QJsonDocument>
 #include <QUuid>
 
-namespace farm {
-
-namespace {
-QString stamp()
+namespace farm
 {
-    return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-}
 
-QString freshToken()
+namespace
 {
-    return QUuid::createUuid().toString(QUuid::WithoutBraces);
-}
+QString stamp() { return QDateTime::currentDateTime().toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")); }
+
+QString freshToken() { return QUuid::createUuid().toString(QUuid::WithoutBraces); }
 
 QString text(const QJsonObject &object)
 {
     return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
 }
 
-QJsonObject object(const QString &text)
-{
-    return QJsonDocument::fromJson(text.toUtf8()).object();
-}
+QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 
-struct Software { int type; const char *name; const char *version; const char *plugin; const char *pluginVersion; };
+struct Software {
+    int type;
+    const char *name;
+    const char *version;
+    const char *plugin;
+    const char *pluginVersion;
+};
 const Software known[] = {
-    {1, "Maya", "maya2018", "mtoa", "3.1.0"},     {3, "3ds Max", "3ds max 2018", "vray", "3.60.03"},
-    {4, "Houdini", "houdini-17.5.460", "", ""},   {5, "Cinema 4D", "Cinema 4D R19", "", ""},
-    {6, "SketchUp", "SketchUp 2017", "", ""},     {7, "Clarisse", "Clarisse 3.6", "", ""},
+    {1, "Maya", "maya2018", "mtoa", "3.1.0"},   {3, "3ds Max", "3ds max 2018", "vray", "3.60.03"},
+    {4, "Houdini", "houdini-17.5.460", "", ""}, {5, "Cinema 4D", "Cinema 4D R19", "", ""},
+    {6, "SketchUp", "SketchUp 2017", "", ""},   {7, "Clarisse", "Clarisse 3.6", "", ""},
     {8, "Terragen", "Terragen 4.5", "", ""},
 };
 
@@ -43,18 +42,21 @@ QJsonObject defaultCombo(int software, int projectId)
         const QString version = QLatin1String(one.version);
         QJsonArray plugins;
         if (*one.plugin)
-            plugins.append(QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}});
-        return {{"id", projectId * 100 + software}, {"name", version}, {"software", version}, {"plugins", plugins},
-                {"startGpu", 0}, {"isDefault", 1}, {"env_block", QJsonObject{{"software", version}, {"plugins", plugins}}}};
+            plugins.append(
+                QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}});
+        return {{"id", projectId * 100 + software},
+                {"name", version},
+                {"software", version},
+                {"plugins", plugins},
+                {"startGpu", 0},
+                {"isDefault", 1},
+                {"env_block", QJsonObject{{"software", version}, {"plugins", plugins}}}};
     }
     return {};
 }
-}
+} // namespace
 
-Account::Account(Core &core) : m_core(core)
-{
-    load();
-}
+Account::Account(Core &core) : m_core(core) { load(); }
 
 void Account::load()
 {
@@ -67,7 +69,9 @@ void Account::load()
     m_config = ::farm::object(m_core.db.meta(QStringLiteral("config")));
     m_lists = ::farm::object(m_core.db.meta(QStringLiteral("lists")));
     if (m_lists.isEmpty()) {
-        m_lists = {{"next", 100}, {"projects", QJsonArray{QJsonObject{{"id", 1}, {"name", QStringLiteral("默认项目")}, {"isDefault", 1}}}}};
+        m_lists = {
+            {"next", 100},
+            {"projects", QJsonArray{QJsonObject{{"id", 1}, {"name", QStringLiteral("默认项目")}, {"isDefault", 1}}}}};
         addNotice(3, QStringLiteral("欢迎使用本机渲染农场"));
     }
 }
@@ -75,24 +79,29 @@ void Account::load()
 QString Account::newSession()
 {
     const QString token = freshToken();
-    m_core.db.run(QStringLiteral("delete from session where made < ?"), {QDateTime::currentMSecsSinceEpoch() - 7LL * 86400000});
-    m_core.db.run(QStringLiteral("insert into session(token, auth, made) values(?, '', ?)"), {token, QDateTime::currentMSecsSinceEpoch()});
+    m_core.db.run(QStringLiteral("delete from session where made < ?"),
+                  {QDateTime::currentMSecsSinceEpoch() - 7LL * 86400000});
+    m_core.db.run(QStringLiteral("insert into session(token, auth, made) values(?, '', ?)"),
+                  {token, QDateTime::currentMSecsSinceEpoch()});
     return token;
 }
 
 QString Account::login(const QString &session, const QString &user, const QString &password, QString *problem)
 {
-    if (m_core.faults.happens(QStringLiteral("login-fail")) || user != m_core.options.user || password != m_core.options.password) {
+    if (m_core.faults.happens(QStringLiteral("login-fail")) || user != m_core.options.user ||
+        password != m_core.options.password) {
         *problem = QStringLiteral("账号或密码错误");
         return {};
     }
-    const QString known = m_core.db.value(QStringLiteral("select token from session where token = ?"), {session}).toString();
+    const QString known =
+        m_core.db.value(QStringLiteral("select token from session where token = ?"), {session}).toString();
     if (!session.isEmpty() && known.isEmpty()) {
         *problem = QStringLiteral("会话已失效，请重试");
         return {};
     }
     const QString auth = freshToken();
-    if (!session.isEmpty() && !m_core.db.run(QStringLiteral("update session set auth = ? where token = ?"), {auth, session})) {
+    if (!session.isEmpty() &&
+        !m_core.db.run(QStringLiteral("update session set auth = ? where token = ?"), {auth, session})) {
         *problem = QStringLiteral("内部错误");
         return {};
     }
@@ -106,13 +115,12 @@ bool Account::sessionLoggedIn(const QString &session) const
 
 bool Account::knownToken(const QString &token) const
 {
-    return !token.isEmpty() && m_core.db.value(QStringLiteral("select 1 from session where token = ? or auth = ?"), {token, token}).isValid();
+    return !token.isEmpty() &&
+           m_core.db.value(QStringLiteral("select 1 from session where token = ? or auth = ?"), {token, token})
+               .isValid();
 }
 
-QByteArray Account::transferBytes() const
-{
-    return QByteArray::fromHex(m_transfer.toLatin1().replace('-', ""));
-}
+QByteArray Account::transferBytes() const { return QByteArray::fromHex(m_transfer.toLatin1().replace('-', "")); }
 
 void Account::rotateTokens()
 {
@@ -125,9 +133,17 @@ void Account::rotateTokens()
 QJsonObject Account::object() const
 {
     QJsonObject whole = config();
-    const QJsonObject facts{{"userId", UserId}, {"feeUserId", UserId}, {"leadId", 0}, {"leadIds", QJsonArray()}, {"username", m_core.options.user},
-                            {"nickname", m_core.options.user}, {"hashType", 1}, {"userType", 0}, {"hashPrefix", QStringLiteral("qn")},
-                            {"needMasterCheck", 0}, {"balance", m_balance}};
+    const QJsonObject facts{{"userId", UserId},
+                            {"feeUserId", UserId},
+                            {"leadId", 0},
+                            {"leadIds", QJsonArray()},
+                            {"username", m_core.options.user},
+                            {"nickname", m_core.options.user},
+                            {"hashType", 1},
+                            {"userType", 0},
+                            {"hashPrefix", QStringLiteral("qn")},
+                            {"needMasterCheck", 0},
+                            {"balance", m_balance}};
     for (auto it = facts.begin(); it != facts.end(); ++it)
         whole.insert(it.key(), it.value());
     return whole;
@@ -136,10 +152,23 @@ QJsonObject Account::object() const
 QJsonObject Account::config() const
 {
     const int willing = m_core.options.autoSubmit ? 1 : 0;
-    QJsonObject whole{{"autoSubmit", willing}, {"ignoreWarn", willing}, {"autoPushResult", 1}, {"frameFirst", 0}, {"timeout", 0},
-                      {"killTimeout", 0}, {"parseTime", 0}, {"killParseTime", 0}, {"mayaResultRootPathEnum", 0}, {"repairType", 0},
-                      {"mayaSplitByLayer", 0}, {"submitUpload", 0}, {"priorityStrategy", 0}, {"submitConfig", 0}, {"blocksCount", 1},
-                      {"projectName", QString()}, {"machineType", QString()}};
+    QJsonObject whole{{"autoSubmit", willing},
+                      {"ignoreWarn", willing},
+                      {"autoPushResult", 1},
+                      {"frameFirst", 0},
+                      {"timeout", 0},
+                      {"killTimeout", 0},
+                      {"parseTime", 0},
+                      {"killParseTime", 0},
+                      {"mayaResultRootPathEnum", 0},
+                      {"repairType", 0},
+                      {"mayaSplitByLayer", 0},
+                      {"submitUpload", 0},
+                      {"priorityStrategy", 0},
+                      {"submitConfig", 0},
+                      {"blocksCount", 1},
+                      {"projectName", QString()},
+                      {"machineType", QString()}};
     for (auto it = m_config.begin(); it != m_config.end(); ++it)
         whole.insert(it.key(), it.value());
     return whole;
@@ -163,7 +192,8 @@ void Account::addNotice(int type, const QString &content)
     QJsonArray notices = m_lists.value(QLatin1String("notices")).toArray();
     const int id = m_lists.value(QLatin1String("next")).toInt(100);
     m_lists.insert(QStringLiteral("next"), id + 1);
-    notices.prepend(QJsonObject{{"id", id}, {"type", type}, {"status", 0}, {"content", content}, {"time", stamp()}, {"url", QString()}});
+    notices.prepend(QJsonObject{
+        {"id", id}, {"type", type}, {"status", 0}, {"content", content}, {"time", stamp()}, {"url", QString()}});
     while (notices.size() > 200)
         notices.removeLast();
     m_lists.insert(QStringLiteral("notices"), notices);
@@ -176,7 +206,9 @@ QJsonObject Account::notices(int page) const
     QJsonArray some;
     for (int i = qMax(0, page) * 20; i < all.size() && some.size() < 20; ++i)
         some.append(all.at(i));
-    return {{"pageSize", (all.size() + 19) / 20}, {"pageList", some}, {"time", all.isEmpty() ? QString() : all.first().toObject().value("time").toString()}};
+    return {{"pageSize", (all.size() + 19) / 20},
+            {"pageList", some},
+            {"time", all.isEmpty() ? QString() : all.first().toObject().value("time").toString()}};
 }
 
 void Account::setNotice(const QJsonObject &change)
@@ -201,10 +233,7 @@ void Account::setNotice(const QJsonObject &change)
     saveLists();
 }
 
-bool Account::saveLists()
-{
-    return m_core.db.setMeta(QStringLiteral("lists"), text(m_lists));
-}
+bool Account::saveLists() { return m_core.db.setMeta(QStringLiteral("lists"), text(m_lists)); }
 
 QString Account::projectName(int id) const
 {
@@ -248,7 +277,8 @@ int Account::removeProject(int id)
 
 QJsonObject Account::projectConfig(int projectId, int software) const
 {
-    QJsonObject saved = m_lists.value(QLatin1String("combos")).toObject().value(comboKey(projectId, software)).toObject();
+    QJsonObject saved =
+        m_lists.value(QLatin1String("combos")).toObject().value(comboKey(projectId, software)).toObject();
     if (!saved.contains("combos"))
         saved.insert("combos", QJsonArray{defaultCombo(software, projectId)});
     if (!saved.contains("extraConfig"))
@@ -320,17 +350,34 @@ int Account::removeCombo(const QJsonObject &body)
 
 QJsonArray Account::machines()
 {
-    return {QJsonObject{{"id", 1}, {"clientId", 1}, {"farmId", FarmId}, {"name", QStringLiteral("本机")}, {"machineModel", QStringLiteral("local-cpu")},
-                        {"cpu", QStringLiteral("CPU")}, {"memory", QStringLiteral("16G")}, {"gpu", 0}, {"isDefault", 1}},
-            QJsonObject{{"id", 2}, {"clientId", 1}, {"farmId", FarmId}, {"name", QStringLiteral("本机GPU")}, {"machineModel", QStringLiteral("local-gpu")},
-                        {"cpu", QStringLiteral("CPU")}, {"memory", QStringLiteral("16G")}, {"gpu", 1}, {"isDefault", 0}}};
+    return {QJsonObject{{"id", 1},
+                        {"clientId", 1},
+                        {"farmId", FarmId},
+                        {"name", QStringLiteral("本机")},
+                        {"machineModel", QStringLiteral("local-cpu")},
+                        {"cpu", QStringLiteral("CPU")},
+                        {"memory", QStringLiteral("16G")},
+                        {"gpu", 0},
+                        {"isDefault", 1}},
+            QJsonObject{{"id", 2},
+                        {"clientId", 1},
+                        {"farmId", FarmId},
+                        {"name", QStringLiteral("本机GPU")},
+                        {"machineModel", QStringLiteral("local-gpu")},
+                        {"cpu", QStringLiteral("CPU")},
+                        {"memory", QStringLiteral("16G")},
+                        {"gpu", 1},
+                        {"isDefault", 0}}};
 }
 
 QJsonArray Account::softwares()
 {
     QJsonArray all;
     for (const Software &one : known)
-        all.append(QJsonObject{{"id", one.type}, {"softwareType", one.type}, {"name", QLatin1String(one.name)}, {"versions", QJsonArray{QLatin1String(one.version)}}});
+        all.append(QJsonObject{{"id", one.type},
+                               {"softwareType", one.type},
+                               {"name", QLatin1String(one.name)},
+                               {"versions", QJsonArray{QLatin1String(one.version)}}});
     return all;
 }
 
@@ -339,9 +386,11 @@ QJsonArray Account::plugins(int software)
     QJsonArray all;
     for (const Software &one : known) {
         if (*one.plugin && (software <= 0 || one.type == software))
-            all.append(QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}, {"softwareType", one.type}});
+            all.append(QJsonObject{{"name", QLatin1String(one.plugin)},
+                                   {"version", QLatin1String(one.pluginVersion)},
+                                   {"softwareType", one.type}});
     }
     return all;
 }
 
-}
+} // namespace farm

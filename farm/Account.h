@@ -6,7 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -17,7 +18,8 @@ public:
 
     // Session tokens. A session is good for 10309 once the page has logged in with it.
     QString newSession();
-    QString login(const QString &session, const QString &user, const QString &password, QString *problem); // the login token
+    QString login(const QString &session, const QString &user, const QString &password,
+                  QString *problem); // the login token
     bool sessionLoggedIn(const QString &session) const;
     bool knownToken(const QString &token) const; // session or login token, as the header "token" carries it
 
@@ -61,4 +63,4 @@ private:
     QJsonObject m_config;
 };
 
-}
+} // namespace farm

@@ -4,9 +4,11 @@
 #include <QDebug>
 #include <QTimer>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 enum { Kicked = 10001, FramesReady = 10412, ResultsReady = 10413, Illegal = 1000100, ElsewhereLogin = 1000101 };
 }
 
@@ -217,7 +219,8 @@ void Business::waitForUser(Task &task)
 void Business::announce(Task &task)
 {
     const bool ended = task.status == Ended && task.result != Cancelled && task.stage >= Render;
-    if (m_outstanding.contains(task.id) || (!ended && !task.keyFramesDone()) || m_core.account->config().value("autoPushResult").toInt() == 0)
+    if (m_outstanding.contains(task.id) || (!ended && !task.keyFramesDone()) ||
+        m_core.account->config().value("autoPushResult").toInt() == 0)
         return;
     bool heard = false;
     for (const Link *link : qAsConst(m_links))
@@ -264,4 +267,4 @@ Task *Business::taskOf(const QJsonObject &body, int cmd, Answer *answer)
     return task;
 }
 
-}
+} // namespace farm

@@ -1,18 +1,19 @@
 #pragma once
-// The business server: many links, each with a session; numbered commands, each with a handler that answers with a result
-// code and a JSON body; pushes to the links that have logged in. Results of tasks are pushed until the client has
-// confirmed them, one push of a task at a time, and again after each login.
+// The business server: many links, each with a session; numbered commands, each with a handler that answers with a
+// result code and a JSON body; pushes to the links that have logged in. Results of tasks are pushed until the client
+// has confirmed them, one push of a task at a time, and again after each login.
 #include "Tasks.h"
 #include "Wire.h"
+#include <functional>
 #include <QJsonDocument>
 #include <QMap>
 #include <QObject>
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <functional>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -46,7 +47,7 @@ public:
 
     void kick(int reason);
     void push(int cmd, int val, const QJsonObject &body);
-    void announce(Task &task); // pushes what the client hasn't got yet of the results that are ready
+    void announce(Task &task);    // pushes what the client hasn't got yet of the results that are ready
     void waitForUser(Task &task); // push 10412: the priority frames are done
 
 private:
@@ -75,4 +76,4 @@ private:
     QMap<int, QList<qint64>> m_asked;       // task -> results told by the last 10805
 };
 
-}
+} // namespace farm

@@ -7,7 +7,8 @@
 #include <QDebug>
 #include <QTimer>
 
-namespace farm {
+namespace farm
+{
 
 void Business::addAccount()
 {
@@ -22,7 +23,13 @@ void Business::addAccount()
     add(10306, [](Link &, const QJsonDocument &) { return Answer{1030600, {}, {}, {}}; });
     add(10307, [this](Link &, const QJsonDocument &) {
         const QJsonObject self{{"id", UserId}, {"name", m_core.options.user}};
-        return Answer{1030700, {{"userId", UserId}, {"username", m_core.options.user}, {"balance", m_core.account->balance()}, {"rows", QJsonArray{self}}}, {}, {}};
+        return Answer{1030700,
+                      {{"userId", UserId},
+                       {"username", m_core.options.user},
+                       {"balance", m_core.account->balance()},
+                       {"rows", QJsonArray{self}}},
+                      {},
+                      {}};
     });
     add(10308, [this](Link &link, const QJsonDocument &doc) {
         if (!doc.object().value("thirdParty").isDouble())
@@ -30,11 +37,19 @@ void Business::addAccount()
         link.session = m_core.account->newSession();
         const QString base = m_core.rest->address();
         const auto page = [&base](const char *word) { return base + QStringLiteral("/page/") + QLatin1String(word); };
-        const QJsonObject links{{"loginLink", base + QStringLiteral("/xclient/loginPage?version=qn")}, {"resetpwdLink", page("password")},
-                                {"balanceLink", page("balance")}, {"depositLink", page("deposit")}, {"registerLink", page("register")},
-                                {"secret", page("secret")}, {"customerQQ", page("service")}, {"enterpriseQQ", page("service")},
-                                {"personalCenterUrl", page("personal")}, {"rechargeCenterUrl", page("recharge")}, {"vipCenterUrl", page("vip")},
-                                {"renderGuideUrl", page("guide")}, {"netTestUrl", page("network")}};
+        const QJsonObject links{{"loginLink", base + QStringLiteral("/xclient/loginPage?version=qn")},
+                                {"resetpwdLink", page("password")},
+                                {"balanceLink", page("balance")},
+                                {"depositLink", page("deposit")},
+                                {"registerLink", page("register")},
+                                {"secret", page("secret")},
+                                {"customerQQ", page("service")},
+                                {"enterpriseQQ", page("service")},
+                                {"personalCenterUrl", page("personal")},
+                                {"rechargeCenterUrl", page("recharge")},
+                                {"vipCenterUrl", page("vip")},
+                                {"renderGuideUrl", page("guide")},
+                                {"netTestUrl", page("network")}};
         QJsonObject body = links;
         body.insert("token", link.session);
         body.insert("links", links);
@@ -57,14 +72,17 @@ void Business::addAccount()
         link.loggedIn = true;
         ++m_core.counters.logins;
         emit m_core.loggedIn();
-        return Answer{1030900, m_core.account->object(), [this] {
-            // Behind the answer, with a moment for the client to build what takes pushes.
-            QTimer::singleShot(300, this, [this] {
-                announceAll();
-                if (const qint64 reason = m_core.faults.number(QStringLiteral("kick")); reason > 0)
-                    kick(int(reason));
-            });
-        }, {}};
+        return Answer{1030900,
+                      m_core.account->object(),
+                      [this] {
+                          // Behind the answer, with a moment for the client to build what takes pushes.
+                          QTimer::singleShot(300, this, [this] {
+                              announceAll();
+                              if (const qint64 reason = m_core.faults.number(QStringLiteral("kick")); reason > 0)
+                                  kick(int(reason));
+                          });
+                      },
+                      {}};
     });
     add(10310, [](Link &, const QJsonDocument &) { return Answer{1031000, {}, {}, {}}; });
     add(10311, [this](Link &, const QJsonDocument &doc) {
@@ -75,7 +93,9 @@ void Business::addAccount()
         m_core.account->setNotice(doc.object());
         return Answer{1031300, {{"status", 1}}, {}, {}};
     });
-    add(10314, [](Link &, const QJsonDocument &) { return Answer{1031400, {{"grants", QJsonArray()}, {"result", 1}}, {}, {}}; });
+    add(10314, [](Link &, const QJsonDocument &) {
+        return Answer{1031400, {{"grants", QJsonArray()}, {"result", 1}}, {}, {}};
+    });
 }
 
 void Business::addLists()
@@ -87,7 +107,11 @@ void Business::addLists()
     });
     add(10501, [this](Link &, const QJsonDocument &doc) {
         const QJsonObject body = doc.object();
-        return Answer{1050100 + m_core.account->removeProject(body.value(body.contains("projectId") ? "projectId" : "id").toInt()), {}, {}, {}};
+        return Answer{1050100 + m_core.account->removeProject(
+                                    body.value(body.contains("projectId") ? "projectId" : "id").toInt()),
+                      {},
+                      {},
+                      {}};
     });
     add(10502, [this](Link &, const QJsonDocument &) {
         const QJsonArray all = m_core.account->projects();
@@ -97,9 +121,12 @@ void Business::addLists()
         int id = 0;
         return Answer{1050400 + m_core.account->saveCombo(doc.object(), true, &id), {{"id", id}}, {}, {}};
     });
-    add(10505, [this](Link &, const QJsonDocument &doc) { return Answer{1050500 + m_core.account->removeCombo(doc.object()), {}, {}, {}}; });
+    add(10505, [this](Link &, const QJsonDocument &doc) {
+        return Answer{1050500 + m_core.account->removeCombo(doc.object()), {}, {}, {}};
+    });
     add(10506, [this](Link &, const QJsonDocument &doc) {
-        const QJsonObject config = m_core.account->projectConfig(doc.object().value("projectId").toInt(), doc.object().value("software_type").toInt());
+        const QJsonObject config = m_core.account->projectConfig(doc.object().value("projectId").toInt(),
+                                                                 doc.object().value("software_type").toInt());
         QJsonObject body = config;
         body.insert("projectSoftwareConfig", config);
         return Answer{1050600, body, {}, {}};
@@ -118,17 +145,24 @@ void Business::addLists()
         if (doc.object().value("farmId").toInt() != FarmId)
             return Answer{1110001, {}, {}, {}};
         const QString address = m_core.rest->address();
-        return Answer{1110000, {{"farmId", FarmId}, {"name", QStringLiteral("本机农场")}, {"addr", address}, {"addr-internal", address},
-                                {"accessToken", m_core.account->accessToken()}}, {}, {}};
+        return Answer{1110000,
+                      {{"farmId", FarmId},
+                       {"name", QStringLiteral("本机农场")},
+                       {"addr", address},
+                       {"addr-internal", address},
+                       {"accessToken", m_core.account->accessToken()}},
+                      {},
+                      {}};
     });
     add(11102, [](Link &, const QJsonDocument &) {
         return Answer{1110200, {{"machines", Account::machines()}, {"rows", Account::machines()}}, {}, {}};
     });
     add(11111, [this](Link &, const QJsonDocument &) {
-        return Answer{1111100, {{"rows", QJsonArray{QJsonObject{{"id", UserId}, {"name", m_core.options.user}}}}}, {}, {}};
+        return Answer{
+            1111100, {{"rows", QJsonArray{QJsonObject{{"id", UserId}, {"name", m_core.options.user}}}}}, {}, {}};
     });
     add(11201, [](Link &, const QJsonDocument &) { return Answer{1120100, {{"status", 0}}, {}, {}}; });
     add(11202, [](Link &, const QJsonDocument &) { return Answer{1120200, {}, {}, {}}; });
 }
 
-}
+} // namespace farm

@@ -5,18 +5,24 @@
 #include "Renderer.h"
 #include <algorithm>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 // The number that the filter menus use for the task's state, 0 for none.
 int filterCode(const Task &task)
 {
     if (task.history || (task.stage < Render && task.status == Ended)) {
         switch (task.stage) {
-        case Analysis: return task.result == Failed ? 2110 : 2100;
-        case Upload: return task.result == Failed ? 2210 : 2200;
-        case Download: return 2400;
-        default: return 2300;
+        case Analysis:
+            return task.result == Failed ? 2110 : 2100;
+        case Upload:
+            return task.result == Failed ? 2210 : 2200;
+        case Download:
+            return 2400;
+        default:
+            return 2300;
         }
     }
     if (task.stage == Download)
@@ -24,10 +30,14 @@ int filterCode(const Task &task)
     if (task.stage != Render)
         return 0;
     switch (task.status) {
-    case Queued: return 1100;
-    case Running: return task.subtype == PausePending ? 1150 : 1110;
-    case Paused: return task.subtype == WaitConfirm ? 1120 : 1130;
-    default: return 1140;
+    case Queued:
+        return 1100;
+    case Running:
+        return task.subtype == PausePending ? 1150 : 1110;
+    case Paused:
+        return task.subtype == WaitConfirm ? 1120 : 1130;
+    default:
+        return 1140;
     }
 }
 
@@ -45,15 +55,18 @@ QList<int> numbers(const QJsonValue &value)
 bool wanted(const Task &task, const QJsonObject &body)
 {
     const int code = filterCode(task);
-    const QList<int> states = numbers(body.value("missionStatus")), projects = numbers(body.value("projectId")), users = numbers(body.value("userId"));
+    const QList<int> states = numbers(body.value("missionStatus")), projects = numbers(body.value("projectId")),
+                     users = numbers(body.value("userId"));
     const bool every = states.isEmpty() || states.contains(1000);
-    const bool fits = (every && code >= 1000 && code < 2000) || (states.contains(2000) && code >= 2000) || states.contains(code);
+    const bool fits =
+        (every && code >= 1000 && code < 2000) || (states.contains(2000) && code >= 2000) || states.contains(code);
     const int remark = body.contains("remark") ? body.value("remark").toInt(-1) : -1; // 1 with, 2 without
-    return code > 0 && fits && (projects.isEmpty() || projects.contains(task.projectId)) && (users.isEmpty() || users.contains(UserId))
-           && task.name.contains(body.value("name").toString(), Qt::CaseInsensitive) && (remark != 1 || !task.remark.isEmpty())
-           && (remark != 2 || task.remark.isEmpty());
+    return code > 0 && fits && (projects.isEmpty() || projects.contains(task.projectId)) &&
+           (users.isEmpty() || users.contains(UserId)) &&
+           task.name.contains(body.value("name").toString(), Qt::CaseInsensitive) &&
+           (remark != 1 || !task.remark.isEmpty()) && (remark != 2 || task.remark.isEmpty());
 }
-}
+} // namespace
 
 void Business::addOperations()
 {
@@ -66,14 +79,22 @@ void Business::addOperations()
         }
         std::sort(list.begin(), list.end(), [](const Task *a, const Task *b) { return a->id > b->id; });
         if (const int sort = body.value("nameSort").toInt(); sort == 10 || sort == 11)
-            std::stable_sort(list.begin(), list.end(), [sort](const Task *a, const Task *b) { return sort == 10 ? a->name < b->name : b->name < a->name; });
+            std::stable_sort(list.begin(), list.end(), [sort](const Task *a, const Task *b) {
+                return sort == 10 ? a->name < b->name : b->name < a->name;
+            });
         if (const int sort = body.value("subTimeSort").toInt(); sort == 12 || sort == 13)
-            std::stable_sort(list.begin(), list.end(), [sort](const Task *a, const Task *b) { return sort == 12 ? a->confirmMs < b->confirmMs : b->confirmMs < a->confirmMs; });
-        const int each = qBound(1, body.value("pageCount").toInt(20), 200), page = qMax(0, body.value("page").toVariant().toInt());
+            std::stable_sort(list.begin(), list.end(), [sort](const Task *a, const Task *b) {
+                return sort == 12 ? a->confirmMs < b->confirmMs : b->confirmMs < a->confirmMs;
+            });
+        const int each = qBound(1, body.value("pageCount").toInt(20), 200),
+                  page = qMax(0, body.value("page").toVariant().toInt());
         QJsonArray rows;
         for (int i = page * each; i < list.size() && i < (page + 1) * each; ++i)
             rows.append(m_core.tasks->record(*list.at(i)));
-        return Answer{1042700, {{"pageSize", (list.size() + each - 1) / each}, {"pageList", rows}, {"total", list.size()}}, {}, {}};
+        return Answer{1042700,
+                      {{"pageSize", (list.size() + each - 1) / each}, {"pageList", rows}, {"total", list.size()}},
+                      {},
+                      {}};
     });
     add(10409, [this](Link &, const QJsonDocument &doc) {
         Answer answer;
@@ -174,7 +195,11 @@ void Business::addOperations()
                 rows.append(row);
             }
         }
-        return Answer{1042000, {{"farms", QJsonArray{QJsonObject{{"id", FarmId}, {"name", QStringLiteral("本机农场")}}}}, {"rows", rows}}, {}, {}};
+        return Answer{
+            1042000,
+            {{"farms", QJsonArray{QJsonObject{{"id", FarmId}, {"name", QStringLiteral("本机农场")}}}}, {"rows", rows}},
+            {},
+            {}};
     });
     add(10419, [this](Link &, const QJsonDocument &doc) {
         QList<Task *> moved, rest;
@@ -199,4 +224,4 @@ void Business::addOperations()
     });
 }
 
-}
+} // namespace farm

@@ -5,7 +5,8 @@
 #include "Renderer.h"
 #include <QDebug>
 
-namespace farm {
+namespace farm
+{
 
 void Business::addOrders()
 {
@@ -24,7 +25,8 @@ void Business::addOrders()
         Answer answer;
         if (Task *task = taskOf(doc.object(), 10422, &answer)) {
             task->analysisType = doc.object().value("type").toInt();
-            if (task->analysisType == 4 && !(doc.object().contains("analysisStartTime") && doc.object().contains("analysisEndTime")))
+            if (task->analysisType == 4 &&
+                !(doc.object().contains("analysisStartTime") && doc.object().contains("analysisEndTime")))
                 m_core.violation(QStringLiteral("10422 of type 4 without its times"));
             m_core.tasks->save(*task);
         } else {
@@ -66,7 +68,10 @@ void Business::addOrders()
         if (n != 0)
             return Answer{1040000 + n, {}, {}, {}};
         m_core.event(QStringLiteral("order %1 %2 files").arg(task->id).arg(task->keys.size()));
-        return Answer{1040000, {{"sourceFileType", 0}, {"orderNum", task->num}, {"missionId", task->id}, {"farmId", FarmId}}, {}, {}};
+        return Answer{1040000,
+                      {{"sourceFileType", 0}, {"orderNum", task->num}, {"missionId", task->id}, {"farmId", FarmId}},
+                      {},
+                      {}};
     });
     for (int cmd : {10414, 10415}) {
         add(cmd, [this, cmd](Link &, const QJsonDocument &doc) {
@@ -96,7 +101,10 @@ void Business::addOrders()
             return answer;
         }
         if (const QStringList missing = m_core.tasks->files(*task, false); !task->uploaded && !missing.isEmpty())
-            m_core.violation(QStringLiteral("10704 of task %1 while %2 files aren't here, as %3").arg(task->id).arg(missing.size()).arg(missing.first()));
+            m_core.violation(QStringLiteral("10704 of task %1 while %2 files aren't here, as %3")
+                                 .arg(task->id)
+                                 .arg(missing.size())
+                                 .arg(missing.first()));
         if (!m_core.tasks->uploadComplete(*task))
             answer.val = 1070401;
         answer.after = [this] { m_core.renderer->wake(); };
@@ -105,4 +113,4 @@ void Business::addOrders()
     add(10703, [](Link &, const QJsonDocument &) { return Answer{1070300, {}, {}, {}}; });
 }
 
-}
+} // namespace farm

@@ -5,7 +5,8 @@
 #include "FileServer.h"
 #include <QFile>
 
-namespace farm {
+namespace farm
+{
 
 void Business::addResults()
 {
@@ -31,7 +32,8 @@ void Business::addResults()
         if (!task)
             return answer;
         answer.body = m_core.tasks->resultHead(*task);
-        const QStringList wanted = doc.object().value("subjobIds").toVariant().toString().split(QLatin1Char(','), Qt::SkipEmptyParts);
+        const QStringList wanted =
+            doc.object().value("subjobIds").toVariant().toString().split(QLatin1Char(','), Qt::SkipEmptyParts);
         QJsonArray rows;
         for (int i = 0; i < task->frames.size(); ++i) {
             int mission = 0;
@@ -51,13 +53,23 @@ void Business::addResults()
             return Answer{1080002, {}, {}, {}};
         if (m_core.account->balance() <= 0)
             return Answer{1080009, {}, {}, {}};
-        const QString hash = m_core.faults.happens(QStringLiteral("wrong-hash")) ? QString(32, QLatin1Char('0')) : row.hash;
+        const QString hash =
+            m_core.faults.happens(QStringLiteral("wrong-hash")) ? QString(32, QLatin1Char('0')) : row.hash;
         QJsonObject body = m_core.tasks->resultHead(*task);
-        const QJsonObject more{{"fileId", row.id}, {"hash", hash}, {"size", row.size}, {"path", row.path},
-                               {"downloadPath", QStringLiteral("results/%1/%2").arg(missionId).arg(row.path)}, {"farmId", FarmId},
-                               {"ipLan", m_core.options.address}, {"ipWan", m_core.options.address},
-                               {"portLan", m_core.files->port()}, {"portWan", m_core.files->port()},
-                               {"isBlock", 0}, {"autoPush", 1}, {"isKeyframe", row.keyFrame ? 1 : 0}, {"frame", row.frame}};
+        const QJsonObject more{{"fileId", row.id},
+                               {"hash", hash},
+                               {"size", row.size},
+                               {"path", row.path},
+                               {"downloadPath", QStringLiteral("results/%1/%2").arg(missionId).arg(row.path)},
+                               {"farmId", FarmId},
+                               {"ipLan", m_core.options.address},
+                               {"ipWan", m_core.options.address},
+                               {"portLan", m_core.files->port()},
+                               {"portWan", m_core.files->port()},
+                               {"isBlock", 0},
+                               {"autoPush", 1},
+                               {"isKeyframe", row.keyFrame ? 1 : 0},
+                               {"frame", row.frame}};
         for (auto it = more.begin(); it != more.end(); ++it)
             body.insert(it.key(), it.value());
         return Answer{1080000, body, {}, {}};
@@ -90,4 +102,4 @@ void Business::addResults()
     });
 }
 
-}
+} // namespace farm

@@ -5,9 +5,11 @@
 #include <QDateTime>
 #include <QFile>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 enum { EachPage = 20, IdStep = 100000 };
 
 QString stamp(qint64 ms)
@@ -19,19 +21,36 @@ QJsonObject subTask(const Task &task, int index)
 {
     const TaskFrame &one = task.frames.at(index);
     const int state = one.state == FrameWaiting && task.status == Paused ? 2 : one.state;
-    QJsonObject row{{"id", qint64(task.id) * IdStep + index}, {"jobId", task.id}, {"farmId", FarmId}, {"status", state}, {"type", 0}, {"flag", 0},
-                    {"frame_from", one.job.frame}, {"frame_to", one.job.frame}, {"frame_step", 1}, {"camera", one.job.camera},
-                    {"showSub_lay", one.job.camera}, {"start_time", stamp(one.startedMs)}, {"end_time", stamp(one.endedMs)},
-                    {"seconds", one.endedMs > one.startedMs ? int((one.endedMs - one.startedMs) / 1000) : 0}, {"memory_peak", QStringLiteral("64M")},
-                    {"log_file", QString()}, {"downloadState", 0}, {"timeout", 0}, {"blocks_count", 0}, {"parentViewId", 0},
-                    {"curStage", 1}, {"totalStages", 1}, {"speed", 0}};
+    QJsonObject row{{"id", qint64(task.id) * IdStep + index},
+                    {"jobId", task.id},
+                    {"farmId", FarmId},
+                    {"status", state},
+                    {"type", 0},
+                    {"flag", 0},
+                    {"frame_from", one.job.frame},
+                    {"frame_to", one.job.frame},
+                    {"frame_step", 1},
+                    {"camera", one.job.camera},
+                    {"showSub_lay", one.job.camera},
+                    {"start_time", stamp(one.startedMs)},
+                    {"end_time", stamp(one.endedMs)},
+                    {"seconds", one.endedMs > one.startedMs ? int((one.endedMs - one.startedMs) / 1000) : 0},
+                    {"memory_peak", QStringLiteral("64M")},
+                    {"log_file", QString()},
+                    {"downloadState", 0},
+                    {"timeout", 0},
+                    {"blocks_count", 0},
+                    {"parentViewId", 0},
+                    {"curStage", 1},
+                    {"totalStages", 1},
+                    {"speed", 0}};
     if (task.softwareType == 1)
         row.insert("maya_layer", one.job.camera);
     if (task.softwareType == 4)
         row.insert("hou_rop", one.job.camera);
     return row;
 }
-}
+} // namespace
 
 void Business::addSubTasks()
 {
@@ -81,7 +100,8 @@ void Business::addSubTasks()
     add(10407, [this](Link &, const QJsonDocument &doc) {
         Answer answer;
         const Task *task = taskOf(doc.object(), 10407, &answer);
-        const qint64 index = doc.object().value("subjobId").toVariant().toLongLong() - qint64(task ? task->id : 0) * IdStep;
+        const qint64 index =
+            doc.object().value("subjobId").toVariant().toLongLong() - qint64(task ? task->id : 0) * IdStep;
         answer.val = 1040701;
         if (!task || index < 0 || index >= task->frames.size() || task->frames.at(int(index)).state != FrameDone)
             return answer;
@@ -94,4 +114,4 @@ void Business::addSubTasks()
     });
 }
 
-}
+} // namespace farm

@@ -7,12 +7,22 @@
 #include <QFileInfo>
 #include <QTimer>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
-enum Code { Arrived = 7000404, Hashing = 7000430, Unpacking = 7000420, UnpackFailed = 7000421, WrongHash = 13010203, MoveFailed = 13010205, Unknown = 13010201 };
+namespace
+{
+enum Code {
+    Arrived = 7000404,
+    Hashing = 7000430,
+    Unpacking = 7000420,
+    UnpackFailed = 7000421,
+    WrongHash = 13010203,
+    MoveFailed = 13010205,
+    Unknown = 13010201
+};
 constexpr int patienceMs = 3000; // a commit that takes longer is answered with the stage
-}
+} // namespace
 
 QString fileMd5(const QString &path)
 {
@@ -25,7 +35,13 @@ QString fileMd5(const QString &path)
 
 QString Identity::id() const
 {
-    const QString whole = QStringLiteral("%1\n%2\n%3\n%4\n%5\n%6").arg(size).arg(mtime).arg(task).arg(compressed ? 1 : 0).arg(wireSize).arg(key);
+    const QString whole = QStringLiteral("%1\n%2\n%3\n%4\n%5\n%6")
+                              .arg(size)
+                              .arg(mtime)
+                              .arg(task)
+                              .arg(compressed ? 1 : 0)
+                              .arg(wireSize)
+                              .arg(key);
     return QString::fromLatin1(QCryptographicHash::hash(whole.toUtf8(), QCryptographicHash::Md5).toHex());
 }
 
@@ -39,11 +55,17 @@ ContentStore::ContentStore(Core &core) : m_core(core)
 // A killed farm may have left a file on its way into the store, or without its hash.
 void ContentStore::recover()
 {
-    struct Row { QString key; qint64 size, mtime; QString hash, part; };
+    struct Row {
+        QString key;
+        qint64 size, mtime;
+        QString hash, part;
+    };
     QList<Row> rows;
-    m_core.db.each(QStringLiteral("select key, size, mtime, hash, part from ident where part <> ''"), {}, [&](const QSqlQuery &row) {
-        rows += Row{row.value(0).toString(), row.value(1).toLongLong(), row.value(2).toLongLong(), row.value(3).toString(), row.value(4).toString()};
-    });
+    m_core.db.each(QStringLiteral("select key, size, mtime, hash, part from ident where part <> ''"), {},
+                   [&](const QSqlQuery &row) {
+                       rows += Row{row.value(0).toString(), row.value(1).toLongLong(), row.value(2).toLongLong(),
+                                   row.value(3).toString(), row.value(4).toString()};
+                   });
     for (const Row &row : rows) {
         const QString path = m_core.options.dir + QLatin1Char('/') + row.part;
         if (!QFile::exists(path))
@@ -55,10 +77,7 @@ void ContentStore::recover()
     }
 }
 
-QString ContentStore::place(const QString &hash) const
-{
-    return QStringLiteral("store/%1/%2").arg(hash.left(2), hash);
-}
+QString ContentStore::place(const QString &hash) const { return QStringLiteral("store/%1/%2").arg(hash.left(2), hash); }
 
 bool ContentStore::move(const QString &from, const QString &hash)
 {
@@ -71,16 +90,21 @@ bool ContentStore::move(const QString &from, const QString &hash)
 
 bool ContentStore::known(const QString &key, qint64 size, qint64 mtime)
 {
-    const QString file = m_core.db.value(QStringLiteral("select file from ident where key = ? and size = ? and mtime = ?"), {key, size, mtime}).toString();
+    const QString file = m_core.db
+                             .value(QStringLiteral("select file from ident where key = ? and size = ? and mtime = ?"),
+                                    {key, size, mtime})
+                             .toString();
     return !file.isEmpty() && QFile::exists(m_core.options.dir + QLatin1Char('/') + file);
 }
 
 bool ContentStore::adopt(const QString &key, qint64 size, qint64 mtime, const QString &etag)
 {
-    if (etag.isEmpty() || QFileInfo(m_core.options.dir + QLatin1Char('/') + place(etag)).size() != size
-        || !QFile::exists(m_core.options.dir + QLatin1Char('/') + place(etag)))
+    if (etag.isEmpty() || QFileInfo(m_core.options.dir + QLatin1Char('/') + place(etag)).size() != size ||
+        !QFile::exists(m_core.options.dir + QLatin1Char('/') + place(etag)))
         return false;
-    return m_core.db.run(QStringLiteral("replace into ident(key, size, mtime, hash, file, part) values(?, ?, ?, ?, ?, '')"), {key, size, mtime, etag, place(etag)});
+    return m_core.db.run(
+        QStringLiteral("replace into ident(key, size, mtime, hash, file, part) values(?, ?, ?, ?, ?, '')"),
+        {key, size, mtime, etag, place(etag)});
 }
 
 QString ContentStore::partPath(const Identity &file) const
@@ -88,15 +112,9 @@ QString ContentStore::partPath(const Identity &file) const
     return QStringLiteral("%1/incoming/%2.part").arg(m_core.options.dir, file.id());
 }
 
-qint64 ContentStore::received(const Identity &file) const
-{
-    return QFileInfo(partPath(file)).size();
-}
+qint64 ContentStore::received(const Identity &file) const { return QFileInfo(partPath(file)).size(); }
 
-void ContentStore::forgetPart(const Identity &file)
-{
-    QFile::remove(partPath(file));
-}
+void ContentStore::forgetPart(const Identity &file) { QFile::remove(partPath(file)); }
 
 ContentStore::Outcome ContentStore::check(const Identity &file, const QString &part)
 {
@@ -144,8 +162,9 @@ void ContentStore::finish(const Identity &file, std::function<void(int)> answer)
     if (!file.compressed && file.etag.isEmpty()) {
         // Nothing can fail any more: the file is known from now on, its hash follows.
         const QString relative = QStringLiteral("incoming/%1.part").arg(id);
-        const bool good = m_core.db.run(QStringLiteral("replace into ident(key, size, mtime, hash, file, part) values(?, ?, ?, '', ?, ?)"),
-                                        {file.key, file.size, file.mtime, relative, relative});
+        const bool good = m_core.db.run(
+            QStringLiteral("replace into ident(key, size, mtime, hash, file, part) values(?, ?, ?, '', ?, ?)"),
+            {file.key, file.size, file.mtime, relative, relative});
         if (good)
             hashLater(file.key, file.size, file.mtime, part);
         answer(good ? Arrived : Unknown);
@@ -164,10 +183,11 @@ void ContentStore::finish(const Identity &file, std::function<void(int)> answer)
         if (m_busy.contains(id))
             once(m_stages.value(id, Hashing));
     });
-    m_core.background([file, part, outcome] { *outcome = check(file, part); }, [this, file, outcome, once] {
-        complete(file, *outcome);
-        once(outcome->code);
-    });
+    m_core.background([file, part, outcome] { *outcome = check(file, part); },
+                      [this, file, outcome, once] {
+                          complete(file, *outcome);
+                          once(outcome->code);
+                      });
 }
 
 // The last piece of the road into the store; a file that failed its check is gone, its bytes are sent again.
@@ -201,22 +221,27 @@ void ContentStore::runStages(const Identity &file, QStringList codes, int each)
     }
     auto outcome = std::make_shared<Outcome>();
     const QString part = partPath(file);
-    m_core.background([file, part, outcome] { *outcome = check(file, part); }, [this, file, outcome] { complete(file, *outcome); });
+    m_core.background([file, part, outcome] { *outcome = check(file, part); },
+                      [this, file, outcome] { complete(file, *outcome); });
 }
 
 void ContentStore::hashLater(const QString &key, qint64 size, qint64 mtime, const QString &path)
 {
     ++m_hashing;
     auto hash = std::make_shared<QString>();
-    m_core.background([path, hash] { *hash = fileMd5(path); }, [=] {
-        --m_hashing;
-        if (hash->isEmpty())
-            return;
-        m_core.db.run(QStringLiteral("update ident set hash = ?, file = ? where key = ? and size = ? and mtime = ?"), {*hash, place(*hash), key, size, mtime});
-        if (!move(path, *hash))
-            qWarning().noquote() << "farm::ContentStore::hashLater" << path << "couldn't be moved";
-        emit stored(key);
-    });
+    m_core.background(
+        [path, hash] { *hash = fileMd5(path); },
+        [=] {
+            --m_hashing;
+            if (hash->isEmpty())
+                return;
+            m_core.db.run(
+                QStringLiteral("update ident set hash = ?, file = ? where key = ? and size = ? and mtime = ?"),
+                {*hash, place(*hash), key, size, mtime});
+            if (!move(path, *hash))
+                qWarning().noquote() << "farm::ContentStore::hashLater" << path << "couldn't be moved";
+            emit stored(key);
+        });
 }
 
 QMap<QString, QString> ContentStore::contents()
@@ -224,7 +249,8 @@ QMap<QString, QString> ContentStore::contents()
     QMap<QString, QString> all;
     m_core.db.each(QStringLiteral("select key, hash, file from ident order by mtime"), {}, [&](const QSqlQuery &row) {
         const QString hash = row.value(1).toString();
-        all.insert(row.value(0).toString(), hash.isEmpty() ? fileMd5(m_core.options.dir + QLatin1Char('/') + row.value(2).toString()) : hash);
+        all.insert(row.value(0).toString(),
+                   hash.isEmpty() ? fileMd5(m_core.options.dir + QLatin1Char('/') + row.value(2).toString()) : hash);
     });
     return all;
 }
@@ -232,11 +258,12 @@ QMap<QString, QString> ContentStore::contents()
 QString ContentStore::fileOf(const QString &key, QString *hash)
 {
     QString file;
-    m_core.db.each(QStringLiteral("select file, hash from ident where key = ? order by mtime desc limit 1"), {key}, [&](const QSqlQuery &row) {
-        file = m_core.options.dir + QLatin1Char('/') + row.value(0).toString();
-        *hash = row.value(1).toString();
-    });
+    m_core.db.each(QStringLiteral("select file, hash from ident where key = ? order by mtime desc limit 1"), {key},
+                   [&](const QSqlQuery &row) {
+                       file = m_core.options.dir + QLatin1Char('/') + row.value(0).toString();
+                       *hash = row.value(1).toString();
+                   });
     return file;
 }
 
-}
+} // namespace farm

@@ -2,14 +2,15 @@
 // The bytes that were uploaded: whole files by the MD5 of their content, an index from a file's identity (key, size,
 // modification time) to its content, and the parts of files that are still coming. A part's length is what has been
 // received; nothing else records it, so what was acknowledged is there after a killed farm, to the byte.
+#include <functional>
 #include <QHash>
 #include <QMap>
 #include <QObject>
 #include <QSet>
 #include <QString>
-#include <functional>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -38,8 +39,8 @@ public:
 
     // What the file is going through behind its last byte: 0 nothing, else a stage code of the file server.
     int stage(const Identity &file) const { return m_stages.value(file.id()); }
-    // Unpacks, checks, hashes and moves the part. answer(code) comes once, on this thread: 7000404 when the file is here,
-    // a stage code when it takes long (stage() tells on), or what went wrong.
+    // Unpacks, checks, hashes and moves the part. answer(code) comes once, on this thread: 7000404 when the file is
+    // here, a stage code when it takes long (stage() tells on), or what went wrong.
     void finish(const Identity &file, std::function<void(int code)> answer);
 
     QMap<QString, QString> contents(); // key -> MD5
@@ -51,7 +52,10 @@ signals:
     void stored(QString key); // hash and place are known
 
 private:
-    struct Outcome { int code = 0; QString hash, ready; };
+    struct Outcome {
+        int code = 0;
+        QString hash, ready;
+    };
     void recover();
     void hashLater(const QString &key, qint64 size, qint64 mtime, const QString &path);
     QString place(const QString &hash) const; // relative path in the store
@@ -71,4 +75,4 @@ QString fileMd5(const QString &path);
 // Takes the one file out of a ZIP. False: not a ZIP, more than one entry, damaged, or not of that size.
 bool unzipOne(const QString &zip, const QString &target, qint64 size);
 
-}
+} // namespace farm

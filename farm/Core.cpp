@@ -9,39 +9,38 @@
 #include <QDebug>
 #include <QDir>
 #include <QHostAddress>
-#include <QPointer>
-#include <QRunnable>
 
-namespace farm {
-
-namespace {
-class Job : public QRunnable
+namespace farm
 {
-public:
-    explicit Job(std::function<void()> work) : m_work(std::move(work)) {}
-    void run() override { m_work(); }
 
-private:
-    std::function<void()> m_work;
-};
-}
+Core::Core(const FarmOptions &given, FarmFaults &givenFaults) : options(given), faults(givenFaults) {}
 
-Core::Core(const FarmOptions &given, FarmFaults &givenFaults) : options(given), faults(givenFaults)
+Core::~Core() { close(); }
+
+// The servers go first, then the threads with what they still do; what they would tell finds nobody any more.
+void Core::close()
 {
-    pool.setMaxThreadCount(qMax(1, options.renderThreads) + 1);
-}
-
-Core::~Core()
-{
-    // Nobody may be asked once the pool's last job posts its end, so the servers go first.
     business.reset();
     rest.reset();
     files.reset();
     renderer.reset();
-    pool.waitForDone();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_stop = true;
+        m_jobs.clear();
+    }
+    m_wake.notify_all();
+    for (std::thread &thread : m_threads)
+        thread.join();
+    m_threads.clear();
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_inbox.clear();
+    }
     store.reset();
     tasks.reset();
     account.reset();
+    db.close();
 }
 
 bool Core::open(QString *error)
@@ -56,6 +55,8 @@ bool Core::open(QString *error)
     }
     if (!db.open(options.dir + QStringLiteral("/farm.db"), error))
         return false;
+    for (int i = 0; i < qMax(1, options.renderThreads) + 1; ++i)
+        m_threads.emplace_back([this] { work(); });
     account = std::make_unique<Account>(*this);
     tasks = std::make_unique<Tasks>(*this);
     store = std::make_unique<ContentStore>(*this);
@@ -63,16 +64,14 @@ bool Core::open(QString *error)
     business = std::make_unique<Business>(*this);
     rest = std::make_unique<Rest>(*this);
     files = std::make_unique<FileServer>(*this);
-    if (!business->listen(options.businessPort, error) || !rest->listen(options.httpPort, error) || !files->listen(options.filePort, error))
+    if (!business->listen(options.businessPort, error) || !rest->listen(options.httpPort, error) ||
+        !files->listen(options.filePort, error))
         return false;
     renderer->wake();
     return true;
 }
 
-FarmPorts Core::ports() const
-{
-    return {business->port(), rest->port(), files->port()};
-}
+FarmPorts Core::ports() const { return {business->port(), rest->port(), files->port()}; }
 
 void Core::violation(const QString &text)
 {
@@ -90,20 +89,52 @@ void Core::event(const QString &text)
         events.removeFirst();
 }
 
-void Core::background(std::function<void()> work, std::function<void()> done)
+void Core::background(std::function<void()> job, std::function<void()> done)
 {
-    // The pool is waited for before this object dies, so posting to it from a job is safe. The fence orders what the two
-    // threads write, also for tools that don't see into the toolkit's locks.
-    m_fence.fetch_add(1);
-    pool.start(new Job([this, work = std::move(work), done = std::move(done)] {
-        m_fence.fetch_add(1);
-        work();
-        m_fence.fetch_add(1);
-        QMetaObject::invokeMethod(this, [this, done] {
-            m_fence.fetch_add(1);
-            done();
-        }, Qt::QueuedConnection);
-    }));
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_jobs.push_back([this, job = std::move(job), done = std::move(done)] {
+            job();
+            post(done);
+        });
+    }
+    m_wake.notify_one();
+}
+
+void Core::work()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    for (;;) {
+        m_wake.wait(lock, [this] { return m_stop || !m_jobs.empty(); });
+        if (m_stop)
+            return;
+        const std::function<void()> job = std::move(m_jobs.front());
+        m_jobs.pop_front();
+        lock.unlock();
+        job();
+        lock.lock();
+    }
+}
+
+void Core::post(std::function<void()> job)
+{
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_inbox.push_back(std::move(job));
+    }
+    QMetaObject::invokeMethod(this, "drain", Qt::QueuedConnection);
+}
+
+void Core::drain()
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    while (!m_inbox.empty()) {
+        const std::function<void()> job = std::move(m_inbox.front());
+        m_inbox.pop_front();
+        lock.unlock();
+        job();
+        lock.lock();
+    }
 }
 
 QString Core::folder(const QString &name) const
@@ -113,4 +144,4 @@ QString Core::folder(const QString &name) const
     return path;
 }
 
-}
+} // namespace farm

@@ -3,12 +3,16 @@
 // happened. Lives on the farm's thread, and everything that it owns with it; only faults are reached from elsewhere.
 #include "Db.h"
 #include "Farm.h"
-#include <QObject>
-#include <QThreadPool>
-#include <atomic>
+#include <condition_variable>
+#include <deque>
 #include <memory>
+#include <mutex>
+#include <QObject>
+#include <thread>
+#include <vector>
 
-namespace farm {
+namespace farm
+{
 
 class Account;
 class Business;
@@ -31,6 +35,9 @@ public:
     void event(const QString &text);     // a step of the road, for people and tests
     // Runs work on a pool thread, then done on the farm's thread if the farm still lives.
     void background(std::function<void()> work, std::function<void()> done);
+    // From any thread: runs the job on the farm's thread, in the order of posting.
+    void post(std::function<void()> job);
+    void close(); // on the farm's thread: sockets, threads and database go; nothing is asked of it afterwards
     QString folder(const QString &name) const; // options.dir + "/" + name, made if missing
 
     const FarmOptions options;
@@ -39,7 +46,6 @@ public:
     QMap<int, int> commands;
     QStringList violations, events;
     Db db;
-    QThreadPool pool; // painting, hashing, unpacking
     std::unique_ptr<Account> account;
     std::unique_ptr<Tasks> tasks;
     std::unique_ptr<ContentStore> store;
@@ -48,8 +54,17 @@ public:
     std::unique_ptr<Rest> rest;
     std::unique_ptr<FileServer> files;
 
+private slots:
+    void drain();
+
 private:
-    std::atomic<int> m_fence{0};
+    void work(); // a thread that paints, hashes, unpacks
+
+    std::mutex m_mutex; // of what follows
+    std::condition_variable m_wake;
+    std::deque<std::function<void()>> m_inbox, m_jobs;
+    bool m_stop = false;
+    std::vector<std::thread> m_threads;
 
 signals:
     void loggedIn();
@@ -61,7 +76,7 @@ signals:
     void violated(QString text);
 };
 
-constexpr int FarmId = 1;   // the one farm of this server
+constexpr int FarmId = 1;    // the one farm of this server
 constexpr int UserId = 1001; // the one account
 
-}
+} // namespace farm

@@ -5,34 +5,36 @@
 #include <QSqlError>
 #include <QUuid>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 const char *const tables[] = {
     "create table if not exists meta(k text primary key, v text)",
     "create table if not exists session(token text primary key, auth text, made integer)",
     "create table if not exists task(mid integer primary key, num text unique, head text, body text, files text)",
     "create table if not exists here(mid integer, key text, primary key(mid, key)) without rowid",
     "create table if not exists frame(mid integer, idx integer, state integer, primary key(mid, idx)) without rowid",
-    "create table if not exists result(id integer primary key autoincrement, mid integer, idx integer, path text, frame integer, "
+    "create table if not exists result(id integer primary key autoincrement, mid integer, idx integer, path text, "
+    "frame integer, "
     "size integer, hash text, keyframe integer, pushed integer, confirmed integer, downloaded integer)",
     "create index if not exists result_mid on result(mid)",
-    "create table if not exists ident(key text, size integer, mtime integer, hash text, file text, part text, primary key(key, size, mtime)) without rowid",
+    "create table if not exists ident(key text, size integer, mtime integer, hash text, file text, part text, primary "
+    "key(key, size, mtime)) without rowid",
     "create index if not exists ident_hash on ident(hash)",
 };
 }
 
-Db::~Db()
-{
-    close();
-}
+Db::~Db() { close(); }
 
 bool Db::open(const QString &path, QString *error)
 {
     if (openOnce(path, error))
         return true;
     close();
-    const QString aside = path + QStringLiteral(".bad-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss"));
+    const QString aside =
+        path + QStringLiteral(".bad-") + QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss"));
     if (!QFile::exists(path) || !QFile::rename(path, aside))
         return false;
     QFile::remove(path + QStringLiteral("-wal"));
@@ -48,7 +50,8 @@ bool Db::openOnce(const QString &path, QString *error)
     m_db.setDatabaseName(path);
     bool good = m_db.open();
     QSqlQuery query(m_db);
-    good = good && query.exec(QStringLiteral("pragma journal_mode = wal")) && query.exec(QStringLiteral("pragma synchronous = normal"));
+    good = good && query.exec(QStringLiteral("pragma journal_mode = wal")) &&
+           query.exec(QStringLiteral("pragma synchronous = normal"));
     for (const char *table : tables)
         good = good && query.exec(QLatin1String(table));
     if (!good)
@@ -135,4 +138,4 @@ bool Db::setMeta(const QString &key, const QString &value)
     return run(QStringLiteral("replace into meta(k, v) values(?, ?)"), {key, value});
 }
 
-}
+} // namespace farm

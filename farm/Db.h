@@ -1,14 +1,15 @@
 #pragma once
 // The farm's SQLite file, used by the farm's thread alone. Write-ahead log: what run() has answered true for survives a
 // killed process. A statement that fails is logged with its text and the database's error.
+#include <functional>
 #include <QHash>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QString>
 #include <QVariant>
-#include <functional>
 
-namespace farm {
+namespace farm
+{
 
 class Db
 {
@@ -44,4 +45,4 @@ private:
     QHash<QString, QSqlQuery> m_prepared;
 };
 
-}
+} // namespace farm

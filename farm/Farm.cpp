@@ -7,16 +7,14 @@
 #include "Renderer.h"
 #include "Rest.h"
 #include "Tasks.h"
+#include <future>
 #include <QDebug>
 
 using namespace farm;
 
 Farm::Farm(QObject *parent) : QObject(parent) {}
 
-Farm::~Farm()
-{
-    stop();
-}
+Farm::~Farm() { stop(); }
 
 bool Farm::start(const FarmOptions &options)
 {
@@ -41,11 +39,11 @@ bool Farm::start(const FarmOptions &options)
     m_core->moveToThread(m_thread);
     m_thread->start();
     bool good = false;
-    QMetaObject::invokeMethod(m_core, [&] {
+    blocking([&] {
         good = m_core->open(&m_error);
         if (good)
             m_ports = m_core->ports();
-    }, Qt::BlockingQueuedConnection);
+    });
     if (!good)
         stop();
     return good;
@@ -55,28 +53,38 @@ void Farm::stop()
 {
     if (!m_core)
         return;
-    Core *core = m_core;
-    m_core = nullptr;
-    QMetaObject::invokeMethod(core, [core] { delete core; }, Qt::BlockingQueuedConnection);
+    blocking([this] { m_core->close(); });
     m_thread->quit();
     m_thread->wait();
+    delete m_core;
+    m_core = nullptr;
     delete m_thread;
     m_thread = nullptr;
     m_ports = FarmPorts();
 }
 
-template<typename R> R Farm::ask(const std::function<R(Core &)> &question) const
+void Farm::blocking(const std::function<void()> &work) const
+{
+    auto done = std::make_shared<std::promise<void>>(); // outlives whichever side leaves first
+    m_core->post([&work, done] {
+        work();
+        done->set_value();
+    });
+    done->get_future().wait();
+}
+
+template <typename R> R Farm::ask(const std::function<R(Core &)> &question) const
 {
     R answer{};
     if (m_core)
-        QMetaObject::invokeMethod(m_core, [&] { answer = question(*m_core); }, Qt::BlockingQueuedConnection);
+        blocking([&] { answer = question(*m_core); });
     return answer;
 }
 
 void Farm::tell(const std::function<void(Core &)> &order) const
 {
     if (m_core)
-        QMetaObject::invokeMethod(m_core, [&] { order(*m_core); }, Qt::BlockingQueuedConnection);
+        blocking([&] { order(*m_core); });
 }
 
 QList<FarmOrder> Farm::orders() const

@@ -4,9 +4,11 @@
 // acknowledged is there. It shares no code with the client, so that a mistake of one side can't agree with the other.
 //
 // Thread: the servers run on a thread of their own, so a caller may block or run nested loops. Every function may be
-// called from the thread that made the object; queries wait for the farm's thread and give copies. Signals arrive queued.
-// Life: made -> start() true: listening -> stop() or destruction: all sockets closed, the folder left as it is.
+// called from the thread that made the object; queries wait for the farm's thread and give copies. Signals arrive
+// queued. Life: made -> start() true: listening -> stop() or destruction: all sockets closed, the folder left as it is.
 #include "FarmFaults.h"
+#include <functional>
+#include <memory>
 #include <QByteArray>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -15,31 +17,34 @@
 #include <QObject>
 #include <QStringList>
 #include <QThread>
-#include <memory>
 
-namespace farm {
+namespace farm
+{
 class Core;
 }
 
 struct FarmOptions {
-    QString dir;                // state folder, made if missing
+    QString dir;                                   // state folder, made if missing
     QString address = QStringLiteral("127.0.0.1"); // where all three servers listen; loopback addresses only
-    int businessPort = 29909;   // 0: any free one
+    int businessPort = 29909;                      // 0: any free one
     int httpPort = 46180;
     int filePort = 0;
     QString user = QStringLiteral("demo");
     QString password = QStringLiteral("demo");
-    bool autoLogin = false;     // the login page logs in by itself
-    bool autoSubmit = false;    // autoSubmit and ignoreWarn of the account's settings are 1 while it hasn't saved its own
+    bool autoLogin = false;  // the login page logs in by itself
+    bool autoSubmit = false; // autoSubmit and ignoreWarn of the account's settings are 1 while it hasn't saved its own
     double framesPerSecond = 4; // of the whole farm; 0: as fast as it can
     int renderThreads = 2;
-    int maxWidth = 1920;        // wider frames are scaled down to this
-    QMap<int, QString> renderCommands; // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
+    int maxWidth = 1920; // wider frames are scaled down to this
+    QMap<int, QString>
+        renderCommands; // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
     QString version = QStringLiteral("5.2.6.0"); // what /getUpdateVersion.htm answers
-    QStringList faults;         // NAME=VALUE, set before the first connection
+    QStringList faults;                          // NAME=VALUE, set before the first connection
 };
 
-struct FarmPorts { int business = 0, http = 0, file = 0; };
+struct FarmPorts {
+    int business = 0, http = 0, file = 0;
+};
 
 // A task as the farm sees it. stage, status, result, subtype are the numbers of the task list.
 struct FarmOrder {
@@ -52,9 +57,9 @@ struct FarmOrder {
     int orders = 0;        // how often 10400 came
     int files = 0, filesHere = 0;
     int frames = 0, framesDone = 0, framesFailed = 0;
-    int analysisType = 0;  // last type of 10422
-    QJsonObject body;      // the order message without its files
-    QJsonArray fileList;   // its files
+    int analysisType = 0; // last type of 10422
+    QJsonObject body;     // the order message without its files
+    QJsonArray fileList;  // its files
 };
 
 struct FarmResult {
@@ -68,9 +73,9 @@ struct FarmResult {
 };
 
 struct FarmCounters {
-    qint64 bytesUp = 0, bytesDown = 0;    // file bodies on the file server's sockets
+    qint64 bytesUp = 0, bytesDown = 0; // file bodies on the file server's sockets
     int instantHits = 0, instantMisses = 0;
-    int filesReceived = 0;                // commits that ended well
+    int filesReceived = 0; // commits that ended well
     int links = 0, logins = 0, packages = 0;
     int fileLinks = 0, requests = 0, pushes = 0, logUploads = 0;
 };
@@ -91,35 +96,37 @@ public:
     FarmFaults &faults() { return m_faults; }
 
     QList<FarmOrder> orders() const;
-    FarmOrder order(int missionId) const;             // missionId 0 where there is none
+    FarmOrder order(int missionId) const; // missionId 0 where there is none
     QList<FarmResult> results(int missionId) const;
-    QMap<QString, QString> storedFiles() const;       // key of the upload -> MD5 of the content that the farm holds
+    QMap<QString, QString> storedFiles() const; // key of the upload -> MD5 of the content that the farm holds
     QStringList taskFiles(int missionId, bool here) const; // keys of the order's files that are, or aren't, on the farm
     FarmCounters counters() const;
-    QStringList violations() const;                   // what the other side did against the protocol, oldest first
-    QMap<int, int> commandCounts() const;             // how often each command came
-    QJsonObject config() const;                       // the account's common settings
-    QStringList events() const;                       // one line a step: "login", "10400 12", "upload D/a.tgd", ...
+    QStringList violations() const;       // what the other side did against the protocol, oldest first
+    QMap<int, int> commandCounts() const; // how often each command came
+    QJsonObject config() const;           // the account's common settings
+    QStringList events() const;           // one line a step: "login", "10400 12", "upload D/a.tgd", ...
 
-    void kick(int reason);          // push 10001 to every link
+    void kick(int reason);                                // push 10001 to every link
     void push(int cmd, int val, const QJsonObject &body); // any push, to every link that has logged in
-    void dropLinks();               // cuts every socket of all three servers
+    void dropLinks();                                     // cuts every socket of all three servers
     void setBalance(double balance);
-    void rotateTokens();            // access and transfer tokens given so far are no longer good
+    void rotateTokens(); // access and transfer tokens given so far are no longer good
     void addNotice(const QString &content);
 
 signals:
     void loggedIn();
-    void orderChanged(int missionId);  // any step of a task
+    void orderChanged(int missionId);   // any step of a task
     void uploadFinished(int missionId); // 10704
     void taskFinished(int missionId);
     void resultsConfirmed(int missionId); // 10413 of the client
-    void downloaded(qint64 resultId);   // 10802
+    void downloaded(qint64 resultId);     // 10802
     void violated(QString text);
 
 private:
-    template<typename R> R ask(const std::function<R(farm::Core &)> &question) const;
+    template <typename R> R ask(const std::function<R(farm::Core &)> &question) const;
     void tell(const std::function<void(farm::Core &)> &order) const;
+
+    void blocking(const std::function<void()> &work) const; // on the farm's thread, waited for
 
     FarmFaults m_faults;
     FarmPorts m_ports;

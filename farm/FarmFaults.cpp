@@ -1,8 +1,14 @@
 #include "FarmFaults.h"
 #include <QMutexLocker>
 
-namespace {
-struct Known { const char *name; const char *value; const char *what; bool suffix; };
+namespace
+{
+struct Known {
+    const char *name;
+    const char *value;
+    const char *what;
+    bool suffix;
+};
 const Known known[] = {
     {"drop-reply", "1", "the command is carried out, its reply isn't sent", true},
     {"ignore", "1", "the command is neither carried out nor answered", true},
@@ -62,7 +68,7 @@ const Known *find(const QString &name)
     }
     return nullptr;
 }
-}
+} // namespace
 
 bool FarmFaults::set(const QString &name, const QString &value)
 {
@@ -128,7 +134,9 @@ QStringList FarmFaults::help()
 {
     QStringList lines;
     for (const Known &one : known)
-        lines += QStringLiteral("%1%2=%3").arg(QLatin1String(one.name), QLatin1String(one.suffix ? ".CMD" : ""), QLatin1String(one.value)).leftJustified(28)
-                 + QLatin1String(one.what);
+        lines += QStringLiteral("%1%2=%3")
+                     .arg(QLatin1String(one.name), QLatin1String(one.suffix ? ".CMD" : ""), QLatin1String(one.value))
+                     .leftJustified(28) +
+                 QLatin1String(one.what);
     return lines;
 }

@@ -20,12 +20,15 @@ public:
     QString peek(const QString &name) const; // without counting
     bool happens(const QString &name) { return !take(name).isNull(); }
     qint64 number(const QString &name, qint64 fallback = -1); // take() as a number
-    int happened(const QString &name) const; // how often it did
+    int happened(const QString &name) const;                  // how often it did
 
     static QStringList help(); // "NAME=VALUE  what it does", one line a fault
 
 private:
-    struct Fault { QString value; int left = -1; };
+    struct Fault {
+        QString value;
+        int left = -1;
+    };
     mutable QMutex m_mutex;
     QMap<QString, Fault> m_faults;
     QMap<QString, int> m_happened;

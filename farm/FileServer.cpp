@@ -7,14 +7,28 @@
 #include <QJsonDocument>
 #include <QPointer>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 enum Command { AskUpload = 70000, SendData = 70002, Commit = 70004, AskDownload = 70100, RefusedFrame = 79999 };
-enum Code { StartHere = 7000000, AllHere = 7000001, ChunkKept = 7000201, Arrived = 7000404, MoveOk = 7000441, DataFollows = 7010003,
-            NoFile = 7010007, Cancelled = 13010005, NoRecord = 13010102, TooMuch = 13010202, WriteFailed = 13010201, StartTooFar = 13020304 };
+enum Code {
+    StartHere = 7000000,
+    AllHere = 7000001,
+    ChunkKept = 7000201,
+    Arrived = 7000404,
+    MoveOk = 7000441,
+    DataFollows = 7010003,
+    NoFile = 7010007,
+    Cancelled = 13010005,
+    NoRecord = 13010102,
+    TooMuch = 13010202,
+    WriteFailed = 13010201,
+    StartTooFar = 13020304
+};
 constexpr qint64 window = 4 << 20; // bytes on their way in either direction
-}
+} // namespace
 
 FileServer::FileServer(Core &core) : m_core(core)
 {
@@ -62,10 +76,7 @@ FileLink::FileLink(Core &core, QTcpSocket *socket, QObject *parent) : QObject(pa
     m_paceTimer.setInterval(100);
 }
 
-void FileLink::drop()
-{
-    m_socket->abort();
-}
+void FileLink::drop() { m_socket->abort(); }
 
 void FileLink::read()
 {
@@ -119,7 +130,9 @@ void FileLink::begin(const Frame &frame)
 {
     const bool data = frame.command == SendData;
     const int phase = data ? 1 : frame.command == Commit ? 2 : 0;
-    const bool right = (frame.command == AskUpload || data || frame.command == Commit || frame.command == AskDownload) && frame.phase == phase;
+    const bool right =
+        (frame.command == AskUpload || data || frame.command == Commit || frame.command == AskDownload) &&
+        frame.phase == phase;
     if (!right)
         return refuse(QStringLiteral("command %1 with phase %2").arg(frame.command).arg(frame.phase), frame.command);
     if (frame.token != m_core.account->transferBytes()) {
@@ -127,7 +140,11 @@ void FileLink::begin(const Frame &frame)
         return refuse({}, RefusedFrame);
     }
     if (!data && (frame.offset != -1 || frame.length > MaxFrameJson))
-        return refuse(QStringLiteral("command %1 with offset %2, length %3").arg(frame.command).arg(frame.offset).arg(frame.length), frame.command);
+        return refuse(QStringLiteral("command %1 with offset %2, length %3")
+                          .arg(frame.command)
+                          .arg(frame.offset)
+                          .arg(frame.length),
+                      frame.command);
     if (m_core.faults.happens(QStringLiteral("refuse-frame")))
         return refuse({}, RefusedFrame);
     if (m_core.faults.happens(QStringLiteral("refuse-frame-other")))
@@ -188,7 +205,8 @@ void FileLink::ask(const QJsonObject &body)
     m_identity.mtime = body.value("lastModified").toVariant().toLongLong();
     m_identity.task = body.value("taskId").toInt();
     m_identity.compressed = body.value("isCompressed").toBool();
-    m_identity.wireSize = m_identity.compressed ? body.value("compressedSize").toVariant().toLongLong() : m_identity.size;
+    m_identity.wireSize =
+        m_identity.compressed ? body.value("compressedSize").toVariant().toLongLong() : m_identity.size;
     m_identity.etag = body.value("ETag").toString().toLower();
     const Task *task = m_core.tasks->byId(m_identity.task);
     if (!task || m_identity.size < 0 || m_identity.wireSize < 0)
@@ -264,8 +282,12 @@ void FileLink::beginData()
     } else if (const qint64 code = m_core.faults.number(QStringLiteral("data-code")); code >= 0) {
         m_dataCode = int(code);
         m_state = Skip;
-    } else if (m_frame.offset < 0 || m_frame.offset > m_core.store->received(m_identity) || m_frame.offset + m_left > m_identity.wireSize) {
-        m_core.violation(QStringLiteral("chunk %1+%2 of %3, %4 bytes here").arg(m_frame.offset).arg(m_left).arg(m_identity.wireSize)
+    } else if (m_frame.offset < 0 || m_frame.offset > m_core.store->received(m_identity) ||
+               m_frame.offset + m_left > m_identity.wireSize) {
+        m_core.violation(QStringLiteral("chunk %1+%2 of %3, %4 bytes here")
+                             .arg(m_frame.offset)
+                             .arg(m_left)
+                             .arg(m_identity.wireSize)
                              .arg(m_core.store->received(m_identity)));
         m_dataCode = TooMuch;
         m_state = Skip;
@@ -413,4 +435,4 @@ void FileLink::send(const QByteArray &bytes)
     }
 }
 
-}
+} // namespace farm

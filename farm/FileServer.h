@@ -1,6 +1,6 @@
 #pragma once
-// The file server: one connection moves one file. Upload: ask (where to go on), one chunk, ask, chunk, ... until the ask
-// answers that all is there, then the commit. Download: an ask, then the rest of the file streams out.
+// The file server: one connection moves one file. Upload: ask (where to go on), one chunk, ask, chunk, ... until the
+// ask answers that all is there, then the commit. Download: an ask, then the rest of the file streams out.
 #include "ContentStore.h"
 #include "Wire.h"
 #include <QFile>
@@ -10,7 +10,8 @@
 #include <QTcpSocket>
 #include <QTimer>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -73,4 +74,4 @@ private:
     QTimer m_paceTimer;
 };
 
-}
+} // namespace farm

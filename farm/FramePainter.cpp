@@ -1,15 +1,17 @@
 #include "FramePainter.h"
 #include "PixelFont.h"
+#include <cmath>
 #include <QColor>
 #include <QCryptographicHash>
 #include <QImage>
 #include <QImageWriter>
-#include <cmath>
 #include <vector>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 constexpr int ridges = 5;
 
 // Repeatable numbers out of a hash: 0 to 1 for a lattice point.
@@ -40,13 +42,14 @@ struct Noise {
 QRgb mix(QRgb a, QRgb b, double share)
 {
     const int s = qBound(0, int(share * 256), 256);
-    return qRgb((qRed(a) * (256 - s) + qRed(b) * s) >> 8, (qGreen(a) * (256 - s) + qGreen(b) * s) >> 8, (qBlue(a) * (256 - s) + qBlue(b) * s) >> 8);
+    return qRgb((qRed(a) * (256 - s) + qRed(b) * s) >> 8, (qGreen(a) * (256 - s) + qGreen(b) * s) >> 8,
+                (qBlue(a) * (256 - s) + qBlue(b) * s) >> 8);
 }
 
 struct View {
     QRgb high, low, far, near, sun;
-    double sunX, sunY, sunSize; // in pixels
-    int shore;                  // first row of the water
+    double sunX, sunY, sunSize;   // in pixels
+    int shore;                    // first row of the water
     std::vector<int> top[ridges]; // first row of each ridge by column, far to near
 };
 
@@ -102,7 +105,8 @@ QRgb land(const View &view, int x, int y)
         const double near = double(r + 1) / ridges;
         // Mist gathers at the foot, more the farther the ridge.
         const double depth = double(y - top) / view.shore;
-        return mix(mix(view.far, view.near, near), view.low, qBound(0.0, 0.12 * (1 - near) + 1.1 * depth * (1 - near), 0.9));
+        return mix(mix(view.far, view.near, near), view.low,
+                   qBound(0.0, 0.12 * (1 - near) + 1.1 * depth * (1 - near), 0.9));
     }
     return sky(view, x, y);
 }
@@ -151,7 +155,7 @@ void paintLabel(QImage *image, const FramePicture &what)
             line[x] = accent;
     }
 }
-}
+} // namespace
 
 bool paintFrame(const FramePicture &what, const QString &file, QString *error)
 {
@@ -172,4 +176,4 @@ bool paintFrame(const FramePicture &what, const QString &file, QString *error)
     return good;
 }
 
-}
+} // namespace farm

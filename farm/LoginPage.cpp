@@ -3,9 +3,11 @@
 #include <QJsonObject>
 #include <QStringList>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 const char *const style = R"css(
 * { box-sizing: border-box; }
 html, body { margin: 0; height: 100%; background: #282828; color: #ccc; font: 12px "Microsoft Yahei", "Noto Sans CJK SC", sans-serif; }
@@ -28,7 +30,8 @@ p { line-height: 20px; }
 )css";
 
 // "Login" is what the client puts into the window; in another browser it isn't there, and the page only tells how the
-// login went. A stored record fills the fields in; it is used unattended when it says so, or when the page was asked to.
+// login went. A stored record fills the fields in; it is used unattended when it says so, or when the page was asked
+// to.
 const char *const script = R"js(
 (function () {
   var client = window.Login, fails = 0, busy = false, unattended = false;
@@ -96,43 +99,49 @@ QByteArray json(const QJsonObject &object)
     return QJsonDocument(object).toJson(QJsonDocument::Compact).replace("</", "<\\/");
 }
 
-QByteArray html(const QString &text)
-{
-    return text.toHtmlEscaped().toUtf8();
-}
-}
+QByteArray html(const QString &text) { return text.toHtmlEscaped().toUtf8(); }
+} // namespace
 
 QByteArray loginPageText(const QString &user, const QString &password, bool english, bool automatic)
 {
-    const auto pick = [english](const char *chinese, const char *other) { return QString::fromUtf8(english ? other : chinese); };
+    const auto pick = [english](const char *chinese, const char *other) {
+        return QString::fromUtf8(english ? other : chinese);
+    };
     const QJsonObject words{
         {"unreachable", pick("无法连接农场，请稍后再试", "The farm can't be reached, try again in a moment")},
-        {"nowhere", pick("%1 登录成功。请在客户端中打开此页面。", "%1 is logged in. Open this page in the client to go on.")},
+        {"nowhere",
+         pick("%1 登录成功。请在客户端中打开此页面。", "%1 is logged in. Open this page in the client to go on.")},
         {"entering", pick("登录成功，正在进入…", "Logged in, opening the client ...")},
         {"noname", pick("请输入账号", "Enter the account")},
         {"asking", pick("正在登录…", "Logging in ...")},
-        {"browser", pick("此页面不在客户端中，登录只作测试。", "This page isn't inside the client: logging in here is only a test.")}};
-    QByteArray page = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + html(pick("登录", "Log in")) + "</title><style>" + style
-                      + "</style></head><body><form id=\"form\" class=\"box\">\n";
-    page += "<h1>" + html(pick("本机渲染农场", "Local render farm")) + "</h1><div class=\"quiet\">"
-            + html(pick("演示账号已填好", "The demo account is filled in")) + "</div>\n";
-    page += "<label for=\"username\">" + html(pick("账号", "Account")) + "</label><input id=\"username\" type=\"text\" autocomplete=\"off\">\n";
-    page += "<label for=\"password\">" + html(pick("密码", "Password")) + "</label><input id=\"password\" type=\"password\">\n";
-    page += "<div class=\"ticks\"><label><input id=\"remember\" type=\"checkbox\">" + html(pick("记住密码", "Remember me")) + "</label>"
-            + "<label><input id=\"autologin\" type=\"checkbox\">" + html(pick("自动登录", "Log in by itself")) + "</label></div>\n";
-    page += "<button id=\"enter\" type=\"submit\">" + html(pick("登录", "Log in")) + "</button><div id=\"message\"></div></form>\n<script>\n";
-    page += "var automatic = " + QByteArray(automatic ? "true" : "false") + ", words = " + json(words) + ", demo = "
-            + json({{"username", user}, {"password", password}}) + ";" + script + "</script></body></html>\n";
+        {"browser", pick("此页面不在客户端中，登录只作测试。",
+                         "This page isn't inside the client: logging in here is only a test.")}};
+    QByteArray page = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + html(pick("登录", "Log in")) +
+                      "</title><style>" + style + "</style></head><body><form id=\"form\" class=\"box\">\n";
+    page += "<h1>" + html(pick("本机渲染农场", "Local render farm")) + "</h1><div class=\"quiet\">" +
+            html(pick("演示账号已填好", "The demo account is filled in")) + "</div>\n";
+    page += "<label for=\"username\">" + html(pick("账号", "Account")) +
+            "</label><input id=\"username\" type=\"text\" autocomplete=\"off\">\n";
+    page += "<label for=\"password\">" + html(pick("密码", "Password")) +
+            "</label><input id=\"password\" type=\"password\">\n";
+    page += "<div class=\"ticks\"><label><input id=\"remember\" type=\"checkbox\">" +
+            html(pick("记住密码", "Remember me")) + "</label>" + "<label><input id=\"autologin\" type=\"checkbox\">" +
+            html(pick("自动登录", "Log in by itself")) + "</label></div>\n";
+    page += "<button id=\"enter\" type=\"submit\">" + html(pick("登录", "Log in")) +
+            "</button><div id=\"message\"></div></form>\n<script>\n";
+    page += "var automatic = " + QByteArray(automatic ? "true" : "false") + ", words = " + json(words) +
+            ", demo = " + json({{"username", user}, {"password", password}}) + ";" + script +
+            "</script></body></html>\n";
     return page;
 }
 
 QByteArray simplePageText(const QString &title, const QStringList &lines)
 {
-    QByteArray page = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + html(title) + "</title><style>" + style
-                      + "</style></head><body><div class=\"box\"><h1>" + html(title) + "</h1>\n";
+    QByteArray page = "<!DOCTYPE html>\n<html><head><meta charset=\"utf-8\"><title>" + html(title) + "</title><style>" +
+                      style + "</style></head><body><div class=\"box\"><h1>" + html(title) + "</h1>\n";
     for (const QString &line : lines)
         page += "<p>" + html(line) + "</p>\n";
     return page + "</div></body></html>\n";
 }
 
-}
+} // namespace farm

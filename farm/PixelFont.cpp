@@ -1,9 +1,15 @@
 #include "PixelFont.h"
 
-namespace farm {
+namespace farm
+{
 
-namespace {
-struct Glyph { char letter; quint8 rows[7]; }; // five bits a row, the highest is the leftmost pixel
+namespace
+{
+struct Glyph {
+    char letter;
+    quint8 rows[7];
+}; // five bits a row, the highest is the leftmost pixel
+// clang-format off
 const Glyph glyphs[] = {
     {'0', {0x0e, 0x11, 0x13, 0x15, 0x19, 0x11, 0x0e}}, {'1', {0x04, 0x0c, 0x04, 0x04, 0x04, 0x04, 0x0e}},
     {'2', {0x0e, 0x11, 0x01, 0x06, 0x08, 0x10, 0x1f}}, {'3', {0x1e, 0x01, 0x01, 0x0e, 0x01, 0x01, 0x1e}},
@@ -34,6 +40,7 @@ const Glyph glyphs[] = {
     {'\'', {0x04, 0x04, 0, 0, 0, 0, 0}},               {'!', {0x04, 0x04, 0x04, 0x04, 0x04, 0, 0x04}},
     {'&', {0x0c, 0x12, 0x14, 0x08, 0x15, 0x12, 0x0d}}, {'|', {0x04, 0x04, 0x04, 0x04, 0x04, 0x04, 0x04}},
 };
+// clang-format on
 const Glyph box = {0, {0x1f, 0x11, 0x11, 0x11, 0x11, 0x11, 0x1f}};
 
 const Glyph &glyphOf(QChar letter)
@@ -45,12 +52,9 @@ const Glyph &glyphOf(QChar letter)
     }
     return box;
 }
-}
+} // namespace
 
-int textWidth(const QString &text, int scale)
-{
-    return text.size() * 6 * scale;
-}
+int textWidth(const QString &text, int scale) { return text.size() * 6 * scale; }
 
 void drawText(QImage *image, int x, int y, const QString &text, QRgb colour, int scale)
 {
@@ -70,4 +74,4 @@ void drawText(QImage *image, int x, int y, const QString &text, QRgb colour, int
     }
 }
 
-}
+} // namespace farm

@@ -1,23 +1,23 @@
 #include "RenderPlan.h"
+#include <algorithm>
 #include <QJsonArray>
 #include <QRegularExpression>
 #include <QSet>
-#include <algorithm>
 
-namespace farm {
-
-namespace {
-struct Output { QString name; QString frames, keyFrames; int width = 0, height = 0; };
-
-QString textOf(const QJsonValue &value)
+namespace farm
 {
-    return value.isDouble() ? QString::number(value.toInt()) : value.toString();
-}
 
-int numberOf(const QJsonValue &value)
+namespace
 {
-    return value.isString() ? value.toString().toInt() : value.toInt();
-}
+struct Output {
+    QString name;
+    QString frames, keyFrames;
+    int width = 0, height = 0;
+};
+
+QString textOf(const QJsonValue &value) { return value.isDouble() ? QString::number(value.toInt()) : value.toString(); }
+
+int numberOf(const QJsonValue &value) { return value.isString() ? value.toString().toInt() : value.toInt(); }
 
 QStringList names(const QJsonValue &value)
 {
@@ -59,7 +59,8 @@ Output output(const QString &name, const QJsonObject &from, const QJsonObject &f
         return from.contains(word) ? from.value(word) : fallback.value(word);
     };
     const QJsonArray pair = pick("reslution").toArray();
-    Output one{name, textOf(pick("frames")), textOf(pick("keyFrames")), numberOf(pick("width")), numberOf(pick("height"))};
+    Output one{name, textOf(pick("frames")), textOf(pick("keyFrames")), numberOf(pick("width")),
+               numberOf(pick("height"))};
     if (pair.size() == 2 && one.width <= 0)
         one.width = numberOf(pair.at(0)), one.height = numberOf(pair.at(1));
     return one;
@@ -73,7 +74,8 @@ QVector<Output> outputsOf(const QJsonObject &order, int softwareType)
     switch (softwareType) {
     case 1:
         for (const QJsonObject &layer : chosen(value.isArray() ? value.toArray() : model.value("layers").toArray())) {
-            QStringList views = cameras(layer, {"cameras_array", "camerasArray", "enableCameras", "cameras", "cameras_overide"});
+            QStringList views =
+                cameras(layer, {"cameras_array", "camerasArray", "enableCameras", "cameras", "cameras_overide"});
             for (const QString &view : views.isEmpty() ? QStringList{QString()} : views) {
                 const QString name = layer.value("layer").toString();
                 list += output(view.isEmpty() ? name : QStringLiteral("%1_%2").arg(name, view), layer, model);
@@ -88,7 +90,8 @@ QVector<Output> outputsOf(const QJsonObject &order, int softwareType)
         for (const QJsonObject &image : chosen(model.value("images").toArray())) {
             const QVector<QJsonObject> layers = chosen(image.value("layers").toArray());
             for (const QJsonObject &layer : layers)
-                list += output(image.value("name").toString() + QLatin1Char('_') + layer.value("name").toString(), layer, image);
+                list += output(image.value("name").toString() + QLatin1Char('_') + layer.value("name").toString(),
+                               layer, image);
             if (layers.isEmpty())
                 list += output(image.value("name").toString(), image);
         }
@@ -106,17 +109,15 @@ QVector<Output> outputsOf(const QJsonObject &order, int softwareType)
     return list;
 }
 
-int clampFrame(qint64 frame)
-{
-    return int(qBound(qint64(-10000), frame, qint64(100000)));
-}
-}
+int clampFrame(qint64 frame) { return int(qBound(qint64(-10000), frame, qint64(100000))); }
+} // namespace
 
 QVector<int> frameNumbers(const QString &text)
 {
     static const QRegularExpression term(QStringLiteral("^(-?\\d{1,9})(?:-(-?\\d{1,9}))?(?::(\\d{1,9}))?$"));
     QSet<int> found;
-    const QStringList terms = QString(text).replace(QChar(0xff0c), QLatin1Char(',')).split(QLatin1Char(','), Qt::SkipEmptyParts);
+    const QStringList terms =
+        QString(text).replace(QChar(0xff0c), QLatin1Char(',')).split(QLatin1Char(','), Qt::SkipEmptyParts);
     for (const QString &one : terms) {
         const QRegularExpressionMatch match = term.match(one.trimmed());
         if (!match.hasMatch())
@@ -144,7 +145,8 @@ QString pathPiece(const QString &name)
 QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QString &sceneName, int maxWidth)
 {
     const QString base = pathPiece(sceneName.section(QLatin1Char('/'), -1).section(QLatin1Char('.'), 0, -2));
-    const bool forceSize = numberOf(order.value("noSolutionCheck")) == 1, forceFrames = numberOf(order.value("noFrameCheck")) == 1;
+    const bool forceSize = numberOf(order.value("noSolutionCheck")) == 1,
+               forceFrames = numberOf(order.value("noFrameCheck")) == 1;
     const QString keyText = textOf(order.value("keyFrames"));
     QVector<FrameJob> first, rest;
     QSet<QString> folders;
@@ -169,8 +171,14 @@ QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QS
             numbers += 1;
         const QVector<int> keys = frameNumbers(one.keyFrames.isEmpty() ? keyText : one.keyFrames);
         for (int frame : numbers) {
-            const QString digits = QStringLiteral("%1%2").arg(frame < 0 ? QStringLiteral("-") : QString()).arg(qAbs(frame), 4, 10, QLatin1Char('0'));
-            const FrameJob job{one.name, frame, one.width, one.height, std::binary_search(keys.begin(), keys.end(), frame),
+            const QString digits = QStringLiteral("%1%2")
+                                       .arg(frame < 0 ? QStringLiteral("-") : QString())
+                                       .arg(qAbs(frame), 4, 10, QLatin1Char('0'));
+            const FrameJob job{one.name,
+                               frame,
+                               one.width,
+                               one.height,
+                               std::binary_search(keys.begin(), keys.end(), frame),
                                QStringLiteral("%1/%2.%3.png").arg(folder, base, digits)};
             (job.key ? first : rest) += job;
         }
@@ -178,4 +186,4 @@ QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QS
     return first + rest;
 }
 
-}
+} // namespace farm

@@ -5,7 +5,8 @@
 #include <QString>
 #include <QVector>
 
-namespace farm {
+namespace farm
+{
 
 struct FrameJob {
     QString camera; // camera, layer or node
@@ -22,4 +23,4 @@ QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QS
 // A name that can stand as one piece of a path on every system.
 QString pathPiece(const QString &name);
 
-}
+} // namespace farm

@@ -11,13 +11,15 @@
 #include <QFileInfo>
 #include <QProcess>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
-constexpr int heldMs = 200;          // how often a held renderer looks again
+namespace
+{
+constexpr int heldMs = 200; // how often a held renderer looks again
 constexpr double framePrice = 0.01;
 constexpr qint64 commandLimitMs = 3600000;
-}
+} // namespace
 
 // What a pool thread needs of a frame, and what it brings.
 struct Renderer::Work {
@@ -45,10 +47,7 @@ Renderer::~Renderer()
         work->stop = true;
 }
 
-void Renderer::wake()
-{
-    m_wake.start(0);
-}
+void Renderer::wake() { m_wake.start(0); }
 
 void Renderer::look()
 {
@@ -142,7 +141,8 @@ void Renderer::start(Task &task, int index, const QString &seed)
     }
     work->task = task.id;
     work->index = index;
-    work->picture = {seed, task.name, frame.job.camera, task.num, frame.job.frame, place, count, frame.job.width, frame.job.height};
+    work->picture = {seed,  task.name, frame.job.camera, task.num,        frame.job.frame,
+                     place, count,     frame.job.width,  frame.job.height};
     work->command = m_core.options.renderCommands.value(task.softwareType);
     work->target = m_core.tasks->resultFile(task.id, frame.job.path);
     work->fail = m_core.faults.happens(QStringLiteral("render-fail"));
@@ -184,9 +184,12 @@ bool Renderer::runCommand(Work &work, const QString &file)
 {
     QStringList words = QProcess::splitCommand(work.command);
     for (QString &word : words) {
-        word.replace(QStringLiteral("%scene%"), work.sceneFile).replace(QStringLiteral("%frame%"), QString::number(work.picture.frame))
-            .replace(QStringLiteral("%camera%"), work.picture.camera).replace(QStringLiteral("%out%"), file)
-            .replace(QStringLiteral("%width%"), QString::number(work.picture.width)).replace(QStringLiteral("%height%"), QString::number(work.picture.height));
+        word.replace(QStringLiteral("%scene%"), work.sceneFile)
+            .replace(QStringLiteral("%frame%"), QString::number(work.picture.frame))
+            .replace(QStringLiteral("%camera%"), work.picture.camera)
+            .replace(QStringLiteral("%out%"), file)
+            .replace(QStringLiteral("%width%"), QString::number(work.picture.width))
+            .replace(QStringLiteral("%height%"), QString::number(work.picture.height));
     }
     QProcess process;
     process.setProcessChannelMode(QProcess::MergedChannels);
@@ -199,10 +202,12 @@ bool Renderer::runCommand(Work &work, const QString &file)
             process.waitForFinished(5000);
         }
     }
-    const bool good = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0 && process.error() == QProcess::UnknownError
-                      && QFileInfo(file).size() > 0;
+    const bool good = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0 &&
+                      process.error() == QProcess::UnknownError && QFileInfo(file).size() > 0;
     if (!good)
-        work.error = QStringLiteral("%1: %2 %3").arg(words.value(0), process.errorString(), QString::fromLocal8Bit(process.readAll().right(2000)));
+        work.error =
+            QStringLiteral("%1: %2 %3")
+                .arg(words.value(0), process.errorString(), QString::fromLocal8Bit(process.readAll().right(2000)));
     return good;
 }
 
@@ -214,7 +219,8 @@ void Renderer::finished(const std::shared_ptr<Work> &work)
     if (work->stop || !task || work->index >= task->frames.size() || task->frames.at(work->index).state != FrameRunning)
         return;
     if (!work->good)
-        qWarning().noquote() << "farm::Renderer::finished" << task->id << task->frames.at(work->index).job.path << work->error;
+        qWarning().noquote() << "farm::Renderer::finished" << task->id << task->frames.at(work->index).job.path
+                             << work->error;
     m_core.tasks->frameEnded(*task, work->index, work->good ? FrameDone : FrameFailed, work->size, work->hash);
     if (work->good) {
         task->cost += framePrice;
@@ -231,8 +237,10 @@ void Renderer::settle(Task &task)
         return m_core.tasks->setState(task, Render, Paused);
     if (task.status == Ended || running > 0 || waiting > 0)
         return;
-    m_core.tasks->setState(task, Render, Ended, task.counted(FrameDone) == 0 && task.counted(FrameFailed) > 0 ? Failed : 0);
-    m_core.event(QStringLiteral("rendered %1: %2 of %3").arg(task.id).arg(task.counted(FrameDone)).arg(task.frames.size()));
+    m_core.tasks->setState(task, Render, Ended,
+                           task.counted(FrameDone) == 0 && task.counted(FrameFailed) > 0 ? Failed : 0);
+    m_core.event(
+        QStringLiteral("rendered %1: %2 of %3").arg(task.id).arg(task.counted(FrameDone)).arg(task.frames.size()));
     m_core.account->addNotice(1, QStringLiteral("任务 %1 渲染结束").arg(task.name));
     m_core.business->announce(task);
     emit m_core.taskFinished(task.id);
@@ -250,4 +258,4 @@ void Renderer::abandon(Task &task)
     }
 }
 
-}
+} // namespace farm

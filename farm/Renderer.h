@@ -1,15 +1,16 @@
 #pragma once
-// Renders the frames of the tasks whose upload is complete, some at a time on the pool, in the order of the queue, priority
-// frames first; by the built-in painter or by a command of the software's own. It obeys: a paused task doesn't render, a
-// cancelled one has ended, and what a thread brings for either is thrown away.
+// Renders the frames of the tasks whose upload is complete, some at a time on the pool, in the order of the queue,
+// priority frames first; by the built-in painter or by a command of the software's own. It obeys: a paused task doesn't
+// render, a cancelled one has ended, and what a thread brings for either is thrown away.
 #include "Tasks.h"
+#include <atomic>
+#include <memory>
 #include <QElapsedTimer>
 #include <QObject>
 #include <QTimer>
-#include <atomic>
-#include <memory>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -41,4 +42,4 @@ private:
     QList<std::shared_ptr<Work>> m_running;
 };
 
-}
+} // namespace farm

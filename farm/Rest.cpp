@@ -5,25 +5,35 @@
 #include <QTimer>
 #include <QUrl>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 constexpr int maxHead = 64 << 10, maxBody = 256 << 20;
 
 QByteArray statusText(int status)
 {
     switch (status) {
-    case 200: return "OK";
-    case 400: return "Bad Request";
-    case 401: return "Unauthorized";
-    case 404: return "Not Found";
-    case 405: return "Method Not Allowed";
-    case 411: return "Length Required";
-    case 413: return "Payload Too Large";
-    default: return status < 500 ? "Refused" : "Server Error";
+    case 200:
+        return "OK";
+    case 400:
+        return "Bad Request";
+    case 401:
+        return "Unauthorized";
+    case 404:
+        return "Not Found";
+    case 405:
+        return "Method Not Allowed";
+    case 411:
+        return "Length Required";
+    case 413:
+        return "Payload Too Large";
+    default:
+        return status < 500 ? "Refused" : "Server Error";
     }
 }
-}
+} // namespace
 
 HttpAnswer jsonAnswer(const QJsonObject &body, int status)
 {
@@ -56,7 +66,8 @@ HttpFeed::Step HttpFeed::next(HttpRequest *request, int *status)
         return Bad;
     }
     bool good = true;
-    const qint64 length = request->headers.contains("content-length") ? request->headers.value("content-length").toLongLong(&good) : 0;
+    const qint64 length =
+        request->headers.contains("content-length") ? request->headers.value("content-length").toLongLong(&good) : 0;
     if (!good || length < 0 || length > maxBody) {
         *status = good && length > maxBody ? 413 : 400;
         return Bad;
@@ -74,10 +85,7 @@ HttpFeed::Step HttpFeed::next(HttpRequest *request, int *status)
     return Whole;
 }
 
-Rest::Rest(Core &core) : m_core(core)
-{
-    connect(&m_server, &QTcpServer::newConnection, this, &Rest::accept);
-}
+Rest::Rest(Core &core) : m_core(core) { connect(&m_server, &QTcpServer::newConnection, this, &Rest::accept); }
 
 bool Rest::listen(int port, QString *error)
 {
@@ -87,10 +95,7 @@ bool Rest::listen(int port, QString *error)
     return false;
 }
 
-QString Rest::address() const
-{
-    return QStringLiteral("http://%1:%2").arg(m_core.options.address).arg(port());
-}
+QString Rest::address() const { return QStringLiteral("http://%1:%2").arg(m_core.options.address).arg(port()); }
 
 void Rest::accept()
 {
@@ -133,7 +138,8 @@ void Rest::read(QTcpSocket *socket, HttpFeed *feed)
             if (!control && m_core.faults.happens(QStringLiteral("http-silent")))
                 continue;
             const qint64 forced = control ? -1 : m_core.faults.number(QStringLiteral("http-status"));
-            const HttpAnswer whole = forced > 0 ? jsonAnswer({{"code", forced}, {"result", 0}}, int(forced)) : answer(request);
+            const HttpAnswer whole =
+                forced > 0 ? jsonAnswer({{"code", forced}, {"result", 0}}, int(forced)) : answer(request);
             const bool close = request.headers.value("connection").toLower() == "close";
             const qint64 delay = control ? -1 : m_core.faults.number(QStringLiteral("http-delay"));
             const QPointer<QTcpSocket> guard(socket);
@@ -151,10 +157,10 @@ void Rest::read(QTcpSocket *socket, HttpFeed *feed)
 
 void Rest::send(QTcpSocket *socket, const HttpAnswer &answer, bool close)
 {
-    QByteArray bytes = "HTTP/1.1 " + QByteArray::number(answer.status) + ' ' + statusText(answer.status)
-                       + "\r\nContent-Type: " + answer.type + "\r\nCache-Control: no-store\r\n" + answer.extra
-                       + "Connection: " + (close ? "close" : "keep-alive") + "\r\nContent-Length: " + QByteArray::number(answer.body.size())
-                       + "\r\n\r\n" + answer.body;
+    QByteArray bytes = "HTTP/1.1 " + QByteArray::number(answer.status) + ' ' + statusText(answer.status) +
+                       "\r\nContent-Type: " + answer.type + "\r\nCache-Control: no-store\r\n" + answer.extra +
+                       "Connection: " + (close ? "close" : "keep-alive") +
+                       "\r\nContent-Length: " + QByteArray::number(answer.body.size()) + "\r\n\r\n" + answer.body;
     if (m_core.faults.happens(QStringLiteral("split-http"))) {
         for (char one : bytes) {
             socket->write(&one, 1);
@@ -167,4 +173,4 @@ void Rest::send(QTcpSocket *socket, const HttpAnswer &answer, bool close)
         socket->disconnectFromHost();
 }
 
-}
+} // namespace farm

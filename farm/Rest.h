@@ -1,16 +1,17 @@
 #pragma once
-// The HTTP side: login page and login, update answer, farm look-up, transfer token, instant upload, log upload, the small
-// pages behind the links of the login answer, and /farm/... for who tests: faults and the state of things.
-// One request after the other on a kept connection; bodies by Content-Length only.
+// The HTTP side: login page and login, update answer, farm look-up, transfer token, instant upload, log upload, the
+// small pages behind the links of the login answer, and /farm/... for who tests: faults and the state of things. One
+// request after the other on a kept connection; bodies by Content-Length only.
+#include <functional>
 #include <QJsonObject>
 #include <QMap>
 #include <QObject>
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QUrlQuery>
-#include <functional>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -78,4 +79,4 @@ HttpAnswer jsonAnswer(const QJsonObject &body, int status = 200);
 QByteArray loginPageText(const QString &user, const QString &password, bool english, bool automatic);
 QByteArray simplePageText(const QString &title, const QStringList &lines);
 
-}
+} // namespace farm

@@ -10,7 +10,8 @@
 #include <QJsonDocument>
 #include <QTimer>
 
-namespace farm {
+namespace farm
+{
 
 HttpAnswer Rest::answer(const HttpRequest &request)
 {
@@ -46,8 +47,11 @@ HttpAnswer Rest::loginPage(const HttpRequest &request)
     if (request.item("version") != QLatin1String("qn"))
         m_core.violation(QStringLiteral("login page without version=qn"));
     const bool automatic = request.item("auto") == QLatin1String("1") || m_core.options.autoLogin;
-    return {200, "text/html; charset=utf-8",
-            loginPageText(m_core.options.user, m_core.options.password, request.item("en") == QLatin1String("true"), automatic), {}};
+    return {200,
+            "text/html; charset=utf-8",
+            loginPageText(m_core.options.user, m_core.options.password, request.item("en") == QLatin1String("true"),
+                          automatic),
+            {}};
 }
 
 HttpAnswer Rest::login(const HttpRequest &request)
@@ -56,8 +60,12 @@ HttpAnswer Rest::login(const HttpRequest &request)
     QString problem;
     const QString auth = m_core.account->login(body.value("sessionId").toString(), body.value("username").toString(),
                                                body.value("password").toString(), &problem);
-    m_core.event(QStringLiteral("page login %1").arg(problem.isEmpty() ? QStringLiteral("good") : QStringLiteral("refused")));
-    return jsonAnswer({{"code", problem.isEmpty() ? 0 : 1}, {"result", problem.isEmpty() ? 1 : 0}, {"msg", problem}, {"token", auth},
+    m_core.event(
+        QStringLiteral("page login %1").arg(problem.isEmpty() ? QStringLiteral("good") : QStringLiteral("refused")));
+    return jsonAnswer({{"code", problem.isEmpty() ? 0 : 1},
+                       {"result", problem.isEmpty() ? 1 : 0},
+                       {"msg", problem},
+                       {"token", auth},
                        {"username", m_core.options.user}});
 }
 
@@ -102,7 +110,10 @@ HttpAnswer Rest::roleToken(const HttpRequest &request)
         return refusal;
     if (m_core.faults.happens(QStringLiteral("role-fail")))
         return jsonAnswer({{"code", 1}, {"result", 0}, {"msg", QStringLiteral("no token")}});
-    return jsonAnswer({{"code", 0}, {"result", 1}, {"msg", QString()}, {"data", QJsonObject{{"token", m_core.account->transferToken()}}}});
+    return jsonAnswer({{"code", 0},
+                       {"result", 1},
+                       {"msg", QString()},
+                       {"data", QJsonObject{{"token", m_core.account->transferToken()}}}});
 }
 
 HttpAnswer Rest::sourceFiles(const HttpRequest &request)
@@ -143,7 +154,11 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     }
     ++m_core.counters.instantMisses;
     const int port = m_core.files->port();
-    return told(101402, "不存在", {{"hostLan", m_core.options.address}, {"portLan", port}, {"hostWan", m_core.options.address}, {"portWan", port}});
+    return told(101402, "不存在",
+                {{"hostLan", m_core.options.address},
+                 {"portLan", port},
+                 {"hostWan", m_core.options.address},
+                 {"portWan", port}});
 }
 
 HttpAnswer Rest::logs(const HttpRequest &request)
@@ -151,12 +166,14 @@ HttpAnswer Rest::logs(const HttpRequest &request)
     ++m_core.counters.logUploads;
     if (!request.headers.value("content-type").startsWith("multipart/form-data"))
         m_core.violation(QStringLiteral("log upload that isn't a form"));
-    QFile file(m_core.folder(QStringLiteral("logs")) + QStringLiteral("/upload-%1.txt").arg(QDateTime::currentMSecsSinceEpoch()));
+    QFile file(m_core.folder(QStringLiteral("logs")) +
+               QStringLiteral("/upload-%1.txt").arg(QDateTime::currentMSecsSinceEpoch()));
     const bool good = file.open(QIODevice::WriteOnly) && file.write(request.body) == request.body.size();
     return jsonAnswer({{"code", good ? 0 : 1}, {"result", good ? 1 : 0}});
 }
 
-// For who tests: /farm/fault?name=..&value=.. , /farm/kick?reason=.. , /farm/drop , /farm/balance?value=.. , /farm/rotate , /farm/state.
+// For who tests: /farm/fault?name=..&value=.. , /farm/kick?reason=.. , /farm/drop , /farm/balance?value=.. ,
+// /farm/rotate , /farm/state.
 HttpAnswer Rest::control(const HttpRequest &request)
 {
     const QString word = request.path.mid(6);
@@ -178,54 +195,92 @@ HttpAnswer Rest::control(const HttpRequest &request)
     else if (word == QLatin1String("notice"))
         m_core.account->addNotice(3, request.item("content"));
     else if (word == QLatin1String("drop"))
-        QTimer::singleShot(0, this, [this] { m_core.business->dropLinks(), m_core.rest->dropLinks(), m_core.files->dropLinks(); });
+        QTimer::singleShot(
+            0, this, [this] { m_core.business->dropLinks(), m_core.rest->dropLinks(), m_core.files->dropLinks(); });
     else if (word != QLatin1String("state"))
         return jsonAnswer({{"result", 0}}, 404);
     QJsonArray tasks, stored;
     for (const FarmOrder &one : m_core.tasks->describe()) {
         QJsonArray results;
         for (const FarmResult &row : m_core.tasks->results(one.missionId))
-            results.append(QJsonObject{{"id", row.id}, {"path", row.path}, {"hash", row.hash}, {"size", row.size}, {"file", row.file},
-                                       {"pushed", row.pushed}, {"confirmed", row.confirmed}, {"downloaded", row.downloaded}});
-        tasks.append(QJsonObject{{"missionId", one.missionId}, {"num", one.num}, {"name", one.name}, {"clientFlag", one.clientFlag},
-                                 {"stage", one.stage}, {"status", one.status}, {"result", one.result}, {"subtype", one.subtype},
-                                 {"ordered", one.ordered}, {"uploaded", one.uploaded}, {"orders", one.orders}, {"files", one.files},
-                                 {"filesHere", one.filesHere}, {"frames", one.frames}, {"framesDone", one.framesDone},
-                                 {"framesFailed", one.framesFailed}, {"results", results}});
+            results.append(QJsonObject{{"id", row.id},
+                                       {"path", row.path},
+                                       {"hash", row.hash},
+                                       {"size", row.size},
+                                       {"file", row.file},
+                                       {"pushed", row.pushed},
+                                       {"confirmed", row.confirmed},
+                                       {"downloaded", row.downloaded}});
+        tasks.append(QJsonObject{{"missionId", one.missionId},
+                                 {"num", one.num},
+                                 {"name", one.name},
+                                 {"clientFlag", one.clientFlag},
+                                 {"stage", one.stage},
+                                 {"status", one.status},
+                                 {"result", one.result},
+                                 {"subtype", one.subtype},
+                                 {"ordered", one.ordered},
+                                 {"uploaded", one.uploaded},
+                                 {"orders", one.orders},
+                                 {"files", one.files},
+                                 {"filesHere", one.filesHere},
+                                 {"frames", one.frames},
+                                 {"framesDone", one.framesDone},
+                                 {"framesFailed", one.framesFailed},
+                                 {"results", results}});
     }
     const QMap<QString, QString> contents = m_core.store->contents();
     for (auto it = contents.begin(); it != contents.end(); ++it)
         stored.append(QJsonObject{{"key", it.key()}, {"hash", it.value()}});
     const FarmCounters &sum = m_core.counters;
-    return jsonAnswer({{"result", 1}, {"tasks", tasks}, {"stored", stored}, {"violations", QJsonArray::fromStringList(m_core.violations)},
+    return jsonAnswer({{"result", 1},
+                       {"tasks", tasks},
+                       {"stored", stored},
+                       {"violations", QJsonArray::fromStringList(m_core.violations)},
                        {"events", QJsonArray::fromStringList(m_core.events)},
-                       {"counters", QJsonObject{{"bytesUp", sum.bytesUp}, {"bytesDown", sum.bytesDown}, {"instantHits", sum.instantHits},
-                                                {"instantMisses", sum.instantMisses}, {"filesReceived", sum.filesReceived}, {"links", sum.links},
-                                                {"logins", sum.logins}, {"packages", sum.packages}, {"fileLinks", sum.fileLinks},
-                                                {"requests", sum.requests}, {"pushes", sum.pushes}, {"logUploads", sum.logUploads}}},
+                       {"counters", QJsonObject{{"bytesUp", sum.bytesUp},
+                                                {"bytesDown", sum.bytesDown},
+                                                {"instantHits", sum.instantHits},
+                                                {"instantMisses", sum.instantMisses},
+                                                {"filesReceived", sum.filesReceived},
+                                                {"links", sum.links},
+                                                {"logins", sum.logins},
+                                                {"packages", sum.packages},
+                                                {"fileLinks", sum.fileLinks},
+                                                {"requests", sum.requests},
+                                                {"pushes", sum.pushes},
+                                                {"logUploads", sum.logUploads}}},
                        {"balance", m_core.account->balance()}});
 }
 
 HttpAnswer Rest::page(const HttpRequest &request)
 {
     static const QMap<QString, QString> titles{
-        {"personal", QStringLiteral("个人中心")}, {"recharge", QStringLiteral("充值中心")}, {"vip", QStringLiteral("会员购买")},
-        {"guide", QStringLiteral("渲染指南")},    {"network", QStringLiteral("网络诊断")},  {"balance", QStringLiteral("账户余额")},
-        {"deposit", QStringLiteral("充值")},      {"register", QStringLiteral("注册")},     {"password", QStringLiteral("修改密码")},
-        {"secret", QStringLiteral("隐私协议")},   {"service", QStringLiteral("客服")}};
+        {"personal", QStringLiteral("个人中心")}, {"recharge", QStringLiteral("充值中心")},
+        {"vip", QStringLiteral("会员购买")},      {"guide", QStringLiteral("渲染指南")},
+        {"network", QStringLiteral("网络诊断")},  {"balance", QStringLiteral("账户余额")},
+        {"deposit", QStringLiteral("充值")},      {"register", QStringLiteral("注册")},
+        {"password", QStringLiteral("修改密码")}, {"secret", QStringLiteral("隐私协议")},
+        {"service", QStringLiteral("客服")}};
     const QString word = request.path.mid(6);
     if (!word.isEmpty() && !titles.contains(word))
         return {404, "text/html; charset=utf-8", simplePageText(QStringLiteral("404"), {request.path}), {}};
     const bool english = request.item("en") == QLatin1String("true");
-    QStringList lines{english ? QStringLiteral("This is the local farm: everything runs on this machine and costs nothing.")
-                              : QStringLiteral("这是本机农场：一切都在这台机器上运行，不产生费用。")};
-    lines += QStringLiteral("%1 %2").arg(english ? QStringLiteral("Account:") : QStringLiteral("账号："), m_core.options.user);
-    lines += QStringLiteral("%1 %2").arg(english ? QStringLiteral("Balance:") : QStringLiteral("余额："), QString::number(m_core.account->balance(), 'f', 2));
+    QStringList lines{english
+                          ? QStringLiteral("This is the local farm: everything runs on this machine and costs nothing.")
+                          : QStringLiteral("这是本机农场：一切都在这台机器上运行，不产生费用。")};
+    lines += QStringLiteral("%1 %2").arg(english ? QStringLiteral("Account:") : QStringLiteral("账号："),
+                                         m_core.options.user);
+    lines += QStringLiteral("%1 %2").arg(english ? QStringLiteral("Balance:") : QStringLiteral("余额："),
+                                         QString::number(m_core.account->balance(), 'f', 2));
     if (word == QLatin1String("network")) {
         lines += QStringLiteral("business 29909: %1").arg(m_core.business->port());
         lines += QStringLiteral("http: %1, file: %2").arg(port()).arg(m_core.files->port());
     }
-    return {200, "text/html; charset=utf-8", simplePageText(word.isEmpty() ? QStringLiteral("本机渲染农场") : titles.value(word), lines), {}};
+    return {200,
+            "text/html; charset=utf-8",
+            simplePageText(word.isEmpty() ? QStringLiteral("本机渲染农场") : titles.value(word), lines),
+            {}};
 }
 
-}
+} // namespace farm

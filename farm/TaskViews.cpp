@@ -4,9 +4,11 @@
 #include "Tasks.h"
 #include <QDateTime>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 QString stamp(qint64 ms)
 {
     return ms > 0 ? QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
@@ -28,7 +30,8 @@ FarmResult rowOf(const QSqlQuery &row)
     return one;
 }
 
-const QString columns = QStringLiteral("select id, mid, path, frame, size, hash, keyframe, pushed, confirmed, downloaded from result ");
+const QString columns =
+    QStringLiteral("select id, mid, path, frame, size, hash, keyframe, pushed, confirmed, downloaded from result ");
 
 // The frame numbers of all outputs as one text: "1-100" where they are in a row, else the numbers.
 QString framesText(const Task &task)
@@ -45,12 +48,13 @@ QString framesText(const Task &task)
         words += QString::number(one);
     return words.join(QLatin1Char(','));
 }
-}
+} // namespace
 
 QList<FarmResult> Tasks::results(int missionId) const
 {
     QList<FarmResult> list;
-    m_core.db.each(columns + QStringLiteral("where mid = ? order by id"), {missionId}, [&](const QSqlQuery &row) { list += rowOf(row); });
+    m_core.db.each(columns + QStringLiteral("where mid = ? order by id"), {missionId},
+                   [&](const QSqlQuery &row) { list += rowOf(row); });
     for (FarmResult &one : list)
         one.file = resultFile(missionId, one.path);
     return list;
@@ -94,8 +98,9 @@ bool Tasks::markDownloaded(qint64 id)
     if (!m_core.db.run(QStringLiteral("update result set downloaded = 1 where id = ?"), {id}))
         return false;
     Task *task = byId(m_core.db.value(QStringLiteral("select mid from result where id = ?"), {id}).toInt());
-    if (task && task->stage == Render && task->status == Ended
-        && m_core.db.value(QStringLiteral("select count(*) from result where mid = ? and downloaded = 0"), {task->id}).toInt() == 0)
+    if (task && task->stage == Render && task->status == Ended &&
+        m_core.db.value(QStringLiteral("select count(*) from result where mid = ? and downloaded = 0"), {task->id})
+                .toInt() == 0)
         setState(*task, Download, Ended, task->result);
     return true;
 }
@@ -104,18 +109,39 @@ QJsonObject Tasks::record(const Task &task) const
 {
     qint64 seconds = 0;
     for (const TaskFrame &one : task.frames)
-        seconds += one.state == FrameDone && one.startedMs > 0 ? qMax(qint64(1), (one.endedMs - one.startedMs) / 1000) : 0;
+        seconds +=
+            one.state == FrameDone && one.startedMs > 0 ? qMax(qint64(1), (one.endedMs - one.startedMs) / 1000) : 0;
     const qint64 end = task.finishMs > 0 ? task.finishMs : QDateTime::currentMSecsSinceEpoch();
-    QJsonObject row{{"id", task.id}, {"name", task.name}, {"num", task.num}, {"project", task.projectName}, {"projectId", task.projectId},
-                    {"farmId", FarmId}, {"stage", task.stage}, {"status", task.status}, {"result", task.result}, {"subtype", task.subtype},
-                    {"successFrame", task.counted(FrameDone)}, {"failureFrame", task.counted(FrameFailed)},
-                    {"cancelFrame", task.counted(FrameCancelled)}, {"totalFrame", task.frames.size()},
-                    {"renderingFrame", task.counted(FrameRunning)}, {"untreatedFrame", task.counted(FrameWaiting)},
-                    {"suspendFrame", 0}, {"keyFrames", task.body.value("keyFrames").toString()}, {"isTimeout", 0},
-                    {"frames", framesText(task)}, {"cost", QString::number(task.cost, 'f', 2)}, {"confirmTime", stamp(task.confirmMs)},
-                    {"submitTime", stamp(task.submitMs)}, {"finishTime", stamp(task.finishMs)},
-                    {"totalSeconds", task.submitMs > 0 ? int((end - task.submitMs) / 1000) : 0}, {"succSeconds", int(seconds)},
-                    {"memory", QStringLiteral("64M")}, {"username", m_core.options.user}, {"userId", UserId}, {"remark", task.remark}};
+    QJsonObject row{{"id", task.id},
+                    {"name", task.name},
+                    {"num", task.num},
+                    {"project", task.projectName},
+                    {"projectId", task.projectId},
+                    {"farmId", FarmId},
+                    {"stage", task.stage},
+                    {"status", task.status},
+                    {"result", task.result},
+                    {"subtype", task.subtype},
+                    {"successFrame", task.counted(FrameDone)},
+                    {"failureFrame", task.counted(FrameFailed)},
+                    {"cancelFrame", task.counted(FrameCancelled)},
+                    {"totalFrame", task.frames.size()},
+                    {"renderingFrame", task.counted(FrameRunning)},
+                    {"untreatedFrame", task.counted(FrameWaiting)},
+                    {"suspendFrame", 0},
+                    {"keyFrames", task.body.value("keyFrames").toString()},
+                    {"isTimeout", 0},
+                    {"frames", framesText(task)},
+                    {"cost", QString::number(task.cost, 'f', 2)},
+                    {"confirmTime", stamp(task.confirmMs)},
+                    {"submitTime", stamp(task.submitMs)},
+                    {"finishTime", stamp(task.finishMs)},
+                    {"totalSeconds", task.submitMs > 0 ? int((end - task.submitMs) / 1000) : 0},
+                    {"succSeconds", int(seconds)},
+                    {"memory", QStringLiteral("64M")},
+                    {"username", m_core.options.user},
+                    {"userId", UserId},
+                    {"remark", task.remark}};
     if (task.softwareType == 3)
         row.insert("identity", QStringLiteral("MAIN"));
     return row;
@@ -129,8 +155,14 @@ QString Tasks::missionName(const Task &task)
 
 QJsonObject Tasks::resultHead(const Task &task) const
 {
-    return {{"missionId", task.id}, {"num", task.num}, {"missionName", missionName(task)}, {"name", task.name},
-            {"projectName", task.projectName}, {"projectId", task.projectId}, {"softwareType", task.softwareType}, {"farmId", FarmId},
+    return {{"missionId", task.id},
+            {"num", task.num},
+            {"missionName", missionName(task)},
+            {"name", task.name},
+            {"projectName", task.projectName},
+            {"projectId", task.projectId},
+            {"softwareType", task.softwareType},
+            {"farmId", FarmId},
             {"clientResultRootPath", task.body.value("clientResultRootPath").toString()},
             {"resultRootPathEnum", task.body.value("resultRootPathEnum").toInt()},
             {"createTime", stamp(task.confirmMs)}};
@@ -153,8 +185,9 @@ QJsonObject Tasks::detail(const Task &task) const
 
 QJsonObject Tasks::resultRow(const FarmResult &row) const
 {
-    return {{"id", row.id}, {"path", row.path}, {"frame", row.frame}, {"size", row.size}, {"hash", row.hash},
-            {"isBlock", 0}, {"autoPush", 1}, {"isKeyframe", row.keyFrame ? 1 : 0}, {"farmId", FarmId}};
+    return {{"id", row.id},     {"path", row.path}, {"frame", row.frame}, {"size", row.size},
+            {"hash", row.hash}, {"isBlock", 0},     {"autoPush", 1},      {"isKeyframe", row.keyFrame ? 1 : 0},
+            {"farmId", FarmId}};
 }
 
 QList<FarmOrder> Tasks::describe()
@@ -201,4 +234,4 @@ QStringList Tasks::files(const Task &task, bool here) const
     return list;
 }
 
-}
+} // namespace farm

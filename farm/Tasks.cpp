@@ -1,30 +1,27 @@
 #include "Tasks.h"
 #include "Account.h"
 #include "Core.h"
+#include <algorithm>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QJsonDocument>
-#include <algorithm>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 QString text(const QJsonValue &value)
 {
-    return QString::fromUtf8((value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject())).toJson(QJsonDocument::Compact));
+    return QString::fromUtf8((value.isArray() ? QJsonDocument(value.toArray()) : QJsonDocument(value.toObject()))
+                                 .toJson(QJsonDocument::Compact));
 }
 
-qint64 now()
-{
-    return QDateTime::currentMSecsSinceEpoch();
-}
+qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
-qint64 bigNumber(const QJsonValue &value)
-{
-    return value.toVariant().toLongLong();
-}
-}
+qint64 bigNumber(const QJsonValue &value) { return value.toVariant().toLongLong(); }
+} // namespace
 
 QString cleanKey(QString path)
 {
@@ -37,25 +34,20 @@ QString cleanKey(QString path)
 
 int Task::counted(int state) const
 {
-    return int(std::count_if(frames.begin(), frames.end(), [state](const TaskFrame &one) { return one.state == state; }));
+    return int(
+        std::count_if(frames.begin(), frames.end(), [state](const TaskFrame &one) { return one.state == state; }));
 }
 
-bool Task::hasKeyFrames() const
-{
-    return !frames.isEmpty() && frames.first().job.key;
-}
+bool Task::hasKeyFrames() const { return !frames.isEmpty() && frames.first().job.key; }
 
 bool Task::keyFramesDone() const
 {
     return hasKeyFrames() && std::none_of(frames.begin(), frames.end(), [](const TaskFrame &one) {
-        return one.job.key && (one.state == FrameWaiting || one.state == FrameRunning);
-    });
+               return one.job.key && (one.state == FrameWaiting || one.state == FrameRunning);
+           });
 }
 
-Tasks::Tasks(Core &core) : m_core(core)
-{
-    load();
-}
+Tasks::Tasks(Core &core) : m_core(core) { load(); }
 
 void Tasks::load()
 {
@@ -103,7 +95,8 @@ void Tasks::load()
 
 QString Tasks::freeNumber()
 {
-    return QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd")) + QStringLiteral("%1").arg(m_next, 6, 10, QLatin1Char('0'));
+    return QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMdd")) +
+           QStringLiteral("%1").arg(m_next, 6, 10, QLatin1Char('0'));
 }
 
 Task *Tasks::byId(int id)
@@ -121,13 +114,15 @@ QList<Task *> Tasks::all()
     return list;
 }
 
-// A number asked for again for the same scene row, before its order came, is the same number: the first answer was lost.
+// A number asked for again for the same scene row, before its order came, is the same number: the first answer was
+// lost.
 Task &Tasks::apply(const QJsonObject &body)
 {
     const qint64 flag = bigNumber(body.value("clientFlag"));
     const QString name = body.value("name").toString();
     for (auto &one : m_tasks) {
-        if (one.second.clientFlag == flag && one.second.name == name && one.second.stage == Analysis && one.second.status == Running)
+        if (one.second.clientFlag == flag && one.second.name == name && one.second.stage == Analysis &&
+            one.second.status == Running)
             return one.second;
     }
     Task &task = m_tasks[m_next];
@@ -148,16 +143,34 @@ Task &Tasks::apply(const QJsonObject &body)
 
 bool Tasks::save(Task &task)
 {
-    const QJsonObject head{{"name", task.name}, {"projectName", task.projectName}, {"machineModel", task.machineModel}, {"remark", task.remark},
-                           {"clientFlag", task.clientFlag}, {"softwareType", task.softwareType}, {"projectId", task.projectId},
-                           {"stage", task.stage}, {"status", task.status}, {"result", task.result}, {"subtype", task.subtype},
-                           {"ordered", task.ordered}, {"uploaded", task.uploaded}, {"keyConfirmed", task.keyConfirmed}, {"history", task.history},
-                           {"orders", task.orders}, {"analysisType", task.analysisType}, {"appliedMs", task.appliedMs},
-                           {"confirmMs", task.confirmMs}, {"submitMs", task.submitMs}, {"finishMs", task.finishMs},
-                           {"priority", task.priority}, {"cost", task.cost}};
+    const QJsonObject head{{"name", task.name},
+                           {"projectName", task.projectName},
+                           {"machineModel", task.machineModel},
+                           {"remark", task.remark},
+                           {"clientFlag", task.clientFlag},
+                           {"softwareType", task.softwareType},
+                           {"projectId", task.projectId},
+                           {"stage", task.stage},
+                           {"status", task.status},
+                           {"result", task.result},
+                           {"subtype", task.subtype},
+                           {"ordered", task.ordered},
+                           {"uploaded", task.uploaded},
+                           {"keyConfirmed", task.keyConfirmed},
+                           {"history", task.history},
+                           {"orders", task.orders},
+                           {"analysisType", task.analysisType},
+                           {"appliedMs", task.appliedMs},
+                           {"confirmMs", task.confirmMs},
+                           {"submitMs", task.submitMs},
+                           {"finishMs", task.finishMs},
+                           {"priority", task.priority},
+                           {"cost", task.cost}};
     const bool there = m_core.db.value(QStringLiteral("select 1 from task where mid = ?"), {task.id}).isValid();
     return there ? m_core.db.run(QStringLiteral("update task set head = ? where mid = ?"), {text(head), task.id})
-                 : m_core.db.run(QStringLiteral("insert into task(mid, num, head, body, files) values(?, ?, ?, '{}', '[]')"), {task.id, task.num, text(head)});
+                 : m_core.db.run(
+                       QStringLiteral("insert into task(mid, num, head, body, files) values(?, ?, ?, '{}', '[]')"),
+                       {task.id, task.num, text(head)});
 }
 
 void Tasks::setFiles(Task &task, const QJsonArray &files)
@@ -196,14 +209,17 @@ int Tasks::order(Task &task, const QJsonObject &body)
     task.stage = Upload;
     task.status = Running;
     Db::Batch batch(m_core.db);
-    const bool good = m_core.db.run(QStringLiteral("update task set body = ?, files = ? where mid = ?"), {text(rest), text(task.files), task.id}) && save(task);
+    const bool good = m_core.db.run(QStringLiteral("update task set body = ?, files = ? where mid = ?"),
+                                    {text(rest), text(task.files), task.id}) &&
+                      save(task);
     emit m_core.orderChanged(task.id);
     return good ? 0 : 1;
 }
 
 bool Tasks::markHere(Task &task, const QString &key)
 {
-    if (!task.here.contains(key) && !m_core.db.run(QStringLiteral("insert or ignore into here(mid, key) values(?, ?)"), {task.id, key}))
+    if (!task.here.contains(key) &&
+        !m_core.db.run(QStringLiteral("insert or ignore into here(mid, key) values(?, ?)"), {task.id, key}))
         return false;
     task.here.insert(key);
     return true;
@@ -289,10 +305,13 @@ void Tasks::frameEnded(Task &task, int index, int state, qint64 size, const QStr
 {
     TaskFrame &frame = task.frames[index];
     if (state == FrameDone) {
-        m_core.db.run(QStringLiteral("delete from result where mid = ? and idx = ?"), {task.id, index}); // rendered again
-        frame.result = m_core.db.insert(QStringLiteral("insert into result(mid, idx, path, frame, size, hash, keyframe, pushed, confirmed, downloaded) "
-                                                       "values(?, ?, ?, ?, ?, ?, ?, 0, 0, 0)"),
-                                        {task.id, index, frame.job.path, frame.job.frame, size, hash, frame.job.key ? 1 : 0});
+        m_core.db.run(QStringLiteral("delete from result where mid = ? and idx = ?"),
+                      {task.id, index}); // rendered again
+        frame.result = m_core.db.insert(
+            QStringLiteral(
+                "insert into result(mid, idx, path, frame, size, hash, keyframe, pushed, confirmed, downloaded) "
+                "values(?, ?, ?, ?, ?, ?, ?, 0, 0, 0)"),
+            {task.id, index, frame.job.path, frame.job.frame, size, hash, frame.job.key ? 1 : 0});
         if (frame.result < 0)
             state = FrameFailed;
     }
@@ -312,4 +331,4 @@ void Tasks::resetFrames(Task &task, int state)
     }
 }
 
-}
+} // namespace farm

@@ -3,17 +3,18 @@
 // database before the function returns, so that what is answered afterwards survives a killed farm.
 //
 // Life of a task (stage, status): applied (0,1) -> ordered (2,1) -> upload complete, queued (4,0) -> rendering (4,1)
-// -> rendered (4,2) -> all results taken home (5,2). Beside it: paused (4,3), pausing (4,1 subtype 15), waiting after the
-// priority frames (4,3 subtype 10), and with result 3 cancelled in its stage.
+// -> rendered (4,2) -> all results taken home (5,2). Beside it: paused (4,3), pausing (4,1 subtype 15), waiting after
+// the priority frames (4,3 subtype 10), and with result 3 cancelled in its stage.
 #include "Farm.h"
 #include "RenderPlan.h"
+#include <map>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QSet>
-#include <map>
 
-namespace farm {
+namespace farm
+{
 
 class Core;
 
@@ -23,7 +24,12 @@ enum Result { Failed = 2, Cancelled = 3 };
 enum Subtype { WaitConfirm = 10, PausePending = 15 };
 enum FrameState { FrameRunning = 0, FrameWaiting = 1, FrameDone = 3, FrameFailed = 4, FrameCancelled = 5 };
 
-struct TaskFrame { FrameJob job; int state = FrameWaiting; qint64 result = 0; qint64 startedMs = 0, endedMs = 0; };
+struct TaskFrame {
+    FrameJob job;
+    int state = FrameWaiting;
+    qint64 result = 0;
+    qint64 startedMs = 0, endedMs = 0;
+};
 
 struct Task {
     int id = 0;
@@ -38,8 +44,8 @@ struct Task {
     qint64 speed = 0, totalSize = 0, uploadedSize = 0; // as told by the client, not kept
     QJsonObject body;
     QJsonArray files;
-    QSet<QString> keys, here;   // cleaned paths of the files; those that are on the farm
-    QVector<TaskFrame> frames;  // planned once the upload is complete
+    QSet<QString> keys, here;  // cleaned paths of the files; those that are on the farm
+    QVector<TaskFrame> frames; // planned once the upload is complete
     int counted(int state) const;
     bool keyFramesDone() const; // and there are some
     bool hasKeyFrames() const;
@@ -56,16 +62,16 @@ public:
     Task *byId(int id);
     QList<Task *> all(); // by priority
 
-    Task &apply(const QJsonObject &body);                 // 10421
-    int order(Task &task, const QJsonObject &body);       // 10400; the last two digits of the result code
-    bool markHere(Task &task, const QString &key);        // a file of the order is on the farm
-    bool uploadComplete(Task &task);                      // 10704
+    Task &apply(const QJsonObject &body);           // 10421
+    int order(Task &task, const QJsonObject &body); // 10400; the last two digits of the result code
+    bool markHere(Task &task, const QString &key);  // a file of the order is on the farm
+    bool uploadComplete(Task &task);                // 10704
     void setState(Task &task, int stage, int status, int result = 0, int subtype = 0);
-    bool save(Task &task);                                // the head; setState does it too
-    bool cancel(Task &task);                              // false where the task has ended
-    void remove(Task &task);                              // an order that was given up before it was placed
+    bool save(Task &task);   // the head; setState does it too
+    bool cancel(Task &task); // false where the task has ended
+    void remove(Task &task); // an order that was given up before it was placed
     void frameEnded(Task &task, int index, int state, qint64 size = 0, const QString &hash = {});
-    void resetFrames(Task &task, int state);              // frames of that state wait again
+    void resetFrames(Task &task, int state); // frames of that state wait again
 
     // Rows of results. Fields as in FarmResult.
     QList<FarmResult> results(int missionId) const;
@@ -75,9 +81,9 @@ public:
     bool markDownloaded(qint64 id);
     QString resultFile(int missionId, const QString &path) const;
 
-    static QString missionName(const Task &task); // what its results are filed under
-    QJsonObject record(const Task &task) const; // of the task list
-    QJsonObject detail(const Task &task) const; // of the task head
+    static QString missionName(const Task &task);   // what its results are filed under
+    QJsonObject record(const Task &task) const;     // of the task list
+    QJsonObject detail(const Task &task) const;     // of the task head
     QJsonObject resultHead(const Task &task) const; // what tells the folder of a task's results
     QJsonObject resultRow(const FarmResult &row) const;
     QList<FarmOrder> describe();
@@ -95,4 +101,4 @@ private:
     int m_next = 1;
 };
 
-}
+} // namespace farm

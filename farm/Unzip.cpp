@@ -5,14 +5,20 @@
 #include <QtEndian>
 #include <zlib.h>
 
-namespace farm {
+namespace farm
+{
 
-namespace {
+namespace
+{
 quint16 u16(const QByteArray &bytes, int at) { return qFromLittleEndian<quint16>(bytes.constData() + at); }
 quint32 u32(const QByteArray &bytes, int at) { return qFromLittleEndian<quint32>(bytes.constData() + at); }
 quint64 u64(const QByteArray &bytes, int at) { return qFromLittleEndian<quint64>(bytes.constData() + at); }
 
-struct Entry { int method = 0; quint32 crc = 0; quint64 packed = 0, size = 0, header = 0; };
+struct Entry {
+    int method = 0;
+    quint32 crc = 0;
+    quint64 packed = 0, size = 0, header = 0;
+};
 
 // The values that stand as all ones in the record follow in the extra field, in this order.
 void readExtra(const QByteArray &extra, Entry *entry)
@@ -42,7 +48,8 @@ bool findEntry(QFile &zip, Entry *entry)
     if (end < 0 || end + 22 > tail.size())
         return false;
     quint64 count = u16(tail, end + 10), directory = u32(tail, end + 16);
-    if ((count == 0xffff || directory == 0xffffffffu) && end >= 20 && tail.mid(end - 20, 4) == QByteArray("PK\x06\x07", 4)) {
+    if ((count == 0xffff || directory == 0xffffffffu) && end >= 20 &&
+        tail.mid(end - 20, 4) == QByteArray("PK\x06\x07", 4)) {
         if (!zip.seek(qint64(u64(tail, end - 20 + 8))))
             return false;
         const QByteArray big = zip.read(56);
@@ -62,8 +69,9 @@ bool findEntry(QFile &zip, Entry *entry)
     if (entry->header > quint64(zip.size()) || !zip.seek(qint64(entry->header)))
         return false;
     const QByteArray local = zip.read(30);
-    return local.size() == 30 && local.left(4) == QByteArray("PK\x03\x04", 4)
-           && zip.seek(qint64(entry->header) + 30 + u16(local, 26) + u16(local, 28)) && entry->packed <= quint64(zip.size());
+    return local.size() == 30 && local.left(4) == QByteArray("PK\x03\x04", 4) &&
+           zip.seek(qint64(entry->header) + 30 + u16(local, 26) + u16(local, 28)) &&
+           entry->packed <= quint64(zip.size());
 }
 
 // Runs the entry's bytes into the target, never writing more than its size.
@@ -107,7 +115,7 @@ bool unpack(QFile &zip, const Entry &entry, QFile &target)
         inflateEnd(&stream);
     return good && ended && written == entry.size && quint32(crc) == entry.crc && target.flush();
 }
-}
+} // namespace
 
 bool unzipOne(const QString &path, const QString &target, qint64 size)
 {
@@ -123,4 +131,4 @@ bool unzipOne(const QString &path, const QString &target, qint64 size)
     return false;
 }
 
-}
+} // namespace farm

@@ -1,13 +1,12 @@
 #include "Wire.h"
 #include <QtEndian>
 
-namespace farm {
-
-namespace {
-qint32 int32At(const QByteArray &bytes, int at)
+namespace farm
 {
-    return qFromBigEndian<qint32>(bytes.constData() + at);
-}
+
+namespace
+{
+qint32 int32At(const QByteArray &bytes, int at) { return qFromBigEndian<qint32>(bytes.constData() + at); }
 
 void putInt32(QByteArray *bytes, qint32 value)
 {
@@ -15,7 +14,7 @@ void putInt32(QByteArray *bytes, qint32 value)
     qToBigEndian(value, piece);
     bytes->append(piece, 4);
 }
-}
+} // namespace
 
 void PackageFeed::add(const QByteArray &bytes)
 {
@@ -63,7 +62,8 @@ PackageFeed::Step PackageFeed::next(Package *package, QString *why)
     return Bad;
 }
 
-// A 32-bit FNV-1a over module, command and body, bytes taken as signed, with a final mix; the right shifts keep the sign.
+// A 32-bit FNV-1a over module, command and body, bytes taken as signed, with a final mix; the right shifts keep the
+// sign.
 quint32 packageCheck(int module, int cmd, const QByteArray &body)
 {
     QByteArray front;
@@ -113,4 +113,4 @@ QByteArray frameReply(int phase, int command, int code, const QByteArray &body)
     return bytes + body;
 }
 
-}
+} // namespace farm

@@ -1,30 +1,32 @@
 // The local farm as a program. localfarm --help tells what it offers.
 #include "Farm.h"
+#include <csignal>
+#include <cstdio>
 #include <QCommandLineParser>
 #include <QCoreApplication>
 #include <QDir>
 #include <QJsonDocument>
 #include <QStandardPaths>
 #include <QTimer>
-#include <csignal>
-#include <cstdio>
 
-namespace {
+namespace
+{
 volatile std::sig_atomic_t told = 0;
 
-void onSignal(int)
-{
-    told = 1;
-}
+void onSignal(int) { told = 1; }
 
 void help(const QCommandLineParser &parser)
 {
     QString text = parser.helpText();
-    text += QStringLiteral("\nThe farm listens on a loopback address only. Clients reach the business server on port 29909, the rest is told to "
-                           "them.\nThe web port answers the login page (/xclient/loginPage?version=qn), the update check and the client's REST "
-                           "calls, and for tests\n/farm/state, /farm/fault?name=NAME&value=VALUE (name=clear clears all), /farm/kick?reason=N, /farm/drop,\n"
+    text += QStringLiteral("\nThe farm listens on a loopback address only. Clients reach the business server on port "
+                           "29909, the rest is told to "
+                           "them.\nThe web port answers the login page (/xclient/loginPage?version=qn), the update "
+                           "check and the client's REST "
+                           "calls, and for tests\n/farm/state, /farm/fault?name=NAME&value=VALUE (name=clear clears "
+                           "all), /farm/kick?reason=N, /farm/drop,\n"
                            "/farm/balance?value=N, /farm/rotate (tokens), /farm/notice?content=TEXT.\n"
-                           "The folder holds the database farm.db, uploaded files by content in store/, unfinished ones in incoming/, frames in "
+                           "The folder holds the database farm.db, uploaded files by content in store/, unfinished "
+                           "ones in incoming/, frames in "
                            "results/.\n\nFaults; VALUE@COUNT lets one happen COUNT times:\n");
     for (const QString &line : FarmFaults::help())
         text += QStringLiteral("  ") + line + QLatin1Char('\n');
@@ -40,7 +42,7 @@ bool number(const QCommandLineParser &parser, const QString &name, int *value)
         std::fprintf(stderr, "--%s: not a port or count: %s\n", qPrintable(name), qPrintable(parser.value(name)));
     return good && *value >= 0 && *value <= 65535;
 }
-}
+} // namespace
 
 int main(int argc, char **argv)
 {
@@ -50,10 +52,12 @@ int main(int argc, char **argv)
     FarmOptions options;
     options.dir = QStandardPaths::writableLocation(QStandardPaths::AppDataLocation);
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral("A render farm on this machine: business server, file server, web pages and a renderer."));
+    parser.setApplicationDescription(
+        QStringLiteral("A render farm on this machine: business server, file server, web pages and a renderer."));
     parser.addVersionOption();
     const auto option = [&parser](const char *name, const QString &text, const char *value = nullptr) {
-        parser.addOption(value ? QCommandLineOption(QLatin1String(name), text, QLatin1String(value)) : QCommandLineOption(QLatin1String(name), text));
+        parser.addOption(value ? QCommandLineOption(QLatin1String(name), text, QLatin1String(value))
+                               : QCommandLineOption(QLatin1String(name), text));
     };
     parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("This text.")});
     option("dir", QStringLiteral("Folder of the farm's state [%1].").arg(options.dir), "FOLDER");
@@ -64,15 +68,21 @@ int main(int argc, char **argv)
     option("user", QStringLiteral("Account [demo]."), "NAME");
     option("password", QStringLiteral("Its password [demo]."), "TEXT");
     option("auto-login", QStringLiteral("The login page logs in by itself."));
-    option("auto-submit", QStringLiteral("Analysed scenes are submitted without a click, until the account saves its own settings."));
-    option("frames-per-second", QStringLiteral("Frames that the farm renders a second [4]; 0: as fast as it can."), "N");
+    option("auto-submit",
+           QStringLiteral("Analysed scenes are submitted without a click, until the account saves its own settings."));
+    option("frames-per-second", QStringLiteral("Frames that the farm renders a second [4]; 0: as fast as it can."),
+           "N");
     option("render-threads", QStringLiteral("Frames rendered at once [2]."), "N");
     option("max-width", QStringLiteral("Wider frames are scaled down to this [1920]."), "PIXELS");
-    option("render-command", QStringLiteral("Command that renders a frame of that software (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, "
-                                            "8 Terragen), with %scene% %frame% %camera% %out% %width% %height%. May be repeated."), "TYPE=COMMAND");
+    option("render-command",
+           QStringLiteral(
+               "Command that renders a frame of that software (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, "
+               "8 Terragen), with %scene% %frame% %camera% %out% %width% %height%. May be repeated."),
+           "TYPE=COMMAND");
     option("client-version", QStringLiteral("What the update check answers [5.2.6.0]."), "VERSION");
     option("fault", QStringLiteral("A fault to commit, see below. May be repeated."), "NAME=VALUE");
-    option("print-ports", QStringLiteral("Print one line {\"business\":N,\"http\":N,\"file\":N} on standard output when ready."));
+    option("print-ports",
+           QStringLiteral("Print one line {\"business\":N,\"http\":N,\"file\":N} on standard output when ready."));
     if (!parser.parse(app.arguments())) {
         std::fprintf(stderr, "%s\n", qPrintable(parser.errorText()));
         return 2;
@@ -94,9 +104,11 @@ int main(int argc, char **argv)
     text("user", &options.user);
     text("password", &options.password);
     text("client-version", &options.version);
-    if (!number(parser, QStringLiteral("business-port"), &options.businessPort) || !number(parser, QStringLiteral("http-port"), &options.httpPort)
-        || !number(parser, QStringLiteral("file-port"), &options.filePort) || !number(parser, QStringLiteral("render-threads"), &options.renderThreads)
-        || !number(parser, QStringLiteral("max-width"), &options.maxWidth))
+    if (!number(parser, QStringLiteral("business-port"), &options.businessPort) ||
+        !number(parser, QStringLiteral("http-port"), &options.httpPort) ||
+        !number(parser, QStringLiteral("file-port"), &options.filePort) ||
+        !number(parser, QStringLiteral("render-threads"), &options.renderThreads) ||
+        !number(parser, QStringLiteral("max-width"), &options.maxWidth))
         return 2;
     options.dir = QDir(options.dir).absolutePath();
     options.autoLogin = parser.isSet(QStringLiteral("auto-login"));
@@ -118,8 +130,9 @@ int main(int argc, char **argv)
         std::printf("%s\n", QJsonDocument(line).toJson(QJsonDocument::Compact).constData());
         std::fflush(stdout);
     } else {
-        std::printf("business %d, web http://%s:%d/, files %d, account %s, folder %s\n", ports.business, qPrintable(options.address), ports.http,
-                    ports.file, qPrintable(options.user), qPrintable(options.dir));
+        std::printf("business %d, web http://%s:%d/, files %d, account %s, folder %s\n", ports.business,
+                    qPrintable(options.address), ports.http, ports.file, qPrintable(options.user),
+                    qPrintable(options.dir));
         std::fflush(stdout);
     }
     std::signal(SIGTERM, onSignal);

@@ -1,13 +1,13 @@
 #pragma once
-// The other end of the farm's wires, written byte by byte from the formats, with blocking sockets (the farm has a thread of
-// its own). Shared by the tests of this folder.
+// The other end of the farm's wires, written byte by byte from the formats, with blocking sockets (the farm has a
+// thread of its own). Shared by the tests of this folder.
 #include "Farm.h"
-#include <QtTest>
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
 #include <QTemporaryDir>
+#include <QtTest>
 
 inline QByteArray be32(qint32 value)
 {
@@ -28,7 +28,10 @@ inline qint32 at32(const QByteArray &bytes, int at)
 }
 
 inline QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
-inline QString md5(const QByteArray &bytes) { return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex()); }
+inline QString md5(const QByteArray &bytes)
+{
+    return QString::fromLatin1(QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex());
+}
 
 // Repeatable bytes that don't compress into nothing.
 inline QByteArray noise(int size, quint32 seed = 1)
@@ -41,7 +44,11 @@ inline QByteArray noise(int size, quint32 seed = 1)
     return bytes;
 }
 
-struct Reply { int seq = 0, cmd = 0, val = 0; QByteArray body; QJsonObject object() const { return QJsonDocument::fromJson(body).object(); } };
+struct Reply {
+    int seq = 0, cmd = 0, val = 0;
+    QByteArray body;
+    QJsonObject object() const { return QJsonDocument::fromJson(body).object(); }
+};
 
 class BusinessWire
 {
@@ -62,7 +69,8 @@ public:
         h = qint32(quint32(h) + quint32(h) * 8u);
         h ^= h >> 8;
         h = qint32(quint32(h) + quint32(h) * 2u);
-        return be32(0x11121314) + be32(body.size() + 20) + be32(seq) + be32(0) + be32(h) + be32(module) + be32(cmd) + body;
+        return be32(0x11121314) + be32(body.size() + 20) + be32(seq) + be32(0) + be32(h) + be32(module) + be32(cmd) +
+               body;
     }
     void raw(const QByteArray &bytes) { m_socket.write(bytes), m_socket.flush(); }
     int post(int cmd, const QByteArray &body)
@@ -126,7 +134,11 @@ private:
     int m_seq = 0;
 };
 
-struct HttpReply { int status = 0; QByteArray body; QJsonObject object() const { return QJsonDocument::fromJson(body).object(); } };
+struct HttpReply {
+    int status = 0;
+    QByteArray body;
+    QJsonObject object() const { return QJsonDocument::fromJson(body).object(); }
+};
 
 // One request on a connection that may be kept; headers without the last line end.
 inline HttpReply http(QTcpSocket &socket, const QByteArray &request, int ms = 5000)
@@ -169,20 +181,24 @@ public:
         farm.stop();
         start();
     }
-    HttpReply get(const QByteArray &target, const QByteArray &headers = {}, const QByteArray &method = "GET", const QByteArray &body = {})
+    HttpReply get(const QByteArray &target, const QByteArray &headers = {}, const QByteArray &method = "GET",
+                  const QByteArray &body = {})
     {
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(ports.http));
         if (!socket.waitForConnected(5000))
             return {};
-        return http(socket, method + ' ' + target + " HTTP/1.1\r\nHost: farm\r\n" + headers + "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+        return http(socket, method + ' ' + target + " HTTP/1.1\r\nHost: farm\r\n" + headers +
+                                "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
     }
     // Link, session, page, confirmation.
     Reply login()
     {
         wire = std::make_unique<BusinessWire>(ports);
         session = wire->ask(10308, {{"thirdParty", 0}}).object().value("token").toString();
-        const QJsonObject answer = get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}})).object();
+        const QJsonObject answer = get("/xclient/login", {}, "POST",
+                                       json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}))
+                                       .object();
         auth = answer.value("token").toString();
         const Reply confirmed = wire->ask(10309, {});
         access = wire->ask(11100, {{"farmId", 1}}).object().value("accessToken").toString();
@@ -192,31 +208,48 @@ public:
     }
     QByteArray headers() const
     {
-        return "token: " + auth.toUtf8() + "\r\nlang: 0\r\nX-BRONTEL-ACCESS-TOKEN: " + access.toUtf8() + "\r\nX-BRONTEL-ROLE: user\r\n";
+        return "token: " + auth.toUtf8() + "\r\nlang: 0\r\nX-BRONTEL-ACCESS-TOKEN: " + access.toUtf8() +
+               "\r\nX-BRONTEL-ROLE: user\r\n";
     }
     // A task with these files, ordered; its id.
     int order(const QStringList &paths, const QJsonObject &parameters, qint64 flag = 1000, const QJsonObject &more = {})
     {
-        const QJsonObject number = wire->ask(10421, {{"name", "island.tgd"}, {"clientFlag", flag}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}}).object();
+        const QJsonObject number = wire->ask(10421, {{"name", "island.tgd"},
+                                                     {"clientFlag", flag},
+                                                     {"projectId", 1},
+                                                     {"softwareType", 8},
+                                                     {"machineModel", "m"}})
+                                       .object();
         QJsonArray files;
         for (int i = 0; i < paths.size(); ++i)
             files.append(QJsonObject{{"id", 500 + i}, {"path", paths.at(i)}});
-        QJsonObject body{{"scene", paths.value(0)}, {"missionId", number.value("id")}, {"ordernum", number.value("num")}, {"files", files},
-                         {"fileCount", files.size()}, {"modelParameters", parameters}, {"softwareType", 8}, {"clientFlag", flag}};
+        QJsonObject body{{"scene", paths.value(0)},
+                         {"missionId", number.value("id")},
+                         {"ordernum", number.value("num")},
+                         {"files", files},
+                         {"fileCount", files.size()},
+                         {"modelParameters", parameters},
+                         {"softwareType", 8},
+                         {"clientFlag", flag}};
         for (auto it = more.begin(); it != more.end(); ++it)
             body.insert(it.key(), it.value());
         lastOrder = body;
         return wire->ask(10400, body).val == 1040000 ? number.value("id").toInt() : 0;
     }
-    static QJsonObject camera(const QString &frames, int width = 64, int height = 36, const QString &name = QStringLiteral("Cam"))
+    static QJsonObject camera(const QString &frames, int width = 64, int height = 36,
+                              const QString &name = QStringLiteral("Cam"))
     {
-        return {{"cameras", QJsonArray{QJsonObject{{"name", name}, {"width", width}, {"height", height}, {"frames", frames}, {"selected", 1}}}}};
+        return {{"cameras",
+                 QJsonArray{QJsonObject{
+                     {"name", name}, {"width", width}, {"height", height}, {"frames", frames}, {"selected", 1}}}}};
     }
     HttpReply instant(int task, const QString &key, qint64 size, qint64 mtime = 5)
     {
         const QByteArray name = QUrl::toPercentEncoding(key);
-        return get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name + "&size=" + QByteArray::number(size) + "&lastModified="
-                       + QByteArray::number(mtime) + "&taskId=" + QByteArray::number(task) + "&upwork=abc", headers());
+        return get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name +
+                       "&size=" + QByteArray::number(size) + "&lastModified=" + QByteArray::number(mtime) +
+                       "&taskId=" + QByteArray::number(task) + "&upwork=abc",
+                   headers());
     }
     QTemporaryDir folder;
     FarmOptions options;
@@ -228,7 +261,10 @@ public:
     QJsonObject lastOrder;
 };
 
-struct FileReply { int phase = -9, command = 0, code = 0; QByteArray body; };
+struct FileReply {
+    int phase = -9, command = 0, code = 0;
+    QByteArray body;
+};
 
 // A connection to the file server.
 class FileWire
@@ -241,7 +277,8 @@ public:
     }
     void send(int phase, int command, qint64 offset, const QByteArray &body)
     {
-        socket.write(be32(0x11121314) + be32(phase) + be64(offset) + be32(command) + m_token + be32(body.size()) + body);
+        socket.write(be32(0x11121314) + be32(phase) + be64(offset) + be32(command) + m_token + be32(body.size()) +
+                     body);
         socket.flush();
     }
     FileReply reply(int ms = 8000)
@@ -256,16 +293,27 @@ public:
     }
     FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, int ms = 8000)
     {
-        send(0, 70000, -1, json({{"fileId", "500"}, {"key", key}, {"diskKey", key}, {"size", size}, {"isCompressed", zip > 0}, {"compressedSize", zip},
-                                 {"lastModified", 5}, {"taskId", task}}));
+        send(0, 70000, -1,
+             json({{"fileId", "500"},
+                   {"key", key},
+                   {"diskKey", key},
+                   {"size", size},
+                   {"isCompressed", zip > 0},
+                   {"compressedSize", zip},
+                   {"lastModified", 5},
+                   {"taskId", task}}));
         return reply(ms);
     }
-    static qint64 start(const FileReply &one) { return one.code == 7000000 ? QJsonDocument::fromJson(one.body).object().value("startPoint").toInt(-1) : -1; }
+    static qint64 start(const FileReply &one)
+    {
+        return one.code == 7000000 ? QJsonDocument::fromJson(one.body).object().value("startPoint").toInt(-1) : -1;
+    }
     // From wherever the farm says, to the commit's answer; 0 when the connection is cut.
     int upload(int task, const QString &key, const QByteArray &bytes, int piece = 20000, qint64 plainSize = -1)
     {
         for (;;) {
-            const FileReply asked = ask(task, key, plainSize < 0 ? bytes.size() : plainSize, plainSize < 0 ? 0 : bytes.size());
+            const FileReply asked =
+                ask(task, key, plainSize < 0 ? bytes.size() : plainSize, plainSize < 0 ? 0 : bytes.size());
             if (asked.code == 7000001) {
                 send(2, 70004, -1, json({{"lastModified", 5}}));
                 return reply().code;

@@ -1,15 +1,17 @@
-// What the farm refuses, and the faults that it commits when told to: each is seen on the wire by whoever would suffer it.
-#include "Wires.h"
+// What the farm refuses, and the faults that it commits when told to: each is seen on the wire by whoever would suffer
+// it.
 #include "support/TestMain.h"
+#include "Wires.h"
 #include <zlib.h>
 
-namespace {
+namespace
+{
 const QString key = QStringLiteral("d/island.tgd");
 
 // A ZIP with one entry, by hand. broken: 1 wrong checksum, 2 cut data, 3 a second entry.
 QByteArray zipOf(const QByteArray &bytes, bool packed, int broken)
 {
-    const auto le = [](quint32 value, int count) {
+    const auto le = [](quint64 value, int count) {
         QByteArray out;
         for (int i = 0; i < count; ++i)
             out += char(value >> (8 * i));
@@ -18,18 +20,21 @@ QByteArray zipOf(const QByteArray &bytes, bool packed, int broken)
     QByteArray data = packed ? qCompress(bytes).mid(6) : bytes; // without Qt's length and zlib's head
     if (packed)
         data.chop(4);
-    const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef *>(bytes.constData()), uInt(bytes.size()))) + (broken == 1 ? 1 : 0);
-    const QByteArray facts = le(packed ? 8 : 0, 2) + le(0, 4) + le(crc, 4) + le(quint32(data.size()), 4) + le(quint32(bytes.size()), 4) + le(1, 2) + le(0, 2);
+    const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef *>(bytes.constData()), uInt(bytes.size()))) +
+                        (broken == 1 ? 1 : 0);
+    const QByteArray facts = le(packed ? 8 : 0, 2) + le(0, 4) + le(crc, 4) + le(quint32(data.size()), 4) +
+                             le(quint32(bytes.size()), 4) + le(1, 2) + le(0, 2);
     const QByteArray local = le(0x04034b50, 4) + le(20, 2) + le(0, 2) + facts + "a";
-    const QByteArray record = le(0x02014b50, 4) + le(20, 2) + le(20, 2) + le(0, 2) + facts + le(0, 6) + le(0, 4) + le(0, 4) + "a";
+    const QByteArray record =
+        le(0x02014b50, 4) + le(20, 2) + le(20, 2) + le(0, 2) + facts + le(0, 6) + le(0, 4) + le(0, 4) + "a";
     const int count = broken == 3 ? 2 : 1;
     const QByteArray central = record.repeated(count);
     if (broken == 2)
         data.truncate(data.size() / 2);
-    return local + data + central + le(0x06054b50, 4) + le(0, 4) + le(quint32(count), 2) + le(quint32(count), 2) + le(quint32(central.size()), 4)
-           + le(quint32(local.size() + data.size()), 4) + le(0, 2);
+    return local + data + central + le(0x06054b50, 4) + le(0, 4) + le(quint32(count), 2) + le(quint32(count), 2) +
+           le(quint32(central.size()), 4) + le(quint32(local.size() + data.size()), 4) + le(0, 2);
 }
-}
+} // namespace
 
 class TestFaults : public QObject
 {
@@ -116,16 +121,26 @@ private slots:
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QString>("seen");
-        QTest::newRow("drop") << "drop-reply.10302=1@1" << "none";
-        QTest::newRow("ignore") << "ignore.10302=1@1" << "none";
-        QTest::newRow("refuse") << "refuse.10302=1030209@1" << "1030209";
-        QTest::newRow("json") << "bad-json.10302=1@1" << "not json";
-        QTest::newRow("cut on") << "cut-on.10302=1@1" << "closed";
-        QTest::newRow("cut after") << "cut-after.10302=1@1" << "closed";
-        QTest::newRow("magic") << "bad-magic=1@1" << "magic";
-        QTest::newRow("split") << "split-business=1@1" << "good";
-        QTest::newRow("flood") << "flood=50@1" << "50 pushes";
-        QTest::newRow("delay") << "delay-reply.10302=400@1" << "good";
+        QTest::newRow("drop") << "drop-reply.10302=1@1"
+                              << "none";
+        QTest::newRow("ignore") << "ignore.10302=1@1"
+                                << "none";
+        QTest::newRow("refuse") << "refuse.10302=1030209@1"
+                                << "1030209";
+        QTest::newRow("json") << "bad-json.10302=1@1"
+                              << "not json";
+        QTest::newRow("cut on") << "cut-on.10302=1@1"
+                                << "closed";
+        QTest::newRow("cut after") << "cut-after.10302=1@1"
+                                   << "closed";
+        QTest::newRow("magic") << "bad-magic=1@1"
+                               << "magic";
+        QTest::newRow("split") << "split-business=1@1"
+                               << "good";
+        QTest::newRow("flood") << "flood=50@1"
+                               << "50 pushes";
+        QTest::newRow("delay") << "delay-reply.10302=400@1"
+                               << "good";
     }
     void business()
     {
@@ -136,8 +151,12 @@ private slots:
         QVERIFY(bench.farm.faults().set(fault));
         const Reply one = bench.wire->ask(10302, {}, seen == "none" || seen == "closed" ? 500 : 5000);
         const bool broken = one.val > 0 && QJsonDocument::fromJson(one.body).isNull();
-        const QString got = one.val == 0 ? (bench.wire->closed(200) ? "closed" : "none") : broken ? "not json" : bench.wire->magic != 0x11121314 ? "magic"
-                            : one.val != 1030200 ? QString::number(one.val) : bench.wire->pushes.size() ? QString("%1 pushes").arg(bench.wire->pushes.size()) : "good";
+        const QString got = one.val == 0                      ? (bench.wire->closed(200) ? "closed" : "none")
+                            : broken                          ? "not json"
+                            : bench.wire->magic != 0x11121314 ? "magic"
+                            : one.val != 1030200              ? QString::number(one.val)
+                            : bench.wire->pushes.size()       ? QString("%1 pushes").arg(bench.wire->pushes.size())
+                                                              : "good";
         QCOMPARE(got, seen);
         if (seen != "closed")
             QCOMPARE(bench.wire->ask(10302, {}).val, 1030200); // it happened once
@@ -169,7 +188,8 @@ private slots:
         const int task = bench.order({key}, Bench::camera("1"));
         QVERIFY(bench.farm.faults().set(fault));
         QTEST(FileWire(bench).upload(task, key, bytes), "first");
-        QTRY_VERIFY(!fault.startsWith("stage") || bench.instant(task, key, bytes.size()).object().value("code").toInt() == 101401);
+        QTRY_VERIFY(!fault.startsWith("stage") ||
+                    bench.instant(task, key, bytes.size()).object().value("code").toInt() == 101401);
         QTEST(FileWire(bench).upload(task, key, bytes), "second");
         QCOMPARE(bench.farm.storedFiles().value(key), md5(bytes));
         QCOMPARE(bench.farm.taskFiles(task, false), QStringList());
@@ -228,7 +248,8 @@ private slots:
         const int code = file.upload(task, key, zip, 100000, scene.size());
         QTEST(code, "code");
         QCOMPARE(bench.farm.storedFiles().value(key), code == 7000404 ? md5(scene) : QString());
-        QCOMPARE(FileWire::start(file.ask(task, key, scene.size(), zip.size())), code == 7000404 ? qint64(-1) : qint64(0)); // a broken one starts over
+        QCOMPARE(FileWire::start(file.ask(task, key, scene.size(), zip.size())),
+                 code == 7000404 ? qint64(-1) : qint64(0)); // a broken one starts over
     }
 
     void web_data()

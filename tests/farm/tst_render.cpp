@@ -1,7 +1,7 @@
 // From an order to its frames, and the commands that steer a task while it renders.
-#include "Wires.h"
 #include "RenderPlan.h"
 #include "support/TestMain.h"
+#include "Wires.h"
 
 class TestRender : public QObject
 {
@@ -46,21 +46,42 @@ private slots:
         QTest::addColumn<int>("software");
         QTest::addColumn<QByteArray>("order");
         QTest::addColumn<QStringList>("frames"); // "path WxH", priority frames with a star
-        QTest::newRow("Terragen") << 8 << QByteArray(R"({"keyFrames":"2","modelParameters":{"cameras":[{"name":"A","width":"80","height":"40","frames":"1-2","selected":1},
-            {"name":"B","width":80,"height":40,"frames":"1","selected":0}]}})") << QStringList{"*A/s.0002.png 80x40", "A/s.0001.png 80x40"};
-        QTest::newRow("Terragen, nobody chosen, same names") << 8 << QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
-            {"name":"A","width":8,"height":4,"frames":"1"}]}})") << QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"};
-        QTest::newRow("3ds Max, scaled") << 3 << QByteArray(R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
+        QTest::newRow("Terragen")
+            << 8
+            << QByteArray(
+                   R"({"keyFrames":"2","modelParameters":{"cameras":[{"name":"A","width":"80","height":"40","frames":"1-2","selected":1},
+            {"name":"B","width":80,"height":40,"frames":"1","selected":0}]}})")
+            << QStringList{"*A/s.0002.png 80x40", "A/s.0001.png 80x40"};
+        QTest::newRow("Terragen, nobody chosen, same names")
+            << 8 << QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
+            {"name":"A","width":8,"height":4,"frames":"1"}]}})")
+            << QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"};
+        QTest::newRow("3ds Max, scaled")
+            << 3
+            << QByteArray(R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
             << QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"};
-        QTest::newRow("3ds Max, enabled") << 3 << QByteArray(R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
+        QTest::newRow("3ds Max, enabled")
+            << 3
+            << QByteArray(
+                   R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
             << QStringList{"C2/s.0007.png 8x4"};
-        QTest::newRow("Maya") << 1 << QByteArray(R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})")
+        QTest::newRow("Maya")
+            << 1
+            << QByteArray(
+                   R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})")
             << QStringList{"*L_persp/s.0001.png 8x4"};
-        QTest::newRow("Houdini") << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
+        QTest::newRow("Houdini")
+            << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
             << QStringList{"_out_m/s.0003.png 8x4"};
-        QTest::newRow("Clarisse") << 7 << QByteArray(R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","frames":"0","selected":1},{"name":"m","frames":"0"}]}]}})")
+        QTest::newRow("Clarisse")
+            << 7
+            << QByteArray(
+                   R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","frames":"0","selected":1},{"name":"m","frames":"0"}]}]}})")
             << QStringList{"i_l/s.0000.png 1000x562"};
-        QTest::newRow("forced") << 5 << QByteArray(R"({"noSolutionCheck":1,"canw":10,"canh":5,"noFrameCheck":1,"canframe":"4","modelParameters":{"cameras":["C"],"width":8,"height":4,"frames":"1"}})")
+        QTest::newRow("forced")
+            << 5
+            << QByteArray(
+                   R"({"noSolutionCheck":1,"canw":10,"canh":5,"noFrameCheck":1,"canframe":"4","modelParameters":{"cameras":["C"],"width":8,"height":4,"frames":"1"}})")
             << QStringList{"C/s.0004.png 10x5"};
         QTest::newRow("nothing told") << 8 << QByteArray("{}") << QStringList{"camera/s.0001.png 1000x562"};
     }
@@ -69,7 +90,8 @@ private slots:
         QFETCH(int, software);
         QFETCH(QByteArray, order);
         QStringList got;
-        for (const farm::FrameJob &job : farm::framePlan(QJsonDocument::fromJson(order).object(), software, QStringLiteral("dir/s.tgd"), 1000))
+        for (const farm::FrameJob &job :
+             farm::framePlan(QJsonDocument::fromJson(order).object(), software, QStringLiteral("dir/s.tgd"), 1000))
             got += QStringLiteral("%1%2 %3x%4").arg(job.key ? "*" : "", job.path).arg(job.width).arg(job.height);
         QTEST(got, "frames");
     }
@@ -156,8 +178,13 @@ private slots:
         QList<int> tasks, ended;
         for (int i = 0; i < 3; ++i)
             tasks += rendering(bench, "1-2", {}, i);
-        QCOMPARE(bench.wire->ask(10419, {{"farmId", 1}, {"job_ids_from", QJsonArray{QString::number(tasks.at(2))}}, {"job_id_to", tasks.at(0)},
-                                         {"insert_after_position", false}}).val, 1041900);
+        QCOMPARE(bench.wire
+                     ->ask(10419, {{"farmId", 1},
+                                   {"job_ids_from", QJsonArray{QString::number(tasks.at(2))}},
+                                   {"job_id_to", tasks.at(0)},
+                                   {"insert_after_position", false}})
+                     .val,
+                 1041900);
         connect(&bench.farm, &Farm::taskFinished, this, [&](int id) { ended += id; });
         bench.farm.faults().clear();
         QTRY_COMPARE(ended, (QList<int>{tasks.at(2), tasks.at(0), tasks.at(1)}));
@@ -173,7 +200,12 @@ private slots:
         QTRY_COMPARE(bench.farm.order(task).status, 2);
         QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
         QTRY_COMPARE(bench.farm.order(task).framesDone, 3);
-        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}}).object().value("results").toArray().size(), 3);
+        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}})
+                     .object()
+                     .value("results")
+                     .toArray()
+                     .size(),
+                 3);
     }
 
     void command()
