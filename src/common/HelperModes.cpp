@@ -144,12 +144,14 @@ HelperModes::CopyPlan HelperModes::copyPlan(const QByteArray &list, const QStrin
     const QJsonObject object = QJsonDocument::fromJson(list).object();
     const QString soft = object[QLatin1String("soft")].toString();
     if (soft == QLatin1String("unity")) {
-        for (const QJsonValue &entry : object[QLatin1String("del")].toArray()) {
+        const QJsonArray trees = object[QLatin1String("del")].toArray();
+        for (const QJsonValue &entry : trees) {
             const QString tree = slashed(entry.toObject()[QLatin1String("dest")].toString());
             (plainPath(tree) && removalAllowed(tree) ? plan.removals : plan.refused).append(tree);
         }
     }
-    for (const QJsonValue &entry : object[QLatin1String("copy")].toArray()) {
+    const QJsonArray copies = object[QLatin1String("copy")].toArray();
+    for (const QJsonValue &entry : copies) {
         const QString source = slashed(entry.toObject()[QLatin1String("src")].toString());
         const QString target = slashed(entry.toObject()[QLatin1String("dest")].toString());
         const bool good =
@@ -214,9 +216,11 @@ int HelperModes::netsh(bool add, const QStringList &args, const QString &listFil
     if (!list.isArray())
         list = QJsonDocument::fromJson(contentOf(listFile));
     int ran = 0;
-    for (const QJsonValue &entry : list.array()) {
+    const QJsonArray forwards = list.array();
+    for (const QJsonValue &entry : forwards) {
+        const QJsonArray parts = entry.toArray();
         QStringList forward;
-        for (const QJsonValue &part : entry.toArray())
+        for (const QJsonValue &part : parts)
             forward.append(part.isDouble() ? QString::number(part.toInt()) : part.toString());
         const QString command = netshCommand(add, forward);
         if (command.isEmpty() || !platform::isWindows()) {

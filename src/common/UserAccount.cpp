@@ -130,7 +130,8 @@ void UserInfo::setRolePerm(const QJsonObject &reply)
         return;
     std::bitset<UserState::permCount> perms;
     perms.set();
-    for (const QJsonValue &grant : reply[QLatin1String("grants")].toArray()) {
+    const QJsonArray grants = reply[QLatin1String("grants")].toArray();
+    for (const QJsonValue &grant : grants) {
         const int entry = grant.isString() ? grant.toString().toInt() : grant.toInt();
         if (entry >= 0 && entry < int(std::size(clearedBy)) && clearedBy[entry] >= 0)
             perms.reset(std::size_t(clearedBy[entry]));

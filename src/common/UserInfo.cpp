@@ -33,7 +33,7 @@ QVariant readIni(const QString &file, const QString &group, const QString &key)
 {
     IniWriter::flush();
     const QSettings ini(file, QSettings::IniFormat);
-    const QVariant value = ini.value(group + QLatin1Char('/') + key);
+    QVariant value = ini.value(group + QLatin1Char('/') + key);
     return value.type() == QVariant::StringList ? QVariant(value.toStringList().join(QStringLiteral(", "))) : value;
 }
 
@@ -214,7 +214,7 @@ QString UserInfo::tempDir() { return locked(&UserState::tempDir); }
 
 QString UserInfo::dumpDir()
 {
-    const QString folder = allUserDir() + QStringLiteral("/dmp");
+    QString folder = allUserDir() + QStringLiteral("/dmp");
     QDir().mkpath(folder);
     return folder;
 }
@@ -355,10 +355,10 @@ QString UserInfo::pathCase(const QString &path, bool force)
 
 QString UserInfo::resultDir()
 {
-    const QString set = userValue(QStringLiteral("Set"), QStringLiteral("ResultDir")).toString();
+    QString set = userValue(QStringLiteral("Set"), QStringLiteral("ResultDir")).toString();
     if (!set.isEmpty())
         return set;
-    const QString dir = defaultResultDir();
+    QString dir = defaultResultDir();
     if (!userDir().isEmpty())
         setResultDir(dir);
     return dir;
