@@ -1,4 +1,5 @@
 #include "resolve/LogParser.h"
+#include "resolve/FilesCut.h"
 #include "resolve/MaxLog.h"
 #include <QByteArrayMatcher>
 #include <QCoreApplication>
@@ -36,12 +37,43 @@ QJsonDocument parseDocument(const QByteArray &json)
     return document;
 }
 
+// One more block behind what is there; false at the end.
+bool readMore(QFile *file, QByteArray *window)
+{
+    const int before = window->size();
+    window->resize(before + Block);
+    const qint64 got = file->read(window->data() + before, Block);
+    window->resize(before + int(qMax<qint64>(0, got)));
+    return got > 0;
+}
+
 QString single(const QString &path) { return QString(path).replace(QLatin1String("\\\\"), QLatin1String("\\")); }
 
-QString fragment(const QJsonArray &files)
+// The strings of a list as JSON, without its brackets; what isn't a string falls out.
+QByteArray strings(const QJsonArray &list)
 {
-    const QByteArray text = QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
-    return QString::fromUtf8(text.constData() + 1, text.size() - 2);
+    QJsonArray kept;
+    for (const QJsonValue &one : list) {
+        if (one.isString())
+            kept.append(one);
+    }
+    const QByteArray text = QJsonDocument(kept).toJson(QJsonDocument::Compact);
+    return text.mid(1, text.size() - 2);
+}
+
+// The script lists dependencies only, and doesn't know what was chosen for the scene.
+void finishC4D(ParsedLog *log, const QString &first, const QString &plugins, QString *files)
+{
+    const QString scene = single(log->content.value(QLatin1String("sceneName")).toString());
+    if (!scene.isEmpty() && scene != first) {
+        qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
+        *files += (files->isEmpty() ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
+    }
+    const QJsonObject model = log->content.value(QLatin1String("modelParameters")).toObject();
+    if (LogParser::rendererDiffers(model.value(QLatin1String("renderer")).toString(), plugins)) {
+        log->status = 2;
+        log->details = LogParser::rendererMessage();
+    }
 }
 } // namespace
 
@@ -52,7 +84,7 @@ QByteArray LogParser::between(const QString &logPath, bool lineStart, bool *foun
 {
     *found = *tooLarge = false;
     QFile file(logPath);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
         qWarning().noquote() << "LogParser::between" << logPath << file.errorString();
         return {};
     }
@@ -60,10 +92,8 @@ QByteArray LogParser::between(const QString &logPath, bool lineStart, bool *foun
     const QByteArrayMatcher info(mark), debug(end);
     QByteArray window = lineStart ? QByteArray("\n") : QByteArray(); // so that the first line counts as a line's start
     while (!*found) {
-        const QByteArray block = file.read(Block);
-        if (block.isEmpty())
+        if (!readMore(&file, &window))
             return {};
-        window += block;
         for (int at = info.indexIn(window); at >= 0 && !*found; at = info.indexIn(window, at + 1)) {
             if (!lineStart || (at > 0 && (window.at(at - 1) == '\n' || window.at(at - 1) == '\r'))) {
                 window.remove(0, at + mark.size());
@@ -74,19 +104,20 @@ QByteArray LogParser::between(const QString &logPath, bool lineStart, bool *foun
         if (!*found)
             window = window.right(mark.size()); // a mark that is cut by the block, with the byte before it
     }
+    window.reserve(int(qMin<qint64>(MaxResult, window.size() + file.size() - file.pos()) + 1));
     for (int from = 0;;) {
         const int at = debug.indexIn(window, from);
-        if (at >= 0)
-            return window.left(at);
-        from = qMax(0, window.size() - end.size());
-        const QByteArray block = file.read(Block);
-        if (block.isEmpty())
+        if (at >= 0) {
+            window.truncate(at);
             return window;
-        if (window.size() + block.size() > MaxResult) {
+        }
+        from = qMax(0, window.size() - end.size());
+        if (!readMore(&file, &window))
+            return window;
+        if (window.size() > MaxResult) {
             *tooLarge = true;
             return {};
         }
-        window += block;
     }
 }
 
@@ -112,7 +143,11 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
 {
     ParsedLog log;
     log.found = true;
-    QJsonObject result = parseDocument(json.trimmed()).object();
+    const QByteArray lead = first.isEmpty() ? QByteArray() : strings({first});
+    FilesCut cut = FilesCut::from(json, lead);
+    QString named = QString::fromUtf8(cut.list);
+    const bool quick = cut.good && !named.contains(QChar::ReplacementCharacter); // else of an encoding to be found out
+    const QJsonObject result = parseDocument(quick ? cut.rest : json).object();
     const QJsonValue status = result.value(QLatin1String("status"));
     log.status = status.toInt(status.toString().toInt());
     if (result.isEmpty() || log.status < 0 || log.status > 3) {
@@ -120,30 +155,18 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
         return log;
     }
     log.details = result.value(QLatin1String("details")).toString();
-    log.content = result.take(QLatin1String("content")).toObject();
-    result = QJsonObject(); // the content's data is taken, not copied, only while nobody else holds it
-    const QJsonArray named = log.content.take(QLatin1String("files")).toArray();
-    QJsonArray files;
-    if (!first.isEmpty())
-        files.append(first);
-    for (int i = 0; i < named.size(); ++i) {
-        const QJsonValue one = named.at(i);
-        if (one.isString() && !(i == 0 && one.toString() == first))
-            files.append(one);
+    log.content = result.value(QLatin1String("content")).toObject();
+    QJsonArray files = log.content.take(QLatin1String("files")).toArray();
+    if (!quick) {
+        if (!first.isEmpty() && files.at(0).toString() != first)
+            files.prepend(first);
+        named = QString::fromUtf8(strings(files));
     }
-    const QJsonObject model = log.content.value(QLatin1String("modelParameters")).toObject();
-    if (softwareType == C4DType) {
-        const QString scene = single(log.content.value(QLatin1String("sceneName")).toString());
-        if (!scene.isEmpty() && scene != first) {
-            qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
-            files.append(scene);
-        }
-        if (rendererDiffers(model.value(QLatin1String("renderer")).toString(), plugins)) {
-            log.status = 2;
-            log.details = rendererMessage();
-        }
-    }
-    log.files = fragment(files);
+    if (softwareType == C4DType)
+        finishC4D(&log, first, plugins, &named);
+    named.prepend(QLatin1String("\"files\":["));
+    named.append(QLatin1Char(']'));
+    log.files = named;
     const QString output = log.content.value(QLatin1String("outPut")).toString();
     if (!output.isEmpty())
         log.content.insert(QStringLiteral("resultMiddleRulePath"), output);

@@ -7,8 +7,12 @@
 QString MayaResolve::scriptFolder(const QString &software)
 {
     static const QRegularExpression old(QStringLiteral("maya201[0-3]"), QRegularExpression::CaseInsensitiveOption);
-    const bool before = old.match(software).hasMatch();
-    return UserInfo::programDir() + (before ? QStringLiteral("/scripts/maya/p26") : QStringLiteral("/scripts/maya/p27"));
+    const QString base = UserInfo::programDir() + QLatin1String("/scripts/maya/"), present = base + QLatin1String("p27");
+    const QString before = base + QLatin1String("p26");
+    if (!old.match(software).hasMatch())
+        return present;
+    // A tree that was laid down without a copy for the old ones still has a source that both can read.
+    return QFileInfo(present).isDir() && !QFileInfo(before).isDir() ? present : before;
 }
 
 void MayaResolve::resolve()

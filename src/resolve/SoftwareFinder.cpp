@@ -1,7 +1,6 @@
 #include "resolve/SoftwareFinder.h"
 #include "common/UserInfo.h"
 #include "common/platform/Platform.h"
-#include <QCollator>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -32,6 +31,19 @@ QStringList programs(const QString &windows, const QStringList &others)
 }
 
 QString clean(QString path) { return QDir::cleanPath(path.remove(QLatin1Char('"')).trimmed().replace(QLatin1Char('\\'), QLatin1Char('/'))); }
+
+// By the numbers within the names: 17.5.1000 before 17.5.460.
+bool newer(const QString &a, const QString &b)
+{
+    static const QRegularExpression number(QStringLiteral("\\d+"));
+    auto left = number.globalMatch(a), right = number.globalMatch(b);
+    while (left.hasNext() && right.hasNext()) {
+        const qulonglong x = left.next().captured().toULongLong(), y = right.next().captured().toULongLong();
+        if (x != y)
+            return x > y;
+    }
+    return left.hasNext() != right.hasNext() ? left.hasNext() : a > b;
+}
 
 QString mayaSibling(const QString &program)
 {
@@ -85,9 +97,7 @@ SoftwareFinder::Installation SoftwareFinder::usual(const QString &root, const QS
 {
     const QRegularExpression fits(QRegularExpression::anchoredPattern(rule), QRegularExpression::CaseInsensitiveOption);
     QStringList names = QDir(root + base).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
-    QCollator order;
-    order.setNumericMode(true);
-    std::sort(names.begin(), names.end(), [&order](const QString &a, const QString &b) { return order.compare(a, b) > 0; }); // newest first
+    std::sort(names.begin(), names.end(), newer);
     for (const QString &name : qAsConst(names)) {
         const Installation one = fits.match(name).hasMatch() ? within(root + base + QLatin1Char('/') + name, programs) : Installation();
         if (one.found())

@@ -1,0 +1,329 @@
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include "common/platform/Platform.h"
+#include "db/ResolveDAO.h"
+#include "resolve/BaseResolve.h"
+#include "resolve/MaxVersion.h"
+#include "support/TestMain.h"
+#include <QCryptographicHash>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QTemporaryDir>
+#include <QThread>
+
+namespace {
+enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
+const QByteArray Answer = R"({"status":0,"content":{"files":["/t.jpg"],"modelParameters":{"layers":[]}},"details":""})";
+}
+
+// The drivers with stand-ins for the commercial programs: shell files that write down how they were called.
+class TestDriver : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<QTemporaryDir> m_dir;
+    qlonglong m_key = 100;
+
+    QString path(const QString &name) const { return m_dir->filePath(name); }
+    QString put(const QString &name, const QByteArray &content = {}) const
+    {
+        QDir().mkpath(QFileInfo(path(name)).path());
+        QFile file(path(name));
+        file.open(QFile::WriteOnly);
+        file.write(content);
+        return file.fileName();
+    }
+    static QString content(const QString &path)
+    {
+        QFile file(path);
+        file.open(QFile::ReadOnly);
+        return QString::fromUtf8(file.readAll());
+    }
+    // A program that notes its words and what it was given, and then does what the test wants.
+    QString program(const QString &name, const QByteArray &script) const
+    {
+        const QString file = put(name, "#!/bin/sh\nfor w in \"$0\" \"$@\"; do echo \"$w\"; done >'" + path("words").toUtf8()
+                                           + "'\necho \"$MachineType|$__COMPAT_LAYER|$vandrel_filepath|$vandrel_fileload\" >'" + path("given").toUtf8() + "'\n" + script);
+        QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        return file;
+    }
+    QStringList words() const { return content(path("words")).split('\n', Qt::SkipEmptyParts); }
+
+    db_resolve row(const QString &scene, const QJsonObject &rset = {})
+    {
+        db_resolve res;
+        res.rkey = res.pri = ++m_key;
+        res.ordernum = "N1";
+        res.lpath = scene;
+        res.state = 101;
+        res.rset = QString::fromUtf8(QJsonDocument(rset).toJson(QJsonDocument::Compact));
+        QList<db_resolve> list{res};
+        return ResolveDAO::instance()->insertBatch(&list) ? list.first() : db_resolve();
+    }
+    // As the queue does it: made here, run on another thread, deleted there.
+    struct Run {
+        BaseResolve *work;
+        QThread thread;
+        QList<db_resolve> finished;
+        int overdue = 0;
+        QString log;
+        ~Run()
+        {
+            work->deleteLater();
+            thread.quit();
+            thread.wait();
+        }
+    };
+    QSharedPointer<Run> start(int type, const QString &software, const db_resolve &res, int gpu = 0, int seconds = 0)
+    {
+        auto run = QSharedPointer<Run>::create();
+        run->work = BaseResolve::create(type);
+        run->log = UserInfo::userDir() + QStringLiteral("/resolve-%1-N1").arg(res.rkey);
+        run->work->setUp(res, software, type, gpu, run->log);
+        connect(run->work, &BaseResolve::resolveFinished, this, [r = run.data()](const db_resolve &one) { r->finished << one; });
+        connect(run->work, &BaseResolve::resolveTimeOut, this, [r = run.data()] { ++r->overdue; });
+        run->work->startTimer(seconds);
+        run->work->moveToThread(&run->thread);
+        run->thread.start();
+        QMetaObject::invokeMethod(run->work, "resolve", Qt::QueuedConnection);
+        return run;
+    }
+    db_resolve whole(const QSharedPointer<Run> &run)
+    {
+        if (!QTest::qWaitFor([&run] { return !run->finished.isEmpty(); }, 10000))
+            return {};
+        db_resolve res = run->finished.first();
+        ResolveDAO::instance()->readPara(&res);
+        return res;
+    }
+    static bool alive(const QString &pidFile)
+    {
+        const qint64 pid = content(pidFile).trimmed().toLongLong();
+        for (const platform::Process &one : platform::processes()) {
+            if (one.pid == pid && !one.dead)
+                return true;
+        }
+        return false;
+    }
+
+private slots:
+    void initTestCase()
+    {
+        UserInfo::init({});
+        UserInfo::initUser({{"userId", 31}, {"username", "u"}});
+        QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()));
+        qputenv("__COMPAT_LAYER", "RunAsAdmin");
+    }
+    void cleanupTestCase()
+    {
+        ResolveDAO::instance()->releaseResolve();
+        UserInfo::clearCache();
+    }
+    void init() { m_dir.reset(new QTemporaryDir); }
+
+    void ends_data()
+    {
+        QTest::addColumn<QByteArray>("script");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("errstr");
+        QTest::addColumn<bool>("stored");
+        const QByteArray good = "printf '\\nVandrel Info:%s\\nVandrel Debug:\\n' '" + Answer + "'\n";
+        const auto answer = [](const QByteArray &status) {
+            return "echo 'Vandrel Info:{\"status\":" + status + ",\"content\":{\"a\":1},\"details\":\"d\"}'\n";
+        };
+        QTest::newRow("clean") << good << 106 << 0 << "" << true;
+        QTest::newRow("crash behind the answer") << good + "kill -SEGV $$\n" << 106 << 0 << "" << true;
+        QTest::newRow("failure behind the answer") << good + "exit 3\n" << 106 << 0 << "" << true;
+        QTest::newRow("warnings") << answer("1") << 103 << 0 << "d" << true;
+        QTest::newRow("errors") << answer("2") << 104 << 0 << "d" << false;
+        QTest::newRow("parameters missing") << answer("3") << 105 << 0 << "d" << true;
+        QTest::newRow("nothing") << QByteArray("exit 0\n") << 106 << 0 << "" << false;
+        QTest::newRow("cut answer") << QByteArray("printf 'Vandrel Info:{\"status\":0,'\n") << 104 << 10012 << "" << false;
+        QTest::newRow("answer in two writes") << QByteArray("printf 'Vandrel In'; sleep 0.1; printf 'fo:{\"status\":1,\"content\":{\"a\":1},\"details\":\"d\"}'\n") << 103 << 0 << "d" << true;
+        QTest::newRow("noise on both channels") << "i=0; while [ $i -lt 3000 ]; do echo noise; printf noise >&2; i=$((i+1)); done\n" + good << 106 << 0 << "" << true;
+        QTest::newRow("leaves a child that holds its output") << good + "sleep 1000 &\necho $! >child\n" << 106 << 0 << "" << true;
+    }
+    void ends()
+    {
+        QFETCH(QByteArray, script);
+        QFETCH(bool, stored);
+        UserInfo::setAllValue("SoftwarePath", "Maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\n" + script));
+        const db_resolve res = whole(start(Maya, "Maya2016", row(put("s.mb"))));
+        QTEST(res.state, "state");
+        QTEST(res.error, "error");
+        QTEST(res.errstr, "errstr");
+        QTEST(ResolveDAO::instance()->read(res.rkey).errstr, "errstr");
+        const QJsonObject rdata = QJsonDocument::fromJson(res.rdata.toUtf8()).object();
+        QCOMPARE(rdata.contains("resStatus"), stored);
+        QCOMPARE(res.rfile.startsWith("\"files\":[\"" + path("s.mb") + '"'), stored);
+        QVERIFY(!QFileInfo::exists(path("child")) || !alive(path("child")));
+    }
+
+    void hangingTreeDiesWithItsAnalysis()
+    {
+        // A grandchild in the background, one that ignores what can be ignored, and one that left its parent.
+        UserInfo::setAllValue("SoftwarePath", "Maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\ntrap '' TERM INT HUP\n"
+            "sleep 1000 & echo $! >one\n(sh -c 'trap \"\" TERM; sleep 1000 & echo $! >>two; wait' &)\nwhile [ ! -s two ]; do sleep 0.02; done\necho $$ >main\nwait\n"));
+        auto run = start(Maya, "Maya2016", row(put("s.mb")), 0, 1);
+        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path("main")).size() > 0, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(run->overdue, 1, 10000); // told, and left alone
+        QVERIFY(run->finished.isEmpty());
+        QCOMPARE(run->work->record().state, 101);
+        for (const char *one : {"main", "one", "two"})
+            QVERIFY2(alive(path(one)), one);
+        run.reset();
+        for (const char *one : {"main", "one", "two"})
+            QVERIFY2(!alive(path(one)), one);
+    }
+
+    void notStarted_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("software");
+        QTest::addColumn<int>("error");
+        QTest::newRow("maya not installed") << int(Maya) << "maya1999" << 10011;
+        QTest::newRow("program that isn't one") << int(Maya) << "mayanoexec" << 10000;
+        QTest::newRow("max in two words") << int(Max) << "3dsmax 2016" << 10010;
+        QTest::newRow("max not installed") << int(Max) << "3ds max 2016" << 10011;
+        QTest::newRow("max of no known year") << int(Max) << "3ds max 2031" << 10030;
+        QTest::newRow("max too old for the scene") << int(Max) << "3ds max 2012" << 10033;
+        QTest::newRow("houdini in one word") << int(Houdini) << "houdini16" << 10010;
+        QTest::newRow("houdini not installed") << int(Houdini) << "houdini-16.5" << 10011;
+        QTest::newRow("c4d not installed") << int(Cinema4D) << "cinema 4d r20" << 10011;
+        QTest::newRow("clarisse not installed") << int(Clarisse) << "clarisse 4.0" << 10011;
+        QTest::newRow("terragen, not a scene") << int(Terragen) << "terragen 4" << 10012;
+    }
+    void notStarted()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, software);
+        UserInfo::setAllValue("SoftwarePath", "mayanoexec", put("bin/mayabatch", "#!/bin/sh\n"));
+        QByteArray scene(0x6000, '\0');
+        scene[0x3000] = char(0xFE);
+        scene[0x5000] = 0x21;
+        auto run = start(type, software, row(put("s.x", scene)));
+        const db_resolve res = whole(run);
+        QCOMPARE(res.state, 104);
+        QTEST(res.error, "error");
+        QVERIFY(BaseResolve::create(6) == nullptr);
+    }
+
+    void maya_data()
+    {
+        QTest::addColumn<QString>("binary");
+        QTest::addColumn<QString>("software");
+        QTest::addColumn<QJsonObject>("rset");
+        QTest::addColumn<bool>("fast");
+        QTest::addColumn<QString>("expected");
+        const QString command = "python(\"import sys,os\");python(\"sys.path.append(\\\"@S/scripts/maya/%1\\\")\");"
+                                "python(\"import vanalyzer\");python(\"vanalyzer.runMain(0,1)\")";
+        const QJsonObject project{{"mayaProject", "/p r"}};
+        QTest::newRow("batch") << "bin/mayabatch" << "Maya2016" << QJsonObject() << false << "@P|-file|@D/s.mb|-command|" + command.arg("p27");
+        QTest::newRow("project") << "bin/mayabatch" << "Maya2012" << project << false << "@P|-proj|/p r|-file|@D/s.mb|-command|" + command.arg("p26");
+        QTest::newRow("no batch program") << "bin/maya" << "Maya2016" << QJsonObject() << false << "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27");
+        QTest::newRow("fast") << "bin/mayabatch" << "Maya2016" << project << true << "@D/bin/mayapy|@D/s.mb|@S/scripts/maya/p27/VMA.py";
+    }
+    void maya()
+    {
+        QFETCH(QString, binary);
+        QFETCH(QString, software);
+        QFETCH(QJsonObject, rset);
+        QFETCH(bool, fast);
+        QFETCH(QString, expected);
+        UserInfo::setAllValue("Resolve", "fastMaya", fast ? 1 : 0);
+        UserInfo::setUserValue("Resolve", "mayaCache", 1);
+        UserInfo::setAllValue("SoftwarePath", software, program(binary, "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
+        program("bin/mayapy", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n");
+        const db_resolve res = whole(start(Maya, software, row(put("s.mb"), rset), 1));
+        UserInfo::setAllValue("Resolve", "fastMaya", 0);
+        QCOMPARE(res.state, 106);
+        QCOMPARE(res.rdata.contains("parseSubmit"), fast);
+        const QString scripts = UserInfo::programDir();
+        QCOMPARE(words().join('|'), expected.replace("@P", path(binary)).replace("@D", m_dir->path()).replace("@S", scripts));
+        QVERIFY(content(path("given")).startsWith("startGpu||"));
+    }
+
+    void maxBatch()
+    {
+        UserInfo::setAllValue("SoftwarePath", "3dsMax2016", program("3dsmax", "printf 'Vandrel Info:\\r\\n\\r\\nVandrel_sceneName:\\r\\n%s\\r\\n\\r\\n"
+            "Vandrel_renderCam:\\r\\nc\\r\\n\\r\\nVandrel_width:\\r\\n8\\r\\n\\r\\nVandrel_height:\\r\\n6\\r\\n\\r\\nVandrel_outputFile:\\r\\no\\r\\n' "
+            "\"$vandrel_fileload\" >>\"$vandrel_filepath\"\n"));
+        QByteArray scene(0x5001, '\x21');
+        const QString name = put(QString::fromUtf8("it's a \"场景\" $(x).max"), scene);
+        auto run = start(Max, "3ds max 2016", row(name));
+        const db_resolve res = whole(run);
+        QCOMPARE(res.state, 106);
+        const QString log = run->log + '-' + QFileInfo(name).fileName() + "_vdtemp.txt";
+        QCOMPARE(words().join('|'), path("3dsmax") + "|-q|-silent|-mip|-u|MAXScript|" + log + ".ms");
+        QCOMPARE(content(path("given")), "startCpu||" + log + '|' + name + '\n');
+        QVERIFY(content(log + ".ms").startsWith("filein \"") && content(log + ".ms").contains("/scripts/max/Vandrel_param.ms"));
+        QCOMPARE(QJsonDocument::fromJson('{' + res.rfile.toUtf8() + '}').object()["files"].toArray(), QJsonArray{name});
+    }
+
+    void houdiniAndClarisse()
+    {
+        UserInfo::setAllValue("SoftwarePath", "houdini16.5.1", program("hfs/bin/hython", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
+        QCOMPARE(whole(start(Houdini, "houdini-16.5.1", row(put("a b.hip")))).state, 106);
+        QCOMPARE(words(), (QStringList{path("hfs/bin/hython"), path("a b.hip"), UserInfo::programDir() + "/scripts/houdini/p27/vhmain.py"}));
+
+        const QString scene = put("s.project");
+        QDir().mkpath(path("isotropix"));
+        program("isotropix/cnode", "echo \"<project><filename>$1</filename><image><name>i</name></image></project>\"\n");
+        UserInfo::setAllValue("SoftwarePath", "clarisse ifx 4.0", path("isotropix"));
+        const db_resolve res = whole(start(Clarisse, "Clarisse IFX 4.0", row(scene)));
+        QCOMPARE(words(), (QStringList{path("isotropix/cnode"), scene, "-info"}));
+        QCOMPARE(res.state, 106);
+        QCOMPARE(QJsonDocument::fromJson(res.rdata.toUtf8()).object()["modelParameters"].toObject()["images"].toArray().size(), 1);
+        program("isotropix/cnode", "echo no license\n");
+        QCOMPARE(whole(start(Clarisse, "clarisse ifx 4.0", row(scene))).error, 10012);
+    }
+
+    void cinema4DStaysOpen()
+    {
+        UserInfo::setAllValue("SoftwarePath", "cinema 4d r20", program("c4d/Commandline", "printf '\\nVandrel Info:{\"status\":0,\"content\":{\"a\":1}}' >>\"$vandrel_filepath\"\n"
+            "printf 'Vandrel '; sleep 0.1; echo Kill\necho $$ >'" + path("pid").toUtf8() + "'\nexec sleep 1000\n"));
+        auto run = start(Cinema4D, "cinema 4d r20", row(put("s.c4d")));
+        QCOMPARE(whole(run).state, 106);
+        QCOMPARE(words(), (QStringList{path("c4d/Commandline"), "-nogui", path("s.c4d")}));
+        QTRY_VERIFY(alive(path("pid")));
+        run.reset();
+        QVERIFY(!alive(path("pid")));
+    }
+
+    void terragen()
+    {
+        const QByteArray scene = "<terragen><render name=\"r\" image_width=\"4\" image_height=\"3\" sequence_first=\"1\" sequence_last=\"2\" sequence_step=\"1\">"
+                                 "</render><x filename=\"gone.obj\"/></terragen>";
+        const QString name = put("deep/s.tgd", scene);
+        QVERIFY(QFile::link(name, path("one.tgd")) && QFile::link(path("one.tgd"), path("two.tgd")));
+        auto run = start(Terragen, "terragen 4", row(path("two.tgd")));
+        const db_resolve res = whole(run);
+        QCOMPARE(res.state, 103);
+        QCOMPARE(res.errstr, "丢失文件：\r\n" + path("deep/gone.obj"));
+        QCOMPARE(res.rfile, QStringLiteral("\"files\":[\"%1\",\"%2\"]").arg(path("two.tgd"), name));
+        const QJsonObject log = BaseResolve::parseLog(run->log + "-s.tgd.txt", Terragen);
+        QCOMPARE(log["content"].toObject()["files"].toArray(), QJsonArray{name});
+        QVERIFY(run->finished.size() == 1 && run->work->record().state == 103);
+    }
+
+    void namesAndOldLogs()
+    {
+        // A scene name that fills a file name still gets its log.
+        const QString scene = put(QString(80, QChar(0x573a)) + ".tgd", "<terragen/>");
+        QCOMPARE(whole(start(Terragen, "", row(scene))).state, 106);
+
+        const QString old = put("resolve-1-N-s.mb_vdtemp.txt", "Vandrel Info:" + Answer);
+        put("resolve-1-N-s.mb.txt", "Vandrel Info:{\"status\":2}"); // of an earlier analysis
+        BaseResolve work;
+        work.logOnly = true;
+        work.setUp(row("/s.mb"), "Maya2016 Linux", Maya, 0, old);
+        QSignalSpy finished(&work, &BaseResolve::resolveFinished);
+        work.finishResolve();
+        work.finishResolve();
+        QCOMPARE(finished.size(), 1);
+        QCOMPARE(finished[0][0].value<db_resolve>().state, 106);
+        QVERIFY(QFileInfo::exists(old));
+    }
+};
+VN_TEST(TestDriver)
+#include "tst_driver.moc"
