@@ -20,8 +20,6 @@ QJsonArray listUnder(const QJsonDocument &reply, const QStringList &keys)
     return {};
 }
 
-QString tr(const char *text) { return QCoreApplication::translate("EnvPre", text); }
-
 bool isDefault(const QJsonObject &obj) { return obj.value(QLatin1String("isDefault")).toVariant().toInt() == 1; }
 } // namespace
 
@@ -87,17 +85,17 @@ int EnvChoice::preferred(const QJsonArray &list, const QString &remembered, QStr
 QString EnvChoice::refusal(const Chosen &chosen)
 {
     if (chosen.project.isEmpty() || chosen.machine.isEmpty())
-        return tr("没有可供选择的项目或机型");
+        return QCoreApplication::translate("EnvPre", "没有可供选择的项目或机型");
     const QString path = chosen.resultRoot == ProjectPath ? chosen.config.value(QLatin1String("outputPath")).toString()
                          : chosen.resultRoot == SceneFolder ? QStringLiteral("/") : chosen.resultDir;
     if (path.isEmpty())
-        return tr("没有检测到出图路径，请去项目管理设置");
+        return QCoreApplication::translate("EnvPre", "没有检测到出图路径，请去项目管理设置");
     if (chosen.env.isEmpty())
-        return tr("请选择环境");
+        return QCoreApplication::translate("EnvPre", "请选择环境");
     if (chosen.softwareType == Maya && !chosen.mayaProjectExists)
-        return tr("项目路径不存在");
+        return QCoreApplication::translate("EnvPre", "项目路径不存在");
     if (chosen.balance <= 0)
-        return tr("余额不足，请充值");
+        return QCoreApplication::translate("EnvPre", "余额不足，请充值");
     return {};
 }
 

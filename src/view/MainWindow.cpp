@@ -26,7 +26,7 @@ namespace {
 constexpr int MoneyFlag = 12; // of the role's permissions
 constexpr int Deposit = 3;    // kind of link
 constexpr int ResultsMs = 500;
-const QSize FirstSize(1180, 720), LeastSize(960, 560);
+const QSize FirstSize(1240, 760), LeastSize(960, 560);
 double money = 0;
 } // namespace
 
@@ -132,6 +132,7 @@ void MainWindow::makeMenu(const QJsonObject &info)
     group(tr("使用帮助"), {{"renderGuideUrl", QStringLiteral("help"), tr("渲染指南")}, {"netTestUrl", QStringLiteral("globe"), tr("网络诊断")}});
     connect(m_menu, &LeftMenu::pageChosen, this, [this](int page) {
         m_stack->setCurrentIndex(page);
+        m_stack->currentWidget()->setFocus();
         m_menu->setMark(page, false);
     });
     connect(m_menu, &LeftMenu::webChosen, this, [this](const QString &title, const QUrl &url) {

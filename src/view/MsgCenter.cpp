@@ -80,7 +80,7 @@ void MsgCenter::show(const QJsonDocument &reply)
             m_table->item(row, i)->setToolTip(texts[i].toHtmlEscaped());
         }
     }
-    for (const char *key : {"pageSum", "pages", "totalPage"})
+    for (const char *key : {"pageSize", "pageSum"})
         if (const int sum = reply.object().value(QLatin1String(key)).toInt(); sum > 0)
             m_pages->setPageSum(sum);
 }

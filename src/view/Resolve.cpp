@@ -47,6 +47,7 @@ Resolve::Resolve(QWidget *parent)
     makeActions();
     makeBar();
     makeTable();
+    setFocusProxy(m_table);
     listen();
     actionsFollow();
     refresh();
@@ -113,7 +114,11 @@ void Resolve::makeBar()
         auto *one = new QPushButton(action->text(), this);
         one->setProperty("primary", primary);
         connect(one, &QPushButton::clicked, action, &QAction::trigger);
-        connect(action, &QAction::changed, one, [one, action] { one->setEnabled(action->isEnabled()); });
+        connect(action, &QAction::changed, one, [this, one, action] {
+            if (!action->isEnabled() && one->hasFocus())
+                m_table->setFocus(); // not to the next button: that may be the one that deletes
+            one->setEnabled(action->isEnabled());
+        });
         bar->addWidget(one);
     };
     button(Act::Commit, true);
@@ -144,7 +149,7 @@ void Resolve::makeTable()
     TickHeader::dress(m_table, m_sorted);
     auto *head = static_cast<TickHeader *>(m_table->horizontalHeader());
     connect(head, &TickHeader::tickAll, m_model, &ResolveModel::tickAll);
-    const int widths[ResolveModel::ColumnCount] = {40, 128, 200, 112, 148, 128, 160, 148};
+    const int widths[ResolveModel::ColumnCount] = {40, 128, 200, 96, 144, 112, 168, 176};
     for (int i = 0; i < ResolveModel::ColumnCount; ++i)
         head->resizeSection(i, widths[i]);
     head->setSectionResizeMode(ResolveModel::Tick, QHeaderView::Fixed);

@@ -1,10 +1,13 @@
 #include "view/SceneInfo.h"
 #include <QFileInfo>
+#include <QCoreApplication>
+#include <QHash>
 #include <QHeaderView>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLabel>
 #include <QPushButton>
+#include <QStyledItemDelegate>
 #include <QTreeWidget>
 
 namespace {
@@ -20,6 +23,19 @@ QString plain(const QJsonValue &value)
     return value.toVariant().toString();
 }
 
+// The parameters that every software has, in words; others keep their names.
+QString wordOf(const QString &key)
+{
+    static const QHash<QString, const char *> words{
+        {"cameras", QT_TRANSLATE_NOOP("SceneInfo", "相机")},        {"frames", QT_TRANSLATE_NOOP("SceneInfo", "帧")},
+        {"width", QT_TRANSLATE_NOOP("SceneInfo", "宽度")},          {"height", QT_TRANSLATE_NOOP("SceneInfo", "高度")},
+        {"renderer", QT_TRANSLATE_NOOP("SceneInfo", "渲染器")},     {"outputFile", QT_TRANSLATE_NOOP("SceneInfo", "输出文件")},
+        {"outputPath", QT_TRANSLATE_NOOP("SceneInfo", "输出路径")}, {"outputFormat", QT_TRANSLATE_NOOP("SceneInfo", "输出格式")},
+        {"vrMode", QT_TRANSLATE_NOOP("SceneInfo", "GI 模式")},      {"giName", QT_TRANSLATE_NOOP("SceneInfo", "GI 设置")}};
+    const auto word = words.constFind(key);
+    return word == words.cend() ? key : QCoreApplication::translate("SceneInfo", *word);
+}
+
 bool isDeep(const QJsonValue &value)
 {
     return value.isObject() || (value.isArray() && !value.toArray().isEmpty() && value.toArray().first().isObject());
@@ -28,17 +44,19 @@ bool isDeep(const QJsonValue &value)
 void walk(const QJsonObject &obj, int depth, int limit, QList<SceneInfo::Line> *out)
 {
     for (auto it = obj.begin(); it != obj.end() && out->size() < limit; ++it) {
+        if (depth > 0 && it.key() == QLatin1String("name"))
+            continue; // stands as the heading
         if (!isDeep(it.value())) {
-            out->append({it.key(), plain(it.value()), depth});
+            out->append({wordOf(it.key()), plain(it.value()), depth});
             continue;
         }
         if (it.value().isObject()) {
-            out->append({it.key(), QString(), depth});
+            out->append({wordOf(it.key()), QString(), depth});
             walk(it.value().toObject(), depth + 1, limit, out);
             continue;
         }
         const QJsonArray list = it.value().toArray();
-        out->append({it.key(), QString::number(list.size()), depth});
+        out->append({wordOf(it.key()), QString::number(list.size()), depth});
         for (int i = 0; i < list.size() && out->size() < limit; ++i) {
             const QJsonObject one = list.at(i).toObject();
             const QString name = one.value(QLatin1String("name")).toString();
@@ -47,6 +65,15 @@ void walk(const QJsonObject &obj, int depth, int limit, QList<SceneInfo::Line> *
         }
     }
 }
+class RowHeight : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
+    {
+        return {QStyledItemDelegate::sizeHint(option, index).width(), 28};
+    }
+};
 } // namespace
 
 QList<SceneInfo::Line> SceneInfo::lines(const QJsonObject &rdata, int limit)
@@ -88,6 +115,7 @@ SceneInfo::SceneInfo(const db_resolve &res, QWidget *parent) : BaseWidget(Dialog
         item->setToolTip(1, line.value);
         chain << item;
     }
+    tree->setItemDelegate(new RowHeight(tree));
     tree->expandAll();
     column->addWidget(tree, 1);
     auto *buttons = new QHBoxLayout;

@@ -212,6 +212,7 @@ void Transfer::triggerAction(QAction *act)
 {
     act->setChecked(true);
     m_stack->setCurrentIndex(act == m_upAct ? 0 : 1);
+    setFocusProxy(tree());
     m_pages->setMaximumHeight(act == m_upAct ? 0 : QWIDGETSIZE_MAX);
     refreshUp();
 }

@@ -10,6 +10,9 @@
 namespace {
 constexpr int StaleMs = 3000;
 
+// A running upload reads as waiting in its store: only the workers' word tells.
+int running(int state) { return state == TransSet::UpWait ? TransSet::UpRun : state == TransSet::DownWait ? TransSet::DownRun : state; }
+
 QString fileName(const QString &path) { return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1); }
 } // namespace
 
@@ -223,6 +226,8 @@ void TransferModel::setFiles(const QString &key, const QList<TransferFile> &file
             file.done = old->done;
             file.speed = old->speed;
             file.heard = old->heard;
+            if (file.speed > 0 && old->state == running(file.state))
+                file.state = old->state;
         }
         if (clear || old == known.constEnd())
             next << file;
@@ -319,6 +324,15 @@ void TransferModel::setGroupState(const QString &key, int state)
         return;
     m_groups[at].state = state;
     groupChanged(at);
+    if (!m_uploads || state == 111)
+        return;
+    for (int f = 0; f < m_groups.at(at).files.size(); ++f) { // its workers were taken
+        TransferFile &file = m_groups[at].files[f];
+        file.speed = 0;
+        if (file.state == TransSet::UpRun)
+            file.state = TransSet::UpWait;
+        fileChanged(at, f);
+    }
 }
 
 void TransferModel::setGroupCount(const QString &key, int ok, int sum)
@@ -341,6 +355,8 @@ bool TransferModel::changeSpeed(qlonglong pri, qlonglong ed, qlonglong size, qlo
     file->size = qMax(size, ed);
     file->speed = speed;
     file->heard = m_clock.elapsed();
+    if (speed > 0)
+        file->state = running(file->state);
     fileChanged(g, f);
     groupChanged(g);
     startClock();

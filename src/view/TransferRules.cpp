@@ -36,17 +36,16 @@ QStringList TransferRules::buttons(bool uploads, int state)
         out << QString();
     const bool paused = uploads ? state == 112 : state == TransSet::DownPause;
     const bool failed = uploads ? state == 113 : state == TransSet::DownError || state == TransSet::DownGaveUp;
-    const auto text = [](const char *source) { return QCoreApplication::translate("TransferHand", source); };
     if (paused)
-        out[Start] = text("继续");
+        out[Start] = QCoreApplication::translate("TransferHand", "继续");
     else if (failed)
-        out[Again] = uploads ? text("重新上传") : text("重新下载");
+        out[Again] = uploads ? QCoreApplication::translate("TransferHand", "重新上传") : QCoreApplication::translate("TransferHand", "重新下载");
     else
-        out[Pause] = text("暂停");
+        out[Pause] = QCoreApplication::translate("TransferHand", "暂停");
     if (!uploads && state == TransSet::DownWait)
-        out[Priority] = text("优先");
-    out[Delete] = text("删除");
-    out[Folder] = text("目录");
+        out[Priority] = QCoreApplication::translate("TransferHand", "优先");
+    out[Delete] = QCoreApplication::translate("TransferHand", "删除");
+    out[Folder] = QCoreApplication::translate("TransferHand", "目录");
     return out;
 }
 

@@ -8,6 +8,7 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QScreen>
+#include <QShortcut>
 #include <QStyle>
 #include <QStyleOption>
 #include <QUrl>
@@ -42,6 +43,8 @@ BaseWidget::BaseWidget(Role role, QWidget *parent) : QWidget(parent), m_role(rol
     setAttribute(Qt::WA_StyledBackground, false);
     setMouseTracking(true);
     makeHead();
+    for (int digit = 1; role == Window && digit <= 9; ++digit)
+        connect(new QShortcut(QKeySequence(Qt::CTRL | (Qt::Key_0 + digit)), this), &QShortcut::activated, this, [this, digit] { emit hotKey(digit); });
     m_body = new QVBoxLayout;
     m_body->setContentsMargins(0, 0, 0, 0);
     m_body->setSpacing(0);
@@ -64,10 +67,11 @@ void BaseWidget::makeHead()
     m_title = new QLabel(m_headArea);
     m_title->setObjectName(QStringLiteral("headTitle"));
     line->addWidget(m_title);
-    m_head = new QHBoxLayout;
+    auto *middle = new QWidget(m_headArea);
+    m_head = new QHBoxLayout(middle);
     m_head->setContentsMargins(8, 0, 8, 0);
     m_head->setSpacing(8);
-    line->addLayout(m_head, 1);
+    line->addWidget(middle, 1);
     if (m_role == Window) {
         QToolButton *min = headButton(QStringLiteral("min"), QStringLiteral("headMin"), tr("最小化"));
         m_max = headButton(QStringLiteral("max"), QStringLiteral("headMax"), tr("最大化"));
@@ -85,6 +89,7 @@ QToolButton *BaseWidget::headButton(const QString &icon, const QString &name, co
     button->setObjectName(name);
     button->setIcon(IconTool::icon(icon));
     button->setFixedSize(36, 28);
+    button->setFocusPolicy(Qt::NoFocus); // the window system has keys for these
     button->setToolTip(tip);
     button->setAccessibleName(tip);
     m_headArea->layout()->addWidget(button);
@@ -247,9 +252,7 @@ void BaseWidget::systemMenu(const QPoint &at)
 
 void BaseWidget::keyPressEvent(QKeyEvent *event)
 {
-    if (event->modifiers() == Qt::ControlModifier && event->key() >= Qt::Key_1 && event->key() <= Qt::Key_9)
-        emit hotKey(event->key() - Qt::Key_0);
-    else if (m_role == Dialog && event->key() == Qt::Key_Escape)
+    if (m_role == Dialog && event->key() == Qt::Key_Escape)
         on_headClose_clicked();
     else
         QWidget::keyPressEvent(event);

@@ -119,7 +119,7 @@ QList<QRect> LinkItem::places(const QStyleOptionViewItem &option, const QStringL
             out << QRect();
             continue;
         }
-        const int width = qMin(option.fontMetrics.horizontalAdvance(word), qMax(0, option.rect.right() - Pad - x));
+        const int width = qMin(option.fontMetrics.horizontalAdvance(word) + 2, qMax(0, option.rect.right() - Pad - x));
         out << QRect(x, option.rect.top(), width, option.rect.height());
         x += width + Gap;
     }

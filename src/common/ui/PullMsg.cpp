@@ -17,7 +17,7 @@ QJsonArray PullMsg::listOf(const QJsonDocument &doc)
     if (doc.isArray())
         return doc.array();
     const QJsonObject obj = doc.object();
-    for (const char *key : {"list", "rows", "data", "notices"})
+    for (const char *key : {"pageList", "list", "rows", "data", "notices"})
         if (obj.value(QLatin1String(key)).isArray())
             return obj.value(QLatin1String(key)).toArray();
     return obj.contains(QLatin1String("content")) ? QJsonArray{obj} : QJsonArray();

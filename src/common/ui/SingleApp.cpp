@@ -1,7 +1,9 @@
 #include "common/ui/SingleApp.h"
+#include <QCryptographicHash>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QStandardPaths>
 
 SingleApp::SingleApp(int &argc, char **argv) : QApplication(argc, argv) {}
 
@@ -29,5 +31,10 @@ bool SingleApp::handshake(const QString &name, bool check)
 QString SingleApp::instanceName(const QString &group)
 {
     const uint owner = QFileInfo(QDir::homePath()).ownerId();
-    return owner == uint(-2) ? group : group + QLatin1Char('_') + QString::number(owner);
+    if (owner == uint(-2))
+        return group;
+    // What one instance guards is the user's data: a data folder elsewhere is another client's.
+    const QString data = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation);
+    const QByteArray mark = QCryptographicHash::hash(data.toUtf8(), QCryptographicHash::Md5).toHex().left(8);
+    return QStringLiteral("%1_%2_%3").arg(group, QString::number(owner), QString::fromLatin1(mark));
 }

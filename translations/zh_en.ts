@@ -1,0 +1,2094 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="en_US" sourcelanguage="zh_CN">
+<context>
+    <name>BaseWidget</name>
+    <message>
+        <source>最小化</source>
+        <translation>Minimise</translation>
+    </message>
+    <message>
+        <source>最大化</source>
+        <translation>Maximise</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>还原</source>
+        <translation>Restore</translation>
+    </message>
+</context>
+<context>
+    <name>C4DResolve</name>
+    <message>
+        <source>请允许此操作，已保证解析正常</source>
+        <translation>Please allow this step, the analysis needs it</translation>
+    </message>
+</context>
+<context>
+    <name>ClarisseXml</name>
+    <message>
+        <source>丢失文件：%1</source>
+        <translation>Missing file: %1</translation>
+    </message>
+</context>
+<context>
+    <name>CmdHand</name>
+    <message>
+        <source>服务器没有应答，请稍后再试</source>
+        <translation>The server doesn&apos;t answer, try again later</translation>
+    </message>
+    <message>
+        <source>没有此接口</source>
+        <translation>There is no such interface</translation>
+    </message>
+    <message>
+        <source>客户端未登录</source>
+        <translation>The client isn&apos;t logged in</translation>
+    </message>
+    <message>
+        <source>输出路径不存在</source>
+        <translation>The output folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>已打开本地目录</source>
+        <translation>The local folder is open</translation>
+    </message>
+    <message>
+        <source>已加入下载队列</source>
+        <translation>Added to the download queue</translation>
+    </message>
+    <message>
+        <source>一次最多处理%1个</source>
+        <translation>At most %1 at a time</translation>
+    </message>
+    <message>
+        <source>没有相关大任务</source>
+        <translation>No such task</translation>
+    </message>
+    <message>
+        <source>参数异常</source>
+        <translation>Bad parameters</translation>
+    </message>
+    <message>
+        <source>客户端调用结束</source>
+        <translation>The call to the client is over</translation>
+    </message>
+    <message>
+        <source>提交到客户端失败</source>
+        <translation>Handing over to the client failed</translation>
+    </message>
+    <message>
+        <source>提交到客户端成功</source>
+        <translation>Handed over to the client</translation>
+    </message>
+    <message>
+        <source>获取解析列表</source>
+        <translation>List of analyses</translation>
+    </message>
+    <message>
+        <source>没有此订单下的模型</source>
+        <translation>There is no scene of this order</translation>
+    </message>
+    <message>
+        <source>任务已提交，参数不能再修改</source>
+        <translation>The task is submitted, its parameters can&apos;t be changed any more</translation>
+    </message>
+    <message>
+        <source>参数保存失败</source>
+        <translation>The parameters could not be saved</translation>
+    </message>
+    <message>
+        <source>没有解析日志</source>
+        <translation>There is no analysis log</translation>
+    </message>
+</context>
+<context>
+    <name>DownCover</name>
+    <message>
+        <source>序列检查</source>
+        <translation>Sequence check</translation>
+    </message>
+    <message>
+        <source>全部覆盖</source>
+        <translation>Overwrite all</translation>
+    </message>
+    <message>
+        <source>跳过已存在</source>
+        <translation>Skip existing</translation>
+    </message>
+</context>
+<context>
+    <name>DownHandler</name>
+    <message>
+        <source>任务 %1 的结果列表获取失败，请检查网络后重新下载</source>
+        <translation>The results of task %1 could not be listed. Check the network and download again</translation>
+    </message>
+    <message>
+        <source>任务 %1 的结果列表获取失败：%2</source>
+        <translation>The results of task %1 could not be listed: %2</translation>
+    </message>
+    <message>
+        <source>暂无结果文件</source>
+        <translation>There are no result files yet</translation>
+    </message>
+    <message>
+        <source>文件已全部下载完成</source>
+        <translation>All files are downloaded</translation>
+    </message>
+    <message>
+        <source>已存在 %1 个文件，共 %2 个</source>
+        <translation>%1 of %2 files are here already</translation>
+    </message>
+    <message>
+        <source>以下帧缺失，请重新下载：<byte value="xd"/>
+%1</source>
+        <translation>These frames are missing, download them again:<byte value="xd"/>
+%1</translation>
+    </message>
+</context>
+<context>
+    <name>EnvPre</name>
+    <message>
+        <source>没有可供选择的项目或机型</source>
+        <translation>There is no project or machine to choose</translation>
+    </message>
+    <message>
+        <source>没有检测到出图路径，请去项目管理设置</source>
+        <translation>No result folder is set, set one with the project</translation>
+    </message>
+    <message>
+        <source>请选择环境</source>
+        <translation>Choose an environment</translation>
+    </message>
+    <message>
+        <source>项目路径不存在</source>
+        <translation>The project folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>余额不足，请充值</source>
+        <translation>The balance is too low, please top up</translation>
+    </message>
+    <message>
+        <source>提交%1文件</source>
+        <translation>Submit %1 scenes</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
+    </message>
+    <message>
+        <source>… 共 %1 个文件</source>
+        <translation>… %1 files in all</translation>
+    </message>
+    <message>
+        <source>场景：</source>
+        <translation>Scenes:</translation>
+    </message>
+    <message>
+        <source>项目：</source>
+        <translation>Project:</translation>
+    </message>
+    <message>
+        <source>环境：</source>
+        <translation>Environment:</translation>
+    </message>
+    <message>
+        <source>机型：</source>
+        <translation>Machine:</translation>
+    </message>
+    <message>
+        <source>工程路径</source>
+        <translation>Project folder</translation>
+    </message>
+    <message>
+        <source>工程路径：</source>
+        <translation>Project folder:</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Try again</translation>
+    </message>
+    <message>
+        <source>提交</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>解析队列尚未就绪，请稍后重试</source>
+        <translation>The analysis queue isn&apos;t ready yet, try again in a moment</translation>
+    </message>
+</context>
+<context>
+    <name>FrameSet</name>
+    <message>
+        <source>不支持输入英文，请检查！</source>
+        <translation>Letters aren&apos;t allowed here, please check!</translation>
+    </message>
+    <message>
+        <source>输入的字符格式不正确，请检查！</source>
+        <translation>The format isn&apos;t right, please check!</translation>
+    </message>
+    <message>
+        <source>请输入参数设置项的序列帧！</source>
+        <translation>Enter the frame sequence of the parameters!</translation>
+    </message>
+    <message>
+        <source>参数设置项的序列帧只支持从小到大排列！</source>
+        <translation>The frame sequence of the parameters must ascend!</translation>
+    </message>
+    <message>
+        <source>参数设置项的隔帧不在有效序列帧范围内！</source>
+        <translation>The frame step lies outside the frame sequence!</translation>
+    </message>
+    <message>
+        <source>帧序列只支持从小到大排列！</source>
+        <translation>The frame sequence must ascend!</translation>
+    </message>
+    <message>
+        <source>优先帧不在序列帧范围内！</source>
+        <translation>The priority frames lie outside the frame sequence!</translation>
+    </message>
+</context>
+<context>
+    <name>HeadBar</name>
+    <message>
+        <source>账户余额，点击刷新</source>
+        <translation>Balance, click to refresh</translation>
+    </message>
+    <message>
+        <source>充值</source>
+        <translation>Top up</translation>
+    </message>
+    <message>
+        <source>消息</source>
+        <translation>Messages</translation>
+    </message>
+    <message>
+        <source>账号</source>
+        <translation>Account</translation>
+    </message>
+    <message>
+        <source>切换账号</source>
+        <translation>Switch account</translation>
+    </message>
+    <message>
+        <source>退出程序</source>
+        <translation>Quit</translation>
+    </message>
+</context>
+<context>
+    <name>LeftMenu</name>
+    <message>
+        <source>菜单</source>
+        <translation>Menu</translation>
+    </message>
+</context>
+<context>
+    <name>LogParser</name>
+    <message>
+        <source>文件内设置的渲染器与所选渲染器不一致，请修改后再提交</source>
+        <translation>The renderer set in the file isn&apos;t the chosen one. Change it, then submit</translation>
+    </message>
+</context>
+<context>
+    <name>Login</name>
+    <message>
+        <source>登录</source>
+        <translation>Log in</translation>
+    </message>
+</context>
+<context>
+    <name>MainWindow</name>
+    <message>
+        <source>渲染客户端</source>
+        <translation>Render client</translation>
+    </message>
+    <message>
+        <source>收起菜单</source>
+        <translation>Fold the menu</translation>
+    </message>
+    <message>
+        <source>渲染管理</source>
+        <translation>Rendering</translation>
+    </message>
+    <message>
+        <source>解析提交</source>
+        <translation>Submit scenes</translation>
+    </message>
+    <message>
+        <source>传输管理</source>
+        <translation>Transfers</translation>
+    </message>
+    <message>
+        <source>用户中心</source>
+        <translation>Account</translation>
+    </message>
+    <message>
+        <source>个人中心</source>
+        <translation>User centre</translation>
+    </message>
+    <message>
+        <source>充值中心</source>
+        <translation>Top up</translation>
+    </message>
+    <message>
+        <source>会员购买</source>
+        <translation>Membership</translation>
+    </message>
+    <message>
+        <source>使用帮助</source>
+        <translation>Help</translation>
+    </message>
+    <message>
+        <source>渲染指南</source>
+        <translation>Render guide</translation>
+    </message>
+    <message>
+        <source>网络诊断</source>
+        <translation>Network check</translation>
+    </message>
+    <message>
+        <source>展开菜单</source>
+        <translation>Unfold the menu</translation>
+    </message>
+    <message>
+        <source>优先帧完成</source>
+        <translation>Priority frames are done</translation>
+    </message>
+</context>
+<context>
+    <name>MaxLog</name>
+    <message>
+        <source>警告：没有设置默认相机。<byte value="xd"/>
+</source>
+        <translation>Warning: no default camera is set.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>警告：未解析到本地光子，请在参数设置里面修改光子模式或重新指认光子路径。<byte value="xd"/>
+</source>
+        <translation>Warning: no local photon map was found. Change the photon mode in the parameters or point to the photon file again.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>警告：未找到以下贴图<byte value="xd"/>
+</source>
+        <translation>Warning: these textures were not found<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：选定的相机名中含有非法字符。<byte value="xd"/>
+</source>
+        <translation>Error: the name of the chosen camera holds illegal characters.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：帧缓存输出路径无效。<byte value="xd"/>
+%1<byte value="xd"/>
+</source>
+        <translation>Error: the output path of the frame buffer isn&apos;t valid.<byte value="xd"/>
+%1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：未设置帧缓存输出路径。<byte value="xd"/>
+%1<byte value="xd"/>
+</source>
+        <translation>Error: the frame buffer has no output path.<byte value="xd"/>
+%1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：未设置输出自动保存。<byte value="xd"/>
+%1<byte value="xd"/>
+</source>
+        <translation>Error: saving the output isn&apos;t switched on.<byte value="xd"/>
+%1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：制作模型的软件版本与选择的软件版本不同。<byte value="xd"/>
+</source>
+        <translation>Error: the scene was made with another version of the software than the chosen one.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：模型文件中包含可执行脚本，请清理后提交。<byte value="xd"/>
+</source>
+        <translation>Error: the scene holds executable scripts. Remove them, then submit.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>当前渲染器为GPU渲染器，提交机型为CPU，请更换机型后重新提交。<byte value="xd"/>
+</source>
+        <translation>The renderer runs on a GPU, the chosen machine is a CPU machine. Choose another machine and submit again.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：没有可用相机。<byte value="xd"/>
+</source>
+        <translation>Error: there is no usable camera.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：出图高度解析异常。<byte value="xd"/>
+</source>
+        <translation>Error: the image height could not be read.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>错误：出图宽度解析异常。<byte value="xd"/>
+</source>
+        <translation>Error: the image width could not be read.<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>警告：无输出路径，请先进行参数设置<byte value="xd"/>
+</source>
+        <translation>Warning: no output path, set the parameters first<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>当前渲染器为CPU渲染器，机型选择GPU，请确认机型后提交。<byte value="xd"/>
+</source>
+        <translation>The renderer runs on a CPU, the chosen machine is a GPU machine. Check the machine before you submit.<byte value="xd"/>
+</translation>
+    </message>
+</context>
+<context>
+    <name>MissionBuilder</name>
+    <message>
+        <source>%1_优先帧</source>
+        <translation>%1_priority</translation>
+    </message>
+</context>
+<context>
+    <name>ModelAnalysis</name>
+    <message>
+        <source>场景文件中包含多种类型，请筛选后再拖入！</source>
+        <translation>The scenes are of several kinds. Drop one kind at a time!</translation>
+    </message>
+    <message>
+        <source>请拖入类型为%1场景文件！</source>
+        <translation>Drop scene files of type %1!</translation>
+    </message>
+    <message>
+        <source>没有模型文件</source>
+        <translation>There is no scene file</translation>
+    </message>
+    <message>
+        <source>缺失软件类型</source>
+        <translation>The software is missing</translation>
+    </message>
+    <message>
+        <source>缺失项目信息</source>
+        <translation>The project is missing</translation>
+    </message>
+    <message>
+        <source>项目路径不存在</source>
+        <translation>The project folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>缺失机型</source>
+        <translation>The machine is missing</translation>
+    </message>
+    <message>
+        <source>上级账号不匹配，请重新设置</source>
+        <translation>The superior account doesn&apos;t match, set it again</translation>
+    </message>
+    <message>
+        <source>缺失场景文件</source>
+        <translation>The scene file is missing</translation>
+    </message>
+</context>
+<context>
+    <name>MsgBox</name>
+    <message>
+        <source>提示</source>
+        <translation>Note</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>MsgCenter</name>
+    <message>
+        <source>消息中心</source>
+        <translation>Messages</translation>
+    </message>
+    <message>
+        <source>类型</source>
+        <translation>Type</translation>
+    </message>
+    <message>
+        <source>内容</source>
+        <translation>Content</translation>
+    </message>
+    <message>
+        <source>时间</source>
+        <translation>Time</translation>
+    </message>
+    <message>
+        <source>暂时没有消息</source>
+        <translation>There are no messages</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>任务完成</source>
+        <translation>Task done</translation>
+    </message>
+    <message>
+        <source>欠费提醒</source>
+        <translation>Low balance</translation>
+    </message>
+    <message>
+        <source>充值记录</source>
+        <translation>Top-up</translation>
+    </message>
+</context>
+<context>
+    <name>Pagination</name>
+    <message>
+        <source>上一页</source>
+        <translation>Previous page</translation>
+    </message>
+    <message>
+        <source>下一页</source>
+        <translation>Next page</translation>
+    </message>
+    <message>
+        <source>页码</source>
+        <translation>Page number</translation>
+    </message>
+</context>
+<context>
+    <name>ParameterModel</name>
+    <message>
+        <source>%1:参数数据格式错误，请重新解析</source>
+        <translation>%1: the parameter data is damaged, analyse again</translation>
+    </message>
+    <message>
+        <source>%1:无输出路径，请先进行参数设置</source>
+        <translation>%1: no output path, set the parameters first</translation>
+    </message>
+    <message>
+        <source>%1:无默认相机，请先进行参数设置</source>
+        <translation>%1: no default camera, set the parameters first</translation>
+    </message>
+    <message>
+        <source>%1:无本地光子，请先进行参数设置</source>
+        <translation>%1: no local photon map, set the parameters first</translation>
+    </message>
+    <message>
+        <source>请设置光子路径</source>
+        <translation>Set the photon path</translation>
+    </message>
+    <message>
+        <source>光子路径不存在</source>
+        <translation>The photon path doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>请选择相机</source>
+        <translation>Choose a camera</translation>
+    </message>
+    <message>
+        <source>请选择渲染节点</source>
+        <translation>Choose a render node</translation>
+    </message>
+    <message>
+        <source>请选择层</source>
+        <translation>Choose a layer</translation>
+    </message>
+    <message>
+        <source>请选择节点</source>
+        <translation>Choose a node</translation>
+    </message>
+    <message>
+        <source>出图命名规则只能由数字、字母和&lt; &gt; _ - /  </source>
+        <translation>The naming rule may hold only digits, letters and &lt; &gt; _ - /  </translation>
+    </message>
+</context>
+<context>
+    <name>ProxyFactory</name>
+    <message>
+        <source>端口转发失败！请检查系统相关服务是否正常运行。</source>
+        <translation>Port forwarding failed! Check that the system&apos;s services for it run.</translation>
+    </message>
+    <message>
+        <source>端口监听失败！%1</source>
+        <translation>Listening failed on a port! %1</translation>
+    </message>
+</context>
+<context>
+    <name>Resolve</name>
+    <message>
+        <source>解析提交</source>
+        <translation>Submit scenes</translation>
+    </message>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>重新解析</source>
+        <translation>Analyse again</translation>
+    </message>
+    <message>
+        <source>暂停解析</source>
+        <translation>Pause analysis</translation>
+    </message>
+    <message>
+        <source>继续解析</source>
+        <translation>Resume analysis</translation>
+    </message>
+    <message>
+        <source>暂停上传</source>
+        <translation>Pause upload</translation>
+    </message>
+    <message>
+        <source>继续上传</source>
+        <translation>Resume upload</translation>
+    </message>
+    <message>
+        <source>删除任务</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>重新提交</source>
+        <translation>Submit again</translation>
+    </message>
+    <message>
+        <source>添加场景</source>
+        <translation>Add scenes</translation>
+    </message>
+    <message>
+        <source>更多</source>
+        <translation>More</translation>
+    </message>
+    <message>
+        <source>搜索文件名称</source>
+        <translation>Search by file name</translation>
+    </message>
+    <message>
+        <source>解析列表</source>
+        <translation>List of scenes</translation>
+    </message>
+    <message>
+        <source>暂时没有解析记录呢</source>
+        <translation>No scenes yet</translation>
+    </message>
+    <message>
+        <source>把场景文件拖到这里，或点击“添加场景”</source>
+        <translation>Drop scene files here, or click &quot;Add scenes&quot;</translation>
+    </message>
+    <message>
+        <source>场景文件</source>
+        <translation>Scene files</translation>
+    </message>
+    <message>
+        <source>您还没有解析文件的权限，请联系您的母账号开通！</source>
+        <translation>You have no right to analyse files. Ask your main account for it!</translation>
+    </message>
+    <message>
+        <source>余额不足，请充值</source>
+        <translation>The balance is too low, please top up</translation>
+    </message>
+    <message>
+        <source>优先级</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>批量提交无法修改参数，确定提交吗？</source>
+        <translation>Scenes submitted together can&apos;t be changed any more. Submit them?</translation>
+    </message>
+    <message>
+        <source>确定删除“%1”吗？</source>
+        <translation>Delete &quot;%1&quot;?</translation>
+    </message>
+    <message>
+        <source>确定删除选中的 %1 个任务吗？</source>
+        <translation>Delete the %1 chosen tasks?</translation>
+    </message>
+    <message>
+        <source>您还没有参数设置的权限！</source>
+        <translation>You have no right to set parameters!</translation>
+    </message>
+    <message>
+        <source>您没有参数设置的权限！</source>
+        <translation>You have no right to set parameters!</translation>
+    </message>
+    <message>
+        <source>继续</source>
+        <translation>Resume</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order</translation>
+    </message>
+    <message>
+        <source>文件名称</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>所属项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>开始解析时间</source>
+        <translation>Analysis started</translation>
+    </message>
+    <message>
+        <source>上传进度</source>
+        <translation>Upload</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，任务未删除，请稍后重试</source>
+        <translation>The server doesn&apos;t answer. Nothing was deleted, try again later</translation>
+    </message>
+</context>
+<context>
+    <name>ResolveDAO</name>
+    <message>
+        <source>待解析</source>
+        <translation>Waiting for analysis</translation>
+    </message>
+    <message>
+        <source>解析中</source>
+        <translation>Analysing</translation>
+    </message>
+    <message>
+        <source>解析暂停</source>
+        <translation>Analysis paused</translation>
+    </message>
+    <message>
+        <source>解析警告</source>
+        <translation>Analysed with warnings</translation>
+    </message>
+    <message>
+        <source>解析错误</source>
+        <translation>Analysis failed</translation>
+    </message>
+    <message>
+        <source>参数缺失</source>
+        <translation>Parameters missing</translation>
+    </message>
+    <message>
+        <source>解析完成，请提交渲染</source>
+        <translation>Analysed, please submit</translation>
+    </message>
+    <message>
+        <source>待提交</source>
+        <translation>Waiting to submit</translation>
+    </message>
+    <message>
+        <source>提交中</source>
+        <translation>Submitting</translation>
+    </message>
+    <message>
+        <source>提交错误</source>
+        <translation>Submit failed</translation>
+    </message>
+    <message>
+        <source>待上传</source>
+        <translation>Waiting for upload</translation>
+    </message>
+    <message>
+        <source>上传中</source>
+        <translation>Uploading</translation>
+    </message>
+    <message>
+        <source>上传暂停</source>
+        <translation>Upload paused</translation>
+    </message>
+    <message>
+        <source>上传异常</source>
+        <translation>Upload failed</translation>
+    </message>
+    <message>
+        <source>申请失败</source>
+        <translation>No order number</translation>
+    </message>
+    <message>
+        <source>等待审核</source>
+        <translation>Waiting for approval</translation>
+    </message>
+    <message>
+        <source>申请通过</source>
+        <translation>Approved</translation>
+    </message>
+    <message>
+        <source>申请驳回</source>
+        <translation>Refused</translation>
+    </message>
+    <message>
+        <source>提交成功</source>
+        <translation>Submitted</translation>
+    </message>
+    <message>
+        <source>FailedToStart</source>
+        <translation>Failed to start</translation>
+    </message>
+    <message>
+        <source>Crashed</source>
+        <translation>Crashed</translation>
+    </message>
+    <message>
+        <source>Timedout</source>
+        <translation>Timed out</translation>
+    </message>
+    <message>
+        <source>ReadError</source>
+        <translation>Read error</translation>
+    </message>
+    <message>
+        <source>WriteError</source>
+        <translation>Write error</translation>
+    </message>
+    <message>
+        <source>UnknownError</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>软件类型不支持</source>
+        <translation>This software isn&apos;t supported</translation>
+    </message>
+    <message>
+        <source>软件未找到</source>
+        <translation>The software was not found</translation>
+    </message>
+    <message>
+        <source>解析数据格式错误</source>
+        <translation>The analysis data is damaged</translation>
+    </message>
+    <message>
+        <source>模型文件不存在</source>
+        <translation>The scene file doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>admin操作未许可</source>
+        <translation>The administrator&apos;s step wasn&apos;t allowed</translation>
+    </message>
+    <message>
+        <source>渲染软件暂不支持</source>
+        <translation>This version of the software isn&apos;t supported yet</translation>
+    </message>
+    <message>
+        <source>文件格式错误</source>
+        <translation>The file isn&apos;t a valid scene</translation>
+    </message>
+    <message>
+        <source>场景文件无法打开</source>
+        <translation>The scene file can&apos;t be opened</translation>
+    </message>
+    <message>
+        <source>软件版本与模型制作版本不同</source>
+        <translation>The scene was made with another version of the software</translation>
+    </message>
+</context>
+<context>
+    <name>ResolvePri</name>
+    <message>
+        <source>优先级调度</source>
+        <translation>Priorities</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order</translation>
+    </message>
+    <message>
+        <source>任务名</source>
+        <translation>Task</translation>
+    </message>
+    <message>
+        <source>所属项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>任务状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>没有等待的任务</source>
+        <translation>Nothing is waiting</translation>
+    </message>
+    <message>
+        <source>置顶</source>
+        <translation>To the top</translation>
+    </message>
+    <message>
+        <source>上移</source>
+        <translation>Up</translation>
+    </message>
+    <message>
+        <source>下移</source>
+        <translation>Down</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>ResolveWarn</name>
+    <message>
+        <source>解析警告</source>
+        <translation>Analysed with warnings</translation>
+    </message>
+    <message>
+        <source>警告内容</source>
+        <translation>Warnings</translation>
+    </message>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>重新解析</source>
+        <translation>Analyse again</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>SceneInfo</name>
+    <message>
+        <source>相机</source>
+        <translation>Cameras</translation>
+    </message>
+    <message>
+        <source>帧</source>
+        <translation>Frames</translation>
+    </message>
+    <message>
+        <source>宽度</source>
+        <translation>Width</translation>
+    </message>
+    <message>
+        <source>高度</source>
+        <translation>Height</translation>
+    </message>
+    <message>
+        <source>渲染器</source>
+        <translation>Renderer</translation>
+    </message>
+    <message>
+        <source>输出文件</source>
+        <translation>Output file</translation>
+    </message>
+    <message>
+        <source>输出路径</source>
+        <translation>Output path</translation>
+    </message>
+    <message>
+        <source>输出格式</source>
+        <translation>Output format</translation>
+    </message>
+    <message>
+        <source>GI 模式</source>
+        <translation>GI mode</translation>
+    </message>
+    <message>
+        <source>GI 设置</source>
+        <translation>GI settings</translation>
+    </message>
+    <message>
+        <source>参数</source>
+        <translation>Parameter</translation>
+    </message>
+    <message>
+        <source>场景参数</source>
+        <translation>Scene parameters</translation>
+    </message>
+    <message>
+        <source>值</source>
+        <translation>Value</translation>
+    </message>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>Session</name>
+    <message>
+        <source>心跳</source>
+        <translation>heart beat</translation>
+    </message>
+    <message>
+        <source>登录</source>
+        <translation>Log in</translation>
+    </message>
+    <message>
+        <source>余额查询</source>
+        <translation>balance</translation>
+    </message>
+    <message>
+        <source>保存设置信息</source>
+        <translation>save settings</translation>
+    </message>
+    <message>
+        <source>允许推送</source>
+        <translation>allow pushes</translation>
+    </message>
+    <message>
+        <source>任务交接</source>
+        <translation>hand over task</translation>
+    </message>
+    <message>
+        <source>登录信息</source>
+        <translation>login data</translation>
+    </message>
+    <message>
+        <source>机器信息</source>
+        <translation>machine data</translation>
+    </message>
+    <message>
+        <source>获取权限</source>
+        <translation>rights</translation>
+    </message>
+    <message>
+        <source>生成订单</source>
+        <translation>make order</translation>
+    </message>
+    <message>
+        <source>取消订单</source>
+        <translation>cancel order</translation>
+    </message>
+    <message>
+        <source>子任务列表</source>
+        <translation>sub-tasks</translation>
+    </message>
+    <message>
+        <source>取消子任务</source>
+        <translation>Cancel sub-task</translation>
+    </message>
+    <message>
+        <source>重渲订单</source>
+        <translation>render order again</translation>
+    </message>
+    <message>
+        <source>实时预览</source>
+        <translation>live preview</translation>
+    </message>
+    <message>
+        <source>补帧或修改环境或详情</source>
+        <translation>fill frames, change environment or details</translation>
+    </message>
+    <message>
+        <source>优先帧完成</source>
+        <translation>Priority frames are done</translation>
+    </message>
+    <message>
+        <source>结果推送</source>
+        <translation>results</translation>
+    </message>
+    <message>
+        <source>上传暂停</source>
+        <translation>Upload paused</translation>
+    </message>
+    <message>
+        <source>删除解析订单</source>
+        <translation>delete analysed order</translation>
+    </message>
+    <message>
+        <source>优先级调度请求</source>
+        <translation>change priorities</translation>
+    </message>
+    <message>
+        <source>优先级调度列表</source>
+        <translation>list of priorities</translation>
+    </message>
+    <message>
+        <source>订单预申请</source>
+        <translation>apply for order</translation>
+    </message>
+    <message>
+        <source>解析状态</source>
+        <translation>analysis state</translation>
+    </message>
+    <message>
+        <source>设置节点数</source>
+        <translation>set node count</translation>
+    </message>
+    <message>
+        <source>重渲子任务</source>
+        <translation>Render sub-task again</translation>
+    </message>
+    <message>
+        <source>获取订单列表</source>
+        <translation>list of orders</translation>
+    </message>
+    <message>
+        <source>操作记录</source>
+        <translation>operation record</translation>
+    </message>
+    <message>
+        <source>继续渲染</source>
+        <translation>Resume rendering</translation>
+    </message>
+    <message>
+        <source>暂停渲染</source>
+        <translation>Pause rendering</translation>
+    </message>
+    <message>
+        <source>大任务完结</source>
+        <translation>task ended</translation>
+    </message>
+    <message>
+        <source>删除任务</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>创建项目</source>
+        <translation>create project</translation>
+    </message>
+    <message>
+        <source>删除项目</source>
+        <translation>delete project</translation>
+    </message>
+    <message>
+        <source>查询项目</source>
+        <translation>list projects</translation>
+    </message>
+    <message>
+        <source>创建环境</source>
+        <translation>create environment</translation>
+    </message>
+    <message>
+        <source>删除环境</source>
+        <translation>delete environment</translation>
+    </message>
+    <message>
+        <source>查询环境</source>
+        <translation>list environments</translation>
+    </message>
+    <message>
+        <source>修改环境</source>
+        <translation>change environment</translation>
+    </message>
+    <message>
+        <source>软件列表</source>
+        <translation>list of software</translation>
+    </message>
+    <message>
+        <source>插件列表</source>
+        <translation>list of plug-ins</translation>
+    </message>
+    <message>
+        <source>请求下载信息</source>
+        <translation>download data</translation>
+    </message>
+    <message>
+        <source>缩略图</source>
+        <translation>thumbnail</translation>
+    </message>
+    <message>
+        <source>下载结束通知bs</source>
+        <translation>download ended</translation>
+    </message>
+    <message>
+        <source>下载日志</source>
+        <translation>download log</translation>
+    </message>
+    <message>
+        <source>下载结果文件</source>
+        <translation>result files</translation>
+    </message>
+    <message>
+        <source>下载子任务结果文件</source>
+        <translation>result files of sub-task</translation>
+    </message>
+    <message>
+        <source>农场信息</source>
+        <translation>farm data</translation>
+    </message>
+    <message>
+        <source>农场机型</source>
+        <translation>machines of farm</translation>
+    </message>
+    <message>
+        <source>网盘入口</source>
+        <translation>network drive</translation>
+    </message>
+    <message>
+        <source>手动重登</source>
+        <translation>logged out by hand</translation>
+    </message>
+    <message>
+        <source>个人中心修改密码后重登</source>
+        <translation>the password was changed, log in again</translation>
+    </message>
+    <message>
+        <source>服务器断开</source>
+        <translation>the server has gone</translation>
+    </message>
+    <message>
+        <source>非法请求</source>
+        <translation>Illegal request</translation>
+    </message>
+    <message>
+        <source>账号已异地登录</source>
+        <translation>The account has logged in elsewhere</translation>
+    </message>
+    <message>
+        <source>账号信息有变动，请检查或重新登录</source>
+        <translation>The account&apos;s data has changed. Check it or log in again</translation>
+    </message>
+    <message>
+        <source>余额不足</source>
+        <translation>The balance is too low</translation>
+    </message>
+    <message>
+        <source>参数异常</source>
+        <translation>Bad parameters</translation>
+    </message>
+    <message>
+        <source>农场不可用</source>
+        <translation>The farm isn&apos;t available</translation>
+    </message>
+    <message>
+        <source>本次提交不支持只上传主文件</source>
+        <translation>Uploading the main file alone isn&apos;t possible this time</translation>
+    </message>
+    <message>
+        <source>账户信息获取失败</source>
+        <translation>The account&apos;s data could not be read</translation>
+    </message>
+    <message>
+        <source>当前渲染额度不足，请联系母账号分配!</source>
+        <translation>The rendering quota is used up. Ask your main account for more!</translation>
+    </message>
+    <message>
+        <source>未知异常</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>集群失败</source>
+        <translation>The cluster failed</translation>
+    </message>
+    <message>
+        <source>农场异常</source>
+        <translation>The farm has a fault</translation>
+    </message>
+    <message>
+        <source>内部错误</source>
+        <translation>Internal error</translation>
+    </message>
+    <message>
+        <source>已过补帧期限</source>
+        <translation>The time for filling frames is over</translation>
+    </message>
+    <message>
+        <source>重渲成功</source>
+        <translation>Rendering again</translation>
+    </message>
+    <message>
+        <source>暂停失败</source>
+        <translation>Pausing failed</translation>
+    </message>
+    <message>
+        <source>集群异常</source>
+        <translation>cluster fault</translation>
+    </message>
+    <message>
+        <source>账户余额不足</source>
+        <translation>the balance is too low</translation>
+    </message>
+    <message>
+        <source>机型格式有误</source>
+        <translation>the machine&apos;s format is wrong</translation>
+    </message>
+    <message>
+        <source>任务已过期</source>
+        <translation>the task has expired</translation>
+    </message>
+    <message>
+        <source>操作记录失败</source>
+        <translation>The operation record failed</translation>
+    </message>
+    <message>
+        <source>任务提交失败</source>
+        <translation>The task could not be submitted</translation>
+    </message>
+    <message>
+        <source>项目已存在</source>
+        <translation>The project exists already</translation>
+    </message>
+    <message>
+        <source>有订单未完成</source>
+        <translation>Some orders aren&apos;t done yet</translation>
+    </message>
+    <message>
+        <source>无权限删除</source>
+        <translation>You have no right to delete this</translation>
+    </message>
+    <message>
+        <source>记录不存在</source>
+        <translation>No such record</translation>
+    </message>
+    <message>
+        <source>不可以下载</source>
+        <translation>It can&apos;t be downloaded</translation>
+    </message>
+    <message>
+        <source>失败，未知异常</source>
+        <translation>Failed, unknown error</translation>
+    </message>
+    <message>
+        <source>取消任务</source>
+        <translation>Cancel task</translation>
+    </message>
+    <message>
+        <source>任务不可以取消</source>
+        <translation>the task can&apos;t be cancelled</translation>
+    </message>
+    <message>
+        <source>重渲失败帧</source>
+        <translation>Render failed frames again</translation>
+    </message>
+    <message>
+        <source>任务未完成</source>
+        <translation>the task isn&apos;t done</translation>
+    </message>
+    <message>
+        <source>任务没有渲染失败帧序列</source>
+        <translation>the task has no failed frames</translation>
+    </message>
+    <message>
+        <source>重置最大节点数</source>
+        <translation>Set the most nodes</translation>
+    </message>
+    <message>
+        <source>超出服务器最大节点数</source>
+        <translation>more than the server&apos;s nodes</translation>
+    </message>
+    <message>
+        <source>机型修改</source>
+        <translation>Change machine</translation>
+    </message>
+    <message>
+        <source>渲染软件插件修改</source>
+        <translation>Change software and plug-ins</translation>
+    </message>
+    <message>
+        <source>补帧成功</source>
+        <translation>Frames filled</translation>
+    </message>
+    <message>
+        <source>补帧失败，未知异常</source>
+        <translation>Filling frames failed: unknown error</translation>
+    </message>
+    <message>
+        <source>任务克隆出错</source>
+        <translation>The task could not be cloned</translation>
+    </message>
+    <message>
+        <source>生成单号</source>
+        <translation>Making the order number</translation>
+    </message>
+    <message>
+        <source>打开数据库连接出错</source>
+        <translation>The database could not be opened</translation>
+    </message>
+    <message>
+        <source>根据客户单任务标示获取任务出错</source>
+        <translation>The task could not be found by the client&apos;s mark</translation>
+    </message>
+    <message>
+        <source>写入任务信息失败</source>
+        <translation>The task could not be written</translation>
+    </message>
+    <message>
+        <source>任务提交集群失败</source>
+        <translation>The task could not be handed to the cluster</translation>
+    </message>
+    <message>
+        <source>用户无可用队列</source>
+        <translation>The user has no queue</translation>
+    </message>
+    <message>
+        <source>copy mklink文件失败</source>
+        <translation>Copying the mklink file failed</translation>
+    </message>
+    <message>
+        <source>获取数据库当前时间</source>
+        <translation>Reading the database&apos;s time</translation>
+    </message>
+    <message>
+        <source>项目异常</source>
+        <translation>The project has a fault</translation>
+    </message>
+    <message>
+        <source>补帧失败，账户余额不足</source>
+        <translation>Filling frames failed: the balance is too low</translation>
+    </message>
+    <message>
+        <source>补帧失败，任务已过补帧期限</source>
+        <translation>Filling frames failed: the time for it is over</translation>
+    </message>
+    <message>
+        <source>用户自定义参数配置异常</source>
+        <translation>The user&apos;s parameters have a fault</translation>
+    </message>
+    <message>
+        <source>系统参数配置异常</source>
+        <translation>The system&apos;s parameters have a fault</translation>
+    </message>
+    <message>
+        <source>补帧任务申请成功,等待上传新文件</source>
+        <translation>Filling frames is accepted, waiting for new files</translation>
+    </message>
+    <message>
+        <source>当前任务不可以补插件or文件</source>
+        <translation>This task takes no further plug-ins or files</translation>
+    </message>
+    <message>
+        <source>补帧类型有误</source>
+        <translation>The kind of filling is wrong</translation>
+    </message>
+    <message>
+        <source>补帧任务预处理成功</source>
+        <translation>Filling frames is prepared</translation>
+    </message>
+    <message>
+        <source>补帧失败，上传列表生成失败</source>
+        <translation>Filling frames failed: no upload list</translation>
+    </message>
+    <message>
+        <source>补帧失败，账户信息获取失败</source>
+        <translation>Filling frames failed: the account&apos;s data could not be read</translation>
+    </message>
+    <message>
+        <source>批量结果返回</source>
+        <translation>Results of the batch</translation>
+    </message>
+    <message>
+        <source>暂停上传成功</source>
+        <translation>Upload paused</translation>
+    </message>
+    <message>
+        <source>任务交接成功</source>
+        <translation>Task handed over</translation>
+    </message>
+    <message>
+        <source>机型修改，未修改任何参数</source>
+        <translation>Change machine: nothing was changed</translation>
+    </message>
+    <message>
+        <source>暂停解析</source>
+        <translation>Pause analysis</translation>
+    </message>
+    <message>
+        <source>成功</source>
+        <translation> succeeded</translation>
+    </message>
+    <message>
+        <source>失败，</source>
+        <translation> failed: </translation>
+    </message>
+</context>
+<context>
+    <name>Startup</name>
+    <message>
+        <source>无法连接远程主机！</source>
+        <translation>The remote host can&apos;t be reached!</translation>
+    </message>
+</context>
+<context>
+    <name>TerragenGi</name>
+    <message>
+        <source>场景文件无法打开：%1</source>
+        <translation>The scene file can&apos;t be opened: %1</translation>
+    </message>
+    <message>
+        <source>场景文件格式错误：%1</source>
+        <translation>The scene file isn&apos;t valid: %1</translation>
+    </message>
+    <message>
+        <source>场景文件无法写入：%1</source>
+        <translation>The scene file can&apos;t be written: %1</translation>
+    </message>
+</context>
+<context>
+    <name>TerragenScene</name>
+    <message>
+        <source>没有光子文件
+</source>
+        <translation>There is no GI cache file
+</translation>
+    </message>
+    <message>
+        <source>丢失文件：<byte value="xd"/>
+%1</source>
+        <translation>Missing files:<byte value="xd"/>
+%1</translation>
+    </message>
+</context>
+<context>
+    <name>TransSet</name>
+    <message>
+        <source>测试码</source>
+        <translation>test code</translation>
+    </message>
+    <message>
+        <source>文件不存在</source>
+        <translation>the file doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>文件打开失败</source>
+        <translation>the file can&apos;t be opened</translation>
+    </message>
+    <message>
+        <source>连接超时</source>
+        <translation>the connection timed out</translation>
+    </message>
+    <message>
+        <source>协议头长度错误</source>
+        <translation>the protocol head is too short</translation>
+    </message>
+    <message>
+        <source>socket写入失败</source>
+        <translation>writing to the socket failed</translation>
+    </message>
+    <message>
+        <source>startPos错误</source>
+        <translation>the start position is wrong</translation>
+    </message>
+    <message>
+        <source>文件无法写入，请更换盘符</source>
+        <translation>the file can&apos;t be written, use another drive</translation>
+    </message>
+    <message>
+        <source>文件访问失败</source>
+        <translation>the file can&apos;t be accessed</translation>
+    </message>
+    <message>
+        <source>获取文件hash失败</source>
+        <translation>the file&apos;s hash failed</translation>
+    </message>
+    <message>
+        <source>压缩失败</source>
+        <translation>compressing failed</translation>
+    </message>
+    <message>
+        <source>hash校验错误</source>
+        <translation>the hash doesn&apos;t match</translation>
+    </message>
+    <message>
+        <source>文件被修改，重新上传</source>
+        <translation>the file was changed, uploading again</translation>
+    </message>
+    <message>
+        <source>磁盘空间不足，请更换盘符</source>
+        <translation>the disk is full, use another drive</translation>
+    </message>
+    <message>
+        <source>文件路径过长</source>
+        <translation>the path is too long</translation>
+    </message>
+    <message>
+        <source>下载结束后失败</source>
+        <translation>the downloaded file could not be put in place</translation>
+    </message>
+    <message>
+        <source>下载路径不存在</source>
+        <translation>the download folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>skydrive异常</source>
+        <translation>the storage service has a fault</translation>
+    </message>
+    <message>
+        <source>未知上传协议</source>
+        <translation>unknown upload protocol</translation>
+    </message>
+    <message>
+        <source>UnknownSocketError</source>
+        <translation>UnknownSocketError</translation>
+    </message>
+    <message>
+        <source>连接服务器拒绝</source>
+        <translation>the server refused the connection</translation>
+    </message>
+    <message>
+        <source>服务器关闭</source>
+        <translation>the server closed the connection</translation>
+    </message>
+    <message>
+        <source>未找到服务器</source>
+        <translation>the server was not found</translation>
+    </message>
+    <message>
+        <source>SocketAccessError</source>
+        <translation>SocketAccessError</translation>
+    </message>
+    <message>
+        <source>SocketResourceError</source>
+        <translation>SocketResourceError</translation>
+    </message>
+    <message>
+        <source>socket超时</source>
+        <translation>the socket timed out</translation>
+    </message>
+    <message>
+        <source>DatagramTooLargeError</source>
+        <translation>DatagramTooLargeError</translation>
+    </message>
+    <message>
+        <source>NetworkError</source>
+        <translation>NetworkError</translation>
+    </message>
+    <message>
+        <source>AddressInUseError</source>
+        <translation>AddressInUseError</translation>
+    </message>
+    <message>
+        <source>SocketAddressNotAvailableError</source>
+        <translation>SocketAddressNotAvailableError</translation>
+    </message>
+    <message>
+        <source>UnsupportedSocketOperationError</source>
+        <translation>UnsupportedSocketOperationError</translation>
+    </message>
+    <message>
+        <source>UnfinishedSocketOperationError</source>
+        <translation>UnfinishedSocketOperationError</translation>
+    </message>
+    <message>
+        <source>ProxyAuthenticationRequiredError</source>
+        <translation>ProxyAuthenticationRequiredError</translation>
+    </message>
+    <message>
+        <source>SslHandshakeFailedError</source>
+        <translation>SslHandshakeFailedError</translation>
+    </message>
+    <message>
+        <source>ProxyConnectionRefusedError</source>
+        <translation>ProxyConnectionRefusedError</translation>
+    </message>
+    <message>
+        <source>ProxyConnectionClosedError</source>
+        <translation>ProxyConnectionClosedError</translation>
+    </message>
+    <message>
+        <source>ProxyConnectionTimeoutError</source>
+        <translation>ProxyConnectionTimeoutError</translation>
+    </message>
+    <message>
+        <source>ProxyNotFoundError</source>
+        <translation>ProxyNotFoundError</translation>
+    </message>
+    <message>
+        <source>ProxyProtocolError</source>
+        <translation>ProxyProtocolError</translation>
+    </message>
+    <message>
+        <source>OperationError</source>
+        <translation>OperationError</translation>
+    </message>
+    <message>
+        <source>SslInternalError</source>
+        <translation>SslInternalError</translation>
+    </message>
+    <message>
+        <source>SslInvalidUserDataError</source>
+        <translation>SslInvalidUserDataError</translation>
+    </message>
+    <message>
+        <source>TemporaryError</source>
+        <translation>TemporaryError</translation>
+    </message>
+    <message>
+        <source>FailedToStart</source>
+        <translation>Failed to start</translation>
+    </message>
+    <message>
+        <source>Crashed</source>
+        <translation>Crashed</translation>
+    </message>
+    <message>
+        <source>Timedout</source>
+        <translation>Timed out</translation>
+    </message>
+    <message>
+        <source>ReadError</source>
+        <translation>Read error</translation>
+    </message>
+    <message>
+        <source>WriteError</source>
+        <translation>Write error</translation>
+    </message>
+    <message>
+        <source>秒传询问未知异常</source>
+        <translation>unknown error when asking for the file</translation>
+    </message>
+    <message>
+        <source>继续上传</source>
+        <translation>upload goes on</translation>
+    </message>
+    <message>
+        <source>开始上传</source>
+        <translation>upload starts</translation>
+    </message>
+    <message>
+        <source>记录不存在</source>
+        <translation>No such record</translation>
+    </message>
+    <message>
+        <source>不可以上传</source>
+        <translation>it can&apos;t be uploaded</translation>
+    </message>
+    <message>
+        <source>农场不可用</source>
+        <translation>The farm isn&apos;t available</translation>
+    </message>
+    <message>
+        <source>fs不可用</source>
+        <translation>the file server isn&apos;t available</translation>
+    </message>
+    <message>
+        <source>hash值有误</source>
+        <translation>the hash is wrong</translation>
+    </message>
+    <message>
+        <source>不可以下载</source>
+        <translation>It can&apos;t be downloaded</translation>
+    </message>
+    <message>
+        <source>余额不足</source>
+        <translation>The balance is too low</translation>
+    </message>
+    <message>
+        <source>扣费失败</source>
+        <translation>charging failed</translation>
+    </message>
+    <message>
+        <source>等待扣费</source>
+        <translation>waiting to be charged</translation>
+    </message>
+    <message>
+        <source>未知异常</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>农场未知异常</source>
+        <translation>unknown error of the farm</translation>
+    </message>
+    <message>
+        <source>农场不存在</source>
+        <translation>there is no such farm</translation>
+    </message>
+    <message>
+        <source>订单已取消</source>
+        <translation>the order is cancelled</translation>
+    </message>
+    <message>
+        <source>请求上传未知异常</source>
+        <translation>unknown error when asking to upload</translation>
+    </message>
+    <message>
+        <source>请求上传记录不存在</source>
+        <translation>no record for this upload</translation>
+    </message>
+    <message>
+        <source>上传成功</source>
+        <translation>uploaded</translation>
+    </message>
+    <message>
+        <source>后台处理中</source>
+        <translation>the server is working on it</translation>
+    </message>
+    <message>
+        <source>上传失败未知异常</source>
+        <translation>upload failed, unknown error</translation>
+    </message>
+    <message>
+        <source>上传数据大于文件总大小</source>
+        <translation>more data than the file&apos;s size</translation>
+    </message>
+    <message>
+        <source>hash校验失败</source>
+        <translation>the hash doesn&apos;t match</translation>
+    </message>
+    <message>
+        <source>文件解压失败</source>
+        <translation>the file could not be unpacked</translation>
+    </message>
+    <message>
+        <source>文件移动至hash库失败</source>
+        <translation>the file could not be stored</translation>
+    </message>
+    <message>
+        <source>续传位置过大</source>
+        <translation>the resume position is past the end</translation>
+    </message>
+    <message>
+        <source>等待下载</source>
+        <translation>Waiting</translation>
+    </message>
+    <message>
+        <source>下载中</source>
+        <translation>Downloading</translation>
+    </message>
+    <message>
+        <source>下载暂停</source>
+        <translation>Paused</translation>
+    </message>
+    <message>
+        <source>下载异常</source>
+        <translation>Download failed</translation>
+    </message>
+    <message>
+        <source>等待上传</source>
+        <translation>Waiting</translation>
+    </message>
+    <message>
+        <source>上传中</source>
+        <translation>Uploading</translation>
+    </message>
+    <message>
+        <source>上传暂停</source>
+        <translation>Upload paused</translation>
+    </message>
+    <message>
+        <source>上传异常</source>
+        <translation>Upload failed</translation>
+    </message>
+    <message>
+        <source>服务处理中</source>
+        <translation>Server at work</translation>
+    </message>
+    <message>
+        <source>上传完成</source>
+        <translation>Uploaded</translation>
+    </message>
+    <message>
+        <source>上传取消</source>
+        <translation>Cancelled</translation>
+    </message>
+    <message>
+        <source>下载完成</source>
+        <translation>Downloaded</translation>
+    </message>
+    <message>
+        <source>下载取消</source>
+        <translation>Cancelled</translation>
+    </message>
+</context>
+<context>
+    <name>Transfer</name>
+    <message>
+        <source>传输管理</source>
+        <translation>Transfers</translation>
+    </message>
+    <message>
+        <source>上传列表</source>
+        <translation>List of uploads</translation>
+    </message>
+    <message>
+        <source>下载列表</source>
+        <translation>List of downloads</translation>
+    </message>
+    <message>
+        <source>暂时没有传输记录呢</source>
+        <translation>No transfers yet</translation>
+    </message>
+    <message>
+        <source>提交渲染后，场景和素材会在这里上传</source>
+        <translation>Scenes and their files upload here once they are submitted</translation>
+    </message>
+    <message>
+        <source>渲染结果会自动下载到结果目录</source>
+        <translation>Rendered results download to the result folder by themselves</translation>
+    </message>
+    <message>
+        <source>上传</source>
+        <translation>Uploads</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>Downloads</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>Refresh</translation>
+    </message>
+    <message>
+        <source>账户余额不足无法下载，请充值！</source>
+        <translation>The balance is too low to download, please top up!</translation>
+    </message>
+    <message>
+        <source>去充值</source>
+        <translation>Top up</translation>
+    </message>
+    <message>
+        <source>%1盘空间不足，请清理磁盘！<byte value="xd"/>
+您也可以更换路径，但只对新任务起作用</source>
+        <translation>Disk %1 is nearly full, please free some space!<byte value="xd"/>
+You can also change the folder, but only for new tasks</translation>
+    </message>
+    <message>
+        <source>文件名称</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>文件大小</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>传输进度</source>
+        <translation>Progress</translation>
+    </message>
+    <message>
+        <source>传输速度</source>
+        <translation>Speed</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+</context>
+<context>
+    <name>TransferHand</name>
+    <message>
+        <source>删除“%1”会取消该订单，确定删除吗？</source>
+        <translation>Deleting &quot;%1&quot; cancels its order. Delete it?</translation>
+    </message>
+    <message>
+        <source>确定删除下载任务“%1”吗？已下载的文件会保留。</source>
+        <translation>Delete the download of &quot;%1&quot;? Files that are downloaded stay.</translation>
+    </message>
+    <message>
+        <source>文件夹打不开：%1</source>
+        <translation>The folder can&apos;t be opened: %1</translation>
+    </message>
+    <message>
+        <source>继续</source>
+        <translation>Resume</translation>
+    </message>
+    <message>
+        <source>重新上传</source>
+        <translation>Upload again</translation>
+    </message>
+    <message>
+        <source>重新下载</source>
+        <translation>Download again</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>优先</source>
+        <translation>First</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>目录</source>
+        <translation>Folder</translation>
+    </message>
+</context>
+<context>
+    <name>TrayIcon</name>
+    <message>
+        <source>显示主窗口</source>
+        <translation>Show the main window</translation>
+    </message>
+    <message>
+        <source>切换账号</source>
+        <translation>Switch account</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Quit</translation>
+    </message>
+    <message>
+        <source>显示登录窗口</source>
+        <translation>Show the login window</translation>
+    </message>
+    <message>
+        <source>%1 已登录</source>
+        <translation>%1 is logged in</translation>
+    </message>
+    <message>
+        <source>未登录</source>
+        <translation>Not logged in</translation>
+    </message>
+    <message>
+        <source>提示</source>
+        <translation>Note</translation>
+    </message>
+</context>
+<context>
+    <name>VFunc</name>
+    <message>
+        <source>项目管理</source>
+        <translation>Projects</translation>
+    </message>
+    <message>
+        <source>通用设置</source>
+        <translation>Settings</translation>
+    </message>
+    <message>
+        <source>输出路径不存在，请至 %1 配置。<byte value="xd"/>
+</source>
+        <translation>The output folder doesn&apos;t exist, set it in %1.<byte value="xd"/>
+</translation>
+    </message>
+</context>
+<context>
+    <name>WebView</name>
+    <message>
+        <source>网页</source>
+        <translation>Web page</translation>
+    </message>
+</context>
+</TS>
