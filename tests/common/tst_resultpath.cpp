@@ -1,30 +1,11 @@
 #include "common/CommonConfig.h"
 #include "common/ResultPath.h"
-#include "common/Seam.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
-#include "common/WindowCalls.h"
 #include "support/TestMain.h"
+#include "support/WindowSpy.h"
 
 namespace {
-class Window : public QObject, public WindowCalls
-{
-public:
-    Window() { Seam<WindowCalls>::attach(this, this); }
-    ~Window() override { Seam<WindowCalls>::detach(this); }
-    void msgOk(const QString &) override {}
-    void showInfoMsg(const QString &, const QString &) override {}
-    void rootMsg(const QString &text, int type, int, int) override { texts << text; kind = type; }
-    void connectDAOView(int) override {}
-    void downCover(int, const QString &) override {}
-    void downSpace(const QString &) override {}
-    void downErrorTip(const QString &) override {}
-    void redPoint() override {}
-    void refreshOrder() override {}
-    QStringList texts;
-    int kind = -1;
-};
-
 const QJsonObject order{{"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
 }
 
@@ -88,56 +69,49 @@ private slots:
         QVERIFY(!ResultPath::isSafeTarget(ResultPath::safeName(given)));
     }
 
-    void rowPath_data()
-    {
-        QTest::addColumn<QJsonObject>("row");
-        QTest::addColumn<QString>("path");
-        QTest::newRow("plain") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}} << "/r/12/f.png";
-        QTest::newRow("id as text") << QJsonObject{{"id", "12"}, {"path", "f.png"}} << "/r/12/f.png";
-        QTest::newRow("block") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isBlock", 1}} << "/r/sub/f.png";
-        QTest::newRow("push") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"autoPush", "1"}} << "/r/sub/f.png";
-        QTest::newRow("keyframe") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isKeyframe", true}} << "/r/sub/f.png";
-        QTest::newRow("flag 2") << QJsonObject{{"id", 12}, {"path", "sub/f.png"}, {"isBlock", 2}} << "/r/12/f.png";
-        QTest::newRow("climbs, name alone would do") << QJsonObject{{"id", 12}, {"path", "../f.png"}} << "";
-    }
     void rowPath()
     {
-        QFETCH(QJsonObject, row);
-        QTEST(ResultPath::rowPath("/r", row), "path");
+        const auto path = [](QJsonObject row, const QString &flag = {}, const QJsonValue &value = 1) {
+            row["id"] = 12;
+            if (!flag.isEmpty())
+                row[flag] = value;
+            return ResultPath::rowPath("/r", row);
+        };
+        const QJsonObject row{{"path", "sub/f.png"}};
+        QCOMPARE(path(row), "/r/12/f.png");
+        QCOMPARE(path(row, "isBlock", 2), "/r/12/f.png");
+        QCOMPARE(path(row, "isBlock"), "/r/sub/f.png");
+        QCOMPARE(path(row, "autoPush", "1"), "/r/sub/f.png");
+        QCOMPARE(path(row, "isKeyframe", true), "/r/sub/f.png");
+        QCOMPARE(path({{"path", "../f.png"}}), ""); // though its name alone would do
     }
 
-    void rule_data()
+    void rules()
     {
-        QTest::addColumn<QString>("rule");
-        QTest::addColumn<QString>("folder");
-        QTest::newRow("none") << "" << "N7_shot_01_a";
-        QTest::newRow("all") << "%project%/%submit%/%order%" << "Film/20260304/N7";
-        QTest::newRow("separators") << "%project%,%order%\\x//y" << "Film/N7/x/y";
-        QTest::newRow("text around") << "p-%project%-%order%" << "p-Film-N7";
-        QTest::newRow("unknown token") << "%shot%/a" << "%shot%/a";
-        QTest::newRow("climbs") << "../%order%" << "";
-        QTest::newRow("nothing left") << "/ , /" << "N7_shot_01_a";
-    }
-    void rule()
-    {
-        QFETCH(QString, rule);
-        QTEST(ResultPath::ruleFolder(rule, order), "folder");
+        const auto folder = [](const char *rule) { return ResultPath::ruleFolder(rule, order); };
+        QCOMPARE(folder(""), "N7_shot_01_a");
+        QCOMPARE(folder("%project%/%submit%/%order%"), "Film/20260304/N7");
+        QCOMPARE(folder("%project%,%order%\\x//y"), "Film/N7/x/y");
+        QCOMPARE(folder("p-%project%-%shot%"), "p-Film-%shot%");
+        QCOMPARE(folder("../%order%"), "");
+        QCOMPARE(folder("/ , /"), "N7_shot_01_a");
     }
 
     void valuesStayOnePiece()
     {
-        QJsonObject hostile{{"num", "../9"}, {"projectName", "%order%/.."}, {"time", 1772600767000.0}};
-        QCOMPARE(ResultPath::ruleFolder("%project%/x", hostile), "%order%___/x");
-        QCOMPARE(ResultPath::ruleFolder("", hostile), ".._9_");
-        hostile["projectName"] = "..";
-        QCOMPARE(ResultPath::ruleFolder("%project%/x", hostile), "");
-        QVERIFY(ResultPath::submitDay(hostile).startsWith("2026030"));
-        QCOMPARE(ResultPath::ruleFolder("%project%/%submit%", {{"num", 5}, {"name", "n"}}), "5_n");
+        const auto folder = [](const char *project) {
+            return ResultPath::ruleFolder("%project%/x", {{"num", "../9"}, {"projectName", project}});
+        };
+        QCOMPARE(folder("%order%/.."), "%order%___/x");
+        QCOMPARE(folder(".."), "");
+        QCOMPARE(folder(""), "x");
+        QCOMPARE(ResultPath::ruleFolder("", {{"num", "../9"}}), ".._9_");
+        QCOMPARE(ResultPath::submitDay({{"time", 1772600767000.0}}).size(), 8);
     }
 
     void roots()
     {
-        Window window;
+        WindowSpy window;
         const QString out = testHome() + "/out";
         QJsonObject obj = order;
         obj["resultRootPathEnum"] = 0;
@@ -160,13 +134,13 @@ private slots:
         QCOMPARE(VFunc::rootPath(obj, true), out + "/N7");
         VFunc::setProjectOutput({});
         QCOMPARE(VFunc::rootPath(obj, true), "");
-        QTRY_COMPARE(window.texts, QStringList("输出路径不存在，请至 项目管理 配置。\r\n\"\""));
-        QCOMPARE(window.kind, 1);
+        QTRY_COMPARE(window.roots, QStringList("输出路径不存在，请至 项目管理 配置。\r\n\"\""));
+        QCOMPARE(window.rootKind, 1);
 
         UserInfo::setResultDir(testHome() + "/gone");
         obj["resultRootPathEnum"] = 0;
         QCOMPARE(VFunc::rootPath(obj, true), "");
-        QTRY_COMPARE(window.texts.value(1), "输出路径不存在，请至 通用设置 配置。\r\n\"" + testHome() + "/gone\"");
+        QTRY_COMPARE(window.roots.value(1), "输出路径不存在，请至 通用设置 配置。\r\n\"" + testHome() + "/gone\"");
         UserInfo::setResultDir(out);
     }
 

@@ -3,11 +3,11 @@
 // storage service that gives the token, a file server that streams, the window's calls, and the queue itself.
 #include "common/Session.h"
 #include "common/UserInfo.h"
-#include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
-#include "io/FakeHttp.h"
 #include "io/NetWork.h"
 #include "support/BusinessPeer.h"
+#include "support/HttpPeer.h"
+#include "support/WindowSpy.h"
 #include "transfer/TransSet.h"
 #include "transfer/down/DownHandler.h"
 #include <QCryptographicHash>
@@ -75,28 +75,11 @@ private:
     }
 };
 
-class WindowSpy : public QObject, public WindowCalls
-{
-public:
-    WindowSpy() { Seam<WindowCalls>::attach(this, this); }
-    ~WindowSpy() override { Seam<WindowCalls>::detach(this); }
-    QStringList infos, covers, roots, spaces, tips;
-    void msgOk(const QString &) override {}
-    void showInfoMsg(const QString &, const QString &text) override { infos << text; }
-    void rootMsg(const QString &text, int, int, int) override { roots << text; }
-    void connectDAOView(int) override {}
-    void downCover(int, const QString &text) override { covers << text; }
-    void downSpace(const QString &root) override { spaces << root; }
-    void downErrorTip(const QString &text) override { tips << text; }
-    void redPoint() override {}
-    void refreshOrder() override {}
-};
-
 struct DownRig {
     static constexpr int Task = 4711;
     QTemporaryDir folder;
     BusinessPeer business;
-    FakeHttp storage;
+    HttpPeer storage;
     StreamPeer files;
     WindowSpy window;
     QHash<int, QJsonObject> answers; // of 10800, by file id
@@ -118,9 +101,7 @@ struct DownRig {
             const QJsonObject body = answers.value(asked.body["fileId"].toInt());
             return BusinessPeer::Reply{body.isEmpty() ? 1080002 : body["val"].toInt(1080000), body, false};
         });
-        storage.answer = [](const FakeHttpRequest &) {
-            return FakeHttp::response(R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
-        };
+        storage.answer = [](const auto &) { return HttpPeer::response(R"({"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})"); };
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileStateChanged, &window,
                          [this](qlonglong, int state, int error) { states << qMakePair(state, error); });
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileSpeedChanged, &window,
@@ -168,10 +149,10 @@ struct DownRig {
     }
     void write(const QString &name, const QByteArray &bytes) const
     {
-        QDir().mkpath(QFileInfo(path(name)).absolutePath());
         QFile file(path(name));
-        file.open(QIODevice::WriteOnly);
-        file.write(bytes);
+        QDir().mkpath(QFileInfo(file).absolutePath());
+        if (file.open(QIODevice::WriteOnly))
+            file.write(bytes);
     }
     QStringList onDisk(const QString &name) const
     {

@@ -5,7 +5,7 @@
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
-#include "io/FakeHttp.h"
+#include "support/HttpPeer.h"
 #include "io/NetWork.h"
 #include "support/BusinessPeer.h"
 #include "support/FileServerPeer.h"
@@ -42,7 +42,7 @@ struct UpRig {
     const QString order = QStringLiteral("ORDER-1");
     QTemporaryDir folder;
     BusinessPeer business;
-    FakeHttp storage;
+    HttpPeer storage;
     FileServerPeer files;
     ResolveSpy resolve;
     int known = 101402; // what /sourceFiles answers
@@ -62,7 +62,7 @@ struct UpRig {
         business.takeClient();
         business.answer(11100, 1110000, QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
         business.answer(10704, 1070400);
-        storage.answer = [this](const FakeHttpRequest &request) { return answer(request); };
+        storage.answer = [this](const HttpPeer::Request &request) { return answer(request); };
         listening = QObject::connect(UploadDAO::instance(), &UploadDAO::fileStateChanged, &resolve,
                                      [this](qlonglong, int state, int error) { states << qMakePair(state, error); });
         Session::setLive(true);
@@ -76,14 +76,14 @@ struct UpRig {
         UploadDAO::instance()->releaseUp();
         NetTcp::instance()->setLogin(false);
     }
-    QByteArray answer(const FakeHttpRequest &request)
+    QByteArray answer(const HttpPeer::Request &request)
     {
         if (request.path.startsWith("/storage-secret-token/role"))
-            return FakeHttp::response(R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
+            return HttpPeer::response(R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
         const QUrlQuery query(QUrl::fromEncoded(request.path).query(QUrl::FullyEncoded));
         asked << query;
         const QJsonObject data{{"hostWan", "127.0.0.1"}, {"portWan", files.serverPort()}, {"hostLan", "127.0.0.1"}, {"portLan", 1}};
-        return FakeHttp::response(QJsonDocument(QJsonObject{{"code", judge ? judge(query) : known}, {"data", data}}).toJson());
+        return HttpPeer::response(QJsonDocument(QJsonObject{{"code", judge ? judge(query) : known}, {"data", data}}).toJson());
     }
     QString write(const QString &name, const QByteArray &content)
     {
