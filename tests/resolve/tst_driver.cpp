@@ -147,7 +147,7 @@ private slots:
     {
         QFETCH(QByteArray, script);
         QFETCH(bool, stored);
-        UserInfo::setAllValue("SoftwarePath", "Maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\n" + script));
+        UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\n" + script));
         const db_resolve res = whole(start(Maya, "Maya2016", row(put("s.mb"))));
         QTEST(res.state, "state");
         QTEST(res.error, "error");
@@ -162,7 +162,7 @@ private slots:
     void hangingTreeDiesWithItsAnalysis()
     {
         // A grandchild in the background, one that ignores what can be ignored, and one that left its parent.
-        UserInfo::setAllValue("SoftwarePath", "Maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\ntrap '' TERM INT HUP\n"
+        UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\ntrap '' TERM INT HUP\n"
             "sleep 1000 & echo $! >one\n(sh -c 'trap \"\" TERM; sleep 1000 & echo $! >>two; wait' &)\nwhile [ ! -s two ]; do sleep 0.02; done\necho $$ >main\nwait\n"));
         auto run = start(Maya, "Maya2016", row(put("s.mb")), 0, 1);
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path("main")).size() > 0, 10000);
@@ -232,7 +232,7 @@ private slots:
         QFETCH(QString, expected);
         UserInfo::setAllValue("Resolve", "fastMaya", fast ? 1 : 0);
         UserInfo::setUserValue("Resolve", "mayaCache", 1);
-        UserInfo::setAllValue("SoftwarePath", software, program(binary, "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
+        UserInfo::setAllValue("SoftwarePath", software.toLower(), program(binary, "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
         program("bin/mayapy", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n");
         const db_resolve res = whole(start(Maya, software, row(put("s.mb"), rset), 1));
         UserInfo::setAllValue("Resolve", "fastMaya", 0);
