@@ -174,7 +174,7 @@ def main():
     try:
         screen = Screen(folder)
         rig = Rig(words.tree, folder, platform='xcb', farm_options=['--frames-per-second', '4'])
-        road(rig, words.scene, screen, Progress())
+        road(rig, os.path.abspath(words.scene), screen, Progress())
         if not screen.own:
             print('The windows stay open; Ctrl-C ends the client and the farm.')
             while rig.client.poll() is None:

@@ -105,6 +105,11 @@ class Rig:
     def fault(self, name, value):
         urllib.request.urlopen('http://%s:%d/farm/fault?name=%s&value=%s' % (self.address, self.http, name, value), timeout=10).read()
 
+    def farm_state(self):
+        """Orders, results (path, size, MD5), counters and violations as the farm knows them."""
+        with urllib.request.urlopen('http://%s:%d/farm/state' % (self.address, self.http), timeout=20) as reply:
+            return json.loads(reply.read().decode('utf-8'))
+
     # --- the client
 
     def start_client(self):
