@@ -19,15 +19,14 @@ bool Reply::parse(const QByteArray &data, Reply *reply)
 
 QByteArray head(qint32 phase, qint32 command, const QByteArray &token, qint64 offset, qint32 length)
 {
-    QByteArray out(HeadSize, '\0');
-    char *bytes = out.data();
+    char bytes[HeadSize] = {};
     qToBigEndian<quint32>(Magic, bytes);
     qToBigEndian<qint32>(phase, bytes + 4);
     qToBigEndian<qint64>(offset, bytes + 8);
     qToBigEndian<qint32>(command, bytes + 16);
     memcpy(bytes + 20, token.constData(), size_t(qMin(token.size(), TokenSize)));
     qToBigEndian<qint32>(length, bytes + 36);
-    return out;
+    return QByteArray(bytes, HeadSize);
 }
 
 QByteArray ask(qint32 phase, qint32 command, const QByteArray &token, const QJsonObject &body)

@@ -1,0 +1,289 @@
+// Uploads: one big file against a bare copy over a loopback socket, an order of many small files that the server knows,
+// and a scan that finds nothing. The servers here are as plain as they can be, so that the client is what is measured.
+#include "Bench.h"
+#include "BenchRig.h"
+#include "transfer/TransScan.h"
+#include "transfer/up/UpHandler.h"
+#include <QFile>
+#include <arpa/inet.h>
+#include <atomic>
+#include <cstdio>
+#include <fcntl.h>
+#include <netinet/tcp.h>
+#include <sys/socket.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+constexpr size_t Block = 1048576;
+
+struct Listener {
+    int fd = -1, port = 0;
+    Listener()
+    {
+        fd = socket(AF_INET, SOCK_STREAM, 0);
+        sockaddr_in at{};
+        at.sin_family = AF_INET;
+        at.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof at;
+        bind(fd, reinterpret_cast<sockaddr *>(&at), size);
+        listen(fd, 64);
+        getsockname(fd, reinterpret_cast<sockaddr *>(&at), &size);
+        port = ntohs(at.sin_port);
+    }
+    ~Listener() { close(fd); }
+    int take() const
+    {
+        const int link = accept(fd, nullptr, nullptr);
+        const int on = 1;
+        setsockopt(link, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
+        return link;
+    }
+};
+
+bool readAll(int fd, char *to, size_t size)
+{
+    while (size > 0) {
+        const ssize_t got = read(fd, to, size);
+        if (got <= 0)
+            return false;
+        to += got;
+        size -= size_t(got);
+    }
+    return true;
+}
+
+bool writeAll(int fd, const char *from, size_t size)
+{
+    while (size > 0) {
+        const ssize_t put = write(fd, from, size);
+        if (put <= 0)
+            return false;
+        from += put;
+        size -= size_t(put);
+    }
+    return true;
+}
+
+// The plainest sender and receiver there are: MB/s.
+double bareCopy(const QString &path, qint64 bytes)
+{
+    Listener listener;
+    qint64 got = 0;
+    std::thread receiver([&] {
+        const int link = listener.take();
+        std::vector<char> block(Block);
+        for (ssize_t n; (n = read(link, block.data(), block.size())) > 0;)
+            got += n;
+        close(link);
+    });
+    QElapsedTimer clock;
+    clock.start();
+    sockaddr_in to{};
+    to.sin_family = AF_INET;
+    to.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    to.sin_port = htons(uint16_t(listener.port));
+    const int link = socket(AF_INET, SOCK_STREAM, 0), file = open(qPrintable(path), O_RDONLY);
+    if (connect(link, reinterpret_cast<sockaddr *>(&to), sizeof to) == 0) {
+        std::vector<char> block(Block);
+        for (ssize_t n; (n = read(file, block.data(), block.size())) > 0;)
+            if (!writeAll(link, block.data(), size_t(n)))
+                break;
+    }
+    close(file);
+    shutdown(link, SHUT_WR);
+    receiver.join();
+    close(link);
+    return got == bytes ? double(bytes) / double(clock.nsecsElapsed()) * 1e3 : -1;
+}
+
+// A file server that keeps nothing: says where to go on, takes the bytes, acknowledges.
+void sink(const Listener &listener, qint64 bytes)
+{
+    const int link = listener.take();
+    std::vector<char> block(Block);
+    qint64 got = 0;
+    char head[40];
+    while (readAll(link, head, sizeof head)) {
+        const quint32 phase = qFromBigEndian<quint32>(head + 4), command = qFromBigEndian<quint32>(head + 16);
+        qint64 length = qFromBigEndian<qint32>(head + 36);
+        if (command == 70002)
+            got += length;
+        while (length > 0 && readAll(link, block.data(), size_t(qMin<qint64>(length, Block))))
+            length -= qMin<qint64>(length, Block);
+        QByteArray reply(32, '\0');
+        qToBigEndian(phase, reply.data() + 4);
+        qToBigEndian(command, reply.data() + 12);
+        const int code = phase == 1 ? 7000201 : phase == 2 ? 7000404 : got < bytes ? 7000000 : 7000001;
+        qToBigEndian(code, reply.data() + 24);
+        if (code == 7000000)
+            reply += "{\"startPoint\":" + QByteArray::number(got) + "}";
+        if (!writeAll(link, reply.constData(), size_t(reply.size())))
+            break;
+    }
+    close(link);
+}
+
+// A storage service on a thread of its own: one code for every file. cpu: what it used so far.
+class Storage
+{
+public:
+    Storage(int code, int filePort) : m_code(code), m_filePort(filePort)
+    {
+        m_thread = std::thread([this] { serve(); });
+    }
+    ~Storage()
+    {
+        m_stop = true;
+        shutdown(m_listener.fd, SHUT_RDWR);
+        m_thread.join();
+    }
+    QString url() const { return QStringLiteral("http://127.0.0.1:%1").arg(m_listener.port); }
+    std::atomic<double> cpu{0};
+    std::atomic_int asked{0};
+
+private:
+    void serve()
+    {
+        std::vector<std::thread> links;
+        while (!m_stop) {
+            const int link = m_listener.take();
+            if (link < 0)
+                break;
+            links.emplace_back([this, link] { talk(link); });
+        }
+        for (std::thread &one : links)
+            one.join();
+    }
+    void talk(int link)
+    {
+        timeval patience{0, 200000};
+        setsockopt(link, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+        QByteArray data;
+        char block[16384];
+        double before = 0;
+        while (!m_stop) {
+            const ssize_t got = read(link, block, sizeof block);
+            if (got == 0)
+                break;
+            data.append(block, int(qMax<ssize_t>(0, got)));
+            for (int end; (end = data.indexOf("\r\n\r\n")) >= 0; data.remove(0, end + 4)) {
+                QByteArray body = R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})";
+                if (data.startsWith("GET")) {
+                    ++asked;
+                    body = QByteArray("{\"code\":") + QByteArray::number(m_code) + ",\"data\":{\"hostWan\":\"127.0.0.1\",\"portWan\":" +
+                           QByteArray::number(m_filePort) + "}}";
+                }
+                const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+                writeAll(link, reply.constData(), size_t(reply.size()));
+            }
+            const double now = bench::threadCpuSeconds();
+            cpu = cpu + (now - before);
+            before = now;
+        }
+        close(link);
+    }
+    Listener m_listener;
+    int m_code, m_filePort;
+    std::atomic_bool m_stop{false};
+    std::thread m_thread;
+};
+
+QStringList smallFiles(const QString &folder, int count)
+{
+    QStringList paths;
+    for (int i = 0; i < count; ++i) {
+        const QString dir = QStringLiteral("%1/many/%2").arg(folder).arg(i / 1000);
+        if (i % 1000 == 0)
+            QDir().mkpath(dir);
+        paths << QStringLiteral("%1/t%2.png").arg(dir).arg(i);
+        QFile file(paths.last());
+        file.open(QIODevice::WriteOnly);
+        file.write("small");
+    }
+    return paths;
+}
+
+// Files a second and processor seconds a file of this process without its server, over the watched time.
+bool watchOrder(const QStringList &paths, int seconds, double *rate, double *perFile)
+{
+    Storage storage(101401, 1);
+    BenchRig rig(storage.url());
+    rig.add(paths);
+    TransScan thread(TransScan::Up);
+    thread.start();
+    if (!bench::waitFor([&] { return storage.asked > 20; }, 10000))
+        return false;
+    QElapsedTimer clock;
+    clock.start();
+    const int before = storage.asked;
+    const double used = bench::cpuSeconds() - storage.cpu;
+    const int wanted = paths.size() - before;
+    bench::waitFor([&] { return storage.asked - before >= wanted; }, seconds * 1000);
+    const int done = storage.asked - before;
+    *rate = done / (double(clock.nsecsElapsed()) / 1e9);
+    *perFile = done > 0 ? (bench::cpuSeconds() - storage.cpu - used) / done : -1;
+    return done > 0;
+}
+}
+
+bool bench::upload(const Options &options, const QString &folder)
+{
+    const QString path = makeFile(folder + "/big.bin", options.bytes, false);
+    if (path.isEmpty())
+        return false;
+    bareCopy(path, options.bytes); // both read from the page cache, as far as it goes
+    const double bare = bareCopy(path, options.bytes);
+    Listener listener;
+    std::thread server([&] { sink(listener, options.bytes); });
+    double took = -1;
+    {
+        Storage storage(101402, listener.port);
+        BenchRig rig(storage.url());
+        rig.add({path});
+        QElapsedTimer clock;
+        clock.start();
+        TransScan thread(TransScan::Up);
+        thread.start();
+        if (waitFor([&] { return rig.left() == 0; }, 600000))
+            took = double(clock.nsecsElapsed()) / 1e9;
+        else
+            shutdown(listener.fd, SHUT_RDWR);
+    }
+    server.join();
+    QFile::remove(path);
+    if (took > 0)
+        line("upload", double(options.bytes) / took / 1e6, "MB/s", "bare loopback copy", bare, 0.7);
+    return took > 0 && bare > 0;
+}
+
+bool bench::order(const Options &options, const QString &folder)
+{
+    const QStringList paths = smallFiles(folder, options.rows);
+    double rate = 0, perFile = 0, fewRate = 0, fewPerFile = 0;
+    const bool good = watchOrder(paths.mid(0, 1000), options.seconds, &fewRate, &fewPerFile) &&
+                      watchOrder(paths, options.seconds, &rate, &perFile);
+    QDir(folder + "/many").removeRecursively();
+    if (!good)
+        return false;
+    line(QStringLiteral("order of %1 known files").arg(options.rows), rate, "files/s", "five a tick", 100, 0.95);
+    printf("%-26s %10.2f ms       %-22s %10.2f ms       ratio %.2f\n", "processor time per file", perFile * 1e3, "order of 1000 files",
+           fewPerFile * 1e3, perFile / fewPerFile);
+    return true;
+}
+
+// What a tick costs when there is nothing to do.
+bool bench::idleTick(const Options &, const QString &)
+{
+    Storage storage(101401, 1);
+    BenchRig rig(storage.url());
+    UpHandler queue;
+    constexpr int Ticks = 200000;
+    QElapsedTimer clock;
+    clock.start();
+    for (int i = 0; i < Ticks; ++i)
+        queue.scan();
+    printf("%-26s %10.2f us\n", "upload tick, idle", double(clock.nsecsElapsed()) / 1e3 / Ticks);
+    return true;
+}
