@@ -1,8 +1,8 @@
 // Whatever the stream and wherever it is cut: the reader gives only packages that its own head parser takes, and the
 // same ones as when it gets all at once, as long as no head is wrong.
 #include "io/Package.h"
-#include <QList>
 #include <cstdlib>
+#include <QList>
 
 extern "C" int LLVMFuzzerTestOneInput(const unsigned char *data, size_t size)
 {

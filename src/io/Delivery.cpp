@@ -1,15 +1,16 @@
 #include "io/Delivery.h"
+#include <mutex>
 #include <QObject>
 #include <QThread>
 #include <QThreadStorage>
-#include <mutex>
 
 struct Delivery::Door {
     std::mutex mutex;
     QObject *target = nullptr; // lives on the thread; null once that has ended
 };
 
-namespace {
+namespace
+{
 // Dies with its thread: by the thread's storage, or by the deferred delete that the thread runs when it has finished.
 class Target : public QObject
 {

@@ -10,8 +10,8 @@ class QThread;
 class Delivery
 {
 public:
-    static Delivery here();                 // to the calling thread
-    static Delivery to(QThread *thread);    // to a thread that lives at this moment; null: the calling one
+    static Delivery here();                      // to the calling thread
+    static Delivery to(QThread *thread);         // to a thread that lives at this moment; null: the calling one
     bool post(std::function<void()> work) const; // false: the thread is gone
 
     struct Door;

@@ -3,7 +3,10 @@
 #include <QDir>
 #include <QFileInfo>
 
-NetDown::NetDown(const QString &url, const QString &target, QObject *parent) : QObject(parent), m_file(target), m_url(url) {}
+NetDown::NetDown(const QString &url, const QString &target, QObject *parent)
+    : QObject(parent), m_file(target), m_url(url)
+{
+}
 
 bool NetDown::start()
 {

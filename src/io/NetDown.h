@@ -11,8 +11,8 @@ class NetDown : public QObject
     Q_OBJECT
 public:
     NetDown(const QString &url, const QString &target, QObject *parent = nullptr);
-    bool start();                        // false: the target can't be written; nothing was sent
-    bool ok() const { return m_ok; }     // after netDownFinish(): the file is whole
+    bool start();                    // false: the target can't be written; nothing was sent
+    bool ok() const { return m_ok; } // after netDownFinish(): the file is whole
 
 signals:
     void netDownFinish();

@@ -1,19 +1,21 @@
 #include "io/NetTcp.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include <atomic>
 #include <QDebug>
 #include <QNetworkProxy>
 #include <QtEndian>
-#include <atomic>
 
-namespace {
+namespace
+{
 constexpr int Heart = 10000, Kick = 10001, Token = 10308, Login = 10309, Stream = 10407;
 constexpr int SeqOffset = 8, SentHeadSize = 28;
 
 std::atomic<NetTcp *> only{nullptr};
 std::atomic<bool> loggedIn{false};
 
-// A body for the log. The sink cuts lines of more than 20000 bytes anyway; an order's body isn't turned into text for that.
+// A body for the log. The sink cuts lines of more than 20000 bytes anyway; an order's body isn't turned into text for
+// that.
 QString logText(const QByteArray &data, int from)
 {
     return QString::fromUtf8(data.constData() + from, qMin(data.size() - from, 20001));
@@ -24,7 +26,10 @@ void BackTcpTool::beginBack(TcpBack func, RecvPackageHead head, QByteArray ret, 
 {
     if (!po)
         return;
-    qDebug().noquote() << QStringLiteral("-%1- [%2|%3] %4").arg(head.seq).arg(head.val).arg(head.val)
+    qDebug().noquote() << QStringLiteral("-%1- [%2|%3] %4")
+                              .arg(head.seq)
+                              .arg(head.val)
+                              .arg(head.val)
                               .arg(logText(ret, RecvPackageHead::Size));
     const QJsonDocument doc = QJsonDocument::fromJson(ret.mid(RecvPackageHead::Size));
     if (func)
@@ -109,10 +114,7 @@ void NetTcp::setLogin(bool on)
     emit loginChanged(on);
 }
 
-bool NetTcp::isLogin()
-{
-    return loggedIn;
-}
+bool NetTcp::isLogin() { return loggedIn; }
 
 void NetTcp::resetLink()
 {
@@ -166,9 +168,12 @@ void NetTcp::nvds(int module, int cmd, QByteArray &body, TcpBack func, QObject *
 void NetTcp::post(int module, int cmd, const QByteArray &body, TcpBack func, QObject *qo)
 {
     Waiting waiting{std::move(func), Delivery::here(), qo};
-    QMetaObject::invokeMethod(this, [this, module, cmd, package = makePackage(module, cmd, 0, body),
-                                     waiting = std::move(waiting)] { send(module, cmd, package, waiting); },
-                              Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this, module, cmd, package = makePackage(module, cmd, 0, body), waiting = std::move(waiting)] {
+            send(module, cmd, package, waiting);
+        },
+        Qt::QueuedConnection);
 }
 
 void NetTcp::send(int module, int cmd, QByteArray package, Waiting waiting)
@@ -176,14 +181,19 @@ void NetTcp::send(int module, int cmd, QByteArray package, Waiting waiting)
     if (m_socket->state() != QAbstractSocket::ConnectedState)
         return;
     if (!isLogin() && cmd != Heart && cmd != Login && cmd != Token) {
-        qDebug().noquote() << QStringLiteral("socket连上但没登录 %1 %2 %3").arg(module).arg(cmd).arg(Session::cmdName(cmd));
+        qDebug().noquote()
+            << QStringLiteral("socket连上但没登录 %1 %2 %3").arg(module).arg(cmd).arg(Session::cmdName(cmd));
         return;
     }
     const int seq = m_seq;
     m_seq = int(unsigned(m_seq) + 1u);
     qToBigEndian<qint32>(seq, package.data() + SeqOffset);
     m_waiting.insert(seq, std::move(waiting));
-    qDebug().noquote() << QStringLiteral("-%1- [%2 %3|%4] %5").arg(seq).arg(module).arg(cmd).arg(Session::cmdName(cmd))
+    qDebug().noquote() << QStringLiteral("-%1- [%2 %3|%4] %5")
+                              .arg(seq)
+                              .arg(module)
+                              .arg(cmd)
+                              .arg(Session::cmdName(cmd))
                               .arg(logText(package, SentHeadSize));
     m_socket->write(package);
 }
@@ -192,7 +202,8 @@ void NetTcp::readyRead()
 {
     QTcpSocket *const socket = m_socket;
     while (socket == m_socket && socket->bytesAvailable() > 0) {
-        m_parser.feed(socket->readAll(), [this](const QByteArray &package) { emit signalRecvPackage(package, package.size()); });
+        m_parser.feed(socket->readAll(),
+                      [this](const QByteArray &package) { emit signalRecvPackage(package, package.size()); });
         if (socket == m_socket && m_parser.broken()) {
             qWarning().noquote() << "NetTcp::readyRead: the stream can't be followed any more, closing the link";
             socket->abort();

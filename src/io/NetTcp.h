@@ -8,15 +8,15 @@
 // (setLogin(true)) -> lost: linkLost() and back to the start.
 #include "io/Delivery.h"
 #include "io/Package.h"
+#include <functional>
+#include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QHash>
 #include <QMetaType>
 #include <QObject>
 #include <QPointer>
 #include <QTcpSocket>
 #include <QTimer>
-#include <functional>
 
 using TcpBack = std::function<void(int val, QJsonDocument doc)>;
 Q_DECLARE_METATYPE(TcpBack)
@@ -42,10 +42,10 @@ public:
 
     // Below: main thread only, but for isLogin().
     void setHost(const QString &host, int port); // for the next connect
-    void reconnect();                            // starts to connect where nothing is connected or connecting; never waits
+    void reconnect(); // starts to connect where nothing is connected or connecting; never waits
     void setLogin(bool on);
     static bool isLogin();
-    void resetLink();                            // forgets all that waits for replies, a new socket, connects
+    void resetLink(); // forgets all that waits for replies, a new socket, connects
     QTcpSocket *socket() const { return m_socket; }
     int heartInterval() const { return m_heartTimer.interval(); }
     int pending() const { return m_waiting.size(); }
@@ -71,7 +71,11 @@ private slots:
 
 private:
     static constexpr int HeartOnMs = 60000, HeartOffMs = 6000, ConnectMs = 5000;
-    struct Waiting { TcpBack func; Delivery way; QPointer<QObject> guard; };
+    struct Waiting {
+        TcpBack func;
+        Delivery way;
+        QPointer<QObject> guard;
+    };
 
     NetTcp();
     void post(int module, int cmd, const QByteArray &body, TcpBack func, QObject *qo);

@@ -34,10 +34,7 @@ void NetTcpDown::stop()
     emit tcpDownOver();
 }
 
-void NetTcpDown::connected()
-{
-    m_socket.write(m_request);
-}
+void NetTcpDown::connected() { m_socket.write(m_request); }
 
 void NetTcpDown::readyRead()
 {

@@ -6,11 +6,12 @@
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
-#include <QUuid>
 #include <quazip/quazip.h>
 #include <quazip/quazipfile.h>
+#include <QUuid>
 
-namespace {
+namespace
+{
 constexpr int UploadSeconds = 300;
 }
 
@@ -24,7 +25,8 @@ QByteArray NetUp::formBody(const QByteArray &boundary, const Fields &fields, con
         body += field.second.toUtf8() + "\r\n";
     }
     body += "--" + boundary + "\r\n";
-    body += "Content-Disposition: form-data;name=\"" + fileField.toUtf8() + "\";filename=\"" + fileName.toUtf8() + "\"\r\n";
+    body +=
+        "Content-Disposition: form-data;name=\"" + fileField.toUtf8() + "\";filename=\"" + fileName.toUtf8() + "\"\r\n";
     body += "Content-Type: application/octet-stream\r\n\r\n";
     body += file + "\r\n";
     body += "--" + boundary + "--\r\n";
@@ -67,10 +69,12 @@ bool NetUp::upload(QJsonObject obj)
     if (obj.value("date").toString().isEmpty())
         obj["date"] = QDateTime::currentDateTime().toString("yyyyMMdd");
     const QString date = obj.value("date").toString();
-    const QString zipName = QStringLiteral("log-%1-%2.zip").arg(date, QDateTime::currentDateTime().toString("MMddHHmmsszzz"));
+    const QString zipName =
+        QStringLiteral("log-%1-%2.zip").arg(date, QDateTime::currentDateTime().toString("MMddHHmmsszzz"));
     const QString zip = UserInfo::tempDir() + "/" + zipName;
     QFile packed(zip);
-    if (!zipFile(UserInfo::allUserDir() + QStringLiteral("/log-%1.txt").arg(date), zip) || !packed.open(QIODevice::ReadOnly)) {
+    if (!zipFile(UserInfo::allUserDir() + QStringLiteral("/log-%1.txt").arg(date), zip) ||
+        !packed.open(QIODevice::ReadOnly)) {
         QFile::remove(zip);
         return false;
     }
@@ -86,12 +90,15 @@ bool NetUp::upload(QJsonObject obj)
     req.guard = this;
     packed.close();
     QFile::remove(zip);
-    NetWork::instance()->npost(req, [this](Request, const FuncBody &rep) {
-        if (rep.ok())
-            qDebug().noquote() << QStringLiteral("上传日志完成");
-        else
-            qWarning().noquote() << "NetUp::upload" << rep.error;
-        emit finished(rep.ok());
-    }, nullptr);
+    NetWork::instance()->npost(
+        req,
+        [this](Request, const FuncBody &rep) {
+            if (rep.ok())
+                qDebug().noquote() << QStringLiteral("上传日志完成");
+            else
+                qWarning().noquote() << "NetUp::upload" << rep.error;
+            emit finished(rep.ok());
+        },
+        nullptr);
     return true;
 }

@@ -1,12 +1,13 @@
 #include "io/NetWork.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include <atomic>
 #include <QDebug>
 #include <QJsonDocument>
 #include <QTimer>
-#include <atomic>
 
-namespace {
+namespace
+{
 std::atomic<NetWork *> only{nullptr};
 
 QString logText(const QByteArray &body)
@@ -51,10 +52,7 @@ NetWork *NetWork::instance()
     return net;
 }
 
-void NetWork::destroy()
-{
-    delete only.exchange(nullptr);
-}
+void NetWork::destroy() { delete only.exchange(nullptr); }
 
 NetWork::NetWork() : m_manager(new QNetworkAccessManager(this))
 {
@@ -99,7 +97,8 @@ void NetWork::nput(QString url, QByteArray byte, FuncBack func, QThread *backTh,
 void NetWork::ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo)
 {
     Pending entry{std::move(func), Delivery::to(backTh), qo, std::move(req), 0};
-    QMetaObject::invokeMethod(this, [this, verb, entry = std::move(entry)] { start(verb, entry); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, verb, entry = std::move(entry)] { start(verb, entry); }, Qt::QueuedConnection);
 }
 
 void NetWork::start(Verb verb, Pending entry)
@@ -109,10 +108,18 @@ void NetWork::start(Verb verb, Pending entry)
     setHead(request, entry.request, verb == Post || verb == Put);
     QNetworkReply *reply = nullptr;
     switch (verb) {
-    case Get: reply = m_manager->get(request); break;
-    case Post: reply = m_manager->post(request, entry.request.byte); break;
-    case Put: reply = m_manager->put(request, entry.request.byte); break;
-    case Delete: reply = m_manager->deleteResource(request); break;
+    case Get:
+        reply = m_manager->get(request);
+        break;
+    case Post:
+        reply = m_manager->post(request, entry.request.byte);
+        break;
+    case Put:
+        reply = m_manager->put(request, entry.request.byte);
+        break;
+    case Delete:
+        reply = m_manager->deleteResource(request);
+        break;
     }
     setMap(reply, std::move(entry));
 }

@@ -13,7 +13,8 @@
 #include <QTimer>
 #include <QUrl>
 
-namespace {
+namespace
+{
 constexpr int DriveMs = 2000, MasterMs = 10000, RoleMs = 5000, HostMs = 5000;
 constexpr int FarmFound = 11040000;
 
@@ -97,12 +98,15 @@ QString NetWork::skydriveUrl(int farmId)
     QString address, token;
     {
         Wait wait;
-        NetTcp::instance()->nvds(111, 11100, QJsonObject{{"farmId", farmId}}, [&](int, const QJsonDocument &doc) {
-            const QJsonObject reply = doc.object();
-            address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr" : "addr-internal").toString());
-            token = reply.value("accessToken").toString();
-            wait.done();
-        }, wait.guard());
+        NetTcp::instance()->nvds(
+            111, 11100, QJsonObject{{"farmId", farmId}},
+            [&](int, const QJsonDocument &doc) {
+                const QJsonObject reply = doc.object();
+                address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr" : "addr-internal").toString());
+                token = reply.value("accessToken").toString();
+                wait.done();
+            },
+            wait.guard());
         wait.run(DriveMs);
     }
     if (address.isEmpty()) {
@@ -125,15 +129,19 @@ bool NetWork::throughMaster(const QString &address)
     const QUrl url(address);
     const int port = url.port(url.scheme() == "https" ? 443 : 80);
     Request req;
-    req.url = QStringLiteral("%1/masterInfo?host=%2&port=%3").arg(trimmedAddress(UserInfo::master()), url.host()).arg(port);
+    req.url =
+        QStringLiteral("%1/masterInfo?host=%2&port=%3").arg(trimmedAddress(UserInfo::master()), url.host()).arg(port);
     req.bareAddress = true;
     bool forwarded = false;
     Wait wait;
-    nget(req, [&](Request, const FuncBody &rep) {
-        forwarded = rep.ok();
-        ProxyFactory::addPairs(rep.array);
-        wait.done();
-    }, QThread::currentThread(), wait.guard());
+    nget(
+        req,
+        [&](Request, const FuncBody &rep) {
+            forwarded = rep.ok();
+            ProxyFactory::addPairs(rep.array);
+            wait.done();
+        },
+        QThread::currentThread(), wait.guard());
     wait.run(MasterMs);
     if (!forwarded)
         qWarning().noquote() << "NetWork::skydriveUrl: the master doesn't forward" << address;
@@ -185,12 +193,17 @@ QString NetWork::roleToken(int farmId)
         token = tokenOf(rep);
         wait.done();
     };
-    npost(req, [&](const Request &asked, const FuncBody &rep) {
-        if (rep.error.startsWith("HttpError:"))
-            nget(asked, [&](Request, const FuncBody &second) { take(second); }, QThread::currentThread(), wait.guard());
-        else
-            take(rep);
-    }, QThread::currentThread());
+    npost(
+        req,
+        [&](const Request &asked, const FuncBody &rep) {
+            if (rep.error.startsWith("HttpError:"))
+                nget(
+                    asked, [&](Request, const FuncBody &second) { take(second); }, QThread::currentThread(),
+                    wait.guard());
+            else
+                take(rep);
+        },
+        QThread::currentThread());
     wait.run(RoleMs);
     if (token.isEmpty()) {
         qWarning().noquote() << "NetWork::roleToken: no token for farm" << farmId;
@@ -216,21 +229,25 @@ NetWork::FarmHost NetWork::farmHost(int farmId)
         return {};
     FarmHost host;
     Wait wait;
-    nget(QStringLiteral("%1/bs/farm/%2").arg(Session::qnhttp()).arg(farmId), [&](Request, const FuncBody &rep) {
-        const QJsonObject where = rep.object.contains("domain") ? rep.object : rep.data;
-        const QJsonValue status = rep.object.contains("status") ? rep.object.value("status") : rep.data.value("status");
-        if (!rep.ok() || status.toVariant().toInt() != FarmFound || where.value("domain").toString().isEmpty()) {
-            wait.done();
-            return;
-        }
-        host.domain = host.ip = where.value("domain").toString();
-        host.port = where.value("port").toVariant().toInt();
-        QHostInfo::lookupHost(host.domain, wait.guard(), [&](const QHostInfo &info) {
-            if (!info.addresses().isEmpty())
-                host.ip = info.addresses().constFirst().toString();
-            wait.done();
-        });
-    }, QThread::currentThread(), wait.guard());
+    nget(
+        QStringLiteral("%1/bs/farm/%2").arg(Session::qnhttp()).arg(farmId),
+        [&](Request, const FuncBody &rep) {
+            const QJsonObject where = rep.object.contains("domain") ? rep.object : rep.data;
+            const QJsonValue status =
+                rep.object.contains("status") ? rep.object.value("status") : rep.data.value("status");
+            if (!rep.ok() || status.toVariant().toInt() != FarmFound || where.value("domain").toString().isEmpty()) {
+                wait.done();
+                return;
+            }
+            host.domain = host.ip = where.value("domain").toString();
+            host.port = where.value("port").toVariant().toInt();
+            QHostInfo::lookupHost(host.domain, wait.guard(), [&](const QHostInfo &info) {
+                if (!info.addresses().isEmpty())
+                    host.ip = info.addresses().constFirst().toString();
+                wait.done();
+            });
+        },
+        QThread::currentThread(), wait.guard());
     wait.run(HostMs);
     if (!host.known()) {
         qWarning().noquote() << "NetWork::farmHost: farm unknown" << farmId;

@@ -1,12 +1,13 @@
 #include "io/Package.h"
+#include <cstring>
 #include <QDataStream>
 #include <QDebug>
 #include <QtEndian>
-#include <cstring>
 
-namespace {
+namespace
+{
 constexpr char Magic[4] = {0x11, 0x12, 0x13, 0x14};
-constexpr int LengthEnd = 8;          // the length field counts what stands behind it
+constexpr int LengthEnd = 8; // the length field counts what stands behind it
 constexpr qint32 MinLength = RecvPackageHead::Size - LengthEnd;
 
 bool hasMagic(const char *head) { return std::memcmp(head, Magic, sizeof(Magic)) == 0; }
@@ -24,7 +25,8 @@ bool RecvPackageHead::parse(const QByteArray &data, RecvPackageHead *head)
     if (data.size() < Size || !hasMagic(data.constData()))
         return false;
     QDataStream in(data);
-    in >> head->magic >> head->length >> head->seq >> head->field3 >> head->field4 >> head->cmd >> head->field6 >> head->val;
+    in >> head->magic >> head->length >> head->seq >> head->field3 >> head->field4 >> head->cmd >> head->field6 >>
+        head->val;
     return head->length >= MinLength && head->length <= PackageReader::MaxLength;
 }
 

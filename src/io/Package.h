@@ -10,9 +10,9 @@
 //  24  8 field6 (unused)                         20  4 module
 //  32  4 val: result code                        24  4 cmd
 //  36  length-28 body                            28    body
+#include <functional>
 #include <QByteArray>
 #include <QMetaType>
-#include <functional>
 
 struct RecvPackageHead {
     static constexpr int Size = 36;

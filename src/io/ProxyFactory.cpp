@@ -7,13 +7,14 @@
 #include <QDebug>
 #include <QFile>
 #include <QHash>
-#include <QMutex>
 #include <QJsonDocument>
+#include <QMutex>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QThread>
 
-namespace {
+namespace
+{
 constexpr int WebPort = 80;
 
 struct Shared {
@@ -26,10 +27,7 @@ Shared &shared()
     return one;
 }
 
-QString recordPath()
-{
-    return UserInfo::allUserDir() + "/netshadd";
-}
+QString recordPath() { return UserInfo::allUserDir() + "/netshadd"; }
 
 QByteArray readRecords()
 {
@@ -73,18 +71,39 @@ QList<QNetworkProxy> ProxyFactory::queryProxy(const QNetworkProxyQuery &query)
     return {QNetworkProxy(QNetworkProxy::NoProxy)};
 }
 
+bool ProxyFactory::openMissing(QList<Forward> missing, const ProxyTools &tools, QString *why)
+{
+    if (tools.netshadd(QString::fromUtf8(recordsJson(missing))) != 1) {
+        qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
+        return refuse(tr("端口转发失败！请检查系统相关服务是否正常运行。"), why);
+    }
+    for (int attempt = 0; attempt < 10 && !missing.isEmpty(); ++attempt) {
+        if (attempt > 0 && tools.settle)
+            tools.settle();
+        const QSet<int> open = listening(tools.netstat());
+        for (int i = missing.size() - 1; i >= 0; --i)
+            if (open.contains(missing[i].listenPort))
+                missing.removeAt(i);
+    }
+    if (missing.isEmpty())
+        return true;
+    qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
+    return refuse(tr("端口监听失败！%1").arg(missing.constFirst().listenPort), why);
+}
+
 bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const ProxyTools &tools)
 {
     if (!master)
         return true;
     if (!tools.netstat || !tools.netshadd) {
-        qDebug().noquote() << "ProxyFactory::openProxy: this system has no port forwarding, none opened for" << hosts.join(' ');
+        qDebug().noquote() << "ProxyFactory::openProxy: this system has no port forwarding, none opened for"
+                           << hosts.join(' ');
         return true;
     }
     const QList<Forward> records = parseRecords(readRecords());
     if (!records.isEmpty())
         qDebug().noquote() << QStringLiteral("存在netshadd记录") << records.size();
-    QSet<int> open = listening(tools.netstat());
+    const QSet<int> open = listening(tools.netstat());
     const QList<Forward> all = plan(hosts, records, open);
     QList<Forward> missing;
     for (const Forward &one : all) {
@@ -96,24 +115,8 @@ bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const
     const QByteArray json = recordsJson(all);
     if (all != records && !VFunc::writeWhole(recordPath(), json))
         qWarning().noquote() << "ProxyFactory::openProxy: can't write" << recordPath();
-    if (!missing.isEmpty()) {
-        if (tools.netshadd(QString::fromUtf8(recordsJson(missing))) != 1) {
-            qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
-            return refuse(QCoreApplication::translate("ProxyFactory", "端口转发失败！请检查系统相关服务是否正常运行。"), why);
-        }
-        for (int attempt = 0; attempt < 10 && !missing.isEmpty(); ++attempt) {
-            if (attempt > 0 && tools.settle)
-                tools.settle();
-            open = listening(tools.netstat());
-            for (int i = missing.size() - 1; i >= 0; --i)
-                if (open.contains(missing[i].listenPort))
-                    missing.removeAt(i);
-        }
-        if (!missing.isEmpty()) {
-            qWarning().noquote() << "master open port fail for" << missing.constFirst().listenPort;
-            return refuse(QCoreApplication::translate("ProxyFactory", "端口监听失败！%1").arg(missing.constFirst().listenPort), why);
-        }
-    }
+    if (!missing.isEmpty() && !openMissing(missing, tools, why))
+        return false;
     QMutexLocker lock(&shared().mutex);
     for (const Forward &one : all)
         shared().ports.insert(one.host, one.listenPort);
@@ -180,7 +183,8 @@ QList<Forward> ProxyFactory::plan(const QStringList &hosts, const QList<Forward>
 QSet<int> ProxyFactory::listening(const QString &netstat)
 {
     static const QRegularExpression line(QStringLiteral("^\\s*tcp\\S*\\s+(?:\\d+\\s+\\d+\\s+)?\\S*:(\\d+)\\s.*LISTEN"),
-                                         QRegularExpression::CaseInsensitiveOption | QRegularExpression::MultilineOption);
+                                         QRegularExpression::CaseInsensitiveOption |
+                                             QRegularExpression::MultilineOption);
     QSet<int> ports;
     auto it = line.globalMatch(netstat);
     while (it.hasNext())

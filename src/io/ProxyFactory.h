@@ -2,12 +2,13 @@
 // Lets subordinate seats reach the servers through their master. On the master, openProxy() makes the system forward
 // one local port per server; on a seat, an instance installed as the application's proxy factory sends requests for a
 // forwarded host to the master's port. The map is shared by all instances and may be used from any thread.
+#include <functional>
+#include <QCoreApplication>
 #include <QJsonArray>
 #include <QList>
 #include <QNetworkProxyFactory>
 #include <QSet>
 #include <QStringList>
-#include <functional>
 
 struct Forward {
     int listenPort = 0;
@@ -18,22 +19,24 @@ struct Forward {
 
 // The system's tools as seen by openProxy; tests put their own here.
 struct ProxyTools {
-    std::function<QString()> netstat;                   // output of "netstat -an"
-    std::function<int(const QString &json)> netshadd;   // elevated run; 1 started, -1 refused
-    std::function<void()> settle;                       // gives the system's service time to open the ports
-    static ProxyTools system(); // empty members where the system has no such tools
+    std::function<QString()> netstat;                 // output of "netstat -an"
+    std::function<int(const QString &json)> netshadd; // elevated run; 1 started, -1 refused
+    std::function<void()> settle;                     // gives the system's service time to open the ports
+    static ProxyTools system();                       // empty members where the system has no such tools
 };
 
 class ProxyFactory : public QNetworkProxyFactory
 {
+    Q_DECLARE_TR_FUNCTIONS(ProxyFactory)
 public:
     static constexpr int FirstPort = 46161; // forwarded ports are taken from here on
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override;
 
-    // hosts: "host:port" each. Blocks while the tools run (some seconds). master: this seat's role; on another seat, and
-    // on a system without port forwarding, nothing is opened and true is returned. On false, why has a text for the user,
-    // who is told through the window too if there is one.
-    static bool openProxy(QStringList hosts, bool master, QString *why = nullptr, const ProxyTools &tools = ProxyTools::system());
+    // hosts: "host:port" each. Blocks while the tools run (some seconds). master: this seat's role; on another seat,
+    // and on a system without port forwarding, nothing is opened and true is returned. On false, why has a text for the
+    // user, who is told through the window too if there is one.
+    static bool openProxy(QStringList hosts, bool master, QString *why = nullptr,
+                          const ProxyTools &tools = ProxyTools::system());
 
     // The pairs (port as text, host) that a seat asks its master for, and their way into the seat's map.
     static QJsonArray pairs();
@@ -46,4 +49,7 @@ public:
     static QSet<int> listening(const QString &netstat);
     static QList<Forward> parseRecords(const QByteArray &json);
     static QByteArray recordsJson(const QList<Forward> &records); // [[listenPort, connectAddress, connectPort], ...]
+
+private:
+    static bool openMissing(QList<Forward> missing, const ProxyTools &tools, QString *why);
 };

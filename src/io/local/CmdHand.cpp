@@ -40,15 +40,13 @@ void CmdHand::initCmh()
         qDebug().noquote() << route.path << route.name;
 }
 
-QByteArray CmdHand::noSuchRoute()
-{
-    return reply(1, tr("没有此接口"), QJsonValue::Undefined, false, {}, false);
-}
+QByteArray CmdHand::noSuchRoute() { return reply(1, tr("没有此接口"), QJsonValue::Undefined, false, {}, false); }
 
 void CmdHand::start(const QString &method, const QString &cmd)
 {
     ThreadPool::instance()->addWork(this);
-    QMetaObject::invokeMethod(this, [this, method, cmd] { initCmdHand(method, cmd); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [this, method, cmd] { initCmdHand(method, cmd); }, Qt::QueuedConnection);
 }
 
 void CmdHand::initCmdHand(QString method, QString cmd)
@@ -92,12 +90,15 @@ void CmdHand::ask(int cmd, const QByteArray &body, Reply reply)
     }
     m_wait.start(m_waitMs);
     QByteArray bytes = body;
-    NetTcp::instance()->nvds(cmd / 100, cmd, bytes, [this, reply](int val, const QJsonDocument &doc) {
-        if (m_over)
-            return;
-        m_wait.stop();
-        reply(val, doc);
-    }, this);
+    NetTcp::instance()->nvds(
+        cmd / 100, cmd, bytes,
+        [this, reply](int val, const QJsonDocument &doc) {
+            if (m_over)
+                return;
+            m_wait.stop();
+            reply(val, doc);
+        },
+        this);
 }
 
 void CmdHand::forward(int cmd, const QByteArray &body)
@@ -110,7 +111,11 @@ void CmdHand::forward(int cmd, const QByteArray &body)
 
 void CmdHand::askEach(int cmd, const QList<int> &missions, std::function<void(int, QList<QJsonDocument>)> next)
 {
-    struct Gathered { QVector<QJsonDocument> docs; int open = 0, val = 0; bool failed = false; };
+    struct Gathered {
+        QVector<QJsonDocument> docs;
+        int open = 0, val = 0;
+        bool failed = false;
+    };
     const auto all = std::make_shared<Gathered>();
     all->docs.resize(missions.size());
     all->open = missions.size();
@@ -128,7 +133,8 @@ void CmdHand::askEach(int cmd, const QList<int> &missions, std::function<void(in
     }
 }
 
-QByteArray CmdHand::reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more, bool readable)
+QByteArray CmdHand::reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
+                          bool readable)
 {
     QJsonObject object = more;
     object["code"] = code;
@@ -154,10 +160,7 @@ void CmdHand::good(const QString &msg, const QJsonValue &data, const QJsonObject
     over(0, msg, data, true, more);
 }
 
-void CmdHand::fail(const QString &msg, const QJsonValue &data)
-{
-    over(1, msg, data, false);
-}
+void CmdHand::fail(const QString &msg, const QJsonValue &data) { over(1, msg, data, false); }
 
 // Success is the command's number with 00 behind it, but for two commands that have a second one.
 bool CmdHand::isGood(int cmd, int val)

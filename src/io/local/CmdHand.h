@@ -1,17 +1,17 @@
 #pragma once
-// One request to the local command API: finds the route, does what it says, answers once with one JSON text, and deletes
-// itself. Made on any thread, runs on a thread of the pool. The same object serves requests from within the client: the
-// analysis page makes one, connects the signals and calls start(words, "/localClient").
+// One request to the local command API: finds the route, does what it says, answers once with one JSON text, and
+// deletes itself. Made on any thread, runs on a thread of the pool. The same object serves requests from within the
+// client: the analysis page makes one, connects the signals and calls start(words, "/localClient").
 //
 // Reply: {"code": result code of the business server, or 0 / 1 of the client's own; "msg": a text for people;
 // "data": what was asked for, or absent; "result": 1 good, 0 failed}.
 #include "io/local/CmdLine.h"
+#include <functional>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QObject>
 #include <QTimer>
-#include <functional>
 
 class CmdHand : public QObject
 {
@@ -20,8 +20,8 @@ public:
     static constexpr int WaitMs = 10000; // for a reply of the business server
 
     explicit CmdHand(int waitMs = WaitMs);
-    static void initCmh();            // writes the table of routes to the log
-    static QByteArray noSuchRoute();  // the answer to what isn't served
+    static void initCmh();                                  // writes the table of routes to the log
+    static QByteArray noSuchRoute();                        // the answer to what isn't served
     void setBody(const QByteArray &body) { m_body = body; } // before start(); a "-post=" in the words wins
     // Moves this object to a pool thread and runs there. From the socket: the HTTP method and the target. From within:
     // the words ("/model /analysis -post=[...]") and "/localClient".
@@ -72,7 +72,8 @@ private:
     // One command per task; answers come in task order.
     void askEach(int cmd, const QList<int> &missions, std::function<void(int val, QList<QJsonDocument> docs)> next);
 
-    static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more, bool readable);
+    static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
+                            bool readable);
     void over(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more = {});
     void good(const QString &msg, const QJsonValue &data = QJsonValue::Undefined, const QJsonObject &more = {});
     void fail(const QString &msg, const QJsonValue &data = QJsonValue::Undefined);

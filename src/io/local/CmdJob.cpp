@@ -4,34 +4,27 @@
 #include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
+#include "io/local/CmdHand.h"
 #include "io/NetWork.h"
 #include "io/ProxyFactory.h"
-#include "io/local/CmdHand.h"
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 constexpr int AllStatus = 1000, PageRows = 20;
 constexpr int MaxFolders = 10; // opened by one request
 
-QByteArray compact(const QJsonObject &object)
-{
-    return QJsonDocument(object).toJson(QJsonDocument::Compact);
-}
+QByteArray compact(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 } // namespace
 
-void CmdHand::account()
-{
-    forward(10307, "{}");
-}
+void CmdHand::account() { forward(10307, "{}"); }
 
-void CmdHand::projectList()
-{
-    forward(10502, "{}");
-}
+void CmdHand::projectList() { forward(10502, "{}"); }
 
 void CmdHand::envList()
 {
-    forward(10506, compact({{"projectId", m_line.arg("projectId").toInt()}, {"software_type", m_line.arg("softwareType").toInt()}}));
+    forward(10506, compact({{"projectId", m_line.arg("projectId").toInt()},
+                            {"software_type", m_line.arg("softwareType").toInt()}}));
 }
 
 void CmdHand::machineList()
@@ -133,7 +126,8 @@ void CmdHand::findOrders(QStringList orders, QList<int> missions, std::function<
             missions.append(mission);
             continue;
         }
-        const QJsonObject search{{"name", order}, {"page", 0}, {"pageCount", PageRows}, {"missionStatus", QJsonArray{AllStatus}}};
+        const QJsonObject search{
+            {"name", order}, {"page", 0}, {"pageCount", PageRows}, {"missionStatus", QJsonArray{AllStatus}}};
         ask(10427, search, [=](int, const QJsonDocument &doc) {
             QList<int> found = missions;
             for (const QJsonValue &value : doc.object().value("pageList").toArray())
@@ -161,8 +155,8 @@ void CmdHand::masterInfo()
     if (!host.isEmpty()) {
         static const QRegularExpression name(QStringLiteral("^[A-Za-z0-9]([A-Za-z0-9._-]{0,252})$"));
         QString why = tr("参数异常");
-        if (!name.match(host).hasMatch() || port < 1 || port > 65535
-            || !ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(host).arg(port)}, true, &why)) {
+        if (!name.match(host).hasMatch() || port < 1 || port > 65535 ||
+            !ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(host).arg(port)}, true, &why)) {
             fail(why);
             return;
         }

@@ -1,11 +1,9 @@
 #include "io/local/CmdLine.h"
 #include <QRegularExpression>
 
-namespace {
-QString decoded(const QString &text)
+namespace
 {
-    return QString::fromUtf8(QByteArray::fromPercentEncoding(text.toUtf8()));
-}
+QString decoded(const QString &text) { return QString::fromUtf8(QByteArray::fromPercentEncoding(text.toUtf8())); }
 
 void setPath(CmdLine *line, QString path)
 {
@@ -24,7 +22,8 @@ void addArgs(CmdLine *line, const QString &text, bool encoded)
     static const QRegularExpression cut(QStringLiteral("[?&]"));
     for (const QString &piece : text.split(cut, Qt::SkipEmptyParts)) {
         const int equals = piece.indexOf('=');
-        const QString key = equals < 0 ? piece : piece.left(equals), value = equals < 0 ? QString() : piece.mid(equals + 1);
+        const QString key = equals < 0 ? piece : piece.left(equals),
+                      value = equals < 0 ? QString() : piece.mid(equals + 1);
         line->args.append({encoded ? decoded(key) : key.trimmed(), encoded ? decoded(value) : value.trimmed()});
     }
 }

@@ -4,8 +4,8 @@
 //   from the socket   /path?key=value&key=value        with the body beside it
 //   from within       word word -key=value&key=value -post=BODY   the words make the path: /word/word
 //
-// "//" in the path counts as "/"; a leading "/readable" asks for indented JSON. Names and values of the socket's form are
-// percent-encoded UTF-8.
+// "//" in the path counts as "/"; a leading "/readable" asks for indented JSON. Names and values of the socket's form
+// are percent-encoded UTF-8.
 #include <QByteArray>
 #include <QList>
 #include <QPair>

@@ -10,13 +10,11 @@
 #include <QDir>
 #include <QSet>
 
-namespace {
+namespace
+{
 constexpr int Committed = 107, Refused = 109, Gone = -1;
 
-QJsonObject object(const QString &text)
-{
-    return QJsonDocument::fromJson(text.toUtf8()).object();
-}
+QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 } // namespace
 
 void CmdHand::modelAnalysis()
@@ -44,7 +42,8 @@ void CmdHand::modelAnalysis()
     for (const db_resolve &row : qAsConst(read.rows)) {
         details.append(QJsonObject{{"rkey", row.rkey}, {"scene", row.lpath}, {"state", row.state}});
         if (read.commit)
-            Seam<ResolveCalls>::post([key = row.rkey](ResolveCalls &queue) { queue.commitResolve(key, false, QString()); });
+            Seam<ResolveCalls>::post(
+                [key = row.rkey](ResolveCalls &queue) { queue.commitResolve(key, false, QString()); });
     }
     good(tr("提交到客户端成功"), QJsonObject{{"status", 1}, {"details", details}});
 }
@@ -146,7 +145,8 @@ void CmdHand::modelCheckSlave()
             if (key != 0 && ModelAnalysis::seatKey(other) == key)
                 row = other;
     const bool there = row.rkey != 0;
-    good(QString(), QJsonObject{{"rkey", key}, {"state", there ? row.state : Gone}, {"fok", row.fok}, {"fsum", row.fsum}});
+    good(QString(),
+         QJsonObject{{"rkey", key}, {"state", there ? row.state : Gone}, {"fok", row.fok}, {"fsum", row.fsum}});
 }
 
 void CmdHand::modelResolveData()

@@ -1,10 +1,11 @@
 #include "io/local/HttpGuard.h"
+#include <algorithm>
 #include <QHostInfo>
 #include <QNetworkInterface>
 #include <QUrl>
-#include <algorithm>
 
-namespace {
+namespace
+{
 bool same(const QHostAddress &a, const QHostAddress &b)
 {
     return a.isEqual(b, QHostAddress::ConvertV4MappedToIPv4 | QHostAddress::ConvertLocalHost);
@@ -20,7 +21,8 @@ bool equalTokens(const QByteArray &a, const QByteArray &b)
 }
 } // namespace
 
-bool HttpGuard::allows(const HttpRequest &request, const QHostAddress &peer, const QHostAddress &local, const QString &token)
+bool HttpGuard::allows(const HttpRequest &request, const QHostAddress &peer, const QHostAddress &local,
+                       const QString &token)
 {
     if (request.hasHeader("origin") && !isThisMachine(QUrl(QString::fromUtf8(request.header("origin"))).host(), local))
         return false;

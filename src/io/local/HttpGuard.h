@@ -11,7 +11,8 @@ class HttpGuard
 {
 public:
     // peer, local: the two ends of the connection. token: UserInfo::apiToken(), empty for none.
-    static bool allows(const HttpRequest &request, const QHostAddress &peer, const QHostAddress &local, const QString &token);
+    static bool allows(const HttpRequest &request, const QHostAddress &peer, const QHostAddress &local,
+                       const QString &token);
     static bool isThisMachine(const QHostAddress &address);
     // host: as in a Host header or a URL: name or address, in brackets or not, with or without a port.
     static bool isThisMachine(const QString &host, const QHostAddress &local);

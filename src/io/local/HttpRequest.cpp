@@ -56,8 +56,8 @@ bool HttpRequest::readLength()
     for (const auto &one : qAsConst(m_headers)) {
         if (one.first != "content-length")
             continue;
-        const bool digits = !one.second.isEmpty()
-            && std::all_of(one.second.cbegin(), one.second.cend(), [](char c) { return c >= '0' && c <= '9'; });
+        const bool digits = !one.second.isEmpty() && std::all_of(one.second.cbegin(), one.second.cend(),
+                                                                 [](char c) { return c >= '0' && c <= '9'; });
         if (!digits || (!length.isEmpty() && length != one.second)) {
             bad("content length");
             return false;
@@ -86,5 +86,6 @@ QByteArray HttpRequest::header(const QByteArray &name) const
 bool HttpRequest::hasHeader(const QByteArray &name) const
 {
     const QByteArray wanted = name.toLower();
-    return std::any_of(m_headers.cbegin(), m_headers.cend(), [&wanted](const auto &one) { return one.first == wanted; });
+    return std::any_of(m_headers.cbegin(), m_headers.cend(),
+                       [&wanted](const auto &one) { return one.first == wanted; });
 }

@@ -23,8 +23,8 @@ public:
     const char *why() const { return m_why; } // of Bad, for the log
 
     bool headRead() const { return m_headRead; }
-    QByteArray method() const { return m_method; } // as sent
-    QByteArray target() const { return m_target; } // path and query, not decoded
+    QByteArray method() const { return m_method; }   // as sent
+    QByteArray target() const { return m_target; }   // path and query, not decoded
     QByteArray header(const QByteArray &name) const; // without regard to case; the first one
     bool hasHeader(const QByteArray &name) const;
     QByteArray body() const { return m_body; }

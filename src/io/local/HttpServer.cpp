@@ -105,8 +105,8 @@ void HttpServer::cmdOver(QTcpSocket *socket, const QByteArray &body)
     if (it == m_open.end() || socket->state() != QAbstractSocket::ConnectedState)
         return;
     it->timer->start(m_timeoutMs);
-    it->out = "HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: keep-alive\r\nContent-Length: "
-        + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+    it->out = "HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: keep-alive\r\nContent-Length: " +
+              QByteArray::number(body.size()) + "\r\n\r\n" + body;
     writePiece(socket);
 }
 

@@ -22,7 +22,7 @@ public:
     static constexpr int PieceSize = 10240;
 
     explicit HttpServer(QObject *parent = nullptr);
-    ~HttpServer() override; // closes all connections
+    ~HttpServer() override;        // closes all connections
     bool initHttpServer(int port); // all addresses; 0 takes a free port. False: not listening, logged
     quint16 port() const { return m_server.serverPort(); }
     int connections() const { return m_open.size(); }

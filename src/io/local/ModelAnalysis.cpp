@@ -2,19 +2,23 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/ResolveDAO.h"
+#include <algorithm>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
-#include <algorithm>
 
-namespace {
+namespace
+{
 constexpr int Waiting = 100, Clean = 106;
 constexpr int Maya = 1, Cinema4D = 5, Types = 8;
 
-QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
+QString compact(const QJsonObject &object)
+{
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
 
 QStringList texts(const QJsonArray &array)
 {
@@ -69,8 +73,8 @@ int commonType(const QStringList &files, int asked, QString *text)
 
 int typeOfSoftware(const QString &software)
 {
-    static const QList<QPair<QString, int>> words{{"maya", 1}, {"max", 3}, {"houdini", 4}, {"cinema", 5}, {"c4d", 5},
-                                                  {"sketchup", 6}, {"clarisse", 7}, {"terragen", 8}};
+    static const QList<QPair<QString, int>> words{{"maya", 1}, {"max", 3},      {"houdini", 4},  {"cinema", 5},
+                                                  {"c4d", 5},  {"sketchup", 6}, {"clarisse", 7}, {"terragen", 8}};
     for (const auto &word : words)
         if (software.contains(word.first, Qt::CaseInsensitive))
             return word.second;
@@ -108,8 +112,8 @@ QJsonObject runSettings(const QJsonObject &parameter, const QJsonObject &env, co
                         const QJsonObject &machine, int type)
 {
     QJsonObject rset{{"env", env}, {"project", project}, {"machine", machine}, {"softwareType", type}};
-    for (const char *key : {"projectConfig", "mayaProject", "keyFrames", "strategy", "clientResultRootPath", "sourceFileType",
-                            "mayaSplitByLayer"})
+    for (const char *key : {"projectConfig", "mayaProject", "keyFrames", "strategy", "clientResultRootPath",
+                            "sourceFileType", "mayaSplitByLayer"})
         if (parameter.contains(key))
             rset[key] = parameter.value(key);
     const QString model = machine.value("machineModel").toString();
@@ -130,7 +134,8 @@ bool ownsFee(const QJsonValue &fee)
     for (const QJsonValue &id : UserInfo::feeUserIds())
         own.insert(id.toVariant().toInt());
     const QJsonArray asked = fee.isArray() ? fee.toArray() : QJsonArray{fee};
-    return std::any_of(asked.begin(), asked.end(), [&own](const QJsonValue &id) { return own.contains(id.toVariant().toInt()); });
+    return std::any_of(asked.begin(), asked.end(),
+                       [&own](const QJsonValue &id) { return own.contains(id.toVariant().toInt()); });
 }
 } // namespace
 
@@ -213,8 +218,8 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
         out.data = {{"req", fee}, {"rep", own}};
         return out;
     }
-    const QString scene = given("scene").isString() ? given("scene").toString()
-                                                    : texts(body.value("scenes").toArray()).value(0);
+    const QString scene =
+        given("scene").isString() ? given("scene").toString() : texts(body.value("scenes").toArray()).value(0);
     if (scene.isEmpty())
         return refused(tr("缺失场景文件"));
     const qlonglong seatKey = given("clientFlag").toVariant().toLongLong();

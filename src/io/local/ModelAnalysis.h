@@ -19,7 +19,8 @@ public:
     };
     static ModelAnalysis read(const QByteArray &body, qint64 nowMs);
 
-    // The key that a row handed over by a subordinate seat has there, 0 for other rows. The row's own may have had to move.
+    // The key that a row handed over by a subordinate seat has there, 0 for other rows. The row's own may have had to
+    // move.
     static qlonglong seatKey(const db_resolve &row);
 
     Kind kind = Refused;
@@ -31,7 +32,12 @@ public:
     QList<db_resolve> rows; // empty: a seat asked twice, its scene is here already
 
 private:
-    static ModelAnalysis refused(const QString &text) { ModelAnalysis out; out.text = text; return out; }
+    static ModelAnalysis refused(const QString &text)
+    {
+        ModelAnalysis out;
+        out.text = text;
+        return out;
+    }
     static ModelAnalysis fromList(const QStringList &scenes);
     static ModelAnalysis fromParameter(const QStringList &scenes, const QJsonObject &parameter, qint64 nowMs);
     static ModelAnalysis fromSeat(const QJsonObject &body, const QJsonObject &parameter, qint64 nowMs);
