@@ -248,14 +248,19 @@ void Business::announce(Task &task)
     push(ResultsReady, 1041300, body);
 }
 
-void Business::announceAll()
+// Once a login, when the client is ready for it: what it hasn't confirmed, and the tasks that wait for a word.
+void Business::welcome(Link *link)
 {
-    m_outstanding.clear();
+    if (!link || !link->loggedIn || link->welcomed)
+        return;
+    link->welcomed = true;
     for (Task *task : m_core.tasks->all()) {
         announce(*task);
         if (task->status == Paused && task->subtype == WaitConfirm)
             waitForUser(*task);
     }
+    if (const qint64 reason = m_core.faults.number(QStringLiteral("kick")); reason > 0)
+        kick(int(reason));
 }
 
 Task *Business::taskOf(const QJsonObject &body, int cmd, Answer *answer)

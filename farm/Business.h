@@ -22,8 +22,9 @@ struct Link {
     PackageFeed feed;
     QString session; // the token given by 10308
     bool loggedIn = false;
-    bool seat = false; // a subordinate seat: shares its account with others
-    qint64 cut = -1;   // bytes until the link is cut, -1 never
+    bool welcomed = false; // this login has been told what waits for it
+    bool seat = false;     // a subordinate seat: shares its account with others
+    qint64 cut = -1;       // bytes until the link is cut, -1 never
 };
 
 struct Answer {
@@ -57,7 +58,7 @@ private:
     void send(Link *link, const QByteArray &bytes);
     void answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson);
     Link *linkOf(QTcpSocket *socket) const;
-    void announceAll();
+    void welcome(Link *link);
     void add(int cmd, Handler handler) { m_handlers.insert(cmd, std::move(handler)); }
     void addAccount();
     void addLists();

@@ -10,6 +10,11 @@
 namespace farm
 {
 
+namespace
+{
+constexpr int pushesMs = 3000;
+}
+
 void Business::addAccount()
 {
     add(10000, [](Link &, const QJsonDocument &) { return Answer{1000000, {}, {}, {}}; });
@@ -20,7 +25,10 @@ void Business::addAccount()
         const bool good = m_core.account->saveConfig(doc.object());
         return Answer{good ? 1030300 : 1030301, m_core.account->config(), {}, {}};
     });
-    add(10306, [](Link &, const QJsonDocument &) { return Answer{1030600, {}, {}, {}}; });
+    add(10306, [this](Link &link, const QJsonDocument &) {
+        const QPointer<QTcpSocket> socket = link.socket;
+        return Answer{1030600, {}, [this, socket] { welcome(linkOf(socket)); }, {}};
+    });
     add(10307, [this](Link &, const QJsonDocument &) {
         const QJsonObject self{{"id", UserId}, {"name", m_core.options.user}};
         return Answer{1030700,
@@ -72,15 +80,13 @@ void Business::addAccount()
         link.loggedIn = true;
         ++m_core.counters.logins;
         emit m_core.loggedIn();
+        m_outstanding.clear();
+        const QPointer<QTcpSocket> socket = link.socket;
         return Answer{1030900,
                       m_core.account->object(),
-                      [this] {
-                          // Behind the answer, with a moment for the client to build what takes pushes.
-                          QTimer::singleShot(300, this, [this] {
-                              announceAll();
-                              if (const qint64 reason = m_core.faults.number(QStringLiteral("kick")); reason > 0)
-                                  kick(int(reason));
-                          });
+                      [this, socket] {
+                          // A client that never asks for pushes gets them all the same.
+                          QTimer::singleShot(pushesMs, this, [this, socket] { welcome(linkOf(socket)); });
                       },
                       {}};
     });

@@ -74,6 +74,13 @@ void Business::addSubTasks()
         answer.body.insert("pageSize", (fitting.size() + EachPage - 1) / EachPage);
         return answer;
     });
+    // What this farm doesn't offer is refused with the code that says so.
+    for (const QPair<int, int> &one :
+         {qMakePair(10405, 1040518), qMakePair(10426, 1042600), qMakePair(10428, 1042801), qMakePair(10434, 1043402),
+          qMakePair(10435, 1043500), qMakePair(10437, 1043701), qMakePair(10801, 1080102), qMakePair(10804, 1080402)}) {
+        const int code = one.second;
+        add(one.first, [code](Link &, const QJsonDocument &) { return Answer{code, {}, {}, {}}; });
+    }
     const auto each = [this](int cmd, const char *key, std::function<void(Task &, int)> act) {
         add(cmd, [this, cmd, key, act](Link &, const QJsonDocument &doc) {
             Answer answer;

@@ -15,6 +15,29 @@ namespace farm
 
 class Core;
 
+struct FileCommand {
+    enum : int { AskUpload = 70000, SendData = 70002, Commit = 70004, AskDownload = 70100, RefusedFrame = 79999 };
+};
+
+struct FileCode {
+    enum : int {
+        StartHere = 7000000,
+        AllHere = 7000001,
+        ChunkKept = 7000201,
+        Arrived = 7000404,
+        MoveOk = 7000441,
+        DataFollows = 7010003,
+        NoFile = 7010007,
+        Cancelled = 13010005,
+        NoRecord = 13010102,
+        WriteFailed = 13010201,
+        TooMuch = 13010202,
+        StartTooFar = 13020304
+    };
+};
+
+constexpr qint64 FileWindow = 4 << 20; // bytes on their way in either direction
+
 class FileServer : public QObject
 {
     Q_OBJECT

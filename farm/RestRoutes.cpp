@@ -33,7 +33,7 @@ HttpAnswer Rest::answer(const HttpRequest &request)
         return roleToken(request);
     if (path == QLatin1String("/skydrive/sourceFiles") && get)
         return sourceFiles(request);
-    if (path == QLatin1String("/logs") && post)
+    if ((path == QLatin1String("/logs") || path == QLatin1String("/")) && post)
         return logs(request);
     if (path.startsWith(QLatin1String("/farm/")))
         return control(request);

@@ -201,6 +201,7 @@ public:
                                        .object();
         auth = answer.value("token").toString();
         const Reply confirmed = wire->ask(10309, {});
+        wire->ask(10306, {}); // ready for pushes
         access = wire->ask(11100, {{"farmId", 1}}).object().value("accessToken").toString();
         const QJsonObject role = get("/storage-secret-token/role", headers(), "POST").object();
         token = QByteArray::fromHex(role.value("data").toObject().value("token").toString().remove('-').toLatin1());
