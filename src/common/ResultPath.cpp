@@ -13,7 +13,8 @@
 #include <QMutex>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 const QString illegalCharacters = QStringLiteral("<>:\"|?*");
 constexpr qint64 firstMilliseconds = 100000000000; // smaller times are seconds
 
@@ -45,7 +46,8 @@ QString onePiece(QString value)
 bool isReserved(const QString &name)
 {
     static const QRegularExpression words(QStringLiteral("^(con|prn|aux|nul|conin\\$|conout\\$|(com|lpt)[0-9¹²³])$"),
-                                          QRegularExpression::CaseInsensitiveOption | QRegularExpression::UseUnicodePropertiesOption);
+                                          QRegularExpression::CaseInsensitiveOption |
+                                              QRegularExpression::UseUnicodePropertiesOption);
     return words.match(name.section('.', 0, 0).trimmed()).hasMatch();
 }
 
@@ -60,10 +62,7 @@ bool climbs(const QString &piece)
     return dots > 1;
 }
 
-bool hasDrive(const QString &path)
-{
-    return path.size() > 1 && path.at(1) == ':' && path.at(0).isLetter();
-}
+bool hasDrive(const QString &path) { return path.size() > 1 && path.at(1) == ':' && path.at(0).isLetter(); }
 
 QString refuse(QString *reason, const QString &why)
 {
@@ -87,22 +86,24 @@ QString projectOutput(const QJsonObject &obj)
         QMutexLocker lock(&lookupMutex);
         lookup = projectLookup;
     }
-    return lookup ? lookup(obj.value("projectId").toVariant().toInt(), text(obj, "projectName"), obj.value("softwareType").toVariant().toInt()) : QString();
+    return lookup ? lookup(obj.value("projectId").toVariant().toInt(), text(obj, "projectName"),
+                           obj.value("softwareType").toVariant().toInt())
+                  : QString();
 }
 
 QString rootOfKind(const QJsonObject &obj, ResultPath::RootKind kind)
 {
     static const char *const words[] = {"person dir:", "project dir:", "src dir:"};
-    QString dir = kind == ResultPath::Personal ? UserInfo::resultDir()
-                : kind == ResultPath::Project  ? projectOutput(obj)
-                                               : text(obj, "clientResultRootPath");
+    QString dir = kind == ResultPath::Personal  ? UserInfo::resultDir()
+                  : kind == ResultPath::Project ? projectOutput(obj)
+                                                : text(obj, "clientResultRootPath");
     dir.replace('\\', '/');
     while (dir.size() > 1 && dir.endsWith('/') && !dir.endsWith(":/"))
         dir.chop(1);
     qDebug().noquote() << "VFunc::rootPath" << words[kind] << dir;
     return dir;
 }
-}
+} // namespace
 
 QString ResultPath::safeName(const QString &name)
 {
@@ -115,7 +116,8 @@ QString ResultPath::safeName(const QString &name)
         out[i] = '_';
     if (isReserved(out))
         out.prepend('_');
-    if (out.endsWith(QStringLiteral(".xtemp"), Qt::CaseInsensitive) || out.endsWith(QStringLiteral(".vd"), Qt::CaseInsensitive))
+    if (out.endsWith(QStringLiteral(".xtemp"), Qt::CaseInsensitive) ||
+        out.endsWith(QStringLiteral(".vd"), Qt::CaseInsensitive))
         out.append('_');
     return out;
 }
@@ -156,10 +158,7 @@ bool ResultPath::isSafeTarget(const QString &target)
     return safeName(pieces.last()) == pieces.last();
 }
 
-bool ResultPath::flag(const QJsonObject &row, const QString &key)
-{
-    return row.value(key).toVariant().toInt() == 1;
-}
+bool ResultPath::flag(const QJsonObject &row, const QString &key) { return row.value(key).toVariant().toInt() == 1; }
 
 QString ResultPath::rowPath(const QString &root, const QJsonObject &row, QString *reason)
 {
@@ -197,7 +196,9 @@ QString ResultPath::ruleFolder(const QString &rule, const QJsonObject &values)
             const QRegularExpressionMatch match = it.next();
             const QString word = match.captured(1);
             out += piece.mid(from, match.capturedStart() - from);
-            out += word == QLatin1String("order") ? num : word == QLatin1String("submit") ? submitDay(values) : onePiece(text(values, "projectName"));
+            out += word == QLatin1String("order")    ? num
+                   : word == QLatin1String("submit") ? submitDay(values)
+                                                     : onePiece(text(values, "projectName"));
             from = match.capturedEnd();
         }
         out += piece.mid(from);
@@ -207,7 +208,7 @@ QString ResultPath::ruleFolder(const QString &rule, const QJsonObject &values)
     QString reason;
     const QString folder = safeRelative(pieces.isEmpty() ? fallback : pieces.join('/'), &reason);
     if (folder.isEmpty())
-        qWarning().noquote() << "VFunc::rootPath" << "refused folder:" << pieces.join('/') << reason;
+        qWarning().noquote() << "VFunc::rootPath refused folder:" << pieces.join('/') << reason;
     return folder;
 }
 
@@ -216,8 +217,9 @@ ResultPath::RootKind ResultPath::rootKind(const QJsonObject &obj)
     const int maya = 1;
     const QVariant told = obj.value("resultRootPathEnum").toVariant();
     const int kind = told.isValid() ? told.toInt()
-                   : obj.value("softwareType").toVariant().toInt() == maya ? CommonConfig::get().mayaResultRootPathEnum
-                                                                             : UserInfo::outRoot();
+                     : obj.value("softwareType").toVariant().toInt() == maya
+                         ? CommonConfig::get().mayaResultRootPathEnum
+                         : UserInfo::outRoot();
     return kind == Project || kind == Scene ? RootKind(kind) : Personal;
 }
 
@@ -228,7 +230,7 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing)
     if (rootKind(obj) == Personal && dir.endsWith(QLatin1String("/ResultQN")))
         QDir().mkpath(dir);
     if (dir.isEmpty() || !QDir::isAbsolutePath(dir) || !QFileInfo(dir).isDir()) {
-        qWarning().noquote() << "VFunc::rootPath" << "no dir:" << dir;
+        qWarning().noquote() << "VFunc::rootPath no dir:" << dir;
         if (missing)
             *missing = dir.isNull() ? QStringLiteral("") : dir;
         return {};
@@ -239,15 +241,17 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing)
         return {};
     const QString path = (dir.endsWith('/') ? dir : dir + '/') + folder;
     if (create && !QDir().mkpath(path))
-        qWarning().noquote() << "VFunc::rootPath" << "mkpath:" << path;
+        qWarning().noquote() << "VFunc::rootPath mkpath:" << path;
     return path;
 }
 
 void ResultPath::tellMissing(const QJsonObject &obj, const QString &missing)
 {
     const RootKind kind = rootKind(obj);
-    const QString page = kind == Project ? QCoreApplication::translate("VFunc", "项目管理") : QCoreApplication::translate("VFunc", "通用设置");
-    const QString message = QCoreApplication::translate("VFunc", "输出路径不存在，请至 %1 配置。\r\n").arg(page) + '"' + missing + '"';
+    const QString page = kind == Project ? QCoreApplication::translate("VFunc", "项目管理")
+                                         : QCoreApplication::translate("VFunc", "通用设置");
+    const QString message =
+        QCoreApplication::translate("VFunc", "输出路径不存在，请至 %1 配置。\r\n").arg(page) + '"' + missing + '"';
     const int project = obj.value("projectId").toVariant().toInt();
     const int software = obj.value("softwareType").toVariant().toInt();
     Seam<WindowCalls>::post([=](WindowCalls &window) { window.rootMsg(message, kind, project, software); });

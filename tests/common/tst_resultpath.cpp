@@ -5,8 +5,10 @@
 #include "support/TestMain.h"
 #include "support/WindowSpy.h"
 
-namespace {
-const QJsonObject order{{"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
+namespace
+{
+const QJsonObject order{
+    {"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
 }
 
 class TestResultPath : public QObject
@@ -25,7 +27,9 @@ private slots:
     {
         QTest::addColumn<QString>("given");
         QTest::addColumn<QString>("kept"); // empty: refused
-        const auto row = [](const char *given, const char *kept) { QTest::newRow(given) << QString::fromUtf8(given) << QString::fromUtf8(kept); };
+        const auto row = [](const char *given, const char *kept) {
+            QTest::newRow(given) << QString::fromUtf8(given) << QString::fromUtf8(kept);
+        };
         row("a/0001.png", "a/0001.png");
         row("a\\b\\0001.png", "a/b/0001.png");
         row("./a//b.png", "a/b.png");
@@ -34,7 +38,7 @@ private slots:
         row("../x.png", "");
         row("a/../../x.png", "");
         row("a\\..\\x.png", "");
-        row("a/.. /x.png", "");  // the blank falls off on Windows
+        row("a/.. /x.png", ""); // the blank falls off on Windows
         row("a/.../x.png", "");
         row("/etc/passwd", "");
         row("\\\\host\\share\\x.png", "");
@@ -52,7 +56,8 @@ private slots:
         row("dir. /x.", "dir__/x_");
         row("a.png.vd", "a.png.vd_");
         row("a.XTEMP", "a.XTEMP_");
-        QTest::newRow("control") << QString("a\n\tb") + QChar(0) + ".png" << "a__b_.png";
+        QTest::newRow("control") << QString("a\n\tb") + QChar(0) + ".png"
+                                 << "a__b_.png";
     }
     void relative()
     {

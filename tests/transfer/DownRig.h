@@ -8,8 +8,8 @@
 #include "support/BusinessPeer.h"
 #include "support/HttpPeer.h"
 #include "support/WindowSpy.h"
-#include "transfer/TransSet.h"
 #include "transfer/down/DownHandler.h"
+#include "transfer/TransSet.h"
 #include <QCryptographicHash>
 #include <QDir>
 #include <QJsonArray>
@@ -23,9 +23,9 @@ public:
     QStringList faults;
     int code = 7010003;
     int headBytes = 32;
-    QByteArray extra;                // behind the end of every file
-    QList<qint64> cuts;              // bytes after which the next connections end
-    bool hold = false;               // half of each file that isn't tiny, then nothing
+    QByteArray extra;   // behind the end of every file
+    QList<qint64> cuts; // bytes after which the next connections end
+    bool hold = false;  // half of each file that isn't tiny, then nothing
 
     StreamPeer()
     {
@@ -53,9 +53,10 @@ private:
     {
         const QByteArray frame = socket->readAll(); // an ask is far smaller than a segment
         const char *at = frame.constData();
-        if (frame.size() < 40 || qFromBigEndian<qint32>(at) != 0x11121314 || qFromBigEndian<qint32>(at + 4) != 0
-            || qFromBigEndian<qint64>(at + 8) != -1 || qFromBigEndian<qint32>(at + 16) != 70100
-            || frame.mid(20, 16).toHex() != "00112233445566778899aabbccddeeff" || qFromBigEndian<qint32>(at + 36) != frame.size() - 40)
+        if (frame.size() < 40 || qFromBigEndian<qint32>(at) != 0x11121314 || qFromBigEndian<qint32>(at + 4) != 0 ||
+            qFromBigEndian<qint64>(at + 8) != -1 || qFromBigEndian<qint32>(at + 16) != 70100 ||
+            frame.mid(20, 16).toHex() != "00112233445566778899aabbccddeeff" ||
+            qFromBigEndian<qint32>(at + 36) != frame.size() - 40)
             faults << "ask";
         const QJsonObject ask = QJsonDocument::fromJson(frame.mid(40)).object();
         asks << ask;
@@ -96,12 +97,16 @@ struct DownRig {
         UserInfo::setResultDir(folder.filePath("out"));
         DownloadDAO::instance()->open(folder.path());
         business.takeClient();
-        business.answer(11100, 1110000, QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
+        business.answer(
+            11100, 1110000,
+            QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
         business.answer(10800, [this](const BusinessPeer::Request &asked) {
             const QJsonObject body = answers.value(asked.body["fileId"].toInt());
             return BusinessPeer::Reply{body.isEmpty() ? 1080002 : body["val"].toInt(1080000), body, false};
         });
-        storage.answer = [](const auto &) { return HttpPeer::response(R"({"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})"); };
+        storage.answer = [](const auto &) {
+            return HttpPeer::response(R"({"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
+        };
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileStateChanged, &window,
                          [this](qlonglong, int state, int error) { states << qMakePair(state, error); });
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileSpeedChanged, &window,
@@ -127,8 +132,10 @@ struct DownRig {
     {
         files.files["/farm/" + path] = content;
         const QString digest = QCryptographicHash::hash(content, QCryptographicHash::Md5).toHex();
-        answers[id] = {{"size", content.size()}, {"hash", hash == "right" ? digest : hash}, {"path", "elsewhere/" + path}, {"farmId", 3},
-                       {"downloadPath", "/farm/" + path}, {"ipWan", "127.0.0.1"}, {"portWan", files.serverPort()}};
+        answers[id] = {{"size", content.size()},          {"hash", hash == "right" ? digest : hash},
+                       {"path", "elsewhere/" + path},     {"farmId", 3},
+                       {"downloadPath", "/farm/" + path}, {"ipWan", "127.0.0.1"},
+                       {"portWan", files.serverPort()}};
         return {{"id", id}, {"path", path}, {"isBlock", 1}, {"frame", id}};
     }
     QJsonObject list(const QJsonArray &rows) const

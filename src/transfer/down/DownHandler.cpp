@@ -4,17 +4,18 @@
 #include "common/UserInfo.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
-#include "transfer/TransSet.h"
 #include "transfer/down/DownWork.h"
 #include "transfer/down/ProjectOutput.h"
+#include "transfer/TransSet.h"
+#include <algorithm>
 #include <QCryptographicHash>
 #include <QDebug>
-#include <algorithm>
 
-namespace {
+namespace
+{
 // A server that fails without having sent a byte is left alone for a while, longer each time.
 constexpr int FreeFailures = 3, FirstRestMs = 250, LongestRestMs = 5000;
-}
+} // namespace
 
 DownHandler::DownHandler()
 {
@@ -34,10 +35,7 @@ DownHandler::~DownHandler()
     ProjectOutput::uninstall();
 }
 
-TransWork *DownHandler::makeWork(bool, int)
-{
-    return new DownWork(share());
-}
+TransWork *DownHandler::makeWork(bool, int) { return new DownWork(share()); }
 
 QString DownHandler::keyOf(const db_downfile &file)
 {
@@ -84,7 +82,7 @@ bool DownHandler::settleEmpty(const db_downmiss &miss)
         return !stopFailed(miss, rows);
     }
     if (DownloadDAO::instance()->removeMission(miss.pri)) {
-        qDebug().noquote() << "DownHandler::scan" << "mission over:" << miss.ordernum << miss.missid << miss.ok;
+        qDebug().noquote() << "DownHandler::scan mission over:" << miss.ordernum << miss.missid << miss.ok;
         m_rests.remove(miss.pri);
         DownloadDAO::instance()->tellRefresh();
         emit downWorkOver();
@@ -113,7 +111,8 @@ bool DownHandler::stopFailed(const db_downmiss &miss, int rows)
     const int failed = DownloadDAO::instance()->countFailed(miss.pri);
     if (failed < FailedLimit && failed != rows)
         return false;
-    qWarning().noquote() << "DownHandler::scan" << "mission stopped:" << miss.ordernum << miss.missid << "failed files:" << failed;
+    qWarning().noquote() << "DownHandler::scan mission stopped:" << miss.ordernum << miss.missid
+                         << "failed files:" << failed;
     DownloadDAO::instance()->setMissionState(miss.pri, TransSet::DownError);
     return true;
 }
@@ -136,7 +135,8 @@ void DownHandler::start(db_downfile file)
     file.error = 0;
     const quint64 serial = nextSerial();
     work->setKey(key, serial);
-    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()), 1);
+    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()),
+                     1);
     // By key and number: what an earlier worker of the same file still says is not for this one.
     connect(work, &TransWork::DownWorkFinished, this, [this, key, serial](const db_downfile &ended, int kind) {
         if (isCurrent(key, serial))
@@ -144,7 +144,8 @@ void DownHandler::start(db_downfile file)
     });
     m_runs.insert(key, {file.missPri, file.lpath});
     addWork(key, work);
-    QMetaObject::invokeMethod(work, [work, file] { work->downReq(file); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        work, [work, file] { work->downReq(file); }, Qt::QueuedConnection);
 }
 
 void DownHandler::workFinished(db_downfile file, int isDel)
@@ -240,12 +241,6 @@ void DownHandler::priDown(qlonglong missPri)
     DownloadDAO::instance()->tellRefresh();
 }
 
-void DownHandler::readFile(int page)
-{
-    DownloadDAO::instance()->readMissions(page);
-}
+void DownHandler::readFile(int page) { DownloadDAO::instance()->readMissions(page); }
 
-void DownHandler::readMissionFile(qlonglong missPri, int page)
-{
-    DownloadDAO::instance()->readPage(missPri, page);
-}
+void DownHandler::readMissionFile(qlonglong missPri, int page) { DownloadDAO::instance()->readPage(missPri, page); }

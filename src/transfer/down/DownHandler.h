@@ -7,9 +7,9 @@
 //   mission: 0 waits -> 1 runs -> gone with its last row | 3 failed (three files given up, or all) | 2 paused
 //   push:    pending -> list asked for (10805) where it lacks something -> rows in the store -> 10413 confirms it
 #include "db/Calls.h"
-#include "transfer/TransHandler.h"
 #include "transfer/down/MissionBuilder.h"
 #include "transfer/down/ResultAsks.h"
+#include "transfer/TransHandler.h"
 #include <QElapsedTimer>
 #include <QTimer>
 
@@ -45,9 +45,18 @@ signals:
     void downWorkOver(); // a mission is complete
 
 private:
-    struct Run { qlonglong missPri = 0; QString target; };
-    struct Rest { int failures = 0; qint64 until = 0; };
-    struct Push { QJsonObject obj; qint64 from = 0; };
+    struct Run {
+        qlonglong missPri = 0;
+        QString target;
+    };
+    struct Rest {
+        int failures = 0;
+        qint64 until = 0;
+    };
+    struct Push {
+        QJsonObject obj;
+        qint64 from = 0;
+    };
 
     TransWork *makeWork(bool retry, int backError) override;
     static QString keyOf(const db_downfile &file);
@@ -73,12 +82,12 @@ private:
     void wake(); // the pending timer, when there is something to do
 
     QElapsedTimer m_clock;
-    QHash<QString, Run> m_runs;         // by worker key
-    QHash<qlonglong, Rest> m_rests;     // missions whose server fails again and again, by pri
+    QHash<QString, Run> m_runs;     // by worker key
+    QHash<qlonglong, Rest> m_rests; // missions whose server fails again and again, by pri
     ResultAsks m_asks;
-    QHash<int, QJsonObject> m_waiting;  // answers that wait for the user's choice, by task
+    QHash<int, QJsonObject> m_waiting; // answers that wait for the user's choice, by task
     QList<Push> m_pushes;
     QTimer m_pushTimer;
-    bool m_inHand = false;              // handPush waits in a nested loop
-    QSet<QString> m_told;               // folders the user was told about for a push
+    bool m_inHand = false; // handPush waits in a nested loop
+    QSet<QString> m_told;  // folders the user was told about for a push
 };

@@ -6,14 +6,15 @@
 #include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
-#include "transfer/TransSet.h"
 #include "transfer/down/DownHandler.h"
+#include "transfer/TransSet.h"
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QJsonArray>
 
-namespace {
+namespace
+{
 constexpr int ListModule = 108, ResultList = 10805, ListGood = 1080500;
 constexpr int OrderModule = 104, ResultQueued = 10413;
 enum Cover { All = 0, OnlyMissing = 1, Cancelled = 2 };
@@ -22,7 +23,7 @@ void inform(const QString &text)
 {
     Seam<WindowCalls>::post([text](WindowCalls &window) { window.showInfoMsg({}, text); });
 }
-}
+} // namespace
 
 void DownHandler::missionResult(int mid, bool autoRes, bool isBatch)
 {
@@ -34,14 +35,15 @@ void DownHandler::missionResult(int mid, bool autoRes, bool isBatch)
 void DownHandler::resultPush(QJsonObject obj)
 {
     if (UserInfo::isSlave() || UserInfo::autoSendResult() == 0) {
-        qDebug().noquote() << "DownHandler::resultPush" << "automatic download is off:" << obj.value("prefixPath").toString();
+        qDebug().noquote() << "DownHandler::resultPush automatic download is off:"
+                           << obj.value("prefixPath").toString();
         return;
     }
     MissionBuilder::Pushed pushed = MissionBuilder::prefix(obj.value("prefixPath").toString());
     if (pushed.mid == 0)
         pushed.mid = obj.value("missionId").toVariant().toInt();
     if (pushed.mid <= 0) {
-        qWarning().noquote() << "DownHandler::resultPush" << "no task in" << obj.value("prefixPath").toString();
+        qWarning().noquote() << "DownHandler::resultPush no task in" << obj.value("prefixPath").toString();
         return;
     }
     obj.insert("mid", pushed.mid);
@@ -94,13 +96,14 @@ void DownHandler::handOne(const QJsonObject &push)
 void DownHandler::askLists()
 {
     for (const int mid : m_asks.expired(now())) {
-        qWarning().noquote() << "DownHandler::missionResult" << "no answer for task" << mid;
+        qWarning().noquote() << "DownHandler::missionResult no answer for task" << mid;
         inform(tr("任务 %1 的结果列表获取失败，请检查网络后重新下载").arg(mid));
     }
     if (NetTcp::isLogin()) {
         for (const int mid : m_asks.due(now())) {
-            NetTcp::instance()->nvds(ListModule, ResultList, QJsonObject{{"missionId", mid}},
-                                     [this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); }, this);
+            NetTcp::instance()->nvds(
+                ListModule, ResultList, QJsonObject{{"missionId", mid}},
+                [this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); }, this);
         }
     }
     wake();
@@ -130,7 +133,7 @@ void DownHandler::missionDown(int mid, QJsonObject obj)
     for (const QJsonObject &push : ask.pushes) {
         const QJsonObject whole = MissionBuilder::merged(push, obj);
         if (whole.value("rows").toArray().isEmpty())
-            qDebug().noquote() << "DownHandler::missionDown" << "no results yet of task" << mid;
+            qDebug().noquote() << "DownHandler::missionDown no results yet of task" << mid;
         else if (!build(whole, All, true))
             m_pushes.append({push, now() + BlockedMs});
     }
@@ -202,7 +205,7 @@ bool DownHandler::hasRoom(const QString &root, bool quiet)
         m_told.remove("room " + root);
         return true;
     }
-    qWarning().noquote() << "DownHandler::build" << "less than 1 GiB free:" << root;
+    qWarning().noquote() << "DownHandler::build less than 1 GiB free:" << root;
     if (!quiet || !m_told.contains("room " + root))
         Seam<WindowCalls>::post([root](WindowCalls &window) { window.downSpace(root); });
     m_told.insert("room " + root);
@@ -218,17 +221,18 @@ bool DownHandler::build(const QJsonObject &obj, int cover, bool quiet)
     const QList<MissionPlan> plans = MissionBuilder::plans(obj, MissionBuilder::rows(obj, root), cover == OnlyMissing);
     for (const MissionPlan &plan : plans) {
         if (!write(obj, root, plan, quiet)) {
-            qWarning().noquote() << "DownHandler::build" << "task" << mid << "can't be kept in the store";
+            qWarning().noquote() << "DownHandler::build task" << mid << "can't be kept in the store";
             return false;
         }
     }
     DownloadDAO::instance()->tellRefresh();
     if (plans.isEmpty()) {
-        qDebug().noquote() << "DownHandler::build" << "nothing to download of task" << mid;
+        qDebug().noquote() << "DownHandler::build nothing to download of task" << mid;
         return true;
     }
     if (obj.contains("vip") || obj.contains("com"))
-        DownloadDAO::instance()->setVip(mid, obj.value("vip").toVariant().toString(), obj.value("com").toVariant().toString());
+        DownloadDAO::instance()->setVip(mid, obj.value("vip").toVariant().toString(),
+                                        obj.value("com").toVariant().toString());
     // Only now: the farm forgets what it was told to be in the queue.
     NetTcp::instance()->nvds(OrderModule, ResultQueued, QJsonObject{{"missionId", mid}});
     return true;

@@ -1,9 +1,9 @@
 #include "transfer/down/DownWork.h"
 #include "common/ResultPath.h"
+#include "common/Seam.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
-#include "common/Seam.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
 #include "transfer/TransFrame.h"
@@ -11,20 +11,15 @@
 #include <QDebug>
 #include <QHostAddress>
 
-namespace {
+namespace
+{
 constexpr int Module = 108, AskFile = 10800, FileFetched = 10802, Answered = 1080000, NoBalance = 1080009;
 constexpr qint64 SocketBuffer = 4 * 1024 * 1024;
 
-QString text(const QJsonObject &obj, const QString &key)
-{
-    return obj.value(key).toVariant().toString();
-}
-}
+QString text(const QJsonObject &obj, const QString &key) { return obj.value(key).toVariant().toString(); }
+} // namespace
 
-DownWork::DownWork(std::shared_ptr<TransShare> share) : TransWork(std::move(share))
-{
-    m_transType = 1;
-}
+DownWork::DownWork(std::shared_ptr<TransShare> share) : TransWork(std::move(share)) { m_transType = 1; }
 
 void DownWork::downReq(db_downfile file)
 {
@@ -33,8 +28,9 @@ void DownWork::downReq(db_downfile file)
     m_down = file;
     qDebug().noquote() << "DownWork::downReq" << QStringLiteral("开启下载:%1").arg(m_workKey);
     startWait(ReplyMs);
-    NetTcp::instance()->nvds(Module, AskFile, QJsonObject{{"fileId", file.id}},
-                             [this](int val, QJsonDocument doc) { answered(val, doc.object()); }, this);
+    NetTcp::instance()->nvds(
+        Module, AskFile, QJsonObject{{"fileId", file.id}},
+        [this](int val, QJsonDocument doc) { answered(val, doc.object()); }, this);
 }
 
 void DownWork::answered(int val, const QJsonObject &answer)
@@ -43,13 +39,14 @@ void DownWork::answered(int val, const QJsonObject &answer)
         return;
     if (val != Answered) {
         if (val == NoBalance)
-            Seam<WindowCalls>::post([tip = TransSet::errorText(val)](WindowCalls &window) { window.downErrorTip(tip); });
+            Seam<WindowCalls>::post(
+                [tip = TransSet::errorText(val)](WindowCalls &window) { window.downErrorTip(tip); });
         return failDown(val);
     }
     stopWait();
     bool number = false;
     if (answer.value("size").toVariant().toLongLong(&number) < 0 || !number) {
-        qWarning().noquote() << "DownWork::answered" << "no size for file" << m_down.id;
+        qWarning().noquote() << "DownWork::answered no size for file" << m_down.id;
         return failDown(TransSet::AccessFailed);
     }
     if (!takeTarget(answer))
@@ -79,7 +76,7 @@ bool DownWork::takeTarget(const QJsonObject &answer)
     }
     if (ResultPath::isSafeTarget(m_down.lpath))
         return true;
-    qWarning().noquote() << "DownWork::answered" << "refused:" << m_down.lpath << text(answer, "path") << reason;
+    qWarning().noquote() << "DownWork::answered refused:" << m_down.lpath << text(answer, "path") << reason;
     failDown(TransSet::NoFolder);
     return false;
 }
@@ -88,7 +85,8 @@ void DownWork::takeAnswer(const QJsonObject &answer)
 {
     const QString hash = text(answer, "hash");
     const qint64 size = answer.value("size").toVariant().toLongLong();
-    const bool otherHash = !m_down.hash.isEmpty() && !hash.isEmpty() && m_down.hash.compare(hash, Qt::CaseInsensitive) != 0;
+    const bool otherHash =
+        !m_down.hash.isEmpty() && !hash.isEmpty() && m_down.hash.compare(hash, Qt::CaseInsensitive) != 0;
     if (otherHash || (m_down.size > 0 && m_down.size != size))
         PartialFile::removeBoth(m_down.lpath); // begun from another version of the result
     m_down.hash = hash;
@@ -184,7 +182,8 @@ void DownWork::connected()
     if (over())
         return;
     stopWait();
-    qDebug().noquote() << "DownWork::connected" << QStringLiteral("FS询问:%1_%2").arg(m_workKey).arg(m_partial->position());
+    qDebug().noquote() << "DownWork::connected"
+                       << QStringLiteral("FS询问:%1_%2").arg(m_workKey).arg(m_partial->position());
     const QJsonObject body{{"startPoint", m_partial->position()}, {"path", m_down.downloadPath}};
     if (m_socket->write(TransFrame::ask(TransFrame::Ask, TransFrame::AskDown, m_tokenBytes, body)) < 0)
         return failDown(TransSet::WriteFailed);
@@ -198,10 +197,11 @@ void DownWork::readData()
     startWait(DataMs);
     if (!m_headRead) {
         TransFrame::Reply reply;
-        if (m_socket->bytesAvailable() < TransFrame::ReplySize
-            || !TransFrame::Reply::parse(m_socket->read(TransFrame::ReplySize), &reply))
+        if (m_socket->bytesAvailable() < TransFrame::ReplySize ||
+            !TransFrame::Reply::parse(m_socket->read(TransFrame::ReplySize), &reply))
             return failDown(TransSet::ShortHead);
-        qDebug().noquote() << "DownWork::readData" << QStringLiteral("下载询问返回 %1_%2").arg(m_workKey).arg(reply.code);
+        qDebug().noquote() << "DownWork::readData"
+                           << QStringLiteral("下载询问返回 %1_%2").arg(m_workKey).arg(reply.code);
         if (reply.code != DataFollows) {
             if (reply.phase == TransFrame::Failed || reply.code == TransSet::StaleToken)
                 m_share->post([farm = m_down.farmid](TransHandler &handler) { handler.dropFarm(farm); });
@@ -221,7 +221,7 @@ void DownWork::receive()
             break;
         if (got > m_down.size - m_partial->position()) {
             // A stream that doesn't fit began elsewhere or is another file: nothing of it can be trusted.
-            qWarning().noquote() << "DownWork::receive" << "more bytes than" << m_down.size << m_down.lpath;
+            qWarning().noquote() << "DownWork::receive more bytes than" << m_down.size << m_down.lpath;
             m_partial->discard();
             m_partial.reset();
             return failDown(TransSet::BadStart);

@@ -4,8 +4,8 @@
 // thread as in TransWork; what it tells is DownWorkFinished, exactly once.
 //
 //   downReq -> answered -> initDown -> ticket -> connected (ask 70100) -> head -> stream -> fileHash -> finished
-#include "transfer/TransWork.h"
 #include "transfer/down/PartialFile.h"
+#include "transfer/TransWork.h"
 #include <QByteArray>
 #include <QJsonObject>
 

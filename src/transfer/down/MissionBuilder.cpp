@@ -1,14 +1,15 @@
 #include "transfer/down/MissionBuilder.h"
 #include "common/ResultPath.h"
 #include "transfer/TransSet.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFileInfo>
 #include <QHash>
 #include <QJsonArray>
-#include <algorithm>
 
-namespace {
+namespace
+{
 const QStringList flags{QStringLiteral("isBlock"), QStringLiteral("autoPush"), QStringLiteral("isKeyframe")};
 
 // One path on disk, however it is spelled there.
@@ -37,14 +38,14 @@ ResultRow rowOf(const QJsonObject &obj, const QString &root)
     row.refused = row.target.isEmpty();
     if (row.refused) {
         const QString path = obj.value("path").toString();
-        qWarning().noquote() << "MissionBuilder::rows" << "refused:" << row.id << path << reason;
+        qWarning().noquote() << "MissionBuilder::rows refused:" << row.id << path << reason;
         row.target = ResultPath::safeName(path);
     } else {
         row.exists = QFileInfo::exists(row.target);
     }
     return row;
 }
-}
+} // namespace
 
 QList<ResultRow> MissionBuilder::rows(const QJsonObject &obj, const QString &root)
 {
@@ -64,7 +65,8 @@ QList<ResultRow> MissionBuilder::rows(const QJsonObject &obj, const QString &roo
         const QString key = sameFile(row.target);
         const auto before = taken.constFind(key);
         if (!row.refused && before != taken.constEnd()) {
-            qDebug().noquote() << "MissionBuilder::rows" << list.at(*before).id << "gives way to" << row.id << row.target;
+            qDebug().noquote() << "MissionBuilder::rows" << list.at(*before).id << "gives way to" << row.id
+                               << row.target;
             list[*before] = row;
             continue;
         }
@@ -99,7 +101,9 @@ QList<MissionPlan> MissionBuilder::plans(const QJsonObject &obj, const QList<Res
         file.error = row.refused ? TransSet::NoFolder : 0;
         plans[row.keyframe].files.append(file);
     }
-    plans.erase(std::remove_if(plans.begin(), plans.end(), [](const MissionPlan &plan) { return plan.files.isEmpty(); }), plans.end());
+    plans.erase(
+        std::remove_if(plans.begin(), plans.end(), [](const MissionPlan &plan) { return plan.files.isEmpty(); }),
+        plans.end());
     return plans;
 }
 
@@ -130,8 +134,8 @@ MissionBuilder::Pushed MissionBuilder::prefix(const QString &prefixPath)
 
 bool MissionBuilder::isComplete(const QJsonObject &obj)
 {
-    return !obj.value("rows").toArray().isEmpty() && !obj.value("num").toVariant().toString().isEmpty()
-        && obj.contains("resultRootPathEnum");
+    return !obj.value("rows").toArray().isEmpty() && !obj.value("num").toVariant().toString().isEmpty() &&
+           obj.contains("resultRootPathEnum");
 }
 
 QJsonObject MissionBuilder::merged(const QJsonObject &push, const QJsonObject &reply)
@@ -139,8 +143,8 @@ QJsonObject MissionBuilder::merged(const QJsonObject &push, const QJsonObject &r
     QJsonObject out = reply;
     for (auto it = push.constBegin(); it != push.constEnd(); ++it) {
         const QJsonValue value = it.value();
-        const bool nothing = value.isNull() || (value.isString() && value.toString().isEmpty())
-                          || (value.isArray() && value.toArray().isEmpty());
+        const bool nothing = value.isNull() || (value.isString() && value.toString().isEmpty()) ||
+                             (value.isArray() && value.toArray().isEmpty());
         if (!nothing || !out.contains(it.key()))
             out.insert(it.key(), value);
     }

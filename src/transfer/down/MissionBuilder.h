@@ -11,7 +11,7 @@ struct ResultRow {
     QString target;       // full local path; of a refused row only its name, so that it can be shown and never written
     bool refused = false; // its path leaves the folder, or it has no id
     bool keyframe = false;
-    bool exists = false;  // the local file
+    bool exists = false; // the local file
     bool hasFrame = false;
     int frame = 0;
     int farmId = 0;
@@ -31,15 +31,18 @@ public:
     // One per row, in order; flags that a row lacks are those of obj. Of rows with the same target only the last one
     // stays (a frame rendered again): two workers must not write one file. Refused rows are logged with the reason.
     static QList<ResultRow> rows(const QJsonObject &obj, const QString &root);
-    // Keyframe rows and others apart, empty ones left out. onlyMissing: rows whose local file exists stay out. A refused
-    // row goes in as failed (31, 10023), so that the user sees it.
+    // Keyframe rows and others apart, empty ones left out. onlyMissing: rows whose local file exists stay out. A
+    // refused row goes in as failed (31, 10023), so that the user sees it.
     static QList<MissionPlan> plans(const QJsonObject &obj, const QList<ResultRow> &rows, bool onlyMissing);
 
     // Gaps between the lowest and the highest number: 1, 2, 3, 7, 9 give "4-6,8". Any order, repeats don't matter.
     static QString missingFrames(QList<int> present);
 
-    struct Pushed { int mid = 0; QString name; };
-    static Pushed prefix(const QString &prefixPath);        // "<mid>_<name>/"; mid 0 when it isn't of that form
-    static bool isComplete(const QJsonObject &obj);         // has all that a mission is made from
+    struct Pushed {
+        int mid = 0;
+        QString name;
+    };
+    static Pushed prefix(const QString &prefixPath); // "<mid>_<name>/"; mid 0 when it isn't of that form
+    static bool isComplete(const QJsonObject &obj);  // has all that a mission is made from
     static QJsonObject merged(const QJsonObject &push, const QJsonObject &reply); // what the push has wins
 };

@@ -1,15 +1,16 @@
 #include "transfer/down/PartialFile.h"
 #include "common/VFunc.h"
-#include "transfer/TransSet.h"
 #include "transfer/down/TrailingHash.h"
+#include "transfer/TransSet.h"
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 
-namespace {
+namespace
+{
 constexpr int MarkWidth = 10;
 constexpr int MarkRead = 64; // more isn't a number of ours
-}
+} // namespace
 
 PartialFile::PartialFile(const QString &target) : m_target(target), m_temp(tempPath(target)), m_side(sidePath(target))
 {
@@ -22,15 +23,9 @@ PartialFile::~PartialFile()
     close();
 }
 
-QString PartialFile::tempPath(const QString &target)
-{
-    return target + ".xtemp";
-}
+QString PartialFile::tempPath(const QString &target) { return target + ".xtemp"; }
 
-QString PartialFile::sidePath(const QString &target)
-{
-    return target + ".vd";
-}
+QString PartialFile::sidePath(const QString &target) { return target + ".vd"; }
 
 void PartialFile::removeBoth(const QString &target)
 {
@@ -60,7 +55,7 @@ int PartialFile::openFresh(qint64 size)
         return 0;
     const qint64 free = VFunc::freeSpace(m_target);
     if (made == -2 && free >= 0 && free < size) {
-        qWarning().noquote() << "PartialFile::open" << "no room for" << size << "bytes:" << m_target;
+        qWarning().noquote() << "PartialFile::open no room for" << size << "bytes:" << m_target;
         return TransSet::DiskFull;
     }
     if (m_temp.open(QIODevice::ReadWrite)) {
@@ -155,7 +150,7 @@ int PartialFile::takeSync(bool wait)
         return 0;
     if (m_sync.get())
         return writeMark(m_syncing);
-    qWarning().noquote() << "PartialFile::keep" << "sync:" << m_temp.fileName();
+    qWarning().noquote() << "PartialFile::keep sync:" << m_temp.fileName();
     return TransSet::AccessFailed;
 }
 
@@ -181,7 +176,7 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
         if (digest.isEmpty())
             return TransSet::NoHash;
         if (digest.compare(hash, Qt::CaseInsensitive) != 0) {
-            qWarning().noquote() << "PartialFile::finish" << "hash" << digest << "instead of" << hash << m_target;
+            qWarning().noquote() << "PartialFile::finish hash" << digest << "instead of" << hash << m_target;
             discard();
             return TransSet::BadHash;
         }
@@ -193,11 +188,11 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
     // First the number, then the name: data without a number is fetched again, a number without data would be believed.
     m_side.remove();
     if (QFile::exists(m_target) && !QFile::remove(m_target)) {
-        qWarning().noquote() << "PartialFile::finish" << "remove:" << m_target;
+        qWarning().noquote() << "PartialFile::finish remove:" << m_target;
         return TransSet::EndFailed;
     }
     if (!QFile::rename(m_temp.fileName(), m_target)) {
-        qWarning().noquote() << "PartialFile::finish" << "rename:" << m_target;
+        qWarning().noquote() << "PartialFile::finish rename:" << m_target;
         return TransSet::EndFailed;
     }
     return 0;

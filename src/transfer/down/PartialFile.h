@@ -7,12 +7,12 @@
 //
 //   open() -> write()... keep()... -> finish(): the target stands, both files are gone
 //                                  -> destruction: both files stay, the number is brought up to date
-#include <QElapsedTimer>
-#include <QFile>
-#include <QString>
 #include <atomic>
 #include <future>
 #include <memory>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QString>
 
 class TrailingHash;
 

@@ -9,7 +9,8 @@
 #include <QMutex>
 #include <QTimer>
 
-namespace {
+namespace
+{
 constexpr int Module = 105, Projects = 10502, Configuration = 10506;
 QMutex cacheMutex;
 QHash<QString, QString> cache;
@@ -21,11 +22,14 @@ QJsonObject askServer(int cmd, const QJsonObject &body)
     QEventLoop loop;
     QJsonObject reply;
     bool answered = false;
-    NetTcp::instance()->nvds(Module, cmd, body, [&](int, QJsonDocument doc) {
-        reply = doc.object();
-        answered = true;
-        loop.quit();
-    }, &loop);
+    NetTcp::instance()->nvds(
+        Module, cmd, body,
+        [&](int, QJsonDocument doc) {
+            reply = doc.object();
+            answered = true;
+            loop.quit();
+        },
+        &loop);
     QTimer::singleShot(ProjectOutput::WaitMs, &loop, &QEventLoop::quit);
     loop.exec();
     if (!answered)
@@ -37,12 +41,9 @@ QJsonObject objectOf(const QJsonValue &value)
 {
     return value.isString() ? QJsonDocument::fromJson(value.toString().toUtf8()).object() : value.toObject();
 }
-}
+} // namespace
 
-void ProjectOutput::install()
-{
-    VFunc::setProjectOutput(&ProjectOutput::ask);
-}
+void ProjectOutput::install() { VFunc::setProjectOutput(&ProjectOutput::ask); }
 
 void ProjectOutput::uninstall()
 {
@@ -74,7 +75,8 @@ QString ProjectOutput::ask(int projectId, const QString &projectName, int softwa
 QString ProjectOutput::pathIn(const QJsonObject &reply)
 {
     const QJsonObject inner = objectOf(reply.value("projectSoftwareConfig"));
-    for (const QJsonObject &config : {objectOf(reply.value("extraConfig")), objectOf(inner.value("extraConfig")), inner, reply}) {
+    for (const QJsonObject &config :
+         {objectOf(reply.value("extraConfig")), objectOf(inner.value("extraConfig")), inner, reply}) {
         const QString path = config.value("outputPath").toString();
         if (!path.isEmpty())
             return path;

@@ -9,11 +9,11 @@ class ResultAsks
 {
 public:
     struct Ask {
-        bool user = false;          // missionResult was called for it
+        bool user = false; // missionResult was called for it
         bool autoRes = false, isBatch = false;
-        QList<QJsonObject> pushes;  // that wait for the list
+        QList<QJsonObject> pushes; // that wait for the list
         int tries = 0;
-        qint64 next = 0;            // when it is asked (again)
+        qint64 next = 0; // when it is asked (again)
     };
     static constexpr int AgainMs = 10000, SlowestMs = 300000;
     static constexpr int UserTries = 3; // then the user is told; a push is asked for as long as the session lasts

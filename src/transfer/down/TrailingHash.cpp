@@ -3,10 +3,11 @@
 #include <QDebug>
 #include <QFile>
 
-namespace {
+namespace
+{
 constexpr qint64 Block = 1048576;
 constexpr int LookMs = 200; // how soon a stop is noticed while nothing arrives
-}
+} // namespace
 
 TrailingHash::TrailingHash(const QString &path, qint64 size, const std::atomic_bool &stop)
     : m_path(path), m_size(size), m_stop(stop)
@@ -34,10 +35,7 @@ void TrailingHash::advance(qint64 position)
         m_moved.wakeAll();
 }
 
-QString TrailingHash::result()
-{
-    return m_result.valid() ? m_result.get() : QString();
-}
+QString TrailingHash::result() { return m_result.valid() ? m_result.get() : QString(); }
 
 qint64 TrailingHash::wait(qint64 done)
 {
@@ -51,7 +49,7 @@ QString TrailingHash::run()
 {
     QFile file(m_path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        qWarning().noquote() << "TrailingHash::run" << "hasherr" << m_path << file.errorString();
+        qWarning().noquote() << "TrailingHash::run hasherr" << m_path << file.errorString();
         return {};
     }
     QCryptographicHash hash(QCryptographicHash::Md5);
@@ -64,7 +62,7 @@ QString TrailingHash::run()
         while (done < until && !m_stop) {
             const qint64 got = file.read(block.data(), qMin(Block, until - done));
             if (got <= 0) {
-                qWarning().noquote() << "TrailingHash::run" << "hasherr" << m_path << file.errorString();
+                qWarning().noquote() << "TrailingHash::run hasherr" << m_path << file.errorString();
                 return {};
             }
             hash.addData(block.constData(), int(got));

@@ -2,11 +2,11 @@
 // The MD5 of a file that is still being written: a side thread reads behind the writer, from the file itself, so that
 // the digest stands about when the last byte does. Made, advanced and asked on one thread; the destructor ends the side
 // thread. The stop flag must outlive the object.
+#include <atomic>
+#include <future>
 #include <QMutex>
 #include <QString>
 #include <QWaitCondition>
-#include <atomic>
-#include <future>
 
 class TrailingHash
 {
