@@ -188,8 +188,11 @@ void TransHandler::farmAnswered(int farmId, const QString &url, const QString &t
     entry.asking = false;
     entry.answered.start();
     entry.farm = {url, token};
+    const bool told = entry.told;
+    entry.told = !entry.farm.ready();
     if (!entry.farm.ready()) {
-        qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token" << (token.isEmpty() ? "none" : "good");
+        if (!told) // once, not at every try while the link is down
+            qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token" << (token.isEmpty() ? "none" : "good");
         if (!url.isEmpty()) // an address that gives no token may be an old one
             NetWork::instance()->clearFarm(farmId);
         entry.farm = {};

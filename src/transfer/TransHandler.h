@@ -86,7 +86,7 @@ private:
     struct Asker { QString key; quint64 serial; };
     struct FarmEntry {
         Farm farm;
-        bool asking = false, askingHost = false;
+        bool asking = false, askingHost = false, told = false;
         QElapsedTimer answered; // of the last answer, good or not
         QList<Asker> tickets, hosts;
     };

@@ -201,6 +201,7 @@ void TransWork::reportProgress(qint64 position, qint64 speed)
 
 void TransWork::resolveHost(const QString &name, std::function<void(QString)> then)
 {
+    m_hostName = name;
     if (!QHostAddress(name).isNull())
         return then(name);
     if (const QString known = m_share->cachedHost(name); !known.isEmpty())

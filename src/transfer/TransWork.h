@@ -90,6 +90,7 @@ protected:
 
     std::shared_ptr<TransShare> m_share;
     QTcpSocket *m_socket = nullptr; // made by the subclass on first use, owned
+    QString m_hostName; // as the server told it; m_host is its address
     QString m_host;
     int m_port = 0;
     QString m_serverUrl, m_token;

@@ -325,6 +325,42 @@ private slots:
         }
     }
 
+    // Where the file server stands: named by host, or not at all, so that the farm is asked for it.
+    void fileServer_data()
+    {
+        QTest::addColumn<QString>("host");
+        QTest::addColumn<bool>("placed");
+        QTest::addColumn<bool>("arrives");
+        QTest::newRow("by its name") << "localhost" << true << true;
+        QTest::newRow("the farm knows") << "" << false << true;
+        QTest::newRow("a name that isn't") << "no.such.host.invalid" << true << false;
+    }
+    void fileServer()
+    {
+        QFETCH(QString, host);
+        QFETCH(bool, placed);
+        QFETCH(bool, arrives);
+        QFile ini(UserInfo::programDir() + "/service.ini");
+        const QByteArray before = ini.open(QIODevice::ReadOnly) ? ini.readAll() : QByteArray();
+        ini.close();
+        QVERIFY(ini.open(QIODevice::WriteOnly));
+        ini.write("[server]\nqnbs=" + rig->storage.url().toUtf8() + "\n");
+        ini.close();
+        Session::clearAddresses();
+        Session::qnhttp(); // read and kept, so that the file is there for a moment only
+        before.isEmpty() ? ini.remove() : (ini.open(QIODevice::WriteOnly) && ini.write(before) >= 0);
+        ini.close();
+        rig->host = host;
+        rig->placed = placed;
+        rig->add({UpRig::row(rig->write("a.png", "xyz"), 5)});
+        rig->start();
+        if (arrives)
+            QTRY_COMPARE(rig->state(), 0);
+        else
+            QTRY_VERIFY_WITH_TIMEOUT(rig->saw(TransSet::UpError, 100002) && rig->rows() == 1, 10000);
+        Session::clearAddresses();
+    }
+
     void refusedOrder()
     {
         rig->known = 1070006;

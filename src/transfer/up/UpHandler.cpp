@@ -138,9 +138,11 @@ void UpHandler::endOrder(qlonglong rkey, const QString &order)
     if (m_ending.remove(order) == 0 || UploadDAO::instance()->count(order) != 0)
         return;
     ResolveDAO *resolve = ResolveDAO::instance();
+    const db_resolve record = resolve->readWithPara(rkey);
+    if (record.rkey == 0)
+        return; // deleted meanwhile
     bool kept = false;
     if (UserInfo::isMaster()) {
-        const db_resolve record = resolve->readWithPara(rkey);
         const QJsonValue slave = QJsonDocument::fromJson(record.rdata.toUtf8()).object().value(QStringLiteral("fromSlave"));
         kept = slave.toVariant().toInt() != 0;
     }

@@ -185,6 +185,7 @@ void UpWork::connectSocket(const QString &host, int port)
 
 void UpWork::errorRecord(QAbstractSocket::SocketError error)
 {
+    m_share->forgetHost(m_hostName); // it may have moved
     failUp(TransSet::SocketBase + int(error));
 }
 
