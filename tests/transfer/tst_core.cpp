@@ -10,12 +10,8 @@ class Worker : public TransWork
 {
 public:
     using TransWork::TransWork;
-    using TransWork::feedSpeed;
     using TransWork::failDown;
     using TransWork::failUp;
-    using TransWork::passesDown;
-    using TransWork::passesUp;
-    using TransWork::resolveHost;
     void resolve(const QString &name) { resolveHost(name, [this](const QString &ip) { got << ip; }); }
     QStringList got;
 };
@@ -26,9 +22,7 @@ public:
     using TransHandler::addWork;
     using TransHandler::batch;
     using TransHandler::BatchItem;
-    using TransHandler::checkRetry;
     using TransHandler::isCurrent;
-    using TransHandler::takeGaveUp;
     int scans = 0;
     QStringList reports;
     void scan() override { ++scans; }
@@ -68,37 +62,17 @@ private slots:
         QVERIFY(!TransFrame::Reply::parse(head.left(31), &reply));
     }
 
-    void tokens_data()
+    void tokensAndBodies()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QByteArray>("hex");
-        QTest::newRow("short") << "0102-3" << QByteArray("0102").append(28, '0');
-        QTest::newRow("long") << QString("ab").repeated(20) << QByteArray("ab").repeated(16);
-        QTest::newRow("not hexadecimal") << "zz01" << QByteArray("0001").append(28, '0');
-        QTest::newRow("empty") << "" << QByteArray(32, '0');
-    }
-    void tokens()
-    {
-        QFETCH(QString, text);
-        QTEST(TransFrame::tokenBytes(text).toHex(), "hex");
-    }
-
-    void bodies_data()
-    {
-        QTest::addColumn<QByteArray>("data");
-        QTest::addColumn<int>("state");
-        using B = TransFrame::Body;
-        QTest::newRow("none yet") << QByteArray() << int(B::Incomplete);
-        QTest::newRow("half") << QByteArray("{\"startPo") << int(B::Incomplete);
-        QTest::newRow("whole") << QByteArray("{\"startPoint\":1}") << int(B::Complete);
-        QTest::newRow("no object") << QByteArray("[1]") << int(B::Bad);
-        QTest::newRow("too long") << QByteArray(70000, 'x') << int(B::Bad);
-    }
-    void bodies()
-    {
-        QFETCH(QByteArray, data);
+        const QByteArray none(32, '0');
+        QCOMPARE(TransFrame::tokenBytes("0102-3").toHex(), QByteArray("0102").append(28, '0'));
+        QCOMPARE(TransFrame::tokenBytes(QString("ab").repeated(20)).toHex(), QByteArray("ab").repeated(16));
+        QCOMPARE(TransFrame::tokenBytes("zz").toHex(), none);
         QJsonObject object;
-        QTEST(int(TransFrame::parseBody(data, &object)), "state");
+        const auto state = [&](const QByteArray &data) { return TransFrame::parseBody(data, &object); };
+        QVERIFY(state("") == TransFrame::Body::Incomplete && state("{\"startPo") == TransFrame::Body::Incomplete);
+        QVERIFY(state("{\"startPoint\":1}") == TransFrame::Body::Complete);
+        QVERIFY(state("[1]") == TransFrame::Body::Bad && state(QByteArray(70000, 'x')) == TransFrame::Body::Bad);
     }
 
     void packets_data()
@@ -201,19 +175,6 @@ private slots:
         QTEST(kinds.first(), "kind");
     }
 
-    void retries()
-    {
-        Queue queue;
-        for (int round = 0; round < 2; ++round) {
-            for (int i = 0; i < 3; ++i)
-                QVERIFY(queue.checkRetry("a"));
-            QVERIFY(!queue.checkRetry("a"));
-            QVERIFY(queue.takeGaveUp("a"));
-            QVERIFY(!queue.takeGaveUp("a"));
-        }
-        QVERIFY(queue.checkRetry("b"));
-    }
-
     // Scanned on each tick; what the workers pushed goes out once a second, the latest of each file.
     void ticks()
     {
@@ -226,17 +187,16 @@ private slots:
         QTRY_COMPARE(queue.reports, QStringList({"1/10 7 70", "2/20 1 2"}));
     }
 
+    // Flushed by the delay or by the count, whichever comes first.
     void batches()
     {
         Queue queue;
         queue.batch(1, {10, 100, 0, 0}, 3, 5);
         queue.batch(1, {11, 10, 0, 0}, 3, 5);
-        QVERIFY(queue.reports.isEmpty());
-        QTRY_COMPARE(queue.reports, QStringList("1: 2 of 110")); // the delay
-        queue.reports.clear();
+        QTRY_COMPARE(queue.reports, QStringList("1: 2 of 110"));
         for (int i = 0; i < 3; ++i)
             queue.batch(2, {i, 1, 0, 0}, 3, 60000);
-        QCOMPARE(queue.reports, QStringList("2: 3 of 3")); // the count
+        QCOMPARE(queue.reports.last(), QString("2: 3 of 3"));
     }
 
     // A worker that is taken is silent, and gone on its own thread; a handler that is gone is told nothing.

@@ -341,15 +341,12 @@ private slots:
         QFETCH(bool, placed);
         QFETCH(bool, arrives);
         QFile ini(UserInfo::programDir() + "/service.ini");
-        const QByteArray before = ini.open(QIODevice::ReadOnly) ? ini.readAll() : QByteArray();
-        ini.close();
         QVERIFY(ini.open(QIODevice::WriteOnly));
         ini.write("[server]\nqnbs=" + rig->storage.url().toUtf8() + "\n");
         ini.close();
         Session::clearAddresses();
         Session::qnhttp(); // read and kept, so that the file is there for a moment only
-        before.isEmpty() ? ini.remove() : (ini.open(QIODevice::WriteOnly) && ini.write(before) >= 0);
-        ini.close();
+        ini.remove();
         rig->host = host;
         rig->placed = placed;
         rig->add({UpRig::row(rig->write("a.png", "xyz"), 5)});
