@@ -1,5 +1,6 @@
 #include "Business.h"
 #include "Account.h"
+#include "BodyRules.h"
 #include "Core.h"
 #include <QDebug>
 #include <QTimer>
@@ -118,17 +119,7 @@ void Business::handle(Link *link, const Package &package)
         send(link, replyPackage(-1, Kicked, Illegal, "{}"));
         return;
     }
-    const QJsonDocument doc = QJsonDocument::fromJson(package.body);
-    const auto handler = m_handlers.constFind(cmd);
-    Answer answer{cmd * 100 + 1, {}, {}, {}};
-    if (handler == m_handlers.cend())
-        m_core.violation(QStringLiteral("unknown command %1").arg(cmd));
-    else if (doc.isNull())
-        m_core.violation(QStringLiteral("body of command %1 isn't JSON").arg(cmd));
-    else if (const qint64 code = faults.number(named("refuse")); code >= 0)
-        answer.val = int(code);
-    else
-        answer = (*handler)(*link, doc);
+    const Answer answer = decide(*link, package);
     if (cmd != 10000 && cmd != 10416 && cmd != 10311)
         m_core.event(QStringLiteral("%1 %2").arg(cmd).arg(answer.val));
     if (faults.happens(named("cut-after")) && socket) {
@@ -143,6 +134,24 @@ void Business::handle(Link *link, const Package &package)
         QTimer::singleShot(int(delay), this, [=] { answerLater(socket, package.seq, cmd, answer, badJson); });
     else
         answerLater(socket, package.seq, cmd, answer, badJson);
+}
+
+// What goes against the format is told, and answered as far as it can be.
+Answer Business::decide(Link &link, const Package &package)
+{
+    const int cmd = package.cmd;
+    const auto handler = m_handlers.constFind(cmd);
+    const QJsonDocument body = QJsonDocument::fromJson(package.body);
+    if (handler == m_handlers.cend() || body.isNull()) {
+        m_core.violation(handler == m_handlers.cend() ? QStringLiteral("unknown command %1").arg(cmd)
+                                                      : QStringLiteral("body of command %1 isn't JSON").arg(cmd));
+        return {cmd * 100 + 1, {}, {}, {}};
+    }
+    const QStringList wrong = bodyFaults(cmd, body);
+    if (!wrong.isEmpty())
+        m_core.violation(QStringLiteral("body of command %1: %2").arg(cmd).arg(wrong.join(QLatin1Char(','))));
+    const qint64 code = m_core.faults.number(QStringLiteral("refuse.%1").arg(cmd));
+    return code >= 0 ? Answer{int(code), {}, {}, {}} : (*handler)(link, body);
 }
 
 void Business::answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson)
@@ -266,8 +275,6 @@ void Business::welcome(Link *link)
 Task *Business::taskOf(const QJsonObject &body, int cmd, Answer *answer)
 {
     Task *task = m_core.tasks->byId(body.value("missionId").toInt());
-    if (!body.value("missionId").isDouble())
-        m_core.violation(QStringLiteral("command %1: missionId missing or not a number").arg(cmd));
     *answer = Answer{task ? cmd * 100 : cmd * 100 + 1, {}, {}, {}};
     return task;
 }

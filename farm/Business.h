@@ -55,6 +55,7 @@ private:
     void accept();
     void read(Link *link);
     void handle(Link *link, const Package &package);
+    Answer decide(Link &link, const Package &package);
     void send(Link *link, const QByteArray &bytes);
     void answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson);
     Link *linkOf(QTcpSocket *socket) const;

@@ -39,9 +39,7 @@ void Business::addAccount()
                       {},
                       {}};
     });
-    add(10308, [this](Link &link, const QJsonDocument &doc) {
-        if (!doc.object().value("thirdParty").isDouble())
-            m_core.violation(QStringLiteral("10308 without thirdParty"));
+    add(10308, [this](Link &link, const QJsonDocument &) {
         link.session = m_core.account->newSession();
         const QString base = m_core.rest->address();
         const auto page = [&base](const char *word) { return base + QStringLiteral("/page/") + QLatin1String(word); };

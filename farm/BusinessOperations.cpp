@@ -129,8 +129,6 @@ void Business::addOperations()
     add(10430, [this](Link &, const QJsonDocument &doc) {
         Answer answer;
         Task *task = taskOf(doc.object(), 10430, &answer);
-        if (!doc.object().value("pauseRender").isDouble())
-            m_core.violation(QStringLiteral("10430 without pauseRender"));
         if (!task || task->stage != Render || task->status == Ended) {
             answer.val = 1043004;
             return answer;
@@ -142,8 +140,6 @@ void Business::addOperations()
         return answer;
     });
     add(10432, [this](Link &, const QJsonDocument &doc) {
-        if (!doc.isArray())
-            m_core.violation(QStringLiteral("10432 isn't an array of ids"));
         for (const QJsonValue &id : doc.array()) {
             Task *task = m_core.tasks->byId(id.toInt());
             if (task && task->status == Ended) {
@@ -154,8 +150,6 @@ void Business::addOperations()
         return Answer{1043200, {}, {}, {}};
     });
     add(10406, [this](Link &, const QJsonDocument &doc) {
-        if (!doc.isArray())
-            m_core.violation(QStringLiteral("10406 isn't an array of ids"));
         Answer answer{1040605, {}, [this] { m_core.renderer->wake(); }, {}};
         for (const QJsonValue &id : doc.array()) {
             Task *task = m_core.tasks->byId(id.toInt());

@@ -45,8 +45,6 @@ void Business::addResults()
     });
     add(10800, [this](Link &, const QJsonDocument &doc) {
         int missionId = 0;
-        if (!doc.object().value("fileId").isDouble())
-            m_core.violation(QStringLiteral("10800: fileId missing or not a number"));
         const FarmResult row = m_core.tasks->result(doc.object().value("fileId").toVariant().toLongLong(), &missionId);
         const Task *task = m_core.tasks->byId(missionId);
         if (row.id == 0 || !task || !QFile::exists(row.file))

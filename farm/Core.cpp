@@ -9,6 +9,10 @@
 #include <QDebug>
 #include <QDir>
 #include <QHostAddress>
+#include <QLoggingCategory>
+
+// The steps are for people who watch the program; in a test that only runs against the farm they would be noise.
+Q_LOGGING_CATEGORY(farmSteps, "farm", QtWarningMsg)
 
 namespace farm
 {
@@ -41,6 +45,7 @@ void Core::close()
     tasks.reset();
     account.reset();
     db.close();
+    lock.reset();
 }
 
 bool Core::open(QString *error)
@@ -51,6 +56,12 @@ bool Core::open(QString *error)
     }
     if (!QDir().mkpath(options.dir)) {
         *error = QStringLiteral("%1 can't be made").arg(options.dir);
+        return false;
+    }
+    lock = std::make_unique<QLockFile>(options.dir + QStringLiteral("/farm.lock"));
+    lock->setStaleLockTime(0); // only a dead owner makes it stale
+    if (!lock->tryLock(2000)) {
+        *error = QStringLiteral("%1 is in use by another farm").arg(options.dir);
         return false;
     }
     if (!db.open(options.dir + QStringLiteral("/farm.db"), error))
@@ -83,7 +94,7 @@ void Core::violation(const QString &text)
 
 void Core::event(const QString &text)
 {
-    qDebug().noquote() << "farm:" << text;
+    qCDebug(farmSteps).noquote() << text;
     events += text;
     if (events.size() > 5000)
         events.removeFirst();

@@ -7,6 +7,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <QLockFile>
 #include <QObject>
 #include <thread>
 #include <vector>
@@ -45,6 +46,7 @@ public:
     FarmCounters counters;
     QMap<int, int> commands;
     QStringList violations, events;
+    std::unique_ptr<QLockFile> lock; // one farm to a folder
     Db db;
     std::unique_ptr<Account> account;
     std::unique_ptr<Tasks> tasks;

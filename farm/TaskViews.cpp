@@ -142,8 +142,6 @@ QJsonObject Tasks::record(const Task &task) const
                     {"username", m_core.options.user},
                     {"userId", UserId},
                     {"remark", task.remark}};
-    if (task.softwareType == 3)
-        row.insert("identity", QStringLiteral("MAIN"));
     return row;
 }
 

@@ -6,6 +6,7 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QJsonDocument>
+#include <QLoggingCategory>
 #include <QStandardPaths>
 #include <QTimer>
 
@@ -119,6 +120,7 @@ int main(int argc, char **argv)
         options.renderCommands.insert(one.section(QLatin1Char('='), 0, 0).toInt(), one.section(QLatin1Char('='), 1));
     options.faults = parser.values(QStringLiteral("fault"));
 
+    QLoggingCategory::setFilterRules(QStringLiteral("farm.debug=true"));
     Farm farm;
     if (!farm.start(options)) {
         std::fprintf(stderr, "localfarm: %s\n", qPrintable(farm.error()));

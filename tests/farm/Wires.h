@@ -224,14 +224,9 @@ public:
         QJsonArray files;
         for (int i = 0; i < paths.size(); ++i)
             files.append(QJsonObject{{"id", 500 + i}, {"path", paths.at(i)}});
-        QJsonObject body{{"scene", paths.value(0)},
-                         {"missionId", number.value("id")},
-                         {"ordernum", number.value("num")},
-                         {"files", files},
-                         {"fileCount", files.size()},
-                         {"modelParameters", parameters},
-                         {"softwareType", 8},
-                         {"clientFlag", flag}};
+        QJsonObject body{{"scene", paths.value(0)},         {"analysisTime", 1.0}, {"missionId", number.value("id")},
+                         {"ordernum", number.value("num")}, {"files", files},      {"fileCount", files.size()},
+                         {"modelParameters", parameters},   {"softwareType", 8},   {"clientFlag", flag}};
         for (auto it = more.begin(); it != more.end(); ++it)
             body.insert(it.key(), it.value());
         lastOrder = body;

@@ -1,0 +1,79 @@
+#include "BodyRules.h"
+#include <QJsonObject>
+#include <QMap>
+
+namespace farm
+{
+
+namespace
+{
+// key:type with n number, s text, a array; a key alone may be of any type. "[]" is an array as the whole body.
+const QMap<int, QString> &rules()
+{
+    static const QString task = QStringLiteral("missionId:n");
+    static const QMap<int, QString> table{
+        {10303,
+         "autoSubmit:n ignoreWarn:n frameFirst:n timeout:n killTimeout:n parseTime:n killParseTime:n autoPushResult:n "
+         "mayaResultRootPathEnum:n repairType:n mayaSplitByLayer:n submitUpload:n priorityStrategy:n blocksCount:n"},
+        {10308, "thirdParty:n"},
+        {10310, "os:s cpu:s mac:s diskNo:s mainboard:s graphics:s memory screenW:n screenH:n maxVersions"},
+        {10311, "page:n"},
+        {10400, "scene:s analysisTime:n clientFlag:n missionId:n ordernum:s"},
+        {10401, task},
+        {10402, "missionId:n status page"},
+        {10406, "[]"},
+        {10409, task},
+        {10413, task},
+        {10414, task},
+        {10415, task},
+        {10416, "missionId:n realtimeSpeed:n feelingSpeed:n totalSize:n uploadedSize:n"},
+        {10417, task},
+        {10419, "farmId:n job_id_to job_ids_from:a insert_after_position"},
+        {10420, "farmId:n"},
+        {10421, "name:s clientFlag:n projectId:n softwareType:n machineModel:s"},
+        {10422, "missionId:n type:n"},
+        {10429, task},
+        {10430, "missionId:n pauseRender:n"},
+        {10432, "[]"},
+        {10506, "projectId:n software_type:n"},
+        {10704, task},
+        {10800, "fileId:n"},
+        {10802, "fileId:n"},
+        {10805, task},
+        {11100, "farmId:n"},
+    };
+    return table;
+}
+
+bool fits(const QJsonValue &value, const QString &type)
+{
+    return type.isEmpty()
+               ? !value.isUndefined()
+               : (type == QLatin1String("n") && value.isDouble()) || (type == QLatin1String("s") && value.isString()) ||
+                     (type == QLatin1String("a") && value.isArray());
+}
+} // namespace
+
+QStringList bodyFaults(int cmd, const QJsonDocument &body)
+{
+    QStringList wrong;
+    const QString rule = rules().value(cmd);
+    if (rule == QLatin1String("[]"))
+        return body.isArray() ? wrong : QStringList{QStringLiteral("not an array")};
+    for (const QString &word : rule.split(QLatin1Char(' '), Qt::SkipEmptyParts)) {
+        const QString key = word.section(QLatin1Char(':'), 0, 0);
+        if (!fits(body.object().value(key), word.section(QLatin1Char(':'), 1)))
+            wrong += key;
+    }
+    if (cmd == 10422 && body.object().value("type").toInt() == 4) {
+        for (const char *key : {"analysisStartTime", "analysisEndTime"}) {
+            if (!body.object().value(QLatin1String(key)).isString())
+                wrong += QLatin1String(key);
+        }
+    }
+    if (cmd == 10309 && !body.isObject())
+        wrong += QStringLiteral("not an object");
+    return wrong;
+}
+
+} // namespace farm
