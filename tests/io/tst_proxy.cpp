@@ -1,6 +1,9 @@
 #include "common/UserInfo.h"
+#include "io/PortRelay.h"
 #include "io/ProxyFactory.h"
 #include "support/TestMain.h"
+#include <QTcpServer>
+#include <QTcpSocket>
 
 class TestProxy : public QObject
 {
@@ -72,7 +75,8 @@ private slots:
         if (ok) { // a second start finds all of it in place
             QVERIFY(ProxyFactory::openProxy({"bs:29909"}, true, &why, tools));
             QCOMPARE(runs, 1);
-            QCOMPARE(ProxyFactory::pairs()[0].toArray(), (QJsonArray{"46161", "bs"}));
+            const QJsonArray pair = ProxyFactory::pairs()[0].toArray();
+            QCOMPARE((QJsonArray{pair[0], pair[1]}), (QJsonArray{"46161", "bs", 29909}));
         }
     }
 
@@ -81,6 +85,20 @@ private slots:
         QVERIFY(ProxyFactory::openProxy({"bs:1"}, true, nullptr, ProxyTools()));
         QVERIFY(ProxyFactory::openProxy({"bs:1"}, false));
         QCOMPARE(ProxyFactory::portOf("bs"), 0);
+    }
+
+    // One host with two servers: each has its own port, and the master itself is never asked through itself.
+    void twoServersOfAHost()
+    {
+        const QUrl master(UserInfo::master());
+        ProxyFactory::addPairs({QJsonArray{"46170", master.host(), 29909}, QJsonArray{"46171", master.host(), 8080}});
+        ProxyFactory factory;
+        const auto port = [&](int target) {
+            return int(factory.queryProxy(QNetworkProxyQuery(QUrl(QStringLiteral("http://%1:%2/x").arg(master.host()).arg(target))))[0].port());
+        };
+        QCOMPARE(port(8080), 46171);
+        QCOMPARE(port(8081), 0);
+        QCOMPARE(port(master.port()), 0);
     }
 
     void query()
@@ -95,5 +113,53 @@ private slots:
     }
 };
 
+class TestPortRelay : public QObject
+{
+    Q_OBJECT
+    static int freePort()
+    {
+        QTcpServer probe;
+        return probe.listen(QHostAddress::LocalHost) ? probe.serverPort() : 0;
+    }
+
+private slots:
+    void directRequest_data()
+    {
+        QTest::addColumn<QByteArray>("in");
+        QTest::addColumn<QByteArray>("out");
+        QTest::newRow("path") << QByteArray("POST http://h:8080/a?b HTTP/1.1\r\n") << QByteArray("POST /a?b HTTP/1.1\r\n");
+        QTest::newRow("no path") << QByteArray("GET HTTP://h HTTP/1.1\r\n") << QByteArray("GET / HTTP/1.1\r\n");
+        for (const char *same : {"GET /http://h HTTP/1.1", "\x01\x02 http://h/ ", "", "GET http://h", "DATA1234567 http://h/"})
+            QTest::newRow(same) << QByteArray(same) << QByteArray(same);
+    }
+    void directRequest()
+    {
+        QFETCH(QByteArray, in);
+        QTEST(PortRelay::directRequest(in), "out");
+    }
+
+    void carriesBothWays()
+    {
+        QTcpServer server;
+        QVERIFY(server.listen(QHostAddress::LocalHost));
+        const Forward forward{freePort(), "127.0.0.1", server.serverPort()};
+        QVERIFY(PortRelay::instance()->open(forward) && PortRelay::instance()->open(forward));
+        QVERIFY(ProxyFactory::listening(PortRelay::listeningPorts()).contains(forward.listenPort));
+        QTcpSocket seat;
+        seat.connectToHost("127.0.0.1", quint16(forward.listenPort));
+        QTRY_VERIFY(server.hasPendingConnections());
+        QTcpSocket *far = server.nextPendingConnection();
+        const QByteArray much(3000000, 'u');
+        seat.write("GET http://x/p HTTP/1.1\r\n\r\n");
+        QTRY_COMPARE(far->bytesAvailable(), qint64(19));
+        QCOMPARE(far->readAll(), QByteArray("GET /p HTTP/1.1\r\n\r\n"));
+        far->write(much);
+        far->disconnectFromHost();
+        QTRY_COMPARE(seat.state(), QAbstractSocket::UnconnectedState);
+        QCOMPARE(seat.readAll().size(), much.size());
+    }
+};
+
+VN_TEST(TestPortRelay)
 VN_TEST(TestProxy)
 #include "tst_proxy.moc"
