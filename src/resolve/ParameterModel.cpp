@@ -128,6 +128,15 @@ bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QStrin
     return true;
 }
 
+bool ParameterModel::emptyResult(const db_resolve &res)
+{
+    QJsonObject rdata;
+    readObject(res.rdata, &rdata);
+    rdata.remove(QStringLiteral("resStatus"));
+    rdata.remove(QStringLiteral("parseSubmit"));
+    return rdata.isEmpty();
+}
+
 QString ParameterModel::blockingText(const db_resolve &res)
 {
     if (VFunc::softwareTypeOf(scenePath(res)) != Max)

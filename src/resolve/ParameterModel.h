@@ -15,6 +15,8 @@ public:
     // only what the machine adds is done then). May run again on the same row. False, with a message, when rdata can't
     // be read: the row must not be submitted.
     static bool prepare(db_resolve *res, const CommonConfig &config, QString *message);
+    // The analysis left no result at all: shown as clean all the same, but never submitted without a click.
+    static bool emptyResult(const db_resolve &res);
     // Why a .max row can't be committed, a line each, naming the scene; empty when it can, and for other scenes.
     static QString blockingText(const db_resolve &res);
     // What a dialog tests before it saves; the first message, empty when all is well.

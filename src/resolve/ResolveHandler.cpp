@@ -217,7 +217,7 @@ void ResolveHandler::commitResolve(qlonglong rkey, bool batch, QString order)
 
 bool ResolveHandler::commit(db_resolve res, bool byUser)
 {
-    if (!dao().readPara(&res))
+    if (!dao().readPara(&res) || (!byUser && ParameterModel::emptyResult(res)))
         return false;
     QString text = ParameterModel::blockingText(res);
     const bool blocked = !text.isEmpty();

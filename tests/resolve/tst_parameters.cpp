@@ -105,6 +105,11 @@ private slots:
         QString message;
         QVERIFY(!ParameterModel::prepare(&res, config(), &message) && message.startsWith("a.tgd:"));
         QCOMPARE(res.rdata, QString("{cut"));
+        for (const char *rdata : {"", "{}", "{\"resStatus\":0,\"parseSubmit\":1}"}) {
+            res.rdata = rdata;
+            QVERIFY2(ParameterModel::emptyResult(res), rdata);
+        }
+        QVERIFY(!ParameterModel::emptyResult(row("/d/a.tgd", {{"sceneName", "/d/a.tgd"}})));
     }
 
     void priorityFrames_data()
