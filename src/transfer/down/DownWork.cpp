@@ -140,7 +140,8 @@ void DownWork::findServer()
             failDown(TransSet::DriveFailed);
         return;
     }
-    resolveHost(m_host, [this](const QString &ip) {
+    m_hostName = m_host;
+    resolveHost(m_hostName, [this](const QString &ip) {
         if (ip.isEmpty())
             return failDown(TransSet::SocketBase + QAbstractSocket::HostNotFoundError);
         m_host = ip;
@@ -255,6 +256,7 @@ void DownWork::errorRecord(QAbstractSocket::SocketError error)
     // What came before the end still counts.
     if (error == QAbstractSocket::RemoteHostClosedError && m_headRead && m_socket->bytesAvailable() > 0)
         readData();
+    m_share->forgetHost(m_hostName); // it may have moved
     failDown(TransSet::SocketBase + error);
 }
 
