@@ -37,6 +37,8 @@ function(vn_test NAME)
   target_include_directories(tst_${NAME} PRIVATE ${CMAKE_SOURCE_DIR}/tests ${CMAKE_SOURCE_DIR}/tests/${A_DIR})
   target_link_libraries(tst_${NAME} PRIVATE ${A_LINK} Qt5::Test ${CMAKE_DL_LIBS})
   target_compile_definitions(tst_${NAME} PRIVATE VN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VN_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
+  # Tests are built to be quick to build; what they test is optimised as the client is.
+  target_compile_options(tst_${NAME} PRIVATE -O0)
   set_target_properties(tst_${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
   add_test(NAME ${NAME} COMMAND tst_${NAME})
   if(NOT A_TIMEOUT)

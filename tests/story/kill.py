@@ -57,7 +57,7 @@ def story(make, folder):
     chance = random.Random(seed)
     rig = make('one', farm_options=['--frames-per-second', '12', '--auto-submit',
                                            # slow enough that a kill finds the transfers under way
-                                           '--fault', 'slow-upload=1500000', '--fault', 'slow-download=20000'])
+                                           '--fault', 'slow-upload=400000', '--fault', 'slow-download=20000'])
     rig.start_farm()
     rig.start_client()
     rig.wait_login()
