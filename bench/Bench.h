@@ -28,6 +28,8 @@ bool waitFor(const std::function<bool()> &event, int ms);
 bool md5(const Options &options, const QString &folder);
 bool zip(const Options &options, const QString &folder);
 bool upload(const Options &options, const QString &folder);
+bool download(const Options &options, const QString &folder);
 bool order(const Options &options, const QString &folder);
+bool log(const Options &options, const QString &folder);
 bool idleTick(const Options &options, const QString &folder);
 }

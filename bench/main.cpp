@@ -7,7 +7,8 @@
 namespace {
 struct Entry { const char *name; bool (*run)(const bench::Options &, const QString &); };
 const Entry entries[] = {
-    {"md5", bench::md5}, {"zip", bench::zip}, {"upload", bench::upload}, {"order", bench::order}, {"idle", bench::idleTick},
+    {"md5", bench::md5}, {"zip", bench::zip}, {"upload", bench::upload}, {"download", bench::download},
+    {"order", bench::order}, {"log", bench::log}, {"idle", bench::idleTick},
 };
 }
 
