@@ -8,6 +8,7 @@
 #include "Tasks.h"
 #include <QDebug>
 #include <QDir>
+#include <QFile>
 #include <QHostAddress>
 #include <QLoggingCategory>
 
@@ -66,6 +67,9 @@ bool Core::open(QString *error)
     }
     if (!db.open(options.dir + QStringLiteral("/farm.db"), error))
         return false;
+    QFile told(options.dir + QStringLiteral("/violations.txt"));
+    if (told.open(QIODevice::ReadOnly))
+        violations = QString::fromUtf8(told.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
     for (int i = 0; i < qMax(1, options.renderThreads) + 1; ++i)
         m_threads.emplace_back([this] { work(); });
     account = std::make_unique<Account>(*this);
@@ -87,8 +91,12 @@ FarmPorts Core::ports() const { return {business->port(), rest->port(), files->p
 void Core::violation(const QString &text)
 {
     qWarning().noquote() << "farm::Core::violation" << text;
-    if (violations.size() < 1000)
+    if (violations.size() < 1000) {
         violations += text;
+        QFile file(options.dir + QStringLiteral("/violations.txt"));
+        if (file.open(QIODevice::Append))
+            file.write(text.toUtf8() + '\n');
+    }
     emit violated(text);
 }
 

@@ -101,7 +101,7 @@ public:
     QMap<QString, QString> storedFiles() const; // key of the upload -> MD5 of the content that the farm holds
     QStringList taskFiles(int missionId, bool here) const; // keys of the order's files that are, or aren't, on the farm
     FarmCounters counters() const;
-    QStringList violations() const;       // what the other side did against the protocol, oldest first
+    QStringList violations() const;       // what the other side did against the protocol, oldest first; kept
     QMap<int, int> commandCounts() const; // how often each command came
     QJsonObject config() const;           // the account's common settings
     QStringList events() const;           // one line a step: "login", "10400 12", "upload D/a.tgd", ...

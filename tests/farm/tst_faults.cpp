@@ -264,6 +264,8 @@ private slots:
         QTest::newRow("endless head") << "GET /" + QByteArray(70000, 'a') << 413;
         QTest::newRow("unknown") << QByteArray("GET /nothing HTTP/1.1\r\n\r\n") << 404;
         QTest::newRow("no token") << QByteArray("GET /bs/farm/1 HTTP/1.1\r\n\r\n") << 401;
+        QTest::newRow("another site") << QByteArray("GET /farm/state HTTP/1.1\r\nOrigin: http://elsewhere\r\n\r\n")
+                                      << 403;
         QTest::newRow("version") << QByteArray("GET /getUpdateVersion.htm HTTP/1.1\r\n\r\n") << 200;
     }
     void web()
