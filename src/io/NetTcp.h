@@ -34,6 +34,7 @@ class NetTcp : public QObject
 {
     Q_OBJECT
 public:
+    static constexpr int DefaultPort = 29909;
     static NetTcp *instance();
     static void destroy(); // at the program's end, on the main thread
     // module = cmd / 100. The body goes out as compact JSON. qo: the guard; without one the reply is dropped.
@@ -90,5 +91,5 @@ private:
     QTimer m_connectTimer; // bounds one attempt to connect
     PackageReader m_parser;
     QString m_host;
-    int m_port = 29909;
+    int m_port = DefaultPort;
 };

@@ -3,15 +3,17 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
+#include "io/PortRelay.h"
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFile>
-#include <QHash>
 #include <QJsonDocument>
+#include <QMap>
 #include <QMutex>
 #include <QProcess>
 #include <QRegularExpression>
 #include <QThread>
+#include <QUrl>
 
 namespace
 {
@@ -19,7 +21,7 @@ constexpr int WebPort = 80;
 
 struct Shared {
     QMutex mutex;
-    QHash<QString, int> ports; // host -> port on the master
+    QMap<int, QPair<QString, int>> ports; // port on the master -> server; its port is 0 where the master didn't tell
 };
 Shared &shared()
 {
@@ -59,14 +61,27 @@ ProxyTools ProxyTools::system()
         return VFunc::runAs(QCoreApplication::applicationFilePath(), QStringLiteral("netshadd \"%1\"").arg(quoted));
     };
     tools.settle = [] { QThread::msleep(500); };
+#else
+    tools.netstat = &PortRelay::listeningPorts;
+    tools.netshadd = [](const QString &json) {
+        PortRelay *relay = PortRelay::instance();
+        for (const Forward &one : ProxyFactory::parseRecords(json.toUtf8()))
+            if (!relay || !relay->open(one))
+                return -1;
+        return 1;
+    };
 #endif
     return tools;
 }
 
 QList<QNetworkProxy> ProxyFactory::queryProxy(const QNetworkProxyQuery &query)
 {
-    if (query.queryType() == QNetworkProxyQuery::UrlRequest)
-        if (const int port = portOf(query.peerHostName()))
+    const QUrl url = query.url(), master(UserInfo::master());
+    const int target = url.port(WebPort);
+    // The master itself is asked directly, whichever servers stand on its machine.
+    const bool own = url.host() == master.host() && target == master.port(WebPort);
+    if (query.queryType() == QNetworkProxyQuery::UrlRequest && url.scheme() == QLatin1String("http") && !own)
+        if (const int port = portOf(query.peerHostName(), target))
             return {QNetworkProxy(QNetworkProxy::HttpCachingProxy, UserInfo::masterHost(), quint16(port))};
     return {QNetworkProxy(QNetworkProxy::NoProxy)};
 }
@@ -119,7 +134,7 @@ bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const
         return false;
     QMutexLocker lock(&shared().mutex);
     for (const Forward &one : all)
-        shared().ports.insert(one.host, one.listenPort);
+        shared().ports.insert(one.listenPort, {one.host, one.port});
     return true;
 }
 
@@ -128,7 +143,7 @@ QJsonArray ProxyFactory::pairs()
     QMutexLocker lock(&shared().mutex);
     QJsonArray list;
     for (auto it = shared().ports.cbegin(); it != shared().ports.cend(); ++it)
-        list.append(QJsonArray{QString::number(it.value()), it.key()});
+        list.append(QJsonArray{QString::number(it.key()), it->first, it->second});
     return list;
 }
 
@@ -139,14 +154,23 @@ void ProxyFactory::addPairs(const QJsonArray &pairs)
         const QJsonArray pair = value.toArray();
         const int port = pair.at(0).toVariant().toInt();
         if (port > 0 && port < 65536 && !pair.at(1).toString().isEmpty())
-            shared().ports.insert(pair.at(1).toString(), port);
+            shared().ports.insert(port, {pair.at(1).toString(), pair.at(2).toVariant().toInt()});
     }
 }
 
-int ProxyFactory::portOf(const QString &host)
+int ProxyFactory::portOf(const QString &host, int port)
 {
     QMutexLocker lock(&shared().mutex);
-    return shared().ports.value(host);
+    int found = 0;
+    for (auto it = shared().ports.cbegin(); it != shared().ports.cend(); ++it) {
+        if (it->first != host)
+            continue;
+        if (port != 0 && it->second == port)
+            return it.key();
+        if (found == 0 && (port == 0 || it->second == 0))
+            found = it.key();
+    }
+    return found;
 }
 
 void ProxyFactory::clear()

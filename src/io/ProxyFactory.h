@@ -38,10 +38,12 @@ public:
     static bool openProxy(QStringList hosts, bool master, QString *why = nullptr,
                           const ProxyTools &tools = ProxyTools::system());
 
-    // The pairs (port as text, host) that a seat asks its master for, and their way into the seat's map.
+    // The pairs (port as text, host; this client adds the server's port, since one host may have several servers) that
+    // a seat asks its master for, and their way into the seat's map.
     static QJsonArray pairs();
     static void addPairs(const QJsonArray &pairs);
-    static int portOf(const QString &host); // 0: not forwarded
+    // The master's port for a server; port 0 takes any of the host. 0: not forwarded.
+    static int portOf(const QString &host, int port = 0);
     static void clear();
 
     // Decisions of openProxy. A host that has a record keeps its port; others get the next port that nobody listens on.

@@ -149,19 +149,27 @@ void takeMasterInfo(const FuncBody &reply, Startup::Master *out)
     if (!reply.ok() || pairs.isEmpty())
         return;
     out->good = true;
-    const QString rest = QUrl(Session::qnhttp()).host();
+    const QUrl rest(Session::qnhttp());
+    const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
+    QJsonArray others; // for REST
+    bool linked = false;
     for (const QJsonValue &value : pairs) {
         const QJsonArray pair = value.toArray();
-        const int port = pair.at(0).toVariant().toInt();
+        const int port = pair.at(0).toVariant().toInt(), target = pair.at(2).toVariant().toInt();
         const QString host = pair.at(1).toString();
-        if (host == Session::qnIP()) {
+        const bool link = !linked && host == Session::qnIP() && (target == 0 || target == NetTcp::DefaultPort);
+        if (link) {
             NetTcp::instance()->setHost(UserInfo::masterHost(), port);
             NetTcp::instance()->reconnect();
+            linked = true;
         }
-        if (host == rest)
+        // One port can't lead to both servers of a host.
+        if (host == rest.host() && (target == 0 ? !link : target == restPort))
             out->updatePort = port;
+        if (!link)
+            others.append(pair);
     }
-    ProxyFactory::addPairs(pairs);
+    ProxyFactory::addPairs(others);
     QNetworkProxyFactory::setApplicationProxyFactory(new ProxyFactory);
     UserInfo::setMasterUserId(reply.object.value(QLatin1String("masterUserId")).toVariant().toInt());
 }
@@ -171,7 +179,10 @@ Startup::Master Startup::meetMaster(Login *login)
 {
     Master master;
     if (UserInfo::isMaster()) {
-        master.good = ProxyFactory::openProxy({Session::qnIP()}, true);
+        const QUrl rest(Session::qnhttp());
+        const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
+        master.good = ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(Session::qnIP()).arg(NetTcp::DefaultPort),
+                                               QStringLiteral("%1:%2").arg(rest.host()).arg(restPort)}, true);
         return master;
     }
     if (!UserInfo::isSlave())

@@ -75,8 +75,7 @@ private slots:
         if (ok) { // a second start finds all of it in place
             QVERIFY(ProxyFactory::openProxy({"bs:29909"}, true, &why, tools));
             QCOMPARE(runs, 1);
-            const QJsonArray pair = ProxyFactory::pairs()[0].toArray();
-            QCOMPARE((QJsonArray{pair[0], pair[1]}), (QJsonArray{"46161", "bs", 29909}));
+            QCOMPARE(ProxyFactory::pairs()[0].toArray(), (QJsonArray{"46161", "bs", 29909}));
         }
     }
 

@@ -1,0 +1,146 @@
+#include "io/PortRelay.h"
+#include "io/ProxyFactory.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QFile>
+#include <QMutex>
+#include <QNetworkProxy>
+#include <QRegularExpression>
+#include <QTcpSocket>
+#include <atomic>
+#include <memory>
+
+namespace
+{
+constexpr int Window = 256 * 1024; // bytes that wait on either side of a connection
+constexpr int MaxSeats = 512;      // connections at a time
+
+std::atomic<PortRelay *> relay{nullptr};
+std::atomic<bool> ended{false};
+
+void pump(QTcpSocket *from, QTcpSocket *to, bool *newRequest = nullptr)
+{
+    while (from->bytesAvailable() > 0 && to->state() == QAbstractSocket::ConnectedState && to->bytesToWrite() < Window) {
+        const QByteArray bytes = from->read(Window);
+        to->write(newRequest && *newRequest ? PortRelay::directRequest(bytes) : bytes);
+        if (newRequest)
+            *newRequest = false;
+    }
+    if (from->state() == QAbstractSocket::UnconnectedState && from->bytesAvailable() == 0)
+        to->disconnectFromHost();
+}
+} // namespace
+
+PortRelay::PortRelay()
+{
+    moveToThread(&m_thread);
+    m_thread.setObjectName(QStringLiteral("PortRelay"));
+    m_thread.start();
+}
+
+PortRelay *PortRelay::instance()
+{
+    static QMutex making;
+    QMutexLocker lock(&making);
+    if (!relay && !ended) {
+        relay = new PortRelay;
+        qAddPostRoutine([] {
+            ended = true;
+            PortRelay *one = relay.exchange(nullptr);
+            // Sockets and timers belong to that thread.
+            QObject::connect(&one->m_thread, &QThread::finished, one, [one] { qDeleteAll(one->findChildren<QTcpServer *>()); }, Qt::DirectConnection);
+            one->m_thread.quit();
+            one->m_thread.wait();
+            delete one;
+        });
+    }
+    return relay;
+}
+
+bool PortRelay::open(const Forward &forward)
+{
+    bool good = false;
+    QMetaObject::invokeMethod(this, [&] { good = listen(forward); }, Qt::BlockingQueuedConnection);
+    return good;
+}
+
+bool PortRelay::listen(const Forward &forward)
+{
+    if (m_ports.contains(forward.listenPort))
+        return true;
+    auto *server = new QTcpServer(this);
+    server->setProxy(QNetworkProxy::NoProxy);
+    if (!server->listen(QHostAddress::Any, quint16(forward.listenPort))) {
+        qWarning().noquote() << "PortRelay::listen" << forward.listenPort << server->errorString();
+        delete server;
+        return false;
+    }
+    m_ports.insert(forward.listenPort);
+    qDebug().noquote() << "PortRelay::listen" << forward.listenPort << "leads to" << forward.host << forward.port;
+    connect(server, &QTcpServer::newConnection, this, [this, server, host = forward.host, port = forward.port] {
+        while (QTcpSocket *seat = server->nextPendingConnection()) {
+            if (server->findChildren<QTcpSocket *>(QString(), Qt::FindDirectChildrenOnly).size() > MaxSeats)
+                delete seat;
+            else
+                join(seat, host, port);
+        }
+    });
+    return true;
+}
+
+void PortRelay::join(QTcpSocket *seat, const QString &host, int port)
+{
+    auto *far = new QTcpSocket(seat);
+    far->setProxy(QNetworkProxy::NoProxy);
+    seat->setReadBufferSize(Window);
+    far->setReadBufferSize(Window);
+    // What a seat sends first, or after an answer, begins a request.
+    auto fresh = std::make_shared<bool>(true);
+    const auto up = [seat, far, fresh] { pump(seat, far, fresh.get()); };
+    const auto down = [seat, far, fresh] {
+        *fresh = true;
+        pump(far, seat);
+    };
+    connect(seat, &QTcpSocket::readyRead, far, up);
+    connect(far, &QTcpSocket::connected, far, up);
+    connect(far, &QTcpSocket::bytesWritten, far, up);
+    connect(far, &QTcpSocket::readyRead, far, down);
+    connect(seat, &QTcpSocket::bytesWritten, far, [seat, far] { pump(far, seat); });
+    connect(far, &QTcpSocket::disconnected, far, down);
+    connect(far, &QTcpSocket::errorOccurred, far, [seat, far] {
+        if (far->state() != QAbstractSocket::ConnectedState)
+            pump(far, seat);
+    });
+    connect(seat, &QObject::destroyed, far, [far] { far->disconnect(); }); // it ends after the one it would tell
+    connect(seat, &QTcpSocket::disconnected, seat, &QObject::deleteLater);
+    far->connectToHost(host, quint16(port));
+}
+
+QByteArray PortRelay::directRequest(const QByteArray &bytes)
+{
+    const int space = bytes.indexOf(' ');
+    static const QByteArray scheme("http://");
+    if (space < 3 || space > 8 || bytes.mid(space + 1, scheme.size()).toLower() != scheme)
+        return bytes;
+    int path = space + 1 + scheme.size();
+    while (path < bytes.size() && bytes.at(path) != '/' && bytes.at(path) != ' ' && bytes.at(path) != '?')
+        ++path;
+    if (path >= bytes.size())
+        return bytes;
+    return bytes.left(space + 1) + (bytes.at(path) == '/' ? "" : "/") + bytes.mid(path);
+}
+
+QString PortRelay::listeningPorts()
+{
+    QString text;
+    static const QRegularExpression entry(QStringLiteral("^\\s*\\d+: [0-9A-F]+:([0-9A-F]{4}) [0-9A-F]+:[0-9A-F]{4} 0A "),
+                                          QRegularExpression::MultilineOption);
+    for (const char *name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
+        QFile file{QLatin1String(name)};
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        for (auto it = entry.globalMatch(QString::fromLatin1(file.readAll())); it.hasNext();)
+            text += QStringLiteral("tcp 0 0 0.0.0.0:%1 0.0.0.0:* LISTEN\n").arg(it.next().captured(1).toInt(nullptr, 16));
+    }
+    return text;
+}

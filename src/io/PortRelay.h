@@ -1,0 +1,34 @@
+#pragma once
+// Forwards ports of this machine to servers, for subordinate seats of a master whose system has no such service. One
+// instance for the program, on a thread of its own, made on first use, ended with the application. Bytes pass
+// unchanged, but for the request line that an HTTP client meant for a proxy: the server sees it as if asked directly.
+#include <QByteArray>
+#include <QHash>
+#include <QObject>
+#include <QSet>
+#include <QTcpServer>
+#include <QThread>
+
+struct Forward;
+class QTcpSocket;
+
+class PortRelay : public QObject
+{
+    Q_OBJECT
+public:
+    static PortRelay *instance(); // any thread; null once the application has ended
+
+    bool open(const Forward &forward); // waits until the port listens; true when it does, also if it did before. Any thread
+    // Ports of this machine that somebody listens on, in the form of "netstat -an".
+    static QString listeningPorts();
+    // "GET http://host:80/path HTTP/1.1" as "GET /path HTTP/1.1"; anything else unchanged.
+    static QByteArray directRequest(const QByteArray &bytes);
+
+private:
+    PortRelay();
+    bool listen(const Forward &forward);
+    void join(QTcpSocket *seat, const QString &host, int port);
+
+    QThread m_thread;
+    QSet<int> m_ports;
+};
