@@ -26,7 +26,7 @@ void result(const QByteArray &bytes)
     if (!cut.good || whole.isNull() || bytes.count("\"files\"") != 1 || bytes.count("\"content\"") != 1 || bytes.contains('\\'))
         return;
     const QJsonArray files = whole.object().value(QLatin1String("content")).toObject().value(QLatin1String("files")).toArray();
-    check(QJsonDocument::fromJson('[' + cut.list + ']').array() == files);
+    check(QJsonDocument::fromJson('[' + cut.list.toUtf8() + ']').array() == files);
     check(!QJsonDocument::fromJson(cut.rest).isNull());
 }
 

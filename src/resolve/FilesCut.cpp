@@ -1,6 +1,7 @@
 #include "resolve/FilesCut.h"
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <algorithm>
 #include <cstring>
 
 namespace {
@@ -111,42 +112,62 @@ bool enter(Scan *scan, const char *key)
     return false;
 }
 
+QByteArray quoted(const QString &path)
+{
+    const QByteArray text = QJsonDocument(QJsonArray{path}).toJson(QJsonDocument::Compact);
+    return text.mid(1, text.size() - 2);
+}
+
 // One text, however it is escaped.
 bool same(const QByteArray &a, const QByteArray &b)
 {
     return a == b || QJsonDocument::fromJson('[' + a + ']') == QJsonDocument::fromJson('[' + b + ']');
 }
+
+// False where the bytes aren't UTF-8. No text of its own for what is plain ASCII, as most paths are.
+bool append(QString *text, const char *from, int length)
+{
+    if (std::all_of(from, from + length, [](char c) { return static_cast<signed char>(c) >= 0; })) {
+        text->append(QLatin1String(from, length));
+        return true;
+    }
+    const QString decoded = QString::fromUtf8(from, length);
+    text->append(decoded);
+    return !decoded.contains(QChar::ReplacementCharacter);
+}
 } // namespace
 
-FilesCut FilesCut::from(const QByteArray &json, const QByteArray &lead)
+FilesCut FilesCut::from(const QByteArray &json, const QString &lead, const QString &first)
 {
     FilesCut cut;
     Scan scan(json);
     if (!enter(&scan, "content") || !enter(&scan, "files") || !scan.take('['))
         return cut;
     const char *open = scan.at();
-    cut.list.reserve(json.size() + lead.size() + 1);
-    cut.list.append(lead);
-    bool first = true;
+    const QByteArray leading = first.isEmpty() ? QByteArray() : quoted(first);
+    cut.list.reserve(json.size() + lead.size() + leading.size() + 2);
+    cut.list += lead;
+    bool any = !leading.isEmpty(), good = append(&cut.list, leading.constData(), leading.size());
     if (!scan.take(']')) {
+        bool atStart = true;
         do {
             scan.blanks();
             const char *from = scan.at();
             if (!scan.string())
                 return cut;
             const int length = int(scan.at() - from);
-            const bool leads = first && !lead.isEmpty() && same(QByteArray(from, length), lead);
-            first = false;
-            if (leads)
-                continue;
-            if (!cut.list.isEmpty())
-                cut.list.append(',');
-            cut.list.append(from, length);
+            if (!(atStart && !leading.isEmpty() && same(QByteArray(from, length), leading))) {
+                if (any)
+                    cut.list.append(QLatin1Char(','));
+                any = true;
+                good = append(&cut.list, from, length) && good;
+            }
+            atStart = false;
         } while (scan.take(','));
         if (!scan.take(']'))
             return cut;
     }
     cut.rest = json.left(int(open - json.constData())) + ']' + QByteArray(scan.at(), int(json.constData() + json.size() - scan.at()));
-    cut.good = true;
+    cut.good = good;
     return cut;
 }

@@ -3,12 +3,13 @@
 // ever kept as text. One pass over the bytes; what it can't vouch for (anything but a list of plain strings) is left to
 // the ordinary parser. Any thread.
 #include <QByteArray>
+#include <QString>
 
 struct FilesCut {
     bool good = false;
     QByteArray rest; // the result with an empty list of files
-    QByteArray list; // "a","b","c": without brackets and blanks, escapes as they came
+    QString list;    // lead, then "a","b","c": without brackets and blanks, escapes as they came
 
-    // content.files of an object. lead: strings put before them; the first file is left out where it is among them.
-    static FilesCut from(const QByteArray &json, const QByteArray &lead = {});
+    // content.files of an object. first: a path that comes before the others, left out where it leads them already.
+    static FilesCut from(const QByteArray &json, const QString &lead = {}, const QString &first = {});
 };

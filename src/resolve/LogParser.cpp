@@ -67,7 +67,7 @@ void finishC4D(ParsedLog *log, const QString &first, const QString &plugins, QSt
     const QString scene = single(log->content.value(QLatin1String("sceneName")).toString());
     if (!scene.isEmpty() && scene != first) {
         qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
-        *files += (files->isEmpty() ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
+        *files += (files->endsWith(QLatin1Char('[')) ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
     }
     const QJsonObject model = log->content.value(QLatin1String("modelParameters")).toObject();
     if (LogParser::rendererDiffers(model.value(QLatin1String("renderer")).toString(), plugins)) {
@@ -143,11 +143,9 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
 {
     ParsedLog log;
     log.found = true;
-    const QByteArray lead = first.isEmpty() ? QByteArray() : strings({first});
-    FilesCut cut = FilesCut::from(json, lead);
-    QString named = QString::fromUtf8(cut.list);
-    const bool quick = cut.good && !named.contains(QChar::ReplacementCharacter); // else of an encoding to be found out
-    const QJsonObject result = parseDocument(quick ? cut.rest : json).object();
+    const QString lead = QStringLiteral("\"files\":[");
+    FilesCut cut = FilesCut::from(json, lead, first); // not good where the encoding has to be found out, too
+    const QJsonObject result = parseDocument(cut.good ? cut.rest : json).object();
     const QJsonValue status = result.value(QLatin1String("status"));
     log.status = status.toInt(status.toString().toInt());
     if (result.isEmpty() || log.status < 0 || log.status > 3) {
@@ -157,16 +155,15 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
     log.details = result.value(QLatin1String("details")).toString();
     log.content = result.value(QLatin1String("content")).toObject();
     QJsonArray files = log.content.take(QLatin1String("files")).toArray();
-    if (!quick) {
+    if (!cut.good) {
         if (!first.isEmpty() && files.at(0).toString() != first)
             files.prepend(first);
-        named = QString::fromUtf8(strings(files));
+        cut.list = lead + QString::fromUtf8(strings(files));
     }
     if (softwareType == C4DType)
-        finishC4D(&log, first, plugins, &named);
-    named.prepend(QLatin1String("\"files\":["));
-    named.append(QLatin1Char(']'));
-    log.files = named;
+        finishC4D(&log, first, plugins, &cut.list);
+    cut.list.append(QLatin1Char(']'));
+    log.files = cut.list;
     const QString output = log.content.value(QLatin1String("outPut")).toString();
     if (!output.isEmpty())
         log.content.insert(QStringLiteral("resultMiddleRulePath"), output);
