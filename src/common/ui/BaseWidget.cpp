@@ -215,9 +215,10 @@ bool BaseWidget::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched != m_headArea)
         return QWidget::eventFilter(watched, event);
+    if (event->type() != QEvent::MouseButtonPress && event->type() != QEvent::MouseButtonDblClick)
+        return false;
     auto *mouse = static_cast<QMouseEvent *>(event);
-    switch (event->type()) {
-    case QEvent::MouseButtonPress:
+    if (event->type() == QEvent::MouseButtonPress) {
         if (mouse->button() == Qt::LeftButton && windowHandle()) {
             if (const Qt::Edges edges = edgesAt(m_headArea->mapTo(this, mouse->pos())))
                 windowHandle()->startSystemResize(edges);
@@ -227,14 +228,10 @@ bool BaseWidget::eventFilter(QObject *watched, QEvent *event)
         }
         if (mouse->button() == Qt::RightButton)
             systemMenu(mouse->globalPos());
-        return true;
-    case QEvent::MouseButtonDblClick:
-        if (mouse->button() == Qt::LeftButton)
-            on_headMax_clicked();
-        return true;
-    default:
-        return false;
+    } else if (mouse->button() == Qt::LeftButton) {
+        on_headMax_clicked();
     }
+    return true;
 }
 
 void BaseWidget::systemMenu(const QPoint &at)
