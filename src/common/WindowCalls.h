@@ -2,6 +2,7 @@
 // What the engine asks of the windows, through Seam<WindowCalls>. MainWindow implements it; without a window the calls
 // are dropped and the engine goes on. All run on the main thread.
 #include <QString>
+#include <QStringList>
 
 class WindowCalls
 {
@@ -21,4 +22,6 @@ public:
     virtual void downErrorTip(const QString &text) = 0;
     virtual void redPoint() = 0;
     virtual void refreshOrder() = 0;
+    // A plain list of scenes came in from another program: ask for environment, project and machine. err: why not.
+    virtual void envPre(int softwareType, const QStringList &scenes, const QString &err) { Q_UNUSED(softwareType) Q_UNUSED(scenes) Q_UNUSED(err) }
 };

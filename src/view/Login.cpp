@@ -314,7 +314,7 @@ void Login::linkLost() { reLogin(112); }
 
 void Login::linkUp()
 {
-    if (m_started && (m_autoRelogin || !m_tokenKnown) && !NetTcp::isLogin())
+    if (m_started && (m_autoRelogin || !m_tokenKnown))
         loadLogin();
 }
 

@@ -23,7 +23,6 @@
 #include <QTimer>
 
 namespace {
-constexpr int MoneyFlag = 12; // of the role's permissions
 constexpr int Deposit = 3;    // kind of link
 constexpr int ResultsMs = 500;
 const QSize FirstSize(1240, 760), LeastSize(960, 560);
@@ -163,7 +162,7 @@ void MainWindow::askServer()
 
 void MainWindow::rolePermChanged()
 {
-    showMoney(UserInfo::perm(MoneyFlag));
+    showMoney(!UserInfo::isSlave()); // a subordinate seat works on its master's money
     m_resolve->rightsChanged();
 }
 
@@ -270,6 +269,14 @@ void MainWindow::rootMsg(const QString &text, int, int, int) { msgOk(text); }
 void MainWindow::downCover(int missionId, const QString &text) { m_transfer->downCover(missionId, text); }
 void MainWindow::downErrorTip(const QString &text) { m_transfer->downErrorTip(text); }
 void MainWindow::refreshOrder() { m_resolve->refresh(); }
+
+void MainWindow::envPre(int softwareType, const QStringList &scenes, const QString &err)
+{
+    if (err.isEmpty()) { // otherwise the other program has its answer
+        TrayIcon::instance()->showCurWid();
+        m_resolve->backEnvPre(softwareType, scenes, err);
+    }
+}
 
 void MainWindow::downSpace(const QString &root)
 {

@@ -41,6 +41,7 @@ public:
     void downErrorTip(const QString &text) override;
     void redPoint() override;
     void refreshOrder() override;
+    void envPre(int softwareType, const QStringList &scenes, const QString &err) override;
 
 public slots:
     void leftFoldClick();

@@ -1,5 +1,7 @@
 #include "io/local/HttpServer.h"
+#include "common/Seam.h"
 #include "common/UserInfo.h"
+#include "common/WindowCalls.h"
 #include "io/local/CmdHand.h"
 #include "io/local/HttpGuard.h"
 #include <QDebug>
@@ -95,6 +97,9 @@ void HttpServer::dispatch(QTcpSocket *socket)
     connect(hand, &CmdHand::cmdOver, this, [this, asker](const QByteArray &body) {
         if (asker)
             cmdOver(asker, body);
+    });
+    connect(hand, &CmdHand::backEnvPre, this, [](int type, const QStringList &scenes, const QString &err) {
+        Seam<WindowCalls>::post([=](WindowCalls &window) { window.envPre(type, scenes, err); });
     });
     hand->start(QString::fromUtf8(request.method()), QString::fromUtf8(request.target()));
 }

@@ -1,0 +1,293 @@
+// The login against a business server and a page of the test's own: what begins and ends with a session.
+#include "common/CommonConfig.h"
+#include "common/Session.h"
+#include "common/ui/Background.h"
+#include "common/ui/TrayIcon.h"
+#include "db/ResolveDAO.h"
+#include "db/UserDAO.h"
+#include "support/HttpPeer.h"
+#include "support/TestMain.h"
+#include "view/Login.h"
+#include "view/MainWindow.h"
+#include "view/SessionTimer.h"
+#include "ViewRig.h"
+
+namespace {
+// Tells the test what it sees, by asking for it as a path.
+QByteArray page(const QByteArray &script)
+{
+    return "<html><body><script>function tell(t){var r=new XMLHttpRequest();r.open('GET','/told?'+encodeURIComponent(t),true);r.send();}"
+           + script + "</script></body></html>";
+}
+const QByteArray sees = "tell(Login.getSessionId()+' '+Login.isChangeUser()+' '+Login.loadUserInfos());";
+const QByteArray saves = "Login.setAuth('auth-'+Login.getSessionId());"
+                         "Login.saveUserInfos(JSON.stringify({failNum:0,username:'frieda',password:'p',rememberPsd:'true',autoLogin:'false'}));";
+const QByteArray logsIn = sees + "if(Login.isChangeUser()===0){" + saves + "}";
+} // namespace
+
+class TestLogin : public QObject
+{
+    Q_OBJECT
+private:
+    QTemporaryDir m_program;
+    QScopedPointer<BusinessPeer> m_server;
+    QScopedPointer<HttpPeer> m_web;
+    QByteArray m_page;
+    QScopedPointer<Login> m_login;
+    int m_tokens = 0;
+
+    QStringList told() const
+    {
+        QStringList list;
+        for (const HttpPeer::Request &request : m_web->requests)
+            if (request.path.startsWith("/told?"))
+                list << QUrl::fromPercentEncoding(request.path.mid(6));
+        return list;
+    }
+    void writeIni(const QByteArray &login)
+    {
+        QFile ini(m_program.filePath("service.ini"));
+        QVERIFY(ini.open(QIODevice::WriteOnly));
+        ini.write("[server]\nqnbs=http://127.0.0.1\nlogin=" + login + "\n");
+        ini.close();
+        UserInfo::setProgramDir(m_program.path());
+        Session::clearAddresses();
+    }
+    void begin(bool silent = true) // the program's start
+    {
+        m_login.reset(new Login);
+        NetTcp::instance()->setHost("127.0.0.1", m_server->port());
+        NetTcp::instance()->resetLink();
+        m_login->loadLogin();
+        m_login->setSilent(silent);
+    }
+    bool inSession() { return QTest::qWaitFor([this] { return m_login->mainWindow() && Session::live() && NetTcp::isLogin(); }, 15000); }
+    int pages() const
+    {
+        return std::count_if(m_web->requests.begin(), m_web->requests.end(),
+                             [](const HttpPeer::Request &r) { return r.path.startsWith("/xclient/loginPage"); });
+    }
+
+private slots:
+    void initTestCase() { UserInfo::init({"VandrelQN"}); }
+    void init()
+    {
+        m_server.reset(new BusinessPeer);
+        m_web.reset(new HttpPeer);
+        m_web->answer = [this](const HttpPeer::Request &request) {
+            return HttpPeer::response(request.path.startsWith("/xclient/loginPage") ? m_page : QByteArray("ok"));
+        };
+        m_page = page(logsIn);
+        m_tokens = 0;
+        m_server->answer(10308, [this](const BusinessPeer::Request &) {
+            return BusinessPeer::Reply{1030800, {{"token", QString("token%1").arg(++m_tokens)}, {"depositLink", "http://pay.example"}}};
+        });
+        m_server->answer(10309, 1030900, {{"userId", 41}, {"username", "frieda"}, {"parseTime", 77}, {"hashType", 1}});
+        writeIni(m_web->url("?auto=1").toUtf8());
+    }
+    void cleanup()
+    {
+        QVERIFY2(m_server->faults.isEmpty(), qPrintable(m_server->faults.join(' ')));
+        m_login.reset();
+        Background::finish();
+        QFile::remove(UserInfo::allUserDir() + "/user.db");
+        UserInfo::setProgramDir({});
+        Session::clearAddresses();
+    }
+
+    // From nothing to a session: token, page with its own query, record, confirmation, window, stores.
+    void road()
+    {
+        begin();
+        QVERIFY(inSession());
+        QCOMPARE(m_server->last(10308), (QJsonObject{{"thirdParty", 0}}));
+        QCOMPARE(m_server->last(10309), QJsonObject());
+        QCOMPARE(m_web->requests.first().path, QByteArray("/xclient/loginPage?auto=1&version=qn"));
+        QVERIFY2(told().value(0).startsWith("token"), qPrintable(told().join('|')));
+        QVERIFY(told().value(0).endsWith("0 "));
+        QCOMPARE(UserInfo::userId(), 41);
+        QCOMPARE(UserInfo::hashType(), 2);
+        QVERIFY(UserInfo::token().startsWith("auth-token"));
+        QCOMPARE(CommonConfig::get().parseTime, 77);
+        QVERIFY(TrayIcon::instance()->online());
+        QVERIFY(!m_login->isVisible());
+        QVERIFY2(!m_login->mainWindow()->isVisible(), "a silent start stays hidden");
+        QTRY_VERIFY(ResolveDAO::instance()->isOpen());
+        Background::finish();
+        QVERIFY(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"frieda\""));
+    }
+
+    void windowIsShownUnlessSilent()
+    {
+        m_page = page(sees);
+        begin(false);
+        QTRY_COMPARE(told().size(), 1);
+        QTRY_VERIFY(m_login->isVisible());
+        m_login->saveUserInfos(R"({"failNum":2})");
+        QTest::qWait(30); // longer than the pause before a confirmation
+        QCOMPARE(m_server->count(10309), 0);
+        m_login->saveUserInfos(R"({"failNum":0})");
+        m_login->login(); // pages that call both send one confirmation
+        QVERIFY(inSession());
+        QCOMPARE(m_server->count(10309), 1);
+        QVERIFY(m_login->mainWindow()->isVisible());
+    }
+    void silentWithoutRecordShowsThePage()
+    {
+        m_page = page(sees);
+        begin(true);
+        QTRY_VERIFY(m_login->isVisible());
+    }
+
+    // The first request leaves before the link stands, or its answer never comes: the link's coming asks again.
+    void tokenIsAskedForAgain()
+    {
+        m_server->silence(10308);
+        begin();
+        QTRY_VERIFY(m_server->count(10308) >= 1);
+        QTRY_VERIFY(NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState);
+        m_server->answer(10308, 1030800, {{"token", "late"}});
+        m_server->cut();
+        QVERIFY(QTest::qWaitFor([this] { return m_server->links() >= 2; }, 15000));
+        QVERIFY(inSession());
+        QVERIFY(told().value(0).startsWith("late "));
+    }
+
+    void refusedConfirmation()
+    {
+        m_server->answer(10309, 1040022);
+        begin();
+        QTRY_COMPARE(message(), QString("账户信息获取失败"));
+        QVERIFY(!m_login->mainWindow());
+        QTRY_VERIFY(told().size() >= 2);
+        QVERIFY2(told().last().contains(" 1 "), "the page must not log in by itself again");
+        QVERIFY(m_login->isVisible());
+        QVERIFY(answer("确定"));
+        QCOMPARE(m_server->count(10309), 1);
+    }
+
+    // Link loss and an illegal request restore by themselves; window, queues and stores stay.
+    void automaticRelogin_data()
+    {
+        QTest::addColumn<int>("reason");
+        QTest::newRow("link lost") << 112;
+        QTest::newRow("illegal request") << 1000100;
+    }
+    void automaticRelogin()
+    {
+        QFETCH(int, reason);
+        begin();
+        QVERIFY(inSession());
+        QPointer<MainWindow> window = m_login->mainWindow();
+        QTRY_VERIFY(ResolveDAO::instance()->isOpen());
+        const int before = pages();
+        if (reason == 112)
+            m_server->cut();
+        else
+            m_server->push(10001, reason, {});
+        QTRY_VERIFY(!NetTcp::isLogin());
+        QVERIFY(m_login->autoRelogin());
+        QVERIFY(QTest::qWaitFor([] { return NetTcp::isLogin(); }, 15000));
+        QVERIFY(pages() > before);
+        QVERIFY2(told().last().contains("\"autoLogin\":\"true\"") && told().last().contains("\"rememberPsd\":\"true\""), qPrintable(told().last()));
+        QCOMPARE(window.data(), m_login->mainWindow());
+        QVERIFY(SessionTimer::running() && ResolveDAO::instance()->isOpen());
+        QVERIFY(TrayIcon::instance()->online());
+        QVERIFY(!m_login->isVisible() && !m_login->autoRelogin());
+        QCOMPARE(message(), QString());
+        Background::finish();
+        QVERIFY2(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"autoLogin\":\"false\""), "the user's own marks are kept");
+    }
+
+    // By hand, a changed password, kicks: the session is gone, the page is back, a kick's text doesn't block it.
+    void endingRelogin_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("110") << "";
+        QTest::newRow("111") << "";
+        QTest::newRow("1000101") << "账号已异地登录";
+        QTest::newRow("1000102") << "账号信息有变动，请检查或重新登录";
+    }
+    void endingRelogin()
+    {
+        QFETCH(QString, text);
+        const int reason = QString(QTest::currentDataTag()).toInt();
+        begin();
+        QVERIFY(inSession());
+        QPointer<MainWindow> window = m_login->mainWindow();
+        const int before = pages();
+        if (reason > 1000)
+            m_server->push(10001, reason, {});
+        else
+            emit window->reLogin(reason);
+        QTRY_VERIFY(!window);
+        QVERIFY(!SessionTimer::running() && !Session::live());
+        QVERIFY(m_login->isVisible() && !m_login->autoRelogin());
+        QVERIFY(!TrayIcon::instance()->online());
+        QCOMPARE(UserInfo::userId(), 0);
+        QCOMPARE(CommonConfig::get().parseTime, 0);
+        QTRY_COMPARE(message(), text);
+        QTRY_VERIFY2(pages() > before, "the page loads behind the message");
+        QTRY_VERIFY(told().last().contains(" 1 "));
+        Background::finish();
+        QVERIFY(!ResolveDAO::instance()->isOpen());
+        if (!text.isEmpty())
+            QVERIFY(answer("确定"));
+        m_login->saveUserInfos(R"({"failNum":0,"username":"otto"})"); // another account follows
+        QVERIFY(inSession());
+        QVERIFY(m_login->mainWindow() && ResolveDAO::instance()->isOpen());
+    }
+    void reloginWithoutSession()
+    {
+        m_page = page(sees);
+        begin(false);
+        QTRY_COMPARE(told().size(), 1);
+        m_server->cut(); // nothing to restore: the page starts anew and the user logs in
+        QVERIFY(QTest::qWaitFor([this] { return told().size() >= 2; }, 15000));
+        QVERIFY(!m_login->autoRelogin());
+        m_login->saveUserInfos(R"({"failNum":0})");
+        QVERIFY(inSession());
+    }
+
+    // Results that the farm pushes in the same breath as its answer wait for window and queue.
+    void earlyPushesAreKept()
+    {
+        m_server->answer(10309, [this](const BusinessPeer::Request &request) {
+            m_server->reply(request, 1030900, {{"userId", 42}, {"username", "frieda"}});
+            m_server->push(10413, 1041300, {{"prefixPath", "7_shot/"}, {"missionId", 7}});
+            m_server->push(10413, 1041300, {{"prefixPath", "8_shot/"}, {"missionId", 8}});
+            return BusinessPeer::Reply{0, {}, true};
+        });
+        begin();
+        QVERIFY(inSession());
+        QTRY_VERIFY_WITH_TIMEOUT(m_server->count(10805) >= 1 || m_server->count(10413) >= 1, 15000);
+    }
+
+    void pageThatFails()
+    {
+        m_web->answer = [this](const HttpPeer::Request &request) {
+            return request.path.contains("loginPage") && pages() < 2 ? HttpPeer::response("", "500 no") : HttpPeer::response(m_page);
+        };
+        begin();
+        QTRY_VERIFY2(m_login->isVisible(), "who starts hidden is shown what is wrong");
+        m_login->reloadPage();
+        QVERIFY(inSession());
+    }
+
+    void leavingTheWindow()
+    {
+        m_page = page(sees);
+        begin(false);
+        QTRY_VERIFY(m_login->isVisible());
+        QSignalSpy quit(qApp, &QCoreApplication::aboutToQuit);
+        m_login->on_headClose_clicked();
+        QTimer late;
+        connect(&late, &QTimer::timeout, qApp, [] { qApp->exit(5); });
+        late.start(10000);
+        QCOMPARE(qApp->exec(), 0);
+        QCOMPARE(quit.size(), 1);
+    }
+};
+
+VN_TEST(TestLogin)
+#include "tst_login.moc"

@@ -1,0 +1,280 @@
+// The pieces that windows are made of.
+#include "common/ui/Background.h"
+#include "common/ui/BaseWidget.h"
+#include "common/ui/Delegates.h"
+#include "common/ui/EmptyView.h"
+#include "common/ui/Pagination.h"
+#include "common/ui/RowSync.h"
+#include "common/ui/SingleApp.h"
+#include "common/ui/TickHeader.h"
+#include "common/ui/WebTool.h"
+#include "support/TestMain.h"
+#include "ViewRig.h"
+#include <QClipboard>
+#include <QLineEdit>
+#include <QMimeData>
+#include <QRandomGenerator>
+#include <QSortFilterProxyModel>
+#include <QStandardItemModel>
+#include <QTableView>
+
+class TestWidgets : public QObject
+{
+    Q_OBJECT
+private slots:
+    // Any list becomes any other by single steps that never pass through a reset.
+    void rowsSync()
+    {
+        QRandomGenerator random(20260101);
+        for (int round = 0; round < 300; ++round) {
+            QList<int> rows, wanted;
+            for (int i = 0; i < 9; ++i) {
+                if (random.bounded(2))
+                    rows.insert(random.bounded(rows.size() + 1), i);
+                if (random.bounded(2))
+                    wanted.insert(random.bounded(wanted.size() + 1), i);
+            }
+            const QSet<int> before(rows.begin(), rows.end());
+            QSet<int> inserted, updated;
+            RowSync sync;
+            sync.count = [&] { return rows.size(); };
+            sync.same = [&](int row, int i) { return rows[row] == wanted[i]; };
+            sync.wantedAnywhere = [&](int row) { return wanted.contains(rows[row]); };
+            sync.remove = [&](int row) { rows.removeAt(row); };
+            sync.move = [&](int from, int to) { QVERIFY(to < from); rows.move(from, to); };
+            sync.insert = [&](int row, int i) { rows.insert(row, wanted[i]), inserted.insert(wanted[i]); };
+            sync.update = [&](int row, int i) { QCOMPARE(row, i); updated.insert(rows[row]); };
+            sync.run(wanted.size());
+            QCOMPARE(rows, wanted);
+            QVERIFY2(!inserted.intersects(before), "a row that stays isn't taken out and put in again");
+            QCOMPARE(inserted + updated, QSet<int>(wanted.begin(), wanted.end()));
+        }
+    }
+
+    void pages()
+    {
+        Pagination pages;
+        QSignalSpy changed(&pages, &Pagination::pageChanged);
+        pages.setPageSum(1);
+        QVERIFY(!pages.isVisibleTo(nullptr) && changed.isEmpty());
+        pages.setPageSum(4);
+        auto *number = pages.findChild<QLineEdit *>();
+        const auto type = [&](const QString &text) {
+            number->setText(text);
+            emit number->editingFinished();
+        };
+        type("3");
+        QCOMPARE(changed.takeFirst()[0].toInt(), 2);
+        type("99");
+        QCOMPARE(changed.takeFirst()[0].toInt(), 3);
+        type("");
+        QCOMPARE(changed.takeFirst()[0].toInt(), 0);
+        type("1");
+        QVERIFY(changed.isEmpty());
+        type("4");
+        changed.clear();
+        pages.setPageSum(2); // the page is gone
+        QCOMPARE(changed.takeFirst()[0].toInt(), 1);
+        pages.first();
+        QVERIFY(pages.page() == 0 && changed.isEmpty());
+    }
+
+    void messageAnswersOnce_data()
+    {
+        QTest::addColumn<int>("key");
+        QTest::addColumn<int>("button");
+        QTest::newRow("return") << int(Qt::Key_Return) << int(MsgBox::Accepted);
+        QTest::newRow("escape") << int(Qt::Key_Escape) << int(MsgBox::Cancelled);
+    }
+    void messageAnswersOnce()
+    {
+        QFETCH(int, key);
+        QPointer<MsgBox> box = new MsgBox(MsgBox::Choose, "sure?", nullptr);
+        QSignalSpy answered(box.data(), &MsgBox::answered);
+        box->open();
+        QTest::keyClick(box.data(), Qt::Key(key));
+        if (box)
+            box->on_headClose_clicked();
+        QCOMPARE(answered.size(), 1);
+        QTEST(answered[0][0].toInt(), "button");
+        QTRY_VERIFY(!box);
+    }
+    void loopEndsWithItsParent()
+    {
+        auto *parent = new QWidget;
+        parent->show();
+        QTimer::singleShot(0, parent, [parent] { parent->deleteLater(); });
+        QCOMPARE(MsgTool::msgLoop(MsgBox::Choose, "waits", parent), int(MsgBox::Cancelled));
+        QTimer::singleShot(0, qApp, [] { press(topLevel<MsgBox>(), "确定"); });
+        QVERIFY(MsgTool::msgChooseLoop("go?"));
+    }
+
+    void drops()
+    {
+        BaseWidget widget(BaseWidget::Page);
+        widget.acceptFiles(true);
+        QSignalSpy dropped(&widget, &BaseWidget::dropFileList);
+        const auto drop = [&](const QList<QUrl> &urls) {
+            QMimeData data;
+            data.setUrls(urls);
+            QDragEnterEvent enter({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            enter.ignore();
+            QApplication::sendEvent(&widget, &enter);
+            QDropEvent event({5, 5}, Qt::CopyAction, &data, Qt::LeftButton, Qt::NoModifier);
+            QApplication::sendEvent(&widget, &event);
+            return enter.isAccepted();
+        };
+        QVERIFY(!drop({QUrl("http://h/a.tgd")}));
+        QVERIFY(dropped.isEmpty());
+        QVERIFY(drop({QUrl::fromLocalFile("/a b.tgd"), QUrl("http://h/x"), QUrl::fromLocalFile("/山.tgd")}));
+        QCOMPARE(dropped.takeFirst()[0].toStringList(), (QStringList{"/a b.tgd", "/山.tgd"}));
+    }
+    void doubleClickMaximises()
+    {
+        BaseWidget window(BaseWidget::Window), dialog(BaseWidget::Dialog);
+        for (BaseWidget *one : {&window, &dialog}) {
+            one->show();
+            QTest::mouseDClick(one->findChild<QWidget *>("headArea"), Qt::LeftButton, {}, {200, 10});
+            QCOMPARE(one->isMaximized(), one == &window);
+        }
+        QTest::mouseDClick(window.findChild<QWidget *>("headArea"), Qt::LeftButton, {}, {200, 10});
+        QVERIFY(!window.isMaximized());
+        QSignalSpy closed(&dialog, &BaseWidget::closed);
+        QTest::keyClick(&dialog, Qt::Key_Escape);
+        QCOMPARE(closed.size(), 1);
+    }
+
+    // Words of a cell are clicked where they stand, and only there.
+    void linkClicks()
+    {
+        QStandardItemModel model(1, 1);
+        model.setData(model.index(0, 0), QStringList{"暂停", "", "优先级"}, CellRole::Buttons);
+        QTableView view;
+        auto *links = new LinkItem(&view);
+        view.setModel(&model);
+        view.setItemDelegate(links);
+        view.setColumnWidth(0, 300);
+        view.show();
+        QSignalSpy clicked(links, &LinkItem::clicked);
+        const QFontMetrics metrics(view.font());
+        const QRect cell = view.visualRect(model.index(0, 0));
+        const int second = cell.left() + 8 + metrics.horizontalAdvance("暂停") + 2 + 16;
+        const auto click = [&](int x) { QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {x, cell.center().y()}); };
+        click(cell.left() + 12);
+        click(second + 4);
+        click(second - 8);
+        click(cell.right() - 4);
+        QStringList parts;
+        for (const auto &one : clicked)
+            parts << one[0].toString();
+        QCOMPARE(parts.join(' '), QString("0 2"));
+    }
+    void tickClicks()
+    {
+        QStandardItemModel model(1, 1);
+        model.setData(model.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
+        QTableView view;
+        view.setModel(&model);
+        view.setItemDelegate(new CheckBoxItem(&view));
+        view.show();
+        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.visualRect(model.index(0, 0)).center());
+        QCOMPARE(model.index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
+    }
+
+    // A third click on a head gives back the rows' own order; the first column ticks instead.
+    void sorting()
+    {
+        QStandardItemModel model;
+        for (const char *text : {"b", "c", "a"})
+            model.appendRow({new QStandardItem, new QStandardItem(QString(text))});
+        QSortFilterProxyModel sorted;
+        sorted.setSourceModel(&model);
+        QTableView view;
+        TickHeader::dress(&view, &sorted);
+        view.show();
+        auto *head = static_cast<TickHeader *>(view.horizontalHeader());
+        QSignalSpy ticks(head, &TickHeader::tickAll);
+        const auto order = [&] {
+            QString text;
+            for (int i = 0; i < 3; ++i)
+                text += sorted.index(i, 1).data().toString();
+            return text;
+        };
+        QStringList seen;
+        for (int i = 0; i < 3; ++i) {
+            emit head->sectionClicked(1);
+            seen << order();
+        }
+        QCOMPARE(seen.join(' '), QString("abc cba bca"));
+        emit head->sectionClicked(0);
+        QCOMPARE(ticks.takeFirst()[0].toBool(), true);
+        QCOMPARE(order(), QString("bca"));
+    }
+
+    void emptyText()
+    {
+        QStandardItemModel model;
+        QTableView view;
+        view.setModel(&model);
+        EmptyView empty(&view, "drop", "暂时没有解析记录呢", "hint");
+        view.show();
+        QVERIFY(empty.isVisible());
+        model.appendRow(new QStandardItem("x"));
+        QVERIFY(!empty.isVisible());
+        model.removeRow(0);
+        QVERIFY(empty.isVisible());
+        view.resize(640, 333);
+        QCoreApplication::processEvents();
+        QCOMPARE(empty.size(), view.viewport()->size());
+    }
+
+    void backgroundKeepsOrderAndGuards()
+    {
+        QStringList done;
+        QPointer<QObject> gone = new QObject;
+        QThread *worker = nullptr;
+        Background::run(this, [&] { worker = QThread::currentThread(); return 1; }, [&](int v) { done << QString::number(v); });
+        Background::run(gone, [] { return 2; }, [&](int v) { done << QString::number(v); });
+        Background::run(this, [] { return 3; }, [&](int v) { done << QString::number(v); });
+        delete gone;
+        QTRY_COMPARE(done.join(' '), QString("1 3"));
+        QVERIFY(worker && worker != thread());
+    }
+
+    void oneInstance()
+    {
+        const QString name = SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
+#ifndef Q_OS_WIN
+        QVERIFY(SingleApp::instanceName("x") != "x"); // one per user
+#endif
+        QLocalServer first;
+        QLocalServer::removeServer(name);
+        QVERIFY(first.listen(name));
+        QLocalSocket second;
+        second.connectToServer(name);
+        QVERIFY(second.waitForConnected(500));
+    }
+
+    void webToolStaysInside_data()
+    {
+        QTest::addColumn<QString>("url");
+        QTest::newRow("file") << "file:///etc/passwd";
+        QTest::newRow("script") << "javascript:alert(1)";
+        QTest::newRow("nothing") << "";
+    }
+    void webToolStaysInside()
+    {
+        QFETCH(QString, url);
+        account(56);
+        WebTool tool;
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("WebTool::openUrl.*isn't a web address"));
+        tool.openUrl(url);
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("WebTool::openLocalDir.*leads out"));
+        tool.openLocalDir("../../etc");
+        tool.clipboard("copied");
+        QCOMPARE(QGuiApplication::clipboard()->text(), QString("copied"));
+    }
+};
+
+VN_TEST(TestWidgets)
+#include "tst_widgets.moc"
