@@ -46,6 +46,9 @@ bool killTree(std::int64_t pid, int waitMs = 3000);
 // For a child that was forked and hasn't started its program yet: it leads a session of its own, so that killTree finds
 // everything it starts. Safe there (no allocation, no lock); nothing on Windows, where the parents are followed.
 void ownSession();
+// The system or a terminal asks the program to end (SIGTERM, SIGINT, SIGHUP): called on a thread of its own, each time;
+// it may do anything that a thread may. Windows asks windows, not processes: false there, and nothing is called.
+bool onTerminate(void (*asked)());
 
 // --- Elevated run.
 struct ElevatedCommand {

@@ -3,4 +3,5 @@
 namespace platform
 {
 void ownSession() {}
+bool onTerminate(void (*)()) { return false; }
 } // namespace platform
