@@ -40,7 +40,10 @@ void BatchFile::run(const QStringList &words)
     m_lines.append(list.join(QLatin1Char(' ')));
 }
 
-void BatchFile::show(const QString &file) { m_lines.append((m_windows ? QStringLiteral("type ") : QStringLiteral("cat ")) + quoted(file)); }
+void BatchFile::show(const QString &file)
+{
+    m_lines.append((m_windows ? QStringLiteral("type ") : QStringLiteral("cat ")) + quoted(file));
+}
 
 QByteArray BatchFile::text() const
 {
@@ -49,7 +52,10 @@ QByteArray BatchFile::text() const
     return m_windows ? whole.toLocal8Bit() : whole.toUtf8();
 }
 
-QString BatchFile::write(const QString &base) const { return write(base + (m_windows ? QLatin1String(".bat") : QLatin1String(".sh")), text()); }
+QString BatchFile::write(const QString &base) const
+{
+    return write(base + (m_windows ? QLatin1String(".bat") : QLatin1String(".sh")), text());
+}
 
 QString BatchFile::write(const QString &path, const QByteArray &content)
 {

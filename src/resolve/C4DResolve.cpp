@@ -29,7 +29,9 @@ void C4DResolve::resolve()
     }
     const QString program = native(c4d.program);
     const QStringList arguments{QStringLiteral("-nogui"), native(sceneFile)};
-    if (BatchFile::write(logFile, (program + QLatin1Char(' ') + arguments.join(QLatin1Char(' ')) + QLatin1Char('\n')).toLocal8Bit()).isEmpty())
+    if (BatchFile::write(
+            logFile, (program + QLatin1Char(' ') + arguments.join(QLatin1Char(' ')) + QLatin1Char('\n')).toLocal8Bit())
+            .isEmpty())
         return setError(WriteFailed);
     startPro(program, arguments, UserInfo::programDir());
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Cinema 4D: the script is a plug-in that is brought into the installation first; it writes the log and says on standard
-// output when it has ended, since the program stays open. Thread and life as BaseResolve.
+// Cinema 4D: the script is a plug-in that is brought into the installation first; it writes the log and says on
+// standard output when it has ended, since the program stays open. Thread and life as BaseResolve.
 #include "resolve/BaseResolve.h"
 
 class C4DResolve : public BaseResolve

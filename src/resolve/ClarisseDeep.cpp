@@ -3,7 +3,8 @@
 #include <QFile>
 #include <QVector>
 
-namespace {
+namespace
+{
 struct Block {
     QString type, name;
     bool deep = false;

@@ -9,7 +9,8 @@
 #include <QTextCodec>
 #include <QXmlStreamReader>
 
-namespace {
+namespace
+{
 constexpr int ClarisseType = 7;
 
 constexpr int MaxDepth = 256;
@@ -33,7 +34,9 @@ QJsonObject object(const Fields &fields)
 
 QString restored(QString path)
 {
-    return path.replace(QLatin1String("&lt;"), QLatin1String("<")).replace(QLatin1String("&gt;"), QLatin1String(">")).trimmed();
+    return path.replace(QLatin1String("&lt;"), QLatin1String("<"))
+        .replace(QLatin1String("&gt;"), QLatin1String(">"))
+        .trimmed();
 }
 
 // What stands between the tags, without the software's chatter around it.
@@ -64,10 +67,17 @@ public:
         QXmlStreamReader xml(text);
         while (!xml.atEnd()) {
             switch (xml.readNext()) {
-            case QXmlStreamReader::StartElement: start(xml); break;
-            case QXmlStreamReader::Characters: m_text += xml.text(); break;
-            case QXmlStreamReader::EndElement: end(); break;
-            default: break;
+            case QXmlStreamReader::StartElement:
+                start(xml);
+                break;
+            case QXmlStreamReader::Characters:
+                m_text += xml.text();
+                break;
+            case QXmlStreamReader::EndElement:
+                end();
+                break;
+            default:
+                break;
             }
         }
         if (xml.hasError())
@@ -126,7 +136,9 @@ private:
 QString ClarisseXml::layerOutput(const QString &image, const QString &output)
 {
     QString folder = image;
-    folder.replace(QLatin1Char(':'), QLatin1Char('_')).replace(QLatin1Char('/'), QLatin1Char('_')).append(QLatin1Char('/'));
+    folder.replace(QLatin1Char(':'), QLatin1Char('_'))
+        .replace(QLatin1Char('/'), QLatin1Char('_'))
+        .append(QLatin1Char('/'));
     if (image.contains(QLatin1Char('/')) && output.contains(image))
         return QString(output).replace(image, folder);
     return output.isEmpty() || DiskPath::isAbsolute(output) ? output : folder + output;

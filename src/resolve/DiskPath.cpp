@@ -3,12 +3,14 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 const QRegularExpression &marks(int kinds)
 {
     static const QRegularExpression frames(QStringLiteral("%\\d*d|\\$\\{[^}/]*\\}"));
     static const QRegularExpression tiles(QStringLiteral("<UDIM>|#{4,}"), QRegularExpression::CaseInsensitiveOption);
-    static const QRegularExpression both(frames.pattern() + QLatin1Char('|') + tiles.pattern(), QRegularExpression::CaseInsensitiveOption);
+    static const QRegularExpression both(frames.pattern() + QLatin1Char('|') + tiles.pattern(),
+                                         QRegularExpression::CaseInsensitiveOption);
     return kinds == DiskPath::Frames ? frames : kinds == DiskPath::Tiles ? tiles : both;
 }
 
@@ -34,10 +36,7 @@ QRegularExpression nameRule(const QString &name, int kinds)
     return QRegularExpression(QRegularExpression::anchoredPattern(rule), QRegularExpression::CaseInsensitiveOption);
 }
 
-bool isDrive(const QString &path)
-{
-    return path.size() > 1 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter();
-}
+bool isDrive(const QString &path) { return path.size() > 1 && path.at(1) == QLatin1Char(':') && path.at(0).isLetter(); }
 
 QString joined(const QString &folder, const QString &name)
 {

@@ -25,7 +25,7 @@ public:
     QString absolute(const QString &path, const QString &folder = {}) const;
     // The file as the disk spells it; empty where there is none. folderToo: a folder counts as well.
     QString find(const QString &absolutePath, bool folderToo = false);
-    QStringList match(const QString &absolutePattern, int kinds); // existing files, sorted within a folder
+    QStringList match(const QString &absolutePattern, int kinds);           // existing files, sorted within a folder
     QStringList filesIn(const QString &folder, const QString &ending = {}); // absolute, sorted
 
 private:

@@ -1,10 +1,11 @@
 #include "resolve/FilesCut.h"
-#include <QJsonArray>
-#include <QJsonDocument>
 #include <algorithm>
 #include <cstring>
+#include <QJsonArray>
+#include <QJsonDocument>
 
-namespace {
+namespace
+{
 class Scan
 {
 public:
@@ -68,7 +69,10 @@ public:
     }
 
 private:
-    const char *find(char c) const { return static_cast<const char *>(std::memchr(m_at, c, std::size_t(m_end - m_at))); }
+    const char *find(char c) const
+    {
+        return static_cast<const char *>(std::memchr(m_at, c, std::size_t(m_end - m_at)));
+    }
     const char *behindEscapes()
     {
         for (; m_at < m_end && *m_at != '"'; ++m_at) {
@@ -101,7 +105,8 @@ bool enter(Scan *scan, const char *key)
         const char *name = scan->at() + 1;
         if (!scan->string())
             return false;
-        const bool wanted = scan->at() - name - 1 == qptrdiff(std::strlen(key)) && std::memcmp(name, key, std::strlen(key)) == 0;
+        const bool wanted =
+            scan->at() - name - 1 == qptrdiff(std::strlen(key)) && std::memcmp(name, key, std::strlen(key)) == 0;
         if (!scan->take(':'))
             return false;
         if (wanted)
@@ -167,7 +172,8 @@ FilesCut FilesCut::from(const QByteArray &json, const QString &lead, const QStri
         if (!scan.take(']'))
             return cut;
     }
-    cut.rest = json.left(int(open - json.constData())) + ']' + QByteArray(scan.at(), int(json.constData() + json.size() - scan.at()));
+    cut.rest = json.left(int(open - json.constData())) + ']' +
+               QByteArray(scan.at(), int(json.constData() + json.size() - scan.at()));
     cut.good = good;
     return cut;
 }

@@ -1,7 +1,7 @@
 #pragma once
-// Takes the list of files out of a result before it is parsed: scenes name a hundred thousand files, and the list is only
-// ever kept as text. One pass over the bytes; what it can't vouch for (anything but a list of plain strings) is left to
-// the ordinary parser. Any thread.
+// Takes the list of files out of a result before it is parsed: scenes name a hundred thousand files, and the list is
+// only ever kept as text. One pass over the bytes; what it can't vouch for (anything but a list of plain strings) is
+// left to the ordinary parser. Any thread.
 #include <QByteArray>
 #include <QString>
 

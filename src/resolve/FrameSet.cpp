@@ -3,7 +3,8 @@
 #include <iterator>
 #include <vector>
 
-namespace {
+namespace
+{
 constexpr int MaxDigits = 6;
 
 // One whole number of up to 6 digits, without a sign.
@@ -26,7 +27,8 @@ int clamp(int frame) { return std::clamp(frame, FrameSet::Lowest, FrameSet::High
 // Text behind ":"; more digits than fit are above the highest step all the same.
 bool step(const QStringRef &text, int *value)
 {
-    const bool digits = std::all_of(text.begin(), text.end(), [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); });
+    const bool digits =
+        std::all_of(text.begin(), text.end(), [](QChar c) { return c >= QLatin1Char('0') && c <= QLatin1Char('9'); });
     const bool negative = text.size() > 1 && text.at(0) == QLatin1Char('-');
     int parsed = 0;
     if (negative)
@@ -211,9 +213,9 @@ QString FrameSet::checkPaste(const QString &text)
     const QStringList parts = commas.split(QLatin1Char(','));
     // Judged piece by piece: the pattern as a whole would backtrack over a long text.
     const bool good = text.size() <= MaxText && std::all_of(parts.begin(), parts.end(), [](const QString &part) {
-        Term term;
-        return !part.contains(QLatin1Char(':')) && parseTerm(part, &term);
-    });
+                          Term term;
+                          return !part.contains(QLatin1Char(':')) && parseTerm(part, &term);
+                      });
     return good ? QString() : tr("输入的字符格式不正确，请检查！");
 }
 

@@ -23,9 +23,9 @@ public:
     };
 
     static QString normalise(const QString &text);
-    static bool parseTerm(const QString &text, Term *term); // clamped; false where it isn't a term
+    static bool parseTerm(const QString &text, Term *term);     // clamped; false where it isn't a term
     static bool parse(const QString &text, QList<Term> *terms); // false where any piece isn't a term, or none is there
-    static QString rewrite(const QString &text);            // from the clamped numbers; unreadable text as it came
+    static QString rewrite(const QString &text);                // from the clamped numbers; unreadable text as it came
     // All frames, sorted, each once. Empty where the text can't be read or a range runs backwards.
     static QVector<int> expand(const QString &text);
     static QVector<int> expandAll(const QStringList &texts); // union
@@ -37,7 +37,7 @@ public:
     static QString stepPattern();
     // Checks: the message for the user, empty when all is well.
     static QString checkPaste(const QString &text);
-    static QString checkFrames(const QString &frames);                          // of a parameter row
+    static QString checkFrames(const QString &frames);                             // of a parameter row
     static QString checkKeyFrames(const QString &keys, const QStringList &frames); // priority frames within frames
-    static bool stepEnabled(const QString &frames);                             // a single range alone
+    static bool stepEnabled(const QString &frames);                                // a single range alone
 };

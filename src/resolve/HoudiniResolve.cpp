@@ -1,6 +1,6 @@
 #include "resolve/HoudiniResolve.h"
-#include "common/UserInfo.h"
 #include "common/platform/Platform.h"
+#include "common/UserInfo.h"
 #include "resolve/BatchFile.h"
 #include "resolve/SoftwareFinder.h"
 
@@ -14,7 +14,8 @@ void HoudiniResolve::resolve()
     if (!houdini.found())
         return setError(NotFound);
     BatchFile batch(platform::isWindows());
-    batch.run({native(houdini.program), native(sceneFile), native(UserInfo::programDir() + QLatin1String("/scripts/houdini/p27/vhmain.py"))});
+    batch.run({native(houdini.program), native(sceneFile),
+               native(UserInfo::programDir() + QLatin1String("/scripts/houdini/p27/vhmain.py"))});
     const QString path = batch.write(logFile);
     if (path.isEmpty())
         return setError(WriteFailed);

@@ -10,7 +10,8 @@
 #include <QRegularExpression>
 #include <QTextCodec>
 
-namespace {
+namespace
+{
 constexpr int Block = 1024 * 1024;
 constexpr int WrongData = 10012;
 enum Software { MaxType = 3, C4DType = 5 };
@@ -33,7 +34,8 @@ QJsonDocument parseDocument(const QByteArray &json)
     if (problem.error == QJsonParseError::GarbageAtEnd)
         document = QJsonDocument::fromJson(json.left(problem.offset), &problem);
     if (problem.error != QJsonParseError::NoError)
-        qWarning().noquote() << "LogParser::parseJson" << problem.errorString() << "at" << problem.offset << "of" << json.size();
+        qWarning().noquote() << "LogParser::parseJson" << problem.errorString() << "at" << problem.offset << "of"
+                             << json.size();
     return document;
 }
 
@@ -67,7 +69,8 @@ void finishC4D(ParsedLog *log, const QString &first, const QString &plugins, QSt
     const QString scene = single(log->content.value(QLatin1String("sceneName")).toString());
     if (!scene.isEmpty() && scene != first) {
         qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
-        *files += (files->endsWith(QLatin1Char('[')) ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
+        *files +=
+            (files->endsWith(QLatin1Char('[')) ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
     }
     const QJsonObject model = log->content.value(QLatin1String("modelParameters")).toObject();
     if (LogParser::rendererDiffers(model.value(QLatin1String("renderer")).toString(), plugins)) {
@@ -173,9 +176,10 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
 bool LogParser::write(const QString &logPath, const QJsonObject &result, bool append)
 {
     QFile file(logPath);
-    const QByteArray text = QByteArray("\n") + InfoMark + QJsonDocument(result).toJson(QJsonDocument::Compact) + "\n" + DebugMark + "\n";
-    const bool good = file.open(append ? QIODevice::WriteOnly | QIODevice::Append : QIODevice::WriteOnly)
-                      && file.write(text) == text.size() && file.flush();
+    const QByteArray text =
+        QByteArray("\n") + InfoMark + QJsonDocument(result).toJson(QJsonDocument::Compact) + "\n" + DebugMark + "\n";
+    const bool good = file.open(append ? QIODevice::WriteOnly | QIODevice::Append : QIODevice::WriteOnly) &&
+                      file.write(text) == text.size() && file.flush();
     if (!good)
         qWarning().noquote() << "LogParser::write" << logPath << file.errorString();
     return good;

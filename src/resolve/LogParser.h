@@ -10,9 +10,9 @@
 #include <QString>
 
 struct ParsedLog {
-    bool found = false;  // the marker was there
-    int error = 0;       // 10012 where what follows it can't be used
-    int status = 0;      // 0 clean, 1 warnings, 2 errors, 3 parameters missing
+    bool found = false; // the marker was there
+    int error = 0;      // 10012 where what follows it can't be used
+    int status = 0;     // 0 clean, 1 warnings, 2 errors, 3 parameters missing
     QString details;
     QJsonObject content; // the result without its files
     QString files;       // fragment: "files":[...]
@@ -26,7 +26,8 @@ public:
 
     // first: a path that the list of files shall begin with (empty: none). plugins: the "plugins" array chosen for the
     // scene as JSON text, for the renderer rule of Cinema 4D.
-    static ParsedLog read(const QString &logPath, int softwareType, const QString &first = {}, const QString &plugins = {});
+    static ParsedLog read(const QString &logPath, int softwareType, const QString &first = {},
+                          const QString &plugins = {});
     static ParsedLog parseJson(const QByteArray &json, int softwareType, const QString &first, const QString &plugins);
     // Writes a result as the log holds it. append: behind what stands there.
     static bool write(const QString &logPath, const QJsonObject &result, bool append);

@@ -1,12 +1,13 @@
 #include "resolve/MaxResolve.h"
-#include "common/UserInfo.h"
 #include "common/platform/Platform.h"
+#include "common/UserInfo.h"
 #include "resolve/BatchFile.h"
 #include "resolve/MaxVersion.h"
 #include "resolve/SoftwareFinder.h"
 #include <QFileInfo>
 
-namespace {
+namespace
+{
 // The encrypted copy where one was packaged, else the source.
 QString script()
 {
@@ -33,12 +34,12 @@ void MaxResolve::resolve()
     batch.set(QStringLiteral("vandrel_old_2010_2012"), native(logFile));
     batch.set(QStringLiteral("vandrel_filepath"), native(logFile));
     batch.set(QStringLiteral("vandrel_fileload"), native(sceneFile));
-    batch.run({native(max.program), QStringLiteral("-q"), QStringLiteral("-silent"), QStringLiteral("-mip"), QStringLiteral("-u"),
-               QStringLiteral("MAXScript"), native(starter)});
+    batch.run({native(max.program), QStringLiteral("-q"), QStringLiteral("-silent"), QStringLiteral("-mip"),
+               QStringLiteral("-u"), QStringLiteral("MAXScript"), native(starter)});
     batch.show(native(logFile));
     // The script appends to the log, which has to be there.
-    if (BatchFile::write(starter, QStringLiteral("filein \"%1\"\r\n").arg(script()).toUtf8()).isEmpty()
-        || BatchFile::write(logFile, {}).isEmpty())
+    if (BatchFile::write(starter, QStringLiteral("filein \"%1\"\r\n").arg(script()).toUtf8()).isEmpty() ||
+        BatchFile::write(logFile, {}).isEmpty())
         return setError(WriteFailed);
     const QString path = batch.write(logFile);
     if (path.isEmpty())

@@ -2,7 +2,8 @@
 #include <QDebug>
 #include <QFile>
 
-namespace {
+namespace
+{
 constexpr qint64 Early = 0x3000, Late = 0x5000;
 constexpr int AnyStamp = 0x1F; // passes up to 2014
 constexpr int LowestNegative = 0x80;
@@ -11,9 +12,10 @@ struct Rule {
     int year, highest;
     bool early, late;
 };
-constexpr Rule rules[] = {{2010, 0x12, true, false}, {2011, 0x13, true, false}, {2012, 0x14, true, true},  {2013, 0x17, false, true},
-                          {2014, 0x19, false, true}, {2015, 0x20, false, true}, {2016, 0x21, false, true}, {2017, 0x22, false, true},
-                          {2018, 0x23, false, true}, {2019, 0x24, false, true}, {2020, 0x25, false, true}};
+constexpr Rule rules[] = {{2010, 0x12, true, false}, {2011, 0x13, true, false}, {2012, 0x14, true, true},
+                          {2013, 0x17, false, true}, {2014, 0x19, false, true}, {2015, 0x20, false, true},
+                          {2016, 0x21, false, true}, {2017, 0x22, false, true}, {2018, 0x23, false, true},
+                          {2019, 0x24, false, true}, {2020, 0x25, false, true}};
 
 // As a signed byte: what would be negative never passes.
 bool passes(const Rule &rule, int stamp)
@@ -55,9 +57,13 @@ QString MaxVersion::isVersionMatched(const QString &year, const QString &path)
     }
     qWarning().noquote() << "MaxVersion::isVersionMatched max verInfo error:" << stamp << year << path;
     switch (stamp) {
-    case UnknownYear: return QStringLiteral("10030");
-    case NotRead: return QStringLiteral("10031");
-    case NotOpened: return QStringLiteral("10032");
-    default: return QStringLiteral("10033");
+    case UnknownYear:
+        return QStringLiteral("10030");
+    case NotRead:
+        return QStringLiteral("10031");
+    case NotOpened:
+        return QStringLiteral("10032");
+    default:
+        return QStringLiteral("10033");
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
-// Which version of 3ds Max saved a scene, by the stamp byte at a fixed place of the file, and whether the chosen version
-// can open it. Any thread.
+// Which version of 3ds Max saved a scene, by the stamp byte at a fixed place of the file, and whether the chosen
+// version can open it. Any thread.
 //
 //   year        offset            highest stamp
 //   2010, 2011  0x3000            0x12, 0x13

@@ -7,7 +7,8 @@
 QString MayaResolve::scriptFolder(const QString &software)
 {
     static const QRegularExpression old(QStringLiteral("maya201[0-3]"), QRegularExpression::CaseInsensitiveOption);
-    const QString base = UserInfo::programDir() + QLatin1String("/scripts/maya/"), present = base + QLatin1String("p27");
+    const QString base = UserInfo::programDir() + QLatin1String("/scripts/maya/"),
+                  present = base + QLatin1String("p27");
     const QString before = base + QLatin1String("p26");
     if (!old.match(software).hasMatch())
         return present;
@@ -28,7 +29,9 @@ void MayaResolve::resolve()
 
     const QString command = QStringLiteral("python(\"import sys,os\");python(\"sys.path.append(\\\"%1\\\")\");"
                                            "python(\"import vanalyzer\");python(\"vanalyzer.runMain(%2,%3)\")")
-                                .arg(scripts).arg(0).arg(UserInfo::mayaCache());
+                                .arg(scripts)
+                                .arg(0)
+                                .arg(UserInfo::mayaCache());
     QStringList arguments;
     if (QFileInfo(maya.program).completeBaseName() == QLatin1String("maya"))
         arguments << QStringLiteral("-batch"); // where there is no batch program of its own

@@ -10,7 +10,8 @@
 #include <QRegularExpression>
 #include <QSet>
 
-namespace {
+namespace
+{
 using namespace ParameterDefaults;
 
 QString scenePath(const db_resolve &res) { return VFunc::followLinks(res.lpath); }
@@ -25,9 +26,15 @@ bool readObject(const QString &text, QJsonObject *object)
     return problem.error == QJsonParseError::NoError && document.isObject();
 }
 
-QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
+QString compact(const QJsonObject &object)
+{
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
 
-QString text(const QJsonObject &object, const char *key) { return object.value(QLatin1String(key)).toVariant().toString(); }
+QString text(const QJsonObject &object, const char *key)
+{
+    return object.value(QLatin1String(key)).toVariant().toString();
+}
 
 bool anySelected(const QJsonArray &list)
 {
@@ -44,12 +51,14 @@ QJsonArray entries(int type, const QJsonObject &rdata)
     const QJsonValue model = rdata.value(QLatin1String("modelParameters"));
     const QJsonObject object = model.toObject();
     switch (type) {
-    case Maya: return model.isArray() ? model.toArray() : object.value(QLatin1String("layers")).toArray();
+    case Maya:
+        return model.isArray() ? model.toArray() : object.value(QLatin1String("layers")).toArray();
     case Houdini:
         if (model.isArray())
             return model.toArray();
         return (rdata.contains(QLatin1String("Rops")) ? rdata : object).value(QLatin1String("Rops")).toArray();
-    case Terragen: return object.value(QLatin1String("cameras")).toArray();
+    case Terragen:
+        return object.value(QLatin1String("cameras")).toArray();
     case Clarisse: {
         QJsonArray layers;
         for (const QJsonValue &image : object.value(QLatin1String("images")).toArray()) {
@@ -58,7 +67,8 @@ QJsonArray entries(int type, const QJsonObject &rdata)
         }
         return layers;
     }
-    default: return {};
+    default:
+        return {};
     }
 }
 
@@ -83,7 +93,8 @@ void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
     if (!rdata->contains(QLatin1String("sceneName")))
         rdata->insert(QStringLiteral("sceneName"), QDir::fromNativeSeparators(res.lpath));
     if (!rdata->contains(QLatin1String("missionName")))
-        rdata->insert(QStringLiteral("missionName"), QFileInfo(text(*rdata, "sceneName").replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName());
+        rdata->insert(QStringLiteral("missionName"),
+                      QFileInfo(text(*rdata, "sceneName").replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName());
     if (!rdata->contains(QLatin1String("softwareType")))
         rdata->insert(QStringLiteral("softwareType"), type);
 }
@@ -113,13 +124,26 @@ bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QStrin
         // Before the software's own: that replaces the analysis's lists, and frames are the same in both.
         fillPriority(type, &rdata, rset, config);
         switch (type) {
-        case Maya: maya(&rdata, config); break;
-        case Max: max(&rdata, &res->rfile); break;
-        case Houdini: houdini(&rdata); break;
-        case Cinema4D: cinema4D(&rdata); break;
-        case Clarisse: clarisse(&rdata); break;
-        case Terragen: terragen(&rdata); break;
-        default: break;
+        case Maya:
+            maya(&rdata, config);
+            break;
+        case Max:
+            max(&rdata, &res->rfile);
+            break;
+        case Houdini:
+            houdini(&rdata);
+            break;
+        case Cinema4D:
+            cinema4D(&rdata);
+            break;
+        case Clarisse:
+            clarisse(&rdata);
+            break;
+        case Terragen:
+            terragen(&rdata);
+            break;
+        default:
+            break;
         }
         fillNames(type, *res, &rdata);
     }
@@ -187,7 +211,8 @@ QString ParameterModel::check(int type, const QJsonObject &rdata, const QString 
             test(tr("请选择节点"));
         for (const QJsonValue &value : cameras) {
             const QJsonObject camera = value.toObject();
-            if (camera.value(QLatin1String("selected")).toInt() == 1 && camera.value(QLatin1String("vrMode")).toInt() == 1)
+            if (camera.value(QLatin1String("selected")).toInt() == 1 &&
+                camera.value(QLatin1String("vrMode")).toInt() == 1)
                 test(photonMessage(text(camera, "giFile")));
         }
     }
@@ -234,8 +259,9 @@ QStringList ParameterModel::photonFiles(const QString &file, bool alone)
     if (alone || !run.hasMatch())
         return {file};
     const QString name = info.fileName();
-    const QRegularExpression rule(QRegularExpression::anchoredPattern(QRegularExpression::escape(name.left(run.capturedStart())) + QStringLiteral("\\d+")
-                                                                      + QRegularExpression::escape(name.mid(run.capturedEnd()))),
+    const QRegularExpression rule(QRegularExpression::anchoredPattern(
+                                      QRegularExpression::escape(name.left(run.capturedStart())) +
+                                      QStringLiteral("\\d+") + QRegularExpression::escape(name.mid(run.capturedEnd()))),
                                   QRegularExpression::CaseInsensitiveOption);
     QStringList files;
     for (const QString &one : info.dir().entryList(QDir::Files, QDir::Name)) {
@@ -262,7 +288,8 @@ QJsonArray ParameterModel::filesOf(const QString &fragment)
 
 QString ParameterModel::fragmentOf(const QJsonArray &files)
 {
-    const QByteArray whole = QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
+    const QByteArray whole =
+        QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
     return QString::fromUtf8(whole.constData() + 1, whole.size() - 2);
 }
 

@@ -1,6 +1,7 @@
 #pragma once
-// What is to be rendered, per software: the one place that turns the result of an analysis into what is submitted, fills
-// what no dialog touched, and tests it. Static, without state, any thread; disk is read only to list photon files.
+// What is to be rendered, per software: the one place that turns the result of an analysis into what is submitted,
+// fills what no dialog touched, and tests it. Static, without state, any thread; disk is read only to list photon
+// files.
 #include "common/CommonConfig.h"
 #include "db/Records.h"
 #include <QCoreApplication>

@@ -197,11 +197,12 @@ void ResolveHandler::resolveTimeOut(qlonglong rkey)
 
 void ResolveHandler::automatic()
 {
+    // What a seat handed over for the master's user to look at waits for that user.
     const CommonConfig config = CommonConfig::get();
     const bool clean = config.autoSubmit == 1, warned = clean && config.ignoreWarn == 1;
     for (const db_resolve &row : dao().finished()) {
         const bool goes = row.state == 106 ? clean : warned || dao().batchMarked(row.rkey);
-        if (goes && m_held.value(row.rkey, -1) != row.rtime && !commit(row, false))
+        if (goes && !OrderMessage::object(row.rset).value("needMasterCheck").toVariant().toBool() && m_held.value(row.rkey, -1) != row.rtime && !commit(row, false))
             m_held.insert(row.rkey, row.rtime); // looked at again when its state has changed
     }
 }

@@ -1,13 +1,14 @@
 #include "resolve/SoftwareFinder.h"
-#include "common/UserInfo.h"
 #include "common/platform/Platform.h"
+#include "common/UserInfo.h"
+#include <algorithm>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
-#include <algorithm>
 
-namespace {
+namespace
+{
 const QString Uninstall = QStringLiteral("SOFTWARE\\Microsoft\\Windows\\CurrentVersion\\Uninstall\\");
 
 QString machineValue(const QString &key, const char *name)
@@ -30,7 +31,10 @@ QStringList programs(const QString &windows, const QStringList &others)
     return platform::isWindows() ? QStringList(windows) : others;
 }
 
-QString clean(QString path) { return QDir::cleanPath(path.remove(QLatin1Char('"')).trimmed().replace(QLatin1Char('\\'), QLatin1Char('/'))); }
+QString clean(QString path)
+{
+    return QDir::cleanPath(path.remove(QLatin1Char('"')).trimmed().replace(QLatin1Char('\\'), QLatin1Char('/')));
+}
 
 // By the numbers within the names: 17.5.1000 before 17.5.460.
 bool newer(const QString &a, const QString &b)
@@ -52,7 +56,8 @@ QString mayaSibling(const QString &program)
     const int at = name.indexOf(QLatin1String("maya"), 0, Qt::CaseInsensitive);
     if (at < 0 || name.contains(QLatin1String("mayapy"), Qt::CaseInsensitive))
         return program;
-    const QString ending = name.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive) ? QStringLiteral(".exe") : QString();
+    const QString ending =
+        name.endsWith(QLatin1String(".exe"), Qt::CaseInsensitive) ? QStringLiteral(".exe") : QString();
     return info.path() + QLatin1String("/mayapy") + ending;
 }
 } // namespace
@@ -93,25 +98,31 @@ SoftwareFinder::Installation SoftwareFinder::chosen(const QString &software, con
     return {bin ? QFileInfo(info.path()).path() : info.path(), path};
 }
 
-SoftwareFinder::Installation SoftwareFinder::usual(const QString &root, const QString &base, const QString &rule, const QStringList &programs)
+SoftwareFinder::Installation SoftwareFinder::usual(const QString &root, const QString &base, const QString &rule,
+                                                   const QStringList &programs)
 {
     const QRegularExpression fits(QRegularExpression::anchoredPattern(rule), QRegularExpression::CaseInsensitiveOption);
     QStringList names = QDir(root + base).entryList(QDir::Dirs | QDir::NoDotAndDotDot);
     std::sort(names.begin(), names.end(), newer);
     for (const QString &name : qAsConst(names)) {
-        const Installation one = fits.match(name).hasMatch() ? within(root + base + QLatin1Char('/') + name, programs) : Installation();
+        const Installation one =
+            fits.match(name).hasMatch() ? within(root + base + QLatin1Char('/') + name, programs) : Installation();
         if (one.found())
             return one;
     }
     return {};
 }
 
-SoftwareFinder::Installation SoftwareFinder::maya(const QString &software, const QString &version, bool fast, const QString &root)
+SoftwareFinder::Installation SoftwareFinder::maya(const QString &software, const QString &version, bool fast,
+                                                  const QString &root)
 {
-    const QStringList names = programs(QStringLiteral("bin/mayabatch.exe"), {QStringLiteral("bin/mayabatch"), QStringLiteral("bin/maya")});
+    const QStringList names =
+        programs(QStringLiteral("bin/mayabatch.exe"), {QStringLiteral("bin/mayabatch"), QStringLiteral("bin/maya")});
     Installation one = chosen(software, names);
     if (!one.found())
-        one = within(machineValue(QStringLiteral("SOFTWARE\\Autodesk\\Maya\\%1\\Setup\\InstallPath").arg(version), "MAYA_INSTALL_LOCATION"), names);
+        one = within(machineValue(QStringLiteral("SOFTWARE\\Autodesk\\Maya\\%1\\Setup\\InstallPath").arg(version),
+                                  "MAYA_INSTALL_LOCATION"),
+                     names);
     const QString rule = QStringLiteral("maya%1(-x64)?").arg(QRegularExpression::escape(version));
     for (const char *base : {"/usr/autodesk", "/opt/autodesk"}) {
         if (!one.found() && !platform::isWindows() && !version.isEmpty())
@@ -125,54 +136,76 @@ SoftwareFinder::Installation SoftwareFinder::maya(const QString &software, const
 SoftwareFinder::Installation SoftwareFinder::max(const QString &software, const QString &year, const QString &root)
 {
     Q_UNUSED(root) // exists for one system only
-    static const char *const rows[] = {
-        "2020_22.0", "2019_21.0", "2018_20.0", "2017_19.0", "2016_18.0", "2015_17.0", "2014_16.0", "2013_15.0",
-        "2012_14.0\\MAX-1:804", "2012_14.0\\MAX-1:409", "2011_13.0\\MAX-1:804", "2011_13.0\\MAX-1:409",
-        "2010_12.0\\MAX-1:804", "2010_12.0\\MAX-1:409"};
+    static const char *const rows[] = {"2020_22.0",
+                                       "2019_21.0",
+                                       "2018_20.0",
+                                       "2017_19.0",
+                                       "2016_18.0",
+                                       "2015_17.0",
+                                       "2014_16.0",
+                                       "2013_15.0",
+                                       "2012_14.0\\MAX-1:804",
+                                       "2012_14.0\\MAX-1:409",
+                                       "2011_13.0\\MAX-1:804",
+                                       "2011_13.0\\MAX-1:409",
+                                       "2010_12.0\\MAX-1:804",
+                                       "2010_12.0\\MAX-1:409"};
     const QStringList names = programs(QStringLiteral("3dsmax.exe"), {QStringLiteral("3dsmax")});
     Installation one = chosen(software, names);
     for (const char *product : {"3dsMax", "3dsMaxDesign"}) {
         for (const char *row : rows) {
             const QString text = QLatin1String(row);
             if (!one.found() && text.section(QLatin1Char('_'), 0, 0) == year)
-                one = within(machineValue(QStringLiteral("SOFTWARE\\Autodesk\\%1\\%2").arg(QLatin1String(product), text.section(QLatin1Char('_'), 1)),
-                                          "Installdir"), names);
+                one = within(machineValue(QStringLiteral("SOFTWARE\\Autodesk\\%1\\%2")
+                                              .arg(QLatin1String(product), text.section(QLatin1Char('_'), 1)),
+                                          "Installdir"),
+                             names);
         }
     }
     return one;
 }
 
-SoftwareFinder::Installation SoftwareFinder::houdini(const QString &software, const QString &version, const QString &root)
+SoftwareFinder::Installation SoftwareFinder::houdini(const QString &software, const QString &version,
+                                                     const QString &root)
 {
     const QStringList names = programs(QStringLiteral("bin/hython.exe"), {QStringLiteral("bin/hython")});
     Installation one = chosen(software, names);
     if (!one.found())
-        one = within(machineValue(QStringLiteral("SOFTWARE\\Side Effects Software\\Houdini %1").arg(version), "InstallPath"), names);
+        one = within(
+            machineValue(QStringLiteral("SOFTWARE\\Side Effects Software\\Houdini %1").arg(version), "InstallPath"),
+            names);
     if (!one.found() && !platform::isWindows() && !version.isEmpty())
-        one = usual(root, QStringLiteral("/opt"), QStringLiteral("hfs%1(\\..*)?").arg(QRegularExpression::escape(version)), names);
+        one = usual(root, QStringLiteral("/opt"),
+                    QStringLiteral("hfs%1(\\..*)?").arg(QRegularExpression::escape(version)), names);
     return one;
 }
 
-SoftwareFinder::Installation SoftwareFinder::cinema4D(const QString &software, const QString &version, const QString &root)
+SoftwareFinder::Installation SoftwareFinder::cinema4D(const QString &software, const QString &version,
+                                                      const QString &root)
 {
-    const QStringList names = programs(QStringLiteral("CINEMA 4D.exe"),
-                                       {QStringLiteral("bin/Commandline"), QStringLiteral("Commandline"), QStringLiteral("bin/CINEMA 4D"), QStringLiteral("CINEMA 4D")});
+    const QStringList names =
+        programs(QStringLiteral("CINEMA 4D.exe"), {QStringLiteral("bin/Commandline"), QStringLiteral("Commandline"),
+                                                   QStringLiteral("bin/CINEMA 4D"), QStringLiteral("CINEMA 4D")});
     Installation one = chosen(software, names);
     for (const QString &key : one.found() ? QStringList() : machineKeys(Uninstall)) {
         const QString whole = Uninstall + key;
-        if (!one.found() && key.contains(QLatin1String("MAXON"), Qt::CaseInsensitive)
-            && machineValue(whole, "DisplayName").contains(QLatin1String("CINEMA 4D"), Qt::CaseInsensitive)
-            && machineValue(whole, "DisplayVersion").section(QLatin1Char('.'), 0, 0) == version)
+        if (!one.found() && key.contains(QLatin1String("MAXON"), Qt::CaseInsensitive) &&
+            machineValue(whole, "DisplayName").contains(QLatin1String("CINEMA 4D"), Qt::CaseInsensitive) &&
+            machineValue(whole, "DisplayVersion").section(QLatin1Char('.'), 0, 0) == version)
             one = within(machineValue(whole, "InstallLocation"), names);
     }
     if (!one.found() && !platform::isWindows() && !version.isEmpty())
-        one = usual(root, QStringLiteral("/opt/maxon"), QStringLiteral("cinema ?4d(.*\\D)?%1(\\D.*)?").arg(QRegularExpression::escape(version)), names);
+        one = usual(root, QStringLiteral("/opt/maxon"),
+                    QStringLiteral("cinema ?4d(.*\\D)?%1(\\D.*)?").arg(QRegularExpression::escape(version)), names);
     return one;
 }
 
-SoftwareFinder::Installation SoftwareFinder::clarisse(const QString &software, const QString &version, const QString &root)
+SoftwareFinder::Installation SoftwareFinder::clarisse(const QString &software, const QString &version,
+                                                      const QString &root)
 {
-    const QStringList names = programs(QStringLiteral("cnode.exe"), {QStringLiteral("cnode"), QStringLiteral("bin/cnode"), QStringLiteral("clarisse/cnode")});
+    const QStringList names =
+        programs(QStringLiteral("cnode.exe"),
+                 {QStringLiteral("cnode"), QStringLiteral("bin/cnode"), QStringLiteral("clarisse/cnode")});
     Installation one = chosen(software, names);
     for (const QString &key : one.found() ? QStringList() : machineKeys(Uninstall)) {
         if (one.found() || !key.contains(QLatin1String("Clarisse")) || !key.contains(version, Qt::CaseInsensitive))

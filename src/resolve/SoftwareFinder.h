@@ -12,8 +12,8 @@ public:
         QString program; // what is started
         bool found() const { return !program.isEmpty(); }
     };
-    // software: lower case, as chosen ("maya2016"); version: what the analyser read from it. fast: the interpreter of Maya
-    // in place of its batch program. root: put before the usual folders.
+    // software: lower case, as chosen ("maya2016"); version: what the analyser read from it. fast: the interpreter of
+    // Maya in place of its batch program. root: put before the usual folders.
     static Installation maya(const QString &software, const QString &version, bool fast, const QString &root = {});
     static Installation max(const QString &software, const QString &year, const QString &root = {});
     static Installation houdini(const QString &software, const QString &version, const QString &root = {});
@@ -23,5 +23,6 @@ public:
 private:
     static Installation chosen(const QString &software, const QStringList &programs);
     static Installation within(const QString &folder, const QStringList &programs);
-    static Installation usual(const QString &root, const QString &base, const QString &rule, const QStringList &programs);
+    static Installation usual(const QString &root, const QString &base, const QString &rule,
+                              const QStringList &programs);
 };

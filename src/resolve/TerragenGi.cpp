@@ -1,15 +1,16 @@
 #include "resolve/TerragenGi.h"
 #include "common/VFunc.h"
 #include "resolve/DiskPath.h"
+#include <algorithm>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QVector>
 #include <QXmlStreamReader>
-#include <algorithm>
 
-namespace {
+namespace
+{
 struct Attribute {
     QByteArray name;
     int from = 0, length = 0; // the value, without quotes
@@ -24,7 +25,8 @@ struct Tag {
 
     const Attribute *find(const char *wanted) const
     {
-        const auto it = std::find_if(attributes.begin(), attributes.end(), [wanted](const Attribute &one) { return one.name == wanted; });
+        const auto it = std::find_if(attributes.begin(), attributes.end(),
+                                     [wanted](const Attribute &one) { return one.name == wanted; });
         return it == attributes.end() ? nullptr : &*it;
     }
 };
@@ -191,7 +193,8 @@ void choose(const QByteArray &scene, const Tag &tag, const TerragenGi::Choice &c
 QList<TerragenGi::Choice> TerragenGi::choices(const QJsonObject &rdata)
 {
     QList<Choice> list;
-    const QJsonArray cameras = rdata.value(QLatin1String("modelParameters")).toObject().value(QLatin1String("cameras")).toArray();
+    const QJsonArray cameras =
+        rdata.value(QLatin1String("modelParameters")).toObject().value(QLatin1String("cameras")).toArray();
     for (const QJsonValue &value : cameras) {
         const QJsonObject camera = value.toObject();
         if (camera.value(QLatin1String("selected")).toInt() == 1 && camera.contains(QLatin1String("vrMode")))
@@ -215,7 +218,8 @@ bool TerragenGi::edit(QByteArray *scene, const QList<Choice> &choices)
         }
         if (depth == 1 && tag.name == "render") {
             const QString name = valueOf(*scene, tag.find("name"));
-            const auto it = std::find_if(choices.begin(), choices.end(), [&name](const Choice &one) { return one.render == name; });
+            const auto it =
+                std::find_if(choices.begin(), choices.end(), [&name](const Choice &one) { return one.render == name; });
             chosen = it == choices.end() || tag.empty ? nullptr : &*it;
         } else if (depth == 2 && chosen && tag.name == "render_GI_settings") {
             choose(*scene, tag, *chosen, &edits);

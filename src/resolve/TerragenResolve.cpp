@@ -7,8 +7,8 @@ void TerragenResolve::resolve()
 {
     constexpr int WriteFailed = 10004;
     const TerragenScene scene = TerragenScene::read(sceneFile);
-    qDebug().noquote() << "TerragenResolve::resolve" << sceneFile << scene.cameras.size() << "cameras" << scene.files.size()
-                       << "files" << scene.missing.size() << "missing";
+    qDebug().noquote() << "TerragenResolve::resolve" << sceneFile << scene.cameras.size() << "cameras"
+                       << scene.files.size() << "files" << scene.missing.size() << "missing";
     if (scene.error != 0)
         return setError(scene.error);
     if (!LogParser::write(logFile, scene.result(), false))

@@ -9,7 +9,8 @@
 #include <QVector>
 #include <QXmlStreamReader>
 
-namespace {
+namespace
+{
 constexpr int TerragenType = 8;
 constexpr int WrongData = 10012, NotReadable = 10032;
 constexpr int EntityLimit = 4096;
@@ -33,13 +34,15 @@ QString frames(const QXmlStreamAttributes &attributes)
     const QString last = attributes.value(QLatin1String("sequence_last")).trimmed().toString();
     const QString step = attributes.value(QLatin1String("sequence_step")).trimmed().toString();
     const QString from = first.isEmpty() ? QStringLiteral("1") : first;
-    return QStringLiteral("%1-%2:%3").arg(from, last.isEmpty() ? from : last, step.isEmpty() ? QStringLiteral("1") : step);
+    return QStringLiteral("%1-%2:%3")
+        .arg(from, last.isEmpty() ? from : last, step.isEmpty() ? QStringLiteral("1") : step);
 }
 
 class Reader
 {
 public:
-    Reader(const QString &path, TerragenScene *scene) : m_scene(scene), m_disk(path), m_name(QFileInfo(path).completeBaseName())
+    Reader(const QString &path, TerragenScene *scene)
+        : m_scene(scene), m_disk(path), m_name(QFileInfo(path).completeBaseName())
     {
         add(path);
     }
@@ -68,8 +71,9 @@ public:
                 continue;
             const QString named = camera.value(QLatin1String("giFile")).toString();
             const QString path = named.isEmpty() ? QString() : m_disk.absolute(substituted(named));
-            const QStringList beside = named.isEmpty() ? QStringList()
-                                                       : m_disk.filesIn(path.section(QLatin1Char('/'), 0, -2), QStringLiteral(".gic"));
+            const QStringList beside =
+                named.isEmpty() ? QStringList()
+                                : m_disk.filesIn(path.section(QLatin1Char('/'), 0, -2), QStringLiteral(".gic"));
             m_scene->noPhotons |= beside.isEmpty();
             for (const QString &file : beside)
                 add(file);
@@ -135,7 +139,8 @@ private:
     {
         QJsonObject camera = m_scene->cameras.takeAt(m_scene->cameras.size() - 1).toObject();
         const auto text = [&attributes](const char *name) { return attributes.value(QLatin1String(name)).toString(); };
-        const int mode = TerragenScene::giMode(text("no_GI_cache_file"), text("read_from_GI_cache_file"), text("write_to_GI_cache_file"));
+        const int mode = TerragenScene::giMode(text("no_GI_cache_file"), text("read_from_GI_cache_file"),
+                                               text("write_to_GI_cache_file"));
         camera.insert(QStringLiteral("giName"), text("name"));
         camera.insert(QStringLiteral("vrMode"), mode);
         if (mode == 1)
@@ -199,7 +204,8 @@ QString otherEncoding(const QByteArray &bytes)
     QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
     if (state.invalidChars == 0)
         return {};
-    for (QTextCodec *codec : {QTextCodec::codecForLocale(), QTextCodec::codecForName("GB18030"), QTextCodec::codecForName("Windows-1252")}) {
+    for (QTextCodec *codec : {QTextCodec::codecForLocale(), QTextCodec::codecForName("GB18030"),
+                              QTextCodec::codecForName("Windows-1252")}) {
         QTextCodec::ConverterState other;
         const QString text = codec ? codec->toUnicode(bytes.constData(), bytes.size(), &other) : QString();
         if (!text.isEmpty() && other.invalidChars == 0)
@@ -211,7 +217,9 @@ QString otherEncoding(const QByteArray &bytes)
 
 int TerragenScene::giMode(const QString &none, const QString &readFrom, const QString &writeTo)
 {
-    const auto on = [](const QString &text) { return !text.trimmed().isEmpty() && text.trimmed() != QLatin1String("0"); };
+    const auto on = [](const QString &text) {
+        return !text.trimmed().isEmpty() && text.trimmed() != QLatin1String("0");
+    };
     return on(none) ? 0 : on(readFrom) ? 1 : on(writeTo) ? 2 : 0;
 }
 

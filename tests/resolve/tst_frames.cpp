@@ -45,7 +45,8 @@ private slots:
         row("1-2\uff0c\uff0c,5,", "1-2,5", "1 2 5", "1,2,5");
         row(" 1 - 3 ", "1-3", "1 2 3", "1,2,3");
         row("5-1", "5-1", "", "");
-        for (const char *bad : {"", ",", "a", "1-", "1--", "--5", "1--5", "1-2-3", "-1--2-3", "1234567", "1-3:x", "1.5", "1-2:3:4", "\u0665"})
+        for (const char *bad : {"", ",", "a", "1-", "1--", "--5", "1--5", "1-2-3", "-1--2-3", "1234567", "1-3:x", "1.5",
+            "1-2:3:4", "\u0665"})
             row(bad, bad, "", "");
     }
     void texts()
@@ -90,7 +91,8 @@ private slots:
     void pastedTextIsJudgedAsTyped_data()
     {
         QTest::addColumn<QString>("text");
-        for (const char *text : {"1", "1-2,3", "1\uff0c2", "-1--2", "1,", ",1", "1-2:3", "1,,2", "1234567", "1 2", "--1", "x"})
+        for (const char *text : {"1", "1-2,3", "1\uff0c2", "-1--2", "1,", ",1", "1-2:3", "1,,2", "1234567", "1 2",
+            "--1", "x"})
             QTest::newRow(text) << QString::fromUtf8(text);
     }
     void pastedTextIsJudgedAsTyped()
