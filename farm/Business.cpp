@@ -10,8 +10,9 @@ namespace farm
 
 namespace
 {
+constexpr int maxRows = 10000; // of one push
 enum { Kicked = 10001, FramesReady = 10412, ResultsReady = 10413, Illegal = 1000100, ElsewhereLogin = 1000101 };
-}
+} // namespace
 
 Business::Business(Core &core) : m_core(core)
 {
@@ -241,6 +242,8 @@ void Business::announce(Task &task)
     for (const FarmResult &one : m_core.tasks->results(task.id)) {
         if (one.confirmed || (!ended && !one.keyFrame))
             continue;
+        if (ids[one.keyFrame ? 0 : 1].size() >= maxRows)
+            continue; // the rest follows when these are confirmed
         ids[one.keyFrame ? 0 : 1] += one.id;
         rows[one.keyFrame ? 0 : 1].append(m_core.tasks->resultRow(one));
     }
