@@ -39,7 +39,7 @@ void runHelper(const RunMode &mode, const QStringList &words, const QString &exe
 {
     switch (mode.kind) {
     case RunMode::Win7: HelperModes::win7(executable); break;
-    case RunMode::CopyFiles: HelperModes::copyFiles(mode.word, UserInfo::programDir()); break;
+    case RunMode::CopyFiles: HelperModes::copyFiles(mode.word, UserInfo::programDir(), UserInfo::accountDirs()); break;
     case RunMode::RunReg: HelperModes::runReg(words); break;
     case RunMode::NetshAdd: case RunMode::NetshDelete:
         UserInfo::init(words); // the list lies among the user's data
@@ -103,6 +103,7 @@ int run(int argc, char **argv, QString *executable)
         return Startup::resolveTest(&app);
     LogSink::purge();
     LogSink::install();
+    platform::onTerminate([] { QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection); });
     Startup::registerTypes();
     ClearMax clear;
     clear.start();

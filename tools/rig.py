@@ -39,18 +39,21 @@ def wait_for(what, seconds, test, step=0.05):
 
 
 class Rig:
-    def __init__(self, tree, folder, platform='offscreen', farm_options=(), client_words=('notupdate',)):
+    def __init__(self, tree, folder, platform='offscreen', farm_options=(), client_words=('notupdate',), config_sections=None, beside=None,
+                 same_home=False):
+        """config_sections: of the machine's config.ini, {'Resolve': {'thread': 2}}. beside: a rig whose farm this client
+        uses too (after start_farm there), with same_home also its user's folders, as a second client on one machine."""
         self.tree, self.folder, self.platform = os.path.abspath(tree), os.path.abspath(folder), platform
         self.farm_options, self.client_words = list(farm_options), list(client_words)
-        self.home = os.path.join(self.folder, 'home')
+        self.home = beside.home if same_home else os.path.join(self.folder, 'home')
         self.program = os.path.join(self.folder, 'program')
-        self.data = os.path.join(self.home, '.local/share/VandrelQN')
+        self.data = os.path.join(self.home, '.local/share/VandrelQN', 'slave' if 'slaveAlone' in client_words else '')
         os.makedirs(self.program, exist_ok=True)
         os.makedirs(os.path.join(self.data, 'AllUser'), exist_ok=True)
-        self.address = self._free_address()
+        self.address = beside.address if beside else self._free_address()
         self.api_port = free_port('127.0.0.1')
         self.farm = self.client = None
-        self.http = None
+        self.http = beside.http if beside else None
         # The client runs from a copy, so that its service.ini names this rig's farm.
         for name in os.listdir(self.tree):
             if name in ('VandrelQN', 'zh_en.qm', 'scripts', 'web') and not os.path.lexists(os.path.join(self.program, name)):
@@ -61,8 +64,13 @@ class Rig:
                     os.symlink(source, os.path.join(self.program, name))
         config = os.path.join(self.data, 'AllUser', 'config.ini')
         if not os.path.exists(config):
-            with open(config, 'w') as out:
-                out.write('[Server]\nclientPort=%d\n' % self.api_port)
+            sections = dict(config_sections or {})
+            sections['Server'] = dict(sections.get('Server', {}), clientPort=self.api_port)
+            with open(config, 'w', encoding='utf-8') as out:
+                for name, values in sections.items():
+                    out.write('[%s]\n%s\n' % (name, ''.join('%s=%s\n' % one for one in values.items())))
+        if beside:
+            self._write_addresses()
 
     def _same_disk(self, source):
         return os.stat(source).st_dev == os.stat(self.program).st_dev
@@ -97,10 +105,32 @@ class Rig:
             raise Failure('the farm did not start, see %s/farm.log' % self.folder)
         self.ports = json.loads(line)
         self.http = self.ports['http']
+        self._write_addresses()
+        return self.ports
+
+    def _write_addresses(self):
         with open(os.path.join(self.program, 'service.ini'), 'w') as out:
             base = 'http://%s:%d' % (self.address, self.http)
             out.write('[server]\nqnbs=%s\nbs=%s\nlogin="%s?auto=1"\nupdate=%s\n' % (base, base, base, base))
-        return self.ports
+
+    def account(self, **facts):
+        """Lays down what the account's record tells, before the farm first starts (parseTime, needMasterCheck, ...)."""
+        folder = os.path.join(self.folder, 'farm')
+        os.makedirs(folder, exist_ok=True)
+        link = sqlite3.connect(os.path.join(folder, 'farm.db'))
+        link.execute('create table if not exists meta(k text primary key, v text)')
+        link.execute("insert or replace into meta values('config', ?)", (json.dumps(facts),))
+        link.commit()
+        link.close()
+
+    def orders(self):
+        """The order messages as the farm keeps them: {mission: (body, files)}."""
+        link = sqlite3.connect('file:%s?mode=ro' % os.path.join(self.folder, 'farm', 'farm.db'), uri=True, timeout=10)
+        try:
+            return dict((mid, (json.loads(body or '{}'), json.loads(files or '[]')))
+                        for mid, body, files in link.execute('select mid, body, files from task'))
+        finally:
+            link.close()
 
     def fault(self, name, value):
         urllib.request.urlopen('http://%s:%d/farm/fault?name=%s&value=%s' % (self.address, self.http, name, value), timeout=10).read()

@@ -1,6 +1,8 @@
 #include "common/HelperModes.h"
 #include "common/platform/Platform.h"
 #include "common/VFunc.h"
+#include <algorithm>
+#include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -43,7 +45,9 @@ bool inside(const QString &path, const QString &folder)
 
 bool holdsFile(const QString &folder, const QString &name)
 {
-    return !QDir(folder).entryList({name}, QDir::Files).isEmpty(); // without regard to case
+    // Without regard to case; some systems keep programs one deeper.
+    return !QDir(folder).entryList({name}, QDir::Files).isEmpty() ||
+           !QDir(folder + QLatin1String("/bin")).entryList({name}, QDir::Files).isEmpty();
 }
 
 // Whether the software's program lies in what stands before marker in the target (before the file itself without one),
@@ -65,9 +69,11 @@ bool targetAllowed(const QString &soft, const QString &target)
     if (QFileInfo(target).isSymLink())
         return false;
     if (soft == QLatin1String("c4d")) {
-        const QString program = QStringLiteral("CINEMA 4D.exe");
-        return (name == QLatin1String("vcmain.pyp") && belowSoftware(target, QStringLiteral("/plugins/"), program)) ||
-               (name == QLatin1String("libmmd.dll") && belowSoftware(target, {}, program));
+        const QStringList programs{QStringLiteral("CINEMA 4D.exe"), QStringLiteral("CINEMA 4D"), QStringLiteral("Commandline")};
+        return std::any_of(programs.begin(), programs.end(), [&](const QString &program) {
+            return (name == QLatin1String("vcmain.pyp") && belowSoftware(target, QStringLiteral("/plugins/"), program)) ||
+                   (name == QLatin1String("libmmd.dll") && belowSoftware(target, {}, program));
+        });
     }
     if (soft == QLatin1String("max")) {
         const QString program = QStringLiteral("3dsmax.exe");
@@ -164,9 +170,15 @@ HelperModes::CopyPlan HelperModes::copyPlan(const QByteArray &list, const QStrin
     return plan;
 }
 
-int HelperModes::copyFiles(const QString &word, const QString &programDir)
+int HelperModes::copyFiles(const QString &word, const QString &programDir, const QStringList &others)
 {
-    const QByteArray list = contentOf(programDir + QLatin1Char('/') + word);
+    QFileInfo latest(programDir + QLatin1Char('/') + word);
+    for (const QString &folder : others) {
+        const QFileInfo one(folder + QLatin1Char('/') + word);
+        if (one.isFile() && (!latest.isFile() || one.lastModified() > latest.lastModified()))
+            latest = one;
+    }
+    const QByteArray list = contentOf(latest.filePath());
     if (!QJsonDocument::fromJson(list).isObject()) {
         qWarning().noquote() << "HelperModes::copyFiles no list:" << word;
         return -1;

@@ -212,6 +212,21 @@ QString UserInfo::allUserDir() { return locked(&UserState::allUserDir); }
 QString UserInfo::userDir() { return locked(&UserState::userDir); }
 QString UserInfo::tempDir() { return locked(&UserState::tempDir); }
 
+QStringList UserInfo::accountDirs()
+{
+    QStringList dirs;
+    const QString base = appData() + QLatin1Char('/') + thirdGroup();
+    for (const QString &root : {base, base + QStringLiteral("/slave")}) {
+        for (const QString &name : QDir(root).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            bool account = false;
+            name.toUInt(&account);
+            if (account)
+                dirs.append(root + QLatin1Char('/') + name);
+        }
+    }
+    return dirs;
+}
+
 QString UserInfo::dumpDir()
 {
     QString folder = allUserDir() + QStringLiteral("/dmp");

@@ -22,6 +22,8 @@ public:
     static QString baseDir();
     static QString allUserDir();
     static QString userDir(); // empty until initUser
+    // Folders of the accounts that ever logged in on this machine, this user's; also before init.
+    static QStringList accountDirs();
     static QString tempDir();
     static QString dumpDir(); // makes the folder
     static QString registryPath();

@@ -147,6 +147,7 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     environment.remove(QStringLiteral("__COMPAT_LAYER")); // must not reach the software from an elevated launcher
     environment.insert(QStringLiteral("MachineType"), gpu ? QStringLiteral("startGpu") : QStringLiteral("startCpu"));
     environment.insert(QStringLiteral("vandrel_filepath"), logFile); // for scripts that write the log by themselves
+    environment.insert(QStringLiteral("vandrel_fileload"), native(sceneFile));
     if (softwareType == Maya)
         environment.insert(QStringLiteral("VandrelMayaCache"), QString::number(UserInfo::mayaCache())); // the quick road has no words
     m_process->setProcessEnvironment(environment);

@@ -116,6 +116,8 @@ void MaxLog::block(const QString &key, const QStringList &values)
             m_reflection = number(values.at(1));
     } else if (is("Vandrel_photoMapFile:")) {
         m_photons += values;
+    } else if (is("Vandrel_exception:")) { // the script could not go on
+        m_exception += values;
     } else if (is("Vandrel_renderType:")) {
         m_renderType = first;
     }
@@ -123,6 +125,8 @@ void MaxLog::block(const QString &key, const QStringList &values)
 
 bool MaxLog::judgeErrors()
 {
+    for (const QString &line : qAsConst(m_exception))
+        m_errorText += line.trimmed() + QLatin1String("\r\n");
     for (int code : qAsConst(m_errors)) {
         switch (code) {
         case 4: m_errorText += tr("错误：选定的相机名中含有非法字符。\r\n"); break;

@@ -26,7 +26,7 @@ private:
     QJsonObject result() const;
     QJsonObject model() const;
 
-    QStringList m_files, m_sceneCameras, m_renderCameras, m_photons;
+    QStringList m_files, m_sceneCameras, m_renderCameras, m_photons, m_exception;
     QString m_scene, m_frames, m_output, m_renderType;
     QList<int> m_errors, m_warnings;
     int m_width = -1, m_height = -1, m_mode = 0, m_reflection = 0;

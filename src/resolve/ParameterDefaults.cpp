@@ -155,7 +155,7 @@ void houdini(QJsonObject *rdata)
 void cinema4D(QJsonObject *rdata)
 {
     QJsonObject model = rdata->value(Model).toObject();
-    if (!model.contains(QLatin1String("enableCameras"))) {
+    if (arrayOf(model.value(QLatin1String("enableCameras"))).isEmpty()) { // not moved before
         model.insert(QStringLiteral("enableCameras"), arrayOf(model.value(QLatin1String("cameras"))));
         model.insert(QStringLiteral("cameras"), arrayOf(model.value(QLatin1String("activeCamera"))));
     }

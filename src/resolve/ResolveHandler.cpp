@@ -25,7 +25,7 @@ ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
 int typeOf(const db_resolve &row, const QJsonObject &rset)
 {
-    const int type = rset.value("softwareType").toInt();
+    const int type = rset.value("softwareType").toVariant().toInt();
     return type != 0 ? type : VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
 }
 } // namespace
@@ -197,12 +197,15 @@ void ResolveHandler::resolveTimeOut(qlonglong rkey)
 
 void ResolveHandler::automatic()
 {
-    // What a seat handed over for the master's user to look at waits for that user.
     const CommonConfig config = CommonConfig::get();
     const bool clean = config.autoSubmit == 1, warned = clean && config.ignoreWarn == 1;
     for (const db_resolve &row : dao().finished()) {
         const bool goes = row.state == 106 ? clean : warned || dao().batchMarked(row.rkey);
-        if (goes && !OrderMessage::object(row.rset).value("needMasterCheck").toVariant().toBool() && m_held.value(row.rkey, -1) != row.rtime && !commit(row, false))
+        if (!goes || m_held.value(row.rkey, -1) == row.rtime)
+            continue;
+        // What a seat handed over for the master's user to look at waits for that user.
+        const bool checked = OrderMessage::object(row.rset).value("needMasterCheck").toVariant().toBool();
+        if (checked || !commit(row, false))
             m_held.insert(row.rkey, row.rtime); // looked at again when its state has changed
     }
 }

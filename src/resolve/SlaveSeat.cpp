@@ -6,6 +6,7 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
+#include <QUuid>
 
 namespace
 {
@@ -17,6 +18,18 @@ QJsonValue feeAccount()
     if (!saved.isEmpty())
         return saved;
     return UserInfo::leadId() != 0 ? UserInfo::leadId() : UserInfo::userId();
+}
+
+// Keys are seconds: two seats of a master have equal ones soon enough, so each tells which seat it is.
+QString seatName()
+{
+    const QString group = QStringLiteral("Server"), key = QStringLiteral("seat");
+    QString name = UserInfo::allValue(group, key).toString();
+    if (name.isEmpty()) {
+        name = QUuid::createUuid().toString(QUuid::Id128);
+        UserInfo::setAllValue(group, key, name);
+    }
+    return name;
 }
 
 void setState(qlonglong rkey, int state, int error = 0)
@@ -43,8 +56,9 @@ void SlaveSeat::step()
     request.bareAddress = true;
     request.timeout = HandOverSeconds;
     request.guard = this;
-    request.byte = QJsonDocument(OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck()))
-                       .toJson(QJsonDocument::Compact);
+    QJsonObject body = OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck());
+    body["seat"] = seatName();
+    request.byte = QJsonDocument(body).toJson(QJsonDocument::Compact);
     NetWork::instance()->npost(
         request,
         [rkey = row.rkey](const Request &, const FuncBody &rep) {
@@ -68,7 +82,7 @@ void SlaveSeat::poll()
             continue;
         m_polled.insert(row.rkey);
         Request request;
-        request.url = UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1").arg(row.rkey);
+        request.url = UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1&seat=%2").arg(row.rkey).arg(seatName());
         request.bareAddress = true;
         request.timeout = PollSeconds;
         NetWork::instance()->nget(

@@ -168,6 +168,12 @@ void TestStart::copyReplacesFiles()
     QCOMPARE(contentOf(target), QByteArray("new"));
     QCOMPARE(contentOf(foreign), QByteArray("stays"));
     QCOMPARE(HelperModes::copyFiles("maxcopy", dir.filePath("prog")), -1);
+    // A program's folder that can't be written leaves the list in an account's folder, under the same checks.
+    QVERIFY(QFile::rename(dir.filePath("prog/c4dcopy"), dir.filePath("c4dcopy")) && QFile::remove(target));
+    QCOMPARE(HelperModes::copyFiles("c4dcopy", dir.filePath("prog")), -1);
+    QCOMPARE(HelperModes::copyFiles("c4dcopy", dir.filePath("prog"), {dir.filePath("none"), dir.path()}), 1);
+    QVERIFY(QFile::exists(target));
+    QCOMPARE(contentOf(foreign), QByteArray("stays"));
 }
 
 void TestStart::unityTreesAreCleared()

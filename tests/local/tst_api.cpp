@@ -426,6 +426,17 @@ private slots:
         QTRY_COMPARE(queues->calls, check ? QStringList() : QStringList{"commit 1001 0 "});
         ResolveDAO::instance()->setState(1001, 111, 0, 1);
         QCOMPARE(post("/model/checkSlave?rkey=1000").value("data").toObject().value("state").toInt(), 111);
+
+        // Another seat with a row of the same second: neither takes the other's for its own.
+        QJsonObject other = QJsonDocument::fromJson(body).object();
+        other["seat"] = "b";
+        QCOMPARE(post("/model/analysis", json(other)).value("result").toInt(), 1);
+        QCOMPARE(ResolveDAO::instance()->readAll().size(), 3);
+        const auto state = [this](const QString &query) {
+            return post("/model/checkSlave?rkey=1000" + query.toUtf8()).value("data").toObject().value("state").toInt();
+        };
+        QCOMPARE(state("&seat=b"), 106);
+        QCOMPARE(state("&seat=c"), -1);
     }
 
     void masterInfo()

@@ -171,6 +171,7 @@ private slots:
         row("warning", {"8"}, 1, "当前渲染器为CPU渲染器，机型选择GPU，请确认机型后提交。\r\n");
         row("IrradianceMap", {"2"}, 1, "警告：未解析到本地光子，请在参数设置里面修改光子模式或重新指认光子路径。\r\n");
         row("IrradianceMap", {"1", "1"}, 0, "");
+        row("exception", {"-- Unknown property", "in f"}, 2, "-- Unknown property\r\nin f\r\n");
     }
     void max()
     {

@@ -72,6 +72,8 @@ private slots:
             R"({"coverParameters":[{"Rop":"/out/m","reslution":[8,6],"frames":"1-2"}],"modelParameters":[{"Rop":"/out/m","reslution":[8,6],"frames":"1-2","selected":1,"width":8,"height":6}]})");
         row("cinema 4d", "/a.c4d", R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
             R"({"modelParameters":{"cameras":["b"],"enableCameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","outputFile":"o.png","width":8,"height":6,"frames":"1"}})");
+        row("cinema 4d, nothing enabled yet", "/a.c4d", R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","enableCameras":[],"outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
+            R"({"modelParameters":{"cameras":["b"],"enableCameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","outputFile":"o.png","width":8,"height":6,"frames":"1"}})");
         row("clarisse", "/a.project", R"({"modelParameters":{"images":[{"name":"i","layers":[{"name":"l"},{"name":"m"}]},{"name":"j","layers":[]}]}})",
             R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","selected":1},{"name":"m","selected":1}]},{"name":"j","selected":1,"layers":[]}]}})");
         row("terragen", "/a.tgd", R"({"modelParameters":{"cameras":[{"name":"a","vrMode":2},{"name":"b"}]}})",

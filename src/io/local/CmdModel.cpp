@@ -139,11 +139,13 @@ void CmdHand::modelCommit()
 void CmdHand::modelCheckSlave()
 {
     const qlonglong key = m_line.arg("rkey").toLongLong();
-    db_resolve row = ResolveDAO::instance()->read(key);
-    if (row.rkey == 0 || ModelAnalysis::seatKey(row) != key)
-        for (const db_resolve &other : ResolveDAO::instance()->readAll())
-            if (key != 0 && ModelAnalysis::seatKey(other) == key)
-                row = other;
+    const QString seat = m_line.arg("seat");
+    db_resolve row;
+    for (const db_resolve &one : key != 0 ? ResolveDAO::instance()->readAll() : QList<db_resolve>())
+        if (ModelAnalysis::seatKey(one) == key && (seat.isEmpty() || ModelAnalysis::seatName(one) == seat))
+            row = one;
+    if (row.rkey == 0 && seat.isEmpty())
+        row = ResolveDAO::instance()->read(key);
     const bool there = row.rkey != 0;
     good(QString(),
          QJsonObject{{"rkey", key}, {"state", there ? row.state : Gone}, {"fok", row.fok}, {"fsum", row.fsum}});

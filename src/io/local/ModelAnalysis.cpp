@@ -99,10 +99,10 @@ int projectId(const QJsonObject &project)
 }
 
 // A seat whose reply got lost hands the same scene over again.
-bool handedOverBefore(qlonglong seatKey, const QString &scene)
+bool handedOverBefore(qlonglong seatKey, const QString &seat, const QString &scene)
 {
     for (const db_resolve &row : ResolveDAO::instance()->readAll())
-        if (row.lpath == scene && ModelAnalysis::seatKey(row) == seatKey)
+        if (row.lpath == scene && ModelAnalysis::seatKey(row) == seatKey && ModelAnalysis::seatName(row) == seat)
             return true;
     return false;
 }
@@ -224,7 +224,9 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
         return refused(tr("缺失场景文件"));
     const qlonglong seatKey = given("clientFlag").toVariant().toLongLong();
     QJsonObject rset = parameter.value("rset").toObject();
+    const QString seat = given("seat").toString();
     rset["clientFlag"] = seatKey;
+    rset["seat"] = seat;
     rset["feeUserId"] = fee;
     rset["needMasterCheck"] = given("needMasterCheck");
     QJsonObject content = parameter.value("content").toObject();
@@ -255,7 +257,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     row.rset = compact(rset);
     row.rdata = compact(content);
     row.rfile = QStringLiteral("\"files\":") + QString::fromUtf8(QJsonDocument(files).toJson(QJsonDocument::Compact));
-    if (!handedOverBefore(seatKey, scene))
+    if (!handedOverBefore(seatKey, seat, scene))
         out.rows.append(row);
     return out;
 }
@@ -265,4 +267,9 @@ qlonglong ModelAnalysis::seatKey(const db_resolve &row)
     if (!row.rset.contains("clientFlag"))
         return 0;
     return QJsonDocument::fromJson(row.rset.toUtf8()).object().value("clientFlag").toVariant().toLongLong();
+}
+
+QString ModelAnalysis::seatName(const db_resolve &row)
+{
+    return QJsonDocument::fromJson(row.rset.toUtf8()).object().value("seat").toString();
 }

@@ -22,6 +22,7 @@ public:
     // The key that a row handed over by a subordinate seat has there, 0 for other rows. The row's own may have had to
     // move.
     static qlonglong seatKey(const db_resolve &row);
+    static QString seatName(const db_resolve &row); // of the seat; empty where it didn't tell
 
     Kind kind = Refused;
     QString text;           // of Refused
