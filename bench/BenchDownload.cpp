@@ -34,17 +34,10 @@ void stream(const Listener &listener, const QString &path)
     close(file);
     close(link);
 }
-}
 
-bool bench::download(const Options &options, const QString &folder)
+// Through the whole queue: MB/s, -1 on failure.
+double fetchFile(const QString &path, qint64 bytes, const QString &hash, const QString &target)
 {
-    const QString path = makeFile(folder + "/result.bin", options.bytes, false), target = folder + "/got.bin";
-    const std::atomic_bool stop{false};
-    const QString hash = TransSet::fileHash(path, stop);
-    if (hash.isEmpty())
-        return false;
-    const double bare = bareCopy(path, options.bytes, target);
-    QFile::remove(target);
     Listener listener;
     std::thread server([&] { stream(listener, path); });
     double took = -1;
@@ -52,12 +45,12 @@ bool bench::download(const Options &options, const QString &folder)
         Storage storage(101402, listener.port);
         BenchRig rig(storage.url());
         DownloadDAO::instance()->open(rig.folder.path());
-        rig.business.answer(10800, 1080000, QJsonObject{{"size", options.bytes}, {"hash", hash}, {"path", "got.bin"}, {"farmId", 3},
+        rig.business.answer(10800, 1080000, QJsonObject{{"size", bytes}, {"hash", hash}, {"path", "got.bin"}, {"farmId", 3},
                             {"downloadPath", "/got.bin"}, {"ipWan", "127.0.0.1"}, {"portWan", listener.port}});
         db_downmiss mission;
         mission.ordernum = BenchRig::number();
         mission.missid = BenchRig::Task;
-        mission.lpath = folder;
+        mission.lpath = QFileInfo(target).path();
         mission.sum = 1;
         mission.pri = DownloadDAO::instance()->newMissionPri();
         db_downfile file;
@@ -65,7 +58,7 @@ bool bench::download(const Options &options, const QString &folder)
         file.ordernum = mission.ordernum;
         file.missid = mission.missid;
         file.lpath = target;
-        file.size = options.bytes;
+        file.size = bytes;
         file.missPri = mission.pri;
         DownloadDAO::instance()->addMission(mission, {file});
         QElapsedTimer clock;
@@ -79,9 +72,28 @@ bool bench::download(const Options &options, const QString &folder)
     }
     server.join();
     DownloadDAO::instance()->releaseDown();
-    QFile::remove(path);
     QFile::remove(target);
-    if (took > 0)
-        line("download", double(options.bytes) / took / 1e6, "MB/s", "bare copy to disk", bare, 0.7);
-    return took > 0 && bare > 0;
+    return took > 0 ? double(bytes) / took / 1e6 : -1;
+}
+}
+
+bool bench::download(const Options &options, const QString &folder)
+{
+    const QString path = makeFile(folder + "/result.bin", options.bytes, false), target = folder + "/got.bin";
+    const std::atomic_bool stop{false};
+    const QString hash = TransSet::fileHash(path, stop);
+    if (hash.isEmpty())
+        return false;
+    // The best of two of each, in turns: the disk is what varies.
+    double bare = 0, ours = 0;
+    for (int i = 0; i < 2; ++i) {
+        bare = qMax(bare, bareCopy(path, options.bytes, target));
+        QFile::remove(target);
+        ours = qMax(ours, fetchFile(path, options.bytes, hash, target));
+    }
+    QFile::remove(path);
+    if (ours <= 0 || bare <= 0)
+        return false;
+    line("download", ours, "MB/s", "bare copy to disk", bare, 0.7);
+    return true;
 }

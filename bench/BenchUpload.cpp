@@ -40,6 +40,29 @@ void sink(const Listener &listener, qint64 bytes)
     close(link);
 }
 
+// Through the whole queue: MB/s, -1 on failure.
+double sendFile(const QString &path, qint64 bytes)
+{
+    Listener listener;
+    std::thread server([&] { sink(listener, bytes); });
+    double took = -1;
+    {
+        Storage storage(101402, listener.port);
+        BenchRig rig(storage.url());
+        rig.add({path});
+        QElapsedTimer clock;
+        clock.start();
+        TransScan thread(TransScan::Up);
+        thread.start();
+        if (bench::waitFor([&] { return rig.left() == 0; }, 600000))
+            took = double(clock.nsecsElapsed()) / 1e9;
+        else
+            shutdown(listener.fd, SHUT_RDWR);
+    }
+    server.join();
+    return took > 0 ? double(bytes) / took / 1e6 : -1;
+}
+
 QStringList smallFiles(const QString &folder, int count)
 {
     QStringList paths;
@@ -84,28 +107,17 @@ bool bench::upload(const Options &options, const QString &folder)
     if (path.isEmpty())
         return false;
     bareCopy(path, options.bytes, {}); // both read from the page cache, as far as it goes
-    const double bare = bareCopy(path, options.bytes, {});
-    Listener listener;
-    std::thread server([&] { sink(listener, options.bytes); });
-    double took = -1;
-    {
-        Storage storage(101402, listener.port);
-        BenchRig rig(storage.url());
-        rig.add({path});
-        QElapsedTimer clock;
-        clock.start();
-        TransScan thread(TransScan::Up);
-        thread.start();
-        if (waitFor([&] { return rig.left() == 0; }, 600000))
-            took = double(clock.nsecsElapsed()) / 1e9;
-        else
-            shutdown(listener.fd, SHUT_RDWR);
+    // The best of three of each, in turns.
+    double bare = 0, ours = 0;
+    for (int i = 0; i < 3; ++i) {
+        bare = qMax(bare, bareCopy(path, options.bytes, {}));
+        ours = qMax(ours, sendFile(path, options.bytes));
     }
-    server.join();
     QFile::remove(path);
-    if (took > 0)
-        line("upload", double(options.bytes) / took / 1e6, "MB/s", "bare loopback copy", bare, 0.7);
-    return took > 0 && bare > 0;
+    if (ours <= 0 || bare <= 0)
+        return false;
+    line("upload", ours, "MB/s", "bare loopback copy", bare, 0.7);
+    return true;
 }
 
 bool bench::order(const Options &options, const QString &folder)
