@@ -142,7 +142,6 @@ QJsonObject Account::object() const
                             {"hashType", 1},
                             {"userType", 0},
                             {"hashPrefix", QStringLiteral("qn")},
-                            {"needMasterCheck", 0},
                             {"balance", m_balance}};
     for (auto it = facts.begin(); it != facts.end(); ++it)
         whole.insert(it.key(), it.value());
@@ -166,6 +165,7 @@ QJsonObject Account::config() const
                       {"submitUpload", 0},
                       {"priorityStrategy", 0},
                       {"submitConfig", 0},
+                      {"needMasterCheck", 0},
                       {"blocksCount", 1},
                       {"projectName", QString()},
                       {"machineType", QString()}};

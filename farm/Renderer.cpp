@@ -202,8 +202,9 @@ bool Renderer::runCommand(Work &work, const QString &file)
             process.waitForFinished(5000);
         }
     }
-    const bool good = process.exitStatus() == QProcess::NormalExit && process.exitCode() == 0 &&
-                      process.error() == QProcess::UnknownError && QFileInfo(file).size() > 0;
+    // error() isn't asked: each look at a process that still runs leaves a time-out there.
+    const bool good = process.state() == QProcess::NotRunning && process.exitStatus() == QProcess::NormalExit &&
+                      process.exitCode() == 0 && QFileInfo(file).size() > 0;
     if (!good)
         work.error =
             QStringLiteral("%1: %2 %3")

@@ -214,7 +214,7 @@ private slots:
         QSKIP("needs cp");
 #else
         FarmOptions options = fast();
-        options.renderCommands.insert(8, QStringLiteral("cp %scene% %out%"));
+        options.renderCommands.insert(8, QStringLiteral("sh -c \"sleep 0.3; cp '%scene%' '%out%'\""));
         Bench bench(options);
         bench.login();
         const int task = bench.order({key}, Bench::camera("1-2"));
