@@ -2,6 +2,7 @@
 #include "common/Debounce.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
+#include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "transfer/FarmProbe.h"
 #include "transfer/TransWork.h"
@@ -13,6 +14,7 @@ TransHandler::TransHandler() : m_share(std::make_shared<TransShare>(this))
 {
     qRegisterMetaType<db_upfile>();
     qRegisterMetaType<db_downfile>();
+    connect(NetTcp::instance(), &NetTcp::loginChanged, this, &TransHandler::forgetFarms);
 }
 
 TransHandler::~TransHandler()
@@ -50,6 +52,16 @@ void TransHandler::timerEvent(QTimerEvent *event)
             entry.farm = {};
     }
     scan();
+}
+
+// The REST client has forgotten its tokens too; a request under an old one would go out without them.
+void TransHandler::forgetFarms()
+{
+    ++m_logins;
+    for (FarmEntry &entry : m_farms) {
+        entry.farm = {};
+        entry.answered.invalidate();
+    }
 }
 
 void TransHandler::pushSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size)
@@ -177,8 +189,13 @@ const TransHandler::Farm *TransHandler::farm(int farmId)
 void TransHandler::probeFarm(int farmId)
 {
     m_farms[farmId].asking = true;
-    FarmProbe::askDrive(m_share, farmId, [farmId](TransHandler &handler, const QString &url, const QString &token) {
-        handler.farmAnswered(farmId, url, token);
+    FarmProbe::askDrive(m_share, farmId, [farmId, login = m_logins](TransHandler &handler, const QString &url, const QString &token) {
+        if (login == handler.m_logins)
+            return handler.farmAnswered(farmId, url, token);
+        FarmEntry &entry = handler.m_farms[farmId];
+        entry.asking = false;
+        if (!entry.tickets.isEmpty())
+            handler.probeFarm(farmId);
     });
 }
 

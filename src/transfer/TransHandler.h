@@ -54,6 +54,7 @@ protected:
     void timerEvent(QTimerEvent *event) override;
     virtual void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size);
     virtual void speedsReported() {} // after the last reportSpeed of a second
+    void reportSpeeds();             // what was gathered since the last time
     virtual void flushBatch(qlonglong key, const QList<BatchItem> &items, qlonglong sum);
     void startRenewal(); // the 20-minute timer: farms and tokens are asked anew
 
@@ -93,8 +94,8 @@ private:
     void probeFarm(int farmId);
     void probeHost(int farmId);
     void farmAnswered(int farmId, const QString &url, const QString &token);
+    void forgetFarms(); // a login ended or began: tokens belong to one
     void hostAnswered(int farmId, const QString &host, int port);
-    void reportSpeeds();
 
     std::shared_ptr<TransShare> m_share;
     QMap<QString, TransWork *> m_works;
@@ -107,4 +108,5 @@ private:
     QMap<qlonglong, QMap<qlonglong, QPair<qlonglong, qlonglong>>> m_speedMap;
     int m_tickTimer = 0, m_secondTimer = 0, m_renewTimer = 0;
     quint64 m_serial = 0;
+    int m_logins = 0; // counts the changes of the login: an answer from before one is of no use
 };

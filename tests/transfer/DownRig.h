@@ -25,6 +25,7 @@ public:
     int headBytes = 32;
     QByteArray extra;   // behind the end of every file
     QList<qint64> cuts; // bytes after which the next connections end
+    std::function<void()> asked; // at every ask, before the answer
     bool hold = false;  // half of each file that isn't tiny, then nothing
 
     StreamPeer()
@@ -60,6 +61,8 @@ private:
             faults << "ask";
         const QJsonObject ask = QJsonDocument::fromJson(frame.mid(40)).object();
         asks << ask;
+        if (asked)
+            asked();
         QByteArray head(32, '\x5a');
         qToBigEndian<qint32>(0, head.data() + 4);
         qToBigEndian<qint32>(70100, head.data() + 12);

@@ -55,6 +55,22 @@ private slots:
         QCOMPARE(m_rig->business.count(10805), 0);
     }
 
+    // The link is lost while a file streams: it arrives all the same, and the server hears of it at the next login.
+    void toldAfterTheLink()
+    {
+        const QJsonArray rows{m_rig->result(1, "beauty/1.png", QByteArray(5000, 'x'))};
+        m_rig->files.asked = [] { NetTcp::instance()->setLogin(false); };
+        m_rig->start();
+        m_rig->queue->resultPush(m_rig->push(rows));
+        QTRY_COMPARE(m_rig->content("beauty/1.png").size(), 5000);
+        QTRY_COMPARE(m_rig->rows().size(), 0);
+        QCOMPARE(m_rig->business.count(10802), 0);
+        NetTcp::instance()->setLogin(true);
+        QTRY_COMPARE(m_rig->business.last(10802), (QJsonObject{{"fileId", 1}}));
+        QTRY_COMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->business.count(10802), 1);
+    }
+
     void goesOn_data()
     {
         QTest::addColumn<int>("size");

@@ -230,12 +230,17 @@ private slots:
 
     void pushBeforeList()
     {
-        const QJsonObject list{{"num", "N"}, {"rows", QJsonArray{1, 2}}, {"resultRootPathEnum", 0}};
-        const QJsonObject push{{"num", ""}, {"rows", QJsonArray{3}}, {"mid", 4}};
+        const QJsonObject one{{"id", 1}}, two{{"id", "2"}}, bare{{"path", "a/1.png"}};
+        const QJsonObject list{{"num", "N"}, {"rows", QJsonArray{one, two}}, {"resultRootPathEnum", 0}};
+        const QJsonObject push{{"num", ""}, {"rows", QJsonArray{two}}, {"mid", 4}};
         QVERIFY(!MissionBuilder::isComplete(push));
-        const QJsonObject whole{{"num", "N"}, {"rows", QJsonArray{3}}, {"resultRootPathEnum", 0}, {"mid", 4}};
+        const QJsonObject whole{{"num", "N"}, {"rows", QJsonArray{two}}, {"resultRootPathEnum", 0}, {"mid", 4}};
         QCOMPARE(MissionBuilder::merged(push, list), whole);
         QVERIFY(MissionBuilder::isComplete(whole));
+        QJsonObject nameless = whole; // rows that can't be asked for by an id
+        nameless["rows"] = QJsonArray{two, bare};
+        QVERIFY(!MissionBuilder::isComplete(nameless));
+        QCOMPARE(MissionBuilder::merged(nameless, list)["rows"], list["rows"]);
         QCOMPARE(MissionBuilder::merged({{"rows", QJsonArray()}}, list), list);
     }
 

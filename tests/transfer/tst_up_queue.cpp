@@ -45,6 +45,26 @@ private slots:
         QCOMPARE(rig->business.last(10416)["missionId"].toInt(), UpRig::Task);
     }
 
+    // A new login brings new tokens: the next file goes with them, not with what the queue knew.
+    void tokensOfTheNewLogin()
+    {
+        rig->known = 101401;
+        rig->add({UpRig::row(rig->write("a.png", bytes(9)), 1)});
+        rig->start();
+        QTRY_COMPARE(rig->state(), 0);
+        rig->business.answer(11100, 1110000, QJsonObject{{"addr", rig->storage.url()}, {"accessToken", "second"}});
+        NetWork::instance()->forgetTokens();
+        QVERIFY(rig->business.takeClient());
+        rig->storage.requests.clear();
+        rig->add({UpRig::row(rig->write("b.png", bytes(9)), 2)});
+        QTRY_COMPARE(rig->asked.size(), 2);
+        for (const HttpPeer::Request &request : qAsConst(rig->storage.requests)) {
+            QCOMPARE(request.header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("second"));
+            QCOMPARE(request.header("X-BRONTEL-ROLE"), QByteArray("user"));
+        }
+        QCOMPARE(rig->business.last(10416)["totalSize"].toInt(), 9); // told while its record stood
+    }
+
     void wholeFile_data()
     {
         QTest::addColumn<QString>("name");

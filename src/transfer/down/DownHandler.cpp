@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <QCryptographicHash>
 #include <QDebug>
+#include <utility>
 
 namespace
 {
@@ -44,7 +45,11 @@ QString DownHandler::keyOf(const db_downfile &file)
 
 void DownHandler::scan()
 {
-    if (!Session::live() || Session::closing() || !NetTcp::isLogin() || running() >= UserInfo::downTh())
+    if (!Session::live() || Session::closing() || !NetTcp::isLogin())
+        return;
+    for (const qlonglong id : std::exchange(m_untold, {}))
+        DownWork::tellFetched(id);
+    if (running() >= UserInfo::downTh())
         return;
     DownloadDAO *store = DownloadDAO::instance();
     for (const db_downmiss &miss : store->missions({TransSet::DownWait, TransSet::DownRun})) {
@@ -70,6 +75,8 @@ void DownHandler::scan()
         return;
     }
 }
+
+void DownHandler::tellLater(qlonglong fileId) { m_untold.append(fileId); }
 
 bool DownHandler::settleEmpty(const db_downmiss &miss)
 {

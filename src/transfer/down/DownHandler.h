@@ -40,6 +40,7 @@ public slots:
     void workFinished(db_downfile file, int isDel);
     void handPush();
     void missionDown(int mid, QJsonObject obj); // the reply of 10805
+    void tellLater(qlonglong fileId); // 10802 of a file that ended while the link was down
 
 signals:
     void downWorkOver(); // a mission is complete
@@ -89,5 +90,6 @@ private:
     QList<Push> m_pushes;
     QTimer m_pushTimer;
     bool m_inHand = false; // handPush waits in a nested loop
+    QList<qlonglong> m_untold; // files fetched that the server hasn't heard of yet
     QSet<QString> m_told;  // folders the user was told about for a push
 };

@@ -6,8 +6,8 @@
 #include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
+#include "transfer/down/DownHandler.h"
 #include "transfer/TransFrame.h"
-#include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QHostAddress>
 
@@ -260,10 +260,24 @@ void DownWork::errorRecord(QAbstractSocket::SocketError error)
     failDown(TransSet::SocketBase + error);
 }
 
+void DownWork::tellFetched(qlonglong fileId)
+{
+    NetTcp::instance()->nvds(Module, FileFetched, QJsonObject{{"fileId", fileId}});
+}
+
+// Transfers outlive the business link; what ends without it is told when it is back.
+void DownWork::sayFetched()
+{
+    if (NetTcp::isLogin() || m_transType != 1)
+        return tellFetched(m_down.id);
+    m_share->post(
+        [id = m_down.id](TransHandler &handler) { static_cast<DownHandler &>(handler).tellLater(id); });
+}
+
 void DownWork::finishDown(int kind)
 {
     if (!over() && kind == TransSet::Done)
-        NetTcp::instance()->nvds(Module, FileFetched, QJsonObject{{"fileId", m_down.id}});
+        sayFetched();
     qDebug().noquote() << "DownWork::finishDown"
                        << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
     dropSocket();

@@ -22,6 +22,8 @@ public:
 
     void dropPartial() override; // the row is deleted: both partial files go
 
+    static void tellFetched(qlonglong fileId); // 10802
+
     std::atomic<qint64> received{0}; // bytes that this worker brought; read by the handler
 
     static constexpr int ReplyMs = 15000, TicketMs = 10000, ConnectMs = 30000, AskMs = 30000, DataMs = 15000;
@@ -42,6 +44,7 @@ private:
     void connectSocket(const QString &ip);
     void receive();
     bool fileHash() override;
+    void sayFetched();
 
     std::unique_ptr<PartialFile> m_partial;
     QTimer *m_keepTimer = nullptr; // brings the position file forward while nothing arrives

@@ -22,6 +22,14 @@ QString sameFile(const QString &path)
 #endif
 }
 
+// A row without an id can't be asked for: the list of the task has it.
+bool haveIds(const QJsonArray &rows)
+{
+    return !rows.isEmpty() && std::all_of(rows.begin(), rows.end(), [](const QJsonValue &row) {
+        return row.toObject().value("id").toVariant().toLongLong() > 0;
+    });
+}
+
 ResultRow rowOf(const QJsonObject &obj, const QString &root)
 {
     ResultRow row;
@@ -134,7 +142,7 @@ MissionBuilder::Pushed MissionBuilder::prefix(const QString &prefixPath)
 
 bool MissionBuilder::isComplete(const QJsonObject &obj)
 {
-    return !obj.value("rows").toArray().isEmpty() && !obj.value("num").toVariant().toString().isEmpty() &&
+    return haveIds(obj.value("rows").toArray()) && !obj.value("num").toVariant().toString().isEmpty() &&
            obj.contains("resultRootPathEnum");
 }
 
@@ -144,6 +152,7 @@ QJsonObject MissionBuilder::merged(const QJsonObject &push, const QJsonObject &r
     for (auto it = push.constBegin(); it != push.constEnd(); ++it) {
         const QJsonValue value = it.value();
         const bool nothing = value.isNull() || (value.isString() && value.toString().isEmpty()) ||
+                             (it.key() == "rows" && !haveIds(value.toArray())) ||
                              (value.isArray() && value.toArray().isEmpty());
         if (!nothing || !out.contains(it.key()))
             out.insert(it.key(), value);

@@ -129,6 +129,7 @@ void UpHandler::askEnd(const db_resolve &order)
     if (asked.isValid() && !asked.hasExpired(m_timing.askAgainMs))
         return;
     asked.start();
+    reportSpeeds(); // while the record still tells the totals
     NetTcp::instance()->nvds(107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
                              [this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); }, this);
 }
@@ -380,6 +381,8 @@ void UpHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, ql
 void UpHandler::speedsReported()
 {
     for (auto one = m_sums.cbegin(); one != m_sums.cend(); ++one) {
+        if (ResolveDAO::instance()->readByMission(one.key()).rkey == 0)
+            continue; // over or deleted within this second
         const QPair<qlonglong, qlonglong> sizes = ResolveDAO::instance()->sizesOfMission(one.key());
         NetTcp::instance()->nvds(104, 10416, QJsonObject{
             {QStringLiteral("missionId"), one.key()},
