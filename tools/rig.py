@@ -94,14 +94,21 @@ class Rig:
     # --- the farm
 
     def start_farm(self):
-        command = [os.path.join(self.tree, 'localfarm'), '--dir', os.path.join(self.folder, 'farm'), '--address', self.address,
-                   '--http-port', str(self.http or 0), '--file-port', '0', '--print-ports'] + self.farm_options
-        log = open(os.path.join(self.folder, 'farm.log'), 'ab')
-        self.farm = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, stdin=subprocess.DEVNULL,
-                                     env=dict(os.environ, QT_QPA_PLATFORM='offscreen'))
-        log.close()
-        line = self.farm.stdout.readline()
-        if not line:
+        for _ in range(5):
+            command = [os.path.join(self.tree, 'localfarm'), '--dir', os.path.join(self.folder, 'farm'), '--address', self.address,
+                       '--http-port', str(self.http or 0), '--file-port', '0', '--print-ports'] + self.farm_options
+            log = open(os.path.join(self.folder, 'farm.log'), 'ab')
+            self.farm = subprocess.Popen(command, stdout=subprocess.PIPE, stderr=log, stdin=subprocess.DEVNULL,
+                                         env=dict(os.environ, QT_QPA_PLATFORM='offscreen'))
+            log.close()
+            line = self.farm.stdout.readline()
+            if line:
+                break
+            self._end(self.farm)
+            self.farm.stdout.close()
+            if self.http is None:  # another rig was quicker to take the address
+                self.address = self._free_address()
+        else:
             raise Failure('the farm did not start, see %s/farm.log' % self.folder)
         self.ports = json.loads(line)
         self.http = self.ports['http']

@@ -113,7 +113,11 @@ QString VFunc::autoStart(const QString &name)
 
 bool VFunc::existProcess(const QString &name) { return platform::existProcess(raw(name)); }
 bool VFunc::killProcess(const QString &name) { return platform::killByName(raw(name)) > 0; }
-bool VFunc::killTree(qint64 pid) { return platform::killTree(pid); }
+bool VFunc::killTree(qint64 pid, const QString &mark)
+{
+    constexpr int waitMs = 3000;
+    return platform::killTree(pid, waitMs, raw(mark));
+}
 
 bool VFunc::removeDir(const QString &path)
 {

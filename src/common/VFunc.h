@@ -33,7 +33,7 @@ public:
     static bool existProcess(const QString &name);
     static bool killProcess(const QString &name);
     // Ends a child and all that it started. True when none of them is left.
-    static bool killTree(qint64 pid);
+    static bool killTree(qint64 pid, const QString &mark = {}); // mark: see platform::killTree
     static bool removeDir(const QString &path);
     static QJsonObject machineReport(); // body of 10310; blocks while WMI or a tool answers
     static void setScreenSize(int w, int h);

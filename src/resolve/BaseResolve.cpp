@@ -146,6 +146,7 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("__COMPAT_LAYER")); // must not reach the software from an elevated launcher
     environment.insert(QStringLiteral("MachineType"), gpu ? QStringLiteral("startGpu") : QStringLiteral("startCpu"));
+    m_mark = QStringLiteral("vandrel_filepath=") + logFile; // every analysis has a log of its own
     environment.insert(QStringLiteral("vandrel_filepath"), logFile); // for scripts that write the log by themselves
     environment.insert(QStringLiteral("vandrel_fileload"), native(sceneFile));
     if (softwareType == Maya)
@@ -236,7 +237,7 @@ void BaseResolve::endTree()
 {
     if (m_pid <= 0)
         return;
-    if (!VFunc::killTree(m_pid))
+    if (!VFunc::killTree(m_pid, m_mark))
         qWarning().noquote() << "BaseResolve::endTree" << m_pid << "still has processes";
     m_pid = 0;
 }

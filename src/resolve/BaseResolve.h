@@ -90,6 +90,7 @@ private:
     bool m_done = false;
     QProcess *m_process;
     qint64 m_pid = 0;
+    QString m_mark;        // the entry of the environment by which all that the child started is known
     QFile m_out;           // the log while the child's output goes there
     qint64 m_written = 0;
     qint64 m_noise = 0;    // bytes of error output so far

@@ -47,8 +47,11 @@ def remember():
 
 
 def children(away):
-    """A child that goes on in its own right: in this group, or (away) in a session and with a parent of its own."""
-    if os.fork() == 0:
+    """A child that goes on in its own right: in this group, or (away) in a session of its own and its parent gone."""
+    child = os.fork()
+    if child and away:
+        os.waitpid(child, 0)
+    if child == 0:
         if away:
             os.setsid()
             if os.fork() != 0:

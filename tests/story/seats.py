@@ -9,7 +9,17 @@ MASTER_WORDS, SEAT_WORDS = ('notupdate', '-silent'), ('notupdate', '-silent', 's
 
 
 def states(rig, what='state'):
-    return [row[0] for row in rig.rows('resolve.db', 'select %s from resolve order by rkey' % what)]
+    """Of a store that is being written: none of its rows is no answer, a refusal of the database isn't."""
+    while True:
+        link = sqlite3.connect('file:%s?mode=ro' % os.path.join(rig.user_dir(), 'resolve.db'), uri=True, timeout=10)
+        try:
+            return [row[0] for row in link.execute('select %s from resolve order by rkey' % what)]
+        except sqlite3.OperationalError as trouble:
+            rig.refusals = getattr(rig, 'refusals', 0) + 1
+            if rig.refusals > 100:
+                raise Failure('the store of %s: %s' % (rig.folder, trouble))
+        finally:
+            link.close()
 
 
 def hand_in(rig, scene):

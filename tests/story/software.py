@@ -200,7 +200,7 @@ def troubles(make, folder):
         raise Failure('%d of %d processes are still there: %s' % (len(left), len(numbers), left))
     bodies = dict((body.get('scene'), body) for body, _ in rig.orders().values())
     expect('quick road', bodies[os.path.join(base, 'link.ma')]['parseSubmit'], 1)
-    expect('never ordered', [one[0] for one in waiting if one[3] in bodies], [])
+    expect('never ordered', [one[0] for one in waiting if one[4][0] < 107 and one[3] in bodies], [])
     print('%d troubles, %d processes, none left' % (len(cases), len(numbers)))
     if not rig.stop():
         raise Failure('the client did not end when asked to')

@@ -41,8 +41,9 @@ std::vector<Process> processes();
 bool existProcess(const std::string &name);
 int killByName(const std::string &name); // number of processes ended, never the caller itself
 // Ends a process and what it started, also what outlived its parent inside a session or group that one of them leads.
-// True when none of them is left after at most waitMs.
-bool killTree(std::int64_t pid, int waitMs = 3000);
+// True when none of them is left after at most waitMs. mark: an entry "name=value" of the environment that only this
+// tree was given, by which POSIX finds what has left session and parent too; empty for none.
+bool killTree(std::int64_t pid, int waitMs = 3000, const std::string &mark = {});
 // For a child that was forked and hasn't started its program yet: it leads a session of its own, so that killTree finds
 // everything it starts. Safe there (no allocation, no lock); nothing on Windows, where the parents are followed.
 void ownSession();

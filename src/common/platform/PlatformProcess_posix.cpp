@@ -71,10 +71,29 @@ bool hasName(const Process &process, const std::string &name)
     return !line.empty() && bareName(line.c_str()) == name;
 }
 
+// Whether the process was started with that entry in its environment.
+bool carries(std::int64_t pid, const std::string &mark)
+{
+    const int fd = open(("/proc/" + std::to_string(pid) + "/environ").c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
+        return false; // somebody else's
+    std::string all(1, '\0');
+    char piece[16384];
+    for (ssize_t got; (got = read(fd, piece, sizeof piece)) > 0;)
+        all.append(piece, std::size_t(got));
+    close(fd);
+    all.push_back('\0');
+    return all.find(std::string(1, '\0') + mark + std::string(1, '\0')) != std::string::npos;
+}
+
 // Adds whatever belongs to the tree and isn't in it yet; true when something was added.
-bool growTree(const std::vector<Process> &all, std::set<std::int64_t> &tree, std::int64_t self)
+bool growTree(const std::vector<Process> &all, std::set<std::int64_t> &tree, std::int64_t self, const std::string &mark)
 {
     const std::size_t before = tree.size();
+    for (const Process &process : all) {
+        if (!mark.empty() && process.pid != self && !process.dead && !tree.count(process.pid) && carries(process.pid, mark))
+            tree.insert(process.pid);
+    }
     for (bool again = true; again;) {
         again = false;
         for (const Process &process : all) {
@@ -148,7 +167,7 @@ int killByName(const std::string &name)
     return ended;
 }
 
-bool killTree(std::int64_t pid, int waitMs)
+bool killTree(std::int64_t pid, int waitMs, const std::string &mark)
 {
     const std::int64_t self = getpid();
     if (pid <= 1 || pid == self)
@@ -158,7 +177,7 @@ bool killTree(std::int64_t pid, int waitMs)
     do {
         for (std::int64_t one : tree)
             kill(pid_t(one), SIGSTOP);
-    } while (growTree(processes(), tree, self));
+    } while (growTree(processes(), tree, self, mark));
     for (std::int64_t one : tree)
         kill(pid_t(one), SIGKILL);
     const auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(waitMs);

@@ -102,7 +102,7 @@ int killByName(const std::string &name)
     return ended;
 }
 
-bool killTree(std::int64_t pid, int waitMs)
+bool killTree(std::int64_t pid, int waitMs, const std::string &)
 {
     if (pid <= 4 || pid == std::int64_t(GetCurrentProcessId()))
         return false;
