@@ -216,7 +216,7 @@ ResultPath::RootKind ResultPath::rootKind(const QJsonObject &obj)
 {
     const int maya = 1;
     const QVariant told = obj.value("resultRootPathEnum").toVariant();
-    const int kind = told.isValid() ? told.toInt()
+    const int kind = told.isValid() && !told.isNull() ? told.toInt()
                      : obj.value("softwareType").toVariant().toInt() == maya
                          ? CommonConfig::get().mayaResultRootPathEnum
                          : UserInfo::outRoot();

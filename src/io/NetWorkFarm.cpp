@@ -103,6 +103,10 @@ QString NetWork::skydriveUrl(int farmId)
             [&](int, const QJsonDocument &doc) {
                 const QJsonObject reply = doc.object();
                 address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr" : "addr-internal").toString());
+                if (address.isEmpty()) // a farm with one road only
+                    address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr-internal" : "addr").toString());
+                if (!address.isEmpty() && !address.contains("://"))
+                    address.prepend("http://");
                 token = reply.value("accessToken").toString();
                 wait.done();
             },

@@ -38,7 +38,7 @@ void OrderRequest::tick()
         {"name", path.mid(path.lastIndexOf('/') + 1)},
         {"clientFlag", row.rkey},
         {"projectId", row.projectId},
-        {"softwareType", rset.value("softwareType").toInt()},
+        {"softwareType", rset.value("softwareType").toVariant().toInt()},
         {"machineModel", rset.value("machineModel").isUndefined() ? QJsonValue("") : rset.value("machineModel")}};
     NetTcp::instance()->nvds(
         104, 10421, body,

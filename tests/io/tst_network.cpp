@@ -49,6 +49,12 @@ private slots:
         business.reset();
     }
 
+    void oneRoadOnly()
+    {
+        business->answer(11100, 1110000, {{"addr-internal", "10.1.2.3:81/"}, {"accessToken", "t"}});
+        QCOMPARE(net->skydriveUrl(5), QString("http://10.1.2.3:81/skydrive"));
+    }
+
     void replies_data()
     {
         QTest::addColumn<QByteArray>("response");

@@ -132,7 +132,7 @@ void CmdHand::findOrders(QStringList orders, QList<int> missions, std::function<
             QList<int> found = missions;
             for (const QJsonValue &value : doc.object().value("pageList").toArray())
                 if (value.toObject().value("num").toVariant().toString() == order)
-                    found.append(value.toObject().value("id").toInt());
+                    found.append(value.toObject().value("id").toVariant().toInt());
             findOrders(orders, found, next);
         });
         return;
