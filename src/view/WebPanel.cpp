@@ -7,6 +7,16 @@
 
 WebPanel::WebPanel(QWidget *parent) : BaseWidget(Page, parent) { setObjectName(QStringLiteral("WebPanel")); }
 
+// The browser aborts what it was loading when it goes; by then nothing of it may reach this object any more.
+WebPanel::~WebPanel()
+{
+    if (!m_view)
+        return;
+    m_view->page()->networkAccessManager()->disconnect(this);
+    m_view->disconnect(this);
+    delete m_view;
+}
+
 QUrl WebPanel::rowUrl(const QString &url, const QString &token, bool english)
 {
     return QUrl(url + QStringLiteral("?sessionid=%1%2").arg(token, english ? QStringLiteral("&en=true") : QString()));
@@ -22,8 +32,10 @@ void WebPanel::makeView()
     m_view = new WebView(this);
     m_tool = new WebTool(this);
     m_view->expose(QStringLiteral("WebTool"), m_tool);
-    connect(m_tool, &WebTool::reloadAsked, this, [this] { m_view->load(m_url); }, Qt::QueuedConnection);
-    connect(m_tool, &WebTool::reLoginAsked, this, [this] { emit reLogin(111); }, Qt::QueuedConnection);
+    connect(
+        m_tool, &WebTool::reloadAsked, this, [this] { m_view->load(m_url); }, Qt::QueuedConnection);
+    connect(
+        m_tool, &WebTool::reLoginAsked, this, [this] { emit reLogin(111); }, Qt::QueuedConnection);
     connect(m_view->page()->networkAccessManager(), &QNetworkAccessManager::finished, this, &WebPanel::webReply);
     connect(m_view, &QWebView::urlChanged, this, &WebPanel::urlChanged);
     connect(m_view, &WebView::createWin, this, [this](QWebView *web) {

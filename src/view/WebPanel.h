@@ -13,6 +13,7 @@ class WebPanel : public BaseWidget
     Q_OBJECT
 public:
     explicit WebPanel(QWidget *parent = nullptr);
+    ~WebPanel() override;
     void open(const QString &title, const QUrl &url);
     // Address of a row: the server's, with the session behind it.
     static QUrl rowUrl(const QString &url, const QString &token, bool english);
