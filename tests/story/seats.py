@@ -26,21 +26,26 @@ def hand_in(rig, scene):
     rig.analyse([scene], rig.chosen)
 
 
-def wait_state(rig, wanted, seconds=60):
-    """The states of all rows of a seat, told with what was there when it doesn't come to them."""
-    seen = []
+def watch(rigs, wanted, seconds=60):
+    """Waits until each seat's rows have the states wanted; what was seen of each on the way, told when it doesn't come."""
+    seen = [[] for _ in rigs]
 
     def look():
-        rig.alive()
-        now = states(rig)
-        if not seen or seen[-1] != now:
-            seen.append(now)
-        return now == wanted
+        for rig, steps in zip(rigs, seen):
+            rig.alive()
+            now = states(rig)
+            if not steps or steps[-1] != now:
+                steps.append(now)
+        return all(steps[-1] == wanted for steps in seen)
     try:
-        wait_for(str(wanted), seconds, look, 0.05)
+        wait_for(str(wanted), seconds, look)
     except Failure:
-        raise Failure('states %s instead of %s; messages %s' % (seen, wanted, states(rig, 'errstr')))
+        raise Failure('states %s instead of %s; messages %s' % (seen, wanted, [states(rig, 'errstr') for rig in rigs]))
     return seen
+
+
+def wait_state(rig, wanted, seconds=60):
+    return watch([rig], wanted, seconds)[0]
 
 
 def start(make, folder, name, fees=None, **account):
@@ -82,7 +87,7 @@ def ordered_together(make, folder):
     slow = make_scene(os.path.join(folder, 'scenes'), 'slow', frames=2, size=500000, seed=3)
     hand_in(seats[0], quick)
     hand_in(seats[1], slow)
-    seen = wait_state(seats[0], [], 60), wait_state(seats[1], [], 120)
+    seen = watch(seats, [], 120)
     master.fault('slow-upload', '')
     for one in seen:
         flat = [state for row in one for state in row]
