@@ -321,6 +321,7 @@ bool DownloadDAO::fileDone(qlonglong missPri, qlonglong pri)
         if (!work.commit())
             return false;
     }
+    emit fileEnded(pri);
     emit downProgress(missPri, now.ok, now.sum);
     return true;
 }

@@ -50,6 +50,7 @@ signals:
     void miss(QList<db_downmiss> list, int pageSum);
     void missionStateChanged(qlonglong missPri, int state);
     void missionDeleted(qlonglong missPri);
+    void fileEnded(qlonglong pri); // the file is on disk, its row has left the mission
     void fileStateChanged(qlonglong pri, int state, int error);
     void fileSpeedChanged(qlonglong pri, qlonglong got, qlonglong size, qlonglong speed);
     void refreshAll();

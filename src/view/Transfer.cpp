@@ -22,7 +22,8 @@
 #include <QStackedWidget>
 #include <QTreeView>
 
-namespace {
+namespace
+{
 constexpr int ReloadMs = 500;
 constexpr int OrdersMs = 1000;  // sums of bytes are read again this long after a file ended
 constexpr int UnknownMs = 2000; // files that move but aren't listed
@@ -31,8 +32,9 @@ bool uploading(int state) { return state >= 110 && state <= 113; }
 } // namespace
 
 Transfer::Transfer(QWidget *parent)
-    : BaseWidget(Page, parent), m_up(new TransferModel(true, this)), m_down(new TransferModel(false, this)), m_reload(new Debounce(this)),
-      m_orders(new Debounce(this)), m_unknown(new Debounce(this)), m_hand(new TransferHand(this))
+    : BaseWidget(Page, parent), m_up(new TransferModel(true, this)), m_down(new TransferModel(false, this)),
+      m_reload(new Debounce(this)), m_orders(new Debounce(this)), m_unknown(new Debounce(this)),
+      m_hand(new TransferHand(this))
 {
     setObjectName(QStringLiteral("Transfer"));
     setAccessibleName(tr("传输管理"));
@@ -42,7 +44,8 @@ Transfer::Transfer(QWidget *parent)
     m_downTree = makeTree(m_down);
     m_upTree->setAccessibleName(tr("上传列表"));
     m_downTree->setAccessibleName(tr("下载列表"));
-    new EmptyView(m_upTree, QStringLiteral("upload"), tr("暂时没有传输记录呢"), tr("提交渲染后，场景和素材会在这里上传"));
+    new EmptyView(m_upTree, QStringLiteral("upload"), tr("暂时没有传输记录呢"),
+                  tr("提交渲染后，场景和素材会在这里上传"));
     new EmptyView(m_downTree, QStringLiteral("download"), tr("暂时没有传输记录呢"), tr("渲染结果会自动下载到结果目录"));
     m_stack->addWidget(m_upTree);
     m_stack->addWidget(m_downTree);
@@ -55,6 +58,7 @@ Transfer::Transfer(QWidget *parent)
     body()->addLayout(foot);
     connect(m_pages, &Pagination::pageChanged, this, &Transfer::readMissions);
     connect(m_reload, &Debounce::debout, this, &Transfer::refreshUp);
+    connect(m_reload, &Debounce::throut, this, &Transfer::readMissions);
     connect(m_orders, &Debounce::throut, this, &Transfer::readOrders);
     connect(m_unknown, &Debounce::throut, this, [this] {
         for (const TransferGroup &group : m_up->groups())
@@ -108,6 +112,11 @@ void Transfer::makeBar()
         addAction(action);
     };
     key(QKeySequence(Qt::Key_F5), &Transfer::refreshUp);
+    for (const QKeySequence &keys : {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab)})
+        key(keys, [this] {
+            triggerAction(m_stack->currentIndex() == 0 ? m_downAct : m_upAct);
+            tree()->setFocus();
+        });
     key(QKeySequence(Qt::Key_Delete), [this] { pressSelected(tree(), TransferRules::Delete); });
 }
 
@@ -137,15 +146,23 @@ QTreeView *Transfer::makeTree(TransferModel *model)
     view->setItemDelegateForColumn(TransferModel::Progress, new ProgressItem(view));
     auto *hand = new LinkItem(view);
     const bool uploads = model->uploads();
-    connect(hand, &LinkItem::clicked, this, [this, uploads](int button, const QModelIndex &index) { press(uploads, button, index); });
+    connect(hand, &LinkItem::clicked, this,
+            [this, uploads](int button, const QModelIndex &index) { press(uploads, button, index); });
     view->setItemDelegateForColumn(TransferModel::Hand, hand);
     connect(view, &QTreeView::doubleClicked, this, [this, view](const QModelIndex &index) {
         if (!index.parent().isValid() && index.column() != TransferModel::Hand && view == tree())
             expandMiss(index.row(), index.column());
     });
-    connect(model, &TransferModel::filesWanted, this, [this, uploads](const QString &key, int page) { askFiles(uploads, key, page); });
+    connect(view, &QTreeView::expanded, this, [this, model](const QModelIndex &index) {
+        const QString key = index.data(TransferModel::KeyRole).toString();
+        if (const TransferGroup *group = model->group(key); group && !group->loaded)
+            askFiles(model->uploads(), key, 0);
+    });
+    connect(model, &TransferModel::filesWanted, this,
+            [this, uploads](const QString &key, int page) { askFiles(uploads, key, page); });
     view->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(view, &QWidget::customContextMenuRequested, this, [this, view](const QPoint &at) { contextMenu(view, at); });
+    connect(view, &QWidget::customContextMenuRequested, this,
+            [this, view](const QPoint &at) { contextMenu(view, at); });
     return view;
 }
 
@@ -154,55 +171,70 @@ QTreeView *Transfer::tree() const { return m_stack->currentIndex() == 0 ? m_upTr
 void Transfer::listenUploads()
 {
     UploadDAO *up = UploadDAO::instance();
-    connect(up, &UploadDAO::allFile, this, QOverload<QList<db_upfile>, bool>::of(&Transfer::allFile), Qt::QueuedConnection);
-    connect(up, &UploadDAO::fileDeleted, this, [this](const QString &key) { m_up->removeFile(key.toLongLong()); }, Qt::QueuedConnection);
+    connect(up, &UploadDAO::allFile, this, QOverload<QList<db_upfile>, bool>::of(&Transfer::allFile),
+            Qt::QueuedConnection);
+    connect(
+        up, &UploadDAO::fileDeleted, this, [this](const QString &key) { m_up->removeFile(key.toLongLong()); },
+        Qt::QueuedConnection);
     connect(up, &UploadDAO::fileDeletedByOrder, m_up, &TransferModel::clearFiles, Qt::QueuedConnection);
     connect(up, &UploadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
-    connect(up, &UploadDAO::fileSpeedChanged, this, QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed),
-            Qt::QueuedConnection);
-    connect(up, &UploadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
+    connect(up, &UploadDAO::fileSpeedChanged, this,
+            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), Qt::QueuedConnection);
+    connect(
+        up, &UploadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
     ResolveDAO *scenes = ResolveDAO::instance();
     connect(scenes, &ResolveDAO::stateChanged, this, &Transfer::orderState, Qt::QueuedConnection);
-    connect(scenes, &ResolveDAO::resolveDeleted, this, [this](qlonglong rkey) {
-        for (const TransferGroup &group : m_up->groups())
-            if (group.rkey == rkey) {
-                m_up->removeGroup(group.key);
-                return;
-            }
-    }, Qt::QueuedConnection);
-    connect(scenes, &ResolveDAO::upProgress, this, [this](qlonglong rkey, int ok, int sum) {
-        for (const TransferGroup &group : m_up->groups())
-            if (group.rkey == rkey) {
-                m_up->setGroupCount(group.key, ok, sum);
-                break;
-            }
-        if (!m_orders->throttling())
-            m_orders->throttle(OrdersMs);
-    }, Qt::QueuedConnection);
+    connect(
+        scenes, &ResolveDAO::resolveDeleted, this,
+        [this](qlonglong rkey) {
+            for (const TransferGroup &group : m_up->groups())
+                if (group.rkey == rkey) {
+                    m_up->removeGroup(group.key);
+                    return;
+                }
+        },
+        Qt::QueuedConnection);
+    connect(
+        scenes, &ResolveDAO::upProgress, this,
+        [this](qlonglong rkey, int ok, int sum) {
+            for (const TransferGroup &group : m_up->groups())
+                if (group.rkey == rkey) {
+                    m_up->setGroupCount(group.key, ok, sum);
+                    break;
+                }
+            if (!m_orders->throttling())
+                m_orders->throttle(OrdersMs);
+        },
+        Qt::QueuedConnection);
 }
 
 void Transfer::listenDownloads()
 {
     DownloadDAO *down = DownloadDAO::instance();
-    connect(down, &DownloadDAO::allFile, this, QOverload<QList<db_downfile>, bool>::of(&Transfer::allFile), Qt::QueuedConnection);
-    connect(down, &DownloadDAO::miss, this, &Transfer::miss, Qt::QueuedConnection);
-    connect(down, &DownloadDAO::downProgress, this, [this](qlonglong pri, qlonglong ok, qlonglong sum) {
-        const QString key = QString::number(pri);
-        m_down->setGroupCount(key, int(ok), int(sum));
-        const TransferGroup *group = m_down->group(key);
-        if (!group || group->loaded) { // finished files leave their mission
-            m_stale.insert(key);
-            m_reload->debounce(ReloadMs);
-        }
-    }, Qt::QueuedConnection);
-    connect(down, &DownloadDAO::missionStateChanged, this, [this](qlonglong pri, int state) {
-        m_down->setGroupState(QString::number(pri), state);
-    }, Qt::QueuedConnection);
-    connect(down, &DownloadDAO::missionDeleted, this, [this](qlonglong pri) { m_down->removeGroup(QString::number(pri)); }, Qt::QueuedConnection);
-    connect(down, &DownloadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
-    connect(down, &DownloadDAO::fileSpeedChanged, this, QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed),
+    connect(down, &DownloadDAO::allFile, this, QOverload<QList<db_downfile>, bool>::of(&Transfer::allFile),
             Qt::QueuedConnection);
-    connect(down, &DownloadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
+    connect(down, &DownloadDAO::miss, this, &Transfer::miss, Qt::QueuedConnection);
+    connect(
+        down, &DownloadDAO::downProgress, this,
+        [this](qlonglong pri, qlonglong ok, qlonglong sum) {
+            const QString key = QString::number(pri);
+            m_down->setGroupCount(key, int(ok), int(sum));
+            if (!m_down->group(key) && !m_reload->throttling()) // one that isn't listed yet
+                m_reload->throttle(ReloadMs);
+        },
+        Qt::QueuedConnection);
+    connect(down, &DownloadDAO::fileEnded, m_down, &TransferModel::removeFile, Qt::QueuedConnection);
+    connect(
+        down, &DownloadDAO::missionStateChanged, this,
+        [this](qlonglong pri, int state) { m_down->setGroupState(QString::number(pri), state); }, Qt::QueuedConnection);
+    connect(
+        down, &DownloadDAO::missionDeleted, this, [this](qlonglong pri) { m_down->removeGroup(QString::number(pri)); },
+        Qt::QueuedConnection);
+    connect(down, &DownloadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
+    connect(down, &DownloadDAO::fileSpeedChanged, this,
+            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), Qt::QueuedConnection);
+    connect(
+        down, &DownloadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
 }
 
 void Transfer::connectDAOView(int type) { type == 0 ? readOrders() : readMissions(); }
@@ -225,22 +257,22 @@ void Transfer::refreshUp()
 
 void Transfer::readOrders()
 {
-    Background::run(this, [] {
-        QList<TransferGroup> groups;
-        const QList<db_resolve> all = ResolveDAO::instance()->readAll();
-        for (const db_resolve &res : all)
-            if (uploading(res.state))
-                groups << TransferRules::upload(res);
-        return groups;
-    }, [this](const QList<TransferGroup> &groups) { m_up->setGroups(groups); });
+    Background::run(
+        this,
+        [] {
+            QList<TransferGroup> groups;
+            const QList<db_resolve> all = ResolveDAO::instance()->readAll();
+            for (const db_resolve &res : all)
+                if (uploading(res.state))
+                    groups << TransferRules::upload(res);
+            return groups;
+        },
+        [this](const QList<TransferGroup> &groups) { m_up->setGroups(groups); });
 }
 
 void Transfer::readMissions()
 {
     Seam<DownCalls>::post([page = m_pages->page()](DownCalls &down) { down.readFile(page); });
-    for (const QString &key : qAsConst(m_stale))
-        askFiles(false, key, 0);
-    m_stale.clear();
 }
 
 void Transfer::askFiles(bool uploads, const QString &key, int page)
@@ -310,12 +342,7 @@ void Transfer::expandMiss(int row, int)
 {
     QTreeView *view = tree();
     const QModelIndex index = view->model()->index(row, 0);
-    const bool open = !view->isExpanded(index);
-    view->setExpanded(index, open);
-    const QString key = index.data(TransferModel::KeyRole).toString();
-    const bool uploads = view == m_upTree;
-    if (const TransferGroup *group = model(uploads)->group(key); open && group && !group->loaded)
-        askFiles(uploads, key, 0);
+    view->setExpanded(index, !view->isExpanded(index));
 }
 
 void Transfer::changeSpeed(qlonglong pri, qlonglong ed, qlonglong size, qlonglong speed)
@@ -380,7 +407,8 @@ void Transfer::contextMenu(QTreeView *view, const QPoint &at)
     const QStringList texts = TransferRules::buttons(uploads, model(uploads)->group(keys.first())->state);
     for (int i = 0; i < texts.size(); ++i)
         if (!texts.at(i).isEmpty())
-            menu->addAction(IconTool::icon(QLatin1String(icons[i])), texts.at(i), this, [this, view, i] { pressSelected(view, i); });
+            menu->addAction(IconTool::icon(QLatin1String(icons[i])), texts.at(i), this,
+                            [this, view, i] { pressSelected(view, i); });
     menu->popup(view->viewport()->mapToGlobal(at));
 }
 
@@ -404,7 +432,8 @@ void Transfer::downSpace(QString driver)
 {
     if (m_space)
         return;
-    m_space = new MsgBox(MsgBox::Ok, tr("%1盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用").arg(driver), window());
+    m_space = new MsgBox(
+        MsgBox::Ok, tr("%1盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用").arg(driver), window());
     m_space->setIcon(QStringLiteral("warning"), Palette::warning);
     m_space->open();
 }

@@ -47,7 +47,7 @@ private:
     QTreeView *makeTree(TransferModel *model);
     void listenUploads();
     void listenDownloads();
-    void readOrders();   // upload orders, away from the window's thread
+    void readOrders(); // upload orders, away from the window's thread
     void readMissions();
     void askFiles(bool uploads, const QString &key, int page);
     void orderState(const db_resolve &res);
@@ -65,5 +65,4 @@ private:
     Debounce *m_reload, *m_orders, *m_unknown;
     TransferHand *m_hand;
     QPointer<MsgBox> m_tip, m_space;
-    QSet<QString> m_stale; // missions whose files changed in number
 };

@@ -4,14 +4,19 @@
 #include "common/ui/RowSync.h"
 #include "db/ResolveDAO.h"
 #include "transfer/TransSet.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QSet>
 
-namespace {
+namespace
+{
 constexpr int StaleMs = 3000;
 
 // A running upload reads as waiting in its store: only the workers' word tells.
-int running(int state) { return state == TransSet::UpWait ? TransSet::UpRun : state == TransSet::DownWait ? TransSet::DownRun : state; }
+int running(int state)
+{
+    return state == TransSet::UpWait ? TransSet::UpRun : state == TransSet::DownWait ? TransSet::DownRun : state;
+}
 
 QString fileName(const QString &path) { return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1); }
 } // namespace
@@ -42,7 +47,9 @@ int TransferModel::rowCount(const QModelIndex &parent) const
 {
     if (!parent.isValid())
         return m_groups.size();
-    return parent.internalId() == 0 && parent.column() == 0 && parent.row() < m_groups.size() ? m_groups.at(parent.row()).files.size() : 0;
+    return parent.internalId() == 0 && parent.column() == 0 && parent.row() < m_groups.size()
+               ? m_groups.at(parent.row()).files.size()
+               : 0;
 }
 
 int TransferModel::columnCount(const QModelIndex &) const { return ColumnCount; }
@@ -78,8 +85,9 @@ QVariant TransferModel::headerData(int section, Qt::Orientation orientation, int
     if (role == Qt::TextAlignmentRole)
         return int((section == Size || section == Speed ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
     static const char *const titles[ColumnCount] = {
-        QT_TRANSLATE_NOOP("Transfer", "文件名称"), QT_TRANSLATE_NOOP("Transfer", "文件大小"), QT_TRANSLATE_NOOP("Transfer", "传输进度"),
-        QT_TRANSLATE_NOOP("Transfer", "传输速度"), QT_TRANSLATE_NOOP("Transfer", "状态"), QT_TRANSLATE_NOOP("Transfer", "操作")};
+        QT_TRANSLATE_NOOP("Transfer", "文件名称"), QT_TRANSLATE_NOOP("Transfer", "文件大小"),
+        QT_TRANSLATE_NOOP("Transfer", "传输进度"), QT_TRANSLATE_NOOP("Transfer", "传输速度"),
+        QT_TRANSLATE_NOOP("Transfer", "状态"),     QT_TRANSLATE_NOOP("Transfer", "操作")};
     return role == Qt::DisplayRole ? QVariant(QCoreApplication::translate("Transfer", titles[section])) : QVariant();
 }
 
@@ -88,87 +96,129 @@ QVariant TransferModel::data(const QModelIndex &index, int role) const
     if (!index.isValid())
         return {};
     if (role == Qt::TextAlignmentRole)
-        return int((index.column() == Size || index.column() == Speed ? Qt::AlignRight : Qt::AlignLeft) | Qt::AlignVCenter);
+        return int((index.column() == Size || index.column() == Speed ? Qt::AlignRight : Qt::AlignLeft) |
+                   Qt::AlignVCenter);
     const int row = index.internalId() == 0 ? index.row() : rowOfId(index.internalId());
     if (row < 0 || row >= m_groups.size())
         return {};
     const TransferGroup &group = m_groups.at(row);
     switch (role) {
-    case OrderRole: return group.order;
-    case MissionRole: return group.mission;
-    case KeyRole: return group.key;
-    case MissionPriRole: return group.pri;
-    default: break;
+    case OrderRole:
+        return group.order;
+    case MissionRole:
+        return group.mission;
+    case KeyRole:
+        return group.key;
+    case MissionPriRole:
+        return group.pri;
+    default:
+        break;
     }
     if (index.internalId() == 0)
         return groupData(group, index.column(), role);
-    return index.row() < group.files.size() ? fileData(group, group.files.at(index.row()), index.column(), role) : QVariant();
+    return index.row() < group.files.size() ? fileData(group, group.files.at(index.row()), index.column(), role)
+                                            : QVariant();
 }
 
 QVariant TransferModel::groupData(const TransferGroup &group, int column, int role) const
 {
     qlonglong speed = 0, done = group.done;
-    for (const TransferFile &file : group.files) {
-        speed += file.speed;
-        done += file.done;
-    }
+    if (column == Progress || column == Speed) // a branch may hold ten thousand rows
+        for (const TransferFile &file : group.files) {
+            speed += file.speed;
+            done += file.done;
+        }
     const bool bytes = m_uploads && group.size > 0;
     done = qMin(done, group.size);
     const QString state = m_uploads ? ResolveDAO::stateText(group.state) : TransSet::stateText(group.state, 0);
     switch (role) {
-    case KindRole: return m_uploads ? UploadOrder : DownloadMission;
-    case CellRole::Part: return column == Progress ? QVariant(bytes ? done : qlonglong(group.ok)) : QVariant();
-    case CellRole::Whole: return column == Progress ? QVariant(bytes ? group.size : qlonglong(group.sum)) : QVariant();
-    case CellRole::Icon: return column == Name ? QVariant(m_uploads ? QStringLiteral("upload") : QStringLiteral("download")) : QVariant();
-    case CellRole::Tint: return column == State ? QVariant(TransferRules::colour(m_uploads, group.state)) : QVariant();
-    case CellRole::Buttons: return column == Hand ? QVariant(TransferRules::buttons(m_uploads, group.state)) : QVariant();
+    case KindRole:
+        return m_uploads ? UploadOrder : DownloadMission;
+    case CellRole::Part:
+        return column == Progress ? QVariant(bytes ? done : qlonglong(group.ok)) : QVariant();
+    case CellRole::Whole:
+        return column == Progress ? QVariant(bytes ? group.size : qlonglong(group.sum)) : QVariant();
+    case CellRole::Icon:
+        return column == Name ? QVariant(m_uploads ? QStringLiteral("upload") : QStringLiteral("download"))
+                              : QVariant();
+    case CellRole::Tint:
+        return column == State ? QVariant(TransferRules::colour(m_uploads, group.state)) : QVariant();
+    case CellRole::Buttons:
+        return column == Hand ? QVariant(TransferRules::buttons(m_uploads, group.state)) : QVariant();
     case Qt::ToolTipRole:
-        return column == Name ? QStringLiteral("%1\n%2").arg(group.order, group.folder) : groupData(group, column, Qt::DisplayRole);
+        return column == Name ? QStringLiteral("%1\n%2").arg(group.order, group.folder)
+                              : groupData(group, column, Qt::DisplayRole);
     case Qt::AccessibleTextRole:
         return column == Hand ? TransferRules::buttons(m_uploads, group.state).join(QLatin1Char(' ')).simplified()
                               : groupData(group, column, Qt::DisplayRole);
-    case Qt::DisplayRole: break;
-    default: return {};
+    case Qt::DisplayRole:
+        break;
+    default:
+        return {};
     }
     switch (column) {
-    case Name: return group.name;
-    case Size: return group.size > 0 ? TransferRules::sizeText(group.size) : QString();
+    case Name:
+        return group.name;
+    case Size:
+        return group.size > 0 ? TransferRules::sizeText(group.size) : QString();
     case Progress: {
         const QString files = QStringLiteral("%1/%2").arg(group.ok).arg(group.sum);
-        return bytes ? QStringLiteral("%1/%2 (%3)").arg(TransferRules::sizeText(done), TransferRules::sizeText(group.size), files) : files;
+        return bytes ? QStringLiteral("%1/%2 (%3)")
+                           .arg(TransferRules::sizeText(done), TransferRules::sizeText(group.size), files)
+                     : files;
     }
-    case Speed: return TransferRules::speedText(speed);
-    case State: return state;
-    default: return {};
+    case Speed:
+        return TransferRules::speedText(speed);
+    case State:
+        return state;
+    default:
+        return {};
     }
 }
 
 QVariant TransferModel::fileData(const TransferGroup &group, const TransferFile &file, int column, int role) const
 {
     switch (role) {
-    case KindRole: return m_uploads ? UploadFile : DownloadFile;
-    case FilePriRole: return file.pri;
-    case MissionPriRole: return group.pri;
-    case CellRole::Part: return column == Progress ? QVariant(file.done) : QVariant();
-    case CellRole::Whole: return column == Progress ? QVariant(file.size) : QVariant();
-    case CellRole::Icon: return column == Name ? QVariant(QStringLiteral("detailDir_1")) : QVariant();
-    case CellRole::Tint: return column == State ? QVariant(TransferRules::colour(false, file.state)) : QVariant();
-    case CellRole::Buttons: return column == Hand ? QVariant(QStringList()) : QVariant();
+    case KindRole:
+        return m_uploads ? UploadFile : DownloadFile;
+    case FilePriRole:
+        return file.pri;
+    case MissionPriRole:
+        return group.pri;
+    case CellRole::Part:
+        return column == Progress ? QVariant(file.done) : QVariant();
+    case CellRole::Whole:
+        return column == Progress ? QVariant(file.size) : QVariant();
+    case CellRole::Icon:
+        return column == Name ? QVariant(QStringLiteral("detailDir_1")) : QVariant();
+    case CellRole::Tint:
+        return column == State ? QVariant(TransferRules::colour(false, file.state)) : QVariant();
+    case CellRole::Buttons:
+        return column == Hand ? QVariant(QStringList()) : QVariant();
     case Qt::ToolTipRole:
         if (column == State && file.error != 0)
             return TransSet::errorText(file.error);
         return column == Name ? QVariant(file.path) : fileData(group, file, column, Qt::DisplayRole);
-    case Qt::AccessibleTextRole: return fileData(group, file, column, Qt::DisplayRole);
-    case Qt::DisplayRole: break;
-    default: return {};
+    case Qt::AccessibleTextRole:
+        return fileData(group, file, column, Qt::DisplayRole);
+    case Qt::DisplayRole:
+        break;
+    default:
+        return {};
     }
     switch (column) {
-    case Name: return fileName(file.path);
-    case Size: return TransferRules::sizeText(file.size);
-    case Progress: return QStringLiteral("%1/%2").arg(TransferRules::sizeText(file.done), TransferRules::sizeText(file.size));
-    case Speed: return TransferRules::speedText(file.speed);
-    case State: return TransSet::stateText(file.state, file.error);
-    default: return {};
+    case Name:
+        return fileName(file.path);
+    case Size:
+        return TransferRules::sizeText(file.size);
+    case Progress:
+        return QStringLiteral("%1/%2").arg(TransferRules::sizeText(file.done), TransferRules::sizeText(file.size));
+    case Speed:
+        return TransferRules::speedText(file.speed);
+    case State:
+        return TransSet::stateText(file.state, file.error);
+    default:
+        return {};
     }
 }
 
@@ -210,72 +260,85 @@ void TransferModel::setGroups(const QList<TransferGroup> &groups)
     sync.run(groups.size());
 }
 
+// The rows of a branch stand in the order of their keys, as both stores give them. A page says all about the keys that it
+// spans (a short one about everything behind it too): what it doesn't hold there is gone. Rows outside stay, so that a
+// reload of the first page neither shortens an open branch nor moves what the user looks at.
 void TransferModel::setFiles(const QString &key, const QList<TransferFile> &files, bool clear)
 {
     const int at = rowOf(key);
     if (at < 0)
         return;
-    const QModelIndex parent = groupIndex(key);
-    QHash<qlonglong, TransferFile> known;
-    for (const TransferFile &file : qAsConst(m_groups.at(at).files))
-        known.insert(file.pri, file);
-    QList<TransferFile> next = clear ? QList<TransferFile>() : m_groups.at(at).files;
-    for (TransferFile file : files) {
-        const auto old = known.constFind(file.pri);
-        if (old != known.constEnd()) { // what the wires told is newer than the row
-            file.done = old->done;
-            file.speed = old->speed;
-            file.heard = old->heard;
-            if (file.speed > 0 && old->state == running(file.state))
-                file.state = old->state;
+    QList<TransferFile> page = files;
+    std::sort(page.begin(), page.end(), [](const auto &a, const auto &b) { return a.pri < b.pri; });
+    const bool last = page.size() < PageRows;
+    const qlonglong from = clear || page.isEmpty() ? 0 : page.first().pri;
+    int row = placeOf(m_groups.at(at).files, from);
+    for (int next = 0; next < page.size();) {
+        const QList<TransferFile> &rows = m_groups.at(at).files;
+        int end = row;
+        while (end < rows.size() && rows.at(end).pri < page.at(next).pri)
+            ++end;
+        takeRows(at, row, end - row);
+        if (row < rows.size() && rows.at(row).pri == page.at(next).pri) {
+            refreshFile(at, row++, page.at(next++));
+            continue;
         }
-        if (clear || old == known.constEnd())
-            next << file;
-    }
-    QSet<qlonglong> wanted;
-    for (const TransferFile &file : qAsConst(next))
-        wanted.insert(file.pri);
-    const auto list = [this, at]() -> QList<TransferFile> & { return m_groups[at].files; };
-    RowSync sync;
-    sync.count = [&] { return list().size(); };
-    sync.same = [&](int row, int i) { return list().at(row).pri == next.at(i).pri; };
-    sync.wantedAnywhere = [&](int row) { return wanted.contains(list().at(row).pri); };
-    sync.remove = [&](int row) {
-        beginRemoveRows(parent, row, row);
-        list().removeAt(row);
-        endRemoveRows();
-    };
-    sync.move = [&](int from, int to) {
-        beginMoveRows(parent, from, from, parent, to);
-        list().move(from, to);
-        endMoveRows();
-    };
-    sync.insert = [&](int row, int i) {
-        beginInsertRows(parent, row, row);
-        list().insert(row, next.at(i));
+        int count = 1;
+        while (next + count < page.size() && (row >= rows.size() || page.at(next + count).pri < rows.at(row).pri))
+            ++count;
+        beginInsertRows(groupIndex(key), row, row + count - 1);
+        for (int i = 0; i < count; ++i)
+            m_groups[at].files.insert(row + i, page.at(next + i));
         endInsertRows();
-    };
-    sync.update = [&](int row, int i) {
-        list()[row] = next.at(i);
-        fileChanged(at, row);
-    };
-    sync.run(next.size());
+        row += count;
+        next += count;
+    }
+    if (last)
+        takeRows(at, row, m_groups.at(at).files.size() - row);
     m_groups[at].loaded = true;
-    m_groups[at].more = files.size() >= PageRows;
+    if (last || row >= m_groups.at(at).files.size())
+        m_groups[at].more = !last;
     groupChanged(at);
+}
+
+void TransferModel::takeRows(int groupRow, int first, int count)
+{
+    if (count <= 0)
+        return;
+    beginRemoveRows(createIndex(groupRow, 0, quintptr(0)), first, first + count - 1);
+    QList<TransferFile> &rows = m_groups[groupRow].files;
+    rows.erase(rows.begin() + first, rows.begin() + first + count);
+    endRemoveRows();
+}
+
+// What the wires told is newer than the row.
+void TransferModel::refreshFile(int groupRow, int fileRow, TransferFile file)
+{
+    TransferFile &old = m_groups[groupRow].files[fileRow];
+    file.done = old.done;
+    file.speed = old.speed;
+    file.heard = old.heard;
+    if (file.speed > 0 && old.state == running(file.state))
+        file.state = old.state;
+    old = file;
+    fileChanged(groupRow, fileRow);
+}
+
+int TransferModel::placeOf(const QList<TransferFile> &files, qlonglong pri)
+{
+    const auto below = [](const TransferFile &file, qlonglong key) { return file.pri < key; };
+    return int(std::lower_bound(files.begin(), files.end(), pri, below) - files.begin());
 }
 
 TransferFile *TransferModel::find(qlonglong pri, int *groupRow, int *fileRow)
 {
     for (int g = 0; g < m_groups.size(); ++g) {
-        QList<TransferFile> &files = m_groups[g].files;
-        for (int f = 0; f < files.size(); ++f) {
-            if (files.at(f).pri != pri)
-                continue;
-            *groupRow = g;
-            *fileRow = f;
-            return &files[f];
-        }
+        const int f = placeOf(m_groups.at(g).files, pri);
+        if (f >= m_groups.at(g).files.size() || m_groups.at(g).files.at(f).pri != pri)
+            continue;
+        *groupRow = g;
+        *fileRow = f;
+        return &m_groups[g].files[f];
     }
     return nullptr;
 }
@@ -326,13 +389,15 @@ void TransferModel::setGroupState(const QString &key, int state)
     groupChanged(at);
     if (!m_uploads || state == 111)
         return;
-    for (int f = 0; f < m_groups.at(at).files.size(); ++f) { // its workers were taken
-        TransferFile &file = m_groups[at].files[f];
+    QList<TransferFile> &files = m_groups[at].files;
+    for (TransferFile &file : files) { // its workers were taken
         file.speed = 0;
         if (file.state == TransSet::UpRun)
             file.state = TransSet::UpWait;
-        fileChanged(at, f);
     }
+    if (!files.isEmpty())
+        emit dataChanged(createIndex(0, 0, m_groups.at(at).id),
+                         createIndex(files.size() - 1, ColumnCount - 1, m_groups.at(at).id));
 }
 
 void TransferModel::setGroupCount(const QString &key, int ok, int sum)
@@ -436,7 +501,10 @@ int TransferModel::rowOfId(quintptr id) const
     return -1;
 }
 
-void TransferModel::groupChanged(int row) { emit dataChanged(createIndex(row, 0, quintptr(0)), createIndex(row, ColumnCount - 1, quintptr(0))); }
+void TransferModel::groupChanged(int row)
+{
+    emit dataChanged(createIndex(row, 0, quintptr(0)), createIndex(row, ColumnCount - 1, quintptr(0)));
+}
 
 void TransferModel::fileChanged(int groupRow, int fileRow)
 {

@@ -17,7 +17,7 @@ struct TransferFile {
 };
 
 struct TransferGroup {
-    QString key;   // order number of an upload, pri of a mission
+    QString key; // order number of an upload, pri of a mission
     QString order;
     int mission = 0;
     qlonglong pri = 0;  // of a mission
@@ -31,9 +31,10 @@ struct TransferGroup {
     quintptr id = 0;
 };
 
-namespace TransferRules {
-QString sizeText(qlonglong bytes);   // "0B", "12.3KB"
-QString speedText(qlonglong bytes);  // "0B/S"
+namespace TransferRules
+{
+QString sizeText(qlonglong bytes);  // "0B", "12.3KB"
+QString speedText(qlonglong bytes); // "0B/S"
 QColor colour(bool orders, int state);
 enum Button { Start, Pause, Again, Delete, Folder, Priority, ButtonCount };
 // Which buttons a group has, as texts in the order of the enum; empty where there is none.
@@ -47,7 +48,14 @@ class TransferModel : public QAbstractItemModel
     Q_OBJECT
 public:
     enum Kind { UploadOrder = 1, UploadFile = 2, DownloadMission = 3, DownloadFile = 9 };
-    enum Role { OrderRole = 259, MissionRole = 260, KeyRole = 263, KindRole = 264, MissionPriRole = 267, FilePriRole = 268 };
+    enum Role {
+        OrderRole = 259,
+        MissionRole = 260,
+        KeyRole = 263,
+        KindRole = 264,
+        MissionPriRole = 267,
+        FilePriRole = 268
+    };
     enum Column { Name, Size, Progress, Speed, State, Hand, ColumnCount };
     static constexpr int PageRows = 30;
     TransferModel(bool uploads, QObject *parent);
@@ -86,6 +94,9 @@ private:
     int rowOf(const QString &key) const;
     int rowOfId(quintptr id) const;
     TransferFile *find(qlonglong pri, int *groupRow, int *fileRow);
+    static int placeOf(const QList<TransferFile> &files, qlonglong pri); // of the first row that isn't below pri
+    void takeRows(int groupRow, int first, int count);
+    void refreshFile(int groupRow, int fileRow, TransferFile file);
     QVariant groupData(const TransferGroup &group, int column, int role) const;
     QVariant fileData(const TransferGroup &group, const TransferFile &file, int column, int role) const;
     void groupChanged(int row);

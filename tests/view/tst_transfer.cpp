@@ -38,7 +38,10 @@ private:
     {
         return model.index(row.row(), column, row.parent()).data(role);
     }
-    static QModelIndex child(const TransferModel &model, const QString &key, int row) { return model.index(row, 0, model.groupIndex(key)); }
+    static QModelIndex child(const TransferModel &model, const QString &key, int row)
+    {
+        return model.index(row, 0, model.groupIndex(key));
+    }
 
 private slots:
     void initTestCase() { account(53); }
@@ -70,15 +73,24 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("tip");
         QTest::addColumn<QColor>("colour");
-        QTest::newRow("waiting") << 10 << 0 << "等待上传" << "等待上传" << Palette::text;
-        QTest::newRow("uploading") << 11 << 0 << "上传中" << "上传中" << Palette::accent;
-        QTest::newRow("paused") << 12 << 0 << "上传暂停" << "上传暂停" << Palette::text;
-        QTest::newRow("changed file") << 13 << 10019 << "上传异常" << "10019_文件被修改，重新上传" << Palette::failed;
-        QTest::newRow("given up") << 30 << 10013 << "上传异常" << "10013_startPos错误" << Palette::failed;
-        QTest::newRow("server at work") << 50 << 7000412 << "服务处理中" << "7000412_待hash" << Palette::accent;
-        QTest::newRow("downloading") << 1 << 0 << "下载中" << "下载中" << Palette::accent;
-        QTest::newRow("no money") << 3 << 1080009 << "下载异常:余额不足" << "1080009_余额不足" << Palette::failed;
-        QTest::newRow("unknown code") << 31 << 12345 << "下载异常" << "12345_12345" << Palette::failed;
+        QTest::newRow("waiting") << 10 << 0 << "等待上传"
+                                 << "等待上传" << Palette::text;
+        QTest::newRow("uploading") << 11 << 0 << "上传中"
+                                   << "上传中" << Palette::accent;
+        QTest::newRow("paused") << 12 << 0 << "上传暂停"
+                                << "上传暂停" << Palette::text;
+        QTest::newRow("changed file") << 13 << 10019 << "上传异常"
+                                      << "10019_文件被修改，重新上传" << Palette::failed;
+        QTest::newRow("given up") << 30 << 10013 << "上传异常"
+                                  << "10013_startPos错误" << Palette::failed;
+        QTest::newRow("server at work") << 50 << 7000412 << "服务处理中"
+                                        << "7000412_待hash" << Palette::accent;
+        QTest::newRow("downloading") << 1 << 0 << "下载中"
+                                     << "下载中" << Palette::accent;
+        QTest::newRow("no money") << 3 << 1080009 << "下载异常:余额不足"
+                                  << "1080009_余额不足" << Palette::failed;
+        QTest::newRow("unknown code") << 31 << 12345 << "下载异常"
+                                      << "12345_12345" << Palette::failed;
     }
     void fileStates()
     {
@@ -226,8 +238,9 @@ private slots:
         QCOMPARE(model.parent(held), model.groupIndex("2026002"));
         model.removeFile(1);
         QCOMPARE(held.row(), 0);
-        model.setFiles("2026002", {file(4, 10), file(2, 10)}, true);
-        QCOMPARE(held.row(), 1);
+        model.setFiles("2026002", {file(4, 10), file(1, 10), file(2, 10)}, true);
+        model.removeFile(1);
+        QCOMPARE(held.row(), 0);
         QCOMPARE(model.rowCount(model.groupIndex("2026002")), 2);
         model.setFiles("2026002", {file(5, 10)}, false); // a further page
         QCOMPARE(model.rowCount(model.groupIndex("2026002")), 3);
@@ -258,13 +271,47 @@ private slots:
         model.setFiles("2026001", {file(31, 10)}, false);
         QVERIFY(!model.canFetchMore(row));
     }
+    // A branch of ten thousand rows: a further page touches what it brings and nothing else, the first page read again
+    // takes out what has gone and leaves what stands behind it where it stands.
+    void longBranch()
+    {
+        TransferModel model(true, nullptr);
+        model.setGroups({order("2026001", 111)});
+        QSignalSpy changes(&model, &QAbstractItemModel::dataChanged), inserts(&model, &QAbstractItemModel::rowsInserted),
+            removals(&model, &QAbstractItemModel::rowsRemoved);
+        const auto page = [](int from) {
+            QList<TransferFile> list;
+            for (int i = 0; i < TransferModel::PageRows; ++i)
+                list << file(from + i, 10);
+            return list;
+        };
+        for (int from = 1; from <= 9990; from += TransferModel::PageRows)
+            model.setFiles("2026001", page(from), from == 1);
+        const QModelIndex branch = model.groupIndex("2026001");
+        QCOMPARE(model.rowCount(branch), 9990);
+        QCOMPARE(inserts.size(), 333);
+        QVERIFY2(changes.size() <= 333, "one change of the order's row a page");
+        const QPersistentModelIndex held = child(model, "2026001", 9000);
+        changes.clear();
+        model.setFiles("2026001", page(11), true); // ten have gone, in one step
+        QCOMPARE(model.rowCount(branch), 9980);
+        QCOMPARE(removals.size(), 1);
+        QCOMPARE(held.row(), 8990);
+        QVERIFY(changes.size() <= TransferModel::PageRows + 1);
+        changes.clear();
+        model.setGroupState("2026001", 112);
+        QVERIFY(changes.size() <= 2);
+        model.setFiles("2026001", {file(40, 10)}, true); // a short page tells of all
+        QCOMPARE(model.rowCount(branch), 1);
+    }
 
     // The page with living stores: what they signal arrives in the rows.
     void storesFeedThePage()
     {
         const QString dir = testHome() + "/transfer";
         QVERIFY(QDir().mkpath(dir));
-        QVERIFY(ResolveDAO::instance()->open(dir) && UploadDAO::instance()->open(dir) && DownloadDAO::instance()->open(dir));
+        QVERIFY(ResolveDAO::instance()->open(dir) && UploadDAO::instance()->open(dir) &&
+                DownloadDAO::instance()->open(dir));
         db_resolve row = scene(500, 110, "/proj/shot_a.tgd", 61);
         QList<db_resolve> rows{row, scene(501, 106)};
         QVERIFY(ResolveDAO::instance()->insertBatch(&rows));
@@ -280,7 +327,7 @@ private slots:
         const QString key = rows[0].ordernum;
         emit ResolveDAO::instance()->upProgress(500, 2, 5);
         QTRY_COMPARE(cell(*model, model->groupIndex(key), TransferModel::Progress).toString(), QString("2/5"));
-        page.findChild<QTreeView *>()->expand(model->groupIndex(key));
+        page.expandMiss(0, 0);
         QTRY_VERIFY(up.calls.contains("files " + key + " 0"));
         db_upfile wire;
         wire.ordernum = key, wire.pri = 12, wire.lpath = "/proj/a.tif", wire.size = 2048, wire.state = 10;
@@ -289,7 +336,7 @@ private slots:
         UploadDAO::instance()->tellSpeed(12, 1024, 2048, 300);
         QTRY_COMPARE(cell(*model, model->groupIndex(key), TransferModel::Speed).toString(), QString("300B/S"));
         up.calls.clear();
-        emit ResolveDAO::instance()->stateChanged([&] { db_resolve r = row; r.ordernum = key; r.state = 111; return r; }());
+        QVERIFY(ResolveDAO::instance()->setState(500, 111, 0, 1));
         UploadDAO::instance()->tellSpeed(999, 1, 1, 1); // a file that isn't listed: its order's first page is asked for
         QTRY_VERIFY_WITH_TIMEOUT(up.calls.contains("files " + key + " 0"), 5000);
         emit UploadDAO::instance()->fileDeleted("12");
@@ -319,9 +366,12 @@ private slots:
     {
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("wanted");
-        QTest::newRow("all") << "全部覆盖" << "cover 7 0";
-        QTest::newRow("missing") << "跳过已存在" << "cover 7 1";
-        QTest::newRow("closed") << "" << "cover 7 2";
+        QTest::newRow("all") << "全部覆盖"
+                             << "cover 7 0";
+        QTest::newRow("missing") << "跳过已存在"
+                                 << "cover 7 1";
+        QTest::newRow("closed") << ""
+                                << "cover 7 2";
     }
     void coverDialog()
     {
