@@ -2,20 +2,21 @@
 #include "common/HelperModes.h"
 #include "common/Housekeeping.h"
 #include "common/LogSink.h"
+#include "common/platform/Platform.h"
 #include "common/RunMode.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
-#include "common/UserInfo.h"
-#include "common/VFunc.h"
-#include "common/platform/Platform.h"
 #include "common/ui/Background.h"
 #include "common/ui/SingleApp.h"
 #include "common/ui/TrayIcon.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "resolve/ClearMax.h"
 #include "view/Login.h"
 #include "view/Startup.h"
+#include <atomic>
 #include <QDebug>
 #include <QGuiApplication>
 #include <QProcess>
@@ -24,8 +25,10 @@
 #include <QThread>
 #include <QTranslator>
 
-namespace {
+namespace
+{
 constexpr int RestartCode = 773;
+std::atomic<bool> leaving{false}; // the system has asked the client to end
 
 QStringList wordsOf(int argc, char **argv)
 {
@@ -38,14 +41,22 @@ QStringList wordsOf(int argc, char **argv)
 void runHelper(const RunMode &mode, const QStringList &words, const QString &executable)
 {
     switch (mode.kind) {
-    case RunMode::Win7: HelperModes::win7(executable); break;
-    case RunMode::CopyFiles: HelperModes::copyFiles(mode.word, UserInfo::programDir(), UserInfo::accountDirs()); break;
-    case RunMode::RunReg: HelperModes::runReg(words); break;
-    case RunMode::NetshAdd: case RunMode::NetshDelete:
+    case RunMode::Win7:
+        HelperModes::win7(executable);
+        break;
+    case RunMode::CopyFiles:
+        HelperModes::copyFiles(mode.word, UserInfo::programDir(), UserInfo::accountDirs());
+        break;
+    case RunMode::RunReg:
+        HelperModes::runReg(words);
+        break;
+    case RunMode::NetshAdd:
+    case RunMode::NetshDelete:
         UserInfo::init(words); // the list lies among the user's data
         HelperModes::netsh(mode.kind == RunMode::NetshAdd, words, UserInfo::allUserDir() + QStringLiteral("/netshadd"));
         break;
-    default: break;
+    default:
+        break;
     }
 }
 
@@ -57,6 +68,7 @@ int runClient(const RunMode &mode, SingleApp *app)
     if (!mode.silent)
         splash.show();
     Login login;
+    login.setSilent(mode.silent); // before the waits below let the window show itself
     QObject::connect(app, &SingleApp::showUp, TrayIcon::instance(), &TrayIcon::showCurWid);
     const Startup::Master master = Startup::meetMaster(&login);
     if (!master.good)
@@ -64,8 +76,9 @@ int runClient(const RunMode &mode, SingleApp *app)
     if (!mode.skipUpdate && Startup::updateStarted(master))
         return 0;
     splash.finish(nullptr);
+    if (leaving)
+        return 0;
     Background::post([dir = UserInfo::programDir()] { Housekeeping::removeOldVersions(dir); });
-    login.setSilent(mode.silent);
     if (!master.loginStarted)
         login.loadLogin();
     const int result = app->exec();
@@ -103,7 +116,10 @@ int run(int argc, char **argv, QString *executable)
         return Startup::resolveTest(&app);
     LogSink::purge();
     LogSink::install();
-    platform::onTerminate([] { QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection); });
+    platform::onTerminate([] {
+        leaving = true; // a wait of the start ends with quit(), the start itself doesn't
+        QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection);
+    });
     Startup::registerTypes();
     ClearMax clear;
     clear.start();

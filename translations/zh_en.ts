@@ -299,6 +299,20 @@
 <context>
     <name>Login</name>
     <message>
+        <source>正在打开登录页…</source>
+        <translation>Opening the login page…</translation>
+    </message>
+    <message>
+        <source>连接不上服务器，正在自动重试
+请检查网络</source>
+        <translation>The server can&apos;t be reached, trying again by itself
+Please check the network</translation>
+    </message>
+    <message>
+        <source>正在连接服务器…</source>
+        <translation>Connecting to the server…</translation>
+    </message>
+    <message>
         <source>登录</source>
         <translation>Log in</translation>
     </message>
@@ -636,6 +650,10 @@
 </context>
 <context>
     <name>Resolve</name>
+    <message>
+        <source>选中的场景都没有解析成功，请重新解析后再提交</source>
+        <translation>None of the chosen scenes was analysed, please analyse them again before submitting</translation>
+    </message>
     <message>
         <source>解析提交</source>
         <translation>Submit scenes</translation>

@@ -5,7 +5,8 @@
 #include <QHeaderView>
 #include <QPainter>
 
-namespace {
+namespace
+{
 enum Role { Page = Qt::UserRole, Web, Group, Title, Mark, Icon };
 constexpr int RowHeight = 36, GroupHeight = 32;
 constexpr int OpenWidth = 168, FoldedWidth = 48;
@@ -22,7 +23,8 @@ public:
         if (index.data(Group).toBool()) {
             painter->setPen(folded ? Palette::line : Palette::quiet);
             if (folded)
-                painter->drawLine(option.rect.left() + 12, option.rect.center().y(), option.rect.right() - 12, option.rect.center().y());
+                painter->drawLine(option.rect.left() + 12, option.rect.center().y(), option.rect.right() - 12,
+                                  option.rect.center().y());
             else
                 painter->drawText(option.rect.adjusted(16, 8, -8, 0), Qt::AlignLeft | Qt::AlignVCenter, title);
             return;
@@ -37,17 +39,21 @@ public:
             painter->drawRect(option.rect.adjusted(0, 0, -1, -1));
         }
         const QColor tint = on ? Palette::strong : Palette::text;
-        const QPixmap icon = IconTool::pixmap(index.data(Icon).toString(), on ? Palette::accent : Palette::text, 20, painter->device()->devicePixelRatioF());
+        const QPixmap icon = IconTool::pixmap(index.data(Icon).toString(), on ? Palette::accent : Palette::text, 20,
+                                              painter->device()->devicePixelRatioF());
         painter->drawPixmap(option.rect.left() + 14, option.rect.center().y() - 9, icon);
         painter->setPen(tint);
         const QRect words = option.rect.adjusted(46, 0, -20, 0);
         if (!folded)
-            painter->drawText(words, Qt::AlignLeft | Qt::AlignVCenter, option.fontMetrics.elidedText(title, Qt::ElideRight, words.width()));
+            painter->drawText(words, Qt::AlignLeft | Qt::AlignVCenter,
+                              option.fontMetrics.elidedText(title, Qt::ElideRight, words.width()));
         if (index.data(Mark).toBool()) {
             painter->setRenderHint(QPainter::Antialiasing);
             painter->setPen(Qt::NoPen);
             painter->setBrush(Palette::failed);
-            painter->drawEllipse(QPointF(folded ? option.rect.left() + 36 : option.rect.right() - 14, option.rect.center().y() - (folded ? 8 : 0)), 3, 3);
+            painter->drawEllipse(QPointF(folded ? option.rect.left() + 36 : option.rect.right() - 14,
+                                         option.rect.center().y() - (folded ? 8 : 0)),
+                                 3, 3);
             painter->setRenderHint(QPainter::Antialiasing, false);
         }
     }
@@ -95,15 +101,29 @@ void LeftMenu::addGroup(const QString &title)
     setRowHeight(row, GroupHeight);
 }
 
-void LeftMenu::addPage(const QString &icon, const QString &title, int page) { item(addRow(icon, title), 0)->setData(Page, page); }
-void LeftMenu::addWeb(const QString &icon, const QString &title, const QUrl &url) { item(addRow(icon, title), 0)->setData(Web, url); }
+void LeftMenu::addPage(const QString &icon, const QString &title, int page)
+{
+    item(addRow(icon, title), 0)->setData(Page, page);
+}
+void LeftMenu::addWeb(const QString &icon, const QString &title, const QUrl &url)
+{
+    item(addRow(icon, title), 0)->setData(Web, url);
+}
+
+void LeftMenu::setWeb(const QString &title, const QUrl &url)
+{
+    for (int row = 0; row < rowCount(); ++row)
+        if (item(row, 0)->data(Web).toUrl().isValid() && item(row, 0)->data(Title).toString() == title)
+            item(row, 0)->setData(Web, url);
+}
 
 void LeftMenu::setFolded(bool on)
 {
     m_folded = on;
     setFixedWidth(on ? FoldedWidth : OpenWidth);
     for (int row = 0; row < rowCount(); ++row)
-        item(row, 0)->setToolTip(on && !item(row, 0)->data(Group).toBool() ? item(row, 0)->data(Title).toString() : QString());
+        item(row, 0)->setToolTip(on && !item(row, 0)->data(Group).toBool() ? item(row, 0)->data(Title).toString()
+                                                                           : QString());
     viewport()->update();
 }
 

@@ -12,11 +12,12 @@ public:
     void addGroup(const QString &title);
     void addPage(const QString &icon, const QString &title, int page);
     void addWeb(const QString &icon, const QString &title, const QUrl &url);
+    void setWeb(const QString &title, const QUrl &url); // another address for the row of that title
     void setFolded(bool on);
     bool folded() const { return m_folded; }
-    void setMark(int page, bool on);  // the small point that says "something new"
-    void selectPage(int page);        // as a click on its row does
-    QStringList titles() const;       // of the rows, without groups
+    void setMark(int page, bool on); // the small point that says "something new"
+    void selectPage(int page);       // as a click on its row does
+    QStringList titles() const;      // of the rows, without groups
 
 signals:
     void pageChosen(int page);

@@ -1,28 +1,31 @@
 #include "view/Login.h"
 #include "common/CommonConfig.h"
 #include "common/Session.h"
-#include "common/UserInfo.h"
 #include "common/ui/Background.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
 #include "common/ui/WebView.h"
+#include "common/UserInfo.h"
 #include "db/UserDAO.h"
+#include "io/local/HttpServer.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
-#include "io/local/HttpServer.h"
 #include "view/LoginBridge.h"
 #include "view/MainWindow.h"
 #include "view/SessionTimer.h"
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDesktopServices>
+#include <QLabel>
 #include <QScreen>
 
-namespace {
+namespace
+{
 Login *only = nullptr;
-constexpr int AnswerMs = 15000;  // an unanswered 10308 or 10309 is sent again
-constexpr int PageMs = 30000;    // a page that doesn't log in by itself while reconnecting is shown
-constexpr int ReloadMs = 10000;  // a page that failed while reconnecting is asked for again
+constexpr int AnswerMs = 15000; // an unanswered 10308 or 10309 is sent again
+constexpr int PageMs = 30000;   // a page that doesn't log in by itself while reconnecting is shown
+constexpr int ReloadMs = 10000; // a page that failed while reconnecting is asked for again
+constexpr int SlowMs = 3000;    // no answer for that long is told
 constexpr int LoginDelayMs = 10;
 constexpr int MostPushes = 1000; // kept until there is a window
 const QSize Size(420, 560);
@@ -36,6 +39,12 @@ Login::Login() : BaseWidget(Window)
     setMinimumSize(Size);
     resize(Size);
     m_bridge = new LoginBridge(this);
+    m_words = new QLabel(this);
+    m_words->setObjectName(QStringLiteral("quiet"));
+    m_words->setAlignment(Qt::AlignCenter);
+    m_words->setWordWrap(true);
+    m_words->setMargin(32);
+    body()->addWidget(m_words, 1);
     m_again.setSingleShot(true);
     NetTcp *tcp = NetTcp::instance();
     connect(tcp, &NetTcp::linkUp, this, &Login::linkUp);
@@ -76,6 +85,14 @@ void Login::makeView()
     body()->addWidget(m_view, 1);
 }
 
+void Login::say(const QString &text)
+{
+    if (m_view)
+        m_view->hide();
+    m_words->setText(text);
+    m_words->show();
+}
+
 // The page is of no use during a session and costs memory.
 void Login::dropView()
 {
@@ -93,24 +110,34 @@ void Login::loadLogin()
     const int attempt = ++m_attempt;
     makeView();
     m_view->load(QUrl(QStringLiteral("about:blank")));
+    if (!m_unreachable)
+        say(tr("正在连接服务器…"));
+    QTimer::singleShot(SlowMs, this, [this, attempt] {
+        m_unreachable = attempt == m_attempt && !m_tokenKnown;
+        if (m_unreachable)
+            say(tr("连接不上服务器，正在自动重试\n请检查网络"));
+    });
     // The silent flag comes after the first call.
     QTimer::singleShot(0, this, [this] {
         if (!m_window && !m_silent && !m_confirming)
             show();
     });
-    Background::run(this, [third = UserInfo::thirdInfo()] { return UserDAO::instance()->info(third); },
-                    [this, attempt](const QString &stored) {
-                        if (attempt != m_attempt)
-                            return;
-                        m_stored = stored;
-                        m_storedKnown = true;
-                        loadLoginBack();
-                    });
-    NetTcp::instance()->nvds(103, 10308, QJsonObject{{QStringLiteral("thirdParty"), 0}},
-                             [this, attempt](int, const QJsonDocument &doc) {
-                                 if (attempt == m_attempt && !m_tokenKnown)
-                                     tokenReply(doc.object());
-                             }, this);
+    Background::run(
+        this, [third = UserInfo::thirdInfo()] { return UserDAO::instance()->info(third); },
+        [this, attempt](const QString &stored) {
+            if (attempt != m_attempt)
+                return;
+            m_stored = stored;
+            m_storedKnown = true;
+            loadLoginBack();
+        });
+    NetTcp::instance()->nvds(
+        103, 10308, QJsonObject{{QStringLiteral("thirdParty"), 0}},
+        [this, attempt](int, const QJsonDocument &doc) {
+            if (attempt >= m_firstAttempt && !m_tokenKnown)
+                tokenReply(doc.object());
+        },
+        this);
     m_again.disconnect();
     connect(&m_again, &QTimer::timeout, this, [this] {
         if (!m_tokenKnown)
@@ -123,6 +150,7 @@ void Login::tokenReply(const QJsonObject &reply)
 {
     m_again.stop();
     m_tokenKnown = true;
+    m_unreachable = false;
     m_loginInfo = reply;
     m_token = reply.value(QLatin1String("token")).toVariant().toString().toUtf8();
     UserInfo::setSessionToken(QString::fromUtf8(m_token));
@@ -136,6 +164,7 @@ void Login::loadLoginBack()
     const QUrl url = LoginRules::pageUrl(Session::address(QStringLiteral("login")), UserInfo::language());
     qDebug().noquote() << "Login::loadLoginBack" << url.toString();
     makeView();
+    say(tr("正在打开登录页…"));
     m_view->load(url);
     if (!m_autoRelogin)
         return;
@@ -159,6 +188,9 @@ void Login::loadFinish(bool ok)
 {
     if (!m_view || m_view->url().scheme() == QLatin1String("about"))
         return;
+    m_words->hide();
+    m_view->show();
+    m_view->setFocus();
     if (!ok || m_view->webPage()->failedUrl() == m_view->url()) {
         qWarning().noquote() << "Login::loadFinish" << m_view->url().toString() << "can't be loaded";
         if (m_autoRelogin && m_tokenKnown)
@@ -207,11 +239,13 @@ void Login::loginDelay()
     if (!m_confirming)
         return;
     const int attempt = m_attempt;
-    NetTcp::instance()->nvds(103, 10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()),
-                             [this, attempt](int val, const QJsonDocument &doc) {
-                                 if (attempt == m_attempt && m_confirming)
-                                     confirmReply(val, doc);
-                             }, this);
+    NetTcp::instance()->nvds(
+        103, 10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()),
+        [this, attempt](int val, const QJsonDocument &doc) {
+            if (attempt == m_attempt && m_confirming)
+                confirmReply(val, doc);
+        },
+        this);
     m_again.disconnect();
     connect(&m_again, &QTimer::timeout, this, &Login::loginDelay);
     m_again.start(AnswerMs);
@@ -229,17 +263,31 @@ void Login::confirmReply(int val, const QJsonDocument &doc)
         return;
     }
     if (!m_auth.isEmpty())
-        Background::post([third = UserInfo::thirdInfo(), info = m_auth] { UserDAO::instance()->saveInfo(third, info); });
+        Background::post(
+            [third = UserInfo::thirdInfo(), info = m_auth] { UserDAO::instance()->saveInfo(third, info); });
+    const bool back = m_autoRelogin && sameAccount(doc.object());
+    if (m_autoRelogin && !back) { // somebody else logged in on the page: nothing of the old account may go on
+        qDebug().noquote() << "Login::confirmReply: another account";
+        const QString token = UserInfo::token();
+        endSession();
+        UserInfo::setSessionToken(QString::fromUtf8(m_token));
+        UserInfo::setAuth(token);
+        NetWork::instance()->forgetDrives();
+    }
+    m_autoRelogin = false;
     CommonConfig::fromJson(doc.object());
     NetTcp::instance()->setLogin(true);
     hide();
     dropView();
-    if (m_autoRelogin) {
-        m_autoRelogin = false;
-        qDebug().noquote() << "Login::confirmReply: the link is back";
-        return;
-    }
-    startSession(doc.object());
+    if (!back)
+        return startSession(doc.object());
+    qDebug().noquote() << "Login::confirmReply: the link is back";
+    m_window->setLoginInfo(m_loginInfo);
+}
+
+bool Login::sameAccount(const QJsonObject &account) const
+{
+    return m_window && account.value(QLatin1String("userId")).toVariant().toInt() == UserInfo::userId();
 }
 
 void Login::startSession(const QJsonObject &account)
@@ -289,7 +337,7 @@ void Login::reLogin(int reason)
     const bool restore = plan.automatic && m_window;
     m_again.stop();
     m_confirming = m_tokenKnown = false;
-    ++m_attempt;
+    m_firstAttempt = ++m_attempt + 1;
     NetWork::instance()->forgetTokens();
     m_autoRelogin = restore;
     m_changeUser = plan.changeUser;
@@ -330,8 +378,8 @@ void Login::keepPush(int val, const QJsonDocument &doc, int cmd)
 
 void Login::linkDelegate(int type, QString url)
 {
-    static const char *const kinds[] = {"loginLink", "resetpwdLink", "balanceLink", "depositLink",
-                                        "registerLink", "secret", "customerQQ", "enterpriseQQ"};
+    static const char *const kinds[] = {"loginLink",    "resetpwdLink", "balanceLink", "depositLink",
+                                        "registerLink", "secret",       "customerQQ",  "enterpriseQQ"};
     if (url.isEmpty() && type >= 0 && type < int(std::size(kinds)))
         url = m_loginInfo.value(QLatin1String(kinds[type])).toString();
     const QUrl target = QUrl::fromUserInput(url);

@@ -17,6 +17,7 @@ class LoginBridge;
 class MainWindow;
 class HttpServer;
 class WebView;
+class QLabel;
 
 class Login : public BaseWidget
 {
@@ -38,13 +39,13 @@ public:
     void reloadPage();
 
 public slots:
-    void loadLogin();          // asks for a token and then loads the page
+    void loadLogin(); // asks for a token and then loads the page
     void reLogin(int reason);
-    void linkUp();             // the business link has connected
-    void login();              // the page has logged in: confirm it soon
+    void linkUp(); // the business link has connected
+    void login();  // the page has logged in: confirm it soon
     void loginDelay();
     void loadFinish(bool ok);
-    void checkSilent();        // shows the window where nobody else would log in
+    void checkSilent();                       // shows the window where nobody else would log in
     void linkDelegate(int type, QString url); // opens a link of the 10308 reply, or url
     void on_headClose_clicked() override;
 
@@ -56,26 +57,35 @@ private:
     void startSession(const QJsonObject &account);
     void endSession();
     void keepPush(int val, const QJsonDocument &doc, int cmd);
+    bool sameAccount(const QJsonObject &account) const;
+    void say(const QString &text); // in place of the page, while there is none
     void makeView();
     void dropView();
 
-    struct Push { int val; QJsonDocument doc; int cmd; };
+    struct Push {
+        int val;
+        QJsonDocument doc;
+        int cmd;
+    };
 
     LoginBridge *m_bridge = nullptr;
     WebView *m_view = nullptr;
+    QLabel *m_words = nullptr;
     QPointer<MainWindow> m_window;
     HttpServer *m_server = nullptr;
     QByteArray m_token;
-    QString m_auth;     // last record given by the page; empty when nobody is logged in
-    QString m_stored;   // the brand's row of user.db
+    QString m_auth;   // last record given by the page; empty when nobody is logged in
+    QString m_stored; // the brand's row of user.db
     QJsonObject m_loginInfo;
     LoginRules::Marks m_marks;
     QList<Push> m_pushes; // that came before the main window
     QTimer m_again;       // bounds the wait for 10308, 10309 and, while reconnecting, for the page
     int m_changeUser = 0;
-    int m_attempt = 0;    // numbers the token requests; answers to older ones are dropped
+    int m_attempt = 0;      // numbers the token requests
+    int m_firstAttempt = 0; // of this link: answers to earlier ones are dropped, a slow one to a later one still counts
     bool m_autoRelogin = false, m_silent = false;
     bool m_tokenKnown = false, m_storedKnown = false; // of this attempt
     bool m_confirming = false;
+    bool m_unreachable = false; // the server hasn't answered for a while
     bool m_started = false; // loadLogin was called once
 };

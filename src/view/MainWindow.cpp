@@ -1,11 +1,11 @@
 #include "view/MainWindow.h"
 #include "common/Seam.h"
-#include "common/UserInfo.h"
 #include "common/ui/Background.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/PullMsg.h"
 #include "common/ui/TrayIcon.h"
+#include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "io/NetTcp.h"
 #include "resolve/ResolveScan.h"
@@ -22,16 +22,29 @@
 #include <QStackedWidget>
 #include <QTimer>
 
-namespace {
-constexpr int Deposit = 3;    // kind of link
+namespace
+{
+constexpr int Deposit = 3; // kind of link
 constexpr int ResultsMs = 500;
 const QSize FirstSize(1240, 760), LeastSize(960, 560);
 double money = 0;
+
+struct WebRow {
+    const char *group, *key, *icon, *title;
+};
+const char *const center = QT_TRANSLATE_NOOP("MainWindow", "用户中心"), *const help = QT_TRANSLATE_NOOP("MainWindow", "使用帮助");
+const WebRow webRows[] = {
+    {center, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")},
+    {center, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")},
+    {center, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")},
+    {help, "renderGuideUrl", "help", QT_TRANSLATE_NOOP("MainWindow", "渲染指南")},
+    {help, "netTestUrl", "globe", QT_TRANSLATE_NOOP("MainWindow", "网络诊断")},
+};
 } // namespace
 
 MainWindow::MainWindow(const QJsonObject &loginInfo)
-    : BaseWidget(Window), m_bar(new HeadBar(this)), m_menu(new LeftMenu(this)), m_stack(new QStackedWidget(this)), m_pull(new PullMsg(this)),
-      m_token(loginInfo.value(QLatin1String("token")).toString())
+    : BaseWidget(Window), m_bar(new HeadBar(this)), m_menu(new LeftMenu(this)), m_stack(new QStackedWidget(this)),
+      m_pull(new PullMsg(this)), m_token(loginInfo.value(QLatin1String("token")).toString())
 {
     setObjectName(QStringLiteral("MainWindow"));
     setTitle(tr("渲染客户端"));
@@ -79,7 +92,8 @@ void MainWindow::makePages()
     m_resolve = new Resolve(this);
     m_transfer = new Transfer(this);
     m_web = new WebPanel(this);
-    for (QWidget *page : {static_cast<QWidget *>(m_resolve), static_cast<QWidget *>(m_transfer), static_cast<QWidget *>(m_web)})
+    for (QWidget *page :
+         {static_cast<QWidget *>(m_resolve), static_cast<QWidget *>(m_transfer), static_cast<QWidget *>(m_web)})
         m_stack->addWidget(page);
     connect(m_transfer, &Transfer::recharge, this, &MainWindow::on_recharge_clicked);
     connect(m_web, &WebPanel::reLogin, this, &MainWindow::reLogin);
@@ -114,21 +128,16 @@ void MainWindow::makeMenu(const QJsonObject &info)
     m_menu->addGroup(tr("渲染管理"));
     m_menu->addPage(QStringLiteral("analyse"), tr("解析提交"), ResolvePage);
     m_menu->addPage(QStringLiteral("transfer"), tr("传输管理"), TransferPage);
-    struct Web { const char *key; QString icon, title; };
-    const auto group = [&](const QString &title, std::initializer_list<Web> rows) {
-        bool first = true;
-        for (const Web &row : rows) {
-            const QString url = info.value(QLatin1String(row.key)).toString();
-            if (url.isEmpty())
-                continue; // this server has no such page
-            if (std::exchange(first, false))
-                m_menu->addGroup(title);
-            m_menu->addWeb(row.icon, row.title, WebPanel::rowUrl(url, m_token, UserInfo::languageNumber() == 1));
-        }
-    };
-    group(tr("用户中心"), {{"personalCenterUrl", QStringLiteral("user"), tr("个人中心")}, {"rechargeCenterUrl", QStringLiteral("wallet"), tr("充值中心")},
-                           {"vipCenterUrl", QStringLiteral("star"), tr("会员购买")}});
-    group(tr("使用帮助"), {{"renderGuideUrl", QStringLiteral("help"), tr("渲染指南")}, {"netTestUrl", QStringLiteral("globe"), tr("网络诊断")}});
+    const char *group = nullptr;
+    for (const WebRow &row : webRows) {
+        const QUrl url = webUrl(info, row.key);
+        if (url.isEmpty())
+            continue; // this server has no such page
+        if (group != row.group)
+            m_menu->addGroup(tr(row.group));
+        group = row.group;
+        m_menu->addWeb(QLatin1String(row.icon), tr(row.title), url);
+    }
     connect(m_menu, &LeftMenu::pageChosen, this, [this](int page) {
         m_stack->setCurrentIndex(page);
         m_stack->currentWidget()->setFocus();
@@ -138,6 +147,19 @@ void MainWindow::makeMenu(const QJsonObject &info)
         m_stack->setCurrentIndex(WebPage);
         m_web->open(title, url);
     });
+}
+
+QUrl MainWindow::webUrl(const QJsonObject &loginInfo, const char *key) const
+{
+    const QString url = loginInfo.value(QLatin1String(key)).toString();
+    return url.isEmpty() ? QUrl() : WebPanel::rowUrl(url, m_token, UserInfo::languageNumber() == 1);
+}
+
+void MainWindow::setLoginInfo(const QJsonObject &loginInfo)
+{
+    m_token = loginInfo.value(QLatin1String("token")).toString();
+    for (const WebRow &row : webRows)
+        m_menu->setWeb(tr(row.title), webUrl(loginInfo, row.key));
 }
 
 void MainWindow::showPage(int page)
@@ -152,10 +174,13 @@ void MainWindow::listenTo(ResolveScan *scan) { connect(scan, &ResolveScan::seeWa
 void MainWindow::askServer()
 {
     NetTcp::instance()->nvds(103, 10306, QJsonObject());
-    NetTcp::instance()->nvds(103, 10314, QJsonObject(), [this](int, const QJsonDocument &doc) {
-        UserInfo::setRolePerm(doc.object());
-        rolePermChanged();
-    }, this);
+    NetTcp::instance()->nvds(
+        103, 10314, QJsonObject(),
+        [this](int, const QJsonDocument &doc) {
+            UserInfo::setRolePerm(doc.object());
+            rolePermChanged();
+        },
+        this);
     if (!m_results.isEmpty())
         sendResults();
 }
@@ -170,13 +195,17 @@ double MainWindow::balance() { return money; }
 
 void MainWindow::queryMoney()
 {
-    NetTcp::instance()->nvds(103, 10302, QJsonObject(), [this](int, const QJsonDocument &doc) {
-        const QJsonObject obj = doc.object();
-        const QJsonValue amount = obj.contains(QLatin1String("balance")) ? obj.value(QLatin1String("balance")) : obj.value(QLatin1String("money"));
-        if (!amount.isUndefined() && !amount.isNull())
-            moneyOk(obj.value(QLatin1String("level")).toVariant().toString(), obj.value(QLatin1String("discount")).toVariant().toString(),
-                    amount.toVariant().toString());
-    }, this);
+    NetTcp::instance()->nvds(
+        103, 10302, QJsonObject(),
+        [this](int, const QJsonDocument &doc) {
+            const QJsonObject obj = doc.object();
+            const QJsonValue amount = obj.contains(QLatin1String("balance")) ? obj.value(QLatin1String("balance"))
+                                                                             : obj.value(QLatin1String("money"));
+            if (!amount.isUndefined() && !amount.isNull())
+                moneyOk(obj.value(QLatin1String("level")).toVariant().toString(),
+                        obj.value(QLatin1String("discount")).toVariant().toString(), amount.toVariant().toString());
+        },
+        this);
 }
 
 void MainWindow::moneyOk(QString level, QString dis, QString amount)
@@ -203,7 +232,8 @@ void MainWindow::changeNotice(QJsonObject obj) { m_bar->setNotice(obj); }
 
 void MainWindow::newMsgCenter(int state)
 {
-    Background::post([state] { UserInfo::setUserValue(QStringLiteral("MsgCenter"), QStringLiteral("redNotice"), state); });
+    Background::post(
+        [state] { UserInfo::setUserValue(QStringLiteral("MsgCenter"), QStringLiteral("redNotice"), state); });
     m_bar->setRedMark(state == 1);
 }
 
@@ -264,7 +294,10 @@ void MainWindow::sendResults()
 }
 
 void MainWindow::msgOk(const QString &text) { MsgTool::msgOk(isVisible() ? this : nullptr, text); }
-void MainWindow::showInfoMsg(const QString &title, const QString &text) { TrayIcon::instance()->showInfoMsg(title, text); }
+void MainWindow::showInfoMsg(const QString &title, const QString &text)
+{
+    TrayIcon::instance()->showInfoMsg(title, text);
+}
 void MainWindow::rootMsg(const QString &text, int, int, int) { msgOk(text); }
 void MainWindow::downCover(int missionId, const QString &text) { m_transfer->downCover(missionId, text); }
 void MainWindow::downErrorTip(const QString &text) { m_transfer->downErrorTip(text); }

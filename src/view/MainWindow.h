@@ -2,11 +2,12 @@
 // The frame around the pages: left menu, page stack, head with account, balance and notices; the engine's voice on
 // screen (WindowCalls); the way of pushes to who handles them. Made at login, lives until an account change. Closing
 // hides it to the tray (without a tray: minimises it) unless it's closing for good. Main thread.
-#include "common/WindowCalls.h"
 #include "common/ui/BaseWidget.h"
+#include "common/WindowCalls.h"
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QPointer>
+#include <QUrl>
 
 class HeadBar;
 class LeftMenu;
@@ -27,6 +28,7 @@ public:
 
     void setClosing(bool on) { m_closing = on; }
     void listenTo(ResolveScan *scan);
+    void setLoginInfo(const QJsonObject &loginInfo); // of a later login of the same account: a new token
     static double balance();
     Q_INVOKABLE void queryMoney();
     void showMoney(bool show);
@@ -68,6 +70,7 @@ private:
     void makeHead();
     void makeMenu(const QJsonObject &loginInfo);
     void makePages();
+    QUrl webUrl(const QJsonObject &loginInfo, const char *key) const; // empty where the server has no such page
     void askServer();
     void sendResults();
 
@@ -78,7 +81,7 @@ private:
     Transfer *m_transfer;
     WebPanel *m_web = nullptr;
     PullMsg *m_pull;
-    QPointer<QWidget> m_child;   // the message centre
+    QPointer<QWidget> m_child;    // the message centre
     QList<QJsonObject> m_results; // pushes that wait for the download queue
     QString m_token;
     bool m_recharge = false;

@@ -7,21 +7,25 @@
 #include "db/UserDAO.h"
 #include "support/HttpPeer.h"
 #include "support/TestMain.h"
+#include "view/LeftMenu.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
 #include "view/SessionTimer.h"
 #include "ViewRig.h"
 
-namespace {
+namespace
+{
 // Tells the test what it sees, by asking for it as a path.
 QByteArray page(const QByteArray &script)
 {
-    return "<html><body><script>function tell(t){var r=new XMLHttpRequest();r.open('GET','/told?'+encodeURIComponent(t),true);r.send();}"
-           + script + "</script></body></html>";
+    return "<html><body><script>function tell(t){var r=new "
+           "XMLHttpRequest();r.open('GET','/told?'+encodeURIComponent(t),true);r.send();}" +
+           script + "</script></body></html>";
 }
 const QByteArray sees = "tell(Login.getSessionId()+' '+Login.isChangeUser()+' '+Login.loadUserInfos());";
 const QByteArray saves = "Login.setAuth('auth-'+Login.getSessionId());"
-                         "Login.saveUserInfos(JSON.stringify({failNum:0,username:'frieda',password:'p',rememberPsd:'true',autoLogin:'false'}));";
+                         "Login.saveUserInfos(JSON.stringify({failNum:0,username:'frieda',password:'p',rememberPsd:'"
+                         "true',autoLogin:'false'}));";
 const QByteArray logsIn = sees + "if(Login.isChangeUser()===0){" + saves + "}";
 } // namespace
 
@@ -61,7 +65,10 @@ private:
         m_login->loadLogin();
         m_login->setSilent(silent);
     }
-    bool inSession() { return QTest::qWaitFor([this] { return m_login->mainWindow() && Session::live() && NetTcp::isLogin(); }, 15000); }
+    bool inSession()
+    {
+        return QTest::qWaitFor([this] { return m_login->mainWindow() && Session::live() && NetTcp::isLogin(); }, 15000);
+    }
     int pages() const
     {
         return std::count_if(m_web->requests.begin(), m_web->requests.end(),
@@ -69,7 +76,11 @@ private:
     }
 
 private slots:
-    void initTestCase() { UserInfo::init({"VandrelQN"}); }
+    void initTestCase()
+    {
+        UserInfo::init({"VandrelQN"});
+        UserInfo::setAllValue("Server", "clientPort", 0); // any free one
+    }
     void init()
     {
         m_server.reset(new BusinessPeer);
@@ -80,7 +91,9 @@ private slots:
         m_page = page(logsIn);
         m_tokens = 0;
         m_server->answer(10308, [this](const BusinessPeer::Request &) {
-            return BusinessPeer::Reply{1030800, {{"token", QString("token%1").arg(++m_tokens)}, {"depositLink", "http://pay.example"}}};
+            return BusinessPeer::Reply{
+                1030800,
+                {{"token", QString("token%1").arg(++m_tokens)}, {"depositLink", "http://pay.example"}, {"vipCenterUrl", m_web->url("/vip")}}};
         });
         m_server->answer(10309, 1030900, {{"userId", 41}, {"username", "frieda"}, {"parseTime", 77}, {"hashType", 1}});
         writeIni(m_web->url("?auto=1").toUtf8());
@@ -153,6 +166,20 @@ private slots:
         QVERIFY(told().value(0).startsWith("late "));
     }
 
+    // Nobody looks at an empty window: it tells what it waits for.
+    void serverThatDoesNotAnswer()
+    {
+        m_server->silence(10308);
+        begin(false);
+        const auto *words = m_login->findChild<QLabel *>("quiet");
+        QTRY_COMPARE(words->text(), QString("正在连接服务器…"));
+        QTRY_VERIFY(words->isVisible() && words->text().contains("请检查网络"));
+        m_page = page(sees);
+        m_server->answer(10308, 1030800, {{"token", "late"}});
+        m_login->linkUp();
+        QTRY_VERIFY(told().size() == 1 && !words->isVisible());
+    }
+
     void refusedConfirmation()
     {
         m_server->answer(10309, 1040022);
@@ -181,22 +208,43 @@ private slots:
         QPointer<MainWindow> window = m_login->mainWindow();
         QTRY_VERIFY(ResolveDAO::instance()->isOpen());
         const int before = pages();
+        QSignalSpy changes(NetTcp::instance(), &NetTcp::loginChanged); // lost, and back
         if (reason == 112)
             m_server->cut();
         else
             m_server->push(10001, reason, {});
-        QTRY_VERIFY(!NetTcp::isLogin());
-        QVERIFY(m_login->autoRelogin());
-        QVERIFY(QTest::qWaitFor([] { return NetTcp::isLogin(); }, 15000));
+        QVERIFY(QTest::qWaitFor([&] { return changes.size() >= 2 && NetTcp::isLogin(); }, 15000));
         QVERIFY(pages() > before);
-        QVERIFY2(told().last().contains("\"autoLogin\":\"true\"") && told().last().contains("\"rememberPsd\":\"true\""), qPrintable(told().last()));
+        QVERIFY2(told().last().contains("\"autoLogin\":\"true\"") && told().last().contains("\"rememberPsd\":\"true\""),
+                 qPrintable(told().last()));
         QCOMPARE(window.data(), m_login->mainWindow());
         QVERIFY(SessionTimer::running() && ResolveDAO::instance()->isOpen());
         QVERIFY(TrayIcon::instance()->online());
         QVERIFY(!m_login->isVisible() && !m_login->autoRelogin());
         QCOMPARE(message(), QString());
+        auto *menu = window->findChild<LeftMenu *>();
+        QSignalSpy opened(menu, &LeftMenu::webChosen);
+        menu->setCurrentCell(menu->rowCount() - 1, 0);
+        QVERIFY2(opened.value(0).value(1).toUrl().query().startsWith(QString("sessionid=token%1").arg(m_tokens)), "web pages get the token that holds");
         Background::finish();
-        QVERIFY2(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"autoLogin\":\"false\""), "the user's own marks are kept");
+        QVERIFY2(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"autoLogin\":\"false\""),
+                 "the user's own marks are kept");
+    }
+
+    // Somebody else logs in on the page while the link was lost: nothing of the first account goes on under the second.
+    void otherAccountAfterLinkLoss()
+    {
+        begin();
+        QVERIFY(inSession());
+        QPointer<MainWindow> window = m_login->mainWindow();
+        m_server->answer(10309, 1030900, {{"userId", 52}, {"username", "otto"}, {"parseTime", 5}});
+        m_server->cut();
+        QVERIFY(QTest::qWaitFor([&] { return !window && m_login->mainWindow(); }, 15000));
+        QVERIFY(inSession());
+        QCOMPARE(UserInfo::userId(), 52);
+        QCOMPARE(CommonConfig::get().parseTime, 5);
+        QCOMPARE(UserInfo::token(), QString("auth-token%1").arg(m_tokens));
+        QTRY_VERIFY(ResolveDAO::instance()->isOpen() && !m_login->isVisible());
     }
 
     // By hand, a changed password, kicks: the session is gone, the page is back, a kick's text doesn't block it.
@@ -266,7 +314,8 @@ private slots:
     void pageThatFails()
     {
         m_web->answer = [this](const HttpPeer::Request &request) {
-            return request.path.contains("loginPage") && pages() < 2 ? HttpPeer::response("", "500 no") : HttpPeer::response(m_page);
+            return request.path.contains("loginPage") && pages() < 2 ? HttpPeer::response("", "500 no")
+                                                                     : HttpPeer::response(m_page);
         };
         begin();
         QTRY_VERIFY2(m_login->isVisible(), "who starts hidden is shown what is wrong");
