@@ -1,13 +1,13 @@
 #include "view/Resolve.h"
 #include "common/Debounce.h"
-#include "common/UserInfo.h"
-#include "common/VFunc.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/EmptyView.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/TickHeader.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
@@ -16,6 +16,7 @@
 #include "view/ResolveWarn.h"
 #include "view/SceneDelete.h"
 #include "view/SceneInfo.h"
+#include <algorithm>
 #include <QAction>
 #include <QDebug>
 #include <QFileDialog>
@@ -25,17 +26,20 @@
 #include <QMenu>
 #include <QPushButton>
 #include <QSortFilterProxyModel>
+#include <QStyle>
 #include <QTableView>
 
 using ResolveRules::Act;
 
-namespace {
+namespace
+{
 constexpr int ReloadMs = 500;
-constexpr int HandlerMs = 200;   // until the analysis queue stands
+constexpr int HandlerMs = 200; // until the analysis queue stands
 } // namespace
 
 Resolve::Resolve(QWidget *parent)
-    : BaseWidget(Page, parent), m_model(new ResolveModel(this)), m_sorted(new QSortFilterProxyModel(this)), m_reload(new Debounce(this))
+    : BaseWidget(Page, parent), m_model(new ResolveModel(this)), m_sorted(new QSortFilterProxyModel(this)),
+      m_reload(new Debounce(this))
 {
     setObjectName(QStringLiteral("Resolve"));
     setAccessibleName(tr("解析提交"));
@@ -79,7 +83,10 @@ void Resolve::makeActions()
         addAction(action);
     };
     key(QKeySequence(Qt::Key_F5), &Resolve::refresh);
-    key(QKeySequence::Find, [this] { m_search->setFocus(); m_search->selectAll(); });
+    key(QKeySequence::Find, [this] {
+        m_search->setFocus();
+        m_search->selectAll();
+    });
     key(QKeySequence(Qt::Key_Escape), [this] {
         m_search->clear();
         m_model->tickAll(false);
@@ -115,7 +122,7 @@ void Resolve::makeBar()
         one->setProperty("primary", primary);
         connect(one, &QPushButton::clicked, action, &QAction::trigger);
         connect(action, &QAction::changed, one, [this, one, action] {
-            if (!action->isEnabled() && one->hasFocus())
+            if (!action->isEnabled() && window()->focusWidget() == one)
                 m_table->setFocus(); // not to the next button: that may be the one that deletes
             one->setEnabled(action->isEnabled());
         });
@@ -136,6 +143,11 @@ void Resolve::makeBar()
     m_search->setAccessibleName(m_search->placeholderText());
     m_search->setClearButtonEnabled(true);
     m_search->setFixedWidth(200);
+    m_search->setObjectName(QStringLiteral("search"));
+    connect(m_search, &QLineEdit::textChanged, this, [this] { // the sheet dims the hint of an empty field
+        m_search->style()->unpolish(m_search);
+        m_search->style()->polish(m_search);
+    });
     m_search->addAction(IconTool::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
     connect(m_search, &QLineEdit::textChanged, this, [this](const QString &text) { searchName(0, text); });
     bar->addWidget(m_search);
@@ -166,7 +178,8 @@ void Resolve::makeTable()
     m_table->setContextMenuPolicy(Qt::CustomContextMenu);
     connect(m_table, &QWidget::customContextMenuRequested, this, &Resolve::contextMenu);
     connect(m_table, &QAbstractItemView::activated, this, [this](const QModelIndex &index) {
-        if (index.column() != ResolveModel::Tick && index.column() != ResolveModel::Hand && index.column() != ResolveModel::State)
+        if (index.column() != ResolveModel::Tick && index.column() != ResolveModel::Hand &&
+            index.column() != ResolveModel::State)
             resolveStateHand(0, index);
     });
     connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, &Resolve::actionsFollow);
@@ -176,7 +189,8 @@ void Resolve::makeTable()
     space->setShortcutContext(Qt::WidgetShortcut);
     connect(space, &QAction::triggered, this, &Resolve::tickSelected);
     m_table->addAction(space);
-    new EmptyView(m_table, QStringLiteral("drop"), tr("暂时没有解析记录呢"), tr("把场景文件拖到这里，或点击“添加场景”"));
+    new EmptyView(m_table, QStringLiteral("drop"), tr("暂时没有解析记录呢"),
+                  tr("把场景文件拖到这里，或点击“添加场景”"));
     body()->addWidget(m_table, 1);
     auto *foot = new QHBoxLayout;
     foot->setContentsMargins(16, 6, 16, 6);
@@ -191,7 +205,8 @@ void Resolve::listen()
 {
     ResolveDAO *dao = ResolveDAO::instance();
     connect(dao, &ResolveDAO::allFile, this, &Resolve::allFile, Qt::QueuedConnection);
-    connect(dao, &ResolveDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
+    connect(
+        dao, &ResolveDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
     connect(dao, &ResolveDAO::orderChanged, this, &Resolve::orderChanged, Qt::QueuedConnection);
     connect(dao, &ResolveDAO::stateChanged, this, &Resolve::stateChanged, Qt::QueuedConnection);
     connect(dao, &ResolveDAO::resolveDeleted, this, &Resolve::resolveDeleted, Qt::QueuedConnection);
@@ -237,7 +252,8 @@ void Resolve::chooseFiles()
     for (int type = 1; type <= 8; ++type)
         for (const QString &ending : VFunc::endings(type))
             endings << QStringLiteral("*") + (ending.startsWith(QLatin1Char('.')) ? ending : QLatin1Char('.') + ending);
-    auto *dialog = new QFileDialog(this, tr("添加场景"), QString(), tr("场景文件") + QStringLiteral(" (%1)").arg(endings.join(QLatin1Char(' '))));
+    auto *dialog = new QFileDialog(this, tr("添加场景"), QString(),
+                                   tr("场景文件") + QStringLiteral(" (%1)").arg(endings.join(QLatin1Char(' '))));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
     dialog->setFileMode(QFileDialog::ExistingFiles);
     connect(dialog, &QFileDialog::filesSelected, this, &Resolve::rFile);
@@ -254,7 +270,8 @@ void Resolve::rFile(QStringList list)
         MsgTool::msgOk(this, tr("余额不足，请充值"));
         return;
     }
-    const QString text = QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(list)).toJson(QJsonDocument::Compact));
+    const QString text =
+        QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(list)).toJson(QJsonDocument::Compact));
     auto *hand = new CmdHand; // deletes itself
     connect(hand, &CmdHand::backEnvPre, this, &Resolve::backEnvPre, Qt::QueuedConnection);
     hand->start(QStringLiteral("/model /analysis -post=") + text, QStringLiteral("/localClient"));
@@ -312,10 +329,10 @@ void Resolve::contextMenu(const QPoint &at)
     const QModelIndex index = m_table->indexAt(at);
     const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
     if (ResolveRules::priorityType(m_model->row(key).state) >= 0)
-        menu->addAction(IconTool::icon(QStringLiteral("top")), tr("优先级"), this, [this, key] {
-            resolveHand(2, m_model->index(m_model->rowOf(key), ResolveModel::Hand));
-        });
-    for (Act act : {Act::Commit, Act::Recommit, Act::Again, Act::PauseAnalysis, Act::KeepAnalysis, Act::PauseUpload, Act::KeepUpload, Act::Delete})
+        menu->addAction(IconTool::icon(QStringLiteral("top")), tr("优先级"), this,
+                        [this, key] { resolveHand(2, m_model->index(m_model->rowOf(key), ResolveModel::Hand)); });
+    for (Act act : {Act::Commit, Act::Recommit, Act::Again, Act::PauseAnalysis, Act::KeepAnalysis, Act::PauseUpload,
+                    Act::KeepUpload, Act::Delete})
         if (m_acts.value(int(act))->isEnabled())
             menu->addAction(m_acts.value(int(act)));
     if (menu->isEmpty())
@@ -331,8 +348,13 @@ void Resolve::commit(const QList<qlonglong> &keys, bool batch)
 
 void Resolve::commitAct()
 {
-    const QList<qlonglong> keys = marked(Act::Commit);
-    if (keys.size() > 1)
+    QList<qlonglong> keys = marked(Act::Commit);
+    const auto failed = [this](qlonglong key) { return m_model->row(key).state == 104; };
+    if (keys.size() > 1) // of several only what can render: a failed analysis costs money and gives nothing
+        keys.erase(std::remove_if(keys.begin(), keys.end(), failed), keys.end());
+    if (keys.isEmpty())
+        MsgTool::msgOk(this, tr("选中的场景都没有解析成功，请重新解析后再提交"));
+    else if (keys.size() > 1)
         MsgTool::ask(this, tr("批量提交无法修改参数，确定提交吗？"), [this, keys] { commit(keys, true); });
     else
         commit(keys, true);
@@ -368,8 +390,10 @@ void Resolve::delAct()
 
 void Resolve::remove(const QList<qlonglong> &keys)
 {
-    const QString text = keys.size() == 1 ? tr("确定删除“%1”吗？").arg(m_model->index(m_model->rowOf(keys.first()), ResolveModel::Name).data().toString())
-                                          : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
+    const QString text =
+        keys.size() == 1 ? tr("确定删除“%1”吗？")
+                               .arg(m_model->index(m_model->rowOf(keys.first()), ResolveModel::Name).data().toString())
+                         : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
     MsgTool::ask(this, text, [this, keys] {
         for (qlonglong key : keys)
             if (const db_resolve res = m_model->row(key); res.rkey)
@@ -387,7 +411,9 @@ void Resolve::resolveStateHand(int, QModelIndex index)
         else
             MsgTool::msgOk(this, tr("您还没有参数设置的权限！"));
         break;
-    case 104: case 109: case 114:
+    case 104:
+    case 109:
+    case 114:
         Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.seeError(0, key); });
         break;
     case 103:
@@ -419,9 +445,8 @@ void Resolve::seeWarn(db_resolve res)
 {
     auto *dialog = new ResolveWarn(res, window());
     connect(dialog, &ResolveWarn::commit, this, [this](qlonglong key) { commit({key}, false); });
-    connect(dialog, &ResolveWarn::again, this, [](qlonglong key) {
-        Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.reAddFile(key); });
-    });
+    connect(dialog, &ResolveWarn::again, this,
+            [](qlonglong key) { Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.reAddFile(key); }); });
     dialog->open();
 }
 

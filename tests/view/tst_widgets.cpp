@@ -41,9 +41,15 @@ private slots:
             sync.same = [&](int row, int i) { return rows[row] == wanted[i]; };
             sync.wantedAnywhere = [&](int row) { return wanted.contains(rows[row]); };
             sync.remove = [&](int row) { rows.removeAt(row); };
-            sync.move = [&](int from, int to) { QVERIFY(to < from); rows.move(from, to); };
+            sync.move = [&](int from, int to) {
+                QVERIFY(to < from);
+                rows.move(from, to);
+            };
             sync.insert = [&](int row, int i) { rows.insert(row, wanted[i]), inserted.insert(wanted[i]); };
-            sync.update = [&](int row, int i) { QCOMPARE(row, i); updated.insert(rows[row]); };
+            sync.update = [&](int row, int i) {
+                QCOMPARE(row, i);
+                updated.insert(rows[row]);
+            };
             sync.run(wanted.size());
             QCOMPARE(rows, wanted);
             QVERIFY2(!inserted.intersects(before), "a row that stays isn't taken out and put in again");
@@ -85,6 +91,7 @@ private slots:
         QTest::addColumn<int>("button");
         QTest::newRow("return") << int(Qt::Key_Return) << int(MsgBox::Accepted);
         QTest::newRow("escape") << int(Qt::Key_Escape) << int(MsgBox::Cancelled);
+        QTest::newRow("return on cancel") << int(Qt::Key_Enter) << int(MsgBox::Cancelled);
     }
     void messageAnswersOnce()
     {
@@ -92,6 +99,8 @@ private slots:
         QPointer<MsgBox> box = new MsgBox(MsgBox::Choose, "sure?", nullptr);
         QSignalSpy answered(box.data(), &MsgBox::answered);
         box->open();
+        if (key == Qt::Key_Enter)
+            buttonOf(box, "取消")->setFocus();
         QTest::keyClick(box.data(), Qt::Key(key));
         if (box)
             box->on_headClose_clicked();
@@ -159,7 +168,9 @@ private slots:
         const QFontMetrics metrics(view.font());
         const QRect cell = view.visualRect(model.index(0, 0));
         const int second = cell.left() + 8 + metrics.horizontalAdvance("暂停") + 2 + 16;
-        const auto click = [&](int x) { QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {x, cell.center().y()}); };
+        const auto click = [&](int x) {
+            QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {x, cell.center().y()});
+        };
         click(cell.left() + 12);
         click(second + 4);
         click(second - 8);
@@ -233,9 +244,17 @@ private slots:
         QStringList done;
         QPointer<QObject> gone = new QObject;
         QThread *worker = nullptr;
-        Background::run(this, [&] { worker = QThread::currentThread(); return 1; }, [&](int v) { done << QString::number(v); });
-        Background::run(gone, [] { return 2; }, [&](int v) { done << QString::number(v); });
-        Background::run(this, [] { return 3; }, [&](int v) { done << QString::number(v); });
+        Background::run(
+            this,
+            [&] {
+                worker = QThread::currentThread();
+                return 1;
+            },
+            [&](int v) { done << QString::number(v); });
+        Background::run(
+            gone, [] { return 2; }, [&](int v) { done << QString::number(v); });
+        Background::run(
+            this, [] { return 3; }, [&](int v) { done << QString::number(v); });
         delete gone;
         QTRY_COMPARE(done.join(' '), QString("1 3"));
         QVERIFY(worker && worker != thread());
@@ -243,7 +262,8 @@ private slots:
 
     void oneInstance()
     {
-        const QString name = SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
+        const QString name =
+            SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
 #ifndef Q_OS_WIN
         QVERIFY(SingleApp::instanceName("x") != "x"); // one per user
 #endif

@@ -7,6 +7,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPainter>
+#include <QPushButton>
 #include <QScreen>
 #include <QShortcut>
 #include <QStyle>
@@ -14,9 +15,10 @@
 #include <QUrl>
 #include <QWindow>
 
-namespace {
-constexpr int Edge = 4;        // width of the band in which the window is resized
-constexpr int Corner = 14;     // ... and of its corners
+namespace
+{
+constexpr int Edge = 4;    // width of the band in which the window is resized
+constexpr int Corner = 14; // ... and of its corners
 constexpr int HeadHeight = 40;
 
 QStringList droppedPaths(const QMimeData *data)
@@ -38,13 +40,14 @@ BaseWidget::BaseWidget(Role role, QWidget *parent) : QWidget(parent), m_role(rol
         m_body = m_outer;
         return;
     }
-    setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint
-                   | (role == Window ? Qt::WindowMinMaxButtonsHint : Qt::WindowFlags()) | Qt::WindowCloseButtonHint);
+    setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint |
+                   (role == Window ? Qt::WindowMinMaxButtonsHint : Qt::WindowFlags()) | Qt::WindowCloseButtonHint);
     setAttribute(Qt::WA_StyledBackground, false);
     setMouseTracking(true);
     makeHead();
     for (int digit = 1; role == Window && digit <= 9; ++digit)
-        connect(new QShortcut(QKeySequence(Qt::CTRL | (Qt::Key_0 + digit)), this), &QShortcut::activated, this, [this, digit] { emit hotKey(digit); });
+        connect(new QShortcut(QKeySequence(Qt::CTRL | (Qt::Key_0 + digit)), this), &QShortcut::activated, this,
+                [this, digit] { emit hotKey(digit); });
     m_body = new QVBoxLayout;
     m_body->setContentsMargins(0, 0, 0, 0);
     m_body->setSpacing(0);
@@ -110,7 +113,8 @@ void BaseWidget::open()
     setWindowModality(Qt::WindowModal);
     adjustSize();
     const QWidget *over = parentWidget() ? parentWidget()->window() : nullptr;
-    const QRect area = over && over->isVisible() ? over->frameGeometry() : QGuiApplication::primaryScreen()->availableGeometry();
+    const QRect area =
+        over && over->isVisible() ? over->frameGeometry() : QGuiApplication::primaryScreen()->availableGeometry();
     move(area.center() - QPoint(width() / 2, height() / 2));
     show();
     activateWindow();
@@ -249,8 +253,11 @@ void BaseWidget::systemMenu(const QPoint &at)
 
 void BaseWidget::keyPressEvent(QKeyEvent *event)
 {
+    auto *button = qobject_cast<QPushButton *>(focusWidget());
     if (m_role == Dialog && event->key() == Qt::Key_Escape)
         on_headClose_clicked();
+    else if (button && (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter))
+        button->click(); // outside a QDialog only the space bar would press it
     else
         QWidget::keyPressEvent(event);
 }

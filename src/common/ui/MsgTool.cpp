@@ -46,13 +46,17 @@ MsgBox::MsgBox(int type, const QString &text, QWidget *parent) : BaseWidget(Dial
 }
 
 void MsgBox::setAcceptText(const QString &text) { m_accept->setText(text); }
-void MsgBox::setIcon(const QString &name, const QColor &colour) { m_icon->setPixmap(IconTool::pixmap(name, colour, 20, devicePixelRatioF())); }
+void MsgBox::setIcon(const QString &name, const QColor &colour)
+{
+    m_icon->setPixmap(IconTool::pixmap(name, colour, 20, devicePixelRatioF()));
+}
 QString MsgBox::text() const { return m_text->text(); }
 void MsgBox::on_headClose_clicked() { answer(Cancelled); }
 
 void MsgBox::keyPressEvent(QKeyEvent *event)
 {
-    if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter)
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    if (enter && !qobject_cast<QPushButton *>(focusWidget()))
         answer(Accepted);
     else
         BaseWidget::keyPressEvent(event);
@@ -96,7 +100,10 @@ void MsgTool::ask(QWidget *parent, const QString &text, std::function<void()> ac
 }
 
 void MsgTool::msgOkLoop(const QString &text, QWidget *parent) { msgLoop(MsgBox::Ok, text, parent); }
-bool MsgTool::msgChooseLoop(const QString &text, QWidget *parent) { return msgLoop(MsgBox::Choose, text, parent) == MsgBox::Accepted; }
+bool MsgTool::msgChooseLoop(const QString &text, QWidget *parent)
+{
+    return msgLoop(MsgBox::Choose, text, parent) == MsgBox::Accepted;
+}
 
 int MsgTool::msgLoop(int type, QString info, QWidget *parent)
 {
