@@ -5,7 +5,8 @@
 #include <QLabel>
 #include <QPushButton>
 
-DownCover::DownCover(int missionId, const QString &text, QWidget *parent) : BaseWidget(Dialog, parent), m_mission(missionId)
+DownCover::DownCover(int missionId, const QString &text, QWidget *parent)
+    : BaseWidget(Dialog, parent), m_mission(missionId)
 {
     setObjectName(QStringLiteral("DownCover"));
     setAttribute(Qt::WA_DeleteOnClose);

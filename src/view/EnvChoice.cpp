@@ -2,7 +2,8 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
-namespace {
+namespace
+{
 constexpr int Maya = 1;
 
 QJsonArray listUnder(const QJsonDocument &reply, const QStringList &keys)
@@ -25,13 +26,14 @@ bool isDefault(const QJsonObject &obj) { return obj.value(QLatin1String("isDefau
 
 QJsonArray EnvChoice::projects(const QJsonDocument &reply)
 {
-    return listUnder(reply, {QStringLiteral("projects"), QStringLiteral("list"), QStringLiteral("rows"), QStringLiteral("data")});
+    return listUnder(
+        reply, {QStringLiteral("projects"), QStringLiteral("list"), QStringLiteral("rows"), QStringLiteral("data")});
 }
 
 QJsonArray EnvChoice::machines(const QJsonDocument &reply)
 {
-    return listUnder(reply, {QStringLiteral("machines"), QStringLiteral("machineModels"), QStringLiteral("list"), QStringLiteral("rows"),
-                             QStringLiteral("data")});
+    return listUnder(reply, {QStringLiteral("machines"), QStringLiteral("machineModels"), QStringLiteral("list"),
+                             QStringLiteral("rows"), QStringLiteral("data")});
 }
 
 QJsonObject EnvChoice::config(const QJsonDocument &reply)
@@ -52,8 +54,10 @@ QString EnvChoice::environmentText(const QJsonObject &env)
     QStringList parts{env.value(QLatin1String("software")).toString()};
     const QJsonArray plugins = env.value(QLatin1String("plugins")).toArray();
     for (const QJsonValue &plugin : plugins)
-        parts << QStringLiteral("%1 %2").arg(plugin.toObject().value(QLatin1String("name")).toString(),
-                                             plugin.toObject().value(QLatin1String("version")).toVariant().toString()).trimmed();
+        parts << QStringLiteral("%1 %2")
+                     .arg(plugin.toObject().value(QLatin1String("name")).toString(),
+                          plugin.toObject().value(QLatin1String("version")).toVariant().toString())
+                     .trimmed();
     const bool gpu = env.value(QLatin1String("startGpu")).toVariant().toInt() == 1;
     return parts.join(QStringLiteral(" + ")) + (gpu ? QStringLiteral(" (GPU)") : QString());
 }
@@ -87,7 +91,8 @@ QString EnvChoice::refusal(const Chosen &chosen)
     if (chosen.project.isEmpty() || chosen.machine.isEmpty())
         return QCoreApplication::translate("EnvPre", "没有可供选择的项目或机型");
     const QString path = chosen.resultRoot == ProjectPath ? chosen.config.value(QLatin1String("outputPath")).toString()
-                         : chosen.resultRoot == SceneFolder ? QStringLiteral("/") : chosen.resultDir;
+                         : chosen.resultRoot == SceneFolder ? QStringLiteral("/")
+                                                            : chosen.resultDir;
     if (path.isEmpty())
         return QCoreApplication::translate("EnvPre", "没有检测到出图路径，请去项目管理设置");
     if (chosen.env.isEmpty())
@@ -102,7 +107,8 @@ QString EnvChoice::refusal(const Chosen &chosen)
 QString EnvChoice::rset(const Chosen &chosen, const QString &scene)
 {
     QJsonObject machine = chosen.machine;
-    QJsonObject out{{QStringLiteral("project"), chosen.project}, {QStringLiteral("env"), chosen.env},
+    QJsonObject out{{QStringLiteral("project"), chosen.project},
+                    {QStringLiteral("env"), chosen.env},
                     {QStringLiteral("softwareType"), chosen.softwareType},
                     {QStringLiteral("startGpu"), chosen.env.value(QLatin1String("startGpu")).toVariant().toInt()},
                     {QStringLiteral("sceneName"), QFileInfo(scene).fileName()},

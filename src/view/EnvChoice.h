@@ -8,14 +8,15 @@
 #include <QString>
 #include <QStringList>
 
-namespace EnvChoice {
+namespace EnvChoice
+{
 // Lists out of the replies of 10502, 10506 and 11102; empty where the reply holds none.
 QJsonArray projects(const QJsonDocument &reply);
 QJsonObject config(const QJsonDocument &reply); // projectSoftwareConfig with its "combos"
 QJsonArray machines(const QJsonDocument &reply);
 
-QString environmentText(const QJsonObject &env);  // "maya2016 + mtoa 1.4 (GPU)"
-QString environmentKey(const QJsonObject &env);   // what is remembered as the last one used
+QString environmentText(const QJsonObject &env); // "maya2016 + mtoa 1.4 (GPU)"
+QString environmentKey(const QJsonObject &env);  // what is remembered as the last one used
 QString machineName(const QJsonObject &machine);
 // The row to select: the remembered one, else the default one, else the first; -1 in an empty list.
 int preferred(const QJsonArray &list, const QString &remembered, QString (*key)(const QJsonObject &));

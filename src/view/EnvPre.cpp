@@ -1,9 +1,9 @@
 #include "view/EnvPre.h"
 #include "common/CommonConfig.h"
-#include "common/UserInfo.h"
-#include "common/VFunc.h"
 #include "common/ui/Background.h"
 #include "common/ui/IconTool.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
 #include "db/Calls.h"
 #include "io/NetTcp.h"
 #include <QAction>
@@ -17,7 +17,8 @@
 #include <QPushButton>
 #include <QTimer>
 
-namespace {
+namespace
+{
 constexpr int Maya = 1;
 constexpr int AnswerMs = 10000;
 constexpr int ShownScenes = 4;
@@ -42,7 +43,8 @@ void fill(QComboBox *box, const QJsonArray &list, int current, QString (*text)(c
 QString projectName(const QJsonObject &obj) { return obj.value(QLatin1String("name")).toString(); }
 } // namespace
 
-EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent) : BaseWidget(Dialog, parent)
+EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent)
+    : BaseWidget(Dialog, parent)
 {
     setObjectName(QStringLiteral("EnvPre"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -152,10 +154,13 @@ void EnvPre::askProjects()
 {
     waitFor(1);
     const int round = ++m_round;
-    NetTcp::instance()->nvds(105, 10502, QJsonObject(), [this, round](int, const QJsonDocument &doc) {
-        if (round == m_round)
-            projectsReply(doc);
-    }, this);
+    NetTcp::instance()->nvds(
+        105, 10502, QJsonObject(),
+        [this, round](int, const QJsonDocument &doc) {
+            if (round == m_round)
+                projectsReply(doc);
+        },
+        this);
 }
 
 void EnvPre::projectsReply(const QJsonDocument &doc)
@@ -176,15 +181,21 @@ void EnvPre::askProject()
     waitFor(2);
     const int round = ++m_round;
     const QJsonValue id = project().value(QLatin1String("id"));
-    NetTcp::instance()->nvds(105, 10506, QJsonObject{{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
-                             [this, round](int, const QJsonDocument &doc) {
-                                 if (round == m_round)
-                                     environmentsReply(doc);
-                             }, this);
-    NetTcp::instance()->nvds(111, 11102, QJsonObject{{QStringLiteral("projectId"), id}}, [this, round](int, const QJsonDocument &doc) {
-        if (round == m_round)
-            machinesReply(doc);
-    }, this);
+    NetTcp::instance()->nvds(
+        105, 10506,
+        QJsonObject{{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
+        [this, round](int, const QJsonDocument &doc) {
+            if (round == m_round)
+                environmentsReply(doc);
+        },
+        this);
+    NetTcp::instance()->nvds(
+        111, 11102, QJsonObject{{QStringLiteral("projectId"), id}},
+        [this, round](int, const QJsonDocument &doc) {
+            if (round == m_round)
+                machinesReply(doc);
+        },
+        this);
 }
 
 void EnvPre::environmentsReply(const QJsonDocument &doc)
@@ -218,11 +229,13 @@ void EnvPre::accept()
     // Whether a folder exists is asked away from the window: it may lie on a drive that doesn't answer.
     m_chosen.mayaProject = m_maya->text().trimmed();
     m_ok->setEnabled(false);
-    Background::run(this, [path = m_chosen.mayaProject] { return QFileInfo(path).isDir(); }, [this](bool exists) {
-        m_ok->setEnabled(true);
-        m_chosen.mayaProjectExists = exists;
-        insert();
-    });
+    Background::run(
+        this, [path = m_chosen.mayaProject] { return QFileInfo(path).isDir(); },
+        [this](bool exists) {
+            m_ok->setEnabled(true);
+            m_chosen.mayaProjectExists = exists;
+            insert();
+        });
 }
 
 void EnvPre::insert()

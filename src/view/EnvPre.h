@@ -19,11 +19,11 @@ public:
 private:
     void makeForm(const QStringList &scenes);
     void askProjects();
-    void askProject();     // environments and machines of the chosen project
+    void askProject(); // environments and machines of the chosen project
     void projectsReply(const QJsonDocument &doc);
     void environmentsReply(const QJsonDocument &doc);
     void machinesReply(const QJsonDocument &doc);
-    void answered();       // one of the awaited replies is there
+    void answered(); // one of the awaited replies is there
     void waitFor(int replies);
     void accept();
     void insert();

@@ -8,7 +8,8 @@
 #include <QPushButton>
 #include <QToolButton>
 
-namespace {
+namespace
+{
 QIcon bell(bool red)
 {
     QIcon icon;
@@ -90,7 +91,10 @@ void HeadBar::setNotice(const QJsonObject &obj)
     m_notice->setToolTip(obj.value(QLatin1String("content")).toString().toHtmlEscaped());
 }
 
-void HeadBar::setAccount(const QString &name) { m_account->setText(fontMetrics().elidedText(name, Qt::ElideMiddle, 160)); }
+void HeadBar::setAccount(const QString &name)
+{
+    m_account->setText(fontMetrics().elidedText(name, Qt::ElideMiddle, 160));
+}
 
 void HeadBar::setBalance(const QString &text)
 {

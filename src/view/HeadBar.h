@@ -17,7 +17,7 @@ public:
     void setAccount(const QString &name);
     void setBalance(const QString &text); // with two decimals
     void showMoney(bool show);
-    void setRecharge(bool possible);      // whether there's an address to recharge at
+    void setRecharge(bool possible); // whether there's an address to recharge at
     void setRedMark(bool on);
     QString noticeHtml() const;
     QString balanceText() const;

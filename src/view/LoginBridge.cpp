@@ -11,4 +11,8 @@ void LoginBridge::setAuth(QString authInfo) { UserInfo::setAuth(authInfo); }
 int LoginBridge::isChangeUser() { return m_login->changeUser(); }
 void LoginBridge::login() { m_login->login(); }
 int LoginBridge::appLang() { return UserInfo::languageNumber(); }
-void LoginBridge::reloadErrorPage() { QMetaObject::invokeMethod(m_login, [login = m_login] { login->reloadPage(); }, Qt::QueuedConnection); }
+void LoginBridge::reloadErrorPage()
+{
+    QMetaObject::invokeMethod(
+        m_login, [login = m_login] { login->reloadPage(); }, Qt::QueuedConnection);
+}

@@ -17,7 +17,8 @@ QUrl LoginRules::pageUrl(const QString &base, const QString &language)
     return url;
 }
 
-namespace {
+namespace
+{
 QString flag(bool on) { return on ? QStringLiteral("true") : QStringLiteral("false"); }
 QString compact(const QJsonObject &obj) { return QString::fromUtf8(QJsonDocument(obj).toJson(QJsonDocument::Compact)); }
 bool marked(const QJsonObject &obj, const char *key)
@@ -73,5 +74,6 @@ LoginRules::Relogin LoginRules::relogin(int reason)
 
 QJsonObject LoginRules::confirmBody(bool slave, int masterUserId)
 {
-    return slave ? QJsonObject{{QStringLiteral("resultPushParent"), 1}, {QStringLiteral("masterUserId"), masterUserId}} : QJsonObject();
+    return slave ? QJsonObject{{QStringLiteral("resultPushParent"), 1}, {QStringLiteral("masterUserId"), masterUserId}}
+                 : QJsonObject();
 }

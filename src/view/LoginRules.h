@@ -4,7 +4,8 @@
 #include <QString>
 #include <QUrl>
 
-namespace LoginRules {
+namespace LoginRules
+{
 // Address of the login page: the login base with the path /xclient/loginPage. A query of the base is kept in front;
 // then "version=qn", and "en=true" where the language is English.
 QUrl pageUrl(const QString &base, const QString &language);
@@ -24,7 +25,7 @@ struct Relogin {
     bool automatic = false; // window, queues and stores stay; the login repeats unattended
     int changeUser = 0;     // what the page is told
     bool forgetDrives = false;
-    bool showText = false;  // the reason's text is shown, without blocking
+    bool showText = false; // the reason's text is shown, without blocking
 };
 Relogin relogin(int reason);
 

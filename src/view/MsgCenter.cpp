@@ -8,15 +8,18 @@
 #include <QPushButton>
 #include <QTableWidget>
 
-namespace {
+namespace
+{
 QString timeText(const QJsonValue &value)
 {
-    return value.isDouble() ? QDateTime::fromMSecsSinceEpoch(qint64(value.toDouble())).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))
+    return value.isDouble() ? QDateTime::fromMSecsSinceEpoch(qint64(value.toDouble()))
+                                  .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))
                             : value.toString();
 }
 } // namespace
 
-MsgCenter::MsgCenter(QWidget *parent) : BaseWidget(Dialog, parent), m_table(new QTableWidget(0, 3, this)), m_pages(new Pagination(this))
+MsgCenter::MsgCenter(QWidget *parent)
+    : BaseWidget(Dialog, parent), m_table(new QTableWidget(0, 3, this)), m_pages(new Pagination(this))
 {
     setObjectName(QStringLiteral("MsgCenter"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -51,17 +54,22 @@ MsgCenter::MsgCenter(QWidget *parent) : BaseWidget(Dialog, parent), m_table(new 
 QString MsgCenter::typeText(int type)
 {
     switch (type) {
-    case 0: return tr("任务完成");
-    case 1: return tr("欠费提醒");
-    case 2: return tr("充值记录");
-    default: return QString::number(type);
+    case 0:
+        return tr("任务完成");
+    case 1:
+        return tr("欠费提醒");
+    case 2:
+        return tr("充值记录");
+    default:
+        return QString::number(type);
     }
 }
 
 void MsgCenter::ask(int page)
 {
-    NetTcp::instance()->nvds(103, 10311, QJsonObject{{QStringLiteral("page"), page}},
-                             [this](int, const QJsonDocument &doc) { show(doc); }, this);
+    NetTcp::instance()->nvds(
+        103, 10311, QJsonObject{{QStringLiteral("page"), page}}, [this](int, const QJsonDocument &doc) { show(doc); },
+        this);
 }
 
 void MsgCenter::show(const QJsonDocument &reply)
@@ -71,7 +79,8 @@ void MsgCenter::show(const QJsonDocument &reply)
     for (const QJsonValue &value : list) {
         const QJsonObject obj = value.toObject();
         const QJsonValue type = obj.value(QLatin1String("type"));
-        const QString texts[] = {type.isString() ? type.toString() : typeText(type.toInt()), obj.value(QLatin1String("content")).toString(),
+        const QString texts[] = {type.isString() ? type.toString() : typeText(type.toInt()),
+                                 obj.value(QLatin1String("content")).toString(),
                                  timeText(obj.value(QLatin1String("time")))};
         const int row = m_table->rowCount();
         m_table->insertRow(row);

@@ -73,6 +73,6 @@ private:
     QHash<int, QAction *> m_acts; // by ResolveRules::Act
     QPointer<EnvPre> m_env;
     QPointer<ResolvePri> m_pri;
-    QString m_name;      // search text
+    QString m_name;       // search text
     double m_balance = 1; // until it's known nobody is refused
 };

@@ -1,14 +1,15 @@
 #include "view/ResolveModel.h"
 #include "common/Session.h"
-#include "common/UserInfo.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/Palette.h"
 #include "common/ui/RowSync.h"
+#include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
 #include <QCoreApplication>
 #include <QDateTime>
 
-namespace {
+namespace
+{
 constexpr int Overdue = 10015;
 constexpr int FirstServerCode = 1000000; // results of the business server are above this
 
@@ -24,10 +25,14 @@ QString errorText(const db_resolve &res)
 QColor colour(const QString &rs)
 {
     switch (rs.toInt()) {
-    case 1: return Palette::warning;
-    case 2: return Palette::failed;
-    case 3: return Palette::done;
-    default: return Palette::text;
+    case 1:
+        return Palette::warning;
+    case 2:
+        return Palette::failed;
+    case 3:
+        return Palette::done;
+    default:
+        return Palette::text;
     }
 }
 } // namespace
@@ -35,10 +40,17 @@ QColor colour(const QString &rs)
 QString ResolveRules::rs(int state)
 {
     switch (state) {
-    case 103: return QStringLiteral("1");
-    case 104: case 109: case 113: case 114: return QStringLiteral("2");
-    case 106: return QStringLiteral("3");
-    default: return QStringLiteral("0");
+    case 103:
+        return QStringLiteral("1");
+    case 104:
+    case 109:
+    case 113:
+    case 114:
+        return QStringLiteral("2");
+    case 106:
+        return QStringLiteral("3");
+    default:
+        return QStringLiteral("0");
     }
 }
 
@@ -61,11 +73,17 @@ QStringList ResolveRules::buttons(int state, bool canAnalyse, bool canUpload)
 int ResolveRules::changeType(int state)
 {
     switch (state) {
-    case 101: return 0;
-    case 102: return 1;
-    case 111: return 2;
-    case 112: case 113: return 3;
-    default: return -1;
+    case 101:
+        return 0;
+    case 102:
+        return 1;
+    case 111:
+        return 2;
+    case 112:
+    case 113:
+        return 3;
+    default:
+        return -1;
     }
 }
 
@@ -74,14 +92,22 @@ int ResolveRules::priorityType(int state) { return state == 100 ? 0 : state == 1
 bool ResolveRules::possible(Act act, int state)
 {
     switch (act) {
-    case Act::Commit: return state >= 103 && state <= 106;
-    case Act::Recommit: return state == 109;
-    case Act::Again: return state < 107;
-    case Act::PauseAnalysis: return state == 100 || state == 101;
-    case Act::KeepAnalysis: return state == 102;
-    case Act::PauseUpload: return state == 110 || state == 111;
-    case Act::KeepUpload: return state == 112 || state == 113;
-    case Act::Delete: return true;
+    case Act::Commit:
+        return state >= 103 && state <= 106;
+    case Act::Recommit:
+        return state == 109;
+    case Act::Again:
+        return state < 107;
+    case Act::PauseAnalysis:
+        return state == 100 || state == 101;
+    case Act::KeepAnalysis:
+        return state == 102;
+    case Act::PauseUpload:
+        return state == 110 || state == 111;
+    case Act::KeepUpload:
+        return state == 112 || state == 113;
+    case Act::Delete:
+        return true;
     }
     return false;
 }
@@ -105,23 +131,35 @@ QVariant ResolveModel::headerData(int section, Qt::Orientation orientation, int 
         return tickState();
     if (role != Qt::DisplayRole)
         return {};
-    static const char *const titles[ColumnCount] = {
-        "", QT_TRANSLATE_NOOP("Resolve", "订单号"), QT_TRANSLATE_NOOP("Resolve", "文件名称"), QT_TRANSLATE_NOOP("Resolve", "所属项目"),
-        QT_TRANSLATE_NOOP("Resolve", "开始解析时间"), QT_TRANSLATE_NOOP("Resolve", "上传进度"), QT_TRANSLATE_NOOP("Resolve", "状态"),
-        QT_TRANSLATE_NOOP("Resolve", "操作")};
+    static const char *const titles[ColumnCount] = {"",
+                                                    QT_TRANSLATE_NOOP("Resolve", "订单号"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "文件名称"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "所属项目"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "开始解析时间"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "上传进度"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "状态"),
+                                                    QT_TRANSLATE_NOOP("Resolve", "操作")};
     return section == Tick ? QString() : QCoreApplication::translate("Resolve", titles[section]);
 }
 
 QVariant ResolveModel::text(const db_resolve &res, int column) const
 {
     switch (column) {
-    case Order: return res.ordernum;
-    case Name: return sceneName(res.lpath);
-    case Project: return res.project;
-    case Time: return res.rtime > 0 ? QDateTime::fromMSecsSinceEpoch(res.rtime).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
-    case Progress: return res.fsum > 0 ? QStringLiteral("%1/%2").arg(res.fok).arg(res.fsum) : QString();
-    case State: return ResolveDAO::stateText(res.state);
-    default: return {};
+    case Order:
+        return res.ordernum;
+    case Name:
+        return sceneName(res.lpath);
+    case Project:
+        return res.project;
+    case Time:
+        return res.rtime > 0 ? QDateTime::fromMSecsSinceEpoch(res.rtime).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))
+                             : QString();
+    case Progress:
+        return res.fsum > 0 ? QStringLiteral("%1/%2").arg(res.fok).arg(res.fsum) : QString();
+    case State:
+        return ResolveDAO::stateText(res.state);
+    default:
+        return {};
     }
 }
 
@@ -132,22 +170,37 @@ QVariant ResolveModel::data(const QModelIndex &index, int role) const
     const db_resolve &res = m_rows.at(index.row());
     const int column = index.column();
     switch (role) {
-    case KeyRole: return res.rkey;
-    case Qt::UserRole: return column == State ? QVariant(res.state) : QVariant(res.rkey);
-    case MissionRole0: return res.missionid;
-    case Qt::DisplayRole: return text(res, column);
-    case Qt::CheckStateRole: return column == Tick ? QVariant(m_ticked.contains(res.rkey) ? Qt::Checked : Qt::Unchecked) : QVariant();
+    case KeyRole:
+        return res.rkey;
+    case Qt::UserRole:
+        return column == State ? QVariant(res.state) : QVariant(res.rkey);
+    case MissionRole0:
+        return res.missionid;
+    case Qt::DisplayRole:
+        return text(res, column);
+    case Qt::CheckStateRole:
+        return column == Tick ? QVariant(m_ticked.contains(res.rkey) ? Qt::Checked : Qt::Unchecked) : QVariant();
     case Qt::ToolTipRole:
-        return column == Name ? res.lpath : column == State && !errorText(res).isEmpty() ? errorText(res) : text(res, column);
+        return column == Name                                 ? res.lpath
+               : column == State && !errorText(res).isEmpty() ? errorText(res)
+                                                              : text(res, column);
     case Qt::AccessibleTextRole:
-        return column == Hand ? ResolveRules::buttons(res.state, true, true).join(QLatin1Char(' ')).trimmed() : text(res, column);
-    case CellRole::Tint: return column == State ? QVariant(colour(ResolveRules::rs(res.state))) : QVariant();
-    case CellRole::Icon: return column == Name && res.error == Overdue ? QVariant(QStringLiteral("timeout")) : QVariant();
-    case CellRole::Part: return column == Progress ? QVariant(qlonglong(res.fok)) : QVariant();
-    case CellRole::Whole: return column == Progress ? QVariant(qlonglong(res.fsum)) : QVariant();
+        return column == Hand ? ResolveRules::buttons(res.state, true, true).join(QLatin1Char(' ')).trimmed()
+                              : text(res, column);
+    case CellRole::Tint:
+        return column == State ? QVariant(colour(ResolveRules::rs(res.state))) : QVariant();
+    case CellRole::Icon:
+        return column == Name && res.error == Overdue ? QVariant(QStringLiteral("timeout")) : QVariant();
+    case CellRole::Part:
+        return column == Progress ? QVariant(qlonglong(res.fok)) : QVariant();
+    case CellRole::Whole:
+        return column == Progress ? QVariant(qlonglong(res.fsum)) : QVariant();
     case CellRole::Buttons:
-        return column == Hand ? QVariant(ResolveRules::buttons(res.state, UserInfo::canAnalyse(), UserInfo::canUpload())) : QVariant();
-    default: return {};
+        return column == Hand
+                   ? QVariant(ResolveRules::buttons(res.state, UserInfo::canAnalyse(), UserInfo::canUpload()))
+                   : QVariant();
+    default:
+        return {};
     }
 }
 

@@ -9,12 +9,14 @@
 #include <QTableWidget>
 #include <QTimer>
 
-namespace {
+namespace
+{
 constexpr int RefreshMs = 500;
 enum Column { Order, Name, Project, State, Columns };
 } // namespace
 
-ResolvePri::ResolvePri(int type, QWidget *parent) : BaseWidget(Dialog, parent), m_type(type), m_table(new QTableWidget(0, Columns, this))
+ResolvePri::ResolvePri(int type, QWidget *parent)
+    : BaseWidget(Dialog, parent), m_type(type), m_table(new QTableWidget(0, Columns, this))
 {
     setObjectName(QStringLiteral("ResolvePri"));
     setAttribute(Qt::WA_DeleteOnClose);
@@ -68,8 +70,8 @@ void ResolvePri::fill(const QList<db_resolve> &list)
     for (const db_resolve &res : list) {
         const int row = m_table->rowCount();
         m_table->insertRow(row);
-        const QString texts[Columns] = {res.ordernum, res.lpath.mid(res.lpath.lastIndexOf(QLatin1Char('/')) + 1), res.project,
-                                        ResolveDAO::stateText(res.state)};
+        const QString texts[Columns] = {res.ordernum, res.lpath.mid(res.lpath.lastIndexOf(QLatin1Char('/')) + 1),
+                                        res.project, ResolveDAO::stateText(res.state)};
         for (int i = 0; i < Columns; ++i) {
             auto *item = new QTableWidgetItem(texts[i]);
             item->setData(Qt::UserRole, res.rkey);
@@ -128,11 +130,14 @@ void ResolvePri::save()
     QList<qlonglong> keys;
     for (int row = 0; row < m_table->rowCount(); ++row)
         keys << m_table->item(row, 0)->data(Qt::UserRole).toLongLong();
-    Background::run(this, [type = m_type, keys] {
-        ResolveDAO::instance()->setPriority(type, keys);
-        return true;
-    }, [this](bool) {
-        emit saved();
-        QTimer::singleShot(RefreshMs, this, &ResolvePri::ask);
-    });
+    Background::run(
+        this,
+        [type = m_type, keys] {
+            ResolveDAO::instance()->setPriority(type, keys);
+            return true;
+        },
+        [this](bool) {
+            emit saved();
+            QTimer::singleShot(RefreshMs, this, &ResolvePri::ask);
+        });
 }

@@ -20,10 +20,12 @@ void SceneDelete::run(QWidget *over, qlonglong rkey, int missionId, int answerMs
         MsgTool::msgOk(over, QCoreApplication::translate("Resolve", "服务器没有响应，任务未删除，请稍后重试"));
     });
     answer->start(answerMs);
-    NetTcp::instance()->nvds(104, 10417, QJsonObject{{QStringLiteral("missionId"), missionId}},
-                             [answer, gone](int, const QJsonDocument &) {
-                                 answer->stop();
-                                 answer->deleteLater();
-                                 gone();
-                             }, answer);
+    NetTcp::instance()->nvds(
+        104, 10417, QJsonObject{{QStringLiteral("missionId"), missionId}},
+        [answer, gone](int, const QJsonDocument &) {
+            answer->stop();
+            answer->deleteLater();
+            gone();
+        },
+        answer);
 }

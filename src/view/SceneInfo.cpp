@@ -1,6 +1,6 @@
 #include "view/SceneInfo.h"
-#include <QFileInfo>
 #include <QCoreApplication>
+#include <QFileInfo>
 #include <QHash>
 #include <QHeaderView>
 #include <QJsonArray>
@@ -10,7 +10,8 @@
 #include <QStyledItemDelegate>
 #include <QTreeWidget>
 
-namespace {
+namespace
+{
 QString plain(const QJsonValue &value)
 {
     if (value.isArray()) {
@@ -26,12 +27,16 @@ QString plain(const QJsonValue &value)
 // The parameters that every software has, in words; others keep their names.
 QString wordOf(const QString &key)
 {
-    static const QHash<QString, const char *> words{
-        {"cameras", QT_TRANSLATE_NOOP("SceneInfo", "相机")},        {"frames", QT_TRANSLATE_NOOP("SceneInfo", "帧")},
-        {"width", QT_TRANSLATE_NOOP("SceneInfo", "宽度")},          {"height", QT_TRANSLATE_NOOP("SceneInfo", "高度")},
-        {"renderer", QT_TRANSLATE_NOOP("SceneInfo", "渲染器")},     {"outputFile", QT_TRANSLATE_NOOP("SceneInfo", "输出文件")},
-        {"outputPath", QT_TRANSLATE_NOOP("SceneInfo", "输出路径")}, {"outputFormat", QT_TRANSLATE_NOOP("SceneInfo", "输出格式")},
-        {"vrMode", QT_TRANSLATE_NOOP("SceneInfo", "GI 模式")},      {"giName", QT_TRANSLATE_NOOP("SceneInfo", "GI 设置")}};
+    static const QHash<QString, const char *> words{{"cameras", QT_TRANSLATE_NOOP("SceneInfo", "相机")},
+                                                    {"frames", QT_TRANSLATE_NOOP("SceneInfo", "帧")},
+                                                    {"width", QT_TRANSLATE_NOOP("SceneInfo", "宽度")},
+                                                    {"height", QT_TRANSLATE_NOOP("SceneInfo", "高度")},
+                                                    {"renderer", QT_TRANSLATE_NOOP("SceneInfo", "渲染器")},
+                                                    {"outputFile", QT_TRANSLATE_NOOP("SceneInfo", "输出文件")},
+                                                    {"outputPath", QT_TRANSLATE_NOOP("SceneInfo", "输出路径")},
+                                                    {"outputFormat", QT_TRANSLATE_NOOP("SceneInfo", "输出格式")},
+                                                    {"vrMode", QT_TRANSLATE_NOOP("SceneInfo", "GI 模式")},
+                                                    {"giName", QT_TRANSLATE_NOOP("SceneInfo", "GI 设置")}};
     const auto word = words.constFind(key);
     return word == words.cend() ? key : QCoreApplication::translate("SceneInfo", *word);
 }

@@ -1,7 +1,7 @@
 #include "view/SessionTimer.h"
 #include "common/Session.h"
-#include "common/UserInfo.h"
 #include "common/ui/Background.h"
+#include "common/UserInfo.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
@@ -10,7 +10,8 @@
 #include <QDebug>
 #include <QObject>
 
-namespace {
+namespace
+{
 constexpr QThread::Priority Priority = QThread::InheritPriority;
 TransScan *up = nullptr, *down = nullptr;
 ResolveScan *analysis = nullptr;
@@ -41,18 +42,20 @@ void SessionTimer::start(QObject *guard, std::function<void()> ready)
     on = true;
     const int mine = ++generation;
     const QString dir = UserInfo::userDir();
-    Background::run(guard, [dir] { return openStores(dir); }, [mine, ready](bool) {
-        if (!on || mine != generation)
-            return;
-        Session::setLive(true);
-        up = new TransScan(TransScan::Up);
-        up->start(Priority);
-        down = new TransScan(TransScan::Down);
-        down->start(Priority);
-        analysis = new ResolveScan;
-        analysis->start(Priority);
-        ready();
-    });
+    Background::run(
+        guard, [dir] { return openStores(dir); },
+        [mine, ready](bool) {
+            if (!on || mine != generation)
+                return;
+            Session::setLive(true);
+            up = new TransScan(TransScan::Up);
+            up->start(Priority);
+            down = new TransScan(TransScan::Down);
+            down->start(Priority);
+            analysis = new ResolveScan;
+            analysis->start(Priority);
+            ready();
+        });
 }
 
 void SessionTimer::stop()

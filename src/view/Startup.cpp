@@ -1,12 +1,12 @@
 #include "view/Startup.h"
+#include "common/platform/Platform.h"
 #include "common/RunMode.h"
 #include "common/Session.h"
-#include "common/UserInfo.h"
-#include "common/VFunc.h"
-#include "common/platform/Platform.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Palette.h"
 #include "common/ui/SingleApp.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
 #include "db/Records.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
@@ -26,7 +26,8 @@
 #include <QTranslator>
 #include <QUrl>
 
-namespace {
+namespace
+{
 constexpr int WaitMs = 3000;
 constexpr int ToolMs = 30000;
 constexpr int FontPixels = 12;
@@ -60,10 +61,13 @@ void Startup::writeEnvironment()
 int Startup::resolveTest(SingleApp *app)
 {
     auto *work = new MayaResolve;
-    QObject::connect(work, &BaseResolve::resolveFinished, app, [](const db_resolve &res) {
-        qDebug().noquote() << "Startup::resolveTest" << res.state << res.error << res.errstr;
-        QCoreApplication::quit();
-    }, Qt::QueuedConnection);
+    QObject::connect(
+        work, &BaseResolve::resolveFinished, app,
+        [](const db_resolve &res) {
+            qDebug().noquote() << "Startup::resolveTest" << res.state << res.error << res.errstr;
+            QCoreApplication::quit();
+        },
+        Qt::QueuedConnection);
     db_resolve res;
     res.rkey = QDateTime::currentSecsSinceEpoch();
     res.lpath = UserInfo::programDir() + TestScene;
@@ -109,8 +113,9 @@ void Startup::applyStyle()
         dark.setColor(QPalette::Disabled, role, Palette::faint);
     QApplication::setPalette(dark);
     QFont::insertSubstitutions(QStringLiteral("Microsoft Yahei"),
-                               {QStringLiteral("Microsoft YaHei UI"), QStringLiteral("Noto Sans CJK SC"), QStringLiteral("Noto Sans SC"),
-                                QStringLiteral("Source Han Sans SC"), QStringLiteral("WenQuanYi Micro Hei")});
+                               {QStringLiteral("Microsoft YaHei UI"), QStringLiteral("Noto Sans CJK SC"),
+                                QStringLiteral("Noto Sans SC"), QStringLiteral("Source Han Sans SC"),
+                                QStringLiteral("WenQuanYi Micro Hei")});
     QFont font(QStringLiteral("Microsoft Yahei"));
     font.setPixelSize(FontPixels);
     QApplication::setFont(font);
@@ -142,7 +147,8 @@ void Startup::registerTypes()
     qRegisterMetaType<TransSet::FileState>("TransSet::FileState");
 }
 
-namespace {
+namespace
+{
 void takeMasterInfo(const FuncBody &reply, Startup::Master *out)
 {
     const QJsonArray pairs = reply.array.isEmpty() ? reply.object.value(QLatin1String("data")).toArray() : reply.array;
@@ -182,7 +188,8 @@ Startup::Master Startup::meetMaster(Login *login)
         const QUrl rest(Session::qnhttp());
         const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
         master.good = ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(Session::qnIP()).arg(NetTcp::DefaultPort),
-                                               QStringLiteral("%1:%2").arg(rest.host()).arg(restPort)}, true);
+                                               QStringLiteral("%1:%2").arg(rest.host()).arg(restPort)},
+                                              true);
         return master;
     }
     if (!UserInfo::isSlave())
@@ -193,10 +200,13 @@ Startup::Master Startup::meetMaster(Login *login)
         Request request;
         request.url = UserInfo::master() + QStringLiteral("/masterInfo");
         request.bareAddress = true;
-        NetWork::instance()->nget(request, [&master, quit](const Request &, const FuncBody &reply) {
-            takeMasterInfo(reply, &master);
-            quit();
-        }, QThread::currentThread(), &guard);
+        NetWork::instance()->nget(
+            request,
+            [&master, quit](const Request &, const FuncBody &reply) {
+                takeMasterInfo(reply, &master);
+                quit();
+            },
+            QThread::currentThread(), &guard);
     });
     if (!master.good) {
         MsgTool::msgOkLoop(QCoreApplication::translate("Startup", "无法连接远程主机！"));
@@ -212,22 +222,26 @@ bool Startup::updateStarted(const Master &master)
     QString newest;
     QObject guard;
     waitFor([&](const std::function<void()> &quit) {
-        NetWork::instance()->nget(Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm"),
-                                  [&newest, quit](const Request &, const FuncBody &reply) {
-                                      if (reply.ok())
-                                          newest = QString::fromUtf8(reply.raw).trimmed();
-                                      quit();
-                                  }, QThread::currentThread(), &guard);
+        NetWork::instance()->nget(
+            Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm"),
+            [&newest, quit](const Request &, const FuncBody &reply) {
+                if (reply.ok())
+                    newest = QString::fromUtf8(reply.raw).trimmed();
+                quit();
+            },
+            QThread::currentThread(), &guard);
     });
     const QString running = QStringLiteral(VN_VERSION);
     qDebug().noquote() << QStringLiteral("client:%1,update:%2").arg(running, newest);
     if (!RunMode::updateWanted(newest, running))
         return false;
-    const QString updater = UserInfo::programDir() + (platform::isWindows() ? QStringLiteral("/update.exe") : QStringLiteral("/update"));
+    const QString updater =
+        UserInfo::programDir() + (platform::isWindows() ? QStringLiteral("/update.exe") : QStringLiteral("/update"));
     if (!QFileInfo::exists(updater)) {
         qWarning().noquote() << "Startup::updateStarted: version" << newest << "is there, but no updater at" << updater;
         return false;
     }
-    VFunc::runAs(updater, RunMode::updateParameter(newest, UserInfo::isSlave(), UserInfo::masterHost(), master.updatePort));
+    VFunc::runAs(updater,
+                 RunMode::updateParameter(newest, UserInfo::isSlave(), UserInfo::masterHost(), master.updatePort));
     return true;
 }

@@ -7,16 +7,17 @@ class Login;
 class SingleApp;
 class QTranslator;
 
-namespace Startup {
-void writeEnvironment();             // VandrelClient, for tools that look for the client; waits at most 30 s for the tool
-int resolveTest(SingleApp *app);     // "-resolve": one Maya analysis of a fixed file; ends with it
-void translate(QTranslator *to);     // installs the interface's language, Chinese where it can't be loaded
-void applyStyle();                   // style sheet, palette, font, icon
-void registerTypes();                // everything that crosses threads
+namespace Startup
+{
+void writeEnvironment();         // VandrelClient, for tools that look for the client; waits at most 30 s for the tool
+int resolveTest(SingleApp *app); // "-resolve": one Maya analysis of a fixed file; ends with it
+void translate(QTranslator *to); // installs the interface's language, Chinese where it can't be loaded
+void applyStyle();               // style sheet, palette, font, icon
+void registerTypes();            // everything that crosses threads
 
 struct Master {
-    bool good = true;     // false: the program ends
-    int updatePort = 0;   // that the master gives for REST
+    bool good = true;   // false: the program ends
+    int updatePort = 0; // that the master gives for REST
     bool loginStarted = false;
 };
 // Role "slave": asks the master for its address, waits at most 3 s, and starts the login; "master": opens the ports for

@@ -23,9 +23,17 @@ QColor TransferRules::colour(bool orders, int state)
     if (orders)
         return state == 113 ? Palette::failed : state == 111 ? Palette::accent : Palette::text;
     switch (state) {
-    case TransSet::DownRun: case TransSet::UpRun: case TransSet::UpServer: return Palette::accent;
-    case TransSet::DownError: case TransSet::UpError: case TransSet::UpGaveUp: case TransSet::DownGaveUp: return Palette::failed;
-    default: return Palette::text;
+    case TransSet::DownRun:
+    case TransSet::UpRun:
+    case TransSet::UpServer:
+        return Palette::accent;
+    case TransSet::DownError:
+    case TransSet::UpError:
+    case TransSet::UpGaveUp:
+    case TransSet::DownGaveUp:
+        return Palette::failed;
+    default:
+        return Palette::text;
     }
 }
 
@@ -39,7 +47,8 @@ QStringList TransferRules::buttons(bool uploads, int state)
     if (paused)
         out[Start] = QCoreApplication::translate("TransferHand", "继续");
     else if (failed)
-        out[Again] = uploads ? QCoreApplication::translate("TransferHand", "重新上传") : QCoreApplication::translate("TransferHand", "重新下载");
+        out[Again] = uploads ? QCoreApplication::translate("TransferHand", "重新上传")
+                             : QCoreApplication::translate("TransferHand", "重新下载");
     else
         out[Pause] = QCoreApplication::translate("TransferHand", "暂停");
     if (!uploads && state == TransSet::DownWait)

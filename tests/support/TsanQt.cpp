@@ -5,9 +5,11 @@
 // so what they order is kept on one mark for all.
 #if defined(__SANITIZE_THREAD__)
 #include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
 #include <QReadWriteLock>
+#include <QThread>
 #include <dlfcn.h>
 
 extern "C" {
@@ -113,5 +115,16 @@ void activate(QObject *sender, const QMetaObject *meta, int index, void **args)
         real<void (*)(QObject *, const QMetaObject *, int, void **)>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
     __tsan_release(&signalMark);
     call(sender, meta, index, args);
+    __tsan_release(&signalMark); // the copies that queued receivers get were made within
+}
+
+// Who waited for a thread comes after all that it did.
+bool waited(QThread *thread, QDeadlineTimer deadline) __asm__("_ZN7QThread4waitE14QDeadlineTimer");
+bool waited(QThread *thread, QDeadlineTimer deadline)
+{
+    static auto call = real<bool (*)(QThread *, QDeadlineTimer)>("_ZN7QThread4waitE14QDeadlineTimer");
+    const bool ended = call(thread, deadline);
+    __tsan_acquire(&signalMark);
+    return ended;
 }
 #endif

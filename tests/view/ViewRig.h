@@ -1,7 +1,7 @@
 #pragma once
 // What the tests of windows share: handlers that keep what they are asked, and hands that find and press things.
-#include "common/UserInfo.h"
 #include "common/ui/MsgTool.h"
+#include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "support/BusinessPeer.h"
 #include <QApplication>
@@ -19,13 +19,22 @@ public:
     QStringList take() { return std::exchange(calls, {}); }
     void addFile(QList<db_resolve> list) override { added << list; }
     void reAddFile(qlonglong key) override { calls << QString("again %1").arg(key); }
-    void readFile(int page, int size, QString search) override { calls << QString("read %1 %2 %3").arg(page).arg(size).arg(search).trimmed(); }
+    void readFile(int page, int size, QString search) override
+    {
+        calls << QString("read %1 %2 %3").arg(page).arg(size).arg(search).trimmed();
+    }
     void delResolve(qlonglong key) override { calls << QString("del %1").arg(key); }
     void delResolveByTask(int id) override { calls << QString("delTask %1").arg(id); }
     void paraSet(qlonglong key) override { calls << QString("para %1").arg(key); }
-    void changeResolveState(qlonglong key, int type, QString order) override { calls << QString("change %1 %2 %3").arg(key).arg(type).arg(order).trimmed(); }
+    void changeResolveState(qlonglong key, int type, QString order) override
+    {
+        calls << QString("change %1 %2 %3").arg(key).arg(type).arg(order).trimmed();
+    }
     void saveDataSet(db_resolve) override { calls << "save"; }
-    void commitResolve(qlonglong key, bool batch, QString) override { calls << QString("commit %1 %2").arg(key).arg(batch); }
+    void commitResolve(qlonglong key, bool batch, QString) override
+    {
+        calls << QString("commit %1 %2").arg(key).arg(batch);
+    }
     void seeError(int type, qlonglong key) override { calls << QString("error %1 %2").arg(type).arg(key); }
     void reswait(int type) override { calls << QString("wait %1").arg(type); }
     void fileOk(QString, qlonglong) override {}

@@ -16,12 +16,24 @@ private slots:
         QTest::addColumn<QString>("base");
         QTest::addColumn<QString>("language");
         QTest::addColumn<QString>("url");
-        QTest::newRow("plain") << "http://farm.example" << "zh_cn" << "http://farm.example/xclient/loginPage?version=qn";
-        QTest::newRow("port, slash") << "https://farm.example:8443/" << "zh_cn" << "https://farm.example:8443/xclient/loginPage?version=qn";
-        QTest::newRow("query is kept") << "http://h:1?auto=1" << "zh_cn" << "http://h:1/xclient/loginPage?auto=1&version=qn";
-        QTest::newRow("query, English") << "http://h:1?auto=1" << "en_us" << "http://h:1/xclient/loginPage?auto=1&version=qn&en=true";
-        QTest::newRow("other English word") << "http://h" << "zh_en" << "http://h/xclient/loginPage?version=qn&en=true";
-        QTest::newRow("below a path") << "http://h/sub//" << "zh_cn" << "http://h/sub/xclient/loginPage?version=qn";
+        QTest::newRow("plain") << "http://farm.example"
+                               << "zh_cn"
+                               << "http://farm.example/xclient/loginPage?version=qn";
+        QTest::newRow("port, slash") << "https://farm.example:8443/"
+                                     << "zh_cn"
+                                     << "https://farm.example:8443/xclient/loginPage?version=qn";
+        QTest::newRow("query is kept") << "http://h:1?auto=1"
+                                       << "zh_cn"
+                                       << "http://h:1/xclient/loginPage?auto=1&version=qn";
+        QTest::newRow("query, English") << "http://h:1?auto=1"
+                                        << "en_us"
+                                        << "http://h:1/xclient/loginPage?auto=1&version=qn&en=true";
+        QTest::newRow("other English word") << "http://h"
+                                            << "zh_en"
+                                            << "http://h/xclient/loginPage?version=qn&en=true";
+        QTest::newRow("below a path") << "http://h/sub//"
+                                      << "zh_cn"
+                                      << "http://h/sub/xclient/loginPage?version=qn";
     }
     void address()
     {
@@ -41,10 +53,18 @@ private slots:
         QTest::addColumn<bool>("keptRemember");
         QTest::addColumn<bool>("keptAuto");
         const QString whole = R"({"username":"f","password":"x","rememberPsd":"true","autoLogin":"false"})";
-        QTest::newRow("as stored") << whole << false << "x" << "true" << "false" << true << false;
-        QTest::newRow("while reconnecting both on") << whole << true << "x" << "true" << "true" << true << false;
-        QTest::newRow("no password") << R"({"username":"f","rememberPsd":"true","autoLogin":"true"})" << false << "" << "false" << "false" << false << false;
-        QTest::newRow("no password, reconnecting") << R"({"username":"f"})" << true << "" << "true" << "true" << false << false;
+        QTest::newRow("as stored") << whole << false << "x"
+                                   << "true"
+                                   << "false" << true << false;
+        QTest::newRow("while reconnecting both on") << whole << true << "x"
+                                                    << "true"
+                                                    << "true" << true << false;
+        QTest::newRow("no password") << R"({"username":"f","rememberPsd":"true","autoLogin":"true"})" << false << ""
+                                     << "false"
+                                     << "false" << false << false;
+        QTest::newRow("no password, reconnecting") << R"({"username":"f"})" << true << ""
+                                                   << "true"
+                                                   << "true" << false << false;
     }
     void storedRecord()
     {
@@ -85,12 +105,14 @@ private slots:
         QTest::addColumn<bool>("relogin");
         QTest::addColumn<bool>("goesOn");
         QTest::addColumn<QString>("remember");
-        QTest::newRow("good") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})" << false << true << "false";
+        QTest::newRow("good") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})" << false << true
+                              << "false";
         QTest::newRow("no failNum") << R"({"rememberPsd":"false"})" << false << true << "false";
         QTest::newRow("failed") << R"({"failNum":2})" << false << false << "";
         QTest::newRow("failed, as text") << R"({"failNum":"1"})" << false << false << "";
         QTest::newRow("failed while reconnecting") << R"({"failNum":1})" << true << false << "";
-        QTest::newRow("marks of before come back") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})" << true << true << "true";
+        QTest::newRow("marks of before come back")
+            << R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})" << true << true << "true";
     }
     void pageSaves()
     {
@@ -109,8 +131,13 @@ private slots:
     {
         QTest::addColumn<bool>("automatic");
         QTest::addColumn<bool>("told");
-        for (const auto &[reason, automatic, told] : QList<std::tuple<int, bool, bool>>{{110, false, false}, {111, false, false}, {112, true, false},
-                 {1000100, true, false}, {1000101, false, true}, {1000102, false, true}, {1000103, false, true}})
+        for (const auto &[reason, automatic, told] : QList<std::tuple<int, bool, bool>>{{110, false, false},
+                                                                                        {111, false, false},
+                                                                                        {112, true, false},
+                                                                                        {1000100, true, false},
+                                                                                        {1000101, false, true},
+                                                                                        {1000102, false, true},
+                                                                                        {1000103, false, true}})
             QTest::newRow(qPrintable(QString::number(reason))) << automatic << told;
     }
     void reasons()

@@ -76,7 +76,10 @@ private slots:
     {
         make();
         m_window->changeNotice({{"content", "a < b"}, {"url", "http://n.example/?a=1&b=2"}});
-        QCOMPARE(bar()->noticeHtml(), QString("<style>a{text-decoration:none;color:#ccc}</style><a href=http://n.example/?a=1&amp;b=2>a &lt; b</a>"));
+        QCOMPARE(
+            bar()->noticeHtml(),
+            QString(
+                "<style>a{text-decoration:none;color:#ccc}</style><a href=http://n.example/?a=1&amp;b=2>a &lt; b</a>"));
         m_window->changeNotice({});
         QCOMPARE(bar()->noticeHtml(), QString());
     }
@@ -89,8 +92,12 @@ private slots:
         QCOMPARE(UserInfo::userValue("MsgCenter", "redNotice").toInt(), 1);
         make(); // stays over a new login
         QVERIFY(bar()->redMark());
-        m_server->answer(10311, 1031100, {{"pageList", QJsonArray{QJsonObject{{"type", 1}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
-                                                                  QJsonObject{{"type", 9}, {"content", "?"}, {"time", 0}}}}, {"pageSize", 3}});
+        m_server->answer(
+            10311, 1031100,
+            {{"pageList",
+              QJsonArray{QJsonObject{{"type", 1}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
+                         QJsonObject{{"type", 9}, {"content", "?"}, {"time", 0}}}},
+             {"pageSize", 3}});
         m_window->on_noticeBtn_clicked();
         QVERIFY(!bar()->redMark());
         auto *center = topLevel<MsgCenter>();
@@ -108,10 +115,15 @@ private slots:
         QTest::addColumn<QJsonObject>("info");
         QTest::addColumn<QString>("titles");
         QTest::newRow("no addresses") << QJsonObject() << "解析提交|传输管理";
-        QTest::newRow("some") << QJsonObject{{"personalCenterUrl", "http://u"}, {"netTestUrl", "http://n"}, {"vipCenterUrl", ""}}
+        QTest::newRow("some") << QJsonObject{{"personalCenterUrl", "http://u"},
+                                             {"netTestUrl", "http://n"},
+                                             {"vipCenterUrl", ""}}
                               << "解析提交|传输管理|个人中心|网络诊断";
-        QTest::newRow("all") << QJsonObject{{"personalCenterUrl", "http://u"}, {"rechargeCenterUrl", "http://r"}, {"vipCenterUrl", "http://v"},
-                                            {"renderGuideUrl", "http://g"}, {"netTestUrl", "http://n"}}
+        QTest::newRow("all") << QJsonObject{{"personalCenterUrl", "http://u"},
+                                            {"rechargeCenterUrl", "http://r"},
+                                            {"vipCenterUrl", "http://v"},
+                                            {"renderGuideUrl", "http://g"},
+                                            {"netTestUrl", "http://n"}}
                              << "解析提交|传输管理|个人中心|充值中心|会员购买|渲染指南|网络诊断";
     }
     void menuRows()
@@ -125,8 +137,15 @@ private slots:
     {
         QCOMPARE(WebPanel::rowUrl("http://h/p", "tok", false).toString(), QString("http://h/p?sessionid=tok"));
         QCOMPARE(WebPanel::rowUrl("http://h/p", "tok", true).toString(), QString("http://h/p?sessionid=tok&en=true"));
-        for (const auto &[status, network, failed] : QList<std::tuple<int, bool, bool>>{{200, false, false}, {302, false, false}, {399, false, false},
-                 {400, false, true}, {404, false, true}, {500, false, true}, {199, false, true}, {0, true, true}, {200, true, true}})
+        for (const auto &[status, network, failed] : QList<std::tuple<int, bool, bool>>{{200, false, false},
+                                                                                        {302, false, false},
+                                                                                        {399, false, false},
+                                                                                        {400, false, true},
+                                                                                        {404, false, true},
+                                                                                        {500, false, true},
+                                                                                        {199, false, true},
+                                                                                        {0, true, true},
+                                                                                        {200, true, true}})
             QVERIFY2(WebPanel::failed(status, network) == failed, qPrintable(QString::number(status)));
     }
     void pagesByKey()
@@ -178,7 +197,8 @@ private slots:
         make();
         m_window->show();
         m_window->close();
-        QVERIFY2(TrayIcon::available() ? !m_window->isVisible() : m_window->isMinimized(), "hidden in the tray, or minimised without one");
+        QVERIFY2(TrayIcon::available() ? !m_window->isVisible() : m_window->isMinimized(),
+                 "hidden in the tray, or minimised without one");
         QVERIFY(!QApplication::quitOnLastWindowClosed());
         TrayIcon::instance()->setCurWid(m_window.data());
         TrayIcon::instance()->showCurWid();
@@ -220,7 +240,8 @@ private slots:
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QByteArray>("reply");
         QTest::addColumn<int>("marks");
-        const QByteArray reply = R"({"pageList":[{"content":"a","time":"2026-05-01 10:00:00"},{"content":"b","time":"2026-05-02 10:00:00"}]})";
+        const QByteArray reply =
+            R"({"pageList":[{"content":"a","time":"2026-05-01 10:00:00"},{"content":"b","time":"2026-05-02 10:00:00"}]})";
         QTest::newRow("first time") << "" << reply << 1;
         QTest::newRow("seen before") << "2026-05-02 10:00:00" << reply << 0;
         QTest::newRow("newer than seen") << "2026-05-01 10:00:00" << reply << 1;

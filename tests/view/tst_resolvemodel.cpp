@@ -11,7 +11,10 @@ class TestResolveModel : public QObject
 {
     Q_OBJECT
 private:
-    static QVariant at(const ResolveModel &model, int row, int column, int role = Qt::DisplayRole) { return model.index(row, column).data(role); }
+    static QVariant at(const ResolveModel &model, int row, int column, int role = Qt::DisplayRole)
+    {
+        return model.index(row, column).data(role);
+    }
     static QList<qlonglong> keys(const ResolveModel &model)
     {
         QList<qlonglong> list;
@@ -82,7 +85,8 @@ private slots:
         QFETCH(bool, upload);
         QFETCH(QList<int>, without);
         for (int state = 100; state <= 117; ++state)
-            QVERIFY2(ResolveRules::buttons(state, analyse, upload)[1].isEmpty() == without.contains(state), qPrintable(QString::number(state)));
+            QVERIFY2(ResolveRules::buttons(state, analyse, upload)[1].isEmpty() == without.contains(state),
+                     qPrintable(QString::number(state)));
     }
 
     void acts_data()
@@ -202,7 +206,10 @@ private slots:
                 return QString("none");
             const auto args = changes.takeLast();
             changes.clear();
-            return QString("%1:%2-%3").arg(args[0].toModelIndex().row()).arg(args[0].toModelIndex().column()).arg(args[1].toModelIndex().column());
+            return QString("%1:%2-%3")
+                .arg(args[0].toModelIndex().row())
+                .arg(args[0].toModelIndex().column())
+                .arg(args[1].toModelIndex().column());
         };
         db_resolve res = scene(2, 106);
         res.rtime = 5000;

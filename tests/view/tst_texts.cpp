@@ -8,7 +8,8 @@
 #include <QStandardPaths>
 #include <QTranslator>
 
-namespace {
+namespace
+{
 QString content(const QString &path)
 {
     QFile file(path);
@@ -36,7 +37,8 @@ QMap<QString, QString> messages(const QString &path, QStringList *unfinished = n
     const QDomNodeList list = doc.elementsByTagName("message");
     for (int i = 0; i < list.size(); ++i) {
         const QDomElement message = list.at(i).toElement();
-        const QString key = message.parentNode().firstChildElement("name").text() + '|' + flat(message.firstChildElement("source"));
+        const QString key =
+            message.parentNode().firstChildElement("name").text() + '|' + flat(message.firstChildElement("source"));
         const QDomElement translation = message.firstChildElement("translation");
         out.insert(key, flat(translation));
         if (unfinished && (translation.hasAttribute("type") || flat(translation).isEmpty()))
@@ -66,13 +68,15 @@ private slots:
         QVERIFY2(unfinished.isEmpty(), qPrintable(unfinished.join('\n')));
         QString lupdate = QStandardPaths::findExecutable("lupdate");
         if (lupdate.isEmpty())
-            lupdate = QStandardPaths::findExecutable("lupdate", {"/usr/lib/qt5/bin", "/usr/lib/x86_64-linux-gnu/qt5/bin"});
+            lupdate =
+                QStandardPaths::findExecutable("lupdate", {"/usr/lib/qt5/bin", "/usr/lib/x86_64-linux-gnu/qt5/bin"});
         if (lupdate.isEmpty())
             QSKIP("lupdate isn't installed");
         QTemporaryDir folder;
         const QString found = folder.filePath("found.ts");
         QProcess process;
-        process.start(lupdate, {"-no-obsolete", "-locations", "none", "-source-language", "zh_CN", "-target-language", "en_US", root + "/src", "-ts", found});
+        process.start(lupdate, {"-no-obsolete", "-locations", "none", "-source-language", "zh_CN", "-target-language",
+                                "en_US", root + "/src", "-ts", found});
         QVERIFY(process.waitForFinished(60000));
         QStringList missing, unused = english.keys();
         const auto wanted = messages(found);
@@ -105,7 +109,8 @@ private slots:
     // A text of the source that reaches the screen without tr() stays Chinese for everyone.
     void noBareTextsInWindows()
     {
-        const QRegularExpression bare("(?:setText|setToolTip|setTitle|setWindowTitle|msgOk|addAction)\\((?:this, )?(?:QStringLiteral\\()?\"[^\"]*[\\x{4e00}-\\x{9fff}]");
+        const QRegularExpression bare("(?:setText|setToolTip|setTitle|setWindowTitle|msgOk|addAction)\\((?:this, "
+                                      ")?(?:QStringLiteral\\()?\"[^\"]*[\\x{4e00}-\\x{9fff}]");
         for (const QString &file : sources({"/src/view", "/src/common/ui"}))
             QVERIFY2(!content(file).contains(bare), qPrintable(file));
     }

@@ -1,13 +1,11 @@
 #pragma once
 // Disk work that the window asks for, off the window's thread: one after the other on a thread of its own, the result
 // brought back to the main thread and handed over only if the guard still lives. run() from the main thread.
+#include <functional>
+#include <memory>
 #include <QCoreApplication>
 #include <QMetaObject>
 #include <QPointer>
-#include <QRunnable>
-#include <QThreadPool>
-#include <functional>
-#include <memory>
 
 class Background
 {

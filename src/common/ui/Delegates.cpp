@@ -6,7 +6,8 @@
 #include <QMouseEvent>
 #include <QPainter>
 
-namespace {
+namespace
+{
 constexpr int Pad = 8;
 constexpr int Gap = 16; // between two words of a row's buttons
 
@@ -19,7 +20,8 @@ QColor tintOf(const QModelIndex &index)
 bool under(const QStyleOptionViewItem &option, const QRect &place)
 {
     const auto *view = qobject_cast<const QAbstractItemView *>(option.widget);
-    return view && (option.state & QStyle::State_MouseOver) && place.contains(view->viewport()->mapFromGlobal(QCursor::pos()));
+    return view && (option.state & QStyle::State_MouseOver) &&
+           place.contains(view->viewport()->mapFromGlobal(QCursor::pos()));
 }
 } // namespace
 
@@ -77,9 +79,11 @@ void CheckBoxItem::paint(QPainter *painter, const QStyleOptionViewItem &option, 
     drawBox(painter, option.rect, Qt::CheckState(index.data(Qt::CheckStateRole).toInt()));
 }
 
-bool CheckBoxItem::editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &, const QModelIndex &index)
+bool CheckBoxItem::editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &,
+                               const QModelIndex &index)
 {
-    const bool click = event->type() == QEvent::MouseButtonRelease && static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton;
+    const bool click =
+        event->type() == QEvent::MouseButtonRelease && static_cast<QMouseEvent *>(event)->button() == Qt::LeftButton;
     if (!click)
         return false;
     const bool on = index.data(Qt::CheckStateRole).toInt() == Qt::Checked;
@@ -106,7 +110,8 @@ void ProgressItem::paint(QPainter *painter, const QStyleOptionViewItem &option, 
     painter->setBrush(Palette::border);
     painter->drawRoundedRect(bar, 1.5, 1.5);
     painter->setBrush(tintOf(index) == Palette::text ? Palette::accent : tintOf(index));
-    painter->drawRoundedRect(QRectF(bar.left(), bar.top(), bar.width() * double(part) / double(whole), bar.height()), 1.5, 1.5);
+    painter->drawRoundedRect(QRectF(bar.left(), bar.top(), bar.width() * double(part) / double(whole), bar.height()),
+                             1.5, 1.5);
     painter->setRenderHint(QPainter::Antialiasing, false);
 }
 
@@ -151,7 +156,8 @@ void LinkItem::paint(QPainter *painter, const QStyleOptionViewItem &option, cons
     }
 }
 
-bool LinkItem::editorEvent(QEvent *event, QAbstractItemModel *, const QStyleOptionViewItem &option, const QModelIndex &index)
+bool LinkItem::editorEvent(QEvent *event, QAbstractItemModel *, const QStyleOptionViewItem &option,
+                           const QModelIndex &index)
 {
     if (event->type() != QEvent::MouseButtonRelease)
         return false;

@@ -4,12 +4,15 @@
 #include <QColor>
 #include <QStyledItemDelegate>
 
-namespace CellRole {
-enum { Tint = Qt::UserRole + 900, // QColor of the text; invalid: the style's
-       Part,                      // done so far and
-       Whole,                     // all, both qlonglong: of a progress bar
-       Buttons,                   // QStringList: text of each button, empty where there is none
-       Icon };                    // QString: name of the icon before the text
+namespace CellRole
+{
+enum {
+    Tint = Qt::UserRole + 900, // QColor of the text; invalid: the style's
+    Part,                      // done so far and
+    Whole,                     // all, both qlonglong: of a progress bar
+    Buttons,                   // QStringList: text of each button, empty where there is none
+    Icon
+}; // QString: name of the icon before the text
 }
 
 // A cell with the row's background, optional icon, tinted text elided in the middle where it's a path.
@@ -17,7 +20,10 @@ class TextItem : public QStyledItemDelegate
 {
     Q_OBJECT
 public:
-    explicit TextItem(QObject *parent, Qt::TextElideMode elide = Qt::ElideRight) : QStyledItemDelegate(parent), m_elide(elide) {}
+    explicit TextItem(QObject *parent, Qt::TextElideMode elide = Qt::ElideRight)
+        : QStyledItemDelegate(parent), m_elide(elide)
+    {
+    }
     void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     void setRowHeight(int height) { m_height = height; } // where the view has no rows of a height of its own
@@ -38,7 +44,8 @@ public:
     static void drawBox(QPainter *painter, const QRect &cell, Qt::CheckState state);
 
 protected:
-    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option, const QModelIndex &index) override;
+    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option,
+                     const QModelIndex &index) override;
 };
 
 // A thin bar with the cell's text under or beside it.
@@ -62,7 +69,8 @@ signals:
     void clicked(int part, QModelIndex index);
 
 protected:
-    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option, const QModelIndex &index) override;
+    bool editorEvent(QEvent *event, QAbstractItemModel *model, const QStyleOptionViewItem &option,
+                     const QModelIndex &index) override;
 
 private:
     QList<QRect> places(const QStyleOptionViewItem &option, const QStringList &words) const;

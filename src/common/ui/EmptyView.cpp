@@ -7,7 +7,7 @@
 #include <QVBoxLayout>
 
 EmptyView::EmptyView(QAbstractItemView *view, const QString &icon, const QString &text, const QString &hint)
-    : QWidget(view), m_view(view), m_text(new QLabel(text, this)), m_hint(new QLabel(hint, this))
+    : QWidget(view), m_text(new QLabel(text, this)), m_hint(new QLabel(hint, this))
 {
     setAttribute(Qt::WA_TransparentForMouseEvents);
     auto *lines = new QVBoxLayout(this);
@@ -37,14 +37,18 @@ void EmptyView::setTexts(const QString &text, const QString &hint)
 
 void EmptyView::follow()
 {
-    setGeometry(m_view->viewport()->geometry());
-    setVisible(m_view->model()->rowCount() == 0);
+    // A view takes its own model along when it goes, and is no view any more by then.
+    auto *view = qobject_cast<QAbstractItemView *>(parent());
+    if (!view)
+        return;
+    setGeometry(view->viewport()->geometry());
+    setVisible(view->model()->rowCount() == 0);
     raise();
 }
 
-bool EmptyView::eventFilter(QObject *, QEvent *event)
+bool EmptyView::eventFilter(QObject *viewport, QEvent *event)
 {
     if (event->type() == QEvent::Resize)
-        setGeometry(m_view->viewport()->geometry());
+        setGeometry(static_cast<QWidget *>(viewport)->geometry());
     return false;
 }

@@ -18,6 +18,5 @@ protected:
 
 private:
     void follow();
-    QAbstractItemView *m_view;
     QLabel *m_text, *m_hint;
 };

@@ -6,7 +6,8 @@
 #include <QPainter>
 #include <QSvgRenderer>
 
-namespace {
+namespace
+{
 QByteArray source(const QString &name)
 {
     static QHash<QString, QByteArray> sources;

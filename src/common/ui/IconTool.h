@@ -9,7 +9,8 @@
 class IconTool
 {
 public:
-    static QPixmap pixmap(const QString &name, const QColor &colour, int size, qreal ratio = 1.0); // size in logical pixels
+    static QPixmap pixmap(const QString &name, const QColor &colour, int size,
+                          qreal ratio = 1.0); // size in logical pixels
     // Normal, disabled, and brighter under the mouse and while checked.
     static QIcon icon(const QString &name, int size = 16);
     static QIcon icon(const QString &name, const QColor &colour, int size);

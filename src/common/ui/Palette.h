@@ -6,7 +6,8 @@
 #include <QPair>
 #include <QString>
 
-namespace Palette {
+namespace Palette
+{
 inline const QColor window{0x28, 0x28, 0x28};
 inline const QColor panel{0x2f, 0x2f, 0x2f};
 inline const QColor raised{0x38, 0x38, 0x38};
@@ -25,9 +26,14 @@ inline const QColor selected{0x33, 0x3f, 0x4d};
 
 inline QList<QPair<QString, QColor>> named()
 {
-    return {{"@window", window}, {"@panel", panel}, {"@raised", raised}, {"@line", line}, {"@border", border},
-            {"@text", text}, {"@strong", strong}, {"@quiet", quiet}, {"@faint", faint}, {"@accentDeep", accentDeep},
-            {"@accent", accent}, {"@done", done}, {"@failed", failed}, {"@warning", warning}, {"@selected", selected}};
+    return {{"@window", window},    {"@panel", panel},
+            {"@raised", raised},    {"@line", line},
+            {"@border", border},    {"@text", text},
+            {"@strong", strong},    {"@quiet", quiet},
+            {"@faint", faint},      {"@accentDeep", accentDeep},
+            {"@accent", accent},    {"@done", done},
+            {"@failed", failed},    {"@warning", warning},
+            {"@selected", selected}};
 }
 
 // The style sheet with its "@name" marks replaced.

@@ -2,13 +2,15 @@
 #include "common/UserInfo.h"
 #include "io/NetTcp.h"
 
-namespace {
+namespace
+{
 constexpr int PullMs = 10000, RoundMs = 20000, BalanceMs = 1000;
 
 // Times are milliseconds as a number or a text that sorts by itself; both compare as text of equal length.
 QString timeText(const QJsonValue &value)
 {
-    return value.isDouble() ? QString::number(qint64(value.toDouble())).rightJustified(19, QLatin1Char('0')) : value.toString();
+    return value.isDouble() ? QString::number(qint64(value.toDouble())).rightJustified(19, QLatin1Char('0'))
+                            : value.toString();
 }
 } // namespace
 
@@ -36,8 +38,9 @@ void PullMsg::start()
 
 void PullMsg::pullOut()
 {
-    NetTcp::instance()->nvds(103, 10311, QJsonObject{{QStringLiteral("page"), 0}},
-                             [this](int, const QJsonDocument &doc) { noticeReply(doc); }, this);
+    NetTcp::instance()->nvds(
+        103, 10311, QJsonObject{{QStringLiteral("page"), 0}},
+        [this](int, const QJsonDocument &doc) { noticeReply(doc); }, this);
 }
 
 void PullMsg::noticeReply(const QJsonDocument &doc)
@@ -46,7 +49,8 @@ void PullMsg::noticeReply(const QJsonDocument &doc)
     QString latest = timeText(doc.object().value(QLatin1String("time")));
     for (const QJsonValue &notice : qAsConst(m_notices))
         latest = qMax(latest, timeText(notice.toObject().value(QLatin1String("time"))));
-    if (!latest.isEmpty() && latest > UserInfo::userValue(QStringLiteral("MsgCenter"), QStringLiteral("latest")).toString()) {
+    if (!latest.isEmpty() &&
+        latest > UserInfo::userValue(QStringLiteral("MsgCenter"), QStringLiteral("latest")).toString()) {
         UserInfo::setUserValue(QStringLiteral("MsgCenter"), QStringLiteral("latest"), latest);
         emit newMsgCenter(1);
     }

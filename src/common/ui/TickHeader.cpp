@@ -6,11 +6,13 @@
 #include <QSortFilterProxyModel>
 #include <QTableView>
 
-namespace {
+namespace
+{
 constexpr int RowHeight = 36, HeadHeight = 32;
 }
 
-TickHeader::TickHeader(QSortFilterProxyModel *sorted, QWidget *parent) : QHeaderView(Qt::Horizontal, parent), m_sorted(sorted)
+TickHeader::TickHeader(QSortFilterProxyModel *sorted, QWidget *parent)
+    : QHeaderView(Qt::Horizontal, parent), m_sorted(sorted)
 {
     setSectionsClickable(true);
     setHighlightSections(false);
@@ -58,13 +60,16 @@ void TickHeader::paintSection(QPainter *painter, const QRect &rect, int section)
     QHeaderView::paintSection(painter, rect, section);
     painter->restore();
     if (section == 0) {
-        CheckBoxItem::drawBox(painter, rect, Qt::CheckState(model()->headerData(0, Qt::Horizontal, Qt::CheckStateRole).toInt()));
+        CheckBoxItem::drawBox(painter, rect,
+                              Qt::CheckState(model()->headerData(0, Qt::Horizontal, Qt::CheckStateRole).toInt()));
         return;
     }
     if (m_sorted->sortColumn() != section)
         return;
-    const QString arrow = m_sorted->sortOrder() == Qt::AscendingOrder ? QStringLiteral("chevron-up") : QStringLiteral("chevron-down");
+    const QString arrow =
+        m_sorted->sortOrder() == Qt::AscendingOrder ? QStringLiteral("chevron-up") : QStringLiteral("chevron-down");
     const QString title = model()->headerData(section, Qt::Horizontal).toString();
     const int x = qMin(rect.left() + 12 + fontMetrics().horizontalAdvance(title), rect.right() - 14);
-    painter->drawPixmap(x, rect.center().y() - 6, IconTool::pixmap(arrow, Palette::quiet, 12, painter->device()->devicePixelRatioF()));
+    painter->drawPixmap(x, rect.center().y() - 6,
+                        IconTool::pixmap(arrow, Palette::quiet, 12, painter->device()->devicePixelRatioF()));
 }

@@ -1,10 +1,11 @@
 #include "common/ui/TrayIcon.h"
-#include "common/UserInfo.h"
 #include "common/ui/MsgTool.h"
+#include "common/UserInfo.h"
 #include <QGuiApplication>
 #include <QMenu>
 
-namespace {
+namespace
+{
 TrayIcon *only = nullptr;
 constexpr int LookAgainMs = 5000, LookAgainTimes = 12;
 constexpr int BlinkMs = 500, BlinkTimes = 20;
@@ -12,7 +13,8 @@ constexpr int NoteMs = 5000;
 
 QIcon picture(bool online)
 {
-    return QIcon(QStringLiteral(":/third/%1/%2.ico").arg(UserInfo::thirdInfo(), online ? QStringLiteral("online") : QStringLiteral("offline")));
+    return QIcon(QStringLiteral(":/third/%1/%2.ico")
+                     .arg(UserInfo::thirdInfo(), online ? QStringLiteral("online") : QStringLiteral("offline")));
 }
 } // namespace
 

@@ -17,9 +17,9 @@ public:
     static void destroy();
     static bool available(); // a tray is there and the icon stands in it
 
-    void setOnline(bool on);                // icon, tool tip and menu
+    void setOnline(bool on); // icon, tool tip and menu
     bool online() const { return m_online; }
-    void setCurWid(QWidget *window);        // the one that comes forward
+    void setCurWid(QWidget *window); // the one that comes forward
     QWidget *curWid() const { return m_window; }
     void showInfoMsg(const QString &title, const QString &text, int msecs);
     void showInfoMsg(const QString &title, const QString &text);

@@ -1,7 +1,7 @@
 #include "common/ui/WebTool.h"
+#include "common/ui/Background.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
-#include "common/ui/Background.h"
 #include <QClipboard>
 #include <QDebug>
 #include <QDesktopServices>

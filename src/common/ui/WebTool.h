@@ -9,13 +9,13 @@ class WebTool : public QObject
 public:
     using QObject::QObject;
 
-    Q_INVOKABLE int appLang();                       // 0 Chinese, 1 English
+    Q_INVOKABLE int appLang(); // 0 Chinese, 1 English
     Q_INVOKABLE QString accessToken();
     Q_INVOKABLE void openLocalDir(QString relativePath); // below the result folder; paths that leave it are refused
     Q_INVOKABLE void clipboard(QString text);
     Q_INVOKABLE void reLogin();
     Q_INVOKABLE void reloadErrorPage();
-    Q_INVOKABLE void openUrl(QString url);           // http and https only, in the system's browser
+    Q_INVOKABLE void openUrl(QString url); // http and https only, in the system's browser
 
 signals:
     void reLoginAsked();

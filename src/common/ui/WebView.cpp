@@ -1,11 +1,14 @@
 #include "common/ui/WebView.h"
-#include "common/UserInfo.h"
 #include "common/ui/Palette.h"
+#include "common/UserInfo.h"
 #include <QDebug>
 #include <QFile>
 #include <QWebFrame>
 
-QUrl WebPage::errorPage() { return QUrl::fromLocalFile(UserInfo::programDir() + QStringLiteral("/web/loadError.html")); }
+QUrl WebPage::errorPage()
+{
+    return QUrl::fromLocalFile(UserInfo::programDir() + QStringLiteral("/web/loadError.html"));
+}
 
 bool WebPage::supportsExtension(Extension extension) const { return extension == ErrorPageExtension; }
 
@@ -23,7 +26,8 @@ bool WebPage::extension(Extension extension, const ExtensionOption *option, Exte
     page->baseUrl = errorPage();
     page->contentType = QStringLiteral("text/html");
     page->encoding = QStringLiteral("utf-8");
-    page->content = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<body style='background:#282828'></body>");
+    page->content =
+        file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<body style='background:#282828'></body>");
     return true;
 }
 
