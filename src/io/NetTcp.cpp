@@ -2,6 +2,7 @@
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include <atomic>
+#include <utility>
 #include <QDebug>
 #include <QNetworkProxy>
 #include <QtEndian>
@@ -119,13 +120,17 @@ bool NetTcp::isLogin() { return loggedIn; }
 void NetTcp::resetLink()
 {
     m_waiting.clear();
-    makeSocket(true);
+    const bool pause = std::exchange(m_shortLived, false);
+    makeSocket(!pause);
+    if (pause) // a server that takes links only to drop them mustn't keep the client busy
+        QTimer::singleShot(PauseMs, m_socket, [this] { reconnect(); });
 }
 
 void NetTcp::connected()
 {
     qDebug().noquote() << "NetTcp::connected";
     m_connectTimer.stop();
+    m_life.start();
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     m_parser.reset();
     m_heartTimer.start(HeartOnMs);
@@ -136,6 +141,7 @@ void NetTcp::disconnected()
 {
     qDebug().noquote() << "NetTcp::disconnected";
     m_connectTimer.stop();
+    m_shortLived = m_life.isValid() && m_life.elapsed() < ShortLifeMs;
     setLogin(false);
     m_heartTimer.start(HeartOffMs);
     emit linkLost();

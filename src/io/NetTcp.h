@@ -9,6 +9,7 @@
 #include "io/Delivery.h"
 #include "io/Package.h"
 #include <functional>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -72,6 +73,7 @@ private slots:
 
 private:
     static constexpr int HeartOnMs = 60000, HeartOffMs = 6000, ConnectMs = 5000;
+    static constexpr int ShortLifeMs = 500, PauseMs = 1000; // a link that ended so soon isn't made anew at once
     struct Waiting {
         TcpBack func;
         Delivery way;
@@ -89,6 +91,8 @@ private:
     QHash<int, Waiting> m_waiting; // by the number of the request
     QTimer m_heartTimer;
     QTimer m_connectTimer; // bounds one attempt to connect
+    QElapsedTimer m_life;  // of the link, since it connected
+    bool m_shortLived = false;
     PackageReader m_parser;
     QString m_host;
     int m_port = DefaultPort;

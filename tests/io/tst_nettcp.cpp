@@ -166,6 +166,18 @@ private slots:
         QTRY_COMPARE(server->links(), 2);
     }
 
+    // A server that drops every link at once is left alone for a moment between two.
+    void shortLivedLink()
+    {
+        const auto again = connect(tcp, &NetTcp::linkLost, this, [this] { tcp->resetLink(); });
+        QElapsedTimer since;
+        since.start();
+        server->cut();
+        QTRY_COMPARE(server->links(), 2);
+        QVERIFY2(since.elapsed() >= 900, qPrintable(QString::number(since.elapsed())));
+        disconnect(again);
+    }
+
     void brokenStreamClosesTheLink()
     {
         QSignalSpy lost(tcp, &NetTcp::linkLost);

@@ -368,14 +368,18 @@ void UpHandler::delay(const db_upfile &file, int ms)
 void UpHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size)
 {
     double ratio = 1.0;
+    bool runs = false; // one that ended within this second is counted among the files that are done
     for (const db_upfile &file : qAsConst(m_running)) {
-        if (file.pri == subkey)
+        if (file.pri == subkey) {
             ratio = file.ratio;
+            runs = true;
+        }
     }
     Sum &sum = m_sums[int(key)];
     sum.speed += speed;
     sum.felt += double(speed) * ratio;
-    sum.bytes += qint64(double(size) * ratio);
+    if (runs)
+        sum.bytes += qint64(double(size) * ratio);
 }
 
 void UpHandler::speedsReported()
