@@ -54,11 +54,11 @@ MsgCenter::MsgCenter(QWidget *parent)
 QString MsgCenter::typeText(int type)
 {
     switch (type) {
-    case 0:
-        return tr("任务完成");
     case 1:
-        return tr("欠费提醒");
+        return tr("任务完成");
     case 2:
+        return tr("欠费提醒");
+    case 3:
         return tr("充值记录");
     default:
         return QString::number(type);

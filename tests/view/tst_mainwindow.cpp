@@ -95,7 +95,7 @@ private slots:
         m_server->answer(
             10311, 1031100,
             {{"pageList",
-              QJsonArray{QJsonObject{{"type", 1}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
+              QJsonArray{QJsonObject{{"type", 2}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
                          QJsonObject{{"type", 9}, {"content", "?"}, {"time", 0}}}},
              {"pageSize", 3}});
         m_window->on_noticeBtn_clicked();
