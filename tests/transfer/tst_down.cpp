@@ -262,7 +262,8 @@ private slots:
         const bool taken = role.isEmpty() && autoSend == 1;
         QCOMPARE(m_rig->business.count(10805), taken ? 2 : 1);
         QCOMPARE(m_rig->business.requests(10805)[0].body["missionId"].toInt(), taken ? DownRig::Task : 1);
-        QTRY_COMPARE(m_rig->content("f.png"), QByteArray("data"));
+        if (role.isEmpty()) // a seat's way to the files leads through its master, and there is none here
+            QTRY_COMPARE(m_rig->content("f.png"), QByteArray("data"));
     }
 
     void userAsks()
