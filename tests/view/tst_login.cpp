@@ -180,6 +180,20 @@ private slots:
         QTRY_VERIFY(told().size() == 1 && !words->isVisible());
     }
 
+    // A server slower than the client's patience: an answer to an earlier request counts too.
+    void slowToken()
+    {
+        m_server->silence(10308);
+        begin();
+        QTRY_VERIFY(m_server->count(10308) >= 1);
+        const BusinessPeer::Request first = m_server->requests(10308).last();
+        m_login->loadLogin(); // as after a time without an answer
+        QTRY_VERIFY(m_server->requests(10308).last().seq > first.seq);
+        m_server->reply(first, 1030800, {{"token", "slow"}});
+        QVERIFY(inSession());
+        QVERIFY(told().value(0).startsWith("slow "));
+    }
+
     void refusedConfirmation()
     {
         m_server->answer(10309, 1040022);
