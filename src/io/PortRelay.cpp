@@ -1,5 +1,7 @@
 #include "io/PortRelay.h"
 #include "io/ProxyFactory.h"
+#include <atomic>
+#include <memory>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QFile>
@@ -7,8 +9,6 @@
 #include <QNetworkProxy>
 #include <QRegularExpression>
 #include <QTcpSocket>
-#include <atomic>
-#include <memory>
 
 namespace
 {
@@ -20,7 +20,8 @@ std::atomic<bool> ended{false};
 
 void pump(QTcpSocket *from, QTcpSocket *to, bool *newRequest = nullptr)
 {
-    while (from->bytesAvailable() > 0 && to->state() == QAbstractSocket::ConnectedState && to->bytesToWrite() < Window) {
+    while (from->bytesAvailable() > 0 && to->state() == QAbstractSocket::ConnectedState &&
+           to->bytesToWrite() < Window) {
         const QByteArray bytes = from->read(Window);
         to->write(newRequest && *newRequest ? PortRelay::directRequest(bytes) : bytes);
         if (newRequest)
@@ -48,7 +49,9 @@ PortRelay *PortRelay::instance()
             ended = true;
             PortRelay *one = relay.exchange(nullptr);
             // Sockets and timers belong to that thread.
-            QObject::connect(&one->m_thread, &QThread::finished, one, [one] { qDeleteAll(one->findChildren<QTcpServer *>()); }, Qt::DirectConnection);
+            QObject::connect(
+                &one->m_thread, &QThread::finished, one, [one] { qDeleteAll(one->findChildren<QTcpServer *>()); },
+                Qt::DirectConnection);
             one->m_thread.quit();
             one->m_thread.wait();
             delete one;
@@ -60,7 +63,8 @@ PortRelay *PortRelay::instance()
 bool PortRelay::open(const Forward &forward)
 {
     bool good = false;
-    QMetaObject::invokeMethod(this, [&] { good = listen(forward); }, Qt::BlockingQueuedConnection);
+    QMetaObject::invokeMethod(
+        this, [&] { good = listen(forward); }, Qt::BlockingQueuedConnection);
     return good;
 }
 
@@ -133,14 +137,16 @@ QByteArray PortRelay::directRequest(const QByteArray &bytes)
 QString PortRelay::listeningPorts()
 {
     QString text;
-    static const QRegularExpression entry(QStringLiteral("^\\s*\\d+: [0-9A-F]+:([0-9A-F]{4}) [0-9A-F]+:[0-9A-F]{4} 0A "),
-                                          QRegularExpression::MultilineOption);
+    static const QRegularExpression entry(
+        QStringLiteral("^\\s*\\d+: [0-9A-F]+:([0-9A-F]{4}) [0-9A-F]+:[0-9A-F]{4} 0A "),
+        QRegularExpression::MultilineOption);
     for (const char *name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
         QFile file{QLatin1String(name)};
         if (!file.open(QIODevice::ReadOnly))
             continue;
         for (auto it = entry.globalMatch(QString::fromLatin1(file.readAll())); it.hasNext();)
-            text += QStringLiteral("tcp 0 0 0.0.0.0:%1 0.0.0.0:* LISTEN\n").arg(it.next().captured(1).toInt(nullptr, 16));
+            text +=
+                QStringLiteral("tcp 0 0 0.0.0.0:%1 0.0.0.0:* LISTEN\n").arg(it.next().captured(1).toInt(nullptr, 16));
     }
     return text;
 }

@@ -18,7 +18,8 @@ class PortRelay : public QObject
 public:
     static PortRelay *instance(); // any thread; null once the application has ended
 
-    bool open(const Forward &forward); // waits until the port listens; true when it does, also if it did before. Any thread
+    bool
+    open(const Forward &forward); // waits until the port listens; true when it does, also if it did before. Any thread
     // Ports of this machine that somebody listens on, in the form of "netstat -an".
     static QString listeningPorts();
     // "GET http://host:80/path HTTP/1.1" as "GET /path HTTP/1.1"; anything else unchanged.

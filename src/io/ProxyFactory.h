@@ -29,7 +29,7 @@ class ProxyFactory : public QNetworkProxyFactory
 {
     Q_DECLARE_TR_FUNCTIONS(ProxyFactory)
 public:
-    static constexpr int FirstPort = 46161; // forwarded ports are taken from here on
+    static constexpr int FirstPort = 46261; // forwarded ports are taken from here on, clear of those that seats beside it listen on
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override;
 
     // hosts: "host:port" each. Blocks while the tools run (some seconds). master: this seat's role; on another seat,
