@@ -2,10 +2,10 @@
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include <atomic>
-#include <utility>
 #include <QDebug>
 #include <QNetworkProxy>
 #include <QtEndian>
+#include <utility>
 
 namespace
 {

@@ -35,10 +35,7 @@ void TransHandler::startScan()
     m_secondTimer = startTimer(SecondMs, Qt::CoarseTimer);
 }
 
-void TransHandler::startRenewal()
-{
-    m_renewTimer = startTimer(RenewMs, Qt::VeryCoarseTimer);
-}
+void TransHandler::startRenewal() { m_renewTimer = startTimer(RenewMs, Qt::VeryCoarseTimer); }
 
 void TransHandler::timerEvent(QTimerEvent *event)
 {
@@ -163,7 +160,8 @@ bool TransHandler::takeWork(const QString &key, int kind)
     work->closed = true;
     // Its files and its socket close on its own thread, where it is deleted.
     if (kind == 4)
-        QMetaObject::invokeMethod(work, [work] { work->dropPartial(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            work, [work] { work->dropPartial(); }, Qt::QueuedConnection);
     work->deleteLater();
     return !Session::closing();
 }
@@ -189,14 +187,15 @@ const TransHandler::Farm *TransHandler::farm(int farmId)
 void TransHandler::probeFarm(int farmId)
 {
     m_farms[farmId].asking = true;
-    FarmProbe::askDrive(m_share, farmId, [farmId, login = m_logins](TransHandler &handler, const QString &url, const QString &token) {
-        if (login == handler.m_logins)
-            return handler.farmAnswered(farmId, url, token);
-        FarmEntry &entry = handler.m_farms[farmId];
-        entry.asking = false;
-        if (!entry.tickets.isEmpty())
-            handler.probeFarm(farmId);
-    });
+    FarmProbe::askDrive(m_share, farmId,
+                        [farmId, login = m_logins](TransHandler &handler, const QString &url, const QString &token) {
+                            if (login == handler.m_logins)
+                                return handler.farmAnswered(farmId, url, token);
+                            FarmEntry &entry = handler.m_farms[farmId];
+                            entry.asking = false;
+                            if (!entry.tickets.isEmpty())
+                                handler.probeFarm(farmId);
+                        });
 }
 
 void TransHandler::farmAnswered(int farmId, const QString &url, const QString &token)
@@ -209,7 +208,8 @@ void TransHandler::farmAnswered(int farmId, const QString &url, const QString &t
     entry.told = !entry.farm.ready();
     if (!entry.farm.ready()) {
         if (!told) // once, not at every try while the link is down
-            qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token" << (token.isEmpty() ? "none" : "good");
+            qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token"
+                                 << (token.isEmpty() ? "none" : "good");
         if (!url.isEmpty()) // an address that gives no token may be an old one
             NetWork::instance()->clearFarm(farmId);
         entry.farm = {};
@@ -219,7 +219,8 @@ void TransHandler::farmAnswered(int farmId, const QString &url, const QString &t
     entry.tickets.clear();
     for (const Asker &asker : askers) {
         if (TransWork *work = isCurrent(asker.key, asker.serial) ? worker(asker.key) : nullptr)
-            QMetaObject::invokeMethod(work, [work, url, ticket] { work->takeTicket(url, ticket); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                work, [work, url, ticket] { work->takeTicket(url, ticket); }, Qt::QueuedConnection);
     }
 }
 
@@ -259,7 +260,8 @@ void TransHandler::hostAnswered(int farmId, const QString &host, int port)
     entry.hosts.clear();
     for (const Asker &asker : askers) {
         if (TransWork *work = isCurrent(asker.key, asker.serial) ? worker(asker.key) : nullptr)
-            QMetaObject::invokeMethod(work, [work, host, port] { work->farmHostFound(host, port); }, Qt::QueuedConnection);
+            QMetaObject::invokeMethod(
+                work, [work, host, port] { work->farmHostFound(host, port); }, Qt::QueuedConnection);
     }
 }
 

@@ -4,13 +4,13 @@
 // looked up on a thread of the pool, so a scan never waits and is never re-entered.
 #include "db/Records.h"
 #include "transfer/TransShare.h"
+#include <memory>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QMap>
 #include <QObject>
 #include <QSet>
 #include <QStringList>
-#include <memory>
 
 class Debounce;
 class TransWork;
@@ -46,10 +46,13 @@ public:
 
 protected:
     struct Farm {
-        QString url, token;  // drive address ("http...") and role token
+        QString url, token; // drive address ("http...") and role token
         bool ready() const { return url.startsWith(QLatin1String("http")) && !token.isEmpty(); }
     };
-    struct BatchItem { qlonglong pri = 0, size = 0; int state = 0, error = 0; };
+    struct BatchItem {
+        qlonglong pri = 0, size = 0;
+        int state = 0, error = 0;
+    };
 
     void timerEvent(QTimerEvent *event) override;
     virtual void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size);
@@ -72,8 +75,8 @@ protected:
 
     // Null while the farm is being asked for (never waits).
     const Farm *farm(int farmId);
-    bool checkRetry(const QString &key);  // true: try again (and counted); false: given up
-    bool takeGaveUp(const QString &key);  // whether it was given up; forgets it
+    bool checkRetry(const QString &key); // true: try again (and counted); false: given up
+    bool takeGaveUp(const QString &key); // whether it was given up; forgets it
     int retries(const QString &key) const { return m_retryCount.value(key); }
     void forgetRetries(const QString &key) { m_retryCount.remove(key); }
 
@@ -84,7 +87,10 @@ private slots:
     void debounceOut();
 
 private:
-    struct Asker { QString key; quint64 serial; };
+    struct Asker {
+        QString key;
+        quint64 serial;
+    };
     struct FarmEntry {
         Farm farm;
         bool asking = false, askingHost = false, told = false;

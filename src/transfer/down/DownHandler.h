@@ -40,7 +40,7 @@ public slots:
     void workFinished(db_downfile file, int isDel);
     void handPush();
     void missionDown(int mid, QJsonObject obj); // the reply of 10805
-    void tellLater(qlonglong fileId); // 10802 of a file that ended while the link was down
+    void tellLater(qlonglong fileId);           // 10802 of a file that ended while the link was down
 
 signals:
     void downWorkOver(); // a mission is complete
@@ -89,7 +89,7 @@ private:
     QHash<int, QJsonObject> m_waiting; // answers that wait for the user's choice, by task
     QList<Push> m_pushes;
     QTimer m_pushTimer;
-    bool m_inHand = false; // handPush waits in a nested loop
+    bool m_inHand = false;     // handPush waits in a nested loop
     QList<qlonglong> m_untold; // files fetched that the server hasn't heard of yet
-    QSet<QString> m_told;  // folders the user was told about for a push
+    QSet<QString> m_told;      // folders the user was told about for a push
 };

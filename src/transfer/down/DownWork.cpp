@@ -270,8 +270,7 @@ void DownWork::sayFetched()
 {
     if (NetTcp::isLogin() || m_transType != 1)
         return tellFetched(m_down.id);
-    m_share->post(
-        [id = m_down.id](TransHandler &handler) { static_cast<DownHandler &>(handler).tellLater(id); });
+    m_share->post([id = m_down.id](TransHandler &handler) { static_cast<DownHandler &>(handler).tellLater(id); });
 }
 
 void DownWork::finishDown(int kind)

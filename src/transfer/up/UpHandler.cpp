@@ -6,20 +6,21 @@
 #include "io/NetTcp.h"
 #include "transfer/TransSet.h"
 #include "transfer/up/UpWork.h"
+#include <algorithm>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
 #include <QJsonDocument>
-#include <algorithm>
 
-namespace {
+namespace
+{
 constexpr int WaitUpload = 110, Uploading = 111, UploadFailed = 113;
 constexpr int MaxDelayed = 100; // rows of one order that stand aside; beyond it the order itself waits
 constexpr int TellMs = 60000;
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
-}
+} // namespace
 
 UpHandler::UpHandler()
 {
@@ -34,20 +35,14 @@ UpHandler::UpHandler()
     Seam<UpCalls>::attach(this, this);
 }
 
-UpHandler::~UpHandler()
-{
-    Seam<UpCalls>::detach(this);
-}
+UpHandler::~UpHandler() { Seam<UpCalls>::detach(this); }
 
 QString UpHandler::keyOf(const db_upfile &file)
 {
     return QStringLiteral("%1_%2_%3").arg(file.ordernum, QString::number(file.missid), QString::number(file.pri));
 }
 
-bool UpHandler::quiet()
-{
-    return m_nothing && !m_lastLook.hasExpired(IdleMs);
-}
+bool UpHandler::quiet() { return m_nothing && !m_lastLook.hasExpired(IdleMs); }
 
 void UpHandler::scan()
 {
@@ -58,7 +53,8 @@ void UpHandler::scan()
     if (free <= 0)
         return;
     // Orders whose last files run, or that wait for the server's word, don't take the place of those with work.
-    const QList<db_resolve> orders = ResolveDAO::instance()->nextUploads(free + 1 + running() + m_ending.size() + m_waitingLink.size());
+    const QList<db_resolve> orders =
+        ResolveDAO::instance()->nextUploads(free + 1 + running() + m_ending.size() + m_waitingLink.size());
     m_nothing = orders.isEmpty();
     m_lastLook.start();
     const int want = qMin(free, NewPerTick);
@@ -88,7 +84,8 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
     if (delayed.size() > MaxDelayed)
         return Walk::Next;
     const QList<qlonglong> mine = runningOf(order.ordernum);
-    const QList<db_upfile> rows = UploadDAO::instance()->nextWaiting(order.ordernum, mine + delayed, want - chosen->size());
+    const QList<db_upfile> rows =
+        UploadDAO::instance()->nextWaiting(order.ordernum, mine + delayed, want - chosen->size());
     *chosen += rows;
     // A file that runs or stands aside still has its row: the order can't be over.
     if (!rows.isEmpty() || !mine.isEmpty() || !delayed.isEmpty())
@@ -130,8 +127,10 @@ void UpHandler::askEnd(const db_resolve &order)
         return;
     asked.start();
     reportSpeeds(); // while the record still tells the totals
-    NetTcp::instance()->nvds(107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
-                             [this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); }, this);
+    NetTcp::instance()->nvds(
+        107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
+        [this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); },
+        this);
 }
 
 void UpHandler::endOrder(qlonglong rkey, const QString &order)
@@ -144,7 +143,8 @@ void UpHandler::endOrder(qlonglong rkey, const QString &order)
         return; // deleted meanwhile
     bool kept = false;
     if (UserInfo::isMaster()) {
-        const QJsonValue slave = QJsonDocument::fromJson(record.rdata.toUtf8()).object().value(QStringLiteral("fromSlave"));
+        const QJsonValue slave =
+            QJsonDocument::fromJson(record.rdata.toUtf8()).object().value(QStringLiteral("fromSlave"));
         kept = slave.toVariant().toInt() != 0;
     }
     if (kept)
@@ -182,7 +182,8 @@ void UpHandler::start(const db_upfile &waiting)
         file.error = 0;
     const quint64 serial = nextSerial();
     work->setKey(key, serial);
-    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()), 0);
+    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()),
+                     0);
     // What a worker said before it was taken may arrive when another one runs under its key.
     connect(work, &TransWork::UpWorkFinished, this, [this, key, serial](const db_upfile &done, int kind) {
         if (isCurrent(key, serial))
@@ -196,14 +197,12 @@ void UpHandler::start(const db_upfile &waiting)
     UploadDAO::instance()->tellState(file.pri, file.state, file.error);
     addWork(key, work);
     UpWork *up = static_cast<UpWork *>(work);
-    QMetaObject::invokeMethod(up, [up, file] { up->upReq(file); }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        up, [up, file] { up->upReq(file); }, Qt::QueuedConnection);
     pushSpeed(file.missid, file.pri, 0, 0);
 }
 
-TransWork *UpHandler::makeWork(bool retry, int)
-{
-    return new UpWork(share(), retry, UserInfo::upProxyPort());
-}
+TransWork *UpHandler::makeWork(bool retry, int) { return new UpWork(share(), retry, UserInfo::upProxyPort()); }
 
 void UpHandler::workFinished(db_upfile file, int kind)
 {
@@ -332,10 +331,7 @@ void UpHandler::reUp(QString order)
     UploadDAO::instance()->tellRefresh();
 }
 
-void UpHandler::readFile(QString order, int page)
-{
-    UploadDAO::instance()->readPage(order, page);
-}
+void UpHandler::readFile(QString order, int page) { UploadDAO::instance()->readPage(order, page); }
 
 QList<qlonglong> UpHandler::runningOf(const QString &order) const
 {
@@ -388,13 +384,14 @@ void UpHandler::speedsReported()
         if (ResolveDAO::instance()->readByMission(one.key()).rkey == 0)
             continue; // over or deleted within this second
         const QPair<qlonglong, qlonglong> sizes = ResolveDAO::instance()->sizesOfMission(one.key());
-        NetTcp::instance()->nvds(104, 10416, QJsonObject{
-            {QStringLiteral("missionId"), one.key()},
-            {QStringLiteral("realtimeSpeed"), one->speed},
-            {QStringLiteral("feelingSpeed"), qint64(one->felt)},
-            {QStringLiteral("totalSize"), qint64(sizes.first)},
-            {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
-        });
+        NetTcp::instance()->nvds(104, 10416,
+                                 QJsonObject{
+                                     {QStringLiteral("missionId"), one.key()},
+                                     {QStringLiteral("realtimeSpeed"), one->speed},
+                                     {QStringLiteral("feelingSpeed"), qint64(one->felt)},
+                                     {QStringLiteral("totalSize"), qint64(sizes.first)},
+                                     {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
+                                 });
     }
     m_sums.clear();
 }
