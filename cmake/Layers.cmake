@@ -39,7 +39,8 @@ function(vn_test NAME)
   target_compile_definitions(tst_${NAME} PRIVATE VN_SOURCE_DIR="${CMAKE_SOURCE_DIR}" VN_BIN_DIR="${CMAKE_RUNTIME_OUTPUT_DIRECTORY}")
   # Tests are built to be quick to build; what they test is optimised as the client is.
   target_compile_options(tst_${NAME} PRIVATE -O0)
-  set_target_properties(tst_${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+  # Each in a folder of its own: what stands beside the program is that test's alone.
+  set_target_properties(tst_${NAME} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests/run_${NAME})
   add_test(NAME ${NAME} COMMAND tst_${NAME})
   if(NOT A_TIMEOUT)
     set(A_TIMEOUT 180)

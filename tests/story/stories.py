@@ -57,7 +57,8 @@ def run(story):
             sys.exit('failed: %s' % trouble)
         raise
     for rig in rigs:
-        rig.stop()
+        if not rig.stop() or rig.client and rig.client.returncode not in (0, -9):
+            sys.exit('failed: the client ended with %s when it was asked to, see %s' % (rig.client.returncode, folder))
     shutil.rmtree(folder, ignore_errors=True)
 
 
