@@ -258,6 +258,10 @@
 <context>
     <name>HeadBar</name>
     <message>
+        <source>语言</source>
+        <translation>Language</translation>
+    </message>
+    <message>
         <source>账户余额，点击刷新</source>
         <translation>Balance, click to refresh</translation>
     </message>
@@ -319,6 +323,10 @@ Please check the network</translation>
 </context>
 <context>
     <name>MainWindow</name>
+    <message>
+        <source>语言在重新启动后生效，现在重新启动吗？</source>
+        <translation>The language changes with the next start. Start again now?</translation>
+    </message>
     <message>
         <source>渲染客户端</source>
         <translation>Render client</translation>
@@ -2031,11 +2039,11 @@ You can also change the folder, but only for new tasks</translation>
     </message>
     <message>
         <source>重新上传</source>
-        <translation>Upload again</translation>
+        <translation>Retry</translation>
     </message>
     <message>
         <source>重新下载</source>
-        <translation>Download again</translation>
+        <translation>Retry</translation>
     </message>
     <message>
         <source>暂停</source>

@@ -1,6 +1,8 @@
 #include "view/HeadBar.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/Palette.h"
+#include "common/UserInfo.h"
+#include <QActionGroup>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenu>
@@ -64,6 +66,16 @@ HeadBar::HeadBar(QWidget *parent) : QWidget(parent)
     m_account->setIcon(IconTool::icon(QStringLiteral("user")));
     auto *menu = new QMenu(m_account);
     menu->addAction(tr("切换账号"), this, &HeadBar::changeUser);
+    QMenu *languages = menu->addMenu(tr("语言"));
+    const QPair<QString, QString> words[] = {{QStringLiteral("zh_cn"), QStringLiteral("中文")},
+                                             {QStringLiteral("en_us"), QStringLiteral("English")}};
+    auto *one = new QActionGroup(languages);
+    for (const auto &[word, name] : words) { // each in its own tongue
+        QAction *action = languages->addAction(name, this, [this, word = word] { emit language(word); });
+        one->addAction(action);
+        action->setCheckable(true);
+        action->setChecked((word == QLatin1String("zh_cn")) == (UserInfo::languageNumber() == 0));
+    }
     menu->addSeparator();
     menu->addAction(tr("退出程序"), this, &HeadBar::leave);
     m_account->setMenu(menu);

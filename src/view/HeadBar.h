@@ -32,6 +32,7 @@ signals:
     void notices();
     void changeUser();
     void leave();
+    void language(QString word); // "zh_cn" or "en_us"
 
 private:
     QLabel *m_notice;

@@ -38,6 +38,7 @@ Login::Login() : BaseWidget(Window)
     setTitle(tr("登录"));
     setMinimumSize(Size);
     resize(Size);
+    centre();
     m_bridge = new LoginBridge(this);
     m_words = new QLabel(this);
     m_words->setObjectName(QStringLiteral("quiet"));

@@ -27,6 +27,7 @@ namespace
 constexpr int Deposit = 3; // kind of link
 constexpr int ResultsMs = 500;
 const QSize FirstSize(1240, 760), LeastSize(960, 560);
+constexpr int RestartCode = 773; // the event loop's result that starts the client again
 double money = 0;
 
 struct WebRow {
@@ -50,6 +51,7 @@ MainWindow::MainWindow(const QJsonObject &loginInfo)
     setTitle(tr("渲染客户端"));
     setMinimumSize(LeastSize);
     resize(FirstSize);
+    centre();
     QApplication::setQuitOnLastWindowClosed(false);
     m_recharge = !loginInfo.value(QLatin1String("depositLink")).toString().isEmpty();
     makeHead();
@@ -84,6 +86,7 @@ void MainWindow::makeHead()
     connect(m_bar, &HeadBar::recharge, this, &MainWindow::on_recharge_clicked);
     connect(m_bar, &HeadBar::notices, this, &MainWindow::on_noticeBtn_clicked);
     connect(m_bar, &HeadBar::changeUser, this, [this] { emit reLogin(110); });
+    connect(m_bar, &HeadBar::language, this, &MainWindow::setLanguage);
     connect(m_bar, &HeadBar::leave, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
 }
 
@@ -147,6 +150,21 @@ void MainWindow::makeMenu(const QJsonObject &info)
         m_stack->setCurrentIndex(WebPage);
         m_web->open(title, url);
     });
+}
+
+void MainWindow::setLanguage(const QString &word)
+{
+    if (word == UserInfo::language())
+        return;
+    Background::run(
+        this,
+        [word] {
+            UserInfo::setLanguage(word);
+            return true;
+        },
+        [this](bool) {
+            MsgTool::ask(this, tr("语言在重新启动后生效，现在重新启动吗？"), [] { QCoreApplication::exit(RestartCode); });
+        });
 }
 
 QUrl MainWindow::webUrl(const QJsonObject &loginInfo, const char *key) const

@@ -57,6 +57,7 @@ public slots:
     void bsPush(int val, QJsonDocument doc, int cmd);
     void moneyOk(QString level, QString dis, QString money);
     void rolePermChanged();
+    void setLanguage(const QString &word); // kept at once, in force after a restart
     void showPage(int page);
 
 signals:

@@ -136,7 +136,7 @@ QTreeView *Transfer::makeTree(TransferModel *model)
     head->setFixedHeight(32);
     head->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     head->setStretchLastSection(false);
-    const int widths[TransferModel::ColumnCount] = {260, 96, 240, 104, 168, 200};
+    const int widths[TransferModel::ColumnCount] = {260, 96, 224, 96, 144, 216};
     for (int i = 0; i < TransferModel::ColumnCount; ++i)
         head->resizeSection(i, widths[i]);
     head->setSectionResizeMode(TransferModel::Name, QHeaderView::Stretch);

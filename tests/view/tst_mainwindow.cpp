@@ -39,6 +39,19 @@ private slots:
         Background::finish();
     }
 
+    void languageChangesWithTheNextStart()
+    {
+        make();
+        m_window->setLanguage("zh_cn"); // as it is
+        m_window->setLanguage("en_us");
+        QTRY_VERIFY(message().contains("重新启动"));
+        QTimer press;
+        connect(&press, &QTimer::timeout, qApp, [] { answer("确定"); });
+        press.start(0);
+        QCOMPARE(qApp->exec(), 773);
+        QCOMPARE(UserInfo::language(), QString("en_us"));
+        UserInfo::setLanguage("zh_cn");
+    }
     void asksTheServerAtItsStart()
     {
         m_server->answer(10314, 1031400, {{"grants", QJsonArray{19}}, {"result", 1}});

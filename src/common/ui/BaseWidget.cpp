@@ -120,6 +120,13 @@ void BaseWidget::open()
     activateWindow();
 }
 
+void BaseWidget::centre()
+{
+    const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
+    resize(size().boundedTo(area.size()));
+    move(area.center() - QPoint(width() / 2, height() / 2));
+}
+
 void BaseWidget::on_headMin_clicked() { showMinimized(); }
 
 void BaseWidget::on_headMax_clicked()

@@ -20,6 +20,7 @@ public:
     void acceptFiles(bool on);                   // then dropFileList tells the paths of dropped files and folders
     // Shows a dialog over its parent's window, blocking that window's input but not the program.
     void open();
+    void centre(); // in the middle of the screen, no larger than it
 
 signals:
     void hotKey(int key); // Ctrl and a digit: the digit
