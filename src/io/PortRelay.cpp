@@ -4,10 +4,8 @@
 #include <memory>
 #include <QCoreApplication>
 #include <QDebug>
-#include <QFile>
 #include <QMutex>
 #include <QNetworkProxy>
-#include <QRegularExpression>
 #include <QTcpSocket>
 
 namespace
@@ -70,8 +68,9 @@ bool PortRelay::open(const Forward &forward)
 
 bool PortRelay::listen(const Forward &forward)
 {
+    const QPair<QString, int> target(forward.host, forward.port);
     if (m_ports.contains(forward.listenPort))
-        return true;
+        return m_ports.value(forward.listenPort) == target;
     auto *server = new QTcpServer(this);
     server->setProxy(QNetworkProxy::NoProxy);
     if (!server->listen(QHostAddress::Any, quint16(forward.listenPort))) {
@@ -79,7 +78,7 @@ bool PortRelay::listen(const Forward &forward)
         delete server;
         return false;
     }
-    m_ports.insert(forward.listenPort);
+    m_ports.insert(forward.listenPort, target);
     qDebug().noquote() << "PortRelay::listen" << forward.listenPort << "leads to" << forward.host << forward.port;
     connect(server, &QTcpServer::newConnection, this, [this, server, host = forward.host, port = forward.port] {
         while (QTcpSocket *seat = server->nextPendingConnection()) {
@@ -132,21 +131,4 @@ QByteArray PortRelay::directRequest(const QByteArray &bytes)
     if (path >= bytes.size())
         return bytes;
     return bytes.left(space + 1) + (bytes.at(path) == '/' ? "" : "/") + bytes.mid(path);
-}
-
-QString PortRelay::listeningPorts()
-{
-    QString text;
-    static const QRegularExpression entry(
-        QStringLiteral("^\\s*\\d+: [0-9A-F]+:([0-9A-F]{4}) [0-9A-F]+:[0-9A-F]{4} 0A "),
-        QRegularExpression::MultilineOption);
-    for (const char *name : {"/proc/net/tcp", "/proc/net/tcp6"}) {
-        QFile file{QLatin1String(name)};
-        if (!file.open(QIODevice::ReadOnly))
-            continue;
-        for (auto it = entry.globalMatch(QString::fromLatin1(file.readAll())); it.hasNext();)
-            text +=
-                QStringLiteral("tcp 0 0 0.0.0.0:%1 0.0.0.0:* LISTEN\n").arg(it.next().captured(1).toInt(nullptr, 16));
-    }
-    return text;
 }

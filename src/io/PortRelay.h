@@ -5,7 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
-#include <QSet>
+#include <QPair>
 #include <QTcpServer>
 #include <QThread>
 
@@ -20,8 +20,6 @@ public:
 
     bool
     open(const Forward &forward); // waits until the port listens; true when it does, also if it did before. Any thread
-    // Ports of this machine that somebody listens on, in the form of "netstat -an".
-    static QString listeningPorts();
     // "GET http://host:80/path HTTP/1.1" as "GET /path HTTP/1.1"; anything else unchanged.
     static QByteArray directRequest(const QByteArray &bytes);
 
@@ -31,5 +29,5 @@ private:
     void join(QTcpSocket *seat, const QString &host, int port);
 
     QThread m_thread;
-    QSet<int> m_ports;
+    QHash<int, QPair<QString, int>> m_ports; // port -> server
 };

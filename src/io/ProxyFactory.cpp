@@ -62,13 +62,9 @@ ProxyTools ProxyTools::system()
     };
     tools.settle = [] { QThread::msleep(500); };
 #else
-    tools.netstat = &PortRelay::listeningPorts;
-    tools.netshadd = [](const QString &json) {
+    tools.open = [](const Forward &one) {
         PortRelay *relay = PortRelay::instance();
-        for (const Forward &one : ProxyFactory::parseRecords(json.toUtf8()))
-            if (!relay || !relay->open(one))
-                return -1;
-        return 1;
+        return relay && relay->open(one);
     };
 #endif
     return tools;
@@ -106,10 +102,31 @@ bool ProxyFactory::openMissing(QList<Forward> missing, const ProxyTools &tools, 
     return refuse(tr("端口监听失败！%1").arg(missing.constFirst().listenPort), why);
 }
 
+bool ProxyFactory::openHere(QList<Forward> all, const ProxyTools &tools, QString *why)
+{
+    // Another program may have a port by now that was free, or this master's, a moment ago.
+    constexpr int Tries = 1000;
+    for (Forward &one : all) {
+        for (int i = 0; !tools.open(one); ++i, ++one.listenPort) {
+            if (i == Tries || one.listenPort >= 65535)
+                return refuse(tr("端口监听失败！%1").arg(one.listenPort), why);
+        }
+    }
+    const QByteArray json = recordsJson(all);
+    if (all != parseRecords(readRecords()) && !VFunc::writeWhole(recordPath(), json))
+        qWarning().noquote() << "ProxyFactory::openHere: can't write" << recordPath();
+    QMutexLocker lock(&shared().mutex);
+    for (const Forward &one : qAsConst(all))
+        shared().ports.insert(one.listenPort, {one.host, one.port});
+    return true;
+}
+
 bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const ProxyTools &tools)
 {
     if (!master)
         return true;
+    if (tools.open)
+        return openHere(plan(hosts, parseRecords(readRecords()), {}), tools, why);
     if (!tools.netstat || !tools.netshadd) {
         qDebug().noquote() << "ProxyFactory::openProxy: this system has no port forwarding, none opened for"
                            << hosts.join(' ');

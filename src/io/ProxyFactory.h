@@ -22,6 +22,8 @@ struct ProxyTools {
     std::function<QString()> netstat;                 // output of "netstat -an"
     std::function<int(const QString &json)> netshadd; // elevated run; 1 started, -1 refused
     std::function<void()> settle;                     // gives the system's service time to open the ports
+    // Where the program itself forwards, in place of the others: false when the port can't be had.
+    std::function<bool(const Forward &)> open;
     static ProxyTools system();                       // empty members where the system has no such tools
 };
 
@@ -53,5 +55,6 @@ public:
     static QByteArray recordsJson(const QList<Forward> &records); // [[listenPort, connectAddress, connectPort], ...]
 
 private:
+    static bool openHere(QList<Forward> all, const ProxyTools &tools, QString *why);
     static bool openMissing(QList<Forward> missing, const ProxyTools &tools, QString *why);
 };

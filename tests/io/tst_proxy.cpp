@@ -79,6 +79,21 @@ private slots:
         }
     }
 
+    // The program's own forwarding takes the next port where one can't be had, and keeps to it afterwards.
+    void openHere()
+    {
+        ProxyTools tools;
+        tools.open = [](const Forward &one) { return one.listenPort > 46262; };
+        for (int start = 0; start < 2; ++start) {
+            QVERIFY(ProxyFactory::openProxy({"bs:29909"}, true, nullptr, tools));
+            QCOMPARE(ProxyFactory::portOf("bs", 29909), 46263);
+        }
+        tools.open = [](const Forward &) { return false; };
+        QString why;
+        QVERIFY(!ProxyFactory::openProxy({"rest:80"}, true, &why, tools));
+        QVERIFY(why.startsWith("端口监听失败！"));
+    }
+
     void seatWithoutTools()
     {
         QVERIFY(ProxyFactory::openProxy({"bs:1"}, true, nullptr, ProxyTools()));
@@ -143,7 +158,7 @@ private slots:
         QVERIFY(server.listen(QHostAddress::LocalHost));
         const Forward forward{freePort(), "127.0.0.1", server.serverPort()};
         QVERIFY(PortRelay::instance()->open(forward) && PortRelay::instance()->open(forward));
-        QVERIFY(ProxyFactory::listening(PortRelay::listeningPorts()).contains(forward.listenPort));
+        QVERIFY(!PortRelay::instance()->open({forward.listenPort, "127.0.0.2", forward.port})); // it leads elsewhere
         QTcpSocket seat;
         seat.connectToHost("127.0.0.1", quint16(forward.listenPort));
         QTRY_VERIFY(server.hasPendingConnections());
