@@ -27,13 +27,6 @@ class TestLeaks : public QObject
     }
 
 private slots:
-    void cleanupTestCase()
-    {
-        ThreadPool::instance()->stop();
-        NetWork::destroy();
-        NetTcp::destroy();
-    }
-
     void manyAnalyses()
     {
         const int many = qMax(40, qEnvironmentVariableIntValue("VN_ANALYSES"));
