@@ -107,11 +107,8 @@ private slots:
         QString text;
         while (text.size() + 14 < FrameSet::MaxText)
             text += QStringLiteral("-10000-100000,");
-        QElapsedTimer clock;
-        clock.start();
         QCOMPARE(FrameSet::expand(text).size(), FrameSet::Highest - FrameSet::Lowest + 1);
         QVERIFY(FrameSet::checkPaste(text + '5').isEmpty());
-        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
         QVERIFY(FrameSet::expand(text + text).isEmpty());
         QVERIFY(FrameSet::stepEnabled("1-9") && !FrameSet::stepEnabled("1-9,3") && !FrameSet::stepEnabled("4"));
     }

@@ -39,7 +39,6 @@ class TestQueue : public QObject
 private slots:
     void cleanupTestCase()
     {
-        ThreadPool::instance()->stop();
         NetWork::destroy();
         NetTcp::destroy();
     }
@@ -568,5 +567,6 @@ private slots:
         QCOMPARE(QDir(tree.filePath("c")).entryList(QDir::Files), QStringList("keep.txt"));
     }
 };
+static const int poolEnds = atTestEnd([] { ThreadPool::instance()->stop(); });
 VN_TEST(TestQueue)
 #include "tst_queue.moc"

@@ -10,8 +10,10 @@ using TestAppBase = QCoreApplication;
 
 #if defined(__SANITIZE_THREAD__)
 void tsanDelivered(QObject *receiver);
+void tsanDone(QObject *receiver);
 #else
 static void tsanDelivered(QObject *) {}
+static void tsanDone(QObject *) {}
 #endif
 
 class TestApp : public TestAppBase
@@ -21,13 +23,20 @@ public:
     bool notify(QObject *receiver, QEvent *event) override
     {
         tsanDelivered(receiver);
-        return TestAppBase::notify(receiver, event);
+        const bool taken = TestAppBase::notify(receiver, event);
+        tsanDone(receiver); // its address alone is used: it may be gone
+        return taken;
     }
 };
 
 namespace {
 struct TestClass { const char *name; TestMaker make; };
 QList<TestClass> &classes() { static QList<TestClass> list; return list; }
+QList<std::function<void()>> &ends()
+{
+    static QList<std::function<void()>> list;
+    return list;
+}
 QString home;
 }
 
@@ -35,6 +44,12 @@ int addTestClass(const char *name, TestMaker maker)
 {
     classes().append({name, std::move(maker)});
     return classes().size();
+}
+
+int atTestEnd(std::function<void()> end)
+{
+    ends().append(std::move(end));
+    return ends().size();
 }
 
 QString testHome() { return home; }
@@ -62,5 +77,7 @@ int main(int argc, char **argv)
         failed += QTest::qExec(test.data(), argc, argv);
         ++ran;
     }
+    for (const std::function<void()> &end : ends())
+        end();
     return ran == 0 ? 1 : qMin(failed, 125);
 }

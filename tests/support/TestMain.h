@@ -11,6 +11,9 @@ using TestMaker = std::function<QObject *()>;
 int addTestClass(const char *name, TestMaker maker);
 #define VN_TEST(Class) static const int registered_##Class = addTestClass(#Class, [] { return static_cast<QObject *>(new Class); });
 
+// Runs when all classes of the binary are through: for what the process has once, such as the thread pool.
+int atTestEnd(std::function<void()> end);
+
 // The temporary folder that stands for HOME in this run; gone when the binary ends.
 QString testHome();
 // The folder of real scene files that the environment variable VN_SCENES names, or an empty text where this machine has none.
