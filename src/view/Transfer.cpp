@@ -29,6 +29,21 @@ constexpr int OrdersMs = 1000;  // sums of bytes are read again this long after 
 constexpr int UnknownMs = 2000; // files that move but aren't listed
 constexpr int RowHeight = 36;
 bool uploading(int state) { return state >= 110 && state <= 113; }
+// Rows of either store, as the models hold them.
+template <class Row> QList<TransferFile> filesOf(const QList<Row> &rows)
+{
+    QList<TransferFile> files;
+    for (const Row &row : rows) {
+        TransferFile one;
+        one.pri = row.pri;
+        one.path = row.lpath;
+        one.size = row.size;
+        one.state = row.state;
+        one.error = row.error;
+        files << one;
+    }
+    return files;
+}
 } // namespace
 
 Transfer::Transfer(QWidget *parent)
@@ -297,36 +312,14 @@ void Transfer::orderState(const db_resolve &res)
 
 void Transfer::allFile(QList<db_upfile> fl, bool clear)
 {
-    if (fl.isEmpty())
-        return;
-    QList<TransferFile> files;
-    for (const db_upfile &file : qAsConst(fl)) {
-        TransferFile one;
-        one.pri = file.pri;
-        one.path = file.lpath;
-        one.size = file.size;
-        one.state = file.state;
-        one.error = file.error;
-        files << one;
-    }
-    m_up->setFiles(fl.first().ordernum, files, clear);
+    if (!fl.isEmpty())
+        m_up->setFiles(fl.first().ordernum, filesOf(fl), clear);
 }
 
 void Transfer::allFile(QList<db_downfile> fl, bool clear)
 {
-    if (fl.isEmpty())
-        return;
-    QList<TransferFile> files;
-    for (const db_downfile &file : qAsConst(fl)) {
-        TransferFile one;
-        one.pri = file.pri;
-        one.path = file.lpath;
-        one.size = file.size;
-        one.state = file.state;
-        one.error = file.error;
-        files << one;
-    }
-    m_down->setFiles(QString::number(fl.first().missPri), files, clear);
+    if (!fl.isEmpty())
+        m_down->setFiles(QString::number(fl.first().missPri), filesOf(fl), clear);
 }
 
 void Transfer::miss(QList<db_downmiss> list, int pageSum)
