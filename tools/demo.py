@@ -37,12 +37,12 @@ class Screen:
             os.environ['DISPLAY'] = self.name
             self.manager = subprocess.Popen(['openbox'], stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
-    def picture(self, name, key=None):
+    def picture(self, name, *keys):
         if not self.own:
             return None
-        if key:
-            subprocess.run(['xdotool', 'key', key], timeout=10, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
-            time.sleep(0.6)
+        for one in keys:
+            subprocess.run(['xdotool', 'key', one], timeout=10, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+            time.sleep(0.5)
         path = os.path.join(self.folder, name)
         done = subprocess.run(['import', '-window', 'root', path], timeout=30, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
         return path if done.returncode == 0 else None
@@ -143,14 +143,14 @@ def road(rig, scene, screen, progress):
         progress.bar('rendered %d, on disk' % task.get('successFrame', 0), done, whole)
         if not shown and rig.rows('qnfileDown.db', 'select 1 from miss2'):
             shown = True
-            path = screen.picture('page-transfer.png', 'ctrl+2')
+            path = screen.picture('page-transfer.png', 'ctrl+2', 'ctrl+Tab')
             if path:
                 progress.station('picture ' + path)
         if whole and done >= whole and not rig.rows('qnfileDown.db', 'select 1 from miss2'):
             break
         time.sleep(0.2)
     if not shown:
-        screen.picture('page-transfer.png', 'ctrl+2')
+        screen.picture('page-transfer.png', 'ctrl+2', 'ctrl+Tab')
     frames = rig.result_files()
     progress.station('all frames are on disk')
     print()
@@ -173,7 +173,9 @@ def main():
     code = 0
     try:
         screen = Screen(folder)
-        rig = Rig(words.tree, folder, platform='xcb', farm_options=['--frames-per-second', '4'])
+        rig = Rig(words.tree, folder, platform='xcb', farm_options=['--frames-per-second', '4',
+                                                                          # a line on which a download can be watched
+                                                                          '--fault', 'slow-download=30000'])
         road(rig, os.path.abspath(words.scene), screen, Progress())
         if not screen.own:
             print('The windows stay open; Ctrl-C ends the client and the farm.')
