@@ -215,13 +215,17 @@ class Rig:
         path = os.path.join(self.user_dir() or '', database)
         if not os.path.exists(path):
             return []
-        link = sqlite3.connect('file:%s?mode=ro' % path, uri=True, timeout=10)
-        try:
-            return link.execute(sql, values).fetchall()
-        except sqlite3.OperationalError:
-            return []
-        finally:
-            link.close()
+        for last in (False, False, True):
+            link = sqlite3.connect('file:%s?mode=ro' % path, uri=True, timeout=10)
+            try:
+                return link.execute(sql, values).fetchall()
+            except sqlite3.OperationalError as trouble:
+                if 'no such table' in str(trouble):
+                    return []
+                if last:
+                    raise Failure('%s: %s' % (database, trouble))
+            finally:
+                link.close()
 
     def result_files(self):
         found = {}

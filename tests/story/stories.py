@@ -71,7 +71,8 @@ def finished(rig, orders):
     if rig.rows('resolve.db', 'select 1 from resolve') or rig.rows('qnfileUpload.db', 'select 1 from up') \
             or rig.rows('qnfileDown.db', 'select 1 from miss2 where state <> 2'):
         return False
-    return len(rig.result_files()) >= sum(one['frames'] for one in mine) and state
+    here = rig.result_files()
+    return not any(name.endswith(('.xtemp', '.vd')) for name in here) and len(here) >= sum(one['frames'] for one in mine) and state
 
 
 def compare(rig, state):
