@@ -45,6 +45,12 @@ def resident(pid):
         return [int(line.split()[1]) // 1024 for line in source if line.startswith('VmRSS')][0]
 
 
+def others(rig, counted):
+    """Web requests since the first count that weren't this count's own: the client's first is its login page."""
+    counted.append(rig.farm_state()['counters']['requests'])
+    return counted[-1] - counted[0] - (len(counted) - 1)
+
+
 def main():
     seconds = int(sys.argv[2]) if len(sys.argv) > 2 else 60
     folder = tempfile.mkdtemp(prefix='bench-')
@@ -52,10 +58,10 @@ def main():
     rig.start_farm()
     page, window = [], []
     for _ in range(5):
-        asked = rig.farm_state()['counters']['requests']
+        counted = [rig.farm_state()['counters']['requests']]
         began = time.perf_counter()
         rig.start_client()
-        wait_for('the login page', 30, lambda: rig.farm_state()['counters']['requests'] > asked, 0.002)
+        wait_for('the login page', 30, lambda: others(rig, counted) > 0, 0.002)
         page.append(time.perf_counter() - began)
         wait_for('the main window', 30, lambda: rig.api('/none'), 0.002)
         window.append(time.perf_counter() - began)
