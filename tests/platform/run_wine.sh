@@ -5,8 +5,10 @@ loader=$1; server=$2; shift 2
 WINEPREFIX=$(mktemp -d "${TMPDIR:-/tmp}/vnwine.XXXXXX") || exit 1
 WINEARCH=win64
 WINEDEBUG=-all
+# Names beyond ASCII need a locale that can hold them; a bare machine has none set.
+LC_ALL=C.UTF-8
 WINEDLLOVERRIDES="mscoree=;mshtml="   # no questions about optional parts at the first start
-export WINEPREFIX WINEARCH WINEDEBUG WINEDLLOVERRIDES
+export WINEPREFIX WINEARCH WINEDEBUG WINEDLLOVERRIDES LC_ALL
 unset DISPLAY WAYLAND_DISPLAY
 finish()
 {
