@@ -1,19 +1,22 @@
 #include "Bench.h"
+#include <cstdio>
 #include <QCoreApplication>
 #include <QFile>
 #include <QProcess>
 #include <QThread>
-#include <cstdio>
 #include <sys/resource.h>
 
-namespace {
+namespace
+{
 double seconds(const rusage &use)
 {
-    return double(use.ru_utime.tv_sec + use.ru_stime.tv_sec) + double(use.ru_utime.tv_usec + use.ru_stime.tv_usec) / 1e6;
+    return double(use.ru_utime.tv_sec + use.ru_stime.tv_sec) +
+           double(use.ru_utime.tv_usec + use.ru_stime.tv_usec) / 1e6;
 }
-}
+} // namespace
 
-void bench::line(const QString &what, double ours, const QString &unit, const QString &reference, double theirs, double aim)
+void bench::line(const QString &what, double ours, const QString &unit, const QString &reference, double theirs,
+                 double aim)
 {
     printf("%-26s %10.2f %-8s %-22s %10.2f %-8s ratio %.2f (aim %.2f)\n", qPrintable(what), ours, qPrintable(unit),
            qPrintable(reference), theirs, qPrintable(unit), theirs > 0 ? ours / theirs : 0, aim);

@@ -1,13 +1,15 @@
 #pragma once
-// The benchmarks' common ground: a temporary account, the wall clock and the processor time of this process, and the one
-// form of a result line. Each benchmark is a function that prints its lines and returns false when it couldn't measure.
+// The benchmarks' common ground: a temporary account, the wall clock and the processor time of this process, and the
+// one form of a result line. Each benchmark is a function that prints its lines and returns false when it couldn't
+// measure.
+#include <functional>
 #include <QElapsedTimer>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
-#include <functional>
 
-namespace bench {
+namespace bench
+{
 struct Options {
     qint64 bytes = 4294967296; // of the file that is hashed, sent, fetched
     int rows = 100000;         // of the order
@@ -32,4 +34,4 @@ bool download(const Options &options, const QString &folder);
 bool order(const Options &options, const QString &folder);
 bool log(const Options &options, const QString &folder);
 bool idleTick(const Options &options, const QString &folder);
-}
+} // namespace bench

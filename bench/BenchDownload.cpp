@@ -2,16 +2,17 @@
 // keeps the position beside the data and checks the hash.
 #include "Bench.h"
 #include "BenchRig.h"
-#include "Sockets.h"
 #include "db/DownloadDAO.h"
+#include "Sockets.h"
 #include "transfer/TransScan.h"
 #include "transfer/TransSet.h"
-#include <QFile>
 #include <fcntl.h>
+#include <QFile>
 
 using namespace bench;
 
-namespace {
+namespace
+{
 // Answers one ask with the whole file.
 void stream(const Listener &listener, const QString &path)
 {
@@ -45,8 +46,14 @@ double fetchFile(const QString &path, qint64 bytes, const QString &hash, const Q
         Storage storage(101402, listener.port);
         BenchRig rig(storage.url());
         DownloadDAO::instance()->open(rig.folder.path());
-        rig.business.answer(10800, 1080000, QJsonObject{{"size", bytes}, {"hash", hash}, {"path", "got.bin"}, {"farmId", 3},
-                            {"downloadPath", "/got.bin"}, {"ipWan", "127.0.0.1"}, {"portWan", listener.port}});
+        rig.business.answer(10800, 1080000,
+                            QJsonObject{{"size", bytes},
+                                        {"hash", hash},
+                                        {"path", "got.bin"},
+                                        {"farmId", 3},
+                                        {"downloadPath", "/got.bin"},
+                                        {"ipWan", "127.0.0.1"},
+                                        {"portWan", listener.port}});
         db_downmiss mission;
         mission.ordernum = BenchRig::number();
         mission.missid = BenchRig::Task;
@@ -75,7 +82,7 @@ double fetchFile(const QString &path, qint64 bytes, const QString &hash, const Q
     QFile::remove(target);
     return took > 0 ? double(bytes) / took / 1e6 : -1;
 }
-}
+} // namespace
 
 bool bench::download(const Options &options, const QString &folder)
 {

@@ -2,12 +2,13 @@
 #include "Bench.h"
 #include "transfer/TransSet.h"
 #include "transfer/up/VandrelCompress.h"
-#include <QFile>
-#include <QFileInfo>
 #include <algorithm>
 #include <cstdio>
+#include <QFile>
+#include <QFileInfo>
 
-namespace {
+namespace
+{
 // The best of five of each, in turns: what the code can do, not what else the machine did at the time.
 bool compare(const std::function<double()> &ours, const std::function<double()> &theirs, double *best)
 {
@@ -28,7 +29,7 @@ double timed(const std::function<bool()> &work)
     clock.start();
     return work() ? double(clock.nsecsElapsed()) / 1e9 : -1;
 }
-}
+} // namespace
 
 bool bench::md5(const Options &options, const QString &folder)
 {
@@ -53,11 +54,13 @@ bool bench::zip(const Options &options, const QString &folder)
     const std::atomic_bool stop{false};
     run("md5sum", {path});
     double best[2];
-    const bool good = compare([&] { return timed([&] { return VandrelCompress::vandrelCompressOneFile(mine, path, stop); }); },
-                              [&] {
-                                  QFile::remove(other);
-                                  return run("zip", {"-6", "-q", "-j", other, path});
-                              }, best);
+    const bool good =
+        compare([&] { return timed([&] { return VandrelCompress::vandrelCompressOneFile(mine, path, stop); }); },
+                [&] {
+                    QFile::remove(other);
+                    return run("zip", {"-6", "-q", "-j", other, path});
+                },
+                best);
     const qint64 ourSize = QFileInfo(mine).size(), theirSize = QFileInfo(other).size();
     for (const QString &file : {path, mine, other})
         QFile::remove(file);

@@ -1,13 +1,14 @@
 // The log of an analysis with many dependencies, read as the client reads it, against Python's json on the same bytes.
 #include "Bench.h"
 #include "resolve/LogParser.h"
+#include <algorithm>
+#include <cstdio>
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QProcess>
-#include <algorithm>
-#include <cstdio>
 
-namespace {
+namespace
+{
 // Its own clock, so that the interpreter's start doesn't count.
 const char script[] = "import json, sys, time\n"
                       "best = 1e9\n"
@@ -25,7 +26,7 @@ double python(const QString &log)
     process.start(QStringLiteral("python3"), {QStringLiteral("-c"), QString::fromLatin1(script), log});
     return process.waitForFinished(120000) ? process.readAllStandardOutput().trimmed().toDouble() : -1;
 }
-}
+} // namespace
 
 bool bench::log(const Options &options, const QString &folder)
 {

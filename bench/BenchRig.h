@@ -22,7 +22,8 @@ struct BenchRig {
         UploadDAO::instance()->open(folder.path());
         NetWork::instance();
         business.takeClient();
-        business.answer(11100, 1110000, QJsonObject{{"addr", storage}, {"addr-internal", storage}, {"accessToken", "access"}});
+        business.answer(11100, 1110000,
+                        QJsonObject{{"addr", storage}, {"addr-internal", storage}, {"accessToken", "access"}});
         business.answer(10704, 1070400);
         Session::setLive(true);
     }

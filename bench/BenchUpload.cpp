@@ -5,14 +5,15 @@
 #include "Sockets.h"
 #include "transfer/TransScan.h"
 #include "transfer/up/UpHandler.h"
-#include <QFile>
 #include <cstdio>
+#include <QFile>
 #include <thread>
 #include <vector>
 
 using namespace bench;
 
-namespace {
+namespace
+{
 // A file server that keeps nothing: says where to go on, takes the bytes, acknowledges.
 void sink(const Listener &listener, qint64 bytes)
 {
@@ -99,7 +100,7 @@ bool watchOrder(const QStringList &paths, int seconds, double *rate, double *per
     *perFile = done > 0 ? (bench::cpuSeconds() - storage.cpu - used) / done : -1;
     return done > 0;
 }
-}
+} // namespace
 
 bool bench::upload(const Options &options, const QString &folder)
 {
@@ -130,8 +131,8 @@ bool bench::order(const Options &options, const QString &folder)
     if (!good)
         return false;
     line(QStringLiteral("order of %1 known files").arg(options.rows), rate, "files/s", "five a tick", 100, 0.95);
-    printf("%-26s %10.2f ms       %-22s %10.2f ms       ratio %.2f\n", "processor time per file", perFile * 1e3, "order of 1000 files",
-           fewPerFile * 1e3, perFile / fewPerFile);
+    printf("%-26s %10.2f ms       %-22s %10.2f ms       ratio %.2f\n", "processor time per file", perFile * 1e3,
+           "order of 1000 files", fewPerFile * 1e3, perFile / fewPerFile);
     return true;
 }
 

@@ -8,7 +8,8 @@ double bench::bareCopy(const QString &path, qint64 bytes, const QString &to)
     QElapsedTimer clock;
     clock.start();
     std::thread receiver([&] {
-        const int link = listener.take(), out = to.isEmpty() ? -1 : open(qPrintable(to), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+        const int link = listener.take(),
+                  out = to.isEmpty() ? -1 : open(qPrintable(to), O_WRONLY | O_CREAT | O_TRUNC, 0600);
         std::vector<char> block(Block);
         for (ssize_t n; (n = read(link, block.data(), block.size())) > 0; got += n) {
             if (out >= 0 && !writeAll(out, block.data(), size_t(n)))

@@ -1,16 +1,17 @@
 #pragma once
 // Plain blocking sockets on loopback, for the references and the servers of the benchmarks.
 #include "Bench.h"
-#include <QString>
-#include <atomic>
-#include <thread>
-#include <vector>
 #include <arpa/inet.h>
+#include <atomic>
 #include <netinet/tcp.h>
+#include <QString>
 #include <sys/socket.h>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
-namespace bench {
+namespace bench
+{
 constexpr size_t Block = 1048576;
 
 struct Listener {
@@ -77,8 +78,8 @@ inline int dial(int port)
 // The plainest sender and receiver there are, through a socket: MB/s, -1 on failure. to: where the receiver writes the
 // bytes; empty: nowhere.
 double bareCopy(const QString &path, qint64 bytes, const QString &to);
-// A storage service on a thread of its own: one code for every file, one token for every farm. Knows what it used of the
-// processor and how often it was asked.
+// A storage service on a thread of its own: one code for every file, one token for every farm. Knows what it used of
+// the processor and how often it was asked.
 class Storage
 {
 public:
@@ -125,10 +126,11 @@ private:
                 QByteArray body = R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})";
                 if (data.startsWith("GET")) {
                     ++asked;
-                    body = QByteArray("{\"code\":") + QByteArray::number(m_code) + ",\"data\":{\"hostWan\":\"127.0.0.1\",\"portWan\":" +
-                           QByteArray::number(m_filePort) + "}}";
+                    body = QByteArray("{\"code\":") + QByteArray::number(m_code) +
+                           ",\"data\":{\"hostWan\":\"127.0.0.1\",\"portWan\":" + QByteArray::number(m_filePort) + "}}";
                 }
-                const QByteArray reply = "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
+                const QByteArray reply =
+                    "HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body;
                 writeAll(link, reply.constData(), size_t(reply.size()));
             }
             const double now = bench::threadCpuSeconds();
@@ -142,4 +144,4 @@ private:
     std::atomic_bool m_stop{false};
     std::thread m_thread;
 };
-}
+} // namespace bench

@@ -1,16 +1,20 @@
 // vnbench [--bytes N] [--rows N] [--seconds N] [--folder DIR] [name...]: runs the named benchmarks, or all of them.
 #include "Bench.h"
+#include <cstdio>
 #include <QCommandLineParser>
 #include <QCoreApplication>
-#include <cstdio>
 
-namespace {
-struct Entry { const char *name; bool (*run)(const bench::Options &, const QString &); };
+namespace
+{
+struct Entry {
+    const char *name;
+    bool (*run)(const bench::Options &, const QString &);
+};
 const Entry entries[] = {
-    {"md5", bench::md5}, {"zip", bench::zip}, {"upload", bench::upload}, {"download", bench::download},
+    {"md5", bench::md5},     {"zip", bench::zip}, {"upload", bench::upload}, {"download", bench::download},
     {"order", bench::order}, {"log", bench::log}, {"idle", bench::idleTick},
 };
-}
+} // namespace
 
 int main(int argc, char **argv)
 {

@@ -12,8 +12,8 @@ struct CommonConfig {
     QJsonObject raw; // the whole object as it came
 
     static CommonConfig get();
-    static void fromJson(const QJsonObject &object);   // replaces the record
-    static void overlay(const QJsonObject &saved);     // lays a saved object over the whole one, after 1030300
+    static void fromJson(const QJsonObject &object); // replaces the record
+    static void overlay(const QJsonObject &saved);   // lays a saved object over the whole one, after 1030300
     static void clear();
     QJsonObject saveBody() const; // the body of 10303
 };

@@ -1,6 +1,7 @@
 #pragma once
 // Two single-shot timers, made on first use: debounce(n) restarts the first, which emits debout() n ms after the last
-// call; throttle(n) starts the second, which emits throut(); throttling() says whether that one runs. One thread: its own.
+// call; throttle(n) starts the second, which emits throut(); throttling() says whether that one runs. One thread: its
+// own.
 #include <QObject>
 #include <QTimer>
 

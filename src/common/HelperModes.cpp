@@ -69,9 +69,11 @@ bool targetAllowed(const QString &soft, const QString &target)
     if (QFileInfo(target).isSymLink())
         return false;
     if (soft == QLatin1String("c4d")) {
-        const QStringList programs{QStringLiteral("CINEMA 4D.exe"), QStringLiteral("CINEMA 4D"), QStringLiteral("Commandline")};
+        const QStringList programs{QStringLiteral("CINEMA 4D.exe"), QStringLiteral("CINEMA 4D"),
+                                   QStringLiteral("Commandline")};
         return std::any_of(programs.begin(), programs.end(), [&](const QString &program) {
-            return (name == QLatin1String("vcmain.pyp") && belowSoftware(target, QStringLiteral("/plugins/"), program)) ||
+            return (name == QLatin1String("vcmain.pyp") &&
+                    belowSoftware(target, QStringLiteral("/plugins/"), program)) ||
                    (name == QLatin1String("libmmd.dll") && belowSoftware(target, {}, program));
         });
     }

@@ -25,8 +25,8 @@ public:
         QStringList refused;                   // targets that the client would never ask for
     };
     static CopyPlan copyPlan(const QByteArray &list, const QString &programDir);
-    // Carries out the latest list called word, in the program's folder or in one of others (where the program's own can't
-    // be written); the number of files copied, -1 when there is no readable list.
+    // Carries out the latest list called word, in the program's folder or in one of others (where the program's own
+    // can't be written); the number of files copied, -1 when there is no readable list.
     static int copyFiles(const QString &word, const QString &programDir, const QStringList &others = {});
 
     // args: program, "runReg", "set" name value | "remove" name.

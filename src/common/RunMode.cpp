@@ -4,8 +4,8 @@
 namespace
 {
 // Everything that main understands as a switch, so that none of it is taken for free text.
-const char *const switches[] = {"delay",      "win7",      "c4dcopy",     "maxcopy",  "unitycopy",
-                                "runReg",     "netshadd",  "netshdelete", "-resolve", "slave",
+const char *const switches[] = {"delay",      "win7",      "c4dcopy",     "maxcopy",   "unitycopy",
+                                "runReg",     "netshadd",  "netshdelete", "-resolve",  "slave",
                                 "slaveAlone", "notupdate", "-silent",     "noresolve", "nofile"};
 
 RunMode::Kind kindOf(const QString &word)

@@ -6,9 +6,9 @@
 // (first line), so that nothing is posted to an object that is half gone.
 //
 //   Seam<UpCalls>::post([=](UpCalls &up) { up.pauseUp(order, mission, 0, false); });
+#include <mutex>
 #include <QMetaObject>
 #include <QObject>
-#include <mutex>
 
 template <class Calls> class Seam
 {
@@ -40,7 +40,8 @@ public:
         if (!slot().guard)
             return false;
         Calls *calls = slot().calls;
-        return QMetaObject::invokeMethod(slot().guard, [calls, call] { call(*calls); }, Qt::QueuedConnection);
+        return QMetaObject::invokeMethod(
+            slot().guard, [calls, call] { call(*calls); }, Qt::QueuedConnection);
     }
 
 private:

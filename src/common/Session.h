@@ -6,10 +6,11 @@
 class Session
 {
 public:
-    static QString qnIP();      // host of the business server, no scheme, no port
-    static QString qnhttp();    // base address of REST calls, with scheme, no trailing "/"
+    static QString qnIP();   // host of the business server, no scheme, no port
+    static QString qnhttp(); // base address of REST calls, with scheme, no trailing "/"
     static QString bsAddress();
-    // Other addresses of service.ini, group server: "login", "update", "logs", "share", "chat", "cms"; absent: qnhttp().
+    // Other addresses of service.ini, group server: "login", "update", "logs", "share", "chat", "cms"; absent:
+    // qnhttp().
     static QString address(const QString &key);
     static quint16 localServicePort(); // from <baseDir>/service, 0 when absent
     static void clearAddresses();      // forget the cached ones (tests, other service.ini)

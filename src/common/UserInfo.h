@@ -1,7 +1,8 @@
 #pragma once
-// Where data lies, who is logged in and what the user set. All static, callable from any thread. Values of the INI files
-// are read on first use and cached; a setter changes the cache at once and has the file written behind it (IniWriter);
-// clearCache() (logout) forgets everything but the machine's folders. A crash leaves the old file or the new one.
+// Where data lies, who is logged in and what the user set. All static, callable from any thread. Values of the INI
+// files are read on first use and cached; a setter changes the cache at once and has the file written behind it
+// (IniWriter); clearCache() (logout) forgets everything but the machine's folders. A crash leaves the old file or the
+// new one.
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>

@@ -23,5 +23,10 @@ public:
     virtual void redPoint() = 0;
     virtual void refreshOrder() = 0;
     // A plain list of scenes came in from another program: ask for environment, project and machine. err: why not.
-    virtual void envPre(int softwareType, const QStringList &scenes, const QString &err) { Q_UNUSED(softwareType) Q_UNUSED(scenes) Q_UNUSED(err) }
+    virtual void envPre(int softwareType, const QStringList &scenes, const QString &err)
+    {
+        Q_UNUSED(softwareType)
+        Q_UNUSED(scenes)
+        Q_UNUSED(err)
+    }
 };

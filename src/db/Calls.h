@@ -44,9 +44,9 @@ class DownCalls
 public:
     virtual ~DownCalls() = default;
     virtual void missionResult(int mid, bool autoRes, bool isBatch) = 0;
-    virtual void coverResult(int mid, int cover) = 0; // 0 all, 1 only what isn't there, 2 cancelled
-    virtual void resultPush(QJsonObject obj) = 0;     // push 10413
-    virtual void readFile(int page) = 0;              // the store answers with DownloadDAO::miss
+    virtual void coverResult(int mid, int cover) = 0;              // 0 all, 1 only what isn't there, 2 cancelled
+    virtual void resultPush(QJsonObject obj) = 0;                  // push 10413
+    virtual void readFile(int page) = 0;                           // the store answers with DownloadDAO::miss
     virtual void readMissionFile(qlonglong missPri, int page) = 0; // ... with DownloadDAO::allFile
     virtual void reDown(qlonglong missPri) = 0;
     virtual void pauseDown(qlonglong missPri) = 0;

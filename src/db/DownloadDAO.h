@@ -18,30 +18,33 @@ public:
     void readMissions(int page);                              // 30 rows; emits miss
     QList<db_downmiss> missions(const QList<int> &states);    // in order of work
     db_downmiss mission(qlonglong missPri);
-    db_downmiss missionByOrder(const QString &order);         // the first one of the order
+    db_downmiss missionByOrder(const QString &order); // the first one of the order
     QList<db_downmiss> missionsOfOrder(const QString &order);
     void setVip(int missionId, const QString &vip, const QString &com);
     // Writes the mission and its files in one transaction (pri of a file = mission pri * 10000 + index; files beyond
     // 10,000 go on counting and stay unique within the mission). Rows that stand already and wait or run are kept.
     // sum is written as ok and the count of rows of the mission afterwards.
     bool addMission(const db_downmiss &miss, const QList<db_downfile> &files);
-    qlonglong newMissionPri();                                // unique
-    db_downfile nextWaiting(qlonglong missPri);               // pri 0: none
+    qlonglong newMissionPri();                  // unique
+    db_downfile nextWaiting(qlonglong missPri); // pri 0: none
     bool setState(qlonglong missPri, qlonglong pri, int state, int error);
     bool setHashSize(qlonglong missPri, qlonglong pri, const QString &hash, qlonglong size);
     bool setPath(qlonglong missPri, qlonglong pri, const QString &lpath);
     bool remove(qlonglong missPri, qlonglong pri);
-    bool fileDone(qlonglong missPri, qlonglong pri);          // removes the row, ok + 1, emits downProgress; one transaction
+    bool fileDone(qlonglong missPri, qlonglong pri); // removes the row, ok + 1, emits downProgress; one transaction
     bool setMissionState(qlonglong missPri, int state);
-    int count(qlonglong missPri);                             // -1 on failure
-    int countFailed(qlonglong missPri);                       // 3 and 31
-    int countOpen(qlonglong missPri);                         // 0 and 1
-    bool removeMission(qlonglong missPri);                    // row and table
-    bool restart(qlonglong missPri);                          // 0 on all rows
-    bool pause(qlonglong missPri);                            // 2 on every row
-    bool moveFirst(qlonglong missPri);                        // ahead of all others, in memory
+    int count(qlonglong missPri);          // -1 on failure
+    int countFailed(qlonglong missPri);    // 3 and 31
+    int countOpen(qlonglong missPri);      // 0 and 1
+    bool removeMission(qlonglong missPri); // row and table
+    bool restart(qlonglong missPri);       // 0 on all rows
+    bool pause(qlonglong missPri);         // 2 on every row
+    bool moveFirst(qlonglong missPri);     // ahead of all others, in memory
     void tellState(qlonglong pri, int state, int error) { emit fileStateChanged(pri, state, error); }
-    void tellSpeed(qlonglong pri, qlonglong got, qlonglong size, qlonglong speed) { emit fileSpeedChanged(pri, got, size, speed); }
+    void tellSpeed(qlonglong pri, qlonglong got, qlonglong size, qlonglong speed)
+    {
+        emit fileSpeedChanged(pri, got, size, speed);
+    }
     void tellRefresh() { emit refreshAll(); }
 
 signals:

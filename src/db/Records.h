@@ -61,7 +61,7 @@ struct db_downfile {
     int state = 0;
     int error = 0;
     // Working fields, not stored.
-    QString path;         // remote
+    QString path; // remote
     QString downloadPath;
     qlonglong missPri = 0; // pri of the mission
 };

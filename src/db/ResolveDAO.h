@@ -14,16 +14,16 @@ public:
     bool open(const QString &userDir); // schema, migration, recovery (101->100, 108->107, 111->110)
     void releaseResolve();             // closes; open() may follow with another account
 
-    static QString stateText(int state);  // translated; empty where a state has no text
-    static QString errorText(int error);  // translated; empty where none
-    static QString projectColumn(int id, const QString &name);                       // "%1_%2"
+    static QString stateText(int state);                       // translated; empty where a state has no text
+    static QString errorText(int error);                       // translated; empty where none
+    static QString projectColumn(int id, const QString &name); // "%1_%2"
     static void splitProject(const QString &column, int *id, QString *name);
 
-    db_resolve read(qlonglong rkey);                  // without rdata and rfile
+    db_resolve read(qlonglong rkey); // without rdata and rfile
     db_resolve readByOrder(const QString &order);
     db_resolve readByMission(int missionId);
     db_resolve readWithPara(qlonglong rkey, const QString &order = {}); // order wins when not empty
-    void showPara(qlonglong rkey);                    // readWithPara, then emits paraSet
+    void showPara(qlonglong rkey);                                      // readWithPara, then emits paraSet
     bool readPara(db_resolve *res);
     QList<db_resolve> readPage(const QString &search, int page, int pageSize); // emits allFile
     QList<db_resolve> readAll();
@@ -35,25 +35,25 @@ public:
     db_resolve nextToAnalyse(bool slave, const QList<qlonglong> &without = {}); // passes over those keys
     // The single way to change state, error and rtime (ms) together: emits stateChanged, reports to the server.
     bool setState(qlonglong rkey, int state, int error, qlonglong rtime);
-    bool setFinishedOnMaster(qlonglong rkey);         // 118
-    bool remove(qlonglong rkey);                      // emits resolveDeleted, reports type 2
-    bool savePara(const db_resolve &res);             // rdata, rfile, rset
+    bool setFinishedOnMaster(qlonglong rkey); // 118
+    bool remove(qlonglong rkey);              // emits resolveDeleted, reports type 2
+    bool savePara(const db_resolve &res);     // rdata, rfile, rset
     bool saveMessage(qlonglong rkey, const QString &errstr);
-    db_resolve nextToCommit(bool slave);              // with rdata and rfile
-    QList<db_resolve> finished();                     // 106 and 103
-    QList<db_resolve> waitingApproval();              // 115 and 116
+    db_resolve nextToCommit(bool slave); // with rdata and rfile
+    QList<db_resolve> finished();        // 106 and 103
+    QList<db_resolve> waitingApproval(); // 115 and 116
     bool markBatch(qlonglong rkey);
     bool batchMarked(qlonglong rkey);
-    QList<db_resolve> nextUploads(int limit);         // 110 and 111, the priority list first
+    QList<db_resolve> nextUploads(int limit);                 // 110 and 111, the priority list first
     void setPriority(int type, const QList<qlonglong> &keys); // 0 analysis, 1 upload; in memory only
     bool setSum(qlonglong rkey, int fsum);
-    bool fileDone(qlonglong rkey, qlonglong size);    // fok + 1, emits upProgress, fup + size
-    bool addSize(qlonglong rkey, qlonglong size);     // fsize + size
+    bool fileDone(qlonglong rkey, qlonglong size); // fok + 1, emits upProgress, fup + size
+    bool addSize(qlonglong rkey, qlonglong size);  // fsize + size
     bool setSizes(qlonglong rkey, qlonglong fsize, qlonglong fup);
     QPair<qlonglong, qlonglong> sizesOfMission(int missionId); // fsize, fup
-    bool setCounts(qlonglong rkey, int fok, int fsum); // emits upProgress
-    void readWaiting(int type);                       // emits allReswait
-    bool setFileType(qlonglong rkey, int filetype);   // only while it is 0
+    bool setCounts(qlonglong rkey, int fok, int fsum);         // emits upProgress
+    void readWaiting(int type);                                // emits allReswait
+    bool setFileType(qlonglong rkey, int filetype);            // only while it is 0
 
 signals:
     void allFile(QList<db_resolve> list, int pageSum);

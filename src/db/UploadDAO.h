@@ -22,17 +22,20 @@ public:
     bool remove(qlonglong pri);
     bool remove(const QList<qlonglong> &pris);
     bool removeOrder(const QString &order);
-    bool setMeasure(const db_upfile &file);             // hash, modtime, size
+    bool setMeasure(const db_upfile &file); // hash, modtime, size
     bool setHash(const db_upfile &file);
-    int count(const QString &order);                    // -1 on failure
-    int countFailed(const QString &order);              // 13 and 30
-    qlonglong sumSize(const QString &order);            // bytes of the order's rows, -1 on failure
-    bool reUp(const QString &order);                    // 10 on the rows in 11, 13, 30
+    int count(const QString &order);         // -1 on failure
+    int countFailed(const QString &order);   // 13 and 30
+    qlonglong sumSize(const QString &order); // bytes of the order's rows, -1 on failure
+    bool reUp(const QString &order);         // 10 on the rows in 11, 13, 30
     bool resetLeftBehind(const QString &order, const QList<qlonglong> &running); // 11 and 50 of a former run to 10
-    QStringList orders();                               // that have rows
+    QStringList orders();                                                        // that have rows
     // Progress only; no SQL.
     void tellState(qlonglong pri, int state, int error) { emit fileStateChanged(pri, state, error); }
-    void tellSpeed(qlonglong pri, qlonglong upped, qlonglong size, qlonglong speed) { emit fileSpeedChanged(pri, upped, size, speed); }
+    void tellSpeed(qlonglong pri, qlonglong upped, qlonglong size, qlonglong speed)
+    {
+        emit fileSpeedChanged(pri, upped, size, speed);
+    }
     void tellRefresh() { emit refreshAll(); }
     void tellOrderCleared(const QString &order) { emit fileDeletedByOrder(order); }
 

@@ -9,7 +9,7 @@ public:
     static UserDAO *instance();
     QString info(const QString &third);                       // empty when there is none
     bool saveInfo(const QString &third, const QString &info); // replaces the brand's row
-    void close(); // the next call opens it again
+    void close();                                             // the next call opens it again
 
 private:
     UserDAO();

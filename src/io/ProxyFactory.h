@@ -24,14 +24,15 @@ struct ProxyTools {
     std::function<void()> settle;                     // gives the system's service time to open the ports
     // Where the program itself forwards, in place of the others: false when the port can't be had.
     std::function<bool(const Forward &)> open;
-    static ProxyTools system();                       // empty members where the system has no such tools
+    static ProxyTools system(); // empty members where the system has no such tools
 };
 
 class ProxyFactory : public QNetworkProxyFactory
 {
     Q_DECLARE_TR_FUNCTIONS(ProxyFactory)
 public:
-    static constexpr int FirstPort = 46261; // forwarded ports are taken from here on, clear of those that seats beside it listen on
+    static constexpr int FirstPort =
+        46261; // forwarded ports are taken from here on, clear of those that seats beside it listen on
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override;
 
     // hosts: "host:port" each. Blocks while the tools run (some seconds). master: this seat's role; on another seat,

@@ -1,7 +1,7 @@
 #include "resolve/BaseResolve.h"
+#include "common/platform/Platform.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
-#include "common/platform/Platform.h"
 #include "db/ResolveDAO.h"
 #include "resolve/C4DResolve.h"
 #include "resolve/ClarisseResolve.h"
@@ -11,13 +11,14 @@
 #include "resolve/MaxResolve.h"
 #include "resolve/MayaResolve.h"
 #include "resolve/TerragenResolve.h"
+#include <limits>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
-#include <limits>
 
-namespace {
+namespace
+{
 enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
 enum State { Running = 101, Warned = 103, Failed = 104, Incomplete = 105, Clean = 106 };
 enum Error { WriteFailed = 10004, ProcessErrors = 10000, WrongData = 10012 };
@@ -27,10 +28,7 @@ constexpr qint64 LogCeiling = 2LL * 1024 * 1024 * 1024; // of a child's output; 
 constexpr int NoiseCeiling = 1024 * 1024;               // of error output in the application's log
 constexpr int MaxNameBytes = 255;                       // of a file name on common disks
 
-int stateOf(int status)
-{
-    return status == 0 ? Clean : status == 1 ? Warned : status == 2 ? Failed : Incomplete;
-}
+int stateOf(int status) { return status == 0 ? Clean : status == 1 ? Warned : status == 2 ? Failed : Incomplete; }
 
 // The name of a log within what a disk takes: a long scene name loses its beginning.
 QString fitting(const QString &prefix, const QString &scene, const QString &tail)
@@ -44,7 +42,10 @@ QString fitting(const QString &prefix, const QString &scene, const QString &tail
 
 QJsonObject parsed(const QString &json) { return QJsonDocument::fromJson(json.toUtf8()).object(); }
 
-QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
+QString compact(const QJsonObject &object)
+{
+    return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact));
+}
 } // namespace
 
 void AnalysisProcess::setupChildProcess() { platform::ownSession(); }
@@ -60,13 +61,20 @@ BaseResolve::~BaseResolve()
 BaseResolve *BaseResolve::create(int softwareType)
 {
     switch (softwareType) {
-    case Maya: return new MayaResolve;
-    case Max: return new MaxResolve;
-    case Houdini: return new HoudiniResolve;
-    case Cinema4D: return new C4DResolve;
-    case Clarisse: return new ClarisseResolve;
-    case Terragen: return new TerragenResolve;
-    default: return nullptr;
+    case Maya:
+        return new MayaResolve;
+    case Max:
+        return new MaxResolve;
+    case Houdini:
+        return new HoudiniResolve;
+    case Cinema4D:
+        return new C4DResolve;
+    case Clarisse:
+        return new ClarisseResolve;
+    case Terragen:
+        return new TerragenResolve;
+    default:
+        return nullptr;
     }
 }
 
@@ -78,10 +86,13 @@ QJsonObject BaseResolve::parseLog(const QString &logPath, int softwareType)
     QJsonObject content = log.content;
     const QJsonObject files = parsed(QLatin1Char('{') + log.files + QLatin1Char('}'));
     content.insert(QStringLiteral("files"), files.value(QLatin1String("files")).toArray());
-    return {{QStringLiteral("status"), log.status}, {QStringLiteral("content"), content}, {QStringLiteral("details"), log.details}};
+    return {{QStringLiteral("status"), log.status},
+            {QStringLiteral("content"), content},
+            {QStringLiteral("details"), log.details}};
 }
 
-void BaseResolve::setUp(const db_resolve &record, const QString &softwareText, int type, int onGpu, const QString &logPath)
+void BaseResolve::setUp(const db_resolve &record, const QString &softwareText, int type, int onGpu,
+                        const QString &logPath)
 {
     m_record = record;
     softwareType = type;
@@ -89,7 +100,8 @@ void BaseResolve::setUp(const db_resolve &record, const QString &softwareText, i
     sceneFile = VFunc::followLinks(record.lpath);
     software = softwareText;
     if (software.isEmpty())
-        software = parsed(record.rset).value(QLatin1String("env")).toObject().value(QLatin1String("software")).toString();
+        software =
+            parsed(record.rset).value(QLatin1String("env")).toObject().value(QLatin1String("software")).toString();
     software = software.toLower();
     if (UserInfo::resolveOs() == QLatin1String("linux"))
         software.remove(QLatin1String(" linux"));
@@ -97,8 +109,9 @@ void BaseResolve::setUp(const db_resolve &record, const QString &softwareText, i
     if (logPath.endsWith(QLatin1String(".txt")))
         return;
     const QFileInfo info(logPath);
-    logFile = info.path() + QLatin1Char('/')
-              + fitting(info.fileName() + QLatin1Char('-'), QFileInfo(sceneFile).fileName(), TempTail + QLatin1String(".txt"));
+    logFile =
+        info.path() + QLatin1Char('/') +
+        fitting(info.fileName() + QLatin1Char('-'), QFileInfo(sceneFile).fileName(), TempTail + QLatin1String(".txt"));
     QFile::remove(logFile);
 }
 
@@ -110,12 +123,15 @@ void BaseResolve::startTimer(int seconds)
         return;
     const qint64 ms = qMin<qint64>(qint64(seconds) * 1000, std::numeric_limits<int>::max());
     // Queued, so that the timer belongs to whichever thread the object is on by then.
-    QMetaObject::invokeMethod(this, [this, ms] {
-        auto *timer = new QTimer(this);
-        timer->setSingleShot(true);
-        connect(timer, &QTimer::timeout, this, &BaseResolve::resolveTimeOut);
-        timer->start(int(ms));
-    }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        this,
+        [this, ms] {
+            auto *timer = new QTimer(this);
+            timer->setSingleShot(true);
+            connect(timer, &QTimer::timeout, this, &BaseResolve::resolveTimeOut);
+            timer->start(int(ms));
+        },
+        Qt::QueuedConnection);
 }
 
 db_resolve BaseResolve::record() const
@@ -146,11 +162,12 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("__COMPAT_LAYER")); // must not reach the software from an elevated launcher
     environment.insert(QStringLiteral("MachineType"), gpu ? QStringLiteral("startGpu") : QStringLiteral("startCpu"));
-    m_mark = QStringLiteral("vandrel_filepath=") + logFile; // every analysis has a log of its own
+    m_mark = QStringLiteral("vandrel_filepath=") + logFile;          // every analysis has a log of its own
     environment.insert(QStringLiteral("vandrel_filepath"), logFile); // for scripts that write the log by themselves
     environment.insert(QStringLiteral("vandrel_fileload"), native(sceneFile));
     if (softwareType == Maya)
-        environment.insert(QStringLiteral("VandrelMayaCache"), QString::number(UserInfo::mayaCache())); // the quick road has no words
+        environment.insert(QStringLiteral("VandrelMayaCache"),
+                           QString::number(UserInfo::mayaCache())); // the quick road has no words
     m_process->setProcessEnvironment(environment);
     m_process->start(program, arguments, QIODevice::ReadOnly);
     m_pid = m_process->processId();
@@ -185,7 +202,8 @@ void BaseResolve::writeFile()
         return;
     m_written += bytes.size();
     if (m_written > LogCeiling)
-        qWarning().noquote() << "BaseResolve::writeFile" << logFile << "holds" << LogCeiling << "bytes, the rest is dropped";
+        qWarning().noquote() << "BaseResolve::writeFile" << logFile << "holds" << LogCeiling
+                             << "bytes, the rest is dropped";
     if (m_out.write(bytes) == bytes.size() && m_out.flush())
         return;
     qWarning().noquote() << "BaseResolve::writeFile" << logFile << m_out.errorString();

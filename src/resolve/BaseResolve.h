@@ -35,14 +35,16 @@ public:
     BaseResolve();
     ~BaseResolve() override;
 
-    // The analyser of a software type (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, 8 Terragen); null for others.
+    // The analyser of a software type (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, 8 Terragen); null for
+    // others.
     static BaseResolve *create(int softwareType);
     // A finished log as {status, content, details}, files in content; empty when it can't be read. Any thread.
     static QJsonObject parseLog(const QString &logPath, int softwareType);
 
     // Once, before resolve(). softwareText: "maya2016"; empty takes it from env of rset. gpu: 1 for a GPU machine.
     // logPath: kept when it ends in ".txt", else "-<scene>_vdtemp.txt" is appended and a file of that name removed.
-    void setUp(const db_resolve &record, const QString &softwareText, int softwareType, int gpu, const QString &logPath);
+    void setUp(const db_resolve &record, const QString &softwareText, int softwareType, int gpu,
+               const QString &logPath);
     Q_INVOKABLE virtual void resolve();
     void startTimer(int seconds); // resolveTimeOut() after that time; not above 0: never. Before or after the move
     db_resolve record() const;    // a copy; any thread
@@ -65,7 +67,7 @@ protected:
 
     QString sceneFile; // after shortcuts were followed
     QString logFile;
-    QString software;  // lower case, for example maya2016
+    QString software; // lower case, for example maya2016
     int softwareType = 0;
     int gpu = 0;
     int fastMaya = 0;
@@ -90,9 +92,9 @@ private:
     bool m_done = false;
     QProcess *m_process;
     qint64 m_pid = 0;
-    QString m_mark;        // the entry of the environment by which all that the child started is known
-    QFile m_out;           // the log while the child's output goes there
+    QString m_mark; // the entry of the environment by which all that the child started is known
+    QFile m_out;    // the log while the child's output goes there
     qint64 m_written = 0;
-    qint64 m_noise = 0;    // bytes of error output so far
-    QByteArray m_tail;     // end of the last output, for a word that is cut by a read
+    qint64 m_noise = 0; // bytes of error output so far
+    QByteArray m_tail;  // end of the last output, for a word that is cut by a read
 };

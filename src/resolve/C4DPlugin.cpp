@@ -1,6 +1,7 @@
 #include "resolve/C4DPlugin.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDebug>
@@ -12,9 +13,9 @@
 #include <QJsonObject>
 #include <QMutex>
 #include <QThread>
-#include <algorithm>
 
-namespace {
+namespace
+{
 QMutex onlyOne; // analyses that start together would copy over each other
 constexpr int Looks = 50, LookMs = 100;
 
@@ -72,8 +73,8 @@ bool C4DPlugin::elevated(const QJsonArray &list)
     const QByteArray text = QJsonDocument(order).toJson(QJsonDocument::Compact);
     // Beside the program as well where that is allowed: an elevated account may not see this user's folders.
     const bool here = VFunc::writeWhole(UserInfo::userDir() + QLatin1String("/c4dcopy"), text);
-    const bool beside = QFileInfo(UserInfo::programDir()).isWritable()
-                        && VFunc::writeWhole(UserInfo::programDir() + QLatin1String("/c4dcopy"), text);
+    const bool beside = QFileInfo(UserInfo::programDir()).isWritable() &&
+                        VFunc::writeWhole(UserInfo::programDir() + QLatin1String("/c4dcopy"), text);
     if (!here && !beside)
         return false;
     const QString target = list.first().toObject().value(QLatin1String("dest")).toString();

@@ -1,7 +1,7 @@
 #pragma once
-// Brings the analysis plug-in into an installation of Cinema 4D: copies what is missing or differs by its MD5. Where the
-// folder is protected, a second, elevated instance of the client copies what it finds listed in the file "c4dcopy". Any
-// thread, one at a time.
+// Brings the analysis plug-in into an installation of Cinema 4D: copies what is missing or differs by its MD5. Where
+// the folder is protected, a second, elevated instance of the client copies what it finds listed in the file "c4dcopy".
+// Any thread, one at a time.
 #include <QJsonArray>
 #include <QString>
 

@@ -4,7 +4,8 @@
 #include <QJsonDocument>
 #include <QSet>
 
-namespace {
+namespace
+{
 constexpr int MaxType = 3;
 
 int number(const QString &text)
@@ -68,7 +69,8 @@ ParsedLog MaxLog::parse(const QString &text)
             files.append(path);
         }
     }
-    const QByteArray fragment = QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
+    const QByteArray fragment =
+        QJsonDocument(QJsonObject{{QStringLiteral("files"), files}}).toJson(QJsonDocument::Compact);
     result.files = QString::fromUtf8(fragment.constData() + 1, fragment.size() - 2);
     return result;
 }
@@ -129,14 +131,29 @@ bool MaxLog::judgeErrors()
         m_errorText += line.trimmed() + QLatin1String("\r\n");
     for (int code : qAsConst(m_errors)) {
         switch (code) {
-        case 4: m_errorText += tr("错误：选定的相机名中含有非法字符。\r\n"); break;
-        case 5: m_errorText += tr("错误：帧缓存输出路径无效。\r\n%1\r\n").arg(m_output); break;
-        case 6: m_errorText += tr("错误：未设置帧缓存输出路径。\r\n%1\r\n").arg(m_output); break;
-        case 7: m_errorText += tr("错误：未设置输出自动保存。\r\n%1\r\n").arg(m_output); break;
-        case 8: m_errorText += tr("错误：制作模型的软件版本与选择的软件版本不同。\r\n"); break;
-        case 9: m_errorText += tr("错误：模型文件中包含可执行脚本，请清理后提交。\r\n"); return false;
-        case 10: m_errorText += tr("当前渲染器为GPU渲染器，提交机型为CPU，请更换机型后重新提交。\r\n"); return false;
-        default: break;
+        case 4:
+            m_errorText += tr("错误：选定的相机名中含有非法字符。\r\n");
+            break;
+        case 5:
+            m_errorText += tr("错误：帧缓存输出路径无效。\r\n%1\r\n").arg(m_output);
+            break;
+        case 6:
+            m_errorText += tr("错误：未设置帧缓存输出路径。\r\n%1\r\n").arg(m_output);
+            break;
+        case 7:
+            m_errorText += tr("错误：未设置输出自动保存。\r\n%1\r\n").arg(m_output);
+            break;
+        case 8:
+            m_errorText += tr("错误：制作模型的软件版本与选择的软件版本不同。\r\n");
+            break;
+        case 9:
+            m_errorText += tr("错误：模型文件中包含可执行脚本，请清理后提交。\r\n");
+            return false;
+        case 10:
+            m_errorText += tr("当前渲染器为GPU渲染器，提交机型为CPU，请更换机型后重新提交。\r\n");
+            return false;
+        default:
+            break;
         }
     }
     return true;

@@ -5,7 +5,8 @@
 #include <QJsonArray>
 #include <QRegularExpression>
 
-namespace {
+namespace
+{
 const QString Model = QStringLiteral("modelParameters");
 const QString ProjectMark = QStringLiteral("MAYA_PROJECT=");
 
@@ -41,7 +42,9 @@ QJsonArray camerasOf(const QJsonObject &layer)
 QJsonObject mayaLayer(const QJsonObject &layer)
 {
     const QJsonArray cameras = camerasOf(layer);
-    QJsonObject result{{QStringLiteral("camerasArray"), cameras}, {QStringLiteral("cameras_array"), cameras}, {QStringLiteral("cameras"), cameras}};
+    QJsonObject result{{QStringLiteral("camerasArray"), cameras},
+                       {QStringLiteral("cameras_array"), cameras},
+                       {QStringLiteral("cameras"), cameras}};
     for (const char *key : {"frames", "layer", "width", "height"})
         result.insert(QLatin1String(key), layer.value(QLatin1String(key)));
     if (layer.contains(QLatin1String("keyFrames")))
@@ -63,7 +66,8 @@ QString mayaText(const QJsonObject &rdata, const QJsonObject &model, const QStri
 }
 } // namespace
 
-namespace ParameterDefaults {
+namespace ParameterDefaults
+{
 
 void mayaProject(QJsonObject *rset)
 {
@@ -81,7 +85,8 @@ void mayaProject(QJsonObject *rset)
         there = true;
     }
     if (!there && !project.isEmpty())
-        variables.append(ProjectMark + UserInfo::pathCase(QString(project).replace(QLatin1Char('/'), QLatin1Char('\\'))));
+        variables.append(ProjectMark +
+                         UserInfo::pathCase(QString(project).replace(QLatin1Char('/'), QLatin1Char('\\'))));
     if (!had && variables.isEmpty())
         return;
     machine.insert(QStringLiteral("envVars"), variables);
@@ -91,7 +96,8 @@ void mayaProject(QJsonObject *rset)
 void maya(QJsonObject *rdata, const CommonConfig &config)
 {
     const QJsonObject model = rdata->value(Model).toObject();
-    const QString renderer = mayaText(*rdata, model, QStringLiteral("renderer")), format = mayaText(*rdata, model, QStringLiteral("format"));
+    const QString renderer = mayaText(*rdata, model, QStringLiteral("renderer")),
+                  format = mayaText(*rdata, model, QStringLiteral("format"));
     if (!rdata->value(Model).isArray()) {
         QJsonArray layers;
         for (const QJsonValue &layer : model.value(QLatin1String("layers")).toArray())
@@ -105,8 +111,10 @@ void maya(QJsonObject *rdata, const CommonConfig &config)
         rdata->insert(Model, layers);
     }
     rdata->insert(QStringLiteral("mayaSplitByLayer"), config.mayaSplitByLayer);
-    static const QRegularExpression whole(QStringLiteral("redshift|vray|mtoa|arnold"), QRegularExpression::CaseInsensitiveOption);
-    const bool inPieces = !(whole.match(renderer).hasMatch() && format.compare(QLatin1String("exr"), Qt::CaseInsensitive) == 0);
+    static const QRegularExpression whole(QStringLiteral("redshift|vray|mtoa|arnold"),
+                                          QRegularExpression::CaseInsensitiveOption);
+    const bool inPieces =
+        !(whole.match(renderer).hasMatch() && format.compare(QLatin1String("exr"), Qt::CaseInsensitive) == 0);
     rdata->insert(QStringLiteral("blocksCount"), inPieces ? config.blocksCount : 1);
 }
 
@@ -122,7 +130,8 @@ void max(QJsonObject *rdata, QString *rfile)
         model.insert(QStringLiteral("giHeight"), model.value(QLatin1String("height")));
     if (!model.contains(QLatin1String("giStep")))
         model.insert(QStringLiteral("giStep"), 1);
-    const QString first = model.value(QLatin1String("vrIrradianceMapFile")).toString().section(QLatin1Char(','), 0, 0).trimmed();
+    const QString first =
+        model.value(QLatin1String("vrIrradianceMapFile")).toString().section(QLatin1Char(','), 0, 0).trimmed();
     if ((mode == 2 || mode == 7) && !first.isEmpty()) {
         const QStringList files = ParameterModel::photonFiles(first, mode == 7);
         model.insert(QStringLiteral("vrIrradianceMapFile"), files.join(QLatin1Char(',')));
@@ -136,7 +145,8 @@ void houdini(QJsonObject *rdata)
     QJsonValue model = rdata->value(Model);
     if (!model.isArray()) {
         const QJsonObject object = model.toObject();
-        model = rdata->contains(QLatin1String("Rops")) ? rdata->value(QLatin1String("Rops")) : object.value(QLatin1String("Rops"));
+        model = rdata->contains(QLatin1String("Rops")) ? rdata->value(QLatin1String("Rops"))
+                                                       : object.value(QLatin1String("Rops"));
         rdata->insert(QStringLiteral("coverParameters"), model.toArray());
     }
     QJsonArray nodes;
@@ -159,7 +169,8 @@ void cinema4D(QJsonObject *rdata)
         model.insert(QStringLiteral("enableCameras"), arrayOf(model.value(QLatin1String("cameras"))));
         model.insert(QStringLiteral("cameras"), arrayOf(model.value(QLatin1String("activeCamera"))));
     }
-    const QString name = model.value(QLatin1String("outputName")).toString(), suffix = model.value(QLatin1String("outputSuffix")).toString();
+    const QString name = model.value(QLatin1String("outputName")).toString(),
+                  suffix = model.value(QLatin1String("outputSuffix")).toString();
     if (!name.isEmpty() || !model.contains(QLatin1String("outputFile")))
         model.insert(QStringLiteral("outputFile"), suffix.isEmpty() ? name : name + QLatin1Char('.') + suffix);
     rdata->insert(Model, model);

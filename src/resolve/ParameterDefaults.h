@@ -1,11 +1,12 @@
 #pragma once
-// What a commit without a dialog fills in, one function per software: just what the dialog would have saved with nothing
-// touched. Each may run again on its own output. Used by ParameterModel alone; any thread.
+// What a commit without a dialog fills in, one function per software: just what the dialog would have saved with
+// nothing touched. Each may run again on its own output. Used by ParameterModel alone; any thread.
 #include "common/CommonConfig.h"
 #include <QJsonObject>
 #include <QString>
 
-namespace ParameterDefaults {
+namespace ParameterDefaults
+{
 enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
 
 // "MAYA_PROJECT=..." in the machine's variables.

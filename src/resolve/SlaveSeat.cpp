@@ -82,7 +82,8 @@ void SlaveSeat::poll()
             continue;
         m_polled.insert(row.rkey);
         Request request;
-        request.url = UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1&seat=%2").arg(row.rkey).arg(seatName());
+        request.url =
+            UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1&seat=%2").arg(row.rkey).arg(seatName());
         request.bareAddress = true;
         request.timeout = PollSeconds;
         NetWork::instance()->nget(

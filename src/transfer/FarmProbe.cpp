@@ -2,17 +2,21 @@
 #include "common/ThreadPool.h"
 #include "io/NetWork.h"
 
-namespace {
+namespace
+{
 void run(std::function<void()> ask)
 {
     auto *probe = new FarmProbe;
     ThreadPool::instance()->addWork(probe);
-    QMetaObject::invokeMethod(probe, [probe, ask] {
-        ask();
-        probe->deleteLater();
-    }, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(
+        probe,
+        [probe, ask] {
+            ask();
+            probe->deleteLater();
+        },
+        Qt::QueuedConnection);
 }
-}
+} // namespace
 
 void FarmProbe::askDrive(std::shared_ptr<TransShare> share, int farmId, Drive answer)
 {
@@ -27,6 +31,7 @@ void FarmProbe::askServer(std::shared_ptr<TransShare> share, int farmId, Server 
 {
     run([share, farmId, answer] {
         const NetWork::FarmHost found = NetWork::instance()->farmHost(farmId);
-        share->post([=](TransHandler &handler) { answer(handler, found.ip.isEmpty() ? found.domain : found.ip, found.port); });
+        share->post(
+            [=](TransHandler &handler) { answer(handler, found.ip.isEmpty() ? found.domain : found.ip, found.port); });
     });
 }

@@ -2,8 +2,8 @@
 // Asks for a farm's address and token, or for its file server, on a pool thread of its own: the REST client waits in a
 // nested event loop, which must not run inside a handler's scan. Answers through TransShare, then deletes itself.
 #include "transfer/TransShare.h"
-#include <QObject>
 #include <memory>
+#include <QObject>
 
 class FarmProbe : public QObject
 {

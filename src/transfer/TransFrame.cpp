@@ -2,7 +2,8 @@
 #include <QJsonDocument>
 #include <QtEndian>
 
-namespace TransFrame {
+namespace TransFrame
+{
 
 constexpr quint32 Magic = 0x11121314;
 
@@ -54,4 +55,4 @@ Body parseBody(const QByteArray &data, QJsonObject *object)
     }
     return data.size() > MaxReplyBody || doc.isArray() ? Body::Bad : Body::Incomplete;
 }
-}
+} // namespace TransFrame

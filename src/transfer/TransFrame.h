@@ -16,7 +16,8 @@
 #include <QJsonObject>
 #include <QString>
 
-namespace TransFrame {
+namespace TransFrame
+{
 constexpr int HeadSize = 40;
 constexpr int ReplySize = 32;
 constexpr int TokenSize = 16;
@@ -41,4 +42,4 @@ QByteArray tokenBytes(const QString &text);
 enum class Body { Incomplete, Complete, Bad };
 // Whether the bytes behind a head are a whole JSON object yet.
 Body parseBody(const QByteArray &data, QJsonObject *object);
-}
+} // namespace TransFrame

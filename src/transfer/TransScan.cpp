@@ -3,8 +3,8 @@
 #include "common/WindowCalls.h"
 #include "transfer/down/DownHandler.h"
 #include "transfer/up/UpHandler.h"
-#include <QDebug>
 #include <memory>
+#include <QDebug>
 
 TransScan::TransScan(int type, QObject *parent) : QThread(parent), m_type(type)
 {
@@ -24,9 +24,8 @@ TransHandler *TransScan::make(int type)
         return new UpHandler;
     case Down: {
         auto *down = new DownHandler;
-        connect(down, &DownHandler::downWorkOver, down, [] {
-            Seam<WindowCalls>::post([](WindowCalls &window) { window.redPoint(); });
-        });
+        connect(down, &DownHandler::downWorkOver, down,
+                [] { Seam<WindowCalls>::post([](WindowCalls &window) { window.redPoint(); }); });
         return down;
     }
     default:

@@ -16,7 +16,8 @@ QString TransSet::fakeHash(const QString &path)
     return QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Md5).toHex());
 }
 
-QByteArray TransSet::packFrame(int phase, int command, const QByteArray &token, qint64 offset, int length, const QByteArray &body)
+QByteArray TransSet::packFrame(int phase, int command, const QByteArray &token, qint64 offset, int length,
+                               const QByteArray &body)
 {
     return TransFrame::head(phase, command, token, offset, length) + body;
 }

@@ -1,38 +1,64 @@
 #pragma once
 // What all transfers share: states and their texts, error texts, hashes, the frame, the size of the next packet. All
 // static, any thread.
+#include <atomic>
 #include <QByteArray>
 #include <QFile>
 #include <QString>
-#include <atomic>
 
 class TransSet
 {
 public:
     // The column `state` of every transfer table. The numbers outlive the program.
     enum FileState {
-        DownWait = 0, DownRun = 1, DownPause = 2, DownError = 3,
-        UpWait = 10, UpRun = 11, UpPause = 12, UpError = 13,
-        UpGaveUp = 30, DownGaveUp = 31,
+        DownWait = 0,
+        DownRun = 1,
+        DownPause = 2,
+        DownError = 3,
+        UpWait = 10,
+        UpRun = 11,
+        UpPause = 12,
+        UpError = 13,
+        UpGaveUp = 30,
+        DownGaveUp = 31,
         UpServer = 50, // all bytes sent, the file server still works on them
-        UpDone = 60, UpCancel = 61, DownDone = 62, DownCancel = 63
+        UpDone = 60,
+        UpCancel = 61,
+        DownDone = 62,
+        DownCancel = 63
     };
     // How a worker ended, for finishUp, finishDown and the ...Finished signals.
     enum Finish {
         Done = 0,
-        Dropped = 1,  // by the client: pause, delete
+        Dropped = 1,   // by the client: pause, delete
         Transient = 2, // back to waiting, no retry counted
-        Hard = 3      // counted against the retry limit
+        Hard = 3       // counted against the retry limit
     };
     // Errors that arise here (the servers' own codes pass through).
     enum Error {
-        NoFile = 10000, OpenFailed = 10001, TimedOut = 10010, ShortHead = 10011, WriteFailed = 10012, BadStart = 10013,
-        NotWritable = 10014, AccessFailed = 10015, NoHash = 10016, ZipFailed = 10017, BadHash = 10018, Changed = 10019,
-        DiskFull = 10020, PathTooLong = 10021, EndFailed = 10022, NoFolder = 10023, DriveFailed = 10024,
-        UnknownProtocol = 10025, StaleToken = 203, SocketBase = 100000
+        NoFile = 10000,
+        OpenFailed = 10001,
+        TimedOut = 10010,
+        ShortHead = 10011,
+        WriteFailed = 10012,
+        BadStart = 10013,
+        NotWritable = 10014,
+        AccessFailed = 10015,
+        NoHash = 10016,
+        ZipFailed = 10017,
+        BadHash = 10018,
+        Changed = 10019,
+        DiskFull = 10020,
+        PathTooLong = 10021,
+        EndFailed = 10022,
+        NoFolder = 10023,
+        DriveFailed = 10024,
+        UnknownProtocol = 10025,
+        StaleToken = 203,
+        SocketBase = 100000
     };
 
-    static QString errorText(int code);            // "<code>_<text>"; an unknown code is its own text
+    static QString errorText(int code);             // "<code>_<text>"; an unknown code is its own text
     static QString stateText(int state, int error); // empty where a state has no text
 
     // Lower-case hex MD5. Empty when stop turned true between two reads, or a read failed (logged). The first opens the
@@ -43,12 +69,16 @@ public:
     static QString fakeHash(const QString &path);
 
     // A whole request frame: head and body joined (TransFrame.h has the layout).
-    static QByteArray packFrame(int phase, int command, const QByteArray &token, qint64 offset, int length, const QByteArray &body);
+    static QByteArray packFrame(int phase, int command, const QByteArray &token, qint64 offset, int length,
+                                const QByteArray &body);
 
     static constexpr int FirstPacket = 10240, MinPacket = 10240, MaxPacket = 41943040;
     // Bytes of the next packet after one that took elapsedMs: three quarters above 10 s, else half as much again.
     static int nextPacketSize(int size, int elapsedMs);
-    struct Pace { int packetSize; int delayMs; };
+    struct Pace {
+        int packetSize;
+        int delayMs;
+    };
     // The next packet under a limit (KiB/s shared by `workers`; 0: none), and how long to wait before it.
     static Pace pace(int limitKib, int workers, int packetSize, int elapsedMs);
 

@@ -13,7 +13,8 @@ bool TransShare::post(std::function<void(TransHandler &)> call)
     TransHandler *handler = m_handler;
     if (!handler)
         return false;
-    return QMetaObject::invokeMethod(handler, [handler, call] { call(*handler); }, Qt::QueuedConnection);
+    return QMetaObject::invokeMethod(
+        handler, [handler, call] { call(*handler); }, Qt::QueuedConnection);
 }
 
 QString TransShare::cachedHost(const QString &name) const

@@ -1,11 +1,11 @@
 #pragma once
-// What a handler and its workers share across threads, alive as long as either: host addresses that were looked up once,
-// how many workers run, and the one safe road from a worker back to its handler. Any thread.
+// What a handler and its workers share across threads, alive as long as either: host addresses that were looked up
+// once, how many workers run, and the one safe road from a worker back to its handler. Any thread.
+#include <atomic>
+#include <functional>
 #include <QHash>
 #include <QMutex>
 #include <QString>
-#include <atomic>
-#include <functional>
 
 class TransHandler;
 
@@ -13,11 +13,11 @@ class TransShare
 {
 public:
     explicit TransShare(TransHandler *handler) : m_handler(handler) {}
-    void release();                                   // by the handler's destructor: nothing is posted to it any more
+    void release(); // by the handler's destructor: nothing is posted to it any more
     // Runs call on the handler's thread, later. False when the handler is gone.
     bool post(std::function<void(TransHandler &)> call);
 
-    QString cachedHost(const QString &name) const;    // empty: not looked up yet
+    QString cachedHost(const QString &name) const; // empty: not looked up yet
     void cacheHost(const QString &name, const QString &ip);
     void forgetHost(const QString &name);
 

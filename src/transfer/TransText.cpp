@@ -2,8 +2,12 @@
 #include "transfer/TransSet.h"
 #include <QCoreApplication>
 
-namespace {
-struct Text { int code; const char *text; };
+namespace
+{
+struct Text {
+    int code;
+    const char *text;
+};
 
 // Shown in the user's language.
 const Text translated[] = {
@@ -101,11 +105,11 @@ const Text translated[] = {
 
 // The servers' own vocabulary, shown as it is.
 const Text verbatim[] = {
-    {101400, "未知异常"}, {101401, "存在"}, {101402, "不存在"}, {101403, "无可用节点"}, {101404, "妙传访问超时"},
-    {101405, "黑名单文件"},
-    {7000411, "待解压"}, {7000412, "待hash"}, {7000413, "待move"}, {7000420, "解压ing"}, {7000421, "解压异常"},
-    {7000422, "解压待hash"}, {7000423, "解压待move"}, {7000430, "hashing"}, {7000431, "hash待move"},
-    {7000432, "hash失败"}, {7000433, "hash异常"}, {7000440, "moving"}, {7000441, "moveok"}, {7000442, "movefail"},
+    {101400, "未知异常"},     {101401, "存在"},       {101402, "不存在"},      {101403, "无可用节点"},
+    {101404, "妙传访问超时"}, {101405, "黑名单文件"}, {7000411, "待解压"},     {7000412, "待hash"},
+    {7000413, "待move"},      {7000420, "解压ing"},   {7000421, "解压异常"},   {7000422, "解压待hash"},
+    {7000423, "解压待move"},  {7000430, "hashing"},   {7000431, "hash待move"}, {7000432, "hash失败"},
+    {7000433, "hash异常"},    {7000440, "moving"},    {7000441, "moveok"},     {7000442, "movefail"},
 };
 
 const Text states[] = {
@@ -134,7 +138,7 @@ template <size_t N> const char *find(const Text (&table)[N], int code)
     }
     return nullptr;
 }
-}
+} // namespace
 
 QString TransSet::errorText(int code)
 {
@@ -153,7 +157,8 @@ QString TransSet::stateText(int state, int error)
         return {};
     QString shown = QCoreApplication::translate("TransSet", text);
     const bool failed = state == DownError || state == DownGaveUp;
-    const bool telling = error == NotWritable || error == DiskFull || error == 1080009 || error == 1080010 || error == 1080011;
+    const bool telling =
+        error == NotWritable || error == DiskFull || error == 1080009 || error == 1080010 || error == 1080011;
     if (failed && telling)
         shown += QStringLiteral(":%1").arg(errorText(error).section(QLatin1Char('_'), -1));
     return shown;

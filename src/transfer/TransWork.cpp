@@ -3,9 +3,9 @@
 #include "db/UploadDAO.h"
 #include "transfer/TransFrame.h"
 #include "transfer/TransHandler.h"
+#include <numeric>
 #include <QDebug>
 #include <QHostAddress>
-#include <numeric>
 
 TransWork::TransWork(std::shared_ptr<TransShare> share) : m_share(std::move(share)) {}
 
@@ -117,7 +117,8 @@ bool TransWork::passesUp(int code)
 
 bool TransWork::passesDown(int code)
 {
-    return code == TransSet::DriveFailed || code == 100001 || code == 100007 || code == 100005 || code == TransSet::TimedOut;
+    return code == TransSet::DriveFailed || code == 100001 || code == 100007 || code == 100005 ||
+           code == TransSet::TimedOut;
 }
 
 void TransWork::failUp(int code, bool soft)

@@ -4,17 +4,18 @@
 // callbacks belong to that thread. Only the handler disposes of it, after its ...Finished signal or by takeWork.
 //
 // Life: made -> first call -> any way out (reply, time-out, socket error, pause) -> finishUp/finishDown, once -> the
-// handler deletes it. A worker that ended, or whose `closed` is set, does nothing any more: every callback tests over().
+// handler deletes it. A worker that ended, or whose `closed` is set, does nothing any more: every callback tests
+// over().
 #include "db/Records.h"
 #include "transfer/TransSet.h"
 #include "transfer/TransShare.h"
+#include <array>
+#include <memory>
 #include <QFile>
 #include <QHostInfo>
 #include <QObject>
 #include <QTcpSocket>
 #include <QTimer>
-#include <array>
-#include <memory>
 
 class TransWork : public QObject
 {
@@ -25,7 +26,8 @@ public:
 
     // Before the worker is moved to its thread.
     void setServer(const QString &url, const QString &token);
-    void setSignMd5(const QString &sign, const QString &md5, int transType); // logs "%1_%2"; sign is kept to 8 characters
+    void setSignMd5(const QString &sign, const QString &md5,
+                    int transType);                  // logs "%1_%2"; sign is kept to 8 characters
     void setKey(const QString &key, quint64 serial); // the handler's own handle of this worker
     int transType() const { return m_transType; }
     quint64 serial() const { return m_serial; }
@@ -35,8 +37,12 @@ public:
 
     // What a handler's post brings, on the worker's thread (see askTicket, askFarmHost).
     virtual void initDownWork(QString token) { Q_UNUSED(token) } // empty: the farm can't be found out
-    void takeTicket(const QString &url, const QString &token); // setServer, then initDownWork
-    virtual void farmHostFound(QString host, int port) { Q_UNUSED(host) Q_UNUSED(port) } // port 0: unknown
+    void takeTicket(const QString &url, const QString &token);   // setServer, then initDownWork
+    virtual void farmHostFound(QString host, int port)
+    {
+        Q_UNUSED(host)
+        Q_UNUSED(port)
+    } // port 0: unknown
 
     // Pause with deletion: the partial files of a download go.
     virtual void dropPartial();
@@ -51,11 +57,11 @@ signals:
     void DownWorkFinished(db_downfile file, int kind);
 
 protected slots:
-    virtual void timeOut();  // 10010
-    void upSpeedOut();       // each second
+    virtual void timeOut(); // 10010
+    void upSpeedOut();      // each second
 
 protected:
-    virtual bool initUp() { return true; }   // false: the worker has been failed
+    virtual bool initUp() { return true; } // false: the worker has been failed
     virtual bool initDown() { return true; }
     // The end of a download: the partial file is checked against the row's hash and takes its final name. Finishes or
     // fails the worker; false when it failed.
@@ -70,7 +76,7 @@ protected:
     bool over() const { return m_ended || closed.load(std::memory_order_relaxed); }
     // The one door: true for the first caller only. Stops timers, drops the socket, closes the files.
     bool end();
-    void makeTimers();               // wait and speed timer; on the worker's thread
+    void makeTimers(); // wait and speed timer; on the worker's thread
     void startWait(int ms);
     void stopWait();
     void feedSpeed(qint64 position); // progress, in bytes of the file
@@ -90,7 +96,7 @@ protected:
 
     std::shared_ptr<TransShare> m_share;
     QTcpSocket *m_socket = nullptr; // made by the subclass on first use, owned
-    QString m_hostName; // as the server told it; m_host is its address
+    QString m_hostName;             // as the server told it; m_host is its address
     QString m_host;
     int m_port = 0;
     QString m_serverUrl, m_token;

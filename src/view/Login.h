@@ -87,5 +87,5 @@ private:
     bool m_tokenKnown = false, m_storedKnown = false; // of this attempt
     bool m_confirming = false;
     bool m_unreachable = false; // the server hasn't answered for a while
-    bool m_started = false; // loadLogin was called once
+    bool m_started = false;     // loadLogin was called once
 };

@@ -33,7 +33,8 @@ double money = 0;
 struct WebRow {
     const char *group, *key, *icon, *title;
 };
-const char *const center = QT_TRANSLATE_NOOP("MainWindow", "用户中心"), *const help = QT_TRANSLATE_NOOP("MainWindow", "使用帮助");
+const char *const center = QT_TRANSLATE_NOOP("MainWindow", "用户中心"), *const help =
+                                                                            QT_TRANSLATE_NOOP("MainWindow", "使用帮助");
 const WebRow webRows[] = {
     {center, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")},
     {center, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")},
@@ -163,7 +164,8 @@ void MainWindow::setLanguage(const QString &word)
             return true;
         },
         [this](bool) {
-            MsgTool::ask(this, tr("语言在重新启动后生效，现在重新启动吗？"), [] { QCoreApplication::exit(RestartCode); });
+            MsgTool::ask(this, tr("语言在重新启动后生效，现在重新启动吗？"),
+                         [] { QCoreApplication::exit(RestartCode); });
         });
 }
 

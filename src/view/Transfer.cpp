@@ -127,7 +127,8 @@ void Transfer::makeBar()
         addAction(action);
     };
     key(QKeySequence(Qt::Key_F5), &Transfer::refreshUp);
-    for (const QKeySequence &keys : {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab)})
+    for (const QKeySequence &keys :
+         {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab)})
         key(keys, [this] {
             triggerAction(m_stack->currentIndex() == 0 ? m_downAct : m_upAct);
             tree()->setFocus();

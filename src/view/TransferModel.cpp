@@ -260,9 +260,9 @@ void TransferModel::setGroups(const QList<TransferGroup> &groups)
     sync.run(groups.size());
 }
 
-// The rows of a branch stand in the order of their keys, as both stores give them. A page says all about the keys that it
-// spans (a short one about everything behind it too): what it doesn't hold there is gone. Rows outside stay, so that a
-// reload of the first page neither shortens an open branch nor moves what the user looks at.
+// The rows of a branch stand in the order of their keys, as both stores give them. A page says all about the keys that
+// it spans (a short one about everything behind it too): what it doesn't hold there is gone. Rows outside stay, so that
+// a reload of the first page neither shortens an open branch nor moves what the user looks at.
 void TransferModel::setFiles(const QString &key, const QList<TransferFile> &files, bool clear)
 {
     const int at = rowOf(key);

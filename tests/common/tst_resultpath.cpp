@@ -7,8 +7,7 @@
 
 namespace
 {
-const QJsonObject order{
-    {"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
+const QJsonObject order{{"num", "N7"}, {"missionName", "shot:01/a"}, {"projectName", "Film"}, {"createTime", "2026-03-04 05:06:07"}};
 }
 
 class TestResultPath : public QObject

@@ -30,8 +30,7 @@ void TestSession::addresses_data()
     };
     row("no file", "", "127.0.0.1 http://127.0.0.1 http://127.0.0.1 http://127.0.0.1");
     row("bare host", "qnbs=farm.local\n", "farm.local http://farm.local http://farm.local http://farm.local");
-    row("port", "qnbs=http://127.0.0.1:8080/\n",
-        "127.0.0.1 http://127.0.0.1:8080 http://127.0.0.1:8080 http://127.0.0.1:8080");
+    row("port", "qnbs=http://127.0.0.1:8080/\n", "127.0.0.1 http://127.0.0.1:8080 http://127.0.0.1:8080 http://127.0.0.1:8080");
     row("secure with path", "qnbs=https://farm.local:8443/api\nlogin=login.local:81/\n",
         "farm.local https://farm.local:8443/api https://farm.local:8443/api http://login.local:81");
     row("sixth version", "qnbs=http://[::1]:90\nbs=http://b\n", "::1 http://[::1]:90 http://b http://[::1]:90");
@@ -46,8 +45,7 @@ void TestSession::addresses()
     file.close();
     UserInfo::setProgramDir(m_program.path());
     Session::clearAddresses();
-    QTEST(QStringList({Session::qnIP(), Session::qnhttp(), Session::bsAddress(), Session::address("login")}).join(' '),
-          "seen");
+    QTEST(QStringList({Session::qnIP(), Session::qnhttp(), Session::bsAddress(), Session::address("login")}).join(' '), "seen");
     UserInfo::setProgramDir({});
     Session::clearAddresses();
 }
@@ -56,8 +54,7 @@ void TestSession::servicePort()
 {
     UserInfo::init({"client"});
     QFile file(UserInfo::baseDir() + "/service");
-    for (const auto &row : {qMakePair(QByteArray("29110\r\n"), 29110), qMakePair(QByteArray("70000"), 0),
-                            qMakePair(QByteArray("x"), 0)}) {
+    for (const auto &row : {qMakePair(QByteArray("29110\r\n"), 29110), qMakePair(QByteArray("70000"), 0), qMakePair(QByteArray("x"), 0)}) {
         QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
         file.write(row.first);
         file.close();

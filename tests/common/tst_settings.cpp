@@ -64,8 +64,7 @@ void TestSettings::init()
 void TestSettings::defaultsAreWrittenOnce()
 {
     const QByteArray written = contentOf(UserInfo::allUserDir() + "/config.ini");
-    QVERIFY(written.contains("isWan=WAN") && written.contains("clientPort=46160") &&
-            written.contains("Maya2014-example"));
+    QVERIFY(written.contains("isWan=WAN") && written.contains("clientPort=46160") && written.contains("Maya2014-example"));
     UserInfo::setAllValue("Transfer", "upTh", 3);
     UserInfo::init({"client"});
     QCOMPARE(UserInfo::upTh(), 3);
@@ -106,12 +105,9 @@ void TestSettings::machineValues_data()
 {
     QTest::addColumn<QByteArray>("file");
     QTest::addColumn<QString>("seen");
-    const auto row = [](const char *name, const QByteArray &file, const QString &seen) {
-        QTest::newRow(name) << file << seen;
-    };
+    const auto row = [](const char *name, const QByteArray &file, const QString &seen) { QTest::newRow(name) << file << seen; };
     row("nothing", "", "Wan 10 10 46160 1  127.0.0.1");
-    row("lan slave", "[Transfer]\nisWan=LAN\n[Server]\nrole=slave\nmaster=http://10.0.0.5:46160\n",
-        "Lan 10 10 46160 1 slave 10.0.0.5");
+    row("lan slave", "[Transfer]\nisWan=LAN\n[Server]\nrole=slave\nmaster=http://10.0.0.5:46160\n", "Lan 10 10 46160 1 slave 10.0.0.5");
     row("bare host", "[Server]\nrole=master\nmaster=10.0.0.5\n", "Wan 10 10 46160 1 master 10.0.0.5");
     row("empty host", "[Server]\nmaster=\n", "Wan 10 10 46160 1  127.0.0.1");
     row("out of range", "[Transfer]\nupTh=0\ndownTh=-4\n[Server]\nclientPort=70000\n[Resolve]\nthread=99\n",
@@ -237,14 +233,12 @@ void TestSettings::grants_data()
     QTest::addColumn<QString>("cleared");
     QTest::newRow("empty object") << QJsonObject{} << "";
     QTest::newRow("none of it") << QJsonObject{{"result", 1}, {"grants", QJsonArray{2, 11, 15}}} << "";
-    QTest::newRow("all of it") << QJsonObject{{"result", 1},
-                                              {"grants", QJsonArray{1,  3,  4,  5,  6,  7,  8,  9,  10, 12,
-                                                                    13, 14, 16, 17, 18, 19, 20, 21, 22, 23}}}
+    QTest::newRow("all of it") << QJsonObject{{"result", 1}, {"grants", QJsonArray{1,  3,  4,  5,  6,  7,  8,  9,  10, 12,
+                                                                                   13, 14, 16, 17, 18, 19, 20, 21, 22, 23}}}
                                << "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19";
     QTest::newRow("crossed pairs") << QJsonObject{{"result", 1}, {"grants", QJsonArray{4, 22, 19}}} << "1 7 14";
     QTest::newRow("refused") << QJsonObject{{"result", 0}} << "12";
-    QTest::newRow("nonsense") << QJsonObject{{"result", 1}, {"grants", QJsonArray{-1, 0, 24, 1e12, "8", QJsonObject{}}}}
-                              << "10";
+    QTest::newRow("nonsense") << QJsonObject{{"result", 1}, {"grants", QJsonArray{-1, 0, 24, 1e12, "8", QJsonObject{}}}} << "10";
 }
 
 void TestSettings::grants()

@@ -47,9 +47,7 @@ void TestStart::runMode_data()
 {
     QTest::addColumn<QString>("words");
     QTest::addColumn<QString>("seen"); // kind, helper, instance check, skip update, silent, update word
-    const auto row = [](const char *words, const char *seen) {
-        QTest::newRow(words) << QString(words) << QString(seen);
-    };
+    const auto row = [](const char *words, const char *seen) { QTest::newRow(words) << QString(words) << QString(seen); };
     row("", "0 0 1 0 0 prod");
     row("delay", "0 0 1 0 0 prod");
     row("notupdate -silent", "0 0 1 1 1 prod");
@@ -103,8 +101,7 @@ void TestStart::updateAnswer()
     QFETCH(QString, answer);
     QTEST(RunMode::updateWanted(answer, "5.2.6.0"), "wanted");
     QCOMPARE(RunMode::updateParameter("5.2.7.0\n", false, "h", 9), QString("5.2.7.0"));
-    QCOMPARE(RunMode::updateParameter("5.2.7.0", true, "10.0.0.5", 8080),
-             QString("\"-version 5.2.7.0\" \"-proxy 10.0.0.5 8080\""));
+    QCOMPARE(RunMode::updateParameter("5.2.7.0", true, "10.0.0.5", 8080), QString("\"-version 5.2.7.0\" \"-proxy 10.0.0.5 8080\""));
 }
 
 void TestStart::copyPlan_data()
@@ -138,14 +135,12 @@ void TestStart::copyPlan()
     QFETCH(QString, source);
     QFETCH(QString, target);
     QTemporaryDir dir;
-    for (const char *file :
-         {"c4d/Cinema 4D.exe", "max/3dsmax.exe", "unity/Unity.exe", "prog/scripts/c4d/vcmain.pyp", "other/vcmain.pyp"})
+    for (const char *file : {"c4d/Cinema 4D.exe", "max/3dsmax.exe", "unity/Unity.exe", "prog/scripts/c4d/vcmain.pyp", "other/vcmain.pyp"})
         make(dir.filePath(file));
     QDir(dir.path()).mkpath("c4d/plugins");
     QVERIFY(QFile::link(dir.filePath("other"), dir.filePath("c4d/plugins/out")));
-    const QJsonObject list{
-        {"soft", soft},
-        {"copy", QJsonArray{QJsonObject{{"src", dir.filePath(source)}, {"dest", dir.filePath(target)}}}}};
+    const QJsonObject list{{"soft", soft},
+                           {"copy", QJsonArray{QJsonObject{{"src", dir.filePath(source)}, {"dest", dir.filePath(target)}}}}};
     const auto plan = HelperModes::copyPlan(QJsonDocument(list).toJson(), dir.filePath("prog"));
     QTEST(plan.copies.size() == 1, "allowed");
     QCOMPARE(plan.copies.size() + plan.refused.size(), 1);
@@ -160,10 +155,8 @@ void TestStart::copyReplacesFiles()
     make(target, "old");
     const QString foreign = dir.filePath("foreign");
     make(foreign, "stays");
-    const QJsonArray copies{QJsonObject{{"src", source}, {"dest", target}},
-                            QJsonObject{{"src", source}, {"dest", foreign}}, 7};
-    make(dir.filePath("prog/c4dcopy"),
-         QJsonDocument(QJsonObject{{"soft", "c4d"}, {"copy", copies}, {"copy2", QJsonArray{"a"}}}).toJson());
+    const QJsonArray copies{QJsonObject{{"src", source}, {"dest", target}}, QJsonObject{{"src", source}, {"dest", foreign}}, 7};
+    make(dir.filePath("prog/c4dcopy"), QJsonDocument(QJsonObject{{"soft", "c4d"}, {"copy", copies}, {"copy2", QJsonArray{"a"}}}).toJson());
     QCOMPARE(HelperModes::copyFiles("c4dcopy", dir.filePath("prog")), 1);
     QCOMPARE(contentOf(target), QByteArray("new"));
     QCOMPARE(contentOf(foreign), QByteArray("stays"));
@@ -182,8 +175,7 @@ void TestStart::unityTreesAreCleared()
     make(dir.filePath("unity/Unity.exe"));
     make(dir.filePath("unity/Data/Vandrel/old.cs"));
     make(dir.filePath("mine/Vandrel/own.cs"));
-    const QJsonArray trees{QJsonObject{{"dest", dir.filePath("unity/Data/Vandrel")}},
-                           QJsonObject{{"dest", dir.filePath("unity/Data")}},
+    const QJsonArray trees{QJsonObject{{"dest", dir.filePath("unity/Data/Vandrel")}}, QJsonObject{{"dest", dir.filePath("unity/Data")}},
                            QJsonObject{{"dest", dir.filePath("mine/Vandrel")}}};
     make(dir.filePath("prog/unitycopy"), QJsonDocument(QJsonObject{{"soft", "unity"}, {"del", trees}}).toJson());
     QCOMPARE(HelperModes::copyFiles("unitycopy", dir.filePath("prog")), 0);
@@ -238,13 +230,12 @@ void TestStart::netshListGoesWithDelete()
 void TestStart::oldVersionsGo()
 {
     QTemporaryDir dir;
-    for (const char *file : {"5.2.6.0/client", "5.2.5.9/client", "10.0.0.1/x/y", "my.own.work.folder/file",
-                             "5.2.5/file", "VD-5.2.6.exe", "vd.txt", "elsewhere/file"})
+    for (const char *file : {"5.2.6.0/client", "5.2.5.9/client", "10.0.0.1/x/y", "my.own.work.folder/file", "5.2.5/file", "VD-5.2.6.exe",
+                             "vd.txt", "elsewhere/file"})
         make(dir.filePath(file));
     QVERIFY(QFile::link(dir.filePath("elsewhere"), dir.filePath("1.2.3.4")));
     QVERIFY(QFile::link(dir.filePath("5.2.6.0"), dir.filePath("9.9.9.9")));
-    QCOMPARE(Housekeeping::removeOldVersions(dir.filePath("9.9.9.9")),
-             QStringList({"10.0.0.1", "5.2.5.9", "VD-5.2.6.exe"}));
+    QCOMPARE(Housekeeping::removeOldVersions(dir.filePath("9.9.9.9")), QStringList({"10.0.0.1", "5.2.5.9", "VD-5.2.6.exe"}));
     QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name),
              QStringList({"1.2.3.4", "5.2.5", "5.2.6.0", "9.9.9.9", "elsewhere", "my.own.work.folder", "vd.txt"}));
     QVERIFY(QFileInfo::exists(dir.filePath("elsewhere/file")));

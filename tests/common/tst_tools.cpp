@@ -86,8 +86,7 @@ void TestTools::logFileFollowsTheDay()
 {
     UserInfo::init({"client"});
     const QDateTime late(QDate(2031, 1, 31), QTime(23, 59, 59, 999));
-    LogSink::setView(
-        [](const QString &line) { LogSink::write(QtDebugMsg, "of the view:" + line, QDateTime::currentDateTime()); });
+    LogSink::setView([](const QString &line) { LogSink::write(QtDebugMsg, "of the view:" + line, QDateTime::currentDateTime()); });
     LogSink::write(QtWarningMsg, "old day", late);
     LogSink::write(QtDebugMsg, "new day", late.addMSecs(1));
     LogSink::uninstall();
@@ -121,8 +120,7 @@ void TestTools::linesOfManyThreadsStayWhole()
     for (std::thread &writer : writers)
         writer.join();
     LogSink::uninstall();
-    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"),
-             ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"), ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
 }
 
 void TestTools::poolReusesThreads()
@@ -226,9 +224,8 @@ void TestTools::sceneNames_data()
 {
     QTest::addColumn<QString>("path");
     QTest::addColumn<int>("type");
-    const QList<QPair<QString, int>> rows{{"a.ma", 1},  {"A.MB", 1},  {"x.max", 3},     {"x.HIPNC", 4},
-                                          {"x.c4d", 5}, {"x.skp", 6}, {"x.project", 7}, {"渲.tgd", 8},
-                                          {"x.tgc", 0}, {"ma", 0},    {"", 0}};
+    const QList<QPair<QString, int>> rows{{"a.ma", 1},      {"A.MB", 1},   {"x.max", 3}, {"x.HIPNC", 4}, {"x.c4d", 5}, {"x.skp", 6},
+                                          {"x.project", 7}, {"渲.tgd", 8}, {"x.tgc", 0}, {"ma", 0},      {"", 0}};
     for (const auto &row : rows)
         QTest::newRow(qPrintable(row.first)) << row.first << row.second;
 }
@@ -244,8 +241,7 @@ void TestTools::linksAreFollowed()
 {
     QTemporaryDir dir;
     VFunc::writeWhole(dir.filePath("scene.tgd"), "x");
-    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) &&
-            QFile::link(dir.filePath("one"), dir.filePath("two")));
+    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) && QFile::link(dir.filePath("one"), dir.filePath("two")));
     QVERIFY(QFile::link(dir.filePath("b"), dir.filePath("a")) && QFile::link(dir.filePath("a"), dir.filePath("b")));
     QCOMPARE(VFunc::followLinks(dir.filePath("two")), dir.filePath("scene.tgd"));
     QCOMPARE(VFunc::followLinks(dir.filePath("a")), dir.filePath("a"));
@@ -256,8 +252,7 @@ void TestTools::reportHasItsKeys()
 {
     VFunc::setScreenSize(1920, 1080);
     const QJsonObject report = VFunc::machineReport();
-    QCOMPARE(report.keys().join(' '),
-             QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
+    QCOMPARE(report.keys().join(' '), QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
     QCOMPARE(report["screenW"].toInt(), 1920);
     QVERIFY(report["memory"].toString().startsWith('['));
 }

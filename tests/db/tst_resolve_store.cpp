@@ -148,11 +148,11 @@ private slots:
     void oldFiles_data()
     {
         QTest::addColumn<QStringList>("statements");
-        QTest::newRow("without the later columns") << QStringList{
-            "create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime "
-            "INTEGER,"
-            "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
-            "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
+        QTest::newRow("without the later columns")
+            << QStringList{"create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime "
+                           "INTEGER,"
+                           "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
+                           "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
         QTest::newRow("with NULLs and a column of its own")
             << QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath "
                            "varchar,state int,error int,"
@@ -171,8 +171,7 @@ private slots:
             QCOMPARE(res.rkey, 7ll);
             QCOMPARE(res.state, 100);
             QCOMPARE(res.error, 3); // recovery leaves it
-            QVERIFY(dao().fileDone(7, 10) && dao().addSize(7, 20) && dao().setFileType(7, 2) &&
-                    dao().setFileType(7, 5));
+            QVERIFY(dao().fileDone(7, 10) && dao().addSize(7, 20) && dao().setFileType(7, 2) && dao().setFileType(7, 5));
             QCOMPARE(dao().read(7).filetype, 2);
             QCOMPARE(dao().read(7).fok, start + 1);
             QCOMPARE(dao().read(7).fup, 10ll * (start + 1));
@@ -220,8 +219,8 @@ private slots:
     }
     void pages()
     {
-        put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"),
-             scene(4, 110, "/o'neil.tgd"), scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
+        put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"), scene(4, 110, "/o'neil.tgd"),
+             scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
         QFETCH(QString, search);
         QFETCH(int, page);
         QSignalSpy told(&dao(), &ResolveDAO::allFile);

@@ -109,12 +109,11 @@ private slots:
         up().releaseUp();
         const QString path = m_dir->filePath("qnfileUpload.db");
         QFile::remove(path);
-        QVERIFY(RawFile(path).run(
-            {"create table up(id int,ordernum varchar,missid int,farmid int,lpath varchar,hash varchar,"
-             "modtime INTEGER,size INTEGER,pri INTEGER,state int,primary key(ordernum,missid,lpath))",
-             "insert into up values(1,'o1',5,1,'/a','',0,0,77,11)",
-             "insert into up values(2,'o1',5,1,'/b','',0,0,77,30)",
-             "insert into up values(3,'o1',5,1,'/c','',0,0,null,null)"}));
+        QVERIFY(
+            RawFile(path).run({"create table up(id int,ordernum varchar,missid int,farmid int,lpath varchar,hash varchar,"
+                               "modtime INTEGER,size INTEGER,pri INTEGER,state int,primary key(ordernum,missid,lpath))",
+                               "insert into up values(1,'o1',5,1,'/a','',0,0,77,11)", "insert into up values(2,'o1',5,1,'/b','',0,0,77,30)",
+                               "insert into up values(3,'o1',5,1,'/c','',0,0,null,null)"}));
         QVERIFY(up().open(m_dir->path()));
         QCOMPARE(up().nextWaiting("o1", {}, 9).size(), 2);
         QVERIFY(up().remove(77)); // one handle, one row
@@ -183,9 +182,8 @@ private slots:
         QTest::addColumn<int>("missions");
         const QString miss = "create table miss(ordernum varchar,missid int,missname varchar,lpath varchar,ok int,sum "
                              "int,pri INTEGER,state int)";
-        const QString down =
-            "create table down(id int,ordernum varchar,missid int,farmid int,lpath varchar,hash varchar,size INTEGER,"
-            "pri INTEGER,state int,error int)";
+        const QString down = "create table down(id int,ordernum varchar,missid int,farmid int,lpath varchar,hash varchar,size INTEGER,"
+                             "pri INTEGER,state int,error int)";
         const QStringList plain{miss,
                                 down,
                                 "insert into miss values('o1',5,'n','/t',1,3,11,1)",
@@ -203,15 +201,13 @@ private slots:
                                    "state int,error int,primary key(pri))",
                                    "insert into down_11 select * from down where ordernum = 'o1'"}
             << "1:0:0 2:1:2" << 2;
-        QTest::newRow("handles that collide")
-            << plain + QStringList{"update down set pri = 110000"} << "1:0:0 2:1:2" << 2;
+        QTest::newRow("handles that collide") << plain + QStringList{"update down set pri = 110000"} << "1:0:0 2:1:2" << 2;
         QTest::newRow("missions that collide") << QStringList{miss, "insert into miss values('o1',5,'n','/t',1,3,11,1)",
                                                               "insert into miss values('o2',5,'n','/t',1,3,11,1)"}
                                                << "" << 2;
         QTest::newRow("fewer columns") << QStringList{"create table miss(ordernum varchar,missid int,pri INTEGER)",
                                                       "create table down(id int,ordernum varchar,pri INTEGER)",
-                                                      "insert into miss values('o1',5,11)",
-                                                      "insert into down values(1,'o1',110000)"}
+                                                      "insert into miss values('o1',5,11)", "insert into down values(1,'o1',110000)"}
                                        << "1:0:0" << 1;
     }
     void migration()
@@ -225,8 +221,7 @@ private slots:
             QVERIFY(down().open(m_dir->path()));
             QTEST(ids(11), "first");
             QTEST(RawFile(path).text("select count(*) from miss2").toInt(), "missions");
-            QCOMPARE(RawFile(path).text("select count(*) from sqlite_master where name in ('miss','down')"),
-                     QString("0"));
+            QCOMPARE(RawFile(path).text("select count(*) from sqlite_master where name in ('miss','down')"), QString("0"));
         }
     }
 
@@ -236,10 +231,9 @@ private slots:
         const QString path = m_dir->filePath("qnfileDown.db");
         QFile::remove(path);
         QVERIFY(RawFile(path).run({"create table miss(ordernum varchar,missid int,pri INTEGER)",
-                                   "create table down(id int,ordernum varchar,pri INTEGER)",
-                                   "insert into miss values('o1',5,11)", "insert into miss values('o2',5,12)",
-                                   "insert into down values(1,'o1',1)", "insert into down values(2,'o2',2)",
-                                   "create view down_12 as select 1 as pri"}));
+                                   "create table down(id int,ordernum varchar,pri INTEGER)", "insert into miss values('o1',5,11)",
+                                   "insert into miss values('o2',5,12)", "insert into down values(1,'o1',1)",
+                                   "insert into down values(2,'o2',2)", "create view down_12 as select 1 as pri"}));
         const QString state = "select (select count(*) from miss), (select count(*) from down), (select count(*) from "
                               "sqlite_master where name = 'down_11')";
         QVERIFY(down().open(m_dir->path()));
@@ -388,8 +382,7 @@ private slots:
         QCOMPARE(fill(1000, 100000), 99700);
         QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
         const qint64 many = work();
-        qDebug() << "insert ms" << timer.elapsed() << "us a file, 1,000 rows:" << few / 300
-                 << "100,000 rows:" << many / 300;
+        qDebug() << "insert ms" << timer.elapsed() << "us a file, 1,000 rows:" << few / 300 << "100,000 rows:" << many / 300;
         QVERIFY(many < 4 * few);
         timer.restart();
         QVERIFY(up().open(m_dir->path()));

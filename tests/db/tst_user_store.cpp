@@ -11,8 +11,7 @@ private slots:
         UserInfo::init();
         UserDAO &dao = *UserDAO::instance();
         QCOMPARE(dao.info("Vandrel"), QString());
-        QVERIFY(dao.saveInfo("Vandrel", "{\"a\":1}") && dao.saveInfo("Other", "x'y") &&
-                dao.saveInfo("Vandrel", "{\"a\":2}"));
+        QVERIFY(dao.saveInfo("Vandrel", "{\"a\":1}") && dao.saveInfo("Other", "x'y") && dao.saveInfo("Vandrel", "{\"a\":2}"));
         dao.close();
         QCOMPARE(dao.info("Vandrel"), QString("{\"a\":2}"));
         QCOMPARE(dao.info("Other"), QString("x'y"));

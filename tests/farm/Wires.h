@@ -69,8 +69,7 @@ public:
         h = qint32(quint32(h) + quint32(h) * 8u);
         h ^= h >> 8;
         h = qint32(quint32(h) + quint32(h) * 2u);
-        return be32(0x11121314) + be32(body.size() + 20) + be32(seq) + be32(0) + be32(h) + be32(module) + be32(cmd) +
-               body;
+        return be32(0x11121314) + be32(body.size() + 20) + be32(seq) + be32(0) + be32(h) + be32(module) + be32(cmd) + body;
     }
     void raw(const QByteArray &bytes) { m_socket.write(bytes), m_socket.flush(); }
     int post(int cmd, const QByteArray &body)
@@ -181,8 +180,7 @@ public:
         farm.stop();
         start();
     }
-    HttpReply get(const QByteArray &target, const QByteArray &headers = {}, const QByteArray &method = "GET",
-                  const QByteArray &body = {})
+    HttpReply get(const QByteArray &target, const QByteArray &headers = {}, const QByteArray &method = "GET", const QByteArray &body = {})
     {
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(ports.http));
@@ -196,9 +194,8 @@ public:
     {
         wire = std::make_unique<BusinessWire>(ports);
         session = wire->ask(10308, {{"thirdParty", 0}}).object().value("token").toString();
-        const QJsonObject answer = get("/xclient/login", {}, "POST",
-                                       json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}))
-                                       .object();
+        const QJsonObject answer =
+            get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}})).object();
         auth = answer.value("token").toString();
         const Reply confirmed = wire->ask(10309, {});
         wire->ask(10306, {}); // ready for pushes
@@ -209,18 +206,14 @@ public:
     }
     QByteArray headers() const
     {
-        return "token: " + auth.toUtf8() + "\r\nlang: 0\r\nX-BRONTEL-ACCESS-TOKEN: " + access.toUtf8() +
-               "\r\nX-BRONTEL-ROLE: user\r\n";
+        return "token: " + auth.toUtf8() + "\r\nlang: 0\r\nX-BRONTEL-ACCESS-TOKEN: " + access.toUtf8() + "\r\nX-BRONTEL-ROLE: user\r\n";
     }
     // A task with these files, ordered; its id.
     int order(const QStringList &paths, const QJsonObject &parameters, qint64 flag = 1000, const QJsonObject &more = {})
     {
-        const QJsonObject number = wire->ask(10421, {{"name", "island.tgd"},
-                                                     {"clientFlag", flag},
-                                                     {"projectId", 1},
-                                                     {"softwareType", 8},
-                                                     {"machineModel", "m"}})
-                                       .object();
+        const QJsonObject number =
+            wire->ask(10421, {{"name", "island.tgd"}, {"clientFlag", flag}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}})
+                .object();
         QJsonArray files;
         for (int i = 0; i < paths.size(); ++i)
             files.append(QJsonObject{{"id", 500 + i}, {"path", paths.at(i)}});
@@ -232,19 +225,16 @@ public:
         lastOrder = body;
         return wire->ask(10400, body).val == 1040000 ? number.value("id").toInt() : 0;
     }
-    static QJsonObject camera(const QString &frames, int width = 64, int height = 36,
-                              const QString &name = QStringLiteral("Cam"))
+    static QJsonObject camera(const QString &frames, int width = 64, int height = 36, const QString &name = QStringLiteral("Cam"))
     {
         return {{"cameras",
-                 QJsonArray{QJsonObject{
-                     {"name", name}, {"width", width}, {"height", height}, {"frames", frames}, {"selected", 1}}}}};
+                 QJsonArray{QJsonObject{{"name", name}, {"width", width}, {"height", height}, {"frames", frames}, {"selected", 1}}}}};
     }
     HttpReply instant(int task, const QString &key, qint64 size, qint64 mtime = 5)
     {
         const QByteArray name = QUrl::toPercentEncoding(key);
-        return get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name +
-                       "&size=" + QByteArray::number(size) + "&lastModified=" + QByteArray::number(mtime) +
-                       "&taskId=" + QByteArray::number(task) + "&upwork=abc",
+        return get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name + "&size=" + QByteArray::number(size) +
+                       "&lastModified=" + QByteArray::number(mtime) + "&taskId=" + QByteArray::number(task) + "&upwork=abc",
                    headers());
     }
     QTemporaryDir folder;
@@ -273,8 +263,7 @@ public:
     }
     void send(int phase, int command, qint64 offset, const QByteArray &body)
     {
-        socket.write(be32(0x11121314) + be32(phase) + be64(offset) + be32(command) + m_token + be32(body.size()) +
-                     body);
+        socket.write(be32(0x11121314) + be32(phase) + be64(offset) + be32(command) + m_token + be32(body.size()) + body);
         socket.flush();
     }
     FileReply reply(int ms = 8000)
@@ -308,8 +297,7 @@ public:
     int upload(int task, const QString &key, const QByteArray &bytes, int piece = 20000, qint64 plainSize = -1)
     {
         for (;;) {
-            const FileReply asked =
-                ask(task, key, plainSize < 0 ? bytes.size() : plainSize, plainSize < 0 ? 0 : bytes.size());
+            const FileReply asked = ask(task, key, plainSize < 0 ? bytes.size() : plainSize, plainSize < 0 ? 0 : bytes.size());
             if (asked.code == 7000001) {
                 send(2, 70004, -1, json({{"lastModified", 5}}));
                 return reply().code;

@@ -20,13 +20,11 @@ QByteArray zipOf(const QByteArray &bytes, bool packed, int broken)
     QByteArray data = packed ? qCompress(bytes).mid(6) : bytes; // without Qt's length and zlib's head
     if (packed)
         data.chop(4);
-    const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef *>(bytes.constData()), uInt(bytes.size()))) +
-                        (broken == 1 ? 1 : 0);
-    const QByteArray facts = le(packed ? 8 : 0, 2) + le(0, 4) + le(crc, 4) + le(quint32(data.size()), 4) +
-                             le(quint32(bytes.size()), 4) + le(1, 2) + le(0, 2);
+    const quint32 crc = quint32(crc32(0, reinterpret_cast<const Bytef *>(bytes.constData()), uInt(bytes.size()))) + (broken == 1 ? 1 : 0);
+    const QByteArray facts =
+        le(packed ? 8 : 0, 2) + le(0, 4) + le(crc, 4) + le(quint32(data.size()), 4) + le(quint32(bytes.size()), 4) + le(1, 2) + le(0, 2);
     const QByteArray local = le(0x04034b50, 4) + le(20, 2) + le(0, 2) + facts + "a";
-    const QByteArray record =
-        le(0x02014b50, 4) + le(20, 2) + le(20, 2) + le(0, 2) + facts + le(0, 6) + le(0, 4) + le(0, 4) + "a";
+    const QByteArray record = le(0x02014b50, 4) + le(20, 2) + le(20, 2) + le(0, 2) + facts + le(0, 6) + le(0, 4) + le(0, 4) + "a";
     const int count = broken == 3 ? 2 : 1;
     const QByteArray central = record.repeated(count);
     if (broken == 2)
@@ -188,8 +186,7 @@ private slots:
         const int task = bench.order({key}, Bench::camera("1"));
         QVERIFY(bench.farm.faults().set(fault));
         QTEST(FileWire(bench).upload(task, key, bytes), "first");
-        QTRY_VERIFY(!fault.startsWith("stage") ||
-                    bench.instant(task, key, bytes.size()).object().value("code").toInt() == 101401);
+        QTRY_VERIFY(!fault.startsWith("stage") || bench.instant(task, key, bytes.size()).object().value("code").toInt() == 101401);
         QTEST(FileWire(bench).upload(task, key, bytes), "second");
         QCOMPARE(bench.farm.storedFiles().value(key), md5(bytes));
         QCOMPARE(bench.farm.taskFiles(task, false), QStringList());
@@ -264,8 +261,7 @@ private slots:
         QTest::newRow("endless head") << "GET /" + QByteArray(70000, 'a') << 413;
         QTest::newRow("unknown") << QByteArray("GET /nothing HTTP/1.1\r\n\r\n") << 404;
         QTest::newRow("no token") << QByteArray("GET /bs/farm/1 HTTP/1.1\r\n\r\n") << 401;
-        QTest::newRow("another site") << QByteArray("GET /farm/state HTTP/1.1\r\nOrigin: http://elsewhere\r\n\r\n")
-                                      << 403;
+        QTest::newRow("another site") << QByteArray("GET /farm/state HTTP/1.1\r\nOrigin: http://elsewhere\r\n\r\n") << 403;
         QTest::newRow("version") << QByteArray("GET /getUpdateVersion.htm HTTP/1.1\r\n\r\n") << 200;
     }
     void web()

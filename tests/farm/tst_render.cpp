@@ -56,23 +56,20 @@ private slots:
             << 8 << QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
             {"name":"A","width":8,"height":4,"frames":"1"}]}})")
             << QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"};
-        QTest::newRow("3ds Max, scaled")
-            << 3
-            << QByteArray(R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
-            << QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"};
+        QTest::newRow("3ds Max, scaled") << 3
+                                         << QByteArray(
+                                                R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
+                                         << QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"};
         QTest::newRow("3ds Max, enabled")
-            << 3
-            << QByteArray(
-                   R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
+            << 3 << QByteArray(R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
             << QStringList{"C2/s.0007.png 8x4"};
         QTest::newRow("Maya")
             << 1
             << QByteArray(
                    R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})")
             << QStringList{"*L_persp/s.0001.png 8x4"};
-        QTest::newRow("Houdini")
-            << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
-            << QStringList{"_out_m/s.0003.png 8x4"};
+        QTest::newRow("Houdini") << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
+                                 << QStringList{"_out_m/s.0003.png 8x4"};
         QTest::newRow("Clarisse")
             << 7
             << QByteArray(
@@ -200,12 +197,7 @@ private slots:
         QTRY_COMPARE(bench.farm.order(task).status, 2);
         QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
         QTRY_COMPARE(bench.farm.order(task).framesDone, 3);
-        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}})
-                     .object()
-                     .value("results")
-                     .toArray()
-                     .size(),
-                 3);
+        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}}).object().value("results").toArray().size(), 3);
     }
 
     void command()

@@ -6,8 +6,7 @@
 class TestRoad : public QObject
 {
     Q_OBJECT
-    const QString scene = QStringLiteral("/home/u/场景 100%/island.tgd"),
-                  key = QStringLiteral("home/u/场景 100%/island.tgd");
+    const QString scene = QStringLiteral("/home/u/场景 100%/island.tgd"), key = QStringLiteral("home/u/场景 100%/island.tgd");
 
     // A download by hand; the head's code where it isn't the good one.
     QByteArray fetch(const Bench &bench, const QString &path, qint64 from, qint64 size, int *code)
@@ -16,8 +15,7 @@ class TestRoad : public QObject
         file.send(0, 70100, -1, json({{"startPoint", from}, {"path", path}}));
         *code = file.reply().code;
         QByteArray bytes;
-        while (*code == 7010003 && bytes.size() < size &&
-               (file.socket.bytesAvailable() || file.socket.waitForReadyRead(3000)))
+        while (*code == 7010003 && bytes.size() < size && (file.socket.bytesAvailable() || file.socket.waitForReadyRead(3000)))
             bytes += file.socket.readAll();
         return bytes;
     }
@@ -58,8 +56,7 @@ private slots:
             const QByteArray whole = fetch(bench, told.value("downloadPath").toString(), 0, size, &code);
             QCOMPARE(md5(whole), told.value("hash").toString());
             QCOMPARE(QSize(at32(whole, 16), at32(whole, 20)), QSize(64, 36)); // head of a PNG
-            QCOMPARE(fetch(bench, told.value("downloadPath").toString(), size / 2, size - size / 2, &code),
-                     whole.mid(int(size / 2)));
+            QCOMPARE(fetch(bench, told.value("downloadPath").toString(), size / 2, size - size / 2, &code), whole.mid(int(size / 2)));
             QCOMPARE(bench.wire->ask(10802, {{"fileId", one.toObject().value("id")}}).val, 1080200);
             different.insert(whole);
         }
@@ -75,8 +72,7 @@ private slots:
     {
         Bench bench;
         bench.login();
-        const QJsonObject ask{
-            {"name", "island.tgd"}, {"clientFlag", 7}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}};
+        const QJsonObject ask{{"name", "island.tgd"}, {"clientFlag", 7}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}};
         const QJsonObject first = bench.wire->ask(10421, ask).object();
         QCOMPARE(bench.wire->ask(10421, ask).object(), first);
         const int task = bench.order({scene}, Bench::camera("1-2"), 7);
@@ -161,8 +157,7 @@ private slots:
         Bench bench; // for its folder and what it knows of the wires; its own farm rests
         bench.farm.stop();
         const auto run = [&](QProcess *process) {
-            process->start(program,
-                           {"--dir", bench.options.dir, "--business-port", "0", "--http-port", "0", "--print-ports"});
+            process->start(program, {"--dir", bench.options.dir, "--business-port", "0", "--http-port", "0", "--print-ports"});
             QVERIFY(process->waitForStarted() && process->waitForReadyRead(20000));
             const QJsonObject line = QJsonDocument::fromJson(process->readLine()).object();
             bench.ports = {line.value("business").toInt(), line.value("http").toInt(), line.value("file").toInt()};
@@ -215,8 +210,8 @@ private slots:
         QTRY_COMPARE(bench.farm.order(task).status, 2);
         const FarmResult row = bench.farm.results(task).first();
         int code = 0;
-        fetch(bench, path.isEmpty() ? QStringLiteral("results/%1/%2").arg(task).arg(row.path) : path,
-              path.isEmpty() ? row.size + from : 0, 0, &code);
+        fetch(bench, path.isEmpty() ? QStringLiteral("results/%1/%2").arg(task).arg(row.path) : path, path.isEmpty() ? row.size + from : 0,
+              0, &code);
         QTEST(code, "code");
     }
 };

@@ -8,18 +8,14 @@ class TestState : public QObject
     Q_OBJECT
     const QString key = QStringLiteral("d/a.tif");
 
-    static QStringList parts(const Bench &bench)
-    {
-        return QDir(bench.options.dir + "/incoming").entryList(QDir::Files);
-    }
+    static QStringList parts(const Bench &bench) { return QDir(bench.options.dir + "/incoming").entryList(QDir::Files); }
     // Like Bench::instant, with the content's hash told.
     static int instantByHash(Bench &bench, int task, const QString &key, qint64 size, const QByteArray &etag)
     {
         const QByteArray name = QUrl::toPercentEncoding(key);
         return bench
-            .get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name +
-                     "&size=" + QByteArray::number(size) + "&lastModified=9&taskId=" + QByteArray::number(task) +
-                     "&ETag=" + etag + "&upwork=abc",
+            .get("/skydrive/sourceFiles?fileType=1&key=" + name + "&diskKey=" + name + "&size=" + QByteArray::number(size) +
+                     "&lastModified=9&taskId=" + QByteArray::number(task) + "&ETag=" + etag + "&upwork=abc",
                  bench.headers())
             .object()
             .value("code")
@@ -111,17 +107,13 @@ private slots:
         const int project = ask(10500, {{"name", "Film"}}).object().value("id").toInt();
         QCOMPARE(ask(10500, {{"name", "Film"}}).val, 1050002);
         QCOMPARE(ask(10501, {{"projectId", 1}}).val, 1050104); // the default one stays
-        const int combo = ask(10504, {{"projectId", project},
-                                      {"software_type", 8},
-                                      {"software", "Terragen 4.7"},
-                                      {"startGpu", 1},
-                                      {"outputPath", "/out"}})
-                              .object()
-                              .value("id")
-                              .toInt();
-        QCOMPARE(
-            ask(10508, {{"projectId", project}, {"software_type", 8}, {"id", combo}, {"software", "Terragen 4.8"}}).val,
-            1050800);
+        const int combo =
+            ask(10504,
+                {{"projectId", project}, {"software_type", 8}, {"software", "Terragen 4.7"}, {"startGpu", 1}, {"outputPath", "/out"}})
+                .object()
+                .value("id")
+                .toInt();
+        QCOMPARE(ask(10508, {{"projectId", project}, {"software_type", 8}, {"id", combo}, {"software", "Terragen 4.8"}}).val, 1050800);
         QCOMPARE(ask(10303, {{"parseTime", 30}, {"autoPushResult", 0}}).val, 1030300);
         bench.farm.addNotice(QStringLiteral("hello"));
         bench.farm.setBalance(0);
@@ -132,16 +124,11 @@ private slots:
         QCOMPARE(ask(10502, {}).object().value("projects").toArray().size(), 2);
         const QJsonObject config = ask(10506, {{"projectId", project}, {"software_type", 8}}).object();
         QCOMPARE(config.value("extraConfig").toObject().value("outputPath").toString(), QStringLiteral("/out"));
-        QCOMPARE(config.value("combos").toArray().last().toObject().value("software").toString(),
-                 QStringLiteral("Terragen 4.8"));
+        QCOMPARE(config.value("combos").toArray().last().toObject().value("software").toString(), QStringLiteral("Terragen 4.8"));
         QCOMPARE(ask(10505, {{"projectId", project}, {"software_type", 8}, {"id", combo}}).val, 1050500);
         const QJsonObject notice = ask(10311, {{"page", 0}}).object().value("pageList").toArray().first().toObject();
         QCOMPARE(notice.value("content").toString(), QStringLiteral("hello"));
-        QCOMPARE(ask(10313, {{"ids", QString::number(notice.value("id").toInt())}, {"status", 2}})
-                     .object()
-                     .value("status")
-                     .toInt(),
-                 1);
+        QCOMPARE(ask(10313, {{"ids", QString::number(notice.value("id").toInt())}, {"status", 2}}).object().value("status").toInt(), 1);
         QVERIFY(ask(10311, {{"page", 0}}).object().value("pageList").toArray().first().toObject() != notice);
         // In arrears nothing is ordered; with money again it goes on.
         QCOMPARE(ask(10302, {}).object().value("balance").toDouble(), 0.0);
@@ -156,13 +143,9 @@ private slots:
     {
         Bench bench;
         bench.login();
-        const QJsonObject number = bench.wire
-                                       ->ask(10421, {{"name", "x.tgd"},
-                                                     {"clientFlag", 3},
-                                                     {"projectId", 1},
-                                                     {"softwareType", 8},
-                                                     {"machineModel", "m"}})
-                                       .object();
+        const QJsonObject number =
+            bench.wire->ask(10421, {{"name", "x.tgd"}, {"clientFlag", 3}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}})
+                .object();
         QCOMPARE(bench.wire->ask(10422, {{"missionId", number.value("id")}, {"type", 6}}).val, 1042200);
         QCOMPARE(bench.farm.order(number.value("id").toInt()).analysisType, 6);
         QCOMPARE(bench.wire->ask(10417, {{"missionId", number.value("id")}}).val, 1041700);
@@ -181,14 +164,12 @@ private slots:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<QString>("told");
         QTest::newRow("good") << 10409 << QByteArray(R"({"missionId":1})") << "";
-        QTest::newRow("text for a number")
-            << 10409 << QByteArray(R"({"missionId":"1"})") << "body of command 10409: missionId";
+        QTest::newRow("text for a number") << 10409 << QByteArray(R"({"missionId":"1"})") << "body of command 10409: missionId";
         QTest::newRow("missing") << 10421 << QByteArray(R"({"name":"a","clientFlag":1,"projectId":1})")
                                  << "body of command 10421: softwareType,machineModel";
         QTest::newRow("times") << 10422 << QByteArray(R"({"missionId":1,"type":4,"analysisStartTime":"x"})")
                                << "body of command 10422: analysisEndTime";
-        QTest::newRow("object for an array")
-            << 10432 << QByteArray(R"({"a":1})") << "body of command 10432: not an array";
+        QTest::newRow("object for an array") << 10432 << QByteArray(R"({"a":1})") << "body of command 10432: not an array";
         QTest::newRow("not JSON") << 10409 << QByteArray("{\"missionId\":") << "body of command 10409 isn't JSON";
         QTest::newRow("empty") << 10409 << QByteArray() << "body of command 10409 isn't JSON";
     }

@@ -47,9 +47,16 @@ private slots:
         tcp->setLogin(login);
         int val = -1;
         QJsonDocument doc;
-        tcp->nvds(cmd / 100, cmd, QJsonObject{{"a", 1}}, [&](int v, QJsonDocument d) { val = v; doc = d; }, this);
+        tcp->nvds(
+            cmd / 100, cmd, QJsonObject{{"a", 1}},
+            [&](int v, QJsonDocument d) {
+                val = v;
+                doc = d;
+            },
+            this);
         bool heart = false;
-        tcp->nvds(100, 10000, QJsonObject(), [&heart](int, QJsonDocument) { heart = true; }, this);
+        tcp->nvds(
+            100, 10000, QJsonObject(), [&heart](int, QJsonDocument) { heart = true; }, this);
         QTRY_VERIFY(heart); // requests go out in order, so the one before has had its turn
         QCOMPARE(val, sent ? cmd * 100 : -1);
         QCOMPARE(server->count(cmd) - (cmd == 10000 ? 1 : 0), sent ? 1 : 0);
@@ -64,7 +71,8 @@ private slots:
     {
         server->answer(10308, [](const Request &) { return Reply{5, {}, false, "no json {"}; });
         bool called = false;
-        tcp->nvds(103, 10308, QJsonObject(), [&](int val, QJsonDocument doc) { called = val == 5 && doc.isNull(); }, this);
+        tcp->nvds(
+            103, 10308, QJsonObject(), [&](int val, QJsonDocument doc) { called = val == 5 && doc.isNull(); }, this);
         QTRY_VERIFY(called);
     }
 
@@ -76,11 +84,13 @@ private slots:
             delete guard;
             return Reply{1, {}};
         });
-        tcp->nvds(103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, guard);
+        tcp->nvds(
+            103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, guard);
         QTRY_COMPARE(server->count(10308), 1);
         tcp->nvds(103, 10309, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }); // no guard at all
         bool done = false;
-        tcp->nvds(100, 10000, QJsonObject(), [&done](int, QJsonDocument) { done = true; }, this);
+        tcp->nvds(
+            100, 10000, QJsonObject(), [&done](int, QJsonDocument) { done = true; }, this);
         QTRY_VERIFY(done);
         QCOMPARE(calls, 0);
         QCOMPARE(tcp->pending(), 0);
@@ -95,15 +105,16 @@ private slots:
         QAtomicInt right(0);
         QMetaObject::invokeMethod(worker, [&] {
             for (int i = 0; i < 50; ++i)
-                tcp->nvds(103, 10308, QJsonObject(), [&](int, QJsonDocument) {
-                    right.fetchAndAddOrdered(QThread::currentThread() == &thread);
-                }, worker);
+                tcp->nvds(
+                    103, 10308, QJsonObject(), [&](int, QJsonDocument) { right.fetchAndAddOrdered(QThread::currentThread() == &thread); },
+                    worker);
         });
         QTRY_COMPARE(right.loadAcquire(), 50);
         // A thread that is gone by the time of the answer.
         server->answerOthers({});
         QMetaObject::invokeMethod(worker, [&] {
-            tcp->nvds(103, 10309, QJsonObject(), [&](int, QJsonDocument) { right.storeRelease(-1); }, worker);
+            tcp->nvds(
+                103, 10309, QJsonObject(), [&](int, QJsonDocument) { right.storeRelease(-1); }, worker);
         });
         QTRY_COMPARE(server->count(10309), 1);
         worker->deleteLater();
@@ -136,7 +147,8 @@ private slots:
     {
         server->answerOthers({});
         int calls = 0;
-        tcp->nvds(103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, this);
+        tcp->nvds(
+            103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, this);
         QTRY_COMPARE(server->count(10308), 1);
         QCOMPARE(tcp->pending(), 1);
         const auto once = connect(tcp, &NetTcp::kicked, this, [this] { tcp->resetLink(); });

@@ -19,7 +19,13 @@ class TestNetWork : public QObject
     {
         FuncBody back;
         bool done = false;
-        net->nget(http->url(path), [&](Request, FuncBody rep) { back = rep; done = true; }, QThread::currentThread(), this, seconds);
+        net->nget(
+            http->url(path),
+            [&](Request, FuncBody rep) {
+                back = rep;
+                done = true;
+            },
+            QThread::currentThread(), this, seconds);
         [&] { QTRY_VERIFY(done); }();
         return back;
     }
@@ -27,8 +33,10 @@ class TestNetWork : public QObject
     void tellFarm(const QString &address)
     {
         business->answer(11100, [=](const BusinessPeer::Request &request) {
-            return BusinessPeer::Reply{1110000, {{"addr", address + "/"}, {"addr-internal", "http://inside"},
-                {"accessToken", QStringLiteral("token-%1").arg(request.body["farmId"].toInt())}}};
+            return BusinessPeer::Reply{1110000,
+                                       {{"addr", address + "/"},
+                                        {"addr-internal", "http://inside"},
+                                        {"accessToken", QStringLiteral("token-%1").arg(request.body["farmId"].toInt())}}};
         });
     }
 
@@ -67,7 +75,8 @@ private slots:
         QTest::newRow("not found") << HttpPeer::response("{\"code\":9}", "404 Not Found") << "HttpError:" << 0 << -1;
         QTest::newRow("redirect") << HttpPeer::response("", "302 Found", "Location: /x\r\n") << "HttpError:" << 0 << -1;
         QTest::newRow("server fault") << HttpPeer::response("", "500 Oh") << "HttpError:" << 0 << -1;
-        QTest::newRow("logged in elsewhere") << HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n") << "NetworkError:" << 0 << 1000101;
+        QTest::newRow("logged in elsewhere") << HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n") << "NetworkError:" << 0
+                                             << 1000101;
         QTest::newRow("401 of another kind") << HttpPeer::response("", "401 Unauthorized") << "NetworkError:" << 0 << -1;
         QTest::newRow("cut off") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{") << "NetworkError:" << 0 << -1;
     }
@@ -78,7 +87,11 @@ private slots:
         QFETCH(int, relogin);
         http->answer = [&](const HttpPeer::Request &) { return response; };
         if (response.endsWith("\n{"))
-            http->answer = [&](const HttpPeer::Request &) { http->link->write(response); http->link->disconnectFromHost(); return QByteArray(); };
+            http->answer = [&](const HttpPeer::Request &) {
+                http->link->write(response);
+                http->link->disconnectFromHost();
+                return QByteArray();
+            };
         QSignalSpy again(net, &NetWork::reLogin);
         const FuncBody rep = get("/x");
         QVERIFY2(error.isEmpty() ? rep.ok() : rep.error.startsWith(error), qPrintable(rep.error));
@@ -92,7 +105,13 @@ private slots:
     {
         int calls = 0;
         FuncBody back;
-        net->nget(http->url("/slow"), [&](Request, FuncBody rep) { ++calls; back = rep; }, QThread::currentThread(), this, 1);
+        net->nget(
+            http->url("/slow"),
+            [&](Request, FuncBody rep) {
+                ++calls;
+                back = rep;
+            },
+            QThread::currentThread(), this, 1);
         QTRY_COMPARE(http->requests.size(), 1);
         QTRY_COMPARE(calls, 1);
         QCOMPARE(back.error, "time out:" + http->url("/slow"));
@@ -139,7 +158,9 @@ private slots:
     void driveAddressAndStaleOne()
     {
         tellFarm(http->url());
-        http->answer = [](const HttpPeer::Request &one) { return HttpPeer::response(one.path.contains("stale") ? "{\"code\":203}" : "{}"); };
+        http->answer = [](const HttpPeer::Request &one) {
+            return HttpPeer::response(one.path.contains("stale") ? "{\"code\":203}" : "{}");
+        };
         QCOMPARE(net->skydriveUrl(3), http->url("/skydrive"));
         QCOMPARE(net->skydriveUrl(3), http->url("/skydrive"));
         QCOMPARE(net->accessToken(3), QString("token-3"));
@@ -174,7 +195,8 @@ private slots:
         QTest::newRow("token") << HttpPeer::response("{\"data\":{\"name\":\"x\",\"token\":\"" + data + "\"}}") << none << uuid;
         QTest::newRow("other name") << HttpPeer::response("{\"data\":{\"a\":\"x\",\"uuid\":\"" + data + "\"}}") << none << uuid;
         QTest::newRow("plain text") << HttpPeer::response("{\"data\":\"" + data + "\"}") << none << uuid;
-        QTest::newRow("only by GET") << HttpPeer::response("", "405 Method Not Allowed") << HttpPeer::response("{\"data\":\"" + data + "\"}") << uuid;
+        QTest::newRow("only by GET") << HttpPeer::response("", "405 Method Not Allowed")
+                                     << HttpPeer::response("{\"data\":\"" + data + "\"}") << uuid;
         QTest::newRow("none") << HttpPeer::response("{\"data\":{\"a\":\"x\"}}") << none << QString();
         QTest::newRow("refused") << HttpPeer::response("", "403 No") << HttpPeer::response("", "403 No") << QString();
     }
@@ -235,7 +257,13 @@ private slots:
             worker->moveToThread(thread.data());
             connect(thread.data(), &QThread::finished, worker, &QObject::deleteLater);
             connect(thread.data(), &QThread::started, worker, [&, worker] {
-                QMetaObject::invokeMethod(worker, [&] { net->roleToken(5); inner.fetchAndAddOrdered(1); }, Qt::QueuedConnection);
+                QMetaObject::invokeMethod(
+                    worker,
+                    [&] {
+                        net->roleToken(5);
+                        inner.fetchAndAddOrdered(1);
+                    },
+                    Qt::QueuedConnection);
                 good.fetchAndAddOrdered(net->roleToken(5) == "0b0e6a5c111122223333444455556666");
             });
             thread->start();
@@ -255,8 +283,8 @@ private slots:
         QCOMPARE(body, QByteArray("--B\r\nContent-Disposition: form-data;name=\"name\"\r\n\r\n张\r\n"
                                   "--B\r\nContent-Disposition: form-data;name=\"date\"\r\n\r\n20240101\r\n"
                                   "--B\r\nContent-Disposition: form-data;name=\"part\";filename=\"log.zip\"\r\n"
-                                  "Content-Type: application/octet-stream\r\n\r\n")
-                           + QByteArray("\0\r\n", 3) + "\r\n--B--\r\n");
+                                  "Content-Type: application/octet-stream\r\n\r\n") +
+                           QByteArray("\0\r\n", 3) + "\r\n--B--\r\n");
         NetUp up;
         QVERIFY(!up.upload({{"date", "20240101"}}));              // no name
         QVERIFY(!up.upload({{"name", "a"}, {"date", "no-day"}})); // no such log

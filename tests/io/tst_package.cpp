@@ -2,7 +2,8 @@
 #include "support/TestMain.h"
 #include <QtEndian>
 
-namespace {
+namespace
+{
 QByteArray received(qint32 seq, qint32 cmd, qint32 val, const QByteArray &body, qint32 length = -1)
 {
     QByteArray head(RecvPackageHead::Size, '\0');
@@ -128,7 +129,10 @@ private slots:
         PackageReader reader;
         int got = 0;
         const QByteArray two = received(-1, 10001, 1000101, "") + received(1, 10400, 1040000, "{}");
-        reader.feed(two, [&](const QByteArray &) { ++got; reader.reset(); });
+        reader.feed(two, [&](const QByteArray &) {
+            ++got;
+            reader.reset();
+        });
         QCOMPARE(got, 1);
         QVERIFY(reader.readingHead());
     }

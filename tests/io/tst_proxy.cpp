@@ -108,7 +108,8 @@ private slots:
         ProxyFactory::addPairs({QJsonArray{"46270", master.host(), 29909}, QJsonArray{"46271", master.host(), 8080}});
         ProxyFactory factory;
         const auto port = [&](int target) {
-            return int(factory.queryProxy(QNetworkProxyQuery(QUrl(QStringLiteral("http://%1:%2/x").arg(master.host()).arg(target))))[0].port());
+            return int(
+                factory.queryProxy(QNetworkProxyQuery(QUrl(QStringLiteral("http://%1:%2/x").arg(master.host()).arg(target))))[0].port());
         };
         QCOMPARE(port(8080), 46271);
         QCOMPARE(port(8081), 0);

@@ -2,13 +2,14 @@
 #include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
-#include "io/NetTcp.h"
 #include "io/local/CmdHand.h"
 #include "io/local/HttpServer.h"
+#include "io/NetTcp.h"
 #include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 
-namespace {
+namespace
+{
 // Stands for the session's queues and keeps what they are told.
 class Queues : public QObject, public ResolveCalls, public DownCalls
 {
@@ -24,14 +25,33 @@ public:
         Seam<ResolveCalls>::detach(this);
         Seam<DownCalls>::detach(this);
     }
-    void commitResolve(qlonglong rkey, bool batch, QString order) override { calls << QStringLiteral("commit %1 %2 %3").arg(rkey).arg(batch).arg(order); }
-    void missionResult(int mid, bool autoRes, bool isBatch) override { calls << QStringLiteral("result %1 %2 %3").arg(mid).arg(autoRes).arg(isBatch); }
-    void addFile(QList<db_resolve>) override {} void reAddFile(qlonglong) override {} void readFile(int, int, QString) override {}
-    void delResolve(qlonglong) override {} void delResolveByTask(int) override {} void paraSet(qlonglong) override {}
-    void changeResolveState(qlonglong, int, QString) override {} void saveDataSet(db_resolve) override {} void reswait(int) override {}
-    void seeError(int, qlonglong) override {} void fileOk(QString, qlonglong) override {} void coverResult(int, int) override {}
-    void resultPush(QJsonObject) override {} void readFile(int) override {} void readMissionFile(qlonglong, int) override {}
-    void reDown(qlonglong) override {} void pauseDown(qlonglong) override {} void delDown(qlonglong) override {} void priDown(qlonglong) override {}
+    void commitResolve(qlonglong rkey, bool batch, QString order) override
+    {
+        calls << QStringLiteral("commit %1 %2 %3").arg(rkey).arg(batch).arg(order);
+    }
+    void missionResult(int mid, bool autoRes, bool isBatch) override
+    {
+        calls << QStringLiteral("result %1 %2 %3").arg(mid).arg(autoRes).arg(isBatch);
+    }
+    void addFile(QList<db_resolve>) override {}
+    void reAddFile(qlonglong) override {}
+    void readFile(int, int, QString) override {}
+    void delResolve(qlonglong) override {}
+    void delResolveByTask(int) override {}
+    void paraSet(qlonglong) override {}
+    void changeResolveState(qlonglong, int, QString) override {}
+    void saveDataSet(db_resolve) override {}
+    void reswait(int) override {}
+    void seeError(int, qlonglong) override {}
+    void fileOk(QString, qlonglong) override {}
+    void coverResult(int, int) override {}
+    void resultPush(QJsonObject) override {}
+    void readFile(int) override {}
+    void readMissionFile(qlonglong, int) override {}
+    void reDown(qlonglong) override {}
+    void pauseDown(qlonglong) override {}
+    void delDown(qlonglong) override {}
+    void priDown(qlonglong) override {}
 };
 
 QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
@@ -65,8 +85,9 @@ class TestApi : public QObject
     }
     QJsonObject post(const QString &target, const QByteArray &body = "", const QByteArray &method = "POST")
     {
-        const QByteArray got = raw({method + " " + target.toUtf8() + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: "
-                                    + QByteArray::number(body.size()) + "\r\n\r\n" + body});
+        const QByteArray got =
+            raw({method + " " + target.toUtf8() + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: " + QByteArray::number(body.size()) +
+                 "\r\n\r\n" + body});
         if (!got.startsWith("HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: keep-alive\r\nContent-Length: "))
             return {{"msg", "bad head: " + QString::fromUtf8(got.left(200))}};
         return QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n") + 4)).object();
@@ -142,7 +163,8 @@ private slots:
         QTest::newRow("machines") << "/machine?farmId=2&projectId=3" << 11102 << QByteArray(R"({"farmId":2,"projectId":3})");
         QTest::newRow("tasks") << "/job" << 10427 << QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20})");
         QTest::newRow("tasks, chosen") << "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1" << 10427
-                                       << QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})");
+                                       << QByteArray(
+                                              R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})");
         QTest::newRow("task") << "/job/detail?mid=7" << 10409 << QByteArray(R"({"missionId":7})");
     }
     void forwarded()
@@ -259,7 +281,8 @@ private slots:
         QFETCH(QString, query);
         QFETCH(QStringList, calls);
         addRow(110, "500");
-        business->answer(10427, 1042700, {{"pageList", QJsonArray{QJsonObject{{"id", 98}, {"num", "N99"}}, QJsonObject{{"id", 99}, {"num", "N9"}}}}});
+        business->answer(10427, 1042700,
+                         {{"pageList", QJsonArray{QJsonObject{{"id", 98}, {"num", "N99"}}, QJsonObject{{"id", 99}, {"num", "N9"}}}}});
         QTEST(msg("/job/download?" + query), "text");
         QTRY_COMPARE(queues->calls, calls);
     }
@@ -277,8 +300,11 @@ private slots:
         const db_resolve row = addRow(106, "500", R"({"softwareType":8})");
         const QJsonArray list = post("/model/list").value("data").toArray();
         QCOMPARE(list.size(), 1);
-        QCOMPARE(json(list[0].toObject()), QByteArray(R"({"analysisTime":"2024-02-03 04:05:06","mid":500,"name":"a_500.tgd","num":"500",)"
-                 R"("project":"p","rkey":1000,"scene":"/scenes/a_500.tgd","speed":"2/5","state":106,"status":"解析完成，请提交渲染"})"));
+        QCOMPARE(
+            json(list[0].toObject()),
+            QByteArray(
+                R"({"analysisTime":"2024-02-03 04:05:06","mid":500,"name":"a_500.tgd","num":"500",)"
+                R"("project":"p","rkey":1000,"scene":"/scenes/a_500.tgd","speed":"2/5","state":106,"status":"解析完成，请提交渲染"})"));
         QCOMPARE(post("/model/list?rkeys=1,2").value("data").toArray().size(), 0);
         QCOMPARE(post("/model/list?rkey=1000").value("data").toArray().size(), 1);
 
@@ -320,15 +346,18 @@ private slots:
         QTest::newRow("two types") << QJsonObject() << QStringList{"a.tgd", "a.max"} << "场景文件中包含多种类型，请筛选后再拖入！";
         QTest::newRow("no project") << QJsonObject{{"project", QJsonObject{{"id", 3}}}} << one << "缺失项目信息";
         QTest::newRow("no machine") << QJsonObject{{"machine", QJsonObject()}} << one << "缺失机型";
-        QTest::newRow("no maya project") << QJsonObject{{"env", "x"}, {"software", "maya2016"}, {"mayaProject", "/no/such"}} << QStringList{"a.mb"} << "项目路径不存在";
+        QTest::newRow("no maya project") << QJsonObject{{"env", "x"}, {"software", "maya2016"}, {"mayaProject", "/no/such"}}
+                                         << QStringList{"a.mb"} << "项目路径不存在";
         QTest::newRow("strange seat") << QJsonObject{{"fromSlave", 1}, {"feeUserId", 5}} << one << "上级账号不匹配，请重新设置";
-        QTest::newRow("seat without scene") << QJsonObject{{"fromSlave", 1}, {"feeUserId", QJsonArray{5, 77}}} << QStringList() << "缺失场景文件";
+        QTest::newRow("seat without scene") << QJsonObject{{"fromSlave", 1}, {"feeUserId", QJsonArray{5, 77}}} << QStringList()
+                                            << "缺失场景文件";
     }
     void analysisRefused()
     {
         QFETCH(QJsonObject, change);
         QFETCH(QStringList, scenes);
-        QJsonObject parameter{{"env", QJsonObject{{"software", "Terragen4"}}}, {"project", QJsonObject{{"name", "p"}, {"id", 3}}},
+        QJsonObject parameter{{"env", QJsonObject{{"software", "Terragen4"}}},
+                              {"project", QJsonObject{{"name", "p"}, {"id", 3}}},
                               {"machine", QJsonObject{{"name", "m"}}}};
         for (auto it = change.begin(); it != change.end(); ++it)
             parameter[it.key()] = it.value();
@@ -344,22 +373,33 @@ private slots:
     void analysisAccepted()
     {
         const QJsonObject machine{{"machineModel", "big"}, {"name", "m"}, {"clientId", 6}, {"farmId", 2}};
-        const QJsonObject parameter{{"env", QJsonObject{{"software", "terragen4"}, {"startGpu", 1}}}, {"machine", machine},
-                                    {"projectConfig", QJsonObject{{"name", "a_b"}, {"id", 3}}}, {"keyFrames", "1,5"}};
+        const QJsonObject parameter{{"env", QJsonObject{{"software", "terragen4"}, {"startGpu", 1}}},
+                                    {"machine", machine},
+                                    {"projectConfig", QJsonObject{{"name", "a_b"}, {"id", 3}}},
+                                    {"keyFrames", "1,5"}};
         const QJsonArray paths{scene("b.tgd"), scene("c.TGD"), scene("b.tgd"), "/no/such.tgd"};
         const QJsonObject rep = post("/model/analysis", json({{"scenes", paths}, {"parameter", parameter}}));
         QCOMPARE(rep.value("msg").toString(), QString("提交到客户端成功"));
         QCOMPARE(rep.value("result").toInt(), 1);
         const QList<db_resolve> rows = ResolveDAO::instance()->readAll();
         QCOMPARE(rows.size(), 2);
-        const auto told = [](const db_resolve &row) { return QStringLiteral("%1 %2 %3 %4").arg(row.state).arg(row.lpath, row.project).arg(row.projectId); };
+        const auto told = [](const db_resolve &row) {
+            return QStringLiteral("%1 %2 %3 %4").arg(row.state).arg(row.lpath, row.project).arg(row.projectId);
+        };
         QCOMPARE(told(rows[0]), QStringLiteral("100 %1 a_b 3").arg(paths[0].toString()));
         QCOMPARE(rows[1].rkey, rows[0].rkey + 1);
         QCOMPARE(rep.value("data").toObject().value("details").toArray()[1].toObject().value("rkey").toDouble(), double(rows[1].rkey));
         const QJsonObject rset = QJsonDocument::fromJson(rows[1].rset.toUtf8()).object();
-        QCOMPARE(json(rset), json({{"env", parameter["env"]}, {"machine", machine}, {"project", parameter["projectConfig"]},
-            {"projectConfig", parameter["projectConfig"]}, {"keyFrames", "1,5"}, {"softwareType", 8}, {"machineModel", "big"},
-            {"clientId", 6}, {"startGpu", 1}, {"farmId", 2}}));
+        QCOMPARE(json(rset), json({{"env", parameter["env"]},
+                                   {"machine", machine},
+                                   {"project", parameter["projectConfig"]},
+                                   {"projectConfig", parameter["projectConfig"]},
+                                   {"keyFrames", "1,5"},
+                                   {"softwareType", 8},
+                                   {"machineModel", "big"},
+                                   {"clientId", 6},
+                                   {"startGpu", 1},
+                                   {"farmId", 2}}));
     }
 
     // A plain list asks the user on the page, which made the request.
@@ -371,7 +411,8 @@ private slots:
         QTest::newRow("good") << QStringList{"a-post=.tgd", "b.tgd"} << 8 << "";
         QTest::newRow("mixed") << QStringList{"a.tgd", "b.max"} << 0 << "场景文件中包含多种类型，请筛选后再拖入！";
         QTest::newRow("none") << QStringList() << 0 << "没有模型文件";
-        QTest::newRow("no scene at all") << QStringList{"a.txt"} << 0 << "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！";
+        QTest::newRow("no scene at all") << QStringList{"a.txt"} << 0
+                                         << "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！";
     }
     void analysisFromThePage()
     {
@@ -385,7 +426,12 @@ private slots:
         QString told;
         QByteArray over;
         auto *hand = new CmdHand;
-        connect(hand, &CmdHand::backEnvPre, this, [&](int t, QStringList list, QString text) { ++asked; type = t; files = list; told = text; });
+        connect(hand, &CmdHand::backEnvPre, this, [&](int t, QStringList list, QString text) {
+            ++asked;
+            type = t;
+            files = list;
+            told = text;
+        });
         connect(hand, &CmdHand::cmdOver, this, [&](QByteArray body) { over = body; });
         QPointer<CmdHand> alive(hand);
         hand->start("/model /analysis -post=" + QString::fromUtf8(QJsonDocument(paths).toJson(QJsonDocument::Compact)), "/localClient");
@@ -411,10 +457,19 @@ private slots:
         QFETCH(bool, check);
         addRow(104, "500"); // has the seat's key already
         const QJsonObject content{{"modelParameters", QJsonObject{{"frames", "1"}}}, {"sceneName", "s"}, {"files", QJsonArray{"/x.png"}}};
-        const QByteArray body = json({{"scene", "/far/s.c4d"}, {"analysisTime", 5000}, {"feeUserId", 42}, {"needMasterCheck", check},
-            {"clientFlag", 1000}, {"missionId", 0}, {"ordernum", ""},
-            {"parameter", QJsonObject{{"status", 3}, {"fromSlave", 1}, {"details", "warn"}, {"content", content},
-                                      {"rset", QJsonObject{{"softwareType", 5}, {"project", QJsonObject{{"name", "p"}, {"id", 4}}}}}}}});
+        const QByteArray body = json(
+            {{"scene", "/far/s.c4d"},
+             {"analysisTime", 5000},
+             {"feeUserId", 42},
+             {"needMasterCheck", check},
+             {"clientFlag", 1000},
+             {"missionId", 0},
+             {"ordernum", ""},
+             {"parameter", QJsonObject{{"status", 3},
+                                       {"fromSlave", 1},
+                                       {"details", "warn"},
+                                       {"content", content},
+                                       {"rset", QJsonObject{{"softwareType", 5}, {"project", QJsonObject{{"name", "p"}, {"id", 4}}}}}}}});
         for (int i = 0; i < 2; ++i)
             QCOMPARE(post("/model/analysis", body).value("result").toInt(), 1);
         const QList<db_resolve> rows = ResolveDAO::instance()->readAll();

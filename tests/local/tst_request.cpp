@@ -71,9 +71,8 @@ private slots:
         QTest::addColumn<QString>("token");
         QTest::addColumn<bool>("allowed");
         const QByteArray name = QHostInfo::localHostName().toUtf8();
-        const auto row = [](const char *label, const QByteArray &headers, bool allowed, const char *peer = "127.0.0.1", const char *token = "") {
-            QTest::newRow(label) << headers << peer << token << allowed;
-        };
+        const auto row = [](const char *label, const QByteArray &headers, bool allowed, const char *peer = "127.0.0.1",
+                            const char *token = "") { QTest::newRow(label) << headers << peer << token << allowed; };
         row("plain", "", true);
         row("by address", "Host: 127.0.0.1:46160\r\n", true);
         row("by address of version 6", "Host: [::1]:46160\r\n", true);
@@ -115,14 +114,22 @@ private slots:
         QTest::addColumn<QByteArray>("body");
         QTest::addColumn<bool>("readable");
         const QByteArray sent = "sent", none;
-        QTest::newRow("socket") << "/job?page=1&name=a" << false << "/job" << "a" << sent << false;
-        QTest::newRow("encoded") << "/job?name=%E5%9C%BA%26%3D%2541" << false << "/job" << "场&=%41" << sent << false;
-        QTest::newRow("slashes") << "///job//detail?name=//" << false << "/job/detail" << "//" << sent << false;
-        QTest::newRow("readable") << "/readable/account" << false << "/account" << "" << sent << true;
-        QTest::newRow("words") << "/model /analysis -post=[\"/a-b c\"]" << true << "/model/analysis" << "" << QByteArray("[\"/a-b c\"]") << false;
-        QTest::newRow("words with arguments") << "readable job  list -name=a&page=2" << true << "/job/list" << "a" << none << true;
-        QTest::newRow("words with dashed arguments") << "job -page=2 -name=a" << true << "/job" << "a" << none << false;
-        QTest::newRow("empty") << "" << true << "" << "" << none << false;
+        QTest::newRow("socket") << "/job?page=1&name=a" << false << "/job"
+                                << "a" << sent << false;
+        QTest::newRow("encoded") << "/job?name=%E5%9C%BA%26%3D%2541" << false << "/job"
+                                 << "场&=%41" << sent << false;
+        QTest::newRow("slashes") << "///job//detail?name=//" << false << "/job/detail"
+                                 << "//" << sent << false;
+        QTest::newRow("readable") << "/readable/account" << false << "/account"
+                                  << "" << sent << true;
+        QTest::newRow("words") << "/model /analysis -post=[\"/a-b c\"]" << true << "/model/analysis"
+                               << "" << QByteArray("[\"/a-b c\"]") << false;
+        QTest::newRow("words with arguments") << "readable job  list -name=a&page=2" << true << "/job/list"
+                                              << "a" << none << true;
+        QTest::newRow("words with dashed arguments") << "job -page=2 -name=a" << true << "/job"
+                                                     << "a" << none << false;
+        QTest::newRow("empty") << "" << true << ""
+                               << "" << none << false;
     }
     void commandForms()
     {
@@ -146,7 +153,12 @@ private slots:
         row("mid=5", {5});
         row("mids=1,3-5,mid=9", {1, 3, 4, 5, 9});
         row("mids=a,-3,,5-4,1.5,7", {7});
-        row("mids=1-1000", [] { QList<qlonglong> all; for (int i = 1; i <= 1000; ++i) all << i; return all; }());
+        row("mids=1-1000", [] {
+            QList<qlonglong> all;
+            for (int i = 1; i <= 1000; ++i)
+                all << i;
+            return all;
+        }());
         row("mids=1-1001", {}, true);
         row("mids=0,1-1000", {}, true);
         row("mids=1-999999999", {}, true);

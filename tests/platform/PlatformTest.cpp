@@ -65,8 +65,7 @@ static const std::string base = "Software\\Brontel\\PlatformTest";
 
 static void registryKeepsTexts()
 {
-    const std::string texts[] = {
-        "", "plain", "C:\\a b\\c.exe", "渲染农场", "a=b[c]%41;\"q\"", " blanks around ", std::string(5000, 'x')};
+    const std::string texts[] = {"", "plain", "C:\\a b\\c.exe", "渲染农场", "a=b[c]%41;\"q\"", " blanks around ", std::string(5000, 'x')};
     for (Hive hive : {Hive::CurrentUser, Hive::LocalMachine}) {
         for (const std::string &text : texts) {
             HOLDS(regSet(hive, base + "\\Texts", "名 =[1]", text));
@@ -159,8 +158,7 @@ static void elevatedCommandIsBuilt()
         bool writable, windows;
         const char *wanted;
     } rows[] = {
-        {"C:/p/q.exe", "runReg set n \"C:/p/q.exe delay\"", false, true,
-         "runas|C:\\p\\q.exe|runReg set n \"C:/p/q.exe delay\""},
+        {"C:/p/q.exe", "runReg set n \"C:/p/q.exe delay\"", false, true, "runas|C:\\p\\q.exe|runReg set n \"C:/p/q.exe delay\""},
         {"/p/q", "runReg set n \"/a b/q delay\"", true, false, "|/p/q||runReg|set|n|/a b/q delay"},
         {"/p/q", "c4dcopy", false, false, "pkexec|pkexec||/p/q|c4dcopy"},
         {"/p/q", "", true, false, "|/p/q|"},
@@ -199,8 +197,7 @@ static void hardwareIsTold()
     SAME(joinFacts({"a", "b"}), std::string("[a][b]"));
     for (const Adapter &adapter : adapters())
         SAME(adapter.mac.size(), std::size_t(17));
-    for (const char *skipped :
-         {"VMware Virtual Ethernet", "Teredo Tunneling Pseudo-Interface", "software LOOPBACK", "isatap.{1}"})
+    for (const char *skipped : {"VMware Virtual Ethernet", "Teredo Tunneling Pseudo-Interface", "software LOOPBACK", "isatap.{1}"})
         HOLDS(adapterSkipped(skipped));
     HOLDS(!adapterSkipped("Intel(R) Ethernet Connection"));
 }

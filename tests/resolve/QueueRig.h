@@ -28,17 +28,13 @@ public:
         peer.answer(10421, [this](const BusinessPeer::Request &request) {
             ++m_orders;
             return BusinessPeer::Reply{
-                1042100,
-                {{"id", 100 + m_orders}, {"num", QStringLiteral("N%1").arg(100 + m_orders)}, {"echo", request.body}},
-                false};
+                1042100, {{"id", 100 + m_orders}, {"num", QStringLiteral("N%1").arg(100 + m_orders)}, {"echo", request.body}}, false};
         });
         peer.answer(10400, [](const BusinessPeer::Request &request) {
-            return BusinessPeer::Reply{1040000,
-                                       {{"sourceFileType", 1},
-                                        {"orderNum", request.body["ordernum"]},
-                                        {"missionId", request.body["missionId"]},
-                                        {"farmId", 9}},
-                                       false};
+            return BusinessPeer::Reply{
+                1040000,
+                {{"sourceFileType", 1}, {"orderNum", request.body["ordernum"]}, {"missionId", request.body["missionId"]}, {"farmId", 9}},
+                false};
         });
         Session::setLive(true);
     }
@@ -60,8 +56,8 @@ public:
         handler->setTimes(times);
         handler->startScan();
     }
-    qlonglong drop(const QString &path, QJsonObject rset, int state = 100, const QString &order = {},
-                   const QString &rdata = {}, const QString &rfile = {})
+    qlonglong drop(const QString &path, QJsonObject rset, int state = 100, const QString &order = {}, const QString &rdata = {},
+                   const QString &rfile = {})
     {
         db_resolve res;
         res.rkey = res.pri = 1000;
@@ -86,9 +82,8 @@ public:
     void fakeMaya()
     {
         const QString program =
-            file("mayabatch",
-                 "#!/bin/sh\nscene=$2\ntouch \"$scene.started\"\nwhile [ ! -e \"$scene.go\" ]; do sleep 0.02; done\n"
-                 "printf 'Vandrel Info:{\"status\":0,\"content\":{\"files\":[]},\"details\":\"\"}Vandrel Debug:\\n'\n");
+            file("mayabatch", "#!/bin/sh\nscene=$2\ntouch \"$scene.started\"\nwhile [ ! -e \"$scene.go\" ]; do sleep 0.02; done\n"
+                              "printf 'Vandrel Info:{\"status\":0,\"content\":{\"files\":[]},\"details\":\"\"}Vandrel Debug:\\n'\n");
         QFile::setPermissions(program, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         UserInfo::setAllValue("SoftwarePath", "maya2016", program);
     }

@@ -1,6 +1,6 @@
+#include "common/platform/Platform.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
-#include "common/platform/Platform.h"
 #include "db/ResolveDAO.h"
 #include "resolve/BaseResolve.h"
 #include "resolve/MaxVersion.h"
@@ -11,10 +11,11 @@
 #include <QTemporaryDir>
 #include <QThread>
 
-namespace {
+namespace
+{
 enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
 const QByteArray Answer = R"({"status":0,"content":{"files":["/t.jpg"],"modelParameters":{"layers":[]}},"details":""})";
-}
+} // namespace
 
 // The drivers with stand-ins for the commercial programs: shell files that write down how they were called.
 class TestDriver : public QObject
@@ -41,9 +42,9 @@ class TestDriver : public QObject
     // A program that notes its words and what it was given, and then does what the test wants.
     QString program(const QString &name, const QByteArray &script) const
     {
-        const QString file = put(name, "#!/bin/sh\nfor w in \"$0\" \"$@\"; do echo \"$w\"; done >'"
-            + path("words").toUtf8()
-                                           + "'\necho \"$MachineType|$__COMPAT_LAYER|$vandrel_filepath|$vandrel_fileload\" >'" + path("given").toUtf8() + "'\n" + script);
+        const QString file = put(name, "#!/bin/sh\nfor w in \"$0\" \"$@\"; do echo \"$w\"; done >'" + path("words").toUtf8() +
+                                           "'\necho \"$MachineType|$__COMPAT_LAYER|$vandrel_filepath|$vandrel_fileload\" >'" +
+                                           path("given").toUtf8() + "'\n" + script);
         QFile::setPermissions(file, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
         return file;
     }
@@ -80,8 +81,7 @@ class TestDriver : public QObject
         run->work = BaseResolve::create(type);
         run->log = UserInfo::userDir() + QStringLiteral("/resolve-%1-N1").arg(res.rkey);
         run->work->setUp(res, software, type, gpu, run->log);
-        connect(run->work, &BaseResolve::resolveFinished, this,
-            [r = run.data()](const db_resolve &one) { r->finished << one; });
+        connect(run->work, &BaseResolve::resolveFinished, this, [r = run.data()](const db_resolve &one) { r->finished << one; });
         connect(run->work, &BaseResolve::resolveTimeOut, this, [r = run.data()] { ++r->overdue; });
         run->work->startTimer(seconds);
         run->work->moveToThread(&run->thread);
@@ -140,22 +140,19 @@ private slots:
         QTest::newRow("errors") << answer("2") << 104 << 0 << "d" << false;
         QTest::newRow("parameters missing") << answer("3") << 105 << 0 << "d" << true;
         QTest::newRow("nothing") << QByteArray("exit 0\n") << 106 << 0 << "" << false;
-        QTest::newRow("cut answer") << QByteArray("printf 'Vandrel Info:{\"status\":0,'\n") << 104 << 10012 << ""
-            << false;
+        QTest::newRow("cut answer") << QByteArray("printf 'Vandrel Info:{\"status\":0,'\n") << 104 << 10012 << "" << false;
         QTest::newRow("answer in two writes")
-            << QByteArray("printf 'Vandrel In'; sleep 0.1; printf 'fo:{\"status\":1,\"content\":{\"a\":1},\"details\":\"d\"}'\n") << 103 << 0 << "d" << true;
+            << QByteArray("printf 'Vandrel In'; sleep 0.1; printf 'fo:{\"status\":1,\"content\":{\"a\":1},\"details\":\"d\"}'\n") << 103
+            << 0 << "d" << true;
         QTest::newRow("noise on both channels")
-            << "head -c 300000 /dev/zero | tr '\\0' n >&2; head -c 300000 /dev/zero | tr '\\0' n; echo\n" + good << 106
-            << 0 << "" << true;
-        QTest::newRow("leaves a child that holds its output") << good + "sleep 1000 &\necho $! >child\n" << 106 << 0
-            << "" << true;
+            << "head -c 300000 /dev/zero | tr '\\0' n >&2; head -c 300000 /dev/zero | tr '\\0' n; echo\n" + good << 106 << 0 << "" << true;
+        QTest::newRow("leaves a child that holds its output") << good + "sleep 1000 &\necho $! >child\n" << 106 << 0 << "" << true;
     }
     void ends()
     {
         QFETCH(QByteArray, script);
         QFETCH(bool, stored);
-        UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8()
-            + "'\n" + script));
+        UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\n" + script));
         const db_resolve res = whole(start(Maya, "Maya2016", row(put("s.mb"))));
         QTEST(res.state, "state");
         QTEST(res.error, "error");
@@ -170,9 +167,11 @@ private slots:
     void hangingTreeDiesWithItsAnalysis()
     {
         // A grandchild in the background, one that ignores what can be ignored, and one that left its parent.
-        UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8()
-            + "'\ntrap '' TERM INT HUP\n"
-            "sleep 1000 & echo $! >one\n(sh -c 'trap \"\" TERM; sleep 1000 & echo $! >>two; wait' &)\nwhile [ ! -s two ]; do sleep 0.02; done\necho $$ >main\nwait\n"));
+        UserInfo::setAllValue("SoftwarePath", "maya2016",
+                              program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() +
+                                                           "'\ntrap '' TERM INT HUP\n"
+                                                           "sleep 1000 & echo $! >one\n(sh -c 'trap \"\" TERM; sleep 1000 & echo $! >>two; "
+                                                           "wait' &)\nwhile [ ! -s two ]; do sleep 0.02; done\necho $$ >main\nwait\n"));
         auto run = start(Maya, "Maya2016", row(put("s.mb")), 0, 1);
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path("main")).size() > 0, 10000);
         QTRY_COMPARE_WITH_TIMEOUT(run->overdue, 1, 10000); // told, and left alone
@@ -227,14 +226,15 @@ private slots:
         const QString command = "python(\"import sys,os\");python(\"sys.path.append(\\\"@S/scripts/maya/%1\\\")\");"
                                 "python(\"import vanalyzer\");python(\"vanalyzer.runMain(0,1)\")";
         const QJsonObject project{{"mayaProject", "/p r"}};
-        QTest::newRow("batch") << "bin/mayabatch" << "Maya2016" << QJsonObject() << false
-            << "@P|-file|@D/s.mb|-command|" + command.arg("p27");
-        QTest::newRow("project") << "bin/mayabatch" << "Maya2012" << project << false
-            << "@P|-proj|/p r|-file|@D/s.mb|-command|" + command.arg("p26");
-        QTest::newRow("no batch program") << "bin/maya" << "Maya2016" << QJsonObject() << false
-            << "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27");
-        QTest::newRow("fast") << "bin/mayabatch" << "Maya2016" << project << true
-            << "@D/bin/mayapy|@D/s.mb|@S/scripts/maya/p27/VMA.py";
+        QTest::newRow("batch") << "bin/mayabatch"
+                               << "Maya2016" << QJsonObject() << false << "@P|-file|@D/s.mb|-command|" + command.arg("p27");
+        QTest::newRow("project") << "bin/mayabatch"
+                                 << "Maya2012" << project << false << "@P|-proj|/p r|-file|@D/s.mb|-command|" + command.arg("p26");
+        QTest::newRow("no batch program") << "bin/maya"
+                                          << "Maya2016" << QJsonObject() << false
+                                          << "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27");
+        QTest::newRow("fast") << "bin/mayabatch"
+                              << "Maya2016" << project << true << "@D/bin/mayapy|@D/s.mb|@S/scripts/maya/p27/VMA.py";
     }
     void maya()
     {
@@ -246,24 +246,24 @@ private slots:
         UserInfo::setAllValue("Resolve", "fastMaya", fast ? 1 : 0);
         UserInfo::setUserValue("Resolve", "mayaCache", 1);
         UserInfo::setAllValue("SoftwarePath", software.toLower(),
-            program(binary, "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
+                              program(binary, "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
         program("bin/mayapy", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n");
         const db_resolve res = whole(start(Maya, software, row(put("s.mb"), rset), 1));
         UserInfo::setAllValue("Resolve", "fastMaya", 0);
         QCOMPARE(res.state, 106);
         QCOMPARE(res.rdata.contains("parseSubmit"), fast);
         const QString scripts = UserInfo::programDir();
-        QCOMPARE(words().join('|'), expected.replace("@P", path(binary)).replace("@D", m_dir->path()).replace("@S",
-            scripts));
+        QCOMPARE(words().join('|'), expected.replace("@P", path(binary)).replace("@D", m_dir->path()).replace("@S", scripts));
         QVERIFY(content(path("given")).startsWith("startGpu||"));
     }
 
     void maxBatch()
     {
-        UserInfo::setAllValue("SoftwarePath", "3dsMax2016", program("3dsmax",
-            "printf 'Vandrel Info:\\r\\n\\r\\nVandrel_sceneName:\\r\\n%s\\r\\n\\r\\n"
-            "Vandrel_renderCam:\\r\\nc\\r\\n\\r\\nVandrel_width:\\r\\n8\\r\\n\\r\\nVandrel_height:\\r\\n6\\r\\n\\r\\nVandrel_outputFile:\\r\\no\\r\\n' "
-            "\"$vandrel_fileload\" >>\"$vandrel_filepath\"\n"));
+        UserInfo::setAllValue("SoftwarePath", "3dsMax2016",
+                              program("3dsmax", "printf 'Vandrel Info:\\r\\n\\r\\nVandrel_sceneName:\\r\\n%s\\r\\n\\r\\n"
+                                                "Vandrel_renderCam:\\r\\nc\\r\\n\\r\\nVandrel_width:\\r\\n8\\r\\n\\r\\nVandrel_height:"
+                                                "\\r\\n6\\r\\n\\r\\nVandrel_outputFile:\\r\\no\\r\\n' "
+                                                "\"$vandrel_fileload\" >>\"$vandrel_filepath\"\n"));
         QByteArray scene(0x5001, '\x21');
         const QString name = put(QString::fromUtf8("it's a \"场景\" $(x).max"), scene);
         auto run = start(Max, "3ds max 2016", row(name));
@@ -272,18 +272,17 @@ private slots:
         const QString log = run->log + '-' + QFileInfo(name).fileName() + "_vdtemp.txt";
         QCOMPARE(words().join('|'), path("3dsmax") + "|-q|-silent|-mip|-u|MAXScript|" + log + ".ms");
         QCOMPARE(content(path("given")), "startCpu||" + log + '|' + name + '\n');
-        QVERIFY(content(log + ".ms").startsWith("filein \"")
-            && content(log + ".ms").contains("/scripts/max/Vandrel_param.ms"));
+        QVERIFY(content(log + ".ms").startsWith("filein \"") && content(log + ".ms").contains("/scripts/max/Vandrel_param.ms"));
         QCOMPARE(QJsonDocument::fromJson('{' + res.rfile.toUtf8() + '}').object()["files"].toArray(), QJsonArray{name});
     }
 
     void houdiniAndClarisse()
     {
         UserInfo::setAllValue("SoftwarePath", "houdini16.5.1",
-            program("hfs/bin/hython", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
+                              program("hfs/bin/hython", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
         QCOMPARE(whole(start(Houdini, "houdini-16.5.1", row(put("a b.hip")))).state, 106);
-        QCOMPARE(words(), (QStringList{path("hfs/bin/hython"), path("a b.hip"), UserInfo::programDir()
-            + "/scripts/houdini/p27/vhmain.py"}));
+        QCOMPARE(words(),
+                 (QStringList{path("hfs/bin/hython"), path("a b.hip"), UserInfo::programDir() + "/scripts/houdini/p27/vhmain.py"}));
 
         const QString scene = put("s.project");
         QDir().mkpath(path("isotropix"));
@@ -299,9 +298,11 @@ private slots:
 
     void cinema4DStaysOpen()
     {
-        UserInfo::setAllValue("SoftwarePath", "cinema 4d r20",
+        UserInfo::setAllValue(
+            "SoftwarePath", "cinema 4d r20",
             program("c4d/Commandline", "printf '\\nVandrel Info:{\"status\":0,\"content\":{\"a\":1}}' >>\"$vandrel_filepath\"\n"
-            "printf 'Vandrel '; sleep 0.1; echo Kill\necho $$ >'" + path("pid").toUtf8() + "'\nexec sleep 1000\n"));
+                                       "printf 'Vandrel '; sleep 0.1; echo Kill\necho $$ >'" +
+                                           path("pid").toUtf8() + "'\nexec sleep 1000\n"));
         auto run = start(Cinema4D, "cinema 4d r20", row(put("s.c4d")));
         QCOMPARE(whole(run).state, 106);
         QCOMPARE(words(), (QStringList{path("c4d/Commandline"), "-nogui", path("s.c4d")}));
@@ -312,7 +313,8 @@ private slots:
 
     void terragen()
     {
-        const QByteArray scene = "<terragen><render name=\"r\" image_width=\"4\" image_height=\"3\" sequence_first=\"1\" sequence_last=\"2\" sequence_step=\"1\">"
+        const QByteArray scene = "<terragen><render name=\"r\" image_width=\"4\" image_height=\"3\" sequence_first=\"1\" "
+                                 "sequence_last=\"2\" sequence_step=\"1\">"
                                  "</render><x filename=\"gone.obj\"/></terragen>";
         const QString name = put("deep/s.tgd", scene);
         QVERIFY(QFile::link(name, path("one.tgd")) && QFile::link(path("one.tgd"), path("two.tgd")));

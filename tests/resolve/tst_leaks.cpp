@@ -1,5 +1,5 @@
-#include "QueueRig.h"
 #include "common/platform/Platform.h"
+#include "QueueRig.h"
 #include "support/TestMain.h"
 
 // One analysis after the other, each with a child that leaves one of its own behind: at the end there is no thread, no
@@ -47,7 +47,8 @@ private slots:
         const auto batch = [&](int count) {
             left += count;
             for (int i = 0; i < count; ++i)
-                rig.drop(scene, {{"softwareType", 7}, {"env", QJsonObject{{"software", "clarisse3"}}}}, 100, QStringLiteral("N%1").arg(++m_number));
+                rig.drop(scene, {{"softwareType", 7}, {"env", QJsonObject{{"software", "clarisse3"}}}}, 100,
+                         QStringLiteral("N%1").arg(++m_number));
         };
         rig.start({1, 100000, 100000, 100000});
         batch(20);
@@ -65,8 +66,8 @@ private slots:
         QCOMPARE(bad, 0);
         QTRY_COMPARE(held().processes, before.processes);
         const Held after = held();
-        qDebug().noquote() << many << "analyses," << elapsed / qreal(many) << "ms each; threads" << before.threads << after.threads << "files"
-                           << before.files << after.files << "children" << before.processes << after.processes << "KiB"
+        qDebug().noquote() << many << "analyses," << elapsed / qreal(many) << "ms each; threads" << before.threads << after.threads
+                           << "files" << before.files << after.files << "children" << before.processes << after.processes << "KiB"
                            << before.kilobytes << after.kilobytes;
         QTRY_VERIFY(held().threads <= before.threads + Slack && held().files <= before.files + Slack);
     }

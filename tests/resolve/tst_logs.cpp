@@ -9,7 +9,8 @@
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
-namespace {
+namespace
+{
 enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7 };
 
 QByteArray maxLog(const QList<QPair<QString, QStringList>> &blocks)
@@ -22,15 +23,18 @@ QByteArray maxLog(const QList<QPair<QString, QStringList>> &blocks)
 
 QList<QPair<QString, QStringList>> cleanMax()
 {
-    return {{"sceneName", {"D:\\s\\a.max"}}, {"sceneCam", {"c1", "c2"}}, {"renderCam", {"c1"}}, {"width", {"1920"}},
-        {"height", {"1080"}},
-            {"frames", {"1-10"}}, {"outputFile", {"o.tga"}},
-                {"externFile", {"D:\\t\\x.jpg", "D:\\t\\x.jpg", "\\\\srv\\y\"q.jpg"}}};
+    return {{"sceneName", {"D:\\s\\a.max"}},
+            {"sceneCam", {"c1", "c2"}},
+            {"renderCam", {"c1"}},
+            {"width", {"1920"}},
+            {"height", {"1080"}},
+            {"frames", {"1-10"}},
+            {"outputFile", {"o.tga"}},
+            {"externFile", {"D:\\t\\x.jpg", "D:\\t\\x.jpg", "\\\\srv\\y\"q.jpg"}}};
 }
 
-QJsonArray files(const ParsedLog &log) { return QJsonDocument::fromJson('{' + log.files.toUtf8()
-    + '}').object()["files"].toArray(); }
-}
+QJsonArray files(const ParsedLog &log) { return QJsonDocument::fromJson('{' + log.files.toUtf8() + '}').object()["files"].toArray(); }
+} // namespace
 
 class TestLogs : public QObject
 {
@@ -55,21 +59,16 @@ private slots:
         QTest::addColumn<QString>("details");
         QTest::addColumn<QString>("fragment");
         const QByteArray good = "{\"status\":1,\"content\":{\"files\":[\"/a.ma\",\"/t '1'.jpg\",\"\\u56fe.jpg\",7]},\"details\":\"w\"}";
-        const QString list = "\"files\":[\"/s.ma\",\"/a.ma\",\"/t '1'.jpg\",\"图.jpg\"]",
-            alone = "\"files\":[\"/s.ma\"]";
-        const auto row = [](const char *name, const QByteArray &text, bool found, int error, int status,
-            const QString &details, const QString &fragment) {
-            QTest::newRow(name) << text << found << error << status << details << fragment;
-        };
+        const QString list = "\"files\":[\"/s.ma\",\"/a.ma\",\"/t '1'.jpg\",\"图.jpg\"]", alone = "\"files\":[\"/s.ma\"]";
+        const auto row = [](const char *name, const QByteArray &text, bool found, int error, int status, const QString &details,
+                            const QString &fragment) { QTest::newRow(name) << text << found << error << status << details << fragment; };
         row("whole", "noise\r\nVandrel Info:" + good + "\nVandrel Debug:x{", true, 0, 1, "w", list);
         row("first line, no end mark", "Vandrel Info:" + good + "\n", true, 0, 1, "w", list);
         row("no end mark, chatter", "\nVandrel Info:" + good + "\nbye", true, 0, 1, "w", list);
-        row("mark within a line comes first", "x Vandrel Info:{}\nVandrel Info:" + good + "Vandrel Debug:", true, 0, 1,
-            "w", list);
-        row("mark across two reads", QByteArray(1024 * 1024 - 7, 'x') + "\nVandrel Info:" + good + "\nVandrel Debug:",
-            true, 0, 1, "w", list);
-        row("scene is first already", "Vandrel Info:{\"status\":0,\"content\":{\"files\":[\"/s.ma\"]}}", true, 0, 0, "",
-            alone);
+        row("mark within a line comes first", "x Vandrel Info:{}\nVandrel Info:" + good + "Vandrel Debug:", true, 0, 1, "w", list);
+        row("mark across two reads", QByteArray(1024 * 1024 - 7, 'x') + "\nVandrel Info:" + good + "\nVandrel Debug:", true, 0, 1, "w",
+            list);
+        row("scene is first already", "Vandrel Info:{\"status\":0,\"content\":{\"files\":[\"/s.ma\"]}}", true, 0, 0, "", alone);
         row("nothing but a status", "Vandrel Info:{\"status\":3,\"details\":\"d\"}", true, 0, 3, "d", alone);
         row("empty", "", false, 0, 0, "", "");
         row("no mark", "crashed\n", false, 0, 0, "", "");
@@ -77,8 +76,7 @@ private slots:
         row("cut", "Vandrel Info:" + good.left(30), true, 10012, 0, "", "");
         row("an array", "Vandrel Info:[1]", true, 10012, 0, "", "");
         row("unknown status", "Vandrel Info:{\"status\":9}", true, 10012, 9, "", "");
-        row("cut in a character", "Vandrel Info:{\"status\":2,\"details\":\"\xe5\x9b\"}", true, 0, 2,
-            QString(2, QChar(0xfffd)), alone);
+        row("cut in a character", "Vandrel Info:{\"status\":2,\"details\":\"\xe5\x9b\"}", true, 0, 2, QString(2, QChar(0xfffd)), alone);
     }
     void json()
     {
@@ -116,7 +114,7 @@ private slots:
         QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(files(log).size(), 100001);
         QCOMPARE(QString::fromUtf8(QJsonDocument(log.content).toJson(QJsonDocument::Compact)),
-            QString(R"({"modelParameters":{"layers":[]}})"));
+                 QString(R"({"modelParameters":{"layers":[]}})"));
     }
 
     void cinema4D_data()
@@ -124,19 +122,26 @@ private slots:
         QTest::addColumn<QString>("renderer");
         QTest::addColumn<QString>("plugins");
         QTest::addColumn<int>("status");
-        QTest::newRow("none in the scene") << "" << "redshift" << 0;
-        QTest::newRow("same, other case") << "Redshift" << R"([{"name":"Redshift","version":"3"}])" << 0;
-        QTest::newRow("other") << "octane" << R"([{"name":"Redshift"}])" << 2;
-        QTest::newRow("unknown") << "UnknownX" << "[]" << 2;
-        QTest::newRow("no renderer chosen") << "octane" << R"([{"name":"xparticles"}])" << 0;
-        QTest::newRow("its capital keeps corona out of the rule") << "octane" << R"([{"name":"Corona"}])" << 0;
+        QTest::newRow("none in the scene") << ""
+                                           << "redshift" << 0;
+        QTest::newRow("same, other case") << "Redshift"
+                                          << R"([{"name":"Redshift","version":"3"}])" << 0;
+        QTest::newRow("other") << "octane"
+                               << R"([{"name":"Redshift"}])" << 2;
+        QTest::newRow("unknown") << "UnknownX"
+                                 << "[]" << 2;
+        QTest::newRow("no renderer chosen") << "octane"
+                                            << R"([{"name":"xparticles"}])" << 0;
+        QTest::newRow("its capital keeps corona out of the rule") << "octane"
+                                                                  << R"([{"name":"Corona"}])" << 0;
     }
     void cinema4D()
     {
         QFETCH(QString, renderer);
         QFETCH(QString, plugins);
-        const QJsonObject content{{"files", QJsonArray{"t.jpg"}}, {"sceneName", "C:\\\\s\\\\a.c4d"},
-            {"outPut", "%project%/x"},
+        const QJsonObject content{{"files", QJsonArray{"t.jpg"}},
+                                  {"sceneName", "C:\\\\s\\\\a.c4d"},
+                                  {"outPut", "%project%/x"},
                                   {"modelParameters", QJsonObject{{"renderer", renderer}}}};
         LogParser::write(put({}), {{"status", 0}, {"content", content}, {"details", ""}}, false);
         const ParsedLog log = LogParser::read(m_dir.filePath("log.txt"), Cinema4D, "/s.c4d", plugins);
@@ -179,8 +184,7 @@ private slots:
         QFETCH(QStringList, values);
         QFETCH(int, status);
         QList<QPair<QString, QStringList>> blocks = cleanMax();
-        blocks.erase(std::remove_if(blocks.begin(), blocks.end(), [&key](const auto &one) { return one.first == key; }),
-            blocks.end());
+        blocks.erase(std::remove_if(blocks.begin(), blocks.end(), [&key](const auto &one) { return one.first == key; }), blocks.end());
         blocks.append({key, values});
         for (const bool bare : {false, true}) { // another writer's line ends mean the same
             QByteArray text = maxLog(blocks);
@@ -190,21 +194,22 @@ private slots:
             QCOMPARE(log.status, status);
             QTEST(log.details, "text");
             QCOMPARE(log.content.isEmpty(), status == 2);
-            QCOMPARE(files(log), status == 2 ? QJsonArray() : QJsonArray({"D:/s/a.max", "D:/t/x.jpg",
-                "//srv/y\"q.jpg"}));
+            QCOMPARE(files(log), status == 2 ? QJsonArray() : QJsonArray({"D:/s/a.max", "D:/t/x.jpg", "//srv/y\"q.jpg"}));
         }
     }
 
     void maxResult()
     {
         QList<QPair<QString, QStringList>> blocks = cleanMax();
-        blocks += {{"IrradianceMap", {"7", "1"}}, {"photoMapFile",
-            {"D:\\p\\a.vrmap", "D:\\p\\b.vrlmap", "D:\\p\\c.vrmap"}}, {"cfgfilePath", {"D:\\c.ini", "no"}}};
-        const QJsonObject whole = BaseResolve::parseLog(put(maxLog(blocks)), Max),
-            content = whole["content"].toObject();
-        const QJsonObject expected = QJsonDocument::fromJson(R"({"frames":"1-10","width":1920,"height":1080,"enableCameras":["c1"],"cameras":["c1"],
+        blocks += {{"IrradianceMap", {"7", "1"}},
+                   {"photoMapFile", {"D:\\p\\a.vrmap", "D:\\p\\b.vrlmap", "D:\\p\\c.vrmap"}},
+                   {"cfgfilePath", {"D:\\c.ini", "no"}}};
+        const QJsonObject whole = BaseResolve::parseLog(put(maxLog(blocks)), Max), content = whole["content"].toObject();
+        const QJsonObject expected =
+            QJsonDocument::fromJson(R"({"frames":"1-10","width":1920,"height":1080,"enableCameras":["c1"],"cameras":["c1"],
             "disableCameras":["c1","c2"],"outputFile":"o.tga","vrMode":7,"giWidth":-1,"giHeight":-1,"reflectionRefraction":1,
-            "vrLightCacheFile":"D:/p/b.vrlmap","vrIrradianceMapFile":"D:/p/a.vrmap,D:/p/c.vrmap"})").object();
+            "vrLightCacheFile":"D:/p/b.vrlmap","vrIrradianceMapFile":"D:/p/a.vrmap,D:/p/c.vrmap"})")
+                .object();
         QCOMPARE(content["modelParameters"].toObject(), expected);
         QCOMPARE(content["sceneName"].toString() + content["missionName"].toString(), QString("D:/s/a.maxa.max"));
         QCOMPARE(content["softwareType"].toInt() + whole["status"].toInt(), 3);
@@ -224,31 +229,35 @@ private slots:
     void clarisse()
     {
         QDir(m_dir.path()).mkpath("tex");
-        for (const char *name : {"s.project", "tex/w.1001.exr", "tex/w.1002.exr", "tex/seq.0001.tx", "tex/a&b.png",
-            "tex/Wood.JPG"})
+        for (const char *name : {"s.project", "tex/w.1001.exr", "tex/w.1002.exr", "tex/seq.0001.tx", "tex/a&b.png", "tex/Wood.JPG"})
             put("x", name);
         const QString dir = m_dir.path();
-        const QString log = put(("Clarisse 4\n<project>\n<filename>" + dir + "/s.project</filename>\n<dependencies>"
-            "<file>" + dir + "/tex/w.&lt;UDIM&gt;.exr</file><file>tex/seq.####.tx</file><file>tex/a&amp;b.png</file>"
-            "<file>TEX\\wood.jpg</file><file>gone/x.<UDIM>.exr</file><file>gone.png</file><file>gone.png</file></dependencies>"
-            "<image><name>project://scene/image</name><output>out/i.####</output><format>exr</format><start_frame>1</start_frame>"
-            "<end_frame>10</end_frame><frame_step>2</frame_step><LUT>linear</LUT>"
-            "<layer name=\"project://scene/image.bg\" output=\"bg\" format=\"exr\" start_frame=\"3\" end_frame=\"4\" frame_step=\"1\" LUT=\"l\"/>"
-            "<layer><name>fg</name><output>d/project://scene/image.fg</output></layer></image></project>\nbye").toUtf8());
-        put("Context \"scene\" {\n Image {\n  name \"image\"\n  embedded_objects {\n   Layer3d {\n    name \"bg\"\n    user_data { \"}\" {\n    }\n    }\n"
-            "    enable_deep_output yes\n    save_deep_data_as \"/out/deep\"\n   }\n  }\n }\n}\n", "s.project");
+        const QString log =
+            put(("Clarisse 4\n<project>\n<filename>" + dir +
+                 "/s.project</filename>\n<dependencies>"
+                 "<file>" +
+                 dir +
+                 "/tex/w.&lt;UDIM&gt;.exr</file><file>tex/seq.####.tx</file><file>tex/a&amp;b.png</file>"
+                 "<file>TEX\\wood.jpg</file><file>gone/x.<UDIM>.exr</file><file>gone.png</file><file>gone.png</file></dependencies>"
+                 "<image><name>project://scene/image</name><output>out/i.####</output><format>exr</format><start_frame>1</start_frame>"
+                 "<end_frame>10</end_frame><frame_step>2</frame_step><LUT>linear</LUT>"
+                 "<layer name=\"project://scene/image.bg\" output=\"bg\" format=\"exr\" start_frame=\"3\" end_frame=\"4\" frame_step=\"1\" "
+                 "LUT=\"l\"/>"
+                 "<layer><name>fg</name><output>d/project://scene/image.fg</output></layer></image></project>\nbye")
+                    .toUtf8());
+        put("Context \"scene\" {\n Image {\n  name \"image\"\n  embedded_objects {\n   Layer3d {\n    name \"bg\"\n    user_data { \"}\" "
+            "{\n    }\n    }\n"
+            "    enable_deep_output yes\n    save_deep_data_as \"/out/deep\"\n   }\n  }\n }\n}\n",
+            "s.project");
         QVERIFY(ClarisseXml::convert(log, dir + "/s.project"));
         const QJsonObject whole = BaseResolve::parseLog(log, Clarisse), content = whole["content"].toObject();
         QCOMPARE(whole["status"].toInt(), 1);
         QCOMPARE(whole["details"].toString(), QString::fromUtf8("丢失文件：gone/x.<UDIM>.exr\n丢失文件：gone.png"));
-        QCOMPARE(content["files"].toArray(), QJsonArray({dir + "/s.project", dir + "/tex/w.1001.exr", dir
-            + "/tex/w.1002.exr",
-                                                          dir + "/tex/seq.0001.tx", dir + "/tex/a&b.png", dir
-                                                              + "/tex/Wood.JPG"}));
+        QCOMPARE(content["files"].toArray(), QJsonArray({dir + "/s.project", dir + "/tex/w.1001.exr", dir + "/tex/w.1002.exr",
+                                                         dir + "/tex/seq.0001.tx", dir + "/tex/a&b.png", dir + "/tex/Wood.JPG"}));
         const QJsonObject image = content["modelParameters"].toObject()["images"].toArray().first().toObject();
         const QJsonArray layers = image["layers"].toArray();
-        QCOMPARE(image["frames"].toString() + image["format"].toString() + image["LUT"].toString(),
-            QString("1-10:2exrlinear"));
+        QCOMPARE(image["frames"].toString() + image["format"].toString() + image["LUT"].toString(), QString("1-10:2exrlinear"));
         QCOMPARE(layers.size(), 2);
         QCOMPARE(layers[0].toObject()["output"].toString(), QString("project___scene_image/bg"));
         QCOMPARE(layers[0].toObject()["frames"].toString(), QString("3-4:1"));
@@ -263,8 +272,7 @@ private slots:
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("no project") << QByteArray("license error\n");
         QTest::newRow("cut") << QByteArray("<project><image></project>");
-        QTest::newRow("deep") << "<project>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000)
-            + "</project>";
+        QTest::newRow("deep") << "<project>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + "</project>";
     }
     void clarisseNotXml()
     {
@@ -278,11 +286,10 @@ private slots:
         QByteArray text = "Context \"scene\" {\n  Context \"shots\" {\n";
         for (const char *layer : {"one yes /d/1", "two no /d/2", "three yes "}) {
             const QList<QByteArray> words = QByteArray(layer).split(' ');
-            text += "  Image {\n    name \"i-" + words[0]
-                + "\"\n    Layer3d {\n      #version 1\n      name \"L\"\n      enable_deep_output "
-                    + words[1] + "\n      filter {\n        name \"other\"\n      }\n"
-                    + (words[2].isEmpty() ? QByteArray() : "      save_deep_data_as \"" + words[2] + "\"\n")
-                        + "    }\n  }\n";
+            text += "  Image {\n    name \"i-" + words[0] +
+                    "\"\n    Layer3d {\n      #version 1\n      name \"L\"\n      enable_deep_output " + words[1] +
+                    "\n      filter {\n        name \"other\"\n      }\n" +
+                    (words[2].isEmpty() ? QByteArray() : "      save_deep_data_as \"" + words[2] + "\"\n") + "    }\n  }\n";
         }
         QBuffer device(&text);
         device.open(QIODevice::ReadOnly);

@@ -65,9 +65,8 @@ private slots:
         const QJsonValue none(QJsonValue::Undefined);
         QTest::newRow("plain") << "{}"
                                << "{\"softwareType\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("maya, scene only")
-            << "{}"
-            << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
+        QTest::newRow("maya, scene only") << "{}"
+                                          << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
         QTest::newRow("scene only switched off")
             << "{}"
             << "{\"softwareType\":1,\"onlyScene\":0}" << files << false << true << QJsonValue(both) << QJsonValue(2);
@@ -113,8 +112,7 @@ private slots:
                 options)
                 .body.value("modelParameters")
                 .toObject();
-        QCOMPARE(model,
-                 (QJsonObject{{"vrLightCacheFile", "d:/l"}, {"vrIrradianceMapFile", "d:/i"}, {"outputFile", "D:/O"}}));
+        QCOMPARE(model, (QJsonObject{{"vrLightCacheFile", "d:/l"}, {"vrIrradianceMapFile", "d:/i"}, {"outputFile", "D:/O"}}));
     }
 
     void paths_data()
@@ -157,8 +155,7 @@ private slots:
 
     void handOver()
     {
-        db_resolve res =
-            row(R"({"softwareType":8,"scene":"x"})", R"({"resStatus":1,"modelParameters":{}})", R"("files":["/a"])");
+        db_resolve res = row(R"({"softwareType":8,"scene":"x"})", R"({"resStatus":1,"modelParameters":{}})", R"("files":["/a"])");
         res.errstr = "w\r\n";
         const QJsonObject body = OrderMessage::handOver(res, QJsonArray{3}, true);
         const QByteArray expected =

@@ -1,14 +1,15 @@
-#include "resolve/ParameterModel.h"
 #include "common/UserInfo.h"
+#include "resolve/ParameterModel.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
-namespace {
+namespace
+{
 enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
 QJsonObject object(const QByteArray &text) { return QJsonDocument::fromJson(text).object(); }
 QString compact(const QJsonObject &object) { return QString::fromUtf8(QJsonDocument(object).toJson(QJsonDocument::Compact)); }
-}
+} // namespace
 
 class TestParameters : public QObject
 {
@@ -49,18 +50,19 @@ private slots:
         QTest::addColumn<QString>("scene");
         QTest::addColumn<QByteArray>("before");
         QTest::addColumn<QByteArray>("after"); // the keys that have to be there
-        const auto row = [](const char *name, const char *scene, const QByteArray &before,
-            const QByteArray &after) { QTest::newRow(name) << scene << before << after; };
+        const auto row = [](const char *name, const char *scene, const QByteArray &before, const QByteArray &after) {
+            QTest::newRow(name) << scene << before << after;
+        };
         row("maya", "/a.ma", R"({"modelParameters":{"renderer":"VRay","format":"exr","filePrefix":"<Scene>","layers":[
             {"layer":"L1","width":8,"height":6,"frames":"1-3","cameras_array":["c"],"keyFrames":"1"},
             {"layer":"L2","width":8,"height":6,"frames":"5","cameras_array":[],"cameras":"d"}]}})",
             R"({"blocksCount":1,"mayaSplitByLayer":1,"filePrefix":"<Scene>","modelParameters":[
             {"camerasArray":["c"],"cameras_array":["c"],"cameras":["c"],"layer":"L1","width":8,"height":6,"frames":"1-3","keyFrames":"1"},
             {"camerasArray":["d"],"cameras_array":["d"],"cameras":["d"],"layer":"L2","width":8,"height":6,"frames":"5"}]})");
-        row("maya, another format", "/a.ma",
-            R"({"renderer":"arnold","format":"png","modelParameters":[{"layer":"L","frames":"1"}]})",
+        row("maya, another format", "/a.ma", R"({"renderer":"arnold","format":"png","modelParameters":[{"layer":"L","frames":"1"}]})",
             R"({"blocksCount":4,"modelParameters":[{"layer":"L","frames":"1"}]})");
-        row("max", "/a.max", R"({"modelParameters":{"width":8,"height":6,"giWidth":-1,"giHeight":-1,"vrMode":1,"frames":"1","vrIrradianceMapFile":"@D/p_01.vrmap"}})",
+        row("max", "/a.max",
+            R"({"modelParameters":{"width":8,"height":6,"giWidth":-1,"giHeight":-1,"vrMode":1,"frames":"1","vrIrradianceMapFile":"@D/p_01.vrmap"}})",
             R"({"modelParameters":{"width":8,"height":6,"giWidth":8,"giHeight":6,"giStep":1,"vrMode":1,"frames":"1","vrIrradianceMapFile":"@D/p_01.vrmap"}})");
         row("max, all photons", "/a.max",
             R"({"modelParameters":{"giWidth":4,"giHeight":3,"giStep":2,"vrMode":2,"vrIrradianceMapFile":"@D/p_01.vrmap,@D/x.vrmap"}})",
@@ -70,11 +72,14 @@ private slots:
             R"({"modelParameters":{"giWidth":4,"giHeight":3,"giStep":2,"vrMode":7,"vrIrradianceMapFile":"@D/p_01.vrmap"}})");
         row("houdini", "/a.hip", R"({"Rops":[{"Rop":"/out/m","reslution":[8,6],"frames":"1-2"}]})",
             R"({"coverParameters":[{"Rop":"/out/m","reslution":[8,6],"frames":"1-2"}],"modelParameters":[{"Rop":"/out/m","reslution":[8,6],"frames":"1-2","selected":1,"width":8,"height":6}]})");
-        row("cinema 4d", "/a.c4d", R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
+        row("cinema 4d", "/a.c4d",
+            R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
             R"({"modelParameters":{"cameras":["b"],"enableCameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","outputFile":"o.png","width":8,"height":6,"frames":"1"}})");
-        row("cinema 4d, nothing enabled yet", "/a.c4d", R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","enableCameras":[],"outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
+        row("cinema 4d, nothing enabled yet", "/a.c4d",
+            R"({"modelParameters":{"cameras":["a","b"],"activeCamera":"b","enableCameras":[],"outputName":"o","outputSuffix":"png","width":8,"height":6,"frames":"1"}})",
             R"({"modelParameters":{"cameras":["b"],"enableCameras":["a","b"],"activeCamera":"b","outputName":"o","outputSuffix":"png","outputFile":"o.png","width":8,"height":6,"frames":"1"}})");
-        row("clarisse", "/a.project", R"({"modelParameters":{"images":[{"name":"i","layers":[{"name":"l"},{"name":"m"}]},{"name":"j","layers":[]}]}})",
+        row("clarisse", "/a.project",
+            R"({"modelParameters":{"images":[{"name":"i","layers":[{"name":"l"},{"name":"m"}]},{"name":"j","layers":[]}]}})",
             R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","selected":1},{"name":"m","selected":1}]},{"name":"j","selected":1,"layers":[]}]}})");
         row("terragen", "/a.tgd", R"({"modelParameters":{"cameras":[{"name":"a","vrMode":2},{"name":"b"}]}})",
             R"({"sceneName":"/a.tgd","missionName":"a.tgd","softwareType":8,"modelParameters":{"cameras":[{"name":"a","selected":1,"vrMode":2},{"name":"b","selected":1,"vrMode":0}]}})");
@@ -102,8 +107,9 @@ private slots:
             QVERIFY(!rdata.contains("keyFrames"));
         }
         const int mode = object(before)["modelParameters"].toObject()["vrMode"].toInt();
-        QCOMPARE(ParameterModel::filesOf(res.rfile).size(), scene.endsWith(".max") && mode == 2
-            ? 3 : scene.endsWith(".max") && mode == 7 ? 2 : 1);
+        QCOMPARE(ParameterModel::filesOf(res.rfile).size(), scene.endsWith(".max") && mode == 2   ? 3
+                                                            : scene.endsWith(".max") && mode == 7 ? 2
+                                                                                                  : 1);
     }
 
     void broken()
@@ -133,7 +139,7 @@ private slots:
         QTest::newRow("asked for") << 1 << cameras + '}' << QByteArray(R"({"keyFrames":"4","strategy":1})") << "4" << 1;
         QTest::newRow("asked for nothing") << 1 << cameras + '}' << QByteArray(R"({"keyFrames":""})") << "1,3,5" << 2;
         QTest::newRow("there already") << 1 << cameras + R"(,"keyFrames":"2","strategy":0})"
-            << QByteArray(R"({"keyFrames":"4","strategy":1})") << "2" << 0;
+                                       << QByteArray(R"({"keyFrames":"4","strategy":1})") << "2" << 0;
         QTest::newRow("no frames") << 1 << QByteArray("{}") << QByteArray("{}") << "" << -1;
     }
     void priorityFrames()
@@ -157,15 +163,17 @@ private slots:
         QTest::addColumn<QString>("frames");
         QTest::newRow("max") << int(Max) << QByteArray(R"({"modelParameters":{"frames":"1-2"}})") << "1-2";
         QTest::newRow("c4d, at the top") << int(Cinema4D) << QByteArray(R"({"frames":"3"})") << "3";
-        QTest::newRow("maya, analysed") << int(Maya)
-            << QByteArray(R"({"modelParameters":{"layers":[{"frames":"1"},{"frames":"2"}]}})") << "1;2";
-        QTest::newRow("maya, chosen") << int(Maya)
-            << QByteArray(R"({"modelParameters":[{"frames":"1"},{"frames":"2","selected":0}]})") << "1";
+        QTest::newRow("maya, analysed") << int(Maya) << QByteArray(R"({"modelParameters":{"layers":[{"frames":"1"},{"frames":"2"}]}})")
+                                        << "1;2";
+        QTest::newRow("maya, chosen") << int(Maya) << QByteArray(R"({"modelParameters":[{"frames":"1"},{"frames":"2","selected":0}]})")
+                                      << "1";
         QTest::newRow("houdini") << int(Houdini) << QByteArray(R"({"Rops":[{"frames":"1"}]})") << "1";
-        QTest::newRow("houdini, chosen") << int(Houdini)
-            << QByteArray(R"({"Rops":[{"frames":"1"}],"modelParameters":[{"frames":"9"}]})") << "9";
-        QTest::newRow("clarisse") << int(Clarisse)
-            << QByteArray(R"({"modelParameters":{"images":[{"frames":"7","layers":[{"frames":"1"}]},{"layers":[{"frames":"2"}]}]}})") << "1;2";
+        QTest::newRow("houdini, chosen") << int(Houdini) << QByteArray(R"({"Rops":[{"frames":"1"}],"modelParameters":[{"frames":"9"}]})")
+                                         << "9";
+        QTest::newRow("clarisse")
+            << int(Clarisse)
+            << QByteArray(R"({"modelParameters":{"images":[{"frames":"7","layers":[{"frames":"1"}]},{"layers":[{"frames":"2"}]}]}})")
+            << "1;2";
     }
     void baseOfPriorityFrames()
     {
@@ -179,8 +187,9 @@ private slots:
         QTest::addColumn<QByteArray>("before");
         QTest::addColumn<QByteArray>("variables");
         QTest::newRow("appended") << QByteArray(R"({"mayaProject":"D:/p/Q","machine":{"envVars":["A=1"]}})")
-            << QByteArray(R"(["A=1","MAYA_PROJECT=D:\\p\\Q"])");
-        QTest::newRow("replaced") << QByteArray(R"({"mayaProject":"D:/p","machine":{"envVars":["MAYA_PROJECT=old","A=1"]}})") << QByteArray(R"(["MAYA_PROJECT=D:\\p","A=1"])");
+                                  << QByteArray(R"(["A=1","MAYA_PROJECT=D:\\p\\Q"])");
+        QTest::newRow("replaced") << QByteArray(R"({"mayaProject":"D:/p","machine":{"envVars":["MAYA_PROJECT=old","A=1"]}})")
+                                  << QByteArray(R"(["MAYA_PROJECT=D:\\p","A=1"])");
         QTest::newRow("first") << QByteArray(R"({"mayaProject":"D:/p"})") << QByteArray(R"(["MAYA_PROJECT=D:\\p"])");
         QTest::newRow("none") << QByteArray(R"({"machine":{"name":"m"}})") << QByteArray("[]");
     }
@@ -191,8 +200,7 @@ private slots:
         db_resolve res = row("/a.ma", {{"hasHand", 1}}, object(before));
         QString message;
         QVERIFY(ParameterModel::prepare(&res, config(), &message));
-        QCOMPARE(object(res.rset.toUtf8())["machine"].toObject()["envVars"].toArray(),
-            QJsonDocument::fromJson(variables).array());
+        QCOMPARE(object(res.rset.toUtf8())["machine"].toObject()["envVars"].toArray(), QJsonDocument::fromJson(variables).array());
     }
 
     void blocked_data()
@@ -201,12 +209,30 @@ private slots:
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("errstr");
         QTest::addColumn<QString>("text");
-        QTest::newRow("free") << "/d/a.max" << "o.tga" << "警告：未找到以下贴图\r\n" << "";
-        QTest::newRow("output") << "/d/a.MAX" << "" << "" << "a.MAX:无输出路径，请先进行参数设置";
-        QTest::newRow("camera") << "/d/a.max" << "o" << "警告：没有设置默认相机。\r\n" << "a.max:无默认相机，请先进行参数设置";
-        QTest::newRow("photons") << "/d/a.max" << "o" << "x未解析到本地光子y" << "a.max:无本地光子，请先进行参数设置";
-        QTest::newRow("two") << "/d/a.max" << "" << "没有设置默认相机" << "a.max:无输出路径，请先进行参数设置\r\na.max:无默认相机，请先进行参数设置";
-        QTest::newRow("another software") << "/d/a.tgd" << "" << "没有设置默认相机" << "";
+        QTest::newRow("free") << "/d/a.max"
+                              << "o.tga"
+                              << "警告：未找到以下贴图\r\n"
+                              << "";
+        QTest::newRow("output") << "/d/a.MAX"
+                                << ""
+                                << ""
+                                << "a.MAX:无输出路径，请先进行参数设置";
+        QTest::newRow("camera") << "/d/a.max"
+                                << "o"
+                                << "警告：没有设置默认相机。\r\n"
+                                << "a.max:无默认相机，请先进行参数设置";
+        QTest::newRow("photons") << "/d/a.max"
+                                 << "o"
+                                 << "x未解析到本地光子y"
+                                 << "a.max:无本地光子，请先进行参数设置";
+        QTest::newRow("two") << "/d/a.max"
+                             << ""
+                             << "没有设置默认相机"
+                             << "a.max:无输出路径，请先进行参数设置\r\na.max:无默认相机，请先进行参数设置";
+        QTest::newRow("another software") << "/d/a.tgd"
+                                          << ""
+                                          << "没有设置默认相机"
+                                          << "";
     }
     void blocked()
     {
@@ -223,16 +249,18 @@ private slots:
         QTest::addColumn<int>("type");
         QTest::addColumn<QByteArray>("rdata");
         QTest::addColumn<QString>("message");
-        const auto row = [](const char *name, int type, const QByteArray &rdata,
-            const char *message) { QTest::newRow(name) << type << rdata << QString::fromUtf8(message); };
+        const auto row = [](const char *name, int type, const QByteArray &rdata, const char *message) {
+            QTest::newRow(name) << type << rdata << QString::fromUtf8(message);
+        };
         row("max", Max, R"({"modelParameters":{"cameras":["c"],"frames":"1"}})", "");
         row("max, no camera", Max, R"({"modelParameters":{"cameras":[],"frames":"1"}})", "请选择相机");
         row("max, no photons", Max, R"({"modelParameters":{"cameras":["c"],"vrMode":7,"frames":"1"}})", "请设置光子路径");
-        row("max, photons gone", Max, R"({"modelParameters":{"cameras":["c"],"vrMode":2,"vrIrradianceMapFile":"gone.vrmap","frames":"1"}})", "光子路径不存在");
-        row("max, photons there", Max, R"({"modelParameters":{"cameras":["c"],"vrMode":2,"vrIrradianceMapFile":"p_01.vrmap,x","frames":"1"}})", "");
+        row("max, photons gone", Max, R"({"modelParameters":{"cameras":["c"],"vrMode":2,"vrIrradianceMapFile":"gone.vrmap","frames":"1"}})",
+            "光子路径不存在");
+        row("max, photons there", Max,
+            R"({"modelParameters":{"cameras":["c"],"vrMode":2,"vrIrradianceMapFile":"p_01.vrmap,x","frames":"1"}})", "");
         row("max, frames", Max, R"({"modelParameters":{"cameras":["c"],"frames":"9-1"}})", "参数设置项的序列帧只支持从小到大排列！");
-        row("max, keys", Max, R"({"keyFrames":"7","modelParameters":{"cameras":["c"],"frames":"1-5"}})",
-            "优先帧不在序列帧范围内！");
+        row("max, keys", Max, R"({"keyFrames":"7","modelParameters":{"cameras":["c"],"frames":"1-5"}})", "优先帧不在序列帧范围内！");
         row("maya, prefix", Maya, R"({"filePrefix":"<a>/{b}\\_-9"})", "");
         row("maya, blank in prefix", Maya, R"({"filePrefix":"a b"})", "出图命名规则只能由数字、字母和< > _ - /  ");
         row("maya, line end in prefix", Maya, "{\"filePrefix\":\"a\\n\"}", "出图命名规则只能由数字、字母和< > _ - /  ");
@@ -240,8 +268,8 @@ private slots:
         row("clarisse", Clarisse, R"({"modelParameters":{"images":[{"selected":1,"layers":[{"frames":"1","selected":0}]}]}})", "请选择层");
         row("terragen", Terragen, R"({"modelParameters":{"cameras":[{"frames":"1","selected":1,"vrMode":2}]}})", "");
         row("terragen, none", Terragen, R"({"modelParameters":{"cameras":[{"frames":"1"}]}})", "请选择节点");
-        row("terragen, no photons", Terragen,
-            R"({"modelParameters":{"cameras":[{"frames":"1","selected":1,"vrMode":1}]}})", "请设置光子路径");
+        row("terragen, no photons", Terragen, R"({"modelParameters":{"cameras":[{"frames":"1","selected":1,"vrMode":1}]}})",
+            "请设置光子路径");
     }
     void checks()
     {

@@ -8,10 +8,9 @@
 
 namespace
 {
-const QByteArray Scene =
-    "<terragen>\n<render name=\"R1\" master=\"1\" camera=\"/C1\" image_width=\"64\" image_height=\"32\" "
-    "sequence_first=\"1\" sequence_last=\"3\" sequence_step=\"1\">\n<render_GI_settings name=\"g\" /></render>\n"
-    "<camera name=\"C1\" />\n</terragen>\n";
+const QByteArray Scene = "<terragen>\n<render name=\"R1\" master=\"1\" camera=\"/C1\" image_width=\"64\" image_height=\"32\" "
+                         "sequence_first=\"1\" sequence_last=\"3\" sequence_step=\"1\">\n<render_GI_settings name=\"g\" /></render>\n"
+                         "<camera name=\"C1\" />\n</terragen>\n";
 
 ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
@@ -65,10 +64,8 @@ private slots:
         QTRY_COMPARE(rig.state(77), 110);
         QCOMPARE(states, (QList<int>{101, 106, 107, 108, 110}));
         QVERIFY(!early);
-        QCOMPARE(
-            rig.peer.last(10421),
-            (QJsonObject{
-                {"name", "a.tgd"}, {"clientFlag", 77}, {"projectId", 3}, {"softwareType", 8}, {"machineModel", "m"}}));
+        QCOMPARE(rig.peer.last(10421),
+                 (QJsonObject{{"name", "a.tgd"}, {"clientFlag", 77}, {"projectId", 3}, {"softwareType", 8}, {"machineModel", "m"}}));
         const QJsonObject order = rig.peer.last(10400);
         QCOMPARE(order["scene"].toString(), scene);
         QCOMPARE(order["ordernum"].toString(), QString("N101"));
@@ -92,8 +89,7 @@ private slots:
         QueueRig rig;
         int asked = 0;
         rig.peer.answer(10421, [&](const BusinessPeer::Request &) {
-            return ++asked < 3 ? BusinessPeer::Reply{1042101, {}, false}
-                               : BusinessPeer::Reply{1042100, {{"id", 5}, {"num", "N5"}}, false};
+            return ++asked < 3 ? BusinessPeer::Reply{1042101, {}, false} : BusinessPeer::Reply{1042100, {{"id", 5}, {"num", "N5"}}, false};
         });
         QSignalSpy states(&dao(), &ResolveDAO::stateChanged);
         const qlonglong key = rig.drop("/gone.tgd", {{"softwareType", 8}});
@@ -175,8 +171,8 @@ private slots:
             rig.peer.silence(10400);
         if (event == "store")
             UploadDAO::instance()->releaseUp();
-        const qlonglong key = rig.drop("/a.tgd", {{"softwareType", 8}}, 107, "N7", event == "broken" ? "{" : "{}",
-                                       "\"files\":[\"/a.tgd\",\"/b\"]");
+        const qlonglong key =
+            rig.drop("/a.tgd", {{"softwareType", 8}}, 107, "N7", event == "broken" ? "{" : "{}", "\"files\":[\"/a.tgd\",\"/b\"]");
         // Rows of an earlier try, whose ids nobody knows any more.
         db_upfile old;
         old.ordernum = "N7";
@@ -219,8 +215,7 @@ private slots:
         rig.fakeMaya();
         const QString first = rig.file("1.ma"), second = rig.file("2.ma"), third = rig.file("3.ma");
         const qlonglong a = rig.drop(first, rig.maya(), 100, "N1"), b = rig.drop(second, rig.maya(), 100, "N2");
-        const qlonglong c = rig.drop(third, rig.maya(), 100, "N3"),
-                        skp = rig.drop(rig.file("4.skp"), {{"softwareType", 6}}, 100, "N4");
+        const qlonglong c = rig.drop(third, rig.maya(), 100, "N3"), skp = rig.drop(rig.file("4.skp"), {{"softwareType", 6}}, 100, "N4");
         dao().setPriority(0, {skp, c});
         UserInfo::setResolveThread(1);
         rig.start();
@@ -365,8 +360,7 @@ private slots:
         QTest::newRow("clean") << on << 106 << false << "" << true;
         QTest::newRow("warned") << on << 103 << false << "" << false;
         QTest::newRow("warned, ignored") << all << 103 << false << "" << true;
-        QTest::newRow("warned, ignored but not automatic")
-            << QJsonObject{{"ignoreWarn", 1}} << 103 << false << "" << false;
+        QTest::newRow("warned, ignored but not automatic") << QJsonObject{{"ignoreWarn", 1}} << 103 << false << "" << false;
         QTest::newRow("warned, its batch went") << QJsonObject{} << 103 << true << "" << true;
         QTest::newRow("no camera") << all << 103 << false << "警告：没有设置默认相机。\r\n" << false;
         QTest::newRow("failed") << all << 104 << true << "" << false;
@@ -380,8 +374,8 @@ private slots:
         QFETCH(bool, goes);
         QueueRig rig({}, config);
         rig.peer.silence(10400);
-        const qlonglong key = rig.drop("/a.max", {{"softwareType", 3}}, state, "N1",
-                                       R"({"softwareType":3,"modelParameters":{"outputFile":"o.png"}})");
+        const qlonglong key =
+            rig.drop("/a.max", {{"softwareType", 3}}, state, "N1", R"({"softwareType":3,"modelParameters":{"outputFile":"o.png"}})");
         dao().saveMessage(key, errstr);
         if (flagged)
             dao().markBatch(key);
@@ -488,16 +482,15 @@ private slots:
                 else
                     reply["data"] = approval;
                 const QByteArray body = QJsonDocument(reply).toJson();
-                socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) +
-                              "\r\nConnection: close\r\n\r\n" + body);
+                socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" +
+                              body);
                 socket->disconnectFromHost();
             });
         });
         QueueRig rig;
         UserInfo::setAllValue("Server", "role", "slave");
         UserInfo::setAllValue("Server", "master", QStringLiteral("http://127.0.0.1:%1").arg(master.serverPort()));
-        const qlonglong key =
-            rig.drop("/a.tgd", {{"softwareType", 8}}, 107, {}, "{\"resStatus\":0}", "\"files\":[\"/a.tgd\"]");
+        const qlonglong key = rig.drop("/a.tgd", {{"softwareType", 8}}, 107, {}, "{\"resStatus\":0}", "\"files\":[\"/a.tgd\"]");
         rig.start();
         QTRY_COMPARE(rig.state(key), 116);
         QTRY_COMPARE(dao().read(key).fsum, 4);
@@ -525,8 +518,7 @@ private slots:
             ResolveScan thread;
             thread.start();
             QTRY_VERIFY(rig.peer.count(10310) == 1);
-            for (const char *key :
-                 {"os", "cpu", "mac", "diskNo", "mainboard", "graphics", "memory", "screenW", "screenH", "maxVersions"})
+            for (const char *key : {"os", "cpu", "mac", "diskNo", "mainboard", "graphics", "memory", "screenW", "screenH", "maxVersions"})
                 QVERIFY2(rig.peer.last(10310).contains(QLatin1String(key)), key);
             QVERIFY(Seam<ResolveCalls>::attached());
         }

@@ -1,5 +1,5 @@
-#include "common/UserInfo.h"
 #include "common/platform/Platform.h"
+#include "common/UserInfo.h"
 #include "resolve/BatchFile.h"
 #include "resolve/C4DPlugin.h"
 #include "resolve/C4DResolve.h"
@@ -47,14 +47,13 @@ private slots:
         QTest::addColumn<int>("late");  // at 0x5000
         QTest::addColumn<QString>("outcome");
         const auto row = [](const QByteArray &year, int early, int late, const char *outcome) {
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2 %3").arg(QString::fromUtf8(year)).arg(early, 0, 16).arg(late,
-                0, 16))) << QString::fromUtf8(year) << early << late << outcome;
+            QTest::newRow(qPrintable(QStringLiteral("%1 %2 %3").arg(QString::fromUtf8(year)).arg(early, 0, 16).arg(late, 0, 16)))
+                << QString::fromUtf8(year) << early << late << outcome;
         };
         const int highest[] = {0x12, 0x13, 0x14, 0x17, 0x19, 0x20, 0x21, 0x22, 0x23, 0x24, 0x25};
         for (int year = 2010; year <= 2020; ++year) {
             const QByteArray text = QByteArray::number(year);
-            const int stamp = highest[year - 2010], early = year <= 2011 ? stamp : 0xFE, late = year <= 2011
-                ? 0 : stamp;
+            const int stamp = highest[year - 2010], early = year <= 2011 ? stamp : 0xFE, late = year <= 2011 ? 0 : stamp;
             row(text, early, late, "matched");
             row(text, year <= 2011 ? stamp + 1 : 0xFE, stamp + 1, "10033");
             row(text, year <= 2011 ? 0x1F : 0xFE, 0x1F, "matched");
@@ -84,8 +83,7 @@ private slots:
     {
         if (sceneFolder().isEmpty())
             QSKIP("no real scenes on this machine");
-        const QJsonObject all = QJsonDocument::fromJson(content(sceneFolder()
-            + "/expected.json")).object()["max"].toObject();
+        const QJsonObject all = QJsonDocument::fromJson(content(sceneFolder() + "/expected.json")).object()["max"].toObject();
         QVERIFY(all.size() >= 12);
         for (auto it = all.begin(); it != all.end(); ++it) {
             const QJsonObject outcomes = it.value().toObject()["outcome_negative_never_passes"].toObject();
@@ -93,7 +91,7 @@ private slots:
                 // A byte that was really there is never a failure to read it.
                 const QString expected = year.value().toString() == "matched" ? "matched" : "10033";
                 QVERIFY2(MaxVersion::isVersionMatched(year.key(), sceneFolder() + '/' + it.key()) == expected,
-                    qPrintable(it.key() + ' ' + year.key()));
+                         qPrintable(it.key() + ' ' + year.key()));
             }
         }
     }
@@ -103,36 +101,62 @@ private slots:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("version");
         QTest::addColumn<QString>("program"); // empty: none is found
-        QTest::newRow("maya") << "maya" << "2016" << "/usr/autodesk/maya2016/bin/mayabatch";
-        QTest::newRow("maya, fast") << "fast" << "2016" << "/usr/autodesk/maya2016/bin/mayapy";
-        QTest::newRow("maya of other name") << "maya" << "2014" << "/usr/autodesk/maya2014-x64/bin/maya";
-        QTest::newRow("maya, not a part of a number") << "maya" << "201" << "";
-        QTest::newRow("houdini") << "houdini" << "17.5.460" << "/opt/hfs17.5.460/bin/hython";
-        QTest::newRow("houdini, newest build") << "houdini" << "17.5" << "/opt/hfs17.5.1000/bin/hython";
-        QTest::newRow("houdini absent") << "houdini" << "17" << "/opt/hfs17.5.1000/bin/hython";
-        QTest::newRow("houdini, other") << "houdini" << "7.5" << "";
-        QTest::newRow("c4d") << "c4d" << "21" << "/opt/maxon/cinema4dr21.207/bin/Commandline";
-        QTest::newRow("c4d of a year") << "c4d" << "2023" << "/opt/maxon/cinema4d2023/bin/Commandline";
-        QTest::newRow("c4d, not a year's end") << "c4d" << "23" << "";
-        QTest::newRow("clarisse") << "clarisse" << "CLARISSE 4.0" << "/opt/isotropix/clarisse/4.0_sp3/clarisse/cnode";
-        QTest::newRow("clarisse, other") << "clarisse" << "CLARISSE 3.0" << "";
-        QTest::newRow("no version") << "maya" << "" << "";
+        QTest::newRow("maya") << "maya"
+                              << "2016"
+                              << "/usr/autodesk/maya2016/bin/mayabatch";
+        QTest::newRow("maya, fast") << "fast"
+                                    << "2016"
+                                    << "/usr/autodesk/maya2016/bin/mayapy";
+        QTest::newRow("maya of other name") << "maya"
+                                            << "2014"
+                                            << "/usr/autodesk/maya2014-x64/bin/maya";
+        QTest::newRow("maya, not a part of a number") << "maya"
+                                                      << "201"
+                                                      << "";
+        QTest::newRow("houdini") << "houdini"
+                                 << "17.5.460"
+                                 << "/opt/hfs17.5.460/bin/hython";
+        QTest::newRow("houdini, newest build") << "houdini"
+                                               << "17.5"
+                                               << "/opt/hfs17.5.1000/bin/hython";
+        QTest::newRow("houdini absent") << "houdini"
+                                        << "17"
+                                        << "/opt/hfs17.5.1000/bin/hython";
+        QTest::newRow("houdini, other") << "houdini"
+                                        << "7.5"
+                                        << "";
+        QTest::newRow("c4d") << "c4d"
+                             << "21"
+                             << "/opt/maxon/cinema4dr21.207/bin/Commandline";
+        QTest::newRow("c4d of a year") << "c4d"
+                                       << "2023"
+                                       << "/opt/maxon/cinema4d2023/bin/Commandline";
+        QTest::newRow("c4d, not a year's end") << "c4d"
+                                               << "23"
+                                               << "";
+        QTest::newRow("clarisse") << "clarisse"
+                                  << "CLARISSE 4.0"
+                                  << "/opt/isotropix/clarisse/4.0_sp3/clarisse/cnode";
+        QTest::newRow("clarisse, other") << "clarisse"
+                                         << "CLARISSE 3.0"
+                                         << "";
+        QTest::newRow("no version") << "maya"
+                                    << ""
+                                    << "";
     }
     void usualFolders()
     {
-        for (const char *name : {"usr/autodesk/maya2016/bin/mayabatch", "usr/autodesk/maya2014-x64/bin/maya",
-            "opt/hfs17.5.460/bin/hython", "opt/hfs17.5.1000/bin/hython",
-                                 "opt/maxon/cinema4dr21.207/bin/Commandline", "opt/maxon/cinema4d2023/bin/Commandline",
-                                     "opt/isotropix/clarisse/4.0_sp3/clarisse/cnode"})
+        for (const char *name : {"usr/autodesk/maya2016/bin/mayabatch", "usr/autodesk/maya2014-x64/bin/maya", "opt/hfs17.5.460/bin/hython",
+                                 "opt/hfs17.5.1000/bin/hython", "opt/maxon/cinema4dr21.207/bin/Commandline",
+                                 "opt/maxon/cinema4d2023/bin/Commandline", "opt/isotropix/clarisse/4.0_sp3/clarisse/cnode"})
             put(name);
         QFETCH(QString, kind);
         QFETCH(QString, version);
         const QString root = m_dir.path();
-        const SoftwareFinder::Installation one = kind == "houdini" ? SoftwareFinder::houdini("h", version, root)
-                                                 : kind == "c4d" ? SoftwareFinder::cinema4D("c", version, root)
+        const SoftwareFinder::Installation one = kind == "houdini"    ? SoftwareFinder::houdini("h", version, root)
+                                                 : kind == "c4d"      ? SoftwareFinder::cinema4D("c", version, root)
                                                  : kind == "clarisse" ? SoftwareFinder::clarisse("l", version, root)
-                                                                      : SoftwareFinder::maya("m", version,
-                                                                          kind == "fast", root);
+                                                                      : SoftwareFinder::maya("m", version, kind == "fast", root);
         QFETCH(QString, program);
         QCOMPARE(one.program, program.isEmpty() ? QString() : root + program);
     }
@@ -157,10 +181,9 @@ private slots:
         QCOMPARE(SoftwareFinder::max("3ds max 2012", "2012").program, m_dir.filePath("reg/max/3dsmax"));
         QVERIFY(!SoftwareFinder::max("3ds max 2011", "2011").found());
         QCOMPARE(SoftwareFinder::cinema4D("cinema 4d r20", C4DResolve::version("cinema 4d r20")).program,
-            m_dir.filePath("reg/c4d/Commandline"));
+                 m_dir.filePath("reg/c4d/Commandline"));
         QVERIFY(!SoftwareFinder::cinema4D("c", C4DResolve::version("cinema 4d 2020")).found());
-        QCOMPARE(SoftwareFinder::clarisse("l", ClarisseResolve::version("ifx 3.6 sp2")).program,
-            m_dir.filePath("reg/clarisse/cnode"));
+        QCOMPARE(SoftwareFinder::clarisse("l", ClarisseResolve::version("ifx 3.6 sp2")).program, m_dir.filePath("reg/clarisse/cnode"));
         QCOMPARE(ClarisseResolve::version("clarisse"), QString("clarisse"));
         // What the user set comes before; a path that names nothing doesn't.
         UserInfo::setAllValue("SoftwarePath", "Maya2018", put("own/bin/maya.sh"));
@@ -192,8 +215,7 @@ private slots:
         const QString folder = m_dir.filePath("c4d");
         put("c4d/plugins/vandrel/vcmain.pyp", "old");
         QVERIFY(C4DPlugin::install(m_dir.filePath("src"), folder).isEmpty());
-        QCOMPARE(content(folder + "/plugins/vandrel/vcmain.pyp") + content(folder + "/libmmd.dll"),
-            QByteArray("newdll"));
+        QCOMPARE(content(folder + "/plugins/vandrel/vcmain.pyp") + content(folder + "/libmmd.dll"), QByteArray("newdll"));
         QVERIFY(!QFileInfo::exists(folder + "/plugins/readme.txt"));
         const QDateTime before = QFileInfo(folder + "/libmmd.dll").lastModified();
         QVERIFY(C4DPlugin::install(m_dir.filePath("src"), folder).isEmpty()); // the same isn't copied again
@@ -201,8 +223,7 @@ private slots:
         // A folder that can't be written to: what stays to be done is told.
         const QJsonArray left = C4DPlugin::install(m_dir.filePath("src"), put("a file"));
         QCOMPARE(left.size(), 2);
-        QVERIFY(left.contains(QJsonObject{{"src", m_dir.filePath("src/lib/libmmd.dll")},
-            {"dest", m_dir.filePath("a file/libmmd.dll")}}));
+        QVERIFY(left.contains(QJsonObject{{"src", m_dir.filePath("src/lib/libmmd.dll")}, {"dest", m_dir.filePath("a file/libmmd.dll")}}));
     }
 };
 VN_TEST(TestSoftware)

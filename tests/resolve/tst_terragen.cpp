@@ -1,15 +1,15 @@
-#include "resolve/LogParser.h"
 #include "resolve/DiskPath.h"
+#include "resolve/LogParser.h"
 #include "resolve/TerragenGi.h"
 #include "resolve/TerragenScene.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
 #include <QTemporaryDir>
 
-namespace {
+namespace
+{
 // The way that Terragen itself writes: one attribute a line, blanks around "=", no declaration.
-QByteArray element(const QByteArray &name, const QList<QPair<QByteArray, QByteArray>> &attributes,
-    const QByteArray &inside = {})
+QByteArray element(const QByteArray &name, const QList<QPair<QByteArray, QByteArray>> &attributes, const QByteArray &inside = {})
 {
     QByteArray text = "<" + name;
     for (const auto &one : attributes)
@@ -19,22 +19,29 @@ QByteArray element(const QByteArray &name, const QList<QPair<QByteArray, QByteAr
 
 QByteArray gi(const QByteArray &none, const QByteArray &read, const QByteArray &write, const QByteArray &file)
 {
-    return element("render_GI_settings", {{"name", "GI 01"}, {"no_GI_cache_file", none},
-        {"write_to_GI_cache_file", write},
+    return element("render_GI_settings", {{"name", "GI 01"},
+                                          {"no_GI_cache_file", none},
+                                          {"write_to_GI_cache_file", write},
                                           {"GI_cache_filename_to_write", "C:\\w_%04d.gic"},
-                                              {"read_from_GI_cache_file", read},
+                                          {"read_from_GI_cache_file", read},
                                           {"GI_cache_filename_to_read", file}});
 }
 
 QByteArray render(const QByteArray &name, const QByteArray &inside = {}, const QByteArray &step = "2")
 {
-    return element("render", {{"name", name}, {"image_width", "640"}, {"image_height", "360"}, {"sequence_first", "1"},
-                              {"sequence_last", "9"}, {"sequence_step", step},
-                                  {"output_image_filename", "C:\\out.%04d.tif"}}, inside);
+    return element("render",
+                   {{"name", name},
+                    {"image_width", "640"},
+                    {"image_height", "360"},
+                    {"sequence_first", "1"},
+                    {"sequence_last", "9"},
+                    {"sequence_step", step},
+                    {"output_image_filename", "C:\\out.%04d.tif"}},
+                   inside);
 }
 
 QByteArray scene(const QByteArray &inside) { return element("terragen", {{"name", "_1"}}, inside); }
-}
+} // namespace
 
 class TestTerragen : public QObject
 {
@@ -74,55 +81,59 @@ private slots:
         QTest::addColumn<QStringList>("files");
         QTest::addColumn<QStringList>("missing");
         using L = QStringList;
-        const auto row = [](const char *name, const QByteArray &inside, const L &files,
-            const L &missing) { QTest::newRow(name) << inside << files << missing; };
+        const auto row = [](const char *name, const QByteArray &inside, const L &files, const L &missing) {
+            QTest::newRow(name) << inside << files << missing;
+        };
         row("nothing", {}, {}, {});
         row("mixed slashes, other case", element("image_map_shader", {{"image_filename", "Textures\\sub/WOOD.jpg"}}),
             {"textures/sub/wood.JPG"}, {});
-        row("every attribute", element("x", {{"image_filename", "a.tif"}, {"import_filename", "b.fbx"},
-            {"displacement_image", "c.tif"},
-            {"translucency_image", "d.tif"}, {"export_filename", "never.tif"},
-                {"instance_cache_filename_to_read", "p.ins"}}), {"a.tif", "p.ins"}, {"b.fbx", "c.tif", "d.tif"});
+        row("every attribute",
+            element("x", {{"image_filename", "a.tif"},
+                          {"import_filename", "b.fbx"},
+                          {"displacement_image", "c.tif"},
+                          {"translucency_image", "d.tif"},
+                          {"export_filename", "never.tif"},
+                          {"instance_cache_filename_to_read", "p.ins"}}),
+            {"a.tif", "p.ins"}, {"b.fbx", "c.tif", "d.tif"});
         row("empty values", element("x", {{"filename", ""}, {"image_filename", "  "}}), {}, {});
-        row("model and what lies beside it", element("obj_reader", {{"filename", "res\\Model.obj"}},
-            element("default_shader",
-            {{"colour_image", "Bark.TIF"}, {"opacity_image", "gone.tif"},
-                {"displacement_image", "textures\\sub\\wood.jpg"}})),
+        row("model and what lies beside it",
+            element(
+                "obj_reader", {{"filename", "res\\Model.obj"}},
+                element("default_shader",
+                        {{"colour_image", "Bark.TIF"}, {"opacity_image", "gone.tif"}, {"displacement_image", "textures\\sub\\wood.jpg"}})),
             {"res/bark.tif", "res/model.mtl", "res/model.obj", "textures/sub/wood.JPG"}, {"res/gone.tif"});
-        row("beside another reader's model", element("tgo_reader", {{"filename", "res/model.obj"}},
-            element("default_shader", {{"colour_image", "bark.tif"}})),
+        row("beside another reader's model",
+            element("tgo_reader", {{"filename", "res/model.obj"}}, element("default_shader", {{"colour_image", "bark.tif"}})),
             {"res/model.obj", "res/bark.tif"}, {});
-        row("bare name without a model", element("default_shader",
-            {{"colour_image", "a.tif"}, {"opacity_image", "bark.tif"}}), {"a.tif"}, {"bark.tif"});
-        row("bare name behind a model", element("obj_reader", {{"filename", "nowhere/m.obj"}})
-            + element("default_shader", {{"colour_image", "a.tif"}}), {"a.tif"}, {"nowhere/m.obj"});
-        row("frame pattern", element("x", {{"image_filename", "SEQ\\f.%04d.exr"}}),
-            {"seq/f.0001.exr", "seq/f.0002.exr", "seq/f.12345.exr"}, {});
+        row("bare name without a model", element("default_shader", {{"colour_image", "a.tif"}, {"opacity_image", "bark.tif"}}), {"a.tif"},
+            {"bark.tif"});
+        row("bare name behind a model",
+            element("obj_reader", {{"filename", "nowhere/m.obj"}}) + element("default_shader", {{"colour_image", "a.tif"}}), {"a.tif"},
+            {"nowhere/m.obj"});
+        row("frame pattern", element("x", {{"image_filename", "SEQ\\f.%04d.exr"}}), {"seq/f.0001.exr", "seq/f.0002.exr", "seq/f.12345.exr"},
+            {});
         row("pattern without frames", element("x", {{"image_filename", "seq/g.%04d.exr"}}), {}, {"seq/g.%04d.exr"});
         row("variable", element("x", {{"filename", "${TGDNAME}.ins"}, {"image_filename", "${OTHER}.tif"}}),
             {"scene.ins", "a&b.tif", "a.tif"}, {});
-        row("exporter's own output", element("render", {}, element("micro_exporter",
-            {{"filename", "res\\obj\\gone.obj"}})), {}, {});
+        row("exporter's own output", element("render", {}, element("micro_exporter", {{"filename", "res\\obj\\gone.obj"}})), {}, {});
         row("exporter's output that is there", element("micro_exporter", {{"filename", "a.tif"}}), {"a.tif"}, {});
-        row("folder, twice, upwards", element("x", {{"filename", "res"}})
-            + element("y", {{"filename", "res"}, {"image_filename", "seq/../a.tif"}}), {"a.tif"}, {"res"});
+        row("folder, twice, upwards",
+            element("x", {{"filename", "res"}}) + element("y", {{"filename", "res"}, {"image_filename", "seq/../a.tif"}}), {"a.tif"},
+            {"res"});
         row("another machine's drive", element("x", {{"filename", "C:\\users\\a.obj"}}), {}, {"C:/users/a.obj"});
         row("entities", element("x", {{"filename", "a&amp;b.tif"}}), {"a&b.tif"}, {});
         row("no photons", render("r", gi("0", "1", "0", "")), {}, {});
-        row("photons", render("r", gi("0", "1", "0", "Cache\\p_0001.gic")), {"cache/p_0001.gic", "cache/p_0002.GIC"},
-            {});
-        row("photon pattern", render("r", gi("0", "1", "1", "cache/p_%04d.gic")),
-            {"cache/p_0001.gic", "cache/p_0002.GIC"}, {});
+        row("photons", render("r", gi("0", "1", "0", "Cache\\p_0001.gic")), {"cache/p_0001.gic", "cache/p_0002.GIC"}, {});
+        row("photon pattern", render("r", gi("0", "1", "1", "cache/p_%04d.gic")), {"cache/p_0001.gic", "cache/p_0002.GIC"}, {});
         row("photons not read", render("r", gi("1", "1", "0", "cache/p_0001.gic")), {}, {});
     }
     void dependencies()
     {
         QFETCH(QByteArray, inside);
         QFETCH(QStringList, missing);
-        for (const char *name : {"textures/sub/wood.JPG", "a.tif", "p.ins", "a&b.tif", "scene.ins", "res/model.obj",
-            "res/model.mtl", "res/bark.tif", "seq/f.0001.exr",
-                                 "seq/f.0002.exr", "seq/f.12345.exr", "seq/f.003.exr", "seq/f.0001.exr.bak",
-                                     "cache/p_0001.gic", "cache/p_0002.GIC", "cache/p.txt"})
+        for (const char *name : {"textures/sub/wood.JPG", "a.tif", "p.ins", "a&b.tif", "scene.ins", "res/model.obj", "res/model.mtl",
+                                 "res/bark.tif", "seq/f.0001.exr", "seq/f.0002.exr", "seq/f.12345.exr", "seq/f.003.exr",
+                                 "seq/f.0001.exr.bak", "cache/p_0001.gic", "cache/p_0002.GIC", "cache/p.txt"})
             put(name);
         const TerragenScene read = TerragenScene::read(put("scene.tgd", scene(inside)));
         QCOMPARE(read.error, 0);
@@ -135,18 +146,17 @@ private slots:
         QStringList told;
         for (const QString &one : missing)
             told << (DiskPath::isAbsolute(one) ? one : path(one));
-        QCOMPARE(result["details"].toString(), (dark ? QString("没有光子文件\n") : QString())
-                                                   + (told.isEmpty() ? QString() : "丢失文件：\r\n" + told.join('\n')));
+        QCOMPARE(result["details"].toString(),
+                 (dark ? QString("没有光子文件\n") : QString()) + (told.isEmpty() ? QString() : "丢失文件：\r\n" + told.join('\n')));
     }
 
     void cameras()
     {
         put("c/1.gic");
-        const QByteArray text = scene(render("Zwölf & mehr", {}).replace("& mehr", "&amp; mehr")
-            + render("none", gi("1", "1", "1", "c\\1.gic"), "")
-                                      + render("read", gi("0", "1", "1", "c\\1.gic"))
-                                          + render("write", gi("0", "0", "1", "c\\1.gic"))
-                                      + render("off", gi("0", "0", "0", "")) + element("group", {}, render("nested")));
+        const QByteArray text =
+            scene(render("Zwölf & mehr", {}).replace("& mehr", "&amp; mehr") + render("none", gi("1", "1", "1", "c\\1.gic"), "") +
+                  render("read", gi("0", "1", "1", "c\\1.gic")) + render("write", gi("0", "0", "1", "c\\1.gic")) +
+                  render("off", gi("0", "0", "0", "")) + element("group", {}, render("nested")));
         const QJsonObject content = TerragenScene::read(put("s.tgd", text)).result()["content"].toObject();
         const QByteArray expected = R"([{"frames":"1-9:2","height":360,"name":"Zwölf & mehr","width":640},
             {"frames":"1-9:1","giName":"GI 01","height":360,"name":"none","vrMode":0,"width":640},
@@ -170,8 +180,7 @@ private slots:
         QTest::newRow("deep") << QByteArray("<terragen>") + QByteArray("<a>").repeated(100000);
         QByteArray bomb = "<!DOCTYPE terragen [<!ENTITY a0 \"xxxxxxxxxx\">";
         for (int i = 1; i < 12; ++i)
-            bomb += "<!ENTITY a" + QByteArray::number(i) + " \""
-                + QByteArray("&a" + QByteArray::number(i - 1) + ";").repeated(10) + "\">";
+            bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" + QByteArray("&a" + QByteArray::number(i - 1) + ";").repeated(10) + "\">";
         QTest::newRow("entities without end") << bomb + "]><terragen><x filename=\"&a11;\">&a11;</x></terragen>";
     }
     void notAProject()
@@ -189,13 +198,11 @@ private slots:
     void otherEncoding()
     {
         put(QString::fromUtf8("贴图.tif"));
-        const TerragenScene read = TerragenScene::read(put("s.tgd",
-            scene(element("x", {{"image_filename", "\xcc\xf9\xcd\xbc.tif"}}))));
+        const TerragenScene read = TerragenScene::read(put("s.tgd", scene(element("x", {{"image_filename", "\xcc\xf9\xcd\xbc.tif"}}))));
         QCOMPARE(names(read.files), (QStringList{"s.tgd", QString::fromUtf8("贴图.tif")}));
         QDir(m_dir->path()).mkpath("100%done/t");
         put("100%done/t/a.1.tif");
-        QCOMPARE(names(TerragenScene::read(put("100%done/s.tgd",
-            scene(element("x", {{"filename", "t/a.%d.tif"}})))).files),
+        QCOMPARE(names(TerragenScene::read(put("100%done/s.tgd", scene(element("x", {{"filename", "t/a.%d.tif"}})))).files),
                  (QStringList{"100%done/s.tgd", "100%done/t/a.1.tif"}));
     }
 
@@ -239,25 +246,24 @@ private slots:
         QTest::addColumn<int>("mode");
         QTest::addColumn<QString>("file");
         const QByteArray other = render("other", gi("0", "0", "1", "z"));
-        const auto whole = [&other](const QByteArray &settings) { return scene("<!-- <render name=\"r\"> -->" + other
-            + render("r", settings)).replace('\n', "\r\n"); };
-        QTest::newRow("read") << whole(gi("1", "0", "0", "")) << whole(gi("0", "1", "0", "D:/c/a&amp;b.gic")) << 1
-            << "D:/c/a&b.gic";
-        QTest::newRow("read, the scene's own file") << whole(gi("1", "0", "1", "c\\a.gic"))
-            << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "c/a.gic";
-        QTest::newRow("read, no file told") << whole(gi("0", "0", "1", "c\\a.gic"))
-            << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "";
-        QTest::newRow("write") << whole(gi("0", "1", "0", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2
-            << "b.gic";
+        const auto whole = [&other](const QByteArray &settings) {
+            return scene("<!-- <render name=\"r\"> -->" + other + render("r", settings)).replace('\n', "\r\n");
+        };
+        QTest::newRow("read") << whole(gi("1", "0", "0", "")) << whole(gi("0", "1", "0", "D:/c/a&amp;b.gic")) << 1 << "D:/c/a&b.gic";
+        QTest::newRow("read, the scene's own file")
+            << whole(gi("1", "0", "1", "c\\a.gic")) << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "c/a.gic";
+        QTest::newRow("read, no file told") << whole(gi("0", "0", "1", "c\\a.gic")) << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "";
+        QTest::newRow("write") << whole(gi("0", "1", "0", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2 << "b.gic";
         QTest::newRow("none") << whole(gi("0", "1", "1", "a.gic")) << whole(gi("1", "0", "0", "a.gic")) << 0 << "";
-        QTest::newRow("set already") << whole(gi("0", "0", "1", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2
+        QTest::newRow("set already") << whole(gi("0", "0", "1", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2 << "";
+        const auto bare = [&whole](const QByteArray &flags) {
+            return whole(QByteArray("<render_GI_settings\r\n  name='g'" + flags + "/>"));
+        };
+        QTest::newRow("flags that aren't there")
+            << bare({}) << bare("\r\n  no_GI_cache_file=\"0\"\r\n  read_from_GI_cache_file=\"0\"\r\n  write_to_GI_cache_file=\"1\"") << 2
             << "";
-        const auto bare = [&whole](const QByteArray &flags) { return whole(QByteArray("<render_GI_settings\r\n  name='g'" + flags + "/>")); };
-        QTest::newRow("flags that aren't there") << bare({})
-            << bare("\r\n  no_GI_cache_file=\"0\"\r\n  read_from_GI_cache_file=\"0\"\r\n  write_to_GI_cache_file=\"1\"")
-            << 2 << "";
-        QTest::newRow("no settings") << whole("<render_x no_GI_cache_file=\"1\"/>")
-            << whole("<render_x no_GI_cache_file=\"1\"/>") << 1 << "";
+        QTest::newRow("no settings") << whole("<render_x no_GI_cache_file=\"1\"/>") << whole("<render_x no_GI_cache_file=\"1\"/>") << 1
+                                     << "";
     }
     void writeBack()
     {
@@ -267,8 +273,7 @@ private slots:
         const QString name = put("s.tgd", before);
         QVERIFY(QFile::link(name, path("link.tgd")));
         QString message;
-        QVERIFY2(TerragenGi::write(path("link.tgd"), {{"r", mode, file}, {"not there", 1, "x"}}, &message),
-            qPrintable(message));
+        QVERIFY2(TerragenGi::write(path("link.tgd"), {{"r", mode, file}, {"not there", 1, "x"}}, &message), qPrintable(message));
         QTEST(content("s.tgd"), "after");
         QVERIFY(QFileInfo(path("link.tgd")).isSymLink());
     }
@@ -281,8 +286,7 @@ private slots:
         QCOMPARE(content("s.tgd"), broken);
         QVERIFY(!TerragenGi::write(path("absent.tgd"), {{"r", 1, {}}}, &message) && message.contains("absent.tgd"));
         const QJsonArray cameras{QJsonObject{{"name", "a"}, {"selected", 1}, {"vrMode", 1}, {"giFile", "f"}},
-            QJsonObject{{"name", "b"}, {"selected", 1}},
-                                 QJsonObject{{"name", "c"}, {"vrMode", 1}}};
+                                 QJsonObject{{"name", "b"}, {"selected", 1}}, QJsonObject{{"name", "c"}, {"vrMode", 1}}};
         const auto choices = TerragenGi::choices({{"modelParameters", QJsonObject{{"cameras", cameras}}}});
         QVERIFY(choices.size() == 1 && choices[0].render == "a" && choices[0].mode == 1 && choices[0].file == "f");
     }

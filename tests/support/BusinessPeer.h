@@ -11,8 +11,17 @@
 class BusinessPeer : public QObject
 {
 public:
-    struct Request { int module = 0, cmd = 0, seq = 0; QJsonObject body; QByteArray text; };
-    struct Reply { int val = 0; QJsonObject body; bool silent = false; QByteArray text = {}; }; // text, not null: as it is
+    struct Request {
+        int module = 0, cmd = 0, seq = 0;
+        QJsonObject body;
+        QByteArray text;
+    };
+    struct Reply {
+        int val = 0;
+        QJsonObject body;
+        bool silent = false;
+        QByteArray text = {};
+    }; // text, not null: as it is
     using Script = std::function<Reply(const Request &request)>;
 
     BusinessPeer()
@@ -37,13 +46,20 @@ public:
 
     int port() const { return m_server.serverPort(); }
     // Replies to a command; without a script a request is kept and never answered.
-    void answer(int cmd, int val, const QJsonObject &body = {}) { m_scripts[cmd] = [=](const Request &) { return Reply{val, body, false}; }; }
+    void answer(int cmd, int val, const QJsonObject &body = {})
+    {
+        m_scripts[cmd] = [=](const Request &) { return Reply{val, body, false}; };
+    }
     void answer(int cmd, Script script) { m_scripts[cmd] = std::move(script); }
     void answerOthers(Script script) { m_others = std::move(script); } // commands without a script of their own
     void silence(int cmd) { m_scripts.remove(cmd); }
     void reply(const Request &to, int val, const QJsonObject &body = {}) { send(to.seq, to.cmd, val, body); }
     void push(int cmd, int val, const QJsonObject &body) { send(-1, cmd, val, body); }
-    void sendText(int seq, int cmd, int val, const QByteArray &text) { if (m_socket) m_socket->write(package(seq, cmd, val, text)); }
+    void sendText(int seq, int cmd, int val, const QByteArray &text)
+    {
+        if (m_socket)
+            m_socket->write(package(seq, cmd, val, text));
+    }
     static QByteArray package(int seq, int cmd, int val, const QByteArray &text)
     {
         QByteArray head(36, '\0');
@@ -58,7 +74,11 @@ public:
     QTcpSocket *socket() const { return m_socket; }
     int links() const { return m_links; } // taken so far
     const QList<Request> &all() const { return m_requests; }
-    void cut() { if (m_socket) m_socket->abort(); }
+    void cut()
+    {
+        if (m_socket)
+            m_socket->abort();
+    }
     void forget() { m_requests.clear(); }
 
     QList<Request> requests(int cmd) const
@@ -114,8 +134,8 @@ private:
             m_buffer.remove(0, size);
             if (number(package, 12) != 0 || number(package, 16) != checksum(package.mid(20)))
                 faults << "checksum";
-            Request request{number(package, 20), number(package, 24), number(package, 8),
-                            QJsonDocument::fromJson(package.mid(28)).object(), package.mid(28)};
+            Request request{number(package, 20), number(package, 24), number(package, 8), QJsonDocument::fromJson(package.mid(28)).object(),
+                            package.mid(28)};
             m_requests << request;
             if (const Script script = m_scripts.value(request.cmd, m_others)) {
                 const Reply answer = script(request);

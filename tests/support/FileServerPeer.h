@@ -2,29 +2,37 @@
 // The other end of the file server's socket for upload tests, on loopback at a port of its own: reads the request frames
 // byte by byte as the format has them, keeps what was sent per key, and answers as an honest server would, or as told.
 // Lives on the test's thread; its own reading and writing, so that a mistake of the client's can't agree with itself.
+#include <functional>
 #include <QHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QSet>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QTimer>
 #include <QtEndian>
-#include <functional>
+#include <QTimer>
 
 class FileServerPeer : public QTcpServer
 {
 public:
-    struct Frame { qint32 phase = 0, command = 0; qint64 offset = 0; QByteArray token, body; QJsonObject json; };
-    struct Reply { qint32 phase = 0, command = 0, code = 0; QByteArray body; };
+    struct Frame {
+        qint32 phase = 0, command = 0;
+        qint64 offset = 0;
+        QByteArray token, body;
+        QJsonObject json;
+    };
+    struct Reply {
+        qint32 phase = 0, command = 0, code = 0;
+        QByteArray body;
+    };
 
     QList<Frame> frames;
-    QStringList faults;                  // what broke the format
-    QHash<QString, QByteArray> stored;   // by the key of the ask
+    QStringList faults;                // what broke the format
+    QHash<QString, QByteArray> stored; // by the key of the ask
     QSet<QString> committed;
-    qint64 cutAfter = -1;                // aborts the connection once, when a chunk is stored up to this many bytes
-    bool late = false;                   // JSON some time after its head
-    int headBytes = 32;                  // of the next reply; fewer are sent first, the rest a moment later
+    qint64 cutAfter = -1; // aborts the connection once, when a chunk is stored up to this many bytes
+    bool late = false;    // JSON some time after its head
+    int headBytes = 32;   // of the next reply; fewer are sent first, the rest a moment later
     // Looks at a request before it is answered; may change the reply. False: no answer.
     std::function<bool(const Frame &, Reply *)> hook;
 
@@ -67,8 +75,9 @@ private:
                 faults << "head";
             if (buffer.size() < 40 + length)
                 return;
-            Frame frame{qFromBigEndian<qint32>(at + 4), qFromBigEndian<qint32>(at + 16), qFromBigEndian<qint64>(at + 8),
-                        buffer.mid(20, 16), buffer.mid(40, length), {}};
+            Frame frame{qFromBigEndian<qint32>(at + 4), qFromBigEndian<qint32>(at + 16),
+                        qFromBigEndian<qint64>(at + 8), buffer.mid(20, 16),
+                        buffer.mid(40, length),         {}};
             buffer.remove(0, 40 + length);
             if (frame.command != 70002)
                 frame.json = QJsonDocument::fromJson(frame.body).object();

@@ -1,9 +1,9 @@
 #pragma once
 // A small HTTP server of the test's own on a free port of 127.0.0.1: keeps every request, answers what the test says.
+#include <functional>
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <functional>
 
 class HttpPeer : public QTcpServer
 {

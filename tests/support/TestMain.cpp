@@ -29,16 +29,24 @@ public:
     }
 };
 
-namespace {
-struct TestClass { const char *name; TestMaker make; };
-QList<TestClass> &classes() { static QList<TestClass> list; return list; }
+namespace
+{
+struct TestClass {
+    const char *name;
+    TestMaker make;
+};
+QList<TestClass> &classes()
+{
+    static QList<TestClass> list;
+    return list;
+}
 QList<std::function<void()>> &ends()
 {
     static QList<std::function<void()>> list;
     return list;
 }
 QString home;
-}
+} // namespace
 
 int addTestClass(const char *name, TestMaker maker)
 {

@@ -4,8 +4,8 @@
 //   #include "tst_something.moc"
 // and TestMain.cpp runs them all. HOME and the XDG folders point into a temporary folder before anything runs, so that
 // a test never sees or leaves files of the person who runs it. Arguments are passed to every class (-functions lists).
-#include <QtTest>
 #include <functional>
+#include <QtTest>
 
 using TestMaker = std::function<QObject *()>;
 int addTestClass(const char *name, TestMaker maker);

@@ -4,13 +4,13 @@
 // order: a lock after its unlock, a delivery after the posts to the same object. Signals don't name their receivers,
 // so what they order is kept on one mark for all.
 #if defined(__SANITIZE_THREAD__)
+#include <dlfcn.h>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
 #include <QReadWriteLock>
 #include <QThread>
-#include <dlfcn.h>
 
 extern "C" {
 void __tsan_acquire(void *addr);
@@ -19,7 +19,8 @@ void __tsan_release(void *addr);
 const char *__tsan_default_options() { return "ignore_noninstrumented_modules=1:second_deadlock_stack=1"; }
 }
 
-namespace {
+namespace
+{
 char signalMark;
 template <class F> F real(const char *name) { return reinterpret_cast<F>(dlsym(RTLD_NEXT, name)); }
 } // namespace
@@ -33,21 +34,21 @@ void tsanDelivered(QObject *receiver)
 // What a delivery has done is before the end of a call that waited for it.
 void tsanDone(QObject *receiver) { __tsan_release(receiver); }
 
-#define LOCK(fn, symbol)                                                                                               \
-    void fn(void *self) __asm__(symbol);                                                                               \
-    void fn(void *self)                                                                                                \
-    {                                                                                                                  \
-        static auto call = real<void (*)(void *)>(symbol);                                                             \
-        call(self);                                                                                                    \
-        __tsan_acquire(self);                                                                                          \
+#define LOCK(fn, symbol)                                                                                                                   \
+    void fn(void *self) __asm__(symbol);                                                                                                   \
+    void fn(void *self)                                                                                                                    \
+    {                                                                                                                                      \
+        static auto call = real<void (*)(void *)>(symbol);                                                                                 \
+        call(self);                                                                                                                        \
+        __tsan_acquire(self);                                                                                                              \
     }
-#define UNLOCK(fn, symbol)                                                                                             \
-    void fn(void *self) __asm__(symbol);                                                                               \
-    void fn(void *self)                                                                                                \
-    {                                                                                                                  \
-        static auto call = real<void (*)(void *)>(symbol);                                                             \
-        __tsan_release(self);                                                                                          \
-        call(self);                                                                                                    \
+#define UNLOCK(fn, symbol)                                                                                                                 \
+    void fn(void *self) __asm__(symbol);                                                                                                   \
+    void fn(void *self)                                                                                                                    \
+    {                                                                                                                                      \
+        static auto call = real<void (*)(void *)>(symbol);                                                                                 \
+        __tsan_release(self);                                                                                                              \
+        call(self);                                                                                                                        \
     }
 LOCK(mutexLock, "_ZN6QMutex4lockEv")
 UNLOCK(mutexUnlock, "_ZN6QMutex6unlockEv")
@@ -82,8 +83,8 @@ void later(QObject *self)
     call(self);
 }
 
-bool invokeSlot(QObject *to, QtPrivate::QSlotObjectBase *slot, Qt::ConnectionType type, void *ret)
-    __asm__("_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
+bool invokeSlot(QObject *to, QtPrivate::QSlotObjectBase *slot, Qt::ConnectionType type,
+                void *ret) __asm__("_ZN11QMetaObject16invokeMethodImplEP7QObjectPN9QtPrivate15QSlotObjectBaseEN2Qt14ConnectionTypeEPv");
 bool invokeSlot(QObject *to, QtPrivate::QSlotObjectBase *slot, Qt::ConnectionType type, void *ret)
 {
     static auto call = real<bool (*)(QObject *, QtPrivate::QSlotObjectBase *, Qt::ConnectionType, void *)>(
@@ -96,12 +97,12 @@ bool invokeSlot(QObject *to, QtPrivate::QSlotObjectBase *slot, Qt::ConnectionTyp
 }
 
 using G = QGenericArgument;
-bool invokeName(QObject *to, const char *member, Qt::ConnectionType type, QGenericReturnArgument ret, G a, G b, G c, G d, G e, G f,
-                G g, G h, G i, G j)
-    __asm__("_ZN11QMetaObject12invokeMethodEP7QObjectPKcN2Qt14ConnectionTypeE22QGenericReturnArgument16QGenericArgumentS7_S7_S7_S7_S7_"
-            "S7_S7_S7_S7_");
-bool invokeName(QObject *to, const char *member, Qt::ConnectionType type, QGenericReturnArgument ret, G a, G b, G c, G d, G e, G f,
-                G g, G h, G i, G j)
+bool invokeName(
+    QObject *to, const char *member, Qt::ConnectionType type, QGenericReturnArgument ret, G a, G b, G c, G d, G e, G f, G g, G h, G i,
+    G j) __asm__("_ZN11QMetaObject12invokeMethodEP7QObjectPKcN2Qt14ConnectionTypeE22QGenericReturnArgument16QGenericArgumentS7_S7_S7_S7_S7_"
+                 "S7_S7_S7_S7_");
+bool invokeName(QObject *to, const char *member, Qt::ConnectionType type, QGenericReturnArgument ret, G a, G b, G c, G d, G e, G f, G g,
+                G h, G i, G j)
 {
     static auto call = real<bool (*)(QObject *, const char *, Qt::ConnectionType, QGenericReturnArgument, G, G, G, G, G, G, G, G, G, G)>(
         "_ZN11QMetaObject12invokeMethodEP7QObjectPKcN2Qt14ConnectionTypeE22QGenericReturnArgument16QGenericArgumentS7_S7_S7_S7_S7_"
@@ -110,12 +111,10 @@ bool invokeName(QObject *to, const char *member, Qt::ConnectionType type, QGener
     return call(to, member, type, ret, a, b, c, d, e, f, g, h, i, j);
 }
 
-void activate(QObject *sender, const QMetaObject *meta, int index, void **args)
-    __asm__("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+void activate(QObject *sender, const QMetaObject *meta, int index, void **args) __asm__("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
 void activate(QObject *sender, const QMetaObject *meta, int index, void **args)
 {
-    static auto call =
-        real<void (*)(QObject *, const QMetaObject *, int, void **)>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
+    static auto call = real<void (*)(QObject *, const QMetaObject *, int, void **)>("_ZN11QMetaObject8activateEP7QObjectPKS_iPPv");
     __tsan_release(&signalMark);
     call(sender, meta, index, args);
     __tsan_release(&signalMark); // the copies that queued receivers get were made within

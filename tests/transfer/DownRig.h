@@ -23,10 +23,10 @@ public:
     QStringList faults;
     int code = 7010003;
     int headBytes = 32;
-    QByteArray extra;   // behind the end of every file
-    QList<qint64> cuts; // bytes after which the next connections end
+    QByteArray extra;            // behind the end of every file
+    QList<qint64> cuts;          // bytes after which the next connections end
     std::function<void()> asked; // at every ask, before the answer
-    bool hold = false;  // half of each file that isn't tiny, then nothing
+    bool hold = false;           // half of each file that isn't tiny, then nothing
 
     StreamPeer()
     {
@@ -56,8 +56,7 @@ private:
         const char *at = frame.constData();
         if (frame.size() < 40 || qFromBigEndian<qint32>(at) != 0x11121314 || qFromBigEndian<qint32>(at + 4) != 0 ||
             qFromBigEndian<qint64>(at + 8) != -1 || qFromBigEndian<qint32>(at + 16) != 70100 ||
-            frame.mid(20, 16).toHex() != "00112233445566778899aabbccddeeff" ||
-            qFromBigEndian<qint32>(at + 36) != frame.size() - 40)
+            frame.mid(20, 16).toHex() != "00112233445566778899aabbccddeeff" || qFromBigEndian<qint32>(at + 36) != frame.size() - 40)
             faults << "ask";
         const QJsonObject ask = QJsonDocument::fromJson(frame.mid(40)).object();
         asks << ask;
@@ -100,16 +99,12 @@ struct DownRig {
         UserInfo::setResultDir(folder.filePath("out"));
         DownloadDAO::instance()->open(folder.path());
         business.takeClient();
-        business.answer(
-            11100, 1110000,
-            QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
+        business.answer(11100, 1110000, QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
         business.answer(10800, [this](const BusinessPeer::Request &asked) {
             const QJsonObject body = answers.value(asked.body["fileId"].toInt());
             return BusinessPeer::Reply{body.isEmpty() ? 1080002 : body["val"].toInt(1080000), body, false};
         });
-        storage.answer = [](const auto &) {
-            return HttpPeer::response(R"({"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
-        };
+        storage.answer = [](const auto &) { return HttpPeer::response(R"({"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})"); };
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileStateChanged, &window,
                          [this](qlonglong, int state, int error) { states << qMakePair(state, error); });
         QObject::connect(DownloadDAO::instance(), &DownloadDAO::fileSpeedChanged, &window,

@@ -5,7 +5,6 @@
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
-#include "support/HttpPeer.h"
 #include "io/NetWork.h"
 #include "support/BusinessPeer.h"
 #include "support/FileServerPeer.h"
@@ -47,8 +46,8 @@ struct UpRig {
     FileServerPeer files;
     ResolveSpy resolve;
     QString host = QStringLiteral("127.0.0.1"); // of the file server, as the storage service tells it
-    bool placed = true;                          // whether it tells it
-    int known = 101402; // what /sourceFiles answers
+    bool placed = true;                         // whether it tells it
+    int known = 101402;                         // what /sourceFiles answers
     std::function<int(const QUrlQuery &)> judge;
     QList<QUrlQuery> asked;
     QList<QPair<int, int>> states; // (state, error) as told to the page
@@ -84,10 +83,12 @@ struct UpRig {
         if (request.path.startsWith("/storage-secret-token/role"))
             return HttpPeer::response(R"({"result":1,"data":{"token":"00112233-4455-6677-8899-aabbccddeeff"}})");
         if (request.path == "/bs/farm/3")
-            return HttpPeer::response(QStringLiteral(R"({"status":11040000,"domain":"localhost","port":%1})").arg(files.serverPort()).toUtf8());
+            return HttpPeer::response(
+                QStringLiteral(R"({"status":11040000,"domain":"localhost","port":%1})").arg(files.serverPort()).toUtf8());
         const QUrlQuery query(QUrl::fromEncoded(request.path).query(QUrl::FullyEncoded));
         asked << query;
-        const QJsonObject data = placed ? QJsonObject{{"hostWan", host}, {"portWan", files.serverPort()}, {"hostLan", host}, {"portLan", 1}} : QJsonObject();
+        const QJsonObject data =
+            placed ? QJsonObject{{"hostWan", host}, {"portWan", files.serverPort()}, {"hostLan", host}, {"portLan", 1}} : QJsonObject();
         return HttpPeer::response(QJsonDocument(QJsonObject{{"code", judge ? judge(query) : known}, {"data", data}}).toJson());
     }
     QString write(const QString &name, const QByteArray &content)

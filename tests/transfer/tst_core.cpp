@@ -5,14 +5,18 @@
 #include "transfer/TransSet.h"
 #include "transfer/TransWork.h"
 
-namespace {
+namespace
+{
 class Worker : public TransWork
 {
 public:
-    using TransWork::TransWork;
     using TransWork::failDown;
     using TransWork::failUp;
-    void resolve(const QString &name) { resolveHost(name, [this](const QString &ip) { got << ip; }); }
+    using TransWork::TransWork;
+    void resolve(const QString &name)
+    {
+        resolveHost(name, [this](const QString &ip) { got << ip; });
+    }
     QStringList got;
 };
 
@@ -36,7 +40,7 @@ public:
         reports << QStringLiteral("%1: %2 of %3").arg(key).arg(items.size()).arg(sum);
     }
 };
-}
+} // namespace
 
 class TestTransferCore : public QObject
 {
@@ -49,12 +53,26 @@ private slots:
     {
         const QByteArray token = TransFrame::tokenBytes("00112233-4455-6677-8899-AABBCCDDEEFF");
         const QByteArray frame = TransSet::packFrame(1, 70002, token, 0x0102030405060708, 3, "abc");
-        QCOMPARE(frame.toHex(), QByteArray("11121314" "00000001" "0102030405060708" "00011172" "00112233445566778899aabbccddeeff"
-                                           "00000003" "616263"));
-        QCOMPARE(TransFrame::ask(0, 70000, {}, {{"a", 1}}).toHex(),
-                 QByteArray("11121314" "00000000" "ffffffffffffffff" "00011170") + QByteArray(32, '0') + "00000007" + QByteArray("{\"a\":1}").toHex());
+        QCOMPARE(frame.toHex(), QByteArray("11121314"
+                                           "00000001"
+                                           "0102030405060708"
+                                           "00011172"
+                                           "00112233445566778899aabbccddeeff"
+                                           "00000003"
+                                           "616263"));
+        QCOMPARE(TransFrame::ask(0, 70000, {}, {{"a", 1}}).toHex(), QByteArray("11121314"
+                                                                               "00000000"
+                                                                               "ffffffffffffffff"
+                                                                               "00011170") +
+                                                                        QByteArray(32, '0') + "00000007" + QByteArray("{\"a\":1}").toHex());
         TransFrame::Reply reply;
-        const QByteArray head = QByteArray::fromHex("00000000" "ffffffff" "55555555" "0001387f" "5555555555555555" "006acfc9" "55555555");
+        const QByteArray head = QByteArray::fromHex("00000000"
+                                                    "ffffffff"
+                                                    "55555555"
+                                                    "0001387f"
+                                                    "5555555555555555"
+                                                    "006acfc9"
+                                                    "55555555");
         QVERIFY(TransFrame::Reply::parse(head, &reply));
         QCOMPARE(reply.phase, -1);
         QCOMPARE(reply.command, 79999);
@@ -164,8 +182,14 @@ private slots:
         Queue queue;
         Worker worker(queue.share());
         QList<int> kinds;
-        connect(&worker, &TransWork::UpWorkFinished, this, [&](const db_upfile &file, int kind) { kinds << kind; QCOMPARE(file.error, code); });
-        connect(&worker, &TransWork::DownWorkFinished, this, [&](const db_downfile &file, int kind) { kinds << kind; QCOMPARE(file.error, code); });
+        connect(&worker, &TransWork::UpWorkFinished, this, [&](const db_upfile &file, int kind) {
+            kinds << kind;
+            QCOMPARE(file.error, code);
+        });
+        connect(&worker, &TransWork::DownWorkFinished, this, [&](const db_downfile &file, int kind) {
+            kinds << kind;
+            QCOMPARE(file.error, code);
+        });
         for (int i = 0; i < 2; ++i) {
             up ? worker.failUp(code) : worker.failDown(code);
             worker.finishUp(TransSet::Done);

@@ -33,8 +33,7 @@ private slots:
     {
         QJsonArray rows;
         for (int id = 1; id <= 10; ++id)
-            rows << m_rig->result(id, QString("beauty/%1.png").arg(id, 4, 10, QChar('0')),
-                                  QByteArray(id * 10000, char('a' + id)));
+            rows << m_rig->result(id, QString("beauty/%1.png").arg(id, 4, 10, QChar('0')), QByteArray(id * 10000, char('a' + id)));
         rows[9] = QJsonObject{{"id", 10}, {"path", "x/0010.png"}}; // no flag: below its id
         int inStore = -1;
         m_rig->business.answer(10413, [&](const BusinessPeer::Request &) {
@@ -77,14 +76,12 @@ private slots:
         QTest::addColumn<QByteArray>("mark");
         QTest::addColumn<QList<qint64>>("cuts");
         QTest::addColumn<QList<qint64>>("starts");
-        QTest::newRow("from the number on")
-            << 5000 << QByteArray("      1000") << QList<qint64>{} << QList<qint64>{1000};
+        QTest::newRow("from the number on") << 5000 << QByteArray("      1000") << QList<qint64>{} << QList<qint64>{1000};
         QTest::newRow("all there: no socket") << 5000 << QByteArray("      5000") << QList<qint64>{} << QList<qint64>{};
         QTest::newRow("no bytes: no socket") << 0 << QByteArray() << QList<qint64>{} << QList<qint64>{};
-        QTest::newRow("cut again and again")
-            << 900000 << QByteArray() << QList<qint64>{200000, 1, 300000} << QList<qint64>{0, 200000, 200001, 500001};
-        QTest::newRow("ends before the first byte")
-            << 5000 << QByteArray() << QList<qint64>{0, 0} << QList<qint64>{0, 0, 0};
+        QTest::newRow("cut again and again") << 900000 << QByteArray() << QList<qint64>{200000, 1, 300000}
+                                             << QList<qint64>{0, 200000, 200001, 500001};
+        QTest::newRow("ends before the first byte") << 5000 << QByteArray() << QList<qint64>{0, 0} << QList<qint64>{0, 0, 0};
     }
     void goesOn()
     {
@@ -124,15 +121,14 @@ private slots:
         QFETCH(int, error);
         const QJsonObject row = m_rig->result(1, "d/f.png", QByteArray(5000, 'x'), error == 10018 ? "0123" : "right");
         QJsonObject &answer = m_rig->answers[1];
-        const QHash<int, std::function<void()>> spoil{
-            {10011, [&] { m_rig->files.headBytes = 31; }},
-            {10013, [&] { m_rig->files.extra = "y"; }},
-            {10014, [&] { m_rig->write("d", "a file where the folder should be"); }},
-            {10015, [&] { answer.remove("size"); }},
-            {100000, [&] { answer["portWan"] = 1; }},
-            {1080002, [&] { answer = {}; }},
-            {1080009, [&] { answer["val"] = error; }},
-            {7010007, [&] { m_rig->files.code = error; }}};
+        const QHash<int, std::function<void()>> spoil{{10011, [&] { m_rig->files.headBytes = 31; }},
+                                                      {10013, [&] { m_rig->files.extra = "y"; }},
+                                                      {10014, [&] { m_rig->write("d", "a file where the folder should be"); }},
+                                                      {10015, [&] { answer.remove("size"); }},
+                                                      {100000, [&] { answer["portWan"] = 1; }},
+                                                      {1080002, [&] { answer = {}; }},
+                                                      {1080009, [&] { answer["val"] = error; }},
+                                                      {7010007, [&] { m_rig->files.code = error; }}};
         if (spoil.contains(error))
             spoil[error]();
         fetch(row);
@@ -269,9 +265,7 @@ private slots:
     void userAsks()
     {
         QJsonArray rows;
-        m_rig->business.answer(10805, [&](const auto &) {
-            return BusinessPeer::Reply{1080500, m_rig->list(rows), false};
-        });
+        m_rig->business.answer(10805, [&](const auto &) { return BusinessPeer::Reply{1080500, m_rig->list(rows), false}; });
         m_rig->start();
         m_rig->queue->missionResult(DownRig::Task, false, false);
         QTRY_COMPARE(m_rig->window.infos, QStringList("暂无结果文件"));
@@ -305,8 +299,7 @@ private slots:
     {
         QDir(m_rig->folder.path()).mkpath("project");
         m_rig->business.answer(10502, 1050200, {{"projects", QJsonArray{QJsonObject{{"id", 5}, {"name", "Film"}}}}});
-        m_rig->business.answer(10506, 1050600,
-                               {{"extraConfig", QJsonObject{{"outputPath", m_rig->folder.filePath("project")}}}});
+        m_rig->business.answer(10506, 1050600, {{"extraConfig", QJsonObject{{"outputPath", m_rig->folder.filePath("project")}}}});
         QJsonObject push = m_rig->push({m_rig->result(1, "f.png", "data")});
         push["resultRootPathEnum"] = 1;
         push["projectName"] = "Film";

@@ -104,8 +104,7 @@ private slots:
         PartialFile again(m_target);
         QCOMPARE(again.open(5000), 0);
         QCOMPARE(again.position(), 3003);
-        QTRY_VERIFY_WITH_TIMEOUT(
-            (again.position() < 5000 ? again.write("x", 1) : again.keep()) == 0 && again.mark() > 3003, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT((again.position() < 5000 ? again.write("x", 1) : again.keep()) == 0 && again.mark() > 3003, 5000);
         QVERIFY(again.mark() <= again.position());
         again.discard();
         QVERIFY(QDir(m_dir->filePath("sub")).isEmpty());
@@ -114,9 +113,7 @@ private slots:
     void ends()
     {
         const QByteArray data = bytes(100);
-        const auto fill = [&](PartialFile &partial) {
-            return partial.open(100) == 0 && partial.write(data.constData(), 100) == 0;
-        };
+        const auto fill = [&](PartialFile &partial) { return partial.open(100) == 0 && partial.write(data.constData(), 100) == 0; };
         put(m_target, "old");
         PartialFile wrong(m_target);
         QVERIFY(fill(wrong));
@@ -198,18 +195,17 @@ private slots:
     {
         const QString root = m_dir->path();
         put(root + "/k.png", "x");
-        const QJsonObject obj{
-            {"num", "N"},
-            {"mid", 4},
-            {"missionName", "m"},
-            {"farmId", 9},
-            {"isBlock", 1},
-            {"rows", QJsonArray{QJsonObject{{"id", 1}, {"path", "a.png"}, {"frame", 1}},
-                                QJsonObject{{"id", 2}, {"path", "k.png"}, {"isKeyframe", 1}},
-                                QJsonObject{{"id", 3}, {"path", "a.png"}, {"frame", 1}}, // rendered again
-                                QJsonObject{{"id", 4}, {"path", "../../b.png"}},
-                                QJsonObject{{"id", 5}, {"path", "sub/c.png"}, {"isBlock", 0}, {"farmId", 2}},
-                                QJsonObject{{"path", "noid.png"}}, 17}}};
+        const QJsonObject obj{{"num", "N"},
+                              {"mid", 4},
+                              {"missionName", "m"},
+                              {"farmId", 9},
+                              {"isBlock", 1},
+                              {"rows", QJsonArray{QJsonObject{{"id", 1}, {"path", "a.png"}, {"frame", 1}},
+                                                  QJsonObject{{"id", 2}, {"path", "k.png"}, {"isKeyframe", 1}},
+                                                  QJsonObject{{"id", 3}, {"path", "a.png"}, {"frame", 1}}, // rendered again
+                                                  QJsonObject{{"id", 4}, {"path", "../../b.png"}},
+                                                  QJsonObject{{"id", 5}, {"path", "sub/c.png"}, {"isBlock", 0}, {"farmId", 2}},
+                                                  QJsonObject{{"path", "noid.png"}}, 17}}};
         const QList<ResultRow> rows = MissionBuilder::rows(obj, root);
         const QList<MissionPlan> plans = MissionBuilder::plans(obj, rows, false);
         QCOMPARE(plans.size(), 2);
@@ -223,8 +219,7 @@ private slots:
                         .arg(file.error)
                         .arg(file.farmid)
                         .arg(QString(file.lpath).replace(root, "R"));
-        QCOMPARE(told,
-                 (QStringList{"3 0 0 9 R/a.png", "4 31 10023 9 .._.._b.png", "5 0 0 2 R/5/c.png", "2 0 0 9 R/k.png"}));
+        QCOMPARE(told, (QStringList{"3 0 0 9 R/a.png", "4 31 10023 9 .._.._b.png", "5 0 0 2 R/5/c.png", "2 0 0 9 R/k.png"}));
         QCOMPARE(MissionBuilder::plans(obj, rows, true).size(), 1); // the keyframe is on disk
     }
 

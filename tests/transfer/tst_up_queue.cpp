@@ -1,6 +1,6 @@
-#include "UpRig.h"
 #include "support/TestMain.h"
 #include "transfer/TransScan.h"
+#include "UpRig.h"
 
 // The upload queue with everything around it: what the servers see, what the stores keep, how an order ends.
 class TestUpQueue : public QObject
@@ -105,8 +105,14 @@ private slots:
 
         const FileServerPeer::Frame ask = rig->files.of(70000).value(0);
         QCOMPARE(ask.token.toHex(), QByteArray("00112233445566778899aabbccddeeff"));
-        QCOMPARE(ask.json, (QJsonObject{{"fileId", "91"}, {"key", key}, {"diskKey", key}, {"size", size}, {"isCompressed", false},
-                                        {"compressedSize", 0}, {"lastModified", row.modtime}, {"taskId", UpRig::Task}}));
+        QCOMPARE(ask.json, (QJsonObject{{"fileId", "91"},
+                                        {"key", key},
+                                        {"diskKey", key},
+                                        {"size", size},
+                                        {"isCompressed", false},
+                                        {"compressedSize", 0},
+                                        {"lastModified", row.modtime},
+                                        {"taskId", UpRig::Task}}));
         QCOMPARE(rig->files.of(70004).value(0).json, (QJsonObject{{"lastModified", row.modtime}}));
         QCOMPARE(rig->files.of(70000).size(), rig->files.of(70002).size() + 1); // stop and wait: an ask before each chunk
         QCOMPARE(rig->resolve.counted, QList<qlonglong>{size});

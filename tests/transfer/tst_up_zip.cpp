@@ -1,7 +1,7 @@
-#include "UpRig.h"
 #include "support/TestMain.h"
 #include "transfer/up/UpWork.h"
 #include "transfer/up/VandrelCompress.h"
+#include "UpRig.h"
 
 // Scenes that travel as a ZIP copy.
 class TestUpZip : public QObject
@@ -17,7 +17,8 @@ class TestUpZip : public QObject
         const QString path = rig->write("got.zip", archive), to = rig->folder.filePath("out");
         const QStringList made = JlCompress::extractDir(path, to);
         QFile file(made.value(0));
-        return made.size() == 1 && QFileInfo(made.first()).fileName() == "Scene.MAX" && file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+        return made.size() == 1 && QFileInfo(made.first()).fileName() == "Scene.MAX" && file.open(QIODevice::ReadOnly) ? file.readAll()
+                                                                                                                       : QByteArray();
     }
 
 private slots:

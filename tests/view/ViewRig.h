@@ -31,10 +31,7 @@ public:
         calls << QString("change %1 %2 %3").arg(key).arg(type).arg(order).trimmed();
     }
     void saveDataSet(db_resolve) override { calls << "save"; }
-    void commitResolve(qlonglong key, bool batch, QString) override
-    {
-        calls << QString("commit %1 %2").arg(key).arg(batch);
-    }
+    void commitResolve(qlonglong key, bool batch, QString) override { calls << QString("commit %1 %2").arg(key).arg(batch); }
     void seeError(int type, qlonglong key) override { calls << QString("error %1 %2").arg(type).arg(key); }
     void reswait(int type) override { calls << QString("wait %1").arg(type); }
     void fileOk(QString, qlonglong) override {}

@@ -11,14 +11,10 @@ using namespace EnvChoice;
 
 namespace
 {
-const QJsonObject maya{{"software", "maya2016"},
-                       {"plugins", QJsonArray{QJsonObject{{"name", "mtoa"}, {"version", "1.4"}}}},
-                       {"startGpu", 1},
-                       {"id", 12}};
-const QJsonObject plain{
-    {"software", "maya2018"}, {"plugins", QJsonArray()}, {"startGpu", 0}, {"id", 13}, {"isDefault", 1}};
-const QJsonObject machine{
-    {"name", "快速"}, {"machineModel", "fast-cpu"}, {"clientId", 5}, {"farmId", 3}, {"envVars", QJsonArray{"A=1"}}};
+const QJsonObject maya{
+    {"software", "maya2016"}, {"plugins", QJsonArray{QJsonObject{{"name", "mtoa"}, {"version", "1.4"}}}}, {"startGpu", 1}, {"id", 12}};
+const QJsonObject plain{{"software", "maya2018"}, {"plugins", QJsonArray()}, {"startGpu", 0}, {"id", 13}, {"isDefault", 1}};
+const QJsonObject machine{{"name", "快速"}, {"machineModel", "fast-cpu"}, {"clientId", 5}, {"farmId", 3}, {"envVars", QJsonArray{"A=1"}}};
 } // namespace
 
 class TestEnv : public QObject
@@ -61,12 +57,9 @@ private slots:
     {
         QTest::addColumn<QByteArray>("reply");
         QTest::newRow("flat") << QByteArray(R"({"combos":[{"software":"maya2016"}]})");
-        QTest::newRow("below its name") << QByteArray(
-            R"({"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}})");
-        QTest::newRow("list of one") << QByteArray(
-            R"({"projectSoftwareConfig":[{"combos":[{"software":"maya2016"}]}]})");
-        QTest::newRow("below data") << QByteArray(
-            R"({"data":{"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}}})");
+        QTest::newRow("below its name") << QByteArray(R"({"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}})");
+        QTest::newRow("list of one") << QByteArray(R"({"projectSoftwareConfig":[{"combos":[{"software":"maya2016"}]}]})");
+        QTest::newRow("below data") << QByteArray(R"({"data":{"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}}})");
     }
     void configurations()
     {
@@ -117,9 +110,8 @@ private slots:
         QFETCH(int, from);
         Chosen c = chosen();
         c.resultRoot = ProjectPath;
-        const QList<std::function<void()>> faults{[&] { c.machine = {}; }, [&] { c.config.remove("outputPath"); },
-                                                  [&] { c.env = {}; }, [&] { c.mayaProjectExists = false; },
-                                                  [&] { c.balance = 0; }};
+        const QList<std::function<void()>> faults{[&] { c.machine = {}; }, [&] { c.config.remove("outputPath"); }, [&] { c.env = {}; },
+                                                  [&] { c.mayaProjectExists = false; }, [&] { c.balance = 0; }};
         for (int i = from; i < faults.size(); ++i)
             faults[i]();
         QTEST(refusal(c), "text");
@@ -161,8 +153,7 @@ private slots:
         QCOMPARE(rset["sceneName"].toString(), QString("a b.ma"));
         QCOMPARE(rset["mayaProject"].toString(), QString("/p"));
         QCOMPARE(rset["machine"].toObject()["envVars"].toArray(), (QJsonArray{"A=1", "MAYA_PROJECT=/p"}));
-        QVERIFY(rset["projectConfig"].toObject().contains("outputPath") &&
-                !rset["projectConfig"].toObject().contains("combos"));
+        QVERIFY(rset["projectConfig"].toObject().contains("outputPath") && !rset["projectConfig"].toObject().contains("combos"));
         Chosen other = chosen();
         other.softwareType = 8;
         other.machine.remove("machineModel");
@@ -179,16 +170,14 @@ private slots:
         BusinessPeer server;
         QVERIFY(server.takeClient());
         server.answer(10502, 1050200,
-                      {{"projects",
-                        QJsonArray{QJsonObject{{"id", 1}, {"name", "one"}}, QJsonObject{{"id", 2}, {"name", "two"}}}}});
+                      {{"projects", QJsonArray{QJsonObject{{"id", 1}, {"name", "one"}}, QJsonObject{{"id", 2}, {"name", "two"}}}}});
         QList<BusinessPeer::Request> held;
         server.answer(10506, [&](const BusinessPeer::Request &request) {
             if (request.body["projectId"].toInt() == 1) {
                 held << request;
                 return BusinessPeer::Reply{0, {}, true};
             }
-            return BusinessPeer::Reply{1050600,
-                                       {{"combos", QJsonArray{QJsonObject{{"software", "Terragen 4"}, {"id", 21}}}}}};
+            return BusinessPeer::Reply{1050600, {{"combos", QJsonArray{QJsonObject{{"software", "Terragen 4"}, {"id", 21}}}}}};
         });
         server.answer(11102, 1110200, {{"machines", QJsonArray{QJsonObject{{"name", "slow"}}, machine}}});
         UserInfo::setUserValue("EnvPre", "machine", "快速");

@@ -91,9 +91,10 @@ private slots:
         m_page = page(logsIn);
         m_tokens = 0;
         m_server->answer(10308, [this](const BusinessPeer::Request &) {
-            return BusinessPeer::Reply{
-                1030800,
-                {{"token", QString("token%1").arg(++m_tokens)}, {"depositLink", "http://pay.example"}, {"vipCenterUrl", m_web->url("/vip")}}};
+            return BusinessPeer::Reply{1030800,
+                                       {{"token", QString("token%1").arg(++m_tokens)},
+                                        {"depositLink", "http://pay.example"},
+                                        {"vipCenterUrl", m_web->url("/vip")}}};
         });
         m_server->answer(10309, 1030900, {{"userId", 41}, {"username", "frieda"}, {"parseTime", 77}, {"hashType", 1}});
         writeIni(m_web->url("?auto=1").toUtf8());
@@ -239,10 +240,10 @@ private slots:
         auto *menu = window->findChild<LeftMenu *>();
         QSignalSpy opened(menu, &LeftMenu::webChosen);
         menu->setCurrentCell(menu->rowCount() - 1, 0);
-        QVERIFY2(opened.value(0).value(1).toUrl().query().startsWith(QString("sessionid=token%1").arg(m_tokens)), "web pages get the token that holds");
+        QVERIFY2(opened.value(0).value(1).toUrl().query().startsWith(QString("sessionid=token%1").arg(m_tokens)),
+                 "web pages get the token that holds");
         Background::finish();
-        QVERIFY2(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"autoLogin\":\"false\""),
-                 "the user's own marks are kept");
+        QVERIFY2(UserDAO::instance()->info(UserInfo::thirdInfo()).contains("\"autoLogin\":\"false\""), "the user's own marks are kept");
     }
 
     // Somebody else logs in on the page while the link was lost: nothing of the first account goes on under the second.
@@ -328,8 +329,7 @@ private slots:
     void pageThatFails()
     {
         m_web->answer = [this](const HttpPeer::Request &request) {
-            return request.path.contains("loginPage") && pages() < 2 ? HttpPeer::response("", "500 no")
-                                                                     : HttpPeer::response(m_page);
+            return request.path.contains("loginPage") && pages() < 2 ? HttpPeer::response("", "500 no") : HttpPeer::response(m_page);
         };
         begin();
         QTRY_VERIFY2(m_login->isVisible(), "who starts hidden is shown what is wrong");

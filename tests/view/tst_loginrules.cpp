@@ -105,14 +105,12 @@ private slots:
         QTest::addColumn<bool>("relogin");
         QTest::addColumn<bool>("goesOn");
         QTest::addColumn<QString>("remember");
-        QTest::newRow("good") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})" << false << true
-                              << "false";
+        QTest::newRow("good") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})" << false << true << "false";
         QTest::newRow("no failNum") << R"({"rememberPsd":"false"})" << false << true << "false";
         QTest::newRow("failed") << R"({"failNum":2})" << false << false << "";
         QTest::newRow("failed, as text") << R"({"failNum":"1"})" << false << false << "";
         QTest::newRow("failed while reconnecting") << R"({"failNum":1})" << true << false << "";
-        QTest::newRow("marks of before come back")
-            << R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})" << true << true << "true";
+        QTest::newRow("marks of before come back") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})" << true << true << "true";
     }
     void pageSaves()
     {

@@ -89,10 +89,8 @@ private slots:
     {
         make();
         m_window->changeNotice({{"content", "a < b"}, {"url", "http://n.example/?a=1&b=2"}});
-        QCOMPARE(
-            bar()->noticeHtml(),
-            QString(
-                "<style>a{text-decoration:none;color:#ccc}</style><a href=http://n.example/?a=1&amp;b=2>a &lt; b</a>"));
+        QCOMPARE(bar()->noticeHtml(),
+                 QString("<style>a{text-decoration:none;color:#ccc}</style><a href=http://n.example/?a=1&amp;b=2>a &lt; b</a>"));
         m_window->changeNotice({});
         QCOMPARE(bar()->noticeHtml(), QString());
     }
@@ -105,12 +103,10 @@ private slots:
         QCOMPARE(UserInfo::userValue("MsgCenter", "redNotice").toInt(), 1);
         make(); // stays over a new login
         QVERIFY(bar()->redMark());
-        m_server->answer(
-            10311, 1031100,
-            {{"pageList",
-              QJsonArray{QJsonObject{{"type", 2}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
-                         QJsonObject{{"type", 9}, {"content", "?"}, {"time", 0}}}},
-             {"pageSize", 3}});
+        m_server->answer(10311, 1031100,
+                         {{"pageList", QJsonArray{QJsonObject{{"type", 2}, {"content", "<b>low</b>"}, {"time", "2026-01-02 03:04:05"}},
+                                                  QJsonObject{{"type", 9}, {"content", "?"}, {"time", 0}}}},
+                          {"pageSize", 3}});
         m_window->on_noticeBtn_clicked();
         QVERIFY(!bar()->redMark());
         auto *center = topLevel<MsgCenter>();
@@ -128,9 +124,7 @@ private slots:
         QTest::addColumn<QJsonObject>("info");
         QTest::addColumn<QString>("titles");
         QTest::newRow("no addresses") << QJsonObject() << "解析提交|传输管理";
-        QTest::newRow("some") << QJsonObject{{"personalCenterUrl", "http://u"},
-                                             {"netTestUrl", "http://n"},
-                                             {"vipCenterUrl", ""}}
+        QTest::newRow("some") << QJsonObject{{"personalCenterUrl", "http://u"}, {"netTestUrl", "http://n"}, {"vipCenterUrl", ""}}
                               << "解析提交|传输管理|个人中心|网络诊断";
         QTest::newRow("all") << QJsonObject{{"personalCenterUrl", "http://u"},
                                             {"rechargeCenterUrl", "http://r"},
@@ -210,8 +204,7 @@ private slots:
         make();
         m_window->show();
         m_window->close();
-        QVERIFY2(TrayIcon::available() ? !m_window->isVisible() : m_window->isMinimized(),
-                 "hidden in the tray, or minimised without one");
+        QVERIFY2(TrayIcon::available() ? !m_window->isVisible() : m_window->isMinimized(), "hidden in the tray, or minimised without one");
         QVERIFY(!QApplication::quitOnLastWindowClosed());
         TrayIcon::instance()->setCurWid(m_window.data());
         TrayIcon::instance()->showCurWid();

@@ -34,10 +34,7 @@ private:
         m_page->allFile(rows, 1);
         m_page->model()->tick(ticked, true);
     }
-    QModelIndex cell(qlonglong key, int column) const
-    {
-        return m_page->model()->index(m_page->model()->rowOf(key), column);
-    }
+    QModelIndex cell(qlonglong key, int column) const { return m_page->model()->index(m_page->model()->rowOf(key), column); }
 
 private slots:
     void initTestCase() { account(52); }
@@ -304,10 +301,9 @@ private slots:
 
     void sceneParameters()
     {
-        const QJsonObject rdata{
-            {"modelParameters", QJsonObject{{"cameras", QJsonArray{QJsonObject{{"name", "cam1"}, {"frames", "1-10"}},
-                                                                   QJsonObject{{"name", "cam2"}, {"width", 800}}}},
-                                            {"formats", QJsonArray{"exr", "png"}}}}};
+        const QJsonObject rdata{{"modelParameters", QJsonObject{{"cameras", QJsonArray{QJsonObject{{"name", "cam1"}, {"frames", "1-10"}},
+                                                                                       QJsonObject{{"name", "cam2"}, {"width", 800}}}},
+                                                                {"formats", QJsonArray{"exr", "png"}}}}};
         QStringList lines;
         for (const SceneInfo::Line &line : SceneInfo::lines(rdata))
             lines << QString("%1%2=%3").arg(QString(line.depth, ' '), line.name, line.value);

@@ -108,8 +108,7 @@ private slots:
         m_web.requests.clear();
         m_web.answer = [&](const HttpPeer::Request &) {
             return HttpPeer::response(
-                QStringLiteral(
-                    R"({"result":1,"code":0,"msg":"","masterUserId":77,"data":[["%1","127.0.0.1"],["4001","rest.example"]]})")
+                QStringLiteral(R"({"result":1,"code":0,"msg":"","masterUserId":77,"data":[["%1","127.0.0.1"],["4001","rest.example"]]})")
                     .arg(business.port())
                     .toUtf8());
         };

@@ -37,8 +37,7 @@ QMap<QString, QString> messages(const QString &path, QStringList *unfinished = n
     const QDomNodeList list = doc.elementsByTagName("message");
     for (int i = 0; i < list.size(); ++i) {
         const QDomElement message = list.at(i).toElement();
-        const QString key =
-            message.parentNode().firstChildElement("name").text() + '|' + flat(message.firstChildElement("source"));
+        const QString key = message.parentNode().firstChildElement("name").text() + '|' + flat(message.firstChildElement("source"));
         const QDomElement translation = message.firstChildElement("translation");
         out.insert(key, flat(translation));
         if (unfinished && (translation.hasAttribute("type") || flat(translation).isEmpty()))
@@ -68,15 +67,14 @@ private slots:
         QVERIFY2(unfinished.isEmpty(), qPrintable(unfinished.join('\n')));
         QString lupdate = QStandardPaths::findExecutable("lupdate");
         if (lupdate.isEmpty())
-            lupdate =
-                QStandardPaths::findExecutable("lupdate", {"/usr/lib/qt5/bin", "/usr/lib/x86_64-linux-gnu/qt5/bin"});
+            lupdate = QStandardPaths::findExecutable("lupdate", {"/usr/lib/qt5/bin", "/usr/lib/x86_64-linux-gnu/qt5/bin"});
         if (lupdate.isEmpty())
             QSKIP("lupdate isn't installed");
         QTemporaryDir folder;
         const QString found = folder.filePath("found.ts");
         QProcess process;
-        process.start(lupdate, {"-no-obsolete", "-locations", "none", "-source-language", "zh_CN", "-target-language",
-                                "en_US", root + "/src", "-ts", found});
+        process.start(lupdate, {"-no-obsolete", "-locations", "none", "-source-language", "zh_CN", "-target-language", "en_US",
+                                root + "/src", "-ts", found});
         QVERIFY(process.waitForFinished(60000));
         QStringList missing, unused = english.keys();
         const auto wanted = messages(found);

@@ -38,10 +38,7 @@ private:
     {
         return model.index(row.row(), column, row.parent()).data(role);
     }
-    static QModelIndex child(const TransferModel &model, const QString &key, int row)
-    {
-        return model.index(row, 0, model.groupIndex(key));
-    }
+    static QModelIndex child(const TransferModel &model, const QString &key, int row) { return model.index(row, 0, model.groupIndex(key)); }
 
 private slots:
     void initTestCase() { account(53); }
@@ -310,8 +307,7 @@ private slots:
     {
         const QString dir = testHome() + "/transfer";
         QVERIFY(QDir().mkpath(dir));
-        QVERIFY(ResolveDAO::instance()->open(dir) && UploadDAO::instance()->open(dir) &&
-                DownloadDAO::instance()->open(dir));
+        QVERIFY(ResolveDAO::instance()->open(dir) && UploadDAO::instance()->open(dir) && DownloadDAO::instance()->open(dir));
         db_resolve row = scene(500, 110, "/proj/shot_a.tgd", 61);
         QList<db_resolve> rows{row, scene(501, 106)};
         QVERIFY(ResolveDAO::instance()->insertBatch(&rows));

@@ -168,9 +168,7 @@ private slots:
         const QFontMetrics metrics(view.font());
         const QRect cell = view.visualRect(model.index(0, 0));
         const int second = cell.left() + 8 + metrics.horizontalAdvance("暂停") + 2 + 16;
-        const auto click = [&](int x) {
-            QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {x, cell.center().y()});
-        };
+        const auto click = [&](int x) { QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, {x, cell.center().y()}); };
         click(cell.left() + 12);
         click(second + 4);
         click(second - 8);
@@ -262,8 +260,7 @@ private slots:
 
     void oneInstance()
     {
-        const QString name =
-            SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
+        const QString name = SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
 #ifndef Q_OS_WIN
         QVERIFY(SingleApp::instanceName("x") != "x"); // one per user
 #endif

@@ -91,7 +91,8 @@ bool growTree(const std::vector<Process> &all, std::set<std::int64_t> &tree, std
 {
     const std::size_t before = tree.size();
     for (const Process &process : all) {
-        if (!mark.empty() && process.pid != self && !process.dead && !tree.count(process.pid) && carries(process.pid, mark))
+        if (!mark.empty() && process.pid != self && !process.dead && !tree.count(process.pid) &&
+            carries(process.pid, mark))
             tree.insert(process.pid);
     }
     for (bool again = true; again;) {

@@ -26,11 +26,11 @@ public:
 
     static constexpr int NewPerTick = 5;
     static constexpr qint64 BigFile = 1073741824; // gives way to others when a proxy serves the uploads
-    static constexpr int IdleMs = 1000; // without a mark the store is asked once in this time
+    static constexpr int IdleMs = 1000;           // without a mark the store is asked once in this time
     struct Timing {
-        int passingMs = 1000;     // before a file that failed is tried again; doubled by each hard failure
-        int askAgainMs = 12000;   // 10704: two seconds for an answer, ten until it is asked again
-        int giveWayMs = 10000;    // a big file stands back
+        int passingMs = 1000;   // before a file that failed is tried again; doubled by each hard failure
+        int askAgainMs = 12000; // 10704: two seconds for an answer, ten until it is asked again
+        int giveWayMs = 10000;  // a big file stands back
     };
     void setTiming(const Timing &timing) { m_timing = timing; }
 
@@ -45,7 +45,10 @@ protected:
 
 private:
     enum class Walk { Next, Stop };
-    struct Sum { qint64 speed = 0, bytes = 0; double felt = 0; };
+    struct Sum {
+        qint64 speed = 0, bytes = 0;
+        double felt = 0;
+    };
 
     bool quiet();
     Walk walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen);
@@ -63,14 +66,14 @@ private:
     void refreshTotals(const QString &order);
     static QString keyOf(const db_upfile &file);
 
-    QMap<QString, db_upfile> m_running;                  // by key
-    QHash<QString, QHash<qlonglong, qint64>> m_delayed;  // order -> pri -> until, on m_clock
-    QHash<QString, QElapsedTimer> m_ending;              // order -> since it was last asked
-    QHash<QString, qint64> m_waitingLink;                // orders of the object store, told once a minute
-    QMap<int, Sum> m_sums;                               // task -> what its workers reported this second
+    QMap<QString, db_upfile> m_running;                 // by key
+    QHash<QString, QHash<qlonglong, qint64>> m_delayed; // order -> pri -> until, on m_clock
+    QHash<QString, QElapsedTimer> m_ending;             // order -> since it was last asked
+    QHash<QString, qint64> m_waitingLink;               // orders of the object store, told once a minute
+    QMap<int, Sum> m_sums;                              // task -> what its workers reported this second
     QElapsedTimer m_clock;
     QElapsedTimer m_lastLook, m_lastTotals;
-    QSet<QString> m_changedTotals;                       // orders
+    QSet<QString> m_changedTotals; // orders
     Timing m_timing;
     bool m_nothing = false; // the last look found no order
 };

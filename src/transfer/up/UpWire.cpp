@@ -9,7 +9,8 @@
 #include <QDebug>
 #include <QFileInfo>
 
-namespace {
+namespace
+{
 enum Code { StartPoint = 7000000, AllThere = 7000001, ChunkTaken = 7000201, Finished = 7000404, Moved = 7000441 };
 }
 
@@ -228,10 +229,7 @@ void UpWork::chunkTaken()
     m_limitTimer->start(next.delayMs);
 }
 
-void UpWork::limitOut()
-{
-    connected();
-}
+void UpWork::limitOut() { connected(); }
 
 void UpWork::commit()
 {
@@ -254,7 +252,4 @@ void UpWork::fsCode(int code)
     QTimer::singleShot(StageMs, this, &UpWork::waitOut);
 }
 
-void UpWork::waitOut()
-{
-    failUp(m_up.error, true);
-}
+void UpWork::waitOut() { failUp(m_up.error, true); }

@@ -26,7 +26,8 @@ QString UpWork::relative(const QString &path)
     return out.mid(start);
 }
 
-QString UpWork::query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag, const QString &md5)
+QString UpWork::query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
+                      const QString &md5)
 {
     const auto encoded = [](const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
     QString out = QStringLiteral("fileType=1&key=") + encoded(key) + QStringLiteral("&diskKey=") + encoded(diskKey) +
@@ -47,7 +48,8 @@ void UpWork::upReq(db_upfile file)
         return;
     m_file = new QFile(m_sendPath);
     const QString url = m_serverUrl + QStringLiteral("/sourceFiles?") + query(m_up, m_key, m_diskKey, m_eTag, m_md5);
-    NetWork::instance()->nget(url, [this](const Request &, const FuncBody &rep) { asked(rep); }, QThread::currentThread(), this);
+    NetWork::instance()->nget(
+        url, [this](const Request &, const FuncBody &rep) { asked(rep); }, QThread::currentThread(), this);
     startWait(AnswerMs);
 }
 
@@ -195,14 +197,15 @@ QString UpWork::zipPathOf(const db_upfile &file)
         return {};
     QString name = file.id != 0 ? QString::number(file.id) : relative(QFileInfo(file.lpath).absoluteFilePath());
     name.replace(QLatin1Char('/'), QLatin1Char('_'));
-    return QStringLiteral("%1/%2_%3_%4.zip").arg(UserInfo::userDir(), QString::number(file.farmid), file.ordernum, name);
+    return QStringLiteral("%1/%2_%3_%4.zip")
+        .arg(UserInfo::userDir(), QString::number(file.farmid), file.ordernum, name);
 }
 
 void UpWork::removeZips(const QString &order)
 {
     const QDir dir(UserInfo::userDir());
-    for (const QString &name : dir.entryList({QStringLiteral("*_%1_*.zip").arg(order), QStringLiteral("*_%1_*.zip.tmp").arg(order)},
-                                             QDir::Files))
+    for (const QString &name : dir.entryList(
+             {QStringLiteral("*_%1_*.zip").arg(order), QStringLiteral("*_%1_*.zip.tmp").arg(order)}, QDir::Files))
         QFile::remove(dir.filePath(name));
 }
 
@@ -223,7 +226,8 @@ void UpWork::finishUp(int kind)
         return;
     if (m_limitTimer)
         m_limitTimer->stop();
-    qDebug().noquote() << "UpWork::finishUp" << QStringLiteral("关闭上传:%1_%2").arg(m_workKey, TransSet::errorText(m_up.error));
+    qDebug().noquote() << "UpWork::finishUp"
+                       << QStringLiteral("关闭上传:%1_%2").arg(m_workKey, TransSet::errorText(m_up.error));
     const bool wrongHash = m_up.error == 13010203 && kind != TransSet::Done;
     if (kind == TransSet::Done || wrongHash)
         removeZip();

@@ -25,12 +25,13 @@ public:
     static bool isStage(int code);
     // The relative identity of a path: no ":", no leading "/".
     static QString relative(const QString &path);
-    static QString query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag, const QString &md5);
+    static QString query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
+                         const QString &md5);
     static QString zipPathOf(const db_upfile &file); // empty unless the file is compressed
     static void removeZips(const QString &order);    // the copies of an order that is deleted
 
     static constexpr int AnswerMs = 30000, ChunkMs = 60000, StageMs = 3000, FailedAskMs = 1000, HostWaitMs = 10000;
-    static constexpr int Block = 262144; // read and handed to the socket at a time
+    static constexpr int Block = 262144;  // read and handed to the socket at a time
     static constexpr int MaxFolder = 200; // characters of the folder's path
 
 protected:
@@ -40,7 +41,7 @@ private slots:
     void connected(); // the ask frame: before each chunk
     void readData();
     void errorRecord(QAbstractSocket::SocketError error);
-    void pump();      // the chunk's next bytes, while the socket takes them
+    void pump(); // the chunk's next bytes, while the socket takes them
     void limitOut();
     void waitOut();
 
@@ -48,7 +49,7 @@ private:
     void asked(const FuncBody &rep);
     void locate(const QJsonObject &data);
     void connectSocket(const QString &host, int port);
-    bool measure();     // false: the file is gone, changed or unreadable, and the worker has been failed
+    bool measure(); // false: the file is gone, changed or unreadable, and the worker has been failed
     bool compress();
     bool sendFrame(const QByteArray &frame);
     void answered(const TransFrame::Reply &reply);
@@ -56,17 +57,17 @@ private:
     void commit();
     void chunkTaken();
     void fsCode(int code);
-    void startUp();     // one chunk
+    void startUp(); // one chunk
     void removeZip();
 
     QString m_sendPath, m_key, m_diskKey, m_zipPath;
     bool m_retry = false;
     int m_backPort = 0; // of a local proxy, 0 none
     int m_packetSize = TransSet::FirstPacket;
-    qint64 m_left = 0;  // bytes of the chunk that aren't handed over yet
+    qint64 m_left = 0; // bytes of the chunk that aren't handed over yet
     QByteArray m_block;
-    QByteArray m_head;  // of the chunk, until it went out with the first block
-    QByteArray m_body;  // of a reply whose JSON isn't whole yet
+    QByteArray m_head; // of the chunk, until it went out with the first block
+    QByteArray m_body; // of a reply whose JSON isn't whole yet
     bool m_bodyOpen = false;
     bool m_pumping = false;
     QElapsedTimer m_lastSend;

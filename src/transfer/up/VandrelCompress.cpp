@@ -7,7 +7,8 @@
 #include <quazipnewinfo.h>
 #include <zlib.h>
 
-namespace {
+namespace
+{
 bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
 {
     QFile in(path);
@@ -30,7 +31,8 @@ bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
             break;
         if (got < 0 || out.write(block.constData(), got) != got) {
             qWarning().noquote() << "VandrelCompress::vandrelCompress" << path
-                                 << (got < 0 ? in.errorString() : QStringLiteral("zip error %1").arg(out.getZipError()));
+                                 << (got < 0 ? in.errorString()
+                                             : QStringLiteral("zip error %1").arg(out.getZipError()));
             return false;
         }
     }
@@ -39,7 +41,7 @@ bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
         qWarning().noquote() << "VandrelCompress::vandrelCompress" << path << "zip error" << out.getZipError();
     return out.getZipError() == UNZ_OK;
 }
-}
+} // namespace
 
 bool VandrelCompress::vandrelCompressOneFile(const QString &zipName, const QString &file, const std::atomic_bool &stop)
 {

@@ -1,9 +1,9 @@
 #pragma once
 // Two operations on top of QuaZip's JlCompress: files into a new ZIP in large blocks, with a stop flag that is tested
 // between blocks, so that a pause cancels a long compression. Static, any thread; blocks the caller.
+#include <atomic>
 #include <JlCompress.h>
 #include <QStringList>
-#include <atomic>
 
 class VandrelCompress : public JlCompress
 {
