@@ -28,7 +28,8 @@ function(vn_test NAME)
   if(NOT files)
     message(FATAL_ERROR "tests/${A_DIR} has no sources")
   endif()
-  add_executable(tst_${NAME} ${files} ${CMAKE_SOURCE_DIR}/tests/support/TestMain.cpp ${CMAKE_SOURCE_DIR}/tests/support/TsanQt.cpp)
+  add_executable(tst_${NAME} ${files} ${CMAKE_SOURCE_DIR}/tests/support/TestMain.cpp ${CMAKE_SOURCE_DIR}/tests/support/TsanQt.cpp
+    ${CMAKE_SOURCE_DIR}/tests/support/Syncs.cpp)
   target_include_directories(tst_${NAME} PRIVATE ${CMAKE_SOURCE_DIR}/tests ${CMAKE_SOURCE_DIR}/tests/${A_DIR})
   target_link_libraries(tst_${NAME} PRIVATE ${A_LINK} Qt5::Test ${CMAKE_DL_LIBS})
   # Tests are built to be quick to build; what they test is optimised as the client is.

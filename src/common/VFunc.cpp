@@ -155,6 +155,7 @@ void VFunc::setScreenSize(int w, int h)
 qint64 VFunc::freeSpace(const QString &path) { return platform::freeSpace(raw(path)); }
 int VFunc::createFixedSizeFile(const QString &path, qint64 size) { return WinUtil::createFixedSizeFile(path, size); }
 bool VFunc::syncFile(int fd) { return platform::syncFile(fd); }
+bool VFunc::syncFolder(const QString &path) { return platform::syncFolder(raw(path)); }
 
 bool VFunc::writeWhole(const QString &path, const QByteArray &content)
 {

@@ -44,6 +44,8 @@ public:
     static int createFixedSizeFile(const QString &path, qint64 size);
     // Bytes written so far are on the medium when it returns true. fd: QFile::handle().
     static bool syncFile(int fd);
+    // The names in the folder (a new file, a rename, a removal) are on the medium when it returns true.
+    static bool syncFolder(const QString &path);
     // Writes the whole content under another name, syncs, renames over path: old or new, never half.
     static bool writeWhole(const QString &path, const QByteArray &content);
     static bool openFolder(const QString &path); // in the system's file manager

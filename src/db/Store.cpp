@@ -1,5 +1,7 @@
 #include "db/Store.h"
+#include "common/VFunc.h"
 #include "db/Records.h"
+#include "io/NetTcp.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -23,6 +25,9 @@ bool isCorrupt(const QSqlError &error)
     const int code = error.nativeErrorCode().toInt() & 0xff;
     return code == 11 || code == 26; // SQLITE_CORRUPT, SQLITE_NOTADB
 }
+
+std::mutex listMutex;
+QList<Store *> stores; // those that live
 
 bool isBusy(const QSqlError &error)
 {
@@ -57,10 +62,17 @@ Store::Store(const QString &connection) : m_connection(connection)
     qRegisterMetaType<QList<db_downfile>>();
     qRegisterMetaType<db_downmiss>();
     qRegisterMetaType<QList<db_downmiss>>();
+    std::lock_guard lock(listMutex);
+    stores << this;
+    NetTcp::setBarrier(&Store::settleAll);
 }
 
 Store::~Store()
 {
+    {
+        std::lock_guard list(listMutex);
+        stores.removeAll(this);
+    }
     Locker lock(m_mutex);
     closeFile();
 }
@@ -103,9 +115,14 @@ bool Store::openFile(const QString &path)
     if (!m_db.isOpen())
         return false;
     QFile::remove(path + ".check");
-    // No sync per commit: a kill loses nothing, a power cut the last moments, never the file.
-    exec("pragma synchronous = normal");
     exec("pragma journal_size_limit = 16777216");
+    QString mode;
+    each("pragma journal_mode", {}, [&](const Row &row) { mode = row.at(0).toString(); });
+    const bool log = mode == QLatin1String("wal");
+    // Without the log (a share that can't do it) the file's own locks forbid to sync it from here.
+    exec(log ? "pragma synchronous = normal" : "pragma synchronous = extra");
+    std::lock_guard lock(m_syncMutex);
+    m_logPath = log ? path + QStringLiteral("-wal") : QString();
     return true;
 }
 
@@ -156,6 +173,12 @@ bool Store::setAside(const QString &path)
 void Store::closeFile()
 {
     m_prepared.clear();
+    {
+        std::lock_guard lock(m_syncMutex);
+        m_logPath.clear();
+        m_log.close();
+        m_settled = m_written; // what closes is checkpointed, and that syncs
+    }
     if (m_db.isValid()) {
         m_db.close();
         m_db = QSqlDatabase();
@@ -196,8 +219,11 @@ QSqlQuery *Store::run(const QString &sql, const QVariantList &values, bool quiet
         const QVariant &value = values.at(i);
         query->bindValue(i, value.type() == QVariant::String && value.isNull() ? QVariant(QString("")) : value);
     }
-    if (query->exec())
+    if (query->exec()) {
+        if (!query->isSelect())
+            ++m_written;
         return query.data();
+    }
     if (!quiet)
         qWarning().noquote() << named("run") << sql << query->lastError().text();
     suspect(query->lastError());
@@ -289,7 +315,42 @@ bool Store::transaction(int step)
         }
         QThread::msleep(RetryMs);
     }
+    ++m_written;
     return true;
 }
 
-void Store::settle() { exec("pragma wal_checkpoint(passive)", {}, true); }
+// The log has one inode from the first write to the close, so its names are synced once.
+bool Store::openLog()
+{
+    m_log.setFileName(m_logPath);
+    const QString folder = QFileInfo(m_logPath).absolutePath();
+    if (m_log.open(QIODevice::ReadWrite | QIODevice::ExistingOnly) && VFunc::syncFolder(folder) &&
+        VFunc::syncFolder(QFileInfo(folder).absolutePath()))
+        return true;
+    m_log.close();
+    return false;
+}
+
+bool Store::settle()
+{
+    const quint64 wanted = m_written;
+    std::lock_guard lock(m_syncMutex);
+    if (m_settled >= wanted || m_logPath.isEmpty())
+        return true;
+    const quint64 covered = m_written;
+    if ((!m_log.isOpen() && !openLog()) || !VFunc::syncFile(m_log.handle())) {
+        qWarning().noquote() << named("settle") << m_logPath << "isn't on the medium";
+        return false;
+    }
+    m_settled = covered;
+    return true;
+}
+
+bool Store::settleAll()
+{
+    std::lock_guard lock(listMutex);
+    bool all = true;
+    for (Store *store : qAsConst(stores))
+        all = store->settle() && all;
+    return all;
+}

@@ -6,8 +6,13 @@
 //
 // The toolkit refuses a connection to other threads only when it is looked up by name. The kept handle and its queries
 // may wander, as the driver opens SQLite in its multi-thread mode: one thread at a time, which the mutex sees to.
+//
+// A commit writes the log and doesn't wait for the medium: a kill loses nothing, a power cut the last moments. Whoever
+// tells another machine something that ends its memory of a work calls settle() between the commit and the word.
+#include <atomic>
 #include <functional>
 #include <mutex>
+#include <QFile>
 #include <QHash>
 #include <QMap>
 #include <QObject>
@@ -42,6 +47,11 @@ public:
     // How long a transaction waits for a file that another program holds; BusyMs at first.
     void setBusyMs(int ms);
     static constexpr int BusyMs = 10000;
+    // What was committed before the call is on the medium when it returns true; false (logged): it may not be, and
+    // nobody must be told of it. Callers at the same time share one sync, and where nothing was written since the last
+    // one it costs nothing. Waits for the disk: not on the window's thread, and best without the mutex.
+    bool settle();
+    static bool settleAll(); // every store that is open
 
 protected:
     using Locker = std::lock_guard<std::recursive_mutex>;
@@ -62,8 +72,6 @@ protected:
     void addColumns(const QString &table, const QList<QPair<QString, QString>> &nameAndType);
     // step 0 begins, 1 rolls back, 2 commits; tries again each 100 ms, gives up after BusyMs with a logged reason.
     bool transaction(int step);
-    // What has been committed is on the medium when it returns (a power cut doesn't take it back).
-    void settle();
 
     // A transaction for the length of a scope: rolled back unless committed. False when it couldn't begin.
     class Work
@@ -90,6 +98,7 @@ protected:
 private:
     bool connectFile(const QString &path);
     bool sound(const QString &path, bool unclean);
+    bool openLog();
     bool setAside(const QString &path);
     void suspect(const QSqlError &error);
     QString named(const char *function) const;
@@ -98,4 +107,10 @@ private:
     QSqlDatabase m_db;
     QMap<QString, QSharedPointer<QSqlQuery>> m_prepared;
     int m_busyMs = BusyMs;
+
+    std::atomic<quint64> m_written{0}; // counts what changed the file
+    std::mutex m_syncMutex;            // of the members below; taken after m_mutex where both are
+    QString m_logPath;                 // empty: closed, or a file whose every commit is synced
+    QFile m_log;
+    quint64 m_settled = 0; // m_written at the last sync
 };

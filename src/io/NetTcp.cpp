@@ -5,6 +5,8 @@
 #include <QDebug>
 #include <QNetworkProxy>
 #include <QtEndian>
+#include <QThread>
+#include <QThreadPool>
 #include <utility>
 
 namespace
@@ -14,6 +16,23 @@ constexpr int SeqOffset = 8, SentHeadSize = 28;
 
 std::atomic<NetTcp *> only{nullptr};
 std::atomic<bool> loggedIn{false};
+std::atomic<NetTcp::Barrier> barrier{nullptr};
+
+// Order, results taken, order dropped, frame taken, and the end of an upload.
+bool isLastWord(int cmd)
+{
+    switch (cmd) {
+    case 10400:
+    case 10413:
+    case 10417:
+    case 10703:
+    case 10704:
+    case 10802:
+        return true;
+    default:
+        return false;
+    }
+}
 
 // A body for the log. The sink cuts lines of more than 20000 bytes anyway; an order's body isn't turned into text for
 // that.
@@ -49,6 +68,7 @@ NetTcp *NetTcp::instance()
 
 void NetTcp::destroy()
 {
+    QThreadPool::globalInstance()->waitForDone(); // a last word may wait there for the disk
     delete only.exchange(nullptr);
     loggedIn = false;
 }
@@ -117,6 +137,8 @@ void NetTcp::setLogin(bool on)
 
 bool NetTcp::isLogin() { return loggedIn; }
 
+void NetTcp::setBarrier(Barrier one) { barrier = one; }
+
 void NetTcp::resetLink()
 {
     m_waiting.clear();
@@ -174,12 +196,21 @@ void NetTcp::nvds(int module, int cmd, QByteArray &body, TcpBack func, QObject *
 void NetTcp::post(int module, int cmd, const QByteArray &body, TcpBack func, QObject *qo)
 {
     Waiting waiting{std::move(func), Delivery::here(), qo};
-    QMetaObject::invokeMethod(
-        this,
-        [this, module, cmd, package = makePackage(module, cmd, 0, body), waiting = std::move(waiting)] {
-            send(module, cmd, package, waiting);
-        },
-        Qt::QueuedConnection);
+    const auto go = [this, module, cmd, package = makePackage(module, cmd, 0, body), waiting = std::move(waiting)] {
+        QMetaObject::invokeMethod(
+            this, [=] { send(module, cmd, package, waiting); }, Qt::QueuedConnection);
+    };
+    const Barrier settled = isLastWord(cmd) ? barrier.load() : nullptr;
+    const auto goSettled = [=] {
+        if (!settled || settled())
+            go();
+        else
+            qWarning().noquote() << "NetTcp::nvds" << cmd << "is held back: the stores aren't on the disk";
+    };
+    if (settled && QThread::currentThread() == thread())
+        QThreadPool::globalInstance()->start(goSettled);
+    else
+        goSettled();
 }
 
 void NetTcp::send(int module, int cmd, QByteArray package, Waiting waiting)

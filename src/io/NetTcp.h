@@ -4,6 +4,10 @@
 // which only copies and posts. A reply runs the callback on the asking thread, if its guard still lives; a request sent
 // while the link is down, or before login (but for 10000, 10308, 10309), vanishes: callers bound their own wait.
 //
+// What ends the server's memory of a work, or takes money, follows what is on the medium here: the barrier runs before
+// such a package leaves, on the asking thread or, for the main thread, on one of the pool. Where it fails the request
+// vanishes as on a dead link.
+//
 // Life: not connected -> connected (heart beat ticks connect, every 6 s; 60 s once connected) -> logged in
 // (setLogin(true)) -> lost: linkLost() and back to the start.
 #include "io/Delivery.h"
@@ -41,6 +45,9 @@ public:
     // module = cmd / 100. The body goes out as compact JSON. qo: the guard; without one the reply is dropped.
     void nvds(int module, int cmd, QJsonObject body, TcpBack func = {}, QObject *qo = nullptr);
     void nvds(int module, int cmd, QByteArray &body, TcpBack func = {}, QObject *qo = nullptr);
+
+    using Barrier = bool (*)();
+    static void setBarrier(Barrier barrier); // of the stores: what was committed is on the medium
 
     // Below: main thread only, but for isLogin().
     void setHost(const QString &host, int port); // for the next connect

@@ -1,6 +1,7 @@
 #include "db/DownloadDAO.h"
 #include "db/UploadDAO.h"
 #include "RawFile.h"
+#include "support/Syncs.h"
 #include "support/TestMain.h"
 #include <ctime>
 #include <QElapsedTimer>
@@ -93,6 +94,32 @@ private slots:
         QVERIFY(up().remove(QList<qlonglong>{page.at(0).pri, page.at(1).pri}));
         QCOMPARE(gone.size(), 2);
         QCOMPARE(up().count("o1"), 0);
+    }
+    // What settle() answers for is on the medium, and one sync serves all that wait for it.
+    void settled()
+    {
+        const auto log = [] { return syncs::count("qnfileUpload.db-wal"); };
+        syncs::reset();
+        up().addOrder({upRow("/a"), upRow("/b")});
+        QVERIFY(up().settle());
+        QVERIFY(log() == 1 && syncs::count(m_dir->path()) == 1); // the log, and once the names beside it
+        QVERIFY(up().settle() && Store::settleAll());
+        QCOMPARE(log(), 1);
+        const qlonglong pri = up().readPage("o1", 0).first().pri;
+        QVERIFY(up().setState(pri, 30, 7));
+        syncs::fail(true);
+        QVERIFY(!up().settle() && !Store::settleAll());
+        syncs::fail(false);
+        QVERIFY(up().settle());
+        for (int round = 0; round < 50; ++round)
+            up().setState(pri, 30, round);
+        const int before = log();
+        std::vector<std::thread> threads;
+        for (int t = 0; t < 8; ++t)
+            threads.emplace_back([] { up().settle(); });
+        for (std::thread &thread : threads)
+            thread.join();
+        QCOMPARE(log(), before + 1);
     }
     void uploadStart()
     {

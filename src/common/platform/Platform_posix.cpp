@@ -246,6 +246,16 @@ int createFixedSizeFile(const std::string &path, std::int64_t size)
 
 bool syncFile(int fd) { return fd >= 0 && (fdatasync(fd) == 0 || errno == EINVAL); }
 
+bool syncFolder(const std::string &path)
+{
+    const int fd = open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    const bool good = fsync(fd) == 0 || errno == EINVAL; // some network file systems keep no folders back
+    close(fd);
+    return good;
+}
+
 bool installCrashDump(const std::string &folder, const std::string &version)
 {
     if (folder.size() >= sizeof crash.folder || version.size() >= sizeof crash.version)

@@ -241,6 +241,17 @@ bool syncFile(int fd)
     return handle != -1 && FlushFileBuffers(reinterpret_cast<HANDLE>(handle));
 }
 
+bool syncFolder(const std::string &path)
+{
+    const Handle folder(CreateFileW(widePath(path).c_str(), GENERIC_WRITE,
+                                    FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr, OPEN_EXISTING,
+                                    FILE_FLAG_BACKUP_SEMANTICS, nullptr));
+    // A share that gives no such handle keeps its names itself.
+    return folder ? FlushFileBuffers(folder.get()) || GetLastError() == ERROR_ACCESS_DENIED ||
+                        GetLastError() == ERROR_INVALID_FUNCTION
+                  : GetLastError() == ERROR_ACCESS_DENIED;
+}
+
 bool installCrashDump(const std::string &folder, const std::string &version)
 {
     const std::wstring path = widePath(folder);

@@ -1,0 +1,51 @@
+#include "support/Syncs.h"
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <mutex>
+#include <QStringList>
+#include <sys/syscall.h>
+#include <unistd.h>
+
+namespace
+{
+std::mutex mutex;
+std::atomic_bool failing{false};
+
+QStringList &paths()
+{
+    static QStringList list;
+    return list;
+}
+
+int note(long call, int fd)
+{
+    char path[4096];
+    const ssize_t length = readlink(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(fd)), path, sizeof path);
+    {
+        std::lock_guard lock(mutex);
+        paths() << QString::fromUtf8(path, int(std::max<ssize_t>(0, length)));
+    }
+    if (!failing)
+        return int(syscall(call, fd));
+    errno = EIO;
+    return -1;
+}
+} // namespace
+
+extern "C" int fsync(int fd) { return note(SYS_fsync, fd); }
+extern "C" int fdatasync(int fd) { return note(SYS_fdatasync, fd); }
+
+int syncs::count(const QString &ending)
+{
+    std::lock_guard lock(mutex);
+    return int(std::count_if(paths().cbegin(), paths().cend(), [&](const QString &path) { return path.endsWith(ending); }));
+}
+
+void syncs::fail(bool on) { failing = on; }
+
+void syncs::reset()
+{
+    std::lock_guard lock(mutex);
+    paths().clear();
+}
