@@ -325,6 +325,31 @@ bool ResolveDAO::setState(qlonglong rkey, int state, int error, qlonglong rtime)
     return true;
 }
 
+bool ResolveDAO::changeState(qlonglong rkey, const QList<int> &from, int state, int error, qlonglong rtime)
+{
+    db_resolve res;
+    qlonglong started = 0;
+    {
+        Locker lock(m_mutex);
+        QStringList states;
+        for (int one : from)
+            states << QString::number(one);
+        res = read(rkey);
+        if (res.rkey == 0 ||
+            change(QStringLiteral("update resolve set rtime = ?,state = ?,error = ? where rkey = ? and state in (%1)")
+                       .arg(states.join(',')),
+                   {rtime, state, error, rkey}) <= 0)
+            return false;
+        started = res.rtime;
+        res.rtime = rtime;
+        res.state = state;
+        res.error = error;
+    }
+    emit stateChanged(res);
+    report(res, state, started);
+    return true;
+}
+
 bool ResolveDAO::setFinishedOnMaster(qlonglong rkey)
 {
     Locker lock(m_mutex);

@@ -35,6 +35,9 @@ public:
     db_resolve nextToAnalyse(bool slave, const QList<qlonglong> &without = {}); // passes over those keys
     // The single way to change state, error and rtime (ms) together: emits stateChanged, reports to the server.
     bool setState(qlonglong rkey, int state, int error, qlonglong rtime);
+    // As setState, but only from one of the states: compared and set in one statement. False: in another state, or
+    // gone.
+    bool changeState(qlonglong rkey, const QList<int> &from, int state, int error, qlonglong rtime);
     bool setFinishedOnMaster(qlonglong rkey); // 118
     bool remove(qlonglong rkey);              // emits resolveDeleted, reports type 2
     bool savePara(const db_resolve &res);     // rdata, rfile, rset

@@ -57,6 +57,9 @@ bool UploadDAO::open(const QString &userDir)
                       {"pri", "INTEGER"},
                       {"state", "int"},
                       {"error", "int"}});
+    // Orders whose rows stand or stood here. A file of an older client is believed for the orders that have rows.
+    if (exec("create table taken(ordernum varchar primary key)", {}, true))
+        exec("insert into taken select distinct ordernum from up where ordernum is not null");
     exec("create index up_tick on up(ordernum,state,pri)", {}, true);
     exec("create index up_pri on up(pri)", {}, true);
     mendPri();
@@ -115,6 +118,12 @@ int UploadDAO::addOrder(const QList<db_upfile> &files)
 {
     if (files.isEmpty())
         return 0;
+    const int rows = addRows(files);
+    return rows < 0 || settle() ? rows : -1;
+}
+
+int UploadDAO::addRows(const QList<db_upfile> &files)
+{
     Locker lock(m_mutex);
     Work work(this);
     if (!work)
@@ -133,10 +142,8 @@ int UploadDAO::addOrder(const QList<db_upfile> &files)
         }
     }
     const int rows = count(files.first().ordernum);
-    if (rows < 0 || !work.commit())
-        return -1;
-    settle();
-    return rows;
+    return rows >= 0 && exec("insert or ignore into taken values(?)", {files.first().ordernum}) && work.commit() ? rows
+                                                                                                                 : -1;
 }
 
 bool UploadDAO::setId(const QString &order, const QString &lpath, int id)
@@ -216,7 +223,9 @@ bool UploadDAO::removeOrder(const QString &order)
 {
     {
         Locker lock(m_mutex);
-        if (!exec("delete from up where ordernum = ?", {order}))
+        Work work(this);
+        if (!work || !exec("delete from up where ordernum = ?", {order}) ||
+            !exec("delete from taken where ordernum = ?", {order}) || !work.commit())
             return false;
     }
     emit fileDeletedByOrder(order);
@@ -240,6 +249,12 @@ int UploadDAO::count(const QString &order)
 {
     Locker lock(m_mutex);
     return int(number("select count(*) from up where ordernum = ?", {order}));
+}
+
+int UploadDAO::knows(const QString &order)
+{
+    Locker lock(m_mutex);
+    return int(number("select count(*) from taken where ordernum = ?", {order}));
 }
 
 int UploadDAO::countFailed(const QString &order)

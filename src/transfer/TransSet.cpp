@@ -35,6 +35,6 @@ TransSet::Pace TransSet::pace(int limitKib, int workers, int packetSize, int ela
     const qint64 share = (qint64(limitKib) << 10) / qMax(1, workers);
     const int perWork = int(qBound(qint64(1), share, qint64(MaxPacket)));
     if (packetSize == perWork)
-        return {packetSize, qMax(0, 1000 - elapsedMs)};
+        return {packetSize, int(qMax<qint64>(0, 1000 * qint64(perWork) / qMax<qint64>(1, share) - elapsedMs))};
     return {qMin(nextPacketSize(packetSize, elapsedMs), perWork), 0};
 }

@@ -79,7 +79,9 @@ public:
         int packetSize;
         int delayMs;
     };
-    // The next packet under a limit (KiB/s shared by `workers`; 0: none), and how long to wait before it.
+    // The next packet under a limit (KiB/s shared by `workers`; 0: none), and how long to wait before it: one packet a
+    // second, and more of them where a second's share is bigger than a packet can be. elapsedMs: since the last one
+    // began, its ask included.
     static Pace pace(int limitKib, int workers, int packetSize, int elapsedMs);
 
     static constexpr int HashBlock = 1048576;

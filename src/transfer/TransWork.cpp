@@ -71,6 +71,7 @@ bool TransWork::end()
     if (m_ended)
         return false;
     m_ended = true;
+    m_up.speed = qMax<qint64>(0, m_untold); // of a file that is over within its first second this is all of it
     stopWait();
     if (m_speedTimer)
         m_speedTimer->stop();
@@ -170,6 +171,7 @@ void TransWork::feedSpeed(qint64 position)
     makeTimers();
     if (!m_speedTimer->isActive())
         m_speedTimer->start();
+    m_untold = m_untold < 0 ? 0 : m_untold + qMax<qint64>(0, position - m_position);
     m_position = position;
     if (m_speedBase == 0)
         m_speedBase = position;
@@ -187,6 +189,7 @@ void TransWork::upSpeedOut()
     const bool whole = m_position > 0 && m_position == m_total;
     reportProgress(whole ? m_position - 1 : m_position, whole ? 0 : speed);
     m_speedBase = m_position;
+    m_untold = qMin<qint64>(m_untold, 0);
 }
 
 void TransWork::reportProgress(qint64 position, qint64 speed)

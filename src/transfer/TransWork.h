@@ -110,6 +110,7 @@ protected:
     std::array<qint64, SpeedSamples> m_speedWindow{};
     qint64 m_position = 0;  // bytes of the file that went over
     qint64 m_speedBase = 0; // m_position at the last speed tick
+    qint64 m_untold = -1;   // bytes since the last report; -1 before the first position
     qint64 m_total = 0;
 
     QFile *m_file = nullptr; // an upload's source; owned

@@ -121,6 +121,27 @@ private slots:
             thread.join();
         QCOMPARE(log(), before + 1);
     }
+    void uploadPages()
+    {
+        QList<db_upfile> rows;
+        for (int i = 0; i < 35; ++i)
+            rows << upRow(QStringLiteral("/%1").arg(i));
+        QCOMPARE(up().addOrder(rows), 35);
+        QSignalSpy told(&up(), &UploadDAO::allFile);
+        QStringList seen;
+        for (int page : {0, 1, 2})
+            for (const db_upfile &file : up().readPage("o1", page))
+                seen << file.lpath;
+        QCOMPARE(seen.size(), 35);
+        QCOMPARE(seen.removeDuplicates(), 0);
+        QList<int> sizes, clears;
+        for (const QList<QVariant> &one : told) {
+            sizes << one.at(0).value<QList<db_upfile>>().size();
+            clears << one.at(1).toInt();
+        }
+        QCOMPARE(sizes, (QList<int>{30, 5, 0}));
+        QCOMPARE(clears, (QList<int>{1, 0, 0}));
+    }
     void uploadStart()
     {
         up().addOrder({upRow("/a", 12), upRow("/b", 30), upRow("/c", 50), upRow("/d", 10, "o2")});

@@ -115,19 +115,26 @@ struct UpRig {
     }
     void add(const QList<db_upfile> &rows, int filetype = 1, const QString &rdata = {})
     {
+        rkey = addOrder(order, 100, rows, filetype, rdata);
+    }
+    static qlonglong addOrder(const QString &number, qlonglong key, QList<db_upfile> rows, int filetype = 1, const QString &rdata = {})
+    {
+        for (db_upfile &row : rows)
+            row.ordernum = number;
         UploadDAO::instance()->addOrder(rows);
         db_resolve record;
-        record.rkey = 100;
-        record.ordernum = order;
+        record.rkey = key;
+        record.ordernum = number;
         record.missionid = Task;
         record.state = 110;
         record.filetype = filetype;
         record.rdata = rdata;
+        record.fsum = rows.size();
         QList<db_resolve> list{record};
         ResolveDAO::instance()->insertBatch(&list);
-        rkey = list.first().rkey;
+        return list.first().rkey;
     }
-    void start(UpHandler::Timing timing = {20, 200, 10000})
+    void start(UpHandler::Timing timing = {20, 200, 10000, 20})
     {
         queue.reset(new UpHandler);
         queue->setTiming(timing);

@@ -108,6 +108,7 @@ private slots:
         QTest::newRow("limit: up to the share") << 512 << 4 << 100000 << 10 << 131072 << 0;
         QTest::newRow("limit: below the share") << 512 << 4 << 20000 << 10 << 30000 << 0;
         QTest::newRow("limit: one packet a second") << 512 << 4 << 131072 << 300 << 131072 << 700;
+        QTest::newRow("limit: more than one packet a second") << 102400 << 1 << 41943040 << 100 << 41943040 << 300;
         QTest::newRow("limit: the second is over") << 512 << 4 << 131072 << 1000 << 131072 << 0;
         QTest::newRow("limit: no worker counted") << 512 << 0 << 524288 << 0 << 524288 << 1000;
         QTest::newRow("limit: under the least packet") << 1 << 10 << 10240 << 5 << 102 << 0;

@@ -1,3 +1,4 @@
+#include "support/Syncs.h"
 #include "support/TestMain.h"
 #include "transfer/TransScan.h"
 #include "UpRig.h"
@@ -128,6 +129,7 @@ private slots:
         QTest::newRow("start point negative") << "negative" << 10013;
         QTest::newRow("frame refused") << "refused" << 10024;
         QTest::newRow("refused otherwise") << "strange" << 10025;
+        QTest::newRow("chunks taken, nothing kept") << "stalled" << 10013;
         QTest::newRow("chunk refused") << "chunk" << 13010202;
         QTest::newRow("wrong hash") << "hash" << 13010203;
         QTest::newRow("cut after 20000 bytes") << "cut" << 100001;
@@ -148,9 +150,18 @@ private slots:
         } else if (fault == "short") {
             rig->files.headBytes = 31;
         }
+        const QByteArray content = bytes(60000);
+        const QString path = rig->write("scene.tgd", content);
+        const auto stall = [&](const FileServerPeer::Frame &frame, FileServerPeer::Reply *reply) {
+            rig->files.stored[path.mid(1)].clear();
+            if (frame.phase == 0)
+                *reply = {0, 70000, 7000000, R"({"startPoint":0})"};
+        };
         rig->files.hook = [&](const FileServerPeer::Frame &frame, FileServerPeer::Reply *reply) {
             if (fault == "past" && frame.phase == 0)
                 reply->body = R"({"startPoint":60001})";
+            else if (fault == "stalled")
+                stall(frame, reply);
             else if (fault == "negative" && frame.phase == 0)
                 reply->body = R"({"startPoint":-1})";
             else if (fault == "endless" && frame.phase == 0)
@@ -161,13 +172,11 @@ private slots:
                 reply->code = error;
             return true;
         };
-        const QByteArray content = bytes(60000);
-        const QString path = rig->write("scene.tgd", content);
         rig->add({UpRig::row(path, 5)});
-        rig->start({500, 200, 10000}); // long enough to mend the server before the next try
+        rig->start({500, 200, 10000, 20}); // long enough to mend the server before the next try
         QTRY_VERIFY(rig->saw(TransSet::UpError, error));
         if (error == 10013 || error == 10011)
-            QCOMPARE(rig->files.of(70002).size(), 0);
+            QCOMPARE(rig->files.of(70002).size(), fault == "stalled" ? 3 : 0);
         const int connections = rig->files.connections, farms = rig->business.count(11100);
         rig->files.hook = nullptr;
         rig->files.headBytes = 32;
@@ -282,7 +291,7 @@ private slots:
         rig->business.silence(10704);
         rig->known = 101401;
         rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
-        rig->start({20, 100, 10000});
+        rig->start({20, 100, 10000, 20});
         QTRY_VERIFY(rig->business.count(10704) >= 3);
         QCOMPARE(rig->state(), 111);
         rig->business.answer(10704, 9999999); // any answer will do
@@ -384,6 +393,104 @@ private slots:
         Session::clearAddresses();
     }
 
+    // What can't go on is passed by: a farm without an address, files in a server stage. The order behind them ends.
+    void passedBy_data()
+    {
+        QTest::addColumn<QString>("first");
+        QTest::newRow("a farm that nobody knows") << "farm";
+        QTest::newRow("ten files that the server still works on") << "stage";
+    }
+    void passedBy()
+    {
+        QFETCH(QString, first);
+        rig->business.answer(11100, [this](const BusinessPeer::Request &request) {
+            const bool known = QString::fromUtf8(request.text).contains(QLatin1Char('3'));
+            return BusinessPeer::Reply{known ? 1110000 : 1110001,
+                                       known ? QJsonObject{{"addr", rig->storage.url()}, {"accessToken", "a"}} : QJsonObject()};
+        });
+        rig->files.hook = [](const FileServerPeer::Frame &frame, FileServerPeer::Reply *reply) {
+            if (frame.json["key"].toString().contains("stuck"))
+                reply->code = 7000412;
+            return true;
+        };
+        QList<db_upfile> stuck;
+        for (int i = 0; i < 10; ++i) {
+            stuck << UpRig::row(rig->write(QStringLiteral("stuck%1.png").arg(i), "x"), 50 + i);
+            stuck.last().farmid = first == "farm" ? 8 : 3;
+        }
+        const qlonglong waits = UpRig::addOrder("FIRST", 1, stuck);
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
+        rig->start({20, 200, 10000, 60000});
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(ResolveDAO::instance()->read(waits).state, 111);
+        QCOMPARE(UploadDAO::instance()->count("FIRST"), 10);
+        QVERIFY(!rig->saw(TransSet::UpError, 7000412));
+    }
+
+    // The user pauses an order after the queue has read it and before it's taken up: his word stands.
+    void pausedMeanwhile()
+    {
+        rig->known = 101401;
+        const qlonglong other = UpRig::addOrder("FIRST", 1, {UpRig::row(rig->write("b.png", "x"), 6)});
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
+        const auto pause = connect(ResolveDAO::instance(), &ResolveDAO::stateChanged, this, [&](const db_resolve &res) {
+            if (res.rkey == other && res.state == 111) // the second one is read already
+                ResolveDAO::instance()->setState(rig->rkey, 112, 0, 1);
+        });
+        rig->start();
+        QTRY_COMPARE(ResolveDAO::instance()->read(other).rkey, 0ll);
+        disconnect(pause);
+        QCOMPARE(rig->state(), 112);
+        QCOMPARE(rig->rows(), 1);
+    }
+
+    // The store of files is gone, and with it the rows: the order is asked for anew, the server isn't told of an end.
+    void rowsLost()
+    {
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5), UpRig::row(rig->write("b.png", "x"), 6)});
+        UploadDAO::instance()->releaseUp();
+        QVERIFY(QFile::remove(rig->folder.filePath("qnfileUpload.db")));
+        QVERIFY(UploadDAO::instance()->open(rig->folder.path()));
+        rig->start();
+        QTRY_COMPARE(rig->state(), 107);
+        QCOMPARE(rig->business.count(10704), 0);
+    }
+
+    // The server hears of the end only after the disk has: while the disk refuses, it isn't told.
+    void endFollowsTheDisk()
+    {
+        rig->known = 101401;
+        rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
+        syncs::reset();
+        syncs::fail(true);
+        rig->start({20, 50, 10000, 20});
+        QTRY_VERIFY(syncs::count("qnfileUpload.db-wal") >= 3);
+        QCOMPARE(rig->rows(), 0);
+        QCOMPARE(rig->business.count(10704), 0);
+        syncs::fail(false);
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(rig->business.count(10704), 1);
+    }
+
+    // Files that are over before they could be watched count in the speed of their order.
+    void speedOfSmallFiles()
+    {
+        qlonglong told = 0;
+        connect(UploadDAO::instance(), &UploadDAO::orderSpeedChanged, &rig->resolve,
+                [&](const QString &order, qlonglong speed) { told += order == rig->order ? speed : 0; });
+        QList<db_upfile> rows;
+        for (int i = 0; i < 8; ++i)
+            rows << UpRig::row(rig->write(QStringLiteral("t%1.png").arg(i), bytes(9000)), 50 + i);
+        rows << UpRig::row(rig->write("held.png", "x"), 99); // keeps the order
+        rig->files.hook = [](const FileServerPeer::Frame &frame, FileServerPeer::Reply *) {
+            return !frame.json["key"].toString().contains("held");
+        };
+        rig->add(rows);
+        rig->start();
+        QTRY_COMPARE(told, 8 * 9000ll);
+        QCOMPARE(rig->rows(), 1);
+    }
+
     void refusedOrder()
     {
         rig->known = 1070006;
@@ -399,21 +506,12 @@ private slots:
         QList<db_upfile> rows;
         for (int i = 0; i < 14; ++i)
             rows << UpRig::row(rig->write(QStringLiteral("t%1.png").arg(i), "x"), 50 + i);
-        db_upfile store = UpRig::row(rig->write("oss.png", "x"), 1);
-        store.ordernum = "OSS";
-        UploadDAO::instance()->addOrder({store});
-        db_resolve first;
-        first.rkey = 1;
-        first.ordernum = "OSS";
-        first.state = 110;
-        first.filetype = 2;
-        QList<db_resolve> list{first};
-        ResolveDAO::instance()->insertBatch(&list);
+        const qlonglong store = UpRig::addOrder("OSS", 1, {UpRig::row(rig->write("oss.png", "x"), 1)}, 2);
         rig->add(rows);
         rig->start();
         QTRY_COMPARE(rig->files.frames.size(), UserInfo::upTh());
         QCOMPARE(rig->queue->running(), UserInfo::upTh());
-        QCOMPARE(ResolveDAO::instance()->read(list.first().rkey).state, 110);
+        QCOMPARE(ResolveDAO::instance()->read(store).state, 110);
         QCOMPARE(UploadDAO::instance()->count("OSS"), 1);
     }
 };

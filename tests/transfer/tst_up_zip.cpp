@@ -83,13 +83,32 @@ private slots:
 
     void cannotBeMade()
     {
-        QDir().mkpath(zip() + ".tmp"); // stands for a folder that can't be written
+        QDir().mkpath(zip() + "/in the way"); // stands for a folder that can't be written
         rig->add({row});
         rig->start();
         QTRY_COMPARE(rig->state(), 113);
         QVERIFY(rig->saw(TransSet::UpError, 10017));
         QCOMPARE(rig->rows(), 1);
-        QDir(zip() + ".tmp").removeRecursively();
+        QDir(zip()).removeRecursively();
+    }
+
+    // A copy that another worker is making isn't touched; what a former run left half made goes at the start.
+    void namesOfItsOwn()
+    {
+        rig->write("../half.zip.7_5.tmp", "x");
+        const QString left = UserInfo::userDir() + "/half.zip.7_5.tmp", others = zip() + ".tmp";
+        QVERIFY(QFile::rename(rig->folder.filePath("half.zip.7_5.tmp"), left));
+        rig->add({row});
+        rig->start();
+        QVERIFY(!QFile::exists(left));
+        QFile half(others);
+        QVERIFY(half.open(QIODevice::WriteOnly) && half.write("half made") == 9);
+        half.close();
+        QTRY_COMPARE(rig->state(), 0);
+        QCOMPARE(unzipped(rig->files.stored.value(scene.mid(1))), content);
+        QVERIFY(half.open(QIODevice::ReadOnly));
+        QCOMPARE(half.readAll(), QByteArray("half made"));
+        half.remove();
     }
 
     void stops()

@@ -15,9 +15,10 @@
 
 namespace
 {
-constexpr int WaitUpload = 110, Uploading = 111, UploadFailed = 113;
-constexpr int MaxDelayed = 100; // rows of one order that stand aside; beyond it the order itself waits
-constexpr int TellMs = 60000;
+constexpr int Committed = 107, WaitUpload = 110, Uploading = 111, UploadFailed = 113;
+constexpr int MaxDelayed = 500;  // rows of one order that stand aside; beyond it the order itself waits
+constexpr int NoStoreMs = 60000; // the companion of the object store isn't there
+constexpr int NoFarmMs = 250;    // the farm's address and token aren't there
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 } // namespace
@@ -32,6 +33,7 @@ UpHandler::UpHandler()
     connect(ResolveDAO::instance(), &ResolveDAO::stateChanged, this, wake, Qt::QueuedConnection);
     connect(ResolveDAO::instance(), &ResolveDAO::refreshAll, this, wake, Qt::QueuedConnection);
     startRenewal();
+    UpWork::removeParts();
     Seam<UpCalls>::attach(this, this);
 }
 
@@ -52,9 +54,10 @@ void UpHandler::scan()
     const int free = UserInfo::upTh() - running();
     if (free <= 0)
         return;
-    // Orders whose last files run, or that wait for the server's word, don't take the place of those with work.
+    // Orders whose last files run, that wait for the server's word or stand aside don't take the place of those with
+    // work.
     const QList<db_resolve> orders =
-        ResolveDAO::instance()->nextUploads(free + 1 + running() + m_ending.size() + m_waitingLink.size());
+        ResolveDAO::instance()->nextUploads(free + 1 + running() + m_ending.size() + m_aside.size() + m_delayed.size());
     m_nothing = orders.isEmpty();
     m_lastLook.start();
     const int want = qMin(free, NewPerTick);
@@ -68,36 +71,56 @@ void UpHandler::scan()
         start(file);
 }
 
+bool UpHandler::aside(const QString &order)
+{
+    const auto found = m_aside.find(order);
+    if (found == m_aside.end())
+        return false;
+    if (*found > m_clock.elapsed())
+        return true;
+    m_aside.erase(found);
+    return false;
+}
+
+void UpHandler::putAside(const QString &order, int ms) { m_aside.insert(order, m_clock.elapsed() + ms); }
+
 UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen)
 {
+    if (aside(order.ordernum))
+        return Walk::Next;
     if (order.filetype == 2) {
-        qint64 &told = m_waitingLink[order.ordernum];
-        if (told == 0 || m_clock.elapsed() - told > TellMs) {
-            told = qMax<qint64>(1, m_clock.elapsed());
-            delete createWork(1, 0, false, 0, 0);
-        }
+        putAside(order.ordernum, NoStoreMs);
+        delete createWork(1, 0, false, 0, 0); // tells why
         return Walk::Next;
     }
-    if (order.state == WaitUpload)
-        takeUp(order);
+    if (order.state == WaitUpload && !takeUp(order))
+        return Walk::Next;
     const QList<qlonglong> delayed = delayedOf(order.ordernum);
     if (delayed.size() > MaxDelayed)
         return Walk::Next;
     const QList<qlonglong> mine = runningOf(order.ordernum);
     const QList<db_upfile> rows =
         UploadDAO::instance()->nextWaiting(order.ordernum, mine + delayed, want - chosen->size());
-    *chosen += rows;
+    for (const db_upfile &row : rows) {
+        if (farm(row.farmid))
+            chosen->append(row);
+        else
+            putAside(order.ordernum, NoFarmMs);
+    }
     // A file that runs or stands aside still has its row: the order can't be over.
     if (!rows.isEmpty() || !mine.isEmpty() || !delayed.isEmpty())
         return Walk::Next;
     return judge(order);
 }
 
-void UpHandler::takeUp(const db_resolve &order)
+// False where the user has paused or deleted it since it was read: his word stands.
+bool UpHandler::takeUp(const db_resolve &order)
 {
-    ResolveDAO::instance()->setState(order.rkey, Uploading, 0, now());
+    if (!ResolveDAO::instance()->changeState(order.rkey, {WaitUpload}, Uploading, 0, now()))
+        return false;
     UploadDAO::instance()->resetLeftBehind(order.ordernum, runningOf(order.ordernum));
     refreshTotals(order.ordernum);
+    return true;
 }
 
 UpHandler::Walk UpHandler::judge(const db_resolve &order)
@@ -106,17 +129,33 @@ UpHandler::Walk UpHandler::judge(const db_resolve &order)
     if (rows < 0)
         return Walk::Next;
     if (rows == 0) {
-        askEnd(order);
+        if (!lostRows(order))
+            askEnd(order);
         return Walk::Next;
     }
     if (UploadDAO::instance()->countFailed(order.ordernum) < rows)
         return Walk::Next;
     // Every file that is left has failed. The rows stay, so that the user can start them again.
-    ResolveDAO::instance()->setState(order.rkey, UploadFailed, 0, now());
-    takeOrder(order.ordernum);
-    UploadDAO::instance()->tellOrderCleared(order.ordernum);
-    UploadDAO::instance()->tellRefresh();
+    if (ResolveDAO::instance()->changeState(order.rkey, {WaitUpload, Uploading}, UploadFailed, 0, now())) {
+        takeOrder(order.ordernum);
+        UploadDAO::instance()->tellOrderCleared(order.ordernum);
+        UploadDAO::instance()->tellRefresh();
+    }
     return Walk::Stop;
+}
+
+// "No rows" ends an order only where its rows were seen: a store that was damaged begins anew and knows none of them.
+bool UpHandler::lostRows(const db_resolve &order)
+{
+    const int known = UploadDAO::instance()->knows(order.ordernum);
+    if (known < 0)
+        return true; // looked at again
+    if (known > 0 || order.fsum <= order.fok)
+        return false;
+    qWarning().noquote() << "UpHandler::lostRows" << order.ordernum << "has" << order.fsum << "files," << order.fok
+                         << "of them uploaded, and no rows: the order is asked for anew";
+    ResolveDAO::instance()->changeState(order.rkey, {WaitUpload, Uploading}, Committed, 0, now());
+    return true;
 }
 
 // The server must hear that the upload is over: without an answer it is asked again, and the record stays meanwhile.
@@ -136,7 +175,7 @@ void UpHandler::askEnd(const db_resolve &order)
 void UpHandler::endOrder(qlonglong rkey, const QString &order)
 {
     if (m_ending.remove(order) == 0 || UploadDAO::instance()->count(order) != 0)
-        return;
+        return; // taken meanwhile, or it has files again
     ResolveDAO *resolve = ResolveDAO::instance();
     const db_resolve record = resolve->readWithPara(rkey);
     if (record.rkey == 0)
@@ -151,7 +190,9 @@ void UpHandler::endOrder(qlonglong rkey, const QString &order)
         resolve->setFinishedOnMaster(rkey); // the subordinate seat still polls it
     else
         resolve->remove(rkey);
-    UploadDAO::instance()->removeOrder(order);
+    // The server has forgotten it: a power cut mustn't bring it back.
+    if (resolve->settle())
+        UploadDAO::instance()->removeOrder(order);
 }
 
 // With a proxy in between, the biggest file stands back while others wait.
@@ -171,7 +212,7 @@ void UpHandler::giveWay(const QList<db_upfile> &chosen)
 void UpHandler::start(const db_upfile &waiting)
 {
     const QString key = keyOf(waiting);
-    if (worker(key) || !farm(waiting.farmid))
+    if (worker(key))
         return;
     TransWork *work = createWork(2, waiting.farmid, takeGaveUp(key), waiting.error, 0);
     if (!work)
@@ -212,6 +253,8 @@ void UpHandler::workFinished(db_upfile file, int kind)
     UploadDAO *store = UploadDAO::instance();
     if (kind == TransSet::Done) {
         forgetRetries(key);
+        if (file.speed > 0)
+            pushSpeed(file.missid, file.pri, file.speed, 0);
         // The row goes when the file is counted on: a crash in between asks the server again and finds it there.
         if (store->remove(file.pri))
             Seam<ResolveCalls>::post([=](ResolveCalls &resolve) { resolve.fileOk(file.ordernum, file.size); });
@@ -220,7 +263,9 @@ void UpHandler::workFinished(db_upfile file, int kind)
     if (kind == TransSet::Dropped)
         return;
     if (UpWork::isStage(file.error) && kind == TransSet::Transient) {
-        store->setState(file.pri, TransSet::UpWait, file.error); // the worker has waited for the server already
+        // The row waits as it did; only the page hears of the stage.
+        store->tellState(file.pri, TransSet::UpServer, file.error);
+        delay(file, m_timing.stageMs);
         return;
     }
     if (file.state == TransSet::UpError)
@@ -238,10 +283,8 @@ void UpHandler::workFinished(db_upfile file, int kind)
     }
     store->setState(file.pri, TransSet::UpGaveUp, file.error);
     const QString zip = UpWork::zipPathOf(file);
-    if (!zip.isEmpty()) {
+    if (!zip.isEmpty())
         QFile::remove(zip);
-        QFile::remove(zip + QStringLiteral(".tmp"));
-    }
 }
 
 void UpHandler::updateFile(int type, db_upfile file)
@@ -308,7 +351,7 @@ void UpHandler::takeOrder(const QString &order)
     }
     m_delayed.remove(order);
     m_ending.remove(order);
-    m_waitingLink.remove(order);
+    m_aside.remove(order);
 }
 
 void UpHandler::delUp(QString order, int mid)
@@ -325,6 +368,7 @@ void UpHandler::delUp(QString order, int mid)
 void UpHandler::reUp(QString order)
 {
     m_delayed.remove(order);
+    m_aside.remove(order);
     m_nothing = false;
     UploadDAO::instance()->tellOrderCleared(order);
     UploadDAO::instance()->reUp(order);
@@ -381,8 +425,10 @@ void UpHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, ql
 void UpHandler::speedsReported()
 {
     for (auto one = m_sums.cbegin(); one != m_sums.cend(); ++one) {
-        if (ResolveDAO::instance()->readByMission(one.key()).rkey == 0)
+        const db_resolve order = ResolveDAO::instance()->readByMission(one.key());
+        if (order.rkey == 0)
             continue; // over or deleted within this second
+        UploadDAO::instance()->tellOrderSpeed(order.ordernum, one->speed);
         const QPair<qlonglong, qlonglong> sizes = ResolveDAO::instance()->sizesOfMission(one.key());
         NetTcp::instance()->nvds(104, 10416,
                                  QJsonObject{

@@ -3,9 +3,13 @@
 // per waiting file (at most five a tick, Transfer/upTh at a time), and ends an order when none of its files is left.
 // Windows and other handlers reach it through Seam<UpCalls>.
 //
+// What can't go on now (a farm without an address, a file in a server stage, one that failed) is passed by with a time
+// at which it is looked at again; it never stands before the rest.
+//
 // A row: 10 waiting -> 11 shown while a worker holds it (never written, so a crash leaves it waiting) -> removed when
 // the server has the file; or 13 with its error -> 10 again, after three hard failures 30.
-// An order: 110 -> 111 -> told to the server (10704) and removed; or 113 when every row that is left has failed.
+// An order: 110 -> 111 -> told to the server (10704) and removed; or 113 when every row that is left has failed; or
+// back to 107, to be asked anew, when its rows were lost with their file.
 #include "db/Calls.h"
 #include "transfer/TransHandler.h"
 #include <QElapsedTimer>
@@ -31,6 +35,7 @@ public:
         int passingMs = 1000;   // before a file that failed is tried again; doubled by each hard failure
         int askAgainMs = 12000; // 10704: two seconds for an answer, ten until it is asked again
         int giveWayMs = 10000;  // a big file stands back
+        int stageMs = 3000;     // before a file in a server stage is asked for again
     };
     void setTiming(const Timing &timing) { m_timing = timing; }
 
@@ -52,7 +57,10 @@ private:
 
     bool quiet();
     Walk walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen);
-    void takeUp(const db_resolve &order);
+    bool takeUp(const db_resolve &order);
+    bool aside(const QString &order);
+    void putAside(const QString &order, int ms);
+    bool lostRows(const db_resolve &order);
     Walk judge(const db_resolve &order);
     void askEnd(const db_resolve &order);
     void endOrder(qlonglong rkey, const QString &order);
@@ -69,7 +77,7 @@ private:
     QMap<QString, db_upfile> m_running;                 // by key
     QHash<QString, QHash<qlonglong, qint64>> m_delayed; // order -> pri -> until, on m_clock
     QHash<QString, QElapsedTimer> m_ending;             // order -> since it was last asked
-    QHash<QString, qint64> m_waitingLink;               // orders of the object store, told once a minute
+    QHash<QString, qint64> m_aside;                     // orders that can't go on -> until, on m_clock
     QMap<int, Sum> m_sums;                              // task -> what its workers reported this second
     QElapsedTimer m_clock;
     QElapsedTimer m_lastLook, m_lastTotals;

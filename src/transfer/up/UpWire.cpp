@@ -38,6 +38,7 @@ void UpWork::connected()
     if (over())
         return;
     stopWait();
+    m_lastTurn.start();
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
     if (!measure())
         return;
@@ -71,32 +72,48 @@ bool UpWork::sendFrame(const QByteArray &frame)
 
 bool UpWork::compress()
 {
-    const QString part = m_zipPath + QStringLiteral(".tmp");
     const bool reusable = QFileInfo(m_zipPath).lastModified() >= QFileInfo(m_sendPath).lastModified() &&
                           VandrelCompress::holds(m_zipPath, m_sendPath, m_up.size);
-    if (!reusable) {
-        QFile::remove(m_zipPath);
-        const bool good = VandrelCompress::vandrelCompressOneFile(part, m_sendPath, closed);
-        if (closed) {
-            finishUp(TransSet::Dropped);
-            return false;
-        }
-        QFile made(part);
-        // On the disk before it gets its name: a copy cut short by a power loss would be sent as the scene.
-        if (!good || !made.open(QIODevice::ReadWrite) || !VFunc::syncFile(made.handle()) || !made.rename(m_zipPath)) {
-            failUp(TransSet::ZipFailed);
-            return false;
-        }
-        if (!measure()) // the scene may have been saved meanwhile
-            return false;
-    }
+    if (!reusable && !makeZip())
+        return false;
     m_file->close();
     m_file->setFileName(m_zipPath);
-    m_up.compressedSize = QFileInfo(m_zipPath).size();
-    m_up.ratio = m_up.compressedSize > 0 ? double(m_up.size) / double(m_up.compressedSize) : 1.0;
+    if (!m_file->open(QIODevice::ReadOnly | QIODevice::Unbuffered) || m_file->size() <= 0) {
+        qWarning().noquote() << "UpWork::compress" << m_zipPath << m_file->size() << m_file->errorString();
+        failUp(TransSet::ZipFailed);
+        return false;
+    }
+    m_up.compressedSize = m_file->size();
+    m_up.ratio = double(m_up.size) / double(m_up.compressedSize);
     setTotal(m_up.compressedSize);
     emit updateFile(4, m_up);
     return true;
+}
+
+// Made under a name that no other worker has, and measured like a copy that was found before it takes the known name.
+bool UpWork::makeZip()
+{
+    const bool made = VandrelCompress::vandrelCompressOneFile(m_partPath, m_sendPath, closed);
+    if (closed || !measure()) { // or the scene was saved meanwhile
+        QFile::remove(m_partPath);
+        if (closed)
+            finishUp(TransSet::Dropped);
+        return false;
+    }
+    QFile part(m_partPath);
+    // On the disk before it gets its name: a copy cut short by a power loss would be sent as the scene.
+    bool good = made && VandrelCompress::holds(m_partPath, m_sendPath, m_up.size) && part.open(QIODevice::ReadWrite) &&
+                VFunc::syncFile(part.handle());
+    part.close();
+    if (good) {
+        QFile::remove(m_zipPath);
+        good = part.rename(m_zipPath);
+    }
+    if (good)
+        return true;
+    QFile::remove(m_partPath);
+    failUp(TransSet::ZipFailed);
+    return false;
 }
 
 void UpWork::readData()
@@ -134,7 +151,7 @@ void UpWork::answered(const TransFrame::Reply &reply)
         m_share->post([farm = m_up.farmid](TransHandler &handler) { handler.dropFarm(farm); });
         return failUp(TransSet::DriveFailed);
     default:
-        qWarning().noquote() << "UpWork::readData phase" << reply.phase << "code" << code;
+        qWarning().noquote() << "UpWork::answered phase" << reply.phase << "code" << code;
         return failUp(TransSet::UnknownProtocol);
     }
 }
@@ -149,10 +166,17 @@ void UpWork::takeStartPoint()
         return;
     m_body.clear();
     if (state == TransFrame::Body::Bad) {
-        qWarning().noquote() << "UpWork::readData the start point isn't readable" << m_workKey;
+        qWarning().noquote() << "UpWork::takeStartPoint the start point isn't readable" << m_workKey;
         return failUp(TransSet::DriveFailed);
     }
-    feedSpeed(object.value(QStringLiteral("startPoint")).toVariant().toLongLong());
+    const qint64 start = object.value(QStringLiteral("startPoint")).toVariant().toLongLong();
+    m_stalled = start > m_furthest ? 0 : m_stalled + 1;
+    m_furthest = qMax(m_furthest, start);
+    if (m_stalled >= MaxStalled) {
+        qWarning().noquote() << "UpWork::takeStartPoint the server takes chunks and stays at" << start << m_workKey;
+        return failUp(TransSet::BadStart);
+    }
+    feedSpeed(start);
     startUp();
 }
 
@@ -193,7 +217,7 @@ void UpWork::pump()
         memcpy(m_block.data(), m_head.constData(), size_t(before));
         const qint64 got = m_file->read(m_block.data() + before, m_block.size() - before);
         if (got <= 0) {
-            qWarning().noquote() << "UpWork::startUp file read" << m_file->fileName() << m_file->errorString();
+            qWarning().noquote() << "UpWork::pump file read" << m_file->fileName() << m_file->errorString();
             failUp(TransSet::AccessFailed);
             break;
         }
@@ -211,12 +235,13 @@ void UpWork::pump()
 void UpWork::chunkTaken()
 {
     if (m_left > 0) {
-        qWarning().noquote() << "UpWork::readData a chunk was acknowledged before it was sent" << m_workKey;
+        qWarning().noquote() << "UpWork::chunkTaken a chunk was acknowledged before it was sent" << m_workKey;
         return failUp(TransSet::UnknownProtocol);
     }
     stopWait();
-    const TransSet::Pace next = TransSet::pace(m_transType == 2 ? UserInfo::upDSpeed() : UserInfo::upSpeed(),
-                                               m_share->running, m_packetSize, int(m_lastSend.elapsed()));
+    const int limit = m_transType == 2 ? UserInfo::upDSpeed() : UserInfo::upSpeed();
+    const QElapsedTimer &since = limit > 0 ? m_lastTurn : m_lastSend; // a limit counts what the ask took, too
+    const TransSet::Pace next = TransSet::pace(limit, m_share->running, m_packetSize, int(since.elapsed()));
     m_packetSize = next.packetSize;
     if (next.delayMs == 0)
         return connected();
@@ -246,10 +271,7 @@ void UpWork::fsCode(int code)
         return finishUp(TransSet::Done);
     if (!isStage(code))
         return failUp(code);
-    stopWait();
+    // The place goes to another file meanwhile; the handler shows the stage and comes back later.
     m_up.error = code;
-    UploadDAO::instance()->tellState(m_up.pri, TransSet::UpServer, code);
-    QTimer::singleShot(StageMs, this, &UpWork::waitOut);
+    finishUp(TransSet::Transient);
 }
-
-void UpWork::waitOut() { failUp(m_up.error, true); }

@@ -57,6 +57,8 @@ bool UpWork::initUp()
 {
     makeTimers();
     m_zipPath = zipPathOf(m_up);
+    if (!m_zipPath.isEmpty())
+        m_partPath = QStringLiteral("%1.%2_%3.tmp").arg(m_zipPath).arg(m_serial).arg(quintptr(this), 0, 16);
     m_sendPath = VFunc::followLinks(m_up.lpath);
     m_up.isLink = m_sendPath != m_up.lpath;
     const QString path = m_transType == 2 ? m_up.remotePath : QFileInfo(m_up.lpath).absoluteFilePath();
@@ -205,19 +207,25 @@ void UpWork::removeZips(const QString &order)
 {
     const QDir dir(UserInfo::userDir());
     for (const QString &name : dir.entryList(
-             {QStringLiteral("*_%1_*.zip").arg(order), QStringLiteral("*_%1_*.zip.tmp").arg(order)}, QDir::Files))
+             {QStringLiteral("*_%1_*.zip").arg(order), QStringLiteral("*_%1_*.zip.*tmp").arg(order)}, QDir::Files))
+        QFile::remove(dir.filePath(name));
+}
+
+void UpWork::removeParts()
+{
+    const QDir dir(UserInfo::userDir());
+    for (const QString &name : dir.entryList({QStringLiteral("*.zip.*tmp")}, QDir::Files))
         QFile::remove(dir.filePath(name));
 }
 
 void UpWork::removeZip()
 {
-    if (m_zipPath.isEmpty())
+    if (m_zipPath.isEmpty() || closed) // a worker that was taken leaves the copy to the next one
         return;
     if (m_file && m_file->fileName() == m_zipPath)
         m_file->close();
     if (QFile::remove(m_zipPath))
         qDebug().noquote() << "UpWork::removeZip" << QStringLiteral("删除压缩文件:%1").arg(m_zipPath);
-    QFile::remove(m_zipPath + QStringLiteral(".tmp"));
 }
 
 void UpWork::finishUp(int kind)

@@ -29,8 +29,10 @@ public:
                          const QString &md5);
     static QString zipPathOf(const db_upfile &file); // empty unless the file is compressed
     static void removeZips(const QString &order);    // the copies of an order that is deleted
+    static void removeParts();                       // half copies that a former run, or a power cut, left behind
 
-    static constexpr int AnswerMs = 30000, ChunkMs = 60000, StageMs = 3000, FailedAskMs = 1000, HostWaitMs = 10000;
+    static constexpr int AnswerMs = 30000, ChunkMs = 60000, FailedAskMs = 1000, HostWaitMs = 10000;
+    static constexpr int MaxStalled = 3;  // chunks taken without the start point moving on
     static constexpr int Block = 262144;  // read and handed to the socket at a time
     static constexpr int MaxFolder = 200; // characters of the folder's path
 
@@ -43,7 +45,6 @@ private slots:
     void errorRecord(QAbstractSocket::SocketError error);
     void pump(); // the chunk's next bytes, while the socket takes them
     void limitOut();
-    void waitOut();
 
 private:
     void asked(const FuncBody &rep);
@@ -51,6 +52,7 @@ private:
     void connectSocket(const QString &host, int port);
     bool measure(); // false: the file is gone, changed or unreadable, and the worker has been failed
     bool compress();
+    bool makeZip();
     bool sendFrame(const QByteArray &frame);
     void answered(const TransFrame::Reply &reply);
     void takeStartPoint();
@@ -61,6 +63,9 @@ private:
     void removeZip();
 
     QString m_sendPath, m_key, m_diskKey, m_zipPath;
+    QString m_partPath;     // of the copy while it is made: this worker's own
+    qint64 m_furthest = -1; // start point that the server told so far
+    int m_stalled = 0;
     bool m_retry = false;
     int m_backPort = 0; // of a local proxy, 0 none
     int m_packetSize = TransSet::FirstPacket;
@@ -70,6 +75,6 @@ private:
     QByteArray m_body; // of a reply whose JSON isn't whole yet
     bool m_bodyOpen = false;
     bool m_pumping = false;
-    QElapsedTimer m_lastSend;
+    QElapsedTimer m_lastSend, m_lastTurn; // since the chunk, since its ask
     QTimer *m_limitTimer = nullptr;
 };
