@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QTimer>
 
 namespace farm
@@ -99,7 +100,8 @@ bool ContentStore::known(const QString &key, qint64 size, qint64 mtime)
 
 bool ContentStore::adopt(const QString &key, qint64 size, qint64 mtime, const QString &etag)
 {
-    if (etag.isEmpty() || QFileInfo(m_core.options.dir + QLatin1Char('/') + place(etag)).size() != size ||
+    static const QRegularExpression hash(QStringLiteral("\\A[0-9a-f]{32}\\z"));
+    if (!hash.match(etag).hasMatch() || QFileInfo(m_core.options.dir + QLatin1Char('/') + place(etag)).size() != size ||
         !QFile::exists(m_core.options.dir + QLatin1Char('/') + place(etag)))
         return false;
     return m_core.db.run(

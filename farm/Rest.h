@@ -66,6 +66,7 @@ private:
     HttpAnswer sourceFiles(const HttpRequest &request);
     HttpAnswer logs(const HttpRequest &request);
     HttpAnswer control(const HttpRequest &request);
+    bool fromAPage(const HttpRequest &request) const;
     HttpAnswer page(const HttpRequest &request);
     // An answer that refuses the request, or status 200: the client's own headers are there and good.
     HttpAnswer checkHeaders(const HttpRequest &request, bool access);

@@ -174,13 +174,24 @@ HttpAnswer Rest::logs(const HttpRequest &request)
     return jsonAnswer({{"code", good ? 0 : 1}, {"result", good ? 1 : 0}});
 }
 
+// Sent by a page of another site, or under a name of another site that leads here: a picture's address needs neither a
+// script nor an Origin.
+bool Rest::fromAPage(const HttpRequest &request) const
+{
+    const QByteArray own = address().toUtf8(), fetch = request.headers.value("sec-fetch-site"),
+                     origin = request.headers.value("origin"), referer = request.headers.value("referer");
+    const QByteArray host = "http://" + request.headers.value("host");
+    return (host != own && host != "http://localhost:" + QByteArray::number(port())) ||
+           (!origin.isEmpty() && origin != own) || (!referer.isEmpty() && !(referer + '/').startsWith(own + '/')) ||
+           (!fetch.isEmpty() && fetch != "none" && fetch != "same-origin");
+}
+
 // For who tests: /farm/fault?name=..&value=.. , /farm/kick?reason=.. , /farm/drop , /farm/balance?value=.. ,
 // /farm/rotate , /farm/state.
 HttpAnswer Rest::control(const HttpRequest &request)
 {
     const QString word = request.path.mid(6);
-    const QByteArray origin = request.headers.value("origin");
-    if (!origin.isEmpty() && origin != address().toUtf8())
+    if (fromAPage(request))
         return jsonAnswer({{"code", 403}, {"result", 0}}, 403); // a web page mustn't drive the farm
     if (word == QLatin1String("fault")) {
         const QString name = request.item("name"), value = request.item("value");

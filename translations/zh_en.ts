@@ -37,6 +37,18 @@
 <context>
     <name>CmdHand</name>
     <message>
+        <source>正在处理的请求过多，请稍后再试</source>
+        <translation>Too many requests are being worked on, try again later</translation>
+    </message>
+    <message>
+        <source>%1 不是农场的服务器，不予转发</source>
+        <translation>%1 is no server of the farm and isn&apos;t forwarded</translation>
+    </message>
+    <message>
+        <source>解析尚未完成，参数还不能修改</source>
+        <translation>The analysis isn&apos;t finished, parameters can&apos;t be changed yet</translation>
+    </message>
+    <message>
         <source>服务器没有应答，请稍后再试</source>
         <translation>The server doesn&apos;t answer, try again later</translation>
     </message>
@@ -493,6 +505,14 @@ Please check the network</translation>
 <context>
     <name>ModelAnalysis</name>
     <message>
+        <source>主机不认识此分机，请重新启动分机上的客户端，或在两边设置相同的令牌</source>
+        <translation>The master doesn&apos;t know this seat. Restart the client on the seat, or set the same token on both</translation>
+    </message>
+    <message>
+        <source>以下%1个文件位于系统目录或隐藏目录，未加入上传：</source>
+        <translation>These %1 files lie in folders of the system or hidden ones and aren&apos;t uploaded:</translation>
+    </message>
+    <message>
         <source>场景文件中包含多种类型，请筛选后再拖入！</source>
         <translation>The scenes are of several kinds. Drop one kind at a time!</translation>
     </message>
@@ -647,6 +667,10 @@ Please check the network</translation>
 </context>
 <context>
     <name>ProxyFactory</name>
+    <message>
+        <source>最多转发%1个端口</source>
+        <translation>At most %1 ports are forwarded</translation>
+    </message>
     <message>
         <source>端口转发失败！请检查系统相关服务是否正常运行。</source>
         <translation>Port forwarding failed! Check that the system&apos;s services for it run.</translation>

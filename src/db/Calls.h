@@ -20,6 +20,7 @@ public:
     // type: 0 pause analysis, 1 resume analysis, 2 pause upload, 3 resume upload. order wins over rkey when not empty.
     virtual void changeResolveState(qlonglong rkey, int type, QString order) = 0;
     virtual void saveDataSet(db_resolve res) = 0;
+    virtual void paraSaved(qlonglong rkey) { Q_UNUSED(rkey) } // by another program: a row that was held may go now
     virtual void commitResolve(qlonglong rkey, bool batch, QString order) = 0;
     virtual void seeError(int type, qlonglong rkey) = 0;
     virtual void reswait(int type) = 0;

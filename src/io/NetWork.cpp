@@ -139,7 +139,11 @@ void NetWork::setHead(QNetworkRequest &request, const Request &req, bool json)
         request.setRawHeader("Content-Type", req.contentType.toLatin1());
     else if (json)
         request.setRawHeader("Content-Type", "application/json");
-    if (!req.bareAddress) {
+    if (req.bareAddress) {
+        const QString secret = UserInfo::apiToken();
+        if (!secret.isEmpty() && QUrl(req.url).authority() == QUrl(UserInfo::master()).authority())
+            request.setRawHeader("Authorization", "Bearer " + secret.toUtf8());
+    } else {
         request.setRawHeader("token", UserInfo::token().toUtf8());
         request.setRawHeader("lang", QByteArray::number(UserInfo::languageNumber()));
         QMutexLocker lock(&m_farmMutex);

@@ -114,7 +114,7 @@ private:
     void setHead(QNetworkRequest &request, const Request &req, bool json);
     QString addressOf(const QString &url) const; // the known drive address that url lies under
     void checkStale(const QString &url, const FuncBody &rep);
-    bool throughMaster(const QString &addr);
+    bool throughMaster(const QString &addr, int farmId); // which farm: the master asks the server itself
     friend class BackFuncTool;
 
     QNetworkAccessManager *m_manager = nullptr;

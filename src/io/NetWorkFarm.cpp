@@ -1,6 +1,7 @@
 // Addresses and tokens of the farms: the part of NetWork that other threads ask and wait for.
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "io/KnownHosts.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "io/ProxyFactory.h"
@@ -102,6 +103,7 @@ QString NetWork::skydriveUrl(int farmId)
             111, 11100, QJsonObject{{"farmId", farmId}},
             [&](int, const QJsonDocument &doc) {
                 const QJsonObject reply = doc.object();
+                KnownHosts::learn(reply);
                 address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr" : "addr-internal").toString());
                 if (address.isEmpty()) // a farm with one road only
                     address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr-internal" : "addr").toString());
@@ -117,7 +119,7 @@ QString NetWork::skydriveUrl(int farmId)
         qDebug().noquote() << "NetWork::skydriveUrl: no address for farm" << farmId;
         return {};
     }
-    if (UserInfo::isSlave() && !throughMaster(address))
+    if (UserInfo::isSlave() && !throughMaster(address, farmId))
         return {};
     QMutexLocker lock(&m_farmMutex);
     if (age == m_farmAge) {
@@ -128,13 +130,15 @@ QString NetWork::skydriveUrl(int farmId)
 }
 
 // A subordinate reaches a farm only by a port that its master forwards.
-bool NetWork::throughMaster(const QString &address)
+bool NetWork::throughMaster(const QString &address, int farmId)
 {
     const QUrl url(address);
     const int port = url.port(url.scheme() == "https" ? 443 : 80);
     Request req;
-    req.url =
-        QStringLiteral("%1/masterInfo?host=%2&port=%3").arg(trimmedAddress(UserInfo::master()), url.host()).arg(port);
+    req.url = QStringLiteral("%1/masterInfo?host=%2&port=%3&farmId=%4")
+                  .arg(trimmedAddress(UserInfo::master()), url.host())
+                  .arg(port)
+                  .arg(farmId);
     req.bareAddress = true;
     bool forwarded = false;
     Wait wait;
@@ -148,7 +152,7 @@ bool NetWork::throughMaster(const QString &address)
         QThread::currentThread(), wait.guard());
     wait.run(MasterMs);
     if (!forwarded)
-        qWarning().noquote() << "NetWork::skydriveUrl: the master doesn't forward" << address;
+        qWarning().noquote() << "NetWork::throughMaster: the master doesn't forward" << address;
     return forwarded;
 }
 

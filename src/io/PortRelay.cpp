@@ -6,6 +6,7 @@
 #include <QDebug>
 #include <QMutex>
 #include <QNetworkProxy>
+#include <QSet>
 #include <QTcpSocket>
 
 namespace
@@ -15,6 +16,26 @@ constexpr int MaxSeats = 512;      // connections at a time
 
 std::atomic<PortRelay *> relay{nullptr};
 std::atomic<bool> ended{false};
+
+// Local ports of the connections to servers.
+QMutex &carriedMutex()
+{
+    static QMutex one;
+    return one;
+}
+QSet<quint16> &carried()
+{
+    static QSet<quint16> one;
+    return one;
+}
+void setCarried(quint16 *own, quint16 port)
+{
+    QMutexLocker lock(&carriedMutex());
+    carried().remove(*own);
+    *own = port;
+    if (port != 0)
+        carried().insert(port);
+}
 
 void pump(QTcpSocket *from, QTcpSocket *to, bool *newRequest = nullptr)
 {
@@ -29,6 +50,12 @@ void pump(QTcpSocket *from, QTcpSocket *to, bool *newRequest = nullptr)
         to->disconnectFromHost();
 }
 } // namespace
+
+bool PortRelay::carries(quint16 fromPort)
+{
+    QMutexLocker lock(&carriedMutex());
+    return carried().contains(fromPort);
+}
 
 PortRelay::PortRelay()
 {
@@ -104,6 +131,9 @@ void PortRelay::join(QTcpSocket *seat, const QString &host, int port)
         *fresh = true;
         pump(far, seat);
     };
+    // Known before the first byte goes out: who reads it asks where it came from.
+    auto own = std::make_shared<quint16>(0);
+    connect(far, &QTcpSocket::connected, far, [far, own] { setCarried(own.get(), far->localPort()); });
     connect(seat, &QTcpSocket::readyRead, far, up);
     connect(far, &QTcpSocket::connected, far, up);
     connect(far, &QTcpSocket::bytesWritten, far, up);
@@ -116,6 +146,7 @@ void PortRelay::join(QTcpSocket *seat, const QString &host, int port)
     });
     connect(seat, &QObject::destroyed, far, [far] { far->disconnect(); }); // it ends after the one it would tell
     connect(seat, &QTcpSocket::disconnected, seat, &QObject::deleteLater);
+    connect(seat, &QObject::destroyed, [own] { setCarried(own.get(), 0); });
     far->connectToHost(host, quint16(port));
 }
 

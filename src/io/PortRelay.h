@@ -20,6 +20,8 @@ public:
 
     bool
     open(const Forward &forward); // waits until the port listens; true when it does, also if it did before. Any thread
+    // A connection of this machine from that port is the far end of a forwarded one. Any thread.
+    static bool carries(quint16 fromPort);
     // "GET http://host:80/path HTTP/1.1" as "GET /path HTTP/1.1"; anything else unchanged.
     static QByteArray directRequest(const QByteArray &bytes);
 

@@ -3,6 +3,7 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
+#include "io/OwnAddress.h"
 #include "io/PortRelay.h"
 #include <QCoreApplication>
 #include <QDebug>
@@ -102,15 +103,24 @@ bool ProxyFactory::openMissing(QList<Forward> missing, const ProxyTools &tools, 
     return refuse(tr("端口监听失败！%1").arg(missing.constFirst().listenPort), why);
 }
 
-bool ProxyFactory::openHere(QList<Forward> all, const ProxyTools &tools, QString *why)
+bool ProxyFactory::openHere(const QList<Forward> &planned, const QStringList &hosts, const ProxyTools &tools,
+                            QString *why)
 {
     // Another program may have a port by now that was free, or this master's, a moment ago.
     constexpr int Tries = 1000;
-    for (Forward &one : all) {
-        for (int i = 0; !tools.open(one); ++i, ++one.listenPort) {
-            if (i == Tries || one.listenPort >= 65535)
-                return refuse(tr("端口监听失败！%1").arg(one.listenPort), why);
+    QList<Forward> all;
+    for (Forward one : planned) {
+        bool open = tools.open(one);
+        for (int i = 0; !open && i < Tries && one.listenPort < 65535; ++i) {
+            ++one.listenPort;
+            open = tools.open(one);
         }
+        if (open)
+            all.append(one);
+        else if (hosts.contains(QStringLiteral("%1:%2").arg(one.host).arg(one.port)))
+            return refuse(tr("端口监听失败！%1").arg(one.listenPort), why);
+        else // of an earlier run: nobody has asked for it yet
+            qWarning().noquote() << "ProxyFactory::openHere: no port for" << one.host << one.port;
     }
     const QByteArray json = recordsJson(all);
     if (all != parseRecords(readRecords()) && !VFunc::writeWhole(recordPath(), json))
@@ -125,14 +135,16 @@ bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const
 {
     if (!master)
         return true;
+    if (pairs().size() + hosts.size() > MaxForwards)
+        return refuse(tr("最多转发%1个端口").arg(MaxForwards), why);
     if (tools.open)
-        return openHere(plan(hosts, parseRecords(readRecords()), {}), tools, why);
+        return openHere(plan(hosts, usable(parseRecords(readRecords()), hosts), {}), hosts, tools, why);
     if (!tools.netstat || !tools.netshadd) {
         qDebug().noquote() << "ProxyFactory::openProxy: this system has no port forwarding, none opened for"
                            << hosts.join(' ');
         return true;
     }
-    const QList<Forward> records = parseRecords(readRecords());
+    const QList<Forward> records = usable(parseRecords(readRecords()), hosts);
     if (!records.isEmpty())
         qDebug().noquote() << QStringLiteral("存在netshadd记录") << records.size();
     const QSet<int> open = listening(tools.netstat());
@@ -196,6 +208,26 @@ void ProxyFactory::clear()
     shared().ports.clear();
 }
 
+bool ProxyFactory::leadsHere(const QString &host)
+{
+    const QHostAddress address(host);
+    return address == QHostAddress::AnyIPv4 || address == QHostAddress::AnyIPv6 || OwnAddress::is(host);
+}
+
+QList<Forward> ProxyFactory::usable(const QList<Forward> &records, const QStringList &hosts)
+{
+    QList<Forward> kept;
+    for (const Forward &one : records) {
+        const bool asked = hosts.contains(QStringLiteral("%1:%2").arg(one.host).arg(one.port));
+        if (asked || (!leadsHere(one.host) && kept.size() < MaxForwards - hosts.size()))
+            kept.append(one);
+    }
+    if (kept.size() < records.size())
+        qWarning().noquote() << "ProxyFactory::usable: of" << records.size() << "forwarded ports" << kept.size()
+                             << "are kept";
+    return kept;
+}
+
 QList<Forward> ProxyFactory::plan(const QStringList &hosts, const QList<Forward> &records, const QSet<int> &listening)
 {
     QList<Forward> all = records;
@@ -236,13 +268,21 @@ QSet<int> ProxyFactory::listening(const QString &netstat)
 QList<Forward> ProxyFactory::parseRecords(const QByteArray &json)
 {
     QList<Forward> records;
-    const QJsonArray array = QJsonDocument::fromJson(json).array();
+    const QJsonDocument document = QJsonDocument::fromJson(json);
+    const QJsonArray array = document.array();
+    const auto isPort = [](int port) { return port > 0 && port < 65536; };
+    QSet<int> taken;
     for (const QJsonValue &value : array) {
         const QJsonArray one = value.toArray();
         const Forward record{one.at(0).toVariant().toInt(), one.at(1).toString(), one.at(2).toVariant().toInt()};
-        if (record.listenPort > 0 && record.port > 0 && !record.host.isEmpty())
+        if (isPort(record.listenPort) && isPort(record.port) && !record.host.isEmpty() &&
+            !taken.contains(record.listenPort)) {
+            taken.insert(record.listenPort);
             records.append(record);
+        }
     }
+    if (records.size() < array.size() || (!json.isEmpty() && !document.isArray()))
+        qWarning().noquote() << "ProxyFactory::parseRecords: the list of forwarded ports is damaged";
     return records;
 }
 

@@ -33,6 +33,7 @@ class ProxyFactory : public QNetworkProxyFactory
 public:
     static constexpr int FirstPort =
         46261; // forwarded ports are taken from here on, clear of those that seats beside it listen on
+    static constexpr int MaxForwards = 64;
     QList<QNetworkProxy> queryProxy(const QNetworkProxyQuery &query) override;
 
     // hosts: "host:port" each. Blocks while the tools run (some seconds). master: this seat's role; on another seat,
@@ -49,6 +50,11 @@ public:
     static int portOf(const QString &host, int port = 0);
     static void clear();
 
+    static bool leadsHere(const QString &host); // the host is this machine
+
+    // What may be opened again of the ports kept from an earlier run: none that leads to this machine but those in
+    // hosts, MaxForwards at most; the others are told and passed by.
+    static QList<Forward> usable(const QList<Forward> &records, const QStringList &hosts);
     // Decisions of openProxy. A host that has a record keeps its port; others get the next port that nobody listens on.
     static QList<Forward> plan(const QStringList &hosts, const QList<Forward> &records, const QSet<int> &listening);
     static QSet<int> listening(const QString &netstat);
@@ -56,6 +62,6 @@ public:
     static QByteArray recordsJson(const QList<Forward> &records); // [[listenPort, connectAddress, connectPort], ...]
 
 private:
-    static bool openHere(QList<Forward> all, const ProxyTools &tools, QString *why);
+    static bool openHere(const QList<Forward> &all, const QStringList &hosts, const ProxyTools &tools, QString *why);
     static bool openMissing(QList<Forward> missing, const ProxyTools &tools, QString *why);
 };

@@ -112,12 +112,24 @@ OrderMessage OrderMessage::build(const db_resolve &res, const Options &options)
     return order;
 }
 
+QJsonArray OrderMessage::withScene(QJsonArray files, const QString &scene)
+{
+    const QString own = filePath(scene);
+    for (const QJsonValue &file : qAsConst(files))
+        if (filePath(file.toString()) == own)
+            return files;
+    files.prepend(scene);
+    return files;
+}
+
 QJsonObject OrderMessage::handOver(const db_resolve &res, const QJsonValue &feeUserId, bool needMasterCheck)
 {
     const QJsonObject rset = object(res.rset);
     const QJsonObject rdata = object(res.rdata);
     QJsonObject content = rdata;
     merge(&content, object('{' + res.rfile + '}'));
+    // Most scripts list what the scene needs, not the scene: the master has nothing else to know its files by.
+    content["files"] = withScene(content.value("files").toArray(), res.lpath);
     QJsonObject body{{"scene", res.lpath}, {"analysisTime", res.rtime}};
     merge(&body, rset);
     body["parameter"] = QJsonObject{{"status", rdata.value("resStatus").toInt()},

@@ -3,6 +3,7 @@
 // the row. Asks neither disk nor settings; what depends on them comes in by Options.
 #include "db/Records.h"
 #include <functional>
+#include <QJsonArray>
 #include <QJsonObject>
 #include <QJsonValue>
 #include <QString>
@@ -24,6 +25,8 @@ struct OrderMessage {
 
     static OrderMessage build(const db_resolve &res, const Options &options);
     static QJsonObject handOver(const db_resolve &res, const QJsonValue &feeUserId, bool needMasterCheck);
+
+    static QJsonArray withScene(QJsonArray files, const QString &scene); // the scene first, where it isn't among them
 
     // The id of the first file: 8 decimal digits that move on every 10 seconds.
     static qlonglong firstId(qint64 nowMs);

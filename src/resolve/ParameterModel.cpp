@@ -88,6 +88,27 @@ void fillPriority(int type, QJsonObject *rdata, const QJsonObject &rset, const C
         rdata->insert(QStringLiteral("strategy"), config.priorityStrategy);
 }
 
+// The defaults, with what was asked for in their place wherever it differs from what the analysis had found.
+QJsonValue chosen(const QJsonValue &filled, const QJsonValue &asked, const QJsonValue &found)
+{
+    if (asked == found || asked.isUndefined() || (!filled.isUndefined() && filled.type() != asked.type()))
+        return filled;
+    if (filled.isObject()) {
+        QJsonObject result = filled.toObject();
+        const QJsonObject given = asked.toObject(), before = found.toObject();
+        for (auto it = given.begin(); it != given.end(); ++it)
+            result.insert(it.key(), chosen(result.value(it.key()), it.value(), before.value(it.key())));
+        return result;
+    }
+    QJsonArray result = filled.toArray();
+    const QJsonArray given = asked.toArray(), before = found.toArray();
+    if (!filled.isArray() || given.size() != result.size())
+        return asked;
+    for (int i = 0; i < result.size(); ++i)
+        result[i] = chosen(result.at(i), given.at(i), before.at(i));
+    return result;
+}
+
 void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
 {
     if (!rdata->contains(QLatin1String("sceneName")))
@@ -150,6 +171,35 @@ bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QStrin
     res->rdata = compact(rdata);
     res->rset = compact(rset);
     return true;
+}
+
+QString ParameterModel::take(db_resolve *res, const QJsonObject &given, const CommonConfig &config)
+{
+    db_resolve filled = *res;
+    QString message;
+    QJsonObject before, asked = given;
+    if (!readObject(res->rdata, &before))
+        before = QJsonObject();
+    // What says which scene this is isn't a parameter; an order without it would be lost.
+    for (const char *key : {"sceneName", "missionName", "softwareType", "resStatus", "fromSlave", "parseSubmit"}) {
+        if (!asked.contains(QLatin1String(key)) && before.contains(QLatin1String(key)))
+            asked.insert(QLatin1String(key), before.value(QLatin1String(key)));
+    }
+    // Only an analysis's own values give way to what a dialog makes of them.
+    const QJsonObject untouched = before.value(QLatin1String("hasHand")).toInt() == 1 ? QJsonObject() : before;
+    asked.remove(QStringLiteral("hasHand"));
+    filled.rdata = compact(asked);
+    if (!prepare(&filled, config, &message))
+        return message;
+    QJsonObject rdata = QJsonDocument::fromJson(filled.rdata.toUtf8()).object();
+    rdata = chosen(rdata, asked, untouched).toObject();
+    message = check(softwareType(filled, rdata, QJsonObject()), rdata, scenePath(filled));
+    if (!message.isEmpty())
+        return message;
+    rdata.insert(QStringLiteral("hasHand"), 1);
+    filled.rdata = compact(rdata);
+    *res = filled;
+    return {};
 }
 
 bool ParameterModel::emptyResult(const db_resolve &res)

@@ -16,6 +16,9 @@ public:
     // only what the machine adds is done then). May run again on the same row. False, with a message, when rdata can't
     // be read: the row must not be submitted.
     static bool prepare(db_resolve *res, const CommonConfig &config, QString *message);
+    // Takes parameters that another program has set, as a dialog would save them: what they leave out is filled in,
+    // what they choose stays (hasHand). An empty text, or the dialog's message: the row is unchanged then.
+    static QString take(db_resolve *res, const QJsonObject &given, const CommonConfig &config);
     // The analysis left no result at all: shown as clean all the same, but never submitted without a click.
     static bool emptyResult(const db_resolve &res);
     // Why a .max row can't be committed, a line each, naming the scene; empty when it can, and for other scenes.

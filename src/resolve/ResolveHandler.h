@@ -36,6 +36,7 @@ public:
     Q_INVOKABLE void changeResolveState(qlonglong rkey, int type, QString order) override;
     Q_INVOKABLE void changeResolveState(qlonglong rkey, int type) { changeResolveState(rkey, type, {}); }
     Q_INVOKABLE void saveDataSet(db_resolve res) override;
+    void paraSaved(qlonglong rkey) override { m_held.remove(rkey); }
     Q_INVOKABLE void commitResolve(qlonglong rkey, bool batch, QString order) override;
     Q_INVOKABLE void commitResolve(qlonglong rkey, bool batch) { commitResolve(rkey, batch, {}); }
     Q_INVOKABLE void commitResolve(qlonglong rkey) { commitResolve(rkey, false, {}); }

@@ -187,9 +187,12 @@ Startup::Master Startup::meetMaster(Login *login)
     if (UserInfo::isMaster()) {
         const QUrl rest(Session::qnhttp());
         const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
+        QString why;
         master.good = ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(Session::qnIP()).arg(NetTcp::DefaultPort),
                                                QStringLiteral("%1:%2").arg(rest.host()).arg(restPort)},
-                                              true);
+                                              true, &why);
+        if (!master.good)
+            MsgTool::msgOkLoop(why); // no window is there yet that the message could stand in
         return master;
     }
     if (!UserInfo::isSlave())

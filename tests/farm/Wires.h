@@ -186,7 +186,7 @@ public:
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(ports.http));
         if (!socket.waitForConnected(5000))
             return {};
-        return http(socket, method + ' ' + target + " HTTP/1.1\r\nHost: farm\r\n" + headers +
+        return http(socket, method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(ports.http) + "\r\n" + headers +
                                 "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
     }
     // Link, session, page, confirmation.

@@ -261,7 +261,15 @@ private slots:
         QTest::newRow("endless head") << "GET /" + QByteArray(70000, 'a') << 413;
         QTest::newRow("unknown") << QByteArray("GET /nothing HTTP/1.1\r\n\r\n") << 404;
         QTest::newRow("no token") << QByteArray("GET /bs/farm/1 HTTP/1.1\r\n\r\n") << 401;
-        QTest::newRow("another site") << QByteArray("GET /farm/state HTTP/1.1\r\nOrigin: http://elsewhere\r\n\r\n") << 403;
+        const auto control = [](const char *name, const QByteArray &headers, int status) {
+            QTest::newRow(name) << "GET /farm/state HTTP/1.1\r\n" + headers + "\r\n" << status;
+        };
+        control("program", "Host: HERE\r\n", 200);
+        control("own page", "Host: HERE\r\nOrigin: http://HERE\r\nReferer: http://HERE/x\r\nSec-Fetch-Site: same-origin\r\n", 200);
+        control("another site", "Host: HERE\r\nOrigin: http://elsewhere\r\n", 403);
+        control("its name leads here", "Host: evil.example\r\n", 403);
+        control("its picture", "Host: HERE\r\nSec-Fetch-Site: cross-site\r\n", 403);
+        control("its link", "Host: HERE\r\nReferer: http://HERE.evil.example/\r\n", 403);
         QTest::newRow("version") << QByteArray("GET /getUpdateVersion.htm HTTP/1.1\r\n\r\n") << 200;
     }
     void web()
@@ -271,7 +279,7 @@ private slots:
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(bench.ports.http));
         QVERIFY(socket.waitForConnected(5000));
-        QTEST(http(socket, request).status, "status");
+        QTEST(http(socket, request.replace("HERE", "127.0.0.1:" + QByteArray::number(bench.ports.http))).status, "status");
     }
 
     // Two requests on one connection, the second in single bytes; then the faults of the web side.

@@ -35,6 +35,9 @@ private slots:
         QTRY_VERIFY(parts(bench).isEmpty());
         QCOMPARE(instantByHash(bench, task, "d/b.tif", 9000, QByteArray(32, '0')), 101402);
         QCOMPARE(instantByHash(bench, task, "d/b.tif", 9001, hash), 101402);
+        QFile outside(bench.folder.filePath("farm.db")); // a hash is no path
+        QVERIFY(outside.open(QIODevice::WriteOnly) && outside.resize(9000));
+        QCOMPARE(instantByHash(bench, task, "d/b.tif", 9000, "../farm.db"), 101402);
         QCOMPARE(instantByHash(bench, task, "d/b.tif", 9000, hash), 101401);
         QCOMPARE(bench.farm.taskFiles(task, true), (QStringList{key, "d/b.tif", "d/empty.tif"}));
         QCOMPARE(bench.farm.storedFiles().value("d/empty.tif"), md5(""));

@@ -1,10 +1,16 @@
+#include "common/CommonConfig.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
+#include "io/KnownHosts.h"
 #include "io/local/CmdHand.h"
 #include "io/local/HttpServer.h"
 #include "io/NetTcp.h"
+#include "io/NetWork.h"
+#include "io/PortRelay.h"
+#include "io/ProxyFactory.h"
+#include "resolve/ParameterModel.h"
 #include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 
@@ -25,6 +31,7 @@ public:
         Seam<ResolveCalls>::detach(this);
         Seam<DownCalls>::detach(this);
     }
+    void paraSaved(qlonglong rkey) override { calls << QStringLiteral("saved %1").arg(rkey); }
     void commitResolve(qlonglong rkey, bool batch, QString order) override
     {
         calls << QStringLiteral("commit %1 %2 %3").arg(rkey).arg(batch).arg(order);
@@ -96,6 +103,13 @@ class TestApi : public QObject
     {
         return post(target, body, method).value("msg").toString();
     }
+    void beMaster()
+    {
+        ProxyFactory::clear();
+        KnownHosts::clear();
+        UserInfo::setAllValue("Server", "role", "master");
+        QVERIFY(UserInfo::isMaster());
+    }
     QString scene(const QString &name)
     {
         QFile file(testHome() + "/" + name);
@@ -150,6 +164,8 @@ private slots:
         business.reset();
         ResolveDAO::instance()->releaseResolve();
         DownloadDAO::instance()->releaseDown();
+        UserInfo::setAllValue("Server", "role", "");
+        ProxyFactory::clear();
     }
 
     void forwarded_data()
@@ -243,6 +259,27 @@ private slots:
         QCOMPARE(post("/account").value("data").toObject().value("big").toString().size(), big.size());
     }
 
+    // Who may not ask is told so before the body comes, and all bodies together have one ceiling.
+    void refusedAtTheHead()
+    {
+        const QByteArray head = "POST /account HTTP/1.1\r\nContent-Length: " + QByteArray::number(HttpRequest::MaxBody) + "\r\n";
+        QVERIFY(raw({head + "Origin: http://evil.example\r\n\r\n"}).contains("没有此接口"));
+        QCOMPARE(server->bodies(), 0);
+        const QByteArray half(HttpRequest::MaxBody / 2, 'x');
+        QTcpSocket first, second;
+        for (QTcpSocket *one : {&first, &second}) {
+            one->connectToHost("127.0.0.1", server->port());
+            one->write(head + "\r\n" + half);
+        }
+        QTRY_COMPARE_WITH_TIMEOUT(server->bodies(), qint64(HttpRequest::MaxBody), 30000);
+        QVERIFY(raw({head + "\r\nx"}).contains("正在处理的请求过多"));
+        first.abort();
+        QTRY_COMPARE(server->bodies(), qint64(half.size()));
+        QCOMPARE(post("/account", "{}").value("result").toInt(), 1);
+        second.abort();
+        QTRY_COMPARE(server->bodies(), 0);
+    }
+
     void limits()
     {
         QCOMPARE(raw({"POST /account HTTP/1.1\r\nContent-Length: -5\r\n\r\n"}), QByteArray());
@@ -308,13 +345,7 @@ private slots:
         QCOMPARE(post("/model/list?rkeys=1,2").value("data").toArray().size(), 0);
         QCOMPARE(post("/model/list?rkey=1000").value("data").toArray().size(), 1);
 
-        QJsonObject para = post("/model/parameter?num=500").value("data").toObject();
-        QCOMPARE(para, QJsonDocument::fromJson(row.rdata.toUtf8()).object());
-        para["modelParameters"] = QJsonObject{{"frames", "7"}};
-        QCOMPARE(post("/model/parameterSet?num=500", json(para)).value("result").toInt(), 1);
-        QCOMPARE(post("/model/parameter?num=500").value("data").toObject(), para);
-        QCOMPARE(ResolveDAO::instance()->readWithPara(1000).rfile, row.rfile);
-        QCOMPARE(msg("/model/parameterSet?num=500", "[1]"), QString("参数异常"));
+        QCOMPARE(post("/model/parameter?num=500").value("data").toObject(), QJsonDocument::fromJson(row.rdata.toUtf8()).object());
         for (const char *path : {"/model/parameter", "/model/parameterSet", "/model/srcParameter", "/model/commit"})
             for (const char *num : {"", "?num=501"})
                 QCOMPARE(msg(QString(path) + num, "{\"a\":1}"), QString("没有此订单下的模型"));
@@ -327,10 +358,61 @@ private slots:
         QCOMPARE(post("/model/commit?nums=500,501").value("data").toArray(), QJsonArray{"500"});
         QTRY_COMPARE(queues->calls, QStringList{"commit 0 0 500"});
         ResolveDAO::instance()->setState(1000, 110, 0, 1);
-        QCOMPARE(post("/model/parameterSet?num=500", json(para)).value("result").toInt(), 0);
+        QCOMPARE(msg("/model/parameterSet?num=500", "{\"a\":1}"), QString("任务已提交，参数不能再修改"));
         QCOMPARE(json(post("/model/checkSlave?rkey=1000", "", "GET").value("data").toObject()),
                  QByteArray(R"({"fok":2,"fsum":5,"rkey":1000,"state":110})"));
         QCOMPARE(post("/model/checkSlave?rkey=9").value("data").toObject().value("state").toInt(), -1);
+    }
+
+    // What another program sets is held to what a dialog would let through, and a commit leaves it as it is.
+    void parameters_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("found"); // by the analysis
+        QTest::addColumn<QString>("set");
+        QTest::addColumn<QString>("wanted"); // "frames selected" of each camera, or the message
+        const QString two =
+            R"({"softwareType":8,"modelParameters":{"cameras":[{"name":"a","frames":"%1"%2},{"name":"b","frames":"7"%3}]}%4})";
+        const QString found = two.arg("1-3", "", "", "");
+        const auto row = [&](const char *name, const QString &set, const QString &wanted, int state = 106) {
+            QTest::newRow(name) << state << found << set << wanted;
+        };
+        row("frames", two.arg("5-6", "", "", ""), "5-6 1,7 1");
+        row("a choice", two.arg("1-3", "", ",\"selected\":0", ""), "1-3 1,7 0");
+        row("no choice left", two.arg("1", ",\"selected\":0", ",\"selected\":0", ""), "请选择节点");
+        row("backwards", two.arg("9-1", "", "", ""), "参数设置项的序列帧只支持从小到大排列！");
+        row("no frames", two.arg("a;b", "", "", ""), "输入的字符格式不正确，请检查！");
+        row("priority frames outside", two.arg("1-3", "", "", ",\"keyFrames\":\"20\""), "优先帧不在序列帧范围内！");
+        row("not an object", "[1]", "参数异常");
+        row("not analysed yet", two.arg("1", "", "", ""), "解析尚未完成，参数还不能修改", 101);
+        QTest::newRow("set before") << 106 << two.arg("1-3", ",\"selected\":0", ",\"selected\":1", ",\"hasHand\":1")
+                                    << two.arg("1-3", ",\"selected\":1", ",\"selected\":0", "") << "1-3 1,7 0";
+    }
+    void parameters()
+    {
+        QFETCH(int, state);
+        QFETCH(QString, found);
+        QFETCH(QString, set);
+        QFETCH(QString, wanted);
+        db_resolve row = addRow(state, "500");
+        row.rdata = found;
+        row.rfile = R"("files":["/t.png"])";
+        QVERIFY(ResolveDAO::instance()->savePara(row));
+        const QJsonObject rep = post("/model/parameterSet?num=500", set.toUtf8());
+        db_resolve after = ResolveDAO::instance()->readWithPara(1000);
+        QCOMPARE(after.rfile, row.rfile);
+        if (rep.value("result").toInt() == 0) {
+            QCOMPARE(rep.value("msg").toString(), wanted);
+            QCOMPARE(after.rdata, found);
+            return;
+        }
+        QTRY_COMPARE(queues->calls, QStringList{"saved 1000"}); // it may have been held for what is mended now
+        QString message;
+        QVERIFY(ParameterModel::prepare(&after, CommonConfig::get(), &message)); // as a commit does
+        QStringList cameras;
+        for (const QJsonValue &one : QJsonDocument::fromJson(after.rdata.toUtf8()).object().value("modelParameters")["cameras"].toArray())
+            cameras << QStringLiteral("%1 %2").arg(one["frames"].toString()).arg(one["selected"].toInt(-1));
+        QCOMPARE(cameras.join(','), wanted);
     }
 
     void analysisRefused_data()
@@ -494,20 +576,96 @@ private slots:
         QCOMPARE(state("&seat=c"), -1);
     }
 
+    // Only a seat that this master has met hands work over, and never a file that no scene there names.
+    void strangeSeat()
+    {
+        beMaster();
+        const auto ask = [](const QString &method, const QString &cmd, const QByteArray &body, bool known) {
+            QByteArray got;
+            auto *hand = new CmdHand;
+            hand->setBody(body);
+            hand->setCaller({"192.0.2.9", known});
+            connect(hand, &CmdHand::cmdOver, [&got](const QByteArray &over) { got = over; });
+            hand->initCmdHand(method, cmd);
+            return QJsonDocument::fromJson(got).object();
+        };
+        const QString hidden = testHome() + "/.ssh/id", link = testHome() + "/link.png";
+        QVERIFY(QFile::link("/etc/hostname", link));
+        const QJsonArray files{"/t.png", "/etc/passwd", hidden, link, "/a/../etc/shadow", "/a/b/../t.tif", "C:\\Windows\\win.ini"};
+        const QByteArray body =
+            json({{"scene", "/far/s.ma"},
+                  {"feeUserId", 42},
+                  {"parameter",
+                   QJsonObject{{"fromSlave", 1}, {"rset", QJsonObject{{"softwareType", 1}}}, {"content", QJsonObject{{"files", files}}}}}});
+        QVERIFY(ask("POST", "/model/analysis", body, false).value("msg").toString().startsWith("主机不认识此分机"));
+        QVERIFY(ResolveDAO::instance()->readAll().isEmpty());
+        QCOMPARE(ask("GET", "/masterInfo", {}, false).value("result").toInt(), 1); // as a seat does at its start
+        UserInfo::clearCache();                                                    // the master starts again
+        UserInfo::initUser({{"userId", 42}, {"feeUserIds", QJsonArray{77}}});
+        QCOMPARE(ask("POST", "/model/analysis", body, false).value("result").toInt(), 1);
+        const db_resolve row = ResolveDAO::instance()->readWithPara(ResolveDAO::instance()->readAll().value(0).rkey);
+        QCOMPARE(row.rfile, QString(R"("files":["/far/s.ma","/t.png","/a/b/../t.tif"])"));
+        QCOMPARE(row.state, 103);
+        QVERIFY(row.errstr.contains("/etc/passwd") && row.errstr.contains(hidden) && row.errstr.contains("win.ini"));
+        QVERIFY(queues->calls.isEmpty()); // somebody looks at it first
+        QJsonObject other = QJsonDocument::fromJson(body).object();
+        other["scene"] = "/etc/s.ma";
+        QCOMPARE(ask("POST", "/model/analysis", json(other), true).value("msg").toString(), QString("缺失场景文件"));
+    }
+
     void masterInfo()
     {
-        const QJsonObject rep = post("/masterInfo?host=h&port=1", "", "GET");
-        QCOMPARE(rep.value("data").toArray(), QJsonArray());
-        QCOMPARE(rep.value("masterUserId").toInt(), UserInfo::masterUserId());
-        UserInfo::setAllValue("Server", "role", "master");
-        UserInfo::clearCache();
-        UserInfo::initUser({{"userId", 42}, {"feeUserIds", QJsonArray{77}}});
-        if (UserInfo::isMaster()) {
-            QCOMPARE(post("/masterInfo").value("masterUserId").toInt(), 42);
-            QCOMPARE(msg("/masterInfo?host=a%22%20b&port=1"), QString("参数异常"));
-            QCOMPARE(msg("/masterInfo?host=a&port=70000"), QString("参数异常"));
-        }
-        UserInfo::setAllValue("Server", "role", "");
+        QCOMPARE(post("/masterInfo?host=h&port=1", "", "GET").value("data").toArray(), QJsonArray());
+        beMaster();
+        QFile service(UserInfo::programDir() + "/service.ini");
+        QVERIFY(service.open(QIODevice::WriteOnly));
+        service.write("[server]\nlogs=http://logs.example:8080/x\nshare=127.0.0.1\n");
+        service.close();
+        business->answer(11100, [](const BusinessPeer::Request &request) {
+            return Reply{1110000, {{"addr", request.body["farmId"].toInt() == 3 ? "http://drive.example:88" : "http://0.0.0.0"}}};
+        });
+        const auto ask = [this](const QString &query) { return post("/masterInfo?" + query, "", "GET"); };
+        QCOMPARE(post("/masterInfo").value("masterUserId").toInt(), 42);
+        for (const char *query : {"host=a%22%20b&port=1", "host=logs.example&port=70000"})
+            QCOMPARE(ask(query).value("msg").toString(), QString("参数异常"));
+        for (const char *query : {"host=evil.example&port=80", "host=127.0.0.1&port=22", "host=localhost&port=22",
+                                  "host=evil.example&port=80&farmId=3", "host=0.0.0.0&port=22&farmId=4"})
+            QVERIFY2(ask(query).value("msg").toString().endsWith("不是农场的服务器，不予转发"), query);
+        QCOMPARE(ProxyFactory::pairs().size(), 0);
+        QCOMPARE(ask("host=LOGS.example&port=8080").value("data").toArray().at(0).toArray().at(1).toString(), QString("logs.example"));
+        QCOMPARE(ask("host=drive.example&port=88&farmId=3").value("data").toArray().size(), 2);
+        QCOMPARE(business->count(11100), 2); // what is known is not asked for again
+        for (int port = 1; port <= 62; ++port)
+            QCOMPARE(ask(QStringLiteral("host=logs.example&port=%1").arg(port)).value("result").toInt(), 1);
+        QCOMPARE(ask("host=logs.example&port=99").value("msg").toString(), QString("最多转发64个端口"));
+        QCOMPARE(ask("host=logs.example&port=62").value("data").toArray().size(), 64); // an old one is still told
+        QVERIFY(service.remove());
+    }
+
+    // What comes through a port that this master forwards is no program of this machine; a seat that holds the token gets in.
+    void throughAForward()
+    {
+        int port = 47000;
+        while (!PortRelay::instance()->open({port, "127.0.0.1", server->port()}))
+            ++port;
+        UserInfo::setAllValue("Server", "master", QStringLiteral("http://127.0.0.1:%1").arg(port));
+        UserInfo::setAllValue("Server", "apiToken", "secret");
+        const auto ask = [](const QString &url) {
+            Request request;
+            request.url = url + "/model/checkSlave?rkey=9";
+            request.bareAddress = true;
+            QString got;
+            QObject guard;
+            NetWork::instance()->nget(
+                request, [&got](const Request &, const FuncBody &rep) { got = rep.object.contains("data") ? "in" : rep.msg; },
+                QThread::currentThread(), &guard);
+            [&] { QTRY_VERIFY(!got.isEmpty()); }();
+            return got;
+        };
+        QCOMPARE(ask(UserInfo::master()), QString("in"));
+        QCOMPARE(ask(QStringLiteral("http://localhost:%1").arg(port)), QString("没有此接口")); // the token goes to the master alone
+        UserInfo::setAllValue("Server", "apiToken", "");
+        NetWork::destroy();
     }
 };
 

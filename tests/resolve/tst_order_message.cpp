@@ -161,8 +161,12 @@ private slots:
         const QByteArray expected =
             R"({"scene":"x","analysisTime":1700000009000,"softwareType":8,"feeUserId":[3],"needMasterCheck":true,
             "clientFlag":1700000001,"missionId":55,"ordernum":"N55","parameter":{"status":1,"fromSlave":1,"details":"w\r\n",
-            "content":{"resStatus":1,"modelParameters":{},"files":["/a"]},"rset":{"softwareType":8,"scene":"x"}}})";
+            "content":{"resStatus":1,"modelParameters":{},"files":["/s/a.tgd","/a"]},"rset":{"softwareType":8,"scene":"x"}}})";
         QCOMPARE(body, QJsonDocument::fromJson(expected).object());
+        // A script that lists the scene itself, in its system's way of writing.
+        res.lpath = "C:\\s\\a.mb";
+        res.rfile = R"("files":["/a","C:/s/a.mb"])";
+        QCOMPARE(OrderMessage::handOver(res, 3, false).value("parameter")["content"]["files"].toArray(), (QJsonArray{"/a", "C:/s/a.mb"}));
     }
 };
 VN_TEST(TestOrderMessage)

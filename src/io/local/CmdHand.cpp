@@ -42,6 +42,11 @@ void CmdHand::initCmh()
 
 QByteArray CmdHand::noSuchRoute() { return reply(1, tr("没有此接口"), QJsonValue::Undefined, false, {}, false); }
 
+QByteArray CmdHand::tooMuch()
+{
+    return reply(1, tr("正在处理的请求过多，请稍后再试"), QJsonValue::Undefined, false, {}, false);
+}
+
 void CmdHand::start(const QString &method, const QString &cmd)
 {
     ThreadPool::instance()->addWork(this);
@@ -75,6 +80,14 @@ void CmdHand::cmdHand(bool getOnly)
         }
     }
     fail(tr("没有此接口"));
+}
+
+const QJsonDocument &CmdHand::sent()
+{
+    m_body.clear();
+    if (const QByteArray body = std::exchange(m_line.body, {}); !body.isEmpty())
+        m_sent = QJsonDocument::fromJson(body);
+    return m_sent;
 }
 
 void CmdHand::ask(int cmd, const QJsonObject &body, Reply reply)

@@ -19,10 +19,18 @@ class CmdHand : public QObject
 public:
     static constexpr int WaitMs = 10000; // for a reply of the business server
 
+    struct Caller {
+        QString address;   // in one form for one machine
+        bool known = true; // of this machine, or it has the token
+    };
+
     explicit CmdHand(int waitMs = WaitMs);
     static void initCmh();                                  // writes the table of routes to the log
     static QByteArray noSuchRoute();                        // the answer to what isn't served
+    static QByteArray tooMuch();                            // ... to a body for which there's no room now
     void setBody(const QByteArray &body) { m_body = body; } // before start(); a "-post=" in the words wins
+    // Of a request from the socket; without it the client itself asks.
+    void setCaller(const Caller &caller) { m_caller = caller; }
     // Moves this object to a pool thread and runs there. From the socket: the HTTP method and the target. From within:
     // the words ("/model /analysis -post=[...]") and "/localClient".
     void start(const QString &method, const QString &cmd);
@@ -44,6 +52,7 @@ private:
     static const QList<Route> &routes();
 
     void cmdHand(bool getOnly);
+    const QJsonDocument &sent(); // the body, read once; its bytes are gone afterwards
     // Routes.
     void account();
     void projectList();
@@ -61,6 +70,8 @@ private:
     void jobDetail();
     void jobDownload();
     void masterInfo();
+    void forwardTo(const QString &host, int port);
+    void tellPorts();
 
     // Asks the business server; no answer in time, or no session, ends the request with a text.
     void ask(int cmd, const QByteArray &body, Reply reply);
@@ -82,6 +93,8 @@ private:
 
     QByteArray m_body;
     CmdLine m_line;
+    QJsonDocument m_sent;
+    Caller m_caller;
     QTimer m_wait;
     int m_waitMs;
     bool m_over = false;

@@ -4,9 +4,12 @@
 #include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
+#include "io/KnownHosts.h"
 #include "io/local/CmdHand.h"
+#include "io/local/SeatBook.h"
 #include "io/NetWork.h"
 #include "io/ProxyFactory.h"
+#include <QDebug>
 #include <QRegularExpression>
 
 namespace
@@ -150,16 +153,39 @@ void CmdHand::masterInfo()
         good(QString(), QJsonArray(), {{"masterUserId", UserInfo::masterUserId()}});
         return;
     }
-    const QString host = m_line.arg("host");
-    const int port = m_line.arg("port").toInt();
-    if (!host.isEmpty()) {
-        static const QRegularExpression name(QStringLiteral("^[A-Za-z0-9]([A-Za-z0-9._-]{0,252})$"));
-        QString why = tr("参数异常");
-        if (!name.match(host).hasMatch() || port < 1 || port > 65535 ||
-            !ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(host).arg(port)}, true, &why)) {
-            fail(why);
-            return;
-        }
-    }
-    good(QString(), ProxyFactory::pairs(), {{"masterUserId", UserInfo::userId()}});
+    SeatBook::meet(m_caller.address);
+    const QString host = m_line.arg("host").toLower();
+    const int port = m_line.arg("port").toInt(), farmId = m_line.arg("farmId").toInt();
+    static const QRegularExpression name(QStringLiteral("^[a-z0-9]([a-z0-9._-]{0,252})$"));
+    if (host.isEmpty())
+        tellPorts();
+    else if (!name.match(host).hasMatch() || port < 1 || port > 65535)
+        fail(tr("参数异常"));
+    else if (ProxyFactory::portOf(host, port) != 0 || KnownHosts::contains(host) || farmId <= 0)
+        forwardTo(host, port);
+    else
+        ask(11100, {{"farmId", farmId}}, [=](int, const QJsonDocument &doc) {
+            KnownHosts::learn(doc.object());
+            forwardTo(host, port);
+        });
 }
+
+// Only what the farm's own addresses name is forwarded, and nothing of this machine: its other services would take the
+// seats' network for themselves.
+void CmdHand::forwardTo(const QString &host, int port)
+{
+    if (ProxyFactory::portOf(host, port) != 0) {
+        tellPorts();
+        return;
+    }
+    QString why = tr("%1 不是农场的服务器，不予转发").arg(host);
+    const bool allowed = KnownHosts::contains(host) && !ProxyFactory::leadsHere(host);
+    if (!allowed)
+        qWarning().noquote() << "CmdHand::forwardTo refused" << host << port << "for" << m_caller.address;
+    if (allowed && ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(host).arg(port)}, true, &why))
+        tellPorts();
+    else
+        fail(why);
+}
+
+void CmdHand::tellPorts() { good(QString(), ProxyFactory::pairs(), {{"masterUserId", UserInfo::userId()}}); }

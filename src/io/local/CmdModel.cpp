@@ -5,28 +5,32 @@
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
 #include "io/local/ModelAnalysis.h"
+#include "io/local/SeatBook.h"
 #include "resolve/BaseResolve.h"
+#include "resolve/ParameterModel.h"
 #include <QDateTime>
 #include <QDir>
 #include <QSet>
 
 namespace
 {
-constexpr int Committed = 107, Refused = 109, Gone = -1;
+constexpr int Analysed = 103, Committed = 107, Refused = 109, Gone = -1;
 
 QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 } // namespace
 
 void CmdHand::modelAnalysis()
 {
-    ModelAnalysis read = ModelAnalysis::read(m_line.body, QDateTime::currentMSecsSinceEpoch());
+    const QJsonDocument &scenes = sent();
+    const bool seat = m_caller.known || SeatBook::met(m_caller.address);
+    ModelAnalysis read = ModelAnalysis::read(scenes, QDateTime::currentMSecsSinceEpoch(), seat);
     switch (read.kind) {
     case ModelAnalysis::AskUser:
         emit backEnvPre(read.softwareType, read.files, QString());
         good(tr("客户端调用结束"));
         return;
     case ModelAnalysis::Refused:
-        if (QJsonDocument::fromJson(m_line.body).isArray())
+        if (scenes.isArray())
             emit backEnvPre(0, read.files, read.text);
         fail(read.text, read.data.isEmpty() ? QJsonValue(QJsonValue::Undefined) : QJsonValue(read.data));
         return;
@@ -96,25 +100,30 @@ void CmdHand::modelParaSet()
         fail(tr("没有此订单下的模型"));
         return;
     }
-    QJsonObject changed = QJsonDocument::fromJson(m_line.body).object();
+    const QJsonObject changed = sent().object();
     if (changed.isEmpty()) {
         fail(tr("参数异常"));
+        return;
+    }
+    if (row.state < Analysed) {
+        fail(tr("解析尚未完成，参数还不能修改"));
         return;
     }
     if (row.state >= Committed && row.state != Refused) {
         fail(tr("任务已提交，参数不能再修改"));
         return;
     }
-    // What says which scene this is isn't a parameter; an order without it would be lost.
-    const QJsonObject before = object(row.rdata);
-    for (const char *key : {"sceneName", "missionName", "softwareType", "resStatus", "fromSlave"})
-        if (!changed.contains(key) && before.contains(key))
-            changed[key] = before.value(key);
-    row.rdata = QString::fromUtf8(QJsonDocument(changed).toJson(QJsonDocument::Compact));
-    if (ResolveDAO::instance()->savePara(row))
-        good(QString());
-    else
+    const QString wrong = ParameterModel::take(&row, changed, CommonConfig::get());
+    if (!wrong.isEmpty()) {
+        fail(wrong);
+        return;
+    }
+    if (!ResolveDAO::instance()->savePara(row)) {
         fail(tr("参数保存失败"));
+        return;
+    }
+    Seam<ResolveCalls>::post([key = row.rkey](ResolveCalls &queue) { queue.paraSaved(key); });
+    good(QString());
 }
 
 void CmdHand::modelCommit()

@@ -1,16 +1,9 @@
 #include "io/local/HttpGuard.h"
-#include <algorithm>
-#include <QHostInfo>
-#include <QNetworkInterface>
+#include "io/OwnAddress.h"
 #include <QUrl>
 
 namespace
 {
-bool same(const QHostAddress &a, const QHostAddress &b)
-{
-    return a.isEqual(b, QHostAddress::ConvertV4MappedToIPv4 | QHostAddress::ConvertLocalHost);
-}
-
 // Takes the same time whatever the texts have in common.
 bool equalTokens(const QByteArray &a, const QByteArray &b)
 {
@@ -21,45 +14,25 @@ bool equalTokens(const QByteArray &a, const QByteArray &b)
 }
 } // namespace
 
-bool HttpGuard::allows(const HttpRequest &request, const QHostAddress &peer, const QHostAddress &local,
-                       const QString &token)
+bool HttpGuard::allows(const HttpRequest &request, const Link &link, const QString &token)
 {
-    if (request.hasHeader("origin") && !isThisMachine(QUrl(QString::fromUtf8(request.header("origin"))).host(), local))
+    for (const char *page : {"origin", "referer"})
+        if (request.hasHeader(page) &&
+            !OwnAddress::is(QUrl(QString::fromUtf8(request.header(page))).host(), link.local))
+            return false;
+    const QByteArray site = request.header("sec-fetch-site").toLower();
+    if (request.hasHeader("sec-fetch-site") && site != "none" && site != "same-origin")
         return false;
-    if (request.hasHeader("host") && !isThisMachine(QString::fromUtf8(request.header("host")), local))
+    if (request.hasHeader("host") && !OwnAddress::is(QString::fromUtf8(request.header("host")), link.local))
         return false;
-    if (token.isEmpty() || isThisMachine(peer))
+    return token.isEmpty() || isKnown(request, link, token);
+}
+
+bool HttpGuard::isKnown(const HttpRequest &request, const Link &link, const QString &token)
+{
+    if (!link.forwarded && OwnAddress::is(link.peer))
         return true;
     const QByteArray sent = request.header("authorization");
-    return sent.left(7).toLower() == "bearer " && equalTokens(sent.mid(7).trimmed(), token.toUtf8());
-}
-
-bool HttpGuard::isThisMachine(const QHostAddress &address)
-{
-    if (address.isLoopback())
-        return true;
-    const QList<QHostAddress> own = QNetworkInterface::allAddresses();
-    return std::any_of(own.cbegin(), own.cend(), [&address](const QHostAddress &one) { return same(one, address); });
-}
-
-bool HttpGuard::isThisMachine(const QString &host, const QHostAddress &local)
-{
-    QString name = host.trimmed().toLower();
-    if (name.startsWith('[')) {
-        name = name.mid(1, name.indexOf(']') - 1);
-    } else if (name.count(':') == 1) {
-        name = name.left(name.indexOf(':'));
-    }
-    if (name.endsWith('.'))
-        name.chop(1);
-    if (name.isEmpty())
-        return false;
-    const QHostAddress address(name);
-    if (!address.isNull())
-        return same(address, local) || isThisMachine(address);
-    const QString own = QHostInfo::localHostName().toLower();
-    if (name == "localhost" || name == own || name == own + ".local")
-        return true;
-    const QString domain = QHostInfo::localDomainName().toLower();
-    return !domain.isEmpty() && name == own + "." + domain;
+    return !token.isEmpty() && sent.left(7).toLower() == "bearer " &&
+           equalTokens(sent.mid(7).trimmed(), token.toUtf8());
 }

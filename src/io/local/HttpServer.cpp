@@ -3,9 +3,14 @@
 #include "common/UserInfo.h"
 #include "common/WindowCalls.h"
 #include "io/local/CmdHand.h"
-#include "io/local/HttpGuard.h"
+#include "io/PortRelay.h"
 #include <QDebug>
 #include <QNetworkProxy>
+
+namespace
+{
+constexpr qint64 ReadSize = 256 * 1024;
+}
 
 HttpServer::HttpServer(QObject *parent) : QObject(parent)
 {
@@ -50,6 +55,7 @@ void HttpServer::newConnect()
         open.timer->start(m_timeoutMs);
         connect(open.timer, &QTimer::timeout, this, [this, socket] { drop(socket, "took too long"); });
         m_open.insert(socket, open);
+        socket->setReadBufferSize(ReadSize); // a caller that is refused isn't read further
         connect(socket, &QTcpSocket::readyRead, this, &HttpServer::socketRead);
         connect(socket, &QTcpSocket::bytesWritten, this, [this, socket] { writePiece(socket); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] { forget(socket); });
@@ -65,34 +71,75 @@ void HttpServer::socketRead()
     const QByteArray data = socket->readAll();
     if (it->running)
         return;
-    const bool headBefore = it->request.headRead();
-    switch (it->request.feed(data)) {
-    case HttpRequest::Bad:
+    const HttpRequest::State state = it->request.feed(data);
+    if (state == HttpRequest::Bad) {
         drop(socket, it->request.why());
         return;
-    case HttpRequest::Complete:
-        it->running = true;
-        dispatch(socket);
-        return;
-    case HttpRequest::Incomplete:
-        // Some tools hold a longer body back until they are told to go on.
-        if (!headBefore && it->request.headRead() && it->request.header("expect").toLower() == "100-continue")
-            socket->write("HTTP/1.1 100 Continue\r\n\r\n");
-        return;
     }
+    if (!it->request.headRead())
+        return;
+    const bool first = !it->judged;
+    if ((first && !judge(socket)) || !hold(socket))
+        return;
+    if (state == HttpRequest::Complete)
+        dispatch(socket);
+    // Some tools hold a longer body back until they are told to go on.
+    else if (first && it->request.header("expect").toLower() == "100-continue")
+        socket->write("HTTP/1.1 100 Continue\r\n\r\n");
+}
+
+HttpGuard::Link HttpServer::linkOf(const QTcpSocket *socket)
+{
+    return {socket->peerAddress(), socket->localAddress(), PortRelay::carries(socket->peerPort())};
+}
+
+bool HttpServer::judge(QTcpSocket *socket)
+{
+    Open &open = m_open[socket];
+    open.judged = true;
+    const HttpRequest &request = open.request;
+    if (HttpGuard::allows(request, linkOf(socket), UserInfo::apiToken()))
+        return true;
+    qWarning().noquote() << "HttpServer::judge: refused" << socket->peerAddress().toString() << request.header("origin")
+                         << request.header("referer") << request.header("host");
+    refuse(socket, CmdHand::noSuchRoute());
+    return false;
+}
+
+bool HttpServer::hold(QTcpSocket *socket)
+{
+    Open &open = m_open[socket];
+    const qint64 size = open.request.body().size();
+    m_bodies += size - std::exchange(open.held, size);
+    if (m_bodies <= MaxBodies)
+        return true;
+    qWarning().noquote() << "HttpServer::hold: refused" << socket->peerAddress().toString() << m_bodies
+                         << "bytes in all";
+    refuse(socket, CmdHand::tooMuch());
+    return false;
+}
+
+void HttpServer::refuse(QTcpSocket *socket, const QByteArray &answer)
+{
+    Open &open = m_open[socket];
+    open.running = true;
+    open.request = HttpRequest();
+    m_bodies -= std::exchange(open.held, 0);
+    cmdOver(socket, answer);
 }
 
 void HttpServer::dispatch(QTcpSocket *socket)
 {
-    const HttpRequest request = m_open[socket].request;
-    if (!HttpGuard::allows(request, socket->peerAddress(), socket->localAddress(), UserInfo::apiToken())) {
-        qWarning().noquote() << "HttpServer::dispatch: refused" << socket->peerAddress().toString()
-                             << request.header("origin") << request.header("host");
-        cmdOver(socket, CmdHand::noSuchRoute());
-        return;
-    }
+    Open &open = m_open[socket];
+    open.running = true;
+    const HttpRequest request = std::exchange(open.request, {});
     auto *hand = new CmdHand;
     hand->setBody(request.body());
+    const HttpGuard::Link link = linkOf(socket);
+    bool v4 = false;
+    const QHostAddress plain(link.peer.toIPv4Address(&v4));
+    hand->setCaller({(v4 ? plain : link.peer).toString(), HttpGuard::isKnown(request, link, UserInfo::apiToken())});
+    connect(hand, &QObject::destroyed, this, [this, held = std::exchange(open.held, 0)] { m_bodies -= held; });
     const QPointer<QTcpSocket> asker(socket);
     connect(hand, &CmdHand::cmdOver, this, [this, asker](const QByteArray &body) {
         if (asker)
@@ -140,6 +187,10 @@ void HttpServer::drop(QTcpSocket *socket, const char *why)
 
 void HttpServer::forget(QTcpSocket *socket)
 {
-    if (m_open.remove(socket) > 0)
-        socket->deleteLater();
+    const auto it = m_open.find(socket);
+    if (it == m_open.end())
+        return;
+    m_bodies -= it->held;
+    m_open.erase(it);
+    socket->deleteLater();
 }

@@ -4,8 +4,11 @@
 // thread. Every answer is "HTTP/1.1 200 OK" with one JSON text, then the connection closes.
 //
 // A connection:  accepted -> reading -> [CmdHand runs] -> writing -> closed
-// It is closed without an answer when the request is bad (HttpRequest), when reading and the command take more than
-// TimeoutMs together, when writing does, and at once when MaxConnections are open.
+// Who may ask is judged by the head (HttpGuard), before a byte of the body is kept. It is closed without an answer when
+// the request is bad (HttpRequest), when reading and the command take more than TimeoutMs together, when writing does,
+// and at once when MaxConnections are open. All bodies together, read or being worked on, hold MaxBodies bytes at most:
+// the one that would go beyond is refused.
+#include "io/local/HttpGuard.h"
 #include "io/local/HttpRequest.h"
 #include <QHash>
 #include <QObject>
@@ -20,12 +23,14 @@ class HttpServer : public QObject
 public:
     static constexpr int MaxConnections = 64;
     static constexpr int PieceSize = 10240;
+    static constexpr qint64 MaxBodies = HttpRequest::MaxBody;
 
     explicit HttpServer(QObject *parent = nullptr);
     ~HttpServer() override;        // closes all connections
     bool initHttpServer(int port); // all addresses; 0 takes a free port. False: not listening, logged
     quint16 port() const { return m_server.serverPort(); }
     int connections() const { return m_open.size(); }
+    qint64 bodies() const { return m_bodies; }    // bytes held
     void setTimeout(int ms) { m_timeoutMs = ms; } // of connections to come; 30 s unless told
 
 private slots:
@@ -37,10 +42,16 @@ private:
         HttpRequest request;
         QTimer *timer = nullptr; // child of the socket
         bool running = false;    // handed to a CmdHand, or answered
+        bool judged = false;     // by its head
+        qint64 held = 0;         // of m_bodies
         QByteArray out;
         int written = 0;
     };
+    bool judge(QTcpSocket *socket); // false: refused, answered
+    bool hold(QTcpSocket *socket);  // false: too much in all, answered
+    void refuse(QTcpSocket *socket, const QByteArray &answer);
     void dispatch(QTcpSocket *socket);
+    static HttpGuard::Link linkOf(const QTcpSocket *socket);
     void cmdOver(QTcpSocket *socket, const QByteArray &body);
     void writePiece(QTcpSocket *socket);
     void drop(QTcpSocket *socket, const char *why);
@@ -48,5 +59,6 @@ private:
 
     QTcpServer m_server;
     QHash<QTcpSocket *, Open> m_open;
+    qint64 m_bodies = 0;
     int m_timeoutMs = 30000;
 };

@@ -2,17 +2,20 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/ResolveDAO.h"
+#include "resolve/OrderMessage.h"
 #include <algorithm>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QRegularExpression>
 #include <QSet>
 
 namespace
 {
-constexpr int Waiting = 100, Clean = 106;
+constexpr int Waiting = 100, Warned = 103, Clean = 106;
+constexpr int MaxTold = 20; // files in a note
 constexpr int Maya = 1, Cinema4D = 5, Types = 8;
 
 QString compact(const QJsonObject &object)
@@ -139,15 +142,30 @@ bool ownsFee(const QJsonValue &fee)
 }
 } // namespace
 
-ModelAnalysis ModelAnalysis::read(const QByteArray &body, qint64 nowMs)
+ModelAnalysis ModelAnalysis::read(const QJsonDocument &doc, qint64 nowMs, bool seat)
 {
-    const QJsonDocument doc = QJsonDocument::fromJson(body);
     if (doc.isArray())
         return fromList(expanded(texts(doc.array())));
     const QJsonObject object = doc.object(), parameter = object.value("parameter").toObject();
     if (parameter.value("fromSlave").toVariant().toInt() == 1)
-        return fromSeat(object, parameter, nowMs);
+        return seat ? fromSeat(object, parameter, nowMs)
+                    : refused(tr("主机不认识此分机，请重新启动分机上的客户端，或在两边设置相同的令牌"));
     return fromParameter(texts(object.value("scenes").toArray()), parameter, nowMs);
+}
+
+bool ModelAnalysis::outOfPlace(const QString &path)
+{
+    static const QRegularExpression hidden(QStringLiteral("(^|/)\\.[^/]*(/|$)"));
+    static const QRegularExpression system(
+        QStringLiteral("^(/(etc|proc|sys|dev|boot|usr|bin|sbin|lib\\w*|var|run(?!/media/))(/|$)"
+                       "|(/+[.?]/)?[a-z]:/+(windows|users/[^/]+/appdata)(/|$))"),
+        QRegularExpression::CaseInsensitiveOption);
+    const auto of = [](QString one) {
+        one.replace('\\', '/');
+        return hidden.match(one).hasMatch() || system.match(one).hasMatch();
+    };
+    const QString target = QFileInfo(path).canonicalFilePath(); // links lead anywhere
+    return of(QDir::cleanPath(path)) || (!target.isEmpty() && of(target));
 }
 
 ModelAnalysis ModelAnalysis::fromList(const QStringList &scenes)
@@ -220,7 +238,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     }
     const QString scene =
         given("scene").isString() ? given("scene").toString() : texts(body.value("scenes").toArray()).value(0);
-    if (scene.isEmpty())
+    if (VFunc::softwareTypeOf(VFunc::followLinks(scene)) <= 0 || outOfPlace(scene))
         return refused(tr("缺失场景文件"));
     const qlonglong seatKey = given("clientFlag").toVariant().toLongLong();
     QJsonObject rset = parameter.value("rset").toObject();
@@ -230,12 +248,19 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     rset["feeUserId"] = fee;
     rset["needMasterCheck"] = given("needMasterCheck");
     QJsonObject content = parameter.value("content").toObject();
-    QJsonArray files = content.take("files").toArray();
-    const int type = rset.value("softwareType").toVariant().toInt();
-    if (type == Cinema4D && !files.contains(scene)) {
-        qDebug().noquote() << QStringLiteral("塞入c4d主文件") << scene;
-        files.prepend(scene);
+    const QJsonArray told = content.take("files").toArray();
+    QStringList left;
+    QJsonArray files;
+    for (const QJsonValue &file : told) {
+        if (outOfPlace(file.toString()))
+            left.append(file.toString());
+        else
+            files.append(file);
     }
+    const int without = files.size();
+    files = OrderMessage::withScene(files, scene);
+    if (files.size() != without && rset.value("softwareType").toVariant().toInt() == Cinema4D)
+        qDebug().noquote() << QStringLiteral("塞入c4d主文件") << scene;
     content["fromSlave"] = 1;
     content["hasHand"] = 1; // the seat has set the parameters, nothing here may set them again
     content["resStatus"] = parameter.value("status");
@@ -254,6 +279,15 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     row.state = Clean;
     out.commit = !given("needMasterCheck").toVariant().toBool();
     row.errstr = parameter.value("details").toString();
+    if (!left.isEmpty()) {
+        // Somebody looks at it before it goes anywhere.
+        qWarning().noquote() << "ModelAnalysis::fromSeat" << scene
+                             << "names files of the system or hidden ones, left out:" << left.mid(0, MaxTold);
+        row.errstr = tr("以下%1个文件位于系统目录或隐藏目录，未加入上传：").arg(left.size()) + "\r\n" +
+                     left.mid(0, MaxTold).join("\r\n") + "\r\n" + row.errstr;
+        row.state = Warned;
+        out.commit = false;
+    }
     row.rset = compact(rset);
     row.rdata = compact(content);
     row.rfile = QStringLiteral("\"files\":") + QString::fromUtf8(QJsonDocument(files).toJson(QJsonDocument::Compact));

@@ -3,8 +3,8 @@
 // object {scenes, parameter} of another program, or the finished analysis of a subordinate seat. Reads the disk (do the
 // scenes exist?) and the store, so it runs on the request's thread. Any failure is a text for who asked.
 #include "db/Records.h"
-#include <QByteArray>
 #include <QCoreApplication>
+#include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringList>
 
@@ -17,7 +17,10 @@ public:
         AskUser, // a plain list: the page asks for environment, project and machine, then inserts the rows itself
         Rows     // rows go into the store, where the queue finds them
     };
-    static ModelAnalysis read(const QByteArray &body, qint64 nowMs);
+    // seat: the caller may hand finished analyses over.
+    static ModelAnalysis read(const QJsonDocument &body, qint64 nowMs, bool seat);
+    // A file that no scene has reason to name: of the system's folders, or hidden.
+    static bool outOfPlace(const QString &path);
 
     // The key that a row handed over by a subordinate seat has there, 0 for other rows. The row's own may have had to
     // move.
