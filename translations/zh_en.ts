@@ -118,6 +118,17 @@
     </message>
 </context>
 <context>
+    <name>Command</name>
+    <message>
+        <source>服务器拒绝了请求</source>
+        <translation>The server refused the request</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
+    </message>
+</context>
+<context>
     <name>DownCover</name>
     <message>
         <source>序列检查</source>
@@ -234,6 +245,37 @@
     <message>
         <source>解析队列尚未就绪，请稍后重试</source>
         <translation>The analysis queue isn&apos;t ready yet, try again in a moment</translation>
+    </message>
+</context>
+<context>
+    <name>Form</name>
+    <message>
+        <source>%1 帧：%2</source>
+        <translation>%1 frames: %2</translation>
+    </message>
+    <message>
+        <source>：</source>
+        <translation>:</translation>
+    </message>
+    <message>
+        <source>浏览 %1</source>
+        <translation>Browse %1</translation>
+    </message>
+    <message>
+        <source>%1不能为空</source>
+        <translation>%1 must not be empty</translation>
+    </message>
+    <message>
+        <source>请输入数字</source>
+        <translation>Enter a number</translation>
+    </message>
+    <message>
+        <source>请输入 %1 到 %2 之间的数字</source>
+        <translation>Enter a number from %1 to %2</translation>
+    </message>
+    <message>
+        <source>最多 %1 个字符</source>
+        <translation>At most %1 characters</translation>
     </message>
 </context>
 <context>
@@ -678,6 +720,51 @@ Please check the network</translation>
     <message>
         <source>端口监听失败！%1</source>
         <translation>Listening failed on a port! %1</translation>
+    </message>
+</context>
+<context>
+    <name>QObject</name>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>不再询问</source>
+        <translation>Don&apos;t ask again</translation>
+    </message>
+</context>
+<context>
+    <name>RecordModelBase</name>
+    <message>
+        <source>已勾选</source>
+        <translation>Ticked</translation>
+    </message>
+    <message>
+        <source>未勾选</source>
+        <translation>Not ticked</translation>
+    </message>
+    <message>
+        <source>全选</source>
+        <translation>Tick all</translation>
+    </message>
+</context>
+<context>
+    <name>RecordView</name>
+    <message>
+        <source>排序</source>
+        <translation>Sort</translation>
+    </message>
+    <message>
+        <source>%1，升序</source>
+        <translation>%1, ascending</translation>
+    </message>
+    <message>
+        <source>%1，降序</source>
+        <translation>%1, descending</translation>
+    </message>
+    <message>
+        <source>不排序</source>
+        <translation>Don&apos;t sort</translation>
     </message>
 </context>
 <context>
@@ -1583,6 +1670,33 @@ Please check the network</translation>
     <message>
         <source>无法连接远程主机！</source>
         <translation>The remote host can&apos;t be reached!</translation>
+    </message>
+</context>
+<context>
+    <name>TablePage</name>
+    <message>
+        <source>重试</source>
+        <translation>Try again</translation>
+    </message>
+    <message>
+        <source>更多</source>
+        <translation>More</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>Refresh</translation>
+    </message>
+    <message>
+        <source>显示的列</source>
+        <translation>Columns shown</translation>
+    </message>
+    <message>
+        <source>清除搜索</source>
+        <translation>Clear the search</translation>
+    </message>
+    <message>
+        <source>正在读取…</source>
+        <translation>Reading…</translation>
     </message>
 </context>
 <context>

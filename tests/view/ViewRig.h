@@ -87,6 +87,14 @@ template <class Window> Window *topLevel()
     return nullptr;
 }
 
+// Keys and focus go to the active window alone.
+inline void activate(QWidget *window)
+{
+    window->activateWindow();
+    if (!QTest::qWaitForWindowActive(window))
+        qWarning("the window isn't active");
+}
+
 inline QPushButton *buttonOf(QWidget *window, const QString &text)
 {
     for (auto *button : window->findChildren<QPushButton *>())

@@ -1,6 +1,7 @@
 #include "common/ui/BaseWidget.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/Palette.h"
+#include <QApplication>
 #include <QDragEnterEvent>
 #include <QGuiApplication>
 #include <QKeyEvent>
@@ -40,7 +41,7 @@ BaseWidget::BaseWidget(Role role, QWidget *parent) : QWidget(parent), m_role(rol
         m_body = m_outer;
         return;
     }
-    setWindowFlags(Qt::Window | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint |
+    setWindowFlags((role == Dialog ? Qt::Dialog : Qt::Window) | Qt::FramelessWindowHint | Qt::WindowSystemMenuHint |
                    (role == Window ? Qt::WindowMinMaxButtonsHint : Qt::WindowFlags()) | Qt::WindowCloseButtonHint);
     setAttribute(Qt::WA_StyledBackground, false);
     setMouseTracking(true);
@@ -112,10 +113,19 @@ void BaseWidget::open()
 {
     setWindowModality(Qt::WindowModal);
     adjustSize();
-    const QWidget *over = parentWidget() ? parentWidget()->window() : nullptr;
-    const QRect area =
-        over && over->isVisible() ? over->frameGeometry() : QGuiApplication::primaryScreen()->availableGeometry();
-    move(area.center() - QPoint(width() / 2, height() / 2));
+    const QWidget *over = parentWidget() ? parentWidget()->window() : QApplication::activeWindow();
+    const bool above = over && over != this && over->isVisible();
+    const QScreen *screen = above && over->screen() ? over->screen() : QGuiApplication::primaryScreen();
+    const QRect whole = screen->availableGeometry();
+    resize(size().boundedTo(whole.size()));
+    QRect place(QPoint(), size());
+    place.moveCenter(above ? over->frameGeometry().center() : whole.center());
+    place.moveLeft(qBound(whole.left(), place.left(), whole.right() - place.width() + 1)); // nothing off the screen
+    place.moveTop(qBound(whole.top(), place.top(), whole.bottom() - place.height() + 1));
+    move(place.topLeft());
+    winId(); // its window must stand before it can belong to another one; else it may fall behind
+    if (above && over->windowHandle())
+        windowHandle()->setTransientParent(over->windowHandle());
     show();
     activateWindow();
 }

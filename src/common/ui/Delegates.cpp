@@ -150,7 +150,7 @@ void LinkItem::paint(QPainter *painter, const QStyleOptionViewItem &option, cons
         QFont font = option.font;
         font.setUnderline(hot);
         painter->setFont(font);
-        painter->setPen(buttons ? (hot ? Palette::accent.lighter(115) : Palette::accent) : tintOf(index));
+        painter->setPen(buttons ? (hot ? Palette::strong : Palette::link) : tintOf(index));
         painter->drawText(rects[i], Qt::AlignLeft | Qt::AlignVCenter | Qt::TextSingleLine,
                           option.fontMetrics.elidedText(words[i], Qt::ElideRight, rects[i].width()));
     }

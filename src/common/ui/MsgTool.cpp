@@ -23,8 +23,8 @@ MsgBox::MsgBox(int type, const QString &text, QWidget *parent) : BaseWidget(Dial
     m_text->setWordWrap(true);
     m_text->setMinimumWidth(280);
     m_text->setMaximumWidth(460);
-    m_text->setTextInteractionFlags(Qt::TextBrowserInteraction);
-    m_text->setOpenExternalLinks(true);
+    m_text->setTextFormat(Qt::PlainText); // names of files and texts of servers are shown as they are
+    m_text->setTextInteractionFlags(Qt::TextSelectableByMouse);
     line->addWidget(m_icon, 0, Qt::AlignTop);
     line->addWidget(m_text, 1);
     body()->addLayout(line, 1);
@@ -37,15 +37,32 @@ MsgBox::MsgBox(int type, const QString &text, QWidget *parent) : BaseWidget(Dial
     connect(m_accept, &QPushButton::clicked, this, [this] { answer(Accepted); });
     buttons->addWidget(m_accept);
     if (type == Choose) {
-        auto *cancel = new QPushButton(tr("取消"), this);
-        connect(cancel, &QPushButton::clicked, this, [this] { answer(Cancelled); });
-        buttons->addWidget(cancel);
+        m_back = new QPushButton(tr("取消"), this);
+        connect(m_back, &QPushButton::clicked, this, [this] { answer(Cancelled); });
+        buttons->addWidget(m_back);
     }
     body()->addLayout(buttons);
     m_accept->setFocus();
 }
 
 void MsgBox::setAcceptText(const QString &text) { m_accept->setText(text); }
+void MsgBox::setBackText(const QString &text)
+{
+    if (m_back)
+        m_back->setText(text);
+}
+void MsgBox::preferBack()
+{
+    if (m_back)
+        m_back->setFocus();
+}
+void MsgBox::addBelow(QWidget *widget)
+{
+    auto *line = new QHBoxLayout;
+    line->setContentsMargins(60, 0, 24, 8); // below the text, not below the icon
+    line->addWidget(widget);
+    body()->insertLayout(1, line);
+}
 void MsgBox::setIcon(const QString &name, const QColor &colour)
 {
     m_icon->setPixmap(IconTool::pixmap(name, colour, 20, devicePixelRatioF()));

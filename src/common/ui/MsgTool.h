@@ -16,6 +16,9 @@ public:
     enum Button { Cancelled = 0, Accepted = 1 };
     MsgBox(int type, const QString &text, QWidget *parent);
     void setAcceptText(const QString &text);
+    void setBackText(const QString &text); // of the button that leaves all as it is
+    void preferBack();                     // the focus stands there: for what can't be taken back
+    void addBelow(QWidget *widget);        // between the text and the buttons
     void setIcon(const QString &name, const QColor &colour);
     QString text() const;
 
@@ -31,7 +34,7 @@ protected:
 private:
     void answer(int button);
     QLabel *m_icon = nullptr, *m_text = nullptr;
-    QPushButton *m_accept = nullptr;
+    QPushButton *m_accept = nullptr, *m_back = nullptr;
     bool m_done = false;
 };
 

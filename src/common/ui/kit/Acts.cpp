@@ -1,0 +1,119 @@
+#include "common/ui/kit/Acts.h"
+#include "common/ui/IconTool.h"
+#include "common/ui/kit/Notes.h"
+#include <QAction>
+#include <QMenu>
+#include <QWidget>
+
+ActSet::ActSet(QWidget *over) : QObject(over), m_over(over) {}
+
+void ActSet::add(const ActSpec &spec)
+{
+    auto *action = new QAction(spec.icon.isEmpty() ? QIcon() : IconTool::icon(spec.icon), spec.text, this);
+    action->setObjectName(spec.id);
+    action->setEnabled(spec.free);
+    connect(action, &QAction::triggered, this,
+            [this, id = spec.id] { run(id, m_targets ? m_targets() : QStringList()); });
+    m_acts << spec;
+    m_actions << action;
+}
+
+const ActSpec *ActSet::spec(const QString &id) const
+{
+    for (const ActSpec &one : m_acts)
+        if (one.id == id)
+            return &one;
+    return nullptr;
+}
+
+QAction *ActSet::action(const QString &id) const
+{
+    for (QAction *one : m_actions)
+        if (one->objectName() == id)
+            return one;
+    return nullptr;
+}
+
+QStringList ActSet::fit(const QString &id, const QStringList &keys) const
+{
+    const ActSpec *one = spec(id);
+    QStringList out;
+    for (const QString &key : keys)
+        if (one && (!m_there || m_there(key)) && (!one->possible || one->possible(key)))
+            out << key;
+    return one && one->single && out.size() > 1 ? QStringList() : out;
+}
+
+void ActSet::follow()
+{
+    const QStringList keys = m_targets ? m_targets() : QStringList();
+    for (int i = 0; i < m_acts.size(); ++i)
+        m_actions.at(i)->setEnabled(m_acts.at(i).free || !fit(m_acts.at(i).id, keys).isEmpty());
+}
+
+void ActSet::run(const QString &id, const QStringList &keys)
+{
+    const ActSpec *one = spec(id);
+    const QStringList rows = fit(id, keys);
+    if (!one || (rows.isEmpty() && !one->free))
+        return;
+    const QString question = one->question ? one->question(rows) : QString();
+    if (question.isEmpty())
+        done(*one, rows);
+    else
+        ask(*one, question, rows);
+}
+
+void ActSet::ask(const ActSpec &spec, const QString &text, const QStringList &keys)
+{
+    Question question;
+    question.text = text;
+    question.accept = spec.accept;
+    question.back = spec.back;
+    question.danger = spec.danger;
+    question.dontAsk = spec.dontAsk;
+    // What was possible when it was asked may no longer be when it's answered.
+    Question::ask(
+        m_over, question, [this, spec, keys] { done(spec, fit(spec.id, keys)); }, this);
+}
+
+void ActSet::done(const ActSpec &spec, const QStringList &keys)
+{
+    if (!spec.run || (keys.isEmpty() && !spec.free))
+        return;
+    spec.run(keys);
+    emit ran(spec.id, keys);
+}
+
+QMenu *ActSet::menu(const QStringList &keys, QWidget *parent) const
+{
+    auto *menu = new QMenu(parent);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    auto *self = const_cast<ActSet *>(this);
+    for (int i = 0; i < m_acts.size(); ++i) {
+        const ActSpec &one = m_acts.at(i);
+        const bool nothing = keys.isEmpty();
+        if (!(one.places & ActSpec::Menu) || (nothing ? !one.free : one.free || fit(one.id, keys).isEmpty()))
+            continue;
+        QAction *action = menu->addAction(m_actions.at(i)->icon(), one.text);
+        action->setObjectName(one.id);
+        connect(action, &QAction::triggered, self, [self, id = one.id, keys] { self->run(id, keys); });
+    }
+    return menu;
+}
+
+QStringList ActSet::rowWords(const QString &key) const
+{
+    QStringList words;
+    for (const ActSpec &one : m_acts)
+        if (one.places & ActSpec::Row)
+            words << (fit(one.id, {key}).isEmpty() ? QString() : one.rowText ? one.rowText(key) : one.text);
+    return words;
+}
+
+void ActSet::runInRow(const QString &key, int place)
+{
+    for (const ActSpec &one : qAsConst(m_acts))
+        if (one.places & ActSpec::Row && place-- == 0)
+            return run(one.id, {key});
+}

@@ -1,0 +1,121 @@
+#include "common/ui/kit/DialogFrame.h"
+#include "common/ui/kit/Metrics.h"
+#include "common/ui/kit/Notes.h"
+#include "common/ui/kit/RecordModel.h"
+#include <QKeyEvent>
+#include <QPlainTextEdit>
+#include <QPushButton>
+#include <QScrollArea>
+
+namespace
+{
+// As high and wide as what it holds, so that a dialog is no larger than its body wants and scrolls where it can't be.
+class Scroll : public QScrollArea
+{
+public:
+    using QScrollArea::QScrollArea;
+    QSize wanted;
+    QSize sizeHint() const override { return wanted.expandedTo(widget() ? widget()->sizeHint() : QSize()); }
+};
+} // namespace
+
+DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *parent)
+    : BaseWidget(Dialog, parent), m_content(new QVBoxLayout), m_scroll(new Scroll(this)), m_row(new QHBoxLayout),
+      m_heading(new QLabel(this)), m_error(new QLabel(this)), m_busy(nullptr)
+{
+    setObjectName(name);
+    setAttribute(Qt::WA_DeleteOnClose);
+    setTitle(title);
+    setAccessibleName(title);
+    m_heading->setObjectName(QStringLiteral("heading"));
+    m_heading->setTextFormat(Qt::PlainText);
+    m_heading->setContentsMargins(Metrics::Inset, Metrics::Margin, Metrics::Inset, 0);
+    m_heading->hide();
+    body()->addWidget(m_heading);
+    auto *inner = new QWidget(m_scroll);
+    inner->setLayout(m_content);
+    m_content->setContentsMargins(Metrics::Inset, Metrics::Margin, Metrics::Inset, Metrics::Gap);
+    m_content->setSpacing(Metrics::Gap);
+    m_scroll->setWidget(inner);
+    m_scroll->setWidgetResizable(true);
+    m_scroll->setFrameShape(QFrame::NoFrame);
+    m_scroll->setFocusPolicy(Qt::NoFocus);
+    body()->addWidget(m_scroll, 1);
+    m_busy = new Busy(m_scroll);
+    m_error->setObjectName(QStringLiteral("errorLine"));
+    m_error->setTextFormat(Qt::PlainText);
+    m_error->setWordWrap(true);
+    m_error->setContentsMargins(Metrics::Inset, 4, Metrics::Inset, 4);
+    m_error->hide();
+    body()->addWidget(m_error);
+    m_row->setContentsMargins(Metrics::Inset, 12, Metrics::Inset, Metrics::Margin);
+    m_row->setSpacing(Metrics::Gap);
+    m_row->addStretch(1);
+    body()->addLayout(m_row);
+}
+
+void DialogFrame::setHeading(const QString &text, const QString &tip)
+{
+    m_heading->setText(fontMetrics().elidedText(text, Qt::ElideMiddle, 520));
+    m_heading->setToolTip(RecordModelBase::plainTip(tip.isEmpty() ? text : tip));
+    m_heading->setVisible(!text.isEmpty());
+}
+
+QPushButton *DialogFrame::addButton(const QString &text, ButtonKind kind, std::function<void()> hit)
+{
+    auto *button = new QPushButton(text, this);
+    if (kind == Primary) {
+        button->setProperty("primary", true);
+        m_primary = button;
+    }
+    connect(button, &QPushButton::clicked, this, [this, kind, hit] {
+        if (hit)
+            hit();
+        if (kind == Close)
+            on_headClose_clicked();
+    });
+    if (kind == Left)
+        m_row->insertWidget(0, button);
+    else
+        m_row->addWidget(button);
+    return button;
+}
+
+void DialogFrame::addToRow(QWidget *widget) { m_row->insertWidget(m_row->count() ? 0 : -1, widget); }
+
+void DialogFrame::setError(const QString &text)
+{
+    m_error->setText(text);
+    m_error->setVisible(!text.isEmpty());
+}
+
+QString DialogFrame::error() const { return m_error->text(); }
+
+void DialogFrame::setBusy(bool on, const QString &text)
+{
+    m_busy->setBusy(on, text);
+    if (m_primary)
+        m_primary->setEnabled(!on);
+}
+
+bool DialogFrame::busy() const { return m_busy->busy(); }
+
+void DialogFrame::showEvent(QShowEvent *event)
+{
+    BaseWidget::showEvent(event);
+    if (!focusWidget() || focusWidget() == this) // the first field, else the button that Enter presses
+        focusNextPrevChild(true);
+    if (m_primary && (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
+        m_primary->setFocus();
+}
+
+void DialogFrame::keyPressEvent(QKeyEvent *event)
+{
+    const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
+    const bool button = qobject_cast<QPushButton *>(focusWidget());
+    const bool lines = qobject_cast<QPlainTextEdit *>(focusWidget());
+    if (enter && !button && !lines && m_primary && m_primary->isEnabled())
+        m_primary->click();
+    else
+        BaseWidget::keyPressEvent(event);
+}
