@@ -67,6 +67,8 @@ int runClient(const RunMode &mode, SingleApp *app)
     splash.setEnabled(false);
     if (!mode.silent)
         splash.show();
+    NetTcp::create();
+    NetWork::create();
     Login login;
     login.setSilent(mode.silent); // before the waits below let the window show itself
     QObject::connect(app, &SingleApp::showUp, TrayIcon::instance(), &TrayIcon::showCurWid);

@@ -1,11 +1,10 @@
 #include "common/IniWriter.h"
-#include <condition_variable>
+#include "common/SerialQueue.h"
 #include <mutex>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QList>
 #include <QSettings>
-#include <thread>
 
 namespace
 {
@@ -14,18 +13,17 @@ struct Change {
     QVariant value;
 };
 
-struct Queue {
+struct Pending {
     std::mutex mutex;
-    std::condition_variable wake, done;
-    QList<Change> changes;
-    quint64 asked = 0, written = 0;
+    QList<Change> changes; // not begun
     bool started = false;
+    SerialQueue queue;
 };
 
 // Never destroyed: its thread waits in it until the process is gone.
-Queue &queue()
+Pending &pending()
 {
-    static Queue *one = new Queue;
+    static Pending *one = new Pending;
     return *one;
 }
 
@@ -41,46 +39,36 @@ void writeFile(const QString &file, const QList<Change> &changes)
         qWarning().noquote() << "IniWriter::writeFile not written:" << file;
 }
 
-void run(Queue &self)
+// All that has come by now; the jobs of the changes that it takes along find nothing left.
+void writeAll()
 {
-    std::unique_lock<std::mutex> lock(self.mutex);
-    for (;;) {
-        self.wake.wait(lock, [&self] { return !self.changes.isEmpty(); });
-        QList<Change> changes;
-        changes.swap(self.changes);
-        lock.unlock();
-        QStringList files;
-        for (const Change &change : qAsConst(changes)) {
-            if (!files.contains(change.file))
-                files.append(change.file);
-        }
-        for (const QString &file : qAsConst(files))
-            writeFile(file, changes);
-        lock.lock();
-        self.written += quint64(changes.size());
-        self.done.notify_all();
+    QList<Change> changes;
+    {
+        const std::lock_guard lock(pending().mutex);
+        changes.swap(pending().changes);
     }
+    QStringList files;
+    for (const Change &change : qAsConst(changes)) {
+        if (!files.contains(change.file))
+            files.append(change.file);
+    }
+    for (const QString &file : qAsConst(files))
+        writeFile(file, changes);
 }
 } // namespace
 
 void IniWriter::write(const QString &file, const QString &key, const QVariant &value)
 {
-    Queue &self = queue();
-    std::lock_guard<std::mutex> lock(self.mutex);
-    self.changes.append({file, key, value});
-    ++self.asked;
-    if (!self.started) {
-        self.started = true;
-        std::thread([&self] { run(self); }).detach();
-        qAddPostRoutine(IniWriter::flush);
+    Pending &self = pending();
+    bool first = false;
+    {
+        const std::lock_guard lock(self.mutex);
+        self.changes.append({file, key, value});
+        first = !std::exchange(self.started, true);
     }
-    self.wake.notify_one();
+    if (first)
+        qAddPostRoutine(IniWriter::flush);
+    self.queue.post(writeAll);
 }
 
-void IniWriter::flush()
-{
-    Queue &self = queue();
-    std::unique_lock<std::mutex> lock(self.mutex);
-    const quint64 wanted = self.asked;
-    self.done.wait(lock, [&self, wanted] { return self.written >= wanted; });
-}
+void IniWriter::flush() { pending().queue.flush(); }

@@ -42,13 +42,17 @@ void BackFuncTool::beginBack(Request req, FuncBody rep)
         func(req, rep);
 }
 
+void NetWork::create()
+{
+    if (!only.load())
+        only = new NetWork;
+}
+
 NetWork *NetWork::instance()
 {
     NetWork *net = only.load();
-    if (!net) {
-        net = new NetWork;
-        only = net;
-    }
+    if (!net)
+        qWarning().noquote() << "NetWork::instance: asked for while there is no REST client";
     return net;
 }
 
@@ -60,30 +64,40 @@ NetWork::NetWork() : m_manager(new QNetworkAccessManager(this))
     connect(m_manager, &QNetworkAccessManager::finished, this, &NetWork::replyFinished);
 }
 
+NetWork::~NetWork()
+{
+    m_manager->disconnect(this);
+    FuncBody over;
+    over.error = QStringLiteral("NetworkError:");
+    for (const Pending &entry : qAsConst(m_pending))
+        deliver(entry, over);
+}
+
 void NetWork::nget(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutSeconds)
 {
     Request req;
     req.url = url;
-    req.timeout = timeoutSeconds;
-    ask(Get, req, std::move(func), backTh, qo);
+    ask(Get, req, std::move(func), backTh, qo, timeoutSeconds * 1000);
 }
 
 void NetWork::nget(Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo)
 {
-    ask(Get, std::move(req), std::move(func), backTh, qo);
+    const int ms = req.timeout * 1000;
+    ask(Get, std::move(req), std::move(func), backTh, qo, ms);
 }
 
 void NetWork::npost(Request req, FuncBack func, QThread *backTh)
 {
     const QPointer<QObject> guard = req.guard;
-    ask(Post, std::move(req), std::move(func), backTh, guard);
+    const int ms = req.timeout * 1000;
+    ask(Post, std::move(req), std::move(func), backTh, guard, ms);
 }
 
 void NetWork::ndel(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo)
 {
     Request req;
     req.url = url;
-    ask(Delete, req, std::move(func), backTh, qo);
+    ask(Delete, req, std::move(func), backTh, qo, 0);
 }
 
 void NetWork::nput(QString url, QByteArray byte, FuncBack func, QThread *backTh, QPointer<QObject> qo)
@@ -91,12 +105,12 @@ void NetWork::nput(QString url, QByteArray byte, FuncBack func, QThread *backTh,
     Request req;
     req.url = url;
     req.byte = byte;
-    ask(Put, req, std::move(func), backTh, qo);
+    ask(Put, req, std::move(func), backTh, qo, 0);
 }
 
-void NetWork::ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo)
+void NetWork::ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutMs)
 {
-    Pending entry{std::move(func), Delivery::to(backTh), qo, std::move(req), 0};
+    Pending entry{std::move(func), Delivery::to(backTh), qo, std::move(req), 0, timeoutMs};
     QMetaObject::invokeMethod(
         this, [this, verb, entry = std::move(entry)] { start(verb, entry); }, Qt::QueuedConnection);
 }
@@ -127,10 +141,10 @@ void NetWork::start(Verb verb, Pending entry)
 void NetWork::setMap(QNetworkReply *reply, Pending entry)
 {
     qDebug().noquote() << QStringLiteral("--%1-").arg(entry.number) << entry.request.url;
-    const int seconds = entry.request.timeout;
+    const int ms = entry.timeoutMs;
     m_pending.insert(reply, std::move(entry));
-    if (seconds > 0)
-        QTimer::singleShot(seconds * 1000, reply, [this, reply] { handReplay(reply, 1); });
+    if (ms > 0)
+        QTimer::singleShot(ms, reply, [this, reply] { handReplay(reply, 1); });
 }
 
 void NetWork::setHead(QNetworkRequest &request, const Request &req, bool json)
@@ -175,6 +189,7 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
     rep.httpStatus = status;
     if (timeout) {
         rep.error = QStringLiteral("time out:%1").arg(url);
+        rep.brokenOff = true;
         qDebug().noquote() << rep.error;
         reply->abort();
     } else if (status != 0 && status != 401 && (status < 200 || status > 299)) {
@@ -185,12 +200,20 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
     } else if (reply->error() != QNetworkReply::NoError || status == 401) {
         qDebug().noquote() << QStringLiteral("%1_%2").arg(reply->errorString()).arg(int(reply->error()));
         rep.error = QStringLiteral("NetworkError:%1").arg(reply->errorString());
+        rep.brokenOff = status != 401;
         if (status == 401 && reply->hasRawHeader("status"))
             emit reLogin(reply->rawHeader("status").toInt());
     } else {
         rep.raw = reply->readAll();
-        qDebug().noquote() << QStringLiteral("--%1- %2").arg(entry.number).arg(logText(rep.raw));
+        qDebug().noquote() << QStringLiteral("--%1- %2")
+                                  .arg(entry.number)
+                                  .arg(entry.request.secret ? QStringLiteral("...") : logText(rep.raw));
     }
+    deliver(entry, rep);
+}
+
+void NetWork::deliver(const Pending &entry, const FuncBody &rep)
+{
     entry.way.post([func = entry.func, guard = entry.guard, req = entry.request, rep] {
         BackFuncTool tool;
         tool.func = func;

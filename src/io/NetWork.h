@@ -1,7 +1,8 @@
 #pragma once
 // The REST client: one access manager on the main thread, the client's headers on every request, replies delivered on
 // the asking thread (which needs an event loop) if its guard lives. Also the address and access token of each farm.
-#include "io/Delivery.h"
+// Made once by create(). Who needs an answer to go on asks by WebAsk, which has a deadline.
+#include "common/Delivery.h"
 #include <functional>
 #include <QHash>
 #include <QJsonArray>
@@ -12,7 +13,6 @@
 #include <QNetworkReply>
 #include <QObject>
 #include <QPointer>
-#include <QSet>
 #include <QThread>
 
 struct Request {
@@ -22,6 +22,7 @@ struct Request {
     QString contentType;                          // empty: "application/json" on npost and nput
     QList<QPair<QByteArray, QByteArray>> headers; // beside those of setHead
     bool bareAddress = false;                     // no client headers at all (other seats of the local network)
+    bool secret = false;                          // the reply is a secret, kept out of the log
     QPointer<QObject> guard;                      // of npost
 };
 
@@ -30,12 +31,13 @@ struct FuncBody {
     static FuncBody fromBytes(const QByteArray &body);
     int result = 0, code = 0;
     QString msg;
-    QJsonObject data; // "data" as object
-    QJsonArray array; // "data" as array
-    QString error;    // empty on success; "NetworkError:...", "HttpError:...", "time out:..."
-    int httpStatus = 0;
-    QByteArray raw;     // the whole body
-    QJsonObject object; // the whole JSON object
+    QJsonObject data;       // "data" as object
+    QJsonArray array;       // "data" as array
+    QString error;          // empty on success; "NetworkError:...", "HttpError:...", "time out:..."
+    int httpStatus = 0;     // 0: no answer came
+    bool brokenOff = false; // the answer began, but its body didn't come whole
+    QByteArray raw;         // the whole body
+    QJsonObject object;     // the whole JSON object
     bool ok() const { return error.isEmpty(); }
 };
 using FuncBack = std::function<void(Request req, FuncBody rep)>;
@@ -58,7 +60,9 @@ class NetWork : public QObject
 {
     Q_OBJECT
 public:
-    static NetWork *instance(); // first call on the main thread
+    enum Verb { Get, Post, Put, Delete };
+    static void create();       // main thread, before anything asks; does nothing the second time
+    static NetWork *instance(); // null, and a warning, before create() and after destroy()
     static void destroy();
 
     // From any thread; they only post. The guard is the object whose death silences the reply.
@@ -68,20 +72,28 @@ public:
     void ndel(QString url, FuncBack func, QThread *backTh, QPointer<QObject> qo);
     void nput(QString url, QByteArray byte, FuncBack func, QThread *backTh, QPointer<QObject> qo);
 
-    // Farm addresses. These four block the calling thread's flow in a nested event loop, so everything else on that
-    // thread goes on meanwhile: call them from handler threads, never from a window's slot. Asked again for the same
-    // farm out of such a loop, they give the empty value at once instead of nesting deeper.
-    QString skydriveUrl(int farmId); // "<addr>/skydrive"; 2 s, slave 12 s; empty: unknown
-    QString accessToken(int farmId); // accessToken of 11100, for X-BRONTEL-ACCESS-TOKEN; empty: unknown
-    // The role token of the farm (a UUID), from <addr>/storage-secret-token/role; cached; 5 s.
-    QString roleToken(int farmId);
-    // Host (already an IP where it resolves) and port of the farm's file server from /bs/farm/<id>; cached; 5 s.
+    // What is known of a farm at this moment; empty: nothing. Any thread.
+    QString skydriveUrl(int farmId) const; // "<addr>/skydrive"
+    QString accessToken(int farmId) const; // accessToken of 11100, for X-BRONTEL-ACCESS-TOKEN
+    QString roleToken(int farmId) const;   // a UUID, for the file servers
     struct FarmHost {
         QString domain, ip;
         int port = 0;
         bool known() const { return port > 0; }
     };
-    FarmHost farmHost(int farmId);
+    FarmHost farmHost(int farmId) const; // the farm's file server; ip: the domain, where it doesn't resolve
+
+    // The same, asked for where it isn't known: done runs later on the calling thread, once, while the guard lives,
+    // with what is empty when it can't be had. From the address by 11100 (2 s; on a subordinate seat 10 s more, for the
+    // master's forward), the role token by <addr>/storage-secret-token/role (5 s more), the host by /bs/farm/<id> (5
+    // s).
+    using UrlBack = std::function<void(const QString &url)>;
+    using TokenBack = std::function<void(const QString &url, const QString &token)>;
+    using HostBack = std::function<void(const FarmHost &host)>;
+    static void skydriveUrl(int farmId, QObject *guard, const UrlBack &done);
+    static void roleToken(int farmId, QObject *guard, const TokenBack &done);
+    static void farmHost(int farmId, QObject *guard, const HostBack &done);
+
     // Any thread, at once. What a discovery under way finds after one of these is handed out but not kept.
     void clearFarm(int farmId); // address and tokens of one farm (a drive reply with code 203 does it by itself)
     void clearFarms();          // the 20-minute renewal: role tokens and file servers
@@ -98,24 +110,30 @@ private slots:
     void handReplay(QNetworkReply *reply, int timeout);
 
 private:
-    enum Verb { Get, Post, Put, Delete };
+    friend class WebAsk;
+    friend class BackFuncTool;
     struct Pending {
         FuncBack func;
         Delivery way;
         QPointer<QObject> guard;
         Request request;
-        int number = 0;
+        int number = 0, timeoutMs = 0;
     };
 
     NetWork();
-    void ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo);
+    ~NetWork() override;
+    void ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutMs);
     void start(Verb verb, Pending entry);
     void setMap(QNetworkReply *reply, Pending entry);
     void setHead(QNetworkRequest &request, const Request &req, bool json);
+    static void deliver(const Pending &entry, const FuncBody &rep);
     QString addressOf(const QString &url) const; // the known drive address that url lies under
     void checkStale(const QString &url, const FuncBody &rep);
-    bool throughMaster(const QString &addr, int farmId); // which farm: the master asks the server itself
-    friend class BackFuncTool;
+    int farmAge() const;
+    // These keep what was found, unless something was forgotten since age.
+    void keepDrive(int farmId, int age, const QString &address, const QString &token);
+    void keepRole(int farmId, int age, const QString &token);
+    void keepHost(int farmId, int age, const FarmHost &host);
 
     QNetworkAccessManager *m_manager = nullptr;
     int m_count = 0;

@@ -1,73 +1,25 @@
-// Addresses and tokens of the farms: the part of NetWork that other threads ask and wait for.
+// Addresses and tokens of the farms: what is known, and the questions that find it out. No step waits: each asks and
+// goes on in its answer.
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "io/Ask.h"
 #include "io/KnownHosts.h"
-#include "io/NetTcp.h"
-#include "io/NetWork.h"
 #include "io/ProxyFactory.h"
+#include "io/WebAsk.h"
+#include <memory>
+#include <QDeadlineTimer>
 #include <QDebug>
-#include <QEventLoop>
 #include <QHostAddress>
 #include <QHostInfo>
 #include <QRegularExpression>
-#include <QThreadStorage>
 #include <QTimer>
 #include <QUrl>
 
 namespace
 {
 constexpr int DriveMs = 2000, MasterMs = 10000, RoleMs = 5000, HostMs = 5000;
-constexpr int FarmFound = 11040000;
-
-// What the calling thread is asking for at this moment: its timers run on inside a nested loop and may ask again.
-class Asking
-{
-public:
-    Asking(const char *what, int farmId) : m_key(QStringLiteral("%1 %2").arg(QLatin1String(what)).arg(farmId))
-    {
-        if (!open().hasLocalData())
-            open().setLocalData(QSet<QString>());
-        m_first = !open().localData().contains(m_key);
-        open().localData().insert(m_key);
-    }
-    ~Asking()
-    {
-        if (m_first)
-            open().localData().remove(m_key);
-    }
-    bool first() const { return m_first; }
-
-private:
-    static QThreadStorage<QSet<QString>> &open()
-    {
-        static QThreadStorage<QSet<QString>> storage;
-        return storage;
-    }
-    QString m_key;
-    bool m_first;
-};
-
-// Runs the calling thread's events until done() or the time is over. What is bound to guard() is dropped after that.
-class Wait
-{
-public:
-    void run(int ms)
-    {
-        QTimer::singleShot(ms, &m_loop, &QEventLoop::quit);
-        if (!m_done)
-            m_loop.exec();
-    }
-    void done()
-    {
-        m_done = true;
-        m_loop.quit();
-    }
-    QObject *guard() { return &m_loop; }
-
-private:
-    QEventLoop m_loop;
-    bool m_done = false;
-};
+constexpr int FarmFound = 11040000, FarmInfo = 11100;
+const QString Drive = QStringLiteral("/skydrive");
 
 QString trimmedAddress(QString address)
 {
@@ -81,56 +33,18 @@ bool isToken(const QString &text)
     static const QRegularExpression digits(QStringLiteral("^[0-9a-fA-F]{32}$"));
     return digits.match(QString(text).remove('-')).hasMatch();
 }
-} // namespace
-
-QString NetWork::skydriveUrl(int farmId)
+QString addressIn(const QJsonObject &farm)
 {
-    int age = 0;
-    {
-        QMutexLocker lock(&m_farmMutex);
-        const QString known = m_driveUrls.value(farmId);
-        if (!known.isEmpty() && m_accessTokens.contains(known.left(known.lastIndexOf("/skydrive"))))
-            return known;
-        age = m_farmAge;
-    }
-    const Asking asking("drive", farmId);
-    if (!asking.first() || !NetTcp::isLogin()) // not logged in: the request would vanish unanswered
-        return {};
-    QString address, token;
-    {
-        Wait wait;
-        NetTcp::instance()->nvds(
-            111, 11100, QJsonObject{{"farmId", farmId}},
-            [&](int, const QJsonDocument &doc) {
-                const QJsonObject reply = doc.object();
-                KnownHosts::learn(reply);
-                address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr" : "addr-internal").toString());
-                if (address.isEmpty()) // a farm with one road only
-                    address = trimmedAddress(reply.value(UserInfo::isWan() ? "addr-internal" : "addr").toString());
-                if (!address.isEmpty() && !address.contains("://"))
-                    address.prepend("http://");
-                token = reply.value("accessToken").toString();
-                wait.done();
-            },
-            wait.guard());
-        wait.run(DriveMs);
-    }
-    if (address.isEmpty()) {
-        qDebug().noquote() << "NetWork::skydriveUrl: no address for farm" << farmId;
-        return {};
-    }
-    if (UserInfo::isSlave() && !throughMaster(address, farmId))
-        return {};
-    QMutexLocker lock(&m_farmMutex);
-    if (age == m_farmAge) {
-        m_driveUrls.insert(farmId, address + "/skydrive");
-        m_accessTokens.insert(address, token);
-    }
-    return address + "/skydrive";
+    const char *const roads[] = {"addr", "addr-internal"};
+    QString address = trimmedAddress(farm.value(roads[UserInfo::isWan() ? 0 : 1]).toString());
+    if (address.isEmpty()) // a farm with one road only
+        address = trimmedAddress(farm.value(roads[UserInfo::isWan() ? 1 : 0]).toString());
+    return address.isEmpty() || address.contains("://") ? address : "http://" + address;
 }
 
-// A subordinate reaches a farm only by a port that its master forwards.
-bool NetWork::throughMaster(const QString &address, int farmId)
+// A subordinate reaches a farm only by a port that its master forwards. The answer alone doesn't tell that it does:
+// the port must be among those that it names.
+void throughMaster(const QString &address, int farmId, QObject *guard, const std::function<void(bool)> &done)
 {
     const QUrl url(address);
     const int port = url.port(url.scheme() == "https" ? 443 : 80);
@@ -138,29 +52,104 @@ bool NetWork::throughMaster(const QString &address, int farmId)
     req.url = QStringLiteral("%1/masterInfo?host=%2&port=%3&farmId=%4")
                   .arg(trimmedAddress(UserInfo::master()), url.host())
                   .arg(port)
-                  .arg(farmId);
+                  .arg(farmId); // the master asks the server itself where it leads
     req.bareAddress = true;
-    bool forwarded = false;
-    Wait wait;
-    nget(
-        req,
-        [&](Request, const FuncBody &rep) {
-            forwarded = rep.ok();
+    const auto refuse = [address, done] {
+        qWarning().noquote() << "NetWork::skydriveUrl: the master doesn't forward" << address;
+        done(false);
+    };
+    WebAsk::get(req)
+        .within(MasterMs)
+        .answered([host = url.host(), port, done, refuse](const FuncBody &rep) {
             ProxyFactory::addPairs(rep.array);
-            wait.done();
-        },
-        QThread::currentThread(), wait.guard());
-    wait.run(MasterMs);
-    if (!forwarded)
-        qWarning().noquote() << "NetWork::throughMaster: the master doesn't forward" << address;
-    return forwarded;
+            if (rep.code == 0 && ProxyFactory::portOf(host, port) != 0)
+                done(true);
+            else
+                refuse();
+        })
+        .failed(refuse)
+        .send(guard);
+}
+} // namespace
+
+QString NetWork::skydriveUrl(int farmId) const
+{
+    QMutexLocker lock(&m_farmMutex);
+    const QString known = m_driveUrls.value(farmId);
+    return m_accessTokens.contains(known.left(known.lastIndexOf(Drive))) ? known : QString();
 }
 
-QString NetWork::accessToken(int farmId)
+QString NetWork::accessToken(int farmId) const
 {
-    const QString url = skydriveUrl(farmId);
     QMutexLocker lock(&m_farmMutex);
-    return m_accessTokens.value(url.left(url.lastIndexOf("/skydrive")));
+    const QString url = m_driveUrls.value(farmId);
+    return m_accessTokens.value(url.left(url.lastIndexOf(Drive)));
+}
+
+QString NetWork::roleToken(int farmId) const
+{
+    QMutexLocker lock(&m_farmMutex);
+    return m_roleTokens.value(farmId);
+}
+
+NetWork::FarmHost NetWork::farmHost(int farmId) const
+{
+    QMutexLocker lock(&m_farmMutex);
+    return m_farmHosts.value(farmId);
+}
+
+int NetWork::farmAge() const
+{
+    QMutexLocker lock(&m_farmMutex);
+    return m_farmAge;
+}
+
+void NetWork::keepDrive(int farmId, int age, const QString &address, const QString &token)
+{
+    QMutexLocker lock(&m_farmMutex);
+    if (age != m_farmAge)
+        return;
+    m_driveUrls.insert(farmId, address + Drive);
+    m_accessTokens.insert(address, token);
+}
+
+void NetWork::keepRole(int farmId, int age, const QString &token)
+{
+    QMutexLocker lock(&m_farmMutex);
+    if (age == m_farmAge)
+        m_roleTokens.insert(farmId, token);
+}
+
+void NetWork::keepHost(int farmId, int age, const FarmHost &host)
+{
+    QMutexLocker lock(&m_farmMutex);
+    if (age == m_farmAge)
+        m_farmHosts.insert(farmId, host);
+}
+
+void NetWork::skydriveUrl(int farmId, QObject *guard, const UrlBack &done)
+{
+    NetWork *net = instance();
+    if (const QString known = net ? net->skydriveUrl(farmId) : QString(); !net || !known.isEmpty()) {
+        Delivery::here().post(guard, [done, known] { done(known); });
+        return;
+    }
+    const auto found = [farmId, guard, done, age = net->farmAge()](int, const QJsonDocument &doc) {
+        KnownHosts::learn(doc.object());
+        const QString address = addressIn(doc.object());
+        const auto keep = [=, token = doc.object().value("accessToken").toString()](bool good) {
+            if (NetWork *now = instance(); now && good)
+                now->keepDrive(farmId, age, address, token);
+            done(good ? address + Drive : QString());
+        };
+        if (address.isEmpty())
+            qDebug().noquote() << "NetWork::skydriveUrl: no address for farm" << farmId;
+        if (!address.isEmpty() && UserInfo::isSlave())
+            throughMaster(address, farmId, guard, keep);
+        else
+            keep(!address.isEmpty());
+    };
+    Ask(FarmInfo, {{"farmId", farmId}}).within(DriveMs).any(found).lost([done](Ask::Loss) { done({}); }).send(guard);
 }
 
 QString NetWork::tokenOf(const FuncBody &rep)
@@ -177,94 +166,84 @@ QString NetWork::tokenOf(const FuncBody &rep)
     return {};
 }
 
-QString NetWork::roleToken(int farmId)
+void NetWork::roleToken(int farmId, QObject *guard, const TokenBack &done)
 {
-    const QString drive = skydriveUrl(farmId);
-    Request req;
-    int age = 0;
-    {
-        QMutexLocker lock(&m_farmMutex);
-        if (drive.isEmpty() || m_roleTokens.contains(farmId))
-            return drive.isEmpty() ? QString() : m_roleTokens.value(farmId);
-        const QString address = drive.left(drive.lastIndexOf("/skydrive"));
+    skydriveUrl(farmId, guard, [farmId, guard, done](const QString &drive) {
+        NetWork *net = instance();
+        const QString known = net ? net->roleToken(farmId) : QString();
+        if (!net || drive.isEmpty() || !known.isEmpty())
+            return done(drive, drive.isEmpty() ? QString() : known);
+        const QString address = drive.left(drive.lastIndexOf(Drive));
+        Request req;
         req.url = address + "/storage-secret-token/role";
-        req.headers = {{"X-BRONTEL-ACCESS-TOKEN", m_accessTokens.value(address).toUtf8()}, {"X-BRONTEL-ROLE", "user"}};
-        age = m_farmAge;
-    }
-    const Asking asking("role", farmId);
-    if (!asking.first())
-        return {};
-    QString token;
-    Wait wait;
-    req.guard = wait.guard();
-    const auto take = [&](const FuncBody &rep) {
-        token = tokenOf(rep);
-        wait.done();
-    };
-    npost(
-        req,
-        [&](const Request &asked, const FuncBody &rep) {
-            if (rep.error.startsWith("HttpError:"))
-                nget(
-                    asked, [&](Request, const FuncBody &second) { take(second); }, QThread::currentThread(),
-                    wait.guard());
-            else
-                take(rep);
-        },
-        QThread::currentThread());
-    wait.run(RoleMs);
-    if (token.isEmpty()) {
-        qWarning().noquote() << "NetWork::roleToken: no token for farm" << farmId;
-        return {};
-    }
-    QMutexLocker lock(&m_farmMutex);
-    if (age == m_farmAge)
-        m_roleTokens.insert(farmId, token);
-    return token;
+        req.headers = {{"X-BRONTEL-ACCESS-TOKEN", net->accessToken(farmId).toUtf8()}, {"X-BRONTEL-ROLE", "user"}};
+        req.secret = true;
+        const auto none = [farmId, drive, done] {
+            qWarning().noquote() << "NetWork::roleToken: no token for farm" << farmId;
+            done(drive, {});
+        };
+        const auto take = [=, age = net->farmAge()](const FuncBody &rep) {
+            const QString token = tokenOf(rep);
+            if (token.isEmpty())
+                return none();
+            if (NetWork *now = instance())
+                now->keepRole(farmId, age, token);
+            done(drive, token);
+        };
+        const QDeadlineTimer deadline(RoleMs);
+        WebAsk::post(req)
+            .within(RoleMs)
+            .answered(take)
+            .refused([=](const FuncBody &) { // some services know it by GET only
+                WebAsk::get(req).within(int(deadline.remainingTime())).answered(take).failed(none).send(guard);
+            })
+            .lost([none](const QString &) { none(); })
+            .send(guard);
+    });
 }
 
-NetWork::FarmHost NetWork::farmHost(int farmId)
+void NetWork::farmHost(int farmId, QObject *guard, const HostBack &done)
 {
-    int age = 0;
-    {
-        QMutexLocker lock(&m_farmMutex);
-        if (m_farmHosts.contains(farmId))
-            return m_farmHosts.value(farmId);
-        age = m_farmAge;
+    NetWork *net = instance();
+    if (const FarmHost known = net ? net->farmHost(farmId) : FarmHost(); !net || known.known()) {
+        Delivery::here().post(guard, [done, known] { done(known); });
+        return;
     }
-    const Asking asking("host", farmId);
-    if (!asking.first())
-        return {};
-    FarmHost host;
-    Wait wait;
-    nget(
-        QStringLiteral("%1/bs/farm/%2").arg(Session::qnhttp()).arg(farmId),
-        [&](Request, const FuncBody &rep) {
-            const QJsonObject where = rep.object.contains("domain") ? rep.object : rep.data;
-            const QJsonValue status =
-                rep.object.contains("status") ? rep.object.value("status") : rep.data.value("status");
-            if (!rep.ok() || status.toVariant().toInt() != FarmFound || where.value("domain").toString().isEmpty()) {
-                wait.done();
-                return;
-            }
-            host.domain = host.ip = where.value("domain").toString();
-            host.port = where.value("port").toVariant().toInt();
-            QHostInfo::lookupHost(host.domain, wait.guard(), [&](const QHostInfo &info) {
-                if (!info.addresses().isEmpty())
-                    host.ip = info.addresses().constFirst().toString();
-                wait.done();
-            });
-        },
-        QThread::currentThread(), wait.guard());
-    wait.run(HostMs);
-    if (!host.known()) {
+    const auto none = [farmId, done] {
         qWarning().noquote() << "NetWork::farmHost: farm unknown" << farmId;
-        return {};
-    }
-    QMutexLocker lock(&m_farmMutex);
-    if (age == m_farmAge)
-        m_farmHosts.insert(farmId, host);
-    return host;
+        done({});
+    };
+    const QDeadlineTimer deadline(HostMs);
+    const auto found = [=, age = net->farmAge()](const FuncBody &rep) {
+        const QJsonObject where = rep.object.contains("domain") ? rep.object : rep.data;
+        const QJsonValue status = rep.object.contains("status") ? rep.object.value("status") : rep.data.value("status");
+        FarmHost host;
+        host.domain = host.ip = where.value("domain").toString();
+        host.port = where.value("port").toVariant().toInt();
+        if (status.toVariant().toInt() != FarmFound || host.domain.isEmpty() || !host.known())
+            return none();
+        // The name is looked up once; where that takes too long the name itself has to do.
+        const auto over = std::make_shared<bool>(false);
+        const auto end = [=](const QString &ip) {
+            if (std::exchange(*over, true))
+                return;
+            FarmHost whole = host;
+            if (!ip.isEmpty())
+                whole.ip = ip;
+            if (NetWork *now = instance())
+                now->keepHost(farmId, age, whole);
+            done(whole);
+        };
+        QHostInfo::lookupHost(host.domain, guard, [end](const QHostInfo &info) {
+            end(info.addresses().isEmpty() ? QString() : info.addresses().constFirst().toString());
+        });
+        QTimer::singleShot(int(deadline.remainingTime()), guard, [end] { end({}); });
+    };
+    WebAsk::get(QStringLiteral("%1/bs/farm/%2").arg(Session::qnhttp()).arg(farmId))
+        .within(HostMs)
+        .answered(found)
+        .failed(none)
+        .send(guard);
 }
 
 QString NetWork::addressOf(const QString &url) const
@@ -289,7 +268,7 @@ void NetWork::checkStale(const QString &url, const FuncBody &rep)
         QMutexLocker lock(&m_farmMutex);
         const QString address = addressOf(url);
         if (!address.isEmpty())
-            stale = m_driveUrls.keys(address + "/skydrive");
+            stale = m_driveUrls.keys(address + Drive);
     }
     for (int farmId : qAsConst(stale))
         clearFarm(farmId);
@@ -300,7 +279,7 @@ void NetWork::clearFarm(int farmId)
     qDebug().noquote() << "skydrive 203, clear ip and token in" << farmId;
     QMutexLocker lock(&m_farmMutex);
     const QString url = m_driveUrls.take(farmId);
-    m_accessTokens.remove(url.left(url.lastIndexOf("/skydrive")));
+    m_accessTokens.remove(url.left(url.lastIndexOf(Drive)));
     m_roleTokens.remove(farmId);
     ++m_farmAge;
 }

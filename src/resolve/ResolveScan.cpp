@@ -1,6 +1,6 @@
 #include "resolve/ResolveScan.h"
 #include "common/VFunc.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include "resolve/ResolveHandler.h"
 #include <atomic>
 #include <memory>
@@ -34,7 +34,7 @@ void ResolveScan::run()
     QThread *report = QThread::create([shared] {
         const QJsonObject machine = VFunc::machineReport();
         if (!shared->over)
-            NetTcp::instance()->nvds(103, 10310, machine);
+            Ask(10310, machine).send();
         shared->done.release();
     });
     report->moveToThread(QCoreApplication::instance()->thread());

@@ -1,7 +1,7 @@
 #include "resolve/SlaveSeat.h"
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
-#include "io/NetWork.h"
+#include "io/WebAsk.h"
 #include "resolve/OrderMessage.h"
 #include <QDateTime>
 #include <QDebug>
@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr int HandOverSeconds = 30, PollSeconds = 10;
+constexpr int HandOverMs = 30000, PollMs = 10000;
 
 QJsonValue feeAccount()
 {
@@ -54,25 +54,26 @@ void SlaveSeat::step()
     Request request;
     request.url = UserInfo::master() + "/model/analysis";
     request.bareAddress = true;
-    request.timeout = HandOverSeconds;
-    request.guard = this;
     QJsonObject body = OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck());
     body["seat"] = seatName();
     request.byte = QJsonDocument(body).toJson(QJsonDocument::Compact);
-    NetWork::instance()->npost(
-        request,
-        [rkey = row.rkey](const Request &, const FuncBody &rep) {
-            qDebug().noquote() << "MODEL ANALYSIS" << rkey << rep.error << QString::fromUtf8(rep.raw);
-            if (ResolveDAO::instance()->read(rkey).state != 108)
+    const auto open = [rkey = row.rkey] { return ResolveDAO::instance()->read(rkey).state == 108; };
+    WebAsk::post(request)
+        .within(HandOverMs)
+        .answered([rkey = row.rkey, open](const FuncBody &rep) {
+            qDebug().noquote() << "SlaveSeat::step" << rkey << QString::fromUtf8(rep.raw);
+            if (!open())
                 return;
-            if (!rep.ok())
-                return setState(rkey, 107); // the master can't be reached: the next scan tries again
             if (rep.result == 1)
                 return setState(rkey, 115);
             ResolveDAO::instance()->saveMessage(rkey, rep.msg);
             setState(rkey, 109, rep.code);
-        },
-        QThread::currentThread());
+        })
+        .failed([rkey = row.rkey, open] {
+            if (open())
+                setState(rkey, 107); // the master can't be reached: the next scan tries again
+        })
+        .send(this);
 }
 
 void SlaveSeat::poll()
@@ -85,15 +86,15 @@ void SlaveSeat::poll()
         request.url =
             UserInfo::master() + QStringLiteral("/model/checkSlave?rkey=%1&seat=%2").arg(row.rkey).arg(seatName());
         request.bareAddress = true;
-        request.timeout = PollSeconds;
-        NetWork::instance()->nget(
-            request,
-            [this, rkey = row.rkey](const Request &, const FuncBody &rep) {
+        WebAsk::get(request)
+            .within(PollMs)
+            .answered([this, rkey = row.rkey](const FuncBody &rep) {
                 m_polled.remove(rkey);
-                if (rep.ok() && !rep.data.isEmpty())
+                if (!rep.data.isEmpty())
                     answered(rkey, rep.data);
-            },
-            QThread::currentThread(), this);
+            })
+            .failed([this, rkey = row.rkey] { m_polled.remove(rkey); })
+            .send(this);
     }
 }
 

@@ -4,7 +4,6 @@
 #include "common/ThreadPool.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
-#include "transfer/FarmProbe.h"
 #include "transfer/TransWork.h"
 #include <QDebug>
 #include <QFile>
@@ -187,15 +186,13 @@ const TransHandler::Farm *TransHandler::farm(int farmId)
 void TransHandler::probeFarm(int farmId)
 {
     m_farms[farmId].asking = true;
-    FarmProbe::askDrive(m_share, farmId,
-                        [farmId, login = m_logins](TransHandler &handler, const QString &url, const QString &token) {
-                            if (login == handler.m_logins)
-                                return handler.farmAnswered(farmId, url, token);
-                            FarmEntry &entry = handler.m_farms[farmId];
-                            entry.asking = false;
-                            if (!entry.tickets.isEmpty())
-                                handler.probeFarm(farmId);
-                        });
+    NetWork::roleToken(farmId, this, [this, farmId, login = m_logins](const QString &url, const QString &token) {
+        if (login == m_logins)
+            return farmAnswered(farmId, url, token);
+        m_farms[farmId].asking = false;
+        if (!m_farms[farmId].tickets.isEmpty())
+            probeFarm(farmId);
+    });
 }
 
 void TransHandler::farmAnswered(int farmId, const QString &url, const QString &token)
@@ -247,9 +244,8 @@ void TransHandler::getFarmHost(int farmId, const QString &key, quint64 serial)
 void TransHandler::probeHost(int farmId)
 {
     m_farms[farmId].askingHost = true;
-    FarmProbe::askServer(m_share, farmId, [farmId](TransHandler &handler, const QString &host, int port) {
-        handler.hostAnswered(farmId, host, port);
-    });
+    NetWork::farmHost(farmId, this,
+                      [this, farmId](const NetWork::FarmHost &found) { hostAnswered(farmId, found.ip, found.port); });
 }
 
 void TransHandler::hostAnswered(int farmId, const QString &host, int port)

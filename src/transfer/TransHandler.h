@@ -1,7 +1,7 @@
 #pragma once
 // Base of the transfer queues. A handler lives on its TransScan thread, scans its store on a 50 ms timer, makes one
-// worker per file up to its limit, and alone owns and disposes of them. What it asks of the farm (address, token) is
-// looked up on a thread of the pool, so a scan never waits and is never re-entered.
+// worker per file up to its limit, and alone owns and disposes of them. What it asks of the farm (address, token)
+// comes back as an answer, so a scan never waits and is never re-entered.
 #include "db/Records.h"
 #include "transfer/TransShare.h"
 #include <memory>

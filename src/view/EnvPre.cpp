@@ -5,7 +5,7 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/Calls.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include <QAction>
 #include <QComboBox>
 #include <QDateTime>
@@ -54,12 +54,6 @@ EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWid
     m_chosen.balance = balance;
     m_chosen.resultDir = UserInfo::resultDir();
     m_chosen.resultRoot = softwareType == Maya ? CommonConfig::get().mayaResultRootPathEnum : UserInfo::outRoot();
-    m_wait = new QTimer(this);
-    m_wait->setSingleShot(true);
-    connect(m_wait, &QTimer::timeout, this, [this] {
-        m_error->setText(tr("服务器没有响应，请检查网络后重试"));
-        m_again->show();
-    });
     makeForm(scenes);
     askProjects();
 }
@@ -138,14 +132,31 @@ void EnvPre::waitFor(int replies)
     m_error->clear();
     m_again->hide();
     m_ok->setEnabled(false);
-    m_wait->start(AnswerMs);
+}
+
+// One question of a round; what comes for an earlier choice is dropped.
+void EnvPre::ask(int cmd, const QJsonObject &body, void (EnvPre::*take)(const QJsonDocument &))
+{
+    Ask(cmd, body)
+        .within(AnswerMs)
+        .whenLinked()
+        .any([this, take, round = m_round](int, const QJsonDocument &doc) {
+            if (round == m_round)
+                (this->*take)(doc);
+        })
+        .lost([this, round = m_round](Ask::Loss) {
+            if (round != m_round)
+                return;
+            m_error->setText(tr("服务器没有响应，请检查网络后重试"));
+            m_again->show();
+        })
+        .send(this);
 }
 
 void EnvPre::answered()
 {
     if (--m_open > 0)
         return;
-    m_wait->stop();
     m_ok->setEnabled(true);
     m_ok->setFocus();
 }
@@ -153,14 +164,8 @@ void EnvPre::answered()
 void EnvPre::askProjects()
 {
     waitFor(1);
-    const int round = ++m_round;
-    NetTcp::instance()->nvds(
-        105, 10502, QJsonObject(),
-        [this, round](int, const QJsonDocument &doc) {
-            if (round == m_round)
-                projectsReply(doc);
-        },
-        this);
+    ++m_round;
+    ask(10502, {}, &EnvPre::projectsReply);
 }
 
 void EnvPre::projectsReply(const QJsonDocument &doc)
@@ -179,23 +184,11 @@ QJsonObject EnvPre::project() const { return m_project->currentData().toJsonObje
 void EnvPre::askProject()
 {
     waitFor(2);
-    const int round = ++m_round;
+    ++m_round;
     const QJsonValue id = project().value(QLatin1String("id"));
-    NetTcp::instance()->nvds(
-        105, 10506,
-        QJsonObject{{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
-        [this, round](int, const QJsonDocument &doc) {
-            if (round == m_round)
-                environmentsReply(doc);
-        },
-        this);
-    NetTcp::instance()->nvds(
-        111, 11102, QJsonObject{{QStringLiteral("projectId"), id}},
-        [this, round](int, const QJsonDocument &doc) {
-            if (round == m_round)
-                machinesReply(doc);
-        },
-        this);
+    ask(10506, {{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
+        &EnvPre::environmentsReply);
+    ask(11102, {{QStringLiteral("projectId"), id}}, &EnvPre::machinesReply);
 }
 
 void EnvPre::environmentsReply(const QJsonDocument &doc)

@@ -25,6 +25,7 @@ private:
     void machinesReply(const QJsonDocument &doc);
     void answered(); // one of the awaited replies is there
     void waitFor(int replies);
+    void ask(int cmd, const QJsonObject &body, void (EnvPre::*take)(const QJsonDocument &));
     void accept();
     void insert();
     void remember() const;
@@ -36,7 +37,6 @@ private:
     QLineEdit *m_maya = nullptr;
     QLabel *m_error;
     QPushButton *m_ok, *m_again;
-    QTimer *m_wait;
     int m_open = 0;  // replies that are awaited
     int m_round = 0; // numbers the questions; answers for another project are dropped
 };

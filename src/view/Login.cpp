@@ -346,7 +346,7 @@ void Login::reLogin(int reason)
         NetWork::instance()->forgetDrives();
     m_auth.clear();
     NetTcp::instance()->setLogin(false);
-    NetTcp::instance()->resetLink();
+    NetTcp::instance()->resetLink(reason);
     if (restore || !m_started)
         return;
     TrayIcon::instance()->setOnline(false);

@@ -2,7 +2,7 @@
 #include "common/ui/EmptyView.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/PullMsg.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include <QDateTime>
 #include <QHeaderView>
 #include <QPushButton>
@@ -67,9 +67,7 @@ QString MsgCenter::typeText(int type)
 
 void MsgCenter::ask(int page)
 {
-    NetTcp::instance()->nvds(
-        103, 10311, QJsonObject{{QStringLiteral("page"), page}}, [this](int, const QJsonDocument &doc) { show(doc); },
-        this);
+    Ask(10311, {{QStringLiteral("page"), page}}).any([this](int, const QJsonDocument &doc) { show(doc); }).send(this);
 }
 
 void MsgCenter::show(const QJsonDocument &reply)

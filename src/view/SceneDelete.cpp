@@ -1,9 +1,8 @@
 #include "view/SceneDelete.h"
 #include "common/ui/MsgTool.h"
 #include "db/Calls.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include <QCoreApplication>
-#include <QTimer>
 #include <QWidget>
 
 void SceneDelete::run(QWidget *over, qlonglong rkey, int missionId, int answerMs)
@@ -13,19 +12,12 @@ void SceneDelete::run(QWidget *over, qlonglong rkey, int missionId, int answerMs
         gone();
         return;
     }
-    auto *answer = new QTimer(over);
-    answer->setSingleShot(true);
-    QObject::connect(answer, &QTimer::timeout, over, [over, answer] {
-        answer->deleteLater();
-        MsgTool::msgOk(over, QCoreApplication::translate("Resolve", "服务器没有响应，任务未删除，请稍后重试"));
-    });
-    answer->start(answerMs);
-    NetTcp::instance()->nvds(
-        104, 10417, QJsonObject{{QStringLiteral("missionId"), missionId}},
-        [answer, gone](int, const QJsonDocument &) {
-            answer->stop();
-            answer->deleteLater();
-            gone();
-        },
-        answer);
+    Ask(10417, {{QStringLiteral("missionId"), missionId}})
+        .within(answerMs)
+        .whenLinked()
+        .any([gone](int, const QJsonDocument &) { gone(); })
+        .lost([over](Ask::Loss) {
+            MsgTool::msgOk(over, QCoreApplication::translate("Resolve", "服务器没有响应，任务未删除，请稍后重试"));
+        })
+        .send(over);
 }

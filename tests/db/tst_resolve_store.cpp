@@ -39,7 +39,7 @@ class TestResolveStore : public QObject
     QTemporaryDir m_dir;
 
 private slots:
-    void initTestCase() { NetTcp::instance(); }
+    void initTestCase() { NetTcp::create(); }
     void init()
     {
         dao().releaseResolve();

@@ -17,8 +17,8 @@ private slots:
     {
         server.reset(new BusinessPeer);
         server->answerOthers([](const Request &request) { return Reply{request.cmd * 100, request.body}; });
-        tcp = NetTcp::instance();
         QVERIFY(server->takeClient());
+        tcp = NetTcp::instance();
         tcp->setLogin(false);
         QTRY_COMPARE(server->links(), 1);
     }

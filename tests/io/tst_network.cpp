@@ -29,6 +29,29 @@ class TestNetWork : public QObject
         [&] { QTRY_VERIFY(done); }();
         return back;
     }
+    // The farm, asked on this thread and waited for.
+    QString drive(int farm)
+    {
+        QString found, *out = &found;
+        bool done = false;
+        NetWork::skydriveUrl(farm, this, [&done, out](const QString &url) {
+            *out = url;
+            done = true;
+        });
+        [&] { QTRY_VERIFY(done); }();
+        return found;
+    }
+    QString role(int farm)
+    {
+        QString found;
+        bool done = false;
+        NetWork::roleToken(farm, this, [&](const QString &, const QString &token) {
+            found = token;
+            done = true;
+        });
+        [&] { QTRY_VERIFY_WITH_TIMEOUT(done, 10000); }();
+        return found;
+    }
     // The farm's address, as the business server tells it.
     void tellFarm(const QString &address)
     {
@@ -46,8 +69,8 @@ private slots:
     {
         http.reset(new HttpPeer);
         business.reset(new BusinessPeer);
-        net = NetWork::instance();
         QVERIFY(business->takeClient());
+        net = NetWork::instance();
     }
     void cleanup()
     {
@@ -60,7 +83,7 @@ private slots:
     void oneRoadOnly()
     {
         business->answer(11100, 1110000, {{"addr-internal", "10.1.2.3:81/"}, {"accessToken", "t"}});
-        QCOMPARE(net->skydriveUrl(5), QString("http://10.1.2.3:81/skydrive"));
+        QCOMPARE(drive(5), QString("http://10.1.2.3:81/skydrive"));
     }
 
     void replies_data()
@@ -161,8 +184,8 @@ private slots:
         http->answer = [](const HttpPeer::Request &one) {
             return HttpPeer::response(one.path.contains("stale") ? "{\"code\":203}" : "{}");
         };
-        QCOMPARE(net->skydriveUrl(3), http->url("/skydrive"));
-        QCOMPARE(net->skydriveUrl(3), http->url("/skydrive"));
+        QCOMPARE(drive(3), http->url("/skydrive"));
+        QCOMPARE(drive(3), http->url("/skydrive"));
         QCOMPARE(net->accessToken(3), QString("token-3"));
         QCOMPARE(business->count(11100), 1); // asked once
         get("/skydrive/files");
@@ -171,18 +194,18 @@ private slots:
         get("/skydrive/stale");
         get("/skydrive/files");
         QVERIFY(!http->requests.last().has("X-BRONTEL-ACCESS-TOKEN"));
-        QCOMPARE(net->skydriveUrl(3), http->url("/skydrive"));
+        QCOMPARE(drive(3), http->url("/skydrive"));
         QCOMPARE(business->count(11100), 2);
         net->forgetTokens();
-        net->skydriveUrl(3);
+        drive(3);
         QCOMPARE(business->count(11100), 3);
     }
 
     void farmThatNobodyKnows()
     {
         business->answer(11100, [](const BusinessPeer::Request &) { return BusinessPeer::Reply{1110001, {}, false, "[]"}; });
-        QCOMPARE(net->skydriveUrl(9), QString());
-        QCOMPARE(net->roleToken(9), QString());
+        QCOMPARE(drive(9), QString());
+        QCOMPARE(role(9), QString());
     }
 
     void roleToken_data()
@@ -206,13 +229,13 @@ private slots:
         QFETCH(QByteArray, get);
         tellFarm(http->url());
         http->answer = [&](const HttpPeer::Request &one) { return one.method == "POST" ? post : get; };
-        QTEST(net->roleToken(4), "token");
+        QTEST(role(4), "token");
         const int asked = http->requests.size();
         QCOMPARE(http->requests[0].path, QByteArray("/storage-secret-token/role"));
         QCOMPARE(http->requests[0].header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("token-4"));
         QCOMPARE(http->requests[0].header("X-BRONTEL-ROLE"), QByteArray("user"));
         QVERIFY(http->requests[0].body.isEmpty());
-        QTEST(net->roleToken(4), "token");
+        QTEST(role(4), "token");
         QFETCH(QString, token);
         QCOMPARE(http->requests.size() == asked, !token.isEmpty()); // a good one is kept
     }
@@ -235,46 +258,19 @@ private slots:
         ini.close();
         Session::clearAddresses();
         http->answer = [&](const HttpPeer::Request &) { return HttpPeer::response(body); };
-        const NetWork::FarmHost host = net->farmHost(8);
+        NetWork::FarmHost host;
+        bool done = false;
+        NetWork::farmHost(8, this, [&](const NetWork::FarmHost &found) {
+            host = found;
+            done = true;
+        });
+        QTRY_VERIFY(done);
         ini.remove();
         QTEST(host.port, "port");
         QCOMPARE(http->requests[0].path, QByteArray("/bs/farm/8"));
         if (host.known())
             QVERIFY(QHostAddress(host.ip).isLoopback());
         Session::clearAddresses();
-    }
-
-    // Several threads want the same farm at once, and each asks again out of its own nested loop.
-    void manyAskForTheSameFarm()
-    {
-        tellFarm(http->url());
-        http->answer = [](const HttpPeer::Request &) { return HttpPeer::response("{\"data\":\"0b0e6a5c111122223333444455556666\"}"); };
-        QList<QSharedPointer<QThread>> threads;
-        QAtomicInt good(0), inner(0);
-        for (int i = 0; i < 4; ++i) {
-            auto *worker = new QObject;
-            QSharedPointer<QThread> thread(new QThread);
-            worker->moveToThread(thread.data());
-            connect(thread.data(), &QThread::finished, worker, &QObject::deleteLater);
-            connect(thread.data(), &QThread::started, worker, [&, worker] {
-                QMetaObject::invokeMethod(
-                    worker,
-                    [&] {
-                        net->roleToken(5);
-                        inner.fetchAndAddOrdered(1);
-                    },
-                    Qt::QueuedConnection);
-                good.fetchAndAddOrdered(net->roleToken(5) == "0b0e6a5c111122223333444455556666");
-            });
-            thread->start();
-            threads.append(thread);
-        }
-        QTRY_COMPARE(good.loadAcquire(), 4);
-        QTRY_COMPARE(inner.loadAcquire(), 4);
-        for (const auto &thread : threads) {
-            thread->quit();
-            QVERIFY(thread->wait());
-        }
     }
 
     void multipartBody()

@@ -21,8 +21,8 @@ public:
         UserInfo::init(arguments);
         UserInfo::initUser({{"userId", 4000 + ++counter()}, {"username", "u"}});
         CommonConfig::fromJson(config);
-        NetWork::instance();
-        NetTcp::instance();
+        NetWork::create();
+        NetTcp::create();
         QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()) && UploadDAO::instance()->open(UserInfo::userDir()));
         QVERIFY(peer.takeClient());
         peer.answer(10421, [this](const BusinessPeer::Request &request) {

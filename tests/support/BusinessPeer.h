@@ -3,6 +3,7 @@
 // by byte as the format has it, keeps every request, and answers as scripted. Lives on the test's thread; its own
 // reading and writing, so that a mistake of the client's can't agree with itself.
 #include "io/NetTcp.h"
+#include "io/NetWork.h"
 #include <QHash>
 #include <QTcpServer>
 #include <QtEndian>
@@ -96,6 +97,8 @@ public:
     // Brings the process's link here and past the login.
     bool takeClient()
     {
+        NetTcp::create();
+        NetWork::create();
         NetTcp::instance()->setLogin(false);
         NetTcp::instance()->setHost("127.0.0.1", port());
         NetTcp::instance()->resetLink();

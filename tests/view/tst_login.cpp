@@ -59,6 +59,12 @@ private:
     }
     void begin(bool silent = true) // the program's start
     {
+        NetTcp::destroy();
+        LinkTimes quick;
+        quick.pause = 20;
+        quick.longestPause = 100;
+        NetTcp::create(quick);
+        NetWork::create();
         m_login.reset(new Login);
         NetTcp::instance()->setHost("127.0.0.1", m_server->port());
         NetTcp::instance()->resetLink();

@@ -1,6 +1,6 @@
 #include "common/ui/PullMsg.h"
 #include "common/UserInfo.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 
 namespace
 {
@@ -38,9 +38,9 @@ void PullMsg::start()
 
 void PullMsg::pullOut()
 {
-    NetTcp::instance()->nvds(
-        103, 10311, QJsonObject{{QStringLiteral("page"), 0}},
-        [this](int, const QJsonDocument &doc) { noticeReply(doc); }, this);
+    Ask(10311, {{QStringLiteral("page"), 0}})
+        .any([this](int, const QJsonDocument &doc) { noticeReply(doc); })
+        .send(this);
 }
 
 void PullMsg::noticeReply(const QJsonDocument &doc)

@@ -3,6 +3,7 @@
 #include "common/VFunc.h"
 #include "db/Calls.h"
 #include "db/UploadDAO.h"
+#include "io/WebAsk.h"
 #include "transfer/TransHandler.h"
 #include <QDateTime>
 #include <QDebug>
@@ -48,9 +49,11 @@ void UpWork::upReq(db_upfile file)
         return;
     m_file = new QFile(m_sendPath);
     const QString url = m_serverUrl + QStringLiteral("/sourceFiles?") + query(m_up, m_key, m_diskKey, m_eTag, m_md5);
-    NetWork::instance()->nget(
-        url, [this](const Request &, const FuncBody &rep) { asked(rep); }, QThread::currentThread(), this);
-    startWait(AnswerMs);
+    WebAsk::get(url)
+        .within(AnswerMs)
+        .answered([this](const FuncBody &rep) { asked(rep); })
+        .failed([this] { asked({}); })
+        .send(this);
 }
 
 bool UpWork::initUp()
@@ -114,9 +117,8 @@ void UpWork::asked(const FuncBody &rep)
 {
     if (over())
         return;
-    if (!rep.ok() || rep.object.isEmpty())
+    if (rep.object.isEmpty())
         return startWait(FailedAskMs);
-    stopWait();
     switch (rep.code) {
     case 101401:
         return finishUp(TransSet::Done);

@@ -1,6 +1,5 @@
-#include "io/Delivery.h"
+#include "common/Delivery.h"
 #include <mutex>
-#include <QObject>
 #include <QThread>
 #include <QThreadStorage>
 
@@ -62,4 +61,12 @@ bool Delivery::post(std::function<void()> work) const
         return false;
     const std::lock_guard<std::mutex> lock(m_door->mutex);
     return m_door->target && QMetaObject::invokeMethod(m_door->target, std::move(work), Qt::QueuedConnection);
+}
+
+bool Delivery::post(const QPointer<QObject> &guard, std::function<void()> work) const
+{
+    return post([guard, work = std::move(work)] {
+        if (guard)
+            work();
+    });
 }

@@ -4,6 +4,8 @@
 // so; nobody has to ask a QThread that may be half gone whether it still runs.
 #include <functional>
 #include <memory>
+#include <QObject>
+#include <QPointer>
 
 class QThread;
 
@@ -13,6 +15,8 @@ public:
     static Delivery here();                      // to the calling thread
     static Delivery to(QThread *thread);         // to a thread that lives at this moment; null: the calling one
     bool post(std::function<void()> work) const; // false: the thread is gone
+    // The same, but nothing runs when the guard, an object of that thread, has died by then.
+    bool post(const QPointer<QObject> &guard, std::function<void()> work) const;
 
     struct Door;
 
