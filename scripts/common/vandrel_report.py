@@ -6,6 +6,7 @@ the last line of the traceback. The text is ASCII (JSON escapes the rest), so th
 """
 import json
 import os
+import posixpath
 import re
 import sys
 import traceback
@@ -16,59 +17,114 @@ GPU_ON_CPU = u'当前渲染器为GPU渲染器，提交机型为CPU，请更换�
 CPU_ON_GPU = u'当前渲染器为CPU渲染器，机型选择GPU，请确认机型后提交。'
 NO_CAMERA = u'错误：没有可用相机。'
 
+WINDOWS = os.name == 'nt'
+OLD_PYTHON = sys.version_info[0] < 3
+
 try:
     text_type = unicode
 except NameError:
     text_type = str
 
-# Places in a path that stand for many files: tiles, frames in their several spellings.
-TILES = ('<udim>', '<uvtile>', '<tile>', '<u>', '<v>', '<f>', '<frame>', '<aov>')
-PATTERN = re.compile(r'<udim>|<uvtile>|<tile>|<u>|<v>|<f>|<frame>|<frame0?\d*>|<aov>|%\(udim\)d|%0?\d*d|#+|\$f\d*', re.IGNORECASE)
+# Places in a file name that stand for many files: tiles, frames in their several spellings.
+PATTERN = re.compile(r'<udim>|<uvtile>|<tile>|<u>|<v>|<f>|<frame0?\d*>|<aov>|%\(udim\)d|%0?\d*d|#+|\$f\d*', re.IGNORECASE)
+VARIABLE = re.compile(r'\$\{(\w+)\}|\$(\w+)' + (r'|%(\w+)%' if WINDOWS else ''), re.UNICODE)
 
 
 def to_text(value):
-    """Any host's string as text; bytes of an unknown code page lose what can't be read, never the whole path."""
-    if isinstance(value, bytes) and not isinstance(value, str):
-        value = value.decode('utf-8', 'replace')
-    elif not isinstance(value, text_type):
+    """Any host's string as text. Bytes that nobody can read become marks, so that such a name is told missing and the
+    others go on."""
+    if not isinstance(value, (bytes, text_type)):
         try:
-            value = text_type(value)
-        except UnicodeDecodeError:
-            value = value.decode(sys.getfilesystemencoding() or 'utf-8', 'replace')
-    return value
+            return text_type(value)
+        except UnicodeError:
+            value = bytes(value)
+    if isinstance(value, text_type):
+        if OLD_PYTHON or not re.search(u'[\udc80-\udcff]', value):
+            return value
+        value = value.encode('utf-8', 'surrogateescape')  # how Python 3 hands on what its locale can't read
+    for encoding in ('utf-8', sys.getfilesystemencoding() or 'utf-8'):
+        try:
+            return value.decode(encoding)
+        except (UnicodeError, LookupError):
+            continue
+    return value.decode('utf-8', 'replace')
+
+
+def on_disk(path):
+    """A path as the file functions take it, whatever the locale says: bytes, but on Windows."""
+    return path if WINDOWS else path.encode('utf-8')
+
+
+def exists(path):
+    return os.path.exists(on_disk(path))
+
+
+def is_file(path):
+    return os.path.isfile(on_disk(path))
+
+
+def listing(folder):
+    try:
+        return sorted(to_text(one) for one in os.listdir(on_disk(folder or u'.')))
+    except OSError:
+        return []
+
+
+def expanded(path):
+    """Environment variables filled in; unknown ones stay as they are."""
+    def known(found):
+        name = [one for one in found.groups() if one][0]
+        try:
+            value = os.environ.get(name if not OLD_PYTHON else name.encode('utf-8'))
+        except UnicodeError:
+            value = None
+        return found.group(0) if value is None else to_text(value)
+    return VARIABLE.sub(known, path)
+
+
+def tidy(path):
+    """One spelling for one file: slashes single but for a server's two, "." and ".." folded where that names the same."""
+    path = path.replace(u'\\', u'/')
+    drive = path[:2] if re.match(u'^[A-Za-z]:', path) else u''
+    if path == drive:
+        return path
+    rest = path[len(drive):]
+    clean = drive + to_text(posixpath.normpath(re.sub(u'^/+', u'/', rest) if drive else rest))
+    return path if u'..' in path.split(u'/') and exists(path) and not exists(clean) else clean
 
 
 def is_pattern(path):
-    return PATTERN.search(os.path.basename(path)) is not None
+    return PATTERN.search(path.rsplit(u'/', 1)[-1]) is not None
+
+
+def named(folder, rule):
+    wanted = re.compile(u'^' + rule + u'$', re.UNICODE | (re.IGNORECASE if WINDOWS else 0))
+    return [folder + u'/' + one if folder else one for one in listing(folder) if wanted.match(one)]
 
 
 def matches(path):
     """The files on disk that a pattern in the file name stands for."""
     folder, name = os.path.split(path)
-    text, at = '', 0
+    text, at = u'', 0
     for found in PATTERN.finditer(name):
-        text += re.escape(name[at:found.start()]) + r'-?\w+'
+        text += re.escape(name[at:found.start()]) + u'-?\\w+'
         at = found.end()
-    wanted = re.compile('^' + text + re.escape(name[at:]) + '$', re.IGNORECASE if os.name == 'nt' else 0)
-    try:
-        names = os.listdir(folder or '.')
-    except OSError:
-        return []
-    return [folder + '/' + one if folder else one for one in sorted(names) if wanted.match(one)]
+    return named(folder.rstrip(u'/'), text + re.escape(name[at:]))
 
 
 def running_number(path):
     """The siblings of a numbered file: a.0001.exr stands for every a.<digits>.exr beside it."""
     folder, name = os.path.split(path)
     found = re.match(r'^(.*?)(\d+)(\D*)$', name)
-    if not found:
-        return [path] if os.path.isfile(path) else []
-    wanted = re.compile('^' + re.escape(found.group(1)) + r'\d+' + re.escape(found.group(3)) + '$')
-    try:
-        names = os.listdir(folder or '.')
-    except OSError:
-        return []
-    return [folder + '/' + one if folder else one for one in sorted(names) if wanted.match(one)]
+    return named(folder.rstrip(u'/'), re.escape(found.group(1)) + u'\\d+' + re.escape(found.group(3))) if found else [path]
+
+
+def whole_frames(first, last, step):
+    """A frame text as the farm takes it, whole numbers alone, and whether anything was cut off for that."""
+    found = [float(first), float(last), float(step)]
+    numbers = [int(one // 1) for one in found]
+    numbers[2] = max(1, numbers[2])
+    return u'%d-%d:%d' % tuple(numbers), [float(one) for one in numbers] != found
 
 
 class Report(object):
@@ -81,39 +137,51 @@ class Report(object):
         self.missing = []
         self.warnings = []
         self.errors = []
-        self._seen = set()
         self.roots = []
+        self._asked = set()
+        self._seen = set()
+
+    def warn(self, text):
+        if text not in self.warnings:
+            self.warnings.append(text)
 
     def absolute(self, path):
-        """Environment variables filled in, slashes turned, relative paths looked for below the roots in order."""
-        path = os.path.expandvars(to_text(path).strip()).replace('\\', '/')
-        if not path or path.startswith('//') or os.path.isabs(path) or re.match(r'^[A-Za-z]:', path):
+        """Variables filled in, slashes turned, relative paths looked for below the roots in order."""
+        path = expanded(to_text(path).strip()).replace(u'\\', u'/')
+        if not path:
             return path
-        for root in self.roots:
-            there = to_text(root).replace('\\', '/').rstrip('/') + '/' + path
-            if os.path.exists(there) or (is_pattern(there) and matches(there)):
+        if path.startswith(u'/') or re.match(u'^[A-Za-z]:', path):
+            return tidy(path)
+        places = [tidy(to_text(root) + u'/' + path) for root in self.roots]
+        for there in places:
+            if exists(there) or (is_pattern(there) and matches(there)):
                 return there
-        return (to_text(self.roots[0]).replace('\\', '/').rstrip('/') + '/' + path) if self.roots else path
+        return places[0] if places else path
 
     def depend(self, path, sequence=False, optional=False):
         """Adds a dependency. sequence: a numbered file whose siblings belong to it. optional: never told missing."""
-        if not path:
+        path = self.absolute(path) if path else path
+        if not path or (path, sequence, optional) in self._asked:
             return
-        path = self.absolute(path)
-        if not path or path in self._seen:
-            return
-        self._seen.add(path)
-        if is_pattern(path) and not os.path.exists(path):
+        self._asked.add((path, sequence, optional))
+        if is_pattern(path) and not exists(path):
             found = matches(path)
-        elif sequence:
-            found = running_number(path)
         else:
-            found = [path] if os.path.isfile(path) else []
+            found = running_number(path) if sequence else [path]
         for one in found:
-            if one == path or one not in self._seen:
-                self._seen.add(one)
-                self.files.append(one)
-        if not found and not optional:
+            self._add(one, optional)
+        if not found:
+            self._miss(path, optional)
+
+    def _add(self, path, optional):
+        if not is_file(path):
+            self._miss(path, optional)
+        elif os.path.normcase(path) not in self._seen:
+            self._seen.add(os.path.normcase(path))
+            self.files.append(path)
+
+    def _miss(self, path, optional):
+        if not optional and path not in self.missing:
             self.missing.append(path)
 
     def machine(self, gpu_renderer):
@@ -122,7 +190,7 @@ class Report(object):
         if gpu_renderer is True and chosen == 'startCpu':
             self.errors.append(GPU_ON_CPU)
         elif gpu_renderer is False and chosen == 'startGpu':
-            self.warnings.append(CPU_ON_GPU)
+            self.warn(CPU_ON_GPU)
 
     def result(self):
         details = list(self.errors) + list(self.warnings)
@@ -136,6 +204,15 @@ class Report(object):
         return {'status': status, 'content': content, 'details': u'\r\n'.join(details)}
 
 
+def clean(value):
+    """Text throughout: whatever a host handed over, the answer can be written."""
+    if isinstance(value, dict):
+        return dict((to_text(key), clean(one)) for key, one in value.items())
+    if isinstance(value, (list, tuple)):
+        return [clean(one) for one in value]
+    return value if value is None or isinstance(value, (bool, int, float)) else to_text(value)
+
+
 def last_line():
     lines = [line for line in traceback.format_exc().splitlines() if line.strip()]
     return to_text(lines[-1]) if lines else u'unknown error'
@@ -143,7 +220,7 @@ def last_line():
 
 def write(result):
     """The marker and the answer on the process's real standard output, past whatever the host put in its place."""
-    line = '\nVandrel Info:' + json.dumps(result, ensure_ascii=True) + '\nVandrel Debug:\n'
+    line = '\nVandrel Info:' + json.dumps(clean(result), ensure_ascii=True) + '\nVandrel Debug:\n'
     data = line.encode('ascii')
     sys.stdout.flush()
     try:

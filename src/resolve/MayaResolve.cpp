@@ -24,8 +24,10 @@ void MayaResolve::resolve()
     if (!maya.found())
         return setError(NotFound);
     const QString scripts = scriptFolder(software);
-    if (fastMaya)
-        return startPro(maya.program, {sceneFile, scripts + QLatin1String("/VMA.py")});
+    const QString project = rsetText(QStringLiteral("mayaProject"));
+    const QStringList inProject = project.isEmpty() ? QStringList() : QStringList{QStringLiteral("-proj"), project};
+    if (fastMaya) // the interpreter runs the first word
+        return startPro(maya.program, QStringList{scripts + QLatin1String("/VMA.py"), sceneFile} + inProject);
 
     const QString command = QStringLiteral("python(\"import sys,os\");python(\"sys.path.append(\\\"%1\\\")\");"
                                            "python(\"import vanalyzer\");python(\"vanalyzer.runMain(%2,%3)\")")
@@ -35,9 +37,6 @@ void MayaResolve::resolve()
     QStringList arguments;
     if (QFileInfo(maya.program).completeBaseName() == QLatin1String("maya"))
         arguments << QStringLiteral("-batch"); // where there is no batch program of its own
-    const QString project = rsetText(QStringLiteral("mayaProject"));
-    if (!project.isEmpty())
-        arguments << QStringLiteral("-proj") << project;
-    arguments << QStringLiteral("-file") << sceneFile << QStringLiteral("-command") << command;
+    arguments << inProject << QStringLiteral("-file") << sceneFile << QStringLiteral("-command") << command;
     startPro(maya.program, arguments);
 }

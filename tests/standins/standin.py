@@ -117,13 +117,14 @@ def mayabatch(words):
 
 
 def mayapy(words):
-    need(len(words) == 2 and os.path.isfile(words[0]), 'scene and script')
-    script = scripts(words[1], '/VMA.py')
+    need(len(words) in (2, 4) and os.path.isfile(words[1]), 'script and scene')
+    need(len(words) == 2 or words[2] == '-proj' and os.path.isdir(words[3]), 'the project is no folder')
+    script = scripts(words[0], '/VMA.py')
     need(os.environ.get('VandrelMayaCache') in ('0', '1'), 'no cache setting')
-    trouble(words[0])
+    trouble(words[1])
     sys.path.insert(0, FAKES)
-    sys.argv = list(words)  # the scene first, as Python's own command line has it
-    with open(script, 'rb') as source:
+    sys.argv = list(words)  # the interpreter runs the first word, whatever it is
+    with open(words[0], 'rb') as source:
         exec(compile(source.read(), script, 'exec'), {'__name__': '__main__', '__file__': script})
 
 

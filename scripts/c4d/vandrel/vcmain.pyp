@@ -28,12 +28,40 @@ except NameError:
     text_type = str
 
 
+WINDOWS = os.name == 'nt'
+OLD_PYTHON = sys.version_info[0] < 3
+NO_ASSETS = u'错误：无法读取场景引用的文件，请在Cinema 4D中检查后重新解析。'
+# Places in a file name that stand for many files.
+PATTERN = re.compile(r'<udim>|<uvtile>|<frame0?\d*>|%\(udim\)d|%0?\d*d|#{2,}|\$f\d*', re.IGNORECASE)
+
+
 def to_text(value):
+    if not isinstance(value, (bytes, text_type)):
+        return text_type(value)
     if isinstance(value, text_type):
-        return value
-    if isinstance(value, bytes):
-        return value.decode('utf-8', 'replace')
-    return text_type(value)
+        if OLD_PYTHON or not re.search(u'[\udc80-\udcff]', value):
+            return value
+        value = value.encode('utf-8', 'surrogateescape')
+    for encoding in ('utf-8', sys.getfilesystemencoding() or 'utf-8'):
+        try:
+            return value.decode(encoding)
+        except (UnicodeError, LookupError):
+            continue
+    return value.decode('utf-8', 'replace')
+
+
+def on_disk(path):
+    """A path as the file functions take it, whatever the locale says: bytes, but on Windows."""
+    return path if WINDOWS else path.encode('utf-8')
+
+
+def for_host(path):
+    """Text as this Cinema 4D takes it: the old ones take bytes."""
+    return path.encode('utf-8') if OLD_PYTHON else path
+
+
+def is_file(path):
+    return os.path.isfile(on_disk(path))
 
 
 def objects(first):
@@ -72,54 +100,75 @@ def cameras(doc):
     return names, [to_text(active.GetName())] if active and to_text(active.GetName()) in names else []
 
 
-def assets(doc):
-    """Paths of everything that the scene uses, as Cinema 4D lists them; both forms of the call, old and new."""
+def asset_list(doc):
+    """Everything that the scene uses, as Cinema 4D lists it; both forms of the call, new and old. None where it can't."""
     try:
         found = []
         flags = getattr(c4d, 'ASSETDATA_FLAG_WITHCACHES', 0)
         answer = c4d.documents.GetAllAssetsNew(doc, False, '', flags, found)
-        if answer == getattr(c4d, 'GETALLASSETSRESULT_FAILED', -1):
-            found = []
+        return None if answer == getattr(c4d, 'GETALLASSETSRESULT_FAILED', -1) else found
     except AttributeError:
-        found = c4d.documents.GetAllAssets(doc, False, '') or []
+        return c4d.documents.GetAllAssets(doc, False, '')
+
+
+def listing(folder):
+    try:
+        return sorted(to_text(one) for one in os.listdir(on_disk(folder or u'.')))
+    except OSError:
+        return []
+
+
+def siblings(path):
+    """The files that a pattern stands for; a numbered file of a sequence brings those beside it along."""
+    folder, name = os.path.split(path)
+    rule, at = u'', 0
+    for found in PATTERN.finditer(name):
+        rule += re.escape(name[at:found.start()]) + u'-?\\d+'
+        at = found.end()
+    numbered = re.match(r'^(.*?)(\d{3,})(\D*)$', name)
+    if at:
+        rule += re.escape(name[at:])
+    elif numbered and is_file(path):
+        rule = re.escape(numbered.group(1)) + u'\\d{%d,}' % len(numbered.group(2)) + re.escape(numbered.group(3))
+    else:
+        return [path] if is_file(path) else []
+    there = [os.path.join(folder, one) for one in listing(folder) if re.match(u'^' + rule + u'$', one)]
+    return [one for one in there if is_file(one)]
+
+
+def assets(doc, found):
+    """The files of the list that are there, and those that aren't."""
     own = os.path.normcase(os.path.join(to_text(doc.GetDocumentPath()), to_text(doc.GetDocumentName())))
+    files, missing, seen = [], [], set()
     for one in found:
         path = to_text(one.get('filename') or '')
-        if path and os.path.normcase(path) != own:
-            yield path, one.get('exists', os.path.isfile(path))
-
-
-def numbered(path):
-    """A numbered file of a sequence brings its siblings along."""
-    folder, name = os.path.split(path)
-    found = re.match(r'^(.*?)(\d{3,})(\D*)$', name)
-    if not found:
-        return [path]
-    wanted = re.compile('^' + re.escape(found.group(1)) + r'\d{%d,}' % len(found.group(2)) + re.escape(found.group(3)) + '$')
-    try:
-        names = sorted(os.listdir(folder or '.'))
-    except OSError:
-        return [path]
-    return [os.path.join(folder, one) for one in names if wanted.match(one)] or [path]
+        if not path or os.path.normcase(path) == own:
+            continue
+        there = siblings(path)
+        if not there and path not in missing:
+            missing.append(path)
+        for name in there:
+            if name not in seen:
+                seen.add(name)
+                files.append(name)
+    return files, missing
 
 
 def analyse(scene):
     flags = c4d.SCENEFILTER_OBJECTS | c4d.SCENEFILTER_MATERIALS
-    doc = c4d.documents.LoadDocument(scene, flags)
+    doc = c4d.documents.LoadDocument(for_host(scene), flags)
     if doc is None:
-        raise RuntimeError('the scene could not be opened: ' + scene)
+        raise RuntimeError('the scene could not be opened')
     try:
         data = doc.GetActiveRenderData()
         kind = RENDERERS.get(data[c4d.RDATA_RENDERENGINE], ('unknow', None))
         names, active = cameras(doc)
         path = to_text(data[c4d.RDATA_PATH] or '')
-        files, missing = [], []
-        for one, exists in assets(doc):
-            if exists or os.path.isfile(one):
-                files += [name for name in numbered(one) if name not in files]
-            elif one not in missing:
-                missing.append(one)
         errors, warnings = [], []
+        found = asset_list(doc)
+        if found is None:
+            errors.append(NO_ASSETS)
+        files, missing = assets(doc, found or [])
         machine = os.environ.get('MachineType', 'startCpu')
         if kind[1] is True and machine == 'startCpu':
             errors.append(GPU_ON_CPU)
@@ -149,10 +198,14 @@ def answer(scene, log):
         result = {'status': 2, 'content': {}, 'details': to_text(lines[-1]) if lines else u'unknown error'}
     # ASCII, so that the code page in which the client reads this log doesn't matter.
     text = '\nVandrel Info:' + json.dumps(result, ensure_ascii=True) + '\nVandrel Debug:\n'
-    with open(log, 'ab') as out:
-        out.write(text.encode('ascii'))
-    sys.stdout.write('Vandrel Kill\n')
-    sys.stdout.flush()
+    try:
+        with open(log, 'ab') as out:
+            out.write(text.encode('ascii'))
+    except EnvironmentError:
+        traceback.print_exc()
+    finally:  # whatever happened: without these words the client waits for its time-out
+        sys.stdout.write('Vandrel Kill\n')
+        sys.stdout.flush()
 
 
 def PluginMessage(message, data):

@@ -1,16 +1,20 @@
 # -*- coding: utf-8 -*-
-"""The quick road: mayapy runs this with the scene and this file's own name as arguments, without Maya's batch shell."""
+"""The quick road: mayapy runs this with the scene and, behind "-proj", its project, without Maya's batch shell."""
 import os
 import sys
 
 
-def scene_of(words):
-    """The word that isn't this script, in whichever place mayapy left it."""
-    own = os.path.normcase(os.path.abspath(__file__))
-    for word in words:
-        if os.path.normcase(os.path.abspath(word)) != own:
-            return word
-    return ''
+def words_of(words):
+    """The scene and its project."""
+    scene, project = '', ''
+    waiting = list(words)
+    while waiting:
+        word = waiting.pop(0)
+        if word == '-proj':
+            project = waiting.pop(0) if waiting else ''
+        elif not scene:
+            scene = word
+    return scene, project
 
 
 def main():
@@ -22,7 +26,12 @@ def main():
         import maya.standalone
         maya.standalone.initialize(name='python')
         import maya.cmds as cmds
-        scene = scene_of(sys.argv)
+        scene, project = words_of(sys.argv[1:])
+        if project:
+            try:
+                cmds.workspace(project, openWorkspace=True)
+            except RuntimeError:
+                report.warn(u'警告：项目目录无法打开 %s' % vandrel_report.to_text(project))
         try:
             cmds.file(scene, open=True, force=True, prompt=False, ignoreVersion=True, loadReferenceDepth='all')
         except RuntimeError:

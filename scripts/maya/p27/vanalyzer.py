@@ -5,6 +5,7 @@ Reads and never writes: no node, no file, no preference is changed, no dialog ca
 installed costs its own nodes only. One source for the Python of every Maya, 2.6 up to 3.
 """
 import os
+import re
 import sys
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.dirname(os.path.abspath(__file__)))), 'common'))
@@ -19,12 +20,14 @@ FILE_ATTRIBUTES = {
     'aiStandIn': ['dso'], 'aiImage': ['filename'], 'aiVolume': ['filename'], 'aiPhotometricLight': ['aiFilename'],
     'RedshiftNormalMap': ['tex0'], 'RedshiftSprite': ['tex0'], 'RedshiftDomeLight': ['tex0', 'tex1'],
     'RedshiftIESLight': ['profile'], 'RedshiftProxyMesh': ['fileName'], 'RedshiftVolumeShape': ['fileName'],
-    'RedshiftOptions': ['irradiancePointCloudFilename', 'irradianceCacheFilename', 'photonFilename'],
     'VRayMesh': ['fileName2', 'fileName'], 'VRayLightIESShape': ['iesFile'], 'VRayVolumeGrid': ['inPath'],
-    'VRayPtex': ['ptexFile'], 'VRayScannedMtl': ['file'], 'vraySettingsNode': ['imap_fileName2', 'lc_fileName', 'pmap_file2'],
+    'VRayPtex': ['ptexFile'], 'VRayScannedMtl': ['file'],
     'PxrTexture': ['filename'], 'PxrNormalMap': ['filename'], 'PxrDomeLight': ['lightColorMap'], 'RenderManArchive': ['filename'],
     'pgYetiMaya': ['cacheFileName', 'groomFileName'], 'OpenVDBRead': ['file'], 'BifrostLiquidContainer': ['cachePath'],
 }
+# The renderers' own caches, which the scene may also make anew: attribute, its mode, the modes that read it.
+REDSHIFT_CACHES = ('irradiancePointCloudFilename', 'irradianceCacheFilename', 'photonFilename')
+VRAY_CACHES = (('imap_fileName2', 'imap_mode', (2, 7)), ('lc_fileName', 'mode', (2,)), ('pmap_file2', 'pmap_mode', (1,)))
 SEQUENCE_SWITCHES = {'file': 'useFrameExtension', 'imagePlane': 'useFrameExtension', 'aiStandIn': 'useFrameExtension',
                      'RedshiftProxyMesh': 'useFrameExtension'}
 GPU_RENDERERS = {'redshift': True, 'octane': True, 'fstorm': True, 'arnold': False, 'mayasoftware': False, 'mentalray': False,
@@ -50,18 +53,15 @@ def nodes(cmds, node_type):
         return []
 
 
-def whole(value):
-    """A frame as people write it: 1 and not 1.0; anything between stays."""
-    value = float(value)
-    return '%d' % value if value == int(value) else '%g' % value
-
-
-def frames(cmds):
+def frames(cmds, report):
+    """What Maya would render: it names a frame by its whole part, and so does the farm."""
     if not get(cmds, 'defaultRenderGlobals.animation', 1):
-        return whole(cmds.currentTime(query=True))
-    first, last = get(cmds, 'defaultRenderGlobals.startFrame', 1), get(cmds, 'defaultRenderGlobals.endFrame', 1)
-    step = get(cmds, 'defaultRenderGlobals.byFrameStep', 1)
-    return '%s-%s:%s' % (whole(first), whole(last), whole(step))
+        return '%d' % (float(cmds.currentTime(query=True)) // 1)
+    given = [get(cmds, 'defaultRenderGlobals.' + name, 1) for name in ('startFrame', 'endFrame', 'byFrameStep')]
+    text, cut = vandrel_report.whole_frames(*given)
+    if cut:
+        report.warn(u'警告：帧序列含小数，已取整 %g-%g:%g' % tuple(given))
+    return text
 
 
 def renderer(cmds):
@@ -117,11 +117,14 @@ def layers(cmds, report, name):
             try:
                 cmds.editRenderLayerGlobals(currentRenderLayer=layer)
             except Exception:
-                report.warnings.append(u'警告：渲染层无法切换 %s' % to_text(layer))
+                report.warn(u'警告：渲染层无法切换 %s' % to_text(layer))
         on, every = cameras(cmds)
+        if every and not on:
+            report.warn(u'警告：渲染层 %s 没有可渲染的相机，将渲染全部相机' % to_text(layer))
         width, height = size(cmds, name)
-        found.append({'layer': to_text(layer), 'width': width, 'height': height, 'frames': frames(cmds),
-                      'cameras': on, 'cameras_array': every, 'enableCameras': on, 'selected': 1})
+        # The first of these lists that isn't empty is rendered.
+        found.append({'layer': to_text(layer), 'width': width, 'height': height, 'frames': frames(cmds, report),
+                      'cameras_array': on, 'enableCameras': on, 'cameras': on, 'cameras_overide': every, 'selected': 1})
     if before is not None:
         try:
             cmds.editRenderLayerGlobals(currentRenderLayer=before)
@@ -153,14 +156,30 @@ def textures(cmds, report):
                     report.depend(one, sequence=sequence)
 
 
+def without_copy(path):
+    """a.ma{2} is the second reference to a.ma"""
+    return re.sub(r'\{\d+\}$', '', to_text(path))
+
+
 def references(cmds, report):
-    try:
-        found = cmds.file(query=True, reference=True) or []
-    except Exception:
-        found = []
-    for path in found:
-        # a.ma{2} is the second reference to a.ma
-        report.depend(to_text(path).split('{')[0])
+    """All of them, however deep: by the files that the scene and its references refer to, and by the reference nodes."""
+    waiting, seen = [None], set()
+    for node in nodes(cmds, 'reference'):
+        try:
+            waiting.append(cmds.referenceQuery(node, filename=True))
+        except Exception:
+            continue  # Maya's own nodes of that type have no file
+    while waiting:
+        path = waiting.pop(0)
+        if path in seen:
+            continue
+        seen.add(path)
+        if path:
+            report.depend(without_copy(path))
+        try:
+            waiting += (cmds.file(path, query=True, reference=True) if path else cmds.file(query=True, reference=True)) or []
+        except Exception:
+            continue
 
 
 def caches(cmds, report, with_cache):
@@ -171,19 +190,19 @@ def caches(cmds, report, with_cache):
             continue
         folder = report.absolute(folder).rstrip('/')
         report.depend(folder + '/' + name + '.xml')
-        try:
-            beside = sorted(os.listdir(folder))
-        except OSError:
-            beside = []
-        for one in beside:
+        for one in vandrel_report.listing(folder):
             if one.startswith(name) and one.lower().endswith(('.mc', '.mcx', '.mcc')):
                 report.depend(folder + '/' + one)
     for node in nodes(cmds, 'xgmPalette'):
         report.depend(get(cmds, node + '.xgFileName', ''), optional=True)
     if with_cache:
         for node in nodes(cmds, 'RedshiftOptions'):
-            for attribute in ('irradiancePointCloudFilename', 'irradianceCacheFilename', 'photonFilename'):
+            for attribute in REDSHIFT_CACHES:
                 report.depend(get(cmds, node + '.' + attribute, ''), sequence=True, optional=True)
+    for attribute, mode, reading in VRAY_CACHES:
+        needed = get(cmds, 'vraySettings.giOn', False) and get(cmds, 'vraySettings.' + mode, 0) in reading
+        if needed or with_cache:
+            report.depend(get(cmds, 'vraySettings.' + attribute, ''), sequence=True, optional=not needed)
 
 
 def listed_paths(cmds, report):
@@ -203,8 +222,8 @@ def listed_paths(cmds, report):
                 known = cmds.nodeType(node)
             except Exception:
                 known = ''
-            if known != 'file' and known not in FILE_ATTRIBUTES and known != 'reference':
-                report.depend(to_text(folder).rstrip('/') + '/' + to_text(rows[index]), optional=True)
+            if known not in FILE_ATTRIBUTES and known not in ('file', 'RedshiftOptions', 'VRaySettingsNode'):
+                report.depend(to_text(folder).rstrip('/') + '/' + without_copy(rows[index]), optional=True)
 
 
 def plugins(cmds, report):
@@ -217,7 +236,7 @@ def plugins(cmds, report):
     except Exception:
         unknown = []
     for one in unknown:
-        report.warnings.append(u'警告：缺少插件 %s' % to_text(one))
+        report.warn(u'警告：缺少插件 %s' % to_text(one))
     return [to_text(one) for one in loaded]
 
 
@@ -234,7 +253,7 @@ def analyse(cmds, report, cache):
         'filePrefix': to_text(get(cmds, 'defaultRenderGlobals.imageFilePrefix', '') or ''), 'plugins': plugins(cmds, report)})
     report.content.update({'sceneName': scene, 'missionName': os.path.basename(scene), 'softwareType': 1,
                            'mayaProject': project, 'outPut': ''})
-    if not [one for one in entries if one['cameras']]:
+    if not [one for one in entries if one['cameras_overide']]:
         report.errors.append(vandrel_report.NO_CAMERA)
     gpu = GPU_RENDERERS.get(name.lower())
     if name.lower() == 'vray' and int(get(cmds, 'vraySettings.productionEngine', 0) or 0) > 0:

@@ -42,6 +42,10 @@ CAMERA = Op(Ocamera, 'Close', None, Op(Ocube, 'Box'))
 FIRST = Op(Ocube, 'Group', CAMERA, Op(Ocamera, 'Wide'))
 
 
+def there(path):
+    return os.path.exists(path if isinstance(path, bytes) else path.encode('utf-8'))
+
+
 class Document(object):
     def __init__(self, path):
         self.path = path
@@ -72,7 +76,7 @@ class documents(object):
 
     @staticmethod
     def LoadDocument(path, flags):
-        return Document(path) if os.path.exists(path) else None
+        return Document(path) if there(path) else None
 
     @staticmethod
     def KillDocument(doc):
@@ -82,8 +86,10 @@ class documents(object):
     def GetAllAssetsNew(doc, dialogs, last, flags, found):
         if dialogs:
             raise AssertionError('a dialog could open')
+        if os.environ.get('FAKE_NO_ASSETS'):
+            return GETALLASSETSRESULT_FAILED
         folder = os.path.dirname(doc.path)
-        for name in ('shot.c4d', 'smoke_0001.vdb', 'gone.png'):
+        for name in ('shot.c4d', 'smoke_0001.vdb', 'gone.png', 'skin.<UDIM>.png'):
             path = os.path.join(folder, name)
-            found.append({'filename': path, 'exists': os.path.exists(path)})
+            found.append({'filename': path, 'exists': there(path)})
         return 1

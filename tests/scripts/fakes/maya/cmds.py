@@ -15,6 +15,7 @@ GLOBALS = {'defaultRenderGlobals': {'currentRenderer': 'mayaSoftware', 'animatio
 
 scene = {}
 switched = []
+projects = []
 
 
 def load(path):
@@ -22,7 +23,7 @@ def load(path):
     with open(path, 'rb') as source:
         text = re.sub(r'(?m)^//.*$', '', source.read().decode('latin-1'))
     scene.clear()
-    scene.update(path=path, nodes=[], attributes={}, types={}, parents={}, references=[], layer='defaultRenderLayer')
+    scene.update(path=path, nodes=[], attributes={}, types={}, parents={}, layer='defaultRenderLayer')
     for name, values in GLOBALS.items():
         scene['attributes'][name] = dict(values)
     current = None
@@ -48,9 +49,6 @@ def load(path):
         if found and current:
             scene['attributes'][current][LONG.get(found.group(1), found.group(1))] = literal(found.group(2).strip())
             continue
-        found = re.match(r'file -r .*"([^"]+)"$', statement, re.DOTALL)
-        if found:
-            scene['references'].append(found.group(1))
 
 
 def literal(text):
@@ -74,7 +72,7 @@ def getAttr(plug):
 
 
 def ls(type=None):
-    if type not in scene['types'].values() and type not in ('file', 'camera', 'renderLayer', 'cacheFile', 'audio', 'movie'):
+    if type not in scene['types'].values() and type not in ('file', 'camera', 'renderLayer', 'cacheFile', 'audio', 'movie', 'reference'):
         raise RuntimeError('Unknown object type: ' + str(type))
     return [node for node in scene['nodes'] if scene['types'][node] == type] or None
 
@@ -87,11 +85,29 @@ def nodeType(node):
     return scene['types'][node]
 
 
+def references_in(path):
+    """As Maya tells them: whole paths, the second reference to a file with a number behind."""
+    path = re.sub(r'\{\d+\}$', '', path)
+    if not os.path.isfile(path):
+        return []
+    with open(path, 'rb') as source:
+        told = re.findall(r'(?m)^file -r (?:"[^"]*"|[^";])*;', source.read().decode('latin-1'))
+    found = [re.findall('"([^"]*)"', one)[-1] for one in told]
+    whole = [os.path.join(os.path.dirname(scene['path']), one) for one in found]
+    return [one + '{%d}' % index if whole.index(one) != index else one for index, one in enumerate(whole)]
+
+
+def referenceQuery(node, filename=False):
+    if scene['types'].get(node) != 'reference' or 'fileNames' not in scene['attributes'][node]:
+        raise RuntimeError('no file belongs to ' + node)
+    return scene['attributes'][node]['fileNames']
+
+
 def file(path=None, **words):
     if words.get('query') and words.get('sceneName'):
         return scene.get('path', '')
     if words.get('query') and words.get('reference'):
-        return list(scene['references'])
+        return references_in(path or scene['path'])
     if words.get('open'):
         if words.get('prompt', True):
             raise AssertionError('a dialog could open')
@@ -111,8 +127,10 @@ def editRenderLayerGlobals(query=False, currentRenderLayer=None):
     switched.append(currentRenderLayer)
 
 
-def workspace(query=False, rootDirectory=False):
-    return os.path.dirname(scene['path']) + '/'
+def workspace(project=None, query=False, rootDirectory=False, openWorkspace=False):
+    if openWorkspace:
+        projects.append(project)
+    return (projects or [os.path.dirname(scene['path'])])[-1] + '//'
 
 
 def currentTime(query=False):
@@ -127,5 +145,11 @@ def unknownPlugin(query=False, list=False):
     raise RuntimeError('unknown command')
 
 
-def filePathEditor(**words):
-    raise RuntimeError('no editor in this version')
+def filePathEditor(query=False, listDirectories=None, listFiles=None, withAttribute=False):
+    """Paths of nodes by folder, files and the plugs that name them by turns."""
+    listed = [(node, values['extraFile']) for node, values in sorted(scene['attributes'].items()) if 'extraFile' in values]
+    if not listed:
+        raise RuntimeError('no editor in this version')
+    if listFiles is None:
+        return sorted(set(os.path.dirname(path) for _, path in listed))
+    return [word for node, path in listed if os.path.dirname(path) == listFiles for word in (os.path.basename(path), node + '.f')]
