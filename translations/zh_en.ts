@@ -706,6 +706,10 @@ Please check the network</translation>
         <source>出图命名规则只能由数字、字母和&lt; &gt; _ - /  </source>
         <translation>The naming rule may hold only digits, letters and &lt; &gt; _ - /  </translation>
     </message>
+    <message>
+        <source>没有可渲染的内容，请检查场景后重新解析</source>
+        <translation>there is nothing to render, check the scene and analyse it again</translation>
+    </message>
 </context>
 <context>
     <name>ProxyFactory</name>
@@ -1713,6 +1717,10 @@ Please check the network</translation>
         <source>场景文件无法写入：%1</source>
         <translation>The scene file can&apos;t be written: %1</translation>
     </message>
+    <message>
+        <source>场景文件中没有：%1</source>
+        <translation>The scene file doesn&apos;t have: %1</translation>
+    </message>
 </context>
 <context>
     <name>TerragenScene</name>
@@ -1727,6 +1735,18 @@ Please check the network</translation>
 %1</source>
         <translation>Missing files:<byte value="xd"/>
 %1</translation>
+    </message>
+    <message>
+        <source>光子文件%1只包含第%2到%3帧，渲染帧为%4
+</source>
+        <translation>The GI cache files %1 hold frames %2 to %3 only, rendered are %4
+</translation>
+    </message>
+    <message>
+        <source>错误：没有可用的渲染节点。<byte value="xd"/>
+</source>
+        <translation>Error: there is no render node.<byte value="xd"/>
+</translation>
     </message>
 </context>
 <context>

@@ -16,6 +16,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QJsonDocument>
+#include <QRegularExpression>
 
 namespace
 {
@@ -56,6 +57,20 @@ BaseResolve::~BaseResolve()
 {
     m_process->disconnect(this);
     endTree();
+}
+
+QString BaseResolve::oldLog(const QString &folder, const QString &scenePath)
+{
+    // "resolve-<rkey>-<order>-<scene>_vdtemp.txt"; a scene "b-a.ma" must not be taken for "a.ma", nor "aa.ma".
+    const QString scene = QFileInfo(scenePath).fileName();
+    static const QRegularExpression head(QStringLiteral("^resolve-\\d+-[^-]*-"));
+    for (const QFileInfo &info :
+         QDir(folder).entryInfoList({QStringLiteral("resolve-*.txt")}, QDir::Files, QDir::Time)) {
+        const QRegularExpressionMatch match = head.match(info.fileName());
+        if (match.hasMatch() && info.fileName() == fitting(match.captured(), scene, TempTail + QLatin1String(".txt")))
+            return info.filePath();
+    }
+    return {};
 }
 
 BaseResolve *BaseResolve::create(int softwareType)
@@ -144,6 +159,14 @@ void BaseResolve::setError(int number)
 {
     m_err = number;
     finishResolve();
+}
+
+void BaseResolve::onDisk(const std::function<int(const StopToken &)> &work, const std::function<void()> &then)
+{
+    m_disk.start([this, work, then](const StopToken &stop) -> DiskWork::Result {
+        const int error = work(stop);
+        return [this, error, then] { error != 0 ? setError(error) : then(); };
+    });
 }
 
 QString BaseResolve::rsetText(const QString &key) const { return parsed(record().rset).value(key).toString(); }
@@ -281,8 +304,19 @@ void BaseResolve::finishResolve()
     m_done = true;
     m_out.close();
     finishLogName();
-    if (m_err == 0 && softwareType == Clarisse && !ClarisseXml::convert(logFile, sceneFile))
-        m_err = WrongData;
+    if (m_err != 0 || softwareType != Clarisse)
+        return conclude();
+    m_disk.start([this, log = logFile, scene = sceneFile](const StopToken &stop) -> DiskWork::Result {
+        const bool good = ClarisseXml::convert(log, scene, stop);
+        return [this, good] {
+            m_err = good ? 0 : WrongData;
+            conclude();
+        };
+    });
+}
+
+void BaseResolve::conclude()
+{
     if (m_err == 0) {
         const db_resolve res = record();
         const QJsonObject rset = parsed(res.rset);

@@ -8,6 +8,7 @@
 //   made -> setUp -> resolve -> [child runs] -> finishResolve -> resolveFinished, once -> deleted
 //                       `------ setError -------^
 #include "db/Records.h"
+#include "resolve/DiskWork.h"
 #include <QFile>
 #include <QJsonObject>
 #include <QMutex>
@@ -35,6 +36,8 @@ public:
     BaseResolve();
     ~BaseResolve() override;
 
+    // The newest log in a folder that an earlier analysis of this scene left, under its temporary name; empty: none.
+    static QString oldLog(const QString &folder, const QString &scenePath);
     // The analyser of a software type (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, 8 Terragen); null for
     // others.
     static BaseResolve *create(int softwareType);
@@ -58,6 +61,9 @@ signals:
 
 protected:
     void setError(int number); // ends the analysis with this error
+    // Reads scenes and folders, away from this thread: a share that doesn't answer must not keep a time-out, a pause or
+    // the end of the program waiting. work gives an error, 0 for none; then follows here, where there was none.
+    void onDisk(const std::function<int(const StopToken &)> &work, const std::function<void()> &then);
     // Starts the child without a shell. workDir may be empty.
     void startPro(const QString &program, const QStringList &arguments, const QString &workDir = {});
     // Starts a batch file of commands (a shell file elsewhere) that was written beside the log.
@@ -85,6 +91,7 @@ private:
     void take(const ParsedLog &log);
     void endTree();
     void finishLogName();
+    void conclude();
 
     mutable QMutex m_mutex; // guards m_record alone
     db_resolve m_record;
@@ -97,4 +104,5 @@ private:
     qint64 m_written = 0;
     qint64 m_noise = 0; // bytes of error output so far
     QByteArray m_tail;  // end of the last output, for a word that is cut by a read
+    DiskWork m_disk{this};
 };

@@ -1,5 +1,5 @@
 #include "resolve/ClarisseDeep.h"
-#include <QDebug>
+#include "resolve/DiskPath.h"
 #include <QFile>
 #include <QVector>
 
@@ -62,23 +62,19 @@ QString wholeName(const QVector<Block> &stack, const QString &image)
 }
 } // namespace
 
-ClarisseDeep ClarisseDeep::scan(const QString &projectFile)
+ClarisseDeep ClarisseDeep::scan(const QString &projectFile, const StopToken &stop)
 {
     QFile file(projectFile);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qWarning().noquote() << "ClarisseDeep::scan" << projectFile << file.errorString();
-        return {};
-    }
-    return scan(&file);
+    return DiskPath::openRegular(&file) ? scan(&file, stop) : ClarisseDeep();
 }
 
-ClarisseDeep ClarisseDeep::scan(QIODevice *device)
+ClarisseDeep ClarisseDeep::scan(QIODevice *device, const StopToken &stop)
 {
     ClarisseDeep result;
     QVector<Block> stack;
     while (true) {
         const QByteArray bytes = device->readLine(MaxLine);
-        if (bytes.isEmpty())
+        if (bytes.isEmpty() || stop.stopped())
             return result;
         const QString line = QString::fromUtf8(bytes).trimmed();
         if (line.isEmpty() || line.startsWith(QLatin1Char('#')))

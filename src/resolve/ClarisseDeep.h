@@ -10,6 +10,7 @@
 //                   name "background"
 //                   enable_deep_output yes
 //                   save_deep_data_as "/out/deep"
+#include "resolve/StopToken.h"
 #include <QHash>
 #include <QIODevice>
 #include <QString>
@@ -17,8 +18,9 @@
 class ClarisseDeep
 {
 public:
-    static ClarisseDeep scan(const QString &projectFile); // empty when the file can't be read
-    static ClarisseDeep scan(QIODevice *device);
+    static ClarisseDeep scan(const QString &projectFile,
+                             const StopToken &stop = {}); // empty when the file can't be read
+    static ClarisseDeep scan(QIODevice *device, const StopToken &stop = {});
     // Names as the software reports them, "project://scene/image" and "project://scene/image.layer", or bare.
     QString file(const QString &image, const QString &layer) const;
     bool isEmpty() const { return m_files.isEmpty(); }

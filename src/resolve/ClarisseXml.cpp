@@ -1,13 +1,10 @@
 #include "resolve/ClarisseXml.h"
 #include "resolve/DiskPath.h"
 #include "resolve/LogParser.h"
+#include "resolve/XmlSource.h"
 #include <QDebug>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QSet>
-#include <QTextCodec>
-#include <QXmlStreamReader>
 
 namespace
 {
@@ -39,15 +36,29 @@ QString restored(QString path)
         .trimmed();
 }
 
-// What stands between the tags, without the software's chatter around it.
-QString projectText(const QByteArray &log)
+constexpr int Block = 1024 * 1024;
+constexpr char Open[] = "<project>", Close[] = "</project>";
+
+// Where the first of a mark begins in the file, or the last; -1 where there is none.
+qint64 find(QFile *file, const QByteArray &mark, bool last, const StopToken &stop)
 {
-    const int from = log.indexOf("<project>"), to = log.lastIndexOf("</project>");
-    if (from < 0 || to < from)
-        return {};
-    QString text = LogParser::decode(log.mid(from, to + 10 - from));
-    // The mark of tiled textures comes unescaped from some versions.
-    return text.replace(QLatin1String("<UDIM>"), QLatin1String("&lt;UDIM&gt;"));
+    qint64 found = -1, start = 0; // start: of the window
+    QByteArray window;
+    file->seek(0);
+    while (!stop.stopped()) {
+        const QByteArray more = file->read(Block);
+        if (more.isEmpty())
+            break;
+        window += more;
+        const int at = last ? window.lastIndexOf(mark) : window.indexOf(mark);
+        found = at < 0 ? found : start + at;
+        if (found >= 0 && !last)
+            break;
+        const int kept = qMin(window.size(), mark.size() - 1); // a mark that is cut by the block
+        start += window.size() - kept;
+        window = window.right(kept);
+    }
+    return found;
 }
 
 // Walks the report with a stack of its own, so that depth costs no stack of the thread.
@@ -62,11 +73,16 @@ public:
     };
     QList<Image> images;
 
-    bool run(const QString &text)
+    bool run(XmlSource *source)
     {
-        QXmlStreamReader xml(text);
+        QXmlStreamReader xml;
+        source->attach(&xml);
+        source->escapeTiles();
         while (!xml.atEnd()) {
             switch (xml.readNext()) {
+            case QXmlStreamReader::DTD:
+                source->entitiesDeclared();
+                break;
             case QXmlStreamReader::StartElement:
                 start(xml);
                 break;
@@ -81,7 +97,7 @@ public:
             }
         }
         if (xml.hasError())
-            qWarning().noquote() << "ClarisseXml::parse" << xml.errorString() << "line" << xml.lineNumber();
+            qWarning().noquote() << "Walk::run" << xml.errorString() << "line" << xml.lineNumber();
         return !xml.hasError();
     }
 
@@ -167,11 +183,23 @@ QStringList ClarisseXml::existing(const QStringList &named, DiskPath *disk, QStr
     return found;
 }
 
-bool ClarisseXml::parse(const QByteArray &log, const QString &sceneFile, const ClarisseDeep &deep, QJsonObject *result)
+bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep &deep, const StopToken &stop,
+                        QJsonObject *result)
 {
+    const qint64 from = find(log, Open, false, stop), to = find(log, Close, true, stop);
+    if (from < 0 || to < from)
+        return false;
+    // As UTF-8, else in the system's encoding, else as UTF-8 with what can't be read replaced.
     Walk walk;
-    const QString text = projectText(log);
-    if (text.isEmpty() || !walk.run(text))
+    bool good = false;
+    for (const char *name : {"UTF-8", "System", "UTF-8"}) {
+        walk = Walk();
+        XmlSource source(log, stop, QTextCodec::codecForName(name), from, to + qint64(sizeof(Close)) - 1);
+        good = walk.run(&source);
+        if (!source.undecodable() || stop.stopped())
+            break;
+    }
+    if (!good)
         return false;
     const QString scene = DiskPath::slashes(walk.scene.isEmpty() ? sceneFile : walk.scene);
 
@@ -192,7 +220,7 @@ bool ClarisseXml::parse(const QByteArray &log, const QString &sceneFile, const C
         images.append(image);
     }
 
-    DiskPath disk(sceneFile);
+    DiskPath disk(sceneFile, stop);
     QStringList missing, lines;
     const QStringList files = existing(QStringList(scene) + walk.paths, &disk, &missing);
     for (const QString &path : qAsConst(missing))
@@ -208,15 +236,15 @@ bool ClarisseXml::parse(const QByteArray &log, const QString &sceneFile, const C
     return true;
 }
 
-bool ClarisseXml::convert(const QString &logPath, const QString &sceneFile)
+bool ClarisseXml::convert(const QString &logPath, const QString &sceneFile, const StopToken &stop)
 {
     QFile log(logPath);
-    if (!log.open(QIODevice::ReadOnly) || log.size() > MaxText) {
-        qWarning().noquote() << "ClarisseXml::convert" << logPath << log.errorString() << log.size() << "bytes";
+    if (!DiskPath::openRegular(&log) || log.size() > MaxText) {
+        qWarning().noquote() << "ClarisseXml::convert" << logPath << log.size() << "bytes";
         return false;
     }
     QJsonObject result;
-    const bool good = parse(log.readAll(), sceneFile, ClarisseDeep::scan(sceneFile), &result);
+    const bool good = parse(&log, sceneFile, ClarisseDeep::scan(sceneFile, stop), stop, &result) && !stop.stopped();
     log.close();
     return good && LogParser::write(logPath, result, true);
 }

@@ -1,35 +1,45 @@
 #include "resolve/DiskPath.h"
+#include <QDebug>
 #include <QDir>
+#include <QDirIterator>
+#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
+#ifndef Q_OS_WIN
+#include <cerrno>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
 const QRegularExpression &marks(int kinds)
 {
-    static const QRegularExpression frames(QStringLiteral("%\\d*d|\\$\\{[^}/]*\\}"));
+    static const QRegularExpression frames(QStringLiteral("%\\d*d"));
     static const QRegularExpression tiles(QStringLiteral("<UDIM>|#{4,}"), QRegularExpression::CaseInsensitiveOption);
     static const QRegularExpression both(frames.pattern() + QLatin1Char('|') + tiles.pattern(),
                                          QRegularExpression::CaseInsensitiveOption);
     return kinds == DiskPath::Frames ? frames : kinds == DiskPath::Tiles ? tiles : both;
 }
 
-// What stands for a mark: "%04d" is a number of at least four digits, any other mark is any text.
-QString stand(const QString &mark)
+// What stands for a mark: "%04d" is a number of at least four digits, any other mark is any text in a file's name; in a
+// folder's, where any text would lead over the whole disk, a number.
+QString stand(const QString &mark, bool folder)
 {
     if (!mark.startsWith(QLatin1Char('%')))
-        return QStringLiteral(".*");
+        return folder ? QStringLiteral("-?\\d+") : QStringLiteral(".*");
     const int digits = mark.midRef(1, mark.size() - 2).toInt();
     return QStringLiteral("-?\\d{%1,}").arg(qBound(1, digits, 32));
 }
 
-QRegularExpression nameRule(const QString &name, int kinds)
+QRegularExpression nameRule(const QString &name, int kinds, bool folder)
 {
     QString rule;
     int at = 0;
     for (auto it = marks(kinds).globalMatch(name); it.hasNext();) {
         const QRegularExpressionMatch mark = it.next();
-        rule += QRegularExpression::escape(name.mid(at, mark.capturedStart() - at)) + stand(mark.captured());
+        rule += QRegularExpression::escape(name.mid(at, mark.capturedStart() - at)) + stand(mark.captured(), folder);
         at = mark.capturedEnd();
     }
     rule += QRegularExpression::escape(name.mid(at));
@@ -55,7 +65,30 @@ bool foreign(const QString &path)
 }
 } // namespace
 
-DiskPath::DiskPath(const QString &sceneFile) : m_folder(QFileInfo(sceneFile).absolutePath()) {}
+DiskPath::DiskPath(const QString &sceneFile, const StopToken &stop)
+    : m_folder(QFileInfo(sceneFile).absolutePath()), m_stop(stop)
+{
+}
+
+bool DiskPath::openRegular(QFile *file)
+{
+#ifdef Q_OS_WIN
+    const bool good = QFileInfo(*file).isFile() && file->open(QIODevice::ReadOnly);
+    const QString reason = file->errorString();
+#else
+    // Without blocking: the open of a pipe waits for whoever writes into it.
+    const int descriptor = ::open(QFile::encodeName(file->fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    struct stat status = {};
+    const bool regular = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    const QString reason = descriptor < 0 ? qt_error_string(errno) : QStringLiteral("not a regular file");
+    if (descriptor >= 0 && !regular)
+        ::close(descriptor);
+    const bool good = regular && file->open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+#endif
+    if (!good)
+        qWarning().noquote() << "DiskPath::openRegular" << file->fileName() << reason;
+    return good;
+}
 
 QString DiskPath::slashes(const QString &path)
 {
@@ -74,9 +107,18 @@ bool DiskPath::isPattern(const QString &path, int kinds) { return marks(kinds).m
 QString DiskPath::absolute(const QString &path, const QString &folder) const
 {
     const QString turned = slashes(path.trimmed());
-    if (turned.startsWith(QLatin1String("//")))
-        return QLatin1Char('/') + QDir::cleanPath(turned.mid(1)); // a server's name keeps both slashes
-    return QDir::cleanPath(isAbsolute(turned) ? turned : joined(folder.isEmpty() ? m_folder : folder, turned));
+    const QString whole = isAbsolute(turned) ? turned : joined(folder.isEmpty() ? m_folder : folder, turned);
+    const int root = rootLength(whole);
+    QStringList pieces;
+    for (const QString &piece : whole.mid(root).split(QLatin1Char('/'), Qt::SkipEmptyParts)) {
+        if (piece == QLatin1String("..")) {
+            if (!pieces.isEmpty()) // above the root there is nothing
+                pieces.removeLast();
+        } else if (piece != QLatin1String(".")) {
+            pieces.append(piece);
+        }
+    }
+    return whole.left(root) + pieces.join(QLatin1Char('/'));
 }
 
 const DiskPath::Listing &DiskPath::listing(const QString &folder)
@@ -85,9 +127,13 @@ const DiskPath::Listing &DiskPath::listing(const QString &folder)
     if (known != m_listings.constEnd())
         return *known;
     Listing list;
-    const QDir dir(folder);
-    list.files = dir.entryList(QDir::Files | QDir::Hidden, QDir::Name);
-    list.folders = dir.entryList(QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name);
+    for (QDirIterator it(folder, QDir::Files | QDir::Dirs | QDir::Hidden | QDir::NoDotAndDotDot);
+         it.hasNext() && !m_stop.stopped();) {
+        it.next();
+        (it.fileInfo().isDir() ? list.folders : list.files).append(it.fileName());
+    }
+    list.folders.sort();
+    list.files.sort();
     for (const QStringList *names : {&list.folders, &list.files}) {
         for (const QString &name : *names)
             list.spelling.insert(name.toCaseFolded(), name);
@@ -107,7 +153,7 @@ QString DiskPath::spelled(const QString &folder, const QString &name)
 int DiskPath::rootLength(const QString &path)
 {
     if (isDrive(path))
-        return 3;
+        return qMin(3, path.size());
     if (!path.startsWith(QLatin1String("//")))
         return 1;
     const int server = path.indexOf(QLatin1Char('/'), 2);
@@ -135,7 +181,7 @@ QString DiskPath::folderOnDisk(const QString &folder)
 
 QString DiskPath::find(const QString &absolutePath, bool folderToo)
 {
-    if (absolutePath.isEmpty() || foreign(absolutePath))
+    if (absolutePath.isEmpty() || foreign(absolutePath) || m_stop.stopped())
         return {};
     const auto good = [folderToo](const QFileInfo &info) { return info.isFile() || (folderToo && info.exists()); };
     if (good(QFileInfo(absolutePath)))
@@ -161,9 +207,11 @@ QStringList DiskPath::match(const QString &absolutePattern, int kinds)
         const bool last = i + 1 == pieces.size();
         const QString &piece = pieces.at(i);
         const bool pattern = isPattern(piece, kinds);
-        const QRegularExpression rule = pattern ? nameRule(piece, kinds) : QRegularExpression();
+        const QRegularExpression rule = pattern ? nameRule(piece, kinds, !last) : QRegularExpression();
         QStringList next;
         for (const QString &folder : qAsConst(found)) {
+            if (m_stop.stopped())
+                return {};
             if (!pattern || (!last && QFileInfo(joined(folder, piece)).isDir())) { // a folder may be called "100%done"
                 const QString path = last ? find(joined(folder, piece)) : folderOnDisk(joined(folder, piece));
                 if (!path.isEmpty())

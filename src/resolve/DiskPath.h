@@ -2,26 +2,32 @@
 // Files as a scene names them, looked up on this disk. Scenes are made on other machines: their paths mix both slashes,
 // are relative to the scene's folder, and on a disk that tells case apart often differ from it in case alone; then the
 // disk's own spelling is the answer. Folders are listed once and kept, so one object serves one scene. One thread.
+#include "resolve/StopToken.h"
 #include <QHash>
 #include <QString>
 #include <QStringList>
+
+class QFile;
 
 class DiskPath
 {
 public:
     enum Pattern {
-        Frames = 1, // %04d, %d, ${NAME}
+        Frames = 1, // %04d, %d
         Tiles = 2   // <UDIM>, ####
     };
     static constexpr int MaxMatches = 1000000;
 
-    explicit DiskPath(const QString &sceneFile);
+    explicit DiskPath(const QString &sceneFile, const StopToken &stop = {});
     QString sceneFolder() const { return m_folder; }
 
+    // For reading, without waiting: a pipe, a device or a folder is refused, with a logged reason.
+    static bool openRegular(QFile *file);
     static QString slashes(const QString &path); // backslashes turned, runs of slashes but leading ones kept single
     static bool isAbsolute(const QString &path); // of any system: "/x", "//server/x", "C:/x"
     static bool isPattern(const QString &path, int kinds);
-    // Slashes turned, "." and ".." folded, a relative path put below the folder (the scene's when empty).
+    // Slashes turned, "." and ".." folded (never above the root), a relative path put below the folder (the scene's
+    // when empty).
     QString absolute(const QString &path, const QString &folder = {}) const;
     // The file as the disk spells it; empty where there is none. folderToo: a folder counts as well.
     QString find(const QString &absolutePath, bool folderToo = false);
@@ -39,6 +45,7 @@ private:
     static int rootLength(const QString &path);
 
     QString m_folder;
+    StopToken m_stop;
     QHash<QString, Listing> m_listings;
     QHash<QString, QString> m_folders; // as named to as on disk, empty where it isn't
 };

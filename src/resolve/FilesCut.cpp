@@ -1,179 +1,135 @@
 #include "resolve/FilesCut.h"
 #include <algorithm>
 #include <cstring>
-#include <QJsonArray>
-#include <QJsonDocument>
+#ifdef __SSE2__
+#define RAPIDJSON_SSE2
+#endif
+#include <rapidjson/reader.h>
 
 namespace
 {
-class Scan
-{
-public:
-    explicit Scan(const QByteArray &json) : m_at(json.constData()), m_end(m_at + json.size()) {}
+constexpr int MaxDepth = 1000;
+using Json = rapidjson::StringStream;
 
-    const char *at() const { return m_at; }
-    char here() const { return m_at < m_end ? *m_at : '\0'; }
-    bool take(char c)
-    {
-        blanks();
-        if (here() != c)
-            return false;
-        ++m_at;
+// JSON text of a path, behind what is there; false where its bytes aren't UTF-8.
+bool append(QString *list, const char *text, int length)
+{
+    const auto plain = [](char c) { return c >= 0x20 && c != '"' && c != '\\' && c != 0x7f; };
+    list->append(QLatin1Char('"'));
+    if (std::all_of(text, text + length, plain)) { // as most are; signed: what isn't ASCII is below
+        list->append(QLatin1String(text, length));
+        list->append(QLatin1Char('"'));
         return true;
     }
-    void blanks()
-    {
-        while (m_at < m_end && (*m_at == ' ' || *m_at == '\n' || *m_at == '\r' || *m_at == '\t'))
-            ++m_at;
+    const QString decoded = QString::fromUtf8(text, length);
+    for (const QChar c : decoded) {
+        if (c == QLatin1Char('"') || c == QLatin1Char('\\'))
+            list->append(QLatin1Char('\\'));
+        if (c.unicode() >= 0x20)
+            list->append(c);
+        else
+            list->append(QStringLiteral("\\u%1").arg(c.unicode(), 4, 16, QLatin1Char('0')));
     }
-    // A string with its quotes; false where it isn't one that every reader takes.
-    bool string()
+    list->append(QLatin1Char('"'));
+    return !decoded.contains(QChar::ReplacementCharacter);
+}
+
+// Hears the result up to the end of its list of files, and ends the reading there.
+class Ear : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, Ear>
+{
+public:
+    bool found = false, good = true;
+    std::size_t open = 0, close = 0; // of the list's brackets
+
+    Ear(const Json &json, QString *list, const QByteArray &first) : m_json(json), m_list(list), m_first(first) {}
+
+    bool Default() { return !m_inList; } // anything but a plain string in the list is the ordinary parser's business
+    bool Key(const char *text, rapidjson::SizeType length, bool)
     {
-        blanks();
-        if (here() != '"')
-            return false;
-        ++m_at;
-        const char *close = find('"');
-        if (!close)
-            return false;
-        if (const void *escaped = std::memchr(m_at, '\\', std::size_t(close - m_at))) {
-            m_at = static_cast<const char *>(escaped);
-            close = behindEscapes();
-        }
-        m_at = close ? close + 1 : m_end;
-        return close != nullptr;
+        const auto is = [text, length](const char *key) {
+            return length == std::strlen(key) && std::memcmp(text, key, length) == 0;
+        };
+        m_next = (m_depth == 1 && is("content")) || (m_depth == 2 && m_inContent && is("files"));
+        return true;
     }
-    // Any value, by its brackets: whether it is sound is the parser's business.
-    bool value()
+    bool String(const char *text, rapidjson::SizeType length, bool)
     {
-        int depth = 0;
-        do {
-            blanks();
-            const char c = here();
-            if (c == '"') {
-                if (!string())
-                    return false;
-            } else if (c == '{' || c == '[') {
-                ++depth;
-                ++m_at;
-            } else if (c == '}' || c == ']') {
-                --depth;
-                ++m_at;
-            } else if (m_at == m_end) {
+        if (!m_inList)
+            return true;
+        const bool again = m_atStart && !m_first.isEmpty() && m_first.size() == int(length) &&
+                           std::memcmp(text, m_first.constData(), length) == 0;
+        m_atStart = false;
+        if (again)
+            return true;
+        if (m_any)
+            m_list->append(QLatin1Char(','));
+        return add(text, int(length));
+    }
+    bool StartObject()
+    {
+        if (m_depth == 1)
+            m_inContent = m_next;
+        return enter();
+    }
+    bool StartArray()
+    {
+        m_inList = m_depth == 2 && m_inContent && m_next;
+        if (m_inList) {
+            open = m_json.Tell();
+            if (!m_first.isEmpty() && !add(m_first.constData(), m_first.size()))
                 return false;
-            } else {
-                ++m_at;
-            }
-        } while (depth > 0 || (m_at < m_end && !std::strchr(",]} \r\n\t", *m_at)));
-        return depth == 0;
+            ++m_depth;
+            return true;
+        }
+        return enter();
+    }
+    bool EndObject(rapidjson::SizeType) { return leave(); }
+    bool EndArray(rapidjson::SizeType)
+    {
+        found = m_inList;
+        close = m_json.Tell();
+        return !found && leave();
     }
 
 private:
-    const char *find(char c) const
+    bool add(const char *text, int length)
     {
-        return static_cast<const char *>(std::memchr(m_at, c, std::size_t(m_end - m_at)));
+        m_any = true;
+        good = append(m_list, text, length);
+        return good;
     }
-    const char *behindEscapes()
+    bool enter()
     {
-        for (; m_at < m_end && *m_at != '"'; ++m_at) {
-            if (*m_at == '\\' && !escape())
-                return nullptr;
-        }
-        return m_at < m_end ? m_at : nullptr;
+        m_next = false;
+        return !m_inList && ++m_depth < MaxDepth;
     }
-    bool escape()
+    bool leave()
     {
-        if (++m_at == m_end || !std::strchr("\"\\/bfnrtu", *m_at))
-            return false;
-        const bool code = *m_at == 'u';
-        for (int i = 0; code && i < 4; ++i) {
-            if (++m_at == m_end || !std::strchr("0123456789abcdefABCDEF", *m_at))
-                return false;
-        }
+        --m_depth;
+        m_inContent = m_inContent && m_depth >= 2;
         return true;
     }
-    const char *m_at, *m_end;
+
+    const Json &m_json;
+    QString *m_list;
+    QByteArray m_first;
+    int m_depth = 0;
+    bool m_next = false, m_inContent = false, m_inList = false, m_atStart = true, m_any = false;
 };
-
-// Goes through an object up to the value of a key, which lies next then; passes over what stands before it.
-bool enter(Scan *scan, const char *key)
-{
-    if (!scan->take('{'))
-        return false;
-    do {
-        scan->blanks();
-        const char *name = scan->at() + 1;
-        if (!scan->string())
-            return false;
-        const bool wanted =
-            scan->at() - name - 1 == qptrdiff(std::strlen(key)) && std::memcmp(name, key, std::strlen(key)) == 0;
-        if (!scan->take(':'))
-            return false;
-        if (wanted)
-            return true;
-        if (!scan->value())
-            return false;
-    } while (scan->take(','));
-    return false;
-}
-
-QByteArray quoted(const QString &path)
-{
-    const QByteArray text = QJsonDocument(QJsonArray{path}).toJson(QJsonDocument::Compact);
-    return text.mid(1, text.size() - 2);
-}
-
-// One text, however it is escaped.
-bool same(const QByteArray &a, const QByteArray &b)
-{
-    return a == b || QJsonDocument::fromJson('[' + a + ']') == QJsonDocument::fromJson('[' + b + ']');
-}
-
-// False where the bytes aren't UTF-8. No text of its own for what is plain ASCII, as most paths are.
-bool append(QString *text, const char *from, int length)
-{
-    if (std::all_of(from, from + length, [](char c) { return static_cast<signed char>(c) >= 0; })) {
-        text->append(QLatin1String(from, length));
-        return true;
-    }
-    const QString decoded = QString::fromUtf8(from, length);
-    text->append(decoded);
-    return !decoded.contains(QChar::ReplacementCharacter);
-}
 } // namespace
 
 FilesCut FilesCut::from(const QByteArray &json, const QString &lead, const QString &first)
 {
     FilesCut cut;
-    Scan scan(json);
-    if (!enter(&scan, "content") || !enter(&scan, "files") || !scan.take('['))
-        return cut;
-    const char *open = scan.at();
-    const QByteArray leading = first.isEmpty() ? QByteArray() : quoted(first);
-    cut.list.reserve(json.size() + lead.size() + leading.size() + 2);
+    cut.list.reserve(json.size() + lead.size() + first.size() + 4);
     cut.list += lead;
-    bool any = !leading.isEmpty(), good = append(&cut.list, leading.constData(), leading.size());
-    if (!scan.take(']')) {
-        bool atStart = true;
-        do {
-            scan.blanks();
-            const char *from = scan.at();
-            if (!scan.string())
-                return cut;
-            const int length = int(scan.at() - from);
-            if (!(atStart && !leading.isEmpty() && same(QByteArray(from, length), leading))) {
-                if (any)
-                    cut.list.append(QLatin1Char(','));
-                any = true;
-                good = append(&cut.list, from, length) && good;
-            }
-            atStart = false;
-        } while (scan.take(','));
-        if (!scan.take(']'))
-            return cut;
-    }
-    cut.rest = json.left(int(open - json.constData())) + ']' +
-               QByteArray(scan.at(), int(json.constData() + json.size() - scan.at()));
-    cut.good = good;
+    Json stream(json.constData());
+    Ear ear(stream, &cut.list, first.toUtf8());
+    rapidjson::Reader reader;
+    reader.Parse<rapidjson::kParseIterativeFlag>(stream, ear); // without recursion: the depth isn't ours
+    if (!ear.found || !ear.good)
+        return cut;
+    cut.rest = json.left(int(ear.open) + 1) + json.mid(int(ear.close));
+    cut.good = true;
     return cut;
 }

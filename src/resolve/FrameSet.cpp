@@ -219,17 +219,23 @@ QString FrameSet::checkPaste(const QString &text)
     return good ? QString() : tr("输入的字符格式不正确，请检查！");
 }
 
+QString FrameSet::checkOrder(const QString &frames)
+{
+    QList<Term> terms;
+    if (!parse(frames, &terms))
+        return tr("输入的字符格式不正确，请检查！");
+    const bool ordered = std::all_of(terms.begin(), terms.end(), [](const Term &term) { return term.ordered(); });
+    return ordered ? QString() : tr("参数设置项的序列帧只支持从小到大排列！");
+}
+
 QString FrameSet::checkFrames(const QString &frames)
 {
     QList<Term> terms;
     if (pieces(frames).isEmpty())
         return tr("请输入参数设置项的序列帧！");
-    if (!parse(frames, &terms))
-        return tr("输入的字符格式不正确，请检查！");
-    for (const Term &term : terms) {
-        if (!term.ordered())
-            return tr("参数设置项的序列帧只支持从小到大排列！");
-    }
+    if (const QString fault = checkOrder(frames); !fault.isEmpty())
+        return fault;
+    parse(frames, &terms);
     for (const Term &term : terms) {
         if (term.step > term.length())
             return tr("参数设置项的隔帧不在有效序列帧范围内！");

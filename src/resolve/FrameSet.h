@@ -37,6 +37,7 @@ public:
     static QString stepPattern();
     // Checks: the message for the user, empty when all is well.
     static QString checkPaste(const QString &text);
+    static QString checkOrder(const QString &frames);                              // that it can be rendered at all
     static QString checkFrames(const QString &frames);                             // of a parameter row
     static QString checkKeyFrames(const QString &keys, const QStringList &frames); // priority frames within frames
     static bool stepEnabled(const QString &frames);                                // a single range alone

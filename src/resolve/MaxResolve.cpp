@@ -18,14 +18,21 @@ QString script()
 
 void MaxResolve::resolve()
 {
-    enum { WriteFailed = 10004, Malformed = 10010, NotFound = 10011 };
+    constexpr int Malformed = 10010;
     const QStringList words = software.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (words.size() < 3)
         return setError(Malformed);
-    const QString matched = MaxVersion::isVersionMatched(words.last(), sceneFile);
-    if (matched != QLatin1String("matched"))
-        return setError(matched.toInt());
-    const SoftwareFinder::Installation max = SoftwareFinder::max(software, words.last());
+    const auto check = [year = words.last(), path = sceneFile](const StopToken &) {
+        const QString matched = MaxVersion::isVersionMatched(year, path);
+        return matched == QLatin1String("matched") ? 0 : matched.toInt();
+    };
+    onDisk(check, [this, year = words.last()] { startSoftware(year); });
+}
+
+void MaxResolve::startSoftware(const QString &year)
+{
+    enum { WriteFailed = 10004, NotFound = 10011 };
+    const SoftwareFinder::Installation max = SoftwareFinder::max(software, year);
     if (!max.found())
         return setError(NotFound);
 

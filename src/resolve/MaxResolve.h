@@ -8,4 +8,7 @@ class MaxResolve : public BaseResolve
     Q_OBJECT
 public:
     void resolve() override;
+
+private:
+    void startSoftware(const QString &year);
 };

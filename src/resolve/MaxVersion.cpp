@@ -1,4 +1,5 @@
 #include "resolve/MaxVersion.h"
+#include "resolve/DiskPath.h"
 #include <QDebug>
 #include <QFile>
 
@@ -29,10 +30,8 @@ bool passes(const Rule &rule, int stamp)
 int MaxVersion::getByteInFile(const QString &path, qint64 offset)
 {
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        qWarning().noquote() << "MaxVersion::getByteInFile" << path << file.errorString();
+    if (!DiskPath::openRegular(&file))
         return NotOpened;
-    }
     char byte = 0;
     if (!file.seek(offset) || !file.getChar(&byte)) {
         qWarning().noquote() << "MaxVersion::getByteInFile" << path << "nothing at" << offset << "of" << file.size();

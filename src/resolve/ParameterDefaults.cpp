@@ -134,7 +134,8 @@ void max(QJsonObject *rdata, QString *rfile)
         model.value(QLatin1String("vrIrradianceMapFile")).toString().section(QLatin1Char(','), 0, 0).trimmed();
     if ((mode == 2 || mode == 7) && !first.isEmpty()) {
         const QStringList files = ParameterModel::photonFiles(first, mode == 7);
-        model.insert(QStringLiteral("vrIrradianceMapFile"), files.join(QLatin1Char(',')));
+        if (!files.isEmpty())
+            model.insert(QStringLiteral("vrIrradianceMapFile"), files.join(QLatin1Char(',')));
         *rfile = ParameterModel::appendFiles(*rfile, files);
     }
     rdata->insert(Model, model);

@@ -14,7 +14,7 @@ void mayaProject(QJsonObject *rset);
 // The layers with their cameras, in place of the analysis's object; blocksCount, mayaSplitByLayer, filePrefix.
 void maya(QJsonObject *rdata, const CommonConfig &config);
 // Photon files of modes 2 and 7, which join the scene's files; sizes of the photon pass.
-void max(QJsonObject *rdata, QString *rfile);
+void max(QJsonObject *rdata, QString *rfile); // files that are there; one that isn't would never be uploaded
 void houdini(QJsonObject *rdata);
 void cinema4D(QJsonObject *rdata);
 void clarisse(QJsonObject *rdata);

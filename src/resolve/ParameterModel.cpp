@@ -109,6 +109,59 @@ QJsonValue chosen(const QJsonValue &filled, const QJsonValue &asked, const QJson
     return result;
 }
 
+// Every frame text of what is rendered, rewritten from the numbers that it means; the message for the first that can't
+// be rendered. An empty one is the farm's own default.
+QString tidyFrames(QJsonValue *value)
+{
+    QString fault;
+    if (value->isArray()) {
+        QJsonArray list = value->toArray();
+        for (int i = 0; i < list.size() && fault.isEmpty(); ++i) {
+            QJsonValue entry = list.at(i);
+            fault = tidyFrames(&entry);
+            list.replace(i, entry);
+        }
+        *value = list;
+    } else if (value->isObject()) {
+        QJsonObject object = value->toObject();
+        if (object.value(QLatin1String("selected")).toInt(1) == 0)
+            return {};
+        for (const char *key : {"layers", "images", "cameras"}) {
+            QJsonValue inner = object.value(QLatin1String(key));
+            if (fault.isEmpty() && inner.isArray()) {
+                fault = tidyFrames(&inner);
+                object.insert(QLatin1String(key), inner);
+            }
+        }
+        const QString frames = text(object, "frames");
+        if (fault.isEmpty() && !frames.trimmed().isEmpty()) {
+            fault = FrameSet::checkOrder(frames);
+            object.insert(QStringLiteral("frames"), fault.isEmpty() ? FrameSet::rewrite(frames) : frames);
+        }
+        *value = object;
+    }
+    return fault;
+}
+
+// What keeps an order from being rendered or uploaded, so that it must not go out; empty when nothing does.
+QString faultOf(int type, const QJsonObject &rdata, const QString &scene)
+{
+    const bool several = type == Maya || type == Houdini || type == Clarisse || type == Terragen;
+    const QJsonValue model = rdata.value(QLatin1String("modelParameters"));
+    if (rdata.value(QLatin1String("hasHand")).toInt() == 1 ||
+        model.isUndefined()) // a dialog judged, or nothing is told
+        return {};
+    if (several && entries(type, rdata).isEmpty() &&
+        model.toObject().value(QLatin1String("images")).toArray().isEmpty())
+        return ParameterModel::tr("没有可渲染的内容，请检查场景后重新解析");
+    const int mode = model.toObject().value(QLatin1String("vrMode")).toInt();
+    const QString photons = text(model.toObject(), "vrIrradianceMapFile").section(QLatin1Char(','), 0, 0).trimmed();
+    if (type == Max && (mode == 2 || mode == 7) && !photons.isEmpty() &&
+        !QFileInfo(QFileInfo(scene).dir().absoluteFilePath(photons)).isFile())
+        return ParameterModel::tr("光子路径不存在") + QLatin1String(" ") + photons;
+    return {};
+}
+
 void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
 {
     if (!rdata->contains(QLatin1String("sceneName")))
@@ -129,27 +182,28 @@ int ParameterModel::softwareType(const db_resolve &res, const QJsonObject &rdata
     return type != 0 ? type : VFunc::softwareTypeOf(scenePath(res));
 }
 
-bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QString *message)
+bool ParameterModel::fill(db_resolve *res, const CommonConfig &config, QString *message)
 {
     QJsonObject rdata, rset;
     if (!readObject(res->rdata, &rdata) || !readObject(res->rset, &rset)) {
         *message = tr("%1:参数数据格式错误，请重新解析").arg(QFileInfo(res->lpath).fileName());
-        qWarning().noquote() << "ParameterModel::prepare" << res->rkey << *message;
+        qWarning().noquote() << "ParameterModel::fill" << res->rkey << *message;
         return false;
     }
     const int type = softwareType(*res, rdata, rset);
     const bool byHand = rdata.value(QLatin1String("hasHand")).toInt() == 1;
+    // A row whose analysis left nothing goes as it is, since a click asked for that.
+    const bool nothing = !rdata.contains(QLatin1String("modelParameters")) && !rdata.contains(QLatin1String("Rops"));
+    QString rfile = res->rfile;
     if (type == Maya)
         mayaProject(&rset);
     if (!byHand) {
-        // Before the software's own: that replaces the analysis's lists, and frames are the same in both.
-        fillPriority(type, &rdata, rset, config);
-        switch (type) {
+        switch (nothing ? 0 : type) {
         case Maya:
             maya(&rdata, config);
             break;
         case Max:
-            max(&rdata, &res->rfile);
+            max(&rdata, &rfile);
             break;
         case Houdini:
             houdini(&rdata);
@@ -166,10 +220,41 @@ bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QStrin
         default:
             break;
         }
+        fillPriority(type, &rdata, rset, config); // of what the software's own has ticked
         fillNames(type, *res, &rdata);
     }
+    res->rfile = rfile;
     res->rdata = compact(rdata);
     res->rset = compact(rset);
+    return true;
+}
+
+bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QString *message)
+{
+    db_resolve filled = *res;
+    if (!fill(&filled, config, message))
+        return false;
+    QJsonObject rdata, rset;
+    readObject(filled.rdata, &rdata);
+    readObject(filled.rset, &rset);
+    QString fault = faultOf(softwareType(*res, rdata, rset), rdata, scenePath(*res));
+    for (const char *key : {"modelParameters", "frames"}) {
+        const QLatin1String name(key);
+        QJsonValue value = rdata.value(name);
+        const bool whole = value.isString(); // frames of the whole task
+        if (whole)
+            value = QJsonObject{{QStringLiteral("frames"), value}};
+        fault = fault.isEmpty() ? tidyFrames(&value) : fault;
+        if (!value.isUndefined())
+            rdata.insert(name, whole ? value.toObject().value(QLatin1String("frames")) : value);
+    }
+    if (!fault.isEmpty()) {
+        *message = QFileInfo(res->lpath).fileName() + QLatin1Char(':') + fault;
+        qWarning().noquote() << "ParameterModel::prepare" << res->rkey << *message;
+        return false;
+    }
+    filled.rdata = compact(rdata);
+    *res = filled;
     return true;
 }
 
@@ -189,7 +274,7 @@ QString ParameterModel::take(db_resolve *res, const QJsonObject &given, const Co
     const QJsonObject untouched = before.value(QLatin1String("hasHand")).toInt() == 1 ? QJsonObject() : before;
     asked.remove(QStringLiteral("hasHand"));
     filled.rdata = compact(asked);
-    if (!prepare(&filled, config, &message))
+    if (!fill(&filled, config, &message))
         return message;
     QJsonObject rdata = QJsonDocument::fromJson(filled.rdata.toUtf8()).object();
     rdata = chosen(rdata, asked, untouched).toObject();
@@ -307,7 +392,7 @@ QStringList ParameterModel::photonFiles(const QString &file, bool alone)
     const QFileInfo info(file);
     const QRegularExpressionMatch run = digits.match(info.fileName());
     if (alone || !run.hasMatch())
-        return {file};
+        return info.isFile() ? QStringList(file) : QStringList();
     const QString name = info.fileName();
     const QRegularExpression rule(QRegularExpression::anchoredPattern(
                                       QRegularExpression::escape(name.left(run.capturedStart())) +
@@ -318,7 +403,7 @@ QStringList ParameterModel::photonFiles(const QString &file, bool alone)
         if (rule.match(one).hasMatch())
             files.append(info.dir().filePath(one));
     }
-    return files.isEmpty() ? QStringList(file) : files;
+    return files;
 }
 
 QStringList ParameterModel::gicFiles(const QString &file)

@@ -13,8 +13,9 @@ class ParameterModel
     Q_DECLARE_TR_FUNCTIONS(ParameterModel)
 public:
     // Fills defaults in rdata, rset and rfile of a row that is committed without a dialog (a dialog leaves hasHand 1:
-    // only what the machine adds is done then). May run again on the same row. False, with a message, when rdata can't
-    // be read: the row must not be submitted.
+    // only what the machine adds is done then), and rewrites frame texts. May run again on the same row. False, with a
+    // message that names the scene, where rdata can't be read, nothing would be rendered, frames can't be, or a photon
+    // file isn't there: the row must not be submitted, and stays as it is.
     static bool prepare(db_resolve *res, const CommonConfig &config, QString *message);
     // Takes parameters that another program has set, as a dialog would save them: what they leave out is filled in,
     // what they choose stays (hasHand). An empty text, or the dialog's message: the row is unchanged then.
@@ -35,12 +36,15 @@ public:
     // First, middle and last frame of all that is rendered.
     static QString keyFrames(int softwareType, const QJsonObject &rdata);
 
-    // Photon files that belong to the given one: all in its folder that differ in the last run of digits alone, and the
-    // file itself when its name has none. alone (a mode that reads one file): only that file.
+    // Photon files that belong to the given one and are there: all in its folder that differ in the last run of digits
+    // alone, and the file itself when its name has none. alone (a mode that reads one file): only that file.
     static QStringList photonFiles(const QString &file, bool alone = false);
     static QStringList gicFiles(const QString &file); // all *.gic in its folder
     // Adds paths to a "files":[...] fragment; those that stand there already aren't repeated.
     static QString appendFiles(const QString &fragment, const QStringList &paths);
     static QJsonArray filesOf(const QString &fragment);
     static QString fragmentOf(const QJsonArray &files);
+
+private:
+    static bool fill(db_resolve *res, const CommonConfig &config, QString *message);
 };

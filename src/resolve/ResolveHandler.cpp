@@ -11,7 +11,7 @@
 #include "resolve/ParameterModel.h"
 #include <QDateTime>
 #include <QDebug>
-#include <QDir>
+#include <QFileInfo>
 #include <QTimer>
 
 namespace
@@ -142,14 +142,7 @@ void ResolveHandler::run(const db_resolve &row, BaseResolve *work, int softwareT
 // The log of an earlier analysis of the same scene stands in for a new one.
 bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType)
 {
-    const QString scene = QFileInfo(row.lpath).fileName();
-    QString log;
-    for (const QFileInfo &info : QDir(UserInfo::userDir()).entryInfoList({"resolve-*.txt"}, QDir::Files, QDir::Time)) {
-        if (info.fileName().contains(scene) && info.fileName().endsWith("_vdtemp.txt")) {
-            log = info.filePath();
-            break;
-        }
-    }
+    const QString log = BaseResolve::oldLog(UserInfo::userDir(), VFunc::followLinks(row.lpath));
     if (log.isEmpty())
         return false;
     qDebug().noquote() << "maya不解析 找到日志:" << log;

@@ -1,11 +1,14 @@
 #include "resolve/TerragenGi.h"
 #include "common/VFunc.h"
 #include "resolve/DiskPath.h"
+#include "resolve/TerragenScene.h"
 #include <algorithm>
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonArray>
+#include <QRegularExpression>
+#include <QTextCodec>
 #include <QVector>
 #include <QXmlStreamReader>
 
@@ -132,25 +135,34 @@ private:
     bool m_bad = false;
 };
 
-// A value as the XML reader gives it, entities and character references resolved.
-QString plain(const QByteArray &value, char quote)
-{
-    QXmlStreamReader xml(QByteArray("<a v=") + quote + value + quote + "/>");
-    xml.readNextStartElement();
-    return xml.attributes().value(QLatin1String("v")).toString();
-}
+// The scene's bytes with the encoding in which values are read and written.
+struct Scene {
+    const QByteArray &bytes;
+    QTextCodec *codec;
+    QStringList *problems;
 
-QByteArray escaped(QString text, char quote)
-{
-    text.replace(QLatin1Char('&'), QLatin1String("&amp;")).replace(QLatin1Char('<'), QLatin1String("&lt;"));
-    text.replace(QLatin1Char(quote), quote == '"' ? QLatin1String("&quot;") : QLatin1String("&apos;"));
-    return text.toUtf8();
-}
+    // A value as the XML reader gives it, entities and character references resolved.
+    QString value(const Attribute *one) const
+    {
+        if (!one)
+            return {};
+        const QString text = codec->toUnicode(bytes.mid(one->from, one->length));
+        QXmlStreamReader xml(QLatin1String("<a v=") + QLatin1Char(one->quote) + text + QLatin1Char(one->quote) +
+                             QLatin1String("/>"));
+        xml.readNextStartElement();
+        return xml.attributes().value(QLatin1String("v")).toString();
+    }
 
-QString valueOf(const QByteArray &scene, const Attribute *one)
-{
-    return one ? plain(scene.mid(one->from, one->length), one->quote) : QString();
-}
+    QByteArray escaped(QString text, char quote) const
+    {
+        if (!codec->canEncode(text))
+            problems->append(text);
+        text.replace(QLatin1Char('&'), QLatin1String("&amp;")).replace(QLatin1Char('<'), QLatin1String("&lt;"));
+        text.replace(QLatin1Char(quote), quote == '"' ? QLatin1String("&quot;") : QLatin1String("&apos;"));
+        QTextCodec::ConverterState state(QTextCodec::IgnoreHeader);
+        return codec->fromUnicode(text.constData(), text.size(), &state);
+    }
+};
 
 // The blanks before the first attribute stand before a new one too, so that it looks like its neighbours.
 QByteArray added(const QByteArray &scene, const Tag &tag, const char *name, const QByteArray &value)
@@ -168,25 +180,45 @@ QByteArray added(const QByteArray &scene, const Tag &tag, const char *name, cons
     return lead + name + equals + '"' + value + '"';
 }
 
-void set(const QByteArray &scene, const Tag &tag, const char *name, const QString &value, QList<Edit> *edits)
+void set(const Scene &scene, const Tag &tag, const char *name, const QString &value, QList<Edit> *edits)
 {
     if (const Attribute *one = tag.find(name)) {
-        if (valueOf(scene, one) != value)
-            edits->append({one->from, one->length, escaped(value, one->quote)});
+        if (scene.value(one) != value)
+            edits->append({one->from, one->length, scene.escaped(value, one->quote)});
     } else {
-        edits->append({tag.end, 0, added(scene, tag, name, escaped(value, '"'))});
+        edits->append({tag.end, 0, added(scene.bytes, tag, name, scene.escaped(value, '"'))});
     }
 }
 
-void choose(const QByteArray &scene, const Tag &tag, const TerragenGi::Choice &choice, QList<Edit> *edits)
+void choose(const Scene &scene, const Tag &tag, const TerragenGi::Choice &choice, QList<Edit> *edits)
 {
     const char *flags[] = {"no_GI_cache_file", "read_from_GI_cache_file", "write_to_GI_cache_file"};
     for (int mode = 0; mode < 3; ++mode)
         set(scene, tag, flags[mode], mode == choice.mode ? QStringLiteral("1") : QStringLiteral("0"), edits);
     const char *const file = "GI_cache_filename_to_read";
-    const QString present = DiskPath::slashes(valueOf(scene, tag.find(file)));
+    const QString present = DiskPath::slashes(scene.value(tag.find(file)));
     if (choice.mode == 1 && !choice.file.isEmpty() && present != DiskPath::slashes(choice.file))
         set(scene, tag, file, choice.file, edits);
+}
+
+// The encodings that a scene may stand in, the likeliest first; none where it is told and unknown.
+QList<QTextCodec *> encodings(const QByteArray &scene)
+{
+    static const QRegularExpression told(QStringLiteral("^<\\?xml[^>]*encoding\\s*=\\s*[\"']([^\"']+)"));
+    const QString name = told.match(QString::fromLatin1(scene.left(200))).captured(1);
+    QTextCodec *const utf8 = QTextCodec::codecForName("UTF-8");
+    QTextCodec::ConverterState state;
+    utf8->toUnicode(scene.constData(), scene.size(), &state);
+    QList<QTextCodec *> list;
+    if (!name.isEmpty())
+        list.append(QTextCodec::codecForName(name.toLatin1()));
+    else if (state.invalidChars == 0)
+        list.append(utf8);
+    else
+        list = {QTextCodec::codecForLocale(), QTextCodec::codecForName("GB18030"), QTextCodec::codecForName("Big5"),
+                QTextCodec::codecForName("Windows-1252")};
+    list.removeAll(nullptr);
+    return list;
 }
 } // namespace
 
@@ -204,9 +236,13 @@ QList<TerragenGi::Choice> TerragenGi::choices(const QJsonObject &rdata)
     return list;
 }
 
-bool TerragenGi::edit(QByteArray *scene, const QList<Choice> &choices)
+bool TerragenGi::edit(QByteArray *scene, const QList<Choice> &choices, QTextCodec *codec, QStringList *absent)
 {
     QList<Edit> edits;
+    QStringList problems;
+    for (const Choice &one : choices)
+        problems.append(one.render);
+    const Scene text{*scene, codec ? codec : QTextCodec::codecForName("UTF-8"), &problems};
     Tags tags(*scene);
     Tag tag;
     int depth = 0;
@@ -217,12 +253,14 @@ bool TerragenGi::edit(QByteArray *scene, const QList<Choice> &choices)
             continue;
         }
         if (depth == 1 && tag.name == "render") {
-            const QString name = valueOf(*scene, tag.find("name"));
+            const QString name = text.value(tag.find("name"));
             const auto it =
                 std::find_if(choices.begin(), choices.end(), [&name](const Choice &one) { return one.render == name; });
             chosen = it == choices.end() || tag.empty ? nullptr : &*it;
+            if (it != choices.end())
+                problems.removeAll(name);
         } else if (depth == 2 && chosen && tag.name == "render_GI_settings") {
-            choose(*scene, tag, *chosen, &edits);
+            choose(text, tag, *chosen, &edits);
         }
         depth += tag.empty ? 0 : 1;
     }
@@ -231,6 +269,8 @@ bool TerragenGi::edit(QByteArray *scene, const QList<Choice> &choices)
     std::stable_sort(edits.begin(), edits.end(), [](const Edit &a, const Edit &b) { return a.from < b.from; });
     for (auto it = edits.crbegin(); it != edits.crend(); ++it) // from the end: what stands before keeps its place
         scene->replace(it->from, it->length, it->text);
+    if (absent)
+        *absent = problems;
     return true;
 }
 
@@ -238,15 +278,27 @@ bool TerragenGi::write(const QString &sceneFile, const QList<Choice> &choices, Q
 {
     const QString path = VFunc::followLinks(sceneFile);
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
+    if (!DiskPath::openRegular(&file) || file.size() > TerragenScene::MaxBytes) {
         *message = tr("场景文件无法打开：%1").arg(path);
         return false;
     }
     const QByteArray before = file.readAll();
     file.close();
-    QByteArray after = before;
-    if (!edit(&after, choices)) {
+    QByteArray after;
+    QStringList absent;
+    bool good = false;
+    for (QTextCodec *codec : encodings(before)) {
+        after = before;
+        good = edit(&after, choices, codec, &absent);
+        if (!good || absent.isEmpty())
+            break;
+    }
+    if (!good) {
         *message = tr("场景文件格式错误：%1").arg(path);
+        return false;
+    }
+    if (!absent.isEmpty()) {
+        *message = tr("场景文件中没有：%1").arg(absent.join(QLatin1String(", ")));
         return false;
     }
     if (after == before)

@@ -7,6 +7,9 @@
 #include <QJsonObject>
 #include <QList>
 #include <QString>
+#include <QStringList>
+
+class QTextCodec;
 
 class TerragenGi
 {
@@ -18,8 +21,12 @@ public:
         QString file;   // with mode 1 the file to read; empty leaves the scene's own
     };
     static QList<Choice> choices(const QJsonObject &rdata); // of the selected cameras that have a GI mode
-    // Renders that aren't there or have no GI settings are left. False, with a message, when the scene can't be read or
-    // written; it is as it was then. A scene that says all this already isn't written.
+    // In the scene's own encoding, which is found out by the renders' names where it isn't told. Renders without GI
+    // settings are left. False, with a message, when the scene can't be read or written, has no such render, or its
+    // encoding can't hold a file's name; it is as it was then. A scene that says all this already isn't written.
     static bool write(const QString &sceneFile, const QList<Choice> &choices, QString *message);
-    static bool edit(QByteArray *scene, const QList<Choice> &choices); // false when it can't be read as XML
+    // False when it can't be read as XML. codec: of the scene, null for UTF-8. absent: renders that aren't there, and
+    // names that the encoding can't hold.
+    static bool edit(QByteArray *scene, const QList<Choice> &choices, QTextCodec *codec = nullptr,
+                     QStringList *absent = nullptr);
 };

@@ -6,12 +6,13 @@
 void TerragenResolve::resolve()
 {
     constexpr int WriteFailed = 10004;
-    const TerragenScene scene = TerragenScene::read(sceneFile);
-    qDebug().noquote() << "TerragenResolve::resolve" << sceneFile << scene.cameras.size() << "cameras"
-                       << scene.files.size() << "files" << scene.missing.size() << "missing";
-    if (scene.error != 0)
-        return setError(scene.error);
-    if (!LogParser::write(logFile, scene.result(), false))
-        return setError(WriteFailed);
-    finishResolve();
+    const auto read = [path = sceneFile, log = logFile](const StopToken &stop) {
+        const TerragenScene scene = TerragenScene::read(path, stop);
+        qDebug().noquote() << "TerragenResolve::resolve" << path << scene.cameras.size() << "cameras"
+                           << scene.files.size() << "files" << scene.missing.size() << "missing";
+        if (scene.error != 0 || stop.stopped())
+            return scene.error;
+        return LogParser::write(log, scene.result(), false) ? 0 : WriteFailed;
+    };
+    onDisk(read, [this] { finishResolve(); });
 }

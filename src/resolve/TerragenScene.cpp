@@ -1,19 +1,20 @@
 #include "resolve/TerragenScene.h"
 #include "resolve/DiskPath.h"
-#include "resolve/LogParser.h"
+#include "resolve/FrameSet.h"
+#include "resolve/XmlSource.h"
+#include <algorithm>
+#include <cmath>
 #include <QDebug>
-#include <QFile>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSet>
-#include <QTextCodec>
 #include <QVector>
-#include <QXmlStreamReader>
 
 namespace
 {
 constexpr int TerragenType = 8;
 constexpr int WrongData = 10012, NotReadable = 10032;
-constexpr int EntityLimit = 4096;
+constexpr double LargestSize = 1e6; // of a picture, in pixels
 
 // Attributes that name a file to be read.
 bool namesFile(const QString &attribute)
@@ -26,7 +27,17 @@ bool namesFile(const QString &attribute)
     return names.contains(attribute);
 }
 
-int number(const QStringRef &text) { return text.trimmed().toInt(); }
+// A size: some versions write "1280.0".
+int number(const QStringRef &text)
+{
+    const double value = text.trimmed().toDouble();
+    return std::isfinite(value) && std::abs(value) <= LargestSize ? int(std::lround(value)) : 0;
+}
+
+bool plainAscii(const QString &text)
+{
+    return std::all_of(text.begin(), text.end(), [](QChar c) { return c.unicode() < 0x80; });
+}
 
 QString frames(const QXmlStreamAttributes &attributes)
 {
@@ -41,24 +52,29 @@ QString frames(const QXmlStreamAttributes &attributes)
 class Reader
 {
 public:
-    Reader(const QString &path, TerragenScene *scene)
-        : m_scene(scene), m_disk(path), m_name(QFileInfo(path).completeBaseName())
+    int believed = 0; // files whose names hold more than ASCII, and that are there
+
+    Reader(const QString &path, TerragenScene *scene, const StopToken &stop)
+        : m_scene(scene), m_disk(path, stop), m_name(QFileInfo(path).completeBaseName())
     {
         add(path);
     }
 
-    bool run(QXmlStreamReader &xml)
+    bool run(XmlSource *source)
     {
-        xml.setEntityExpansionLimit(EntityLimit);
+        QXmlStreamReader xml;
+        source->attach(&xml);
         while (!xml.atEnd()) {
             const QXmlStreamReader::TokenType token = xml.readNext();
+            if (token == QXmlStreamReader::DTD && !xml.entityDeclarations().isEmpty())
+                source->entitiesDeclared();
             if (token == QXmlStreamReader::StartElement && !start(xml))
                 return false;
             if (token == QXmlStreamReader::EndElement)
                 m_open.removeLast();
         }
         if (xml.hasError())
-            qWarning().noquote() << "TerragenScene::read" << xml.errorString() << "line" << xml.lineNumber();
+            qWarning().noquote() << "Reader::run" << xml.errorString() << "line" << xml.lineNumber();
         return !xml.hasError();
     }
 
@@ -79,6 +95,7 @@ public:
                 add(file);
             if (!named.isEmpty())
                 depend({path}, true);
+            checkFrames(path, camera.value(QLatin1String("frames")).toString());
         }
     }
 
@@ -113,17 +130,42 @@ private:
         }
         for (const QXmlStreamAttribute &one : attributes) {
             const QString value = one.value().trimmed().toString();
-            if (!value.isEmpty() && namesFile(one.name().toString()))
+            if (value.isEmpty() || !namesFile(one.name().toString()))
+                continue;
+            const bool there =
                 depend(places(value, one.name() == QLatin1String("filename") ? QString() : element.model),
                        name != QLatin1String("micro_exporter")); // its file is written, not read
+            believed += there && !plainAscii(value);
         }
         m_open.append(element);
         return true;
     }
 
+    // Photon files of a numbered sequence have to reach over the frames that read them.
+    void checkFrames(const QString &pattern, const QString &frames)
+    {
+        static const QRegularExpression mark(QStringLiteral("%\\d*d"));
+        const QString name = pattern.section(QLatin1Char('/'), -1);
+        const QRegularExpressionMatch found = mark.match(name);
+        const QVector<int> wanted = FrameSet::expand(frames);
+        if (!found.hasMatch() || wanted.isEmpty())
+            return;
+        QVector<int> there;
+        for (const QString &file : m_disk.match(pattern, DiskPath::Frames)) {
+            const QString one = file.section(QLatin1Char('/'), -1);
+            there.append(one.midRef(found.capturedStart(), one.size() - name.size() + found.capturedLength()).toInt());
+        }
+        if (there.isEmpty())
+            return; // told as missing
+        const auto [first, last] = std::minmax_element(there.constBegin(), there.constEnd());
+        if (*first > wanted.first() || *last < wanted.last())
+            m_scene->photonFrames += TerragenScene::tr("光子文件%1只包含第%2到%3帧，渲染帧为%4\n")
+                                         .arg(name, QString::number(*first), QString::number(*last), frames);
+    }
+
     static bool refuse(const char *why, const QStringRef &name)
     {
-        qWarning().noquote() << "TerragenScene::read" << why << name.toString().left(100);
+        qWarning().noquote() << "Reader::refuse" << why << name.toString().left(100);
         return false;
     }
 
@@ -164,22 +206,26 @@ private:
         return list;
     }
 
-    void depend(const QStringList &paths, bool wanted)
+    // A path whose variable nobody knows is told as it stands: another folder's files are not for guessing.
+    bool depend(const QStringList &paths, bool wanted)
     {
         for (const QString &path : paths) {
             const QString here = m_disk.find(path);
-            if (!here.isEmpty())
-                return add(here);
+            if (!here.isEmpty()) {
+                add(here);
+                return true;
+            }
             const QStringList matches = m_disk.match(path, DiskPath::Frames);
             for (const QString &match : matches)
                 add(match);
             if (!matches.isEmpty())
-                return;
+                return true;
         }
         if (wanted && !m_missing.contains(paths.first())) {
             m_missing.insert(paths.first());
             m_scene->missing.append(paths.first());
         }
+        return false;
     }
 
     void add(const QString &path)
@@ -197,21 +243,44 @@ private:
     QSet<QString> m_seen, m_missing;
 };
 
-// Texts of other systems: a declared encoding is the XML reader's business, and UTF-8 its default.
-QString otherEncoding(const QByteArray &bytes)
-{
-    QTextCodec::ConverterState state;
-    QTextCodec::codecForName("UTF-8")->toUnicode(bytes.constData(), bytes.size(), &state);
-    if (state.invalidChars == 0)
-        return {};
-    for (QTextCodec *codec : {QTextCodec::codecForLocale(), QTextCodec::codecForName("GB18030"),
-                              QTextCodec::codecForName("Windows-1252")}) {
-        QTextCodec::ConverterState other;
-        const QString text = codec ? codec->toUnicode(bytes.constData(), bytes.size(), &other) : QString();
-        if (!text.isEmpty() && other.invalidChars == 0)
-            return text;
+// One reading in an encoding (null: as declared, else UTF-8); good is false where the text isn't a project in it.
+struct Attempt {
+    TerragenScene scene;
+    int believed = 0;
+    bool good = false;
+
+    Attempt(const QString &path, QFile *file, QTextCodec *codec, const StopToken &stop)
+    {
+        Reader reader(path, &scene, stop);
+        XmlSource source(file, stop, codec);
+        good = reader.run(&source) && !source.undecodable();
+        if (good)
+            reader.photons();
+        believed = reader.believed;
     }
-    return {};
+};
+
+bool isUtf8(QFile *file, const StopToken &stop)
+{
+    XmlSource source(file, stop, QTextCodec::codecForName("UTF-8"));
+    while (!source.read(64 * 1024).isEmpty()) {
+    }
+    return !source.undecodable();
+}
+
+// Nothing in a scene of another system tells its encoding: of those that can be read, the one whose names are on the
+// disk is right; where none of them is, the likeliest stands first.
+Attempt otherEncoding(const QString &path, QFile *file, const StopToken &stop)
+{
+    Attempt best(path, file, QTextCodec::codecForLocale(), stop);
+    for (const char *name : {"GB18030", "Big5", "Windows-1252"}) {
+        if (stop.stopped())
+            break;
+        Attempt other(path, file, QTextCodec::codecForName(name), stop);
+        if (other.good && (!best.good || other.believed > best.believed))
+            best = other;
+    }
+    return best;
 }
 } // namespace
 
@@ -223,41 +292,31 @@ int TerragenScene::giMode(const QString &none, const QString &readFrom, const QS
     return on(none) ? 0 : on(readFrom) ? 1 : on(writeTo) ? 2 : 0;
 }
 
-TerragenScene TerragenScene::read(const QString &path)
+TerragenScene TerragenScene::read(const QString &path, const StopToken &stop)
 {
-    TerragenScene scene;
+    TerragenScene failed;
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly) || file.size() > MaxBytes) {
-        qWarning().noquote() << "TerragenScene::read" << path << file.errorString() << file.size() << "bytes";
-        scene.error = file.isOpen() ? WrongData : NotReadable;
-        return scene;
+    if (!DiskPath::openRegular(&file)) {
+        failed.error = NotReadable;
+        return failed;
     }
-    const QByteArray bytes = file.readAll();
-    Reader reader(path, &scene);
-    QXmlStreamReader xml(bytes);
-    bool good = reader.run(xml);
-    if (!good) {
-        const QString text = otherEncoding(bytes);
-        scene = TerragenScene();
-        Reader again(path, &scene);
-        QXmlStreamReader decoded(text);
-        good = !text.isEmpty() && again.run(decoded);
-        if (good)
-            again.photons();
-    } else {
-        reader.photons();
+    failed.error = WrongData;
+    if (file.size() > MaxBytes) {
+        qWarning().noquote() << "TerragenScene::read" << path << file.size() << "bytes";
+        return failed;
     }
-    if (!good) {
-        scene = TerragenScene();
-        scene.error = WrongData;
-    }
-    return scene;
+    Attempt attempt(path, &file, nullptr, stop);
+    if (!attempt.good && !stop.stopped() && !isUtf8(&file, stop))
+        attempt = otherEncoding(path, &file, stop);
+    return attempt.good ? attempt.scene : failed;
 }
 
 QJsonObject TerragenScene::result() const
 {
     const QString scene = files.value(0);
-    QString details = noPhotons ? tr("没有光子文件\n") : QString();
+    QString details = (noPhotons ? tr("没有光子文件\n") : QString()) + photonFrames;
+    if (cameras.isEmpty())
+        details.prepend(tr("错误：没有可用的渲染节点。\r\n"));
     if (!missing.isEmpty())
         details += tr("丢失文件：\r\n%1").arg(missing.join(QLatin1Char('\n')));
     const QJsonObject content{{QStringLiteral("sceneName"), scene},
@@ -265,7 +324,9 @@ QJsonObject TerragenScene::result() const
                               {QStringLiteral("softwareType"), TerragenType},
                               {QStringLiteral("files"), QJsonArray::fromStringList(files)},
                               {QStringLiteral("modelParameters"), QJsonObject{{QStringLiteral("cameras"), cameras}}}};
-    return {{QStringLiteral("status"), details.isEmpty() ? 0 : 1},
+    return {{QStringLiteral("status"), cameras.isEmpty()   ? 2
+                                       : details.isEmpty() ? 0
+                                                           : 1},
             {QStringLiteral("content"), content},
             {QStringLiteral("details"), details}};
 }

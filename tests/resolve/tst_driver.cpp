@@ -8,6 +8,7 @@
 #include <QCryptographicHash>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QSemaphore>
 #include <QTemporaryDir>
 #include <QThread>
 
@@ -184,6 +185,47 @@ private slots:
             QVERIFY2(!alive(path(one)), one);
     }
 
+    // A time-out is told while a scene is read, and its end doesn't wait for the reading, nor for a share that is dead.
+    void timeOutReachesAReader()
+    {
+        QFile file(path("slow.tgd"));
+        QVERIFY(file.open(QFile::WriteOnly));
+        file.write("<terragen>");
+        for (int i = 0; i < 400000; ++i)
+            file.write(QStringLiteral("<x filename=\"n%1/%1/%1/gone.obj\"/>").arg(i).toUtf8());
+        file.write("</terragen>");
+        file.close();
+        auto run = start(Terragen, "terragen 4", row(file.fileName()), 0, 1);
+        QElapsedTimer clock;
+        clock.start();
+        QTRY_COMPARE_WITH_TIMEOUT(run->overdue, 1, 10000);
+        QVERIFY2(clock.elapsed() < 3000 && run->finished.isEmpty(), qPrintable(QString::number(clock.elapsed())));
+        clock.restart();
+        run.reset();
+        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
+
+        QSemaphore asked, dead;
+        bool told = false;
+        auto owner = std::make_unique<QObject>();
+        auto work = std::make_unique<DiskWork>(owner.get());
+        work->start([&](const StopToken &stop) -> DiskWork::Result {
+            asked.release();
+            dead.acquire();
+            told = stop.stopped();
+            asked.release();
+            return [] { qFatal("delivered to nobody"); };
+        });
+        asked.acquire();
+        clock.restart();
+        work.reset();
+        owner.reset();
+        QVERIFY(clock.elapsed() < 3000);
+        dead.release();
+        asked.acquire();
+        QVERIFY(told);
+        QCoreApplication::processEvents();
+    }
+
     void notStarted_data()
     {
         QTest::addColumn<int>("type");
@@ -234,7 +276,7 @@ private slots:
                                           << "Maya2016" << QJsonObject() << false
                                           << "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27");
         QTest::newRow("fast") << "bin/mayabatch"
-                              << "Maya2016" << project << true << "@D/bin/mayapy|@D/s.mb|@S/scripts/maya/p27/VMA.py";
+                              << "Maya2016" << project << true << "@D/bin/mayapy|@S/scripts/maya/p27/VMA.py|@D/s.mb|-proj|/p r";
     }
     void maya()
     {
@@ -331,10 +373,15 @@ private slots:
     void namesAndOldLogs()
     {
         // A scene name that fills a file name still gets its log.
-        const QString scene = put(QString(80, QChar(0x573a)) + ".tgd", "<terragen/>");
+        const QString scene = put(QString(80, QChar(0x573a)) + ".tgd", "<terragen><render name=\"r\"/></terragen>");
         QCOMPARE(whole(start(Terragen, "", row(scene))).state, 106);
 
         const QString old = put("resolve-1-N-s.mb_vdtemp.txt", "Vandrel Info:" + Answer);
+        const QString other = put("resolve-2-N-x-s.mb_vdtemp.txt");
+        put("resolve-3-N-ss.mb_vdtemp.txt");
+        QCOMPARE(BaseResolve::oldLog(m_dir->path(), "/d/s.mb"), old);
+        QCOMPARE(BaseResolve::oldLog(m_dir->path(), "/d/x-s.mb"), other);
+        QCOMPARE(BaseResolve::oldLog(m_dir->path(), "/d/b.mb"), QString());
         put("resolve-1-N-s.mb.txt", "Vandrel Info:{\"status\":2}"); // of an earlier analysis
         BaseResolve work;
         work.logOnly = true;

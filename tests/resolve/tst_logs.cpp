@@ -69,6 +69,13 @@ private slots:
         row("mark across two reads", QByteArray(1024 * 1024 - 7, 'x') + "\nVandrel Info:" + good + "\nVandrel Debug:", true, 0, 1, "w",
             list);
         row("scene is first already", "Vandrel Info:{\"status\":0,\"content\":{\"files\":[\"/s.ma\"]}}", true, 0, 0, "", alone);
+        row("escapes",
+            "Vandrel Info:{\"x\":{\"files\":[1]},\"content\":{\"a\":[{\"files\":[\"n\"]}],"
+            "\"files\":[\"D:\\\\t\\u0001\\\"\\u56fe\\ud83d\\ude00\"],\"b\":\"y\"},\"status\":0}",
+            true, 0, 0, "", "\"files\":[\"/s.ma\",\"D:\\\\t\\u0001\\\"图😀\"]");
+        row("files of something else", "Vandrel Info:{\"files\":[\"a\"],\"content\":{\"in\":{\"files\":[\"b\"]}},\"status\":0}", true, 0, 0,
+            "", alone);
+        row("deeper than any stack", "Vandrel Info:" + QByteArray("[").repeated(1000000), true, 10012, 0, "", "");
         row("nothing but a status", "Vandrel Info:{\"status\":3,\"details\":\"d\"}", true, 0, 3, "d", alone);
         row("empty", "", false, 0, 0, "", "");
         row("no mark", "crashed\n", false, 0, 0, "", "");
@@ -272,13 +279,14 @@ private slots:
         QTest::newRow("empty") << QByteArray();
         QTest::newRow("no project") << QByteArray("license error\n");
         QTest::newRow("cut") << QByteArray("<project><image></project>");
+        QTest::newRow("entities without end in sum") << "<!DOCTYPE project [<!ENTITY e \"" + QByteArray(4000, 'x') + "\">]><project>" +
+                                                            QByteArray("&e;").repeated(100000) + "</project>";
         QTest::newRow("deep") << "<project>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + "</project>";
     }
     void clarisseNotXml()
     {
         QFETCH(QByteArray, log);
-        QJsonObject result;
-        QVERIFY(!ClarisseXml::parse(log, "/s.project", {}, &result));
+        QVERIFY(!ClarisseXml::convert(put(log), "/s.project"));
     }
 
     void deepOutput()

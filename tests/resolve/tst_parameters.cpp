@@ -55,7 +55,7 @@ private slots:
         };
         row("maya", "/a.ma", R"({"modelParameters":{"renderer":"VRay","format":"exr","filePrefix":"<Scene>","layers":[
             {"layer":"L1","width":8,"height":6,"frames":"1-3","cameras_array":["c"],"keyFrames":"1"},
-            {"layer":"L2","width":8,"height":6,"frames":"5","cameras_array":[],"cameras":"d"}]}})",
+            {"layer":"L2","width":8,"height":6,"frames":"5","cameras_array":[],"cameras":"d","cameras_overide":["x"]}]}})",
             R"({"blocksCount":1,"mayaSplitByLayer":1,"filePrefix":"<Scene>","modelParameters":[
             {"camerasArray":["c"],"cameras_array":["c"],"cameras":["c"],"layer":"L1","width":8,"height":6,"frames":"1-3","keyFrames":"1"},
             {"camerasArray":["d"],"cameras_array":["d"],"cameras":["d"],"layer":"L2","width":8,"height":6,"frames":"5"}]})");
@@ -85,7 +85,7 @@ private slots:
             R"({"sceneName":"/a.tgd","missionName":"a.tgd","softwareType":8,"modelParameters":{"cameras":[{"name":"a","selected":1,"vrMode":2},{"name":"b","selected":1,"vrMode":0}]}})");
         row("a dialog was used", "/a.tgd", R"({"hasHand":1,"modelParameters":{"cameras":[{"name":"a"}]}})",
             R"({"hasHand":1,"modelParameters":{"cameras":[{"name":"a"}]}})");
-        row("nothing was found", "/a.tgd", "{}", R"({"modelParameters":{"cameras":[]}})");
+        row("nothing was found", "/a.tgd", "{}", R"({"softwareType":8,"missionName":"a.tgd"})");
     }
     void prepared()
     {
@@ -119,6 +119,25 @@ private slots:
         QString message;
         QVERIFY(!ParameterModel::prepare(&res, config(), &message) && message.startsWith("a.tgd:"));
         QCOMPARE(res.rdata, QString("{cut"));
+        // Nothing to render, frames that can't be, photons that aren't there: told, and the row stays as it is.
+        const auto camera = [](const char *frames) {
+            return QByteArray(R"({"sceneName":"s","modelParameters":{"cameras":[{"frames":")") + frames + "\"}]}}";
+        };
+        for (const auto &[scene, rdata] :
+             {std::pair("a.tgd", QByteArray(R"({"sceneName":"s","modelParameters":{"cameras":[]}})")),
+              std::pair("a.hip", QByteArray(R"({"sceneName":"s","Rops":[]})")),
+              std::pair("a.ma", QByteArray(R"({"modelParameters":{"layers":[]}})")), std::pair("a.tgd", camera("100-1:1")),
+              std::pair("a.tgd", camera("2-8.5:1")), std::pair("a.ma", QByteArray(R"({"hasHand":1,"modelParameters":[{"frames":"9-1"}]})")),
+              std::pair("a.project", QByteArray(R"({"modelParameters":{"images":[{"layers":[{"frames":"x"}]}]}})")),
+              std::pair("a.c4d", QByteArray(R"({"frames":"3-1","modelParameters":{}})")),
+              std::pair("a.max", QByteArray(R"({"modelParameters":{"frames":"1","vrMode":2,"vrIrradianceMapFile":"/gone/p_1.vrmap"}})"))}) {
+            res = row(QString("/d/") + scene, object(rdata));
+            const QString before = res.rdata + res.rset + res.rfile;
+            QVERIFY2(!ParameterModel::prepare(&res, config(), &message) && message.startsWith(scene), rdata.constData());
+            QCOMPARE(res.rdata + res.rset + res.rfile, before);
+        }
+        res = row("/d/a.tgd", object(camera("1-3:0，-999999")));
+        QVERIFY(ParameterModel::prepare(&res, config(), &message) && res.rdata.contains(R"("frames":"1-3:1,-10000")"));
         for (const char *rdata : {"", "{}", "{\"resStatus\":0,\"parseSubmit\":1}"}) {
             res.rdata = rdata;
             QVERIFY2(ParameterModel::emptyResult(res), rdata);
@@ -140,6 +159,10 @@ private slots:
         QTest::newRow("asked for nothing") << 1 << cameras + '}' << QByteArray(R"({"keyFrames":""})") << "1,3,5" << 2;
         QTest::newRow("there already") << 1 << cameras + R"(,"keyFrames":"2","strategy":0})"
                                        << QByteArray(R"({"keyFrames":"4","strategy":1})") << "2" << 0;
+        QTest::newRow("houdini, not ticked yet") << 1
+                                                 << QByteArray(R"({"softwareType":4,"Rops":[{"frames":"1-3","selected":0}])"
+                                                               "}")
+                                                 << QByteArray("{}") << "1,2,3" << 2;
         QTest::newRow("no frames") << 1 << QByteArray("{}") << QByteArray("{}") << "" << -1;
     }
     void priorityFrames()
@@ -284,7 +307,7 @@ private slots:
         for (const char *name : {"a1_7.gic", "a1_08.gic", "b.GIC", "a.txt"})
             put(name);
         QCOMPARE(ParameterModel::photonFiles(m_dir.filePath("a1_7.gic")).size(), 2);
-        QCOMPARE(ParameterModel::photonFiles("/none/x.vrmap"), QStringList("/none/x.vrmap"));
+        QVERIFY(ParameterModel::photonFiles("/none/x_1.vrmap").isEmpty() && ParameterModel::photonFiles("/none/x_1.vrmap", true).isEmpty());
         QCOMPARE(ParameterModel::gicFiles(m_dir.filePath("b.GIC")).size(), 3);
         const QString one = ParameterModel::appendFiles({}, {"/a", "/b\"", "/a"});
         QCOMPARE(one, QString("\"files\":[\"/a\",\"/b\\\"\"]"));

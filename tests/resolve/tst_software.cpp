@@ -11,6 +11,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTemporaryDir>
+#include <sys/stat.h>
 
 class TestSoftware : public QObject
 {
@@ -77,6 +78,9 @@ private slots:
             scene[0x5000] = char(late);
         QTEST(MaxVersion::isVersionMatched(year, put("s.max", scene)), "outcome");
         QCOMPARE(MaxVersion::isVersionMatched("2016", m_dir.filePath("absent.max")), QString("10032"));
+        if (!QFileInfo::exists(m_dir.filePath("pipe.max")))
+            QCOMPARE(::mkfifo(QFile::encodeName(m_dir.filePath("pipe.max")).constData(), 0600), 0);
+        QCOMPARE(MaxVersion::isVersionMatched("2016", m_dir.filePath("pipe.max")), QString("10032"));
     }
 
     void realMaxFiles()
