@@ -196,6 +196,7 @@ void Transfer::listenUploads()
     connect(up, &UploadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
     connect(up, &UploadDAO::fileSpeedChanged, this,
             QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), Qt::QueuedConnection);
+    connect(up, &UploadDAO::orderSpeedChanged, m_up, &TransferModel::setGroupSpeed, Qt::QueuedConnection);
     connect(
         up, &UploadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
     ResolveDAO *scenes = ResolveDAO::instance();

@@ -128,6 +128,7 @@ QVariant TransferModel::groupData(const TransferGroup &group, int column, int ro
             speed += file.speed;
             done += file.done;
         }
+    speed = qMax(speed, group.speed);
     const bool bytes = m_uploads && group.size > 0;
     done = qMin(done, group.size);
     const QString state = m_uploads ? ResolveDAO::stateText(group.state) : TransSet::stateText(group.state, 0);
@@ -251,6 +252,8 @@ void TransferModel::setGroups(const QList<TransferGroup> &groups)
         TransferGroup next = groups.at(i);
         const TransferGroup &old = m_groups.at(row);
         next.id = old.id;
+        next.speed = old.speed;
+        next.heard = old.heard;
         next.files = old.files;
         next.loaded = old.loaded;
         next.more = old.more;
@@ -389,6 +392,7 @@ void TransferModel::setGroupState(const QString &key, int state)
     groupChanged(at);
     if (!m_uploads || state == 111)
         return;
+    m_groups[at].speed = 0;
     QList<TransferFile> &files = m_groups[at].files;
     for (TransferFile &file : files) { // its workers were taken
         file.speed = 0;
@@ -443,6 +447,17 @@ bool TransferModel::changeState(qlonglong pri, int state, int error)
     return true;
 }
 
+void TransferModel::setGroupSpeed(const QString &key, qlonglong speed)
+{
+    const int at = rowOf(key);
+    if (at < 0)
+        return;
+    m_groups[at].speed = speed;
+    m_groups[at].heard = m_clock.elapsed();
+    groupChanged(at);
+    startClock();
+}
+
 void TransferModel::startClock()
 {
     if (!m_stale.isActive())
@@ -454,6 +469,11 @@ void TransferModel::dropStaleSpeeds(qint64 now)
     bool moving = false;
     for (int g = 0; g < m_groups.size(); ++g) {
         bool changed = false;
+        if (m_groups.at(g).speed > 0) {
+            changed = now - m_groups.at(g).heard >= StaleMs;
+            m_groups[g].speed = changed ? 0 : m_groups.at(g).speed;
+            moving = moving || !changed;
+        }
         QList<TransferFile> &files = m_groups[g].files;
         for (int f = 0; f < files.size(); ++f) {
             if (files.at(f).speed == 0)

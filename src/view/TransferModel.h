@@ -26,6 +26,8 @@ struct TransferGroup {
     int ok = 0, sum = 0;
     qlonglong size = 0, done = 0; // bytes of files that are whole; 0 size: unknown
     int state = 0;
+    qlonglong speed = 0;       // of all its files, also those that no branch holds or that were over in a moment
+    qint64 heard = 0;          // of it, as for a file
     QList<TransferFile> files; // as far as they were asked for
     bool loaded = false, more = false;
     quintptr id = 0;
@@ -80,6 +82,7 @@ public:
     // False when no loaded file has this pri.
     bool changeSpeed(qlonglong pri, qlonglong ed, qlonglong size, qlonglong speed);
     bool changeState(qlonglong pri, int state, int error);
+    void setGroupSpeed(const QString &key, qlonglong speed);
 
     bool uploads() const { return m_uploads; }
     const TransferGroup *group(const QString &key) const;

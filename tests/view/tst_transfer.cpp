@@ -214,6 +214,8 @@ private slots:
         model.setFiles("2026001", {file(1, 10, 4096), file(2, 10, 4096)}, true);
         QCOMPARE(cell(model, child(model, "2026001", 0), TransferModel::State).toString(), QString("上传中"));
         QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("1.50KB/S"));
+        model.setGroupSpeed("2026001", 2048); // with files that were over before anyone saw them
+        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("2.00KB/S"));
         model.dropStaleSpeeds(1LL << 40);
         QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("0B/S"));
         model.changeSpeed(1, 1024, 4096, 512);
