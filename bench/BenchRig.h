@@ -20,7 +20,7 @@ struct BenchRig {
         UserInfo::initUser(QJsonObject{{"userId", 7}});
         ResolveDAO::instance()->open(folder.path());
         UploadDAO::instance()->open(folder.path());
-        NetWork::instance();
+        NetWork::create();
         business.takeClient();
         business.answer(11100, 1110000,
                         QJsonObject{{"addr", storage}, {"addr-internal", storage}, {"accessToken", "access"}});

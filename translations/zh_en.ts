@@ -357,6 +357,10 @@
 <context>
     <name>Login</name>
     <message>
+        <source>服务器没有给出账号，请重新登录</source>
+        <translation>The server named no account, please log in again</translation>
+    </message>
+    <message>
         <source>正在打开登录页…</source>
         <translation>Opening the login page…</translation>
     </message>
@@ -643,6 +647,137 @@ Please check the network</translation>
     <message>
         <source>充值记录</source>
         <translation>Top-up</translation>
+    </message>
+</context>
+<context>
+    <name>NetTexts</name>
+    <message>
+        <source>未知的网络错误</source>
+        <translation>Unknown network error</translation>
+    </message>
+    <message>
+        <source>连接服务器拒绝</source>
+        <translation>The server refused the connection</translation>
+    </message>
+    <message>
+        <source>服务器关闭</source>
+        <translation>The server closed the connection</translation>
+    </message>
+    <message>
+        <source>未找到服务器</source>
+        <translation>The server wasn't found</translation>
+    </message>
+    <message>
+        <source>没有访问网络的权限，请检查防火墙</source>
+        <translation>Access to the network is denied, please check the firewall</translation>
+    </message>
+    <message>
+        <source>系统的网络连接已用尽</source>
+        <translation>The system has no more network connections</translation>
+    </message>
+    <message>
+        <source>连接超时</source>
+        <translation>The connection timed out</translation>
+    </message>
+    <message>
+        <source>数据包过大</source>
+        <translation>The data packet is too large</translation>
+    </message>
+    <message>
+        <source>网络中断，请检查网络连接</source>
+        <translation>The network is interrupted, please check the connection</translation>
+    </message>
+    <message>
+        <source>端口已被占用</source>
+        <translation>The port is in use</translation>
+    </message>
+    <message>
+        <source>本机没有此网络地址</source>
+        <translation>This machine has no such network address</translation>
+    </message>
+    <message>
+        <source>系统不支持此网络操作</source>
+        <translation>The system doesn't support this network operation</translation>
+    </message>
+    <message>
+        <source>上一个网络操作尚未完成</source>
+        <translation>The last network operation isn't finished</translation>
+    </message>
+    <message>
+        <source>代理服务器需要登录</source>
+        <translation>The proxy server asks for a login</translation>
+    </message>
+    <message>
+        <source>安全连接失败</source>
+        <translation>The secure connection failed</translation>
+    </message>
+    <message>
+        <source>代理服务器拒绝连接</source>
+        <translation>The proxy server refused the connection</translation>
+    </message>
+    <message>
+        <source>代理服务器关闭了连接</source>
+        <translation>The proxy server closed the connection</translation>
+    </message>
+    <message>
+        <source>代理服务器没有响应</source>
+        <translation>The proxy server doesn't answer</translation>
+    </message>
+    <message>
+        <source>未找到代理服务器</source>
+        <translation>The proxy server wasn't found</translation>
+    </message>
+    <message>
+        <source>代理服务器的应答有误</source>
+        <translation>The proxy server's answer is wrong</translation>
+    </message>
+    <message>
+        <source>网络操作的时机有误</source>
+        <translation>The network operation came at the wrong moment</translation>
+    </message>
+    <message>
+        <source>安全连接组件出错</source>
+        <translation>The secure connection's component failed</translation>
+    </message>
+    <message>
+        <source>安全连接的数据有误</source>
+        <translation>The data for the secure connection are wrong</translation>
+    </message>
+    <message>
+        <source>网络暂时不可用，请稍后重试</source>
+        <translation>The network isn't available at the moment, please try again later</translation>
+    </message>
+    <message>
+        <source>请求已取消</source>
+        <translation>The request was cancelled</translation>
+    </message>
+    <message>
+        <source>没有访问权限</source>
+        <translation>Access is denied</translation>
+    </message>
+    <message>
+        <source>服务器上没有此内容</source>
+        <translation>The server has no such content</translation>
+    </message>
+    <message>
+        <source>登录已失效，请重新登录</source>
+        <translation>The login is no longer valid, please log in again</translation>
+    </message>
+    <message>
+        <source>服务器的应答有误</source>
+        <translation>The server's answer is wrong</translation>
+    </message>
+    <message>
+        <source>服务器内部错误</source>
+        <translation>The server has an internal error</translation>
+    </message>
+    <message>
+        <source>服务器暂时不可用</source>
+        <translation>The server isn't available at the moment</translation>
+    </message>
+    <message>
+        <source>网络错误</source>
+        <translation>Network error</translation>
     </message>
 </context>
 <context>

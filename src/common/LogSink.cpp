@@ -1,4 +1,5 @@
 #include "common/LogSink.h"
+#include "common/Redact.h"
 #include "common/UserInfo.h"
 #include <cstdio>
 #include <mutex>
@@ -68,12 +69,16 @@ void LogSink::write(int msgType, const QString &text, const QDateTime &now)
 QByteArray LogSink::format(int msgType, const QString &text, const QString &time)
 {
     QByteArray body = text.toUtf8();
-    if (body.size() > longestText) {
+    const bool cut = body.size() > longestText;
+    if (cut) {
         int keep = keptOfLonger;
         while (keep > 0 && (uchar(body[keep]) & 0xC0) == 0x80) // no half character
             --keep;
-        body = body.left(keep) + "......";
+        body = body.left(keep);
     }
+    body = redacted(QString::fromUtf8(body)).toUtf8();
+    if (cut)
+        body += "......";
     const char *prefix = msgType == QtWarningMsg    ? "Warning:"
                          : msgType == QtCriticalMsg ? "Critical:"
                          : msgType == QtFatalMsg    ? "Fatal:"

@@ -1,7 +1,7 @@
 #pragma once
 // The process's one log file a day, <AllUser>/log-yyyyMMdd.txt, fed by the toolkit's message functions. Lines:
 // [Warning:|Critical:|Fatal:][HH:mm:ss.zzz]text CR LF, UTF-8, flushed; a text over 20000 bytes keeps its first 200 and
-// "......". Seven days are kept. Any thread; the file is touched only under the sink's mutex.
+// "......". Secrets are taken out. Seven days are kept. Any thread; the file is touched only under the sink's mutex.
 #include <functional>
 #include <QDateTime>
 #include <QString>

@@ -38,7 +38,7 @@ void writeMark(const QString &path, const QByteArray &content)
 {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(content) != content.size())
-        qWarning().noquote() << "UserInfo::initUser not written:" << path << file.errorString();
+        qWarning().noquote() << "UserInfo::writeMark not written:" << path << file.errorString();
 }
 } // namespace
 

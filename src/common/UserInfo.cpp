@@ -126,7 +126,7 @@ void addDefaults(const QString &file)
     add("SoftwarePath/Maya2014-example", QStringLiteral("maya intall path, C:\\a.exe or C:/a.exe"));
     ini.sync();
     if (ini.status() != QSettings::NoError)
-        qWarning().noquote() << "UserInfo::init defaults not written:" << file;
+        qWarning().noquote() << "UserInfo::addDefaults defaults not written:" << file;
 }
 
 int allInt(const char *group, const char *key, int fallback)

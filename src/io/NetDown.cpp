@@ -8,7 +8,7 @@ NetDown::NetDown(const QString &url, const QString &target, QObject *parent)
 {
 }
 
-bool NetDown::start()
+bool NetDown::start(int silenceMs)
 {
     QFile::remove(m_file.fileName());
     QDir().mkpath(QFileInfo(m_file).absolutePath());
@@ -22,6 +22,9 @@ bool NetDown::start()
     connect(m_reply, &QNetworkReply::finished, this, &NetDown::replyFinish);
     connect(m_reply, &QNetworkReply::errorOccurred, this, &NetDown::error);
     connect(m_reply, &QNetworkReply::downloadProgress, this, &NetDown::progress);
+    connect(m_reply, &QNetworkReply::downloadProgress, &m_silence, qOverload<>(&QTimer::start));
+    connect(&m_silence, &QTimer::timeout, m_reply, &QNetworkReply::abort);
+    m_silence.start(silenceMs);
     return true;
 }
 
@@ -41,6 +44,7 @@ void NetDown::replyFinish()
         readyRead();
     m_ok = m_file.flush() && m_ok && m_reply->error() == QNetworkReply::NoError;
     m_file.close();
+    m_silence.stop();
     m_reply->deleteLater();
     emit netDownFinish();
 }

@@ -5,13 +5,16 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QObject>
+#include <QTimer>
 
 class NetDown : public QObject
 {
     Q_OBJECT
 public:
+    static constexpr int SilenceMs = 30000;
     NetDown(const QString &url, const QString &target, QObject *parent = nullptr);
-    bool start();                    // false: the target can't be written; nothing was sent
+    // False: the target can't be written; nothing was sent. Without a byte for silenceMs it is given up.
+    bool start(int silenceMs = SilenceMs);
     bool ok() const { return m_ok; } // after netDownFinish(): the file is whole
 
 signals:
@@ -26,6 +29,7 @@ private slots:
 private:
     QNetworkAccessManager m_manager;
     QNetworkReply *m_reply = nullptr;
+    QTimer m_silence;
     QFile m_file;
     QString m_url;
     bool m_ok = true;

@@ -87,18 +87,8 @@ NetTcp::NetTcp(const LinkTimes &times) : m_times(times), m_host(Session::qnIP())
     connect(&m_heartTimer, &QTimer::timeout, this, &NetTcp::heart);
     for (QTimer *once : {&m_connectTimer, &m_packageTimer, &m_pause, &m_stable, &m_deadline})
         once->setSingleShot(true);
-    connect(&m_connectTimer, &QTimer::timeout, this, [this] {
-        if (m_socket->state() == QAbstractSocket::ConnectedState)
-            return;
-        qDebug().noquote() << "NetTcp::connectToServer" << int(QAbstractSocket::SocketTimeoutError)
-                           << "no connection within" << m_times.connect << "ms";
-        makeSocket(false);
-    });
-    connect(&m_packageTimer, &QTimer::timeout, this, [this] {
-        qWarning().noquote() << "NetTcp::readyRead: a package isn't whole after" << m_times.package
-                             << "ms, closing the link";
-        m_socket->abort();
-    });
+    connect(&m_connectTimer, &QTimer::timeout, this, &NetTcp::connectTimeOut);
+    connect(&m_packageTimer, &QTimer::timeout, this, &NetTcp::packageTimeOut);
     connect(&m_pause, &QTimer::timeout, this, &NetTcp::reconnect);
     connect(&m_stable, &QTimer::timeout, this, [this] { m_kicks = 0; });
     connect(&m_deadline, &QTimer::timeout, this, &NetTcp::expire);
@@ -154,6 +144,21 @@ void NetTcp::connectToServer()
 {
     m_connectTimer.start(m_times.connect);
     m_socket->connectToHost(m_host, quint16(m_port), QIODevice::ReadWrite);
+}
+
+void NetTcp::connectTimeOut()
+{
+    if (m_socket->state() == QAbstractSocket::ConnectedState)
+        return;
+    qDebug().noquote() << "NetTcp::connectTimeOut: no connection within" << m_times.connect << "ms";
+    makeSocket(false);
+}
+
+void NetTcp::packageTimeOut()
+{
+    qWarning().noquote() << "NetTcp::packageTimeOut: a package isn't whole after" << m_times.package
+                         << "ms, closing the link";
+    m_socket->abort();
 }
 
 void NetTcp::setLogin(bool on)

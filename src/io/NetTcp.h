@@ -123,6 +123,8 @@ private:
     void post(int module, int cmd, const QByteArray &body, Waiting waiting);
     void makeSocket(bool connectNow);
     void connectToServer();
+    void connectTimeOut();
+    void packageTimeOut();
     bool mayGo(int cmd) const;
     void send(int module, int cmd, QByteArray package, Waiting waiting);
     void sendHeld();

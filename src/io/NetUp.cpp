@@ -1,7 +1,8 @@
 #include "io/NetUp.h"
+#include "common/Redact.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
-#include "io/NetWork.h"
+#include "io/WebAsk.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QFile>
@@ -12,8 +13,9 @@
 
 namespace
 {
-constexpr int UploadSeconds = 300;
-}
+constexpr int UploadMs = 300000;
+constexpr qint64 MostBytes = 64 * 1024 * 1024, LongestLine = 1 << 20;
+} // namespace
 
 QByteArray NetUp::formBody(const QByteArray &boundary, const Fields &fields, const QString &fileField,
                            const QString &fileName, const QByteArray &file)
@@ -49,9 +51,12 @@ bool NetUp::zipFile(const QString &source, const QString &zip)
     {
         QuaZipFile out(&archive);
         ok = out.open(QIODevice::WriteOnly, QuaZipNewInfo(QFileInfo(source).fileName(), source));
+        if (in.size() > MostBytes)
+            in.seek(in.size() - MostBytes); // its end tells what happened last
         while (ok && !in.atEnd()) {
-            const QByteArray piece = in.read(1 << 20);
-            ok = !piece.isEmpty() && out.write(piece) == piece.size();
+            const QByteArray line = in.readLine(LongestLine);
+            const QByteArray clean = redacted(QString::fromUtf8(line)).toUtf8();
+            ok = !line.isEmpty() && out.write(clean) == clean.size();
         }
         out.close();
         ok = ok && out.getZipError() == 0;
@@ -63,7 +68,7 @@ bool NetUp::zipFile(const QString &source, const QString &zip)
 bool NetUp::upload(QJsonObject obj)
 {
     if (obj.value("name").toString().isEmpty()) {
-        qDebug().noquote() << "name isEmpty";
+        qDebug().noquote() << "NetUp::upload name isEmpty";
         return false;
     }
     if (obj.value("date").toString().isEmpty())
@@ -86,19 +91,18 @@ bool NetUp::upload(QJsonObject obj)
     req.url = Session::address("logs");
     req.byte = formBody(boundary, fields, "part", zipName, packed.readAll());
     req.contentType = "multipart/form-data;boundary=" + boundary;
-    req.timeout = UploadSeconds;
-    req.guard = this;
     packed.close();
     QFile::remove(zip);
-    NetWork::instance()->npost(
-        req,
-        [this](Request, const FuncBody &rep) {
-            if (rep.ok())
-                qDebug().noquote() << QStringLiteral("上传日志完成");
-            else
-                qWarning().noquote() << "NetUp::upload" << rep.error;
-            emit finished(rep.ok());
-        },
-        nullptr);
+    WebAsk::post(req)
+        .within(UploadMs)
+        .answered([this](const FuncBody &) {
+            qDebug().noquote() << QStringLiteral("上传日志完成");
+            emit finished(true);
+        })
+        .failed([this] {
+            qWarning().noquote() << "NetUp::upload: the log didn't arrive";
+            emit finished(false);
+        })
+        .send(this);
     return true;
 }

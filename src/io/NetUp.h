@@ -26,7 +26,7 @@ public:
 
     static QByteArray formBody(const QByteArray &boundary, const Fields &fields, const QString &fileField,
                                const QString &fileName, const QByteArray &file);
-    // Copies the file into a zip of that one file. False with a logged reason.
+    // Copies the file, the last 64 MiB of it, without secrets into a zip of that one file. False with a logged reason.
     static bool zipFile(const QString &source, const QString &zip);
 
 signals:

@@ -55,7 +55,7 @@ void throughMaster(const QString &address, int farmId, QObject *guard, const std
                   .arg(farmId); // the master asks the server itself where it leads
     req.bareAddress = true;
     const auto refuse = [address, done] {
-        qWarning().noquote() << "NetWork::skydriveUrl: the master doesn't forward" << address;
+        qWarning().noquote() << "NetWork::throughMaster: the master doesn't forward" << address;
         done(false);
     };
     WebAsk::get(req)

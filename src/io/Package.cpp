@@ -126,7 +126,7 @@ qint64 PackageReader::wholeSize(const char *head)
     }
     const qint32 length = qFromBigEndian<qint32>(head + 4);
     if (length < MinLength || length > MaxLength) {
-        qWarning().noquote() << "PackageReader::feed: package length out of range," << length;
+        qWarning().noquote() << "PackageReader::wholeSize: package length out of range," << length;
         m_broken = true;
         return -1;
     }

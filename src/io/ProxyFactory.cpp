@@ -135,6 +135,9 @@ bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const
 {
     if (!master)
         return true;
+    // One after the other: what two plan at once would be the same port.
+    static QMutex one;
+    const QMutexLocker turn(&one);
     if (pairs().size() + hosts.size() > MaxForwards)
         return refuse(tr("最多转发%1个端口").arg(MaxForwards), why);
     if (tools.open)

@@ -59,6 +59,7 @@ public:
     };
 
     static QString errorText(int code);             // "<code>_<text>"; an unknown code is its own text
+    static QString sentence(int code);              // for the user: the text, with the code in brackets
     static QString stateText(int state, int error); // empty where a state has no text
 
     // Lower-case hex MD5. Empty when stop turned true between two reads, or a read failed (logged). The first opens the

@@ -1,4 +1,5 @@
 // The texts behind TransSet::errorText and stateText.
+#include "common/NetTexts.h"
 #include "transfer/TransSet.h"
 #include <QCoreApplication>
 
@@ -148,6 +149,13 @@ QString TransSet::errorText(int code)
     else if (const char *theirs = find(verbatim, code))
         text = QString::fromUtf8(theirs);
     return QStringLiteral("%1_%2").arg(QString::number(code), text);
+}
+
+QString TransSet::sentence(int code)
+{
+    const bool socket = code >= SocketBase - 1 && code < SocketBase + 100;
+    const QString text = socket ? NetTexts::socket(code - SocketBase) : errorText(code).section(QLatin1Char('_'), 1);
+    return QStringLiteral("%1 (%2)").arg(text, QString::number(code));
 }
 
 QString TransSet::stateText(int state, int error)

@@ -132,13 +132,13 @@ void Login::loadLogin()
             m_storedKnown = true;
             loadLoginBack();
         });
-    NetTcp::instance()->nvds(
-        103, 10308, QJsonObject{{QStringLiteral("thirdParty"), 0}},
-        [this, attempt](int, const QJsonDocument &doc) {
+    Ask(10308, {{QStringLiteral("thirdParty"), 0}})
+        .within(AnswerMs)
+        .any([this, attempt](int, const QJsonDocument &doc) {
             if (attempt >= m_firstAttempt && !m_tokenKnown)
                 tokenReply(doc.object());
-        },
-        this);
+        })
+        .send(this);
     m_again.disconnect();
     connect(&m_again, &QTimer::timeout, this, [this] {
         if (!m_tokenKnown)
@@ -240,13 +240,13 @@ void Login::loginDelay()
     if (!m_confirming)
         return;
     const int attempt = m_attempt;
-    NetTcp::instance()->nvds(
-        103, 10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()),
-        [this, attempt](int val, const QJsonDocument &doc) {
+    Ask(10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()))
+        .within(AnswerMs)
+        .any([this, attempt](int val, const QJsonDocument &doc) {
             if (attempt == m_attempt && m_confirming)
                 confirmReply(val, doc);
-        },
-        this);
+        })
+        .send(this);
     m_again.disconnect();
     connect(&m_again, &QTimer::timeout, this, &Login::loginDelay);
     m_again.start(AnswerMs);
@@ -256,9 +256,11 @@ void Login::confirmReply(int val, const QJsonDocument &doc)
 {
     m_again.stop();
     m_confirming = false;
-    if (val != 1030900) {
-        qWarning().noquote() << "Login::confirmReply" << val << Session::errorText(val);
-        const QString text = Session::errorText(val);
+    // A good result without an account is none: everything of a session is kept under its number.
+    const bool nobody = doc.object().value(QLatin1String("userId")).toVariant().toInt() <= 0;
+    if (val != 1030900 || nobody) {
+        const QString text = val != 1030900 ? Session::errorText(val) : tr("服务器没有给出账号，请重新登录");
+        qWarning().noquote() << "Login::confirmReply" << val << text;
         reLogin(110);
         MsgTool::msgOk(this, text);
         return;

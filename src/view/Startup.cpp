@@ -9,8 +9,8 @@
 #include "common/VFunc.h"
 #include "db/Records.h"
 #include "io/NetTcp.h"
-#include "io/NetWork.h"
 #include "io/ProxyFactory.h"
+#include "io/WebAsk.h"
 #include "resolve/MayaResolve.h"
 #include "transfer/TransSet.h"
 #include "view/Login.h"
@@ -33,16 +33,18 @@ constexpr int ToolMs = 30000;
 constexpr int FontPixels = 12;
 const QString TestScene = QStringLiteral("/resolve-test.ma"); // beside the program
 
-// Runs start() and waits in a nested loop until it calls the quit it's given, or the time is over.
-void waitFor(const std::function<void(std::function<void()> quit)> &start)
+// Asks and waits for the answer, WaitMs at most: a step of the start, before there is anything else to do. What isn't
+// answered leaves take uncalled.
+void waitFor(WebAsk question, const WebAsk::Answer &take)
 {
     QEventLoop loop;
-    QTimer::singleShot(WaitMs, &loop, &QEventLoop::quit);
-    QPointer<QEventLoop> alive(&loop);
-    start([alive] {
-        if (alive)
-            alive->quit();
-    });
+    question.within(WaitMs)
+        .answered([&](const FuncBody &reply) {
+            take(reply);
+            loop.quit();
+        })
+        .failed([&loop] { loop.quit(); })
+        .send(&loop);
     loop.exec();
 }
 } // namespace
@@ -198,19 +200,10 @@ Startup::Master Startup::meetMaster(Login *login)
     if (!UserInfo::isSlave())
         return master;
     master.good = false;
-    QObject guard; // a reply that comes too late finds it gone
-    waitFor([&](const std::function<void()> &quit) {
-        Request request;
-        request.url = UserInfo::master() + QStringLiteral("/masterInfo");
-        request.bareAddress = true;
-        NetWork::instance()->nget(
-            request,
-            [&master, quit](const Request &, const FuncBody &reply) {
-                takeMasterInfo(reply, &master);
-                quit();
-            },
-            QThread::currentThread(), &guard);
-    });
+    Request request;
+    request.url = UserInfo::master() + QStringLiteral("/masterInfo");
+    request.bareAddress = true;
+    waitFor(WebAsk::get(request), [&master](const FuncBody &reply) { takeMasterInfo(reply, &master); });
     if (!master.good) {
         MsgTool::msgOkLoop(QCoreApplication::translate("Startup", "无法连接远程主机！"));
         return master;
@@ -223,17 +216,8 @@ Startup::Master Startup::meetMaster(Login *login)
 bool Startup::updateStarted(const Master &master)
 {
     QString newest;
-    QObject guard;
-    waitFor([&](const std::function<void()> &quit) {
-        NetWork::instance()->nget(
-            Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm"),
-            [&newest, quit](const Request &, const FuncBody &reply) {
-                if (reply.ok())
-                    newest = QString::fromUtf8(reply.raw).trimmed();
-                quit();
-            },
-            QThread::currentThread(), &guard);
-    });
+    waitFor(WebAsk::get(Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm")),
+            [&newest](const FuncBody &reply) { newest = QString::fromUtf8(reply.raw).trimmed(); });
     const QString running = QStringLiteral(VN_VERSION);
     qDebug().noquote() << QStringLiteral("client:%1,update:%2").arg(running, newest);
     if (!RunMode::updateWanted(newest, running))

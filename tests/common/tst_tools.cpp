@@ -71,6 +71,17 @@ void TestTools::logLine_data()
     QTest::newRow("fatal") << int(QtFatalMsg) << "" << QByteArray("Fatal:[t]\r\n");
     QTest::newRow("longest") << int(QtDebugMsg) << QString(20000, 'a') << "[t]" + QByteArray(20000, 'a') + "\r\n";
     QTest::newRow("too long") << int(QtDebugMsg) << QString(20001, 'a') << "[t]" + QByteArray(200, 'a') + "......\r\n";
+    const QPair<const char *, const char *> secrets[] = {
+        {R"({"password":"a\"b","n":1,"accessToken" : "x y"})", R"({"password":"***","n":1,"accessToken" : "***"})"},
+        {R"({"info":"{\"password\":\"p\\\"q\",\"a\":1}"})", R"({"info":"{\"password\":\"***\",\"a\":1}"})"},
+        {"GET /x?token=abc&lang=1 sessionId=7", "GET /x?token=***&lang=1 sessionId=***"},
+        {"X-BRONTEL-ACCESS-TOKEN: abc, Authorization: Bearer xyz;", "X-BRONTEL-ACCESS-TOKEN: ***, Authorization: Bearer ***;"},
+        {R"({"password":"cut of)", R"({"password":"***)"},
+        {R"({"token":"","token":null})", R"({"token":"","token":***})"},
+        {"no token for farm 3: /storage-secret-token/role", "no token for farm 3: /storage-secret-token/role"},
+    };
+    for (const auto &secret : secrets)
+        QTest::newRow(secret.first) << int(QtDebugMsg) << secret.first << "[t]" + QByteArray(secret.second) + "\r\n";
     QTest::newRow("too long, three bytes each")
         << int(QtDebugMsg) << QString(6667, QChar(0x6E32)) << "[t]" + QByteArray("渲").repeated(66) + "......\r\n";
 }

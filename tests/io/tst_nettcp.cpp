@@ -1,5 +1,5 @@
 #include "common/UserInfo.h"
-#include "io/NetTcp.h"
+#include "farm/Wires.h"
 #include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 
@@ -9,18 +9,55 @@ class TestNetTcp : public QObject
     NetTcp *tcp = nullptr;
     QScopedPointer<BusinessPeer> server;
     using Request = BusinessPeer::Request;
-    using Reply = BusinessPeer::Reply;
+    using Answer = BusinessPeer::Reply;
+    QStringList ends; // of the questions, in order
+
+    Ask question(int cmd, const QJsonObject &body = {})
+    {
+        static const char *const losses[] = {"no link", "link lost", "time out"};
+        return Ask(cmd, body)
+            .answered([this](int val, const QJsonDocument &doc) {
+                ends << QStringLiteral("answered %1%2").arg(val).arg(doc.isNull() ? " null" : "");
+            })
+            .refused([this](int val, const QJsonDocument &) { ends << QStringLiteral("refused %1").arg(val); })
+            .lost([this](Ask::Loss why) { ends << losses[why]; });
+    }
+    void start(const LinkTimes &times = {})
+    {
+        NetTcp::destroy();
+        NetTcp::create(times);
+        tcp = NetTcp::instance();
+        tcp->setHost("127.0.0.1", server->port());
+        tcp->resetLink();
+        QTRY_COMPARE(tcp->socket()->state(), QAbstractSocket::ConnectedState);
+        QTRY_COMPARE(server->links(), 1);
+    }
+    bool logIn(Bench &bench) // as the login page does
+    {
+        QString session;
+        bool in = false;
+        Ask(10308, {{"thirdParty", 0}})
+            .whenLinked()
+            .any([&session](int, const QJsonDocument &doc) { session = doc.object()["token"].toString(); })
+            .send(this);
+        if (!QTest::qWaitFor([&session] { return !session.isEmpty(); }))
+            return false;
+        bench.get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}));
+        Ask(10309).answered([&in](int, const QJsonDocument &) { in = true; }).send(this);
+        if (!QTest::qWaitFor([&in] { return in; }))
+            return false;
+        tcp->setLogin(true);
+        return true;
+    }
 
 private slots:
     void initTestCase() { UserInfo::init(); }
     void init()
     {
+        ends.clear();
         server.reset(new BusinessPeer);
-        server->answerOthers([](const Request &request) { return Reply{request.cmd * 100, request.body}; });
-        QVERIFY(server->takeClient());
-        tcp = NetTcp::instance();
-        tcp->setLogin(false);
-        QTRY_COMPARE(server->links(), 1);
+        server->answerOthers([](const Request &request) { return Answer{request.cmd * 100, request.body}; });
+        start();
     }
     void cleanup()
     {
@@ -28,71 +65,115 @@ private slots:
         server.reset();
     }
 
+    void questions_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("end");
+        QTest::newRow("answered") << ""
+                                  << "answered 1050200";
+        QTest::newRow("refused") << "refuse.10502=1050299@1"
+                                 << "refused 1050299";
+        QTest::newRow("no json") << "bad-json.10502=1@1"
+                                 << "answered 1050200 null";
+        QTest::newRow("byte by byte") << "split-business=1"
+                                      << "answered 1050200";
+        QTest::newRow("reply dropped") << "drop-reply.10502=1@1"
+                                       << "time out";
+        QTest::newRow("too late") << "delay-reply.10502=400"
+                                  << "time out";
+        QTest::newRow("cut before") << "cut-on.10502=1@1"
+                                    << "link lost";
+        QTest::newRow("cut after") << "cut-after.10502=1@1"
+                                   << "link lost";
+    }
+    void questions() // on the living farm
+    {
+        QFETCH(QString, fault);
+        Bench bench;
+        tcp->setHost("127.0.0.1", bench.ports.business);
+        tcp->resetLink();
+        QVERIFY(logIn(bench));
+        if (!fault.isEmpty())
+            QVERIFY(bench.farm.faults().set(fault));
+        const bool silent = fault.contains("drop") || fault.contains("delay");
+        question(10502).within(silent ? 100 : 10000).send(this);
+        QTRY_COMPARE(ends.size(), 1);
+        QTEST(ends[0], "end");
+        QCOMPARE(tcp->pending(), 0);
+        if (fault.startsWith("delay")) // what comes after the end finds nobody
+            QTRY_VERIFY(bench.farm.counters().packages >= 3);
+        QCOMPARE(ends.size(), 1);
+        QCOMPARE(bench.farm.violations().join(" | "), QString());
+    }
+
     void beforeLogin_data()
     {
         QTest::addColumn<int>("cmd");
         QTest::addColumn<bool>("login");
-        QTest::addColumn<bool>("sent");
-        QTest::newRow("heart beat") << 10000 << false << true;
-        QTest::newRow("session token") << 10308 << false << true;
-        QTest::newRow("login") << 10309 << false << true;
-        QTest::newRow("order too early") << 10400 << false << false;
-        QTest::newRow("order") << 10400 << true << true;
+        QTest::addColumn<QString>("end");
+        QTest::newRow("session token") << 10308 << false << "answered 1030800";
+        QTest::newRow("login") << 10309 << false << "answered 1030900";
+        QTest::newRow("order too early") << 10421 << false << "no link";
+        QTest::newRow("order") << 10421 << true << "answered 1042100";
     }
     void beforeLogin()
     {
         QFETCH(int, cmd);
         QFETCH(bool, login);
-        QFETCH(bool, sent);
         tcp->setLogin(login);
-        int val = -1;
-        QJsonDocument doc;
-        tcp->nvds(
-            cmd / 100, cmd, QJsonObject{{"a", 1}},
-            [&](int v, QJsonDocument d) {
-                val = v;
-                doc = d;
-            },
-            this);
-        bool heart = false;
-        tcp->nvds(
-            100, 10000, QJsonObject(), [&heart](int, QJsonDocument) { heart = true; }, this);
-        QTRY_VERIFY(heart); // requests go out in order, so the one before has had its turn
-        QCOMPARE(val, sent ? cmd * 100 : -1);
-        QCOMPARE(server->count(cmd) - (cmd == 10000 ? 1 : 0), sent ? 1 : 0);
-        if (sent) {
-            QCOMPARE(doc.object().value("a").toInt(), 1);
+        question(cmd, {{"a", 1}}).send(this);
+        QTRY_COMPARE(ends.size(), 1);
+        QTEST(ends[0], "end");
+        QCOMPARE(server->count(cmd), ends[0] == "no link" ? 0 : 1);
+        if (ends[0] != "no link") {
+            QCOMPARE(server->last(cmd), (QJsonObject{{"a", 1}}));
             QCOMPARE(server->requests(cmd).last().module, cmd / 100);
         }
-        QCOMPARE(tcp->pending(), 0);
     }
 
-    void replyWithoutJson()
+    // A question that may wait goes out with the login, or ends at its deadline; without a link object it ends too.
+    void waitsForTheLogin()
     {
-        server->answer(10308, [](const Request &) { return Reply{5, {}, false, "no json {"}; });
-        bool called = false;
-        tcp->nvds(
-            103, 10308, QJsonObject(), [&](int val, QJsonDocument doc) { called = val == 5 && doc.isNull(); }, this);
-        QTRY_VERIFY(called);
+        question(10421).within(20).whenLinked().send(this);
+        QTRY_COMPARE(ends, QStringList("time out"));
+        question(10502).within(10000).whenLinked().send(this);
+        auto *guard = new QObject;
+        question(10506).within(10000).whenLinked().send(guard);
+        int logins = 0;
+        NetTcp::afterLogin(this, [&logins] { ++logins; });
+        QCOMPARE(logins, 0);
+        question(10308).send(this);
+        QTRY_COMPARE(ends.size(), 2);
+        delete guard;
+        tcp->setLogin(true);
+        QTRY_COMPARE(ends.value(2), QString("answered 1050200"));
+        NetTcp::afterLogin(this, [&logins] { ++logins; }); // at once
+        QCOMPARE(logins, 2);
+        tcp->setLogin(false);
+        tcp->setLogin(true);
+        QCOMPARE(logins, 4);
+        QTRY_COMPARE(server->count(10506), 1); // sent, but nobody hears of it
+        QCOMPARE(server->count(10421), 0);
+        NetTcp::destroy();
+        question(10502).send(this);
+        QTRY_COMPARE(ends.size(), 4);
+        QCOMPARE(ends[3], QString("no link"));
     }
 
     void deadGuard()
     {
         auto *guard = new QObject;
-        int calls = 0;
         server->answer(10308, [&](const Request &) {
             delete guard;
-            return Reply{1, {}};
+            return Answer{1, {}};
         });
-        tcp->nvds(
-            103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, guard);
+        question(10308).send(guard);
         QTRY_COMPARE(server->count(10308), 1);
-        tcp->nvds(103, 10309, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }); // no guard at all
-        bool done = false;
         tcp->nvds(
-            100, 10000, QJsonObject(), [&done](int, QJsonDocument) { done = true; }, this);
-        QTRY_VERIFY(done);
-        QCOMPARE(calls, 0);
+            103, 10309, QJsonObject(), [this](int, QJsonDocument) { ends << "heard"; }, nullptr);
+        tcp->nvds(
+            100, 10000, QJsonObject(), [this](int, QJsonDocument) { ends << "end"; }, this);
+        QTRY_COMPARE(ends, QStringList("end"));
         QCOMPARE(tcp->pending(), 0);
     }
 
@@ -103,19 +184,17 @@ private slots:
         auto *worker = new QObject;
         worker->moveToThread(&thread);
         QAtomicInt right(0);
+        const auto ask = [&](int cmd) {
+            Ask(cmd).any([&](int, QJsonDocument) { right.fetchAndAddOrdered(QThread::currentThread() == &thread); }).send(worker);
+        };
         QMetaObject::invokeMethod(worker, [&] {
             for (int i = 0; i < 50; ++i)
-                tcp->nvds(
-                    103, 10308, QJsonObject(), [&](int, QJsonDocument) { right.fetchAndAddOrdered(QThread::currentThread() == &thread); },
-                    worker);
+                ask(10308);
         });
         QTRY_COMPARE(right.loadAcquire(), 50);
         // A thread that is gone by the time of the answer.
         server->answerOthers({});
-        QMetaObject::invokeMethod(worker, [&] {
-            tcp->nvds(
-                103, 10309, QJsonObject(), [&](int, QJsonDocument) { right.storeRelease(-1); }, worker);
-        });
+        QMetaObject::invokeMethod(worker, [&] { ask(10309); });
         QTRY_COMPARE(server->count(10309), 1);
         worker->deleteLater();
         thread.quit();
@@ -146,18 +225,15 @@ private slots:
     void resetForgetsEverything()
     {
         server->answerOthers({});
-        int calls = 0;
-        tcp->nvds(
-            103, 10308, QJsonObject(), [&calls](int, QJsonDocument) { ++calls; }, this);
+        question(10308).send(this);
         QTRY_COMPARE(server->count(10308), 1);
-        QCOMPARE(tcp->pending(), 1);
         const auto once = connect(tcp, &NetTcp::kicked, this, [this] { tcp->resetLink(); });
-        server->socket()->write(BusinessPeer::package(-1, 10001, 110, "") + BusinessPeer::package(0, 10308, 1, "{}"));
+        server->socket()->write(BusinessPeer::package(-1, 10001, 110, "") + BusinessPeer::package(0, 10308, 1030800, "{}"));
         QTRY_COMPARE(server->links(), 2);
         QTRY_COMPARE(tcp->socket()->state(), QAbstractSocket::ConnectedState);
         disconnect(once);
         QCOMPARE(tcp->pending(), 0);
-        QCOMPARE(calls, 0);
+        QCOMPARE(ends, QStringList("link lost"));
     }
 
     void loss()
@@ -165,7 +241,6 @@ private slots:
         QSignalSpy lost(tcp, &NetTcp::linkLost), up(tcp, &NetTcp::linkUp), login(tcp, &NetTcp::loginChanged);
         QCOMPARE(tcp->heartInterval(), 60000);
         tcp->setLogin(true);
-        QVERIFY(NetTcp::isLogin());
         server->socket()->disconnectFromHost();
         QTRY_COMPARE(lost.size(), 1);
         QCOMPARE(tcp->heartInterval(), 6000);
@@ -178,16 +253,78 @@ private slots:
         QTRY_COMPARE(server->links(), 2);
     }
 
-    // A server that drops every link at once is left alone for a moment between two.
-    void shortLivedLink()
+    // A kick, or a link that ended at once, is followed by a pause; kicks in a row by longer ones, until a link holds.
+    void pauses()
     {
-        const auto again = connect(tcp, &NetTcp::linkLost, this, [this] { tcp->resetLink(); });
-        QElapsedTimer since;
-        since.start();
-        server->cut();
+        QList<int> pauses;
+        for (int i = 0; i < 9; ++i) {
+            tcp->resetLink(1000101);
+            QCOMPARE(tcp->heartInterval(), 6000);
+            pauses << tcp->pause();
+        }
+        QCOMPARE(pauses, (QList<int>{1000, 2000, 4000, 8000, 16000, 32000, 60000, 60000, 60000}));
+        tcp->reconnect(); // the user's wish
+        QCOMPARE(tcp->pause(), 0);
+        QTRY_COMPARE(tcp->socket()->state(), QAbstractSocket::ConnectedState);
         QTRY_COMPARE(server->links(), 2);
-        QVERIFY2(since.elapsed() >= 900, qPrintable(QString::number(since.elapsed())));
+        const auto again = connect(tcp, &NetTcp::linkLost, this, [this] { tcp->resetLink(112); });
+        server->cut(); // at once
+        QTRY_COMPARE(tcp->pause(), 1000);
         disconnect(again);
+
+        LinkTimes quick;
+        quick.pause = 10;
+        quick.stable = 1;
+        quick.shortLife = 0;
+        quick.heartOff = 20; // a heart beat doesn't cut the pause short
+        server.reset(new BusinessPeer);
+        start(quick);
+        for (int i = 0; i < 3; ++i) {
+            bool held = false;
+            QTimer::singleShot(30, this, [&held] { held = true; });
+            QTRY_VERIFY(held);
+            tcp->resetLink(1000100);
+            QCOMPARE(tcp->pause(), 10);
+            QTRY_COMPARE(server->links(), 2 + i);
+        }
+    }
+
+    void heartBeats()
+    {
+        LinkTimes quick;
+        quick.heartOn = quick.heartOff = 10;
+        server.reset(new BusinessPeer);
+        server->answer(10000, 0);
+        start(quick);
+        QSignalSpy lost(tcp, &NetTcp::linkLost);
+        QTRY_VERIFY(server->count(10000) >= 6);
+        QCOMPARE(lost.size(), 0);
+        server->silence(10000);
+        server->forget();
+        QTRY_COMPARE(lost.size(), 1);
+        QCOMPARE(server->count(10000), 3);
+        server->answer(10000, 0);
+        QTRY_COMPARE(server->links(), 2); // the next one brings the link back
+    }
+
+    void packageWithoutEnd()
+    {
+        LinkTimes quick;
+        quick.package = 50;
+        server.reset(new BusinessPeer);
+        start(quick);
+        QSignalSpy lost(tcp, &NetTcp::linkLost), pushed(tcp, &NetTcp::bsPush);
+        const QByteArray whole = BusinessPeer::package(-1, 10413, 0, "{}");
+        server->socket()->write(whole + whole.left(20));
+        QTRY_COMPARE(pushed.size(), 1);
+        server->socket()->write(whole.mid(20));
+        QTRY_COMPARE(pushed.size(), 2);
+        bool later = false;
+        QTimer::singleShot(100, this, [&later] { later = true; });
+        QTRY_VERIFY(later);
+        QCOMPARE(lost.size(), 0); // it was completed
+        server->socket()->write(whole.left(40 - 3));
+        QTRY_COMPARE(lost.size(), 1);
     }
 
     void brokenStreamClosesTheLink()

@@ -1,12 +1,16 @@
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "farm/Wires.h"
 #include "io/NetDown.h"
 #include "io/NetTcp.h"
+#include "io/NetTcpDown.h"
 #include "io/NetUp.h"
-#include "io/NetWork.h"
+#include "io/ProxyFactory.h"
+#include "io/WebAsk.h"
 #include "support/BusinessPeer.h"
 #include "support/HttpPeer.h"
 #include "support/TestMain.h"
+#include <quazip/quazipfile.h>
 
 class TestNetWork : public QObject
 {
@@ -15,19 +19,27 @@ class TestNetWork : public QObject
     QScopedPointer<BusinessPeer> business;
     NetWork *net = nullptr;
 
-    FuncBody get(const QString &path, int seconds = 0)
+    QString end; // of the last question, with the word of the way it went
+    FuncBody got;
+
+    WebAsk question(const QString &url)
     {
-        FuncBody back;
-        bool done = false;
-        net->nget(
-            http->url(path),
-            [&](Request, FuncBody rep) {
-                back = rep;
-                done = true;
-            },
-            QThread::currentThread(), this, seconds);
-        [&] { QTRY_VERIFY(done); }();
-        return back;
+        end.clear();
+        return WebAsk::get(url)
+            .answered([this](const FuncBody &rep) { end = "answered", got = rep; })
+            .refused([this](const FuncBody &rep) { end = "refused " + rep.error, got = rep; })
+            .lost([this](const QString &error) { end = "lost " + error; });
+    }
+    FuncBody get(const QString &path)
+    {
+        got = {};
+        question(http->url(path)).send(this);
+        [&] { QTRY_VERIFY(!end.isEmpty()); }();
+        return got;
+    }
+    static QString withoutWords(const QString &text) // the words behind it are the toolkit's
+    {
+        return QString(text).replace(QRegularExpression("NetworkError:.*$"), "NetworkError");
     }
     // The farm, asked on this thread and waited for.
     QString drive(int farm)
@@ -63,6 +75,22 @@ class TestNetWork : public QObject
         });
     }
 
+    static void setAddress(const QByteArray &name, const QString &url)
+    {
+        QFile ini(QCoreApplication::applicationDirPath() + "/service.ini");
+        QVERIFY(ini.open(QIODevice::WriteOnly));
+        ini.write("[server]\n" + name + "=" + url.toUtf8() + "\n");
+        ini.close();
+        if (name.isEmpty())
+            ini.remove();
+        Session::clearAddresses();
+    }
+    static QByteArray askFor(const Bench &bench, const QJsonObject &told)
+    {
+        const QByteArray body = json({{"startPoint", 0}, {"path", told["downloadPath"]}});
+        return be32(0x11121314) + be32(0) + be64(-1) + be32(70100) + bench.token + be32(body.size()) + body;
+    }
+
 private slots:
     void initTestCase() { UserInfo::init(); }
     void init()
@@ -89,60 +117,87 @@ private slots:
     void replies_data()
     {
         QTest::addColumn<QByteArray>("response");
-        QTest::addColumn<QString>("error");
+        QTest::addColumn<QString>("wanted");
         QTest::addColumn<int>("code");
         QTest::addColumn<int>("relogin");
-        QTest::newRow("object") << HttpPeer::response("{\"result\":1,\"code\":\"7\",\"msg\":\"m\",\"data\":{\"a\":1}}") << "" << 7 << -1;
-        QTest::newRow("no json") << HttpPeer::response("5.2.6.0") << "" << 0 << -1;
-        QTest::newRow("created") << HttpPeer::response("{\"code\":9}", "201 Created") << "" << 9 << -1;
-        QTest::newRow("not found") << HttpPeer::response("{\"code\":9}", "404 Not Found") << "HttpError:" << 0 << -1;
-        QTest::newRow("redirect") << HttpPeer::response("", "302 Found", "Location: /x\r\n") << "HttpError:" << 0 << -1;
-        QTest::newRow("server fault") << HttpPeer::response("", "500 Oh") << "HttpError:" << 0 << -1;
-        QTest::newRow("logged in elsewhere") << HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n") << "NetworkError:" << 0
-                                             << 1000101;
-        QTest::newRow("401 of another kind") << HttpPeer::response("", "401 Unauthorized") << "NetworkError:" << 0 << -1;
-        QTest::newRow("cut off") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{") << "NetworkError:" << 0 << -1;
+        QTest::newRow("object") << HttpPeer::response("{\"result\":1,\"code\":\"7\",\"msg\":\"m\",\"data\":{\"a\":1}}") << "answered" << 7
+                                << -1;
+        QTest::newRow("no json") << HttpPeer::response("5.2.6.0") << "answered" << 0 << -1;
+        QTest::newRow("created") << HttpPeer::response("{\"code\":9}", "201 Created") << "answered" << 9 << -1;
+        QTest::newRow("not found") << HttpPeer::response("{\"code\":9}", "404 Not Found") << "refused HttpError:404" << 0 << -1;
+        QTest::newRow("redirect") << HttpPeer::response("", "302 Found", "Location: /x\r\n") << "refused HttpError:302" << 0 << -1;
+        QTest::newRow("server fault") << HttpPeer::response("", "500 Oh") << "refused HttpError:500" << 0 << -1;
+        QTest::newRow("logged in elsewhere") << HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n") << "refused NetworkError"
+                                             << 0 << 1000101;
+        QTest::newRow("401 of another kind") << HttpPeer::response("", "401 Unauthorized") << "refused NetworkError" << 0 << -1;
+        QTest::newRow("cut off") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{") << "lost NetworkError" << 0 << -1;
     }
     void replies()
     {
         QFETCH(QByteArray, response);
-        QFETCH(QString, error);
         QFETCH(int, relogin);
-        http->answer = [&](const HttpPeer::Request &) { return response; };
-        if (response.endsWith("\n{"))
-            http->answer = [&](const HttpPeer::Request &) {
-                http->link->write(response);
-                http->link->disconnectFromHost();
-                return QByteArray();
-            };
+        http->answer = [&](const HttpPeer::Request &) {
+            if (!response.endsWith("\n{"))
+                return response;
+            http->link->write(response);
+            http->link->disconnectFromHost();
+            return QByteArray();
+        };
         QSignalSpy again(net, &NetWork::reLogin);
         const FuncBody rep = get("/x");
-        QVERIFY2(error.isEmpty() ? rep.ok() : rep.error.startsWith(error), qPrintable(rep.error));
+        QTEST(withoutWords(end), "wanted");
         QTEST(rep.code, "code");
         QCOMPARE(again.isEmpty() ? -1 : again[0][0].toInt(), relogin);
-        if (rep.ok())
+        if (rep.ok() && end == "answered")
             QCOMPARE(rep.raw, response.mid(response.indexOf("\r\n\r\n") + 4));
     }
 
-    void timeOutThenFinish()
+    // A service that takes requests and never answers: each is aborted at its deadline, and those behind it get their
+    // turn, though only six go to one service at a time.
+    void silentService()
     {
-        int calls = 0;
-        FuncBody back;
-        net->nget(
-            http->url("/slow"),
-            [&](Request, FuncBody rep) {
-                ++calls;
-                back = rep;
-            },
-            QThread::currentThread(), this, 1);
-        QTRY_COMPARE(http->requests.size(), 1);
-        QTRY_COMPARE(calls, 1);
-        QCOMPARE(back.error, "time out:" + http->url("/slow"));
-        if (http->link)
-            http->link->write(HttpPeer::response("{}"));
+        int lost = 0;
+        for (int i = 0; i < 12; ++i)
+            WebAsk::get(http->url("/silent"))
+                .within(50)
+                .failed([&lost] { ++lost; })
+                .answered([](const FuncBody &) { QFAIL("?"); })
+                .send(this);
+        QTRY_COMPARE(lost, 12);
         http->answer = [](const HttpPeer::Request &) { return HttpPeer::response("{}"); };
-        get("/after"); // the manager has dealt with all that came before
-        QCOMPARE(calls, 1);
+        get("/after");
+        QCOMPARE(end, QString("answered"));
+        NetWork::destroy();
+        question(http->url()).send(this);
+        QTRY_VERIFY(end.startsWith("lost"));
+        QCOMPARE(lost, 12);
+    }
+
+    // A master that refuses to forward, or names other ports, isn't taken for a road to the farm.
+    void seatBehindItsMaster_data()
+    {
+        QTest::addColumn<QByteArray>("answer");
+        QTest::addColumn<bool>("reached");
+        QTest::newRow("forwarded") << QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",PORT]]})") << true;
+        QTest::newRow("refused") << QByteArray(R"({"result":0,"code":1,"msg":"no","data":[]})") << false;
+        QTest::newRow("another server") << QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",9]]})") << false;
+        QTest::newRow("refused, with pairs") << QByteArray(R"({"result":0,"code":1,"data":[["46270","127.0.0.1",PORT]]})") << false;
+    }
+    void seatBehindItsMaster()
+    {
+        QFETCH(QByteArray, answer);
+        QFETCH(bool, reached);
+        UserInfo::setAllValue("Server", "role", "slave");
+        UserInfo::setAllValue("Server", "master", http->url());
+        tellFarm(http->url());
+        http->answer = [&](const HttpPeer::Request &) {
+            return HttpPeer::response(QByteArray(answer).replace("PORT", QByteArray::number(http->serverPort())));
+        };
+        const QString url = drive(6);
+        UserInfo::setAllValue("Server", "role", "");
+        ProxyFactory::clear();
+        QCOMPARE(url, reached ? http->url("/skydrive") : QString());
+        QCOMPARE(net->skydriveUrl(6), url); // only a good one is kept
     }
 
     void headersOfEachVerb()
@@ -252,11 +307,7 @@ private slots:
     void farmHost()
     {
         QFETCH(QByteArray, body);
-        QFile ini(QCoreApplication::applicationDirPath() + "/service.ini");
-        QVERIFY(ini.open(QIODevice::WriteOnly));
-        ini.write("[server]\nqnbs=" + http->url().toUtf8() + "\n");
-        ini.close();
-        Session::clearAddresses();
+        setAddress("qnbs", http->url());
         http->answer = [&](const HttpPeer::Request &) { return HttpPeer::response(body); };
         NetWork::FarmHost host;
         bool done = false;
@@ -265,42 +316,83 @@ private slots:
             done = true;
         });
         QTRY_VERIFY(done);
-        ini.remove();
         QTEST(host.port, "port");
         QCOMPARE(http->requests[0].path, QByteArray("/bs/farm/8"));
         if (host.known())
             QVERIFY(QHostAddress(host.ip).isLoopback());
-        Session::clearAddresses();
+        setAddress({}, {});
     }
 
-    void multipartBody()
+    // The small transfers, from the living farm: a result, byte by byte off its file server, a page, and a day's log.
+    void smallTransfers()
     {
-        const QByteArray body = NetUp::formBody("B", {{"name", "张"}, {"date", "20240101"}}, "part", "log.zip", QByteArray("\0\r\n", 3));
-        QCOMPARE(body, QByteArray("--B\r\nContent-Disposition: form-data;name=\"name\"\r\n\r\n张\r\n"
-                                  "--B\r\nContent-Disposition: form-data;name=\"date\"\r\n\r\n20240101\r\n"
-                                  "--B\r\nContent-Disposition: form-data;name=\"part\";filename=\"log.zip\"\r\n"
-                                  "Content-Type: application/octet-stream\r\n\r\n") +
-                           QByteArray("\0\r\n", 3) + "\r\n--B--\r\n");
+        FarmOptions options;
+        options.framesPerSecond = 0;
+        Bench bench(options);
+        bench.login();
+        const int task = bench.order({"D:/a/island.tgd"}, Bench::camera("1"));
+        QCOMPARE(FileWire(bench).upload(task, "D/a/island.tgd", noise(50)), 7000404);
+        bench.wire->ask(10704, {{"missionId", task}});
+        const QJsonArray rows = bench.wire->push(10413).object()["rows"].toArray();
+        const QJsonObject told = bench.wire->ask(10800, {{"fileId", rows.at(0).toObject()["id"]}}).object();
+        const QByteArray request = askFor(bench, told);
+        for (const char *fault : {"", "download-code=7010001@1", "refuse-file=1@1", "delay-file=60000@1"}) {
+            bench.farm.faults().set(fault);
+            NetTcpDown stream;
+            QByteArray bytes;
+            connect(&stream, &NetTcpDown::dataRead, this, [&bytes](const QByteArray &piece) { bytes += piece; });
+            connect(&stream, &NetTcpDown::dataRead, &stream, [&] {
+                if (bytes.size() == told["size"].toInt())
+                    stream.stop();
+            });
+            QSignalSpy over(&stream, &NetTcpDown::tcpDownOver);
+            stream.start("127.0.0.1", bench.ports.file, request, 300);
+            QTRY_COMPARE(over.size(), 1);
+            QCOMPARE(md5(bytes) == told["hash"].toString(), fault[0] == 0);
+        }
+        const QString url = QStringLiteral("http://127.0.0.1:%1").arg(bench.ports.http);
+        QFile target(testHome() + "/sub/file.bin");
+        for (const char *fault : {"http-status=404@1", "http-silent=1@1", "http-delay=1"}) {
+            bench.farm.faults().clear();
+            bench.farm.faults().set(fault); // what a failed one leaves is in the way of the next
+            NetDown down(url + "/getUpdateVersion.htm", target.fileName());
+            QSignalSpy finished(&down, &NetDown::netDownFinish);
+            QVERIFY(down.start(300));
+            QTRY_COMPARE(finished.size(), 1);
+            QCOMPARE(down.ok(), fault == QByteArray("http-delay=1"));
+        }
+        QVERIFY(target.open(QIODevice::ReadOnly));
+        QCOMPARE(target.readAll(), options.version.toUtf8());
+        QVERIFY(!NetDown(url, "/proc/none/x").start());
+        bench.farm.faults().clear();
+
+        QFile log(UserInfo::allUserDir() + "/log-20240101.txt");
+        QVERIFY(log.open(QIODevice::WriteOnly));
+        log.write("[1]-3- [0|0] {\"password\":\"hunter2\",\"a\":1}\r\n");
+        log.close();
+        setAddress("logs", url + "/logs");
         NetUp up;
         QVERIFY(!up.upload({{"date", "20240101"}}));              // no name
         QVERIFY(!up.upload({{"name", "a"}, {"date", "no-day"}})); // no such log
-    }
-
-    void fetchedFile()
-    {
-        const QByteArray content(100000, 'z');
-        http->answer = [&](const HttpPeer::Request &one) { return HttpPeer::response(content, one.path == "/file" ? "200 OK" : "404 No"); };
-        QFile target(testHome() + "/sub/file.bin");
-        for (const char *path : {"/none", "/file"}) { // what the first one leaves is in the way of the second
-            NetDown down(http->url(path), target.fileName());
-            QSignalSpy finished(&down, &NetDown::netDownFinish);
-            QVERIFY(down.start());
-            QTRY_COMPARE(finished.size(), 1);
-            QCOMPARE(down.ok(), path == QByteArray("/file"));
-        }
-        QVERIFY(target.open(QIODevice::ReadOnly));
-        QVERIFY(target.readAll() == content);
-        QVERIFY(!NetDown(http->url(), "/proc/none/x").start());
+        QSignalSpy sent(&up, &NetUp::finished);
+        QVERIFY(up.upload({{"name", "张"}, {"date", "20240101"}}));
+        QTRY_COMPARE(sent.size(), 1);
+        setAddress({}, {});
+        QCOMPARE(sent[0][0].toBool(), true);
+        QDir logs(bench.options.dir + "/logs");
+        QFile form(logs.filePath(logs.entryList({"upload-*"}).value(0)));
+        QVERIFY(form.open(QIODevice::ReadOnly));
+        const QByteArray body = form.readAll();
+        QVERIFY(body.contains("form-data;name=\"name\"\r\n\r\n张\r\n"));
+        QFile zip(testHome() + "/log.zip");
+        QVERIFY(zip.open(QIODevice::WriteOnly));
+        const int from = body.indexOf("octet-stream\r\n\r\n") + 16;
+        zip.write(body.mid(from, body.lastIndexOf("\r\n--") - from));
+        zip.close();
+        QuaZipFile unzip(zip.fileName(), "log-20240101.txt");
+        QVERIFY(unzip.open(QIODevice::ReadOnly));
+        const QByteArray text = unzip.readAll();
+        QVERIFY2(text.contains("\"a\":1") && !text.contains("hunter2"), text.constData());
     }
 };
 

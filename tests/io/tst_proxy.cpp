@@ -2,6 +2,7 @@
 #include "io/PortRelay.h"
 #include "io/ProxyFactory.h"
 #include "support/TestMain.h"
+#include <QSemaphore>
 #include <QTcpServer>
 #include <QTcpSocket>
 
@@ -92,6 +93,33 @@ private slots:
         QString why;
         QVERIFY(!ProxyFactory::openProxy({"rest:80"}, true, &why, tools));
         QVERIFY(why.startsWith("端口监听失败！"));
+    }
+
+    // Two at once don't plan for the same port.
+    void twoAtOnce()
+    {
+        QMutex mutex;
+        QList<int> open;
+        QSemaphore reading;
+        ProxyTools tools;
+        tools.netstat = [&] {
+            reading.release(); // the other one has its turn before this one has opened anything
+            reading.tryAcquire(2, 100);
+            const QMutexLocker lock(&mutex);
+            return state(open);
+        };
+        tools.netshadd = [&](const QString &json) {
+            const QMutexLocker lock(&mutex);
+            for (const Forward &one : ProxyFactory::parseRecords(json.toUtf8()))
+                open.append(one.listenPort);
+            return 1;
+        };
+        QScopedPointer<QThread> other(QThread::create([&] { ProxyFactory::openProxy({"a:80"}, true, nullptr, tools); }));
+        other->start();
+        QVERIFY(ProxyFactory::openProxy({"b:80"}, true, nullptr, tools));
+        QVERIFY(other->wait());
+        QCOMPARE(ProxyFactory::pairs().size(), 2);
+        QVERIFY(ProxyFactory::portOf("a", 80) != ProxyFactory::portOf("b", 80));
     }
 
     void seatWithoutTools()

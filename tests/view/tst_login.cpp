@@ -201,11 +201,24 @@ private slots:
         QVERIFY(told().value(0).startsWith("slow "));
     }
 
+    void refusedConfirmation_data()
+    {
+        QTest::addColumn<int>("val");
+        QTest::addColumn<QJsonValue>("user");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("refused") << 1040022 << QJsonValue(5) << "账户信息获取失败";
+        for (const QJsonValue &user : {QJsonValue(), QJsonValue(0), QJsonValue("x")})
+            QTest::addRow("good, but for %s", qPrintable(user.toVariant().toString()))
+                << 1030900 << user << "服务器没有给出账号，请重新登录";
+    }
     void refusedConfirmation()
     {
-        m_server->answer(10309, 1040022);
+        QFETCH(int, val);
+        QFETCH(QJsonValue, user);
+        m_server->answer(10309, val, {{"userId", user}, {"username", "frieda"}});
         begin();
-        QTRY_COMPARE(message(), QString("账户信息获取失败"));
+        QTRY_VERIFY(!message().isEmpty());
+        QTEST(message(), "text");
         QVERIFY(!m_login->mainWindow());
         QTRY_VERIFY(told().size() >= 2);
         QVERIFY2(told().last().contains(" 1 "), "the page must not log in by itself again");

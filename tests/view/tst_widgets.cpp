@@ -260,16 +260,24 @@ private slots:
 
     void oneInstance()
     {
-        const QString name = SingleApp::instanceName("vandrel_test") + QString::number(QCoreApplication::applicationPid());
-#ifndef Q_OS_WIN
-        QVERIFY(SingleApp::instanceName("x") != "x"); // one per user
-#endif
-        QLocalServer first;
-        QLocalServer::removeServer(name);
-        QVERIFY(first.listen(name));
-        QLocalSocket second;
-        second.connectToServer(name);
-        QVERIFY(second.waitForConnected(500));
+        QTemporaryDir dir;
+        const QString runtime = dir.filePath("run"), data = dir.filePath("data");
+        QVERIFY(QDir().mkdir(runtime));
+        QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner | QFile::ReadOther);
+        for (const QString &open : {runtime, QString(), dir.filePath("none"), QString("run")})
+            QCOMPARE(SingleApp::folder(open, data), data); // others may look into it, or it isn't one
+        QVERIFY(QFileInfo(data).isDir());
+        QFile::setPermissions(runtime, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QCOMPARE(SingleApp::folder(runtime, data), runtime);
+        qputenv("XDG_RUNTIME_DIR", runtime.toUtf8());
+        const QString name = SingleApp::instanceName("vandrel_test");
+        QVERIFY2(name.startsWith(runtime + "/"), qPrintable(name));
+        Instance first, second;
+        QSignalSpy wanted(&first, &Instance::showUp);
+        QVERIFY(first.take(name));
+        QVERIFY(!second.take(name));
+        QTRY_COMPARE(wanted.size(), 1);
+        qunsetenv("XDG_RUNTIME_DIR");
     }
 
     void webToolStaysInside_data()

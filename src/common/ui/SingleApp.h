@@ -1,6 +1,6 @@
 #pragma once
 // The application object with the hand-shake of one instance per user. Main thread. A second start connects to the
-// first one's local server and ends; the first emits showUp() and comes forward.
+// first one's local server and ends, if that is the same user's; the first emits showUp() and comes forward.
 #include <QApplication>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -19,6 +19,20 @@ public:
     using QLocalServer::QLocalServer;
 };
 
+// The one place of a running client under a name.
+class Instance : public QObject
+{
+    Q_OBJECT
+public:
+    bool take(const QString &name); // false: a client of the same user has it, and comes forward. Waits at most 500 ms
+
+signals:
+    void showUp(); // another client wanted the place
+
+private:
+    LocalServer *m_server = nullptr;
+};
+
 class SingleApp : public QApplication
 {
     Q_OBJECT
@@ -26,13 +40,14 @@ public:
     SingleApp(int &argc, char **argv);
     // True: start-up goes on. False: another instance answered under this name. Waits at most 500 ms.
     bool handshake(const QString &name, bool check);
-    // One name per user: on systems whose local sockets are shared by all users the user's number stands behind group.
+    // One name per user and data folder. Where local sockets are files it is a path in a folder of the user alone.
     static QString instanceName(const QString &group);
+    // The runtime folder, where it is this user's alone; else data, which is made.
+    static QString folder(const QString &runtime, const QString &data);
 
 signals:
     void showUp();
 
 private:
-    QLocalSocket *m_socket = nullptr;
-    QLocalServer *m_server = nullptr;
+    Instance m_instance;
 };

@@ -1,7 +1,7 @@
 #include "io/local/CmdHand.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include <QDebug>
 
 const QList<CmdHand::Route> &CmdHand::routes()
@@ -27,11 +27,7 @@ const QList<CmdHand::Route> &CmdHand::routes()
     return table;
 }
 
-CmdHand::CmdHand(int waitMs) : m_wait(this), m_waitMs(waitMs)
-{
-    m_wait.setSingleShot(true);
-    connect(&m_wait, &QTimer::timeout, this, [this] { fail(tr("服务器没有应答，请稍后再试")); });
-}
+CmdHand::CmdHand(int waitMs) : m_waitMs(waitMs) {}
 
 void CmdHand::initCmh()
 {
@@ -97,21 +93,15 @@ void CmdHand::ask(int cmd, const QJsonObject &body, Reply reply)
 
 void CmdHand::ask(int cmd, const QByteArray &body, Reply reply)
 {
-    if (!NetTcp::isLogin()) {
-        fail(tr("客户端未登录"));
-        return;
-    }
-    m_wait.start(m_waitMs);
-    QByteArray bytes = body;
-    NetTcp::instance()->nvds(
-        cmd / 100, cmd, bytes,
-        [this, reply](int val, const QJsonDocument &doc) {
-            if (m_over)
-                return;
-            m_wait.stop();
-            reply(val, doc);
-        },
-        this);
+    Ask(cmd, body)
+        .within(m_waitMs)
+        .any([this, reply](int val, const QJsonDocument &doc) {
+            if (!m_over)
+                reply(val, doc);
+        })
+        .lost(
+            [this](Ask::Loss why) { fail(why == Ask::NoLink ? tr("客户端未登录") : tr("服务器没有应答，请稍后再试")); })
+        .send(this);
 }
 
 void CmdHand::forward(int cmd, const QByteArray &body)
@@ -138,9 +128,7 @@ void CmdHand::askEach(int cmd, const QList<int> &missions, std::function<void(in
             if (!all->failed)
                 all->val = val; // the first failure stands for all
             all->failed = all->failed || !isGood(cmd, val);
-            if (--all->open > 0)
-                m_wait.start(m_waitMs);
-            else
+            if (--all->open == 0)
                 next(all->val, all->docs.toList());
         });
     }
@@ -163,7 +151,6 @@ void CmdHand::over(int code, const QString &msg, const QJsonValue &data, bool go
     if (m_over)
         return;
     m_over = true;
-    m_wait.stop();
     emit cmdOver(reply(code, msg, data, good, more, m_line.readable));
     deleteLater();
 }

@@ -95,7 +95,6 @@ private:
     CmdLine m_line;
     QJsonDocument m_sent;
     Caller m_caller;
-    QTimer m_wait;
     int m_waitMs;
     bool m_over = false;
 };

@@ -3,7 +3,7 @@
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include "transfer/TransSet.h"
 #include "transfer/up/UpWork.h"
 #include <algorithm>
@@ -166,10 +166,10 @@ void UpHandler::askEnd(const db_resolve &order)
         return;
     asked.start();
     reportSpeeds(); // while the record still tells the totals
-    NetTcp::instance()->nvds(
-        107, 10704, QJsonObject{{QStringLiteral("missionId"), order.missionid}},
-        [this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); },
-        this);
+    Ask(10704, {{QStringLiteral("missionId"), order.missionid}})
+        .within(m_timing.askAgainMs)
+        .any([this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); })
+        .send(this);
 }
 
 void UpHandler::endOrder(qlonglong rkey, const QString &order)
@@ -430,14 +430,14 @@ void UpHandler::speedsReported()
             continue; // over or deleted within this second
         UploadDAO::instance()->tellOrderSpeed(order.ordernum, one->speed);
         const QPair<qlonglong, qlonglong> sizes = ResolveDAO::instance()->sizesOfMission(one.key());
-        NetTcp::instance()->nvds(104, 10416,
-                                 QJsonObject{
-                                     {QStringLiteral("missionId"), one.key()},
-                                     {QStringLiteral("realtimeSpeed"), one->speed},
-                                     {QStringLiteral("feelingSpeed"), qint64(one->felt)},
-                                     {QStringLiteral("totalSize"), qint64(sizes.first)},
-                                     {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
-                                 });
+        const QJsonObject speed{
+            {QStringLiteral("missionId"), one.key()},
+            {QStringLiteral("realtimeSpeed"), one->speed},
+            {QStringLiteral("feelingSpeed"), qint64(one->felt)},
+            {QStringLiteral("totalSize"), qint64(sizes.first)},
+            {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
+        };
+        Ask(10416, speed).send();
     }
     m_sums.clear();
 }

@@ -1,9 +1,7 @@
 #include "common/ui/kit/Command.h"
 #include "common/Session.h"
-#include "io/NetTcp.h"
-#include <memory>
+#include "io/Ask.h"
 #include <QCoreApplication>
-#include <QTimer>
 
 QString Command::codeText(int code)
 {
@@ -24,26 +22,20 @@ QString Command::Answer::text() const
 void Command::ask(QObject *guard, int cmd, const QJsonObject &body, std::function<void(const Answer &)> then,
                   const QList<int> &good, int deadlineMs)
 {
-    // The timer is the guard of the reply: with it goes whoever waits.
-    auto *wait = new QTimer(guard);
-    wait->setSingleShot(true);
-    QObject::connect(wait, &QTimer::timeout, guard, [wait, then] {
-        wait->deleteLater();
-        then(Answer());
-    });
-    wait->start(deadlineMs);
-    NetTcp::instance()->nvds(
-        cmd / 100, cmd, body,
-        [=](int code, const QJsonDocument &doc) {
-            if (!wait->isActive())
-                return;
-            wait->stop();
-            wait->deleteLater();
+    const auto answered = [=](bool right) {
+        return [=](int code, const QJsonDocument &doc) {
             Answer answer;
             answer.code = code;
             answer.doc = doc;
-            answer.kind = (good.isEmpty() ? code == cmd * 100 : good.contains(code)) ? Answer::Good : Answer::Refused;
+            answer.kind = (good.isEmpty() ? right : good.contains(code)) ? Answer::Good : Answer::Refused;
             then(answer);
-        },
-        wait);
+        };
+    };
+    Ask(cmd, body)
+        .within(deadlineMs)
+        .whenLinked()
+        .answered(answered(true))
+        .refused(answered(false))
+        .lost([then](Ask::Loss) { then(Answer()); })
+        .send(guard);
 }
