@@ -192,11 +192,13 @@ bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep
     // As UTF-8, else in the system's encoding, else as UTF-8 with what can't be read replaced.
     Walk walk;
     bool good = false;
-    for (const char *name : {"UTF-8", "System", "UTF-8"}) {
+    for (const auto &[name, last] : {std::pair("UTF-8", false), std::pair("System", false), std::pair("UTF-8", true)}) {
         walk = Walk();
         XmlSource source(log, stop, QTextCodec::codecForName(name), from, to + qint64(sizeof(Close)) - 1);
+        if (last)
+            source.replaceUndecodable();
         good = walk.run(&source);
-        if (!source.undecodable() || stop.stopped())
+        if (good || stop.stopped())
             break;
     }
     if (!good)
@@ -221,10 +223,13 @@ bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep
     }
 
     DiskPath disk(sceneFile, stop);
-    QStringList missing, lines;
-    const QStringList files = existing(QStringList(scene) + walk.paths, &disk, &missing);
+    QStringList missing;
+    walk.paths.prepend(scene);
+    const QStringList files = existing(walk.paths, &disk, &missing);
+    walk.paths.clear();
+    QString details;
     for (const QString &path : qAsConst(missing))
-        lines.append(tr("丢失文件：%1").arg(path));
+        details += (details.isEmpty() ? QString() : QStringLiteral("\n")) + tr("丢失文件：%1").arg(path);
     const QJsonObject content{{QStringLiteral("sceneName"), scene},
                               {QStringLiteral("missionName"), scene.section(QLatin1Char('/'), -1)},
                               {QStringLiteral("softwareType"), ClarisseType},
@@ -232,7 +237,7 @@ bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep
                               {QStringLiteral("modelParameters"), QJsonObject{{QStringLiteral("images"), images}}}};
     *result = {{QStringLiteral("status"), missing.isEmpty() ? 0 : 1},
                {QStringLiteral("content"), content},
-               {QStringLiteral("details"), lines.join(QLatin1Char('\n'))}};
+               {QStringLiteral("details"), details}};
     return true;
 }
 

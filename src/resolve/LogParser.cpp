@@ -34,7 +34,7 @@ QJsonDocument parseDocument(const QByteArray &json)
     if (problem.error == QJsonParseError::GarbageAtEnd)
         document = QJsonDocument::fromJson(json.left(problem.offset), &problem);
     if (problem.error != QJsonParseError::NoError)
-        qWarning().noquote() << "LogParser::parseJson" << problem.errorString() << "at" << problem.offset << "of"
+        qWarning().noquote() << "LogParser::parseDocument" << problem.errorString() << "at" << problem.offset << "of"
                              << json.size();
     return document;
 }
@@ -68,7 +68,7 @@ void finishC4D(ParsedLog *log, const QString &first, const QString &plugins, QSt
 {
     const QString scene = single(log->content.value(QLatin1String("sceneName")).toString());
     if (!scene.isEmpty() && scene != first) {
-        qDebug().noquote() << "LogParser::parseJson 塞入c4d主文件" << scene;
+        qDebug().noquote() << "LogParser::finishC4D 塞入c4d主文件" << scene;
         *files +=
             (files->endsWith(QLatin1Char('[')) ? QString() : QStringLiteral(",")) + QString::fromUtf8(strings({scene}));
     }

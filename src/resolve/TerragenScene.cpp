@@ -317,6 +317,11 @@ QJsonObject TerragenScene::result() const
     QString details = (noPhotons ? tr("没有光子文件\n") : QString()) + photonFrames;
     if (cameras.isEmpty())
         details.prepend(tr("错误：没有可用的渲染节点。\r\n"));
+    for (const QJsonValue &camera : cameras) {
+        const QString fault = FrameSet::checkOrder(camera[QLatin1String("frames")].toString());
+        if (!fault.isEmpty())
+            details += camera[QLatin1String("name")].toString() + QLatin1Char(' ') + fault + QLatin1Char('\n');
+    }
     if (!missing.isEmpty())
         details += tr("丢失文件：\r\n%1").arg(missing.join(QLatin1Char('\n')));
     const QJsonObject content{{QStringLiteral("sceneName"), scene},

@@ -44,7 +44,10 @@ bool XmlSource::refill()
             m_held.clear();
             return !m_ready.isEmpty() && !m_stop.stopped();
         }
-        m_ready = m_held + (m_decoder ? m_decoder->toUnicode(raw).toUtf8() : raw);
+        const QByteArray decoded = m_decoder ? m_decoder->toUnicode(raw).toUtf8() : raw;
+        if (undecodable() && !m_lenient)
+            return false;
+        m_ready = m_held + decoded;
         m_held.clear();
         if (m_tiles) {
             m_ready.replace(TileMark, "&lt;UDIM&gt;");

@@ -22,7 +22,8 @@ public:
     void attach(QXmlStreamReader *xml); // reads from this, with the limits
     void entitiesDeclared() { m_limited = true; }
     void escapeTiles() { m_tiles = true; }
-    bool undecodable() const; // bytes that the codec hasn't
+    void replaceUndecodable() { m_lenient = true; } // goes on behind them
+    bool undecodable() const;                       // there were bytes that the codec hasn't: ended there
 
 protected:
     qint64 readData(char *data, qint64 max) override;
@@ -36,6 +37,6 @@ private:
     std::unique_ptr<QTextDecoder> m_decoder;
     qint64 m_left;
     qint64 m_references = 0;
-    bool m_limited = false, m_tiles = false;
+    bool m_limited = false, m_tiles = false, m_lenient = false;
     QByteArray m_ready, m_held; // m_held: the beginning of a mark that the next block may complete
 };

@@ -4,6 +4,7 @@
 #include "db/ResolveDAO.h"
 #include "resolve/BaseResolve.h"
 #include "resolve/MaxVersion.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QCryptographicHash>
 #include <QJsonArray>
@@ -134,20 +135,20 @@ private slots:
         const auto answer = [](const QByteArray &status) {
             return "echo 'Vandrel Info:{\"status\":" + status + ",\"content\":{\"a\":1},\"details\":\"d\"}'\n";
         };
-        QTest::newRow("clean") << good << 106 << 0 << "" << true;
-        QTest::newRow("crash behind the answer") << good + "kill -SEGV $$\n" << 106 << 0 << "" << true;
-        QTest::newRow("failure behind the answer") << good + "exit 3\n" << 106 << 0 << "" << true;
-        QTest::newRow("warnings") << answer("1") << 103 << 0 << "d" << true;
-        QTest::newRow("errors") << answer("2") << 104 << 0 << "d" << false;
-        QTest::newRow("parameters missing") << answer("3") << 105 << 0 << "d" << true;
-        QTest::newRow("nothing") << QByteArray("exit 0\n") << 106 << 0 << "" << false;
-        QTest::newRow("cut answer") << QByteArray("printf 'Vandrel Info:{\"status\":0,'\n") << 104 << 10012 << "" << false;
-        QTest::newRow("answer in two writes")
-            << QByteArray("printf 'Vandrel In'; sleep 0.1; printf 'fo:{\"status\":1,\"content\":{\"a\":1},\"details\":\"d\"}'\n") << 103
-            << 0 << "d" << true;
-        QTest::newRow("noise on both channels")
-            << "head -c 300000 /dev/zero | tr '\\0' n >&2; head -c 300000 /dev/zero | tr '\\0' n; echo\n" + good << 106 << 0 << "" << true;
-        QTest::newRow("leaves a child that holds its output") << good + "sleep 1000 &\necho $! >child\n" << 106 << 0 << "" << true;
+        addRow("clean", good, 106, 0, "", true);
+        addRow("crash behind the answer", good + "kill -SEGV $$\n", 106, 0, "", true);
+        addRow("failure behind the answer", good + "exit 3\n", 106, 0, "", true);
+        addRow("warnings", answer("1"), 103, 0, "d", true);
+        addRow("errors", answer("2"), 104, 0, "d", false);
+        addRow("parameters missing", answer("3"), 105, 0, "d", true);
+        addRow("nothing", QByteArray("exit 0\n"), 106, 0, "", false);
+        addRow("cut answer", QByteArray("printf 'Vandrel Info:{\"status\":0,'\n"), 104, 10012, "", false);
+        addRow("answer in two writes",
+               QByteArray("printf 'Vandrel In'; sleep 0.1; printf 'fo:{\"status\":1,\"content\":{\"a\":1},\"details\":\"d\"}'\n"), 103, 0,
+               "d", true);
+        addRow("noise on both channels", "head -c 300000 /dev/zero | tr '\\0' n >&2; head -c 300000 /dev/zero | tr '\\0' n; echo\n" + good,
+               106, 0, "", true);
+        addRow("leaves a child that holds its output", good + "sleep 1000 &\necho $! >child\n", 106, 0, "", true);
     }
     void ends()
     {
@@ -231,17 +232,17 @@ private slots:
         QTest::addColumn<int>("type");
         QTest::addColumn<QString>("software");
         QTest::addColumn<int>("error");
-        QTest::newRow("maya not installed") << int(Maya) << "maya1999" << 10011;
-        QTest::newRow("program that isn't one") << int(Maya) << "mayanoexec" << 10000;
-        QTest::newRow("max in two words") << int(Max) << "3dsmax 2016" << 10010;
-        QTest::newRow("max not installed") << int(Max) << "3ds max 2016" << 10011;
-        QTest::newRow("max of no known year") << int(Max) << "3ds max 2031" << 10030;
-        QTest::newRow("max too old for the scene") << int(Max) << "3ds max 2012" << 10033;
-        QTest::newRow("houdini in one word") << int(Houdini) << "houdini16" << 10010;
-        QTest::newRow("houdini not installed") << int(Houdini) << "houdini-16.5" << 10011;
-        QTest::newRow("c4d not installed") << int(Cinema4D) << "cinema 4d r20" << 10011;
-        QTest::newRow("clarisse not installed") << int(Clarisse) << "clarisse 4.0" << 10011;
-        QTest::newRow("terragen, not a scene") << int(Terragen) << "terragen 4" << 10012;
+        addRow("maya not installed", int(Maya), "maya1999", 10011);
+        addRow("program that isn't one", int(Maya), "mayanoexec", 10000);
+        addRow("max in two words", int(Max), "3dsmax 2016", 10010);
+        addRow("max not installed", int(Max), "3ds max 2016", 10011);
+        addRow("max of no known year", int(Max), "3ds max 2031", 10030);
+        addRow("max too old for the scene", int(Max), "3ds max 2012", 10033);
+        addRow("houdini in one word", int(Houdini), "houdini16", 10010);
+        addRow("houdini not installed", int(Houdini), "houdini-16.5", 10011);
+        addRow("c4d not installed", int(Cinema4D), "cinema 4d r20", 10011);
+        addRow("clarisse not installed", int(Clarisse), "clarisse 4.0", 10011);
+        addRow("terragen, not a scene", int(Terragen), "terragen 4", 10012);
     }
     void notStarted()
     {
@@ -268,15 +269,10 @@ private slots:
         const QString command = "python(\"import sys,os\");python(\"sys.path.append(\\\"@S/scripts/maya/%1\\\")\");"
                                 "python(\"import vanalyzer\");python(\"vanalyzer.runMain(0,1)\")";
         const QJsonObject project{{"mayaProject", "/p r"}};
-        QTest::newRow("batch") << "bin/mayabatch"
-                               << "Maya2016" << QJsonObject() << false << "@P|-file|@D/s.mb|-command|" + command.arg("p27");
-        QTest::newRow("project") << "bin/mayabatch"
-                                 << "Maya2012" << project << false << "@P|-proj|/p r|-file|@D/s.mb|-command|" + command.arg("p26");
-        QTest::newRow("no batch program") << "bin/maya"
-                                          << "Maya2016" << QJsonObject() << false
-                                          << "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27");
-        QTest::newRow("fast") << "bin/mayabatch"
-                              << "Maya2016" << project << true << "@D/bin/mayapy|@S/scripts/maya/p27/VMA.py|@D/s.mb|-proj|/p r";
+        addRow("batch", "bin/mayabatch", "Maya2016", QJsonObject(), false, "@P|-file|@D/s.mb|-command|" + command.arg("p27"));
+        addRow("project", "bin/mayabatch", "Maya2012", project, false, "@P|-proj|/p r|-file|@D/s.mb|-command|" + command.arg("p26"));
+        addRow("no batch program", "bin/maya", "Maya2016", QJsonObject(), false, "@P|-batch|-file|@D/s.mb|-command|" + command.arg("p27"));
+        addRow("fast", "bin/mayabatch", "Maya2016", project, true, "@D/bin/mayapy|@S/scripts/maya/p27/VMA.py|@D/s.mb|-proj|/p r");
     }
     void maya()
     {

@@ -1,4 +1,5 @@
 #include "resolve/FrameSet.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QRegularExpression>
 
@@ -69,31 +70,17 @@ private slots:
         QTest::addColumn<QString>("keyMessage");
         QTest::addColumn<QString>("frameMessage");
         const QString none, backwards = "帧序列只支持从小到大排列！", outside = "优先帧不在序列帧范围内！";
-        QTest::newRow("none") << ""
-                              << "1-10" << none << none;
-        QTest::newRow("within") << "1,5-6"
-                                << "1-10" << none << none;
-        QTest::newRow("backwards") << "5-1"
-                                   << "1-10" << backwards << none;
-        QTest::newRow("outside") << "11"
-                                 << "1-10" << outside << none;
-        QTest::newRow("between steps") << "2"
-                                       << "1-10:3" << outside << none;
-        QTest::newRow("letters") << "a"
-                                 << "1"
-                                 << "不支持输入英文，请检查！" << none;
-        QTest::newRow("characters") << "1;2"
-                                    << "1;2"
-                                    << "输入的字符格式不正确，请检查！"
-                                    << "输入的字符格式不正确，请检查！";
-        QTest::newRow("no frames") << ""
-                                   << " , " << none << "请输入参数设置项的序列帧！";
-        QTest::newRow("frames backwards") << ""
-                                          << "3,9-1" << none << "参数设置项的序列帧只支持从小到大排列！";
-        QTest::newRow("longest step") << ""
-                                      << "1-10:10" << none << none;
-        QTest::newRow("step too long") << ""
-                                       << "1-10:11" << none << "参数设置项的隔帧不在有效序列帧范围内！";
+        addRow("none", "", "1-10", none, none);
+        addRow("within", "1,5-6", "1-10", none, none);
+        addRow("backwards", "5-1", "1-10", backwards, none);
+        addRow("outside", "11", "1-10", outside, none);
+        addRow("between steps", "2", "1-10:3", outside, none);
+        addRow("letters", "a", "1", "不支持输入英文，请检查！", none);
+        addRow("characters", "1;2", "1;2", "输入的字符格式不正确，请检查！", "输入的字符格式不正确，请检查！");
+        addRow("no frames", "", " , ", none, "请输入参数设置项的序列帧！");
+        addRow("frames backwards", "", "3,9-1", none, "参数设置项的序列帧只支持从小到大排列！");
+        addRow("longest step", "", "1-10:10", none, none);
+        addRow("step too long", "", "1-10:11", none, "参数设置项的隔帧不在有效序列帧范围内！");
     }
     void messages()
     {
@@ -107,7 +94,7 @@ private slots:
     {
         QTest::addColumn<QString>("text");
         for (const char *text : {"1", "1-2,3", "1\uff0c2", "-1--2", "1,", ",1", "1-2:3", "1,,2", "1234567", "1 2", "--1", "x"})
-            QTest::newRow(text) << QString::fromUtf8(text);
+            addRow(text, QString::fromUtf8(text));
     }
     void pastedTextIsJudgedAsTyped()
     {

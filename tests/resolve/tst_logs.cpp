@@ -3,6 +3,7 @@
 #include "resolve/ClarisseXml.h"
 #include "resolve/LogParser.h"
 #include "resolve/MaxLog.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QBuffer>
 #include <QJsonArray>
@@ -129,18 +130,12 @@ private slots:
         QTest::addColumn<QString>("renderer");
         QTest::addColumn<QString>("plugins");
         QTest::addColumn<int>("status");
-        QTest::newRow("none in the scene") << ""
-                                           << "redshift" << 0;
-        QTest::newRow("same, other case") << "Redshift"
-                                          << R"([{"name":"Redshift","version":"3"}])" << 0;
-        QTest::newRow("other") << "octane"
-                               << R"([{"name":"Redshift"}])" << 2;
-        QTest::newRow("unknown") << "UnknownX"
-                                 << "[]" << 2;
-        QTest::newRow("no renderer chosen") << "octane"
-                                            << R"([{"name":"xparticles"}])" << 0;
-        QTest::newRow("its capital keeps corona out of the rule") << "octane"
-                                                                  << R"([{"name":"Corona"}])" << 0;
+        addRow("none in the scene", "", "redshift", 0);
+        addRow("same, other case", "Redshift", R"([{"name":"Redshift","version":"3"}])", 0);
+        addRow("other", "octane", R"([{"name":"Redshift"}])", 2);
+        addRow("unknown", "UnknownX", "[]", 2);
+        addRow("no renderer chosen", "octane", R"([{"name":"xparticles"}])", 0);
+        addRow("its capital keeps corona out of the rule", "octane", R"([{"name":"Corona"}])", 0);
     }
     void cinema4D()
     {
@@ -276,12 +271,12 @@ private slots:
     void clarisseNotXml_data()
     {
         QTest::addColumn<QByteArray>("log");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("no project") << QByteArray("license error\n");
-        QTest::newRow("cut") << QByteArray("<project><image></project>");
-        QTest::newRow("entities without end in sum") << "<!DOCTYPE project [<!ENTITY e \"" + QByteArray(4000, 'x') + "\">]><project>" +
-                                                            QByteArray("&e;").repeated(100000) + "</project>";
-        QTest::newRow("deep") << "<project>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + "</project>";
+        addRow("empty", QByteArray());
+        addRow("no project", QByteArray("license error\n"));
+        addRow("cut", QByteArray("<project><image></project>"));
+        addRow("entities without end in sum", "<!DOCTYPE project [<!ENTITY e \"" + QByteArray(4000, 'x') + "\">]><project>" +
+                                                  QByteArray("&e;").repeated(100000) + "</project>");
+        addRow("deep", "<project>" + QByteArray("<a>").repeated(5000) + QByteArray("</a>").repeated(5000) + "</project>");
     }
     void clarisseNotXml()
     {

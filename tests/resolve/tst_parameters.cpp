@@ -1,5 +1,6 @@
 #include "common/UserInfo.h"
 #include "resolve/ParameterModel.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
 #include <QTemporaryDir>
@@ -153,17 +154,16 @@ private slots:
         QTest::addColumn<QString>("keys");
         QTest::addColumn<int>("strategy");
         const QByteArray cameras = R"({"modelParameters":{"cameras":[{"frames":"1-3"},{"frames":"3-5"}]})";
-        QTest::newRow("not wanted") << 0 << cameras + '}' << QByteArray("{}") << "" << -1;
-        QTest::newRow("worked out") << 1 << cameras + '}' << QByteArray("{}") << "1,3,5" << 2;
-        QTest::newRow("asked for") << 1 << cameras + '}' << QByteArray(R"({"keyFrames":"4","strategy":1})") << "4" << 1;
-        QTest::newRow("asked for nothing") << 1 << cameras + '}' << QByteArray(R"({"keyFrames":""})") << "1,3,5" << 2;
-        QTest::newRow("there already") << 1 << cameras + R"(,"keyFrames":"2","strategy":0})"
-                                       << QByteArray(R"({"keyFrames":"4","strategy":1})") << "2" << 0;
-        QTest::newRow("houdini, not ticked yet") << 1
-                                                 << QByteArray(R"({"softwareType":4,"Rops":[{"frames":"1-3","selected":0}])"
-                                                               "}")
-                                                 << QByteArray("{}") << "1,2,3" << 2;
-        QTest::newRow("no frames") << 1 << QByteArray("{}") << QByteArray("{}") << "" << -1;
+        addRow("not wanted", 0, cameras + '}', QByteArray("{}"), "", -1);
+        addRow("worked out", 1, cameras + '}', QByteArray("{}"), "1,3,5", 2);
+        addRow("asked for", 1, cameras + '}', QByteArray(R"({"keyFrames":"4","strategy":1})"), "4", 1);
+        addRow("asked for nothing", 1, cameras + '}', QByteArray(R"({"keyFrames":""})"), "1,3,5", 2);
+        addRow("there already", 1, cameras + R"(,"keyFrames":"2","strategy":0})", QByteArray(R"({"keyFrames":"4","strategy":1})"), "2", 0);
+        addRow("houdini, not ticked yet", 1,
+               QByteArray(R"({"softwareType":4,"Rops":[{"frames":"1-3","selected":0}])"
+                          "}"),
+               QByteArray("{}"), "1,2,3", 2);
+        addRow("no frames", 1, QByteArray("{}"), QByteArray("{}"), "", -1);
     }
     void priorityFrames()
     {
@@ -184,19 +184,15 @@ private slots:
         QTest::addColumn<int>("type");
         QTest::addColumn<QByteArray>("rdata");
         QTest::addColumn<QString>("frames");
-        QTest::newRow("max") << int(Max) << QByteArray(R"({"modelParameters":{"frames":"1-2"}})") << "1-2";
-        QTest::newRow("c4d, at the top") << int(Cinema4D) << QByteArray(R"({"frames":"3"})") << "3";
-        QTest::newRow("maya, analysed") << int(Maya) << QByteArray(R"({"modelParameters":{"layers":[{"frames":"1"},{"frames":"2"}]}})")
-                                        << "1;2";
-        QTest::newRow("maya, chosen") << int(Maya) << QByteArray(R"({"modelParameters":[{"frames":"1"},{"frames":"2","selected":0}]})")
-                                      << "1";
-        QTest::newRow("houdini") << int(Houdini) << QByteArray(R"({"Rops":[{"frames":"1"}]})") << "1";
-        QTest::newRow("houdini, chosen") << int(Houdini) << QByteArray(R"({"Rops":[{"frames":"1"}],"modelParameters":[{"frames":"9"}]})")
-                                         << "9";
-        QTest::newRow("clarisse")
-            << int(Clarisse)
-            << QByteArray(R"({"modelParameters":{"images":[{"frames":"7","layers":[{"frames":"1"}]},{"layers":[{"frames":"2"}]}]}})")
-            << "1;2";
+        addRow("max", int(Max), QByteArray(R"({"modelParameters":{"frames":"1-2"}})"), "1-2");
+        addRow("c4d, at the top", int(Cinema4D), QByteArray(R"({"frames":"3"})"), "3");
+        addRow("maya, analysed", int(Maya), QByteArray(R"({"modelParameters":{"layers":[{"frames":"1"},{"frames":"2"}]}})"), "1;2");
+        addRow("maya, chosen", int(Maya), QByteArray(R"({"modelParameters":[{"frames":"1"},{"frames":"2","selected":0}]})"), "1");
+        addRow("houdini", int(Houdini), QByteArray(R"({"Rops":[{"frames":"1"}]})"), "1");
+        addRow("houdini, chosen", int(Houdini), QByteArray(R"({"Rops":[{"frames":"1"}],"modelParameters":[{"frames":"9"}]})"), "9");
+        addRow("clarisse", int(Clarisse),
+               QByteArray(R"({"modelParameters":{"images":[{"frames":"7","layers":[{"frames":"1"}]},{"layers":[{"frames":"2"}]}]}})"),
+               "1;2");
     }
     void baseOfPriorityFrames()
     {
@@ -209,12 +205,12 @@ private slots:
     {
         QTest::addColumn<QByteArray>("before");
         QTest::addColumn<QByteArray>("variables");
-        QTest::newRow("appended") << QByteArray(R"({"mayaProject":"D:/p/Q","machine":{"envVars":["A=1"]}})")
-                                  << QByteArray(R"(["A=1","MAYA_PROJECT=D:\\p\\Q"])");
-        QTest::newRow("replaced") << QByteArray(R"({"mayaProject":"D:/p","machine":{"envVars":["MAYA_PROJECT=old","A=1"]}})")
-                                  << QByteArray(R"(["MAYA_PROJECT=D:\\p","A=1"])");
-        QTest::newRow("first") << QByteArray(R"({"mayaProject":"D:/p"})") << QByteArray(R"(["MAYA_PROJECT=D:\\p"])");
-        QTest::newRow("none") << QByteArray(R"({"machine":{"name":"m"}})") << QByteArray("[]");
+        addRow("appended", QByteArray(R"({"mayaProject":"D:/p/Q","machine":{"envVars":["A=1"]}})"),
+               QByteArray(R"(["A=1","MAYA_PROJECT=D:\\p\\Q"])"));
+        addRow("replaced", QByteArray(R"({"mayaProject":"D:/p","machine":{"envVars":["MAYA_PROJECT=old","A=1"]}})"),
+               QByteArray(R"(["MAYA_PROJECT=D:\\p","A=1"])"));
+        addRow("first", QByteArray(R"({"mayaProject":"D:/p"})"), QByteArray(R"(["MAYA_PROJECT=D:\\p"])"));
+        addRow("none", QByteArray(R"({"machine":{"name":"m"}})"), QByteArray("[]"));
     }
     void mayaProject()
     {
@@ -232,30 +228,12 @@ private slots:
         QTest::addColumn<QString>("output");
         QTest::addColumn<QString>("errstr");
         QTest::addColumn<QString>("text");
-        QTest::newRow("free") << "/d/a.max"
-                              << "o.tga"
-                              << "警告：未找到以下贴图\r\n"
-                              << "";
-        QTest::newRow("output") << "/d/a.MAX"
-                                << ""
-                                << ""
-                                << "a.MAX:无输出路径，请先进行参数设置";
-        QTest::newRow("camera") << "/d/a.max"
-                                << "o"
-                                << "警告：没有设置默认相机。\r\n"
-                                << "a.max:无默认相机，请先进行参数设置";
-        QTest::newRow("photons") << "/d/a.max"
-                                 << "o"
-                                 << "x未解析到本地光子y"
-                                 << "a.max:无本地光子，请先进行参数设置";
-        QTest::newRow("two") << "/d/a.max"
-                             << ""
-                             << "没有设置默认相机"
-                             << "a.max:无输出路径，请先进行参数设置\r\na.max:无默认相机，请先进行参数设置";
-        QTest::newRow("another software") << "/d/a.tgd"
-                                          << ""
-                                          << "没有设置默认相机"
-                                          << "";
+        addRow("free", "/d/a.max", "o.tga", "警告：未找到以下贴图\r\n", "");
+        addRow("output", "/d/a.MAX", "", "", "a.MAX:无输出路径，请先进行参数设置");
+        addRow("camera", "/d/a.max", "o", "警告：没有设置默认相机。\r\n", "a.max:无默认相机，请先进行参数设置");
+        addRow("photons", "/d/a.max", "o", "x未解析到本地光子y", "a.max:无本地光子，请先进行参数设置");
+        addRow("two", "/d/a.max", "", "没有设置默认相机", "a.max:无输出路径，请先进行参数设置\r\na.max:无默认相机，请先进行参数设置");
+        addRow("another software", "/d/a.tgd", "", "没有设置默认相机", "");
     }
     void blocked()
     {

@@ -6,6 +6,7 @@
 #include "resolve/ClarisseResolve.h"
 #include "resolve/MaxVersion.h"
 #include "resolve/SoftwareFinder.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QDir>
 #include <QJsonDocument>
@@ -105,48 +106,20 @@ private slots:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("version");
         QTest::addColumn<QString>("program"); // empty: none is found
-        QTest::newRow("maya") << "maya"
-                              << "2016"
-                              << "/usr/autodesk/maya2016/bin/mayabatch";
-        QTest::newRow("maya, fast") << "fast"
-                                    << "2016"
-                                    << "/usr/autodesk/maya2016/bin/mayapy";
-        QTest::newRow("maya of other name") << "maya"
-                                            << "2014"
-                                            << "/usr/autodesk/maya2014-x64/bin/maya";
-        QTest::newRow("maya, not a part of a number") << "maya"
-                                                      << "201"
-                                                      << "";
-        QTest::newRow("houdini") << "houdini"
-                                 << "17.5.460"
-                                 << "/opt/hfs17.5.460/bin/hython";
-        QTest::newRow("houdini, newest build") << "houdini"
-                                               << "17.5"
-                                               << "/opt/hfs17.5.1000/bin/hython";
-        QTest::newRow("houdini absent") << "houdini"
-                                        << "17"
-                                        << "/opt/hfs17.5.1000/bin/hython";
-        QTest::newRow("houdini, other") << "houdini"
-                                        << "7.5"
-                                        << "";
-        QTest::newRow("c4d") << "c4d"
-                             << "21"
-                             << "/opt/maxon/cinema4dr21.207/bin/Commandline";
-        QTest::newRow("c4d of a year") << "c4d"
-                                       << "2023"
-                                       << "/opt/maxon/cinema4d2023/bin/Commandline";
-        QTest::newRow("c4d, not a year's end") << "c4d"
-                                               << "23"
-                                               << "";
-        QTest::newRow("clarisse") << "clarisse"
-                                  << "CLARISSE 4.0"
-                                  << "/opt/isotropix/clarisse/4.0_sp3/clarisse/cnode";
-        QTest::newRow("clarisse, other") << "clarisse"
-                                         << "CLARISSE 3.0"
-                                         << "";
-        QTest::newRow("no version") << "maya"
-                                    << ""
-                                    << "";
+        addRow("maya", "maya", "2016", "/usr/autodesk/maya2016/bin/mayabatch");
+        addRow("maya, fast", "fast", "2016", "/usr/autodesk/maya2016/bin/mayapy");
+        addRow("maya of other name", "maya", "2014", "/usr/autodesk/maya2014-x64/bin/maya");
+        addRow("maya, not a part of a number", "maya", "201", "");
+        addRow("houdini", "houdini", "17.5.460", "/opt/hfs17.5.460/bin/hython");
+        addRow("houdini, newest build", "houdini", "17.5", "/opt/hfs17.5.1000/bin/hython");
+        addRow("houdini absent", "houdini", "17", "/opt/hfs17.5.1000/bin/hython");
+        addRow("houdini, other", "houdini", "7.5", "");
+        addRow("c4d", "c4d", "21", "/opt/maxon/cinema4dr21.207/bin/Commandline");
+        addRow("c4d of a year", "c4d", "2023", "/opt/maxon/cinema4d2023/bin/Commandline");
+        addRow("c4d, not a year's end", "c4d", "23", "");
+        addRow("clarisse", "clarisse", "CLARISSE 4.0", "/opt/isotropix/clarisse/4.0_sp3/clarisse/cnode");
+        addRow("clarisse, other", "clarisse", "CLARISSE 3.0", "");
+        addRow("no version", "maya", "", "");
     }
     void usualFolders()
     {

@@ -3,6 +3,7 @@
 #include "resolve/TerragenGi.h"
 #include "resolve/TerragenScene.h"
 #include "resolve/XmlSource.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
 #include <QTemporaryDir>
@@ -175,24 +176,25 @@ private slots:
         QCOMPARE(content["softwareType"].toInt(), 8);
         const QJsonObject none = TerragenScene::read(put("n.tgd", scene({}))).result();
         QVERIFY(none["status"].toInt() == 2 && !none["details"].toString().isEmpty()); // nothing to order
+        const QByteArray backwards = render("back").replace("sequence_first = \"1\"", "sequence_first = \"10\"");
+        QVERIFY(TerragenScene::read(put("b.tgd", scene(backwards))).result()["details"].toString().startsWith("back "));
     }
 
     void notAProject_data()
     {
         QTest::addColumn<QByteArray>("text");
-        QTest::newRow("empty") << QByteArray();
-        QTest::newRow("not xml") << QByteArray("TERRAGEN\x01\x02");
-        QTest::newRow("cut") << scene(render("r")).left(200);
-        QTest::newRow("clip") << QByteArray("<?xml version='1.0'?>\n<terragen_clip></terragen_clip>");
-        QTest::newRow("other root") << QByteArray("<project/>");
-        QTest::newRow("deep") << QByteArray("<terragen>") + QByteArray("<a>").repeated(100000);
+        addRow("empty", QByteArray());
+        addRow("not xml", QByteArray("TERRAGEN\x01\x02"));
+        addRow("cut", scene(render("r")).left(200));
+        addRow("clip", QByteArray("<?xml version='1.0'?>\n<terragen_clip></terragen_clip>"));
+        addRow("other root", QByteArray("<project/>"));
+        addRow("deep", QByteArray("<terragen>") + QByteArray("<a>").repeated(100000));
         QByteArray bomb = "<!DOCTYPE terragen [<!ENTITY a0 \"xxxxxxxxxx\">";
         for (int i = 1; i < 12; ++i)
             bomb += "<!ENTITY a" + QByteArray::number(i) + " \"" + QByteArray("&a" + QByteArray::number(i - 1) + ";").repeated(10) + "\">";
-        QTest::newRow("entities without end in sum") << "<!DOCTYPE terragen [<!ENTITY e \"" + QByteArray(4000, 'x') +
-                                                            "\">]><terragen><x filename=\"" + QByteArray("&e;").repeated(300000) +
-                                                            "\"/></terragen>";
-        QTest::newRow("entities without end") << bomb + "]><terragen><x filename=\"&a11;\">&a11;</x></terragen>";
+        addRow("entities without end in sum", "<!DOCTYPE terragen [<!ENTITY e \"" + QByteArray(4000, 'x') +
+                                                  "\">]><terragen><x filename=\"" + QByteArray("&e;").repeated(300000) + "\"/></terragen>");
+        addRow("entities without end", bomb + "]><terragen><x filename=\"&a11;\">&a11;</x></terragen>");
     }
     void notAProject()
     {
@@ -263,7 +265,7 @@ private slots:
         file.open(QFile::ReadOnly);
         const QJsonObject all = QJsonDocument::fromJson(file.readAll()).object()["terragen"].toObject();
         for (auto it = all.begin(); it != all.end(); ++it)
-            QTest::newRow(qPrintable(it.key())) << it.key();
+            addRow(qPrintable(it.key()), it.key());
     }
     void realScenes()
     {
@@ -299,21 +301,18 @@ private slots:
         const auto whole = [&other](const QByteArray &settings) {
             return scene("<!-- <render name=\"r\"> -->" + other + render("r", settings)).replace('\n', "\r\n");
         };
-        QTest::newRow("read") << whole(gi("1", "0", "0", "")) << whole(gi("0", "1", "0", "D:/c/a&amp;b.gic")) << 1 << "D:/c/a&b.gic";
-        QTest::newRow("read, the scene's own file")
-            << whole(gi("1", "0", "1", "c\\a.gic")) << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "c/a.gic";
-        QTest::newRow("read, no file told") << whole(gi("0", "0", "1", "c\\a.gic")) << whole(gi("0", "1", "0", "c\\a.gic")) << 1 << "";
-        QTest::newRow("write") << whole(gi("0", "1", "0", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2 << "b.gic";
-        QTest::newRow("none") << whole(gi("0", "1", "1", "a.gic")) << whole(gi("1", "0", "0", "a.gic")) << 0 << "";
-        QTest::newRow("set already") << whole(gi("0", "0", "1", "a.gic")) << whole(gi("0", "0", "1", "a.gic")) << 2 << "";
+        addRow("read", whole(gi("1", "0", "0", "")), whole(gi("0", "1", "0", "D:/c/a&amp;b.gic")), 1, "D:/c/a&b.gic");
+        addRow("read, the scene's own file", whole(gi("1", "0", "1", "c\\a.gic")), whole(gi("0", "1", "0", "c\\a.gic")), 1, "c/a.gic");
+        addRow("read, no file told", whole(gi("0", "0", "1", "c\\a.gic")), whole(gi("0", "1", "0", "c\\a.gic")), 1, "");
+        addRow("write", whole(gi("0", "1", "0", "a.gic")), whole(gi("0", "0", "1", "a.gic")), 2, "b.gic");
+        addRow("none", whole(gi("0", "1", "1", "a.gic")), whole(gi("1", "0", "0", "a.gic")), 0, "");
+        addRow("set already", whole(gi("0", "0", "1", "a.gic")), whole(gi("0", "0", "1", "a.gic")), 2, "");
         const auto bare = [&whole](const QByteArray &flags) {
             return whole(QByteArray("<render_GI_settings\r\n  name='g'" + flags + "/>"));
         };
-        QTest::newRow("flags that aren't there")
-            << bare({}) << bare("\r\n  no_GI_cache_file=\"0\"\r\n  read_from_GI_cache_file=\"0\"\r\n  write_to_GI_cache_file=\"1\"") << 2
-            << "";
-        QTest::newRow("no settings") << whole("<render_x no_GI_cache_file=\"1\"/>") << whole("<render_x no_GI_cache_file=\"1\"/>") << 1
-                                     << "";
+        addRow("flags that aren't there", bare({}),
+               bare("\r\n  no_GI_cache_file=\"0\"\r\n  read_from_GI_cache_file=\"0\"\r\n  write_to_GI_cache_file=\"1\""), 2, "");
+        addRow("no settings", whole("<render_x no_GI_cache_file=\"1\"/>"), whole("<render_x no_GI_cache_file=\"1\"/>"), 1, "");
     }
     void writeBack()
     {

@@ -181,7 +181,7 @@ def troubles(make, folder):
         ('long path', 1, 'maya2018', maya(deep[:200], u'场景'.ljust(258 - len(deep[:200]) - 4, 'x') + '.ma', 'w.png'), None),
         ('path too long for the farm', 1, 'maya2018', maya(deep, 'scene.ma'), (113, 0))]
     for _, software_type, software, scene, _ in cases:
-        rig.analyse([scene], parameter(rig, software_type, software))
+        rig.analyse([scene], parameter(rig, software_type, software, **({'mayaProject': base} if scene.endswith('link.ma') else {})))
     waiting = [one for one in cases if one[4]]
     told = {}
 
