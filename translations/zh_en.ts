@@ -162,6 +162,16 @@
         <translation>All files are downloaded</translation>
     </message>
     <message>
+        <source>任务：%1</source>
+        <translation>Task: %1</translation>
+    </message>
+    <message>
+        <source>任务 %1 有 %2 个结果的路径不能用，已跳过：<byte value="xd"/>
+%3</source>
+        <translation>Task %1: %2 results have paths that cannot be used and were passed by:<byte value="xd"/>
+%3</translation>
+    </message>
+    <message>
         <source>已存在 %1 个文件，共 %2 个</source>
         <translation>%1 of %2 files are here already</translation>
     </message>
@@ -381,6 +391,14 @@ Please check the network</translation>
 </context>
 <context>
     <name>MainWindow</name>
+    <message>
+        <source>任务 %1 的结果要保存到以下文件夹，但本机没有用过它：<byte value="xd"/>
+%2<byte value="xd"/>
+是否允许保存到该文件夹？</source>
+        <translation>The results of task %1 are to be saved in this folder, which this computer has not used so far:<byte value="xd"/>
+%2<byte value="xd"/>
+May they be saved there?</translation>
+    </message>
     <message>
         <source>语言在重新启动后生效，现在重新启动吗？</source>
         <translation>The language changes with the next start. Start again now?</translation>
@@ -2280,6 +2298,12 @@ Please check the network</translation>
     <message>
         <source>去充值</source>
         <translation>Top up</translation>
+    </message>
+    <message>
+        <source>文件夹 %1 所在的磁盘空间不足，请清理磁盘！<byte value="xd"/>
+您也可以更换路径，但只对新任务起作用</source>
+        <translation>The disk of folder %1 is nearly full, please free some space!<byte value="xd"/>
+You can also change the folder, but only for new tasks</translation>
     </message>
     <message>
         <source>%1盘空间不足，请清理磁盘！<byte value="xd"/>

@@ -1,5 +1,7 @@
 #include "common/ResultPath.h"
 #include "common/CommonConfig.h"
+#include "common/platform/SafeFile.h"
+#include "common/ResultRoots.h"
 #include "common/Seam.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -42,6 +44,8 @@ QString onePiece(QString value)
     }
     return value.trimmed();
 }
+
+std::string raw(const QString &text) { return text.toStdString(); }
 
 bool isReserved(const QString &name)
 {
@@ -114,7 +118,7 @@ QString ResultPath::safeName(const QString &name)
     }
     for (int i = out.size() - 1; i >= 0 && (out.at(i) == '.' || out.at(i) == ' '); --i)
         out[i] = '_';
-    if (isReserved(out))
+    if (isReserved(out) || out.startsWith('.')) // what starts with a dot is hidden, and read by other programs
         out.prepend('_');
     if (out.endsWith(QStringLiteral(".xtemp"), Qt::CaseInsensitive) ||
         out.endsWith(QStringLiteral(".vd"), Qt::CaseInsensitive))
@@ -162,13 +166,16 @@ bool ResultPath::flag(const QJsonObject &row, const QString &key) { return row.v
 
 QString ResultPath::rowPath(const QString &root, const QJsonObject &row, QString *reason)
 {
-    const QString relative = safeRelative(text(row, "path"), reason);
-    if (relative.isEmpty())
-        return {};
-    if (flag(row, "isBlock") || flag(row, "autoPush") || flag(row, "isKeyframe"))
-        return root + '/' + relative;
-    const qint64 id = row.value("id").toVariant().toLongLong();
-    return root + '/' + QString::number(id) + '/' + relative.section('/', -1);
+    const bool whole = flag(row, "isBlock") || flag(row, "autoPush") || flag(row, "isKeyframe");
+    const QString path = text(row, "path").replace('\\', '/');
+    if (whole) {
+        const QString relative = safeRelative(path, reason);
+        return relative.isEmpty() ? QString() : root + '/' + relative;
+    }
+    const QString name = path.section('/', -1);
+    if (name.isEmpty() || name == QLatin1String(".") || climbs(name))
+        return refuse(reason, QStringLiteral("no file name"));
+    return root + '/' + text(row, "id") + '/' + safeName(name);
 }
 
 QString ResultPath::submitDay(const QJsonObject &values)
@@ -223,12 +230,12 @@ ResultPath::RootKind ResultPath::rootKind(const QJsonObject &obj)
     return kind == Project || kind == Scene ? RootKind(kind) : Personal;
 }
 
-QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing)
+QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing, QString *unknown)
 {
     const QString dir = rootOfKind(obj, rootKind(obj));
     // The folder that is set from the start is made; one that the user chose may lie on a drive that isn't there today.
     if (rootKind(obj) == Personal && dir.endsWith(QLatin1String("/ResultQN")))
-        QDir().mkpath(dir);
+        platform::Folder::reach(raw(QFileInfo(dir).path()), raw(QFileInfo(dir).fileName()), true);
     if (dir.isEmpty() || !QDir::isAbsolutePath(dir) || !QFileInfo(dir).isDir()) {
         qWarning().noquote() << "VFunc::rootPath no dir:" << dir;
         if (missing)
@@ -239,9 +246,19 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing)
     const QString folder = ruleFolder(told.isEmpty() ? UserInfo::resultRule() : told, obj);
     if (folder.isEmpty())
         return {};
+    if (create && !ResultRoots::knows(dir)) {
+        qWarning().noquote() << "VFunc::rootPath a folder that nobody here named:" << dir;
+        if (unknown)
+            *unknown = dir;
+        return {};
+    }
     const QString path = (dir.endsWith('/') ? dir : dir + '/') + folder;
-    if (create && !QDir().mkpath(path))
-        qWarning().noquote() << "VFunc::rootPath mkpath:" << path;
+    if (create) {
+        ResultRoots::add(dir); // files that wait stay good when the user sets another folder
+        std::string reason;
+        if (!platform::Folder::reach(raw(dir), raw(folder), true, &reason))
+            qWarning().noquote() << "VFunc::rootPath can't be made:" << path << QString::fromStdString(reason);
+    }
     return path;
 }
 
@@ -257,12 +274,20 @@ void ResultPath::tellMissing(const QJsonObject &obj, const QString &missing)
     Seam<WindowCalls>::post([=](WindowCalls &window) { window.rootMsg(message, kind, project, software); });
 }
 
+void ResultPath::askUnknown(const QJsonObject &obj, const QString &unknown)
+{
+    const QString task = firstText(obj, "missionName", "name");
+    Seam<WindowCalls>::post([=](WindowCalls &window) { window.confirmRoot(unknown, task); });
+}
+
 QString VFunc::rootPath(const QJsonObject &obj, bool create)
 {
-    QString missing;
-    const QString path = ResultPath::root(obj, create, &missing);
+    QString missing, unknown;
+    const QString path = ResultPath::root(obj, create, &missing, &unknown);
     if (!missing.isNull())
         ResultPath::tellMissing(obj, missing);
+    if (!unknown.isNull())
+        ResultPath::askUnknown(obj, unknown);
     return path;
 }
 

@@ -7,6 +7,7 @@
 //   dots and blanks at the end of a name       become "_"
 //   CON, PRN, AUX, NUL, COM0-9, LPT0-9 ...     get "_" in front
 //   names that end as a download's own files   get "_" behind (.xtemp, .vd)
+// What starts with a dot gets "_" in front: a result never becomes a program's hidden settings.
 // Pure functions but for root(), which looks at the disk; any thread.
 #include <QJsonObject>
 #include <QString>
@@ -23,8 +24,8 @@ public:
     // Whether a full path can be written to: absolute, and no piece that climbs or is illegal below its root.
     static bool isSafeTarget(const QString &target);
 
-    // Local path of a result row. Rows with isBlock, autoPush or isKeyframe: root/path; others: root/id/file name.
-    // Empty when refused, as above.
+    // Local path of a result row. Rows with isBlock, autoPush or isKeyframe: root/path; others: root/id/file name,
+    // whatever folders their path names. Empty when refused, as above.
     static QString rowPath(const QString &root, const QJsonObject &row, QString *reason = nullptr);
     static bool flag(const QJsonObject &row, const QString &key); // the value 1, as a number, text or true
 
@@ -35,9 +36,12 @@ public:
     static QString submitDay(const QJsonObject &values); // empty when no time is told
 
     // The folder of a task: root of its kind + ruleFolder, made when create is set. Empty when the root isn't there
-    // (missing is then its path) or a name is refused.
-    static QString root(const QJsonObject &obj, bool create, QString *missing = nullptr);
+    // (missing is then its path), when create is set and nobody on this machine named it (unknown is then its path, see
+    // ResultRoots), or a name is refused.
+    static QString root(const QJsonObject &obj, bool create, QString *missing = nullptr, QString *unknown = nullptr);
     static RootKind rootKind(const QJsonObject &obj);
     // Tells the window that a root is missing and where it's set.
     static void tellMissing(const QJsonObject &obj, const QString &missing);
+    // Asks the user, in a box, whether results may go there; DownCalls::rootConfirmed is the answer.
+    static void askUnknown(const QJsonObject &obj, const QString &unknown);
 };

@@ -1,7 +1,7 @@
 // The skin over the platform layer; what names and links of scene files mean is in SceneNames.cpp.
 #include "common/VFunc.h"
 #include "common/platform/Platform.h"
-#include "common/WinUtil.h"
+#include "common/platform/SafeFile.h"
 #include <atomic>
 #include <QDebug>
 #include <QDir>
@@ -153,7 +153,11 @@ void VFunc::setScreenSize(int w, int h)
 }
 
 qint64 VFunc::freeSpace(const QString &path) { return platform::freeSpace(raw(path)); }
-int VFunc::createFixedSizeFile(const QString &path, qint64 size) { return WinUtil::createFixedSizeFile(path, size); }
+bool VFunc::openRegular(QFile *file)
+{
+    const int fd = platform::openRegular(raw(file->fileName()));
+    return fd >= 0 && file->open(fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+}
 bool VFunc::syncFile(int fd) { return platform::syncFile(fd); }
 bool VFunc::syncFolder(const QString &path) { return platform::syncFolder(raw(path)); }
 

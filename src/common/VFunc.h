@@ -9,6 +9,8 @@
 #include <QStringList>
 #include <QVariant>
 
+class QFile;
+
 class VFunc
 {
 public:
@@ -40,8 +42,8 @@ public:
 
     // Bytes free for this user on the volume that holds path (or its nearest existing parent); -1 on failure.
     static qint64 freeSpace(const QString &path);
-    // Makes path with this size: 0 good, -1 open failed, -2 size failed (the file is deleted on failure).
-    static int createFixedSizeFile(const QString &path, qint64 size);
+    // Opens for reading without waiting, unbuffered: only a regular file, never a pipe, a device or a folder.
+    static bool openRegular(QFile *file);
     // Bytes written so far are on the medium when it returns true. fd: QFile::handle().
     static bool syncFile(int fd);
     // The names in the folder (a new file, a rename, a removal) are on the medium when it returns true.

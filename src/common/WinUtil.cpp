@@ -1,7 +1,4 @@
 #include "common/WinUtil.h"
-#include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 
-int WinUtil::createFixedSizeFile(const QString &path, qint64 size)
-{
-    return platform::createFixedSizeFile(path.toStdString(), size);
-}
+int WinUtil::createFixedSizeFile(int fd, qint64 size) { return platform::setFileSize(fd, size); }

@@ -5,6 +5,6 @@
 class WinUtil
 {
 public:
-    // 0 good, -1 not openable, -2 no room for size bytes (the file is removed). An existing file loses its content.
-    static int createFixedSizeFile(const QString &path, qint64 size);
+    // Gives an open file this size: 0 good, -1 not possible, -2 no room for it (the size stays). The content stays.
+    static int createFixedSizeFile(int fd, qint64 size);
 };

@@ -18,6 +18,12 @@ public:
     virtual void connectDAOView(int type) = 0;
     // Some frames of a task are on disk, some aren't: ask, answer with DownCalls::coverResult.
     virtual void downCover(int missionId, const QString &text) = 0;
+    // A server wants results in a folder that nobody here named: ask, answer yes with DownCalls::rootConfirmed.
+    virtual void confirmRoot(const QString &root, const QString &task)
+    {
+        Q_UNUSED(root)
+        Q_UNUSED(task)
+    }
     virtual void downSpace(const QString &root) = 0;
     virtual void downErrorTip(const QString &text) = 0;
     virtual void redPoint() = 0;

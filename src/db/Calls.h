@@ -47,6 +47,7 @@ public:
     virtual void missionResult(int mid, bool autoRes, bool isBatch) = 0;
     virtual void coverResult(int mid, int cover) = 0;              // 0 all, 1 only what isn't there, 2 cancelled
     virtual void resultPush(QJsonObject obj) = 0;                  // push 10413
+    virtual void rootConfirmed(QString root) { Q_UNUSED(root) }    // results may go there, the user says
     virtual void readFile(int page) = 0;                           // the store answers with DownloadDAO::miss
     virtual void readMissionFile(qlonglong missPri, int page) = 0; // ... with DownloadDAO::allFile
     virtual void reDown(qlonglong missPri) = 0;

@@ -73,6 +73,11 @@ bool DownloadDAO::open(const QString &userDir)
          "primary key(pri))",
          {}, true);
     exec("create table miss_vip(id int,vip varchar,com varchar,primary key(id))", {}, true);
+    exec("create table if not exists fetched(id INTEGER,lpath varchar,hash varchar,size INTEGER,time INTEGER,"
+         "primary key(id))");
+    exec("create table if not exists untold(id INTEGER,primary key(id))");
+    exec("delete from fetched where time < ?",
+         {QDateTime::currentDateTime().addDays(-FetchedDays).toMSecsSinceEpoch()});
     addColumns("miss2",
                {{"missname", "varchar"}, {"lpath", "varchar"}, {"ok", "int"}, {"sum", "int"}, {"state", "int"}});
     migrate();
@@ -122,7 +127,7 @@ QList<db_downfile> DownloadDAO::readPage(qlonglong missPri, int page)
     {
         Locker lock(m_mutex);
         if (hasTable(missPri))
-            each(QStringLiteral("select * from down_%1 limit %2,30").arg(missPri).arg(qMax(0, page) * PageRows), {},
+            each(QStringLiteral("select * from down_%1 limit ?,?").arg(missPri), {qMax(0, page) * PageRows, PageRows},
                  [&](const Row &row) { list << fileOf(row, missPri); });
     }
     emit allFile(list, page <= 0);
@@ -238,7 +243,8 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
     qlonglong next = miss.pri * FilesPerMission;
     for (const db_downfile &file : files) {
         const auto stands = standing.constFind(identity(file));
-        if (stands != standing.constEnd() && (stands->state == Waiting || stands->state == Running))
+        if (stands != standing.constEnd() && (stands->state == Waiting || stands->state == Running) &&
+            sameVersion(*stands, file))
             continue;
         qlonglong pri = stands != standing.constEnd() ? stands->pri : 0;
         if (pri == 0) {
@@ -262,12 +268,16 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
            work.commit();
 }
 
-db_downfile DownloadDAO::nextWaiting(qlonglong missPri)
+db_downfile DownloadDAO::nextWaiting(qlonglong missPri, const QList<qlonglong> &except)
 {
     db_downfile file;
+    QStringList list;
+    for (const qlonglong pri : except)
+        list << QString::number(pri);
+    const QString others = list.isEmpty() ? QString() : QStringLiteral("and pri not in (%1) ").arg(list.join(','));
     Locker lock(m_mutex);
     if (hasTable(missPri))
-        each(QStringLiteral("select * from down_%1 where state = ? limit 1").arg(missPri), {int(Waiting)},
+        each(QStringLiteral("select * from down_%1 where state = ? %2limit 1").arg(missPri).arg(others), {int(Waiting)},
              [&](const Row &row) { file = fileOf(row, missPri); });
     return file;
 }
@@ -311,7 +321,12 @@ bool DownloadDAO::fileDone(qlonglong missPri, qlonglong pri)
     {
         Locker lock(m_mutex);
         Work work(this);
-        if (!work || change(QStringLiteral("delete from down_%1 where pri = ?").arg(missPri), {pri}) <= 0 ||
+        const QString row = QStringLiteral("from down_%1 where pri = ? and id > 0").arg(missPri);
+        if (!work ||
+            !exec("replace into fetched (id,lpath,hash,size,time) select id,lpath,hash,size,? " + row,
+                  {QDateTime::currentMSecsSinceEpoch(), pri}) ||
+            !exec("replace into untold (id) select id " + row, {pri}) ||
+            change(QStringLiteral("delete from down_%1 where pri = ?").arg(missPri), {pri}) <= 0 ||
             !exec("update miss2 set ok = ok + 1 where pri = ?", {missPri}))
             return false;
         each("select ok,sum from miss2 where pri = ?", {missPri}, [&](const Row &row) {
@@ -324,6 +339,47 @@ bool DownloadDAO::fileDone(qlonglong missPri, qlonglong pri)
     emit fileEnded(pri);
     emit downProgress(missPri, now.ok, now.sum);
     return true;
+}
+
+bool DownloadDAO::passBy(qlonglong missPri, qlonglong pri)
+{
+    {
+        Locker lock(m_mutex);
+        Work work(this);
+        if (!work || change(QStringLiteral("delete from down_%1 where pri = ?").arg(missPri), {pri}) <= 0 ||
+            !exec("update miss2 set sum = sum - 1 where pri = ? and sum > 0", {missPri}) || !work.commit())
+            return false;
+    }
+    emit refreshAll();
+    return true;
+}
+
+db_downfile DownloadDAO::fetched(qlonglong id)
+{
+    db_downfile file;
+    Locker lock(m_mutex);
+    each("select id,lpath,hash,size from fetched where id = ?", {id}, [&](const Row &row) { file = fileOf(row, 0); });
+    return file;
+}
+
+QList<qlonglong> DownloadDAO::untold()
+{
+    QList<qlonglong> list;
+    Locker lock(m_mutex);
+    each("select id from untold order by id", {}, [&](const Row &row) { list << row.number("id"); });
+    return list;
+}
+
+bool DownloadDAO::told(qlonglong id)
+{
+    Locker lock(m_mutex);
+    return exec("delete from untold where id = ?", {id});
+}
+
+bool DownloadDAO::sameVersion(const db_downfile &a, const db_downfile &b)
+{
+    return a.id == b.id && (a.size == b.size || a.size == 0 || b.size == 0) &&
+           (a.hash.isEmpty() || b.hash.isEmpty() || a.hash.compare(b.hash, Qt::CaseInsensitive) == 0);
 }
 
 bool DownloadDAO::setMissionState(qlonglong missPri, int state)

@@ -1,6 +1,8 @@
 #pragma once
 // The store of result downloads: qnfileDown.db, one row of miss2 per mission and one table down_<pri> per mission with
-// a row a file; success deletes the row. Old files with the single tables miss and down are carried over at opening.
+// a row a file; success deletes the row and notes the file in fetched (what was finished, for a push that comes again)
+// and untold (what the server hasn't confirmed to have heard of). Old files with the single tables miss and down are
+// carried over at opening.
 // Singleton, any thread. Table names are built from integers only.
 #include "db/Records.h"
 #include "db/Store.h"
@@ -22,16 +24,27 @@ public:
     QList<db_downmiss> missionsOfOrder(const QString &order);
     void setVip(int missionId, const QString &vip, const QString &com);
     // Writes the mission and its files in one transaction (pri of a file = mission pri * 10000 + index; files beyond
-    // 10,000 go on counting and stay unique within the mission). Rows that stand already and wait or run are kept.
+    // 10,000 go on counting and stay unique within the mission). Rows of the same version of a file that wait or run
+    // already are kept; those of another version are written over.
     // sum is written as ok and the count of rows of the mission afterwards.
     bool addMission(const db_downmiss &miss, const QList<db_downfile> &files);
-    qlonglong newMissionPri();                  // unique
-    db_downfile nextWaiting(qlonglong missPri); // pri 0: none
+    qlonglong newMissionPri(); // unique
+    // Waits and isn't among `except`; pri 0: none.
+    db_downfile nextWaiting(qlonglong missPri, const QList<qlonglong> &except = {});
     bool setState(qlonglong missPri, qlonglong pri, int state, int error);
     bool setHashSize(qlonglong missPri, qlonglong pri, const QString &hash, qlonglong size);
     bool setPath(qlonglong missPri, qlonglong pri, const QString &lpath);
     bool remove(qlonglong missPri, qlonglong pri);
-    bool fileDone(qlonglong missPri, qlonglong pri); // removes the row, ok + 1, emits downProgress; one transaction
+    // Removes the row, ok + 1, notes it in fetched and untold, in one transaction; emits downProgress.
+    bool fileDone(qlonglong missPri, qlonglong pri);
+    bool passBy(qlonglong missPri, qlonglong pri); // removes the row, sum - 1: it can't be fetched
+    // How the file of this id was finished last; id 0: it wasn't within the last FetchedDays.
+    db_downfile fetched(qlonglong id);
+    QList<qlonglong> untold();
+    bool told(qlonglong id);
+    // Whether both rows speak of one version of a file; what a row doesn't tell (no size, no hash) doesn't differ.
+    static bool sameVersion(const db_downfile &a, const db_downfile &b);
+    static constexpr int FetchedDays = 90;
     bool setMissionState(qlonglong missPri, int state);
     int count(qlonglong missPri);          // -1 on failure
     int countFailed(qlonglong missPri);    // 3 and 31

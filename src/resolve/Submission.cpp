@@ -1,4 +1,5 @@
 #include "resolve/Submission.h"
+#include "common/ResultRoots.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/ResolveDAO.h"
@@ -7,6 +8,8 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 
 namespace
 {
@@ -15,6 +18,18 @@ constexpr int WrongData = 10012, TimedOut = 10002; // of the analysis errors, wh
 constexpr int WaitingUpload = 10;
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
+
+// Where the farm may put the results of this order: it's believed later only about folders that stand here.
+void keepRoots(const db_resolve &row)
+{
+    const QJsonObject rset = QJsonDocument::fromJson(row.rset.toUtf8()).object();
+    const QJsonObject config = rset.value("projectConfig").toObject();
+    for (const QJsonValue &root : {rset.value("clientResultRootPath"), config.value("outputPath"),
+                                   config.value("extraConfig").toObject().value("outputPath")}) {
+        if (!root.toString().isEmpty())
+            ResultRoots::add(root.toString());
+    }
+}
 } // namespace
 
 Submission::Submission(QObject *parent) : QObject(parent) {}
@@ -48,6 +63,7 @@ void Submission::send(const db_resolve &row)
     }
     if (!dao->setState(row.rkey, 108, 0, now()))
         return;
+    keepRoots(row);
     Sent sent;
     sent.attempt = ++m_attempts;
     sent.since.start();

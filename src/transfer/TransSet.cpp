@@ -38,3 +38,23 @@ TransSet::Pace TransSet::pace(int limitKib, int workers, int packetSize, int ela
         return {packetSize, int(qMax<qint64>(0, 1000 * qint64(perWork) / qMax<qint64>(1, share) - elapsedMs))};
     return {qMin(nextPacketSize(packetSize, elapsedMs), perWork), 0};
 }
+
+int TransSet::limitAt(int normal, int other, int from, int to, int minute)
+{
+    const bool within = from < to ? minute >= from && minute < to : from > to && (minute >= from || minute < to);
+    return qMax(0, within ? other : normal);
+}
+
+namespace
+{
+int setting(const char *key) { return UserInfo::allValue(QStringLiteral("Transfer"), QLatin1String(key), 0).toInt(); }
+
+int limitNow(int normal, const char *other)
+{
+    const int minute = QTime::currentTime().msecsSinceStartOfDay() / 60000;
+    return TransSet::limitAt(normal, setting(other), setting("otherFrom"), setting("otherTo"), minute);
+}
+} // namespace
+
+int TransSet::upLimit() { return limitNow(UserInfo::upSpeed(), "otherUpSpeed"); }
+int TransSet::downLimit() { return limitNow(setting("downSpeed"), "otherDownSpeed"); }

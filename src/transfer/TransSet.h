@@ -85,5 +85,11 @@ public:
     // began, its ask included.
     static Pace pace(int limitKib, int workers, int packetSize, int elapsedMs);
 
+    // The limit that holds now, in KiB/s; 0: none. Within the hours from otherFrom to otherTo (minutes of the day, over
+    // midnight too; alike: no such hours) the other speed holds.
+    static int upLimit();
+    static int downLimit();
+    static int limitAt(int normal, int other, int from, int to, int minute);
+
     static constexpr int HashBlock = 1048576;
 };

@@ -331,6 +331,14 @@ void MainWindow::envPre(int softwareType, const QStringList &scenes, const QStri
     }
 }
 
+void MainWindow::confirmRoot(const QString &root, const QString &task)
+{
+    const QString text = tr("任务 %1 的结果要保存到以下文件夹，但本机没有用过它：\r\n%2\r\n是否允许保存到该文件夹？");
+    // The name comes from a server: it must not become a picture or a link.
+    MsgTool::ask(this, text.arg(task, root).replace(QLatin1Char('<'), QChar(0xff1c)),
+                 [root] { Seam<DownCalls>::post([root](DownCalls &down) { down.rootConfirmed(root); }); });
+}
+
 void MainWindow::downSpace(const QString &root)
 {
     // A drive's letter where there is one, else the folder.

@@ -39,6 +39,7 @@ public:
     void rootMsg(const QString &text, int dirType, int projectId, int softwareType) override;
     void connectDAOView(int type) override;
     void downCover(int missionId, const QString &text) override;
+    void confirmRoot(const QString &root, const QString &task) override;
     void downSpace(const QString &root) override;
     void downErrorTip(const QString &text) override;
     void redPoint() override;

@@ -428,7 +428,11 @@ void Transfer::downSpace(QString driver)
     if (m_space)
         return;
     m_space = new MsgBox(
-        MsgBox::Ok, tr("%1盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用").arg(driver), window());
+        MsgBox::Ok,
+        (driver.size() == 1 ? tr("%1盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用")
+                            : tr("文件夹 %1 所在的磁盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用"))
+            .arg(driver),
+        window());
     m_space->setIcon(QStringLiteral("warning"), Palette::warning);
     m_space->open();
 }

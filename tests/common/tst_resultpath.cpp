@@ -1,5 +1,6 @@
 #include "common/CommonConfig.h"
 #include "common/ResultPath.h"
+#include "common/ResultRoots.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "support/TestMain.h"
@@ -32,7 +33,8 @@ private slots:
         row("a/0001.png", "a/0001.png");
         row("a\\b\\0001.png", "a/b/0001.png");
         row("./a//b.png", "a/b.png");
-        row("..hidden/a..b.png", "..hidden/a..b.png");
+        row("..hidden/a..b.png", "_..hidden/a..b.png");
+        row(".config/autostart/.x", "_.config/autostart/_.x");
         row("渲染/帧 1.exr", "渲染/帧 1.exr");
         row("../x.png", "");
         row("a/../../x.png", "");
@@ -87,7 +89,11 @@ private slots:
         QCOMPARE(path(row, "isBlock"), "/r/sub/f.png");
         QCOMPARE(path(row, "autoPush", "1"), "/r/sub/f.png");
         QCOMPARE(path(row, "isKeyframe", true), "/r/sub/f.png");
-        QCOMPARE(path({{"path", "../f.png"}}), ""); // though its name alone would do
+        QCOMPARE(path({{"path", "../f.png"}}, "isBlock"), "");
+        for (const char *own : {"../f.png", "/etc/f.png", "C:\\x\\f.png"}) // its name alone is used
+            QCOMPARE(path({{"path", own}}), "/r/12/f.png");
+        for (const char *none : {"", "a/", "a/..", "."})
+            QCOMPARE(path({{"path", none}}), "");
     }
 
     void rules()
@@ -109,7 +115,7 @@ private slots:
         QCOMPARE(folder("%order%/.."), "%order%___/x");
         QCOMPARE(folder(".."), "");
         QCOMPARE(folder(""), "x");
-        QCOMPARE(ResultPath::ruleFolder("", {{"num", "../9"}}), ".._9_");
+        QCOMPARE(ResultPath::ruleFolder("", {{"num", "../9"}}), "_.._9_");
         QCOMPARE(ResultPath::submitDay({{"time", 1772600767000.0}}).size(), 8);
     }
 
@@ -136,6 +142,21 @@ private slots:
             return project == 3 && name == "Film" && software == 8 ? out : QString();
         });
         QCOMPARE(VFunc::rootPath(obj, true), out + "/N7");
+        // A folder that nobody here named stays as it is, until it's known.
+        const QString theirs = testHome() + "/theirs";
+        QVERIFY(QDir().mkpath(theirs));
+        VFunc::setProjectOutput([&](int, const QString &, int) { return theirs; });
+        QCOMPARE(VFunc::rootPath(obj, true), "");
+        QTRY_COMPARE(window.asked, QStringList(theirs + "|shot:01/a"));
+        QVERIFY(QDir(theirs).isEmpty() && ResultRoots::of(theirs + "/N7/f.png").isEmpty());
+        QVERIFY(ResultRoots::add(theirs + "/"));
+        QCOMPARE(VFunc::rootPath(obj, true), theirs + "/N7");
+        QCOMPARE(ResultRoots::of(theirs + "/N7/f.png"), theirs);
+        QVERIFY(ResultRoots::of(theirs + "2/f.png").isEmpty());
+        UserInfo::initUser({{"userId", 8}, {"username", "other"}}); // another account's folders aren't this one's
+        QVERIFY(!ResultRoots::knows(theirs));
+        UserInfo::initUser({{"userId", 7}, {"username", "u"}});
+        QVERIFY(ResultRoots::knows(theirs)); // read again from the disk
         VFunc::setProjectOutput({});
         QCOMPARE(VFunc::rootPath(obj, true), "");
         QTRY_COMPARE(window.roots, QStringList("输出路径不存在，请至 项目管理 配置。\r\n\"\""));

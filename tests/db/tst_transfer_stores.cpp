@@ -142,6 +142,35 @@ private slots:
         QCOMPARE(sizes, (QList<int>{30, 5, 0}));
         QCOMPARE(clears, (QList<int>{1, 0, 0}));
     }
+    // Each row stands on one page, and no page holds more than thirty.
+    void pages()
+    {
+        QList<db_downfile> files;
+        for (int id = 1; id <= 65; ++id) {
+            files << db_downfile{};
+            files.last().id = id;
+            files.last().lpath = QString("/r/%1.png").arg(id);
+        }
+        db_downmiss miss;
+        QList<int> sizes;
+        QSet<qlonglong> seen;
+        connect(&down(), &DownloadDAO::miss, this, [&](const QList<db_downmiss> &list, int pages) {
+            sizes << list.size() << pages;
+        });
+        for (miss.pri = 1; miss.pri <= 35; ++miss.pri)
+            QVERIFY(down().addMission(miss, miss.pri == 1 ? files : QList<db_downfile>{}));
+        for (int page = 0; page < 3; ++page) {
+            const QList<db_downfile> rows = down().readPage(1, page);
+            for (const db_downfile &row : rows)
+                seen << row.id;
+            QCOMPARE(rows.size(), page < 2 ? 30 : 5);
+            if (page < 2)
+                down().readMissions(page);
+        }
+        QCOMPARE(seen.size(), 65);
+        QCOMPARE(sizes, (QList<int>{30, 2, 5, 2}));
+        disconnect(&down(), &DownloadDAO::miss, this, nullptr);
+    }
     void uploadStart()
     {
         up().addOrder({upRow("/a", 12), upRow("/b", 30), upRow("/c", 50), upRow("/d", 10, "o2")});

@@ -2,17 +2,20 @@
 // compiled, on Windows or Wine. The program also plays the children that the tests start ("--wait" and the like).
 #include "common/platform/Platform.h"
 #include "Child.h"
+#include "common/platform/SafeFile.h"
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <thread>
 #ifdef _WIN32
-#include "common/platform/PlatformText_win.h"
+#include <io.h>
 #else
 #include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -45,15 +48,6 @@ static std::string contentOf(const fs::path &path)
 {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
-}
-
-static void createFolder(const fs::path &path)
-{
-#ifdef _WIN32
-    CreateDirectoryW(filePath(utf8(path)).c_str(), nullptr);
-#else
-    mkdir(path.c_str(), 0700);
-#endif
 }
 
 static bool has(const std::vector<std::string> &list, const std::string &text)
@@ -202,22 +196,30 @@ static void hardwareIsTold()
     HOLDS(!adapterSkipped("Intel(R) Ethernet Connection"));
 }
 
+static int closeAfter(int fd, int result)
+{
+    close(fd);
+    return result;
+}
+
 static void filesTakeTheirSize()
 {
-    const fs::path file = room / "大小.xtemp";
-    for (std::int64_t size : {std::int64_t(0), std::int64_t(1), std::int64_t(5) << 20}) {
-        SAME(createFixedSizeFile(utf8(file), size), 0);
-        SAME(std::int64_t(fs::file_size(file)), size);
-    }
-    SAME(createFixedSizeFile(utf8(room / "absent" / "file"), 1), -1);
-    for (std::int64_t tooMuch : {std::int64_t(-1), std::int64_t(1) << 61}) {
-        SAME(createFixedSizeFile(utf8(file), tooMuch), -2);
-        HOLDS(!fs::exists(file));
-    }
-    fs::path deep = room;
+    fs::path deep = room / "大小";
     for (int i = 0; i < 4; ++i)
-        createFolder(deep /= std::string(80, 'd'));
-    SAME(createFixedSizeFile(utf8(deep / "file"), 7), 0); // results lie deep
+        deep /= std::string(80, 'd'); // results lie deep
+    const auto folder = Folder::reach(utf8(room), utf8(deep.lexically_relative(room)), true);
+    if (!folder)
+        return HOLDS(folder);
+    const int fd = folder->create("f.xtemp");
+    for (std::int64_t size : {std::int64_t(0), std::int64_t(1), std::int64_t(5) << 20}) {
+        SAME(setFileSize(fd, size), 0);
+        SAME(std::int64_t(lseek(fd, 0, SEEK_END)), size);
+    }
+    for (std::int64_t tooMuch : {std::int64_t(-1), std::int64_t(1) << 61}) {
+        HOLDS(setFileSize(fd, tooMuch) < 0);
+        SAME(std::int64_t(lseek(fd, 0, SEEK_END)), std::int64_t(5) << 20);
+    }
+    SAME(closeAfter(fd, setFileSize(-1, 1)), -1);
     HOLDS(freeSpace(utf8(deep / "file")) > 0);
     std::FILE *open = std::fopen(utf8(room / "sync").c_str(), "wb");
     std::fputs("x", open);
@@ -226,6 +228,114 @@ static void filesTakeTheirSize()
     std::fclose(open);
     HOLDS(!syncFile(-1));
 }
+
+static void onlyRegularFilesAreOpened()
+{
+    std::ofstream(room / "场景.ma") << "scene";
+    const int fd = openRegular(utf8(room / "场景.ma"));
+    char text[8] = {};
+    SAME(closeAfter(fd, int(read(fd, text, sizeof text))), 5);
+    for (const std::string &other : {utf8(room), utf8(room / "absent"), std::string(isWindows() ? "\\\\.\\nul" : "/dev/zero")})
+        SAME(openRegular(other), -1);
+#ifndef _WIN32
+    mkfifo((room / "fifo.ma").c_str(), 0600);
+    SAME(openRegular(utf8(room / "fifo.ma")), -1); // and it didn't wait for a writer
+#endif
+}
+
+static void foldersAreReachedStepByStep()
+{
+    std::string reason;
+    const auto put = [](Folder &folder, const char *name, const char *text) {
+        const int fd = folder.create(name);
+        return closeAfter(fd, fd >= 0 ? int(write(fd, text, unsigned(std::strlen(text)))) : -1);
+    };
+    for (const char *bad : {"a/../../x", ".."})
+        HOLDS(!Folder::reach(utf8(room), bad, true, &reason) && !reason.empty());
+    HOLDS(!Folder::reach(utf8(room), "not there", false));
+    std::ofstream(room / "plain") << "x";
+    HOLDS(!Folder::reach(utf8(room), "plain", true));
+    const auto folder = Folder::reach(utf8(room), "结果//shot/./beauty", true, &reason);
+    if (!folder)
+        return HOLDS(folder);
+    const fs::path at = room / fs::u8path("结果") / "shot" / "beauty";
+    SAME(put(*folder, "a.xtemp", "new"), 3);
+    std::ofstream(at / "a.png") << "old";
+    HOLDS(folder->rename("a.xtemp", "a.png") && folder->sync());
+    SAME(contentOf(at / "a.png"), std::string("new"));
+    SAME(folder->open("a.xtemp"), -1);
+    SAME(folder->open("."), -1);
+    HOLDS(folder->remove("a.png") && !folder->remove("a.png"));
+    std::error_code failed;
+    std::ofstream(room / "victim") << "victim";
+    fs::create_symlink(room / "victim", at / "linked", failed);
+    if (!failed && fs::is_symlink(at / "linked", failed)) {
+        SAME(folder->open("linked"), -1);
+        SAME(put(*folder, "linked", "x"), 1); // anew, beside the victim
+        HOLDS(!fs::is_symlink(at / "linked"));
+    } else {
+        std::printf("SKIP links: this system makes none\n");
+    }
+    fs::create_hard_link(room / "victim", at / "twice", failed);
+    if (!failed) {
+        SAME(folder->open("twice"), -1);
+        SAME(put(*folder, "twice", "x"), 1);
+    }
+    SAME(contentOf(room / "victim"), std::string("victim"));
+    fs::create_directories(room / "elsewhere");
+    fs::create_directory_symlink(room / "elsewhere", room / "mine", failed);
+    if (!failed && fs::is_symlink(room / "mine", failed)) {
+        const auto behind = Folder::reach(utf8(room), "mine/sub", true); // people do link their folders
+        HOLDS(behind && put(*behind, "f", "x") == 1 && fs::exists(room / "elsewhere" / "sub" / "f"));
+    }
+#ifndef _WIN32
+    if (geteuid() == 0 && lchown((room / "mine").c_str(), 12345, 12345) == 0) {
+        HOLDS(!Folder::reach(utf8(room), "mine/sub", true, &reason));
+        SAME(reason, std::string("another user's link: mine"));
+    } else {
+        std::printf("SKIP another user's link: only root can plant one here\n");
+    }
+#endif
+}
+
+#ifndef _WIN32
+static int modeOf(const fs::path &path) { return int(fs::status(path).permissions()) & 0777; }
+
+// The mask is the process's: what it does is seen in a child's work.
+static int playPrivate(const fs::path &at)
+{
+    umask(027);
+    privateFiles();
+    std::ofstream(at / "store.db") << "x";
+    const auto results = Folder::reach(utf8(at), "results/shot", true);
+    const int fd = results ? results->create("f.png") : -1;
+    std::ofstream(at / "old.db") << "x";
+    chmod((at / "old.db").c_str(), 0664);
+    chmod(at.c_str(), 0755);
+    const bool good = fd >= 0 && makePrivate(utf8(at / "old.db"), false) && makePrivate(utf8(at / "fresh.db"), false) &&
+                      makePrivate(utf8(at), true) && !makePrivate(utf8(at / "no" / "folder"), true);
+    openMask();
+    std::ofstream(at / "child") << "x";
+    return good ? 0 : 1;
+}
+
+static void filesAreTheUsersAlone()
+{
+    const fs::path at = room / "private";
+    fs::create_directories(at);
+    Child child;
+    HOLDS(child.start(ownProgram(), {"--private", utf8(at)}));
+    SAME(child.wait(), 0);
+    const struct {
+        const char *name;
+        int mode;
+    } rows[] = {{"", 0700},         {"store.db", 0600},     {"old.db", 0600},
+                {"fresh.db", 0600}, {"results/shot", 0750}, {"results/shot/f.png", 0640},
+                {"child", 0640}};
+    for (const auto &row : rows)
+        SAME(modeOf(at / row.name), row.mode);
+}
+#endif
 
 static void freeSpaceIsAskedAtTheNearestParent()
 {
@@ -308,6 +418,10 @@ static int playChild(const std::string &role, const std::string &word)
         }
     } else if (role == "--mark") {
         std::ofstream(fs::u8path(word)) << "done";
+#ifndef _WIN32
+    } else if (role == "--private") {
+        return playPrivate(fs::u8path(word));
+#endif
     } else if (role == "--crash") {
         installCrashDump(word, "9.8.7.6");
         crashNow();
@@ -338,6 +452,11 @@ int main(int argc, char **argv)
         {"elevatedRunStarts", elevatedRunStarts},
         {"hardwareIsTold", hardwareIsTold},
         {"filesTakeTheirSize", filesTakeTheirSize},
+        {"onlyRegularFilesAreOpened", onlyRegularFilesAreOpened},
+        {"foldersAreReachedStepByStep", foldersAreReachedStepByStep},
+#ifndef _WIN32
+        {"filesAreTheUsersAlone", filesAreTheUsersAlone},
+#endif
         {"freeSpaceIsAskedAtTheNearestParent", freeSpaceIsAskedAtTheNearestParent},
         {"crashNameTellsTheMoment", crashNameTellsTheMoment},
         {"crashLeavesADump", crashLeavesADump},

@@ -10,12 +10,13 @@ class WindowSpy : public QObject, public WindowCalls
 public:
     WindowSpy() { Seam<WindowCalls>::attach(this, this); }
     ~WindowSpy() override { Seam<WindowCalls>::detach(this); }
-    QStringList messages, infos, roots, covers, spaces, tips;
+    QStringList messages, infos, roots, asked, covers, spaces, tips;
     QList<int> connected;
     int rootKind = -1;
     void msgOk(const QString &text) override { messages << text; }
     void showInfoMsg(const QString &, const QString &text) override { infos << text; }
     void rootMsg(const QString &text, int kind, int, int) override { roots << text, rootKind = kind; }
+    void confirmRoot(const QString &root, const QString &task) override { asked << root + '|' + task; }
     void connectDAOView(int type) override { connected << type; }
     void downCover(int, const QString &text) override { covers << text; }
     void downSpace(const QString &root) override { spaces << root; }

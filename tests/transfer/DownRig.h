@@ -90,6 +90,10 @@ struct DownRig {
     qlonglong position = 0;          // of the last speed report
     QScopedPointer<DownHandler> queue;
     int over = 0;
+    QElapsedTimer since;
+    int rate = 1;        // how much faster than the room's clock the queue's goes
+    qint64 ahead = 0;    // ms that were skipped
+    bool still = false;  // the clock moves by `ahead` alone
 
     DownRig()
     {
@@ -121,7 +125,8 @@ struct DownRig {
     }
     void start()
     {
-        queue.reset(new DownHandler);
+        since.start();
+        queue.reset(new DownHandler([this] { return ahead + (still ? 0 : since.elapsed() * rate); }));
         QObject::connect(queue.data(), &DownHandler::downWorkOver, &window, [this] { ++over; });
         queue->startScan();
     }

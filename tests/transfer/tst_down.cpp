@@ -1,4 +1,6 @@
+#include "common/ResultRoots.h"
 #include "DownRig.h"
+#include "support/Syncs.h"
 #include "support/TestMain.h"
 
 class TestDown : public QObject
@@ -10,7 +12,11 @@ class TestDown : public QObject
     void fetch(const QJsonObject &row)
     {
         m_rig->start();
-        m_rig->queue->resultPush(m_rig->push({row}));
+        push(m_rig->push({row}));
+    }
+    void push(const QJsonObject &obj)
+    {
+        m_rig->queue->resultPush(obj);
         m_rig->queue->handPush();
     }
     bool settled() const { return m_rig->mission().pri == 0 || m_rig->mission().state == TransSet::DownError; }
@@ -40,13 +46,22 @@ private slots:
             inStore = m_rig->rows().size();
             return BusinessPeer::Reply{1041300, {}, false};
         });
+        int unsynced = 0; // at the moment the server hears of a frame: file and folder
+        m_rig->business.answer(10802, [&](const BusinessPeer::Request &) {
+            unsynced += syncs::count(".xtemp") == 0 || syncs::count("/N7_shot/beauty") == 0;
+            return BusinessPeer::Reply{1080200, {}, false};
+        });
+        syncs::reset();
         m_rig->start();
         m_rig->queue->resultPush(m_rig->push(rows));
         QTRY_COMPARE(inStore, 10); // by its own timer; the farm is told only then
+        QVERIFY(syncs::count("qnfileDown.db-wal") > 0);
         QCOMPARE(m_rig->business.last(10413)["missionId"].toInt(), DownRig::Task);
         QTRY_COMPARE(m_rig->mission().pri, 0);
         QCOMPARE(m_rig->over, 1);
-        QTRY_COMPARE(m_rig->business.count(10802), 10);
+        QTRY_COMPARE(DownloadDAO::instance()->untold().size(), 0);
+        QCOMPARE(m_rig->business.count(10802), 10);
+        QCOMPARE(unsynced, 0);
         QCOMPARE(m_rig->content("beauty/0003.png"), QByteArray(30000, 'd'));
         QCOMPARE(m_rig->content("10/0010.png").size(), 100000);
         QCOMPARE(m_rig->onDisk("beauty/0003.png"), QStringList("0003.png"));
@@ -54,20 +69,76 @@ private slots:
         QCOMPARE(m_rig->business.count(10805), 0);
     }
 
-    // The link is lost while a file streams: it arrives all the same, and the server hears of it at the next login.
+    // The link is lost while a file streams: it arrives all the same, and the server hears of it at the next login, in
+    // another run of the client if need be, until it answers.
     void toldAfterTheLink()
     {
         const QJsonArray rows{m_rig->result(1, "beauty/1.png", QByteArray(5000, 'x'))};
         m_rig->files.asked = [] { NetTcp::instance()->setLogin(false); };
+        m_rig->still = true;
         m_rig->start();
         m_rig->queue->resultPush(m_rig->push(rows));
         QTRY_COMPARE(m_rig->content("beauty/1.png").size(), 5000);
         QTRY_COMPARE(m_rig->rows().size(), 0);
         QCOMPARE(m_rig->business.count(10802), 0);
+        m_rig->queue.reset();
+        DownloadDAO::instance()->open(m_rig->folder.path());
         NetTcp::instance()->setLogin(true);
+        m_rig->start();
         QTRY_COMPARE(m_rig->business.last(10802), (QJsonObject{{"fileId", 1}}));
         QTRY_COMPARE(m_rig->mission().pri, 0);
+        m_rig->ahead = DownHandler::RetellMs - 1;
+        m_rig->queue->scan();
         QCOMPARE(m_rig->business.count(10802), 1);
+        m_rig->business.answer(10802, 1080200);
+        m_rig->ahead = DownHandler::RetellMs;
+        QTRY_COMPARE(DownloadDAO::instance()->untold().size(), 0);
+        QCOMPARE(m_rig->business.count(10802), 2);
+    }
+
+    // The client dies before its confirmation arrives, so the farm pushes again: nothing is fetched twice, another
+    // version of a frame is.
+    void pushedOnceMore()
+    {
+        const QJsonArray rows{m_rig->result(1, "1.png", "one"), m_rig->result(2, "2.png", "two")};
+        QJsonArray told;
+        for (const QJsonValue &row : rows) {
+            QJsonObject one = row.toObject();
+            for (const char *key : {"size", "hash"})
+                one[key] = m_rig->answers[one["id"].toInt()][key];
+            told << one;
+        }
+        m_rig->start();
+        push(m_rig->push(told));
+        QTRY_COMPARE(m_rig->over, 1);
+        m_rig->queue.reset();
+        m_rig->start();
+        push(m_rig->push(told));
+        QTRY_COMPARE(m_rig->business.count(10413), 2); // confirmed all the same
+        QCOMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->files.asks.size(), 2);
+        m_rig->result(2, "2.png", "new"); // as many bytes
+        QJsonObject again = told[1].toObject();
+        again["hash"] = m_rig->answers[2]["hash"];
+        QFile::remove(m_rig->path("1.png"));
+        push(m_rig->push({told[0], again}));
+        QTRY_COMPARE(m_rig->over, 2);
+        QCOMPARE(m_rig->files.asks.size(), 4);
+        QCOMPARE(m_rig->content("1.png") + m_rig->content("2.png"), QByteArray("onenew"));
+        // And one whose former version is on the way.
+        m_rig->files.hold = true;
+        QJsonObject big = m_rig->result(3, "3.png", QByteArray(5000, 'a'));
+        big["size"] = 5000;
+        push(m_rig->push({big}));
+        QTRY_COMPARE(m_rig->files.asks.size(), 5);
+        push(m_rig->push({big}));
+        QCOMPARE(m_rig->queue->running(), 1);
+        m_rig->files.hold = false;
+        m_rig->result(3, "3.png", QByteArray(6000, 'b'));
+        big["size"] = 6000;
+        push(m_rig->push({big}));
+        QTRY_COMPARE(m_rig->over, 3);
+        QCOMPARE(m_rig->content("3.png"), QByteArray(6000, 'b'));
     }
 
     void goesOn_data()
@@ -113,6 +184,7 @@ private slots:
         QTest::newRow("not writable") << 10014;
         QTest::newRow("no balance") << 1080009;
         QTest::newRow("no size") << 10015;
+        QTest::newRow("a hash that isn't a text") << 10016;
         QTest::newRow("no row at the server") << 1080002;
         QTest::newRow("nobody listens") << 100000;
     }
@@ -125,12 +197,14 @@ private slots:
                                                       {10013, [&] { m_rig->files.extra = "y"; }},
                                                       {10014, [&] { m_rig->write("d", "a file where the folder should be"); }},
                                                       {10015, [&] { answer.remove("size"); }},
+                                                      {10016, [&] { answer["hash"] = 5; }},
                                                       {100000, [&] { answer["portWan"] = 1; }},
                                                       {1080002, [&] { answer = {}; }},
                                                       {1080009, [&] { answer["val"] = error; }},
                                                       {7010007, [&] { m_rig->files.code = error; }}};
         if (spoil.contains(error))
             spoil[error]();
+        m_rig->rate = 200;
         fetch(row);
         QTRY_VERIFY(settled());
         QCOMPARE(m_rig->rows().value(0).state, int(TransSet::DownGaveUp));
@@ -143,18 +217,115 @@ private slots:
         QCOMPARE(m_rig->business.count(10802), 0);
     }
 
-    void neverOutside()
+    // A hard failure is tried again after one, two and four seconds; another file of the mission doesn't wait for it.
+    void waitsBetweenFailures()
     {
-        m_rig->result(1, "x.png", "data");
-        m_rig->answers[1]["path"] = "x.png";
-        fetch(QJsonObject{{"id", 1}, {"path", "../../x.png"}, {"isBlock", 1}});
-        QTRY_VERIFY(settled());
-        QCOMPARE(m_rig->rows().value(0).error, 10023);
-        m_rig->queue->reDown(m_rig->mission().pri);
-        QTRY_COMPARE(m_rig->count(3, 10023), 4);
-        QTRY_VERIFY(settled());
-        QVERIFY(m_rig->files.asks.isEmpty());
+        UserInfo::setAllValue("Transfer", "downTh", 1);
+        m_rig->still = true;
+        m_rig->answers[1] = {};
+        m_rig->start();
+        push(m_rig->push({QJsonObject{{"id", 1}, {"path", "1.png"}}, m_rig->result(2, "2.png", "data")}));
+        QTRY_COMPARE(m_rig->content("2.png"), QByteArray("data"));
+        for (int tries = 1; tries <= 3; ++tries) {
+            QTRY_COMPARE(m_rig->count(3, 1080002), tries);
+            QTRY_COMPARE(m_rig->rows().value(0).state, int(TransSet::DownWait));
+            m_rig->ahead += (1000 << (tries - 1)) - 1;
+            m_rig->queue->scan();
+            QCOMPARE(m_rig->queue->running(), 0);
+            m_rig->ahead += 1;
+            m_rig->queue->scan();
+            QCOMPARE(m_rig->queue->running(), 1);
+        }
+        QTRY_COMPARE(m_rig->rows().value(0).state, int(TransSet::DownGaveUp));
+    }
+
+    // Refused rows are told once and passed by, those that an earlier version kept as well; a row that uses its file's
+    // name alone isn't refused for its path.
+    void refusedRows()
+    {
+        QJsonArray rows{m_rig->result(9, "f.png", "data")};
+        m_rig->result(5, "x.png", "own");
+        rows << QJsonObject{{"id", 5}, {"path", "../../x.png"}};
+        for (int id = 1; id <= 3; ++id)
+            rows << QJsonObject{{"id", id}, {"path", "../../x.png"}, {"isBlock", 1}};
+        m_rig->rate = 200;
+        m_rig->start();
+        push(m_rig->push(rows));
+        QTRY_COMPARE(m_rig->over, 1);
+        push(m_rig->push(rows));
+        QTRY_COMPARE(m_rig->business.count(10413), 2);
+        QCOMPARE(m_rig->window.infos.size(), 1);
+        QVERIFY(m_rig->window.infos[0].contains(" 3 "));
+        QCOMPARE(m_rig->content("f.png") + m_rig->content("5/x.png"), QByteArray("dataown"));
         QCOMPARE(QDir(m_rig->folder.path()).entryList({"x.png*"}), QStringList());
+        db_downmiss old;
+        old.pri = 77;
+        old.missid = 1;
+        old.ordernum = "N7";
+        QList<db_downfile> files;
+        for (const char *path : {".._x.png", "../x.png", "/a/../x.png", "/a/.bashrc"}) {
+            files << db_downfile{};
+            files.last().id = 20 + files.size();
+            files.last().lpath = path;
+            files.last().state = TransSet::DownGaveUp;
+        }
+        QVERIFY(DownloadDAO::instance()->addMission(old, files));
+        m_rig->queue->reDown(77);
+        QTRY_COMPARE(m_rig->over, 2);
+    }
+
+    // A server can't choose where it writes: only below folders that this machine knows, and never hidden files.
+    void unknownRoot()
+    {
+        QDir(m_rig->folder.path()).mkpath("home");
+        const QString home = m_rig->folder.filePath("home");
+        QJsonObject evil = m_rig->push({m_rig->result(1, "evil.desktop", "evil")});
+        evil["resultRootPathEnum"] = 2;
+        evil["clientResultRootPath"] = home;
+        evil["resultMiddleRulePath"] = ".config/autostart";
+        m_rig->start();
+        push(evil);
+        evil["num"] = "N9";
+        push(evil);
+        QTRY_COMPARE(m_rig->window.asked, QStringList(home + "|shot"));
+        m_rig->business.answer(10805, 1080500, evil);
+        m_rig->queue->missionResult(4712, false, false);
+        QTRY_COMPARE(m_rig->window.asked.size(), 2); // the user who asks in person is asked again
+        QCOMPARE(m_rig->business.count(10413), 0);
+        QVERIFY(QDir(home).isEmpty());
+        m_rig->queue->rootConfirmed(home);
+        QTRY_COMPARE(m_rig->business.count(10413), 3);
+        QTRY_VERIFY(m_rig->over > 0);
+        QVERIFY(QFile::exists(home + "/_.config/autostart/evil.desktop"));
+        QCOMPARE(QDir(home).entryList(QDir::Hidden | QDir::AllEntries | QDir::NoDotAndDotDot), QStringList("_.config"));
+        // Files that an earlier version was told to put elsewhere wait for the same word.
+        QDir(m_rig->folder.path()).mkpath("old");
+        db_downmiss old;
+        old.pri = 77;
+        old.ordernum = "N7";
+        old.missname = "old";
+        old.lpath = m_rig->folder.filePath("old");
+        db_downfile file;
+        file.id = 1;
+        file.lpath = old.lpath + "/f.png";
+        QVERIFY(DownloadDAO::instance()->addMission(old, {file}));
+        QTRY_COMPARE(m_rig->window.asked.last(), old.lpath + "|old");
+        QVERIFY(QDir(old.lpath).isEmpty());
+        m_rig->queue->rootConfirmed(old.lpath);
+        QTRY_VERIFY(QFile::exists(file.lpath));
+    }
+
+    void limited()
+    {
+        UserInfo::setAllValue("Transfer", "downSpeed", 64); // KiB/s
+        const QJsonObject row = m_rig->result(1, "f.png", QByteArray(40000, 'x'));
+        QElapsedTimer since;
+        since.start();
+        fetch(row);
+        QTRY_COMPARE(m_rig->over, 1);
+        UserInfo::setAllValue("Transfer", "downSpeed", 0);
+        QVERIFY2(since.elapsed() > 500, qPrintable(QString::number(since.elapsed())));
+        QCOMPARE(m_rig->content("f.png").size(), 40000);
     }
 
     void threeFailuresStop()
@@ -165,6 +336,7 @@ private slots:
             rows << m_rig->result(id, QString("%1.png").arg(id), "data");
         for (int id = 1; id <= 3; ++id)
             m_rig->answers[id] = {};
+        m_rig->rate = 200;
         m_rig->start();
         m_rig->queue->resultPush(m_rig->push(rows));
         m_rig->queue->handPush();
@@ -274,8 +446,8 @@ private slots:
         for (int id : {1, 2, 3, 7, 9})
             m_rig->write(QString("%1.png").arg(id), "old");
         m_rig->queue->missionResult(DownRig::Task, false, false);
-        QTRY_COMPARE(m_rig->window.covers, QStringList("以下帧缺失，请重新下载：\r\n4-6,8"));
-        QCOMPARE(m_rig->window.infos.last(), m_rig->window.covers.last());
+        QTRY_COMPARE(m_rig->window.covers, QStringList("任务：shot\r\n以下帧缺失，请重新下载：\r\n4-6,8"));
+        QCOMPARE(m_rig->window.infos.last(), QString("以下帧缺失，请重新下载：\r\n4-6,8"));
         QCOMPARE(m_rig->mission().pri, 0);
         m_rig->queue->coverResult(DownRig::Task, 2);
         m_rig->queue->coverResult(DownRig::Task, 0); // cancelled: nothing waits any more
@@ -304,6 +476,7 @@ private slots:
         push["resultRootPathEnum"] = 1;
         push["projectName"] = "Film";
         push["softwareType"] = 8;
+        ResultRoots::add(m_rig->folder.filePath("project"));
         m_rig->start();
         m_rig->queue->resultPush(push);
         m_rig->queue->handPush();
@@ -320,6 +493,10 @@ private slots:
         QTRY_COMPARE(m_rig->window.roots.size(), 1); // told once for all pushes
         QCOMPARE(m_rig->mission().pri, 0);
         QCOMPARE(m_rig->business.count(10413), 0);
+        QDir(m_rig->folder.path()).mkpath("gone"); // what was pushed meanwhile comes
+        m_rig->ahead = DownHandler::BlockedMs;
+        QTRY_VERIFY(QFile::exists(m_rig->folder.filePath("gone/N7_shot/f.png")) &&
+                    QFile::exists(m_rig->folder.filePath("gone/N7_shot/g.png")));
     }
 };
 VN_TEST(TestDown)

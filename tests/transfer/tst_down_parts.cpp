@@ -1,3 +1,4 @@
+#include "common/VFunc.h"
 #include "support/TestMain.h"
 #include "transfer/down/MissionBuilder.h"
 #include "transfer/down/PartialFile.h"
@@ -9,6 +10,7 @@
 #ifdef Q_OS_LINUX
 #include <csignal>
 #include <sys/resource.h>
+#include <unistd.h>
 #endif
 
 namespace
@@ -137,6 +139,15 @@ private slots:
         put(m_dir->filePath("file"), "x");
         QCOMPARE(PartialFile(m_dir->filePath("file/f.png")).open(10), int(TransSet::NotWritable));
         QCOMPARE(PartialFile(m_target).open(qint64(1) << 60), int(TransSet::DiskFull));
+        QCOMPARE(PartialFile(m_target).open(VFunc::freeSpace(m_target) - PartialFile::Spare / 2), int(TransSet::DiskFull));
+        QVERIFY(QDir(m_dir->filePath("sub")).isEmpty());
+        PartialFile big(m_target); // takes no more than it needs soon
+        QCOMPARE(big.open(3 * PartialFile::Step), 0);
+        QCOMPARE(QFileInfo(m_target + ".xtemp").size(), PartialFile::Step);
+        for (int i = 0; i < 65; ++i)
+            QCOMPARE(big.write(QByteArray(1 << 20, 'x').constData(), 1 << 20), 0);
+        QVERIFY(QFileInfo(m_target + ".xtemp").size() > PartialFile::Step + (1 << 20));
+        big.discard();
         QDir(m_dir->path()).mkpath("sub/f.png.vd");
         QCOMPARE(PartialFile(m_target).open(10), int(TransSet::OpenFailed));
 #ifdef Q_OS_LINUX
@@ -153,6 +164,42 @@ private slots:
         QCOMPARE(result, int(TransSet::AccessFailed));
         QCOMPARE(partial.position(), 1000);
 #endif
+    }
+
+    // In a folder that others write to, links stand where files are expected.
+    void planted()
+    {
+        const QString victim = m_dir->filePath("victim");
+        put(victim, "victim");
+        for (const char *end : {".xtemp", ".vd", ""})
+            QVERIFY(QFile::link(victim, m_target + end));
+        PartialFile partial(m_target, m_dir->path());
+        QCOMPARE(partial.open(3), 0);
+        QCOMPARE(partial.write("new", 3), 0);
+        QCOMPARE(partial.finish({}, go), 0);
+        QCOMPARE(get(m_target) + get(victim), QByteArray("newvictim"));
+        QVERIFY(!QFileInfo(m_target).isSymLink());
+#ifdef Q_OS_LINUX
+        QVERIFY(QFile::link(m_dir->filePath("sub"), m_dir->filePath("linked")));
+        QCOMPARE(PartialFile(m_dir->filePath("linked/g.png"), m_dir->path()).open(3), 0); // the user's own
+        if (lchown(qPrintable(m_dir->filePath("linked")), 12345, 12345) != 0)
+            QSKIP("only root can plant another user's link here");
+        QCOMPARE(PartialFile(m_dir->filePath("linked/h.png"), m_dir->path()).open(3), int(TransSet::NoFolder));
+        QVERIFY(!QFile::exists(m_dir->filePath("sub/h.png.xtemp")));
+#endif
+    }
+
+    void limitOfTheHour()
+    {
+        const auto at = [](int from, int to, int minute) { return TransSet::limitAt(100, 5, from, to, minute); };
+        QCOMPARE(at(540, 1080, 539), 100);
+        QCOMPARE(at(540, 1080, 540), 5);
+        QCOMPARE(at(540, 1080, 1080), 100);
+        QCOMPARE(at(1320, 360, 1439), 5); // over midnight
+        QCOMPARE(at(1320, 360, 359), 5);
+        QCOMPARE(at(1320, 360, 360), 100);
+        QCOMPARE(at(60, 60, 60), 100);
+        QCOMPARE(TransSet::limitAt(-1, 5, 0, 0, 0), 0);
     }
 
     void hashBehindTheData()
@@ -172,11 +219,13 @@ private slots:
 
     void missing()
     {
-        QCOMPARE(MissionBuilder::missingFrames({9, 1, 2, 3, 7}), "4-6,8");
-        QCOMPARE(MissionBuilder::missingFrames({3, 1, 2, 2}), "");
-        QCOMPARE(MissionBuilder::missingFrames({}), "");
-        QCOMPARE(MissionBuilder::missingFrames({-3, 1}), "-2-0");
-        QCOMPARE(MissionBuilder::missingFrames({INT_MIN, INT_MAX}), "-2147483647-2147483646");
+        const QList<int> nine{9, 8, 1, 2, 3, 4, 5, 5, 6, 7};
+        QCOMPARE(MissionBuilder::missingFrames(nine, {9, 1, 2, 3, 7}), "4-6,8");
+        QCOMPARE(MissionBuilder::missingFrames(nine, {3, 1, 2, 2}), "");
+        QCOMPARE(MissionBuilder::missingFrames(nine, {}), "");
+        QCOMPARE(MissionBuilder::missingFrames({1, 11, 21, 31}, {1, 31}), "11,21"); // the others were never ordered
+        QCOMPARE(MissionBuilder::missingFrames({-3, -2, -1, 0, 1}, {-3, 1}), "-2-0");
+        QCOMPARE(MissionBuilder::missingFrames({INT_MIN, INT_MAX - 1, INT_MAX}, {INT_MIN, INT_MAX}), "2147483646");
     }
 
     void pushed()
@@ -219,7 +268,7 @@ private slots:
                         .arg(file.error)
                         .arg(file.farmid)
                         .arg(QString(file.lpath).replace(root, "R"));
-        QCOMPARE(told, (QStringList{"3 0 0 9 R/a.png", "4 31 10023 9 .._.._b.png", "5 0 0 2 R/5/c.png", "2 0 0 9 R/k.png"}));
+        QCOMPARE(told, (QStringList{"3 0 0 9 R/a.png", "5 0 0 2 R/5/c.png", "2 0 0 9 R/k.png"}));
         QCOMPARE(MissionBuilder::plans(obj, rows, true).size(), 1); // the keyframe is on disk
     }
 

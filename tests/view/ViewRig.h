@@ -47,6 +47,7 @@ public:
     void missionResult(int mid, bool, bool) override { calls << QString("result %1").arg(mid); }
     void coverResult(int mid, int cover) override { calls << QString("cover %1 %2").arg(mid).arg(cover); }
     void resultPush(QJsonObject obj) override { pushes << obj; }
+    void rootConfirmed(QString root) override { calls << "root " + root; }
     void readFile(int page) override { calls << QString("read %1").arg(page); }
     void readMissionFile(qlonglong pri, int page) override { calls << QString("files %1 %2").arg(pri).arg(page); }
     void reDown(qlonglong pri) override { calls << QString("re %1").arg(pri); }

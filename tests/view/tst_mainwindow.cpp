@@ -233,6 +233,16 @@ private slots:
         m_window->downSpace("E:/results");
         QVERIFY(message().startsWith("E盘"));
         QVERIFY(answer("确定"));
+        m_window->downSpace("/mnt/results");
+        QVERIFY(message().startsWith("文件夹 /mnt/results "));
+        QVERIFY(answer("确定"));
+        DownSpy down;
+        for (const char *button : {"取消", "确定"}) {
+            m_window->confirmRoot("/srv/all", "shot<img src=x>");
+            QVERIFY(message().contains("/srv/all") && !message().contains('<'));
+            QVERIFY(answer(button));
+        }
+        QTRY_COMPARE(down.calls, QStringList("root /srv/all"));
         m_window->showInfoMsg({}, "文件已全部下载完成");
         if (!TrayIcon::available()) {
             TrayIcon::instance()->setCurWid(m_window.data());

@@ -83,10 +83,8 @@ bool adapterSkipped(const std::string &description);
 
 // --- Files.
 std::int64_t freeSpace(const std::string &path); // for this user, at the nearest existing parent; -1 on failure
-int createFixedSizeFile(const std::string &path,
-                        std::int64_t size); // 0 good, -1 not openable, -2 no room (file removed)
-bool syncFile(int fd);                      // what was written is on the medium
-bool syncFolder(const std::string &path);   // the names in it are: a rename or a new file survives a power cut
+bool syncFile(int fd);                           // what was written is on the medium
+bool syncFolder(const std::string &path);        // the names in it are: a rename or a new file survives a power cut
 
 // --- Crash dump: "<folder>/yyyy.MM.dd_HH.mm.ss_zzz_<version>.dmp", a mini dump on Windows, a text with the stack
 // elsewhere. The process dies afterwards in its usual way.

@@ -1,4 +1,5 @@
 #include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -21,7 +22,11 @@ void tell(int)
 }
 } // namespace
 
-void ownSession() { setsid(); }
+void ownSession()
+{
+    setsid();
+    openMask(); // what the programs make for their users isn't ours to hide
+}
 
 bool onTerminate(void (*asked)())
 {

@@ -222,28 +222,6 @@ std::int64_t freeSpace(const std::string &path)
     return std::int64_t(info.f_bavail) * std::int64_t(info.f_frsize);
 }
 
-int createFixedSizeFile(const std::string &path, std::int64_t size)
-{
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    if (fd < 0)
-        return -1;
-    int failed = size < 0 ? EINVAL : 0;
-#ifdef __linux__
-    // Real blocks, so that a full disk shows now. A file system that can't do it gets the bare length.
-    if (size > 0 && fallocate(fd, 0, 0, off_t(size)) != 0)
-        failed = errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? -1 : errno;
-#else
-    failed = size > 0 ? -1 : failed;
-#endif
-    if (failed == -1)
-        failed = ftruncate(fd, off_t(size)) != 0 ? errno : 0;
-    close(fd);
-    if (failed == 0)
-        return 0;
-    unlink(path.c_str());
-    return -2;
-}
-
 bool syncFile(int fd) { return fd >= 0 && (fdatasync(fd) == 0 || errno == EINVAL); }
 
 bool syncFolder(const std::string &path)

@@ -216,25 +216,6 @@ std::int64_t freeSpace(const std::string &path)
     return std::int64_t(free.QuadPart);
 }
 
-int createFixedSizeFile(const std::string &path, std::int64_t size)
-{
-    const std::wstring name = filePath(path);
-    bool sized = false;
-    {
-        const Handle file(
-            CreateFileW(name.c_str(), GENERIC_WRITE, 0, nullptr, CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr));
-        if (!file)
-            return -1;
-        LARGE_INTEGER end;
-        end.QuadPart = size;
-        sized = size >= 0 && SetFilePointerEx(file.get(), end, nullptr, FILE_BEGIN) && SetEndOfFile(file.get());
-    }
-    if (sized)
-        return 0;
-    DeleteFileW(name.c_str());
-    return -2;
-}
-
 bool syncFile(int fd)
 {
     const intptr_t handle = fd >= 0 ? _get_osfhandle(fd) : -1;

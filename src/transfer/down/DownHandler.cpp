@@ -1,5 +1,6 @@
 #include "transfer/down/DownHandler.h"
 #include "common/ResultPath.h"
+#include "common/ResultRoots.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "db/DownloadDAO.h"
@@ -10,18 +11,32 @@
 #include <algorithm>
 #include <QCryptographicHash>
 #include <QDebug>
+#include <QElapsedTimer>
+#include <QFileInfo>
 #include <utility>
 
 namespace
 {
 // A server that fails without having sent a byte is left alone for a while, longer each time.
 constexpr int FreeFailures = 3, FirstRestMs = 250, LongestRestMs = 5000;
+constexpr int FileModule = 108, FileFetched = 10802, FetchedGood = 1080200, FetchedUnknown = 1080202;
+
+void removePartial(const db_downfile &file)
+{
+    const QString root = ResultRoots::of(file.lpath);
+    if (!root.isEmpty() && ResultPath::isSafeTarget(file.lpath))
+        PartialFile::removeBoth(file.lpath, root);
+}
 } // namespace
 
-DownHandler::DownHandler()
+DownHandler::DownHandler(Clock clock) : m_clock(std::move(clock))
 {
     qRegisterMetaType<db_downfile>();
-    m_clock.start();
+    if (!m_clock) {
+        QElapsedTimer since;
+        since.start();
+        m_clock = [since] { return since.elapsed(); };
+    }
     m_pushTimer.setParent(this);
     m_pushTimer.setInterval(PushMs);
     connect(&m_pushTimer, &QTimer::timeout, this, &DownHandler::handPush);
@@ -45,10 +60,15 @@ QString DownHandler::keyOf(const db_downfile &file)
 
 void DownHandler::scan()
 {
-    if (!Session::live() || Session::closing() || !NetTcp::isLogin())
+    if (!Session::live() || Session::closing())
         return;
-    for (const qlonglong id : std::exchange(m_untold, {}))
-        DownWork::tellFetched(id);
+    for (const db_downfile &file : std::exchange(m_ended, {}))
+        keepEnded(file);
+    if (!NetTcp::isLogin()) {
+        m_linkWasOff = true;
+        return;
+    }
+    tellFetched();
     if (running() >= UserInfo::downTh())
         return;
     DownloadDAO *store = DownloadDAO::instance();
@@ -57,26 +77,99 @@ void DownHandler::scan()
             continue;
         if (miss.state == TransSet::DownWait)
             store->setMissionState(miss.pri, TransSet::DownRun);
-        const db_downfile file = store->nextWaiting(miss.pri);
-        if (file.pri == 0) {
-            if (!settleEmpty(miss))
-                return;
-            continue;
-        }
-        if (stopFailed(miss, -1))
+        if (startNext(miss) != Chosen::Nothing)
             return;
-        if (worker(keyOf(file))) {
-            store->setState(miss.pri, file.pri, TransSet::DownRun, 0); // a restart met a file that runs
-            return;
-        }
-        if (targetTaken(file.lpath))
-            continue;
-        start(file);
-        return;
     }
 }
 
-void DownHandler::tellLater(qlonglong fileId) { m_untold.append(fileId); }
+DownHandler::Chosen DownHandler::startNext(const db_downmiss &miss)
+{
+    DownloadDAO *store = DownloadDAO::instance();
+    QList<qlonglong> except = delayedOf(miss.pri);
+    for (;;) {
+        const db_downfile file = store->nextWaiting(miss.pri, except);
+        if (file.pri == 0)
+            return settleEmpty(miss) ? Chosen::Nothing : Chosen::Failed;
+        if (stopFailed(miss, -1))
+            return Chosen::Failed;
+        if (worker(keyOf(file))) {
+            store->setState(miss.pri, file.pri, TransSet::DownRun, 0); // a restart met a file that runs
+            return Chosen::Started;
+        }
+        if (!mayStart(miss, file))
+            return Chosen::Nothing;
+        if (!targetTaken(file.lpath)) {
+            start(file);
+            return Chosen::Started;
+        }
+        except << file.pri;
+    }
+}
+
+QList<qlonglong> DownHandler::delayedOf(qlonglong missPri)
+{
+    const auto found = m_delayed.find(missPri);
+    if (found == m_delayed.end())
+        return {};
+    for (auto it = found->begin(); it != found->end();)
+        it = *it <= now() ? found->erase(it) : it + 1;
+    const QList<qlonglong> list = found->keys();
+    if (list.isEmpty())
+        m_delayed.erase(found);
+    return list;
+}
+
+// Rows of an earlier version may name any place: what can't be written to is passed by, what nobody named is asked for.
+bool DownHandler::mayStart(const db_downmiss &miss, const db_downfile &file)
+{
+    if (file.lpath.isEmpty())
+        return true; // the answer of 10800 tells
+    if (!ResultPath::isSafeTarget(file.lpath)) {
+        if (DownloadDAO::instance()->passBy(miss.pri, file.pri))
+            tellRefused(miss.missid, {file.lpath});
+        return false;
+    }
+    if (!ResultRoots::of(file.lpath).isEmpty())
+        return true;
+    m_rests[miss.pri].until = now() + BlockedMs;
+    const bool inside = file.lpath.startsWith(miss.lpath + '/');
+    const QString root = inside ? miss.lpath : QFileInfo(file.lpath).path();
+    if (!m_told.contains("root " + root))
+        askRoot({{"missionName", miss.missname}}, root);
+    return false;
+}
+
+// Each is told until the server answers. What it doesn't know any more ends as well; another answer is tried again.
+void DownHandler::tellFetched()
+{
+    if (!std::exchange(m_untoldRead, true)) {
+        for (const qlonglong id : DownloadDAO::instance()->untold())
+            m_untold.insert(id, {});
+    }
+    const bool back = std::exchange(m_linkWasOff, false);
+    for (auto it = m_untold.begin(); it != m_untold.end(); ++it) {
+        if (!back && it->next > now())
+            continue;
+        it->next = now() + RetellMs;
+        NetTcp::instance()->nvds(
+            FileModule, FileFetched, QJsonObject{{"fileId", it.key()}},
+            [this, id = it.key()](int val, QJsonDocument) { answeredTelling(id, val); }, this);
+    }
+}
+
+void DownHandler::answeredTelling(qlonglong fileId, int val)
+{
+    const auto found = m_untold.find(fileId);
+    if (found == m_untold.end())
+        return;
+    if (val == FetchedGood || val == FetchedUnknown) {
+        DownloadDAO::instance()->told(fileId);
+        m_untold.erase(found);
+    } else if (++found->tries >= MostTellings) {
+        qWarning().noquote() << "DownHandler::tellFetched refused:" << fileId << val;
+        m_untold.erase(found); // again in the next session
+    }
+}
 
 bool DownHandler::settleEmpty(const db_downmiss &miss)
 {
@@ -89,8 +182,9 @@ bool DownHandler::settleEmpty(const db_downmiss &miss)
         return !stopFailed(miss, rows);
     }
     if (DownloadDAO::instance()->removeMission(miss.pri)) {
-        qDebug().noquote() << "DownHandler::scan mission over:" << miss.ordernum << miss.missid << miss.ok;
+        qDebug().noquote() << "DownHandler::settleEmpty mission over:" << miss.ordernum << miss.missid << miss.ok;
         m_rests.remove(miss.pri);
+        m_delayed.remove(miss.pri);
         DownloadDAO::instance()->tellRefresh();
         emit downWorkOver();
     }
@@ -99,6 +193,10 @@ bool DownHandler::settleEmpty(const db_downmiss &miss)
 
 bool DownHandler::runs(qlonglong missPri) const
 {
+    for (const db_downfile &file : m_ended) {
+        if (file.missPri == missPri)
+            return true;
+    }
     return std::any_of(m_runs.cbegin(), m_runs.cend(), [missPri](const Run &run) { return run.missPri == missPri; });
 }
 
@@ -118,7 +216,7 @@ bool DownHandler::stopFailed(const db_downmiss &miss, int rows)
     const int failed = DownloadDAO::instance()->countFailed(miss.pri);
     if (failed < FailedLimit && failed != rows)
         return false;
-    qWarning().noquote() << "DownHandler::scan mission stopped:" << miss.ordernum << miss.missid
+    qWarning().noquote() << "DownHandler::stopFailed mission stopped:" << miss.ordernum << miss.missid
                          << "failed files:" << failed;
     DownloadDAO::instance()->setMissionState(miss.pri, TransSet::DownError);
     return true;
@@ -163,7 +261,7 @@ void DownHandler::workFinished(db_downfile file, int isDel)
     m_runs.remove(key);
     DownloadDAO *store = DownloadDAO::instance();
     if (work && isDel == TransSet::Done) {
-        store->fileDone(file.missPri, file.pri); // it stands on disk, whatever ends now
+        keepEnded(file); // it stands on disk, whatever ends now
         forgetRetries(key);
     }
     if (!takeWork(key, isDel) || isDel == TransSet::Dropped)
@@ -173,13 +271,27 @@ void DownHandler::workFinished(db_downfile file, int isDel)
     if (isDel == TransSet::Done)
         return;
     store->setState(file.missPri, file.pri, file.state, file.error);
+    const int tries = retries(key);
     if (isDel == TransSet::Transient || checkRetry(key)) {
+        if (isDel == TransSet::Hard)
+            m_delayed[file.missPri][file.pri] = now() + (PassingMs << tries);
         store->setState(file.missPri, file.pri, TransSet::DownWait, file.error);
         return;
     }
     store->setState(file.missPri, file.pri, TransSet::DownGaveUp, file.error);
-    if (ResultPath::isSafeTarget(file.lpath))
-        clearDownTmp(file);
+    removePartial(file);
+}
+
+// A store that is busy or full gets it at the next tick: until then it isn't told, and not fetched again either.
+void DownHandler::keepEnded(const db_downfile &file)
+{
+    if (!DownloadDAO::instance()->fileDone(file.missPri, file.pri)) {
+        const QList<db_downfile> rows = DownloadDAO::instance()->files(file.missPri);
+        if (std::any_of(rows.begin(), rows.end(), [&](const db_downfile &row) { return row.pri == file.pri; }))
+            m_ended.append(file); // else the user has deleted it meanwhile
+    } else if (file.id > 0) {
+        m_untold.insert(file.id, {});
+    }
 }
 
 void DownHandler::rest(qlonglong missPri, bool progress)
@@ -219,6 +331,7 @@ void DownHandler::reDown(qlonglong missPri)
 {
     qDebug().noquote() << "DownHandler::reDown" << missPri;
     m_rests.remove(missPri);
+    m_delayed.remove(missPri);
     DownloadDAO::instance()->restart(missPri);
     DownloadDAO::instance()->setMissionState(missPri, TransSet::DownWait);
     DownloadDAO::instance()->tellRefresh();
@@ -235,9 +348,10 @@ void DownHandler::delDown(qlonglong missPri)
     dropWorkers(missPri, 4);
     DownloadDAO::instance()->removeMission(missPri);
     m_rests.remove(missPri);
+    m_delayed.remove(missPri);
     for (const db_downfile &file : files) { // those of running files go with their workers
-        if (!running.contains(file.lpath) && ResultPath::isSafeTarget(file.lpath))
-            clearDownTmp(file);
+        if (!running.contains(file.lpath))
+            removePartial(file);
     }
     DownloadDAO::instance()->tellRefresh();
 }

@@ -1,5 +1,6 @@
 // DownHandler's other half: from result lists and pushes to missions in the store.
 #include "common/ResultPath.h"
+#include "common/ResultRoots.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -8,9 +9,11 @@
 #include "io/NetTcp.h"
 #include "transfer/down/DownHandler.h"
 #include "transfer/TransSet.h"
+#include <algorithm>
 #include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
+#include <QFileInfo>
 #include <QJsonArray>
 
 namespace
@@ -143,7 +146,10 @@ void DownHandler::missionDown(int mid, QJsonObject obj)
 // asked: someone waits for the answer. ask: and may be asked back.
 void DownHandler::showUser(int mid, QJsonObject obj, bool asked, bool ask)
 {
-    const QString root = rootFor(obj, false);
+    QString unknown;
+    const QString root = rootFor(obj, false, &unknown);
+    if (!unknown.isEmpty())
+        m_rootWaits[unknown].append({mid, obj, asked, ask});
     if (root.isEmpty())
         return;
     if (obj.value("rows").toArray().isEmpty()) {
@@ -156,25 +162,27 @@ void DownHandler::showUser(int mid, QJsonObject obj, bool asked, bool ask)
     if (!dir.exists() || dir.isEmpty())
         return coverResult(mid, All);
     const QList<ResultRow> rows = MissionBuilder::rows(obj, root);
-    QList<int> frames;
-    int there = 0;
+    QList<int> ordered, present;
+    int there = 0, sum = 0;
     for (const ResultRow &row : rows) {
         there += row.exists;
-        if (row.exists && row.hasFrame)
-            frames.append(row.frame);
+        sum += !row.refused;
+        if (row.hasFrame)
+            (row.exists ? present : ordered).append(row.frame);
     }
     if (there == 0)
         return coverResult(mid, All);
-    if (there == rows.size()) {
+    if (there == sum) {
         m_waiting.remove(mid);
         return inform(tr("文件已全部下载完成"));
     }
-    const QString gaps = MissionBuilder::missingFrames(frames);
-    const QString text = gaps.isEmpty() ? tr("已存在 %1 个文件，共 %2 个").arg(there).arg(rows.size())
+    const QString gaps = MissionBuilder::missingFrames(ordered, present);
+    const QString text = gaps.isEmpty() ? tr("已存在 %1 个文件，共 %2 个").arg(there).arg(sum)
                                         : tr("以下帧缺失，请重新下载：\r\n%1").arg(gaps);
     if (!gaps.isEmpty())
         inform(text);
-    if (!ask || !Seam<WindowCalls>::post([=](WindowCalls &window) { window.downCover(mid, text); }))
+    const QString named = tr("任务：%1").arg(MissionBuilder::nameOf(obj)) + "\r\n" + text;
+    if (!ask || !Seam<WindowCalls>::post([=](WindowCalls &window) { window.downCover(mid, named); }))
         coverResult(mid, OnlyMissing);
 }
 
@@ -186,17 +194,51 @@ void DownHandler::coverResult(int mid, int cover)
     build(obj, cover, false);
 }
 
-QString DownHandler::rootFor(const QJsonObject &obj, bool quiet)
+// unknown: the folder that has to be confirmed first.
+QString DownHandler::rootFor(const QJsonObject &obj, bool quiet, QString *unknown)
 {
-    if (!quiet)
-        return VFunc::rootPath(obj, true);
-    QString missing;
-    const QString root = ResultPath::root(obj, true, &missing);
-    if (!missing.isNull() && !m_told.contains(missing)) {
+    QString missing, asked;
+    const QString root = ResultPath::root(obj, true, &missing, &asked);
+    if (!missing.isNull() && (!quiet || !m_told.contains(missing))) {
         m_told.insert(missing);
         ResultPath::tellMissing(obj, missing);
     }
+    if (!asked.isNull() && (!quiet || !m_told.contains("root " + asked)))
+        askRoot(obj, asked);
+    if (unknown)
+        *unknown = asked;
     return root;
+}
+
+void DownHandler::askRoot(const QJsonObject &obj, const QString &root)
+{
+    m_told.insert("root " + root);
+    ResultPath::askUnknown(obj, root);
+}
+
+void DownHandler::rootConfirmed(QString root)
+{
+    qDebug().noquote() << "DownHandler::rootConfirmed" << root;
+    ResultRoots::add(root);
+    m_rests.clear();
+    for (Push &push : m_pushes)
+        push.from = 0;
+    for (const UserAsk &one : m_rootWaits.take(root))
+        showUser(one.mid, one.obj, one.asked, one.ask);
+    wake();
+}
+
+void DownHandler::tellRefused(int mid, const QStringList &names)
+{
+    constexpr int Shown = 5;
+    const QString key = QStringLiteral("refused %1").arg(mid);
+    if (names.isEmpty() || m_told.contains(key))
+        return;
+    m_told.insert(key);
+    inform(tr("任务 %1 有 %2 个结果的路径不能用，已跳过：\r\n%3")
+               .arg(mid)
+               .arg(names.size())
+               .arg(names.mid(0, Shown).join("\r\n")));
 }
 
 bool DownHandler::hasRoom(const QString &root, bool quiet)
@@ -218,29 +260,40 @@ bool DownHandler::build(const QJsonObject &obj, int cover, bool quiet)
     if (root.isEmpty() || !hasRoom(root, quiet))
         return false;
     const int mid = obj.value("mid").toInt();
-    const QList<MissionPlan> plans = MissionBuilder::plans(obj, MissionBuilder::rows(obj, root), cover == OnlyMissing);
-    for (const MissionPlan &plan : plans) {
+    const QList<ResultRow> rows = MissionBuilder::rows(obj, root);
+    QStringList refused;
+    for (const ResultRow &row : rows)
+        refused << (row.refused ? QStringList(row.target) : QStringList());
+    tellRefused(mid, refused);
+    for (const MissionPlan &plan : MissionBuilder::plans(obj, rows, cover == OnlyMissing)) {
         if (!write(obj, root, plan, quiet)) {
             qWarning().noquote() << "DownHandler::build task" << mid << "can't be kept in the store";
             return false;
         }
     }
     DownloadDAO::instance()->tellRefresh();
-    if (plans.isEmpty()) {
-        qDebug().noquote() << "DownHandler::build nothing to download of task" << mid;
-        return true;
-    }
     if (obj.contains("vip") || obj.contains("com"))
         DownloadDAO::instance()->setVip(mid, obj.value("vip").toVariant().toString(),
                                         obj.value("com").toVariant().toString());
-    // Only now: the farm forgets what it was told to be in the queue.
+    // Only now: the farm forgets what it was told to be in the queue. Also where nothing was new: it pushes again what
+    // wasn't confirmed.
     NetTcp::instance()->nvds(OrderModule, ResultQueued, QJsonObject{{"missionId", mid}});
     return true;
 }
 
-bool DownHandler::write(const QJsonObject &obj, const QString &root, const MissionPlan &plan, bool quiet)
+bool DownHandler::write(const QJsonObject &obj, const QString &root, MissionPlan plan, bool quiet)
 {
     DownloadDAO *store = DownloadDAO::instance();
+    if (quiet) {
+        const auto stands = [store](const db_downfile &file) {
+            const db_downfile before = store->fetched(file.id);
+            const QFileInfo there(before.lpath);
+            return DownloadDAO::sameVersion(before, file) && there.isFile() && there.size() == before.size;
+        };
+        plan.files.erase(std::remove_if(plan.files.begin(), plan.files.end(), stands), plan.files.end());
+    }
+    if (plan.files.isEmpty())
+        return true;
     db_downmiss miss;
     for (const db_downmiss &known : store->missionsOfOrder(obj.value("num").toVariant().toString())) {
         if (known.missid == obj.value("mid").toInt() && known.missname == plan.name)
@@ -251,16 +304,30 @@ bool DownHandler::write(const QJsonObject &obj, const QString &root, const Missi
         store->restart(miss.pri); // what stands in it goes on with the new files
     if (miss.pri == 0)
         miss.pri = store->newMissionPri();
+    else
+        dropOutdated(miss.pri, plan.files);
     miss.ordernum = obj.value("num").toVariant().toString();
     miss.missid = obj.value("mid").toInt();
     miss.missname = plan.name;
     miss.lpath = root;
-    QList<db_downfile> files = plan.files;
     if (paused && quiet) { // what the user paused stays paused; new files join it
-        for (db_downfile &file : files)
-            file.state = file.state == TransSet::DownWait ? int(TransSet::DownPause) : file.state;
+        for (db_downfile &file : plan.files)
+            file.state = TransSet::DownPause;
     } else {
         miss.state = miss.state == TransSet::DownRun ? TransSet::DownRun : TransSet::DownWait;
     }
-    return store->addMission(miss, files);
+    return store->addMission(miss, plan.files);
+}
+
+// A frame that was rendered again while its former version is on the way: nothing of that is of use.
+void DownHandler::dropOutdated(qlonglong missPri, const QList<db_downfile> &files)
+{
+    for (const db_downfile &standing : DownloadDAO::instance()->files(missPri)) {
+        const QString key = keyOf(standing);
+        const bool outdated = std::any_of(files.cbegin(), files.cend(), [&](const db_downfile &file) {
+            return file.id == standing.id && !DownloadDAO::sameVersion(file, standing);
+        });
+        if (outdated && m_runs.remove(key) > 0)
+            takeWork(key, 4);
+    }
 }

@@ -1,20 +1,21 @@
 #include "transfer/down/DownWork.h"
 #include "common/ResultPath.h"
+#include "common/ResultRoots.h"
 #include "common/Seam.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
-#include "transfer/down/DownHandler.h"
 #include "transfer/TransFrame.h"
+#include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QHostAddress>
 
 namespace
 {
-constexpr int Module = 108, AskFile = 10800, FileFetched = 10802, Answered = 1080000, NoBalance = 1080009;
-constexpr qint64 SocketBuffer = 4 * 1024 * 1024;
+constexpr int Module = 108, AskFile = 10800, Answered = 1080000, NoBalance = 1080009;
+constexpr qint64 SocketBuffer = 4 * 1024 * 1024, PacedBuffer = 64 * 1024;
 
 QString text(const QJsonObject &obj, const QString &key) { return obj.value(key).toVariant().toString(); }
 } // namespace
@@ -49,6 +50,10 @@ void DownWork::answered(int val, const QJsonObject &answer)
         qWarning().noquote() << "DownWork::answered no size for file" << m_down.id;
         return failDown(TransSet::AccessFailed);
     }
+    if (const QJsonValue hash = answer.value("hash"); !hash.isUndefined() && !hash.isNull() && !hash.isString()) {
+        qWarning().noquote() << "DownWork::answered the hash isn't a text:" << m_down.id;
+        return failDown(TransSet::NoHash);
+    }
     if (!takeTarget(answer))
         return;
     takeAnswer(answer);
@@ -74,7 +79,7 @@ bool DownWork::takeTarget(const QJsonObject &answer)
         if (!m_down.lpath.isEmpty() && m_transType == 1)
             DownloadDAO::instance()->setPath(m_down.missPri, m_down.pri, m_down.lpath);
     }
-    if (ResultPath::isSafeTarget(m_down.lpath))
+    if (ResultPath::isSafeTarget(m_down.lpath) && !ResultRoots::of(m_down.lpath).isEmpty())
         return true;
     qWarning().noquote() << "DownWork::answered refused:" << m_down.lpath << text(answer, "path") << reason;
     failDown(TransSet::NoFolder);
@@ -88,7 +93,8 @@ void DownWork::takeAnswer(const QJsonObject &answer)
     const bool otherHash =
         !m_down.hash.isEmpty() && !hash.isEmpty() && m_down.hash.compare(hash, Qt::CaseInsensitive) != 0;
     if (otherHash || (m_down.size > 0 && m_down.size != size))
-        PartialFile::removeBoth(m_down.lpath); // begun from another version of the result
+        PartialFile::removeBoth(m_down.lpath,
+                                ResultRoots::of(m_down.lpath)); // begun from another version of the result
     m_down.hash = hash;
     m_down.size = size;
     m_down.path = text(answer, "path");
@@ -110,7 +116,7 @@ bool DownWork::initDown()
 {
     makeTimers();
     setTotal(m_down.size);
-    m_partial = std::make_unique<PartialFile>(m_down.lpath);
+    m_partial = std::make_unique<PartialFile>(m_down.lpath, ResultRoots::of(m_down.lpath));
     if (const int bad = m_partial->open(m_down.size)) {
         m_partial.reset();
         failDown(bad);
@@ -214,12 +220,40 @@ void DownWork::readData()
     receive();
 }
 
-void DownWork::receive()
+// Under a limit what may not be read yet stays in a small buffer of the socket, and with that at the server.
+qint64 DownWork::mayRead()
+{
+    const int limit = TransSet::downLimit();
+    m_socket->setReadBufferSize(limit > 0 ? PacedBuffer : SocketBuffer);
+    if (limit <= 0)
+        return ReadBlock;
+    const qint64 share = qMax<qint64>(1, (qint64(limit) << 10) / qMax(1, m_share->running.load()));
+    if (!m_paced.isValid())
+        m_paced.start();
+    const qint64 gained = share * m_paced.elapsed() / 1000;
+    if (gained > 0) {
+        m_allowed = qMin(share, m_allowed + gained); // a second's worth at most
+        m_paced.start();
+    }
+    if (m_allowed > 0)
+        return m_allowed;
+    if (!m_paceTimer) {
+        m_paceTimer = new QTimer(this);
+        m_paceTimer->setSingleShot(true);
+        connect(m_paceTimer, &QTimer::timeout, this, &DownWork::readData);
+    }
+    m_paceTimer->start(PaceMs);
+    return 0;
+}
+
+void DownWork::receive(bool paced)
 {
     for (;;) {
-        const qint64 got = m_socket->read(m_block.data(), m_block.size());
+        const qint64 most = paced ? qMin<qint64>(m_block.size(), mayRead()) : m_block.size();
+        const qint64 got = most > 0 ? m_socket->read(m_block.data(), most) : 0;
         if (got <= 0)
             break;
+        m_allowed -= got;
         if (got > m_down.size - m_partial->position()) {
             // A stream that doesn't fit began elsewhere or is another file: nothing of it can be trusted.
             qWarning().noquote() << "DownWork::receive more bytes than" << m_down.size << m_down.lpath;
@@ -255,33 +289,22 @@ void DownWork::errorRecord(QAbstractSocket::SocketError error)
         return;
     // What came before the end still counts.
     if (error == QAbstractSocket::RemoteHostClosedError && m_headRead && m_socket->bytesAvailable() > 0)
-        readData();
+        receive(false);
+    if (over())
+        return;
     m_share->forgetHost(m_hostName); // it may have moved
     failDown(TransSet::SocketBase + error);
 }
 
-void DownWork::tellFetched(qlonglong fileId)
-{
-    NetTcp::instance()->nvds(Module, FileFetched, QJsonObject{{"fileId", fileId}});
-}
-
-// Transfers outlive the business link; what ends without it is told when it is back.
-void DownWork::sayFetched()
-{
-    if (NetTcp::isLogin() || m_transType != 1)
-        return tellFetched(m_down.id);
-    m_share->post([id = m_down.id](TransHandler &handler) { static_cast<DownHandler &>(handler).tellLater(id); });
-}
-
 void DownWork::finishDown(int kind)
 {
-    if (!over() && kind == TransSet::Done)
-        sayFetched();
     qDebug().noquote() << "DownWork::finishDown"
                        << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
     dropSocket();
-    if (m_keepTimer)
-        m_keepTimer->stop();
+    for (QTimer *timer : {m_keepTimer, m_paceTimer}) {
+        if (timer)
+            timer->stop();
+    }
     m_partial.reset();
     TransWork::finishDown(kind);
 }
@@ -289,9 +312,12 @@ void DownWork::finishDown(int kind)
 void DownWork::dropPartial()
 {
     end();
-    if (m_keepTimer)
-        m_keepTimer->stop();
+    for (QTimer *timer : {m_keepTimer, m_paceTimer}) {
+        if (timer)
+            timer->stop();
+    }
     m_partial.reset();
-    if (ResultPath::isSafeTarget(m_down.lpath))
-        PartialFile::removeBoth(m_down.lpath);
+    const QString root = ResultRoots::of(m_down.lpath);
+    if (!root.isEmpty() && ResultPath::isSafeTarget(m_down.lpath))
+        PartialFile::removeBoth(m_down.lpath, root);
 }

@@ -1,12 +1,14 @@
 #pragma once
 // Fetches one result: asks the business server where it lies (10800), continues the partial file where it stands, takes
-// the file server's stream to the row's size, checks the hash, gives the file its name and reports it (10802). Life and
-// thread as in TransWork; what it tells is DownWorkFinished, exactly once.
+// the file server's stream to the row's size under the limit of Transfer/downSpeed, checks the hash and gives the file
+// its name. Life and thread as in TransWork; what it tells is DownWorkFinished, exactly once. The handler reports the
+// end to the server (10802), once it's noted in the store.
 //
 //   downReq -> answered -> initDown -> ticket -> connected (ask 70100) -> head -> stream -> fileHash -> finished
 #include "transfer/down/PartialFile.h"
 #include "transfer/TransWork.h"
 #include <QByteArray>
+#include <QElapsedTimer>
 #include <QJsonObject>
 
 class DownWork : public TransWork
@@ -22,13 +24,12 @@ public:
 
     void dropPartial() override; // the row is deleted: both partial files go
 
-    static void tellFetched(qlonglong fileId); // 10802
-
     std::atomic<qint64> received{0}; // bytes that this worker brought; read by the handler
 
     static constexpr int ReplyMs = 15000, TicketMs = 10000, ConnectMs = 30000, AskMs = 30000, DataMs = 15000;
     static constexpr int DataFollows = 7010003;
     static constexpr int ReadBlock = 1048576;
+    static constexpr int PaceMs = 100;
 
 private slots:
     void connected();
@@ -42,12 +43,15 @@ private:
     bool initDown() override;
     void findServer();
     void connectSocket(const QString &ip);
-    void receive();
+    void receive(bool paced = true);
+    qint64 mayRead(); // bytes that the limit allows now
     bool fileHash() override;
-    void sayFetched();
 
     std::unique_ptr<PartialFile> m_partial;
     QTimer *m_keepTimer = nullptr; // brings the position file forward while nothing arrives
     QByteArray m_block;
     bool m_headRead = false;
+    QTimer *m_paceTimer = nullptr; // goes on reading under a limit
+    QElapsedTimer m_paced;
+    qint64 m_allowed = 0; // bytes left of the limit
 };

@@ -47,7 +47,7 @@ ResultRow rowOf(const QJsonObject &obj, const QString &root)
     if (row.refused) {
         const QString path = obj.value("path").toString();
         qWarning().noquote() << "MissionBuilder::rows refused:" << row.id << path << reason;
-        row.target = ResultPath::safeName(path);
+        row.target = path;
     } else {
         row.exists = QFileInfo::exists(row.target);
     }
@@ -89,13 +89,11 @@ QList<MissionPlan> MissionBuilder::plans(const QJsonObject &obj, const QList<Res
 {
     const QString num = obj.value("num").toVariant().toString();
     const int mid = obj.value("mid").toVariant().toInt();
-    QString name = obj.value("missionName").toString();
-    if (name.isEmpty())
-        name = obj.value("name").toString();
+    const QString name = nameOf(obj);
     QList<MissionPlan> plans{{false, name, {}},
                              {true, QCoreApplication::translate("MissionBuilder", "%1_优先帧").arg(name), {}}};
     for (const ResultRow &row : rows) {
-        if (onlyMissing && row.exists)
+        if (row.refused || (onlyMissing && row.exists))
             continue;
         db_downfile file;
         file.id = row.id;
@@ -105,8 +103,6 @@ QList<MissionPlan> MissionBuilder::plans(const QJsonObject &obj, const QList<Res
         file.lpath = row.target;
         file.hash = row.hash;
         file.size = row.size;
-        file.state = row.refused ? TransSet::DownGaveUp : TransSet::DownWait;
-        file.error = row.refused ? TransSet::NoFolder : 0;
         plans[row.keyframe].files.append(file);
     }
     plans.erase(
@@ -115,17 +111,30 @@ QList<MissionPlan> MissionBuilder::plans(const QJsonObject &obj, const QList<Res
     return plans;
 }
 
-QString MissionBuilder::missingFrames(QList<int> present)
+QString MissionBuilder::missingFrames(QList<int> ordered, QList<int> present)
 {
+    if (present.isEmpty())
+        return {};
+    std::sort(ordered.begin(), ordered.end());
+    ordered.erase(std::unique(ordered.begin(), ordered.end()), ordered.end());
     std::sort(present.begin(), present.end());
     QStringList gaps;
-    for (int i = 1; i < present.size(); ++i) {
-        const qint64 from = qint64(present.at(i - 1)) + 1, to = qint64(present.at(i)) - 1;
-        if (from == to)
-            gaps.append(QString::number(from));
-        else if (from < to)
-            gaps.append(QStringLiteral("%1-%2").arg(from).arg(to));
+    qint64 from = 0, to = -1; // the run that is being gathered; empty at first
+    const auto close = [&] {
+        if (from <= to)
+            gaps.append(from == to ? QString::number(from) : QStringLiteral("%1-%2").arg(from).arg(to));
+    };
+    for (const int frame : qAsConst(ordered)) {
+        if (frame < present.first() || frame > present.last() ||
+            std::binary_search(present.cbegin(), present.cend(), frame))
+            continue;
+        if (from > to || frame != to + 1) {
+            close();
+            from = frame;
+        }
+        to = frame;
     }
+    close();
     return gaps.join(',');
 }
 
@@ -138,6 +147,12 @@ MissionBuilder::Pushed MissionBuilder::prefix(const QString &prefixPath)
     bool number = false;
     const int mid = text.left(at).toInt(&number);
     return at > 0 && number && mid > 0 ? Pushed{mid, text.mid(at + 1)} : Pushed();
+}
+
+QString MissionBuilder::nameOf(const QJsonObject &obj)
+{
+    const QString name = obj.value("missionName").toString();
+    return name.isEmpty() ? obj.value("name").toString() : name;
 }
 
 bool MissionBuilder::isComplete(const QJsonObject &obj)

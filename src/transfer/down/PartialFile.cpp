@@ -1,5 +1,6 @@
 #include "transfer/down/PartialFile.h"
 #include "common/VFunc.h"
+#include "common/WinUtil.h"
 #include "transfer/down/TrailingHash.h"
 #include "transfer/TransSet.h"
 #include <QDebug>
@@ -10,9 +11,28 @@ namespace
 {
 constexpr int MarkWidth = 10;
 constexpr int MarkRead = 64; // more isn't a number of ours
+
+std::string raw(const QString &text) { return text.toStdString(); }
+
+qint64 fileSize(int fd)
+{
+    QFile file;
+    return file.open(fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::DontCloseHandle) ? file.size() : -1;
+}
+
+std::unique_ptr<platform::Folder> folderOf(const QString &target, const QString &root, bool make, std::string *reason)
+{
+    const QString folder = QFileInfo(target).path();
+    if (root.isEmpty() && make)
+        QDir().mkpath(folder);
+    const QString from = root.isEmpty() ? folder : root;
+    return platform::Folder::reach(raw(from), raw(folder.mid(from.size())), make, reason);
+}
 } // namespace
 
-PartialFile::PartialFile(const QString &target) : m_target(target), m_temp(tempPath(target)), m_side(sidePath(target))
+PartialFile::PartialFile(const QString &target, const QString &root)
+    : m_target(target), m_root(root), m_name(QFileInfo(target).fileName()), m_temp(tempPath(target)),
+      m_side(sidePath(target))
 {
 }
 
@@ -27,51 +47,66 @@ QString PartialFile::tempPath(const QString &target) { return target + ".xtemp";
 
 QString PartialFile::sidePath(const QString &target) { return target + ".vd"; }
 
-void PartialFile::removeBoth(const QString &target)
+void PartialFile::removeBoth(const QString &target, const QString &root)
 {
-    QFile::remove(tempPath(target));
-    QFile::remove(sidePath(target));
+    const QString name = QFileInfo(target).fileName();
+    if (const auto folder = folderOf(target, root, false, nullptr)) {
+        folder->remove(raw(tempPath(name)));
+        folder->remove(raw(sidePath(name)));
+    }
 }
 
 int PartialFile::open(qint64 size)
 {
     m_size = size;
-    QDir().mkpath(QFileInfo(m_target).absolutePath());
-    // A bigger file belongs to another version of the result; what it holds is of no use.
-    if (QFileInfo(m_temp.fileName()).size() > size)
-        removeBoth(m_target);
-    if (!m_temp.exists()) {
-        if (const int bad = openFresh(size))
+    if (const int bad = reach())
+        return bad;
+    int fd = m_folder->open(raw(tempPath(m_name)));
+    m_grown = fd >= 0 ? fileSize(fd) : -1;
+    if (m_grown < 0 || m_grown > size) { // a bigger one belongs to another version of the result
+        if (fd >= 0)
+            QFile().open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+        if (const int bad = openFresh())
             return bad;
+    } else if (!m_temp.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        return TransSet::OpenFailed;
     }
     return openFiles();
 }
 
-int PartialFile::openFresh(qint64 size)
+int PartialFile::reach()
 {
-    m_side.remove(); // it would speak of data that isn't there
-    const int made = VFunc::createFixedSizeFile(m_temp.fileName(), size);
-    if (made == 0)
+    std::string reason;
+    m_folder = folderOf(m_target, m_root, true, &reason);
+    if (m_folder)
         return 0;
-    const qint64 free = VFunc::freeSpace(m_target);
-    if (made == -2 && free >= 0 && free < size) {
-        qWarning().noquote() << "PartialFile::open no room for" << size << "bytes:" << m_target;
-        return TransSet::DiskFull;
+    qWarning().noquote() << "PartialFile::open" << m_target << QString::fromStdString(reason);
+    const bool planted = reason.find("link") != std::string::npos || reason.find("leaves") != std::string::npos;
+    return planted ? TransSet::NoFolder : TransSet::NotWritable;
+}
+
+int PartialFile::openFresh()
+{
+    m_folder->remove(raw(sidePath(m_name))); // it would speak of data that isn't there
+    const int fd = m_folder->create(raw(tempPath(m_name)));
+    if (fd < 0 || !m_temp.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        qWarning().noquote() << "PartialFile::open can't be made:" << m_temp.fileName();
+        return TransSet::NotWritable;
     }
-    if (m_temp.open(QIODevice::ReadWrite)) {
-        m_temp.close();
-        return 0;
-    }
-    qWarning().noquote() << "PartialFile::open" << m_temp.fileName() << m_temp.errorString();
-    return TransSet::NotWritable;
+    m_grown = 0;
+    const int bad = grow(qMin(m_size, Step));
+    if (bad != 0)
+        discard();
+    return bad;
 }
 
 int PartialFile::openFiles()
 {
-    for (QFile *file : {&m_temp, &m_side}) {
-        if (file->open(QIODevice::ReadWrite | QIODevice::Unbuffered))
-            continue;
-        qWarning().noquote() << "PartialFile::open" << file->fileName() << file->errorString();
+    int fd = m_folder->open(raw(sidePath(m_name)));
+    if (fd < 0)
+        fd = m_folder->create(raw(sidePath(m_name)));
+    if (fd < 0 || !m_side.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        qWarning().noquote() << "PartialFile::open" << m_side.fileName() << m_side.errorString();
         close();
         return TransSet::OpenFailed;
     }
@@ -80,6 +115,23 @@ int PartialFile::openFiles()
         return TransSet::AccessFailed;
     m_sinceSync.start();
     return m_temp.seek(m_position) ? 0 : int(TransSet::AccessFailed);
+}
+
+// In steps, so that a size that a server made up takes nothing; all that is still to come has to fit above Spare, so
+// that a full disk shows at the start.
+int PartialFile::grow(qint64 upTo)
+{
+    if (upTo <= m_grown)
+        return 0;
+    const qint64 free = VFunc::freeSpace(m_target);
+    const bool fits = free < 0 || m_size - m_grown <= free - Spare;
+    const int result = fits ? WinUtil::createFixedSizeFile(m_temp.handle(), upTo) : -2;
+    if (result == -2) {
+        qWarning().noquote() << "PartialFile::grow no room for" << m_size << "bytes:" << m_target;
+        return TransSet::DiskFull;
+    }
+    m_grown = upTo; // a file system that can't give room ahead takes the bytes as they come
+    return 0;
 }
 
 // Where to go on. m_mark is what the file said (-1: no number), so that a number that doesn't hold is written anew.
@@ -96,12 +148,19 @@ void PartialFile::trail(const std::atomic_bool &stop)
 {
     if (m_size < TrailFrom || !m_temp.isOpen() || m_hash)
         return;
-    m_hash = std::make_unique<TrailingHash>(m_temp.fileName(), m_size, stop);
+    const int fd = m_folder->open(raw(tempPath(m_name)), false);
+    if (fd < 0)
+        return; // hashed at the end then
+    m_hash = std::make_unique<TrailingHash>(fd, m_size, stop);
     m_hash->advance(m_position);
 }
 
 int PartialFile::write(const char *data, qint64 length)
 {
+    if (m_position + length > m_grown) {
+        if (const int bad = grow(qMin(m_size, qMax(m_grown, m_position + length) + Step)))
+            return bad;
+    }
     while (length > 0) {
         const qint64 done = m_temp.write(data, length);
         if (done <= 0) {
@@ -184,15 +243,17 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
     m_hash.reset();
     if (takeSync(true) != 0 || !VFunc::syncFile(m_temp.handle()))
         return TransSet::AccessFailed;
-    close();
+    m_temp.close();
+    m_side.close();
     // First the number, then the name: data without a number is fetched again, a number without data would be believed.
-    m_side.remove();
-    if (QFile::exists(m_target) && !QFile::remove(m_target)) {
-        qWarning().noquote() << "PartialFile::finish remove:" << m_target;
+    m_folder->remove(raw(sidePath(m_name)));
+    if (!m_folder->rename(raw(tempPath(m_name)), raw(m_name))) {
+        qWarning().noquote() << "PartialFile::finish rename:" << m_target;
         return TransSet::EndFailed;
     }
-    if (!QFile::rename(m_temp.fileName(), m_target)) {
-        qWarning().noquote() << "PartialFile::finish rename:" << m_target;
+    // The name too: the farm forgets a frame once it's told that it arrived.
+    if (!m_folder->sync()) {
+        qWarning().noquote() << "PartialFile::finish sync:" << m_target;
         return TransSet::EndFailed;
     }
     return 0;
@@ -201,7 +262,8 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
 void PartialFile::discard()
 {
     close();
-    removeBoth(m_target);
+    m_folder->remove(raw(tempPath(m_name)));
+    m_folder->remove(raw(sidePath(m_name)));
 }
 
 void PartialFile::close()

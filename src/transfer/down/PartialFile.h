@@ -5,8 +5,12 @@
 // is about a second of the stream. A big file's hash is worked out behind the writing position while the rest arrives.
 // One thread: the worker's. Results are 0 or an error code of TransSet.
 //
+// The folder may be shared with others: it's reached step by step from the root, the partial files are made anew or
+// known as our own, and nothing is written through a link that another user planted (see platform::Folder).
+//
 //   open() -> write()... keep()... -> finish(): the target stands, both files are gone
 //                                  -> destruction: both files stay, the number is brought up to date
+#include "common/platform/SafeFile.h"
 #include <atomic>
 #include <future>
 #include <memory>
@@ -22,18 +26,22 @@ public:
     static constexpr int Stopped = -1;
     static constexpr int KeepMs = 1000;
     static constexpr qint64 TrailFrom = 8 * 1024 * 1024; // smaller files are hashed at the end
+    static constexpr qint64 Step = 64 * 1024 * 1024;     // the file grows by this much at a time
+    static constexpr qint64 Spare = 1073741824;          // bytes that stay free on the drive
 
-    explicit PartialFile(const QString &target);
+    // root: the known folder that target lies below; without one the target's own folder counts as chosen by the user.
+    explicit PartialFile(const QString &target, const QString &root = {});
     ~PartialFile();
     PartialFile(const PartialFile &) = delete;
     PartialFile &operator=(const PartialFile &) = delete;
 
     static QString tempPath(const QString &target);
     static QString sidePath(const QString &target);
-    static void removeBoth(const QString &target);
+    static void removeBoth(const QString &target, const QString &root = {});
 
-    // Makes folder and files where they are missing and finds where to go on. NotWritable: the target's folder or drive
-    // takes no file; DiskFull; OpenFailed.
+    // Makes folder and files where they are missing and finds where to go on. NoFolder: somebody's link stands in the
+    // way; NotWritable: the target's folder or drive takes no file; DiskFull: the rest doesn't fit into what is free
+    // above Spare; OpenFailed.
     int open(qint64 size);
     // Starts following the data with a hash, from the beginning of the file. stop ends it early.
     void trail(const std::atomic_bool &stop);
@@ -49,17 +57,21 @@ public:
     void discard(); // closes and removes both
 
 private:
-    int openFresh(qint64 size);
+    int reach();
+    int openFresh();
     int openFiles();
+    int grow(qint64 upTo);
     qint64 readMark();
     int writeMark(qint64 position);
     bool syncRunning() const;
     int takeSync(bool wait);
     void close();
 
-    QString m_target;
+    const QString m_target, m_root, m_name;
+    std::unique_ptr<platform::Folder> m_folder;
     QFile m_temp, m_side;
     qint64 m_size = 0, m_position = 0, m_mark = 0;
+    qint64 m_grown = 0; // bytes that the file has been given
     std::future<bool> m_sync;
     qint64 m_syncing = 0; // position that m_sync covers
     QElapsedTimer m_sinceSync;

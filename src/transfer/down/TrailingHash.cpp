@@ -9,8 +9,7 @@ constexpr qint64 Block = 1048576;
 constexpr int LookMs = 200; // how soon a stop is noticed while nothing arrives
 } // namespace
 
-TrailingHash::TrailingHash(const QString &path, qint64 size, const std::atomic_bool &stop)
-    : m_path(path), m_size(size), m_stop(stop)
+TrailingHash::TrailingHash(int fd, qint64 size, const std::atomic_bool &stop) : m_fd(fd), m_size(size), m_stop(stop)
 {
     m_result = std::async(std::launch::async, [this] { return run(); });
 }
@@ -47,9 +46,9 @@ qint64 TrailingHash::wait(qint64 done)
 
 QString TrailingHash::run()
 {
-    QFile file(m_path);
-    if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
-        qWarning().noquote() << "TrailingHash::run hasherr" << m_path << file.errorString();
+    QFile file;
+    if (!file.open(m_fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        qWarning().noquote() << "TrailingHash::run hasherr" << file.errorString();
         return {};
     }
     QCryptographicHash hash(QCryptographicHash::Md5);
@@ -62,7 +61,7 @@ QString TrailingHash::run()
         while (done < until && !m_stop) {
             const qint64 got = file.read(block.data(), qMin(Block, until - done));
             if (got <= 0) {
-                qWarning().noquote() << "TrailingHash::run hasherr" << m_path << file.errorString();
+                qWarning().noquote() << "TrailingHash::run hasherr" << file.errorString();
                 return {};
             }
             hash.addData(block.constData(), int(got));

@@ -2,6 +2,7 @@
 // The MD5 of a file that is still being written: a side thread reads behind the writer, from the file itself, so that
 // the digest stands about when the last byte does. Made, advanced and asked on one thread; the destructor ends the side
 // thread. The stop flag must outlive the object.
+// fd: the file, opened a second time for reading; closed by this object.
 #include <atomic>
 #include <future>
 #include <QMutex>
@@ -11,7 +12,7 @@
 class TrailingHash
 {
 public:
-    TrailingHash(const QString &path, qint64 size, const std::atomic_bool &stop);
+    TrailingHash(int fd, qint64 size, const std::atomic_bool &stop);
     ~TrailingHash();
 
     void advance(qint64 position); // bytes that may be read now
@@ -22,7 +23,7 @@ private:
     QString run();
     qint64 wait(qint64 done); // how far the file may be read; -1 to give up
 
-    const QString m_path;
+    const int m_fd;
     const qint64 m_size;
     const std::atomic_bool &m_stop;
     QMutex m_mutex;

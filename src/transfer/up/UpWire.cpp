@@ -239,7 +239,7 @@ void UpWork::chunkTaken()
         return failUp(TransSet::UnknownProtocol);
     }
     stopWait();
-    const int limit = m_transType == 2 ? UserInfo::upDSpeed() : UserInfo::upSpeed();
+    const int limit = m_transType == 2 ? UserInfo::upDSpeed() : TransSet::upLimit();
     const QElapsedTimer &since = limit > 0 ? m_lastTurn : m_lastSend; // a limit counts what the ask took, too
     const TransSet::Pace next = TransSet::pace(limit, m_share->running, m_packetSize, int(since.elapsed()));
     m_packetSize = next.packetSize;
