@@ -3,6 +3,7 @@
 #include "common/Housekeeping.h"
 #include "common/LogSink.h"
 #include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 #include "common/RunMode.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
@@ -112,6 +113,7 @@ int run(int argc, char **argv, QString *executable)
         runHelper(mode, words, *executable);
         return 0;
     }
+    platform::privateFiles();
     UserInfo::init(words);
     platform::installCrashDump(UserInfo::dumpDir().toStdString(), VN_VERSION);
     if (mode.kind == RunMode::ResolveTest)
@@ -148,6 +150,7 @@ int main(int argc, char **argv)
     QString executable;
     const int result = run(argc, argv, &executable);
     // Only now is the instance's name free.
+    platform::openMask();
     if (result == RestartCode)
         QProcess::startDetached(executable, wordsOf(argc, argv).mid(1));
     return result;

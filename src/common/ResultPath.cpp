@@ -102,8 +102,8 @@ QString rootOfKind(const QJsonObject &obj, ResultPath::RootKind kind)
                   : kind == ResultPath::Project ? projectOutput(obj)
                                                 : text(obj, "clientResultRootPath");
     dir.replace('\\', '/');
-    while (dir.size() > 1 && dir.endsWith('/') && !dir.endsWith(":/"))
-        dir.chop(1);
+    if (!dir.isEmpty())
+        dir = QDir::cleanPath(dir);
     qDebug().noquote() << "VFunc::rootPath" << words[kind] << dir;
     return dir;
 }

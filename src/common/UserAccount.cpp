@@ -1,4 +1,5 @@
 // The account of the session, its rights and tokens, and what the registry store says.
+#include "common/platform/SafeFile.h"
 #include "common/UserInfo.h"
 #include "common/UserState.h"
 #include "common/VFunc.h"
@@ -69,6 +70,7 @@ void UserInfo::initUser(const QJsonObject &account)
         ++state.user.generation;
     }
     QDir().mkpath(userDir);
+    platform::makePrivate(userDir.toStdString(), true);
     writeMark(allUserDir() + QStringLiteral("/PluginManDir"), userDir.toUtf8());
     // A name may hold what a file name can't.
     const QString name =

@@ -2,6 +2,7 @@
 #include "common/UserInfo.h"
 #include "common/IniWriter.h"
 #include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 #include "common/UserState.h"
 #include "common/VFunc.h"
 #include <QCoreApplication>
@@ -163,6 +164,14 @@ QString defaultResultDir()
     return drive + QStringLiteral("/ResultQN");
 }
 
+// Logs, settings and stores tell of passwords and projects; an earlier version left them open to everyone here.
+void hide(const QString &folder)
+{
+    platform::makePrivate(folder.toStdString(), true);
+    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks))
+        platform::makePrivate(file.absoluteFilePath().toStdString(), false);
+}
+
 template <class Member> Member locked(Member UserState::*member)
 {
     UserState &state = UserState::get();
@@ -185,6 +194,8 @@ void UserInfo::init(const QStringList &args)
     const QString allUser = base + QStringLiteral("/AllUser"), temp = allUser + QStringLiteral("/temp");
     QDir().mkpath(base);
     QDir().mkpath(allUser);
+    hide(base);
+    hide(allUser);
     {
         UserState &state = UserState::get();
         WriteLock lock(state.mutex);

@@ -173,5 +173,6 @@ bool VFunc::writeWhole(const QString &path, const QByteArray &content)
 bool VFunc::openFolder(const QString &path)
 {
     const QString opener = platform::isWindows() ? QStringLiteral("explorer") : QStringLiteral("xdg-open");
+    const platform::OpenMask mask;
     return QFileInfo(path).isDir() && QProcess::startDetached(opener, {QDir::toNativeSeparators(path)});
 }

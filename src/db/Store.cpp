@@ -1,4 +1,5 @@
 #include "db/Store.h"
+#include "common/platform/SafeFile.h"
 #include "common/VFunc.h"
 #include "db/Records.h"
 #include "io/NetTcp.h"
@@ -129,6 +130,11 @@ bool Store::openFile(const QString &path)
 bool Store::connectFile(const QString &path)
 {
     m_path = path;
+    // Before the first byte, and for what an earlier version left: the log takes the file's own rights.
+    for (const char *part : {"", "-wal", "-shm"}) {
+        if (*part == 0 || QFile::exists(path + part))
+            platform::makePrivate((path + part).toStdString(), false);
+    }
     m_db = QSqlDatabase::addDatabase("QSQLITE", m_connection);
     m_db.setDatabaseName(path);
     m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(StatementBusyMs));

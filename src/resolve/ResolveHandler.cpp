@@ -94,7 +94,7 @@ void ResolveHandler::startAnalysis()
     const bool skip = CommonConfig::get().submitUpload != 0 || UserInfo::hasArgument("noresolve");
     if (skip && type == MayaType && takeOldLog(row, type))
         return;
-    if (!QFileInfo::exists(VFunc::followLinks(row.lpath))) {
+    if (!QFileInfo(VFunc::followLinks(row.lpath)).isFile()) { // nor a pipe, a device or a folder
         dao().setState(row.rkey, 104, NoScene, now());
         return;
     }

@@ -1,12 +1,13 @@
 // MD5 of files. The toolkit's own digest: measured at 0.95 of md5sum on the same bytes (OpenSSL's reaches 1.03), so a
 // library of its own isn't worth it. Unbuffered, so that no byte is copied between the read and the digest.
+#include "common/VFunc.h"
 #include "transfer/TransSet.h"
 #include <QCryptographicHash>
 #include <QDebug>
 
 QString TransSet::fileMD5(QFile *file, const std::atomic_bool &stop)
 {
-    if ((!file->isOpen() && !file->open(QIODevice::ReadOnly | QIODevice::Unbuffered)) || !file->seek(0)) {
+    if ((!file->isOpen() && !VFunc::openRegular(file)) || !file->seek(0)) {
         qWarning().noquote() << "TransSet::fileMD5 hasherr" << file->fileName() << file->errorString();
         return {};
     }

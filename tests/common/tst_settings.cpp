@@ -69,6 +69,14 @@ void TestSettings::defaultsAreWrittenOnce()
     UserInfo::init({"client"});
     QCOMPARE(UserInfo::upTh(), 3);
     QCOMPARE(UserInfo::allUserDir(), testHome() + "/.local/share/VandrelQN/AllUser");
+    // What an earlier version left open to other users of the machine is closed.
+    const QStringList kept{testHome() + "/.local/share/VandrelQN", UserInfo::allUserDir(), UserInfo::allUserDir() + "/config.ini"};
+    const auto others = QFile::ReadGroup | QFile::ReadOther | QFile::ExeGroup | QFile::ExeOther;
+    for (const QString &path : kept)
+        QVERIFY(QFile::setPermissions(path, QFile::permissions(path) | others));
+    UserInfo::init({"client"});
+    for (const QString &path : kept)
+        QVERIFY2(!(QFile::permissions(path) & others), qPrintable(path));
 }
 
 void TestSettings::startEmptiesTemp()

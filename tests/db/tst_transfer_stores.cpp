@@ -154,9 +154,7 @@ private slots:
         db_downmiss miss;
         QList<int> sizes;
         QSet<qlonglong> seen;
-        connect(&down(), &DownloadDAO::miss, this, [&](const QList<db_downmiss> &list, int pages) {
-            sizes << list.size() << pages;
-        });
+        connect(&down(), &DownloadDAO::miss, this, [&](const QList<db_downmiss> &list, int pages) { sizes << list.size() << pages; });
         for (miss.pri = 1; miss.pri <= 35; ++miss.pri)
             QVERIFY(down().addMission(miss, miss.pri == 1 ? files : QList<db_downfile>{}));
         for (int page = 0; page < 3; ++page) {

@@ -15,7 +15,14 @@ private slots:
         dao.close();
         QCOMPARE(dao.info("Vandrel"), QString("{\"a\":2}"));
         QCOMPARE(dao.info("Other"), QString("x'y"));
-        QVERIFY(!(QFile::permissions(dao.filePath()) & (QFile::ReadOther | QFile::ReadGroup)));
+        // The password stands in the log beside it, too; an earlier version had made both readable.
+        dao.close();
+        const QString store = UserInfo::allUserDir() + "/user.db";
+        const auto others = QFile::ReadOther | QFile::ReadGroup;
+        QVERIFY(QFile::setPermissions(store, QFile::permissions(store) | others));
+        QVERIFY(dao.saveInfo("Vandrel", "{\"a\":3}"));
+        for (const QString &path : {store, store + "-wal", store + "-shm"})
+            QVERIFY2(QFile::exists(path) && !(QFile::permissions(path) & others), qPrintable(path));
     }
 };
 VN_TEST(TestUserStore)

@@ -314,8 +314,11 @@ static int playPrivate(const fs::path &at)
     chmod(at.c_str(), 0755);
     const bool good = fd >= 0 && makePrivate(utf8(at / "old.db"), false) && makePrivate(utf8(at / "fresh.db"), false) &&
                       makePrivate(utf8(at), true) && !makePrivate(utf8(at / "no" / "folder"), true);
-    openMask();
-    std::ofstream(at / "child") << "x";
+    {
+        const OpenMask mask;
+        std::ofstream(at / "child") << "x";
+    }
+    std::ofstream(at / "log.txt") << "x";
     return good ? 0 : 1;
 }
 
@@ -331,7 +334,7 @@ static void filesAreTheUsersAlone()
         int mode;
     } rows[] = {{"", 0700},         {"store.db", 0600},     {"old.db", 0600},
                 {"fresh.db", 0600}, {"results/shot", 0750}, {"results/shot/f.png", 0640},
-                {"child", 0640}};
+                {"child", 0640},    {"log.txt", 0600}};
     for (const auto &row : rows)
         SAME(modeOf(at / row.name), row.mode);
 }

@@ -1,3 +1,4 @@
+#include "common/VFunc.h"
 #include "common/WindowCalls.h"
 #include "QueueRig.h"
 #include "resolve/ClearMax.h"
@@ -5,6 +6,7 @@
 #include "support/TestMain.h"
 #include <QSqlDatabase>
 #include <QSqlQuery>
+#include <sys/stat.h>
 
 namespace
 {
@@ -82,6 +84,29 @@ private slots:
         rig.handler->fileOk("N101", 5);
         QCOMPARE(dao().read(77).fok, 1);
         QCOMPARE(rig.peer.faults, QStringList());
+    }
+
+    // A pipe would be waited for, a folder has no end: only files are scenes.
+    void onlyFilesAreScenes_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::newRow("folder") << testHome() + "/folder.tgd";
+        QTest::newRow("pipe") << testHome() + "/pipe.tgd";
+        QTest::newRow("link to a device") << testHome() + "/device.tgd";
+    }
+    void onlyFilesAreScenes()
+    {
+        QFETCH(QString, path);
+        QDir().mkpath(testHome() + "/folder.tgd");
+        mkfifo(qPrintable(testHome() + "/pipe.tgd"), 0600);
+        QFile::link("/dev/zero", testHome() + "/device.tgd");
+        QueueRig rig;
+        const qlonglong key = rig.drop(path, {{"softwareType", 8}}, 100, "N5");
+        rig.start();
+        QTRY_COMPARE(rig.state(key), 104);
+        QCOMPARE(rig.error(key), 10013);
+        QFile file(path);
+        QVERIFY(!VFunc::openRegular(&file));
     }
 
     void orderRefusedIsAskedAgain()

@@ -91,9 +91,9 @@ struct DownRig {
     QScopedPointer<DownHandler> queue;
     int over = 0;
     QElapsedTimer since;
-    int rate = 1;        // how much faster than the room's clock the queue's goes
-    qint64 ahead = 0;    // ms that were skipped
-    bool still = false;  // the clock moves by `ahead` alone
+    int rate = 1;       // how much faster than the room's clock the queue's goes
+    qint64 ahead = 0;   // ms that were skipped
+    bool still = false; // the clock moves by `ahead` alone
 
     DownRig()
     {

@@ -1,4 +1,5 @@
 #include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
@@ -203,6 +204,7 @@ int runElevated(const std::string &file, const std::string &parameters, const st
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     pid_t child = 0;
+    const OpenMask mask; // what it installs is for others too
     const int failed = posix_spawnp(&child, command.program.c_str(), nullptr, &attributes, words.data(), environ);
     posix_spawnattr_destroy(&attributes);
     if (failed != 0)

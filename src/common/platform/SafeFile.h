@@ -19,7 +19,16 @@ int setFileSize(int fd, std::int64_t size);
 // From here on new files and folders of this process are its user's alone. What is meant for others too (results) and
 // child programs keep the user's own mask; see Folder and openMask().
 void privateFiles();
-void openMask(); // back to the user's own mask: before another program is started for good
+void openMask(); // back to the user's own mask, for good: where this process is about to become another program
+// The user's own mask for the length of a scope: another program is started in it.
+class OpenMask
+{
+public:
+    OpenMask();
+    ~OpenMask();
+    OpenMask(const OpenMask &) = delete;
+    OpenMask &operator=(const OpenMask &) = delete;
+};
 // Takes away what other users may do with a file or folder that an earlier version made; makes the file where it's
 // missing. False on failure. Windows keeps the folder's own rights and answers true.
 bool makePrivate(const std::string &path, bool folder);

@@ -127,6 +127,14 @@ void openMask()
         umask(mode_t(usersMask));
 }
 
+OpenMask::OpenMask() { openMask(); }
+
+OpenMask::~OpenMask()
+{
+    if (usersMask != NoMask)
+        umask(PrivateMask);
+}
+
 bool makePrivate(const std::string &path, bool folder)
 {
     const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (folder ? O_DIRECTORY : O_CREAT);

@@ -116,6 +116,8 @@ int setFileSize(int fd, std::int64_t size)
 
 void privateFiles() {}
 void openMask() {}
+OpenMask::OpenMask() {}
+OpenMask::~OpenMask() {}
 
 bool makePrivate(const std::string &path, bool folder)
 {

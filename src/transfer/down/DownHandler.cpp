@@ -166,7 +166,7 @@ void DownHandler::answeredTelling(qlonglong fileId, int val)
         DownloadDAO::instance()->told(fileId);
         m_untold.erase(found);
     } else if (++found->tries >= MostTellings) {
-        qWarning().noquote() << "DownHandler::tellFetched refused:" << fileId << val;
+        qWarning().noquote() << "DownHandler::answeredTelling refused:" << fileId << val;
         m_untold.erase(found); // again in the next session
     }
 }

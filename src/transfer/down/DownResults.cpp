@@ -99,7 +99,7 @@ void DownHandler::handOne(const QJsonObject &push)
 void DownHandler::askLists()
 {
     for (const int mid : m_asks.expired(now())) {
-        qWarning().noquote() << "DownHandler::missionResult no answer for task" << mid;
+        qWarning().noquote() << "DownHandler::askLists no answer for task" << mid;
         inform(tr("任务 %1 的结果列表获取失败，请检查网络后重新下载").arg(mid));
     }
     if (NetTcp::isLogin()) {
@@ -118,7 +118,7 @@ void DownHandler::listAnswered(int mid, int val, const QJsonObject &obj)
         return; // answered already
     if (val == ListGood)
         return missionDown(mid, obj);
-    qWarning().noquote() << "DownHandler::missionResult" << mid << Session::errorText(val);
+    qWarning().noquote() << "DownHandler::listAnswered" << mid << Session::errorText(val);
     const ResultAsks::Ask ask = m_asks.take(mid);
     if (ask.user && !ask.autoRes)
         inform(tr("任务 %1 的结果列表获取失败：%2").arg(mid).arg(Session::errorText(val)));
@@ -247,7 +247,7 @@ bool DownHandler::hasRoom(const QString &root, bool quiet)
         m_told.remove("room " + root);
         return true;
     }
-    qWarning().noquote() << "DownHandler::build less than 1 GiB free:" << root;
+    qWarning().noquote() << "DownHandler::hasRoom less than 1 GiB free:" << root;
     if (!quiet || !m_told.contains("room " + root))
         Seam<WindowCalls>::post([root](WindowCalls &window) { window.downSpace(root); });
     m_told.insert("room " + root);

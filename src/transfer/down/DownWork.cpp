@@ -81,7 +81,7 @@ bool DownWork::takeTarget(const QJsonObject &answer)
     }
     if (ResultPath::isSafeTarget(m_down.lpath) && !ResultRoots::of(m_down.lpath).isEmpty())
         return true;
-    qWarning().noquote() << "DownWork::answered refused:" << m_down.lpath << text(answer, "path") << reason;
+    qWarning().noquote() << "DownWork::takeTarget refused:" << m_down.lpath << text(answer, "path") << reason;
     failDown(TransSet::NoFolder);
     return false;
 }

@@ -46,7 +46,7 @@ ResultRow rowOf(const QJsonObject &obj, const QString &root)
     row.refused = row.target.isEmpty();
     if (row.refused) {
         const QString path = obj.value("path").toString();
-        qWarning().noquote() << "MissionBuilder::rows refused:" << row.id << path << reason;
+        qWarning().noquote() << "MissionBuilder::rowOf refused:" << row.id << path << reason;
         row.target = path;
     } else {
         row.exists = QFileInfo::exists(row.target);

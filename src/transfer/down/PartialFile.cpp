@@ -80,7 +80,7 @@ int PartialFile::reach()
     m_folder = folderOf(m_target, m_root, true, &reason);
     if (m_folder)
         return 0;
-    qWarning().noquote() << "PartialFile::open" << m_target << QString::fromStdString(reason);
+    qWarning().noquote() << "PartialFile::reach" << m_target << QString::fromStdString(reason);
     const bool planted = reason.find("link") != std::string::npos || reason.find("leaves") != std::string::npos;
     return planted ? TransSet::NoFolder : TransSet::NotWritable;
 }
@@ -90,7 +90,7 @@ int PartialFile::openFresh()
     m_folder->remove(raw(sidePath(m_name))); // it would speak of data that isn't there
     const int fd = m_folder->create(raw(tempPath(m_name)));
     if (fd < 0 || !m_temp.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
-        qWarning().noquote() << "PartialFile::open can't be made:" << m_temp.fileName();
+        qWarning().noquote() << "PartialFile::openFresh can't be made:" << m_temp.fileName();
         return TransSet::NotWritable;
     }
     m_grown = 0;
@@ -106,7 +106,7 @@ int PartialFile::openFiles()
     if (fd < 0)
         fd = m_folder->create(raw(sidePath(m_name)));
     if (fd < 0 || !m_side.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
-        qWarning().noquote() << "PartialFile::open" << m_side.fileName() << m_side.errorString();
+        qWarning().noquote() << "PartialFile::openFiles" << m_side.fileName() << m_side.errorString();
         close();
         return TransSet::OpenFailed;
     }
@@ -209,7 +209,7 @@ int PartialFile::takeSync(bool wait)
         return 0;
     if (m_sync.get())
         return writeMark(m_syncing);
-    qWarning().noquote() << "PartialFile::keep sync:" << m_temp.fileName();
+    qWarning().noquote() << "PartialFile::takeSync" << m_temp.fileName();
     return TransSet::AccessFailed;
 }
 
@@ -217,7 +217,7 @@ int PartialFile::writeMark(qint64 position)
 {
     const QByteArray text = QByteArray::number(position).rightJustified(MarkWidth, ' ');
     if (!m_side.seek(0) || m_side.write(text) != text.size()) {
-        qWarning().noquote() << "PartialFile::keep" << m_side.fileName() << m_side.errorString();
+        qWarning().noquote() << "PartialFile::writeMark" << m_side.fileName() << m_side.errorString();
         return m_side.error() == QFileDevice::ResourceError ? TransSet::DiskFull : TransSet::AccessFailed;
     }
     m_mark = position;

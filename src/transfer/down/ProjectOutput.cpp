@@ -33,7 +33,8 @@ QJsonObject askServer(int cmd, const QJsonObject &body)
     QTimer::singleShot(ProjectOutput::WaitMs, &loop, &QEventLoop::quit);
     loop.exec();
     if (!answered)
-        qWarning().noquote() << "ProjectOutput::ask" << cmd << "no answer within" << ProjectOutput::WaitMs << "ms";
+        qWarning().noquote() << "ProjectOutput::askServer" << cmd << "no answer within" << ProjectOutput::WaitMs
+                             << "ms";
     return reply;
 }
 

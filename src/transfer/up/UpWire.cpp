@@ -183,7 +183,7 @@ void UpWork::takeStartPoint()
 void UpWork::startUp()
 {
     stopWait();
-    if (!m_file->isOpen() && !m_file->open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    if (!m_file->isOpen() && !VFunc::openRegular(m_file)) {
         qWarning().noquote() << "UpWork::startUp file open" << m_file->fileName() << m_file->errorString();
         return failUp(TransSet::OpenFailed);
     }

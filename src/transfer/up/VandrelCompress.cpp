@@ -1,4 +1,5 @@
 #include "transfer/up/VandrelCompress.h"
+#include "common/VFunc.h"
 #include <QDebug>
 #include <QFile>
 #include <QFileInfo>
@@ -12,7 +13,7 @@ namespace
 bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
 {
     QFile in(path);
-    if (!in.open(QIODevice::ReadOnly | QIODevice::Unbuffered)) {
+    if (!VFunc::openRegular(&in)) {
         qWarning().noquote() << "VandrelCompress::vandrelCompress" << path << in.errorString();
         return false;
     }
