@@ -136,6 +136,7 @@ select -ne :defaultResolution;
         wanted = ['by node.ma', 'deep.ma', 'extra.bin', 'fire.0001.exr', 'fire.0002.exr', 'listed.ma', 'rig.ma', 'skin.1001.exr',
                   'skin.1012.exr']
         self.assertEqual((found['status'], names(found)), (1, wanted))
+        self.assertIn(u'2-8.5:1', found['details'])
         self.assertEqual([one for one in found['details'].splitlines() if u'小数' not in one][1:],
                          ['D:/x/gone.tif', self.folder + '/read.vrmap'])
         layer, = found['content']['modelParameters']['layers']
@@ -151,6 +152,8 @@ select -ne :defaultResolution;
         layer, = found['content']['modelParameters']['layers']
         self.assertEqual((layer['cameras_array'], layer['cameras_overide'], found['status']), ([], ['persp', 'top'], 1))
         self.assertEqual(self.maya(self.file('b.ma', '//none\n'))['status'], 2)
+        quick = [os.path.join(ROOT, 'scripts/maya/p27/VMA.py'), os.path.join(self.folder, 'a.ma'), '-proj', '/elsewhere']
+        self.assertEqual(answer_in(run(quick))['content']['mayaProject'].rstrip('/'), '/elsewhere')
 
     def test_one_odd_file_name_does_not_end_the_analysis(self):
         for kind, scene in (('maya', 'a.ma'), ('c4d', 'shot.c4d')):
