@@ -163,7 +163,9 @@ void NetTcp::packageTimeOut()
 
 void NetTcp::setLogin(bool on)
 {
-    loggedIn = on;
+    const bool ended = loggedIn.exchange(on) && !on;
+    if (ended)
+        loseAll(); // what was asked within a login isn't answered without it
     emit loginChanged(on);
     sendHeld();
 }

@@ -221,6 +221,17 @@ private slots:
         QCOMPARE(stream[1][1].toInt(), 4);
     }
 
+    // What was asked within a login ends with it, also where the link stays.
+    void endOfALogin()
+    {
+        tcp->setLogin(true);
+        server->answerOthers({});
+        question(10502).send(this);
+        QTRY_COMPARE(server->count(10502), 1);
+        tcp->setLogin(false);
+        QTRY_COMPARE(ends, QStringList("link lost"));
+    }
+
     // A kick resets the link while its package is being read; what came with it belongs to the old session.
     void resetForgetsEverything()
     {

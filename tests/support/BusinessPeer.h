@@ -101,8 +101,10 @@ public:
         NetWork::create();
         NetTcp::instance()->setLogin(false);
         NetTcp::instance()->setHost("127.0.0.1", port());
+        const int before = m_links;
         NetTcp::instance()->resetLink();
-        if (!QTest::qWaitFor([] { return NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState; }))
+        // Both ends know of it: what a test cuts next must be there to be cut.
+        if (!QTest::qWaitFor([&] { return m_links > before && NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState; }))
             return false;
         NetTcp::instance()->setLogin(true);
         return true;
