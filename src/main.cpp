@@ -34,8 +34,8 @@ std::atomic<bool> leaving{false}; // the system has asked the client to end
 QStringList wordsOf(int argc, char **argv)
 {
     QStringList words;
-    for (int i = 0; i < argc; ++i)
-        words << QString::fromLocal8Bit(argv[i]);
+    for (const std::string &word : platform::commandWords(argc, argv))
+        words << (platform::isWindows() ? QString::fromStdString(word) : QString::fromLocal8Bit(word.c_str()));
     return words;
 }
 

@@ -49,7 +49,7 @@ QString compact(const QJsonObject &object)
 }
 } // namespace
 
-void AnalysisProcess::setupChildProcess() { platform::ownSession(); }
+void AnalysisProcess::setupChildProcess() { platform::ownTree(); }
 
 BaseResolve::BaseResolve() : fastMaya(UserInfo::fastMaya() ? 1 : 0), m_process(new AnalysisProcess(this)) {}
 
@@ -194,6 +194,8 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     m_process->setProcessEnvironment(environment);
     m_process->start(program, arguments, QIODevice::ReadOnly);
     m_pid = m_process->processId();
+    if (m_pid > 0 && !platform::holdTree(m_pid))
+        qWarning().noquote() << "BaseResolve::startPro" << m_pid << "what it starts may outlive it";
     qDebug().noquote() << "BaseResolve::startPro" << m_pid << program << arguments.join(QLatin1Char(' '));
 }
 

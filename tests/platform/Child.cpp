@@ -1,5 +1,7 @@
 #include "Child.h"
+#include <chrono>
 #ifdef _WIN32
+#include "common/platform/Platform.h"
 #include "common/platform/PlatformText_win.h"
 
 static std::wstring commandLine(const std::string &program, const std::vector<std::string> &words)
@@ -26,7 +28,7 @@ static HANDLE launch(const std::string &program, const std::vector<std::string> 
     return info.hProcess;
 }
 
-bool Child::start(const std::string &program, const std::vector<std::string> &words, bool)
+bool Child::start(const std::string &program, const std::vector<std::string> &words, bool ownTree)
 {
     HANDLE reading = nullptr, writing = nullptr;
     SECURITY_ATTRIBUTES inherited{sizeof inherited, nullptr, TRUE};
@@ -39,7 +41,7 @@ bool Child::start(const std::string &program, const std::vector<std::string> &wo
     m_output = std::intptr_t(reading);
     m_process = process ? std::intptr_t(process) : -1;
     m_pid = pid;
-    return process != nullptr;
+    return process != nullptr && (!ownTree || platform::holdTree(m_pid));
 }
 
 int Child::read()
@@ -81,7 +83,16 @@ void spawnShared(const std::vector<std::string> &words, bool waitForEnd)
     if (waitForEnd && process)
         WaitForSingleObject(process.get(), INFINITE);
 }
+
+void forgetOrigin(int code)
+{
+    spawnShared({"--wait"}, false);
+    ExitProcess(UINT(code));
+}
+
+std::int64_t ownPid() { return GetCurrentProcessId(); }
 #else
+#include "common/platform/Platform.h"
 #include <climits>
 #include <csignal>
 #include <fcntl.h>
@@ -90,34 +101,40 @@ void spawnShared(const std::vector<std::string> &words, bool waitForEnd)
 #include <unistd.h>
 extern char **environ;
 
-static pid_t launch(const std::string &program, const std::vector<std::string> &words, int output, bool ownSession)
+static pid_t launch(const std::string &program, const std::vector<std::string> &words, int output, bool ownTree)
 {
     std::vector<char *> list{const_cast<char *>(program.c_str())};
     for (const std::string &word : words)
         list.push_back(const_cast<char *>(word.c_str()));
     list.push_back(nullptr);
+    if (ownTree) {
+        const pid_t child = fork();
+        if (child == 0) {
+            platform::ownTree();
+            dup2(output, 1);
+            execv(program.c_str(), list.data());
+            _exit(127);
+        }
+        return child;
+    }
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_adddup2(&actions, output, 1);
     if (output != 1)
         posix_spawn_file_actions_addclose(&actions, output);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, ownSession ? POSIX_SPAWN_SETSID : 0);
     pid_t pid = -1;
-    if (posix_spawn(&pid, program.c_str(), &actions, &attributes, list.data(), environ) != 0)
+    if (posix_spawn(&pid, program.c_str(), &actions, nullptr, list.data(), environ) != 0)
         pid = -1;
-    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     return pid;
 }
 
-bool Child::start(const std::string &program, const std::vector<std::string> &words, bool ownSession)
+bool Child::start(const std::string &program, const std::vector<std::string> &words, bool ownTree)
 {
     int ends[2];
     if (pipe2(ends, O_CLOEXEC) != 0)
         return false;
-    m_pid = launch(program, words, ends[1], ownSession);
+    m_pid = launch(program, words, ends[1], ownTree);
     close(ends[1]);
     m_output = ends[0];
     return m_pid > 0;
@@ -161,6 +178,18 @@ void spawnShared(const std::vector<std::string> &words, bool waitForEnd)
     if (waitForEnd && pid > 0)
         waitpid(pid, nullptr, 0);
 }
+
+std::int64_t ownPid() { return getpid(); }
+
+void forgetOrigin(int code)
+{
+    if (fork() > 0)
+        _exit(code);
+    setsid();
+    std::string program = ownProgram(), word = "--wait";
+    char *words[] = {&program[0], &word[0], nullptr}, *none[] = {nullptr};
+    execve(words[0], words, none);
+}
 #endif
 
 std::string Child::line()
@@ -175,7 +204,8 @@ std::string Child::line()
 
 bool Child::outputEnded()
 {
+    const auto start = std::chrono::steady_clock::now();
     while (read() >= 0) {
     }
-    return true;
+    return std::chrono::steady_clock::now() - start < std::chrono::seconds(30);
 }

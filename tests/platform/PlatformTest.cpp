@@ -125,16 +125,56 @@ static void processIsFoundAndKilled()
 
 static void treeIsKilled()
 {
+    for (const std::string middle : {"--middle", "--escape"}) {
+        Child child;
+        HOLDS(child.start(ownProgram(), {"--tree", middle}, true));
+        const std::string first = child.line(), second = child.line(); // of the root and the deepest one, in any order
+        HOLDS((first == "ready" && second == "root") || (first == "root" && second == "ready"));
+        HOLDS(killTree(child.pid()));
+        HOLDS(child.outputEnded()); // none of them holds the output any more
+        HOLDS(child.wait() != 0);
+        HOLDS(killTree(child.pid())); // nothing left to kill is good too
+    }
+    // A program that has ended leaves nothing behind, and its code comes through.
     Child child;
-    HOLDS(child.start(ownProgram(), {"--tree"}, true));
-    const std::string first = child.line(), second = child.line(); // of the root and the deepest one, in any order
-    HOLDS((first == "ready" && second == "root") || (first == "root" && second == "ready"));
-    HOLDS(killTree(child.pid()));
-    HOLDS(child.outputEnded()); // none of them holds the output any more
-    HOLDS(child.wait() != 0);
-    HOLDS(killTree(child.pid())); // nothing left to kill is good too
+    HOLDS(child.start(ownProgram(), {"--leave"}, true));
+    if (isWindows()) // elsewhere what it leaves is ended with it
+        HOLDS(child.line() == "ready" && killTree(child.pid()));
+    HOLDS(child.outputEnded());
+    SAME(child.wait(), 7);
     HOLDS(!killTree(0));
     HOLDS(!killTree(1));
+}
+
+// An ended parent's number says nothing: a process that still names it isn't ended for it.
+static void strangersLive()
+{
+    Child child;
+    HOLDS(child.start(ownProgram(), {"--escape"}));
+    SAME(child.line(), std::string("ready"));
+    child.wait();
+    const std::vector<Process> all = processes();
+    const std::string own = bareName(ownProgram());
+    const auto it = std::find_if(all.begin(), all.end(), [&](const Process &one) {
+        return one.pid != child.pid() && !one.dead && sameText(bareName(one.name), own) && one.pid != ownPid();
+    });
+    HOLDS(it != all.end());
+    HOLDS(killTree(child.pid()));
+    if (it == all.end())
+        return;
+    const std::vector<Process> after = processes();
+    HOLDS(std::any_of(after.begin(), after.end(), [&](const Process &one) { return one.pid == it->pid && !one.dead; }));
+    HOLDS(killTree(it->pid));
+    HOLDS(child.outputEnded());
+}
+
+static void wordsAreWhole()
+{
+    const fs::path mark = room / fs::u8path("渲染 é 农场");
+    Child child;
+    HOLDS(child.start(ownProgram(), {"--mark", utf8(mark)}));
+    SAME(child.wait(), 0);
+    SAME(contentOf(mark), std::string("done"));
 }
 
 static std::string joined(const ElevatedCommand &command)
@@ -411,9 +451,13 @@ static int playChild(const std::string &role, const std::string &word)
     } else if (role == "--middle") {
         spawnShared({"--wait"}, isWindows()); // elsewhere it ends here: the deepest one outlives its parent
     } else if (role == "--tree") {
-        spawnShared({"--middle"}, !isWindows());
+        spawnShared({word}, !isWindows());
         say("root");
         longJob();
+    } else if (role == "--escape") {
+        forgetOrigin();
+    } else if (role == "--leave") {
+        forgetOrigin(7);
     } else if (role == "--write") {
         for (int i = 0; i < 15; ++i) {
             if (!regSet(Hive::CurrentUser, base + "\\Many", word + "-" + std::to_string(i), "x"))
@@ -434,8 +478,9 @@ static int playChild(const std::string &role, const std::string &word)
 
 int main(int argc, char **argv)
 {
+    const std::vector<std::string> words = commandWords(argc, argv);
     if (argc > 1)
-        return playChild(argv[1], argc > 2 ? argv[2] : "");
+        return playChild(words[1], argc > 2 ? words[2] : "");
     const auto stamp = std::chrono::steady_clock::now().time_since_epoch().count();
     room = fs::temp_directory_path() / ("vnplatform" + std::to_string(stamp));
     fs::create_directories(room);
@@ -451,6 +496,8 @@ int main(int argc, char **argv)
         {"autoStartTakesCommand", autoStartTakesCommand},
         {"processIsFoundAndKilled", processIsFoundAndKilled},
         {"treeIsKilled", treeIsKilled},
+        {"strangersLive", strangersLive},
+        {"wordsAreWhole", wordsAreWhole},
         {"elevatedCommandIsBuilt", elevatedCommandIsBuilt},
         {"elevatedRunStarts", elevatedRunStarts},
         {"hardwareIsTold", hardwareIsTold},

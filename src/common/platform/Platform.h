@@ -40,13 +40,20 @@ struct Process {
 std::vector<Process> processes();
 bool existProcess(const std::string &name);
 int killByName(const std::string &name); // number of processes ended, never the caller itself
-// Ends a process and what it started, also what outlived its parent inside a session or group that one of them leads.
-// True when none of them is left after at most waitMs. mark: an entry "name=value" of the environment that only this
-// tree was given, by which POSIX finds what has left session and parent too; empty for none.
+// Ends a process and what it started. True when none of them is left after at most waitMs. Whole only for a child that
+// went through ownTree() or holdTree(); of others, what still names it as its parent, and on POSIX what stands in a
+// session or group that one of them leads or carries mark, an entry "name=value" of the environment.
 bool killTree(std::int64_t pid, int waitMs = 3000, const std::string &mark = {});
-// For a child that was forked and hasn't started its program yet: it leads a session of its own, so that killTree finds
-// everything it starts. Safe there (no allocation, no lock); nothing on Windows, where the parents are followed.
-void ownSession();
+// POSIX, for a child that was forked and hasn't started its program yet: what is started is a child of that child,
+// which leads a session, inherits whatever leaves its parents, ends what the program leaves behind, and ends as it did.
+// Safe there (no allocation, no lock). Where the system has no such service, a session of its own is all. Windows:
+// nothing.
+void ownTree();
+// Windows, for a child that has just been started: a job object, from which nothing it starts can leave, and which ends
+// with this process. False where it can't be had. Elsewhere nothing, and true.
+bool holdTree(std::int64_t pid);
+// The words that the process was started with, also such as the ANSI code page of Windows can't hold.
+std::vector<std::string> commandWords(int argc, char **argv);
 // The system or a terminal asks the program to end (SIGTERM, SIGINT, SIGHUP): called on a thread of its own, each time;
 // it may do anything that a thread may. Windows asks windows, not processes: false there, and nothing is called.
 bool onTerminate(void (*asked)());

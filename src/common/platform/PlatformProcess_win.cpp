@@ -1,6 +1,8 @@
 #include "common/platform/Platform.h"
 #include "common/platform/PlatformText_win.h"
 #include <algorithm>
+#include <map>
+#include <mutex>
 #include <shellapi.h>
 #include <tlhelp32.h>
 
@@ -32,21 +34,53 @@ bool endProcess(std::int64_t pid, DWORD waitMs)
     return WaitForSingleObject(process.get(), waitMs) == WAIT_OBJECT_0;
 }
 
-// The tree below pid, parents first. A parent's number may have been given anew: a real child is never older than it.
+// Jobs by the number of the child they were made for.
+struct Jobs {
+    std::mutex mutex;
+    std::map<std::int64_t, HANDLE> held;
+};
+Jobs &jobs()
+{
+    static Jobs *one = new Jobs; // as long as the process: the end of a job ends its processes
+    return *one;
+}
+
+HANDLE takeJob(std::int64_t pid)
+{
+    std::lock_guard<std::mutex> lock(jobs().mutex);
+    const auto it = jobs().held.find(pid);
+    if (it == jobs().held.end())
+        return nullptr;
+    const HANDLE job = it->second;
+    jobs().held.erase(it);
+    return job;
+}
+
+bool endJob(HANDLE job, ULONGLONG until)
+{
+    TerminateJobObject(job, 1);
+    for (;;) {
+        JOBOBJECT_BASIC_ACCOUNTING_INFORMATION info{};
+        if (!QueryInformationJobObject(job, JobObjectBasicAccountingInformation, &info, sizeof info, nullptr))
+            return false;
+        if (info.ActiveProcesses == 0)
+            return true;
+        if (GetTickCount64() >= until)
+            return false;
+        Sleep(5);
+    }
+}
+
+// The tree below a living process, parents first. Numbers are given anew, so a real child is never older than its
+// parent; and of a parent that's gone, nothing tells its children from those of an earlier process of its number.
 std::vector<Process> treeOf(std::int64_t pid)
 {
     std::vector<Process> all = processes(), tree;
     for (const Process &process : all) {
-        if (process.pid == pid)
+        if (process.pid == pid && startOf(pid) != 0) {
             tree.push_back(process);
-    }
-    if (tree.empty()) { // already gone: its children still name it
-        Process gone;
-        gone.pid = pid;
-        gone.dead = true;
-        tree.push_back(gone);
-    } else {
-        tree.front().started = startOf(pid);
+            tree.front().started = startOf(pid);
+        }
     }
     for (std::size_t at = 0; at < tree.size(); ++at) {
         for (Process &child : all) {
@@ -102,17 +136,36 @@ int killByName(const std::string &name)
     return ended;
 }
 
+bool holdTree(std::int64_t pid)
+{
+    const Handle process(OpenProcess(PROCESS_SET_QUOTA | PROCESS_TERMINATE, FALSE, DWORD(pid)));
+    const HANDLE job = process ? CreateJobObjectW(nullptr, nullptr) : nullptr;
+    if (!job)
+        return false;
+    JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits{};
+    limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+    SetInformationJobObject(job, JobObjectExtendedLimitInformation, &limits, sizeof limits);
+    if (!AssignProcessToJobObject(job, process.get())) {
+        CloseHandle(job);
+        return false;
+    }
+    const Handle older(takeJob(pid)); // of a child of the same number that has ended
+    std::lock_guard<std::mutex> lock(jobs().mutex);
+    jobs().held[pid] = job;
+    return true;
+}
+
 bool killTree(std::int64_t pid, int waitMs, const std::string &)
 {
     if (pid <= 4 || pid == std::int64_t(GetCurrentProcessId()))
         return false;
     const ULONGLONG until = GetTickCount64() + ULONGLONG(std::max(0, waitMs));
+    if (const Handle job(takeJob(pid)); job)
+        return endJob(job.get(), until);
     // Parents first, so that none starts another; looked at again, since one may have done so in between.
     for (bool first = true;; first = false) {
         bool any = false, all = true;
         for (const Process &process : treeOf(pid)) {
-            if (process.dead)
-                continue;
             any = true;
             const ULONGLONG now = GetTickCount64();
             all = endProcess(process.pid, now < until ? DWORD(until - now) : 0) && all;
