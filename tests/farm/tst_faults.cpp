@@ -104,77 +104,17 @@ private slots:
         QTEST(one.val, "answer");
     }
 
-    void kicks()
-    {
-        Bench bench;
-        bench.login();
-        auto first = std::move(bench.wire);
-        bench.login();
-        QCOMPARE(first->push(10001).val, 1000101);
-        bench.farm.kick(1000102);
-        QCOMPARE(bench.wire->push(10001).val, 1000102);
-    }
-
-    void business_data()
-    {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<QString>("seen");
-        QTest::newRow("drop") << "drop-reply.10302=1@1"
-                              << "none";
-        QTest::newRow("ignore") << "ignore.10302=1@1"
-                                << "none";
-        QTest::newRow("refuse") << "refuse.10302=1030209@1"
-                                << "1030209";
-        QTest::newRow("json") << "bad-json.10302=1@1"
-                              << "not json";
-        QTest::newRow("cut on") << "cut-on.10302=1@1"
-                                << "closed";
-        QTest::newRow("cut after") << "cut-after.10302=1@1"
-                                   << "closed";
-        QTest::newRow("magic") << "bad-magic=1@1"
-                               << "magic";
-        QTest::newRow("split") << "split-business=1@1"
-                               << "good";
-        QTest::newRow("flood") << "flood=50@1"
-                               << "50 pushes";
-        QTest::newRow("delay") << "delay-reply.10302=400@1"
-                               << "good";
-    }
-    void business()
-    {
-        QFETCH(QString, fault);
-        QFETCH(QString, seen);
-        Bench bench;
-        bench.login();
-        QVERIFY(bench.farm.faults().set(fault));
-        const Reply one = bench.wire->ask(10302, {}, seen == "none" || seen == "closed" ? 500 : 5000);
-        const bool broken = one.val > 0 && QJsonDocument::fromJson(one.body).isNull();
-        const QString got = one.val == 0                      ? (bench.wire->closed(200) ? "closed" : "none")
-                            : broken                          ? "not json"
-                            : bench.wire->magic != 0x11121314 ? "magic"
-                            : one.val != 1030200              ? QString::number(one.val)
-                            : bench.wire->pushes.size()       ? QString("%1 pushes").arg(bench.wire->pushes.size())
-                                                              : "good";
-        QCOMPARE(got, seen);
-        if (seen != "closed")
-            QCOMPARE(bench.wire->ask(10302, {}).val, 1030200); // it happened once
-    }
-
     void uploads_data()
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<int>("first");  // how the upload ends under the fault
         QTest::addColumn<int>("second"); // and when it is tried again
         QTest::newRow("cut") << "cut-upload=100@1" << 0 << 7000404;
-        QTest::newRow("ask") << "ask-code=13010101@1" << 13010101 << 7000404;
-        QTest::newRow("chunk") << "data-code=13010201@1" << 13010201 << 7000404;
         QTest::newRow("commit") << "commit-code=13010203@1" << 13010203 << 7000404;
         QTest::newRow("hash") << "hash-fail=1@1" << 13010203 << 7000404;
         QTest::newRow("refused") << "refuse-frame=1@1" << 0 << 7000404;
         QTest::newRow("closed") << "refuse-file=1@1" << 0 << 7000404;
         QTest::newRow("split") << "split-file=1@3" << 7000404 << 7000441;
-        QTest::newRow("late") << "delay-file=300@2" << 7000404 << 7000441;
-        QTest::newRow("slow") << "slow-upload=300000@1" << 7000404 << 7000441;
         QTest::newRow("stages") << "stage=7000411,7000430:200@1" << 7000411 << 7000441;
     }
     void uploads()
@@ -282,7 +222,7 @@ private slots:
         QTEST(http(socket, request.replace("HERE", "127.0.0.1:" + QByteArray::number(bench.ports.http))).status, "status");
     }
 
-    // Two requests on one connection, the second in single bytes; then the faults of the web side.
+    // Two requests on one connection, the second in single bytes.
     void webKept()
     {
         Bench bench;
@@ -292,22 +232,11 @@ private slots:
         QVERIFY(socket.waitForConnected(5000));
         const QByteArray ask = "GET /bs/farm/1 HTTP/1.1\r\n" + bench.headers() + "\r\n";
         QCOMPARE(http(socket, ask).object().value("status").toInt(), 11040000);
-        bench.farm.faults().set("split-http=1@1");
         for (int i = 0; i < ask.size() - 1; ++i) {
             socket.write(ask.mid(i, 1));
             socket.flush();
         }
         QCOMPARE(http(socket, ask.right(1)).object().value("port").toInt(), bench.ports.file);
-        const auto told = [&](const char *fault, const QByteArray &target) {
-            bench.farm.faults().set(QString(fault) + "@1");
-            return bench.get(target, bench.headers());
-        };
-        QCOMPARE(told("http-status=500", "/").status, 500);
-        QCOMPARE(told("farm-status=11040003", "/bs/farm/1").object().value("status").toInt(), 11040003);
-        QCOMPARE(told("role-fail=1", "/storage-secret-token/role").object().contains("data"), false);
-        QCOMPARE(told("update-version=9.9.9.9", "/getUpdateVersion.htm").body, QByteArray("9.9.9.9"));
-        QCOMPARE(told("refuse-http=1", "/").status, 0);
-        QVERIFY(bench.get("/xclient/loginPage?version=qn&en=true").body.contains("Local render farm"));
         QCOMPARE(bench.get("/farm/fault?name=refuse.10400&value=1040006").object().value("result").toInt(), 1);
         QCOMPARE(bench.get("/farm/fault?name=nonsense&value=1").status, 404);
         QCOMPARE(bench.order({key}, Bench::camera("1")), 0);

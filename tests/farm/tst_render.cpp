@@ -165,28 +165,6 @@ private slots:
         QCOMPARE(bench.instant(task, key, 5).object().value("code").toInt(), 1070006);
     }
 
-    void priorities()
-    {
-        FarmOptions options = fast();
-        options.renderThreads = 1;
-        options.faults = QStringList{"hold-render=1"};
-        Bench bench(options);
-        bench.login();
-        QList<int> tasks, ended;
-        for (int i = 0; i < 3; ++i)
-            tasks += rendering(bench, "1-2", {}, i);
-        QCOMPARE(bench.wire
-                     ->ask(10419, {{"farmId", 1},
-                                   {"job_ids_from", QJsonArray{QString::number(tasks.at(2))}},
-                                   {"job_id_to", tasks.at(0)},
-                                   {"insert_after_position", false}})
-                     .val,
-                 1041900);
-        connect(&bench.farm, &Farm::taskFinished, this, [&](int id) { ended += id; });
-        bench.farm.faults().clear();
-        QTRY_COMPARE(ended, (QList<int>{tasks.at(2), tasks.at(0), tasks.at(1)}));
-    }
-
     void failures()
     {
         Bench bench(fast());
@@ -215,34 +193,6 @@ private slots:
         QTRY_COMPARE(bench.farm.order(task).framesDone, 2);
         QCOMPARE(bench.farm.results(task).first().hash, md5("not a picture"));
 #endif
-    }
-
-    void list_data()
-    {
-        QTest::addColumn<QByteArray>("filter");
-        QTest::addColumn<int>("count");
-        QTest::newRow("all") << QByteArray(R"({"missionStatus":[1000]})") << 2;
-        QTest::newRow("word") << QByteArray(R"({"missionStatus":"1000"})") << 2;
-        QTest::newRow("rendered") << QByteArray(R"({"missionStatus":[1140]})") << 1;
-        QTest::newRow("paused or queued") << QByteArray(R"({"missionStatus":[1130,1100]})") << 1;
-        QTest::newRow("history") << QByteArray(R"({"missionStatus":[2000]})") << 1;
-        QTest::newRow("name") << QByteArray(R"({"name":"nowhere","missionStatus":[1000]})") << 0;
-        QTest::newRow("project") << QByteArray(R"({"projectId":[5],"missionStatus":[1000]})") << 0;
-        QTest::newRow("next page") << QByteArray(R"({"page":1,"missionStatus":[1000]})") << 0;
-    }
-    void list()
-    {
-        QFETCH(QByteArray, filter);
-        Bench bench(fast());
-        bench.login();
-        const int done = rendering(bench, "1", {}, 1), gone = rendering(bench, "1", {}, 2);
-        QTRY_VERIFY(bench.farm.order(done).status == 2 && bench.farm.order(gone).status == 2);
-        bench.farm.faults().set("hold-render=1");
-        bench.wire->ask(10430, {{"missionId", rendering(bench, "1", {}, 3)}, {"pauseRender", 1}});
-        QCOMPARE(bench.wire->askRaw(10432, "[" + QByteArray::number(gone) + "]").val, 1043200);
-        const QJsonObject reply = bench.wire->askRaw(10427, filter).object();
-        QCOMPARE(reply.value("pageList").toArray().size(), filter.contains("page") ? 0 : reply.value("total").toInt());
-        QTEST(reply.value("pageList").toArray().size(), "count");
     }
 };
 

@@ -1,7 +1,6 @@
 // The road of an order over hand-written wires, and what of it survives a farm that ends or is killed in the middle.
 #include "support/TestMain.h"
 #include "Wires.h"
-#include <QProcess>
 
 class TestRoad : public QObject
 {
@@ -146,43 +145,6 @@ private slots:
                                                        f.open(QIODevice::ReadOnly);
                                                        return f.readAll();
                                                    }()) == one.hash);
-    }
-
-    // Killed between two chunks: the acknowledged bytes, the order and the account's settings are there.
-    void killed()
-    {
-        const QString program = QStringLiteral(VN_BIN_DIR "/localfarm");
-        if (!QFile::exists(program))
-            QSKIP("localfarm isn't built");
-        Bench bench; // for its folder and what it knows of the wires; its own farm rests
-        bench.farm.stop();
-        const auto run = [&](QProcess *process) {
-            process->start(program, {"--dir", bench.options.dir, "--business-port", "0", "--http-port", "0", "--print-ports"});
-            QVERIFY(process->waitForStarted() && process->waitForReadyRead(20000));
-            const QJsonObject line = QJsonDocument::fromJson(process->readLine()).object();
-            bench.ports = {line.value("business").toInt(), line.value("http").toInt(), line.value("file").toInt()};
-        };
-        QProcess first, second;
-        run(&first);
-        bench.login();
-        const QByteArray bytes = noise(90000);
-        const int task = bench.order({scene}, Bench::camera("1"));
-        QCOMPARE(bench.wire->ask(10303, {{"parseTime", 77}}).val, 1030300);
-        FileWire file(bench);
-        file.ask(task, key, bytes.size());
-        file.send(1, 70002, 0, bytes.left(33333));
-        QCOMPARE(file.reply().code, 7000201);
-        first.kill();
-        QVERIFY(first.waitForFinished());
-        run(&second);
-        QCOMPARE(bench.login().object().value("parseTime").toInt(), 77);
-        QCOMPARE(FileWire::start(FileWire(bench).ask(task, key, bytes.size())), qint64(33333));
-        QCOMPARE(FileWire(bench).upload(task, key, bytes), 7000404);
-        QCOMPARE(bench.wire->ask(10704, {{"missionId", task}}).val, 1070400);
-        QCOMPARE(bench.wire->push(10413).object().value("rows").toArray().size(), 1);
-        second.terminate();
-        QVERIFY(second.waitForFinished(10000));
-        QCOMPARE(second.exitCode(), 0);
     }
 
     void download_data()
