@@ -126,7 +126,27 @@ void PortRelay::join(QTcpSocket *seat, const QString &host, int port)
     far->setReadBufferSize(Window);
     // What a seat sends first, or after an answer, begins a request.
     auto fresh = std::make_shared<bool>(true);
-    const auto up = [seat, far, fresh] { pump(seat, far, fresh.get()); };
+    auto first = std::make_shared<bool>(true), sealed = std::make_shared<bool>(false);
+    const auto up = [=] {
+        if (*first && far->state() == QAbstractSocket::ConnectedState && seat->bytesAvailable() > 0) {
+            const int head = connectHead(seat->peek(MaxConnect), host, port);
+            if (head == Undecided)
+                return;
+            *first = false;
+            *sealed = head > 0;
+            if (head < 0) {
+                qWarning().noquote() << "PortRelay::join: refused another server than" << host << port;
+                seat->abort();
+                return;
+            }
+            if (*sealed) {
+                seat->read(head);
+                seat->write("HTTP/1.1 200 Connection established\r\n\r\n");
+            }
+        }
+        if (!*first)
+            pump(seat, far, *sealed ? nullptr : fresh.get());
+    };
     const auto down = [seat, far, fresh] {
         *fresh = true;
         pump(far, seat);
@@ -148,6 +168,18 @@ void PortRelay::join(QTcpSocket *seat, const QString &host, int port)
     connect(seat, &QTcpSocket::disconnected, seat, &QObject::deleteLater);
     connect(seat, &QObject::destroyed, [own] { setCarried(own.get(), 0); });
     far->connectToHost(host, quint16(port));
+}
+
+int PortRelay::connectHead(const QByteArray &bytes, const QString &host, int port)
+{
+    static const QByteArray word("CONNECT ");
+    if (!bytes.startsWith(word))
+        return word.startsWith(bytes) ? Undecided : 0;
+    const int end = bytes.indexOf("\r\n\r\n");
+    if (end < 0)
+        return bytes.size() < MaxConnect ? Undecided : -1;
+    const QByteArray target = host.toUtf8() + ':' + QByteArray::number(port) + ' ';
+    return bytes.mid(word.size(), target.size()).toLower() == target.toLower() ? end + 4 : -1;
 }
 
 QByteArray PortRelay::directRequest(const QByteArray &bytes)

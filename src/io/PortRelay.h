@@ -1,7 +1,8 @@
 #pragma once
 // Forwards ports of this machine to servers, for subordinate seats of a master whose system has no such service. One
 // instance for the program, on a thread of its own, made on first use, ended with the application. Bytes pass
-// unchanged, but for the request line that an HTTP client meant for a proxy: the server sees it as if asked directly.
+// unchanged, but for the request line that an HTTP client meant for a proxy: the server sees it as if asked directly;
+// and a CONNECT to the port's own server, which is answered here: an https client talks to its server behind it.
 #include <QByteArray>
 #include <QHash>
 #include <QObject>
@@ -24,6 +25,10 @@ public:
     static bool carries(quint16 fromPort);
     // "GET http://host:80/path HTTP/1.1" as "GET /path HTTP/1.1"; anything else unchanged.
     static QByteArray directRequest(const QByteArray &bytes);
+    // What a connection begins with: a whole CONNECT to that server (its length), one to another or too long (-1), no
+    // CONNECT (0), or not to be told yet (Undecided).
+    static int connectHead(const QByteArray &bytes, const QString &host, int port);
+    static constexpr int MaxConnect = 8192, Undecided = MaxConnect + 1;
 
 private:
     PortRelay();

@@ -1,8 +1,10 @@
 #include "io/ProxyFactory.h"
 #include "common/Seam.h"
+#include "common/Session.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
+#include "io/NetTcp.h"
 #include "io/OwnAddress.h"
 #include "io/PortRelay.h"
 #include <QCoreApplication>
@@ -18,7 +20,15 @@
 
 namespace
 {
-constexpr int WebPort = 80;
+constexpr int WebPort = 80, TlsPort = 443;
+
+int portOfUrl(const QUrl &url) { return url.port(url.scheme() == QLatin1String("https") ? TlsPort : WebPort); }
+
+bool relayed(const Forward &one)
+{
+    PortRelay *relay = PortRelay::instance();
+    return relay && relay->open(one);
+}
 
 struct Shared {
     QMutex mutex;
@@ -62,11 +72,9 @@ ProxyTools ProxyTools::system()
         return VFunc::runAs(QCoreApplication::applicationFilePath(), QStringLiteral("netshadd \"%1\"").arg(quoted));
     };
     tools.settle = [] { QThread::msleep(500); };
+    tools.tunnel = relayed;
 #else
-    tools.open = [](const Forward &one) {
-        PortRelay *relay = PortRelay::instance();
-        return relay && relay->open(one);
-    };
+    tools.open = relayed;
 #endif
     return tools;
 }
@@ -74,12 +82,14 @@ ProxyTools ProxyTools::system()
 QList<QNetworkProxy> ProxyFactory::queryProxy(const QNetworkProxyQuery &query)
 {
     const QUrl url = query.url(), master(UserInfo::master());
-    const int target = url.port(WebPort);
+    const int target = portOfUrl(url);
     // The master itself is asked directly, whichever servers stand on its machine.
-    const bool own = url.host() == master.host() && target == master.port(WebPort);
-    if (query.queryType() == QNetworkProxyQuery::UrlRequest && url.scheme() == QLatin1String("http") && !own)
+    const bool own = url.host() == master.host() && target == portOfUrl(master);
+    const bool plain = url.scheme() == QLatin1String("http"), sealed = url.scheme() == QLatin1String("https");
+    if (query.queryType() == QNetworkProxyQuery::UrlRequest && (plain || sealed) && !own)
         if (const int port = portOf(query.peerHostName(), target))
-            return {QNetworkProxy(QNetworkProxy::HttpCachingProxy, UserInfo::masterHost(), quint16(port))};
+            return {QNetworkProxy(plain ? QNetworkProxy::HttpCachingProxy : QNetworkProxy::HttpProxy,
+                                  UserInfo::masterHost(), quint16(port))};
     return {QNetworkProxy(QNetworkProxy::NoProxy)};
 }
 
@@ -157,7 +167,10 @@ bool ProxyFactory::openProxy(QStringList hosts, bool master, QString *why, const
         if (open.contains(one.listenPort))
             continue;
         qDebug().noquote() << QStringLiteral("netstat -an,检测不存在端口") << one.listenPort;
-        missing.append(one);
+        if (!tools.tunnel || one.port != TlsPort)
+            missing.append(one);
+        else if (!tools.tunnel(one))
+            return refuse(tr("端口监听失败！%1").arg(one.listenPort), why);
     }
     const QByteArray json = recordsJson(all);
     if (all != records && !VFunc::writeWhole(recordPath(), json))
@@ -209,6 +222,20 @@ void ProxyFactory::clear()
 {
     QMutexLocker lock(&shared().mutex);
     shared().ports.clear();
+}
+
+QStringList ProxyFactory::ownServers()
+{
+    QStringList list{QStringLiteral("%1:%2").arg(Session::qnIP()).arg(NetTcp::DefaultPort)};
+    for (const QString &address :
+         {Session::qnhttp(), Session::address(QStringLiteral("login")), Session::address(QStringLiteral("update")),
+          Session::address(QStringLiteral("logs"))}) {
+        const QUrl url(address);
+        if (!url.host().isEmpty())
+            list.append(QStringLiteral("%1:%2").arg(url.host()).arg(portOfUrl(url)));
+    }
+    list.removeDuplicates();
+    return list;
 }
 
 bool ProxyFactory::leadsHere(const QString &host)

@@ -24,7 +24,8 @@ struct ProxyTools {
     std::function<void()> settle;                     // gives the system's service time to open the ports
     // Where the program itself forwards, in place of the others: false when the port can't be had.
     std::function<bool(const Forward &)> open;
-    static ProxyTools system(); // empty members where the system has no such tools
+    std::function<bool(const Forward &)> tunnel; // ... beside the others, for what they can't: https
+    static ProxyTools system();                  // empty members where the system has no such tools
 };
 
 class ProxyFactory : public QNetworkProxyFactory
@@ -50,6 +51,9 @@ public:
     static int portOf(const QString &host, int port = 0);
     static void clear();
 
+    // What a seat needs before it can log in, "host:port" each: the business server and the addresses of service.ini
+    // that its windows ask.
+    static QStringList ownServers();
     static bool leadsHere(const QString &host); // the host is this machine
 
     // What may be opened again of the ports kept from an earlier run: none that leads to this machine but those in

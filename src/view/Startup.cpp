@@ -187,12 +187,8 @@ Startup::Master Startup::meetMaster(Login *login)
 {
     Master master;
     if (UserInfo::isMaster()) {
-        const QUrl rest(Session::qnhttp());
-        const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
         QString why;
-        master.good = ProxyFactory::openProxy({QStringLiteral("%1:%2").arg(Session::qnIP()).arg(NetTcp::DefaultPort),
-                                               QStringLiteral("%1:%2").arg(rest.host()).arg(restPort)},
-                                              true, &why);
+        master.good = ProxyFactory::openProxy(ProxyFactory::ownServers(), true, &why);
         if (!master.good)
             MsgTool::msgOkLoop(why); // no window is there yet that the message could stand in
         return master;

@@ -1,3 +1,4 @@
+#include "common/Session.h"
 #include "common/UserInfo.h"
 #include "io/PortRelay.h"
 #include "io/ProxyFactory.h"
@@ -40,6 +41,8 @@ private slots:
         QCOMPARE(all, (QList<Forward>{{46261, "bs", 29909}, {46263, "rest", 8080}, {46264, "plain", 80}}));
         QCOMPARE(ProxyFactory::parseRecords(ProxyFactory::recordsJson(all)), all);
         QVERIFY(ProxyFactory::parseRecords("[[1],[\"a\",2],3,").isEmpty());
+        const QByteArray damaged = R"([["5","a","1"],["5","b","2"],[6,"c",70000],7,["8","d","3"]])";
+        QCOMPARE(ProxyFactory::parseRecords(damaged), (QList<Forward>{{5, "a", 1}, {8, "d", 3}}));
     }
 
     void openProxy_data()
@@ -89,6 +92,22 @@ private slots:
             QVERIFY(ProxyFactory::openProxy({"bs:29909"}, true, nullptr, tools));
             QCOMPARE(ProxyFactory::portOf("bs", 29909), 46263);
         }
+        // Of a thousand records of an earlier run only so many are kept, none that leads to this machine unasked, and one
+        // whose port can't be had any more doesn't keep the others from theirs.
+        QList<Forward> many{{46263, "bs", 29909}, {46264, "127.0.0.1", 22}, {46265, "localhost", 80}};
+        for (int i = 0; i < 1500; ++i)
+            many.append({47000 + i, "farm.example", i + 1});
+        ProxyFactory::clear();
+        QFile records(UserInfo::allUserDir() + "/netshadd");
+        QVERIFY(records.open(QIODevice::WriteOnly) && records.write(ProxyFactory::recordsJson(many)) > 0);
+        records.close();
+        tools.open = [](const Forward &one) { return one.port != 3; };
+        QVERIFY(ProxyFactory::openProxy({"bs:29909", "127.0.0.1:80"}, true, nullptr, tools));
+        QCOMPARE(ProxyFactory::pairs().size(), ProxyFactory::MaxForwards - 1 - 1);
+        QCOMPARE(ProxyFactory::portOf("bs", 29909), 46263);
+        QCOMPARE(ProxyFactory::portOf("127.0.0.1", 22) + ProxyFactory::portOf("localhost", 80), 0);
+        QVERIFY(ProxyFactory::portOf("127.0.0.1", 80) != 0); // asked for by service.ini
+        ProxyFactory::clear();
         tools.open = [](const Forward &) { return false; };
         QString why;
         QVERIFY(!ProxyFactory::openProxy({"rest:80"}, true, &why, tools));
@@ -122,6 +141,35 @@ private slots:
         QVERIFY(ProxyFactory::portOf("a", 80) != ProxyFactory::portOf("b", 80));
     }
 
+    // The login page of a farm may stand on a host of its own, behind https.
+    void ownServers()
+    {
+        QFile service(UserInfo::programDir() + "/service.ini");
+        QVERIFY(service.open(QIODevice::WriteOnly));
+        service.write("[server]\nqnbs=http://farm.example:8080\nlogin=https://login.example/a\nupdate=http://farm.example:8080\n");
+        service.close();
+        Session::clearAddresses();
+        QCOMPARE(ProxyFactory::ownServers(), (QStringList{"farm.example:29909", "farm.example:8080", "login.example:443"}));
+        QVERIFY(service.remove());
+        Session::clearAddresses();
+        // Where the system's own service forwards, the program does what that can't.
+        QStringList tunnels, forwarded;
+        ProxyTools tools;
+        tools.netstat = [&] { return state(forwarded.isEmpty() ? QList<int>() : QList<int>{46261}); };
+        tools.netshadd = [&](const QString &json) {
+            forwarded.append(json);
+            return 1;
+        };
+        tools.tunnel = [&](const Forward &one) {
+            tunnels.append(one.host);
+            return true;
+        };
+        QVERIFY(ProxyFactory::openProxy({"farm.example:8080", "login.example:443"}, true, nullptr, tools));
+        QCOMPARE(tunnels, QStringList{"login.example"});
+        QVERIFY(forwarded.size() == 1 && !forwarded[0].contains("login"));
+        QCOMPARE(ProxyFactory::portOf("login.example", 443), 46262);
+    }
+
     void seatWithoutTools()
     {
         QVERIFY(ProxyFactory::openProxy({"bs:1"}, true, nullptr, ProxyTools()));
@@ -151,6 +199,9 @@ private slots:
         const QNetworkProxy through = factory.queryProxy(QNetworkProxyQuery(QUrl("http://far/x")))[0];
         QCOMPARE(through.hostName(), UserInfo::masterHost());
         QCOMPARE(int(through.port()), 46265);
+        ProxyFactory::addPairs({QJsonArray{"46266", "login.example", 443}, 5});
+        const QNetworkProxy sealed = factory.queryProxy(QNetworkProxyQuery(QUrl("https://login.example/x")))[0];
+        QCOMPARE(QStringLiteral("%1 %2").arg(sealed.type()).arg(sealed.port()), QStringLiteral("%1 46266").arg(QNetworkProxy::HttpProxy));
         QCOMPARE(factory.queryProxy(QNetworkProxyQuery(QUrl("http://bad/x")))[0].type(), QNetworkProxy::NoProxy);
         QCOMPARE(factory.queryProxy(QNetworkProxyQuery("far", 29909))[0].type(), QNetworkProxy::NoProxy);
     }
@@ -200,6 +251,24 @@ private slots:
         far->disconnectFromHost();
         QTRY_COMPARE(seat.state(), QAbstractSocket::UnconnectedState);
         QCOMPARE(seat.readAll().size(), much.size());
+
+        // An https client asks for its server first; every byte behind that is the two ends' own.
+        const QByteArray own = "127.0.0.1:" + QByteArray::number(server.serverPort());
+        QTcpSocket sealed, strange;
+        sealed.connectToHost("127.0.0.1", quint16(forward.listenPort));
+        QTRY_VERIFY(server.hasPendingConnections());
+        far = server.nextPendingConnection();
+        sealed.write("CONNE");
+        QVERIFY(sealed.waitForBytesWritten());
+        sealed.write("CT " + own + " HTTP/1.1\r\nHost: " + own + "\r\n\r\n");
+        QTRY_COMPARE(sealed.bytesAvailable(), qint64(39));
+        QCOMPARE(sealed.readAll(), QByteArray("HTTP/1.1 200 Connection established\r\n\r\n"));
+        sealed.write("GET http://x/p HTTP/1.1\r\n");
+        QTRY_COMPARE(far->bytesAvailable(), qint64(25));
+        QCOMPARE(far->readAll(), QByteArray("GET http://x/p HTTP/1.1\r\n"));
+        strange.connectToHost("127.0.0.1", quint16(forward.listenPort));
+        strange.write("CONNECT 127.0.0.1:22 HTTP/1.1\r\n\r\n");
+        QTRY_COMPARE(strange.state(), QAbstractSocket::UnconnectedState);
     }
 };
 
