@@ -30,3 +30,7 @@ qt5_add_translation(qm translations/zh_en.ts)
 add_custom_target(translations ALL DEPENDS ${qm})
 add_dependencies(VandrelQN translations)
 install(FILES ${qm} DESTINATION .)
+# The toolkit's own words, on buttons and in menus of text fields, in Chinese.
+find_file(QT_ZH_CN qtbase_zh_CN.qm PATHS ${Qt5_DIR}/../../../../share/qt5/translations /usr/share/qt5/translations REQUIRED)
+file(COPY ${QT_ZH_CN} DESTINATION ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+install(FILES ${QT_ZH_CN} DESTINATION .)

@@ -20,6 +20,9 @@ function(vn_layer NAME)
   target_link_libraries(vn_${NAME} PUBLIC ${A_LINK})
 endfunction()
 
+# The browser and the offscreen screen keep things of their own for the process's life; the leak checker is told.
+set(VN_LEAKS "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/support/leaks.supp:print_suppressions=0")
+
 # vn_test(NAME DIR folder LINK target...): one test binary tst_NAME from all tst_*.cpp of tests/folder (and its helper
 # files), run by the shared main. It runs offscreen, in a HOME of its own that is made at its start and removed at its end.
 function(vn_test NAME)
@@ -40,5 +43,5 @@ function(vn_test NAME)
   if(NOT A_TIMEOUT)
     set(A_TIMEOUT 180)
   endif()
-  set_tests_properties(${NAME} PROPERTIES TIMEOUT ${A_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen")
+  set_tests_properties(${NAME} PROPERTIES TIMEOUT ${A_TIMEOUT} ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${VN_LEAKS}")
 endfunction()

@@ -18,6 +18,8 @@
 #include "view/Login.h"
 #include "view/Startup.h"
 #include <atomic>
+#include <chrono>
+#include <cstdlib>
 #include <QDebug>
 #include <QGuiApplication>
 #include <QProcess>
@@ -25,11 +27,26 @@
 #include <QSplashScreen>
 #include <QThread>
 #include <QTranslator>
+#include <thread>
 
 namespace
 {
 constexpr int RestartCode = 773;
+constexpr int EndMs = 15000;      // an end takes no longer, whatever hangs
 std::atomic<bool> leaving{false}; // the system has asked the client to end
+
+// Everything that must last is in the stores at any time, so the process may stop anywhere.
+void boundTheEnd()
+{
+    static std::atomic<bool> bound{false};
+    if (bound.exchange(true))
+        return;
+    std::thread([] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(EndMs));
+        qCritical().noquote() << "main: the end takes too long, stopping here";
+        std::_Exit(1);
+    }).detach();
+}
 
 QStringList wordsOf(int argc, char **argv)
 {
@@ -122,8 +139,10 @@ int run(int argc, char **argv, QString *executable)
     LogSink::install();
     platform::onTerminate([] {
         leaving = true; // a wait of the start ends with quit(), the start itself doesn't
+        boundTheEnd();
         QMetaObject::invokeMethod(qApp, "quit", Qt::QueuedConnection);
     });
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, boundTheEnd);
     Startup::registerTypes();
     ClearMax clear;
     clear.start();

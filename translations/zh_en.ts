@@ -351,10 +351,52 @@
     </message>
 </context>
 <context>
+    <name>Leaving</name>
+    <message>
+        <source>还有 %1 个场景正在解析，退出后将中断，下次启动时重新解析。</source>
+        <translation>%1 scenes are being analysed; leaving stops that, the next start analyses them anew.</translation>
+    </message>
+    <message>
+        <source>还有 %1 个场景未上传完，下次启动时继续上传。</source>
+        <translation>%1 scenes aren't uploaded yet; the next start goes on with them.</translation>
+    </message>
+    <message>
+        <source>确定退出程序吗？</source>
+        <translation>Quit the program?</translation>
+    </message>
+    <message>
+        <source>退出</source>
+        <translation>Quit</translation>
+    </message>
+    <message>
+        <source>重新启动</source>
+        <translation>Restart</translation>
+    </message>
+</context>
+<context>
     <name>LeftMenu</name>
     <message>
         <source>菜单</source>
         <translation>Menu</translation>
+    </message>
+    <message>
+        <source>有新内容</source>
+        <translation>Something new</translation>
+    </message>
+</context>
+<context>
+    <name>LinkLine</name>
+    <message>
+        <source>重新连接中 …</source>
+        <translation>Reconnecting …</translation>
+    </message>
+    <message>
+        <source>立即重试</source>
+        <translation>Try now</translation>
+    </message>
+    <message>
+        <source>现在就重新连接服务器</source>
+        <translation>Connect to the server again now</translation>
     </message>
 </context>
 <context>

@@ -530,6 +530,15 @@ bool ResolveDAO::setCounts(qlonglong rkey, int fok, int fsum)
     return true;
 }
 
+QPair<int, int> ResolveDAO::underWay()
+{
+    Locker lock(m_mutex);
+    if (!isOpen())
+        return {};
+    return {int(number("select count(*) from resolve where state = ?", {101}, 0)),
+            int(number("select count(*) from resolve where state = ? or state = ?", {110, 111}, 0))};
+}
+
 void ResolveDAO::readWaiting(int type)
 {
     QList<db_resolve> rows;

@@ -55,6 +55,7 @@ public:
     bool setSizes(qlonglong rkey, qlonglong fsize, qlonglong fup);
     QPair<qlonglong, qlonglong> sizesOfMission(int missionId); // fsize, fup
     bool setCounts(qlonglong rkey, int fok, int fsum);         // emits upProgress
+    QPair<int, int> underWay();                                // scenes in analysis, scenes on their way up
     void readWaiting(int type);                                // emits allReswait
     bool setFileType(qlonglong rkey, int filetype);            // only while it is 0
 

@@ -1,5 +1,6 @@
 #include "view/HeadBar.h"
 #include "common/ui/IconTool.h"
+#include "common/ui/Links.h"
 #include "common/ui/Palette.h"
 #include "common/UserInfo.h"
 #include <QActionGroup>
@@ -37,7 +38,7 @@ HeadBar::HeadBar(QWidget *parent) : QWidget(parent)
     line->setSpacing(8);
     m_notice = new QLabel(this);
     m_notice->setObjectName(QStringLiteral("notice"));
-    m_notice->setOpenExternalLinks(true);
+    connect(m_notice, &QLabel::linkActivated, this, [](const QString &link) { Links::open(QUrl(link)); });
     m_notice->setMinimumWidth(0);
     m_notice->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     line->addWidget(m_notice, 1);
@@ -57,6 +58,8 @@ HeadBar::HeadBar(QWidget *parent) : QWidget(parent)
     m_recharge->setText(tr("充值"));
     m_recharge->hide();
     m_bell = new QToolButton(this);
+    m_bell->setProperty("part", QStringLiteral("notices"));
+    m_bell->setFocusPolicy(Qt::StrongFocus);
     m_bell->setFixedSize(28, 28);
     m_bell->setIcon(bell(false));
     m_bell->setToolTip(tr("消息"));
@@ -94,8 +97,6 @@ QString HeadBar::noticeText(const QJsonObject &obj)
     return QStringLiteral("<style>a{text-decoration:none;color:#ccc}</style><a href=%1>%2</a>")
         .arg(link.toHtmlEscaped(), content.toHtmlEscaped());
 }
-
-QString HeadBar::balanceOf(const QJsonValue &value) { return QString::number(value.toVariant().toDouble(), 'f', 2); }
 
 void HeadBar::setNotice(const QJsonObject &obj)
 {

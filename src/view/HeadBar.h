@@ -24,7 +24,6 @@ public:
     bool redMark() const;
 
     static QString noticeText(const QJsonObject &obj); // as the label takes it; empty without content
-    static QString balanceOf(const QJsonValue &value); // a number or a text: with two decimals
 
 signals:
     void refreshBalance();

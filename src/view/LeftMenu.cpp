@@ -7,7 +7,7 @@
 
 namespace
 {
-enum Role { Page = Qt::UserRole, Web, Group, Title, Mark, Icon };
+enum Role { Key = Qt::UserRole, Group, Title, Mark, Icon };
 constexpr int RowHeight = 36, GroupHeight = 32;
 constexpr int OpenWidth = 168, FoldedWidth = 48;
 
@@ -86,7 +86,6 @@ int LeftMenu::addRow(const QString &icon, const QString &title)
     auto *item = new QTableWidgetItem;
     item->setData(Title, title);
     item->setData(Icon, icon);
-    item->setData(Page, -1);
     item->setData(Qt::AccessibleTextRole, title);
     setItem(row, 0, item);
     setRowHeight(row, RowHeight);
@@ -101,20 +100,29 @@ void LeftMenu::addGroup(const QString &title)
     setRowHeight(row, GroupHeight);
 }
 
-void LeftMenu::addPage(const QString &icon, const QString &title, int page)
+void LeftMenu::addPage(const QString &icon, const QString &title, const QString &key)
 {
-    item(addRow(icon, title), 0)->setData(Page, page);
-}
-void LeftMenu::addWeb(const QString &icon, const QString &title, const QUrl &url)
-{
-    item(addRow(icon, title), 0)->setData(Web, url);
+    item(addRow(icon, title), 0)->setData(Key, key);
 }
 
-void LeftMenu::setWeb(const QString &title, const QUrl &url)
+int LeftMenu::rowOf(const QString &key) const
 {
     for (int row = 0; row < rowCount(); ++row)
-        if (item(row, 0)->data(Web).toUrl().isValid() && item(row, 0)->data(Title).toString() == title)
-            item(row, 0)->setData(Web, url);
+        if (!item(row, 0)->data(Group).toBool() && item(row, 0)->data(Key).toString() == key)
+            return row;
+    return -1;
+}
+
+void LeftMenu::setPossible(const QString &key, bool on)
+{
+    setRowHidden(rowOf(key), !on);
+    bool empty = true;
+    for (int row = rowCount() - 1; row >= 0; --row) { // from below: a group stands over its rows
+        const bool group = item(row, 0)->data(Group).toBool();
+        if (group)
+            setRowHidden(row, empty);
+        empty = group || (empty && isRowHidden(row));
+    }
 }
 
 void LeftMenu::setFolded(bool on)
@@ -127,25 +135,21 @@ void LeftMenu::setFolded(bool on)
     viewport()->update();
 }
 
-void LeftMenu::setMark(int page, bool on)
+void LeftMenu::setMark(const QString &key, bool on)
 {
-    for (int row = 0; row < rowCount(); ++row)
-        if (item(row, 0)->data(Page).toInt() == page && !item(row, 0)->data(Group).toBool())
-            item(row, 0)->setData(Mark, on);
+    if (QTableWidgetItem *row = item(rowOf(key), 0)) {
+        row->setData(Mark, on);
+        row->setData(Qt::AccessibleDescriptionRole, on ? tr("有新内容") : QString());
+    }
 }
 
-void LeftMenu::selectPage(int page)
-{
-    for (int row = 0; row < rowCount(); ++row)
-        if (item(row, 0)->data(Page).toInt() == page && !item(row, 0)->data(Group).toBool())
-            setCurrentCell(row, 0);
-}
+void LeftMenu::selectPage(const QString &key) { setCurrentCell(rowOf(key), 0); }
 
 QStringList LeftMenu::titles() const
 {
     QStringList out;
     for (int row = 0; row < rowCount(); ++row)
-        if (!item(row, 0)->data(Group).toBool())
+        if (!item(row, 0)->data(Group).toBool() && !isRowHidden(row))
             out << item(row, 0)->data(Title).toString();
     return out;
 }
@@ -153,11 +157,6 @@ QStringList LeftMenu::titles() const
 void LeftMenu::chosen()
 {
     const QList<QTableWidgetItem *> list = selectedItems();
-    if (list.isEmpty())
-        return;
-    const QUrl url = list.first()->data(Web).toUrl();
-    if (url.isValid())
-        emit webChosen(list.first()->data(Title).toString(), url);
-    else
-        emit pageChosen(list.first()->data(Page).toInt());
+    if (!list.isEmpty())
+        emit pageChosen(list.first()->data(Key).toString());
 }

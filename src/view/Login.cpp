@@ -2,20 +2,21 @@
 #include "common/CommonConfig.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
+#include "common/ui/Links.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
 #include "common/ui/WebView.h"
 #include "common/UserInfo.h"
 #include "db/UserDAO.h"
-#include "io/local/HttpServer.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
+#include "view/ClientSession.h"
+#include "view/Leaving.h"
 #include "view/LoginBridge.h"
 #include "view/MainWindow.h"
-#include "view/SessionTimer.h"
+#include "view/Shell.h"
 #include <QCoreApplication>
 #include <QDebug>
-#include <QDesktopServices>
 #include <QLabel>
 #include <QScreen>
 
@@ -28,7 +29,7 @@ constexpr int ReloadMs = 10000; // a page that failed while reconnecting is aske
 constexpr int SlowMs = 3000;    // no answer for that long is told
 constexpr int LoginDelayMs = 10;
 constexpr int MostPushes = 1000; // kept until there is a window
-const QSize Size(420, 560);
+const QSize Size(420, 560), LeastSize(360, 420);
 } // namespace
 
 Login::Login() : BaseWidget(Window)
@@ -36,7 +37,7 @@ Login::Login() : BaseWidget(Window)
     only = this;
     setObjectName(QStringLiteral("login"));
     setTitle(tr("登录"));
-    setMinimumSize(Size);
+    setMinimumSize(LeastSize);
     resize(Size);
     centre();
     m_bridge = new LoginBridge(this);
@@ -56,7 +57,12 @@ Login::Login() : BaseWidget(Window)
     TrayIcon *tray = TrayIcon::instance();
     tray->setCurWid(this);
     connect(tray, &TrayIcon::changeUser, this, [this] { reLogin(110); });
-    connect(tray, &TrayIcon::leave, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(tray, &TrayIcon::leave, this, &Login::leave, Qt::QueuedConnection);
+    // However the end comes, by hand, by a signal or from the system, the session ends here.
+    connect(qApp, &QCoreApplication::aboutToQuit, this, [this] {
+        Session::setClosing(true);
+        endSession();
+    });
 }
 
 Login::~Login()
@@ -66,7 +72,7 @@ Login::~Login()
 }
 
 Login *Login::instance() { return only; }
-MainWindow *Login::mainWindow() const { return m_window; }
+MainWindow *Login::mainWindow() const { return m_session ? m_session->window() : nullptr; }
 void Login::setSilent(bool silent) { m_silent = silent; }
 
 void Login::makeView()
@@ -74,7 +80,9 @@ void Login::makeView()
     if (m_view)
         return;
     m_view = new WebView(this);
-    m_view->expose(QStringLiteral("Login"), m_bridge);
+    m_view->expose(QStringLiteral("Login"), m_bridge, [](const QUrl &address) {
+        return WebView::sameOrigin(address, QUrl(Session::address(QStringLiteral("login"))));
+    });
     connect(m_view, &QWebView::loadFinished, this, &Login::loadFinish);
     connect(m_view, &WebView::createWin, this, [this](QWebView *web) {
         // A link of the page with a window of its own belongs into the system's browser.
@@ -120,7 +128,7 @@ void Login::loadLogin()
     });
     // The silent flag comes after the first call.
     QTimer::singleShot(0, this, [this] {
-        if (!m_window && !m_silent && !m_confirming)
+        if (!m_session && !m_silent && !m_confirming)
             show();
     });
     Background::run(
@@ -205,7 +213,7 @@ void Login::loadFinish(bool ok)
 
 void Login::checkSilent()
 {
-    if (m_window || isVisible())
+    if (m_session || isVisible())
         return;
     LoginRules::Marks marks;
     LoginRules::infosForPage(m_stored, false, &marks);
@@ -285,51 +293,36 @@ void Login::confirmReply(int val, const QJsonDocument &doc)
     if (!back)
         return startSession(doc.object());
     qDebug().noquote() << "Login::confirmReply: the link is back";
-    m_window->setLoginInfo(m_loginInfo);
+    m_session->window()->shell()->setLoginInfo(m_loginInfo);
 }
 
 bool Login::sameAccount(const QJsonObject &account) const
 {
-    return m_window && account.value(QLatin1String("userId")).toVariant().toInt() == UserInfo::userId();
+    return m_session && account.value(QLatin1String("userId")).toVariant().toInt() == UserInfo::userId();
 }
 
 void Login::startSession(const QJsonObject &account)
 {
-    UserInfo::initUser(account);
-    m_window = new MainWindow(m_loginInfo);
-    // Queued: the window is deleted by what it asks for.
-    connect(m_window, &MainWindow::reLogin, this, &Login::reLogin, Qt::QueuedConnection);
-    connect(m_window, &MainWindow::openLink, this, [this](int type) { linkDelegate(type, {}); });
-    TrayIcon::instance()->setCurWid(m_window);
-    TrayIcon::instance()->setOnline(true);
-    if (!m_silent)
-        m_window->show();
-    UserInfo::resultDir();
-    UserInfo::autoSendResult();
+    m_session = std::make_unique<ClientSession>(m_loginInfo, account, !m_silent);
+    connect(m_session.get(), &ClientSession::reLogin, this, &Login::reLogin);
+    connect(m_session.get(), &ClientSession::openLink, this, [this](int type) { linkDelegate(type, {}); });
     const QList<Push> early = std::exchange(m_pushes, {});
     for (const Push &push : early)
-        m_window->bsPush(push.val, push.doc, push.cmd);
-    SessionTimer::start(m_window, [this] {
-        m_window->listenTo(SessionTimer::resolve());
-        m_server = new HttpServer(this);
-        m_server->initHttpServer(UserInfo::clientPort());
-    });
+        m_session->window()->bsPush(push.val, push.doc, push.cmd);
 }
 
 void Login::endSession()
 {
     m_pushes.clear();
-    delete m_server;
-    m_server = nullptr;
-    if (!m_window)
+    if (!m_session)
         return;
-    SessionTimer::stop();
-    m_window->setClosing(true);
-    m_window->close();
-    delete m_window;
+    m_session.reset();
     TrayIcon::instance()->setCurWid(this);
-    UserInfo::clearCache();
-    CommonConfig::clear();
+}
+
+void Login::leave()
+{
+    Leaving::ask(m_session ? static_cast<QWidget *>(m_session->window()) : this, [] { QCoreApplication::quit(); });
 }
 
 void Login::reLogin(int reason)
@@ -337,7 +330,7 @@ void Login::reLogin(int reason)
     qDebug().noquote() << QStringLiteral("重登:%1").arg(Session::errorText(reason));
     LoginRules::Relogin plan = LoginRules::relogin(reason);
     // Without a session there is nothing to restore: the page simply starts anew.
-    const bool restore = plan.automatic && m_window;
+    const bool restore = plan.automatic && m_session;
     m_again.stop();
     m_confirming = m_tokenKnown = false;
     m_firstAttempt = ++m_attempt + 1;
@@ -371,7 +364,7 @@ void Login::linkUp()
 
 void Login::keepPush(int val, const QJsonDocument &doc, int cmd)
 {
-    if (m_window || !m_confirming)
+    if (m_session || !m_confirming)
         return; // the window listens itself
     if (m_pushes.size() < MostPushes)
         m_pushes.append({val, doc, cmd});
@@ -385,15 +378,14 @@ void Login::linkDelegate(int type, QString url)
                                         "registerLink", "secret",       "customerQQ",  "enterpriseQQ"};
     if (url.isEmpty() && type >= 0 && type < int(std::size(kinds)))
         url = m_loginInfo.value(QLatin1String(kinds[type])).toString();
-    const QUrl target = QUrl::fromUserInput(url);
-    if (target.isValid() && !url.isEmpty())
-        QDesktopServices::openUrl(target);
+    if (!url.isEmpty())
+        Links::open(QUrl::fromUserInput(url));
 }
 
 void Login::on_headClose_clicked()
 {
-    if (m_window)
+    if (m_session)
         hide();
     else
-        QMetaObject::invokeMethod(qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+        leave();
 }

@@ -9,13 +9,13 @@
 //   in session --other reason--> page loading, window and stores gone
 #include "common/ui/BaseWidget.h"
 #include "view/LoginRules.h"
+#include <memory>
 #include <QJsonDocument>
-#include <QPointer>
 #include <QTimer>
 
+class ClientSession;
 class LoginBridge;
 class MainWindow;
-class HttpServer;
 class WebView;
 class QLabel;
 
@@ -45,8 +45,10 @@ public slots:
     void login();  // the page has logged in: confirm it soon
     void loginDelay();
     void loadFinish(bool ok);
+    void endSession();                        // nothing of it runs any more when it returns; does nothing without one
+    void leave();                             // the program's end by hand: asks first while uploads or analyses run
     void checkSilent();                       // shows the window where nobody else would log in
-    void linkDelegate(int type, QString url); // opens a link of the 10308 reply, or url
+    void linkDelegate(int type, QString url); // opens a link of the 10308 reply, or url; web and mail addresses
     void on_headClose_clicked() override;
 
 private:
@@ -55,7 +57,6 @@ private:
     void loadLoginBack();
     void confirmReply(int val, const QJsonDocument &doc);
     void startSession(const QJsonObject &account);
-    void endSession();
     void keepPush(int val, const QJsonDocument &doc, int cmd);
     bool sameAccount(const QJsonObject &account) const;
     void say(const QString &text); // in place of the page, while there is none
@@ -71,8 +72,7 @@ private:
     LoginBridge *m_bridge = nullptr;
     WebView *m_view = nullptr;
     QLabel *m_words = nullptr;
-    QPointer<MainWindow> m_window;
-    HttpServer *m_server = nullptr;
+    std::unique_ptr<ClientSession> m_session;
     QByteArray m_token;
     QString m_auth;   // last record given by the page; empty when nobody is logged in
     QString m_stored; // the brand's row of user.db

@@ -1,123 +1,99 @@
 #include "view/MainWindow.h"
-#include "common/Seam.h"
 #include "common/ui/Background.h"
 #include "common/ui/IconTool.h"
-#include "common/ui/MsgTool.h"
 #include "common/ui/PullMsg.h"
 #include "common/ui/TrayIcon.h"
 #include "common/UserInfo.h"
-#include "db/Calls.h"
-#include "io/NetTcp.h"
-#include "resolve/ResolveScan.h"
+#include "view/AccountFacts.h"
+#include "view/EngineVoice.h"
 #include "view/HeadBar.h"
+#include "view/Leaving.h"
 #include "view/LeftMenu.h"
+#include "view/LinkLine.h"
 #include "view/MsgCenter.h"
-#include "view/Resolve.h"
-#include "view/SessionTimer.h"
-#include "view/Transfer.h"
-#include "view/WebPanel.h"
+#include "view/PageTable.h"
+#include "view/PushRouter.h"
+#include "view/Shell.h"
 #include <QApplication>
 #include <QCloseEvent>
-#include <QDebug>
 #include <QStackedWidget>
-#include <QTimer>
 
 namespace
 {
 constexpr int Deposit = 3; // kind of link
-constexpr int ResultsMs = 500;
-const QSize FirstSize(1240, 760), LeastSize(960, 560);
+constexpr int NoticeCame = 10412, NoticeGood = 1041200, MoneyMoved = 10201;
+constexpr int ByHand = 110; // reason of a re-login
+const QSize FirstSize(1240, 760), LeastSize(800, 480);
 constexpr int RestartCode = 773; // the event loop's result that starts the client again
-double money = 0;
 
-struct WebRow {
-    const char *group, *key, *icon, *title;
-};
-const char *const center = QT_TRANSLATE_NOOP("MainWindow", "用户中心"), *const help =
-                                                                            QT_TRANSLATE_NOOP("MainWindow", "使用帮助");
-const WebRow webRows[] = {
-    {center, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")},
-    {center, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")},
-    {center, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")},
-    {help, "renderGuideUrl", "help", QT_TRANSLATE_NOOP("MainWindow", "渲染指南")},
-    {help, "netTestUrl", "globe", QT_TRANSLATE_NOOP("MainWindow", "网络诊断")},
-};
+const PageSpec *specOf(const QString &key)
+{
+    for (const PageSpec &spec : pageTable())
+        if (spec.name() == key)
+            return &spec;
+    return nullptr;
+}
 } // namespace
 
 MainWindow::MainWindow(const QJsonObject &loginInfo)
     : BaseWidget(Window), m_bar(new HeadBar(this)), m_menu(new LeftMenu(this)), m_stack(new QStackedWidget(this)),
-      m_pull(new PullMsg(this)), m_token(loginInfo.value(QLatin1String("token")).toString())
+      m_pull(new PullMsg(this)), m_shell(new Shell(loginInfo, this))
 {
     setObjectName(QStringLiteral("MainWindow"));
     setTitle(tr("渲染客户端"));
     setMinimumSize(LeastSize);
     resize(FirstSize);
     centre();
+    rememberPlace(QStringLiteral("MainWindow"));
     QApplication::setQuitOnLastWindowClosed(false);
-    m_recharge = !loginInfo.value(QLatin1String("depositLink")).toString().isEmpty();
     makeHead();
-    makePages();
-    makeMenu(loginInfo);
-    connect(this, &BaseWidget::hotKey, this, [this](int key) { showPage(key - 1); });
-    connect(NetTcp::instance(), &NetTcp::bsPush, this, &MainWindow::bsPush);
-    connect(NetTcp::instance(), &NetTcp::loginChanged, this, [this](bool on) {
-        if (on)
-            askServer();
-    });
-    connect(m_pull, &PullMsg::changeNotice, this, &MainWindow::changeNotice);
-    connect(m_pull, &PullMsg::changeBalance, this, &MainWindow::changeBalance);
-    connect(m_pull, &PullMsg::newMsgCenter, this, &MainWindow::newMsgCenter);
-    connect(m_pull, &PullMsg::queryMoney, this, &MainWindow::queryMoney);
-    Seam<WindowCalls>::attach(this, this);
-    askServer();
+    makeArea();
+    makeMenu();
+    listen();
+    m_shell->account()->ask();
     m_pull->start();
     m_bar->setRedMark(UserInfo::userValue(QStringLiteral("MsgCenter"), QStringLiteral("redNotice")).toInt() == 1);
     rolePermChanged();
-    m_menu->selectPage(ResolvePage);
+    showPage(pageTable().first().name());
 }
 
-MainWindow::~MainWindow() { Seam<WindowCalls>::detach(this); }
+MainWindow::~MainWindow()
+{
+    // Pages first: they hold what they got from the shell.
+    for (QWidget *view : qAsConst(m_views))
+        delete view;
+}
 
 void MainWindow::makeHead()
 {
     head()->addWidget(m_bar, 1);
     m_bar->setAccount(UserInfo::username());
-    m_bar->setRecharge(m_recharge);
-    connect(m_bar, &HeadBar::refreshBalance, this, &MainWindow::on_moneyBtn_clicked);
+    m_bar->setRecharge(!m_shell->link(QStringLiteral("depositLink")).isEmpty());
+    connect(m_bar, &HeadBar::refreshBalance, m_shell->account(), &AccountFacts::queryMoney);
     connect(m_bar, &HeadBar::recharge, this, &MainWindow::on_recharge_clicked);
     connect(m_bar, &HeadBar::notices, this, &MainWindow::on_noticeBtn_clicked);
-    connect(m_bar, &HeadBar::changeUser, this, [this] { emit reLogin(110); });
+    connect(m_bar, &HeadBar::changeUser, m_shell, [this] { emit m_shell->reLogin(ByHand); });
     connect(m_bar, &HeadBar::language, this, &MainWindow::setLanguage);
-    connect(m_bar, &HeadBar::leave, qApp, &QCoreApplication::quit, Qt::QueuedConnection);
+    connect(m_bar, &HeadBar::leave, TrayIcon::instance(), &TrayIcon::leave);
 }
 
-void MainWindow::makePages()
+void MainWindow::makeArea()
 {
-    m_resolve = new Resolve(this);
-    m_transfer = new Transfer(this);
-    m_web = new WebPanel(this);
-    for (QWidget *page :
-         {static_cast<QWidget *>(m_resolve), static_cast<QWidget *>(m_transfer), static_cast<QWidget *>(m_web)})
-        m_stack->addWidget(page);
-    connect(m_transfer, &Transfer::recharge, this, &MainWindow::on_recharge_clicked);
-    connect(m_web, &WebPanel::reLogin, this, &MainWindow::reLogin);
-    connect(m_web, &WebPanel::urlChanged, this, &MainWindow::urlChanged);
+    body()->addWidget(new LinkLine(this));
     auto *left = new QWidget(this);
     left->setObjectName(QStringLiteral("leftArea"));
     auto *column = new QVBoxLayout(left);
     column->setContentsMargins(0, 4, 1, 8);
     column->setSpacing(0);
     column->addWidget(m_menu, 1);
-    auto *fold = new QToolButton(left);
-    fold->setObjectName(QStringLiteral("leftFold"));
-    fold->setIcon(IconTool::icon(QStringLiteral("foldL"), 20));
-    fold->setFixedSize(32, 28);
-    fold->setToolTip(tr("收起菜单"));
-    fold->setAccessibleName(fold->toolTip());
-    connect(fold, &QToolButton::clicked, this, &MainWindow::leftFoldClick);
+    m_fold = new QToolButton(left);
+    m_fold->setObjectName(QStringLiteral("leftFold"));
+    m_fold->setFixedSize(32, 28);
+    m_fold->setFocusPolicy(Qt::StrongFocus);
+    connect(m_fold, &QToolButton::clicked, this, &MainWindow::leftFoldClick);
     auto *foot = new QHBoxLayout;
     foot->setContentsMargins(8, 0, 0, 0);
-    foot->addWidget(fold);
+    foot->addWidget(m_fold);
     foot->addStretch(1);
     column->addLayout(foot);
     auto *line = new QHBoxLayout;
@@ -127,30 +103,52 @@ void MainWindow::makePages()
     body()->addLayout(line, 1);
 }
 
-void MainWindow::makeMenu(const QJsonObject &info)
+void MainWindow::makeMenu()
 {
-    m_menu->addGroup(tr("渲染管理"));
-    m_menu->addPage(QStringLiteral("analyse"), tr("解析提交"), ResolvePage);
-    m_menu->addPage(QStringLiteral("transfer"), tr("传输管理"), TransferPage);
     const char *group = nullptr;
-    for (const WebRow &row : webRows) {
-        const QUrl url = webUrl(info, row.key);
-        if (url.isEmpty())
-            continue; // this server has no such page
-        if (group != row.group)
-            m_menu->addGroup(tr(row.group));
-        group = row.group;
-        m_menu->addWeb(QLatin1String(row.icon), tr(row.title), url);
+    for (const PageSpec &spec : pageTable()) {
+        if (group != spec.group)
+            m_menu->addGroup(spec.groupText());
+        group = spec.group;
+        m_menu->addPage(QLatin1String(spec.icon), spec.text(), spec.name());
+        if (spec.early)
+            viewOf(spec);
     }
-    connect(m_menu, &LeftMenu::pageChosen, this, [this](int page) {
-        m_stack->setCurrentIndex(page);
-        m_stack->currentWidget()->setFocus();
-        m_menu->setMark(page, false);
+    setFolded(UserInfo::allValue(QStringLiteral("Window"), QStringLiteral("folded")).toInt() == 1);
+    connect(m_menu, &LeftMenu::pageChosen, this, [this](const QString &key) {
+        if (const PageSpec *spec = specOf(key))
+            openPage(*spec);
     });
-    connect(m_menu, &LeftMenu::webChosen, this, [this](const QString &title, const QUrl &url) {
-        m_stack->setCurrentIndex(WebPage);
-        m_web->open(title, url);
+}
+
+void MainWindow::listen()
+{
+    AccountFacts *account = m_shell->account();
+    connect(this, &BaseWidget::hotKey, this, [this](int key) {
+        for (const PageSpec &spec : pageTable())
+            if (spec.shortcut == key)
+                showPage(spec.name());
     });
+    connect(m_shell, &Shell::showPage, this, &MainWindow::showPage);
+    connect(m_shell, &Shell::mark, this, &MainWindow::mark);
+    connect(m_shell, &Shell::loginInfoChanged, this, &MainWindow::menuFollows);
+    connect(account, &AccountFacts::rolePermChanged, this, &MainWindow::rolePermChanged);
+    connect(account, &AccountFacts::balanceChanged, m_bar, [this](const QString &text) { m_bar->setBalance(text); });
+    connect(account, &AccountFacts::nameChanged, m_bar, &HeadBar::setAccount);
+    connect(m_pull, &PullMsg::changeNotice, m_bar, &HeadBar::setNotice);
+    connect(m_pull, &PullMsg::changeBalance, account, &AccountFacts::changeBalance);
+    connect(m_pull, &PullMsg::newMsgCenter, this, &MainWindow::newMsgCenter);
+    connect(m_pull, &PullMsg::queryMoney, account, &AccountFacts::queryMoney);
+    connect(m_shell->voice(), &EngineVoice::queueStands, m_shell->pushes(), &PushRouter::sendResults);
+    m_shell->pushes()->on(NoticeCame, this, [this](int val, const QJsonObject &obj) {
+        if (val != NoticeGood || obj.isEmpty())
+            return;
+        const QString name = obj.value(QLatin1String("missionName")).toString();
+        m_shell->voice()->showInfoMsg(tr("优先帧完成"),
+                                      name.isEmpty() ? obj.value(QLatin1String("content")).toString() : name);
+        newMsgCenter(1);
+    });
+    m_shell->pushes()->on(MoneyMoved, account, [account](int, const QJsonObject &) { account->queryMoney(); });
 }
 
 void MainWindow::setLanguage(const QString &word)
@@ -164,91 +162,55 @@ void MainWindow::setLanguage(const QString &word)
             return true;
         },
         [this](bool) {
-            MsgTool::ask(this, tr("语言在重新启动后生效，现在重新启动吗？"),
-                         [] { QCoreApplication::exit(RestartCode); });
+            Leaving::ask(
+                this, [] { QCoreApplication::exit(RestartCode); }, tr("语言在重新启动后生效，现在重新启动吗？"));
         });
 }
 
-QUrl MainWindow::webUrl(const QJsonObject &loginInfo, const char *key) const
+QWidget *MainWindow::viewOf(const PageSpec &spec)
 {
-    const QString url = loginInfo.value(QLatin1String(key)).toString();
-    return url.isEmpty() ? QUrl() : WebPanel::rowUrl(url, m_token, UserInfo::languageNumber() == 1);
+    QWidget *&view = m_views[spec.view ? QString::fromLatin1(spec.view) : spec.name()];
+    if (!view) {
+        view = spec.make(m_shell);
+        m_stack->addWidget(view);
+    }
+    return view;
 }
 
-void MainWindow::setLoginInfo(const QJsonObject &loginInfo)
+void MainWindow::openPage(const PageSpec &spec)
 {
-    m_token = loginInfo.value(QLatin1String("token")).toString();
-    for (const WebRow &row : webRows)
-        m_menu->setWeb(tr(row.title), webUrl(loginInfo, row.key));
+    QWidget *view = viewOf(spec);
+    m_page = spec.name();
+    m_stack->setCurrentWidget(view);
+    mark(m_page, false);
+    if (spec.shown)
+        spec.shown(view, m_shell, spec);
 }
 
-void MainWindow::showPage(int page)
+void MainWindow::showPage(const QString &key)
 {
-    if (page == ResolvePage || page == TransferPage)
-        m_menu->selectPage(page);
+    const PageSpec *spec = specOf(key);
+    if (spec && spec->possible(m_shell))
+        m_menu->selectPage(key);
 }
 
-void MainWindow::listenTo(ResolveScan *scan) { connect(scan, &ResolveScan::seeWarn, m_resolve, &Resolve::seeWarn); }
+void MainWindow::mark(const QString &key, bool on) { m_menu->setMark(key, on && key != m_page); }
 
-// Rights and the wish for pushes belong to a login, so they are asked for again when the link comes back.
-void MainWindow::askServer()
+void MainWindow::menuFollows()
 {
-    NetTcp::instance()->nvds(103, 10306, QJsonObject());
-    NetTcp::instance()->nvds(
-        103, 10314, QJsonObject(),
-        [this](int, const QJsonDocument &doc) {
-            UserInfo::setRolePerm(doc.object());
-            rolePermChanged();
-        },
-        this);
-    if (!m_results.isEmpty())
-        sendResults();
+    for (const PageSpec &spec : pageTable())
+        m_menu->setPossible(spec.name(), spec.possible(m_shell));
 }
 
 void MainWindow::rolePermChanged()
 {
     showMoney(!UserInfo::isSlave()); // a subordinate seat works on its master's money
-    m_resolve->rightsChanged();
-}
-
-double MainWindow::balance() { return money; }
-
-void MainWindow::queryMoney()
-{
-    NetTcp::instance()->nvds(
-        103, 10302, QJsonObject(),
-        [this](int, const QJsonDocument &doc) {
-            const QJsonObject obj = doc.object();
-            const QJsonValue amount = obj.contains(QLatin1String("balance")) ? obj.value(QLatin1String("balance"))
-                                                                             : obj.value(QLatin1String("money"));
-            if (!amount.isUndefined() && !amount.isNull())
-                moneyOk(obj.value(QLatin1String("level")).toVariant().toString(),
-                        obj.value(QLatin1String("discount")).toVariant().toString(), amount.toVariant().toString());
-        },
-        this);
-}
-
-void MainWindow::moneyOk(QString level, QString dis, QString amount)
-{
-    qDebug().noquote() << "MainWindow::moneyOk" << level << dis;
-    changeBalance(QJsonObject{{QStringLiteral("balance"), amount}, {QStringLiteral("username"), UserInfo::username()}});
-}
-
-void MainWindow::changeBalance(QJsonObject obj)
-{
-    const QString text = HeadBar::balanceOf(obj.value(QLatin1String("balance")));
-    money = text.toDouble();
-    m_bar->setBalance(text);
-    m_resolve->setBalance(money);
-    const QString name = obj.value(QLatin1String("username")).toString();
-    if (!name.isEmpty())
-        m_bar->setAccount(name);
+    menuFollows();
 }
 
 void MainWindow::showMoney(bool show) { m_bar->showMoney(show); }
-void MainWindow::on_moneyBtn_clicked() { queryMoney(); }
-void MainWindow::on_recharge_clicked() { emit openLink(Deposit); }
-void MainWindow::changeNotice(QJsonObject obj) { m_bar->setNotice(obj); }
+void MainWindow::on_recharge_clicked() { emit m_shell->openLink(Deposit); }
+void MainWindow::bsPush(int val, QJsonDocument doc, int cmd) { m_shell->pushes()->bsPush(val, doc, cmd); }
 
 void MainWindow::newMsgCenter(int state)
 {
@@ -269,93 +231,16 @@ void MainWindow::on_noticeBtn_clicked()
 
 void MainWindow::leftFoldClick()
 {
-    m_menu->setFolded(!m_menu->folded());
-    auto *fold = findChild<QToolButton *>(QStringLiteral("leftFold"));
-    fold->setIcon(IconTool::icon(m_menu->folded() ? QStringLiteral("foldR") : QStringLiteral("foldL"), 20));
-    fold->setToolTip(m_menu->folded() ? tr("展开菜单") : tr("收起菜单"));
-    fold->setAccessibleName(fold->toolTip());
+    setFolded(!m_menu->folded());
+    UserInfo::setAllValue(QStringLiteral("Window"), QStringLiteral("folded"), m_menu->folded() ? 1 : 0);
 }
 
-void MainWindow::urlChanged(QUrl url)
+void MainWindow::setFolded(bool on)
 {
-    qDebug().noquote() << "urlchanged:" << url.toString(QUrl::RemoveQuery);
-    const QString text = url.toString();
-    if (text.contains(QLatin1String("onlinePayPage")) || text.contains(QLatin1String("becomeVip")))
-        queryMoney();
-}
-
-void MainWindow::bsPush(int val, QJsonDocument doc, int cmd)
-{
-    qDebug().noquote() << "MainWindow::bsPush" << cmd << val;
-    const QJsonObject obj = doc.object();
-    if (cmd == 10412 && val == 1041200 && !doc.isNull()) {
-        const QString name = obj.value(QLatin1String("missionName")).toString();
-        showInfoMsg(tr("优先帧完成"), name.isEmpty() ? obj.value(QLatin1String("content")).toString() : name);
-        newMsgCenter(1);
-    } else if (cmd == 10413 && !doc.isNull()) {
-        m_results.append(obj);
-        sendResults();
-    } else if (cmd == 10201) {
-        queryMoney();
-    }
-}
-
-// The farm tells of results as soon as the login stands, the download queue comes up a moment later.
-void MainWindow::sendResults()
-{
-    while (!m_results.isEmpty()) {
-        const QJsonObject obj = m_results.first();
-        if (!Seam<DownCalls>::post([obj](DownCalls &down) { down.resultPush(obj); })) {
-            QTimer::singleShot(ResultsMs, this, &MainWindow::sendResults);
-            return;
-        }
-        m_results.removeFirst();
-    }
-}
-
-void MainWindow::msgOk(const QString &text) { MsgTool::msgOk(isVisible() ? this : nullptr, text); }
-void MainWindow::showInfoMsg(const QString &title, const QString &text)
-{
-    TrayIcon::instance()->showInfoMsg(title, text);
-}
-void MainWindow::rootMsg(const QString &text, int, int, int) { msgOk(text); }
-void MainWindow::downCover(int missionId, const QString &text) { m_transfer->downCover(missionId, text); }
-void MainWindow::downErrorTip(const QString &text) { m_transfer->downErrorTip(text); }
-void MainWindow::refreshOrder() { m_resolve->refresh(); }
-
-void MainWindow::envPre(int softwareType, const QStringList &scenes, const QString &err)
-{
-    if (err.isEmpty()) { // otherwise the other program has its answer
-        TrayIcon::instance()->showCurWid();
-        m_resolve->backEnvPre(softwareType, scenes, err);
-    }
-}
-
-void MainWindow::confirmRoot(const QString &root, const QString &task)
-{
-    const QString text = tr("任务 %1 的结果要保存到以下文件夹，但本机没有用过它：\r\n%2\r\n是否允许保存到该文件夹？");
-    // The name comes from a server: it must not become a picture or a link.
-    MsgTool::ask(this, text.arg(task, root).replace(QLatin1Char('<'), QChar(0xff1c)),
-                 [root] { Seam<DownCalls>::post([root](DownCalls &down) { down.rootConfirmed(root); }); });
-}
-
-void MainWindow::downSpace(const QString &root)
-{
-    // A drive's letter where there is one, else the folder.
-    m_transfer->downSpace(root.size() > 1 && root.at(1) == QLatin1Char(':') ? root.left(1) : root);
-}
-
-void MainWindow::redPoint()
-{
-    if (m_stack->currentIndex() != TransferPage)
-        m_menu->setMark(TransferPage, true);
-}
-
-void MainWindow::connectDAOView(int type)
-{
-    m_transfer->connectDAOView(type);
-    if (type == 1)
-        sendResults();
+    m_menu->setFolded(on);
+    m_fold->setIcon(IconTool::icon(on ? QStringLiteral("foldR") : QStringLiteral("foldL"), 20));
+    m_fold->setToolTip(on ? tr("展开菜单") : tr("收起菜单"));
+    m_fold->setAccessibleName(m_fold->toolTip());
 }
 
 void MainWindow::closeEvent(QCloseEvent *event)
@@ -370,6 +255,5 @@ void MainWindow::closeEvent(QCloseEvent *event)
     }
     QApplication::setQuitOnLastWindowClosed(true);
     delete m_child;
-    SessionTimer::stop();
     event->accept();
 }

@@ -1,6 +1,7 @@
 #pragma once
 // The one owner of what runs in the background of a session: the three stores and the threads of the upload, download
-// and analysis queues. Static, main thread. start() opens the stores away from the window's thread, then starts the
+// and analysis queues. Static, main thread; ClientSession alone
+// starts and stops it. start() opens the stores away from the window's thread, then starts the
 // queues; stop() ends the queues in the order of their making, waits for them, and closes the stores.
 #include <functional>
 
@@ -12,7 +13,7 @@ class SessionTimer
 public:
     // ready() runs on the main thread when stores and queues stand, while guard lives and the session hasn't ended.
     static void start(QObject *guard, std::function<void()> ready);
-    static void stop(); // logout, account change, the program's end; does nothing without a session
+    static void stop(); // does nothing without a session
     static bool running();
     static ResolveScan *resolve(); // null without a session
 };

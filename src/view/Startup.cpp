@@ -84,7 +84,7 @@ void Startup::translate(QTranslator *to)
 {
     QString word = UserInfo::language();
     if (word == QLatin1String("zh_cn"))
-        return;
+        word = QStringLiteral("qtbase_zh_CN"); // the program's own texts are Chinese, the toolkit's aren't
     word.replace(QLatin1String("en_us"), QLatin1String("zh_en"));
     const QString file = QStringLiteral("%1/%2.qm").arg(UserInfo::programDir(), word);
     const bool loaded = to->load(file);

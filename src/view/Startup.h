@@ -11,7 +11,7 @@ namespace Startup
 {
 void writeEnvironment();         // VandrelClient, for tools that look for the client; waits at most 30 s for the tool
 int resolveTest(SingleApp *app); // "-resolve": one Maya analysis of a fixed file; ends with it
-void translate(QTranslator *to); // installs the interface's language, Chinese where it can't be loaded
+void translate(QTranslator *to); // installs the interface's language: Chinese (the toolkit's words) or English
 void applyStyle();               // style sheet, palette, font, icon
 void registerTypes();            // everything that crosses threads
 

@@ -31,7 +31,9 @@ void WebPanel::makeView()
         return;
     m_view = new WebView(this);
     m_tool = new WebTool(this);
-    m_view->expose(QStringLiteral("WebTool"), m_tool);
+    // The page may lead on within its server; another one's pages get no token.
+    m_view->expose(QStringLiteral("WebTool"), m_tool,
+                   [this](const QUrl &address) { return WebView::sameOrigin(address, m_url); });
     connect(
         m_tool, &WebTool::reloadAsked, this, [this] { m_view->load(m_url); }, Qt::QueuedConnection);
     connect(
@@ -66,4 +68,12 @@ void WebPanel::webReply(QNetworkReply *reply)
         return;
     qWarning().noquote() << QStringLiteral("左侧菜单失败:%1_%2").arg(m_title).arg(status);
     m_view->load(WebPage::errorPage());
+}
+
+void WebPanel::urlChanged(const QUrl &url)
+{
+    qDebug().noquote() << "urlchanged:" << url.toString(QUrl::RemoveQuery);
+    const QString text = url.toString();
+    if (text.contains(QLatin1String("onlinePayPage")) || text.contains(QLatin1String("becomeVip")))
+        emit paid();
 }

@@ -21,10 +21,11 @@ public:
 
 signals:
     void reLogin(int reason);
-    void urlChanged(QUrl url);
+    void paid(); // a page of paying was seen: the balance may have changed
 
 private:
     void webReply(QNetworkReply *reply);
+    void urlChanged(const QUrl &url);
     void makeView();
     WebView *m_view = nullptr;
     WebTool *m_tool = nullptr;

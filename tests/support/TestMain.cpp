@@ -1,8 +1,8 @@
 #include "support/TestMain.h"
 #include <QTemporaryDir>
 #ifdef QT_WIDGETS_LIB
-#include <QApplication>
-using TestAppBase = QApplication;
+#include "common/ui/SingleApp.h"
+using TestAppBase = SingleApp;
 #else
 #include <QCoreApplication>
 using TestAppBase = QCoreApplication;

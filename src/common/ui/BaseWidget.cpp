@@ -1,6 +1,7 @@
 #include "common/ui/BaseWidget.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/Palette.h"
+#include "common/UserInfo.h"
 #include <QApplication>
 #include <QDragEnterEvent>
 #include <QGuiApplication>
@@ -21,6 +22,7 @@ namespace
 constexpr int Edge = 4;    // width of the band in which the window is resized
 constexpr int Corner = 14; // ... and of its corners
 constexpr int HeadHeight = 40;
+constexpr int KeepMs = 500;
 
 QStringList droppedPaths(const QMimeData *data)
 {
@@ -135,6 +137,42 @@ void BaseWidget::centre()
     const QRect area = QGuiApplication::primaryScreen()->availableGeometry();
     resize(size().boundedTo(area.size()));
     move(area.center() - QPoint(width() / 2, height() / 2));
+}
+
+namespace
+{
+const QString PlaceGroup = QStringLiteral("Window");
+}
+
+void BaseWidget::rememberPlace(const QString &name)
+{
+    const QByteArray kept = QByteArray::fromBase64(UserInfo::allValue(PlaceGroup, name).toString().toLatin1());
+    if (!kept.isEmpty())
+        restoreGeometry(kept); // also moves it onto a screen that is there
+    m_placeName = name;
+    m_keep.setSingleShot(true);
+    m_keep.setInterval(KeepMs);
+    connect(&m_keep, &QTimer::timeout, this, &BaseWidget::keepPlace);
+}
+
+void BaseWidget::keepPlace()
+{
+    if (!m_placeName.isEmpty() && !isMinimized())
+        UserInfo::setAllValue(PlaceGroup, m_placeName, QString::fromLatin1(saveGeometry().toBase64()));
+}
+
+void BaseWidget::moveEvent(QMoveEvent *event)
+{
+    QWidget::moveEvent(event);
+    if (!m_placeName.isEmpty())
+        m_keep.start();
+}
+
+void BaseWidget::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    if (!m_placeName.isEmpty())
+        m_keep.start();
 }
 
 void BaseWidget::on_headMin_clicked() { showMinimized(); }

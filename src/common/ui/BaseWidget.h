@@ -4,6 +4,7 @@
 // inside a window use the role Page: no head, no frame, only drops and hot keys. Main thread.
 #include <QBoxLayout>
 #include <QLabel>
+#include <QTimer>
 #include <QToolButton>
 #include <QWidget>
 
@@ -21,6 +22,9 @@ public:
     // Shows a dialog over its parent's window, blocking that window's input but not the program.
     void open();
     void centre(); // in the middle of the screen, no larger than it
+    // Takes the place and size that the window had under this name, where a screen still shows them, and keeps them
+    // from now on.
+    void rememberPlace(const QString &name);
 
 signals:
     void hotKey(int key); // Ctrl and a digit: the digit
@@ -40,6 +44,8 @@ protected:
     void changeEvent(QEvent *event) override;
     void keyPressEvent(QKeyEvent *event) override;
     void closeEvent(QCloseEvent *event) override;
+    void moveEvent(QMoveEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     void dragEnterEvent(QDragEnterEvent *event) override;
     void dropEvent(QDropEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
@@ -47,11 +53,14 @@ protected:
 private:
     void makeHead();
     void frameChanged();
+    void keepPlace();
     void systemMenu(const QPoint &at);
     Qt::Edges edgesAt(const QPoint &at) const;
     QToolButton *headButton(const QString &icon, const QString &name, const QString &tip);
 
     Role m_role;
+    QString m_placeName;
+    QTimer m_keep; // a window on the move is kept once it rests
     QVBoxLayout *m_outer = nullptr, *m_body = nullptr;
     QHBoxLayout *m_head = nullptr;
     QWidget *m_headArea = nullptr;

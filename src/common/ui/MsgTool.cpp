@@ -88,32 +88,44 @@ void MsgBox::answer(int button)
     close();
 }
 
-MsgBox *MsgTool::msgOk(const QString &text)
+namespace
+{
+// The window that a message without one belongs to: the active one, else the client's own that is seen.
+QWidget *owner()
 {
     QWidget *over = QApplication::activeWindow();
     while (over && qobject_cast<MsgBox *>(over))
         over = over->parentWidget() ? over->parentWidget()->window() : nullptr;
-    return msgOk(over, text);
+    if (over)
+        return over;
+    for (QWidget *window : QApplication::topLevelWidgets())
+        if (qobject_cast<BaseWidget *>(window) && window->isVisible() && !window->parentWidget())
+            return window;
+    return nullptr;
 }
+} // namespace
+
+MsgBox *MsgTool::msgOk(const QString &text) { return msgOk(nullptr, text); }
 
 MsgBox *MsgTool::msgOk(QWidget *parent, const QString &text)
 {
     for (QWidget *window : QApplication::topLevelWidgets())
         if (auto *box = qobject_cast<MsgBox *>(window); box && box->isVisible() && box->text() == text)
             return box;
-    auto *box = new MsgBox(MsgBox::Ok, text, parent);
+    auto *box = new MsgBox(MsgBox::Ok, text, parent ? parent : owner());
     box->open();
     return box;
 }
 
-void MsgTool::ask(QWidget *parent, const QString &text, std::function<void()> accepted)
+MsgBox *MsgTool::ask(QWidget *parent, const QString &text, std::function<void()> accepted)
 {
-    auto *box = new MsgBox(MsgBox::Choose, text, parent);
+    auto *box = new MsgBox(MsgBox::Choose, text, parent ? parent : owner());
     QObject::connect(box, &MsgBox::answered, box, [accepted](int button) {
         if (button == MsgBox::Accepted)
             accepted();
     });
     box->open();
+    return box;
 }
 
 void MsgTool::msgOkLoop(const QString &text, QWidget *parent) { msgLoop(MsgBox::Ok, text, parent); }
@@ -126,7 +138,7 @@ int MsgTool::msgLoop(int type, QString info, QWidget *parent)
 {
     QEventLoop loop;
     int button = MsgBox::Cancelled;
-    auto *box = new MsgBox(type, info, parent);
+    auto *box = new MsgBox(type, info, parent ? parent : owner());
     QObject::connect(box, &MsgBox::answered, &loop, [&](int which) {
         button = which;
         loop.quit();

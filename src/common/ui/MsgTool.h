@@ -43,7 +43,7 @@ class MsgTool
 public:
     static MsgBox *msgOk(const QString &text); // over the active window; a text that stands already isn't opened twice
     static MsgBox *msgOk(QWidget *parent, const QString &text);
-    static void ask(QWidget *parent, const QString &text, std::function<void()> accepted);
+    static MsgBox *ask(QWidget *parent, const QString &text, std::function<void()> accepted);
     static void msgOkLoop(const QString &text, QWidget *parent = nullptr);
     static bool msgChooseLoop(const QString &text, QWidget *parent = nullptr);
     static int msgLoop(int type, QString info, QWidget *parent); // MsgBox::Button

@@ -5,9 +5,51 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <QSessionManager>
 #include <QStandardPaths>
+#include <QThread>
 
-SingleApp::SingleApp(int &argc, char **argv) : QApplication(argc, argv) {}
+namespace
+{
+// The script engine of the browser ends a script that ran for so long; it reads this when it starts.
+constexpr int ScriptMs = 4000;
+// It takes an alarm that comes too early for a stale one and sets no other, and timers may come 5 % too early.
+constexpr int LateMs = ScriptMs / 20 + 10;
+const char *const ScriptAlarm = "WTF::WorkQueue::WorkItemQt";
+
+bool limitScripts()
+{
+    return qEnvironmentVariableIsSet("JSC_watchdog") || qputenv("JSC_watchdog", QByteArray::number(ScriptMs));
+}
+} // namespace
+
+SingleApp::SingleApp(int &argc, char **argv) : QApplication(argc, argv)
+{
+    limitScripts();
+    // Windows that hide instead of closing would refuse the log-off.
+    setFallbackSessionManagementEnabled(false);
+    connect(this, &QGuiApplication::commitDataRequest, this, [](QSessionManager &session) {
+        qDebug().noquote() << "SingleApp: the system asks for the end of the session";
+        session.setRestartHint(QSessionManager::RestartNever); // all work is in the stores already
+    });
+}
+
+bool SingleApp::notify(QObject *receiver, QEvent *event)
+{
+    if (event->type() == QEvent::Timer && QThread::currentThread() != thread() &&
+        qstrcmp(receiver->metaObject()->className(), ScriptAlarm) == 0)
+        QThread::msleep(LateMs);
+    return QApplication::notify(receiver, event);
+}
+
+// Asked to go by the session manager: no window is asked for leave, they would hide themselves and stay.
+bool SingleApp::event(QEvent *event)
+{
+    if (event->type() != QEvent::Quit)
+        return QApplication::event(event);
+    exit(0);
+    return true;
+}
 
 bool SingleApp::handshake(const QString &name, bool check)
 {

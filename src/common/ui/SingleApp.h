@@ -1,6 +1,7 @@
 #pragma once
-// The application object with the hand-shake of one instance per user. Main thread. A second start connects to the
-// first one's local server and ends, if that is the same user's; the first emits showUp() and comes forward.
+// The application object: the hand-shake of one instance per user (a second start connects to the first one's local
+// server and ends, if that is the same user's; the first emits showUp() and comes forward), a good end when the system asks for one, and a limit on
+// how long a web page's script may hold the window's thread. Main thread.
 #include <QApplication>
 #include <QLocalServer>
 #include <QLocalSocket>
@@ -45,8 +46,13 @@ public:
     // The runtime folder, where it is this user's alone; else data, which is made.
     static QString folder(const QString &runtime, const QString &data);
 
+    bool notify(QObject *receiver, QEvent *event) override;
+
 signals:
     void showUp();
+
+protected:
+    bool event(QEvent *event) override;
 
 private:
     Instance m_instance;

@@ -1,10 +1,10 @@
 #include "common/ui/WebTool.h"
 #include "common/ui/Background.h"
+#include "common/ui/Links.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include <QClipboard>
 #include <QDebug>
-#include <QDesktopServices>
 #include <QDir>
 #include <QGuiApplication>
 #include <QUrl>
@@ -32,11 +32,4 @@ void WebTool::clipboard(QString text) { QGuiApplication::clipboard()->setText(te
 void WebTool::reLogin() { emit reLoginAsked(); }
 void WebTool::reloadErrorPage() { emit reloadAsked(); }
 
-void WebTool::openUrl(QString url)
-{
-    const QUrl target(url);
-    if (target.scheme() == QLatin1String("http") || target.scheme() == QLatin1String("https"))
-        QDesktopServices::openUrl(target);
-    else
-        qWarning().noquote() << "WebTool::openUrl" << url << "isn't a web address";
-}
+void WebTool::openUrl(QString url) { Links::open(QUrl(url)); }

@@ -15,7 +15,7 @@ public:
     Q_INVOKABLE void clipboard(QString text);
     Q_INVOKABLE void reLogin();
     Q_INVOKABLE void reloadErrorPage();
-    Q_INVOKABLE void openUrl(QString url); // http and https only, in the system's browser
+    Q_INVOKABLE void openUrl(QString url); // web and mail addresses only, in the system's browser
 
 signals:
     void reLoginAsked();

@@ -3,6 +3,7 @@
 #include "common/UserInfo.h"
 #include <QDebug>
 #include <QFile>
+#include <QMetaMethod>
 #include <QWebFrame>
 
 QUrl WebPage::errorPage()
@@ -42,11 +43,44 @@ WebView::WebView(QWidget *parent) : QWebView(parent), m_page(new WebPage(this))
     setAccessibleName(tr("网页"));
 }
 
-void WebView::expose(const QString &name, QObject *object)
+namespace
 {
-    connect(m_page->mainFrame(), &QWebFrame::javaScriptWindowObjectCleared, object,
-            [this, name, object] { m_page->mainFrame()->addToJavaScriptWindowObject(name, object); });
-    m_page->mainFrame()->addToJavaScriptWindowObject(name, object);
+// The browser shows all of an object that it's given, slots and children too. So the page gets functions that call it.
+QString facade(const QString &name, const QMetaObject *meta, bool errorPage)
+{
+    QString functions;
+    for (int i = meta->methodOffset(); i < meta->methodCount(); ++i) {
+        const QMetaMethod method = meta->method(i);
+        const QString called = QString::fromLatin1(method.name());
+        if (method.methodType() != QMetaMethod::Method ||
+            (errorPage && called != QLatin1String("appLang") && called != QLatin1String("reloadErrorPage")))
+            continue;
+        const QString words = QStringLiteral("a,b,c,d").left(qMax(0, method.parameterCount() * 2 - 1));
+        functions += QStringLiteral("%1:function(%2){return object.%1(%2);},").arg(called, words);
+    }
+    return QStringLiteral("(function(object){Object.defineProperty(window,'%1',{value:Object.freeze({%2})});})"
+                          "(window.handOver);delete window.handOver;")
+        .arg(name, functions);
+}
+
+int portOf(const QUrl &url) { return url.port(url.scheme() == QLatin1String("https") ? 443 : 80); }
+} // namespace
+
+void WebView::expose(const QString &name, QObject *object, Allowed allowed)
+{
+    QWebFrame *frame = m_page->mainFrame();
+    connect(frame, &QWebFrame::javaScriptWindowObjectCleared, object, [frame, name, object, allowed] {
+        const bool error = frame->requestedUrl() == WebPage::errorPage();
+        if (!error && !allowed(frame->url()))
+            return;
+        frame->addToJavaScriptWindowObject(QStringLiteral("handOver"), object);
+        frame->evaluateJavaScript(facade(name, object->metaObject(), error));
+    });
+}
+
+bool WebView::sameOrigin(const QUrl &a, const QUrl &b)
+{
+    return a.scheme() == b.scheme() && !a.host().isEmpty() && a.host() == b.host() && portOf(a) == portOf(b);
 }
 
 void WebView::reloadFailed()

@@ -1,6 +1,7 @@
 #pragma once
 // The embedded browser of the client's web pages: dark while it loads, opens new-window links in a view of its own, and
 // shows the program's own error page where a load fails. Main thread.
+#include <functional>
 #include <QWebPage>
 #include <QWebView>
 
@@ -25,8 +26,12 @@ class WebView : public QWebView
     Q_OBJECT
 public:
     explicit WebView(QWidget *parent = nullptr);
-    // The object that the page's script sees under name, added again at every load.
-    void expose(const QString &name, QObject *object);
+    using Allowed = std::function<bool(const QUrl &address)>;
+    // The main frame's script sees the invokable methods of object under name, and nothing else of it, in pages whose
+    // address is allowed; the program's own error page sees the two that it needs. Decided anew before the first script
+    // of each page.
+    void expose(const QString &name, QObject *object, Allowed allowed);
+    static bool sameOrigin(const QUrl &a, const QUrl &b); // scheme, host and port
     WebPage *webPage() const { return m_page; }
 
 signals:

@@ -1,0 +1,28 @@
+#include "view/EngineVoice.h"
+#include "common/Seam.h"
+#include "common/ui/MsgTool.h"
+#include "common/ui/TrayIcon.h"
+#include "db/Calls.h"
+#include <QCoreApplication>
+
+EngineVoice::EngineVoice(QWidget *window) : QObject(window), m_window(window) { Seam<WindowCalls>::attach(this, this); }
+
+EngineVoice::~EngineVoice() { Seam<WindowCalls>::detach(this); }
+
+void EngineVoice::msgOk(const QString &text) { MsgTool::msgOk(m_window->isVisible() ? m_window : nullptr, text); }
+
+void EngineVoice::showInfoMsg(const QString &title, const QString &text)
+{
+    TrayIcon::instance()->showInfoMsg(title, text);
+}
+
+void EngineVoice::rootMsg(const QString &text, int, int, int) { msgOk(text); }
+
+void EngineVoice::confirmRoot(const QString &root, const QString &task)
+{
+    const QString text = QCoreApplication::translate(
+        "MainWindow", "任务 %1 的结果要保存到以下文件夹，但本机没有用过它：\r\n%2\r\n是否允许保存到该文件夹？");
+    // The name comes from a server: it must not become a picture or a link.
+    MsgTool::ask(m_window, text.arg(task, root).replace(QLatin1Char('<'), QChar(0xff1c)),
+                 [root] { Seam<DownCalls>::post([root](DownCalls &down) { down.rootConfirmed(root); }); });
+}

@@ -1,0 +1,42 @@
+#pragma once
+// The engine's calls to the windows (WindowCalls), as signals that pages subscribe to; messages and notes it shows
+// itself. Attached while it lives, main thread; owned by Shell.
+#include "common/WindowCalls.h"
+#include <QObject>
+
+class QWidget;
+
+class EngineVoice : public QObject, public WindowCalls
+{
+    Q_OBJECT
+public:
+    explicit EngineVoice(QWidget *window);
+    ~EngineVoice() override;
+
+    void msgOk(const QString &text) override;
+    void showInfoMsg(const QString &title, const QString &text) override;
+    void rootMsg(const QString &text, int dirType, int projectId, int softwareType) override;
+    void confirmRoot(const QString &root, const QString &task) override;
+    void connectDAOView(int type) override { emit queueStands(type); }
+    void downCover(int missionId, const QString &text) override { emit coverAsked(missionId, text); }
+    void downSpace(const QString &root) override { emit spaceMissing(root); }
+    void downErrorTip(const QString &text) override { emit balanceMissing(text); }
+    void redPoint() override { emit downloaded(); }
+    void refreshOrder() override { emit ordersChanged(); }
+    void envPre(int softwareType, const QStringList &scenes, const QString &err) override
+    {
+        emit scenesGiven(softwareType, scenes, err);
+    }
+
+signals:
+    void queueStands(int type); // a transfer queue has its store and handler: its number
+    void coverAsked(int missionId, QString text);
+    void spaceMissing(QString root);
+    void balanceMissing(QString text);
+    void downloaded();
+    void ordersChanged();
+    void scenesGiven(int softwareType, QStringList scenes, QString err);
+
+private:
+    QWidget *m_window;
+};

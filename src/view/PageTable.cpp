@@ -1,0 +1,100 @@
+#include "view/PageTable.h"
+#include "common/ui/TrayIcon.h"
+#include "view/AccountFacts.h"
+#include "view/EngineVoice.h"
+#include "view/Resolve.h"
+#include "view/Shell.h"
+#include "view/Transfer.h"
+#include "view/WebPanel.h"
+#include <QCoreApplication>
+
+namespace
+{
+constexpr int Deposit = 3; // kind of link
+
+QWidget *makeResolve(Shell *shell)
+{
+    auto *page = new Resolve(shell->window());
+    const EngineVoice *voice = shell->voice();
+    QObject::connect(shell, &Shell::analysisStands, page, [page](ResolveScan *scan) {
+        QObject::connect(scan, &ResolveScan::seeWarn, page, &Resolve::seeWarn);
+    });
+    QObject::connect(shell->account(), &AccountFacts::balanceChanged, page,
+                     [page](const QString &, double amount) { page->setBalance(amount); });
+    QObject::connect(shell->account(), &AccountFacts::rolePermChanged, page, &Resolve::rightsChanged);
+    QObject::connect(voice, &EngineVoice::ordersChanged, page, &Resolve::refresh);
+    QObject::connect(voice, &EngineVoice::scenesGiven, page,
+                     [page](int software, const QStringList &scenes, const QString &err) {
+                         if (!err.isEmpty())
+                             return; // the other program has its answer
+                         TrayIcon::instance()->showCurWid();
+                         page->backEnvPre(software, scenes, err);
+                     });
+    return page;
+}
+
+QWidget *makeTransfer(Shell *shell)
+{
+    auto *page = new Transfer(shell->window());
+    const EngineVoice *voice = shell->voice();
+    QObject::connect(page, &Transfer::recharge, shell, [shell] { emit shell->openLink(Deposit); });
+    QObject::connect(voice, &EngineVoice::queueStands, page, &Transfer::connectDAOView);
+    QObject::connect(voice, &EngineVoice::coverAsked, page, &Transfer::downCover);
+    QObject::connect(voice, &EngineVoice::balanceMissing, page, &Transfer::downErrorTip);
+    QObject::connect(voice, &EngineVoice::spaceMissing, page, [page](const QString &root) {
+        // A drive's letter where there is one, else the folder.
+        page->downSpace(root.size() > 1 && root.at(1) == QLatin1Char(':') ? root.left(1) : root);
+    });
+    QObject::connect(voice, &EngineVoice::downloaded, shell,
+                     [shell] { emit shell->mark(QStringLiteral("transfer"), true); });
+    return page;
+}
+
+QWidget *makeWeb(Shell *shell)
+{
+    auto *page = new WebPanel(shell->window());
+    QObject::connect(page, &WebPanel::reLogin, shell, &Shell::reLogin);
+    QObject::connect(page, &WebPanel::paid, shell->account(), &AccountFacts::queryMoney);
+    return page;
+}
+
+void openWeb(QWidget *page, Shell *shell, const PageSpec &spec)
+{
+    static_cast<WebPanel *>(page)->open(spec.text(), shell->webUrl(QLatin1String(spec.address)));
+}
+
+const char *const work = QT_TRANSLATE_NOOP("MainWindow", "渲染管理");
+const char *const user = QT_TRANSLATE_NOOP("MainWindow", "用户中心");
+const char *const help = QT_TRANSLATE_NOOP("MainWindow", "使用帮助");
+
+PageSpec web(const char *group, const char *address, const char *icon, const char *title)
+{
+    PageSpec spec{address, group, icon, title, 0, address, nullptr, "web", makeWeb};
+    spec.shown = openWeb;
+    return spec;
+}
+} // namespace
+
+const QList<PageSpec> &pageTable()
+{
+    static const QList<PageSpec> table = {
+        {"resolve", work, "analyse", QT_TRANSLATE_NOOP("MainWindow", "解析提交"), 1, nullptr, nullptr, nullptr,
+         makeResolve, true},
+        {"transfer", work, "transfer", QT_TRANSLATE_NOOP("MainWindow", "传输管理"), 2, nullptr, nullptr, nullptr,
+         makeTransfer, true},
+        web(user, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")),
+        web(user, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")),
+        web(user, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")),
+        web(help, "renderGuideUrl", "help", QT_TRANSLATE_NOOP("MainWindow", "渲染指南")),
+        web(help, "netTestUrl", "globe", QT_TRANSLATE_NOOP("MainWindow", "网络诊断")),
+    };
+    return table;
+}
+
+QString PageSpec::text() const { return QCoreApplication::translate("MainWindow", title); }
+QString PageSpec::groupText() const { return QCoreApplication::translate("MainWindow", group); }
+
+bool PageSpec::possible(const Shell *shell) const
+{
+    return (!right || right()) && (!address || !shell->link(QLatin1String(address)).isEmpty());
+}
