@@ -183,6 +183,13 @@
     </message>
 </context>
 <context>
+    <name>EngineVoice</name>
+    <message>
+        <source>账户余额不足，结果无法下载，请充值！（%1）</source>
+        <translation>The balance is too low to download results. Please top up. (%1)</translation>
+    </message>
+</context>
+<context>
     <name>EnvPre</name>
     <message>
         <source>没有可供选择的项目或机型</source>

@@ -16,6 +16,15 @@ void EngineVoice::showInfoMsg(const QString &title, const QString &text)
     TrayIcon::instance()->showInfoMsg(title, text);
 }
 
+// The engine names errors as "code_text"; a person is told a sentence.
+void EngineVoice::downErrorTip(const QString &text)
+{
+    const QString code = text.section(QLatin1Char('_'), 0, 0);
+    bool number = false;
+    code.toInt(&number);
+    emit balanceMissing(number ? tr("账户余额不足，结果无法下载，请充值！（%1）").arg(code) : text);
+}
+
 void EngineVoice::rootMsg(const QString &text, int, int, int) { msgOk(text); }
 
 void EngineVoice::confirmRoot(const QString &root, const QString &task)

@@ -20,7 +20,7 @@ public:
     void connectDAOView(int type) override { emit queueStands(type); }
     void downCover(int missionId, const QString &text) override { emit coverAsked(missionId, text); }
     void downSpace(const QString &root) override { emit spaceMissing(root); }
-    void downErrorTip(const QString &text) override { emit balanceMissing(text); }
+    void downErrorTip(const QString &text) override;
     void redPoint() override { emit downloaded(); }
     void refreshOrder() override { emit ordersChanged(); }
     void envPre(int softwareType, const QStringList &scenes, const QString &err) override

@@ -20,6 +20,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QIcon>
+#include <QLibraryInfo>
 #include <QProcess>
 #include <QStyleFactory>
 #include <QTimer>
@@ -87,7 +88,7 @@ void Startup::translate(QTranslator *to)
         word = QStringLiteral("qtbase_zh_CN"); // the program's own texts are Chinese, the toolkit's aren't
     word.replace(QLatin1String("en_us"), QLatin1String("zh_en"));
     const QString file = QStringLiteral("%1/%2.qm").arg(UserInfo::programDir(), word);
-    const bool loaded = to->load(file);
+    const bool loaded = to->load(file) || to->load(word, QLibraryInfo::location(QLibraryInfo::TranslationsPath));
     qDebug().noquote() << "Startup::translate" << file << loaded;
     if (loaded)
         QCoreApplication::installTranslator(to);

@@ -3,6 +3,7 @@
 #include "common/Session.h"
 #include "common/ui/Background.h"
 #include "common/ui/TrayIcon.h"
+#include "common/ui/WebView.h"
 #include "db/ResolveDAO.h"
 #include "db/UserDAO.h"
 #include "support/HttpPeer.h"
@@ -356,18 +357,92 @@ private slots:
         QVERIFY(inSession());
     }
 
-    void leavingTheWindow()
+    // Where the page leads on to another server, that one's first script finds nothing of the client; on its own server
+    // a page finds the methods and nothing else of the object, even before it's loaded.
+    void pagesSeeWhatTheyMay_data()
     {
-        m_page = page(sees);
+        QTest::addColumn<bool>("elsewhere");
+        QTest::newRow("own server") << false;
+        QTest::newRow("led elsewhere") << true;
+    }
+    void pagesSeeWhatTheyMay()
+    {
+        QFETCH(bool, elsewhere);
+        HttpPeer other;
+        m_page = page("tell([typeof window.Login, typeof window.handOver, window.Login ? Object.keys(Login).sort().join() + "
+                      "[typeof Login.deleteLater, typeof Login.destroyed, typeof Login.objectName] : ''].join(' '));");
+        other.answer = [this](const HttpPeer::Request &) { return HttpPeer::response(m_page); };
+        if (elsewhere)
+            m_web->answer = [&](const HttpPeer::Request &) {
+                return HttpPeer::response("", "302 Found", "Location: " + other.url("/next").toUtf8() + "\r\n");
+            };
+        begin(false);
+        const auto seen = [&] {
+            const QList<HttpPeer::Request> all = elsewhere ? other.requests : m_web->requests;
+            for (const HttpPeer::Request &request : all)
+                if (request.path.startsWith("/told?"))
+                    return QUrl::fromPercentEncoding(request.path.mid(6));
+            return QString();
+        };
+        QTRY_COMPARE(seen(), elsewhere ? QString("undefined undefined ")
+                                       : QString("object undefined appLang,getSessionId,isChangeUser,loadUserInfos,login,"
+                                                 "reloadErrorPage,saveUserInfos,setAuthundefined,undefined,undefined"));
+    }
+    // A script without an end, twice: the client comes back and its close button works.
+    void endlessScript()
+    {
+        m_page = page("for (;;);");
+        begin(false);
+        for (int i = 0; i < 2; ++i) {
+            QTRY_COMPARE_WITH_TIMEOUT(pages(), i + 1, 20000);
+            QSignalSpy loaded(m_login->findChild<WebView *>(), &QWebView::loadFinished);
+            QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 60000);
+            m_login->reloadPage();
+        }
+    }
+
+    // By the menu of the account: the page is told that another one may log in, and doesn't do so by itself.
+    void anotherAccountByHand()
+    {
+        begin();
+        QVERIFY(inSession());
+        QPointer<MainWindow> window = m_login->mainWindow();
+        for (auto *action : window->findChildren<QAction *>())
+            if (action->text() == "切换账号")
+                action->trigger();
+        QTRY_VERIFY(!window && m_login->isVisible());
+        QTRY_VERIFY(told().last().contains(" 1 "));
+        QVERIFY(!m_login->autoRelogin() && !m_login->mainWindow());
+    }
+
+    // The end ends the session first, wherever it comes from.
+    void leaving_data()
+    {
+        QTest::addColumn<bool>("session");
+        QTest::newRow("login window") << false;
+        QTest::newRow("session, by the tray") << true;
+    }
+    void leaving()
+    {
+        QFETCH(bool, session);
+        if (!session)
+            m_page = page(sees);
         begin(false);
         QTRY_VERIFY(m_login->isVisible());
-        QSignalSpy quit(qApp, &QCoreApplication::aboutToQuit);
-        m_login->on_headClose_clicked();
+        if (session)
+            QVERIFY(inSession());
         QTimer late;
         connect(&late, &QTimer::timeout, qApp, [] { qApp->exit(5); });
         late.start(10000);
+        QTimer::singleShot(0, this, [&] {
+            if (session)
+                emit TrayIcon::instance()->leave();
+            else
+                QTest::mouseClick(m_login->findChild<QToolButton *>("headClose"), Qt::LeftButton);
+        });
         QCOMPARE(qApp->exec(), 0);
-        QCOMPARE(quit.size(), 1);
+        QVERIFY(!m_login->mainWindow() && !SessionTimer::running() && !Session::live());
+        Session::setClosing(false);
     }
 };
 

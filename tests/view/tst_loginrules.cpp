@@ -124,36 +124,6 @@ private slots:
         if (relogin)
             QCOMPARE(object(info)["autoLogin"].toString(), QString("false"));
     }
-
-    void reasons_data()
-    {
-        QTest::addColumn<bool>("automatic");
-        QTest::addColumn<bool>("told");
-        for (const auto &[reason, automatic, told] : QList<std::tuple<int, bool, bool>>{{110, false, false},
-                                                                                        {111, false, false},
-                                                                                        {112, true, false},
-                                                                                        {1000100, true, false},
-                                                                                        {1000101, false, true},
-                                                                                        {1000102, false, true},
-                                                                                        {1000103, false, true}})
-            QTest::newRow(qPrintable(QString::number(reason))) << automatic << told;
-    }
-    void reasons()
-    {
-        QFETCH(bool, automatic);
-        QFETCH(bool, told);
-        const Relogin plan = relogin(QString(QTest::currentDataTag()).toInt());
-        QCOMPARE(plan.automatic, automatic);
-        QCOMPARE(plan.showText, told);
-        QCOMPARE(plan.changeUser, automatic ? 0 : 1);
-        QCOMPARE(plan.forgetDrives, !automatic);
-    }
-
-    void confirmation()
-    {
-        QVERIFY(confirmBody(false, 7).isEmpty());
-        QCOMPARE(confirmBody(true, 7), (QJsonObject{{"resultPushParent", 1}, {"masterUserId", 7}}));
-    }
 };
 
 VN_TEST(TestLoginRules)

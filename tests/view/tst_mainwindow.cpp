@@ -215,6 +215,24 @@ private slots:
         QTest::keyClick(m_window.data(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(m_window->page(), QString("resolve"));
     }
+    // Tab leads through the whole frame, every stop has a name.
+    void keyboard()
+    {
+        make({{"depositLink", "http://pay.example"}});
+        show();
+        m_window->setFocus();
+        QStringList stops;
+        for (int i = 0; i < 40; ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            const QWidget *now = QApplication::focusWidget();
+            const auto *button = qobject_cast<const QAbstractButton *>(now);
+            QVERIFY2(!now->accessibleName().isEmpty() || !now->toolTip().isEmpty() || (button && !button->text().isEmpty()),
+                     qPrintable(QString(now->metaObject()->className()) + ' ' + now->objectName()));
+            stops << now->objectName() + now->property("part").toString();
+        }
+        for (const char *wanted : {"accountrecharge", "notices", "accountaccount", "leftMenu", "leftFold"})
+            QVERIFY2(stops.contains(wanted), qPrintable(QString(wanted) + " isn't among " + stops.join(' ')));
+    }
     // Place, size and folded menu are as they were left; the smallest window fits a small screen at twice its scale.
     void remembersItsShape()
     {
@@ -307,6 +325,9 @@ private slots:
         Seam<WindowCalls>::post([](WindowCalls &window) { window.downSpace("E:/results"); });
         QTRY_VERIFY(message().startsWith("E盘"));
         QVERIFY(answer("确定"));
+        Seam<WindowCalls>::post([](WindowCalls &window) { window.downErrorTip("1080009_余额不足"); });
+        QTRY_VERIFY2(message().contains("请充值！（1080009）"), qPrintable(message()));
+        QVERIFY(answer("取消"));
         TrayIcon::instance()->setCurWid(m_window.data());
         Seam<WindowCalls>::post([](WindowCalls &window) { window.showInfoMsg({}, "文件已全部下载完成"); });
         if (!TrayIcon::available()) {

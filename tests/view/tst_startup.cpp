@@ -6,6 +6,7 @@
 #include "view/Login.h"
 #include "view/Startup.h"
 #include "ViewRig.h"
+#include <QTranslator>
 
 class TestStartup : public QObject
 {
@@ -90,6 +91,13 @@ private slots:
         };
         QTRY_COMPARE(ran(), QByteArray("9.9.9.9"));
         updater.remove();
+    }
+
+    void toolkitSpeaksChinese()
+    {
+        QTranslator words;
+        Startup::translate(&words);
+        QCOMPARE(QCoreApplication::translate("QPlatformTheme", "Cancel"), QString("取消"));
     }
 
     void aloneThereIsNobodyToMeet()

@@ -3,6 +3,7 @@
 #include "common/ui/BaseWidget.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/EmptyView.h"
+#include "common/ui/Links.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/RowSync.h"
 #include "common/ui/SingleApp.h"
@@ -258,6 +259,7 @@ private slots:
         QVERIFY(worker && worker != thread());
     }
 
+    // A second start is refused and brings the first one forward; others of the machine can't take its place.
     void oneInstance()
     {
         QTemporaryDir dir;
@@ -279,21 +281,47 @@ private slots:
         QTRY_COMPARE(wanted.size(), 1);
         qunsetenv("XDG_RUNTIME_DIR");
     }
-
-    void webToolStaysInside_data()
+    // The system's end of the session ends the program, though its window only hides when it's closed.
+    void systemEndsTheSession()
+    {
+        struct Hides : QWidget {
+            void closeEvent(QCloseEvent *event) override { event->ignore(); }
+        } window;
+        window.show();
+        QVERIFY2(!QGuiApplication::isFallbackSessionManagementEnabled(), "windows aren't asked");
+        QTimer late;
+        connect(&late, &QTimer::timeout, qApp, [] { qApp->exit(5); });
+        late.start(10000);
+        QTimer::singleShot(0, qApp, [] { QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit)); });
+        QCOMPARE(qApp->exec(), 0);
+    }
+    void linksForTheSystem_data()
     {
         QTest::addColumn<QString>("url");
-        QTest::newRow("file") << "file:///etc/passwd";
-        QTest::newRow("script") << "javascript:alert(1)";
-        QTest::newRow("nothing") << "";
+        QTest::addColumn<bool>("allowed");
+        QTest::newRow("web") << "http://a.example/x" << true;
+        QTest::newRow("safe web") << "HTTPS://a.example" << true;
+        QTest::newRow("mail") << "mailto:help@a.example" << true;
+        QTest::newRow("file") << "file:///etc/passwd" << false;
+        QTest::newRow("script") << "javascript:alert(1)" << false;
+        QTest::newRow("another program's") << "ssh://a.example/x" << false;
+        QTest::newRow("nothing") << "" << false;
     }
-    void webToolStaysInside()
+    void linksForTheSystem()
     {
         QFETCH(QString, url);
-        account(56);
+        QTEST(Links::allowed(QUrl(url)), "allowed");
+        if (Links::allowed(QUrl(url)))
+            return;
         WebTool tool;
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Links::open.*isn't opened"));
         tool.openUrl(url);
+    }
+
+    void webToolStaysInside()
+    {
+        account(56);
+        WebTool tool;
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression("WebTool::openLocalDir.*leads out"));
         tool.openLocalDir("../../etc");
         tool.clipboard("copied");
