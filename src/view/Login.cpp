@@ -68,6 +68,10 @@ Login::Login() : BaseWidget(Window)
 Login::~Login()
 {
     endSession();
+    if (m_view) { // what it was loading is told as it goes, to nobody any more
+        m_view->disconnect(this);
+        delete m_view;
+    }
     only = nullptr;
 }
 

@@ -14,6 +14,7 @@
 #include "view/SessionTimer.h"
 #include "view/Shell.h"
 #include "ViewRig.h"
+#include <QAction>
 
 namespace
 {

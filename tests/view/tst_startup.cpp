@@ -33,6 +33,8 @@ private:
 private slots:
     void initTestCase()
     {
+        NetTcp::create();
+        NetWork::create();
         UserInfo::init({"VandrelQN"});
         addresses();
     }
