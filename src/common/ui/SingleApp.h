@@ -1,7 +1,7 @@
 #pragma once
 // The application object: the hand-shake of one instance per user (a second start connects to the first one's local
-// server and ends, if that is the same user's; the first emits showUp() and comes forward), a good end when the system asks for one, and a limit on
-// how long a web page's script may hold the window's thread. Main thread.
+// server and ends, if that is the same user's; the first emits showUp() and comes forward), a good end when the system
+// asks for one, and a limit on how long a web page's script may hold the window's thread. Main thread.
 #include <QApplication>
 #include <QLocalServer>
 #include <QLocalSocket>
