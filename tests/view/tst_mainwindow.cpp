@@ -325,6 +325,17 @@ private slots:
         Seam<WindowCalls>::post([](WindowCalls &window) { window.downSpace("E:/results"); });
         QTRY_VERIFY(message().startsWith("E盘"));
         QVERIFY(answer("确定"));
+        QTRY_VERIFY((Seam<WindowCalls>::post([](WindowCalls &window) { window.downSpace("/mnt/results"); }),
+                     QCoreApplication::processEvents(),
+                     message().startsWith("文件夹 /mnt/results "))); // once the first is gone
+        QVERIFY(answer("确定"));
+        DownSpy down;
+        for (const char *button : {"取消", "确定"}) {
+            Seam<WindowCalls>::post([](WindowCalls &window) { window.confirmRoot("/srv/all", "shot<img src=x>"); });
+            QTRY_VERIFY(message().contains("/srv/all") && !message().contains('<'));
+            QVERIFY(answer(button));
+        }
+        QTRY_COMPARE(down.calls, QStringList("root /srv/all"));
         Seam<WindowCalls>::post([](WindowCalls &window) { window.downErrorTip("1080009_余额不足"); });
         QTRY_VERIFY2(message().contains("请充值！（1080009）"), qPrintable(message()));
         QVERIFY(answer("取消"));
