@@ -1076,18 +1076,6 @@ May they be saved there?</translation>
         <translation>You have no right to set parameters!</translation>
     </message>
     <message>
-        <source>继续</source>
-        <translation>Resume</translation>
-    </message>
-    <message>
-        <source>暂停</source>
-        <translation>Pause</translation>
-    </message>
-    <message>
-        <source>取消</source>
-        <translation>Cancel</translation>
-    </message>
-    <message>
         <source>订单号</source>
         <translation>Order</translation>
     </message>
@@ -1121,7 +1109,78 @@ May they be saved there?</translation>
     </message>
 </context>
 <context>
-    <name>ResolveDAO</name>
+    <name>AnalysisError</name>
+    <message>
+        <source>FailedToStart</source>
+        <translation>Failed to start</translation>
+    </message>
+    <message>
+        <source>Crashed</source>
+        <translation>Crashed</translation>
+    </message>
+    <message>
+        <source>Timedout</source>
+        <translation>Timed out</translation>
+    </message>
+    <message>
+        <source>ReadError</source>
+        <translation>Read error</translation>
+    </message>
+    <message>
+        <source>WriteError</source>
+        <translation>Write error</translation>
+    </message>
+    <message>
+        <source>UnknownError</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>软件类型不支持</source>
+        <translation>This software isn&apos;t supported</translation>
+    </message>
+    <message>
+        <source>软件未找到</source>
+        <translation>The software was not found</translation>
+    </message>
+    <message>
+        <source>解析数据格式错误</source>
+        <translation>The analysis data is damaged</translation>
+    </message>
+    <message>
+        <source>模型文件不存在</source>
+        <translation>The scene file doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>admin操作未许可</source>
+        <translation>The administrator&apos;s step wasn&apos;t allowed</translation>
+    </message>
+    <message>
+        <source>渲染软件暂不支持</source>
+        <translation>This version of the software isn&apos;t supported yet</translation>
+    </message>
+    <message>
+        <source>文件格式错误</source>
+        <translation>The file isn&apos;t a valid scene</translation>
+    </message>
+    <message>
+        <source>场景文件无法打开</source>
+        <translation>The scene file can&apos;t be opened</translation>
+    </message>
+    <message>
+        <source>软件版本与模型制作版本不同</source>
+        <translation>The scene was made with another version of the software</translation>
+    </message>
+    <message>
+        <source>解析此场景时客户端两次异常退出，不再自动解析，可手动重新解析</source>
+        <translation>The client ended twice while this scene was being analysed, so it is not analysed automatically any more. You can analyse it again by hand</translation>
+    </message>
+    <message>
+        <source>此类场景不能在客户端解析，请从软件插件提交</source>
+        <translation>Scenes of this kind are not analysed by the client. Please submit them from the plug-in of the software</translation>
+    </message>
+</context>
+<context>
+    <name>SceneState</name>
     <message>
         <source>待解析</source>
         <translation>Waiting for analysis</translation>
@@ -1199,64 +1258,20 @@ May they be saved there?</translation>
         <translation>Submitted</translation>
     </message>
     <message>
-        <source>FailedToStart</source>
-        <translation>Failed to start</translation>
+        <source>继续</source>
+        <translation>Resume</translation>
     </message>
     <message>
-        <source>Crashed</source>
-        <translation>Crashed</translation>
+        <source>暂停</source>
+        <translation>Pause</translation>
     </message>
     <message>
-        <source>Timedout</source>
-        <translation>Timed out</translation>
+        <source>取消</source>
+        <translation>Cancel</translation>
     </message>
     <message>
-        <source>ReadError</source>
-        <translation>Read error</translation>
-    </message>
-    <message>
-        <source>WriteError</source>
-        <translation>Write error</translation>
-    </message>
-    <message>
-        <source>UnknownError</source>
-        <translation>Unknown error</translation>
-    </message>
-    <message>
-        <source>软件类型不支持</source>
-        <translation>This software isn&apos;t supported</translation>
-    </message>
-    <message>
-        <source>软件未找到</source>
-        <translation>The software was not found</translation>
-    </message>
-    <message>
-        <source>解析数据格式错误</source>
-        <translation>The analysis data is damaged</translation>
-    </message>
-    <message>
-        <source>模型文件不存在</source>
-        <translation>The scene file doesn&apos;t exist</translation>
-    </message>
-    <message>
-        <source>admin操作未许可</source>
-        <translation>The administrator&apos;s step wasn&apos;t allowed</translation>
-    </message>
-    <message>
-        <source>渲染软件暂不支持</source>
-        <translation>This version of the software isn&apos;t supported yet</translation>
-    </message>
-    <message>
-        <source>文件格式错误</source>
-        <translation>The file isn&apos;t a valid scene</translation>
-    </message>
-    <message>
-        <source>场景文件无法打开</source>
-        <translation>The scene file can&apos;t be opened</translation>
-    </message>
-    <message>
-        <source>软件版本与模型制作版本不同</source>
-        <translation>The scene was made with another version of the software</translation>
+        <source>优先级</source>
+        <translation>Priority</translation>
     </message>
 </context>
 <context>

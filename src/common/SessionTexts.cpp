@@ -1,4 +1,5 @@
 // The catalogue of the business protocol in words: names of commands, messages of results, outcomes of task operations.
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include <algorithm>
 #include <iterator>
@@ -17,62 +18,7 @@ struct Outcome {
     const char *cause; // null: it succeeded
 };
 
-// All three tables are sorted by number.
-const Text commands[] = {
-    {10000, QT_TRANSLATE_NOOP("Session", "心跳")},
-    {10300, QT_TRANSLATE_NOOP("Session", "登录")},
-    {10302, QT_TRANSLATE_NOOP("Session", "余额查询")},
-    {10303, QT_TRANSLATE_NOOP("Session", "保存设置信息")},
-    {10306, QT_TRANSLATE_NOOP("Session", "允许推送")},
-    {10307, QT_TRANSLATE_NOOP("Session", "任务交接")},
-    {10308, QT_TRANSLATE_NOOP("Session", "登录信息")},
-    {10309, QT_TRANSLATE_NOOP("Session", "登录")},
-    {10310, QT_TRANSLATE_NOOP("Session", "机器信息")},
-    {10314, QT_TRANSLATE_NOOP("Session", "获取权限")},
-    {10400, QT_TRANSLATE_NOOP("Session", "生成订单")},
-    {10401, QT_TRANSLATE_NOOP("Session", "取消订单")},
-    {10402, QT_TRANSLATE_NOOP("Session", "子任务列表")},
-    {10403, QT_TRANSLATE_NOOP("Session", "取消子任务")},
-    {10406, QT_TRANSLATE_NOOP("Session", "重渲订单")},
-    {10407, QT_TRANSLATE_NOOP("Session", "实时预览")},
-    {10409, QT_TRANSLATE_NOOP("Session", "补帧或修改环境或详情")},
-    {10412, QT_TRANSLATE_NOOP("Session", "优先帧完成")},
-    {10413, QT_TRANSLATE_NOOP("Session", "结果推送")},
-    {10415, QT_TRANSLATE_NOOP("Session", "上传暂停")},
-    {10417, QT_TRANSLATE_NOOP("Session", "删除解析订单")},
-    {10419, QT_TRANSLATE_NOOP("Session", "优先级调度请求")},
-    {10420, QT_TRANSLATE_NOOP("Session", "优先级调度列表")},
-    {10421, QT_TRANSLATE_NOOP("Session", "订单预申请")},
-    {10422, QT_TRANSLATE_NOOP("Session", "解析状态")},
-    {10423, QT_TRANSLATE_NOOP("Session", "任务交接")},
-    {10424, QT_TRANSLATE_NOOP("Session", "设置节点数")},
-    {10425, QT_TRANSLATE_NOOP("Session", "重渲子任务")},
-    {10427, QT_TRANSLATE_NOOP("Session", "获取订单列表")},
-    {10428, QT_TRANSLATE_NOOP("Session", "操作记录")},
-    {10429, QT_TRANSLATE_NOOP("Session", "继续渲染")},
-    {10430, QT_TRANSLATE_NOOP("Session", "暂停渲染")},
-    {10431, QT_TRANSLATE_NOOP("Session", "大任务完结")},
-    {10432, QT_TRANSLATE_NOOP("Session", "删除任务")},
-    {10500, QT_TRANSLATE_NOOP("Session", "创建项目")},
-    {10501, QT_TRANSLATE_NOOP("Session", "删除项目")},
-    {10502, QT_TRANSLATE_NOOP("Session", "查询项目")},
-    {10504, QT_TRANSLATE_NOOP("Session", "创建环境")},
-    {10505, QT_TRANSLATE_NOOP("Session", "删除环境")},
-    {10506, QT_TRANSLATE_NOOP("Session", "查询环境")},
-    {10508, QT_TRANSLATE_NOOP("Session", "修改环境")},
-    {10600, QT_TRANSLATE_NOOP("Session", "软件列表")},
-    {10601, QT_TRANSLATE_NOOP("Session", "插件列表")},
-    {10800, QT_TRANSLATE_NOOP("Session", "请求下载信息")},
-    {10801, QT_TRANSLATE_NOOP("Session", "缩略图")},
-    {10802, QT_TRANSLATE_NOOP("Session", "下载结束通知bs")},
-    {10804, QT_TRANSLATE_NOOP("Session", "下载日志")},
-    {10805, QT_TRANSLATE_NOOP("Session", "下载结果文件")},
-    {10806, QT_TRANSLATE_NOOP("Session", "下载子任务结果文件")},
-    {11100, QT_TRANSLATE_NOOP("Session", "农场信息")},
-    {11102, QT_TRANSLATE_NOOP("Session", "农场机型")},
-    {11201, QT_TRANSLATE_NOOP("Session", "网盘入口")},
-};
-
+// Both tables are sorted by number.
 const Text errors[] = {
     {110, QT_TRANSLATE_NOOP("Session", "手动重登")},
     {111, QT_TRANSLATE_NOOP("Session", "个人中心修改密码后重登")},
@@ -254,7 +200,7 @@ QString translated(const char *text) { return QCoreApplication::translate("Sessi
 QString textOf(const Text *row, int number) { return row ? translated(row->text) : QString::number(number); }
 } // namespace
 
-QString Session::cmdName(int cmd) { return textOf(find(commands, cmd), cmd); }
+QString Session::cmdName(int cmd) { return Command::name(cmd); }
 
 QString Session::errorText(int code) { return textOf(find(errors, code), code); }
 

@@ -108,7 +108,7 @@ QJsonArray UserInfo::feeUserIds()
     const QJsonArray told = locked(&UserState::Account::feeUserIds);
     if (!told.isEmpty())
         return told;
-    const QString saved = userValue(QStringLiteral("Set"), QStringLiteral("feeUserIds")).toString();
+    const QString saved = setting(Settings::FeeUserIds).toString();
     return QJsonDocument::fromJson(saved.toUtf8()).array();
 }
 

@@ -104,50 +104,23 @@ void addDefaults(const QString &file)
 {
     IniWriter::flush();
     QSettings ini(file, QSettings::IniFormat);
-    const auto add = [&ini](const char *key, const QVariant &value) {
-        if (!ini.contains(QLatin1String(key)))
-            ini.setValue(QLatin1String(key), value);
+    const auto full = [](const Settings::Setting &setting) {
+        return QStringLiteral("%1/%2").arg(QLatin1String(setting.group), QLatin1String(setting.key));
     };
-    add("Transfer/isWan", QStringLiteral("WAN"));
-    add("Transfer/upProxyPort", 0);
-    add("Transfer/upSpeed", 0);
-    add("Transfer/upTh", 10);
-    add("Transfer/downTh", 10);
-    add("Server/role", QString());
-    add("Server/master", QStringLiteral("http://127.0.0.1:46160"));
-    add("Server/clientPort", 46160);
-    add("Resolve/os", QStringLiteral("windows"));
-    if (!ini.contains(QStringLiteral("Resolve/caps_mod"))) {
-        ini.setValue(QStringLiteral("Resolve/caps"), 1);
-        ini.setValue(QStringLiteral("Resolve/caps_mod"), 1);
+    if (!ini.contains(full(Settings::of(Settings::CapsMod)))) { // once: what an old version wrote there was wrong
+        ini.setValue(full(Settings::of(Settings::Caps)), 1);
+        ini.setValue(full(Settings::of(Settings::CapsMod)), 1);
     }
-    add("Resolve/caps", 1);
-    add("Resolve/thread", 1);
-    add("Customzation/TX", 1);
-    add("SoftwarePath/Maya2014-example", QStringLiteral("maya intall path, C:\\a.exe or C:/a.exe"));
+    for (const Settings::Setting &setting : Settings::all())
+        if (setting.scope == Settings::Scope::Machine && setting.written && !ini.contains(full(setting)))
+            ini.setValue(full(setting), setting.fallback);
     ini.sync();
     if (ini.status() != QSettings::NoError)
         qWarning().noquote() << "UserInfo::addDefaults defaults not written:" << file;
 }
 
-int allInt(const char *group, const char *key, int fallback)
-{
-    bool good = false;
-    const int value = UserInfo::allValue(QString::fromLatin1(group), QString::fromLatin1(key)).toInt(&good);
-    return good ? value : fallback;
-}
-
-QString allText(const char *group, const char *key, const QString &fallback = {})
-{
-    return UserInfo::allValue(QString::fromLatin1(group), QString::fromLatin1(key), fallback).toString();
-}
-
-int userInt(const char *group, const char *key, int fallback = 0)
-{
-    bool good = false;
-    const int value = UserInfo::userValue(QString::fromLatin1(group), QString::fromLatin1(key)).toInt(&good);
-    return good ? value : fallback;
-}
+int number(Settings::Key key) { return UserInfo::setting(key).toInt(); }
+QString word(Settings::Key key) { return UserInfo::setting(key).toString(); }
 
 QString defaultResultDir()
 {
@@ -314,28 +287,36 @@ bool UserInfo::setIniValue(const QString &dir, const QString &name, const QStrin
     return writeIni(iniPath(dir, name), group, key, value);
 }
 
-bool UserInfo::isWan() { return allText("Transfer", "isWan", QStringLiteral("WAN")) != QLatin1String("LAN"); }
+QVariant UserInfo::setting(Settings::Key key)
+{
+    const Settings::Setting &setting = Settings::of(key);
+    const bool machine = setting.scope == Settings::Scope::Machine;
+    return Settings::valid(
+        key, cachedValue(machine ? &UserState::machine : &UserState::user, Settings::group(key), Settings::key(key)));
+}
+
+void UserInfo::setSetting(Settings::Key key, const QVariant &value)
+{
+    const Settings::Setting &setting = Settings::of(key);
+    const bool machine = setting.scope == Settings::Scope::Machine;
+    storeValue(machine ? &UserState::machine : &UserState::user, Settings::group(key), Settings::key(key),
+               Settings::valid(key, value));
+}
+
+bool UserInfo::isWan() { return word(Settings::IsWan) != QLatin1String("LAN"); }
 QString UserInfo::lanWan() { return isWan() ? QStringLiteral("Wan") : QStringLiteral("Lan"); }
-int UserInfo::upProxyPort() { return qBound(0, allInt("Transfer", "upProxyPort", 0), 65535); }
-int UserInfo::upSpeed() { return qMax(0, allInt("Transfer", "upSpeed", 0)); }
-void UserInfo::setUpSpeed(int kib) { setAllValue(QStringLiteral("Transfer"), QStringLiteral("upSpeed"), kib); }
+int UserInfo::upProxyPort() { return number(Settings::UpProxyPort); }
+int UserInfo::upSpeed() { return number(Settings::UpSpeed); }
+void UserInfo::setUpSpeed(int kib) { setSetting(Settings::UpSpeed, kib); }
+int UserInfo::downSpeed() { return number(Settings::DownSpeed); }
+void UserInfo::setDownSpeed(int kib) { setSetting(Settings::DownSpeed, kib); }
+int UserInfo::upTh() { return number(Settings::UpThreads); }
+int UserInfo::downTh() { return number(Settings::DownThreads); }
 
-// A queue without threads would stand still without a word: nonsense counts as the default.
-int UserInfo::upTh()
-{
-    const int count = allInt("Transfer", "upTh", 10);
-    return count > 0 ? count : 10;
-}
-int UserInfo::downTh()
-{
-    const int count = allInt("Transfer", "downTh", 10);
-    return count > 0 ? count : 10;
-}
-
-QString UserInfo::role() { return allText("Server", "role"); }
+QString UserInfo::role() { return word(Settings::Role); }
 bool UserInfo::isSlave() { return role() == QLatin1String("slave"); }
 bool UserInfo::isMaster() { return role() == QLatin1String("master"); }
-QString UserInfo::master() { return allText("Server", "master", QStringLiteral("http://127.0.0.1:46160")); }
+QString UserInfo::master() { return word(Settings::Master); }
 
 QString UserInfo::masterHost()
 {
@@ -343,19 +324,14 @@ QString UserInfo::masterHost()
     return host.isEmpty() ? QStringLiteral("127.0.0.1") : host;
 }
 
-int UserInfo::clientPort()
-{
-    const int port = allInt("Server", "clientPort", 46160);
-    return port > 0 && port < 65536 ? port : 46160;
-}
-
-QString UserInfo::apiToken() { return allText("Server", "apiToken"); }
-QString UserInfo::resolveOs() { return allText("Resolve", "os", QStringLiteral("windows")); }
-bool UserInfo::caps() { return allInt("Resolve", "caps", 1) != 0; }
-int UserInfo::resolveThread() { return qBound(1, allInt("Resolve", "thread", 1), 5); }
-void UserInfo::setResolveThread(int count) { setAllValue(QStringLiteral("Resolve"), QStringLiteral("thread"), count); }
-bool UserInfo::fastMaya() { return allInt("Resolve", "fastMaya", 0) != 0; }
-bool UserInfo::cloud() { return allInt("Resolve", "cloud", 0) != 0; }
+int UserInfo::clientPort() { return number(Settings::ClientPort); }
+QString UserInfo::apiToken() { return word(Settings::ApiToken); }
+QString UserInfo::resolveOs() { return word(Settings::ResolveOs); }
+bool UserInfo::caps() { return number(Settings::Caps) != 0; }
+int UserInfo::resolveThread() { return number(Settings::ResolveThreads); }
+void UserInfo::setResolveThread(int count) { setSetting(Settings::ResolveThreads, count); }
+bool UserInfo::fastMaya() { return number(Settings::FastMaya) != 0; }
+bool UserInfo::cloud() { return number(Settings::Cloud) != 0; }
 
 QString UserInfo::softwarePath(const QString &software)
 {
@@ -381,7 +357,7 @@ QString UserInfo::pathCase(const QString &path, bool force)
 
 QString UserInfo::resultDir()
 {
-    QString set = userValue(QStringLiteral("Set"), QStringLiteral("ResultDir")).toString();
+    QString set = word(Settings::ResultDir);
     if (!set.isEmpty())
         return set;
     QString dir = defaultResultDir();
@@ -390,23 +366,21 @@ QString UserInfo::resultDir()
     return dir;
 }
 
-void UserInfo::setResultDir(const QString &dir)
-{
-    setUserValue(QStringLiteral("Set"), QStringLiteral("ResultDir"), QDir::fromNativeSeparators(dir));
-}
+void UserInfo::setResultDir(const QString &dir) { setSetting(Settings::ResultDir, QDir::fromNativeSeparators(dir)); }
 
 int UserInfo::autoSendResult()
 {
-    if (!userDir().isEmpty() && !hasUserValue(QStringLiteral("Set"), QStringLiteral("AutoSendResult")))
-        setUserValue(QStringLiteral("Set"), QStringLiteral("AutoSendResult"), 1);
-    return userInt("Set", "AutoSendResult", 1);
+    const Settings::Key key = Settings::AutoSendResult;
+    if (!userDir().isEmpty() && !hasUserValue(Settings::group(key), Settings::key(key)))
+        setSetting(key, Settings::of(key).fallback);
+    return number(key);
 }
 
-int UserInfo::resultCheck() { return userInt("Set", "resultCheck"); }
-QString UserInfo::resultRule() { return userValue(QStringLiteral("Set"), QStringLiteral("resultRule")).toString(); }
-int UserInfo::outRoot() { return userInt("Set", "outRoot"); }
-int UserInfo::resolveType() { return userInt("Resolve", "type"); }
-int UserInfo::mayaCache() { return userInt("Resolve", "mayaCache"); }
-int UserInfo::upDSpeed() { return userInt("SkyDriver", "upDSpeed"); }
-int UserInfo::upHash() { return userInt("SkyDriver", "upHash"); }
-int UserInfo::viewFarmId() { return userInt("SkyDriver", "viewFarmId"); }
+int UserInfo::resultCheck() { return number(Settings::ResultCheck); }
+QString UserInfo::resultRule() { return word(Settings::ResultRule); }
+int UserInfo::outRoot() { return number(Settings::OutRoot); }
+int UserInfo::resolveType() { return number(Settings::ResolveType); }
+int UserInfo::mayaCache() { return number(Settings::MayaCache); }
+int UserInfo::upDSpeed() { return number(Settings::UpDSpeed); }
+int UserInfo::upHash() { return number(Settings::UpHash); }
+int UserInfo::viewFarmId() { return number(Settings::ViewFarmId); }

@@ -3,6 +3,7 @@
 // files are read on first use and cached; a setter changes the cache at once and has the file written behind it
 // (IniWriter); clearCache() (logout) forgets everything but the machine's folders. A crash leaves the old file or the
 // new one.
+#include "common/facts/Settings.h"
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
@@ -44,12 +45,18 @@ public:
     static bool setIniValue(const QString &dir, const QString &name, const QString &group, const QString &key,
                             const QVariant &value);
 
+    // A key of the machine or account config by the table of settings: always within its range.
+    static QVariant setting(Settings::Key key);
+    static void setSetting(Settings::Key key, const QVariant &value);
+
     // Machine config. Speeds in KiB/s, 0 unlimited.
     static bool isWan();
     static QString lanWan(); // "Lan" or "Wan": the suffix of host, ip and port keys in server replies
     static int upProxyPort();
     static int upSpeed();
     static void setUpSpeed(int kib);
+    static int downSpeed();
+    static void setDownSpeed(int kib);
     static int upTh();
     static int downTh();
     static QString role();

@@ -60,11 +60,6 @@ public:
     using ProjectOutput = std::function<QString(int projectId, const QString &projectName, int softwareType)>;
     static void setProjectOutput(ProjectOutput lookup);
 
-    // Software type of a scene by its ending: 1 .ma .mb, 3 .max, 4 .hip (.hipnc .hiplc), 5 .c4d, 6 .skp, 7 .project,
-    // 8 .tgd; 0 unknown. endings(type) gives the list, softwareName(type) the display name.
-    static int softwareTypeOf(const QString &path);
-    static QStringList endings(int softwareType);
-    static QString softwareName(int softwareType);
     // Shortcuts followed as long as there is a target; rings end at the path where they close.
     static QString followLinks(const QString &path);
 };

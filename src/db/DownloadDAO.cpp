@@ -1,4 +1,6 @@
 #include "db/DownloadDAO.h"
+#include "common/facts/FileStates.h"
+#include "common/facts/PageSize.h"
 #include <algorithm>
 #include <QCoreApplication>
 #include <QDateTime>
@@ -7,9 +9,8 @@
 
 namespace
 {
-constexpr int PageRows = 30;
+constexpr int PageRows = PageSize::Files;
 constexpr qlonglong FilesPerMission = 10000; // factor between the handles of missions and files
-enum State { Waiting = 0, Running = 1, Paused = 2, Failed = 3, GivenUp = 31 };
 
 db_downfile fileOf(const Row &row, qlonglong missPri)
 {
@@ -88,8 +89,9 @@ bool DownloadDAO::open(const QString &userDir)
         addColumns(name,
                    {{"farmid", "int"}, {"hash", "varchar"}, {"size", "INTEGER"}, {"state", "int"}, {"error", "int"}});
         exec(QStringLiteral("create index %1_state on %1(state)").arg(name), {}, true);
-        exec(QStringLiteral("update %1 set state = ? where state = ?").arg(name), {int(Waiting), int(Running)});
-        exec(QStringLiteral("update %1 set state = ? where state is null").arg(name), {int(Waiting)});
+        exec(QStringLiteral("update %1 set state = ? where state = ?").arg(name),
+             {int(FileStates::DownWait), int(FileStates::DownRun)});
+        exec(QStringLiteral("update %1 set state = ? where state is null").arg(name), {int(FileStates::DownWait)});
     }
     return true;
 }
@@ -243,7 +245,7 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
     qlonglong next = miss.pri * FilesPerMission;
     for (const db_downfile &file : files) {
         const auto stands = standing.constFind(identity(file));
-        if (stands != standing.constEnd() && (stands->state == Waiting || stands->state == Running) &&
+        if (stands != standing.constEnd() && (stands->state == FileStates::DownWait || stands->state == FileStates::DownRun) &&
             sameVersion(*stands, file))
             continue;
         qlonglong pri = stands != standing.constEnd() ? stands->pri : 0;
@@ -255,7 +257,7 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
         }
         db_downfile written = file;
         written.pri = pri;
-        written.state = Waiting;
+        written.state = FileStates::DownWait;
         standing.insert(identity(file), written);
         if (!exec(write, {file.id, file.ordernum, file.missid, file.farmid, file.lpath, file.hash, file.size, pri,
                           file.state, file.error}))
@@ -277,7 +279,7 @@ db_downfile DownloadDAO::nextWaiting(qlonglong missPri, const QList<qlonglong> &
     const QString others = list.isEmpty() ? QString() : QStringLiteral("and pri not in (%1) ").arg(list.join(','));
     Locker lock(m_mutex);
     if (hasTable(missPri))
-        each(QStringLiteral("select * from down_%1 where state = ? %2limit 1").arg(missPri).arg(others), {int(Waiting)},
+        each(QStringLiteral("select * from down_%1 where state = ? %2limit 1").arg(missPri).arg(others), {int(FileStates::DownWait)},
              [&](const Row &row) { file = fileOf(row, missPri); });
     return file;
 }
@@ -287,7 +289,7 @@ bool DownloadDAO::setState(qlonglong missPri, qlonglong pri, int state, int erro
     bool good;
     {
         Locker lock(m_mutex);
-        good = state == Failed || state == GivenUp
+        good = state == FileStates::DownError || state == FileStates::DownGaveUp
                    ? exec(QStringLiteral("update down_%1 set state = ? ,error = ? where pri = ?").arg(missPri),
                           {state, error, pri})
                    : exec(QStringLiteral("update down_%1 set state = ?  where pri = ?").arg(missPri), {state, pri});
@@ -405,12 +407,13 @@ int DownloadDAO::count(qlonglong missPri) { return countFiles(missPri, {}, {}); 
 
 int DownloadDAO::countFailed(qlonglong missPri)
 {
-    return countFiles(missPri, "where state = ? or state = ?", {int(Failed), int(GivenUp)});
+    return countFiles(missPri, "where state = ? or state = ?",
+                      {int(FileStates::DownError), int(FileStates::DownGaveUp)});
 }
 
 int DownloadDAO::countOpen(qlonglong missPri)
 {
-    return countFiles(missPri, "where state = ? or state = ?", {int(Waiting), int(Running)});
+    return countFiles(missPri, "where state = ? or state = ?", {int(FileStates::DownWait), int(FileStates::DownRun)});
 }
 
 bool DownloadDAO::removeMission(qlonglong missPri)
@@ -431,13 +434,14 @@ bool DownloadDAO::restart(qlonglong missPri)
 {
     Locker lock(m_mutex);
     return hasTable(missPri) && exec(QStringLiteral("update down_%1 set state = ? where state <> ?").arg(missPri),
-                                     {int(Waiting), int(Waiting)});
+                                     {int(FileStates::DownWait), int(FileStates::DownWait)});
 }
 
 bool DownloadDAO::pause(qlonglong missPri)
 {
     Locker lock(m_mutex);
-    return hasTable(missPri) && exec(QStringLiteral("update down_%1 set state = ?").arg(missPri), {int(Paused)});
+    return hasTable(missPri) &&
+           exec(QStringLiteral("update down_%1 set state = ?").arg(missPri), {int(FileStates::DownPause)});
 }
 
 bool DownloadDAO::moveFirst(qlonglong missPri)

@@ -1,5 +1,4 @@
 #include "db/ResolveDAO.h"
-#include "io/NetTcp.h"
 #include <algorithm>
 #include <QCoreApplication>
 #include <QDateTime>
@@ -7,7 +6,7 @@
 
 namespace
 {
-constexpr int HiddenState = 118;
+using namespace SceneState;
 
 db_resolve fromRow(const Row &row)
 {
@@ -53,33 +52,6 @@ QVariant columnValue(const db_resolve &res, const QString &column)
     };
     const auto value = values.value(column);
     return value ? value(res) : QVariant();
-}
-
-// What the server is told of a change of state; started: rtime that the row had before it.
-void report(const db_resolve &res, int state, qlonglong started)
-{
-    if (state == 111 || state == 112) {
-        NetTcp::instance()->nvds(104, state == 112 ? 10415 : 10414, QJsonObject{{"missionId", res.missionid}});
-        return;
-    }
-    int type = 1;
-    if (state == 101)
-        type = 6;
-    else if (state == 102)
-        type = 5;
-    else if (state == 103 || state == 105 || state == 106)
-        type = 4;
-    else if (state == 104)
-        type = 3;
-    if (type == 1)
-        return;
-    QJsonObject body{{"missionId", res.missionid}, {"type", type}};
-    if (type == 4) {
-        const QString form = "yyyy-MM-dd HH:mm:ss";
-        body["analysisStartTime"] = QDateTime::fromMSecsSinceEpoch(started).toString(form);
-        body["analysisEndTime"] = QDateTime::currentDateTime().toString(form);
-    }
-    NetTcp::instance()->nvds(104, 10422, body);
 }
 
 // For "like ? escape '\'": the text itself, wherever it stands.
@@ -136,9 +108,9 @@ bool ResolveDAO::open(const QString &userDir)
          "coalesce(fup,0),"
          " filetype = coalesce(filetype,0) where fok is null or fsum is null or fsize is null or fup is null or "
          "filetype is null");
-    exec("update resolve set state = ? where state = ?", {100, 101});
-    exec("update resolve set state = ? where state = ?", {107, 108});
-    exec("update resolve set state = ? where state = ?", {110, 111});
+    exec("update resolve set state = ? where state = ?", {int(Waiting), int(Analysing)});
+    for (Act act : {Act::SubmitAgain, Act::Interrupt})
+        exec("update resolve set state = ? where state = ?", {to(act).only(), from(act).only()});
     return true;
 }
 
@@ -204,10 +176,10 @@ QList<db_resolve> ResolveDAO::readPage(const QString &search, int page, int page
         Locker lock(m_mutex);
         const QString from = " from resolve where state <> ? and lpath like ? escape '\\'";
         const QString pattern = likePattern(search);
-        const qlonglong count = number("select count(rkey)" + from, {HiddenState, pattern}, 0);
+        const qlonglong count = number("select count(rkey)" + from, {int(DoneForSeat), pattern}, 0);
         pages = int((count + pageSize - 1) / pageSize);
         rows = list("select *" + from + " order by rkey limit ?,?",
-                    {HiddenState, pattern, qlonglong(qMax(0, page)) * pageSize, pageSize});
+                    {int(DoneForSeat), pattern, qlonglong(qMax(0, page)) * pageSize, pageSize});
     }
     emit allFile(rows, pages);
     return rows;
@@ -291,7 +263,7 @@ db_resolve ResolveDAO::nextToAnalyse(bool slave, const QList<qlonglong> &without
     QVariantList values;
     if (!slave)
         values << "";
-    values << 100;
+    values << int(Waiting);
     while (!m_priority[0].isEmpty()) {
         const db_resolve res = one(from + "state = ? and rkey = ?", values + QVariantList{m_priority[0].first()});
         if (res.rkey != 0 && !without.contains(res.rkey))
@@ -305,73 +277,77 @@ db_resolve ResolveDAO::nextToAnalyse(bool slave, const QList<qlonglong> &without
     return {};
 }
 
-bool ResolveDAO::setState(qlonglong rkey, int state, int error, qlonglong rtime)
+int ResolveDAO::step(qlonglong rkey, Act act, int state, int error)
 {
-    db_resolve res;
-    qlonglong started = 0;
+    const Set from = SceneState::from(act), to = SceneState::to(act);
+    if (state == 0)
+        state = to.only();
+    if (!to.contains(state)) {
+        qCritical() << "ResolveDAO::step" << int(act) << "doesn't lead to" << state;
+        return 0;
+    }
+    const qlonglong now = QDateTime::currentMSecsSinceEpoch();
+    db_resolve before;
     {
         Locker lock(m_mutex);
-        res = read(rkey);
-        if (res.rkey == 0 ||
-            !exec("update resolve set rtime = ?,state = ?,error = ? where rkey = ?", {rtime, state, error, rkey}))
-            return false;
-        started = res.rtime;
-        res.rtime = rtime;
-        res.state = state;
+        if (!each("select * from resolve where rkey = ?", {rkey}, [&](const Row &row) { before = fromRow(row); }))
+            return -1;
+        if (before.rkey == 0 || !from.contains(before.state))
+            return 0;
+        if (before.state == state && before.error == error)
+            return 1;
+        const int rows = change(QStringLiteral("update resolve set rtime = ?,state = ?,error = ? where rkey = ? and "
+                                               "state in (%1)")
+                                    .arg(from.sql()),
+                                {now, state, error, rkey});
+        if (rows <= 0)
+            return rows;
+    }
+    db_resolve res = before;
+    res.rtime = now;
+    res.state = state;
+    res.error = error;
+    if (state != DoneForSeat) // shown nowhere
+        emit stateChanged(res);
+    emit stepped(before, state);
+    return 1;
+}
+
+int ResolveDAO::mark(qlonglong rkey, int error)
+{
+    db_resolve res;
+    {
+        Locker lock(m_mutex);
+        if (!each("select * from resolve where rkey = ?", {rkey}, [&](const Row &row) { res = fromRow(row); }))
+            return -1;
+        if (res.rkey == 0 || res.error == error)
+            return res.rkey == 0 ? 0 : 1;
+        const int rows = change("update resolve set error = ? where rkey = ?", {error, rkey});
+        if (rows <= 0)
+            return rows;
         res.error = error;
     }
     emit stateChanged(res);
-    report(res, state, started);
-    return true;
+    return 1;
 }
 
-bool ResolveDAO::changeState(qlonglong rkey, const QList<int> &from, int state, int error, qlonglong rtime)
-{
-    db_resolve res;
-    qlonglong started = 0;
-    {
-        Locker lock(m_mutex);
-        QStringList states;
-        for (int one : from)
-            states << QString::number(one);
-        res = read(rkey);
-        if (res.rkey == 0 ||
-            change(QStringLiteral("update resolve set rtime = ?,state = ?,error = ? where rkey = ? and state in (%1)")
-                       .arg(states.join(',')),
-                   {rtime, state, error, rkey}) <= 0)
-            return false;
-        started = res.rtime;
-        res.rtime = rtime;
-        res.state = state;
-        res.error = error;
-    }
-    emit stateChanged(res);
-    report(res, state, started);
-    return true;
-}
-
-bool ResolveDAO::setFinishedOnMaster(qlonglong rkey)
-{
-    Locker lock(m_mutex);
-    return exec("update resolve set state = ? where rkey = ?", {HiddenState, rkey});
-}
-
-bool ResolveDAO::remove(qlonglong rkey)
+int ResolveDAO::remove(qlonglong rkey)
 {
     db_resolve res;
     {
         Locker lock(m_mutex);
-        res = read(rkey);
+        if (!each("select * from resolve where rkey = ?", {rkey}, [&](const Row &row) { res = fromRow(row); }))
+            return -1;
         if (res.rkey == 0)
-            return false;
+            return 0;
         Work work(this);
         if (!work || !exec("delete from resolve where rkey = ?", {rkey}) ||
             !exec("delete from para where rkey = ?", {rkey}) || !work.commit())
-            return false;
+            return -1;
     }
     emit resolveDeleted(rkey);
-    NetTcp::instance()->nvds(104, 10422, QJsonObject{{"missionId", res.missionid}, {"type", 2}});
-    return true;
+    emit removed(res);
+    return 1;
 }
 
 bool ResolveDAO::savePara(const db_resolve &res)
@@ -398,9 +374,9 @@ bool ResolveDAO::saveMessage(qlonglong rkey, const QString &errstr)
 db_resolve ResolveDAO::nextToCommit(bool slave)
 {
     Locker lock(m_mutex);
-    db_resolve res =
-        slave ? one("select * from resolve where state = ? order by pri limit 1", {107})
-              : one("select * from resolve where ordernum <> ? and state = ? order by pri limit 1", {"", 107});
+    db_resolve res = slave ? one("select * from resolve where state = ? order by pri limit 1", {int(Committed)})
+                           : one("select * from resolve where ordernum <> ? and state = ? order by pri limit 1",
+                                 {"", int(Committed)});
     if (res.rkey != 0)
         readPara(&res);
     return res;
@@ -408,12 +384,12 @@ db_resolve ResolveDAO::nextToCommit(bool slave)
 
 QList<db_resolve> ResolveDAO::finished()
 {
-    return list("select * from resolve where state = ? or state = ? order by pri", {106, 103});
+    return list("select * from resolve where state = ? or state = ? order by pri", {int(Clean), int(Warned)});
 }
 
 QList<db_resolve> ResolveDAO::waitingApproval()
 {
-    return list("select * from resolve where state = ? or state = ?", {115, 116});
+    return list("select * from resolve where state = ? or state = ?", {int(ApprovalWaiting), int(Approved)});
 }
 
 bool ResolveDAO::markBatch(qlonglong rkey)
@@ -440,8 +416,8 @@ QList<db_resolve> ResolveDAO::nextUploads(int limit)
     Locker lock(m_mutex);
     QList<qlonglong> first;
     for (qlonglong rkey : qAsConst(m_priority[1])) {
-        const db_resolve res =
-            one("select * from resolve where rkey = ? and (state = ? or state = ?)", {rkey, 110, 111});
+        const db_resolve res = one("select * from resolve where rkey = ? and (state = ? or state = ?)",
+                                   {rkey, int(UploadWaiting), int(Uploading)});
         if (res.rkey == 0)
             continue;
         first << rkey;
@@ -453,7 +429,8 @@ QList<db_resolve> ResolveDAO::nextUploads(int limit)
         return rows;
     // Asked at every tick: an index walk a state, merged here, instead of sorting every row that waits.
     const QString each = "select * from resolve where state = ? order by pri limit ?";
-    QList<db_resolve> others = list(each, {110, limit + first.size()}) + list(each, {111, limit + first.size()});
+    QList<db_resolve> others =
+        list(each, {int(UploadWaiting), limit + first.size()}) + list(each, {int(Uploading), limit + first.size()});
     std::stable_sort(others.begin(), others.end(),
                      [](const db_resolve &a, const db_resolve &b) { return a.pri < b.pri; });
     for (const db_resolve &res : qAsConst(others))
@@ -545,7 +522,8 @@ void ResolveDAO::readWaiting(int type)
     {
         Locker lock(m_mutex);
         const QString from = "select rkey,ordernum,project,lpath,state,pri from resolve where state = ?";
-        rows = type == 0 ? list(from, {100}) : list(from + " or state = ?", {110, 111});
+        rows =
+            type == 0 ? list(from, {int(Waiting)}) : list(from + " or state = ?", {int(UploadWaiting), int(Uploading)});
         const QList<qlonglong> first = m_priority[type == 0 ? 0 : 1];
         const auto place = [&](const db_resolve &res) {
             const int at = first.indexOf(res.rkey);

@@ -1,7 +1,10 @@
 #pragma once
 // The store of scenes: resolve.db in the account's folder, one row per scene file from its drop until its upload has
-// finished. The row's state number is the whole life of a scene. Global, made on first use, any thread; signals are
-// emitted after the change, the mutex no longer held by the time a queued listener runs.
+// finished. The row's state number is the whole life of a scene, and it's changed along an act only: compare and set,
+// so that of two who act at once the second changes nothing. The store tells by signals what changed; what the server
+// hears of it is the queue's business. Global, made on first use, any thread; signals are emitted after the change,
+// the mutex no longer held by the time a queued listener runs.
+#include "common/facts/SceneState.h"
 #include "db/Records.h"
 #include "db/Store.h"
 #include <QPair>
@@ -11,11 +14,9 @@ class ResolveDAO : public Store
     Q_OBJECT
 public:
     static ResolveDAO *instance();
-    bool open(const QString &userDir); // schema, migration, recovery (101->100, 108->107, 111->110)
+    bool open(const QString &userDir); // schema, migration, recovery of what was under way
     void releaseResolve();             // closes; open() may follow with another account
 
-    static QString stateText(int state);                       // translated; empty where a state has no text
-    static QString errorText(int error);                       // translated; empty where none
     static QString projectColumn(int id, const QString &name); // "%1_%2"
     static void splitProject(const QString &column, int *id, QString *name);
 
@@ -33,21 +34,21 @@ public:
     db_resolve nextWithoutOrder();
     bool setOrder(qlonglong rkey, int missionId, const QString &order);
     db_resolve nextToAnalyse(bool slave, const QList<qlonglong> &without = {}); // passes over those keys
-    // The single way to change state, error and rtime (ms) together: emits stateChanged, reports to the server.
-    bool setState(qlonglong rkey, int state, int error, qlonglong rtime);
-    // As setState, but only from one of the states: compared and set in one statement. False: in another state, or
-    // gone.
-    bool changeState(qlonglong rkey, const QList<int> &from, int state, int error, qlonglong rtime);
-    bool setFinishedOnMaster(qlonglong rkey); // 118
-    bool remove(qlonglong rkey);              // emits resolveDeleted, reports type 2
-    bool savePara(const db_resolve &res);     // rdata, rfile, rset
+    // The single way to change state, error and rtime (now) together: along an act, from a state that it allows. to may
+    // be left out where the act leads to one state. 1: changed, emits stateChanged and stepped; 0: the row is gone or
+    // in another state (its own state again with the same error counts as changed, without a signal); -1: the write
+    // failed, the row is as it was and the work must be found again.
+    int step(qlonglong rkey, SceneState::Act act, int to = 0, int error = 0);
+    int mark(qlonglong rkey, int error);  // as step, the error alone: a word on a row whose state stays
+    int remove(qlonglong rkey);           // as step; emits resolveDeleted and removed
+    bool savePara(const db_resolve &res); // rdata, rfile, rset
     bool saveMessage(qlonglong rkey, const QString &errstr);
     db_resolve nextToCommit(bool slave); // with rdata and rfile
-    QList<db_resolve> finished();        // 106 and 103
-    QList<db_resolve> waitingApproval(); // 115 and 116
+    QList<db_resolve> finished();        // Clean and Warned
+    QList<db_resolve> waitingApproval(); // ApprovalWaiting and Approved
     bool markBatch(qlonglong rkey);
     bool batchMarked(qlonglong rkey);
-    QList<db_resolve> nextUploads(int limit);                 // 110 and 111, the priority list first
+    QList<db_resolve> nextUploads(int limit);                 // SceneState::ForUpload, the priority list first
     void setPriority(int type, const QList<qlonglong> &keys); // 0 analysis, 1 upload; in memory only
     bool setSum(qlonglong rkey, int fsum);
     bool fileDone(qlonglong rkey, qlonglong size); // fok + 1, emits upProgress, fup + size
@@ -64,6 +65,8 @@ signals:
     void refreshAll();
     void orderChanged(db_resolve res);
     void stateChanged(db_resolve res);
+    void stepped(db_resolve before, int state); // what stateChanged tells, with the row as it was
+    void removed(db_resolve res);
     void resolveDeleted(qlonglong rkey);
     void paraSet(db_resolve res);
     void upProgress(qlonglong rkey, int ok, int sum);

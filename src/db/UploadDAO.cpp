@@ -1,13 +1,14 @@
 #include "db/UploadDAO.h"
+#include "common/facts/FileStates.h"
+#include "common/facts/PageSize.h"
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
 
 namespace
 {
-constexpr int PageRows = 30;
+constexpr int PageRows = PageSize::Files;
 constexpr int DeletesPerWork = 500;
-enum State { Waiting = 10, Running = 11, Failed = 13, GivenUp = 30, Serving = 50 };
 
 db_upfile fromRow(const Row &row)
 {
@@ -63,8 +64,9 @@ bool UploadDAO::open(const QString &userDir)
     exec("create index up_tick on up(ordernum,state,pri)", {}, true);
     exec("create index up_pri on up(pri)", {}, true);
     mendPri();
-    exec("update up set state = ? where state<>? and state<>?", {int(Waiting), int(GivenUp), int(Waiting)});
-    exec("update up set state = ? where state is null", {int(Waiting)});
+    exec("update up set state = ? where state<>? and state<>?",
+         {int(FileStates::UpWait), int(FileStates::UpGaveUp), int(FileStates::UpWait)});
+    exec("update up set state = ? where state is null", {int(FileStates::UpWait)});
     return true;
 }
 
@@ -165,7 +167,7 @@ QList<db_upfile> UploadDAO::nextWaiting(const QString &order, const QList<qlongl
         for (qlonglong pri : running)
             values << pri;
     }
-    values << int(Waiting) << limit;
+    values << int(FileStates::UpWait) << limit;
     // The running rows still read as waiting: the index is walked past them, at most as many as there are workers.
     each("select * from up where ordernum = ?" + without + " and state = ? order by pri limit ?", values,
          [&](const Row &row) { list << fromRow(row); });
@@ -177,7 +179,7 @@ bool UploadDAO::setState(qlonglong pri, int state, int error)
     bool good;
     {
         Locker lock(m_mutex);
-        good = state == Failed || state == GivenUp
+        good = state == FileStates::UpError || state == FileStates::UpGaveUp
                    ? exec("update up set state = ? ,error = ? where pri = ?", {state, error, pri})
                    : exec("update up set state = ?  where pri = ?", {state, pri});
     }
@@ -261,7 +263,7 @@ int UploadDAO::countFailed(const QString &order)
 {
     Locker lock(m_mutex);
     return int(number("select count(*) from up where ordernum = ? and (state = ? or state = ?)",
-                      {order, int(Failed), int(GivenUp)}));
+                      {order, int(FileStates::UpError), int(FileStates::UpGaveUp)}));
 }
 
 qlonglong UploadDAO::sumSize(const QString &order)
@@ -273,14 +275,15 @@ qlonglong UploadDAO::sumSize(const QString &order)
 bool UploadDAO::reUp(const QString &order)
 {
     Locker lock(m_mutex);
-    return exec("update up set state = ? where ordernum = ? and (state = ? or state = ? or state = ?)",
-                {int(Waiting), order, int(Running), int(Failed), int(GivenUp)});
+    return exec(
+        "update up set state = ? where ordernum = ? and (state = ? or state = ? or state = ?)",
+        {int(FileStates::UpWait), order, int(FileStates::UpRun), int(FileStates::UpError), int(FileStates::UpGaveUp)});
 }
 
 bool UploadDAO::resetLeftBehind(const QString &order, const QList<qlonglong> &running)
 {
     Locker lock(m_mutex);
-    QVariantList values{int(Waiting), order, int(Running), int(Serving)};
+    QVariantList values{int(FileStates::UpWait), order, int(FileStates::UpRun), int(FileStates::UpServer)};
     for (qlonglong pri : running)
         values << pri;
     const QString without =

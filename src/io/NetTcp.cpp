@@ -1,4 +1,5 @@
 #include "io/NetTcp.h"
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include <algorithm>
@@ -13,7 +14,8 @@
 
 namespace
 {
-constexpr int LinkModule = 100, Heart = 10000, Kick = 10001, Token = 10308, Login = 10309, Stream = 10407;
+constexpr int LinkModule = 100, Heart = Command::HeartBeat, Kick = Command::Kick, Token = Command::LoginInfo,
+              Login = Command::Login, Stream = Command::Preview;
 constexpr int FirstKick = 1000100; // of the reasons of a new login
 constexpr int SeqOffset = 8, SentHeadSize = 28;
 
@@ -25,12 +27,12 @@ std::atomic<NetTcp::Barrier> barrier{nullptr};
 bool isLastWord(int cmd)
 {
     switch (cmd) {
-    case 10400:
-    case 10413:
-    case 10417:
-    case 10703:
-    case 10704:
-    case 10802:
+    case Command::Order:
+    case Command::Results:
+    case Command::GiveUpOrder:
+    case Command::ObjectStored:
+    case Command::UploadOver:
+    case Command::FileFetched:
         return true;
     default:
         return false;

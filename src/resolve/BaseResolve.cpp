@@ -1,4 +1,8 @@
 #include "resolve/BaseResolve.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/Rset.h"
+#include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include "common/platform/Platform.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -20,16 +24,17 @@
 
 namespace
 {
-enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
-enum State { Running = 101, Warned = 103, Failed = 104, Incomplete = 105, Clean = 106 };
-enum Error { WriteFailed = 10004, ProcessErrors = 10000, WrongData = 10012 };
 const QString TempTail = QStringLiteral("_vdtemp");
 
 constexpr qint64 LogCeiling = 2LL * 1024 * 1024 * 1024; // of a child's output; what comes behind it is dropped
 constexpr int NoiseCeiling = 1024 * 1024;               // of error output in the application's log
 constexpr int MaxNameBytes = 255;                       // of a file name on common disks
 
-int stateOf(int status) { return status == 0 ? Clean : status == 1 ? Warned : status == 2 ? Failed : Incomplete; }
+int stateOf(int status)
+{
+    using namespace SceneState;
+    return status == 0 ? Clean : status == 1 ? Warned : status == 2 ? Failed : Incomplete;
+}
 
 // The name of a log within what a disk takes: a long scene name loses its beginning.
 QString fitting(const QString &prefix, const QString &scene, const QString &tail)
@@ -76,17 +81,17 @@ QString BaseResolve::oldLog(const QString &folder, const QString &scenePath)
 BaseResolve *BaseResolve::create(int softwareType)
 {
     switch (softwareType) {
-    case Maya:
+    case SoftwareType::Maya:
         return new MayaResolve;
-    case Max:
+    case SoftwareType::Max:
         return new MaxResolve;
-    case Houdini:
+    case SoftwareType::Houdini:
         return new HoudiniResolve;
-    case Cinema4D:
+    case SoftwareType::Cinema4D:
         return new C4DResolve;
-    case Clarisse:
+    case SoftwareType::Clarisse:
         return new ClarisseResolve;
-    case Terragen:
+    case SoftwareType::Terragen:
         return new TerragenResolve;
     default:
         return nullptr;
@@ -115,8 +120,7 @@ void BaseResolve::setUp(const db_resolve &record, const QString &softwareText, i
     sceneFile = VFunc::followLinks(record.lpath);
     software = softwareText;
     if (software.isEmpty())
-        software =
-            parsed(record.rset).value(QLatin1String("env")).toObject().value(QLatin1String("software")).toString();
+        software = Rset(record.rset).software();
     software = software.toLower();
     if (UserInfo::resolveOs() == QLatin1String("linux"))
         software.remove(QLatin1String(" linux"));
@@ -188,7 +192,7 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     m_mark = QStringLiteral("vandrel_filepath=") + logFile;          // every analysis has a log of its own
     environment.insert(QStringLiteral("vandrel_filepath"), logFile); // for scripts that write the log by themselves
     environment.insert(QStringLiteral("vandrel_fileload"), native(sceneFile));
-    if (softwareType == Maya)
+    if (softwareType == SoftwareType::Maya)
         environment.insert(QStringLiteral("VandrelMayaCache"),
                            QString::number(UserInfo::mayaCache())); // the quick road has no words
     m_process->setProcessEnvironment(environment);
@@ -214,7 +218,7 @@ void BaseResolve::readyRead() { writeFile(); }
 
 void BaseResolve::writeFile()
 {
-    if (softwareType == Max || softwareType == Cinema4D)
+    if (softwareType == SoftwareType::Max || softwareType == SoftwareType::Cinema4D)
         return stdOut();
     const QByteArray bytes = m_process->readAllStandardOutput();
     if (bytes.isEmpty() || m_err != 0)
@@ -232,7 +236,7 @@ void BaseResolve::writeFile()
     if (m_out.write(bytes) == bytes.size() && m_out.flush())
         return;
     qWarning().noquote() << "BaseResolve::writeFile" << logFile << m_out.errorString();
-    setError(WriteFailed);
+    setError(AnalysisError::WriteError);
 }
 
 void BaseResolve::stdOut()
@@ -241,7 +245,7 @@ void BaseResolve::stdOut()
     const QByteArray bytes = m_tail + m_process->readAllStandardOutput();
     m_tail = bytes.right(word.size() - 1);
     // Cinema 4D stays open when its script has ended.
-    if (softwareType == Cinema4D && bytes.contains(word)) {
+    if (softwareType == SoftwareType::Cinema4D && bytes.contains(word)) {
         qDebug().noquote() << "BaseResolve::stdOut client kill C4D" << m_pid;
         m_tail.clear();
         finishResolve();
@@ -271,7 +275,7 @@ void BaseResolve::error(QProcess::ProcessError err)
         m_err = 0;
         writeFile();
     } else {
-        m_err = ProcessErrors + int(err);
+        m_err = AnalysisError::ProcessErrors + int(err);
     }
     finishResolve();
 }
@@ -306,12 +310,12 @@ void BaseResolve::finishResolve()
     m_done = true;
     m_out.close();
     finishLogName();
-    if (m_err != 0 || softwareType != Clarisse)
+    if (m_err != 0 || softwareType != SoftwareType::Clarisse)
         return conclude();
     m_disk.start([this, log = logFile, scene = sceneFile](const StopToken &stop) -> DiskWork::Result {
         const bool good = ClarisseXml::convert(log, scene, stop);
         return [this, good] {
-            m_err = good ? 0 : WrongData;
+            m_err = good ? 0 : AnalysisError::BadResult;
             conclude();
         };
     });
@@ -321,20 +325,17 @@ void BaseResolve::conclude()
 {
     if (m_err == 0) {
         const db_resolve res = record();
-        const QJsonObject rset = parsed(res.rset);
-        QJsonValue plugins = rset.value(QLatin1String("plugins"));
-        if (!plugins.isArray())
-            plugins = rset.value(QLatin1String("env")).toObject().value(QLatin1String("plugins"));
-        const QString chosen = QString::fromUtf8(QJsonDocument(plugins.toArray()).toJson(QJsonDocument::Compact));
+        const Rset rset(res.rset);
+        const QString chosen = QString::fromUtf8(QJsonDocument(rset.plugins()).toJson(QJsonDocument::Compact));
         take(LogParser::read(logFile, softwareType, UserInfo::isSlave() ? QString() : res.lpath, chosen));
     }
     db_resolve res = record();
     if (m_err != 0) {
         res.error = m_err;
-        res.state = Failed;
+        res.state = SceneState::Failed;
     }
-    if (res.state == Running)
-        res.state = Clean;
+    if (res.state == SceneState::Analysing)
+        res.state = SceneState::Clean;
     {
         QMutexLocker lock(&m_mutex);
         m_record = res;
@@ -349,22 +350,22 @@ void BaseResolve::take(const ParsedLog &log)
         return;
     db_resolve res = record();
     res.state = stateOf(log.status);
-    if (res.state != Clean) {
+    if (res.state != SceneState::Clean) {
         res.errstr = log.details;
         ResolveDAO::instance()->saveMessage(res.rkey, res.errstr);
     }
-    if (res.state != Failed) {
+    if (res.state != SceneState::Failed) {
         QJsonObject result = log.content;
         const bool empty = result.isEmpty();
         result.insert(QStringLiteral("resStatus"), log.status);
-        if (softwareType == Maya && fastMaya)
+        if (softwareType == SoftwareType::Maya && fastMaya)
             result.insert(QStringLiteral("parseSubmit"), 1);
         res.rdata = compact(result);
         if (!empty) {
             res.rfile = log.files;
             if (!ResolveDAO::instance()->savePara(res)) {
                 qWarning().noquote() << "BaseResolve::take" << res.rkey << "result not saved";
-                m_err = WriteFailed;
+                m_err = AnalysisError::WriteError;
             }
             res.rfile.clear();
         }

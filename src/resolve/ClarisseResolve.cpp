@@ -1,4 +1,5 @@
 #include "resolve/ClarisseResolve.h"
+#include "common/facts/AnalysisError.h"
 #include "resolve/SoftwareFinder.h"
 
 QString ClarisseResolve::version(const QString &software)
@@ -9,11 +10,10 @@ QString ClarisseResolve::version(const QString &software)
 
 void ClarisseResolve::resolve()
 {
-    enum { Malformed = 10010, NotFound = 10011 };
     if (software.trimmed().isEmpty())
-        return setError(Malformed);
+        return setError(AnalysisError::BadSoftware);
     const SoftwareFinder::Installation clarisse = SoftwareFinder::clarisse(software, version(software));
     if (!clarisse.found())
-        return setError(NotFound);
+        return setError(AnalysisError::NoSoftware);
     startPro(clarisse.program, {sceneFile, QStringLiteral("-info")});
 }

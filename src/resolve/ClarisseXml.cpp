@@ -1,4 +1,5 @@
 #include "resolve/ClarisseXml.h"
+#include "common/facts/SoftwareType.h"
 #include "resolve/DiskPath.h"
 #include "resolve/LogParser.h"
 #include "resolve/XmlSource.h"
@@ -8,7 +9,6 @@
 
 namespace
 {
-constexpr int ClarisseType = 7;
 
 constexpr int MaxDepth = 256;
 
@@ -232,7 +232,7 @@ bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep
         details += (details.isEmpty() ? QString() : QStringLiteral("\n")) + tr("丢失文件：%1").arg(path);
     const QJsonObject content{{QStringLiteral("sceneName"), scene},
                               {QStringLiteral("missionName"), scene.section(QLatin1Char('/'), -1)},
-                              {QStringLiteral("softwareType"), ClarisseType},
+                              {QStringLiteral("softwareType"), int(SoftwareType::Clarisse)},
                               {QStringLiteral("files"), QJsonArray::fromStringList(files)},
                               {QStringLiteral("modelParameters"), QJsonObject{{QStringLiteral("images"), images}}}};
     *result = {{QStringLiteral("status"), missing.isEmpty() ? 0 : 1},

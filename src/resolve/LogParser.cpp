@@ -1,4 +1,6 @@
 #include "resolve/LogParser.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/SoftwareType.h"
 #include "resolve/FilesCut.h"
 #include "resolve/MaxLog.h"
 #include <QByteArrayMatcher>
@@ -13,8 +15,6 @@
 namespace
 {
 constexpr int Block = 1024 * 1024;
-constexpr int WrongData = 10012;
-enum Software { MaxType = 3, C4DType = 5 };
 
 QString decodeWith(QTextCodec *codec, const QByteArray &bytes, bool *good)
 {
@@ -128,16 +128,17 @@ ParsedLog LogParser::read(const QString &logPath, int softwareType, const QStrin
 {
     ParsedLog log;
     bool found = false, tooLarge = false;
-    const QByteArray text = between(logPath, softwareType != MaxType, &found, &tooLarge);
+    const QByteArray text = between(logPath, softwareType != SoftwareType::Max, &found, &tooLarge);
     if (!found)
         return log;
     if (tooLarge) {
         qWarning().noquote() << "LogParser::read" << logPath << "holds a result of more than" << MaxResult << "bytes";
         log.found = true;
-        log.error = WrongData;
+        log.error = AnalysisError::BadResult;
         return log;
     }
-    log = softwareType == MaxType ? MaxLog::parse(decode(text)) : parseJson(text, softwareType, first, plugins);
+    log =
+        softwareType == SoftwareType::Max ? MaxLog::parse(decode(text)) : parseJson(text, softwareType, first, plugins);
     log.found = true;
     return log;
 }
@@ -152,7 +153,7 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
     const QJsonValue status = result.value(QLatin1String("status"));
     log.status = status.toInt(status.toString().toInt());
     if (result.isEmpty() || log.status < 0 || log.status > 3) {
-        log.error = WrongData;
+        log.error = AnalysisError::BadResult;
         return log;
     }
     log.details = result.value(QLatin1String("details")).toString();
@@ -163,7 +164,7 @@ ParsedLog LogParser::parseJson(const QByteArray &json, int softwareType, const Q
             files.prepend(first);
         cut.list = lead + QString::fromUtf8(strings(files));
     }
-    if (softwareType == C4DType)
+    if (softwareType == SoftwareType::Cinema4D)
         finishC4D(&log, first, plugins, &cut.list);
     cut.list.append(QLatin1Char(']'));
     log.files = cut.list;

@@ -11,7 +11,7 @@
 
 struct ParsedLog {
     bool found = false; // the marker was there
-    int error = 0;      // 10012 where what follows it can't be used
+    int error = 0;      // BadResult where what follows it can't be used
     int status = 0;     // 0 clean, 1 warnings, 2 errors, 3 parameters missing
     QString details;
     QJsonObject content; // the result without its files

@@ -1,4 +1,5 @@
 #include "resolve/MaxLog.h"
+#include "common/facts/SoftwareType.h"
 #include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -6,7 +7,6 @@
 
 namespace
 {
-constexpr int MaxType = 3;
 
 int number(const QString &text)
 {
@@ -184,7 +184,7 @@ QJsonObject MaxLog::result() const
     const QString scene = slashes(m_scene);
     return {{QStringLiteral("sceneName"), scene},
             {QStringLiteral("missionName"), scene.section(QLatin1Char('/'), -1)},
-            {QStringLiteral("softwareType"), MaxType},
+            {QStringLiteral("softwareType"), int(SoftwareType::Max)},
             {QStringLiteral("modelParameters"), model()}};
 }
 

@@ -1,4 +1,5 @@
 #include "resolve/MaxResolve.h"
+#include "common/facts/AnalysisError.h"
 #include "common/platform/Platform.h"
 #include "common/UserInfo.h"
 #include "resolve/BatchFile.h"
@@ -18,10 +19,9 @@ QString script()
 
 void MaxResolve::resolve()
 {
-    constexpr int Malformed = 10010;
     const QStringList words = software.split(QLatin1Char(' '), Qt::SkipEmptyParts);
     if (words.size() < 3)
-        return setError(Malformed);
+        return setError(AnalysisError::BadSoftware);
     const auto check = [year = words.last(), path = sceneFile](const StopToken &) {
         const QString matched = MaxVersion::isVersionMatched(year, path);
         return matched == QLatin1String("matched") ? 0 : matched.toInt();
@@ -31,10 +31,9 @@ void MaxResolve::resolve()
 
 void MaxResolve::startSoftware(const QString &year)
 {
-    enum { WriteFailed = 10004, NotFound = 10011 };
     const SoftwareFinder::Installation max = SoftwareFinder::max(software, year);
     if (!max.found())
-        return setError(NotFound);
+        return setError(AnalysisError::NoSoftware);
 
     const QString starter = logFile + QLatin1String(".ms");
     BatchFile batch(platform::isWindows());
@@ -47,9 +46,9 @@ void MaxResolve::startSoftware(const QString &year)
     // The script appends to the log, which has to be there.
     if (BatchFile::write(starter, QStringLiteral("filein \"%1\"\r\n").arg(script()).toUtf8()).isEmpty() ||
         BatchFile::write(logFile, {}).isEmpty())
-        return setError(WriteFailed);
+        return setError(AnalysisError::WriteError);
     const QString path = batch.write(logFile);
     if (path.isEmpty())
-        return setError(WriteFailed);
+        return setError(AnalysisError::WriteError);
     startBatch(path);
 }

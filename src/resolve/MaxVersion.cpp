@@ -1,4 +1,5 @@
 #include "resolve/MaxVersion.h"
+#include "common/facts/AnalysisError.h"
 #include "resolve/DiskPath.h"
 #include <QDebug>
 #include <QFile>
@@ -57,12 +58,12 @@ QString MaxVersion::isVersionMatched(const QString &year, const QString &path)
     qWarning().noquote() << "MaxVersion::isVersionMatched max verInfo error:" << stamp << year << path;
     switch (stamp) {
     case UnknownYear:
-        return QStringLiteral("10030");
+        return QString::number(AnalysisError::VersionUnsupported);
     case NotRead:
-        return QStringLiteral("10031");
+        return QString::number(AnalysisError::BadScene);
     case NotOpened:
-        return QStringLiteral("10032");
+        return QString::number(AnalysisError::SceneUnreadable);
     default:
-        return QStringLiteral("10033");
+        return QString::number(AnalysisError::VersionDiffers);
     }
 }

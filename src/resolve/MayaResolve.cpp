@@ -1,4 +1,5 @@
 #include "resolve/MayaResolve.h"
+#include "common/facts/AnalysisError.h"
 #include "common/UserInfo.h"
 #include "resolve/SoftwareFinder.h"
 #include <QFileInfo>
@@ -18,11 +19,10 @@ QString MayaResolve::scriptFolder(const QString &software)
 
 void MayaResolve::resolve()
 {
-    constexpr int NotFound = 10011;
     const QString version = QString(software).remove(QLatin1String("maya")).trimmed();
     const SoftwareFinder::Installation maya = SoftwareFinder::maya(software, version, fastMaya != 0);
     if (!maya.found())
-        return setError(NotFound);
+        return setError(AnalysisError::NoSoftware);
     const QString scripts = scriptFolder(software);
     const QString project = rsetText(QStringLiteral("mayaProject"));
     const QStringList inProject = project.isEmpty() ? QStringList() : QStringList{QStringLiteral("-proj"), project};

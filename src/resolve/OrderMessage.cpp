@@ -1,12 +1,11 @@
 #include "resolve/OrderMessage.h"
-#include "resolve/ParameterModel.h"
+#include "common/facts/SoftwareType.h"
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QSet>
 
 namespace
 {
-enum Software { Maya = 1, Max = 3 };
 #ifdef Q_OS_WIN
 constexpr bool Posix = false;
 #else
@@ -62,9 +61,9 @@ OrderMessage OrderMessage::build(const db_resolve &res, const Options &options)
     bool rsetGood = false, rdataGood = false, rfileGood = true;
     const QJsonObject rset = object(res.rset, &rsetGood);
     const QJsonObject rdata = object(res.rdata, &rdataGood);
-    const int type = ParameterModel::softwareType(res, rdata, rset);
+    const int type = SoftwareType::ofRow(rset, res.lpath, rdata);
     const bool onlyScene =
-        type == Maya && rdata.contains("onlyScene") && rdata.value("onlyScene").toVariant().toInt() != 0;
+        type == SoftwareType::Maya && rdata.contains("onlyScene") && rdata.value("onlyScene").toVariant().toInt() != 0;
     // The fragment is a piece of an object: in braces it is one.
     const QJsonObject rfile =
         onlyScene || res.rfile.trimmed().isEmpty() ? QJsonObject() : object('{' + res.rfile + '}', &rfileGood);
@@ -84,7 +83,7 @@ OrderMessage OrderMessage::build(const db_resolve &res, const Options &options)
         body.remove(QLatin1String(key));
 
     changeText(&body, "sceneName", options.pathCase);
-    if (type == Max && body.value("modelParameters").isObject()) {
+    if (type == SoftwareType::Max && body.value("modelParameters").isObject()) {
         QJsonObject model = body.value("modelParameters").toObject();
         changeText(&model, "vrLightCacheFile", options.pathCase);
         changeText(&model, "vrIrradianceMapFile", options.pathCase);

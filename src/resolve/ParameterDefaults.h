@@ -2,12 +2,13 @@
 // What a commit without a dialog fills in, one function per software: just what the dialog would have saved with
 // nothing touched. Each may run again on its own output. Used by ParameterModel alone; any thread.
 #include "common/CommonConfig.h"
+#include "common/facts/SoftwareType.h"
 #include <QJsonObject>
 #include <QString>
 
 namespace ParameterDefaults
 {
-enum Software { Maya = 1, Max = 3, Houdini = 4, Cinema4D = 5, Clarisse = 7, Terragen = 8 };
+using namespace SoftwareType;
 
 // "MAYA_PROJECT=..." in the machine's variables.
 void mayaProject(QJsonObject *rset);

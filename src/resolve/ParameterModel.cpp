@@ -1,4 +1,5 @@
 #include "resolve/ParameterModel.h"
+#include "common/facts/SoftwareType.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "resolve/FrameSet.h"
@@ -176,10 +177,7 @@ void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
 
 int ParameterModel::softwareType(const db_resolve &res, const QJsonObject &rdata, const QJsonObject &rset)
 {
-    int type = rdata.value(QLatin1String("softwareType")).toVariant().toInt();
-    if (type == 0)
-        type = rset.value(QLatin1String("softwareType")).toVariant().toInt();
-    return type != 0 ? type : VFunc::softwareTypeOf(scenePath(res));
+    return SoftwareType::ofRow(rset, res.lpath, rdata);
 }
 
 bool ParameterModel::fill(db_resolve *res, const CommonConfig &config, QString *message)
@@ -298,7 +296,7 @@ bool ParameterModel::emptyResult(const db_resolve &res)
 
 QString ParameterModel::blockingText(const db_resolve &res)
 {
-    if (VFunc::softwareTypeOf(scenePath(res)) != Max)
+    if (SoftwareType::ofPath(scenePath(res)) != Max)
         return {};
     QJsonObject rdata;
     readObject(res.rdata, &rdata);

@@ -1,5 +1,8 @@
 #include "resolve/ResolveHandler.h"
 #include "common/CommonConfig.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/Rset.h"
+#include "common/facts/SoftwareType.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
 #include "common/UserInfo.h"
@@ -16,21 +19,18 @@
 
 namespace
 {
-enum Error { NoScene = 10013, Overdue = 10015 };
-constexpr int MayaType = 1;
+using SceneState::Act;
+
+const SceneState::Set CanCommit = SceneState::from(Act::Commit) | SceneState::from(Act::Recommit);
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
 ResolveDAO &dao() { return *ResolveDAO::instance(); }
 
-int typeOf(const db_resolve &row, const QJsonObject &rset)
-{
-    const int type = rset.value("softwareType").toVariant().toInt();
-    return type != 0 ? type : VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
-}
 } // namespace
 
-ResolveHandler::ResolveHandler(QObject *parent) : QObject(parent), m_order(this), m_submission(this), m_seat(this)
+ResolveHandler::ResolveHandler(QObject *parent)
+    : QObject(parent), m_reports(this), m_order(this), m_submission(this), m_seat(this)
 {
     // Without a login no reply comes any more: not after a lost link, nor after a kick.
     connect(NetTcp::instance(), &NetTcp::loginChanged, this, [this](bool on) {
@@ -90,12 +90,12 @@ void ResolveHandler::startAnalysis()
     const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown);
     if (row.rkey == 0)
         return;
-    const int type = typeOf(row, OrderMessage::object(row.rset));
+    const int type = SoftwareType::ofRow(Rset(row.rset).object(), row.lpath);
     const bool skip = CommonConfig::get().submitUpload != 0 || UserInfo::hasArgument("noresolve");
-    if (skip && type == MayaType && takeOldLog(row, type))
+    if (skip && type == SoftwareType::Maya && takeOldLog(row, type))
         return;
     if (!QFileInfo(VFunc::followLinks(row.lpath)).isFile()) { // nor a pipe, a device or a folder
-        dao().setState(row.rkey, 104, NoScene, now());
+        dao().step(row.rkey, Act::CannotStart, 0, AnalysisError::NoScene);
         return;
     }
     BaseResolve *work = BaseResolve::create(type);
@@ -111,10 +111,10 @@ void ResolveHandler::startAnalysis()
 void ResolveHandler::run(const db_resolve &row, BaseResolve *work, int softwareType)
 {
     db_resolve started = row;
-    started.state = 101;
+    started.state = SceneState::Analysing;
     started.error = 0;
     started.rtime = now();
-    if (!dao().setState(row.rkey, 101, 0, started.rtime)) {
+    if (dao().step(row.rkey, Act::Start) <= 0) { // paused since it was read, or the store is busy
         delete work;
         return;
     }
@@ -127,11 +127,10 @@ void ResolveHandler::run(const db_resolve &row, BaseResolve *work, int softwareT
         if (m_running.value(rkey).number == number)
             resolveTimeOut(rkey);
     });
-    const QJsonObject rset = OrderMessage::object(row.rset);
+    const Rset rset(row.rset);
     QString order = row.ordernum;
     order.replace('/', '_').replace('\\', '_');
-    work->setUp(started, rset.value("env").toObject().value("software").toString(), softwareType,
-                rset.value("startGpu").toVariant().toInt(),
+    work->setUp(started, rset.software(), softwareType, rset.startGpu(),
                 QStringLiteral("%1/resolve-%2-%3").arg(UserInfo::userDir()).arg(row.rkey).arg(order));
     work->startTimer(CommonConfig::get().parseTime);
     m_running.insert(row.rkey, {work, number});
@@ -146,13 +145,14 @@ bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType)
     if (log.isEmpty())
         return false;
     qDebug().noquote() << "maya不解析 找到日志:" << log;
+    if (dao().step(row.rkey, Act::Start) <= 0)
+        return true; // not this queue's any more, or looked at again
     db_resolve started = row;
-    started.state = 101;
+    started.state = SceneState::Analysing;
     BaseResolve work;
     work.logOnly = true;
     connect(&work, &BaseResolve::resolveFinished, this, [this](const db_resolve &res) { resolveFinished(res); });
-    work.setUp(started, OrderMessage::object(row.rset).value("env").toObject().value("software").toString(),
-               softwareType, 0, log);
+    work.setUp(started, Rset(row.rset).software(), softwareType, 0, log);
     work.finishResolve();
     return true;
 }
@@ -171,21 +171,21 @@ void ResolveHandler::resolveFinished(const db_resolve &res)
     removeAnalyser(res.rkey);
     const db_resolve row = dao().read(res.rkey);
     // An analysis that ran past its time and was let go on keeps the mark.
-    const int error = res.error == 0 && row.error == Overdue ? int(Overdue) : res.error;
-    qDebug().noquote() << "ResolveHandler::resolveFinished" << res.rkey << res.state << ResolveDAO::errorText(error);
-    dao().setState(res.rkey, res.state, error, now());
+    const int error = res.error == 0 && row.error == AnalysisError::Overdue ? int(AnalysisError::Overdue) : res.error;
+    qDebug().noquote() << "ResolveHandler::resolveFinished" << res.rkey << res.state << AnalysisError::text(error);
+    dao().step(res.rkey, Act::Finish, res.state, error);
 }
 
 void ResolveHandler::resolveTimeOut(qlonglong rkey)
 {
-    db_resolve res = m_running.value(rkey).work->record();
+    const db_resolve res = m_running.value(rkey).work->record();
     qWarning().noquote() << "ResolveHandler::resolveTimeOut" << rkey << res.lpath;
-    if (CommonConfig::get().killParseTime == 1) {
-        removeAnalyser(rkey);
-        res.state = 102;
-        res.rtime = now();
+    if (CommonConfig::get().killParseTime != 1) {
+        dao().mark(rkey, AnalysisError::Overdue);
+        return;
     }
-    dao().setState(rkey, res.state, Overdue, res.rtime);
+    removeAnalyser(rkey);
+    dao().step(rkey, Act::Overrun, 0, AnalysisError::Overdue);
 }
 
 void ResolveHandler::automatic()
@@ -193,11 +193,11 @@ void ResolveHandler::automatic()
     const CommonConfig config = CommonConfig::get();
     const bool clean = config.autoSubmit == 1, warned = clean && config.ignoreWarn == 1;
     for (const db_resolve &row : dao().finished()) {
-        const bool goes = row.state == 106 ? clean : warned || dao().batchMarked(row.rkey);
+        const bool goes = row.state == SceneState::Clean ? clean : warned || dao().batchMarked(row.rkey);
         if (!goes || m_held.value(row.rkey, -1) == row.rtime)
             continue;
         // What a seat handed over for the master's user to look at waits for that user.
-        const bool checked = OrderMessage::object(row.rset).value("needMasterCheck").toVariant().toBool();
+        const bool checked = Rset(row.rset).needMasterCheck();
         if (checked || !commit(row, false))
             m_held.insert(row.rkey, row.rtime); // looked at again when its state has changed
     }
@@ -206,7 +206,7 @@ void ResolveHandler::automatic()
 void ResolveHandler::commitResolve(qlonglong rkey, bool batch, QString order)
 {
     const db_resolve res = order.isEmpty() ? dao().read(rkey) : dao().readByOrder(order);
-    if (res.rkey == 0 || !((res.state >= 103 && res.state <= 106) || res.state == 109))
+    if (res.rkey == 0 || !CanCommit.contains(res.state))
         return;
     if (commit(res, true) && batch)
         dao().markBatch(res.rkey);
@@ -223,10 +223,11 @@ bool ResolveHandler::commit(db_resolve res, bool byUser)
         if (byUser && !text.isEmpty())
             tell(text);
         if (byUser && blocked)
-            dao().setState(res.rkey, 103, res.error, now());
+            dao().step(res.rkey, Act::BlockCommit, 0, res.error);
         return false;
     }
-    return dao().savePara(res) && dao().setState(res.rkey, 107, 0, now());
+    const Act act = res.state == SceneState::SubmitFailed ? Act::Recommit : Act::Commit;
+    return dao().savePara(res) && dao().step(res.rkey, act) > 0;
 }
 
 void ResolveHandler::tell(const QString &text)

@@ -3,8 +3,10 @@
 // what may go by itself, sends what is committed, and on a subordinate seat asks the master. Made and destroyed on the
 // thread of ResolveScan, which owns it; everyone else posts to it through Seam<ResolveCalls>. The rows are the truth:
 // an analyser is disposable, and one whose row was paused or deleted is never listened to again.
+#include "common/facts/PageSize.h"
 #include "db/Calls.h"
 #include "resolve/OrderRequest.h"
+#include "resolve/SceneReports.h"
 #include "resolve/SlaveSeat.h"
 #include "resolve/Submission.h"
 #include <QMap>
@@ -29,7 +31,7 @@ public:
     Q_INVOKABLE void addFile(QList<db_resolve> list) override;
     Q_INVOKABLE void reAddFile(qlonglong srcKey) override;
     Q_INVOKABLE void readFile(int page, int pageSize, QString search) override;
-    Q_INVOKABLE void readFile(int page) { readFile(page, 30, {}); }
+    Q_INVOKABLE void readFile(int page) { readFile(page, PageSize::Scenes, {}); }
     Q_INVOKABLE void delResolve(qlonglong rkey) override;
     Q_INVOKABLE void delResolveByTask(int missionId) override;
     Q_INVOKABLE void paraSet(qlonglong rkey) override;
@@ -69,6 +71,7 @@ private:
 
     QMap<qlonglong, Run> m_running;
     quint64 m_runs = 0;
+    SceneReports m_reports;
     OrderRequest m_order;
     Submission m_submission;
     SlaveSeat m_seat;

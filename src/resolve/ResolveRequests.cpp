@@ -1,4 +1,7 @@
 // What pages, the local API and the upload queue ask of ResolveHandler.
+#include "common/facts/AnalysisError.h"
+#include "common/facts/Command.h"
+#include "common/facts/Rset.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
@@ -10,24 +13,9 @@
 
 namespace
 {
-ResolveDAO &dao() { return *ResolveDAO::instance(); }
+using SceneState::Act;
 
-// The state that follows a request; 0 none.
-int followingState(int type, int state)
-{
-    switch (type) {
-    case 0:
-        return state == 100 || state == 101 ? 102 : 0;
-    case 1:
-        return state == 102 ? 100 : 0;
-    case 2:
-        return state == 110 || state == 111 ? 112 : 0;
-    case 3:
-        return state == 112 || state == 113 ? 110 : 0;
-    default:
-        return 0;
-    }
-}
+ResolveDAO &dao() { return *ResolveDAO::instance(); }
 } // namespace
 
 void ResolveHandler::addFile(QList<db_resolve> list)
@@ -42,14 +30,14 @@ void ResolveHandler::addFile(QList<db_resolve> list)
 void ResolveHandler::reAddFile(qlonglong srcKey)
 {
     const db_resolve row = dao().read(srcKey);
-    if (row.rkey == 0 || row.state >= 107)
+    if (row.rkey == 0 || !SceneState::possible(Act::Again, row.state))
         return;
     if (row.missionid == 0)
         return replaceRow(srcKey); // there is no task to give up
     if (!NetTcp::isLogin())
         qWarning().noquote() << "ResolveHandler::reAddFile" << srcKey << "waits for the link, ask again then";
     NetTcp::instance()->nvds(
-        104, 10417, QJsonObject{{"missionId", row.missionid}},
+        Command::module(Command::GiveUpOrder), Command::GiveUpOrder, QJsonObject{{"missionId", row.missionid}},
         [this, srcKey](int val, const QJsonDocument &) {
             qDebug().noquote() << "ResolveHandler::reAddFile" << srcKey << val;
             replaceRow(srcKey);
@@ -60,11 +48,11 @@ void ResolveHandler::reAddFile(qlonglong srcKey)
 void ResolveHandler::replaceRow(qlonglong srcKey)
 {
     db_resolve copy = dao().read(srcKey);
-    if (copy.rkey == 0 || copy.state >= 107)
+    if (copy.rkey == 0 || !SceneState::possible(Act::Again, copy.state))
         return;
     removeAnalyser(srcKey);
     copy.rkey = copy.pri = QDateTime::currentSecsSinceEpoch();
-    copy.state = 100;
+    copy.state = SceneState::Waiting;
     copy.ordernum.clear();
     copy.missionid = copy.error = copy.fok = copy.fsum = copy.filetype = 0;
     copy.errstr.clear();
@@ -83,7 +71,7 @@ void ResolveHandler::delResolve(qlonglong rkey)
     m_submission.forget(rkey);
     m_unknown.removeAll(rkey);
     m_held.remove(rkey);
-    if (row.rkey == 0 || !dao().remove(rkey) || row.ordernum.isEmpty())
+    if (row.rkey == 0 || dao().remove(rkey) <= 0 || row.ordernum.isEmpty())
         return;
     if (!Seam<UpCalls>::post([row](UpCalls &up) { up.delUp(row.ordernum, row.missionid); }))
         UploadDAO::instance()->removeOrder(row.ordernum);
@@ -99,7 +87,7 @@ void ResolveHandler::delResolveByTask(int missionId)
 void ResolveHandler::paraSet(qlonglong rkey)
 {
     qDebug().noquote() << "ResolveHandler::paraSet" << rkey;
-    if (dao().read(rkey).state < 107)
+    if (SceneState::possible(Act::EditParameters, dao().read(rkey).state))
         dao().showPara(rkey);
 }
 
@@ -110,18 +98,19 @@ void ResolveHandler::changeResolveState(qlonglong rkey, int type, QString order)
     const db_resolve row = order.isEmpty() ? dao().read(rkey) : dao().readByOrder(order);
     if (row.rkey == 0)
         return;
-    const int state = followingState(type, row.state);
+    const Act act = SceneState::ofChangeType(type);
     qDebug().noquote() << "准备修改" << row.rkey << row.state << type;
-    if (type == 0 && state != 0)
-        removeAnalyser(row.rkey);
-    if (type == 3) {
+    if (act == Act::ResumeUpload) {
         // Before the state: a scan that finds the order with nothing but failed rows would end it again at once.
         UploadDAO::instance()->reUp(row.ordernum);
         Seam<UpCalls>::post([row](UpCalls &up) { up.reUp(row.ordernum); });
     }
-    if (state != 0 && dao().setState(row.rkey, state, 0, QDateTime::currentMSecsSinceEpoch()))
-        qDebug().noquote() << "修改解析状态" << row.rkey << row.state << state;
-    if (type == 2 && state != 0)
+    if (!SceneState::possible(act, row.state) || dao().step(row.rkey, act) <= 0)
+        return;
+    qDebug().noquote() << "修改解析状态" << row.rkey << row.state << SceneState::to(act).only();
+    if (act == Act::PauseAnalysis)
+        removeAnalyser(row.rkey);
+    if (act == Act::PauseUpload)
         Seam<UpCalls>::post([row](UpCalls &up) { up.pauseUp(row.ordernum, row.missionid, 0, false); });
 }
 
@@ -129,10 +118,10 @@ void ResolveHandler::saveDataSet(db_resolve res)
 {
     const bool fresh = res.rkey == 0;
     if (fresh) {
-        if (!OrderMessage::object(res.rset).contains("hasClone"))
+        if (!Rset(res.rset).isClone())
             return;
         res.rkey = res.pri = QDateTime::currentSecsSinceEpoch();
-        res.state = 106;
+        res.state = SceneState::Clean;
         QList<db_resolve> list{res};
         if (!dao().insertBatch(&list)) {
             m_unsaved << list;
@@ -141,10 +130,10 @@ void ResolveHandler::saveDataSet(db_resolve res)
         res = list.first();
     }
     const db_resolve row = dao().read(res.rkey);
-    if (row.rkey == 0 || row.state >= 107)
+    if (row.rkey == 0 || !SceneState::possible(Act::EditParameters, row.state))
         return;
     if (dao().savePara(res))
-        dao().setState(res.rkey, 107, 0, QDateTime::currentMSecsSinceEpoch());
+        dao().step(res.rkey, Act::EditParameters);
 }
 
 void ResolveHandler::seeError(int type, qlonglong rkey)
@@ -156,7 +145,7 @@ void ResolveHandler::seeError(int type, qlonglong rkey)
         emit seeWarn(row);
         return;
     }
-    QString text = ResolveDAO::errorText(row.error);
+    QString text = AnalysisError::text(row.error);
     if (text.isEmpty() && row.error != 0)
         text = Session::errorText(row.error);
     tell(text.isEmpty() || !row.errstr.isEmpty() ? (text + '\n' + row.errstr).trimmed() : text);

@@ -1,4 +1,5 @@
 #include "resolve/ResolveScan.h"
+#include "common/facts/Command.h"
 #include "common/VFunc.h"
 #include "io/Ask.h"
 #include "resolve/ResolveHandler.h"
@@ -34,7 +35,7 @@ void ResolveScan::run()
     QThread *report = QThread::create([shared] {
         const QJsonObject machine = VFunc::machineReport();
         if (!shared->over)
-            Ask(10310, machine).send();
+            Ask(Command::MachineReport, machine).send();
         shared->done.release();
     });
     report->moveToThread(QCoreApplication::instance()->thread());

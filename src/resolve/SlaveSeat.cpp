@@ -10,7 +10,10 @@
 
 namespace
 {
+using SceneState::Act;
+
 constexpr int HandOverMs = 30000, PollMs = 10000;
+constexpr int Gone = -1; // the master has no such row
 
 QJsonValue feeAccount()
 {
@@ -23,55 +26,50 @@ QJsonValue feeAccount()
 // Keys are seconds: two seats of a master have equal ones soon enough, so each tells which seat it is.
 QString seatName()
 {
-    const QString group = QStringLiteral("Server"), key = QStringLiteral("seat");
-    QString name = UserInfo::allValue(group, key).toString();
+    QString name = UserInfo::setting(Settings::Seat).toString();
     if (name.isEmpty()) {
         name = QUuid::createUuid().toString(QUuid::Id128);
-        UserInfo::setAllValue(group, key, name);
+        UserInfo::setSetting(Settings::Seat, name);
     }
     return name;
 }
-
-void setState(qlonglong rkey, int state, int error = 0)
-{
-    ResolveDAO::instance()->setState(rkey, state, error, QDateTime::currentMSecsSinceEpoch());
-}
 } // namespace
 
-int SlaveSeat::approvalState(int masterState)
+Act SlaveSeat::approval(int masterState)
 {
-    if (masterState >= 110 && masterState <= 113)
-        return 116;
-    return masterState == 118 ? 119 : masterState == -1 ? 117 : 0;
+    if (SceneState::InUpload.contains(masterState))
+        return Act::Approve;
+    return masterState == SceneState::DoneForSeat ? Act::EndAtMaster : masterState == Gone ? Act::Reject : Act::None;
 }
 
 void SlaveSeat::step()
 {
     const db_resolve row = ResolveDAO::instance()->nextToCommit(true);
-    if (row.rkey == 0)
+    if (row.rkey == 0 || ResolveDAO::instance()->step(row.rkey, Act::Submit) <= 0)
         return;
-    setState(row.rkey, 108);
     Request request;
     request.url = UserInfo::master() + "/model/analysis";
     request.bareAddress = true;
     QJsonObject body = OrderMessage::handOver(row, feeAccount(), UserInfo::needMasterCheck());
     body["seat"] = seatName();
     request.byte = QJsonDocument(body).toJson(QJsonDocument::Compact);
-    const auto open = [rkey = row.rkey] { return ResolveDAO::instance()->read(rkey).state == 108; };
+    const auto open = [rkey = row.rkey] { return ResolveDAO::instance()->read(rkey).state == SceneState::Submitting; };
     WebAsk::post(request)
         .within(HandOverMs)
         .answered([rkey = row.rkey, open](const FuncBody &rep) {
             qDebug().noquote() << "SlaveSeat::step" << rkey << QString::fromUtf8(rep.raw);
             if (!open())
                 return;
-            if (rep.result == 1)
-                return setState(rkey, 115);
+            if (rep.result == 1) {
+                ResolveDAO::instance()->step(rkey, Act::HandOver);
+                return;
+            }
             ResolveDAO::instance()->saveMessage(rkey, rep.msg);
-            setState(rkey, 109, rep.code);
+            ResolveDAO::instance()->step(rkey, Act::Refuse, 0, rep.code);
         })
-        .failed([rkey = row.rkey, open] {
-            if (open())
-                setState(rkey, 107); // the master can't be reached: the next scan tries again
+        .failed([rkey = row.rkey] {
+            // The master can't be reached: the next scan tries again.
+            ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
         })
         .send(this);
 }
@@ -102,15 +100,12 @@ void SlaveSeat::answered(qlonglong rkey, const QJsonObject &data)
 {
     ResolveDAO *dao = ResolveDAO::instance();
     const db_resolve row = dao->read(rkey);
-    if (row.rkey == 0 || (row.state != 115 && row.state != 116))
+    if (!SceneState::possible(Act::EndAtMaster, row.state))
         return;
-    const int state = approvalState(data.value("state").toInt());
+    const Act act = approval(data.value("state").toInt());
     const int fok = data.value("fok").toInt(), fsum = data.value("fsum").toInt();
     if (fok != row.fok || fsum != row.fsum)
         dao->setCounts(rkey, fok, fsum);
-    if (state == 0 || state == row.state)
-        return;
-    setState(rkey, state);
-    if (state == 119)
+    if (SceneState::possible(act, row.state) && dao->step(rkey, act) > 0 && act == Act::EndAtMaster)
         dao->remove(rkey);
 }

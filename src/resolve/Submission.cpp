@@ -1,4 +1,7 @@
 #include "resolve/Submission.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/Command.h"
+#include "common/facts/FileStates.h"
 #include "common/ResultRoots.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -13,9 +16,7 @@
 
 namespace
 {
-constexpr int Success = 1040000;
-constexpr int WrongData = 10012, TimedOut = 10002; // of the analysis errors, whose texts fit
-constexpr int WaitingUpload = 10;
+using SceneState::Act;
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
@@ -58,10 +59,10 @@ void Submission::send(const db_resolve &row)
     if (!order.valid) {
         qWarning().noquote() << "Submission::send" << row.rkey << row.lpath
                              << "the result of the analysis can't be read";
-        dao->setState(row.rkey, 109, WrongData, now());
+        dao->step(row.rkey, Act::Refuse, 0, AnalysisError::BadResult);
         return;
     }
-    if (!dao->setState(row.rkey, 108, 0, now()))
+    if (dao->step(row.rkey, Act::Submit) <= 0)
         return;
     keepRoots(row);
     Sent sent;
@@ -70,7 +71,7 @@ void Submission::send(const db_resolve &row)
     sent.files = order.files;
     m_sent.insert(row.rkey, sent);
     NetTcp::instance()->nvds(
-        104, 10400, order.body,
+        Command::module(Command::Order), Command::Order, order.body,
         [this, rkey = row.rkey, attempt = sent.attempt](int val, const QJsonDocument &doc) {
             replied(rkey, attempt, val, doc.object());
         },
@@ -84,16 +85,16 @@ void Submission::timeOut()
             continue;
         it->late = true;
         qWarning().noquote() << "Submission::timeOut" << it.key() << "no reply within" << m_replyMs << "ms";
-        if (ResolveDAO::instance()->read(it.key()).state == 108)
-            ResolveDAO::instance()->setState(it.key(), 109, TimedOut, now());
+        if (ResolveDAO::instance()->read(it.key()).state == SceneState::Submitting)
+            ResolveDAO::instance()->step(it.key(), Act::Refuse, 0, AnalysisError::TimedOut);
     }
 }
 
 void Submission::linkLost()
 {
     for (qlonglong rkey : m_sent.keys())
-        if (ResolveDAO::instance()->read(rkey).state == 108 && !m_accepted.contains(rkey))
-            ResolveDAO::instance()->setState(rkey, 107, 0, now());
+        if (!m_accepted.contains(rkey))
+            ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
     m_sent.clear();
 }
 
@@ -110,11 +111,11 @@ void Submission::replied(qlonglong rkey, int attempt, int val, const QJsonObject
     const QList<OrderMessage::File> files = m_sent.take(rkey).files;
     ResolveDAO *dao = ResolveDAO::instance();
     const db_resolve row = dao->read(rkey);
-    if (row.rkey == 0 || (row.state != 108 && row.state != 109))
+    if (!SceneState::possible(Act::Accept, row.state))
         return;
-    if (val != Success) {
+    if (!Command::good(Command::Order, val)) {
         qWarning().noquote() << "Submission::replied" << rkey << row.ordernum << val;
-        dao->setState(rkey, 109, val, now());
+        dao->step(rkey, Act::Refuse, 0, val);
         return;
     }
     dao->setFileType(rkey, reply.value("sourceFileType").toVariant().toInt());
@@ -141,7 +142,7 @@ Submission::Accepted Submission::uploadRows(const db_resolve &row, const QList<O
         up.missid = mission != 0 ? mission : row.missionid;
         up.farmid = reply.value("farmId").toVariant().toInt();
         up.lpath = OrderMessage::uploadPath(file.path);
-        up.state = WaitingUpload;
+        up.state = FileStates::UpWait;
         const QFileInfo info(VFunc::followLinks(up.lpath));
         if (info.isFile()) {
             up.modtime = info.lastModified().toMSecsSinceEpoch();
@@ -155,7 +156,7 @@ Submission::Accepted Submission::uploadRows(const db_resolve &row, const QList<O
     return accepted;
 }
 
-// The rows come before the state: a queue that sees 110 with no rows takes the order for finished.
+// The rows come before the state: a queue that sees the order waiting with no rows takes the order for finished.
 bool Submission::store(qlonglong rkey, const Accepted &accepted)
 {
     ResolveDAO *dao = ResolveDAO::instance();
@@ -173,5 +174,5 @@ bool Submission::store(qlonglong rkey, const Accepted &accepted)
     }
     dao->setCounts(rkey, 0, rows);
     dao->setSizes(rkey, accepted.bytes, 0);
-    return dao->setState(rkey, 110, 0, now());
+    return dao->step(rkey, Act::Accept) >= 0;
 }

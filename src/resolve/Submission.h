@@ -2,9 +2,9 @@
 // Sends the orders of committed rows, (104, 10400), and turns each reply into rows of the upload store. Lives on the
 // queue's thread, a part of ResolveHandler.
 //
-//   107 -> step(): 108, sent -> good reply -> rows in the upload store -> 110
-//                               refusal, or no reply within 60 s -> 109 (a late good reply still counts)
-//                               link lost -> 107, as after a restart
+//   Committed -> step(): Submitting, sent -> good reply -> rows in the upload store -> UploadWaiting
+//                            refusal, or no reply within 60 s -> SubmitFailed (a late good reply still counts)
+//                            link lost -> Committed, as after a restart
 #include "db/Records.h"
 #include "resolve/OrderMessage.h"
 #include <QElapsedTimer>

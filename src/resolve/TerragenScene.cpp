@@ -1,4 +1,6 @@
 #include "resolve/TerragenScene.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/SoftwareType.h"
 #include "resolve/DiskPath.h"
 #include "resolve/FrameSet.h"
 #include "resolve/XmlSource.h"
@@ -12,8 +14,6 @@
 
 namespace
 {
-constexpr int TerragenType = 8;
-constexpr int WrongData = 10012, NotReadable = 10032;
 constexpr double LargestSize = 1e6; // of a picture, in pixels
 
 // Attributes that name a file to be read.
@@ -297,10 +297,10 @@ TerragenScene TerragenScene::read(const QString &path, const StopToken &stop)
     TerragenScene failed;
     QFile file(path);
     if (!DiskPath::openRegular(&file)) {
-        failed.error = NotReadable;
+        failed.error = AnalysisError::SceneUnreadable;
         return failed;
     }
-    failed.error = WrongData;
+    failed.error = AnalysisError::BadResult;
     if (file.size() > MaxBytes) {
         qWarning().noquote() << "TerragenScene::read" << path << file.size() << "bytes";
         return failed;
@@ -326,7 +326,7 @@ QJsonObject TerragenScene::result() const
         details += tr("丢失文件：\r\n%1").arg(missing.join(QLatin1Char('\n')));
     const QJsonObject content{{QStringLiteral("sceneName"), scene},
                               {QStringLiteral("missionName"), scene.section(QLatin1Char('/'), -1)},
-                              {QStringLiteral("softwareType"), TerragenType},
+                              {QStringLiteral("softwareType"), int(SoftwareType::Terragen)},
                               {QStringLiteral("files"), QJsonArray::fromStringList(files)},
                               {QStringLiteral("modelParameters"), QJsonObject{{QStringLiteral("cameras"), cameras}}}};
     return {{QStringLiteral("status"), cameras.isEmpty()   ? 2

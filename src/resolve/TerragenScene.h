@@ -24,7 +24,8 @@ public:
     static constexpr qint64 MaxBytes = 256 * 1024 * 1024;
     static constexpr int MaxDepth = 1000;
 
-    int error = 0; // 10012 when it isn't a project, 10032 when it can't be opened or isn't a regular file
+    int error = 0; // AnalysisError: BadResult when it isn't a project, SceneUnreadable when it can't be opened or isn't
+                   // a regular file
     QJsonArray cameras;
     QStringList files;   // the scene first; existing, absolute, each once
     QStringList missing; // absolute, patterns too

@@ -1,32 +1,15 @@
 #pragma once
 // What all transfers share: states and their texts, error texts, hashes, the frame, the size of the next packet. All
 // static, any thread.
+#include "common/facts/FileStates.h"
 #include <atomic>
 #include <QByteArray>
 #include <QFile>
 #include <QString>
 
-class TransSet
+class TransSet : public FileStates // TransSet::FileState
 {
 public:
-    // The column `state` of every transfer table. The numbers outlive the program.
-    enum FileState {
-        DownWait = 0,
-        DownRun = 1,
-        DownPause = 2,
-        DownError = 3,
-        UpWait = 10,
-        UpRun = 11,
-        UpPause = 12,
-        UpError = 13,
-        UpGaveUp = 30,
-        DownGaveUp = 31,
-        UpServer = 50, // all bytes sent, the file server still works on them
-        UpDone = 60,
-        UpCancel = 61,
-        DownDone = 62,
-        DownCancel = 63
-    };
     // How a worker ended, for finishUp, finishDown and the ...Finished signals.
     enum Finish {
         Done = 0,
@@ -40,7 +23,7 @@ public:
         OpenFailed = 10001,
         TimedOut = 10010,
         ShortHead = 10011,
-        WriteFailed = 10012,
+        SocketWrite = 10012,
         BadStart = 10013,
         NotWritable = 10014,
         AccessFailed = 10015,

@@ -1,10 +1,12 @@
 #include "view/EnvChoice.h"
+#include "common/facts/Rset.h"
+#include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include <QCoreApplication>
 #include <QFileInfo>
 
 namespace
 {
-constexpr int Maya = 1;
 
 QJsonArray listUnder(const QJsonDocument &reply, const QStringList &keys)
 {
@@ -97,7 +99,7 @@ QString EnvChoice::refusal(const Chosen &chosen)
         return QCoreApplication::translate("EnvPre", "没有检测到出图路径，请去项目管理设置");
     if (chosen.env.isEmpty())
         return QCoreApplication::translate("EnvPre", "请选择环境");
-    if (chosen.softwareType == Maya && !chosen.mayaProjectExists)
+    if (chosen.softwareType == SoftwareType::Maya && !chosen.mayaProjectExists)
         return QCoreApplication::translate("EnvPre", "项目路径不存在");
     if (chosen.balance <= 0)
         return QCoreApplication::translate("EnvPre", "余额不足，请充值");
@@ -106,29 +108,9 @@ QString EnvChoice::refusal(const Chosen &chosen)
 
 QString EnvChoice::rset(const Chosen &chosen, const QString &scene)
 {
-    QJsonObject machine = chosen.machine;
-    QJsonObject out{{QStringLiteral("project"), chosen.project},
-                    {QStringLiteral("env"), chosen.env},
-                    {QStringLiteral("softwareType"), chosen.softwareType},
-                    {QStringLiteral("startGpu"), chosen.env.value(QLatin1String("startGpu")).toVariant().toInt()},
-                    {QStringLiteral("sceneName"), QFileInfo(scene).fileName()},
-                    {QStringLiteral("clientResultRootPath"), QFileInfo(scene).absolutePath()}};
-    QJsonObject config = chosen.config;
-    config.remove(QStringLiteral("combos"));
-    out[QLatin1String("projectConfig")] = config;
-    const QString model = machine.value(QLatin1String("machineModel")).toString();
-    out[QLatin1String("machineModel")] = model.isEmpty() ? machineName(machine) : model;
-    for (const char *key : {"clientId", "farmId"})
-        if (machine.contains(QLatin1String(key)))
-            out[QLatin1String(key)] = machine.value(QLatin1String(key));
-    if (chosen.softwareType == Maya && !chosen.mayaProject.isEmpty()) {
-        QJsonArray vars = machine.value(QLatin1String("envVars")).toArray();
-        vars.append(QStringLiteral("MAYA_PROJECT=%1").arg(chosen.mayaProject));
-        machine[QLatin1String("envVars")] = vars;
-        out[QLatin1String("mayaProject")] = chosen.mayaProject;
-    }
-    out[QLatin1String("machine")] = machine;
-    return QString::fromUtf8(QJsonDocument(out).toJson(QJsonDocument::Compact));
+    return Rset::of({chosen.softwareType, chosen.env, chosen.project, chosen.machine, chosen.config, chosen.mayaProject,
+                     scene, QJsonObject()})
+        .text();
 }
 
 QList<db_resolve> EnvChoice::rows(const Chosen &chosen, qlonglong nowSeconds)
@@ -140,7 +122,7 @@ QList<db_resolve> EnvChoice::rows(const Chosen &chosen, qlonglong nowSeconds)
         res.lpath = scene;
         res.project = chosen.project.value(QLatin1String("name")).toString();
         res.projectId = chosen.project.value(QLatin1String("id")).toVariant().toInt();
-        res.state = 100;
+        res.state = SceneState::Waiting;
         res.rset = rset(chosen, scene);
         list << res;
     }

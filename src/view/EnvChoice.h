@@ -36,6 +36,6 @@ struct Chosen {
 // The first test that fails, as its text; empty when all pass.
 QString refusal(const Chosen &chosen);
 QString rset(const Chosen &chosen, const QString &scene); // JSON object, compact
-// One row a scene, keys counted from nowSeconds on, state 100.
+// One row a scene, keys counted from nowSeconds on.
 QList<db_resolve> rows(const Chosen &chosen, qlonglong nowSeconds);
 } // namespace EnvChoice

@@ -1,5 +1,6 @@
 #include "view/EnvPre.h"
 #include "common/CommonConfig.h"
+#include "common/facts/SoftwareType.h"
 #include "common/ui/Background.h"
 #include "common/ui/IconTool.h"
 #include "common/UserInfo.h"
@@ -19,7 +20,6 @@
 
 namespace
 {
-constexpr int Maya = 1;
 constexpr int AnswerMs = 10000;
 constexpr int ShownScenes = 4;
 constexpr int FieldWidth = 360;
@@ -48,12 +48,13 @@ EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWid
 {
     setObjectName(QStringLiteral("EnvPre"));
     setAttribute(Qt::WA_DeleteOnClose);
-    setTitle(tr("提交%1文件").arg(VFunc::softwareName(softwareType)));
+    setTitle(tr("提交%1文件").arg(SoftwareType::name(softwareType)));
     m_chosen.softwareType = softwareType;
     m_chosen.scenes = scenes;
     m_chosen.balance = balance;
     m_chosen.resultDir = UserInfo::resultDir();
-    m_chosen.resultRoot = softwareType == Maya ? CommonConfig::get().mayaResultRootPathEnum : UserInfo::outRoot();
+    m_chosen.resultRoot =
+        softwareType == SoftwareType::Maya ? CommonConfig::get().mayaResultRootPathEnum : UserInfo::outRoot();
     makeForm(scenes);
     askProjects();
 }
@@ -88,7 +89,7 @@ void EnvPre::makeForm(const QStringList &scenes)
     m_project = combo(tr("项目："));
     m_env = combo(tr("环境："));
     m_machine = combo(tr("机型："));
-    if (m_chosen.softwareType == Maya) {
+    if (m_chosen.softwareType == SoftwareType::Maya) {
         m_maya = new QLineEdit(this);
         m_maya->setAccessibleName(tr("工程路径"));
         QAction *browse = m_maya->addAction(IconTool::icon(QStringLiteral("folder")), QLineEdit::TrailingPosition);

@@ -1,5 +1,6 @@
 #include "view/Login.h"
 #include "common/CommonConfig.h"
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
 #include "common/ui/Links.h"
@@ -144,7 +145,7 @@ void Login::loadLogin()
             m_storedKnown = true;
             loadLoginBack();
         });
-    Ask(10308, {{QStringLiteral("thirdParty"), 0}})
+    Ask(Command::LoginInfo, {{QStringLiteral("thirdParty"), 0}})
         .within(AnswerMs)
         .any([this, attempt](int, const QJsonDocument &doc) {
             if (attempt >= m_firstAttempt && !m_tokenKnown)
@@ -252,7 +253,7 @@ void Login::loginDelay()
     if (!m_confirming)
         return;
     const int attempt = m_attempt;
-    Ask(10309, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()))
+    Ask(Command::Login, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()))
         .within(AnswerMs)
         .any([this, attempt](int val, const QJsonDocument &doc) {
             if (attempt == m_attempt && m_confirming)

@@ -1,4 +1,5 @@
 #include "view/MsgCenter.h"
+#include "common/facts/Command.h"
 #include "common/ui/EmptyView.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/PullMsg.h"
@@ -67,7 +68,9 @@ QString MsgCenter::typeText(int type)
 
 void MsgCenter::ask(int page)
 {
-    Ask(10311, {{QStringLiteral("page"), page}}).any([this](int, const QJsonDocument &doc) { show(doc); }).send(this);
+    Ask(Command::Notices, {{QStringLiteral("page"), page}})
+        .any([this](int, const QJsonDocument &doc) { show(doc); })
+        .send(this);
 }
 
 void MsgCenter::show(const QJsonDocument &reply)

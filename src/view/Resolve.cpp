@@ -1,5 +1,7 @@
 #include "view/Resolve.h"
 #include "common/Debounce.h"
+#include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/EmptyView.h"
 #include "common/ui/IconTool.h"
@@ -29,7 +31,7 @@
 #include <QStyle>
 #include <QTableView>
 
-using ResolveRules::Act;
+using SceneState::Act;
 
 namespace
 {
@@ -67,9 +69,9 @@ void Resolve::makeActions()
     add(Act::Commit, QStringLiteral("check"), tr("提交渲染"), &Resolve::commitAct);
     add(Act::Again, QStringLiteral("retry"), tr("重新解析"), &Resolve::reresAct);
     add(Act::PauseAnalysis, QStringLiteral("pause"), tr("暂停解析"), &Resolve::pauseresAct);
-    add(Act::KeepAnalysis, QStringLiteral("play"), tr("继续解析"), &Resolve::keepresAct);
+    add(Act::ResumeAnalysis, QStringLiteral("play"), tr("继续解析"), &Resolve::keepresAct);
     add(Act::PauseUpload, QStringLiteral("pause"), tr("暂停上传"), &Resolve::pauseupAct);
-    add(Act::KeepUpload, QStringLiteral("play"), tr("继续上传"), &Resolve::keepupAct);
+    add(Act::ResumeUpload, QStringLiteral("play"), tr("继续上传"), &Resolve::keepupAct);
     add(Act::Delete, QStringLiteral("trash"), tr("删除任务"), &Resolve::delAct);
     add(Act::Recommit, QStringLiteral("upload"), tr("重新提交"), &Resolve::recommitAct);
     m_acts[int(Act::Delete)]->setShortcut(QKeySequence::Delete);
@@ -133,7 +135,7 @@ void Resolve::makeBar()
     button(Act::Delete, false);
     auto *more = new QPushButton(IconTool::icon(QStringLiteral("more")), tr("更多"), this);
     auto *menu = new QMenu(more);
-    for (Act act : {Act::PauseAnalysis, Act::KeepAnalysis, Act::PauseUpload, Act::KeepUpload, Act::Recommit})
+    for (Act act : {Act::PauseAnalysis, Act::ResumeAnalysis, Act::PauseUpload, Act::ResumeUpload, Act::Recommit})
         menu->addAction(m_acts.value(int(act)));
     more->setMenu(menu);
     bar->addWidget(more);
@@ -249,8 +251,8 @@ void Resolve::searchName(int, QString name)
 void Resolve::chooseFiles()
 {
     QStringList endings;
-    for (int type = 1; type <= 8; ++type)
-        for (const QString &ending : VFunc::endings(type))
+    for (int type : SoftwareType::all())
+        for (const QString &ending : SoftwareType::endings(type))
             endings << QStringLiteral("*") + (ending.startsWith(QLatin1Char('.')) ? ending : QLatin1Char('.') + ending);
     auto *dialog = new QFileDialog(this, tr("添加场景"), QString(),
                                    tr("场景文件") + QStringLiteral(" (%1)").arg(endings.join(QLatin1Char(' '))));
@@ -292,7 +294,7 @@ void Resolve::backEnvPre(int type, QStringList fileL, QString err)
 void Resolve::envpre(QJsonObject obj)
 {
     const QString scene = obj.value(QLatin1String("scenePath")).toString();
-    backEnvPre(VFunc::softwareTypeOf(scene), {scene}, {});
+    backEnvPre(SoftwareType::ofPath(scene), {scene}, {});
 }
 
 QList<qlonglong> Resolve::marked() const
@@ -311,7 +313,7 @@ QList<qlonglong> Resolve::marked(Act act) const
     QList<qlonglong> keys;
     const QList<qlonglong> all = marked();
     for (qlonglong key : all)
-        if (ResolveRules::possible(act, m_model->row(key).state))
+        if (SceneState::possible(act, m_model->row(key).state))
             keys << key;
     return keys;
 }
@@ -328,11 +330,11 @@ void Resolve::contextMenu(const QPoint &at)
     menu->setAttribute(Qt::WA_DeleteOnClose);
     const QModelIndex index = m_table->indexAt(at);
     const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
-    if (ResolveRules::priorityType(m_model->row(key).state) >= 0)
+    if (SceneState::priorityType(m_model->row(key).state) >= 0)
         menu->addAction(IconTool::icon(QStringLiteral("top")), tr("优先级"), this,
                         [this, key] { resolveHand(2, m_model->index(m_model->rowOf(key), ResolveModel::Hand)); });
-    for (Act act : {Act::Commit, Act::Recommit, Act::Again, Act::PauseAnalysis, Act::KeepAnalysis, Act::PauseUpload,
-                    Act::KeepUpload, Act::Delete})
+    for (Act act : {Act::Commit, Act::Recommit, Act::Again, Act::PauseAnalysis, Act::ResumeAnalysis, Act::PauseUpload,
+                    Act::ResumeUpload, Act::Delete})
         if (m_acts.value(int(act))->isEnabled())
             menu->addAction(m_acts.value(int(act)));
     if (menu->isEmpty())
@@ -349,7 +351,7 @@ void Resolve::commit(const QList<qlonglong> &keys, bool batch)
 void Resolve::commitAct()
 {
     QList<qlonglong> keys = marked(Act::Commit);
-    const auto failed = [this](qlonglong key) { return m_model->row(key).state == 104; };
+    const auto failed = [this](qlonglong key) { return m_model->row(key).state == SceneState::Failed; };
     if (keys.size() > 1) // of several only what can render: a failed analysis costs money and gives nothing
         keys.erase(std::remove_if(keys.begin(), keys.end(), failed), keys.end());
     if (keys.isEmpty())
@@ -377,9 +379,9 @@ void Resolve::change(int type, Act act)
 }
 
 void Resolve::pauseresAct() { change(0, Act::PauseAnalysis); }
-void Resolve::keepresAct() { change(1, Act::KeepAnalysis); }
+void Resolve::keepresAct() { change(1, Act::ResumeAnalysis); }
 void Resolve::pauseupAct() { change(2, Act::PauseUpload); }
-void Resolve::keepupAct() { change(3, Act::KeepUpload); }
+void Resolve::keepupAct() { change(3, Act::ResumeUpload); }
 
 void Resolve::delAct()
 {
@@ -404,19 +406,17 @@ void Resolve::remove(const QList<qlonglong> &keys)
 void Resolve::resolveStateHand(int, QModelIndex index)
 {
     const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
-    switch (m_model->row(key).state) {
-    case 106:
+    switch (SceneState::link(m_model->row(key).state)) {
+    case Act::EditParameters:
         if (UserInfo::canSetParameters())
             Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.paraSet(key); });
         else
             MsgTool::msgOk(this, tr("您还没有参数设置的权限！"));
         break;
-    case 104:
-    case 109:
-    case 114:
+    case Act::SeeErrors:
         Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.seeError(0, key); });
         break;
-    case 103:
+    case Act::SeeWarnings:
         Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.seeError(1, key); });
         break;
     default:
@@ -429,13 +429,13 @@ void Resolve::resolveHand(int btn, QModelIndex index)
     const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
     const int state = m_model->row(key).state;
     if (btn == 0) {
-        const int type = ResolveRules::changeType(state);
+        const int type = SceneState::changeType(SceneState::mainButton(state));
         if (type >= 0)
             Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.changeResolveState(key, type, {}); });
     } else if (btn == 1) {
         remove({key});
-    } else if (ResolveRules::priorityType(state) >= 0 && !m_pri) {
-        m_pri = new ResolvePri(ResolveRules::priorityType(state), window());
+    } else if (SceneState::priorityType(state) >= 0 && !m_pri) {
+        m_pri = new ResolvePri(SceneState::priorityType(state), window());
         connect(m_pri, &ResolvePri::saved, this, [this] { m_reload->debounce(ReloadMs); });
         m_pri->open();
     }

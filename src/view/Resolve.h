@@ -1,6 +1,8 @@
 #pragma once
 // The page "解析提交": the scenes of the analysis store, page by page, with drop, search, menu and the buttons of each
 // row. It shows what the store signals and sends everything to ResolveHandler by queued calls. Main thread.
+#include "common/facts/PageSize.h"
+#include "common/facts/SceneState.h"
 #include "common/ui/BaseWidget.h"
 #include "db/Records.h"
 #include "view/ResolveModel.h"
@@ -20,7 +22,7 @@ class Resolve : public BaseWidget
     Q_OBJECT
 public:
     explicit Resolve(QWidget *parent = nullptr);
-    static constexpr int PageRows = 30;
+    static constexpr int PageRows = PageSize::Scenes;
     Q_INVOKABLE void envpre(QJsonObject obj); // a scene that a plug-in sent: its environment is asked for
     ResolveModel *model() const { return m_model; }
     void setBalance(double balance) { m_balance = balance; }
@@ -60,8 +62,8 @@ private:
     void contextMenu(const QPoint &at);
     void remove(const QList<qlonglong> &keys);
     void commit(const QList<qlonglong> &keys, bool batch);
-    void change(int type, ResolveRules::Act act);
-    QList<qlonglong> marked(ResolveRules::Act act) const; // ticked rows, else selected ones, that the act applies to
+    void change(int type, SceneState::Act act);
+    QList<qlonglong> marked(SceneState::Act act) const; // ticked rows, else selected ones, that the act applies to
     QList<qlonglong> marked() const;
 
     ResolveModel *m_model;
@@ -70,7 +72,7 @@ private:
     Pagination *m_pages = nullptr;
     QLineEdit *m_search = nullptr;
     Debounce *m_reload;
-    QHash<int, QAction *> m_acts; // by ResolveRules::Act
+    QHash<int, QAction *> m_acts; // by SceneState::Act
     QPointer<EnvPre> m_env;
     QPointer<ResolvePri> m_pri;
     QString m_name;       // search text

@@ -1,4 +1,6 @@
 #include "view/ResolveModel.h"
+#include "common/facts/AnalysisError.h"
+#include "common/facts/SceneState.h"
 #include "common/Session.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/Palette.h"
@@ -10,8 +12,11 @@
 
 namespace
 {
-constexpr int Overdue = 10015;
-constexpr int FirstServerCode = 1000000; // results of the business server are above this
+using SceneState::Act;
+
+// The states whose change brings new counts of files.
+constexpr SceneState::Set Counted{SceneState::UploadWaiting, SceneState::UploadFailed, SceneState::Approved,
+                                  SceneState::DoneAtMaster};
 
 QString sceneName(const QString &path) { return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1); }
 
@@ -19,98 +24,36 @@ QString errorText(const db_resolve &res)
 {
     if (res.error == 0)
         return {};
-    return res.error >= FirstServerCode ? Session::errorText(res.error) : ResolveDAO::errorText(res.error);
+    return res.error >= AnalysisError::FirstServerResult ? Session::errorText(res.error)
+                                                         : AnalysisError::text(res.error);
 }
 
-QColor colour(const QString &rs)
+QColor colour(int state)
 {
-    switch (rs.toInt()) {
-    case 1:
+    switch (SceneState::tint(state)) {
+    case SceneState::Tint::Warning:
         return Palette::warning;
-    case 2:
+    case SceneState::Tint::Failed:
         return Palette::failed;
-    case 3:
+    case SceneState::Tint::Done:
         return Palette::done;
-    default:
-        return Palette::text;
+    case SceneState::Tint::Running:
+        return Palette::accent;
+    case SceneState::Tint::Plain:
+        break;
     }
+    return Palette::text;
+}
+
+// Three texts, empty where there is no button.
+QStringList buttons(int state, bool canAnalyse, bool canUpload)
+{
+    const bool mine = (!SceneState::isAnalysis(state) || canAnalyse) && (!SceneState::isUpload(state) || canUpload);
+    return {SceneState::buttonText(SceneState::mainButton(state)),
+            mine ? SceneState::buttonText(Act::Delete) : QString(),
+            SceneState::priorityType(state) >= 0 ? SceneState::buttonText(Act::Prioritise) : QString()};
 }
 } // namespace
-
-QString ResolveRules::rs(int state)
-{
-    switch (state) {
-    case 103:
-        return QStringLiteral("1");
-    case 104:
-    case 109:
-    case 113:
-    case 114:
-        return QStringLiteral("2");
-    case 106:
-        return QStringLiteral("3");
-    default:
-        return QStringLiteral("0");
-    }
-}
-
-QStringList ResolveRules::buttons(int state, bool canAnalyse, bool canUpload)
-{
-    QStringList out{QString(), QString(), QString()};
-    if (state == 102 || state == 112 || state == 113)
-        out[0] = QCoreApplication::translate("Resolve", "继续");
-    else if (state == 101 || state == 111)
-        out[0] = QCoreApplication::translate("Resolve", "暂停");
-    const bool analysis = state == 101 || state == 102;
-    const bool upload = state >= 111 && state <= 113;
-    if ((!analysis || canAnalyse) && (!upload || canUpload))
-        out[1] = QCoreApplication::translate("Resolve", "取消");
-    if (priorityType(state) >= 0)
-        out[2] = QCoreApplication::translate("Resolve", "优先级");
-    return out;
-}
-
-int ResolveRules::changeType(int state)
-{
-    switch (state) {
-    case 101:
-        return 0;
-    case 102:
-        return 1;
-    case 111:
-        return 2;
-    case 112:
-    case 113:
-        return 3;
-    default:
-        return -1;
-    }
-}
-
-int ResolveRules::priorityType(int state) { return state == 100 ? 0 : state == 110 || state == 111 ? 1 : -1; }
-
-bool ResolveRules::possible(Act act, int state)
-{
-    switch (act) {
-    case Act::Commit:
-        return state >= 103 && state <= 106;
-    case Act::Recommit:
-        return state == 109;
-    case Act::Again:
-        return state < 107;
-    case Act::PauseAnalysis:
-        return state == 100 || state == 101;
-    case Act::KeepAnalysis:
-        return state == 102;
-    case Act::PauseUpload:
-        return state == 110 || state == 111;
-    case Act::KeepUpload:
-        return state == 112 || state == 113;
-    case Act::Delete:
-        return true;
-    }
-    return false;
-}
 
 int ResolveModel::rowCount(const QModelIndex &parent) const { return parent.isValid() ? 0 : m_rows.size(); }
 int ResolveModel::columnCount(const QModelIndex &parent) const { return parent.isValid() ? 0 : ColumnCount; }
@@ -157,7 +100,7 @@ QVariant ResolveModel::text(const db_resolve &res, int column) const
     case Progress:
         return res.fsum > 0 ? QStringLiteral("%1/%2").arg(res.fok).arg(res.fsum) : QString();
     case State:
-        return ResolveDAO::stateText(res.state);
+        return SceneState::text(res.state);
     default:
         return {};
     }
@@ -185,20 +128,18 @@ QVariant ResolveModel::data(const QModelIndex &index, int role) const
                : column == State && !errorText(res).isEmpty() ? errorText(res)
                                                               : text(res, column);
     case Qt::AccessibleTextRole:
-        return column == Hand ? ResolveRules::buttons(res.state, true, true).join(QLatin1Char(' ')).trimmed()
-                              : text(res, column);
+        return column == Hand ? buttons(res.state, true, true).join(QLatin1Char(' ')).trimmed() : text(res, column);
     case CellRole::Tint:
-        return column == State ? QVariant(colour(ResolveRules::rs(res.state))) : QVariant();
+        return column == State ? QVariant(colour(res.state)) : QVariant();
     case CellRole::Icon:
-        return column == Name && res.error == Overdue ? QVariant(QStringLiteral("timeout")) : QVariant();
+        return column == Name && res.error == AnalysisError::Overdue ? QVariant(QStringLiteral("timeout")) : QVariant();
     case CellRole::Part:
         return column == Progress ? QVariant(qlonglong(res.fok)) : QVariant();
     case CellRole::Whole:
         return column == Progress ? QVariant(qlonglong(res.fsum)) : QVariant();
     case CellRole::Buttons:
-        return column == Hand
-                   ? QVariant(ResolveRules::buttons(res.state, UserInfo::canAnalyse(), UserInfo::canUpload()))
-                   : QVariant();
+        return column == Hand ? QVariant(buttons(res.state, UserInfo::canAnalyse(), UserInfo::canUpload()))
+                              : QVariant();
     default:
         return {};
     }
@@ -305,7 +246,7 @@ void ResolveModel::stateChanged(const db_resolve &res)
     mine.rtime = res.rtime;
     if (!res.lpath.isEmpty())
         mine.lpath = res.lpath;
-    if (res.state == 110 || res.state == 113 || res.state == 116 || res.state == 119) {
+    if (Counted.contains(res.state)) {
         mine.fok = res.fok;
         mine.fsum = res.fsum;
     }

@@ -5,16 +5,6 @@
 #include <QAbstractTableModel>
 #include <QSet>
 
-namespace ResolveRules
-{
-QString rs(int state);                                           // "0" to "3": which colour the state is drawn in
-QStringList buttons(int state, bool canAnalyse, bool canUpload); // three texts, empty where there is no button
-int changeType(int state);                                       // of changeResolveState for button 0; -1: none
-int priorityType(int state);                                     // 0 analysis, 1 upload, -1 none
-enum class Act { Commit, Recommit, Delete, Again, PauseAnalysis, KeepAnalysis, PauseUpload, KeepUpload };
-bool possible(Act act, int state); // does the menu's act apply to a row in this state?
-} // namespace ResolveRules
-
 class ResolveModel : public QAbstractTableModel
 {
     Q_OBJECT

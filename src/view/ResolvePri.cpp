@@ -1,4 +1,5 @@
 #include "view/ResolvePri.h"
+#include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
 #include "common/ui/EmptyView.h"
 #include "common/ui/IconTool.h"
@@ -71,7 +72,7 @@ void ResolvePri::fill(const QList<db_resolve> &list)
         const int row = m_table->rowCount();
         m_table->insertRow(row);
         const QString texts[Columns] = {res.ordernum, res.lpath.mid(res.lpath.lastIndexOf(QLatin1Char('/')) + 1),
-                                        res.project, ResolveDAO::stateText(res.state)};
+                                        res.project, SceneState::text(res.state)};
         for (int i = 0; i < Columns; ++i) {
             auto *item = new QTableWidgetItem(texts[i]);
             item->setData(Qt::UserRole, res.rkey);
@@ -96,9 +97,9 @@ void ResolvePri::stateChanged(const db_resolve &res)
     const int row = rowOf(res.rkey);
     if (row < 0)
         return;
-    const bool waits = m_type == 0 ? res.state == 100 : res.state == 110 || res.state == 111;
+    const bool waits = SceneState::priorityType(res.state) == m_type;
     if (waits)
-        m_table->item(row, State)->setText(ResolveDAO::stateText(res.state));
+        m_table->item(row, State)->setText(SceneState::text(res.state));
     else
         m_table->removeRow(row);
 }

@@ -1,4 +1,5 @@
 #include "view/SceneDelete.h"
+#include "common/facts/Command.h"
 #include "common/ui/MsgTool.h"
 #include "db/Calls.h"
 #include "io/Ask.h"
@@ -12,7 +13,7 @@ void SceneDelete::run(QWidget *over, qlonglong rkey, int missionId, int answerMs
         gone();
         return;
     }
-    Ask(10417, {{QStringLiteral("missionId"), missionId}})
+    Ask(Command::GiveUpOrder, {{QStringLiteral("missionId"), missionId}})
         .within(answerMs)
         .whenLinked()
         .any([gone](int, const QJsonDocument &) { gone(); })

@@ -1,5 +1,6 @@
 #include "view/Transfer.h"
 #include "common/Debounce.h"
+#include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/EmptyView.h"
@@ -28,7 +29,7 @@ constexpr int ReloadMs = 500;
 constexpr int OrdersMs = 1000;  // sums of bytes are read again this long after a file ended
 constexpr int UnknownMs = 2000; // files that move but aren't listed
 constexpr int RowHeight = 36;
-bool uploading(int state) { return state >= 110 && state <= 113; }
+bool uploading(int state) { return SceneState::InUpload.contains(state); }
 // Rows of either store, as the models hold them.
 template <class Row> QList<TransferFile> filesOf(const QList<Row> &rows)
 {
@@ -77,7 +78,7 @@ Transfer::Transfer(QWidget *parent)
     connect(m_orders, &Debounce::throut, this, &Transfer::readOrders);
     connect(m_unknown, &Debounce::throut, this, [this] {
         for (const TransferGroup &group : m_up->groups())
-            if (group.state == 111)
+            if (group.state == SceneState::Uploading)
                 askFiles(true, group.key, 0);
         for (const TransferGroup &group : m_down->groups())
             if (group.state == TransSet::DownRun)

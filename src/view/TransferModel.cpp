@@ -1,4 +1,5 @@
 #include "view/TransferModel.h"
+#include "common/facts/SceneState.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/Palette.h"
 #include "common/ui/RowSync.h"
@@ -131,7 +132,7 @@ QVariant TransferModel::groupData(const TransferGroup &group, int column, int ro
     speed = qMax(speed, group.speed);
     const bool bytes = m_uploads && group.size > 0;
     done = qMin(done, group.size);
-    const QString state = m_uploads ? ResolveDAO::stateText(group.state) : TransSet::stateText(group.state, 0);
+    const QString state = m_uploads ? SceneState::text(group.state) : TransSet::stateText(group.state, 0);
     switch (role) {
     case KindRole:
         return m_uploads ? UploadOrder : DownloadMission;
@@ -390,7 +391,7 @@ void TransferModel::setGroupState(const QString &key, int state)
         return;
     m_groups[at].state = state;
     groupChanged(at);
-    if (!m_uploads || state == 111)
+    if (!m_uploads || state == SceneState::Uploading)
         return;
     m_groups[at].speed = 0;
     QList<TransferFile> &files = m_groups[at].files;

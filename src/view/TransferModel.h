@@ -2,6 +2,7 @@
 // What moves, as the page shows it: groups (upload orders or download missions) with their files below. One model a
 // direction. Holds no truth: a reload brings in and takes out rows without a reset, the stores' signals change rows in
 // place. Main thread; owned by the page.
+#include "common/facts/PageSize.h"
 #include "db/Records.h"
 #include <QAbstractItemModel>
 #include <QColor>
@@ -59,7 +60,7 @@ public:
         FilePriRole = 268
     };
     enum Column { Name, Size, Progress, Speed, State, Hand, ColumnCount };
-    static constexpr int PageRows = 30;
+    static constexpr int PageRows = PageSize::Files;
     TransferModel(bool uploads, QObject *parent);
 
     QModelIndex index(int row, int column, const QModelIndex &parent = {}) const override;

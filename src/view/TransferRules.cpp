@@ -1,3 +1,4 @@
+#include "common/facts/SceneState.h"
 #include "common/ui/Palette.h"
 #include "transfer/TransSet.h"
 #include "view/TransferModel.h"
@@ -21,7 +22,9 @@ QString TransferRules::speedText(qlonglong bytes) { return sizeText(bytes) + QSt
 QColor TransferRules::colour(bool orders, int state)
 {
     if (orders)
-        return state == 113 ? Palette::failed : state == 111 ? Palette::accent : Palette::text;
+        return state == SceneState::UploadFailed ? Palette::failed
+               : state == SceneState::Uploading  ? Palette::accent
+                                                 : Palette::text;
     switch (state) {
     case TransSet::DownRun:
     case TransSet::UpRun:
@@ -42,8 +45,9 @@ QStringList TransferRules::buttons(bool uploads, int state)
     QStringList out;
     for (int i = 0; i < ButtonCount; ++i)
         out << QString();
-    const bool paused = uploads ? state == 112 : state == TransSet::DownPause;
-    const bool failed = uploads ? state == 113 : state == TransSet::DownError || state == TransSet::DownGaveUp;
+    const bool paused = uploads ? state == SceneState::UploadPaused : state == TransSet::DownPause;
+    const bool failed =
+        uploads ? state == SceneState::UploadFailed : state == TransSet::DownError || state == TransSet::DownGaveUp;
     if (paused)
         out[Start] = QCoreApplication::translate("TransferHand", "继续");
     else if (failed)

@@ -1,4 +1,5 @@
 #include "common/Debounce.h"
+#include "common/facts/SoftwareType.h"
 #include "common/LogSink.h"
 #include "common/Seam.h"
 #include "common/ThreadPool.h"
@@ -244,8 +245,7 @@ void TestTools::sceneNames_data()
 void TestTools::sceneNames()
 {
     QFETCH(QString, path);
-    QTEST(VFunc::softwareTypeOf(path), "type");
-    QCOMPARE(VFunc::softwareName(VFunc::softwareTypeOf(path)).isEmpty(), VFunc::softwareTypeOf(path) == 0);
+    QTEST(SoftwareType::ofPath(path), "type");
 }
 
 void TestTools::linksAreFollowed()

@@ -1,6 +1,5 @@
 #include "db/ResolveDAO.h"
-#include "RawFile.h"
-#include "support/BusinessPeer.h"
+#include "support/RawFile.h"
 #include "support/TestMain.h"
 #include <QTemporaryDir>
 
@@ -39,7 +38,6 @@ class TestResolveStore : public QObject
     QTemporaryDir m_dir;
 
 private slots:
-    void initTestCase() { NetTcp::create(); }
     void init()
     {
         dao().releaseResolve();
@@ -47,11 +45,7 @@ private slots:
             QFile::remove(m_dir.filePath(name));
         QVERIFY(dao().open(m_dir.path()));
     }
-    void cleanupTestCase()
-    {
-        dao().releaseResolve();
-        NetTcp::destroy();
-    }
+    void cleanupTestCase() { dao().releaseResolve(); }
 
     void projectColumn_data()
     {
@@ -80,24 +74,6 @@ private slots:
         put({res});
         QCOMPARE(dao().read(5).projectId, id);
         QCOMPARE(dao().read(5).project, name);
-    }
-
-    void stateTexts_data()
-    {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("106") << 106 << "解析完成，请提交渲染";
-        QTest::newRow("116") << 116 << "申请通过";
-        QTest::newRow("118 hidden") << 118 << "";
-        QTest::newRow("119 as 116") << 119 << "申请通过";
-        QTest::newRow("unknown") << 121 << "";
-        QTest::newRow("error") << 10031 << "文件格式错误";
-        QTest::newRow("overdue has no text") << 10015 << "";
-    }
-    void stateTexts()
-    {
-        QFETCH(int, state);
-        QTEST(state < 10000 ? ResolveDAO::stateText(state) : ResolveDAO::errorText(state), "text");
     }
 
     // A key that is taken moves the whole batch up to where all its keys are free, and every scene is found again.
@@ -138,7 +114,7 @@ private slots:
     {
         put({scene(50), scene(51), scene(52)});
         QVERIFY(dao().markBatch(50));
-        QVERIFY(dao().remove(51));
+        QCOMPARE(dao().remove(51), 1);
         put({scene(51)});
         QVERIFY(!dao().batchMarked(51));
         QVERIFY(dao().batchMarked(52));
@@ -242,9 +218,9 @@ private slots:
         QCOMPARE(dao().readByMission(43).ordernum, QString("n3"));
         dao().setPriority(0, {99, 2});
         QCOMPARE(dao().nextToAnalyse(false).rkey, 2ll);
-        QVERIFY(dao().setState(2, 102, 0, 1));
+        QVERIFY(dao().step(2, SceneState::Act::PauseAnalysis) == 1);
         QCOMPARE(dao().nextToAnalyse(false).rkey, 1ll);
-        QVERIFY(dao().setState(2, 100, 0, 1));
+        QVERIFY(dao().step(2, SceneState::Act::ResumeAnalysis) == 1);
         QCOMPARE(dao().nextToAnalyse(false).rkey, 1ll); // it has left the list
         QCOMPARE(keys(dao().nextUploads(3)), (QList<qlonglong>{4, 5, 6}));
         dao().setPriority(1, {7, 3});
@@ -255,46 +231,31 @@ private slots:
         QCOMPARE(keys(told.first().first().value<QList<db_resolve>>()), (QList<qlonglong>{7, 4, 5, 6}));
     }
 
-    void reports_data()
+    // Of two who act on what they read, the second changes nothing: what the user did in between stands.
+    void aStepWantsAnExpectedState()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("cmd");
-        QTest::addColumn<QJsonObject>("body");
-        const auto typed = [](int type) { return QJsonObject{{"missionId", 8}, {"type", type}}; };
-        QJsonObject ended = typed(4);
-        ended["analysisStartTime"] = QDateTime::fromMSecsSinceEpoch(61000).toString("yyyy-MM-dd HH:mm:ss");
-        for (int state : {103, 105, 106})
-            QTest::addRow("%d", state) << state << 10422 << ended;
-        QTest::newRow("101") << 101 << 10422 << typed(6);
-        QTest::newRow("102") << 102 << 10422 << typed(5);
-        QTest::newRow("104") << 104 << 10422 << typed(3);
-        QTest::newRow("111") << 111 << 10414 << QJsonObject{{"missionId", 8}};
-        QTest::newRow("112") << 112 << 10415 << QJsonObject{{"missionId", 8}};
-        QTest::newRow("107 silent") << 107 << 0 << QJsonObject{};
-        QTest::newRow("deleted") << -1 << 10422 << typed(2);
-    }
-    void reports()
-    {
-        QFETCH(int, state);
-        QFETCH(int, cmd);
-        BusinessPeer peer;
-        QVERIFY(peer.takeClient());
-        db_resolve res = scene(3);
-        res.missionid = 8;
-        res.rtime = 61000;
-        put({res});
+        using SceneState::Act;
+        put({scene(3, 110), scene(4)});
         QSignalSpy told(&dao(), &ResolveDAO::stateChanged);
-        QVERIFY(state < 0 ? dao().remove(3) : dao().setState(3, state, 0, 99000));
-        QVERIFY(!dao().setState(4711, 101, 0, 1) && !dao().remove(4711));
-        QCOMPARE(told.size(), state < 0 ? 0 : 1);
-        NetTcp::instance()->nvds(100, 10000, QJsonObject());
-        QTRY_COMPARE(peer.count(10000), 1);
-        QCOMPARE(peer.count(10422) + peer.count(10414) + peer.count(10415), cmd == 0 ? 0 : 1);
-        QJsonObject body = peer.last(cmd);
-        QCOMPARE(body.contains("analysisEndTime"), body.value("type").toInt() == 4);
-        body.remove("analysisEndTime");
-        QTEST(body, "body");
-        QCOMPARE(peer.faults, QStringList());
+        QCOMPARE(dao().step(3, Act::PauseUpload), 1);
+        QCOMPARE(dao().step(3, Act::TakeUp), 0);
+        QCOMPARE(dao().read(3).state, 112);
+        QCOMPARE(dao().step(4, Act::Finish), 0); // leads to several: which one must be told
+        QCOMPARE(dao().step(4, Act::Finish, 106), 0);
+        QCOMPARE(dao().step(4711, Act::Start) + dao().remove(4711) + dao().mark(4711, 1), 0);
+        QCOMPARE(told.size(), 1);
+        QCOMPARE(dao().mark(4, 10015), 1);
+        QCOMPARE(dao().step(4, Act::CannotStart, 0, 10013), 1);
+        QCOMPARE(told.size(), 3);
+        const db_resolve row = dao().read(4);
+        QVERIFY(row.state == 104 && row.error == 10013 && row.rtime > 0);
+        // A store that another program holds: told as not written, and the row is as it was.
+        RawFile other(m_dir.filePath("resolve.db"));
+        QVERIFY(other.run({"begin exclusive"}));
+        QCOMPARE(dao().step(3, Act::ResumeUpload), -1);
+        QVERIFY(other.run({"rollback"}));
+        QCOMPARE(dao().step(3, Act::ResumeUpload), 1);
+        QCOMPARE(told.size(), 4);
     }
 };
 VN_TEST(TestResolveStore)

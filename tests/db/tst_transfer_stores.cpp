@@ -1,6 +1,6 @@
 #include "db/DownloadDAO.h"
 #include "db/UploadDAO.h"
-#include "RawFile.h"
+#include "support/RawFile.h"
 #include "support/Syncs.h"
 #include "support/TestMain.h"
 #include <ctime>

@@ -357,7 +357,8 @@ private slots:
 
         QCOMPARE(post("/model/commit?nums=500,501").value("data").toArray(), QJsonArray{"500"});
         QTRY_COMPARE(queues->calls, QStringList{"commit 0 0 500"});
-        ResolveDAO::instance()->setState(1000, 110, 0, 1);
+        for (auto act : {SceneState::Act::Commit, SceneState::Act::Submit, SceneState::Act::Accept})
+            QCOMPARE(ResolveDAO::instance()->step(1000, act), 1);
         QCOMPARE(msg("/model/parameterSet?num=500", "{\"a\":1}"), QString("任务已提交，参数不能再修改"));
         QCOMPARE(json(post("/model/checkSlave?rkey=1000", "", "GET").value("data").toObject()),
                  QByteArray(R"({"fok":2,"fsum":5,"rkey":1000,"state":110})"));
@@ -477,6 +478,8 @@ private slots:
                                    {"project", parameter["projectConfig"]},
                                    {"projectConfig", parameter["projectConfig"]},
                                    {"keyFrames", "1,5"},
+                                   {"sceneName", QFileInfo(paths[1].toString()).fileName()},
+                                   {"clientResultRootPath", QFileInfo(paths[1].toString()).absolutePath()},
                                    {"softwareType", 8},
                                    {"machineModel", "big"},
                                    {"clientId", 6},
@@ -561,7 +564,8 @@ private slots:
         QCOMPARE(row.rfile, QString(R"("files":["/far/s.c4d","/x.png"])"));
         QCOMPARE(row.rdata, QString(R"({"fromSlave":1,"hasHand":1,"modelParameters":{"frames":"1"},"resStatus":3,"sceneName":"s"})"));
         QTRY_COMPARE(queues->calls, check ? QStringList() : QStringList{"commit 1001 0 "});
-        ResolveDAO::instance()->setState(1001, 111, 0, 1);
+        for (auto act : {SceneState::Act::Commit, SceneState::Act::Submit, SceneState::Act::Accept, SceneState::Act::TakeUp})
+            QCOMPARE(ResolveDAO::instance()->step(1001, act), 1);
         QCOMPARE(post("/model/checkSlave?rkey=1000").value("data").toObject().value("state").toInt(), 111);
 
         // Another seat with a row of the same second: neither takes the other's for its own.

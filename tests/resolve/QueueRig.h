@@ -10,6 +10,7 @@
 #include "io/NetWork.h"
 #include "resolve/ResolveHandler.h"
 #include "support/BusinessPeer.h"
+#include "support/RawFile.h"
 #include <QDir>
 #include <QTemporaryDir>
 
@@ -89,6 +90,12 @@ public:
     }
     void letGo(const QString &scene) const { file(QFileInfo(scene).fileName() + ".go"); }
     static QJsonObject maya() { return {{"softwareType", 1}, {"env", QJsonObject{{"software", "maya2016"}}}}; }
+    // A row as an earlier run left it, whatever the acts allow.
+    static void put(qlonglong rkey, int state, int error = 0)
+    {
+        QVERIFY(RawFile(UserInfo::userDir() + "/resolve.db")
+                    .run({QStringLiteral("update resolve set state = %1, error = %2 where rkey = %3").arg(state).arg(error).arg(rkey)}));
+    }
     static int state(qlonglong rkey) { return ResolveDAO::instance()->read(rkey).state; }
     static int error(qlonglong rkey) { return ResolveDAO::instance()->read(rkey).error; }
 

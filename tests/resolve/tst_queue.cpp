@@ -125,6 +125,46 @@ private slots:
         QCOMPARE(rig.error(key), 10013); // with its order it was analysed, and the scene isn't there
         QCOMPARE(asked, 3);
     }
+    // What the server hears of a row's life; what happens without a link is told after the next login.
+    void reports()
+    {
+        using SceneState::Act;
+        const auto typed = [](int type) { return QJsonObject{{"missionId", 8}, {"type", type}}; };
+        QueueRig rig;
+        ResolveHandler handler; // never scans
+        const qlonglong key = rig.drop("/a", {}, 100, "N8");
+        const auto told = [&](Act act, int to = 0) { return dao().step(key, act, to) == 1; };
+        QVERIFY(told(Act::Start));
+        QTRY_COMPARE(rig.peer.last(10422), typed(6));
+        const QString started = QDateTime::fromMSecsSinceEpoch(dao().read(key).rtime).toString("yyyy-MM-dd HH:mm:ss");
+        for (int state : {103, 105, 106}) {
+            rig.put(key, 101);
+            QVERIFY(told(Act::Finish, state));
+            QTRY_COMPARE(rig.peer.last(10422).value("type").toInt(), 4);
+            QVERIFY(!rig.peer.last(10422).value("analysisEndTime").toString().isEmpty());
+            if (state == 103)
+                QCOMPARE(rig.peer.last(10422).value("analysisStartTime").toString(), started);
+            rig.put(key, 101);
+            QVERIFY(told(Act::Finish, 104));
+            QTRY_COMPARE(rig.peer.last(10422), typed(3));
+        }
+        rig.put(key, 100);
+        QVERIFY(told(Act::PauseAnalysis));
+        QTRY_COMPARE(rig.peer.last(10422), typed(5));
+        const int before = rig.peer.count(10422);
+        rig.put(key, 106);
+        QVERIFY(told(Act::Commit) && told(Act::Submit) && told(Act::Accept) && told(Act::TakeUp));
+        QTRY_COMPARE(rig.peer.last(10414), (QJsonObject{{"missionId", 8}}));
+        rig.peer.cut();
+        QTRY_VERIFY(!NetTcp::isLogin());
+        QVERIFY(told(Act::PauseUpload));
+        QCoreApplication::processEvents();
+        QVERIFY(rig.peer.takeClient());
+        QTRY_COMPARE(rig.peer.last(10415), (QJsonObject{{"missionId", 8}}));
+        QCOMPARE(rig.peer.count(10422), before);
+        QCOMPARE(dao().remove(key), 1);
+        QTRY_COMPARE(rig.peer.last(10422), typed(2));
+    }
     void slowOrderIsAskedForOnce_data()
     {
         QTest::addColumn<int>("againMs");
@@ -330,7 +370,7 @@ private slots:
         failed.state = 30;
         UploadDAO::instance()->addOrder({failed});
         UserInfo::setRolePerm({{"grants", QJsonArray{type < 2 ? 19 : 1}}, {"result", 1}});
-        dao().setState(dao().readByOrder("N113").rkey, changes.firstKey(), 0, 1);
+        rig.put(dao().readByOrder("N113").rkey, changes.firstKey());
         handler.changeResolveState(0, type, "N113");
         QCOMPARE(dao().readByOrder("N113").state, changes.firstKey());
         UserInfo::setRolePerm({{"grants", QJsonArray()}, {"result", 1}});
@@ -478,7 +518,7 @@ private slots:
         Window window;
         ResolveHandler handler;
         const qlonglong key = rig.drop("/a.max", {}, 104);
-        dao().setState(key, 104, error, 1);
+        rig.put(key, 104, error);
         dao().saveMessage(key, errstr);
         handler.seeError(0, key);
         QTRY_COMPARE(window.texts.size(), 1);
@@ -525,8 +565,7 @@ private slots:
         QCOMPARE(rig.peer.count(10421) + rig.peer.count(10400), 0);
         approval["state"] = 118;
         QTRY_COMPARE(rig.state(key), 0);
-        QCOMPARE(SlaveSeat::approvalState(-1), 117);
-        QCOMPARE(SlaveSeat::approvalState(106), 0);
+        QVERIFY(SlaveSeat::approval(-1) == SceneState::Act::Reject && SlaveSeat::approval(106) == SceneState::Act::None);
         master.close();
         const qlonglong other = rig.drop("/b.tgd", {}, 107);
         QSignalSpy states(&dao(), &ResolveDAO::stateChanged);

@@ -226,7 +226,7 @@ private slots:
         QVERIFY(!rig->files.frames.last().json.contains("retry"));
         rig->files.hook = nullptr;
         rig->files.frames.clear();
-        ResolveDAO::instance()->setState(rig->rkey, 110, 0, 1);
+        QCOMPARE(ResolveDAO::instance()->step(rig->rkey, SceneState::Act::ResumeUpload), 1);
         Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
         QTRY_COMPARE(rig->state(), 0);
         QCOMPARE(rig->files.of(70000).first().json["retry"].toInt(), 1);
@@ -338,7 +338,7 @@ private slots:
         const int got = rig->files.stored.value(path.mid(1)).size();
         hold = false;
         if (!whole)
-            ResolveDAO::instance()->setState(rig->rkey, 112, 0, 1);
+            QCOMPARE(ResolveDAO::instance()->step(rig->rkey, SceneState::Act::PauseUpload), 1);
         Seam<UpCalls>::post([=, order = rig->order](UpCalls &up) {
             if (whole)
                 up.delUp(order, UpRig::Task);
@@ -352,7 +352,7 @@ private slots:
             // Without a row the record would pass for uploaded; it goes before the server is told so.
             QTRY_COMPARE(rig->resolve.deleted, QList<qlonglong>{rig->rkey});
         } else {
-            ResolveDAO::instance()->setState(rig->rkey, 110, 0, 1);
+            QCOMPARE(ResolveDAO::instance()->step(rig->rkey, SceneState::Act::ResumeUpload), 1);
             Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
             QTRY_COMPARE(rig->state(), 0);
             QCOMPARE(rig->files.stored.value(path.mid(1)), content);
@@ -435,7 +435,7 @@ private slots:
         rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
         const auto pause = connect(ResolveDAO::instance(), &ResolveDAO::stateChanged, this, [&](const db_resolve &res) {
             if (res.rkey == other && res.state == 111) // the second one is read already
-                ResolveDAO::instance()->setState(rig->rkey, 112, 0, 1);
+                ResolveDAO::instance()->step(rig->rkey, SceneState::Act::PauseUpload);
         });
         rig->start();
         QTRY_COMPARE(ResolveDAO::instance()->read(other).rkey, 0ll);

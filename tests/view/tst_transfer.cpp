@@ -334,7 +334,7 @@ private slots:
         UploadDAO::instance()->tellSpeed(12, 1024, 2048, 300);
         QTRY_COMPARE(cell(*model, model->groupIndex(key), TransferModel::Speed).toString(), QString("300B/S"));
         up.calls.clear();
-        QVERIFY(ResolveDAO::instance()->setState(500, 111, 0, 1));
+        QCOMPARE(ResolveDAO::instance()->step(500, SceneState::Act::TakeUp), 1);
         UploadDAO::instance()->tellSpeed(999, 1, 1, 1); // a file that isn't listed: its order's first page is asked for
         QTRY_VERIFY_WITH_TIMEOUT(up.calls.contains("files " + key + " 0"), 5000);
         emit UploadDAO::instance()->fileDeleted("12");

@@ -1,4 +1,5 @@
 #include "common/ui/PullMsg.h"
+#include "common/facts/Command.h"
 #include "common/UserInfo.h"
 #include "io/Ask.h"
 
@@ -38,7 +39,7 @@ void PullMsg::start()
 
 void PullMsg::pullOut()
 {
-    Ask(10311, {{QStringLiteral("page"), 0}})
+    Ask(Command::Notices, {{QStringLiteral("page"), 0}})
         .any([this](int, const QJsonDocument &doc) { noticeReply(doc); })
         .send(this);
 }

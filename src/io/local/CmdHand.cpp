@@ -1,4 +1,5 @@
 #include "io/local/CmdHand.h"
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
 #include "io/Ask.h"
@@ -162,11 +163,7 @@ void CmdHand::good(const QString &msg, const QJsonValue &data, const QJsonObject
 
 void CmdHand::fail(const QString &msg, const QJsonValue &data) { over(1, msg, data, false); }
 
-// Success is the command's number with 00 behind it, but for two commands that have a second one.
-bool CmdHand::isGood(int cmd, int val)
-{
-    return val == cmd * 100 || (cmd == 10401 && val == 1010100) || (cmd == 10406 && val == 1040608);
-}
+bool CmdHand::isGood(int cmd, int val) { return Command::good(cmd, val); }
 
 QString CmdHand::textOf(int val)
 {

@@ -1,4 +1,6 @@
 // Routes that ask the business server: account, projects, environments, machines, tasks; and the master's forwarding.
+#include "common/facts/Command.h"
+#include "common/facts/PageSize.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/Calls.h"
@@ -14,25 +16,26 @@
 
 namespace
 {
-constexpr int AllStatus = 1000, PageRows = 20;
+constexpr int AllStatus = 1000, PageRows = PageSize::Jobs;
 constexpr int MaxFolders = 10; // opened by one request
 
 QByteArray compact(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 } // namespace
 
-void CmdHand::account() { forward(10307, "{}"); }
+void CmdHand::account() { forward(Command::Accounts, "{}"); }
 
-void CmdHand::projectList() { forward(10502, "{}"); }
+void CmdHand::projectList() { forward(Command::Projects, "{}"); }
 
 void CmdHand::envList()
 {
-    forward(10506, compact({{"projectId", m_line.arg("projectId").toInt()},
-                            {"software_type", m_line.arg("softwareType").toInt()}}));
+    forward(Command::Environments, compact({{"projectId", m_line.arg("projectId").toInt()},
+                                            {"software_type", m_line.arg("softwareType").toInt()}}));
 }
 
 void CmdHand::machineList()
 {
-    forward(11102, compact({{"projectId", m_line.arg("projectId").toInt()}, {"farmId", m_line.arg("farmId").toInt()}}));
+    forward(Command::Machines,
+            compact({{"projectId", m_line.arg("projectId").toInt()}, {"farmId", m_line.arg("farmId").toInt()}}));
 }
 
 void CmdHand::jobList()
@@ -51,17 +54,17 @@ void CmdHand::jobList()
     filter("status", "missionStatus", AllStatus);
     filter("projectId", "projectId", -1);
     filter("userId", "userId", -1);
-    forward(10427, compact(body));
+    forward(Command::Tasks, compact(body));
 }
 
 void CmdHand::jobDetail()
 {
     withJobs([this](const QList<int> &missions) {
-        askEach(10409, missions, [this](int val, const QList<QJsonDocument> &docs) {
+        askEach(Command::TaskDetail, missions, [this](int val, const QList<QJsonDocument> &docs) {
             QJsonArray all;
             for (const QJsonDocument &doc : docs)
                 all.append(doc.object());
-            over(val, textOf(val), docs.size() == 1 ? all.at(0) : QJsonValue(all), isGood(10409, val));
+            over(val, textOf(val), docs.size() == 1 ? all.at(0) : QJsonValue(all), isGood(Command::TaskDetail, val));
         });
     });
 }
@@ -69,8 +72,8 @@ void CmdHand::jobDetail()
 void CmdHand::jobOpenDir()
 {
     withJobs([this](const QList<int> &missions) {
-        askEach(10409, missions.mid(0, MaxFolders), [this](int val, const QList<QJsonDocument> &docs) {
-            if (!isGood(10409, val)) {
+        askEach(Command::TaskDetail, missions.mid(0, MaxFolders), [this](int val, const QList<QJsonDocument> &docs) {
+            if (!isGood(Command::TaskDetail, val)) {
                 over(val, textOf(val), QJsonValue::Undefined, false);
                 return;
             }
@@ -131,7 +134,7 @@ void CmdHand::findOrders(QStringList orders, QList<int> missions, std::function<
         }
         const QJsonObject search{
             {"name", order}, {"page", 0}, {"pageCount", PageRows}, {"missionStatus", QJsonArray{AllStatus}}};
-        ask(10427, search, [=](int, const QJsonDocument &doc) {
+        ask(Command::Tasks, search, [=](int, const QJsonDocument &doc) {
             QList<int> found = missions;
             for (const QJsonValue &value : doc.object().value("pageList").toArray())
                 if (value.toObject().value("num").toVariant().toString() == order)

@@ -1,4 +1,6 @@
 // Routes around the analysis: scenes in, parameters out and in, commit, state for subordinate seats.
+#include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/Calls.h"
@@ -14,7 +16,7 @@
 
 namespace
 {
-constexpr int Analysed = 103, Committed = 107, Refused = 109, Gone = -1;
+constexpr int Gone = -1;
 
 QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 } // namespace
@@ -73,7 +75,7 @@ void CmdHand::modelList()
             {"project", row.project},
             {"analysisTime", QDateTime::fromMSecsSinceEpoch(row.rtime).toString("yyyy-MM-dd HH:mm:ss")},
             {"speed", QStringLiteral("%1/%2").arg(row.fok).arg(row.fsum)},
-            {"status", ResolveDAO::stateText(row.state)},
+            {"status", SceneState::text(row.state)},
             {"rkey", row.rkey},
             {"mid", row.missionid},
             {"state", row.state},
@@ -105,11 +107,11 @@ void CmdHand::modelParaSet()
         fail(tr("参数异常"));
         return;
     }
-    if (row.state < Analysed) {
+    if (row.state < SceneState::Warned) {
         fail(tr("解析尚未完成，参数还不能修改"));
         return;
     }
-    if (row.state >= Committed && row.state != Refused) {
+    if (!(SceneState::BeforeCommit | SceneState::Set{SceneState::SubmitFailed}).contains(row.state)) {
         fail(tr("任务已提交，参数不能再修改"));
         return;
     }
@@ -168,9 +170,7 @@ void CmdHand::modelResolveData()
         fail(tr("没有此订单下的模型"));
         return;
     }
-    int type = object(row.rset).value("softwareType").toVariant().toInt();
-    if (type == 0)
-        type = VFunc::softwareTypeOf(VFunc::followLinks(row.lpath));
+    const int type = SoftwareType::ofRow(object(row.rset), row.lpath);
     const QString begin = QStringLiteral("resolve-%1-%2-").arg(row.rkey).arg(row.ordernum);
     const QDir folder(UserInfo::userDir());
     const QJsonObject rdata = object(row.rdata);

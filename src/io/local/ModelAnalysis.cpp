@@ -1,4 +1,7 @@
 #include "io/local/ModelAnalysis.h"
+#include "common/facts/Rset.h"
+#include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/ResolveDAO.h"
@@ -14,9 +17,7 @@
 
 namespace
 {
-constexpr int Waiting = 100, Warned = 103, Clean = 106;
 constexpr int MaxTold = 20; // files in a note
-constexpr int Maya = 1, Cinema4D = 5, Types = 8;
 
 QString compact(const QJsonObject &object)
 {
@@ -46,7 +47,7 @@ QStringList expanded(const QStringList &paths)
         }
         const QFileInfoList inside = QDir(info.filePath()).entryInfoList(QDir::Files, QDir::Name);
         for (const QFileInfo &one : inside)
-            if (VFunc::softwareTypeOf(one.fileName()) > 0)
+            if (SoftwareType::ofPath(one.fileName()) > 0)
                 files.append(one.filePath());
     }
     files.removeDuplicates();
@@ -58,7 +59,7 @@ int commonType(const QStringList &files, int asked, QString *text)
 {
     QSet<int> types;
     for (const QString &file : files)
-        types.insert(VFunc::softwareTypeOf(VFunc::followLinks(file)));
+        types.insert(SoftwareType::ofPath(VFunc::followLinks(file)));
     if (types.size() > 1) {
         *text = ModelAnalysis::tr("场景文件中包含多种类型，请筛选后再拖入！");
         return 0;
@@ -67,20 +68,10 @@ int commonType(const QStringList &files, int asked, QString *text)
     if (type > 0 && (asked <= 0 || asked == type))
         return type;
     QStringList endings;
-    for (int one = 1; one <= Types; ++one)
+    for (int one : SoftwareType::all())
         if (asked <= 0 || asked == one)
-            endings += VFunc::endings(one);
+            endings += SoftwareType::endings(one);
     *text = ModelAnalysis::tr("请拖入类型为%1场景文件！").arg(endings.join("，"));
-    return 0;
-}
-
-int typeOfSoftware(const QString &software)
-{
-    static const QList<QPair<QString, int>> words{{"maya", 1}, {"max", 3},      {"houdini", 4},  {"cinema", 5},
-                                                  {"c4d", 5},  {"sketchup", 6}, {"clarisse", 7}, {"terragen", 8}};
-    for (const auto &word : words)
-        if (software.contains(word.first, Qt::CaseInsensitive))
-            return word.second;
     return 0;
 }
 
@@ -108,26 +99,6 @@ bool handedOverBefore(qlonglong seatKey, const QString &seat, const QString &sce
         if (row.lpath == scene && ModelAnalysis::seatKey(row) == seatKey && ModelAnalysis::seatName(row) == seat)
             return true;
     return false;
-}
-
-// What the queue and the order read from rset, from wherever the caller put it.
-QJsonObject runSettings(const QJsonObject &parameter, const QJsonObject &env, const QJsonObject &project,
-                        const QJsonObject &machine, int type)
-{
-    QJsonObject rset{{"env", env}, {"project", project}, {"machine", machine}, {"softwareType", type}};
-    for (const char *key : {"projectConfig", "mayaProject", "keyFrames", "strategy", "clientResultRootPath",
-                            "sourceFileType", "mayaSplitByLayer"})
-        if (parameter.contains(key))
-            rset[key] = parameter.value(key);
-    const QString model = machine.value("machineModel").toString();
-    rset["machineModel"] = model.isEmpty() ? machine.value("name").toString() : model;
-    for (const char *key : {"clientId", "startGpu", "farmId"})
-        for (const QJsonObject &place : {parameter, machine, env})
-            if (place.contains(key)) {
-                rset[key] = place.value(key);
-                break;
-            }
-    return rset;
 }
 
 // Does the account that pays for the seat belong to this one?
@@ -191,7 +162,7 @@ ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJso
     if (files.isEmpty())
         return refused(tr("没有模型文件"));
     QString text;
-    const int type = commonType(files, typeOfSoftware(env.value("software").toString()), &text);
+    const int type = commonType(files, SoftwareType::ofName(env.value("software").toString()), &text);
     if (type == 0)
         return refused(text);
     QJsonObject project = named(parameter.value("projectConfig"));
@@ -200,13 +171,13 @@ ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJso
     if (projectName(project).isEmpty())
         return refused(tr("缺失项目信息"));
     const QString mayaProject = parameter.value("mayaProject").toString();
-    if (type == Maya && !mayaProject.isEmpty() && !QFileInfo::exists(mayaProject))
+    if (type == SoftwareType::Maya && !mayaProject.isEmpty() && !QFileInfo::exists(mayaProject))
         return refused(tr("项目路径不存在"));
     const QJsonObject machine = named(parameter.value("machine"));
     if (machine.isEmpty())
         return refused(tr("缺失机型"));
 
-    const QString rset = compact(runSettings(parameter, env, project, machine, type));
+    const QJsonObject config = named(parameter.value("projectConfig"));
     ModelAnalysis out;
     out.kind = Rows;
     for (const QString &file : files) {
@@ -216,8 +187,8 @@ ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJso
         row.projectId = projectId(project);
         row.lpath = file;
         row.rtime = nowMs;
-        row.state = Waiting;
-        row.rset = rset;
+        row.state = SceneState::Waiting;
+        row.rset = Rset::of({type, env, project, machine, config, mayaProject, file, parameter}).text();
         out.rows.append(row);
     }
     return out;
@@ -238,7 +209,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     }
     const QString scene =
         given("scene").isString() ? given("scene").toString() : texts(body.value("scenes").toArray()).value(0);
-    if (VFunc::softwareTypeOf(VFunc::followLinks(scene)) <= 0 || outOfPlace(scene))
+    if (SoftwareType::ofPath(VFunc::followLinks(scene)) <= 0 || outOfPlace(scene))
         return refused(tr("缺失场景文件"));
     const qlonglong seatKey = given("clientFlag").toVariant().toLongLong();
     QJsonObject rset = parameter.value("rset").toObject();
@@ -259,7 +230,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     }
     const int without = files.size();
     files = OrderMessage::withScene(files, scene);
-    if (files.size() != without && rset.value("softwareType").toVariant().toInt() == Cinema4D)
+    if (files.size() != without && Rset(rset).softwareType() == SoftwareType::Cinema4D)
         qDebug().noquote() << QStringLiteral("塞入c4d主文件") << scene;
     content["fromSlave"] = 1;
     content["hasHand"] = 1; // the seat has set the parameters, nothing here may set them again
@@ -276,7 +247,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
     row.projectId = projectId(project);
     row.lpath = scene;
     row.rtime = given("analysisTime").toVariant().toLongLong();
-    row.state = Clean;
+    row.state = SceneState::Clean;
     out.commit = !given("needMasterCheck").toVariant().toBool();
     row.errstr = parameter.value("details").toString();
     if (!left.isEmpty()) {
@@ -285,7 +256,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
                              << "names files of the system or hidden ones, left out:" << left.mid(0, MaxTold);
         row.errstr = tr("以下%1个文件位于系统目录或隐藏目录，未加入上传：").arg(left.size()) + "\r\n" +
                      left.mid(0, MaxTold).join("\r\n") + "\r\n" + row.errstr;
-        row.state = Warned;
+        row.state = SceneState::Warned;
         out.commit = false;
     }
     row.rset = compact(rset);
@@ -298,12 +269,7 @@ ModelAnalysis ModelAnalysis::fromSeat(const QJsonObject &body, const QJsonObject
 
 qlonglong ModelAnalysis::seatKey(const db_resolve &row)
 {
-    if (!row.rset.contains("clientFlag"))
-        return 0;
-    return QJsonDocument::fromJson(row.rset.toUtf8()).object().value("clientFlag").toVariant().toLongLong();
+    return row.rset.contains("clientFlag") ? Rset(row.rset).seatKey() : 0;
 }
 
-QString ModelAnalysis::seatName(const db_resolve &row)
-{
-    return QJsonDocument::fromJson(row.rset.toUtf8()).object().value("seat").toString();
-}
+QString ModelAnalysis::seatName(const db_resolve &row) { return Rset(row.rset).seat(); }

@@ -1,4 +1,5 @@
 // DownHandler's other half: from result lists and pushes to missions in the store.
+#include "common/facts/Command.h"
 #include "common/ResultPath.h"
 #include "common/ResultRoots.h"
 #include "common/Session.h"
@@ -18,8 +19,6 @@
 
 namespace
 {
-constexpr int ListModule = 108, ResultList = 10805, ListGood = 1080500;
-constexpr int OrderModule = 104, ResultQueued = 10413;
 enum Cover { All = 0, OnlyMissing = 1, Cancelled = 2 };
 
 void inform(const QString &text)
@@ -105,7 +104,7 @@ void DownHandler::askLists()
     if (NetTcp::isLogin()) {
         for (const int mid : m_asks.due(now())) {
             NetTcp::instance()->nvds(
-                ListModule, ResultList, QJsonObject{{"missionId", mid}},
+                Command::module(Command::ResultList), Command::ResultList, QJsonObject{{"missionId", mid}},
                 [this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); }, this);
         }
     }
@@ -116,7 +115,7 @@ void DownHandler::listAnswered(int mid, int val, const QJsonObject &obj)
 {
     if (!m_asks.waits(mid))
         return; // answered already
-    if (val == ListGood)
+    if (val == Command::success(Command::ResultList))
         return missionDown(mid, obj);
     qWarning().noquote() << "DownHandler::listAnswered" << mid << Session::errorText(val);
     const ResultAsks::Ask ask = m_asks.take(mid);
@@ -277,7 +276,7 @@ bool DownHandler::build(const QJsonObject &obj, int cover, bool quiet)
                                         obj.value("com").toVariant().toString());
     // Only now: the farm forgets what it was told to be in the queue. Also where nothing was new: it pushes again what
     // wasn't confirmed.
-    NetTcp::instance()->nvds(OrderModule, ResultQueued, QJsonObject{{"missionId", mid}});
+    NetTcp::instance()->nvds(Command::module(Command::Results), Command::Results, QJsonObject{{"missionId", mid}});
     return true;
 }
 

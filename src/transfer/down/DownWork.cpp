@@ -1,4 +1,5 @@
 #include "transfer/down/DownWork.h"
+#include "common/facts/Command.h"
 #include "common/ResultPath.h"
 #include "common/ResultRoots.h"
 #include "common/Seam.h"
@@ -14,7 +15,7 @@
 
 namespace
 {
-constexpr int Module = 108, AskFile = 10800, Answered = 1080000, NoBalance = 1080009;
+constexpr int NoBalance = 1080009;
 constexpr qint64 SocketBuffer = 4 * 1024 * 1024, PacedBuffer = 64 * 1024;
 
 QString text(const QJsonObject &obj, const QString &key) { return obj.value(key).toVariant().toString(); }
@@ -30,7 +31,7 @@ void DownWork::downReq(db_downfile file)
     qDebug().noquote() << "DownWork::downReq" << QStringLiteral("开启下载:%1").arg(m_workKey);
     startWait(ReplyMs);
     NetTcp::instance()->nvds(
-        Module, AskFile, QJsonObject{{"fileId", file.id}},
+        Command::module(Command::FileInfo), Command::FileInfo, QJsonObject{{"fileId", file.id}},
         [this](int val, QJsonDocument doc) { answered(val, doc.object()); }, this);
 }
 
@@ -38,7 +39,7 @@ void DownWork::answered(int val, const QJsonObject &answer)
 {
     if (over())
         return;
-    if (val != Answered) {
+    if (val != Command::success(Command::FileInfo)) {
         if (val == NoBalance)
             Seam<WindowCalls>::post(
                 [tip = TransSet::errorText(val)](WindowCalls &window) { window.downErrorTip(tip); });
@@ -193,7 +194,7 @@ void DownWork::connected()
                        << QStringLiteral("FS询问:%1_%2").arg(m_workKey).arg(m_partial->position());
     const QJsonObject body{{"startPoint", m_partial->position()}, {"path", m_down.downloadPath}};
     if (m_socket->write(TransFrame::ask(TransFrame::Ask, TransFrame::AskDown, m_tokenBytes, body)) < 0)
-        return failDown(TransSet::WriteFailed);
+        return failDown(TransSet::SocketWrite);
     startWait(AskMs);
 }
 

@@ -1,4 +1,5 @@
 #include "transfer/down/ProjectOutput.h"
+#include "common/facts/Command.h"
 #include "common/VFunc.h"
 #include "io/NetTcp.h"
 #include <QDebug>
@@ -11,7 +12,6 @@
 
 namespace
 {
-constexpr int Module = 105, Projects = 10502, Configuration = 10506;
 QMutex cacheMutex;
 QHash<QString, QString> cache;
 
@@ -23,7 +23,7 @@ QJsonObject askServer(int cmd, const QJsonObject &body)
     QJsonObject reply;
     bool answered = false;
     NetTcp::instance()->nvds(
-        Module, cmd, body,
+        Command::module(cmd), cmd, body,
         [&](int, QJsonDocument doc) {
             reply = doc.object();
             answered = true;
@@ -56,7 +56,7 @@ void ProjectOutput::uninstall()
 QString ProjectOutput::ask(int projectId, const QString &projectName, int softwareType)
 {
     if (projectId <= 0 && !projectName.isEmpty())
-        projectId = projectIn(askServer(Projects, {}), projectName);
+        projectId = projectIn(askServer(Command::Projects, {}), projectName);
     if (projectId <= 0)
         return {};
     const QString key = QStringLiteral("%1_%2").arg(projectId).arg(softwareType);
@@ -65,7 +65,8 @@ QString ProjectOutput::ask(int projectId, const QString &projectName, int softwa
         if (const QString known = cache.value(key); !known.isEmpty())
             return known;
     }
-    const QString path = pathIn(askServer(Configuration, {{"projectId", projectId}, {"software_type", softwareType}}));
+    const QString path =
+        pathIn(askServer(Command::Environments, {{"projectId", projectId}, {"software_type", softwareType}}));
     if (!path.isEmpty() && QFileInfo(path).isDir()) { // a missing one is asked for again once the user has set it
         QMutexLocker lock(&cacheMutex);
         cache.insert(key, path);

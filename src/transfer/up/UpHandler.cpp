@@ -1,4 +1,5 @@
 #include "transfer/up/UpHandler.h"
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "db/ResolveDAO.h"
@@ -8,19 +9,16 @@
 #include "transfer/up/UpWork.h"
 #include <algorithm>
 #include <QCryptographicHash>
-#include <QDateTime>
 #include <QDebug>
 #include <QFile>
 #include <QJsonDocument>
 
 namespace
 {
-constexpr int Committed = 107, WaitUpload = 110, Uploading = 111, UploadFailed = 113;
 constexpr int MaxDelayed = 500;  // rows of one order that stand aside; beyond it the order itself waits
 constexpr int NoStoreMs = 60000; // the companion of the object store isn't there
 constexpr int NoFarmMs = 250;    // the farm's address and token aren't there
 
-qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 } // namespace
 
 UpHandler::UpHandler()
@@ -93,8 +91,8 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
         delete createWork(1, 0, false, 0, 0); // tells why
         return Walk::Next;
     }
-    if (order.state == WaitUpload && !takeUp(order))
-        return Walk::Next;
+    if (order.state == SceneState::UploadWaiting && !takeUp(order))
+        return Walk::Next; // paused since it was read, or the store is busy
     const QList<qlonglong> delayed = delayedOf(order.ordernum);
     if (delayed.size() > MaxDelayed)
         return Walk::Next;
@@ -116,7 +114,7 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
 // False where the user has paused or deleted it since it was read: his word stands.
 bool UpHandler::takeUp(const db_resolve &order)
 {
-    if (!ResolveDAO::instance()->changeState(order.rkey, {WaitUpload}, Uploading, 0, now()))
+    if (ResolveDAO::instance()->step(order.rkey, SceneState::Act::TakeUp) <= 0)
         return false;
     UploadDAO::instance()->resetLeftBehind(order.ordernum, runningOf(order.ordernum));
     refreshTotals(order.ordernum);
@@ -136,11 +134,11 @@ UpHandler::Walk UpHandler::judge(const db_resolve &order)
     if (UploadDAO::instance()->countFailed(order.ordernum) < rows)
         return Walk::Next;
     // Every file that is left has failed. The rows stay, so that the user can start them again.
-    if (ResolveDAO::instance()->changeState(order.rkey, {WaitUpload, Uploading}, UploadFailed, 0, now())) {
-        takeOrder(order.ordernum);
-        UploadDAO::instance()->tellOrderCleared(order.ordernum);
-        UploadDAO::instance()->tellRefresh();
-    }
+    if (ResolveDAO::instance()->step(order.rkey, SceneState::Act::FailUpload) <= 0)
+        return Walk::Next;
+    takeOrder(order.ordernum);
+    UploadDAO::instance()->tellOrderCleared(order.ordernum);
+    UploadDAO::instance()->tellRefresh();
     return Walk::Stop;
 }
 
@@ -154,7 +152,7 @@ bool UpHandler::lostRows(const db_resolve &order)
         return false;
     qWarning().noquote() << "UpHandler::lostRows" << order.ordernum << "has" << order.fsum << "files," << order.fok
                          << "of them uploaded, and no rows: the order is asked for anew";
-    ResolveDAO::instance()->changeState(order.rkey, {WaitUpload, Uploading}, Committed, 0, now());
+    ResolveDAO::instance()->step(order.rkey, SceneState::Act::LoseFiles);
     return true;
 }
 
@@ -166,7 +164,7 @@ void UpHandler::askEnd(const db_resolve &order)
         return;
     asked.start();
     reportSpeeds(); // while the record still tells the totals
-    Ask(10704, {{QStringLiteral("missionId"), order.missionid}})
+    Ask(Command::UploadOver, {{QStringLiteral("missionId"), order.missionid}})
         .within(m_timing.askAgainMs)
         .any([this, rkey = order.rkey, number = order.ordernum](int, const QJsonDocument &) { endOrder(rkey, number); })
         .send(this);
@@ -187,7 +185,7 @@ void UpHandler::endOrder(qlonglong rkey, const QString &order)
         kept = slave.toVariant().toInt() != 0;
     }
     if (kept)
-        resolve->setFinishedOnMaster(rkey); // the subordinate seat still polls it
+        resolve->step(rkey, SceneState::Act::KeepForSeat); // the subordinate seat still polls it
     else
         resolve->remove(rkey);
     // The server has forgotten it: a power cut mustn't bring it back.
@@ -361,7 +359,7 @@ void UpHandler::delUp(QString order, int mid)
     UpWork::removeZips(order);
     // Without its rows the record would look like an upload that is over, and the server would be told so.
     const db_resolve record = ResolveDAO::instance()->readByOrder(order);
-    if (record.rkey != 0 && record.state >= WaitUpload && record.state <= UploadFailed)
+    if (SceneState::InUpload.contains(record.state))
         Seam<ResolveCalls>::post([rkey = record.rkey](ResolveCalls &resolve) { resolve.delResolve(rkey); });
 }
 
@@ -437,7 +435,7 @@ void UpHandler::speedsReported()
             {QStringLiteral("totalSize"), qint64(sizes.first)},
             {QStringLiteral("uploadedSize"), qint64(sizes.second) + one->bytes},
         };
-        Ask(10416, speed).send();
+        Ask(Command::UploadSpeed, speed).send();
     }
     m_sums.clear();
 }

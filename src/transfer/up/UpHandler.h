@@ -1,15 +1,15 @@
 #pragma once
-// The queue of order uploads, on the TransScan thread of type 0: walks the orders in state 110 and 111, starts a worker
-// per waiting file (at most five a tick, Transfer/upTh at a time), and ends an order when none of its files is left.
-// Windows and other handlers reach it through Seam<UpCalls>.
+// The queue of order uploads, on the TransScan thread of type 0: walks the orders that wait for their upload or are in
+// it, starts a worker per waiting file (at most five a tick, Transfer/upTh at a time), and ends an order when none of
+// its files is left. Windows and other handlers reach it through Seam<UpCalls>.
 //
 // What can't go on now (a farm without an address, a file in a server stage, one that failed) is passed by with a time
 // at which it is looked at again; it never stands before the rest.
 //
 // A row: 10 waiting -> 11 shown while a worker holds it (never written, so a crash leaves it waiting) -> removed when
 // the server has the file; or 13 with its error -> 10 again, after three hard failures 30.
-// An order: 110 -> 111 -> told to the server (10704) and removed; or 113 when every row that is left has failed; or
-// back to 107, to be asked anew, when its rows were lost with their file.
+// An order: UploadWaiting -> Uploading -> told to the server (10704) and removed; or UploadFailed when every row that
+// is left has failed; or back to Committed, to be asked anew, when its rows were lost with their file.
 #include "db/Calls.h"
 #include "transfer/TransHandler.h"
 #include <QElapsedTimer>
@@ -57,7 +57,7 @@ private:
 
     bool quiet();
     Walk walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen);
-    bool takeUp(const db_resolve &order);
+    bool takeUp(const db_resolve &order); // false: it isn't this queue's any more
     bool aside(const QString &order);
     void putAside(const QString &order, int ms);
     bool lostRows(const db_resolve &order);

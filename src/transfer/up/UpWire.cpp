@@ -66,7 +66,7 @@ bool UpWork::sendFrame(const QByteArray &frame)
 {
     if (m_socket->write(frame) == frame.size())
         return true;
-    failUp(TransSet::WriteFailed);
+    failUp(TransSet::SocketWrite);
     return false;
 }
 
