@@ -1103,10 +1103,6 @@ May they be saved there?</translation>
         <source>操作</source>
         <translation>Actions</translation>
     </message>
-    <message>
-        <source>服务器没有响应，任务未删除，请稍后重试</source>
-        <translation>The server doesn&apos;t answer. Nothing was deleted, try again later</translation>
-    </message>
 </context>
 <context>
     <name>AnalysisError</name>

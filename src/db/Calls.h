@@ -26,6 +26,18 @@ public:
     virtual void reswait(int type) = 0;
     // A file of the order is on the farm: counts one file and its bytes.
     virtual void fileOk(QString order, qlonglong size) = 0;
+    // How many other rows a commit with batch would take along: ResolveDAO::batchCounted answers. A commit without
+    // batch lets them stay.
+    virtual void askBatch(QList<qlonglong> keys) { Q_UNUSED(keys) }
+    // Of what is over: DoneDAO::page and DoneDAO::changed answer.
+    virtual void readDone(int kind, QString search, int page, int pageSize)
+    {
+        Q_UNUSED(kind)
+        Q_UNUSED(search)
+        Q_UNUSED(page)
+        Q_UNUSED(pageSize)
+    }
+    virtual void removeDone(QList<qlonglong> ids) { Q_UNUSED(ids) }
 };
 
 // UpHandler.

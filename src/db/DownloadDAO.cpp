@@ -245,7 +245,8 @@ bool DownloadDAO::addMission(const db_downmiss &miss, const QList<db_downfile> &
     qlonglong next = miss.pri * FilesPerMission;
     for (const db_downfile &file : files) {
         const auto stands = standing.constFind(identity(file));
-        if (stands != standing.constEnd() && (stands->state == FileStates::DownWait || stands->state == FileStates::DownRun) &&
+        if (stands != standing.constEnd() &&
+            (stands->state == FileStates::DownWait || stands->state == FileStates::DownRun) &&
             sameVersion(*stands, file))
             continue;
         qlonglong pri = stands != standing.constEnd() ? stands->pri : 0;
@@ -279,8 +280,8 @@ db_downfile DownloadDAO::nextWaiting(qlonglong missPri, const QList<qlonglong> &
     const QString others = list.isEmpty() ? QString() : QStringLiteral("and pri not in (%1) ").arg(list.join(','));
     Locker lock(m_mutex);
     if (hasTable(missPri))
-        each(QStringLiteral("select * from down_%1 where state = ? %2limit 1").arg(missPri).arg(others), {int(FileStates::DownWait)},
-             [&](const Row &row) { file = fileOf(row, missPri); });
+        each(QStringLiteral("select * from down_%1 where state = ? %2limit 1").arg(missPri).arg(others),
+             {int(FileStates::DownWait)}, [&](const Row &row) { file = fileOf(row, missPri); });
     return file;
 }
 

@@ -1,12 +1,20 @@
 #include "db/ResolveDAO.h"
+#include "common/facts/AnalysisError.h"
 #include <algorithm>
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
+#include <QSet>
 
 namespace
 {
 using namespace SceneState;
+
+// Longer messages stand in a table of their own: a hundred thousand missing files are megabytes, and every look at the
+// row would read them.
+constexpr int ShortText = 2000;
+constexpr qlonglong KeepMs = 7LL * 24 * 3600 * 1000;
+constexpr int MaxDeaths = 2; // of the client while one row was analysed; then it isn't started by itself any more
 
 db_resolve fromRow(const Row &row)
 {
@@ -41,7 +49,8 @@ QVariant columnValue(const db_resolve &res, const QString &column)
         {"rtime", [](const db_resolve &r) { return QVariant(r.rtime); }},
         {"state", [](const db_resolve &r) { return QVariant(r.state); }},
         {"error", [](const db_resolve &r) { return QVariant(r.error); }},
-        {"errstr", [](const db_resolve &r) { return QVariant(r.errstr); }},
+        {"errstr", [](const db_resolve &r) { return QVariant(r.errstr.left(ShortText)); }},
+        {"died", [](const db_resolve &) { return QVariant(0); }},
         {"rset", [](const db_resolve &r) { return QVariant(r.rset); }},
         {"pri", [](const db_resolve &r) { return QVariant(r.pri); }},
         {"fok", [](const db_resolve &r) { return QVariant(r.fok); }},
@@ -54,12 +63,6 @@ QVariant columnValue(const db_resolve &res, const QString &column)
     return value ? value(res) : QVariant();
 }
 
-// For "like ? escape '\'": the text itself, wherever it stands.
-QString likePattern(QString text)
-{
-    text.replace('\\', "\\\\").replace('%', "\\%").replace('_', "\\_");
-    return '%' + text + '%';
-}
 } // namespace
 
 ResolveDAO *ResolveDAO::instance()
@@ -86,6 +89,9 @@ bool ResolveDAO::open(const QString &userDir)
     exec("alter table resolve add column fsize INTEGER", {}, true);
     exec("alter table resolve add column fup INTEGER", {}, true);
     exec("alter table resolve add column filetype INTEGER", {}, true);
+    exec("alter table resolve add column died int", {}, true);
+    exec("create table message(rkey INTEGER,errstr varchar,primary key(rkey))", {}, true);
+    exec("create table giveup(missionid INTEGER,since INTEGER,primary key(missionid))", {}, true);
     exec("create table para(rkey INTEGER,rdata varchar,rfile varchar,primary key(rkey))", {}, true);
     exec("create table batch(startkey INTEGER,endkey INTEGER,flag int)", {}, true);
     addColumns("resolve", {{"ordernum", "varchar"},
@@ -108,10 +114,33 @@ bool ResolveDAO::open(const QString &userDir)
          "coalesce(fup,0),"
          " filetype = coalesce(filetype,0) where fok is null or fsum is null or fsize is null or fup is null or "
          "filetype is null");
+    exec("update resolve set died = 0 where died is null");
+    if (!shortenMessages())
+        qWarning().noquote() << "ResolveDAO::open long messages stay where they are";
+    recover();
+    forgetOld(QDateTime::currentMSecsSinceEpoch());
+    return true;
+}
+
+bool ResolveDAO::shortenMessages()
+{
+    Work work(this);
+    return work &&
+           exec("insert or replace into message (rkey,errstr) select rkey,errstr from resolve where length(errstr) > ?",
+                {ShortText}) &&
+           exec("update resolve set errstr = substr(errstr,1,?) where length(errstr) > ?", {ShortText, ShortText}) &&
+           work.commit();
+}
+
+// What was under way when the client ended. A scene that ended it twice would do so at every start.
+void ResolveDAO::recover()
+{
+    exec("update resolve set died = died + 1 where state = ?", {int(Analysing)});
+    exec("update resolve set state = ?, error = ? where state = ? and died >= ?",
+         {int(Failed), int(AnalysisError::DiedTwice), int(Analysing), MaxDeaths});
     exec("update resolve set state = ? where state = ?", {int(Waiting), int(Analysing)});
     for (Act act : {Act::SubmitAgain, Act::Interrupt})
         exec("update resolve set state = ? where state = ?", {to(act).only(), from(act).only()});
-    return true;
 }
 
 void ResolveDAO::releaseResolve()
@@ -161,10 +190,19 @@ void ResolveDAO::showPara(qlonglong rkey)
 bool ResolveDAO::readPara(db_resolve *res)
 {
     Locker lock(m_mutex);
-    return each("select * from para where rkey = ?", {res->rkey}, [&](const Row &row) {
-        res->rdata = row.text("rdata");
-        res->rfile = row.text("rfile");
-    });
+    return each("select * from para where rkey = ?", {res->rkey},
+                [&](const Row &row) {
+                    res->rdata = row.text("rdata");
+                    res->rfile = row.text("rfile");
+                }) &&
+           readMessage(res);
+}
+
+bool ResolveDAO::readMessage(db_resolve *res)
+{
+    Locker lock(m_mutex);
+    return each("select errstr from message where rkey = ?", {res->rkey},
+                [&](const Row &row) { res->errstr = row.text("errstr"); });
 }
 
 QList<db_resolve> ResolveDAO::readPage(const QString &search, int page, int pageSize)
@@ -223,8 +261,10 @@ bool ResolveDAO::insertBatch(QList<db_resolve> *list)
             QVariantList values;
             for (const QString &name : names)
                 values << columnValue(res, name);
-            if (!exec(sql, values) || !exec("insert or replace into para (rkey,rdata,rfile) values (?,?,?)",
-                                            {res.rkey, res.rdata, res.rfile}))
+            if (!exec(sql, values) ||
+                !exec("insert or replace into para (rkey,rdata,rfile) values (?,?,?)",
+                      {res.rkey, res.rdata, res.rfile}) ||
+                !saveText(res.rkey, res.errstr))
                 return false;
         }
         if (!exec("insert into batch (startkey,endkey,flag) values (?,?,?)", {first, rows.last().rkey, 0}) ||
@@ -237,9 +277,24 @@ bool ResolveDAO::insertBatch(QList<db_resolve> *list)
     return true;
 }
 
-db_resolve ResolveDAO::nextWithoutOrder()
+db_resolve ResolveDAO::nextWithoutOrder(const QList<qlonglong> &without)
 {
-    return one("select * from resolve where ordernum = ? order by pri limit 1", {""});
+    const Set states = BeforeCommit | Set{Committed, SubmitFailed, OrderRefused};
+    const QString sql =
+        QStringLiteral("select * from resolve where ordernum = ? and state in (%1) order by pri limit ?");
+    for (const db_resolve &res : list(sql.arg(states.sql()), {"", without.size() + 1}))
+        if (!without.contains(res.rkey))
+            return res;
+    return {};
+}
+
+QList<qlonglong> ResolveDAO::keysIn(Set states)
+{
+    Locker lock(m_mutex);
+    QList<qlonglong> keys;
+    each(QStringLiteral("select rkey from resolve where state in (%1) order by pri").arg(states.sql()), {},
+         [&](const Row &row) { keys << row.number("rkey"); });
+    return keys;
 }
 
 bool ResolveDAO::setOrder(qlonglong rkey, int missionId, const QString &order)
@@ -296,10 +351,12 @@ int ResolveDAO::step(qlonglong rkey, Act act, int state, int error)
             return 0;
         if (before.state == state && before.error == error)
             return 1;
-        const int rows = change(QStringLiteral("update resolve set rtime = ?,state = ?,error = ? where rkey = ? and "
-                                               "state in (%1)")
+        // A start keeps the count of deaths, whatever else happens to the row ends it.
+        const bool counts = act == Act::Start || act == Act::Abandon;
+        const int rows = change(QStringLiteral("update resolve set rtime = ?,state = ?,error = ?,died = died * ? "
+                                               "where rkey = ? and state in (%1)")
                                     .arg(from.sql()),
-                                {now, state, error, rkey});
+                                {now, state, error, counts ? 1 : 0, rkey});
         if (rows <= 0)
             return rows;
     }
@@ -331,7 +388,7 @@ int ResolveDAO::mark(qlonglong rkey, int error)
     return 1;
 }
 
-int ResolveDAO::remove(qlonglong rkey)
+int ResolveDAO::remove(qlonglong rkey, bool giveUp)
 {
     db_resolve res;
     {
@@ -342,7 +399,13 @@ int ResolveDAO::remove(qlonglong rkey)
             return 0;
         Work work(this);
         if (!work || !exec("delete from resolve where rkey = ?", {rkey}) ||
-            !exec("delete from para where rkey = ?", {rkey}) || !work.commit())
+            !exec("delete from para where rkey = ?", {rkey}) || !exec("delete from message where rkey = ?", {rkey}))
+            return -1;
+        if (giveUp && res.missionid != 0 &&
+            !exec("insert or replace into giveup (missionid,since) values (?,?)",
+                  {res.missionid, QDateTime::currentMSecsSinceEpoch()}))
+            return -1;
+        if (!work.commit())
             return -1;
     }
     emit resolveDeleted(rkey);
@@ -365,10 +428,45 @@ bool ResolveDAO::savePara(const db_resolve &res)
     return good && exec("update resolve set rset = ? where rkey = ?", {res.rset, res.rkey}) && work.commit();
 }
 
+bool ResolveDAO::saveText(qlonglong rkey, const QString &errstr)
+{
+    return errstr.size() > ShortText ? exec("insert or replace into message (rkey,errstr) values (?,?)", {rkey, errstr})
+                                     : exec("delete from message where rkey = ?", {rkey});
+}
+
 bool ResolveDAO::saveMessage(qlonglong rkey, const QString &errstr)
 {
     Locker lock(m_mutex);
-    return exec("update resolve set errstr = ? where rkey = ?", {errstr, rkey});
+    Work work(this);
+    return work && exec("update resolve set errstr = ? where rkey = ?", {errstr.left(ShortText), rkey}) &&
+           saveText(rkey, errstr) && work.commit();
+}
+
+QList<int> ResolveDAO::givenUp()
+{
+    Locker lock(m_mutex);
+    QList<int> missions;
+    each("select missionid from giveup order by since", {},
+         [&](const Row &row) { missions << row.integer("missionid"); });
+    return missions;
+}
+
+bool ResolveDAO::forgetGivenUp(int missionId)
+{
+    Locker lock(m_mutex);
+    return exec("delete from giveup where missionid = ?", {missionId});
+}
+
+bool ResolveDAO::forgetOld(qlonglong nowMs)
+{
+    Locker lock(m_mutex);
+    const QString old = "(select rkey from resolve where state = ? and rtime < ?)";
+    const QVariantList values{int(DoneForSeat), nowMs - KeepMs};
+    Work work(this);
+    return work && exec("delete from para where rkey in " + old, values) &&
+           exec("delete from message where rkey in " + old, values) &&
+           exec("delete from resolve where state = ? and rtime < ?", values) &&
+           exec("delete from giveup where since < ?", {nowMs - KeepMs}) && work.commit();
 }
 
 db_resolve ResolveDAO::nextToCommit(bool slave)
@@ -406,6 +504,26 @@ bool ResolveDAO::batchMarked(qlonglong rkey)
     Locker lock(m_mutex);
     return number("select flag from batch where ? >= startkey and ? <= endkey order by rowid desc limit 1",
                   {rkey, rkey}, 0) == 1;
+}
+
+bool ResolveDAO::anyBatchMarked()
+{
+    Locker lock(m_mutex);
+    return number("select count(*) from batch where flag = 1", {}, 0) > 0;
+}
+
+int ResolveDAO::countAlong(const QList<qlonglong> &keys)
+{
+    Locker lock(m_mutex);
+    QSet<qlonglong> others;
+    for (qlonglong key : keys)
+        each("select r.rkey as rkey from resolve r, batch b where b.rowid = (select max(rowid) from batch where ? >= "
+             "startkey and ? <= endkey) and r.rkey >= b.startkey and r.rkey <= b.endkey and r.state in (" +
+                 Set{Waiting, Analysing, AnalysisPaused, Warned}.sql() + ")",
+             {key, key}, [&](const Row &row) { others.insert(row.number("rkey")); });
+    for (qlonglong key : keys)
+        others.remove(key);
+    return others.size();
 }
 
 QList<db_resolve> ResolveDAO::nextUploads(int limit)

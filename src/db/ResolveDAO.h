@@ -20,18 +20,21 @@ public:
     static QString projectColumn(int id, const QString &name); // "%1_%2"
     static void splitProject(const QString &column, int *id, QString *name);
 
-    db_resolve read(qlonglong rkey); // without rdata and rfile
+    // Looks at rows leave out rdata and rfile, and of a long errstr the end: readPara brings them.
+    db_resolve read(qlonglong rkey);
     db_resolve readByOrder(const QString &order);
     db_resolve readByMission(int missionId);
-    db_resolve readWithPara(qlonglong rkey, const QString &order = {}); // order wins when not empty
-    void showPara(qlonglong rkey);                                      // readWithPara, then emits paraSet
-    bool readPara(db_resolve *res);
+    db_resolve readWithPara(qlonglong rkey, const QString &order = {});        // order wins when not empty
+    void showPara(qlonglong rkey);                                             // readWithPara, then emits paraSet
+    bool readPara(db_resolve *res);                                            // rdata, rfile, the whole errstr
+    bool readMessage(db_resolve *res);                                         // the whole errstr
     QList<db_resolve> readPage(const QString &search, int page, int pageSize); // emits allFile
     QList<db_resolve> readAll();
     // Inserts a batch and its row of batch. A key that is taken moves up to the next free one (the records are changed
     // accordingly), consecutive within the batch. False: nothing was inserted.
     bool insertBatch(QList<db_resolve> *list);
-    db_resolve nextWithoutOrder();
+    db_resolve nextWithoutOrder(const QList<qlonglong> &without = {}); // passes over those keys
+    QList<qlonglong> keysIn(SceneState::Set states);
     bool setOrder(qlonglong rkey, int missionId, const QString &order);
     db_resolve nextToAnalyse(bool slave, const QList<qlonglong> &without = {}); // passes over those keys
     // The single way to change state, error and rtime (now) together: along an act, from a state that it allows. to may
@@ -39,8 +42,14 @@ public:
     // in another state (its own state again with the same error counts as changed, without a signal); -1: the write
     // failed, the row is as it was and the work must be found again.
     int step(qlonglong rkey, SceneState::Act act, int to = 0, int error = 0);
-    int mark(qlonglong rkey, int error);  // as step, the error alone: a word on a row whose state stays
-    int remove(qlonglong rkey);           // as step; emits resolveDeleted and removed
+    int mark(qlonglong rkey, int error); // as step, the error alone: a word on a row whose state stays
+    // As step; emits resolveDeleted and removed. giveUp: its order is noted as given up in the same transaction, until
+    // forgetGivenUp.
+    int remove(qlonglong rkey, bool giveUp = false);
+    QList<int> givenUp(); // tasks whose orders the server must still hear of
+    bool forgetGivenUp(int missionId);
+    // Rows that were kept for a seat's question, and notes of given up orders, that are older than a week.
+    bool forgetOld(qlonglong nowMs);
     bool savePara(const db_resolve &res); // rdata, rfile, rset
     bool saveMessage(qlonglong rkey, const QString &errstr);
     db_resolve nextToCommit(bool slave); // with rdata and rfile
@@ -48,6 +57,9 @@ public:
     QList<db_resolve> waitingApproval(); // ApprovalWaiting and Approved
     bool markBatch(qlonglong rkey);
     bool batchMarked(qlonglong rkey);
+    bool anyBatchMarked();
+    // Rows of the same batches as these that would go along if the batches were marked: in Warned, or not analysed yet.
+    int countAlong(const QList<qlonglong> &keys);
     QList<db_resolve> nextUploads(int limit);                 // SceneState::ForUpload, the priority list first
     void setPriority(int type, const QList<qlonglong> &keys); // 0 analysis, 1 upload; in memory only
     bool setSum(qlonglong rkey, int fsum);
@@ -71,11 +83,15 @@ signals:
     void paraSet(db_resolve res);
     void upProgress(qlonglong rkey, int ok, int sum);
     void allReswait(QList<db_resolve> list);
+    void batchCounted(QList<qlonglong> keys, int others); // the answer to ResolveCalls::askBatch
 
 private:
     ResolveDAO();
     QList<db_resolve> list(const QString &sql, const QVariantList &values);
     db_resolve one(const QString &sql, const QVariantList &values);
     qlonglong freeKeys(qlonglong from, int count);
+    bool shortenMessages();
+    void recover();
+    bool saveText(qlonglong rkey, const QString &errstr);
     QList<qlonglong> m_priority[2];
 };

@@ -279,6 +279,12 @@ qlonglong Store::number(const QString &sql, const QVariantList &values, qlonglon
     return result;
 }
 
+QString Store::likePattern(QString text)
+{
+    text.replace('\\', "\\\\").replace('%', "\\%").replace('_', "\\_");
+    return '%' + text + '%';
+}
+
 QStringList Store::columns(const QString &table)
 {
     QStringList list;

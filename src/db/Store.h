@@ -66,6 +66,7 @@ protected:
     // Calls out once per row; the call must not use the store. False when the statement failed.
     bool each(const QString &sql, const QVariantList &values, const std::function<void(const Row &row)> &row);
     qlonglong number(const QString &sql, const QVariantList &values = {}, qlonglong failure = -1); // first value
+    static QString likePattern(QString text); // for "like ? escape '\'": the text itself, wherever it stands
     QStringList columns(const QString &table);
     QStringList tables();
     // Adds the columns that an older file lacks.

@@ -1,4 +1,5 @@
 #include "resolve/ClearMax.h"
+#include "common/facts/SceneState.h"
 #include "common/UserInfo.h"
 #include <algorithm>
 #include <limits>
@@ -14,11 +15,13 @@ namespace
 {
 const char *const Connection = "db_clearBatch";
 
-// The smallest key still in use; one above all keys when no row is left; -1 when the file can't be read.
+// The smallest key still in use, but for what is over and kept for a seat's question; one above all keys when no row is
+// left; -1 when the file can't be read.
 qlonglong smallestKey(QSqlDatabase &db)
 {
     QSqlQuery query(db);
-    if (!query.exec("select rkey from resolve order by rkey limit 1"))
+    if (!query.exec(QStringLiteral("select rkey from resolve where state <> %1 order by rkey limit 1")
+                        .arg(SceneState::DoneForSeat)))
         return -1;
     return query.next() ? query.value(0).toLongLong() : std::numeric_limits<qlonglong>::max();
 }

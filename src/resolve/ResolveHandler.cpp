@@ -12,6 +12,7 @@
 #include "io/NetTcp.h"
 #include "resolve/BaseResolve.h"
 #include "resolve/ParameterModel.h"
+#include <algorithm>
 #include <QDateTime>
 #include <QDebug>
 #include <QFileInfo>
@@ -20,6 +21,8 @@
 namespace
 {
 using SceneState::Act;
+
+constexpr int ForgetMs = 3600000;
 
 const SceneState::Set CanCommit = SceneState::from(Act::Commit) | SceneState::from(Act::Recommit);
 
@@ -30,13 +33,14 @@ ResolveDAO &dao() { return *ResolveDAO::instance(); }
 } // namespace
 
 ResolveHandler::ResolveHandler(QObject *parent)
-    : QObject(parent), m_reports(this), m_order(this), m_submission(this), m_seat(this)
+    : QObject(parent), m_reports(this), m_order(this), m_giveUps(this), m_submission(this), m_seat(this)
 {
     // Without a login no reply comes any more: not after a lost link, nor after a kick.
     connect(NetTcp::instance(), &NetTcp::loginChanged, this, [this](bool on) {
         if (on)
             return;
         m_order.linkLost();
+        m_giveUps.linkLost();
         m_submission.linkLost();
     });
     Seam<ResolveCalls>::attach(this, this);
@@ -45,8 +49,11 @@ ResolveHandler::ResolveHandler(QObject *parent)
 ResolveHandler::~ResolveHandler()
 {
     Seam<ResolveCalls>::detach(this);
-    for (qlonglong rkey : m_running.keys())
+    insistAgain();
+    for (qlonglong rkey : m_running.keys()) {
         removeAnalyser(rkey);
+        dao().step(rkey, Act::Abandon, SceneState::Waiting); // an orderly end: the scene isn't to blame
+    }
 }
 
 void ResolveHandler::setTimes(const Times &times)
@@ -67,10 +74,13 @@ void ResolveHandler::scan()
 {
     if (Session::live() && !Session::closing()) {
         const bool slave = UserInfo::isSlave();
+        insistAgain();
+        findLeftBehind();
         for (const QList<db_resolve> &list : std::exchange(m_unsaved, {}))
             addFile(list);
         if (!slave)
             m_order.tick();
+        m_giveUps.tick();
         if (m_running.size() < UserInfo::resolveThread())
             startAnalysis();
         if (UserInfo::canUpload())
@@ -83,6 +93,41 @@ void ResolveHandler::scan()
         }
     }
     QTimer::singleShot(m_times.scan, this, &ResolveHandler::scan);
+}
+
+void ResolveHandler::insist(qlonglong rkey, std::function<int()> write)
+{
+    if (write() >= 0)
+        return;
+    qWarning().noquote() << "ResolveHandler::insist" << rkey << "isn't written, tried again at the next scan";
+    m_unwritten.append({rkey, std::move(write)});
+}
+
+// A store that is held by another program costs each write its patience: one that fails ends the round.
+void ResolveHandler::insistAgain()
+{
+    while (!m_unwritten.isEmpty()) {
+        const auto first = m_unwritten.takeFirst();
+        if (first.second() >= 0)
+            continue;
+        m_unwritten.prepend(first);
+        return;
+    }
+}
+
+void ResolveHandler::findLeftBehind()
+{
+    for (qlonglong rkey : dao().keysIn({SceneState::Analysing})) {
+        const auto mine = [rkey](const auto &one) { return one.first == rkey; };
+        if (m_running.contains(rkey) || std::any_of(m_unwritten.cbegin(), m_unwritten.cend(), mine))
+            continue;
+        qWarning().noquote() << "ResolveHandler::findLeftBehind" << rkey << "is analysed by nobody";
+        dao().step(rkey, Act::Abandon, SceneState::Waiting);
+    }
+    if (m_forgot.isValid() && !m_forgot.hasExpired(ForgetMs))
+        return;
+    m_forgot.start();
+    dao().forgetOld(now());
 }
 
 void ResolveHandler::startAnalysis()
@@ -103,6 +148,7 @@ void ResolveHandler::startAnalysis()
         qWarning().noquote() << "ResolveHandler::startAnalysis" << row.rkey << row.lpath
                              << "no analyser for software type" << type;
         m_unknown << row.rkey;
+        dao().mark(row.rkey, AnalysisError::NoAnalyser);
         return;
     }
     run(row, work, type);
@@ -169,11 +215,13 @@ void ResolveHandler::removeAnalyser(qlonglong rkey)
 void ResolveHandler::resolveFinished(const db_resolve &res)
 {
     removeAnalyser(res.rkey);
-    const db_resolve row = dao().read(res.rkey);
-    // An analysis that ran past its time and was let go on keeps the mark.
-    const int error = res.error == 0 && row.error == AnalysisError::Overdue ? int(AnalysisError::Overdue) : res.error;
-    qDebug().noquote() << "ResolveHandler::resolveFinished" << res.rkey << res.state << AnalysisError::text(error);
-    dao().step(res.rkey, Act::Finish, res.state, error);
+    insist(res.rkey, [rkey = res.rkey, state = res.state, err = res.error] {
+        // An analysis that ran past its time and was let go on keeps the mark.
+        const int error =
+            err == 0 && dao().read(rkey).error == AnalysisError::Overdue ? int(AnalysisError::Overdue) : err;
+        qDebug().noquote() << "ResolveHandler::resolveFinished" << rkey << state << AnalysisError::text(error);
+        return dao().step(rkey, Act::Finish, state, error);
+    });
 }
 
 void ResolveHandler::resolveTimeOut(qlonglong rkey)
@@ -185,37 +233,45 @@ void ResolveHandler::resolveTimeOut(qlonglong rkey)
         return;
     }
     removeAnalyser(rkey);
-    dao().step(rkey, Act::Overrun, 0, AnalysisError::Overdue);
+    insist(rkey, [rkey] { return dao().step(rkey, Act::Overrun, 0, AnalysisError::Overdue); });
 }
 
 void ResolveHandler::automatic()
 {
     const CommonConfig config = CommonConfig::get();
     const bool clean = config.autoSubmit == 1, warned = clean && config.ignoreWarn == 1;
+    if (!clean && !dao().anyBatchMarked())
+        return; // nothing may go by itself
     for (const db_resolve &row : dao().finished()) {
         const bool goes = row.state == SceneState::Clean ? clean : warned || dao().batchMarked(row.rkey);
         if (!goes || m_held.value(row.rkey, -1) == row.rtime)
             continue;
         // What a seat handed over for the master's user to look at waits for that user.
         const bool checked = Rset(row.rset).needMasterCheck();
-        if (checked || !commit(row, false))
+        if (checked || commit(row, false) == 0)
             m_held.insert(row.rkey, row.rtime); // looked at again when its state has changed
     }
 }
 
 void ResolveHandler::commitResolve(qlonglong rkey, bool batch, QString order)
 {
-    const db_resolve res = order.isEmpty() ? dao().read(rkey) : dao().readByOrder(order);
-    if (res.rkey == 0 || !CanCommit.contains(res.state))
-        return;
-    if (commit(res, true) && batch)
-        dao().markBatch(res.rkey);
+    insist(rkey, [this, rkey, batch, order] {
+        const db_resolve res = order.isEmpty() ? dao().read(rkey) : dao().readByOrder(order);
+        if (res.rkey == 0 || !CanCommit.contains(res.state))
+            return 0;
+        const int done = commit(res, true);
+        if (done > 0 && batch)
+            dao().markBatch(res.rkey);
+        return done;
+    });
 }
 
-bool ResolveHandler::commit(db_resolve res, bool byUser)
+int ResolveHandler::commit(db_resolve res, bool byUser)
 {
-    if (!dao().readPara(&res) || (!byUser && ParameterModel::emptyResult(res)))
-        return false;
+    if (!dao().readPara(&res))
+        return -1;
+    if (!byUser && ParameterModel::emptyResult(res))
+        return 0;
     QString text = ParameterModel::blockingText(res);
     const bool blocked = !text.isEmpty();
     if (blocked || !ParameterModel::prepare(&res, CommonConfig::get(), &text)) {
@@ -224,10 +280,10 @@ bool ResolveHandler::commit(db_resolve res, bool byUser)
             tell(text);
         if (byUser && blocked)
             dao().step(res.rkey, Act::BlockCommit, 0, res.error);
-        return false;
+        return 0;
     }
     const Act act = res.state == SceneState::SubmitFailed ? Act::Recommit : Act::Commit;
-    return dao().savePara(res) && dao().step(res.rkey, act) > 0;
+    return dao().savePara(res) ? dao().step(res.rkey, act) : -1;
 }
 
 void ResolveHandler::tell(const QString &text)

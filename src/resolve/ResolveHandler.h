@@ -2,13 +2,17 @@
 // The queue of scenes: once a second it applies for order numbers, starts analyses up to the allowed number, commits
 // what may go by itself, sends what is committed, and on a subordinate seat asks the master. Made and destroyed on the
 // thread of ResolveScan, which owns it; everyone else posts to it through Seam<ResolveCalls>. The rows are the truth:
-// an analyser is disposable, and one whose row was paused or deleted is never listened to again.
+// an analyser is disposable, and one whose row was paused or deleted is never listened to again. A write that the store
+// couldn't take is done again at the next scan, and what was left behind (an analysis that nobody runs) is found by it.
 #include "common/facts/PageSize.h"
 #include "db/Calls.h"
+#include "resolve/OrderGiveUp.h"
 #include "resolve/OrderRequest.h"
 #include "resolve/SceneReports.h"
 #include "resolve/SlaveSeat.h"
 #include "resolve/Submission.h"
+#include <functional>
+#include <QElapsedTimer>
 #include <QMap>
 #include <QObject>
 
@@ -46,6 +50,9 @@ public:
     Q_INVOKABLE void reswait(int type) override;
     Q_INVOKABLE void fileOk(QString order, qlonglong size) override;
     Q_INVOKABLE void fileOk(qlonglong rkey, qlonglong size);
+    Q_INVOKABLE void askBatch(QList<qlonglong> keys) override;
+    Q_INVOKABLE void readDone(int kind, QString search, int page, int pageSize) override;
+    Q_INVOKABLE void removeDone(QList<qlonglong> ids) override;
 
 signals:
     void seeWarn(db_resolve res); // the warnings of a row are to be shown
@@ -65,19 +72,27 @@ private:
     bool takeOldLog(const db_resolve &row, int softwareType);
     void removeAnalyser(qlonglong rkey);
     void automatic();
-    bool commit(db_resolve res, bool byUser);
-    void replaceRow(qlonglong srcKey);
+    int commit(db_resolve res, bool byUser); // 1: committed, 0: it may not be, -1: not written
+    int replaceRow(qlonglong srcKey);
+    void removeRow(const db_resolve &row, bool giveUp);
+    // A write on behalf of a row, 1, 0 or -1 as the store's: at -1 it's done again at the next scan.
+    void insist(qlonglong rkey, std::function<int()> write);
+    void insistAgain();
+    void findLeftBehind();
     static void tell(const QString &text);
 
     QMap<qlonglong, Run> m_running;
     quint64 m_runs = 0;
     SceneReports m_reports;
     OrderRequest m_order;
+    OrderGiveUp m_giveUps;
     Submission m_submission;
     SlaveSeat m_seat;
     Times m_times;
     QList<qlonglong> m_unknown;         // rows whose software has no analyser: passed over
     QMap<qlonglong, qlonglong> m_held;  // rows that can't go by themselves: rkey to rtime
     QList<QList<db_resolve>> m_unsaved; // drops that the store couldn't take yet
+    QList<QPair<qlonglong, std::function<int()>>> m_unwritten;
+    QElapsedTimer m_forgot; // since old rows were last looked for
     bool m_started = false;
 };

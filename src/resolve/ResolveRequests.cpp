@@ -4,6 +4,7 @@
 #include "common/facts/Rset.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "io/NetTcp.h"
@@ -32,24 +33,15 @@ void ResolveHandler::reAddFile(qlonglong srcKey)
     const db_resolve row = dao().read(srcKey);
     if (row.rkey == 0 || !SceneState::possible(Act::Again, row.state))
         return;
-    if (row.missionid == 0)
-        return replaceRow(srcKey); // there is no task to give up
-    if (!NetTcp::isLogin())
-        qWarning().noquote() << "ResolveHandler::reAddFile" << srcKey << "waits for the link, ask again then";
-    NetTcp::instance()->nvds(
-        Command::module(Command::GiveUpOrder), Command::GiveUpOrder, QJsonObject{{"missionId", row.missionid}},
-        [this, srcKey](int val, const QJsonDocument &) {
-            qDebug().noquote() << "ResolveHandler::reAddFile" << srcKey << val;
-            replaceRow(srcKey);
-        },
-        this);
+    insist(srcKey, [this, srcKey] { return replaceRow(srcKey); });
+    m_giveUps.tick();
 }
 
-void ResolveHandler::replaceRow(qlonglong srcKey)
+int ResolveHandler::replaceRow(qlonglong srcKey)
 {
     db_resolve copy = dao().read(srcKey);
     if (copy.rkey == 0 || !SceneState::possible(Act::Again, copy.state))
-        return;
+        return 0;
     removeAnalyser(srcKey);
     copy.rkey = copy.pri = QDateTime::currentSecsSinceEpoch();
     copy.state = SceneState::Waiting;
@@ -58,30 +50,35 @@ void ResolveHandler::replaceRow(qlonglong srcKey)
     copy.errstr.clear();
     QList<db_resolve> list{copy};
     // The new row first: between the two a crash leaves one row too many, never one too few.
-    if (dao().insertBatch(&list))
-        dao().remove(srcKey);
+    if (!dao().insertBatch(&list))
+        return -1;
+    insist(srcKey, [srcKey] { return dao().remove(srcKey, true); });
+    return 1;
 }
 
 void ResolveHandler::readFile(int page, int pageSize, QString search) { dao().readPage(search, page, pageSize); }
 
-void ResolveHandler::delResolve(qlonglong rkey)
-{
-    const db_resolve row = dao().read(rkey);
-    removeAnalyser(rkey);
-    m_submission.forget(rkey);
-    m_unknown.removeAll(rkey);
-    m_held.remove(rkey);
-    if (row.rkey == 0 || dao().remove(rkey) <= 0 || row.ordernum.isEmpty())
-        return;
-    if (!Seam<UpCalls>::post([row](UpCalls &up) { up.delUp(row.ordernum, row.missionid); }))
-        UploadDAO::instance()->removeOrder(row.ordernum);
-}
+void ResolveHandler::delResolve(qlonglong rkey) { removeRow(dao().read(rkey), true); }
 
-void ResolveHandler::delResolveByTask(int missionId)
+void ResolveHandler::delResolveByTask(int missionId) { removeRow(dao().readByMission(missionId), false); }
+
+// The row goes first, and with it stands on the disk that the order is given up: the server hears of it when it can.
+void ResolveHandler::removeRow(const db_resolve &row, bool giveUp)
 {
-    const db_resolve row = dao().readByMission(missionId);
-    if (row.rkey != 0)
-        delResolve(row.rkey);
+    if (row.rkey == 0)
+        return;
+    removeAnalyser(row.rkey);
+    m_submission.forget(row.rkey);
+    m_unknown.removeAll(row.rkey);
+    m_held.remove(row.rkey);
+    insist(row.rkey, [row, giveUp] {
+        const int gone = dao().remove(row.rkey, giveUp);
+        if (gone > 0 && !row.ordernum.isEmpty() &&
+            !Seam<UpCalls>::post([row](UpCalls &up) { up.delUp(row.ordernum, row.missionid); }))
+            UploadDAO::instance()->removeOrder(row.ordernum);
+        return gone;
+    });
+    m_giveUps.tick();
 }
 
 void ResolveHandler::paraSet(qlonglong rkey)
@@ -105,13 +102,19 @@ void ResolveHandler::changeResolveState(qlonglong rkey, int type, QString order)
         UploadDAO::instance()->reUp(row.ordernum);
         Seam<UpCalls>::post([row](UpCalls &up) { up.reUp(row.ordernum); });
     }
-    if (!SceneState::possible(act, row.state) || dao().step(row.rkey, act) <= 0)
+    if (!SceneState::possible(act, row.state))
         return;
-    qDebug().noquote() << "修改解析状态" << row.rkey << row.state << SceneState::to(act).only();
-    if (act == Act::PauseAnalysis)
-        removeAnalyser(row.rkey);
-    if (act == Act::PauseUpload)
-        Seam<UpCalls>::post([row](UpCalls &up) { up.pauseUp(row.ordernum, row.missionid, 0, false); });
+    insist(row.rkey, [this, row, act] {
+        const int changed = dao().step(row.rkey, act);
+        if (changed <= 0)
+            return changed;
+        qDebug().noquote() << "修改解析状态" << row.rkey << row.state << SceneState::to(act).only();
+        if (act == Act::PauseAnalysis)
+            removeAnalyser(row.rkey);
+        if (act == Act::PauseUpload)
+            Seam<UpCalls>::post([row](UpCalls &up) { up.pauseUp(row.ordernum, row.missionid, 0, false); });
+        return changed;
+    });
 }
 
 void ResolveHandler::saveDataSet(db_resolve res)
@@ -129,17 +132,18 @@ void ResolveHandler::saveDataSet(db_resolve res)
         }
         res = list.first();
     }
-    const db_resolve row = dao().read(res.rkey);
-    if (row.rkey == 0 || !SceneState::possible(Act::EditParameters, row.state))
-        return;
-    if (dao().savePara(res))
-        dao().step(res.rkey, Act::EditParameters);
+    insist(res.rkey, [res] {
+        const db_resolve row = dao().read(res.rkey);
+        if (row.rkey == 0 || !SceneState::possible(Act::EditParameters, row.state))
+            return 0;
+        return dao().savePara(res) ? dao().step(res.rkey, Act::EditParameters) : -1;
+    });
 }
 
 void ResolveHandler::seeError(int type, qlonglong rkey)
 {
-    const db_resolve row = dao().read(rkey);
-    if (row.rkey == 0)
+    db_resolve row = dao().read(rkey);
+    if (row.rkey == 0 || !dao().readMessage(&row))
         return;
     if (type == 1) {
         emit seeWarn(row);
@@ -160,3 +164,12 @@ void ResolveHandler::fileOk(qlonglong rkey, qlonglong size)
     if (rkey != 0)
         dao().fileDone(rkey, size);
 }
+
+void ResolveHandler::askBatch(QList<qlonglong> keys) { emit dao().batchCounted(keys, dao().countAlong(keys)); }
+
+void ResolveHandler::readDone(int kind, QString search, int page, int pageSize)
+{
+    DoneDAO::instance()->readPage(kind, search, page, pageSize);
+}
+
+void ResolveHandler::removeDone(QList<qlonglong> ids) { DoneDAO::instance()->remove(ids); }

@@ -44,9 +44,13 @@ Act SlaveSeat::approval(int masterState)
 
 void SlaveSeat::step()
 {
+    for (qlonglong rkey : ResolveDAO::instance()->keysIn({SceneState::Submitting}))
+        if (!m_handing.contains(rkey)) // what the master said couldn't be written
+            ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
     const db_resolve row = ResolveDAO::instance()->nextToCommit(true);
     if (row.rkey == 0 || ResolveDAO::instance()->step(row.rkey, Act::Submit) <= 0)
         return;
+    m_handing.insert(row.rkey);
     Request request;
     request.url = UserInfo::master() + "/model/analysis";
     request.bareAddress = true;
@@ -56,7 +60,8 @@ void SlaveSeat::step()
     const auto open = [rkey = row.rkey] { return ResolveDAO::instance()->read(rkey).state == SceneState::Submitting; };
     WebAsk::post(request)
         .within(HandOverMs)
-        .answered([rkey = row.rkey, open](const FuncBody &rep) {
+        .answered([this, rkey = row.rkey, open](const FuncBody &rep) {
+            m_handing.remove(rkey);
             qDebug().noquote() << "SlaveSeat::step" << rkey << QString::fromUtf8(rep.raw);
             if (!open())
                 return;
@@ -67,7 +72,8 @@ void SlaveSeat::step()
             ResolveDAO::instance()->saveMessage(rkey, rep.msg);
             ResolveDAO::instance()->step(rkey, Act::Refuse, 0, rep.code);
         })
-        .failed([rkey = row.rkey] {
+        .failed([this, rkey = row.rkey] {
+            m_handing.remove(rkey);
             // The master can't be reached: the next scan tries again.
             ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
         })

@@ -19,5 +19,5 @@ public:
 
 private:
     void answered(qlonglong rkey, const QJsonObject &data);
-    QSet<qlonglong> m_polled;
+    QSet<qlonglong> m_polled, m_handing; // questions that are out, by rkey
 };

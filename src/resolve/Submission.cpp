@@ -41,6 +41,10 @@ void Submission::step()
     for (qlonglong rkey : m_accepted.keys())
         if (store(rkey, m_accepted.value(rkey)))
             m_accepted.remove(rkey);
+    // A write that failed, or a reply that came to nothing: nobody would move such a row any more.
+    for (qlonglong rkey : ResolveDAO::instance()->keysIn({SceneState::Submitting}))
+        if (!m_sent.contains(rkey) && !m_accepted.contains(rkey))
+            ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
     if (!NetTcp::isLogin())
         return;
     const db_resolve row = ResolveDAO::instance()->nextToCommit(false);
@@ -83,10 +87,8 @@ void Submission::timeOut()
     for (auto it = m_sent.begin(); it != m_sent.end(); ++it) {
         if (it->late || it->since.elapsed() < m_replyMs)
             continue;
-        it->late = true;
         qWarning().noquote() << "Submission::timeOut" << it.key() << "no reply within" << m_replyMs << "ms";
-        if (ResolveDAO::instance()->read(it.key()).state == SceneState::Submitting)
-            ResolveDAO::instance()->step(it.key(), Act::Refuse, 0, AnalysisError::TimedOut);
+        it->late = ResolveDAO::instance()->step(it.key(), Act::Refuse, 0, AnalysisError::TimedOut) >= 0;
     }
 }
 
@@ -118,7 +120,6 @@ void Submission::replied(qlonglong rkey, int attempt, int val, const QJsonObject
         dao->step(rkey, Act::Refuse, 0, val);
         return;
     }
-    dao->setFileType(rkey, reply.value("sourceFileType").toVariant().toInt());
     const Accepted accepted = uploadRows(row, files, reply);
     if (!store(rkey, accepted))
         m_accepted.insert(rkey, accepted);
@@ -132,6 +133,7 @@ Submission::Accepted Submission::uploadRows(const db_resolve &row, const QList<O
         qWarning().noquote() << "Submission::uploadRows" << row.ordernum << "is answered as" << order;
     const int mission = reply.value("missionId").toVariant().toInt();
     Accepted accepted;
+    accepted.filetype = reply.value("sourceFileType").toVariant().toInt();
     for (const OrderMessage::File &file : files) {
         if (file.path.isEmpty())
             continue;
@@ -172,7 +174,6 @@ bool Submission::store(qlonglong rkey, const Accepted &accepted)
         qWarning().noquote() << "Submission::store" << row.ordernum << "rows not stored, tried again";
         return false;
     }
-    dao->setCounts(rkey, 0, rows);
-    dao->setSizes(rkey, accepted.bytes, 0);
-    return dao->step(rkey, Act::Accept) >= 0;
+    return dao->setFileType(rkey, accepted.filetype) && dao->setCounts(rkey, 0, rows) &&
+           dao->setSizes(rkey, accepted.bytes, 0) && dao->step(rkey, Act::Accept) >= 0;
 }

@@ -31,6 +31,7 @@ private:
     struct Accepted {
         QList<db_upfile> rows;
         qlonglong bytes = 0;
+        int filetype = 0;
     };
     void send(const db_resolve &row);
     void replied(qlonglong rkey, int attempt, int val, const QJsonObject &reply);

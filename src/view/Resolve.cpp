@@ -398,8 +398,7 @@ void Resolve::remove(const QList<qlonglong> &keys)
                          : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
     MsgTool::ask(this, text, [this, keys] {
         for (qlonglong key : keys)
-            if (const db_resolve res = m_model->row(key); res.rkey)
-                SceneDelete::run(this, key, res.missionid);
+            SceneDelete::run(key);
     });
 }
 

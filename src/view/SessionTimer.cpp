@@ -2,6 +2,7 @@
 #include "common/Session.h"
 #include "common/ui/Background.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
@@ -21,6 +22,7 @@ int generation = 0; // a start that was overtaken by a stop starts nothing
 bool openStores(const QString &dir)
 {
     const bool resolveOk = ResolveDAO::instance()->open(dir);
+    DoneDAO::instance()->open(dir); // without it the session goes on
     const bool upOk = UploadDAO::instance()->open(dir);
     const bool downOk = DownloadDAO::instance()->open(dir);
     if (!resolveOk || !upOk || !downOk)
@@ -70,6 +72,7 @@ void SessionTimer::stop()
     end(analysis);
     Background::post([] {
         ResolveDAO::instance()->releaseResolve();
+        DoneDAO::instance()->close();
         DownloadDAO::instance()->releaseDown();
         UploadDAO::instance()->releaseUp();
     });

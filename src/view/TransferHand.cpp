@@ -60,7 +60,7 @@ void TransferHand::on_del_clicked()
     const TransferGroup group = m_group;
     if (m_uploads)
         MsgTool::ask(m_page, tr("删除“%1”会取消该订单，确定删除吗？").arg(group.name),
-                     [page = m_page, group] { SceneDelete::run(page, group.rkey, group.mission); });
+                     [key = group.rkey] { SceneDelete::run(key); });
     else
         MsgTool::ask(m_page, tr("确定删除下载任务“%1”吗？已下载的文件会保留。").arg(group.name),
                      [pri = group.pri] { Seam<DownCalls>::post([pri](DownCalls &down) { down.delDown(pri); }); });

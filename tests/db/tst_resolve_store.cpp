@@ -1,3 +1,4 @@
+#include "common/facts/AnalysisError.h"
 #include "db/ResolveDAO.h"
 #include "support/RawFile.h"
 #include "support/TestMain.h"
@@ -21,6 +22,14 @@ QList<qlonglong> keys(const QList<db_resolve> &rows)
     QList<qlonglong> list;
     for (const db_resolve &res : rows)
         list << res.rkey;
+    return list;
+}
+
+QList<int> states()
+{
+    QList<int> list;
+    for (const db_resolve &res : dao().readAll())
+        list << res.state;
     return list;
 }
 
@@ -162,20 +171,76 @@ private slots:
         QCOMPARE(dao().readWithPara(7).rfile, QString("\"files\":[]"));
     }
 
-    void recovery_data()
-    {
-        QTest::addColumn<int>("before");
-        QTest::addColumn<int>("after");
-        const QMap<int, int> mended{{101, 100}, {108, 107}, {111, 110}};
-        for (int state = 100; state <= 120; ++state)
-            QTest::addRow("%d", state) << state << mended.value(state, state);
-    }
+    // What was under way when the client ended goes on; a scene that ended it twice is left alone.
     void recovery()
     {
-        QFETCH(int, before);
-        put({scene(9, before)});
+        using SceneState::Act;
+        put({scene(1, 101), scene(2, 108), scene(3, 111), scene(4, 101)});
         QVERIFY(dao().open(m_dir.path()));
-        QTEST(dao().read(9).state, "after");
+        QCOMPARE(states(), (QList<int>{100, 107, 110, 100}));
+        QVERIFY(dao().step(1, Act::Start) == 1 && dao().step(1, Act::Finish, 106) == 1); // it isn't the one
+        QVERIFY(dao().step(4, Act::Start) == 1);
+        QVERIFY(dao().open(m_dir.path()));
+        QCOMPARE(dao().read(4).state, 104);
+        QCOMPARE(dao().read(4).error, int(AnalysisError::DiedTwice));
+        QCOMPARE(dao().read(1).state, 106);
+    }
+
+    // Megabytes of missing files are read where they're shown, not at each look.
+    void longMessages()
+    {
+        QString text;
+        for (int i = 0; i < 5000; ++i)
+            text += QStringLiteral("/textures/%1.png\r\n").arg(i);
+        put({scene(1, 103), scene(2)});
+        QVERIFY(dao().saveMessage(1, text));
+        QVERIFY(dao().readAll().first().errstr.size() < 3000);
+        QCOMPARE(dao().readWithPara(1).errstr, text);
+        QVERIFY(dao().saveMessage(1, "short"));
+        QCOMPARE(dao().readWithPara(1).errstr, QString("short"));
+        QVERIFY(RawFile(m_dir.filePath("resolve.db")).run({QStringLiteral("update resolve set errstr = '%1' where rkey = 2").arg(text)}));
+        QVERIFY(dao().open(m_dir.path())); // as an older program left it
+        QVERIFY(dao().read(2).errstr.size() < 3000);
+        QCOMPARE(dao().readWithPara(2).errstr, text);
+        QList<db_resolve> other{scene(3)};
+        other[0].errstr = text;
+        QVERIFY(dao().insertBatch(&other));
+        QCOMPARE(dao().readWithPara(3).errstr, text);
+        QCOMPARE(dao().remove(3), 1);
+        QCOMPARE(RawFile(m_dir.filePath("resolve.db")).text("select count(*) from message"), QString("1"));
+    }
+
+    // What a batch's flag would take along: rows that would be committed without a click of their own.
+    void countAlong()
+    {
+        put({scene(1, 103), scene(2, 103), scene(3, 100), scene(4, 106), scene(5, 107)});
+        put({scene(10, 103), scene(11, 103)});
+        QCOMPARE(dao().countAlong({1}), 2);
+        QCOMPARE(dao().countAlong({1, 2}), 1);
+        QCOMPARE(dao().countAlong({1, 10}), 3);
+        QCOMPARE(dao().countAlong({4711}), 0);
+        QVERIFY(!dao().anyBatchMarked() && dao().markBatch(10) && dao().anyBatchMarked());
+    }
+
+    // A deleted scene's order is noted until the server has heard of it; what a seat asks for goes after a week.
+    void givenUpAndOld()
+    {
+        db_resolve ordered = scene(1, 106);
+        ordered.missionid = 8;
+        put({ordered, scene(2), scene(3, 118)});
+        QVERIFY(dao().remove(1, true) == 1 && dao().remove(2, true) == 1);
+        QVERIFY(dao().open(m_dir.path()));
+        QCOMPARE(dao().givenUp(), QList<int>{8});
+        QCOMPARE(dao().readAll().size(), 0); // never changed since 1970
+        put({scene(4, 110)});
+        QCOMPARE(dao().step(4, SceneState::Act::KeepForSeat), 1);
+        const qint64 now = QDateTime::currentMSecsSinceEpoch(), day = 24 * 3600 * 1000;
+        QVERIFY(dao().forgetOld(now + 6 * day));
+        QCOMPARE(dao().read(4).state, 118);
+        QCOMPARE(dao().givenUp().size(), 1);
+        QVERIFY(dao().forgetOld(now + 8 * day));
+        QCOMPARE(dao().read(4).rkey, 0ll);
+        QVERIFY(dao().givenUp().isEmpty());
     }
 
     void pages_data()

@@ -1,3 +1,4 @@
+#include "common/facts/AnalysisError.h"
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
 #include "QueueRig.h"
@@ -125,6 +126,93 @@ private slots:
         QCOMPARE(rig.error(key), 10013); // with its order it was analysed, and the scene isn't there
         QCOMPARE(asked, 3);
     }
+    // One that the server refuses stands behind the others, with the reason on it, also where it's paused.
+    void refusedOrderLetsOthersPass()
+    {
+        QueueRig rig;
+        bool refuse = true;
+        rig.peer.answer(10421, [&](const BusinessPeer::Request &request) {
+            const bool first = request.body["clientFlag"].toInt() == 1000;
+            return first && refuse ? BusinessPeer::Reply{1042101, {}, false}
+                                   : BusinessPeer::Reply{1042100, {{"id", 5}, {"num", request.body["name"]}}, false};
+        });
+        const qlonglong paused = rig.drop("/a.tgd", {{"softwareType", 8}}, 102);
+        QCOMPARE(paused, 1000ll);
+        QList<qlonglong> others;
+        for (const char *path : {"/b.tgd", "/c.tgd"})
+            others << rig.drop(path, {{"softwareType", 8}}, 102);
+        const qlonglong sketch = rig.drop(rig.file("d.skp"), {{"softwareType", 6}}, 100, "N9");
+        rig.start();
+        for (qlonglong key : others)
+            QTRY_VERIFY(!dao().read(key).ordernum.isEmpty());
+        QTRY_COMPARE(rig.error(paused), 1042101);
+        QCOMPARE(rig.state(paused), 102);
+        QTRY_COMPARE(rig.error(sketch), int(AnalysisError::NoAnalyser)); // waits, but not without a word
+        QCOMPARE(rig.state(sketch), 100);
+        refuse = false;
+        QTRY_COMPARE(dao().read(paused).ordernum, QString("a.tgd"));
+        QTRY_COMPARE(rig.error(paused), 0);
+    }
+
+    // A store that another program holds: what ended, was paused or deleted meanwhile is written as soon as it can be.
+    void heldStore()
+    {
+        QueueRig rig;
+        UserInfo::setResolveThread(1);
+        rig.fakeMaya();
+        const QString scene = rig.file("a.ma");
+        const qlonglong analysed = rig.drop(scene, rig.maya(), 100, "N1"), uploading = rig.drop("/b", {}, 111, "N2");
+        const qlonglong deleted = rig.drop("/c", {}, 106, "N3"), orphan = rig.drop("/d", rig.maya(), 101, "N4");
+        rig.start();
+        QTRY_VERIFY(QFile::exists(scene + ".started"));
+        QTRY_COMPARE(rig.state(orphan), 100); // nobody analysed it; it waits for its turn
+        {
+            RawFile other(UserInfo::userDir() + "/resolve.db");
+            QVERIFY(other.run({"begin immediate"}));
+            rig.letGo(scene);
+            QTRY_COMPARE_WITH_TIMEOUT(rig.handler->running(), 0, 15000);
+            rig.handler->changeResolveState(uploading, 2);
+            QCOMPARE(rig.state(analysed), 101);
+            QCOMPARE(rig.state(uploading), 111);
+            QVERIFY(other.run({"rollback"}));
+        }
+        rig.handler->delResolve(deleted);
+        QTRY_COMPARE_WITH_TIMEOUT(rig.state(analysed), 106, 15000);
+        QTRY_COMPARE(rig.state(uploading), 112);
+        QTRY_COMPARE(rig.state(deleted), 0);
+        QTRY_COMPARE(rig.error(orphan), int(AnalysisError::NoScene));
+    }
+
+    // Deleted without a link: the row goes at once, the server hears of it after the next login, also of another run.
+    void deletedWithoutALink()
+    {
+        QueueRig rig;
+        const qlonglong key = rig.drop("/a", {}, 106, "N8");
+        rig.start();
+        NetTcp::instance()->nvds(100, 10000, QJsonObject());
+        QTRY_COMPARE(rig.peer.count(10000), 1);
+        rig.peer.cut();
+        QTRY_VERIFY(!NetTcp::isLogin());
+        rig.handler->delResolve(key);
+        QCOMPARE(rig.state(key), 0);
+        rig.handler.reset();
+        QVERIFY(dao().open(UserInfo::userDir()));
+        rig.peer.answer(10417, 1041700);
+        rig.start();
+        QVERIFY(rig.peer.takeClient());
+        QTRY_COMPARE(rig.peer.last(10417), (QJsonObject{{"missionId", 8}}));
+        QTRY_VERIFY(dao().givenUp().isEmpty());
+        QCOMPARE(rig.peer.count(10417), 1);
+        // An analysis asked for anew gives its old order up as well; a refusal keeps the note.
+        rig.peer.answer(10417, 1041701);
+        const qlonglong again = rig.drop("/b", {}, 106, "N9");
+        rig.handler->reAddFile(again);
+        QCOMPARE(rig.state(again), 0);
+        QTRY_COMPARE(rig.peer.last(10417), (QJsonObject{{"missionId", 9}}));
+        QCOMPARE(dao().givenUp(), QList<int>{9});
+        QCOMPARE(dao().readAll().size(), 1);
+    }
+
     // What the server hears of a row's life; what happens without a link is told after the next login.
     void reports()
     {
@@ -462,7 +550,7 @@ private slots:
         handler.reAddFile(sent);
         handler.reAddFile(key);
         QTRY_COMPARE(rig.state(key), 0);
-        QCOMPARE(rig.peer.last(10417), (QJsonObject{{"missionId", 8}}));
+        QTRY_COMPARE(rig.peer.last(10417), (QJsonObject{{"missionId", 8}}));
         QCOMPARE(rig.peer.count(10417), 1);
         const db_resolve fresh = dao().nextWithoutOrder();
         QCOMPARE(fresh.lpath, QString("/a.tgd"));

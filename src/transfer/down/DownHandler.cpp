@@ -3,6 +3,7 @@
 #include "common/ResultRoots.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
 #include "io/NetTcp.h"
 #include "transfer/down/DownWork.h"
@@ -171,6 +172,24 @@ void DownHandler::answeredTelling(qlonglong fileId, int val)
     }
 }
 
+namespace
+{
+void noteDone(const db_downmiss &miss)
+{
+    if (miss.sum <= 0)
+        return; // there was nothing in it
+    db_done done;
+    done.kind = db_done::Mission;
+    done.ordernum = miss.ordernum;
+    done.missid = miss.missid;
+    done.name = miss.missname.isEmpty() ? miss.ordernum : miss.missname;
+    done.folder = miss.lpath;
+    done.ok = miss.ok;
+    done.sum = miss.sum;
+    DoneDAO::instance()->add(done);
+}
+} // namespace
+
 bool DownHandler::settleEmpty(const db_downmiss &miss)
 {
     const int rows = DownloadDAO::instance()->count(miss.pri);
@@ -181,6 +200,7 @@ bool DownHandler::settleEmpty(const db_downmiss &miss)
             freeOrphans(miss.pri);
         return !stopFailed(miss, rows);
     }
+    noteDone(miss);
     if (DownloadDAO::instance()->removeMission(miss.pri)) {
         qDebug().noquote() << "DownHandler::settleEmpty mission over:" << miss.ordernum << miss.missid << miss.ok;
         m_rests.remove(miss.pri);

@@ -2,6 +2,7 @@
 #include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "io/Ask.h"
@@ -170,6 +171,19 @@ void UpHandler::askEnd(const db_resolve &order)
         .send(this);
 }
 
+void UpHandler::noteDone(const db_resolve &record)
+{
+    db_done done;
+    done.ordernum = record.ordernum;
+    done.missid = record.missionid;
+    done.name = record.lpath.mid(record.lpath.lastIndexOf(QLatin1Char('/')) + 1);
+    done.folder = record.lpath.left(qMax(0, record.lpath.lastIndexOf(QLatin1Char('/'))));
+    done.ok = record.fok;
+    done.sum = record.fsum;
+    done.size = record.fup;
+    DoneDAO::instance()->add(done);
+}
+
 void UpHandler::endOrder(qlonglong rkey, const QString &order)
 {
     if (m_ending.remove(order) == 0 || UploadDAO::instance()->count(order) != 0)
@@ -178,6 +192,7 @@ void UpHandler::endOrder(qlonglong rkey, const QString &order)
     const db_resolve record = resolve->readWithPara(rkey);
     if (record.rkey == 0)
         return; // deleted meanwhile
+    noteDone(record);
     bool kept = false;
     if (UserInfo::isMaster()) {
         const QJsonValue slave =

@@ -64,6 +64,7 @@ private:
     Walk judge(const db_resolve &order);
     void askEnd(const db_resolve &order);
     void endOrder(qlonglong rkey, const QString &order);
+    static void noteDone(const db_resolve &record);
     void giveWay(const QList<db_upfile> &chosen);
     void start(const db_upfile &file);
     void takeOrder(const QString &order);
