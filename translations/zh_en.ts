@@ -2,6 +2,77 @@
 <!DOCTYPE TS>
 <TS version="2.1" language="en_US" sourcelanguage="zh_CN">
 <context>
+    <name>AnalysisError</name>
+    <message>
+        <source>FailedToStart</source>
+        <translation>Failed to start</translation>
+    </message>
+    <message>
+        <source>Crashed</source>
+        <translation>Crashed</translation>
+    </message>
+    <message>
+        <source>Timedout</source>
+        <translation>Timed out</translation>
+    </message>
+    <message>
+        <source>ReadError</source>
+        <translation>Read error</translation>
+    </message>
+    <message>
+        <source>WriteError</source>
+        <translation>Write error</translation>
+    </message>
+    <message>
+        <source>UnknownError</source>
+        <translation>Unknown error</translation>
+    </message>
+    <message>
+        <source>软件类型不支持</source>
+        <translation>This software isn&apos;t supported</translation>
+    </message>
+    <message>
+        <source>软件未找到</source>
+        <translation>The software was not found</translation>
+    </message>
+    <message>
+        <source>解析数据格式错误</source>
+        <translation>The analysis data is damaged</translation>
+    </message>
+    <message>
+        <source>模型文件不存在</source>
+        <translation>The scene file doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>admin操作未许可</source>
+        <translation>The administrator&apos;s step wasn&apos;t allowed</translation>
+    </message>
+    <message>
+        <source>渲染软件暂不支持</source>
+        <translation>This version of the software isn&apos;t supported yet</translation>
+    </message>
+    <message>
+        <source>文件格式错误</source>
+        <translation>The file isn&apos;t a valid scene</translation>
+    </message>
+    <message>
+        <source>场景文件无法打开</source>
+        <translation>The scene file can&apos;t be opened</translation>
+    </message>
+    <message>
+        <source>软件版本与模型制作版本不同</source>
+        <translation>The scene was made with another version of the software</translation>
+    </message>
+    <message>
+        <source>解析此场景时客户端两次异常退出，不再自动解析，可手动重新解析</source>
+        <translation>The client ended twice while this scene was being analysed, so it is not analysed automatically any more. You can analyse it again by hand</translation>
+    </message>
+    <message>
+        <source>此类场景不能在客户端解析，请从软件插件提交</source>
+        <translation>Scenes of this kind are not analysed by the client. Please submit them from the plug-in of the software</translation>
+    </message>
+</context>
+<context>
     <name>BaseWidget</name>
     <message>
         <source>最小化</source>
@@ -118,17 +189,6 @@
     </message>
 </context>
 <context>
-    <name>Command</name>
-    <message>
-        <source>服务器拒绝了请求</source>
-        <translation>The server refused the request</translation>
-    </message>
-    <message>
-        <source>服务器没有响应，请检查网络后重试</source>
-        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
-    </message>
-</context>
-<context>
     <name>DownCover</name>
     <message>
         <source>序列检查</source>
@@ -141,6 +201,10 @@
     <message>
         <source>跳过已存在</source>
         <translation>Skip existing</translation>
+    </message>
+    <message>
+        <source>任务 %1</source>
+        <translation>Task %1</translation>
     </message>
 </context>
 <context>
@@ -252,16 +316,16 @@
         <translation>Try again</translation>
     </message>
     <message>
-        <source>提交</source>
-        <translation>Submit</translation>
-    </message>
-    <message>
         <source>取消</source>
         <translation>Cancel</translation>
     </message>
     <message>
         <source>解析队列尚未就绪，请稍后重试</source>
         <translation>The analysis queue isn&apos;t ready yet, try again in a moment</translation>
+    </message>
+    <message>
+        <source>开始解析</source>
+        <translation>Start analysis</translation>
     </message>
 </context>
 <context>
@@ -426,7 +490,7 @@
     <message>
         <source>连接不上服务器，正在自动重试
 请检查网络</source>
-        <translation>The server can&apos;t be reached, trying again by itself
+        <translation>The server can&apos;t be reached, trying again automatically
 Please check the network</translation>
     </message>
     <message>
@@ -715,6 +779,14 @@ May they be saved there?</translation>
         <source>充值记录</source>
         <translation>Top-up</translation>
     </message>
+    <message>
+        <source>标为已读</source>
+        <translation>Mark as read</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
 </context>
 <context>
     <name>NetTexts</name>
@@ -732,7 +804,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>未找到服务器</source>
-        <translation>The server wasn't found</translation>
+        <translation>The server wasn&apos;t found</translation>
     </message>
     <message>
         <source>没有访问网络的权限，请检查防火墙</source>
@@ -764,11 +836,11 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>系统不支持此网络操作</source>
-        <translation>The system doesn't support this network operation</translation>
+        <translation>The system doesn&apos;t support this network operation</translation>
     </message>
     <message>
         <source>上一个网络操作尚未完成</source>
-        <translation>The last network operation isn't finished</translation>
+        <translation>The last network operation isn&apos;t finished</translation>
     </message>
     <message>
         <source>代理服务器需要登录</source>
@@ -788,15 +860,15 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>代理服务器没有响应</source>
-        <translation>The proxy server doesn't answer</translation>
+        <translation>The proxy server doesn&apos;t answer</translation>
     </message>
     <message>
         <source>未找到代理服务器</source>
-        <translation>The proxy server wasn't found</translation>
+        <translation>The proxy server wasn&apos;t found</translation>
     </message>
     <message>
         <source>代理服务器的应答有误</source>
-        <translation>The proxy server's answer is wrong</translation>
+        <translation>The proxy server&apos;s answer is wrong</translation>
     </message>
     <message>
         <source>网络操作的时机有误</source>
@@ -804,7 +876,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>安全连接组件出错</source>
-        <translation>The secure connection's component failed</translation>
+        <translation>The secure connection&apos;s component failed</translation>
     </message>
     <message>
         <source>安全连接的数据有误</source>
@@ -812,7 +884,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>网络暂时不可用，请稍后重试</source>
-        <translation>The network isn't available at the moment, please try again later</translation>
+        <translation>The network isn&apos;t available at the moment, please try again later</translation>
     </message>
     <message>
         <source>请求已取消</source>
@@ -832,7 +904,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>服务器的应答有误</source>
-        <translation>The server's answer is wrong</translation>
+        <translation>The server&apos;s answer is wrong</translation>
     </message>
     <message>
         <source>服务器内部错误</source>
@@ -840,7 +912,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>服务器暂时不可用</source>
-        <translation>The server isn't available at the moment</translation>
+        <translation>The server isn&apos;t available at the moment</translation>
     </message>
     <message>
         <source>网络错误</source>
@@ -1020,10 +1092,6 @@ May they be saved there?</translation>
         <translation>Add scenes</translation>
     </message>
     <message>
-        <source>更多</source>
-        <translation>More</translation>
-    </message>
-    <message>
         <source>搜索文件名称</source>
         <translation>Search by file name</translation>
     </message>
@@ -1103,171 +1171,69 @@ May they be saved there?</translation>
         <source>操作</source>
         <translation>Actions</translation>
     </message>
-</context>
-<context>
-    <name>AnalysisError</name>
     <message>
-        <source>FailedToStart</source>
-        <translation>Failed to start</translation>
-    </message>
-    <message>
-        <source>Crashed</source>
-        <translation>Crashed</translation>
-    </message>
-    <message>
-        <source>Timedout</source>
-        <translation>Timed out</translation>
-    </message>
-    <message>
-        <source>ReadError</source>
-        <translation>Read error</translation>
-    </message>
-    <message>
-        <source>WriteError</source>
-        <translation>Write error</translation>
-    </message>
-    <message>
-        <source>UnknownError</source>
-        <translation>Unknown error</translation>
-    </message>
-    <message>
-        <source>软件类型不支持</source>
-        <translation>This software isn&apos;t supported</translation>
-    </message>
-    <message>
-        <source>软件未找到</source>
-        <translation>The software was not found</translation>
-    </message>
-    <message>
-        <source>解析数据格式错误</source>
-        <translation>The analysis data is damaged</translation>
-    </message>
-    <message>
-        <source>模型文件不存在</source>
-        <translation>The scene file doesn&apos;t exist</translation>
-    </message>
-    <message>
-        <source>admin操作未许可</source>
-        <translation>The administrator&apos;s step wasn&apos;t allowed</translation>
-    </message>
-    <message>
-        <source>渲染软件暂不支持</source>
-        <translation>This version of the software isn&apos;t supported yet</translation>
-    </message>
-    <message>
-        <source>文件格式错误</source>
-        <translation>The file isn&apos;t a valid scene</translation>
-    </message>
-    <message>
-        <source>场景文件无法打开</source>
-        <translation>The scene file can&apos;t be opened</translation>
-    </message>
-    <message>
-        <source>软件版本与模型制作版本不同</source>
-        <translation>The scene was made with another version of the software</translation>
-    </message>
-    <message>
-        <source>解析此场景时客户端两次异常退出，不再自动解析，可手动重新解析</source>
-        <translation>The client ended twice while this scene was being analysed, so it is not analysed automatically any more. You can analyse it again by hand</translation>
-    </message>
-    <message>
-        <source>此类场景不能在客户端解析，请从软件插件提交</source>
-        <translation>Scenes of this kind are not analysed by the client. Please submit them from the plug-in of the software</translation>
-    </message>
-</context>
-<context>
-    <name>SceneState</name>
-    <message>
-        <source>待解析</source>
-        <translation>Waiting for analysis</translation>
-    </message>
-    <message>
-        <source>解析中</source>
-        <translation>Analysing</translation>
-    </message>
-    <message>
-        <source>解析暂停</source>
-        <translation>Analysis paused</translation>
-    </message>
-    <message>
-        <source>解析警告</source>
-        <translation>Analysed with warnings</translation>
-    </message>
-    <message>
-        <source>解析错误</source>
-        <translation>Analysis failed</translation>
-    </message>
-    <message>
-        <source>参数缺失</source>
-        <translation>Parameters missing</translation>
-    </message>
-    <message>
-        <source>解析完成，请提交渲染</source>
-        <translation>Analysed, please submit</translation>
-    </message>
-    <message>
-        <source>待提交</source>
-        <translation>Waiting to submit</translation>
-    </message>
-    <message>
-        <source>提交中</source>
-        <translation>Submitting</translation>
-    </message>
-    <message>
-        <source>提交错误</source>
-        <translation>Submit failed</translation>
-    </message>
-    <message>
-        <source>待上传</source>
-        <translation>Waiting for upload</translation>
-    </message>
-    <message>
-        <source>上传中</source>
-        <translation>Uploading</translation>
-    </message>
-    <message>
-        <source>上传暂停</source>
-        <translation>Upload paused</translation>
-    </message>
-    <message>
-        <source>上传异常</source>
-        <translation>Upload failed</translation>
-    </message>
-    <message>
-        <source>申请失败</source>
-        <translation>No order number</translation>
-    </message>
-    <message>
-        <source>等待审核</source>
-        <translation>Waiting for approval</translation>
-    </message>
-    <message>
-        <source>申请通过</source>
-        <translation>Approved</translation>
-    </message>
-    <message>
-        <source>申请驳回</source>
-        <translation>Refused</translation>
-    </message>
-    <message>
-        <source>提交成功</source>
-        <translation>Submitted</translation>
-    </message>
-    <message>
-        <source>继续</source>
-        <translation>Resume</translation>
-    </message>
-    <message>
-        <source>暂停</source>
-        <translation>Pause</translation>
+        <source>参数设置</source>
+        <translation>Parameters</translation>
     </message>
     <message>
         <source>取消</source>
         <translation>Cancel</translation>
     </message>
     <message>
-        <source>优先级</source>
-        <translation>Priority</translation>
+        <source>取消任务</source>
+        <translation>Cancel the task</translation>
+    </message>
+    <message>
+        <source>确定取消“%1”吗？任务会从列表中删除。</source>
+        <translation>Cancel “%1”? The task is removed from the list.</translation>
+    </message>
+    <message>
+        <source>新增 %1 个场景</source>
+        <translation>%1 new scenes</translation>
+    </message>
+    <message>
+        <source>查看</source>
+        <translation>Show</translation>
+    </message>
+    <message>
+        <source>“%1”解析失败，提交后可能渲染不出结果，费用照常计算。仍要提交吗？</source>
+        <translation>The analysis of “%1” failed. It may render nothing and is charged all the same. Submit it anyway?</translation>
+    </message>
+    <message>
+        <source>确定提交“%1”吗？</source>
+        <translation>Submit “%1”?</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>同一批拖入的另外 %1 个场景，有警告的也自动提交</source>
+        <translation>Automatically submit the other %1 scenes of the same drop too, even with warnings</translation>
+    </message>
+    <message>
+        <source>仍要提交</source>
+        <translation>Submit anyway</translation>
+    </message>
+    <message>
+        <source>点击状态查看警告，确认后可以提交渲染</source>
+        <translation>Click the state to see the warnings, then submit</translation>
+    </message>
+    <message>
+        <source>点击状态查看原因，修改场景后重新解析</source>
+        <translation>Click the state to see why, mend the scene and analyse it again</translation>
+    </message>
+    <message>
+        <source>点击状态查看原因，然后重新提交</source>
+        <translation>Click the state to see why, then submit again</translation>
+    </message>
+    <message>
+        <source>服务器没有给出订单号，客户端会自动再次申请</source>
+        <translation>The server gave no order number; the client automatically asks again</translation>
+    </message>
+    <message>
+        <source>在传输管理中查看失败的文件，然后继续上传</source>
+        <translation>See the files that failed under Transfers, then resume the upload</translation>
     </message>
 </context>
 <context>
@@ -1401,6 +1367,112 @@ May they be saved there?</translation>
     <message>
         <source>关闭</source>
         <translation>Close</translation>
+    </message>
+</context>
+<context>
+    <name>SceneState</name>
+    <message>
+        <source>待解析</source>
+        <translation>Waiting for analysis</translation>
+    </message>
+    <message>
+        <source>解析中</source>
+        <translation>Analysing</translation>
+    </message>
+    <message>
+        <source>解析暂停</source>
+        <translation>Analysis paused</translation>
+    </message>
+    <message>
+        <source>解析警告</source>
+        <translation>Analysed with warnings</translation>
+    </message>
+    <message>
+        <source>解析错误</source>
+        <translation>Analysis failed</translation>
+    </message>
+    <message>
+        <source>参数缺失</source>
+        <translation>Parameters missing</translation>
+    </message>
+    <message>
+        <source>解析完成，请提交渲染</source>
+        <translation>Analysed, please submit</translation>
+    </message>
+    <message>
+        <source>待提交</source>
+        <translation>Waiting to submit</translation>
+    </message>
+    <message>
+        <source>提交中</source>
+        <translation>Submitting</translation>
+    </message>
+    <message>
+        <source>提交错误</source>
+        <translation>Submit failed</translation>
+    </message>
+    <message>
+        <source>待上传</source>
+        <translation>Waiting for upload</translation>
+    </message>
+    <message>
+        <source>上传中</source>
+        <translation>Uploading</translation>
+    </message>
+    <message>
+        <source>上传暂停</source>
+        <translation>Upload paused</translation>
+    </message>
+    <message>
+        <source>上传异常</source>
+        <translation>Upload failed</translation>
+    </message>
+    <message>
+        <source>申请失败</source>
+        <translation>No order number</translation>
+    </message>
+    <message>
+        <source>等待审核</source>
+        <translation>Waiting for approval</translation>
+    </message>
+    <message>
+        <source>申请通过</source>
+        <translation>Approved</translation>
+    </message>
+    <message>
+        <source>申请驳回</source>
+        <translation>Refused</translation>
+    </message>
+    <message>
+        <source>提交成功</source>
+        <translation>Submitted</translation>
+    </message>
+    <message>
+        <source>继续</source>
+        <translation>Resume</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>优先级</source>
+        <translation>Priority</translation>
+    </message>
+</context>
+<context>
+    <name>ServerCall</name>
+    <message>
+        <source>服务器拒绝了请求</source>
+        <translation>The server refused the request</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
     </message>
 </context>
 <context>
@@ -2337,7 +2409,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>渲染结果会自动下载到结果目录</source>
-        <translation>Rendered results download to the result folder by themselves</translation>
+        <translation>Rendered results are downloaded to the result folder automatically</translation>
     </message>
     <message>
         <source>上传</source>
@@ -2346,10 +2418,6 @@ May they be saved there?</translation>
     <message>
         <source>下载</source>
         <translation>Downloads</translation>
-    </message>
-    <message>
-        <source>刷新</source>
-        <translation>Refresh</translation>
     </message>
     <message>
         <source>账户余额不足无法下载，请充值！</source>
@@ -2395,48 +2463,56 @@ You can also change the folder, but only for new tasks</translation>
         <source>操作</source>
         <translation>Actions</translation>
     </message>
-</context>
-<context>
-    <name>TransferHand</name>
-    <message>
-        <source>删除“%1”会取消该订单，确定删除吗？</source>
-        <translation>Deleting &quot;%1&quot; cancels its order. Delete it?</translation>
-    </message>
-    <message>
-        <source>确定删除下载任务“%1”吗？已下载的文件会保留。</source>
-        <translation>Delete the download of &quot;%1&quot;? Files that are downloaded stay.</translation>
-    </message>
-    <message>
-        <source>文件夹打不开：%1</source>
-        <translation>The folder can&apos;t be opened: %1</translation>
-    </message>
     <message>
         <source>继续</source>
         <translation>Resume</translation>
-    </message>
-    <message>
-        <source>重新上传</source>
-        <translation>Retry</translation>
-    </message>
-    <message>
-        <source>重新下载</source>
-        <translation>Retry</translation>
     </message>
     <message>
         <source>暂停</source>
         <translation>Pause</translation>
     </message>
     <message>
-        <source>优先</source>
-        <translation>First</translation>
-    </message>
-    <message>
         <source>删除</source>
         <translation>Delete</translation>
     </message>
     <message>
+        <source>删除任务</source>
+        <translation>Delete the task</translation>
+    </message>
+    <message>
+        <source>删除“%1”会取消该订单，确定删除吗？</source>
+        <translation>Deleting “%1” cancels its order. Delete it?</translation>
+    </message>
+    <message>
+        <source>删除选中的 %1 个上传任务会取消它们的订单，确定删除吗？</source>
+        <translation>Deleting the %1 selected uploads cancels their orders. Delete them?</translation>
+    </message>
+    <message>
+        <source>确定删除下载任务“%1”吗？已下载的文件会保留。</source>
+        <translation>Delete the download “%1”? Files that are on disk stay.</translation>
+    </message>
+    <message>
+        <source>确定删除选中的 %1 个下载任务吗？已下载的文件会保留。</source>
+        <translation>Delete the %1 selected downloads? Files that are on disk stay.</translation>
+    </message>
+    <message>
         <source>目录</source>
         <translation>Folder</translation>
+    </message>
+    <message>
+        <source>优先</source>
+        <translation>First</translation>
+    </message>
+    <message>
+        <source>有文件上传失败：展开查看原因，处理后点击“继续”</source>
+        <translation>Some files failed: open the row to see why, then press “Resume”</translation>
+    </message>
+</context>
+<context>
+    <name>TransferHand</name>
+    <message>
+        <source>文件夹打不开：%1</source>
+        <translation>The folder can&apos;t be opened: %1</translation>
     </message>
 </context>
 <context>

@@ -14,6 +14,7 @@ public:
     virtual void addFile(QList<db_resolve> list) = 0;
     virtual void reAddFile(qlonglong srcKey) = 0;
     virtual void readFile(int page, int pageSize, QString search) = 0;
+    virtual void showPage(ScenePage wanted) { readFile(wanted.page, wanted.size, wanted.search); } // sorted too
     virtual void delResolve(qlonglong rkey) = 0;
     virtual void delResolveByTask(int missionId) = 0; // the server no longer takes the order's files (1070006)
     virtual void paraSet(qlonglong rkey) = 0;

@@ -26,6 +26,16 @@ struct db_resolve {
 Q_DECLARE_METATYPE(db_resolve)
 Q_DECLARE_METATYPE(QList<db_resolve>)
 
+// Which page of the scenes is wanted: the one of this number, or the one that holds a row.
+struct ScenePage {
+    int page = 0, size = 30;
+    QString search;
+    QString sort; // "order", "name", "project", "time", "progress", "state"; empty: as they came
+    bool down = false;
+    qlonglong holding = 0;
+};
+Q_DECLARE_METATYPE(ScenePage)
+
 struct db_upfile {
     int id = 0;
     QString ordernum;

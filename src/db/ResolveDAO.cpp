@@ -205,24 +205,6 @@ bool ResolveDAO::readMessage(db_resolve *res)
                 [&](const Row &row) { res->errstr = row.text("errstr"); });
 }
 
-QList<db_resolve> ResolveDAO::readPage(const QString &search, int page, int pageSize)
-{
-    QList<db_resolve> rows;
-    int pages = 0;
-    pageSize = qMax(1, pageSize);
-    {
-        Locker lock(m_mutex);
-        const QString from = " from resolve where state <> ? and lpath like ? escape '\\'";
-        const QString pattern = likePattern(search);
-        const qlonglong count = number("select count(rkey)" + from, {int(DoneForSeat), pattern}, 0);
-        pages = int((count + pageSize - 1) / pageSize);
-        rows = list("select *" + from + " order by rkey limit ?,?",
-                    {int(DoneForSeat), pattern, qlonglong(qMax(0, page)) * pageSize, pageSize});
-    }
-    emit allFile(rows, pages);
-    return rows;
-}
-
 QList<db_resolve> ResolveDAO::readAll() { return list("select * from resolve order by pri", {}); }
 
 // The first key from which on as many keys are free as the batch has rows.
@@ -273,6 +255,10 @@ bool ResolveDAO::insertBatch(QList<db_resolve> *list)
         settle();
         *list = rows;
     }
+    QList<qlonglong> keys;
+    for (const db_resolve &res : qAsConst(*list))
+        keys << res.rkey;
+    emit inserted(keys);
     emit refreshAll();
     return true;
 }

@@ -29,6 +29,7 @@ public:
     bool readPara(db_resolve *res);                                            // rdata, rfile, the whole errstr
     bool readMessage(db_resolve *res);                                         // the whole errstr
     QList<db_resolve> readPage(const QString &search, int page, int pageSize); // emits allFile
+    QList<db_resolve> readPage(const ScenePage &wanted);                       // emits pageFound, then allFile
     QList<db_resolve> readAll();
     // Inserts a batch and its row of batch. A key that is taken moves up to the next free one (the records are changed
     // accordingly), consecutive within the batch. False: nothing was inserted.
@@ -75,6 +76,8 @@ public:
 signals:
     void allFile(QList<db_resolve> list, int pageSum);
     void refreshAll();
+    void pageFound(int page); // the row that was to be held is on this page
+    void inserted(QList<qlonglong> keys);
     void orderChanged(db_resolve res);
     void stateChanged(db_resolve res);
     void stepped(db_resolve before, int state); // what stateChanged tells, with the row as it was

@@ -35,6 +35,7 @@ public:
     Q_INVOKABLE void addFile(QList<db_resolve> list) override;
     Q_INVOKABLE void reAddFile(qlonglong srcKey) override;
     Q_INVOKABLE void readFile(int page, int pageSize, QString search) override;
+    void showPage(ScenePage wanted) override;
     Q_INVOKABLE void readFile(int page) { readFile(page, PageSize::Scenes, {}); }
     Q_INVOKABLE void delResolve(qlonglong rkey) override;
     Q_INVOKABLE void delResolveByTask(int missionId) override;

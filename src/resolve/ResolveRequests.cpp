@@ -56,6 +56,7 @@ int ResolveHandler::replaceRow(qlonglong srcKey)
     return 1;
 }
 
+void ResolveHandler::showPage(ScenePage wanted) { dao().readPage(wanted); }
 void ResolveHandler::readFile(int page, int pageSize, QString search) { dao().readPage(search, page, pageSize); }
 
 void ResolveHandler::delResolve(qlonglong rkey) { removeRow(dao().read(rkey), true); }

@@ -1,9 +1,9 @@
 #pragma once
 // "序列检查": some frames of a task are on disk, some aren't. Shows which are missing and asks what to download; the
 // answer goes to the download queue once. Main thread; deletes itself.
-#include "common/ui/BaseWidget.h"
+#include "common/ui/kit/DialogFrame.h"
 
-class DownCover : public BaseWidget
+class DownCover : public DialogFrame
 {
     Q_OBJECT
 public:

@@ -114,7 +114,7 @@ void EnvPre::makeForm(const QStringList &scenes)
     m_again = new QPushButton(tr("重试"), this);
     m_again->hide();
     connect(m_again, &QPushButton::clicked, this, [this] { m_projects.isEmpty() ? askProjects() : askProject(); });
-    m_ok = new QPushButton(tr("提交"), this);
+    m_ok = new QPushButton(tr("开始解析"), this);
     m_ok->setProperty("primary", true);
     m_ok->setEnabled(false);
     m_ok->setDefault(true);
@@ -241,10 +241,12 @@ void EnvPre::insert()
     }
     remember();
     const QList<db_resolve> list = EnvChoice::rows(m_chosen, QDateTime::currentSecsSinceEpoch());
-    if (Seam<ResolveCalls>::post([list](ResolveCalls &queue) { queue.addFile(list); }))
+    if (Seam<ResolveCalls>::post([list](ResolveCalls &queue) { queue.addFile(list); })) {
+        emit submitted();
         close();
-    else
+    } else {
         m_error->setText(tr("解析队列尚未就绪，请稍后重试"));
+    }
 }
 
 void EnvPre::remember() const

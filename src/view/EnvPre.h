@@ -16,6 +16,9 @@ class EnvPre : public BaseWidget
 public:
     EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent);
 
+signals:
+    void submitted(); // its scenes are on their way into the store
+
 private:
     void makeForm(const QStringList &scenes);
     void askProjects();

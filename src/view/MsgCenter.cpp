@@ -1,13 +1,12 @@
 #include "view/MsgCenter.h"
 #include "common/facts/Command.h"
-#include "common/ui/EmptyView.h"
+#include "common/ui/kit/ServerCall.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/PullMsg.h"
-#include "io/Ask.h"
+#include <QAction>
 #include <QDateTime>
-#include <QHeaderView>
-#include <QPushButton>
-#include <QTableWidget>
+#include <QJsonArray>
 
 namespace
 {
@@ -17,39 +16,62 @@ QString timeText(const QJsonValue &value)
                                   .toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"))
                             : value.toString();
 }
+
+RecordModel<Notice> *makeModel(QObject *parent)
+{
+    using C = Column<Notice>;
+    const auto words = [](const char *text) { return MsgCenter::tr(text); };
+    const auto tint = [](const Notice &n) { return n.read ? Tint::Quiet : Tint::Plain; };
+    return new RecordModel<Notice>([](const Notice &n) { return n.id; },
+                                   {C::tick(),
+                                    C(QStringLiteral("type"), words(QT_TRANSLATE_NOOP("MsgCenter", "类型")), 96)
+                                        .text([](const Notice &n) { return n.type; })
+                                        .tint(tint),
+                                    C(QStringLiteral("content"), words(QT_TRANSLATE_NOOP("MsgCenter", "内容")), 320)
+                                        .text([](const Notice &n) { return n.content; })
+                                        .tint(tint)
+                                        .stretch(),
+                                    C(QStringLiteral("time"), words(QT_TRANSLATE_NOOP("MsgCenter", "时间")), 150)
+                                        .text([](const Notice &n) { return n.time; })
+                                        .tint(tint)
+                                        .giving(1)},
+                                   parent);
+}
 } // namespace
 
 MsgCenter::MsgCenter(QWidget *parent)
-    : BaseWidget(Dialog, parent), m_table(new QTableWidget(0, 3, this)), m_pages(new Pagination(this))
+    : DialogFrame(QStringLiteral("MsgCenter"), tr("消息中心"), parent), m_model(makeModel(this))
 {
-    setObjectName(QStringLiteral("MsgCenter"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setTitle(tr("消息中心"));
-    m_table->setHorizontalHeaderLabels({tr("类型"), tr("内容"), tr("时间")});
-    m_table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    m_table->horizontalHeader()->setSectionResizeMode(1, QHeaderView::Stretch);
-    m_table->horizontalHeader()->resizeSection(2, 150);
-    m_table->horizontalHeader()->setHighlightSections(false);
-    m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setDefaultSectionSize(36);
-    m_table->setShowGrid(false);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->setTabKeyNavigation(false);
-    m_table->setMinimumSize(640, 360);
-    m_table->setAccessibleName(windowTitle());
-    new EmptyView(m_table, QStringLiteral("bell"), tr("暂时没有消息"), QString());
-    body()->addWidget(m_table, 1);
-    auto *foot = new QHBoxLayout;
-    foot->setContentsMargins(16, 12, 16, 12);
-    foot->addWidget(m_pages);
-    foot->addStretch(1);
-    auto *close = new QPushButton(tr("关闭"), this);
-    connect(close, &QPushButton::clicked, this, &MsgCenter::close);
-    foot->addWidget(close);
-    body()->addLayout(foot);
-    connect(m_pages, &Pagination::pageChanged, this, &MsgCenter::ask);
-    ask(0);
+    TablePage::Look look;
+    look.name = QStringLiteral("MsgCenter");
+    look.accessible = windowTitle();
+    look.emptyIcon = QStringLiteral("bell");
+    look.emptyText = tr("暂时没有消息");
+    look.columns = false;
+    m_table = new TablePage(look, m_model, this);
+    ActSpec read, remove;
+    read.id = QStringLiteral("ignore");
+    read.text = tr("标为已读");
+    read.icon = QStringLiteral("check");
+    read.places = ActSpec::Bar | ActSpec::Menu;
+    read.possible = m_model->when([](const Notice &n) { return !n.read; });
+    read.run = [this](const QStringList &keys) { change(keys.join(QLatin1Char(',')), Read); };
+    remove.id = QStringLiteral("del");
+    remove.text = tr("删除");
+    remove.icon = QStringLiteral("trash");
+    remove.places = ActSpec::Bar | ActSpec::Menu;
+    remove.keys = QKeySequence::Delete;
+    remove.run = [this](const QStringList &keys) { removeMsg(keys.join(QLatin1Char(','))); };
+    m_table->acts()->add(read);
+    m_table->acts()->add(remove);
+    m_table->build();
+    m_table->setMinimumSize(640, 340);
+    content()->setContentsMargins(0, 0, 0, 0);
+    content()->addWidget(m_table, 1);
+    addButton(tr("关闭"), Close);
+    connect(m_table, &TablePage::pageWanted, this, &MsgCenter::ask);
+    connect(m_table, &TablePage::refreshWanted, this, &MsgCenter::ask);
+    ask();
 }
 
 QString MsgCenter::typeText(int type)
@@ -66,31 +88,65 @@ QString MsgCenter::typeText(int type)
     }
 }
 
-void MsgCenter::ask(int page)
+void MsgCenter::ask()
 {
-    Ask(Command::Notices, {{QStringLiteral("page"), page}})
-        .any([this](int, const QJsonDocument &doc) { show(doc); })
-        .send(this);
+    m_table->setBusy(true);
+    const int round = ++m_round;
+    ServerCall::ask(this, Command::Notices, QJsonObject{{QStringLiteral("page"), m_table->pages()->page()}},
+                    [this, round](const ServerCall::Answer &answer) {
+                        if (round != m_round)
+                            return;
+                        m_table->setBusy(false);
+                        m_table->setError(answer.text());
+                        if (answer.good())
+                            show(answer.doc);
+                    });
 }
 
 void MsgCenter::show(const QJsonDocument &reply)
 {
-    m_table->setRowCount(0);
+    QList<Notice> rows;
     const QJsonArray list = PullMsg::listOf(reply);
     for (const QJsonValue &value : list) {
         const QJsonObject obj = value.toObject();
-        const QJsonValue type = obj.value(QLatin1String("type"));
-        const QString texts[] = {type.isString() ? type.toString() : typeText(type.toInt()),
-                                 obj.value(QLatin1String("content")).toString(),
-                                 timeText(obj.value(QLatin1String("time")))};
-        const int row = m_table->rowCount();
-        m_table->insertRow(row);
-        for (int i = 0; i < 3; ++i) {
-            m_table->setItem(row, i, new QTableWidgetItem(texts[i]));
-            m_table->item(row, i)->setToolTip(texts[i].toHtmlEscaped());
-        }
+        const QJsonValue type = obj.value(QLatin1String("type")), id = obj.value(QLatin1String("id"));
+        Notice one;
+        one.id = id.isUndefined() ? QStringLiteral("row%1").arg(rows.size()) : id.toVariant().toString();
+        one.type = type.isString() ? type.toString() : typeText(type.toInt());
+        one.content = obj.value(QLatin1String("content")).toString();
+        one.time = timeText(obj.value(QLatin1String("time")));
+        one.read = obj.value(QLatin1String("status")).toVariant().toInt() == Read;
+        rows << one;
     }
+    m_model->setRows(rows);
     for (const char *key : {"pageSize", "pageSum"})
         if (const int sum = reply.object().value(QLatin1String(key)).toInt(); sum > 0)
-            m_pages->setPageSum(sum);
+            m_table->pages()->setPageSum(sum);
 }
+
+void MsgCenter::change(const QString &ids, Change what)
+{
+    ServerCall::ask(this, Command::ChangeNotices,
+                    QJsonObject{{QStringLiteral("ids"), ids}, {QStringLiteral("status"), int(what)}},
+                    [this](const ServerCall::Answer &answer) {
+                        if (answer.good())
+                            ask();
+                        else
+                            m_table->setError(answer.text());
+                    });
+}
+
+void MsgCenter::removeMsg(QString ids) { change(ids, Removed); }
+
+void MsgCenter::ignoreMsg(QList<int> idL)
+{
+    QStringList ids;
+    for (int id : idL)
+        ids << QString::number(id);
+    change(ids.join(QLatin1Char(',')), Read);
+}
+
+void MsgCenter::on_del_clicked() { m_table->acts()->action(QStringLiteral("del"))->trigger(); }
+void MsgCenter::on_ignore_clicked() { m_table->acts()->action(QStringLiteral("ignore"))->trigger(); }
+void MsgCenter::on_prePage_clicked() { m_table->pages()->go(m_table->pages()->page() - 1); }
+void MsgCenter::on_nextPage_clicked() { m_table->pages()->go(m_table->pages()->page() + 1); }

@@ -1,15 +1,15 @@
 #include "view/Resolve.h"
 #include "common/Debounce.h"
+#include "common/facts/PageSize.h"
 #include "common/facts/SceneState.h"
 #include "common/facts/SoftwareType.h"
-#include "common/ui/Delegates.h"
-#include "common/ui/EmptyView.h"
-#include "common/ui/IconTool.h"
+#include "common/ui/Background.h"
+#include "common/ui/kit/Notes.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
-#include "common/ui/TickHeader.h"
+#include "common/ui/Palette.h"
 #include "common/UserInfo.h"
-#include "common/VFunc.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
@@ -20,16 +20,11 @@
 #include "view/SceneInfo.h"
 #include <algorithm>
 #include <QAction>
-#include <QDebug>
+#include <QCheckBox>
 #include <QFileDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QLineEdit>
-#include <QMenu>
-#include <QPushButton>
-#include <QSortFilterProxyModel>
-#include <QStyle>
-#include <QTableView>
 
 using SceneState::Act;
 
@@ -37,176 +32,150 @@ namespace
 {
 constexpr int ReloadMs = 500;
 constexpr int HandlerMs = 200; // until the analysis queue stands
+
+QList<qlonglong> rkeys(const QStringList &keys)
+{
+    QList<qlonglong> out;
+    for (const QString &key : keys)
+        out << ResolveRows::rkey(key);
+    return out;
+}
+
+bool allowed(int state) // to pause, resume and cancel a row
+{
+    return (!SceneState::isAnalysis(state) || UserInfo::canAnalyse()) &&
+           (!SceneState::isUpload(state) || UserInfo::canUpload());
+}
 } // namespace
 
 Resolve::Resolve(QWidget *parent)
-    : BaseWidget(Page, parent), m_model(new ResolveModel(this)), m_sorted(new QSortFilterProxyModel(this)),
-      m_reload(new Debounce(this))
+    : BaseWidget(Page, parent), m_model(ResolveRows::model(this)), m_reload(new Debounce(this))
 {
     setObjectName(QStringLiteral("Resolve"));
     setAccessibleName(tr("解析提交"));
-    m_sorted->setSourceModel(m_model);
-    m_sorted->setDynamicSortFilter(false);
     acceptFiles(true);
     connect(this, &BaseWidget::dropFileList, this, &Resolve::rFile);
     connect(m_reload, &Debounce::debout, this, &Resolve::refresh);
-    makeActions();
-    makeBar();
-    makeTable();
+    TablePage::Look look;
+    look.name = QStringLiteral("Resolve");
+    look.accessible = tr("解析列表");
+    look.emptyIcon = QStringLiteral("drop");
+    look.emptyText = tr("暂时没有解析记录呢");
+    look.emptyHint = tr("把场景文件拖到这里，或点击“添加场景”");
+    look.search = tr("搜索文件名称");
+    m_table = new TablePage(look, m_model, this);
+    addActs();
+    addRowActs();
+    m_table->build();
+    body()->addWidget(m_table, 1);
     setFocusProxy(m_table);
+    connect(m_table, &TablePage::refreshWanted, this, &Resolve::refresh);
+    connect(m_table, &TablePage::pageWanted, this, &Resolve::refresh);
+    connect(m_table, &TablePage::searchWanted, this, [this](const QString &text) { searchName(0, text); });
+    connect(m_model, &RecordModelBase::sortWanted, this, &Resolve::refresh);
+    connect(m_table->view(), &RecordView::linkClicked, this, &Resolve::openState);
+    connect(m_table->view(), &RecordView::opened, this, &Resolve::openState);
     listen();
-    actionsFollow();
     refresh();
 }
 
-void Resolve::makeActions()
+ActSpec Resolve::spec(const char *id, const QString &text, const QString &icon, Act act, int places)
 {
-    const auto add = [this](Act act, const QString &icon, const QString &text, void (Resolve::*slot)()) {
-        auto *action = new QAction(IconTool::icon(icon), text, this);
-        connect(action, &QAction::triggered, this, slot);
-        m_acts.insert(int(act), action);
-    };
-    add(Act::Commit, QStringLiteral("check"), tr("提交渲染"), &Resolve::commitAct);
-    add(Act::Again, QStringLiteral("retry"), tr("重新解析"), &Resolve::reresAct);
-    add(Act::PauseAnalysis, QStringLiteral("pause"), tr("暂停解析"), &Resolve::pauseresAct);
-    add(Act::ResumeAnalysis, QStringLiteral("play"), tr("继续解析"), &Resolve::keepresAct);
-    add(Act::PauseUpload, QStringLiteral("pause"), tr("暂停上传"), &Resolve::pauseupAct);
-    add(Act::ResumeUpload, QStringLiteral("play"), tr("继续上传"), &Resolve::keepupAct);
-    add(Act::Delete, QStringLiteral("trash"), tr("删除任务"), &Resolve::delAct);
-    add(Act::Recommit, QStringLiteral("upload"), tr("重新提交"), &Resolve::recommitAct);
-    m_acts[int(Act::Delete)]->setShortcut(QKeySequence::Delete);
-    m_acts[int(Act::Delete)]->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-    addAction(m_acts[int(Act::Delete)]);
-    const auto key = [this](const QKeySequence &keys, auto slot) {
-        auto *action = new QAction(this);
-        action->setShortcut(keys);
-        action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        connect(action, &QAction::triggered, this, slot);
-        addAction(action);
-    };
-    key(QKeySequence(Qt::Key_F5), &Resolve::refresh);
-    key(QKeySequence::Find, [this] {
-        m_search->setFocus();
-        m_search->selectAll();
-    });
-    key(QKeySequence(Qt::Key_Escape), [this] {
-        m_search->clear();
-        m_model->tickAll(false);
-        m_table->clearSelection();
-        m_table->setFocus();
-    });
+    ActSpec one;
+    one.id = QLatin1String(id);
+    one.text = text;
+    one.icon = icon;
+    one.places = places;
+    one.possible = m_model->when([act](const db_resolve &r) { return SceneState::possible(act, r.state); });
+    return one;
 }
 
-// Space ticks the selected rows, or takes the ticks away where all have one.
-void Resolve::tickSelected()
+void Resolve::addActs()
 {
-    QList<qlonglong> keys;
-    bool allOn = true;
-    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
-    for (const QModelIndex &row : rows) {
-        keys << row.data(ResolveModel::KeyRole).toLongLong();
-        allOn = allOn && row.data(Qt::CheckStateRole).toInt() == Qt::Checked;
-    }
-    m_model->tick(keys, !allOn);
-}
-
-void Resolve::makeBar()
-{
-    auto *bar = new QHBoxLayout;
-    bar->setContentsMargins(16, 12, 16, 12);
-    bar->setSpacing(8);
-    auto *open = new QPushButton(IconTool::icon(QStringLiteral("plus")), tr("添加场景"), this);
-    connect(open, &QPushButton::clicked, this, &Resolve::chooseFiles);
-    bar->addWidget(open);
-    const auto button = [&](Act act, bool primary) {
-        QAction *action = m_acts.value(int(act));
-        auto *one = new QPushButton(action->text(), this);
-        one->setProperty("primary", primary);
-        connect(one, &QPushButton::clicked, action, &QAction::trigger);
-        connect(action, &QAction::changed, one, [this, one, action] {
-            if (!action->isEnabled() && window()->focusWidget() == one)
-                m_table->setFocus(); // not to the next button: that may be the one that deletes
-            one->setEnabled(action->isEnabled());
-        });
-        bar->addWidget(one);
+    ActSet *acts = m_table->acts();
+    ActSpec add = spec("add", tr("添加场景"), QStringLiteral("plus"), Act::None, ActSpec::Bar | ActSpec::Menu);
+    add.free = true;
+    add.keys = QKeySequence::Open;
+    add.run = [this](const QStringList &) { chooseFiles(); };
+    acts->add(add);
+    ActSpec commit = spec("commit", tr("提交渲染"), QStringLiteral("check"), Act::Commit, ActSpec::Bar | ActSpec::Menu);
+    commit.primary = true;
+    commit.run = [this](const QStringList &keys) { askCommit(keys); };
+    acts->add(commit);
+    ActSpec para =
+        spec("para", tr("参数设置"), QStringLiteral("image"), Act::EditParameters, ActSpec::More | ActSpec::Menu);
+    para.single = true;
+    para.possible = m_model->when(
+        [](const db_resolve &r) { return SceneState::Ended.contains(r.state) && r.state != SceneState::Failed; });
+    para.run = [this](const QStringList &keys) { openParameters(ResolveRows::rkey(keys.first())); };
+    acts->add(para);
+    ActSpec again = spec("again", tr("重新解析"), QStringLiteral("retry"), Act::Again, ActSpec::Bar | ActSpec::Menu);
+    again.run = m_model->each([](const db_resolve &r) {
+        Seam<ResolveCalls>::post([key = r.rkey](ResolveCalls &queue) { queue.reAddFile(key); });
+    });
+    acts->add(again);
+    const auto change = [&](const char *id, const QString &text, const char *icon, Act act) {
+        ActSpec one = spec(id, text, QLatin1String(icon), act, ActSpec::More | ActSpec::Menu);
+        one.run = [this, act](const QStringList &keys) { this->change(keys, act); };
+        acts->add(one);
     };
-    button(Act::Commit, true);
-    button(Act::Again, false);
-    button(Act::Delete, false);
-    auto *more = new QPushButton(IconTool::icon(QStringLiteral("more")), tr("更多"), this);
-    auto *menu = new QMenu(more);
-    for (Act act : {Act::PauseAnalysis, Act::ResumeAnalysis, Act::PauseUpload, Act::ResumeUpload, Act::Recommit})
-        menu->addAction(m_acts.value(int(act)));
-    more->setMenu(menu);
-    bar->addWidget(more);
-    bar->addStretch(1);
-    m_search = new QLineEdit(this);
-    m_search->setPlaceholderText(tr("搜索文件名称"));
-    m_search->setAccessibleName(m_search->placeholderText());
-    m_search->setClearButtonEnabled(true);
-    m_search->setFixedWidth(200);
-    m_search->setObjectName(QStringLiteral("search"));
-    connect(m_search, &QLineEdit::textChanged, this, [this] { // the sheet dims the hint of an empty field
-        m_search->style()->unpolish(m_search);
-        m_search->style()->polish(m_search);
-    });
-    m_search->addAction(IconTool::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);
-    connect(m_search, &QLineEdit::textChanged, this, [this](const QString &text) { searchName(0, text); });
-    bar->addWidget(m_search);
-    body()->addLayout(bar);
+    change("pauseAnalysis", tr("暂停解析"), "pause", Act::PauseAnalysis);
+    change("keepAnalysis", tr("继续解析"), "play", Act::ResumeAnalysis);
+    change("pauseUpload", tr("暂停上传"), "pause", Act::PauseUpload);
+    change("keepUpload", tr("继续上传"), "play", Act::ResumeUpload);
+    ActSpec remove = spec("delete", tr("删除任务"), QStringLiteral("trash"), Act::Delete, ActSpec::Bar | ActSpec::Menu);
+    remove.keys = QKeySequence::Delete;
+    remove.danger = true;
+    remove.accept = tr("删除任务");
+    remove.question = [this](const QStringList &keys) {
+        return keys.size() == 1 ? tr("确定删除“%1”吗？").arg(names(keys))
+                                : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
+    };
+    remove.run = [this](const QStringList &keys) { this->remove(keys); };
+    acts->add(remove);
+    ActSpec recommit =
+        spec("recommit", tr("重新提交"), QStringLiteral("upload"), Act::Recommit, ActSpec::More | ActSpec::Menu);
+    recommit.run = [this](const QStringList &keys) { this->commit(rkeys(keys), false); };
+    acts->add(recommit);
 }
 
-void Resolve::makeTable()
+// The row's three buttons, in the order of resolveHand.
+void Resolve::addRowActs()
 {
-    m_table = new QTableView(this);
-    m_table->setAccessibleName(tr("解析列表"));
-    TickHeader::dress(m_table, m_sorted);
-    auto *head = static_cast<TickHeader *>(m_table->horizontalHeader());
-    connect(head, &TickHeader::tickAll, m_model, &ResolveModel::tickAll);
-    const int widths[ResolveModel::ColumnCount] = {40, 128, 200, 96, 144, 112, 168, 176};
-    for (int i = 0; i < ResolveModel::ColumnCount; ++i)
-        head->resizeSection(i, widths[i]);
-    head->setSectionResizeMode(ResolveModel::Tick, QHeaderView::Fixed);
-    head->setSectionResizeMode(ResolveModel::Name, QHeaderView::Stretch);
-    m_table->setItemDelegate(new TextItem(m_table, Qt::ElideMiddle));
-    m_table->setItemDelegateForColumn(ResolveModel::Tick, new CheckBoxItem(m_table));
-    m_table->setItemDelegateForColumn(ResolveModel::Progress, new ProgressItem(m_table));
-    auto *state = new LinkItem(m_table);
-    connect(state, &LinkItem::clicked, this, &Resolve::resolveStateHand);
-    m_table->setItemDelegateForColumn(ResolveModel::State, state);
-    auto *hand = new LinkItem(m_table);
-    connect(hand, &LinkItem::clicked, this, &Resolve::resolveHand);
-    m_table->setItemDelegateForColumn(ResolveModel::Hand, hand);
-    m_table->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(m_table, &QWidget::customContextMenuRequested, this, &Resolve::contextMenu);
-    connect(m_table, &QAbstractItemView::activated, this, [this](const QModelIndex &index) {
-        if (index.column() != ResolveModel::Tick && index.column() != ResolveModel::Hand &&
-            index.column() != ResolveModel::State)
-            resolveStateHand(0, index);
-    });
-    connect(m_table->selectionModel(), &QItemSelectionModel::selectionChanged, this, &Resolve::actionsFollow);
-    connect(m_model, &ResolveModel::ticksChanged, this, &Resolve::actionsFollow);
-    auto *space = new QAction(m_table);
-    space->setShortcut(Qt::Key_Space);
-    space->setShortcutContext(Qt::WidgetShortcut);
-    connect(space, &QAction::triggered, this, &Resolve::tickSelected);
-    m_table->addAction(space);
-    new EmptyView(m_table, QStringLiteral("drop"), tr("暂时没有解析记录呢"),
-                  tr("把场景文件拖到这里，或点击“添加场景”"));
-    body()->addWidget(m_table, 1);
-    auto *foot = new QHBoxLayout;
-    foot->setContentsMargins(16, 6, 16, 6);
-    foot->addStretch(1);
-    m_pages = new Pagination(this);
-    connect(m_pages, &Pagination::pageChanged, this, &Resolve::refresh);
-    foot->addWidget(m_pages);
-    body()->addLayout(foot);
+    ActSet *acts = m_table->acts();
+    ActSpec main = spec("main", {}, {}, Act::None, ActSpec::Row);
+    main.possible = m_model->when([](const db_resolve &r) { return SceneState::mainButton(r.state) != Act::None; });
+    main.rowText = [this](const QString &key) {
+        return SceneState::buttonText(SceneState::mainButton(m_model->record(key)->state));
+    };
+    main.run = m_model->each(
+        [this](const db_resolve &r) { change({ResolveRows::key(r.rkey)}, SceneState::mainButton(r.state)); });
+    acts->add(main);
+    ActSpec cancel = spec("cancel", tr("取消"), {}, Act::Delete, ActSpec::Row);
+    cancel.possible = m_model->when(
+        [](const db_resolve &r) { return SceneState::possible(Act::Delete, r.state) && allowed(r.state); });
+    cancel.danger = true;
+    cancel.accept = tr("取消任务");
+    cancel.question = [this](const QStringList &keys) {
+        return tr("确定取消“%1”吗？任务会从列表中删除。").arg(names(keys));
+    };
+    cancel.run = [this](const QStringList &keys) { remove(keys); };
+    acts->add(cancel);
+    ActSpec priority =
+        spec("priority", tr("优先级"), QStringLiteral("top"), Act::Prioritise, ActSpec::Row | ActSpec::Menu);
+    priority.single = true;
+    priority.possible = m_model->when([](const db_resolve &r) { return SceneState::priorityType(r.state) >= 0; });
+    priority.run = [this](const QStringList &keys) { openPriorities(keys.first()); };
+    acts->add(priority);
 }
 
 void Resolve::listen()
 {
     ResolveDAO *dao = ResolveDAO::instance();
     connect(dao, &ResolveDAO::allFile, this, &Resolve::allFile, Qt::QueuedConnection);
+    connect(
+        dao, &ResolveDAO::pageFound, this, [this](int page) { m_table->pages()->setPage(page); }, Qt::QueuedConnection);
+    connect(dao, &ResolveDAO::inserted, this, &Resolve::arrived, Qt::QueuedConnection);
     connect(
         dao, &ResolveDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
     connect(dao, &ResolveDAO::orderChanged, this, &Resolve::orderChanged, Qt::QueuedConnection);
@@ -218,34 +187,98 @@ void Resolve::listen()
 
 void Resolve::refresh()
 {
-    const int page = m_pages->page();
-    const QString name = m_name;
-    if (!Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.readFile(page, PageRows, name); }))
+    ScenePage wanted;
+    wanted.page = m_table->pages()->page();
+    wanted.size = PageSize::Scenes;
+    wanted.search = m_table->searched();
+    wanted.holding = m_holding;
+    if (const int column = m_model->sortColumn(); column >= 0)
+        wanted.sort = m_model->column(column).id;
+    wanted.down = m_model->sortOrder() == Qt::DescendingOrder;
+    if (Seam<ResolveCalls>::post([wanted](ResolveCalls &queue) { queue.showPage(wanted); }))
+        m_holding = 0;
+    else
         m_reload->debounce(HandlerMs);
 }
 
 void Resolve::allFile(QList<db_resolve> list, int pageSum)
 {
     m_model->setRows(list);
-    m_pages->setPageSum(pageSum);
+    m_table->pages()->setPageSum(pageSum);
+    QStringList here;
+    for (qlonglong rkey : qAsConst(m_toSelect))
+        if (m_model->contains(ResolveRows::key(rkey)))
+            here << ResolveRows::key(rkey);
+    if (here.isEmpty())
+        return;
+    m_toSelect.clear();
+    m_table->view()->select(here);
 }
 
-void Resolve::orderChanged(db_resolve res) { m_model->orderChanged(res); }
-void Resolve::stateChanged(db_resolve res) { m_model->stateChanged(res); }
-void Resolve::upProgress(qlonglong rkey, int ok, int sum) { m_model->upProgress(rkey, ok, sum); }
-void Resolve::rightsChanged() { m_model->rightsChanged(); }
+// New scenes stand at the list's end. Those of this window's own drop are shown; of others it's told, for whoever works
+// in the list doesn't want it to move away.
+void Resolve::arrived(const QList<qlonglong> &keys)
+{
+    if (keys.isEmpty())
+        return;
+    const qlonglong first = keys.first();
+    if (std::exchange(m_ownDrop, false)) {
+        m_toSelect = keys;
+        showRow(first);
+    } else if (isVisible()) {
+        Toast::show(this, tr("新增 %1 个场景").arg(keys.size()), tr("查看"), [this, keys, first] {
+            m_toSelect = keys;
+            showRow(first);
+        });
+    }
+}
+
+void Resolve::showRow(qlonglong rkey)
+{
+    m_holding = rkey;
+    if (m_table->search()->text().isEmpty())
+        refresh();
+    else
+        m_table->search()->clear(); // it might hide them; the search's own reload follows
+}
+
+void Resolve::orderChanged(db_resolve res)
+{
+    m_model->change(ResolveRows::key(res.rkey), [&](db_resolve &mine) {
+        mine.ordernum = res.ordernum;
+        mine.missionid = res.missionid;
+    });
+}
+
+void Resolve::stateChanged(db_resolve res)
+{
+    m_model->change(ResolveRows::key(res.rkey), [&](db_resolve &mine) { ResolveRows::take(&mine, res); });
+}
+
+void Resolve::upProgress(qlonglong rkey, int ok, int sum)
+{
+    m_model->change(ResolveRows::key(rkey), [&](db_resolve &mine) { mine.fok = ok, mine.fsum = sum; });
+}
+
+void Resolve::rightsChanged()
+{
+    m_model->touch({});
+    m_table->acts()->follow();
+}
 
 void Resolve::resolveDeleted(qlonglong rkey)
 {
-    if (m_model->rowOf(rkey) >= 0)
+    if (m_model->contains(ResolveRows::key(rkey)))
         refresh();
 }
 
 void Resolve::searchName(int, QString name)
 {
-    m_name = name.trimmed();
-    m_pages->first();
-    m_reload->debounce(ReloadMs / 2);
+    if (m_table->search()->text() != name)
+        m_table->search()->setText(name);
+    if (m_holding == 0)
+        m_table->pages()->first();
+    m_reload->debounce(1);
 }
 
 void Resolve::chooseFiles()
@@ -288,6 +321,7 @@ void Resolve::backEnvPre(int type, QStringList fileL, QString err)
     if (m_env)
         m_env->close();
     m_env = new EnvPre(type, fileL, m_balance, window());
+    connect(m_env, &EnvPre::submitted, this, [this] { m_ownDrop = true; });
     m_env->open();
 }
 
@@ -297,49 +331,10 @@ void Resolve::envpre(QJsonObject obj)
     backEnvPre(SoftwareType::ofPath(scene), {scene}, {});
 }
 
-QList<qlonglong> Resolve::marked() const
+QString Resolve::names(const QStringList &keys) const
 {
-    QList<qlonglong> keys = m_model->ticked();
-    if (!keys.isEmpty())
-        return keys;
-    const QModelIndexList rows = m_table->selectionModel()->selectedRows();
-    for (const QModelIndex &index : rows)
-        keys << index.data(ResolveModel::KeyRole).toLongLong();
-    return keys;
-}
-
-QList<qlonglong> Resolve::marked(Act act) const
-{
-    QList<qlonglong> keys;
-    const QList<qlonglong> all = marked();
-    for (qlonglong key : all)
-        if (SceneState::possible(act, m_model->row(key).state))
-            keys << key;
-    return keys;
-}
-
-void Resolve::actionsFollow()
-{
-    for (auto it = m_acts.cbegin(); it != m_acts.cend(); ++it)
-        it.value()->setEnabled(!marked(Act(it.key())).isEmpty());
-}
-
-void Resolve::contextMenu(const QPoint &at)
-{
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    const QModelIndex index = m_table->indexAt(at);
-    const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
-    if (SceneState::priorityType(m_model->row(key).state) >= 0)
-        menu->addAction(IconTool::icon(QStringLiteral("top")), tr("优先级"), this,
-                        [this, key] { resolveHand(2, m_model->index(m_model->rowOf(key), ResolveModel::Hand)); });
-    for (Act act : {Act::Commit, Act::Recommit, Act::Again, Act::PauseAnalysis, Act::ResumeAnalysis, Act::PauseUpload,
-                    Act::ResumeUpload, Act::Delete})
-        if (m_acts.value(int(act))->isEnabled())
-            menu->addAction(m_acts.value(int(act)));
-    if (menu->isEmpty())
-        menu->addAction(IconTool::icon(QStringLiteral("plus")), tr("添加场景"), this, &Resolve::chooseFiles);
-    menu->popup(m_table->viewport()->mapToGlobal(at));
+    const db_resolve *res = m_model->record(keys.value(0));
+    return res ? ResolveRows::sceneName(*res) : QString();
 }
 
 void Resolve::commit(const QList<qlonglong> &keys, bool batch)
@@ -348,96 +343,118 @@ void Resolve::commit(const QList<qlonglong> &keys, bool batch)
         Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.commitResolve(key, batch, {}); });
 }
 
-void Resolve::commitAct()
+// Of several only what can render goes: a failed analysis costs money and gives nothing. A single failed one is the
+// user's own decision, taken after a question.
+void Resolve::askCommit(const QStringList &keys)
 {
-    QList<qlonglong> keys = marked(Act::Commit);
-    const auto failed = [this](qlonglong key) { return m_model->row(key).state == SceneState::Failed; };
-    if (keys.size() > 1) // of several only what can render: a failed analysis costs money and gives nothing
-        keys.erase(std::remove_if(keys.begin(), keys.end(), failed), keys.end());
-    if (keys.isEmpty())
+    const auto failed = [this](const QString &key) { return m_model->record(key)->state == SceneState::Failed; };
+    QStringList good = keys;
+    if (keys.size() > 1)
+        good.erase(std::remove_if(good.begin(), good.end(), failed), good.end());
+    if (good.isEmpty()) {
         MsgTool::msgOk(this, tr("选中的场景都没有解析成功，请重新解析后再提交"));
-    else if (keys.size() > 1)
-        MsgTool::ask(this, tr("批量提交无法修改参数，确定提交吗？"), [this, keys] { commit(keys, true); });
-    else
-        commit(keys, true);
+        return;
+    }
+    Background::run(
+        this, [wanted = rkeys(good)] { return ResolveDAO::instance()->countAlong(wanted); },
+        [this, good](int others) { askCommit(good, others); });
 }
 
-void Resolve::recommitAct() { commit(marked(Act::Recommit), false); }
-
-void Resolve::reresAct()
+// A commit by hand lets the other scenes of the same drop go by themselves. Who doesn't want that says so here.
+void Resolve::askCommit(const QStringList &keys, int others)
 {
-    const QList<qlonglong> keys = marked(Act::Again);
-    for (qlonglong key : keys)
-        Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.reAddFile(key); });
+    const db_resolve *only = keys.size() == 1 ? m_model->record(keys.first()) : nullptr;
+    const bool failed = only && only->state == SceneState::Failed;
+    QString text = keys.size() > 1 ? tr("批量提交无法修改参数，确定提交吗？")
+                   : failed        ? tr("“%1”解析失败，提交后可能渲染不出结果，费用照常计算。仍要提交吗？").arg(names(keys))
+                   : others > 0    ? tr("确定提交“%1”吗？").arg(names(keys))
+                                   : QString();
+    if (text.isEmpty())
+        return commit(rkeys(keys), true);
+    auto *box = new MsgBox(MsgBox::Choose, text, window());
+    box->setBackText(tr("返回"));
+    QCheckBox *along = nullptr;
+    if (others > 0) {
+        along = new QCheckBox(tr("同一批拖入的另外 %1 个场景，有警告的也自动提交").arg(others), box);
+        along->setChecked(true);
+        box->addBelow(along);
+    }
+    if (failed) {
+        box->setAcceptText(tr("仍要提交"));
+        box->setIcon(QStringLiteral("warning"), Palette::warning);
+        box->preferBack();
+    }
+    connect(box, &MsgBox::answered, this, [this, keys, along](int button) {
+        if (button == MsgBox::Accepted)
+            commit(rkeys(m_table->acts()->fit(QStringLiteral("commit"), keys)), !along || along->isChecked());
+    });
+    box->open();
 }
 
-void Resolve::change(int type, Act act)
+void Resolve::change(const QStringList &keys, Act act)
 {
-    const QList<qlonglong> keys = marked(act);
-    for (qlonglong key : keys)
+    const int type = SceneState::changeType(act);
+    if (type < 0)
+        return;
+    for (qlonglong key : rkeys(keys))
         Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.changeResolveState(key, type, {}); });
 }
 
-void Resolve::pauseresAct() { change(0, Act::PauseAnalysis); }
-void Resolve::keepresAct() { change(1, Act::ResumeAnalysis); }
-void Resolve::pauseupAct() { change(2, Act::PauseUpload); }
-void Resolve::keepupAct() { change(3, Act::ResumeUpload); }
-
-void Resolve::delAct()
+void Resolve::remove(const QStringList &keys)
 {
-    const QList<qlonglong> keys = marked(Act::Delete);
-    if (!keys.isEmpty())
-        remove(keys);
+    for (qlonglong key : rkeys(keys))
+        SceneDelete::run(key);
 }
 
-void Resolve::remove(const QList<qlonglong> &keys)
-{
-    const QString text =
-        keys.size() == 1 ? tr("确定删除“%1”吗？")
-                               .arg(m_model->index(m_model->rowOf(keys.first()), ResolveModel::Name).data().toString())
-                         : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
-    MsgTool::ask(this, text, [this, keys] {
-        for (qlonglong key : keys)
-            SceneDelete::run(key);
-    });
-}
+void Resolve::act(const char *id) { m_table->acts()->action(QLatin1String(id))->trigger(); }
+void Resolve::commitAct() { act("commit"); }
+void Resolve::recommitAct() { act("recommit"); }
+void Resolve::delAct() { act("delete"); }
+void Resolve::paraAct() { act("para"); }
+void Resolve::reresAct() { act("again"); }
+void Resolve::pauseresAct() { act("pauseAnalysis"); }
+void Resolve::keepresAct() { act("keepAnalysis"); }
+void Resolve::pauseupAct() { act("pauseUpload"); }
+void Resolve::keepupAct() { act("keepUpload"); }
 
-void Resolve::resolveStateHand(int, QModelIndex index)
+void Resolve::resolveStateHand(int, QModelIndex index) { openState(m_model->keyOf(index)); }
+void Resolve::resolveHand(int btn, QModelIndex index) { m_table->acts()->runInRow(m_model->keyOf(index), btn); }
+
+void Resolve::openState(const QString &key)
 {
-    const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
-    switch (SceneState::link(m_model->row(key).state)) {
+    const db_resolve *res = m_model->record(key);
+    const qlonglong rkey = ResolveRows::rkey(key);
+    switch (res ? SceneState::link(res->state) : Act::None) {
     case Act::EditParameters:
-        if (UserInfo::canSetParameters())
-            Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.paraSet(key); });
-        else
-            MsgTool::msgOk(this, tr("您还没有参数设置的权限！"));
+        openParameters(rkey);
         break;
     case Act::SeeErrors:
-        Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.seeError(0, key); });
+        Seam<ResolveCalls>::post([rkey](ResolveCalls &queue) { queue.seeError(0, rkey); });
         break;
     case Act::SeeWarnings:
-        Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.seeError(1, key); });
+        Seam<ResolveCalls>::post([rkey](ResolveCalls &queue) { queue.seeError(1, rkey); });
         break;
     default:
         break;
     }
 }
 
-void Resolve::resolveHand(int btn, QModelIndex index)
+void Resolve::openParameters(qlonglong rkey)
 {
-    const qlonglong key = index.data(ResolveModel::KeyRole).toLongLong();
-    const int state = m_model->row(key).state;
-    if (btn == 0) {
-        const int type = SceneState::changeType(SceneState::mainButton(state));
-        if (type >= 0)
-            Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.changeResolveState(key, type, {}); });
-    } else if (btn == 1) {
-        remove({key});
-    } else if (SceneState::priorityType(state) >= 0 && !m_pri) {
-        m_pri = new ResolvePri(SceneState::priorityType(state), window());
-        connect(m_pri, &ResolvePri::saved, this, [this] { m_reload->debounce(ReloadMs); });
-        m_pri->open();
-    }
+    if (UserInfo::canSetParameters())
+        Seam<ResolveCalls>::post([rkey](ResolveCalls &queue) { queue.paraSet(rkey); });
+    else
+        MsgTool::msgOk(this, tr("您还没有参数设置的权限！"));
+}
+
+void Resolve::openPriorities(const QString &key)
+{
+    const int type = SceneState::priorityType(m_model->record(key)->state);
+    if (m_pri)
+        m_pri->close(); // it may be the other queue's
+    m_pri = new ResolvePri(type, window());
+    connect(m_pri, &ResolvePri::saved, this, [this] { m_reload->debounce(ReloadMs); });
+    m_pri->open();
 }
 
 void Resolve::seeWarn(db_resolve res)

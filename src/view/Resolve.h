@@ -1,30 +1,30 @@
 #pragma once
 // The page "解析提交": the scenes of the analysis store, page by page, with drop, search, menu and the buttons of each
-// row. It shows what the store signals and sends everything to ResolveHandler by queued calls. Main thread.
-#include "common/facts/PageSize.h"
-#include "common/facts/SceneState.h"
+// row. It shows what the store signals and sends everything to ResolveHandler by queued calls; which act is possible in
+// which state is SceneState's word. Main thread.
 #include "common/ui/BaseWidget.h"
 #include "db/Records.h"
-#include "view/ResolveModel.h"
+#include "view/ResolveRows.h"
 #include <QPointer>
 
 class Debounce;
 class EnvPre;
-class Pagination;
-class QAction;
-class QLineEdit;
-class QSortFilterProxyModel;
-class QTableView;
 class ResolvePri;
+class TablePage;
+struct ActSpec;
+namespace SceneState
+{
+enum class Act;
+}
 
 class Resolve : public BaseWidget
 {
     Q_OBJECT
 public:
     explicit Resolve(QWidget *parent = nullptr);
-    static constexpr int PageRows = PageSize::Scenes;
     Q_INVOKABLE void envpre(QJsonObject obj); // a scene that a plug-in sent: its environment is asked for
-    ResolveModel *model() const { return m_model; }
+    ResolveRows::Model *model() const { return m_model; }
+    TablePage *table() const { return m_table; }
     void setBalance(double balance) { m_balance = balance; }
     void rightsChanged();
 
@@ -40,6 +40,7 @@ public slots:
     void commitAct();
     void recommitAct();
     void delAct();
+    void paraAct();
     void reresAct();
     void pauseresAct();
     void keepresAct();
@@ -52,29 +53,31 @@ public slots:
     void backEnvPre(int type, QStringList fileL, QString err);
 
 private:
-    void makeBar();
-    void makeTable();
-    void makeActions();
+    ActSpec spec(const char *id, const QString &text, const QString &icon, SceneState::Act act, int places);
+    void addActs();
+    void addRowActs();
     void listen();
-    void actionsFollow();
+    void act(const char *id); // as the bar's button
     void chooseFiles();
-    void tickSelected();
-    void contextMenu(const QPoint &at);
-    void remove(const QList<qlonglong> &keys);
+    void askCommit(const QStringList &keys);
+    void askCommit(const QStringList &keys, int others);
     void commit(const QList<qlonglong> &keys, bool batch);
-    void change(int type, SceneState::Act act);
-    QList<qlonglong> marked(SceneState::Act act) const; // ticked rows, else selected ones, that the act applies to
-    QList<qlonglong> marked() const;
+    void change(const QStringList &keys, SceneState::Act act);
+    void remove(const QStringList &keys);
+    void openPriorities(const QString &key);
+    void openState(const QString &key);
+    void openParameters(qlonglong rkey);
+    void arrived(const QList<qlonglong> &keys); // new rows in the store
+    void showRow(qlonglong rkey);
+    QString names(const QStringList &keys) const;
 
-    ResolveModel *m_model;
-    QSortFilterProxyModel *m_sorted;
-    QTableView *m_table = nullptr;
-    Pagination *m_pages = nullptr;
-    QLineEdit *m_search = nullptr;
+    ResolveRows::Model *m_model;
+    TablePage *m_table;
     Debounce *m_reload;
-    QHash<int, QAction *> m_acts; // by SceneState::Act
     QPointer<EnvPre> m_env;
     QPointer<ResolvePri> m_pri;
-    QString m_name;       // search text
-    double m_balance = 1; // until it's known nobody is refused
+    qlonglong m_holding = 0;     // the page that holds this row is wanted
+    QList<qlonglong> m_toSelect; // once they're here
+    bool m_ownDrop = false;      // scenes of this window's own drop are on their way
+    double m_balance = 1;        // until it's known nobody is refused
 };

@@ -1,58 +1,58 @@
 #include "view/ResolvePri.h"
 #include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
-#include "common/ui/EmptyView.h"
-#include "common/ui/IconTool.h"
+#include "common/ui/kit/TablePage.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
-#include <QHeaderView>
-#include <QPushButton>
-#include <QTableWidget>
+#include "view/ResolveRows.h"
 #include <QTimer>
 
 namespace
 {
 constexpr int RefreshMs = 500;
-enum Column { Order, Name, Project, State, Columns };
+enum { Top = -1000000 };
+
+RecordModel<db_resolve> *makeModel(QObject *parent)
+{
+    using C = Column<db_resolve>;
+    const auto words = [](const char *text) { return ResolvePri::tr(text); };
+    return new RecordModel<db_resolve>(
+        [](const db_resolve &r) { return ResolveRows::key(r.rkey); },
+        {C(QStringLiteral("order"), words(QT_TRANSLATE_NOOP("ResolvePri", "订单号")), 128)
+             .text([](const db_resolve &r) { return r.ordernum; })
+             .unsorted(),
+         C(QStringLiteral("name"), words(QT_TRANSLATE_NOOP("ResolvePri", "任务名")), 200)
+             .text(ResolveRows::sceneName)
+             .tip([](const db_resolve &r) { return r.lpath; })
+             .stretch()
+             .unsorted(),
+         C(QStringLiteral("project"), words(QT_TRANSLATE_NOOP("ResolvePri", "所属项目")), 112)
+             .text([](const db_resolve &r) { return r.project; })
+             .unsorted(),
+         C(QStringLiteral("state"), words(QT_TRANSLATE_NOOP("ResolvePri", "任务状态")), 96)
+             .text([](const db_resolve &r) { return SceneState::text(r.state); })
+             .unsorted()},
+        parent);
+}
 } // namespace
 
 ResolvePri::ResolvePri(int type, QWidget *parent)
-    : BaseWidget(Dialog, parent), m_type(type), m_table(new QTableWidget(0, Columns, this))
+    : DialogFrame(QStringLiteral("ResolvePri"), tr("优先级调度"), parent), m_type(type), m_model(makeModel(this))
 {
-    setObjectName(QStringLiteral("ResolvePri"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setTitle(tr("优先级调度"));
-    m_table->setHorizontalHeaderLabels({tr("订单号"), tr("任务名"), tr("所属项目"), tr("任务状态")});
-    m_table->horizontalHeader()->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    m_table->horizontalHeader()->setSectionResizeMode(Name, QHeaderView::Stretch);
-    m_table->horizontalHeader()->setHighlightSections(false);
-    m_table->verticalHeader()->hide();
-    m_table->verticalHeader()->setDefaultSectionSize(36);
-    m_table->setShowGrid(false);
-    m_table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    m_table->setSelectionMode(QAbstractItemView::SingleSelection);
-    m_table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    m_table->setTabKeyNavigation(false);
-    m_table->setMinimumSize(620, 320);
-    m_table->setAccessibleName(windowTitle());
-    new EmptyView(m_table, QStringLiteral("check"), tr("没有等待的任务"), QString());
-    body()->addWidget(m_table, 1);
-    auto *buttons = new QHBoxLayout;
-    buttons->setContentsMargins(16, 12, 16, 12);
-    buttons->setSpacing(8);
-    const auto add = [&](const QString &icon, const QString &text, auto hit) {
-        auto *button = new QPushButton(icon.isEmpty() ? QIcon() : IconTool::icon(icon), text, this);
-        connect(button, &QPushButton::clicked, this, hit);
-        buttons->addWidget(button);
-        return button;
-    };
-    add(QStringLiteral("top"), tr("置顶"), [this] { moveRow(0); });
-    add(QStringLiteral("chevron-up"), tr("上移"), [this] { moveRow(m_table->currentRow() - 1); });
-    add(QStringLiteral("chevron-down"), tr("下移"), [this] { moveRow(m_table->currentRow() + 1); });
-    buttons->addStretch(1);
-    add({}, tr("保存"), [this] { save(); })->setProperty("primary", true);
-    add({}, tr("关闭"), [this] { close(); });
-    body()->addLayout(buttons);
+    TablePage::Look look;
+    look.accessible = windowTitle();
+    look.emptyIcon = QStringLiteral("check");
+    look.emptyText = tr("没有等待的任务");
+    look.refresh = false;
+    look.columns = false;
+    m_table = new TablePage(look, m_model, this);
+    addActs();
+    m_table->build();
+    m_table->setMinimumSize(560, 300);
+    content()->setContentsMargins(0, 0, 0, 0);
+    content()->addWidget(m_table, 1);
+    addButton(tr("保存"), Primary, [this] { save(); });
+    addButton(tr("关闭"), Close);
     ResolveDAO *dao = ResolveDAO::instance();
     connect(dao, &ResolveDAO::allReswait, this, &ResolvePri::fill, Qt::QueuedConnection);
     connect(dao, &ResolveDAO::stateChanged, this, &ResolvePri::stateChanged, Qt::QueuedConnection);
@@ -60,77 +60,73 @@ ResolvePri::ResolvePri(int type, QWidget *parent)
     ask();
 }
 
+void ResolvePri::addActs()
+{
+    const auto add = [this](const char *id, const QString &text, const char *icon, const QKeySequence &keys, int by) {
+        ActSpec spec;
+        spec.id = QLatin1String(id);
+        spec.text = text;
+        spec.icon = QLatin1String(icon);
+        spec.places = ActSpec::Bar | ActSpec::Menu;
+        spec.keys = keys;
+        spec.run = [this, by](const QStringList &rows) { move(rows, by); };
+        m_table->acts()->add(spec);
+    };
+    add("top", tr("置顶"), "top", QKeySequence(Qt::CTRL | Qt::Key_Home), Top);
+    add("up", tr("上移"), "chevron-up", QKeySequence(Qt::CTRL | Qt::Key_Up), -1);
+    add("down", tr("下移"), "chevron-down", QKeySequence(Qt::CTRL | Qt::Key_Down), 1);
+}
+
 void ResolvePri::ask()
 {
     Seam<ResolveCalls>::post([type = m_type](ResolveCalls &queue) { queue.reswait(type); });
 }
 
+bool ResolvePri::waits(const db_resolve &res) const { return SceneState::priorityType(res.state) == m_type; }
+
+// The store's answer doesn't say which queue was asked for: an answer about the other one is none for this dialog.
 void ResolvePri::fill(const QList<db_resolve> &list)
 {
-    m_table->setRowCount(0);
-    for (const db_resolve &res : list) {
-        const int row = m_table->rowCount();
-        m_table->insertRow(row);
-        const QString texts[Columns] = {res.ordernum, res.lpath.mid(res.lpath.lastIndexOf(QLatin1Char('/')) + 1),
-                                        res.project, SceneState::text(res.state)};
-        for (int i = 0; i < Columns; ++i) {
-            auto *item = new QTableWidgetItem(texts[i]);
-            item->setData(Qt::UserRole, res.rkey);
-            item->setToolTip(i == Name ? res.lpath : texts[i]);
-            m_table->setItem(row, i, item);
-        }
-    }
-    if (!list.isEmpty())
-        m_table->selectRow(0);
-}
-
-int ResolvePri::rowOf(qlonglong rkey) const
-{
-    for (int row = 0; row < m_table->rowCount(); ++row)
-        if (m_table->item(row, 0)->data(Qt::UserRole).toLongLong() == rkey)
-            return row;
-    return -1;
+    QList<db_resolve> mine;
+    for (const db_resolve &res : list)
+        if (waits(res))
+            mine << res;
+    if (mine.isEmpty() == list.isEmpty())
+        m_model->setRows(mine);
 }
 
 void ResolvePri::stateChanged(const db_resolve &res)
 {
-    const int row = rowOf(res.rkey);
-    if (row < 0)
-        return;
-    const bool waits = SceneState::priorityType(res.state) == m_type;
-    if (waits)
-        m_table->item(row, State)->setText(SceneState::text(res.state));
-    else
-        m_table->removeRow(row);
+    if (!waits(res))
+        return removeKey(res.rkey);
+    m_model->change(ResolveRows::key(res.rkey), [&](db_resolve &mine) { mine.state = res.state; });
 }
 
-void ResolvePri::removeKey(qlonglong rkey)
-{
-    const int row = rowOf(rkey);
-    if (row >= 0)
-        m_table->removeRow(row);
-}
+void ResolvePri::removeKey(qlonglong rkey) { m_model->remove(ResolveRows::key(rkey)); }
 
-void ResolvePri::moveRow(int to)
+void ResolvePri::move(const QStringList &keys, int by)
 {
-    const int from = m_table->currentRow();
-    if (from < 0 || to < 0 || to >= m_table->rowCount() || from == to)
-        return;
-    QList<QTableWidgetItem *> items;
-    for (int i = 0; i < Columns; ++i)
-        items << m_table->takeItem(from, i);
-    m_table->removeRow(from);
-    m_table->insertRow(to);
-    for (int i = 0; i < Columns; ++i)
-        m_table->setItem(to, i, items.at(i));
-    m_table->selectRow(to);
+    QStringList order = m_model->keys();
+    if (by == Top) {
+        for (const QString &key : keys)
+            order.removeAll(key);
+        order = keys + order;
+    } else { // the foremost in the direction first, so that a block moves as one and stops at the end
+        for (int i = 0; i < keys.size(); ++i) {
+            const QString &key = by < 0 ? keys.at(i) : keys.at(keys.size() - 1 - i);
+            const int from = order.indexOf(key), to = from + by;
+            if (to >= 0 && to < order.size() && !keys.contains(order.at(to)))
+                order.move(from, to);
+        }
+    }
+    m_model->setRows(m_model->records(order));
 }
 
 void ResolvePri::save()
 {
     QList<qlonglong> keys;
-    for (int row = 0; row < m_table->rowCount(); ++row)
-        keys << m_table->item(row, 0)->data(Qt::UserRole).toLongLong();
+    for (const QString &key : m_model->keys())
+        keys << ResolveRows::rkey(key);
     Background::run(
         this,
         [type = m_type, keys] {

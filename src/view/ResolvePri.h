@@ -1,29 +1,34 @@
 #pragma once
 // "优先级调度": the rows that wait for analysis (type 0) or upload (type 1), to be put into another order. The order is
 // kept by the store in memory. Main thread; deletes itself.
-#include "common/ui/BaseWidget.h"
+#include "common/ui/kit/DialogFrame.h"
+#include "common/ui/kit/RecordModel.h"
 #include "db/Records.h"
 
-class QTableWidget;
+class TablePage;
 
-class ResolvePri : public BaseWidget
+class ResolvePri : public DialogFrame
 {
     Q_OBJECT
 public:
     ResolvePri(int type, QWidget *parent);
+    int type() const { return m_type; }
+    TablePage *table() const { return m_table; }
 
 signals:
     void saved();
 
 private:
+    void addActs();
     void fill(const QList<db_resolve> &list);
     void stateChanged(const db_resolve &res);
     void removeKey(qlonglong rkey);
-    int rowOf(qlonglong rkey) const;
-    void moveRow(int to); // the selected one; -1 and +1 are asked for as positions
+    bool waits(const db_resolve &res) const; // in the queue that this is about
+    void move(const QStringList &keys, int by);
     void save();
     void ask();
 
     int m_type;
-    QTableWidget *m_table;
+    RecordModel<db_resolve> *m_model;
+    TablePage *m_table;
 };

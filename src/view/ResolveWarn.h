@@ -1,10 +1,10 @@
 #pragma once
 // The warnings of an analysis and what can follow: commit all the same, analyse again, or leave it. Main thread;
 // deletes itself.
-#include "common/ui/BaseWidget.h"
+#include "common/ui/kit/DialogFrame.h"
 #include "db/Records.h"
 
-class ResolveWarn : public BaseWidget
+class ResolveWarn : public DialogFrame
 {
     Q_OBJECT
 public:

@@ -1,10 +1,10 @@
 #include "view/Transfer.h"
 #include "common/Debounce.h"
+#include "common/facts/FileStates.h"
 #include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
-#include "common/ui/Delegates.h"
-#include "common/ui/EmptyView.h"
-#include "common/ui/IconTool.h"
+#include "common/ui/kit/Metrics.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
 #include "common/ui/Palette.h"
@@ -12,258 +12,261 @@
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
-#include "transfer/TransSet.h"
 #include "view/DownCover.h"
 #include "view/TransferHand.h"
 #include <QAction>
 #include <QActionGroup>
-#include <QHeaderView>
-#include <QMenu>
 #include <QPushButton>
 #include <QStackedWidget>
-#include <QTreeView>
 
 namespace
 {
 constexpr int ReloadMs = 500;
 constexpr int OrdersMs = 1000;  // sums of bytes are read again this long after a file ended
 constexpr int UnknownMs = 2000; // files that move but aren't listed
-constexpr int RowHeight = 36;
-bool uploading(int state) { return SceneState::InUpload.contains(state); }
-// Rows of either store, as the models hold them.
-template <class Row> QList<TransferFile> filesOf(const QList<Row> &rows)
+
+template <class Row> QList<TransferRow> filesOf(const QList<Row> &rows)
 {
-    QList<TransferFile> files;
-    for (const Row &row : rows) {
-        TransferFile one;
-        one.pri = row.pri;
-        one.path = row.lpath;
-        one.size = row.size;
-        one.state = row.state;
-        one.error = row.error;
-        files << one;
-    }
+    QList<TransferRow> files;
+    for (const Row &row : rows)
+        files << TransferList::fileRow(row);
     return files;
 }
 } // namespace
 
 Transfer::Transfer(QWidget *parent)
-    : BaseWidget(Page, parent), m_up(new TransferModel(true, this)), m_down(new TransferModel(false, this)),
+    : BaseWidget(Page, parent), m_up(new TransferList(true, this)), m_down(new TransferList(false, this)),
       m_reload(new Debounce(this)), m_orders(new Debounce(this)), m_unknown(new Debounce(this)),
       m_hand(new TransferHand(this))
 {
     setObjectName(QStringLiteral("Transfer"));
     setAccessibleName(tr("传输管理"));
-    makeBar();
-    m_stack = new QStackedWidget(this);
-    m_upTree = makeTree(m_up);
-    m_downTree = makeTree(m_down);
-    m_upTree->setAccessibleName(tr("上传列表"));
-    m_downTree->setAccessibleName(tr("下载列表"));
-    new EmptyView(m_upTree, QStringLiteral("upload"), tr("暂时没有传输记录呢"),
-                  tr("提交渲染后，场景和素材会在这里上传"));
-    new EmptyView(m_downTree, QStringLiteral("download"), tr("暂时没有传输记录呢"), tr("渲染结果会自动下载到结果目录"));
-    m_stack->addWidget(m_upTree);
-    m_stack->addWidget(m_downTree);
-    body()->addWidget(m_stack, 1);
-    auto *foot = new QHBoxLayout;
-    foot->setContentsMargins(16, 6, 16, 6);
-    foot->addStretch(1);
-    m_pages = new Pagination(this);
-    foot->addWidget(m_pages);
-    body()->addLayout(foot);
-    connect(m_pages, &Pagination::pageChanged, this, &Transfer::readMissions);
+    m_upTable = makeTable(m_up);
+    m_downTable = makeTable(m_down);
+    makeTabs();
+    connect(m_downTable, &TablePage::pageWanted, this, &Transfer::readMissions);
     connect(m_reload, &Debounce::debout, this, &Transfer::refreshUp);
     connect(m_reload, &Debounce::throut, this, &Transfer::readMissions);
     connect(m_orders, &Debounce::throut, this, &Transfer::readOrders);
     connect(m_unknown, &Debounce::throut, this, [this] {
-        for (const TransferGroup &group : m_up->groups())
-            if (group.state == SceneState::Uploading)
-                askFiles(true, group.key, 0);
-        for (const TransferGroup &group : m_down->groups())
-            if (group.state == TransSet::DownRun)
-                askFiles(false, group.key, 0);
+        for (const TransferRow &row : m_up->groups())
+            if (row.state == SceneState::Uploading)
+                askFiles(true, row.group, 0);
+        for (const TransferRow &row : m_down->groups())
+            if (row.state == FileStates::DownRun)
+                askFiles(false, row.group, 0);
     });
     listenUploads();
     listenDownloads();
-    triggerAction(m_upAct);
+    triggerAction(m_group->actions().first());
 }
 
-void Transfer::makeBar()
+void Transfer::makeTabs()
 {
-    auto *bar = new QHBoxLayout;
-    bar->setContentsMargins(16, 6, 16, 6);
-    bar->setSpacing(8);
-    auto *group = new QActionGroup(this);
-    const auto tab = [&](const QString &text) {
-        auto *action = new QAction(text, group);
-        action->setCheckable(true);
-        auto *button = new QPushButton(text, this);
-        button->setObjectName(QStringLiteral("tab"));
-        button->setCheckable(true);
-        button->setAutoExclusive(true);
-        connect(button, &QPushButton::clicked, action, &QAction::trigger);
-        connect(action, &QAction::toggled, button, &QPushButton::setChecked);
-        bar->addWidget(button);
-        return action;
-    };
-    m_upAct = tab(tr("上传"));
-    m_downAct = tab(tr("下载"));
-    m_upAct->setChecked(true);
-    connect(group, &QActionGroup::triggered, this, &Transfer::triggerAction);
-    bar->addStretch(1);
-    auto *again = new QToolButton(this);
-    again->setIcon(IconTool::icon(QStringLiteral("refresh")));
-    again->setFixedSize(28, 28);
-    again->setToolTip(tr("刷新"));
-    again->setAccessibleName(again->toolTip());
-    connect(again, &QToolButton::clicked, this, &Transfer::refreshUp);
-    bar->addWidget(again);
-    body()->addLayout(bar);
-    const auto key = [this](const QKeySequence &keys, auto slot) {
+    m_tabs = new QHBoxLayout;
+    m_tabs->setContentsMargins(Metrics::Margin, 6, Metrics::Margin, 0);
+    m_tabs->setSpacing(Metrics::Gap);
+    m_stack = new QStackedWidget(this);
+    m_group = new QActionGroup(this);
+    connect(m_group, &QActionGroup::triggered, this, &Transfer::triggerAction);
+    addTab(tr("上传"), m_upTable);
+    addTab(tr("下载"), m_downTable);
+    m_tabs->addStretch(1);
+    body()->addLayout(m_tabs);
+    body()->addWidget(m_stack, 1);
+    const auto turn = [this](const QKeySequence &keys, int by) {
         auto *action = new QAction(this);
         action->setShortcut(keys);
         action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
-        connect(action, &QAction::triggered, this, slot);
+        connect(action, &QAction::triggered, this, [this, by] {
+            const int count = m_stack->count();
+            triggerAction(m_group->actions().at((m_stack->currentIndex() + by + count) % count));
+            shown()->setFocus();
+        });
         addAction(action);
     };
-    key(QKeySequence(Qt::Key_F5), &Transfer::refreshUp);
-    for (const QKeySequence &keys :
-         {QKeySequence(Qt::CTRL | Qt::Key_Tab), QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab)})
-        key(keys, [this] {
-            triggerAction(m_stack->currentIndex() == 0 ? m_downAct : m_upAct);
-            tree()->setFocus();
-        });
-    key(QKeySequence(Qt::Key_Delete), [this] { pressSelected(tree(), TransferRules::Delete); });
+    turn(QKeySequence(Qt::CTRL | Qt::Key_Tab), 1);
+    turn(QKeySequence(Qt::CTRL | Qt::SHIFT | Qt::Key_Tab), -1);
 }
 
-QTreeView *Transfer::makeTree(TransferModel *model)
+QAction *Transfer::addTab(const QString &text, QWidget *page)
 {
-    auto *view = new QTreeView(this);
-    view->setModel(model);
-    view->setUniformRowHeights(true);
-    view->setMouseTracking(true);
-    view->setSelectionMode(QAbstractItemView::ExtendedSelection);
-    view->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    view->setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
-    view->setAllColumnsShowFocus(true);
-    view->setIndentation(20);
-    view->setExpandsOnDoubleClick(false);
-    QHeaderView *head = view->header();
-    head->setFixedHeight(32);
-    head->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    head->setStretchLastSection(false);
-    const int widths[TransferModel::ColumnCount] = {260, 96, 224, 96, 144, 216};
-    for (int i = 0; i < TransferModel::ColumnCount; ++i)
-        head->resizeSection(i, widths[i]);
-    head->setSectionResizeMode(TransferModel::Name, QHeaderView::Stretch);
-    auto *text = new TextItem(view, Qt::ElideMiddle);
-    text->setRowHeight(RowHeight);
-    view->setItemDelegate(text);
-    view->setItemDelegateForColumn(TransferModel::Progress, new ProgressItem(view));
-    auto *hand = new LinkItem(view);
-    const bool uploads = model->uploads();
-    connect(hand, &LinkItem::clicked, this,
-            [this, uploads](int button, const QModelIndex &index) { press(uploads, button, index); });
-    view->setItemDelegateForColumn(TransferModel::Hand, hand);
-    connect(view, &QTreeView::doubleClicked, this, [this, view](const QModelIndex &index) {
-        if (!index.parent().isValid() && index.column() != TransferModel::Hand && view == tree())
-            expandMiss(index.row(), index.column());
+    auto *action = new QAction(text, m_group);
+    action->setCheckable(true);
+    auto *button = new QPushButton(text, this);
+    button->setObjectName(QStringLiteral("tab"));
+    button->setCheckable(true);
+    button->setAutoExclusive(true);
+    // Screen readers check a tab without a click.
+    connect(button, &QPushButton::toggled, action, [this, action](bool on) {
+        if (on && m_stack->currentIndex() != m_group->actions().indexOf(action))
+            triggerAction(action);
     });
-    connect(view, &QTreeView::expanded, this, [this, model](const QModelIndex &index) {
-        const QString key = index.data(TransferModel::KeyRole).toString();
-        if (const TransferGroup *group = model->group(key); group && !group->loaded)
-            askFiles(model->uploads(), key, 0);
-    });
-    connect(model, &TransferModel::filesWanted, this,
-            [this, uploads](const QString &key, int page) { askFiles(uploads, key, page); });
-    view->setContextMenuPolicy(Qt::CustomContextMenu);
-    connect(view, &QWidget::customContextMenuRequested, this,
-            [this, view](const QPoint &at) { contextMenu(view, at); });
-    return view;
+    connect(action, &QAction::toggled, button, &QPushButton::setChecked);
+    m_tabs->addWidget(button);
+    m_stack->addWidget(page);
+    return action;
 }
 
-QTreeView *Transfer::tree() const { return m_stack->currentIndex() == 0 ? m_upTree : m_downTree; }
+TablePage *Transfer::makeTable(TransferList *list)
+{
+    const bool uploads = list->uploads();
+    TablePage::Look look;
+    look.name = uploads ? QStringLiteral("TransferUp") : QStringLiteral("TransferDown");
+    look.accessible = uploads ? tr("上传列表") : tr("下载列表");
+    look.emptyIcon = uploads ? QStringLiteral("upload") : QStringLiteral("download");
+    look.emptyText = tr("暂时没有传输记录呢");
+    look.emptyHint = uploads ? tr("提交渲染后，场景和素材会在这里上传") : tr("渲染结果会自动下载到结果目录");
+    auto *table = new TablePage(look, list, this);
+    RecordView *view = table->view();
+    view->setRootIsDecorated(true);
+    view->setIndentation(20);
+    addActs(list, table);
+    table->build();
+    connect(table, &TablePage::refreshWanted, this, &Transfer::refreshUp);
+    connect(list, &TransferList::filesWanted, this,
+            [this, uploads](const QString &group, int page) { askFiles(uploads, group, page); });
+    connect(view, &RecordView::opened, this, [this, view, list](const QString &key) {
+        if (!list->record(key)->file && view == shown()->view())
+            expandMiss(list->indexOf(key).row(), 0);
+    });
+    return table;
+}
+
+void Transfer::addActs(TransferList *list, TablePage *table)
+{
+    const bool up = list->uploads();
+    using Test = std::function<bool(const TransferRow &)>;
+    using Slot = void (TransferHand::*)();
+    const auto add = [=](const char *id, const QString &text, const char *icon, const Test &possible, Slot slot) {
+        ActSpec spec;
+        spec.id = QLatin1String(id);
+        spec.text = text;
+        spec.icon = QLatin1String(icon);
+        spec.places = ActSpec::Bar | ActSpec::Row | ActSpec::Menu;
+        spec.possible = list->when([possible](const TransferRow &row) { return !row.file && possible(row); });
+        spec.run = [this, list, up, slot](const QStringList &keys) {
+            m_hand->setRows(up, list->records(keys));
+            (m_hand->*slot)();
+        };
+        return spec;
+    };
+    const auto stopped = [up](const TransferRow &r) {
+        return TransferHand::paused(up, r.state) || TransferHand::failed(up, r.state);
+    };
+    ActSpec start = add("start", tr("继续"), "play", stopped, &TransferHand::on_start_clicked);
+    ActSpec pause = add(
+        "pause", tr("暂停"), "pause", [stopped](const TransferRow &r) { return !stopped(r); },
+        &TransferHand::on_pause_clicked);
+    ActSpec remove = add(
+        "delete", tr("删除"), "trash", [](const TransferRow &) { return true; }, &TransferHand::on_del_clicked);
+    remove.keys = QKeySequence::Delete;
+    remove.danger = true;
+    remove.accept = tr("删除任务");
+    remove.question = [list, up](const QStringList &keys) {
+        const QString name = list->record(keys.first())->name;
+        if (up)
+            return keys.size() == 1 ? tr("删除“%1”会取消该订单，确定删除吗？").arg(name)
+                                    : tr("删除选中的 %1 个上传任务会取消它们的订单，确定删除吗？").arg(keys.size());
+        return keys.size() == 1 ? tr("确定删除下载任务“%1”吗？已下载的文件会保留。").arg(name)
+                                : tr("确定删除选中的 %1 个下载任务吗？已下载的文件会保留。").arg(keys.size());
+    };
+    ActSpec folder = add(
+        "folder", tr("目录"), "folder", [](const TransferRow &) { return true; }, &TransferHand::on_dir_clicked);
+    folder.single = true;
+    folder.places = ActSpec::Row | ActSpec::Menu;
+    ActSpec first = add(
+        "priority", tr("优先"), "top", [](const TransferRow &r) { return r.state == FileStates::DownWait; },
+        &TransferHand::on_pri_clicked);
+    if (up)
+        first.possible = [](const QString &) { return false; };
+    first.places = ActSpec::Row | ActSpec::Menu;
+    for (const ActSpec &spec : {start, pause, remove, folder, first})
+        table->acts()->add(spec);
+}
+
+TablePage *Transfer::shown() const { return static_cast<TablePage *>(m_stack->currentWidget()); }
+
+const TransferRow *Transfer::byScene(qlonglong rkey) const
+{
+    const QStringList keys = m_up->keys();
+    for (const QString &key : keys)
+        if (m_up->record(key)->rkey == rkey)
+            return m_up->record(key);
+    return nullptr;
+}
 
 void Transfer::listenUploads()
 {
     UploadDAO *up = UploadDAO::instance();
-    connect(up, &UploadDAO::allFile, this, QOverload<QList<db_upfile>, bool>::of(&Transfer::allFile),
-            Qt::QueuedConnection);
+    const auto queued = Qt::QueuedConnection;
+    connect(up, &UploadDAO::allFile, this, QOverload<QList<db_upfile>, bool>::of(&Transfer::allFile), queued);
     connect(
-        up, &UploadDAO::fileDeleted, this, [this](const QString &key) { m_up->removeFile(key.toLongLong()); },
-        Qt::QueuedConnection);
-    connect(up, &UploadDAO::fileDeletedByOrder, m_up, &TransferModel::clearFiles, Qt::QueuedConnection);
-    connect(up, &UploadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
+        up, &UploadDAO::fileDeleted, this, [this](const QString &key) { m_up->removeFile(key.toLongLong()); }, queued);
+    connect(up, &UploadDAO::fileDeletedByOrder, m_up, &TransferList::clearFiles, queued);
+    connect(up, &UploadDAO::fileStateChanged, this, &Transfer::changeState, queued);
     connect(up, &UploadDAO::fileSpeedChanged, this,
-            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), Qt::QueuedConnection);
-    connect(up, &UploadDAO::orderSpeedChanged, m_up, &TransferModel::setGroupSpeed, Qt::QueuedConnection);
+            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), queued);
     connect(
-        up, &UploadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
+        up, &UploadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, queued);
+    connect(up, &UploadDAO::orderSpeedChanged, m_up, &TransferList::setGroupSpeed, queued);
     ResolveDAO *scenes = ResolveDAO::instance();
-    connect(scenes, &ResolveDAO::stateChanged, this, &Transfer::orderState, Qt::QueuedConnection);
+    connect(scenes, &ResolveDAO::stateChanged, this, &Transfer::orderState, queued);
     connect(
         scenes, &ResolveDAO::resolveDeleted, this,
         [this](qlonglong rkey) {
-            for (const TransferGroup &group : m_up->groups())
-                if (group.rkey == rkey) {
-                    m_up->removeGroup(group.key);
-                    return;
-                }
+            if (const TransferRow *row = byScene(rkey))
+                m_up->removeGroup(row->group);
         },
-        Qt::QueuedConnection);
+        queued);
     connect(
         scenes, &ResolveDAO::upProgress, this,
         [this](qlonglong rkey, int ok, int sum) {
-            for (const TransferGroup &group : m_up->groups())
-                if (group.rkey == rkey) {
-                    m_up->setGroupCount(group.key, ok, sum);
-                    break;
-                }
+            if (const TransferRow *row = byScene(rkey))
+                m_up->setGroupCount(row->group, ok, sum);
             if (!m_orders->throttling())
                 m_orders->throttle(OrdersMs);
         },
-        Qt::QueuedConnection);
+        queued);
 }
 
 void Transfer::listenDownloads()
 {
     DownloadDAO *down = DownloadDAO::instance();
-    connect(down, &DownloadDAO::allFile, this, QOverload<QList<db_downfile>, bool>::of(&Transfer::allFile),
-            Qt::QueuedConnection);
-    connect(down, &DownloadDAO::miss, this, &Transfer::miss, Qt::QueuedConnection);
+    const auto queued = Qt::QueuedConnection;
+    connect(down, &DownloadDAO::allFile, this, QOverload<QList<db_downfile>, bool>::of(&Transfer::allFile), queued);
+    connect(down, &DownloadDAO::miss, this, &Transfer::miss, queued);
     connect(
         down, &DownloadDAO::downProgress, this,
         [this](qlonglong pri, qlonglong ok, qlonglong sum) {
-            const QString key = QString::number(pri);
-            m_down->setGroupCount(key, int(ok), int(sum));
-            if (!m_down->group(key) && !m_reload->throttling()) // one that isn't listed yet
+            const QString group = QString::number(pri);
+            m_down->setGroupCount(group, int(ok), int(sum));
+            if (!m_down->group(group) && !m_reload->throttling()) // one that isn't listed yet
                 m_reload->throttle(ReloadMs);
         },
-        Qt::QueuedConnection);
-    connect(down, &DownloadDAO::fileEnded, m_down, &TransferModel::removeFile, Qt::QueuedConnection);
+        queued);
+    connect(down, &DownloadDAO::fileEnded, m_down, &TransferList::removeFile, queued);
     connect(
         down, &DownloadDAO::missionStateChanged, this,
-        [this](qlonglong pri, int state) { m_down->setGroupState(QString::number(pri), state); }, Qt::QueuedConnection);
+        [this](qlonglong pri, int state) { m_down->setGroupState(QString::number(pri), state); }, queued);
     connect(
         down, &DownloadDAO::missionDeleted, this, [this](qlonglong pri) { m_down->removeGroup(QString::number(pri)); },
-        Qt::QueuedConnection);
-    connect(down, &DownloadDAO::fileStateChanged, this, &Transfer::changeState, Qt::QueuedConnection);
+        queued);
+    connect(down, &DownloadDAO::fileStateChanged, this, &Transfer::changeState, queued);
     connect(down, &DownloadDAO::fileSpeedChanged, this,
-            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), Qt::QueuedConnection);
+            QOverload<qlonglong, qlonglong, qlonglong, qlonglong>::of(&Transfer::changeSpeed), queued);
     connect(
-        down, &DownloadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, Qt::QueuedConnection);
+        down, &DownloadDAO::refreshAll, this, [this] { m_reload->debounce(ReloadMs); }, queued);
 }
 
 void Transfer::connectDAOView(int type) { type == 0 ? readOrders() : readMissions(); }
-void Transfer::initDAOView(int type) { triggerAction(type == 0 ? m_upAct : m_downAct); }
+void Transfer::initDAOView(int type) { triggerAction(m_group->actions().value(type, m_group->actions().first())); }
 
 void Transfer::triggerAction(QAction *act)
 {
+    m_stack->setCurrentIndex(m_group->actions().indexOf(act));
     act->setChecked(true);
-    m_stack->setCurrentIndex(act == m_upAct ? 0 : 1);
-    setFocusProxy(tree());
-    m_pages->setMaximumHeight(act == m_upAct ? 0 : QWIDGETSIZE_MAX);
+    setFocusProxy(shown());
     refreshUp();
 }
 
@@ -278,32 +281,32 @@ void Transfer::readOrders()
     Background::run(
         this,
         [] {
-            QList<TransferGroup> groups;
+            QList<TransferRow> groups;
             const QList<db_resolve> all = ResolveDAO::instance()->readAll();
             for (const db_resolve &res : all)
-                if (uploading(res.state))
-                    groups << TransferRules::upload(res);
+                if (SceneState::InUpload.contains(res.state))
+                    groups << TransferList::upload(res);
             return groups;
         },
-        [this](const QList<TransferGroup> &groups) { m_up->setGroups(groups); });
+        [this](const QList<TransferRow> &groups) { m_up->setGroups(groups); });
 }
 
 void Transfer::readMissions()
 {
-    Seam<DownCalls>::post([page = m_pages->page()](DownCalls &down) { down.readFile(page); });
+    Seam<DownCalls>::post([page = m_downTable->pages()->page()](DownCalls &down) { down.readFile(page); });
 }
 
-void Transfer::askFiles(bool uploads, const QString &key, int page)
+void Transfer::askFiles(bool uploads, const QString &group, int page)
 {
     if (uploads)
-        Seam<UpCalls>::post([=](UpCalls &up) { up.readFile(key, page); });
+        Seam<UpCalls>::post([=](UpCalls &up) { up.readFile(group, page); });
     else
-        Seam<DownCalls>::post([pri = key.toLongLong(), page](DownCalls &down) { down.readMissionFile(pri, page); });
+        Seam<DownCalls>::post([pri = group.toLongLong(), page](DownCalls &down) { down.readMissionFile(pri, page); });
 }
 
 void Transfer::orderState(const db_resolve &res)
 {
-    if (!uploading(res.state)) {
+    if (!SceneState::InUpload.contains(res.state)) {
         m_up->removeGroup(res.ordernum);
         return;
     }
@@ -327,16 +330,16 @@ void Transfer::allFile(QList<db_downfile> fl, bool clear)
 
 void Transfer::miss(QList<db_downmiss> list, int pageSum)
 {
-    QList<TransferGroup> groups;
+    QList<TransferRow> groups;
     for (const db_downmiss &miss : qAsConst(list))
-        groups << TransferRules::mission(miss);
+        groups << TransferList::mission(miss);
     m_down->setGroups(groups);
-    m_pages->setPageSum(pageSum);
+    m_downTable->pages()->setPageSum(pageSum);
 }
 
 void Transfer::expandMiss(int row, int)
 {
-    QTreeView *view = tree();
+    RecordView *view = shown()->view();
     const QModelIndex index = view->model()->index(row, 0);
     view->setExpanded(index, !view->isExpanded(index));
 }
@@ -352,60 +355,6 @@ void Transfer::changeSpeed(qlonglong pri, qlonglong ed, qlonglong size) { change
 void Transfer::changeState(qlonglong pri, int state, int error)
 {
     model(sender() != DownloadDAO::instance())->changeState(pri, state, error);
-}
-
-void Transfer::press(bool uploads, int button, const QModelIndex &index)
-{
-    const TransferGroup *group = model(uploads)->group(index.data(TransferModel::KeyRole).toString());
-    if (!group)
-        return;
-    m_hand->setRow(uploads, *group);
-    m_hand->press(button);
-}
-
-// The selection's groups, as long as it holds one kind of row.
-QList<QString> Transfer::selectedKeys(QTreeView *view) const
-{
-    QList<QString> keys;
-    const QModelIndexList rows = view->selectionModel()->selectedRows();
-    for (const QModelIndex &row : rows) {
-        if (row.data(TransferModel::KindRole) != rows.first().data(TransferModel::KindRole))
-            break;
-        const QString key = row.data(TransferModel::KeyRole).toString();
-        if (!keys.contains(key))
-            keys << key;
-    }
-    return keys;
-}
-
-void Transfer::pressSelected(QTreeView *view, int button)
-{
-    const bool uploads = view == m_upTree;
-    const QList<QString> keys = selectedKeys(view);
-    for (const QString &key : keys) {
-        const TransferGroup *group = model(uploads)->group(key);
-        if (!group || TransferRules::buttons(uploads, group->state).at(button).isEmpty())
-            continue;
-        m_hand->setRow(uploads, *group);
-        m_hand->press(button);
-    }
-}
-
-void Transfer::contextMenu(QTreeView *view, const QPoint &at)
-{
-    const bool uploads = view == m_upTree;
-    const QList<QString> keys = selectedKeys(view);
-    if (keys.isEmpty() || !model(uploads)->group(keys.first()))
-        return;
-    static const char *const icons[] = {"play", "pause", "retry", "trash", "folder", "top"};
-    auto *menu = new QMenu(this);
-    menu->setAttribute(Qt::WA_DeleteOnClose);
-    const QStringList texts = TransferRules::buttons(uploads, model(uploads)->group(keys.first())->state);
-    for (int i = 0; i < texts.size(); ++i)
-        if (!texts.at(i).isEmpty())
-            menu->addAction(IconTool::icon(QLatin1String(icons[i])), texts.at(i), this,
-                            [this, view, i] { pressSelected(view, i); });
-    menu->popup(view->viewport()->mapToGlobal(at));
 }
 
 void Transfer::downCover(int mid, QString text) { (new DownCover(mid, text, window()))->open(); }

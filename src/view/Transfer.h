@@ -1,18 +1,17 @@
 #pragma once
-// The page "传输管理": the upload queue's orders and the download missions, each with its files below it. It shows what
-// the stores signal and sends commands to the handlers by queued calls. Main thread.
+// The page "传输管理": the upload queue's orders, the download missions, each with its files below it, and what is
+// over. It shows what the stores signal and sends commands to the handlers by queued calls. Main thread.
 #include "common/ui/BaseWidget.h"
 #include "db/Records.h"
-#include "view/TransferModel.h"
+#include "view/TransferList.h"
 #include <QPointer>
-#include <QSet>
 
 class Debounce;
 class MsgBox;
-class Pagination;
 class QAction;
+class QActionGroup;
 class QStackedWidget;
-class QTreeView;
+class TablePage;
 class TransferHand;
 
 class Transfer : public BaseWidget
@@ -20,7 +19,8 @@ class Transfer : public BaseWidget
     Q_OBJECT
 public:
     explicit Transfer(QWidget *parent = nullptr);
-    TransferModel *model(bool uploads) const { return uploads ? m_up : m_down; }
+    TransferList *model(bool uploads) const { return uploads ? m_up : m_down; }
+    TablePage *table(bool uploads) const { return uploads ? m_upTable : m_downTable; }
 
     Q_INVOKABLE void connectDAOView(int type); // 0 uploads, 1 downloads: its handler stands
     Q_INVOKABLE void initDAOView(int type);    // shows that list
@@ -43,25 +43,24 @@ signals:
     void recharge();
 
 private:
-    void makeBar();
-    QTreeView *makeTree(TransferModel *model);
+    void makeTabs();
+    QAction *addTab(const QString &text, QWidget *page);
+    TablePage *makeTable(TransferList *list);
+    void addActs(TransferList *list, TablePage *table);
     void listenUploads();
     void listenDownloads();
     void readOrders(); // upload orders, away from the window's thread
     void readMissions();
-    void askFiles(bool uploads, const QString &key, int page);
+    void askFiles(bool uploads, const QString &group, int page);
     void orderState(const db_resolve &res);
-    void press(bool uploads, int button, const QModelIndex &index);
-    void contextMenu(QTreeView *tree, const QPoint &at);
-    void pressSelected(QTreeView *tree, int button);
-    QList<QString> selectedKeys(QTreeView *tree) const;
-    QTreeView *tree() const;
+    const TransferRow *byScene(qlonglong rkey) const;
+    TablePage *shown() const;
 
-    TransferModel *m_up, *m_down;
-    QTreeView *m_upTree = nullptr, *m_downTree = nullptr;
+    TransferList *m_up, *m_down;
+    TablePage *m_upTable = nullptr, *m_downTable = nullptr;
     QStackedWidget *m_stack = nullptr;
-    Pagination *m_pages = nullptr;
-    QAction *m_upAct = nullptr, *m_downAct = nullptr;
+    QHBoxLayout *m_tabs = nullptr;
+    QActionGroup *m_group = nullptr;
     Debounce *m_reload, *m_orders, *m_unknown;
     TransferHand *m_hand;
     QPointer<MsgBox> m_tip, m_space;

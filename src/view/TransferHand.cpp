@@ -1,4 +1,6 @@
 #include "view/TransferHand.h"
+#include "common/facts/FileStates.h"
+#include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
 #include "common/ui/MsgTool.h"
 #include "common/VFunc.h"
@@ -8,39 +10,31 @@
 
 TransferHand::TransferHand(QWidget *page) : QObject(page), m_page(page) {}
 
-void TransferHand::setRow(bool uploads, const TransferGroup &group)
+void TransferHand::setRows(bool uploads, const QList<TransferRow> &groups)
 {
     m_uploads = uploads;
-    m_group = group;
+    m_groups = groups;
 }
 
-void TransferHand::press(int button)
+bool TransferHand::paused(bool uploads, int state)
 {
-    switch (button) {
-    case TransferRules::Start:
-        return on_start_clicked();
-    case TransferRules::Pause:
-        return on_pause_clicked();
-    case TransferRules::Again:
-        return on_re_clicked();
-    case TransferRules::Delete:
-        return on_del_clicked();
-    case TransferRules::Folder:
-        return on_dir_clicked();
-    case TransferRules::Priority:
-        return on_pri_clicked();
-    default:
-        return;
-    }
+    return uploads ? state == SceneState::UploadPaused : state == FileStates::DownPause;
+}
+
+bool TransferHand::failed(bool uploads, int state)
+{
+    return uploads ? state == SceneState::UploadFailed
+                   : state == FileStates::DownError || state == FileStates::DownGaveUp;
 }
 
 void TransferHand::on_re_clicked()
 {
-    if (m_uploads)
-        Seam<ResolveCalls>::post(
-            [order = m_group.order](ResolveCalls &queue) { queue.changeResolveState(0, 3, order); });
-    else
-        Seam<DownCalls>::post([pri = m_group.pri](DownCalls &down) { down.reDown(pri); });
+    for (const TransferRow &row : qAsConst(m_groups))
+        if (m_uploads)
+            Seam<ResolveCalls>::post(
+                [order = row.order](ResolveCalls &queue) { queue.changeResolveState(0, 3, order); });
+        else
+            Seam<DownCalls>::post([pri = row.missPri](DownCalls &down) { down.reDown(pri); });
 }
 
 void TransferHand::on_start_clicked() { on_re_clicked(); }
@@ -48,35 +42,37 @@ void TransferHand::on_start_clicked() { on_re_clicked(); }
 void TransferHand::on_pause_clicked()
 {
     // The analysis queue writes the order's state, tells the server and pauses the upload queue.
-    if (m_uploads)
-        Seam<ResolveCalls>::post(
-            [order = m_group.order](ResolveCalls &queue) { queue.changeResolveState(0, 2, order); });
-    else
-        Seam<DownCalls>::post([pri = m_group.pri](DownCalls &down) { down.pauseDown(pri); });
+    for (const TransferRow &row : qAsConst(m_groups))
+        if (m_uploads)
+            Seam<ResolveCalls>::post(
+                [order = row.order](ResolveCalls &queue) { queue.changeResolveState(0, 2, order); });
+        else
+            Seam<DownCalls>::post([pri = row.missPri](DownCalls &down) { down.pauseDown(pri); });
 }
 
 void TransferHand::on_del_clicked()
 {
-    const TransferGroup group = m_group;
-    if (m_uploads)
-        MsgTool::ask(m_page, tr("删除“%1”会取消该订单，确定删除吗？").arg(group.name),
-                     [key = group.rkey] { SceneDelete::run(key); });
-    else
-        MsgTool::ask(m_page, tr("确定删除下载任务“%1”吗？已下载的文件会保留。").arg(group.name),
-                     [pri = group.pri] { Seam<DownCalls>::post([pri](DownCalls &down) { down.delDown(pri); }); });
+    for (const TransferRow &row : qAsConst(m_groups))
+        if (m_uploads)
+            SceneDelete::run(row.rkey);
+        else
+            Seam<DownCalls>::post([pri = row.missPri](DownCalls &down) { down.delDown(pri); });
 }
 
 void TransferHand::on_pri_clicked()
 {
-    if (!m_uploads)
-        Seam<DownCalls>::post([pri = m_group.pri](DownCalls &down) { down.priDown(pri); });
+    for (const TransferRow &row : qAsConst(m_groups))
+        if (!m_uploads)
+            Seam<DownCalls>::post([pri = row.missPri](DownCalls &down) { down.priDown(pri); });
 }
 
 void TransferHand::on_dir_clicked()
 {
+    if (m_groups.isEmpty())
+        return;
     Background::run(
-        m_page, [folder = m_group.folder] { return VFunc::openFolder(folder); },
-        [page = m_page, folder = m_group.folder](bool good) {
+        m_page, [folder = m_groups.first().path] { return VFunc::openFolder(folder); },
+        [page = m_page, folder = m_groups.first().path](bool good) {
             if (!good)
                 MsgTool::msgOk(page, tr("文件夹打不开：%1").arg(folder));
         });

@@ -1,7 +1,7 @@
 #pragma once
-// The buttons of a row of the transfer page: each slot does for the row that was set what its button says, by queued
-// calls on the handlers. Main thread; owned by the page.
-#include "view/TransferModel.h"
+// What a button of the transfer page does for the rows that were set, by queued calls on the handlers: one slot a
+// button. Questions were asked before. Main thread; owned by the page.
+#include "view/TransferList.h"
 #include <QObject>
 
 class QWidget;
@@ -11,8 +11,9 @@ class TransferHand : public QObject
     Q_OBJECT
 public:
     explicit TransferHand(QWidget *page);
-    void setRow(bool uploads, const TransferGroup &group);
-    void press(int button); // TransferRules::Button
+    void setRows(bool uploads, const QList<TransferRow> &groups);
+    static bool paused(bool uploads, int state);
+    static bool failed(bool uploads, int state);
 
 public slots:
     void on_re_clicked();
@@ -25,5 +26,5 @@ public slots:
 private:
     QWidget *m_page;
     bool m_uploads = false;
-    TransferGroup m_group;
+    QList<TransferRow> m_groups;
 };

@@ -23,6 +23,12 @@ public:
     {
         calls << QString("read %1 %2 %3").arg(page).arg(size).arg(search).trimmed();
     }
+    void showPage(ScenePage wanted) override
+    {
+        const QString sort = wanted.sort.isEmpty() ? QString() : wanted.sort + (wanted.down ? " down" : " up");
+        const QString holding = wanted.holding ? QString("holding %1").arg(wanted.holding) : QString();
+        calls << QString("read %1 %2 %3 %4 %5").arg(wanted.page).arg(wanted.size).arg(wanted.search, sort, holding).simplified();
+    }
     void delResolve(qlonglong key) override { calls << QString("del %1").arg(key); }
     void delResolveByTask(int id) override { calls << QString("delTask %1").arg(id); }
     void paraSet(qlonglong key) override { calls << QString("para %1").arg(key); }

@@ -187,14 +187,14 @@ private slots:
         const QList<QComboBox *> boxes = dialog->findChildren<QComboBox *>();
         QCOMPARE(boxes.size(), 3);
         QTRY_COMPARE(boxes[0]->count(), 2);
-        QVERIFY(!buttonOf(dialog, "提交")->isEnabled());
+        QVERIFY(!buttonOf(dialog, "开始解析")->isEnabled());
         QTRY_COMPARE(server.last(10506), (QJsonObject{{"projectId", 1}, {"software_type", 8}}));
         QCOMPARE(server.last(11102), (QJsonObject{{"projectId", 1}}));
         boxes[0]->setCurrentIndex(1);
         QTRY_COMPARE(boxes[1]->currentText(), QString("Terragen 4"));
         QTRY_COMPARE(boxes[2]->currentText(), QString("快速"));
         server.reply(held.first(), 1050600, {{"combos", QJsonArray{QJsonObject{{"software", "late"}}}}});
-        QTRY_VERIFY(buttonOf(dialog, "提交")->isEnabled());
+        QTRY_VERIFY(buttonOf(dialog, "开始解析")->isEnabled());
         bool later = false; // answers arrive in their order
         server.answer(10311, 1031100);
         NetTcp::instance()->nvds(
@@ -202,7 +202,7 @@ private slots:
         QTRY_VERIFY(later);
         QCOMPARE(boxes[1]->currentText(), QString("Terragen 4"));
         QPointer<EnvPre> alive(dialog);
-        QVERIFY(press(dialog, "提交"));
+        QVERIFY(press(dialog, "开始解析"));
         QTRY_COMPARE(queue.added.size(), 1);
         QCOMPARE(queue.added[0].projectId, 2);
         QTRY_VERIFY(!alive);
@@ -221,9 +221,9 @@ private slots:
         ResolveSpy queue;
         auto *dialog = new EnvPre(1, {"/p/a.ma"}, 5, nullptr);
         dialog->open();
-        QTRY_VERIFY(buttonOf(dialog, "提交")->isEnabled());
+        QTRY_VERIFY(buttonOf(dialog, "开始解析")->isEnabled());
         dialog->findChild<QLineEdit *>()->setText("/nowhere/project");
-        QVERIFY(press(dialog, "提交"));
+        QVERIFY(press(dialog, "开始解析"));
         QTRY_COMPARE(dialog->findChild<QLabel *>("errorLine")->text(), QString("没有可供选择的项目或机型"));
         QVERIFY(dialog->isVisible() && queue.added.isEmpty());
         dialog->close();

@@ -1,8 +1,8 @@
 // What windows are built from: lists of records, their acts, forms, dialogs, questions to the server.
-#include "common/ui/kit/Command.h"
 #include "common/ui/kit/DialogFrame.h"
 #include "common/ui/kit/Form.h"
 #include "common/ui/kit/Notes.h"
+#include "common/ui/kit/ServerCall.h"
 #include "common/ui/kit/TablePage.h"
 #include "support/TestMain.h"
 #include "ViewRig.h"
@@ -443,17 +443,17 @@ private slots:
         server.answer(10500, 1050000, {{"id", 4}});
         server.answer(10501, 1040002);
         server.answer(10505, [](const BusinessPeer::Request &) { return BusinessPeer::Reply{0, {}, true}; });
-        QList<Command::Answer> answers;
-        const auto keep = [&](const Command::Answer &answer) { answers << answer; };
+        QList<ServerCall::Answer> answers;
+        const auto keep = [&](const ServerCall::Answer &answer) { answers << answer; };
         QObject guard;
-        Command::ask(&guard, 10500, {}, keep);
-        Command::ask(&guard, 10501, {}, keep);
+        ServerCall::ask(&guard, 10500, {}, keep);
+        ServerCall::ask(&guard, 10501, {}, keep);
         QTRY_COMPARE(answers.size(), 2);
         QVERIFY(answers[0].good() && answers[0].object()["id"].toInt() == 4 && answers[0].text().isEmpty());
-        QVERIFY(answers[1].kind == Command::Answer::Refused && answers[1].text().endsWith("(1040002)"));
-        Command::ask(&guard, 10505, {}, keep, {}, 30);
+        QVERIFY(answers[1].kind == ServerCall::Answer::Refused && answers[1].text().endsWith("(1040002)"));
+        ServerCall::ask(&guard, 10505, {}, keep, {}, 30);
         QTRY_COMPARE(answers.size(), 3);
-        QVERIFY(answers[2].kind == Command::Answer::Lost && !answers[2].text().isEmpty());
+        QVERIFY(answers[2].kind == ServerCall::Answer::Lost && !answers[2].text().isEmpty());
         NetTcp::instance()->setLogin(false);
     }
 };

@@ -1,5 +1,6 @@
 // The frame around the pages: the register's rows, balance, notices, pushes, the engine's voice, what closing does.
 #include "common/ui/Background.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/PullMsg.h"
 #include "common/ui/TrayIcon.h"
 #include "db/ResolveDAO.h"
@@ -170,10 +171,17 @@ private slots:
         auto *center = topLevel<MsgCenter>();
         QVERIFY(center);
         QCOMPARE(center->windowHandle()->transientParent(), m_window->windowHandle());
-        auto *table = center->findChild<QTableWidget *>();
-        QTRY_COMPARE(table->rowCount(), 2);
-        QCOMPARE(table->item(0, 0)->text(), QString("欠费提醒"));
-        QCOMPARE(table->item(0, 1)->text(), QString("a < b"));
+        RecordModelBase *rows = center->table()->view()->records();
+        QTRY_COMPARE(rows->rowCount(), 2);
+        QCOMPARE(rows->index(0, 1).data().toString(), QString("欠费提醒"));
+        QCOMPARE(rows->index(0, 2).data(Qt::ToolTipRole).toString(), QString("<span>&lt;b&gt;low&lt;/b&gt;</span>"));
+        m_server->answer(10313, 1031300, {{"status", 1}});
+        rows->tick({"row1"}, true);
+        center->on_ignore_clicked();
+        QTRY_COMPARE(m_server->last(10313), (QJsonObject{{"ids", "row1"}, {"status", 1}}));
+        m_server->answer(10313, 1040002); // refused: told with the code
+        center->table()->acts()->run("del", {"row0"});
+        QTRY_VERIFY(center->table()->error().contains("(1040002)"));
         click("notices");
         QCOMPARE(m_window->findChildren<MsgCenter *>().size(), 1);
     }

@@ -1,4 +1,8 @@
 // The analysis page: what it asks of the queue, and what it asks the user first.
+#include "common/facts/SceneState.h"
+#include "common/ui/Background.h"
+#include "common/ui/kit/Notes.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/Pagination.h"
 #include "db/ResolveDAO.h"
 #include "support/TestMain.h"
@@ -8,9 +12,9 @@
 #include "view/ResolveWarn.h"
 #include "view/SceneInfo.h"
 #include "ViewRig.h"
+#include <QAction>
+#include <QCheckBox>
 #include <QLineEdit>
-#include <QTableView>
-#include <QTableWidget>
 
 class TestResolvePage : public QObject
 {
@@ -31,9 +35,25 @@ private:
     void show(const QList<db_resolve> &rows, const QList<qlonglong> &ticked = {})
     {
         m_page->allFile(rows, 1);
-        m_page->model()->tick(ticked, true);
+        QStringList keys;
+        for (qlonglong key : ticked)
+            keys << QString::number(key);
+        m_page->model()->tick(keys, true);
     }
-    QModelIndex cell(qlonglong key, int column) const { return m_page->model()->index(m_page->model()->rowOf(key), column); }
+    QModelIndex cell(qlonglong key, const char *column) const
+    {
+        return m_page->model()->indexOf(QString::number(key), m_page->model()->columnOf(column));
+    }
+    QAction *action(const char *id) const { return m_page->table()->acts()->action(id); }
+    QStringList press(const char *id) // the bar's or the menu's action; a question is answered with yes
+    {
+        action(id)->trigger();
+        Background::finish();
+        QCoreApplication::processEvents();
+        if (MsgBox *box = topLevel<MsgBox>())
+            box->findChildren<QPushButton *>().first()->click();
+        return calls();
+    }
 
 private slots:
     void initTestCase() { account(52); }
@@ -66,65 +86,221 @@ private slots:
         QTRY_COMPARE(m_queue->calls.value(0), QString("read 0 30"));
     }
 
-    void menu_data()
+    // Every act in every state, through its real action: what reaches the queue.
+    void acts_data()
     {
-        QTest::addColumn<QString>("slot");
-        QTest::addColumn<QStringList>("wanted"); // of rows 1 to 7 below, all ticked
-        QTest::newRow("recommit") << "recommitAct" << QStringList{"commit 5 0"};
-        QTest::newRow("again") << "reresAct" << QStringList{"again 1", "again 2", "again 3", "again 4"};
-        QTest::newRow("pause analysis") << "pauseresAct" << QStringList{"change 1 0", "change 2 0"};
-        QTest::newRow("resume analysis") << "keepresAct" << QStringList{"change 3 1"};
-        QTest::newRow("pause upload") << "pauseupAct" << QStringList{"change 6 2"};
-        QTest::newRow("resume upload") << "keepupAct" << QStringList{"change 7 3"};
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("wanted");
+        const auto row = [](int state, const char *wanted) { QTest::newRow(qPrintable(QString::number(state))) << state << wanted; };
+        row(100, "again:again 1|delete:del 1|pauseAnalysis:change 1 0");
+        row(101, "again:again 1|delete:del 1|pauseAnalysis:change 1 0");
+        row(102, "again:again 1|delete:del 1|keepAnalysis:change 1 1");
+        row(103, "again:again 1|commit:commit 1 1|delete:del 1|para:para 1");
+        row(104, "again:again 1|commit:commit 1 1|delete:del 1");
+        row(105, "again:again 1|commit:commit 1 1|delete:del 1|para:para 1");
+        row(106, "again:again 1|commit:commit 1 1|delete:del 1|para:para 1");
+        row(107, "delete:del 1");
+        row(108, "delete:del 1");
+        row(109, "delete:del 1|recommit:commit 1 0");
+        row(110, "delete:del 1|pauseUpload:change 1 2");
+        row(111, "delete:del 1|pauseUpload:change 1 2");
+        row(112, "delete:del 1|keepUpload:change 1 3");
+        row(113, "delete:del 1|keepUpload:change 1 3");
+        row(114, "delete:del 1");
+        row(115, "delete:del 1");
     }
-    void menu()
+    void acts()
     {
-        QFETCH(QString, slot);
-        show({scene(1, 100), scene(2, 101), scene(3, 102), scene(4, 106), scene(5, 109), scene(6, 111), scene(7, 113)},
-             {1, 2, 3, 4, 5, 6, 7});
-        QVERIFY(QMetaObject::invokeMethod(m_page.data(), slot.toLatin1().constData()));
-        QTEST(calls(), "wanted");
+        QFETCH(int, state);
+        QStringList done;
+        for (const char *id :
+             {"again", "commit", "delete", "keepAnalysis", "keepUpload", "para", "pauseAnalysis", "pauseUpload", "recommit"}) {
+            show({scene(1, state)}, {1});
+            if (action(id)->isEnabled())
+                done << QString("%1:%2").arg(id, press(id).join(','));
+        }
+        QTEST(done.join('|'), "wanted");
+    }
+    // The row's buttons, clicked where they're drawn.
+    void rowButtons_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("words");
+        QTest::addColumn<QString>("wanted"); // of the first one
+        QTest::newRow("waiting") << 100 << "取消|优先级"
+                                 << "del 1";
+        QTest::newRow("analysing") << 101 << "暂停|取消"
+                                   << "change 1 0";
+        QTest::newRow("analysis paused") << 102 << "继续|取消"
+                                         << "change 1 1";
+        QTest::newRow("done") << 106 << "取消"
+                              << "del 1";
+        QTest::newRow("uploading") << 111 << "暂停|取消|优先级"
+                                   << "change 1 2";
+        QTest::newRow("upload paused") << 112 << "继续|取消"
+                                       << "change 1 3";
+        QTest::newRow("upload failed") << 113 << "继续|取消"
+                                       << "change 1 3";
+    }
+    void rowButtons()
+    {
+        QFETCH(int, state);
+        show({scene(1, state)});
+        QStringList words = cell(1, "acts").data(CellRole::Buttons).toStringList();
+        words.removeAll(QString());
+        QTEST(words.join('|'), "words");
+        RecordView *view = m_page->table()->view();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(cell(1, "acts")).topLeft() + QPoint(12, 14));
+        if (words.first() == "取消") {
+            QVERIFY(message().contains("shot_1.tgd"));
+            QVERIFY(answer("取消任务"));
+        }
+        QTEST(calls().join(','), "wanted");
+    }
+    void rights()
+    {
+        account(52, {19, 20});
+        show({scene(1, 101), scene(2, 106)});
+        QVERIFY(!cell(1, "acts").data(CellRole::Buttons).toStringList().contains("取消"));
+        m_page->resolveStateHand(0, cell(2, "state"));
+        QCOMPARE(message(), QString("您还没有参数设置的权限！"));
+        m_page->paraSet(scene(2, 106));
+        QVERIFY(calls().isEmpty() && !topLevel<SceneInfo>());
+        account(52);
     }
 
-    void commit()
+    // One question for many; failed ones stay behind; others of the same drop are told and may stay.
+    void commitQuestions()
     {
-        show({scene(1, 106), scene(2, 103), scene(3, 111)}, {1});
-        m_page->commitAct();
-        QCOMPARE(calls(), QStringList{"commit 1 1"});
-        m_page->model()->tickAll(true); // the uploading one doesn't count
-        m_page->commitAct();
-        QCOMPARE(message(), QString("批量提交无法修改参数，确定提交吗？"));
-        QVERIFY(answer("取消"));
-        QVERIFY(calls().isEmpty());
-        m_page->commitAct();
-        QVERIFY(answer("确定"));
-        QCOMPARE(calls(), (QStringList{"commit 1 1", "commit 2 1"}));
-        // Of several scenes a failed one stays behind; alone it is the user's own decision.
-        show({scene(1, 106), scene(2, 104), scene(4, 104)}, {1, 2, 4});
-        m_page->commitAct();
-        QCOMPARE(calls(), QStringList{"commit 1 1"});
-        show({scene(2, 104), scene(4, 104)}, {2, 4});
-        m_page->commitAct();
-        QVERIFY(message().contains("重新解析") && answer("确定"));
+        show({scene(1, 106), scene(2, 103), scene(3, 111), scene(4, 104)}, {1, 2, 3, 4});
+        action("commit")->trigger();
+        QTRY_COMPARE(message(), QString("批量提交无法修改参数，确定提交吗？"));
+        QVERIFY(answer("返回") && calls().isEmpty());
+        QCOMPARE(press("commit"), (QStringList{"commit 1 1", "commit 2 1"}));
         show({scene(4, 104)}, {4});
-        m_page->commitAct();
+        action("commit")->trigger();
+        QTRY_VERIFY(message().contains("解析失败"));
+        QVERIFY(answer("返回") && calls().isEmpty());
+        action("commit")->trigger();
+        QTRY_VERIFY(!message().isEmpty());
+        QVERIFY(answer("仍要提交"));
         QCOMPARE(calls(), QStringList{"commit 4 1"});
+        show({scene(4, 104), scene(5, 104)}, {4, 5});
+        action("commit")->trigger();
+        QVERIFY(message().contains("重新解析") && answer("确定") && calls().isEmpty());
     }
-    void selectionStandsInForTicks()
+    void othersOfTheBatchMayStay()
     {
-        show({scene(1, 106), scene(2, 102)});
-        auto *table = m_page->findChild<QTableView *>();
-        QVERIFY(!buttonOf(m_page.data(), "提交渲染")->isEnabled());
-        table->selectRow(0);
-        QVERIFY(buttonOf(m_page.data(), "提交渲染")->isEnabled());
-        m_page->commitAct();
-        QCOMPARE(calls(), QStringList{"commit 1 1"});
-        m_page->model()->tick({2}, true); // ticked rows win
-        m_page->commitAct();
-        QVERIFY(calls().isEmpty());
-        QVERIFY(!buttonOf(m_page.data(), "提交渲染")->isEnabled());
-        m_page->stateChanged(scene(2, 106)); // ... and follow their states
-        QVERIFY(buttonOf(m_page.data(), "提交渲染")->isEnabled());
+        const QString dir = testHome() + "/batch";
+        ResolveDAO *dao = ResolveDAO::instance();
+        QVERIFY(QDir().mkpath(dir) && dao->open(dir));
+        QList<db_resolve> rows{scene(1, 106), scene(2, 103), scene(3, 101), scene(4, 106)};
+        QVERIFY(dao->insertBatch(&rows));
+        QList<db_resolve> strangers{scene(20, 103)};
+        QVERIFY(dao->insertBatch(&strangers));
+        QCOMPARE(dao->countAlong({1}), 2);
+        QCOMPARE(dao->countAlong({1, 2, 3}), 0);
+        show({scene(1, 106)}, {1});
+        action("commit")->trigger();
+        QTRY_VERIFY(!message().isEmpty());
+        auto *along = topLevel<MsgBox>()->findChild<QCheckBox *>();
+        QVERIFY(along && along->text().contains("2") && along->isChecked());
+        along->setChecked(false);
+        QVERIFY(answer("确定"));
+        QCOMPARE(calls(), QStringList{"commit 1 0"});
+        dao->releaseResolve();
+    }
+
+    // The store's pages: sorted over all rows, and the one that holds a row.
+    void pagesOfTheStore()
+    {
+        const QString dir = testHome() + "/pages";
+        ResolveDAO *dao = ResolveDAO::instance();
+        QVERIFY(QDir().mkpath(dir) && dao->open(dir));
+        QList<db_resolve> rows;
+        for (int i = 0; i < 7; ++i)
+            rows << scene(i + 1, 106, QString("/%1/shot_%2.tgd").arg(i).arg(9 - i));
+        QVERIFY(dao->insertBatch(&rows));
+        ScenePage wanted;
+        wanted.size = 3;
+        const auto keys = [&] {
+            QStringList out;
+            for (const db_resolve &res : dao->readPage(wanted))
+                out << QString::number(res.rkey);
+            return out.join(' ');
+        };
+        QCOMPARE(keys(), QString("1 2 3"));
+        wanted.sort = "name"; // of the file, wherever it lies
+        QCOMPARE(keys(), QString("7 6 5"));
+        wanted.down = true, wanted.page = 2;
+        QCOMPARE(keys(), QString("7"));
+        wanted.sort = "state; drop table resolve", wanted.down = false, wanted.holding = 5;
+        QSignalSpy found(dao, &ResolveDAO::pageFound);
+        QCOMPARE(keys(), QString("4 5 6"));
+        QCOMPARE(found.value(0).value(0).toInt(), 1);
+        wanted.holding = 99; // gone: the page that was asked for
+        QCOMPARE(keys(), QString("7"));
+        dao->releaseResolve();
+    }
+    // New scenes are shown where they stand, and selected; those of others are only told.
+    void newScenesAreShown()
+    {
+        m_page->backEnvPre(8, {"/p/a.tgd"}, {});
+        emit topLevel<EnvPre>()->submitted();
+        topLevel<EnvPre>()->close();
+        m_queue->take();
+        emit ResolveDAO::instance()->inserted({31, 32});
+        QTRY_COMPARE(m_queue->calls.value(0), QString("read 0 30 holding 31"));
+        emit ResolveDAO::instance()->pageFound(1);
+        emit ResolveDAO::instance()->allFile({scene(30, 106), scene(31, 100), scene(32, 100)}, 2);
+        QTRY_COMPARE(m_page->table()->view()->selected(), (QStringList{"31", "32"}));
+        QCOMPARE(m_page->table()->pages()->page(), 1);
+        m_queue->take();
+        emit ResolveDAO::instance()->inserted({40});
+        QTRY_VERIFY(m_page->findChild<Toast *>());
+        QVERIFY(m_queue->take().isEmpty());
+        QVERIFY(::press(m_page->findChild<Toast *>(), "查看"));
+        QTRY_COMPARE(m_queue->calls.value(0), QString("read 1 30 holding 40"));
+    }
+    void reasonsInTheTip_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("error");
+        QTest::addColumn<QString>("begins");
+        QTest::newRow("analysis") << 104 << 10013 << "模型文件不存在 (10013)\n丢失文件";
+        QTest::newRow("server") << 109 << 1042101 << "余额不足 (1042101)\n丢失文件";
+        QTest::newRow("unknown") << 109 << 1049999 << "服务器拒绝了请求 (1049999)";
+        QTest::newRow("warned") << 103 << 0 << "丢失文件";
+        QTest::newRow("nothing to tell") << 106 << 0 << "解析完成";
+    }
+    void reasonsInTheTip()
+    {
+        QFETCH(QString, begins);
+        QFETCH(int, state);
+        QFETCH(int, error);
+        db_resolve res = scene(1, state);
+        res.error = error;
+        res.errstr = "丢失文件：\r\n/a/b.tif\r\n" + QString(5 << 20, 'x');
+        show({res});
+        const QString tip = cell(1, "state").data(Qt::ToolTipRole).toString();
+        QVERIFY2(tip.startsWith(begins) && tip.size() < 1000, qPrintable(tip.left(200)));
+    }
+    void storeSignals()
+    {
+        show({scene(1, 110), scene(2, 101)}, {1});
+        QVERIFY(action("pauseUpload")->isEnabled());
+        m_page->upProgress(1, 4, 8);
+        QCOMPARE(cell(1, "progress").data().toString(), QString("4/8"));
+        db_resolve res = scene(1, 113);
+        res.fok = 5, res.fsum = 8;
+        m_page->stateChanged(res);
+        QVERIFY(!action("pauseUpload")->isEnabled() && action("keepUpload")->isEnabled());
+        res.ordernum = "A-77", res.missionid = 77;
+        m_page->orderChanged(res);
+        QCOMPARE(cell(1, "order").data().toString(), QString("A-77"));
+        QCOMPARE(cell(1, "tick").data(Qt::UserRole + 1).toInt(), 77);
+        m_page->stateChanged(scene(99, 100)); // not on this page
+        QCOMPARE(m_page->model()->keys(), (QStringList{"1", "2"}));
     }
 
     void deleting()
@@ -132,15 +308,12 @@ private slots:
         show({scene(1, 106, {}, 900), scene(2, 100)}, {1, 2});
         m_page->delAct();
         QCOMPARE(message(), QString("确定删除选中的 2 个任务吗？"));
-        QVERIFY(answer("取消"));
-        QVERIFY(calls().isEmpty());
+        QVERIFY(answer("返回") && calls().isEmpty());
         m_page->delAct();
-        QVERIFY(answer("确定"));
-        QTRY_COMPARE(m_queue->calls.size(), 2);
-        QStringList got = calls();
-        got.sort();
-        QCOMPARE(got, (QStringList{"del 1", "del 2"}));
+        QVERIFY(answer("删除任务"));
+        QCOMPARE(calls(), (QStringList{"del 1", "del 2"}));
     }
+
     void stateClicks_data()
     {
         QTest::addColumn<int>("state");
@@ -156,34 +329,9 @@ private slots:
     {
         QFETCH(int, state);
         show({scene(1, state)});
-        m_page->resolveStateHand(0, cell(1, ResolveModel::State));
+        m_page->resolveStateHand(0, cell(1, "state"));
         QTEST(calls().value(0), "wanted");
     }
-    void parametersWantARight()
-    {
-        account(52, {20});
-        show({scene(1, 106)});
-        m_page->resolveStateHand(0, cell(1, ResolveModel::State));
-        QCOMPARE(message(), QString("您还没有参数设置的权限！"));
-        m_page->paraSet(scene(1, 106));
-        QVERIFY(calls().isEmpty() && !topLevel<SceneInfo>());
-        account(52);
-    }
-    void rowButtons()
-    {
-        show({scene(1, 101), scene(2, 112), scene(3, 100), scene(4, 106)});
-        m_page->resolveHand(0, cell(1, ResolveModel::Hand));
-        m_page->resolveHand(0, cell(2, ResolveModel::Hand));
-        m_page->resolveHand(0, cell(4, ResolveModel::Hand));
-        QCOMPARE(calls(), (QStringList{"change 1 0", "change 2 3"}));
-        m_page->resolveHand(1, cell(3, ResolveModel::Hand));
-        QCOMPARE(message(), QString("确定删除“shot_3.tgd”吗？"));
-        QVERIFY(answer("取消"));
-        m_page->resolveHand(2, cell(3, ResolveModel::Hand));
-        QVERIFY(topLevel<ResolvePri>());
-        QCOMPARE(calls(), QStringList{"wait 0"});
-    }
-
     void warnings()
     {
         db_resolve res = scene(5, 103);
@@ -191,10 +339,10 @@ private slots:
         m_page->seeWarn(res);
         auto *dialog = topLevel<ResolveWarn>();
         QVERIFY(dialog);
-        QVERIFY(press(dialog, "提交渲染"));
+        QVERIFY(::press(dialog, "提交渲染"));
         QCOMPARE(calls(), QStringList{"commit 5 0"});
         m_page->seeWarn(res);
-        QVERIFY(press(topLevel<ResolveWarn>(), "重新解析"));
+        QVERIFY(::press(topLevel<ResolveWarn>(), "重新解析"));
         QCOMPARE(calls(), QStringList{"again 5"});
     }
 
@@ -204,26 +352,43 @@ private slots:
         QVERIFY(QDir().mkpath(dir) && ResolveDAO::instance()->open(dir));
         ResolvePri dialog(0, m_page.data());
         emit ResolveDAO::instance()->allReswait({scene(1, 100), scene(2, 100), scene(3, 100)});
-        auto *table = dialog.findChild<QTableWidget *>();
-        QTRY_COMPARE(table->rowCount(), 3);
-        table->selectRow(2);
-        QVERIFY(press(&dialog, "置顶"));
-        QVERIFY(press(&dialog, "下移"));
-        const auto order = [table] {
-            QString text;
-            for (int i = 0; i < table->rowCount(); ++i)
-                text += table->item(i, 0)->data(Qt::UserRole).toString();
-            return text;
-        };
-        QCOMPARE(order(), QString("132"));
+        RecordModelBase *rows = dialog.table()->view()->records();
+        QTRY_COMPARE(rows->keys().join(""), QString("123"));
+        emit ResolveDAO::instance()->allReswait({scene(7, 110), scene(8, 111)}); // an answer about the other queue
+        dialog.table()->view()->select({"2", "3"});
+        QVERIFY(::press(&dialog, "置顶"));
+        dialog.table()->view()->select({"3"});
+        QVERIFY(::press(&dialog, "下移"));
+        QCoreApplication::processEvents();
+        QCOMPARE(rows->keys().join(""), QString("213"));
         emit ResolveDAO::instance()->stateChanged(scene(1, 101)); // runs now: it no longer waits
         emit ResolveDAO::instance()->resolveDeleted(2);
-        QTRY_COMPARE(order(), QString("3"));
+        QTRY_COMPARE(rows->keys().join(""), QString("3"));
         QSignalSpy saved(&dialog, &ResolvePri::saved);
-        QVERIFY(press(&dialog, "保存"));
+        QVERIFY(::press(&dialog, "保存"));
         QTRY_COMPARE(saved.size(), 1);
         QTRY_VERIFY(m_queue->calls.count("wait 0") >= 2);
         ResolveDAO::instance()->releaseResolve();
+    }
+
+    void priorityOfTheRightQueue_data()
+    {
+        QTest::addColumn<int>("state");
+        QTest::addColumn<int>("type");
+        QTest::newRow("analysis") << 100 << 0;
+        QTest::newRow("upload") << 110 << 1;
+        QTest::newRow("uploading") << 111 << 1;
+    }
+    void priorityOfTheRightQueue()
+    {
+        QFETCH(int, state);
+        QFETCH(int, type);
+        show({scene(1, state), scene(2, state == 100 ? 110 : 100)}, {});
+        m_page->resolveHand(2, cell(2, "acts")); // the other one's dialog stands open
+        calls();
+        m_page->resolveHand(2, cell(1, "acts"));
+        QTRY_VERIFY(topLevel<ResolvePri>());
+        QCOMPARE(calls(), QStringList(QString("wait %1").arg(type)));
     }
 
     void dropWantsRightAndMoney()
@@ -266,13 +431,13 @@ private slots:
 
     void search()
     {
-        m_page->findChild<QLineEdit *>(QString(), Qt::FindDirectChildrenOnly)->setText(" shot'% ");
+        m_page->table()->search()->setText(" shot'% ");
         QTRY_COMPARE(m_queue->calls.value(0), QString("read 0 30 shot'%"));
     }
     void paging()
     {
         m_page->allFile({scene(1, 100)}, 3);
-        auto *pages = m_page->findChild<Pagination *>();
+        Pagination *pages = m_page->table()->pages();
         QVERIFY(pages->isVisibleTo(m_page.data()));
         emit pages->findChildren<QToolButton *>().last()->clicked();
         QTRY_COMPARE(m_queue->calls.value(0), QString("read 1 30"));
@@ -297,7 +462,7 @@ private slots:
         db_resolve res = scene(4, 106);
         res.rdata = QJsonDocument(rdata).toJson();
         m_page->paraSet(res);
-        QVERIFY(press(topLevel<SceneInfo>(), "提交渲染"));
+        QVERIFY(::press(topLevel<SceneInfo>(), "提交渲染"));
         QCOMPARE(calls(), QStringList{"commit 4 0"});
     }
 };

@@ -1,44 +1,44 @@
-// The transfer page: rows, texts and colours of states, buttons, and what they ask of the handlers.
+// The transfer page: what its lists show of the stores, and what every act asks of the handlers in every state.
+#include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
-#include "common/ui/Delegates.h"
-#include "common/ui/Palette.h"
+#include "common/ui/kit/TablePage.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "support/TestMain.h"
 #include "view/DownCover.h"
 #include "view/Transfer.h"
-#include "view/TransferHand.h"
 #include "ViewRig.h"
-#include <QTreeView>
+#include <QAction>
 
 class TestTransfer : public QObject
 {
     Q_OBJECT
 private:
-    static TransferFile file(qlonglong pri, int state, qlonglong size = 1000, int error = 0)
+    static TransferRow file(qlonglong pri, int state, qlonglong size = 1000)
     {
-        TransferFile one;
-        one.pri = pri;
-        one.path = QString("/tex/file_%1.tif").arg(pri);
-        one.state = state;
-        one.size = size;
-        one.error = error;
-        return one;
+        db_upfile one;
+        one.pri = pri, one.state = state, one.size = size;
+        one.lpath = QString("/tex/file_%1.tif").arg(pri);
+        return TransferList::fileRow(one);
     }
-    static TransferGroup order(const QString &key, int state, qlonglong size = 0)
+    static TransferRow order(const QString &number, int state, qlonglong size = 0)
     {
-        db_resolve res = scene(key.mid(4).toLongLong(), state, {}, 31);
-        res.ordernum = key;
-        res.fsize = size;
+        db_resolve res = scene(number.mid(4).toLongLong(), state, {}, 31);
+        res.ordernum = number, res.fsize = size;
         res.fok = 1, res.fsum = 3;
-        return TransferRules::upload(res);
+        return TransferList::upload(res);
     }
-    static QVariant cell(const TransferModel &model, const QModelIndex &row, int column, int role = Qt::DisplayRole)
+    static TransferRow mission(qlonglong pri, int state)
     {
-        return model.index(row.row(), column, row.parent()).data(role);
+        db_downmiss miss;
+        miss.pri = pri, miss.missid = 6, miss.missname = "shot", miss.ok = 2, miss.sum = 9, miss.state = state;
+        return TransferList::mission(miss);
     }
-    static QModelIndex child(const TransferModel &model, const QString &key, int row) { return model.index(row, 0, model.groupIndex(key)); }
+    static QString cell(const TransferList &list, const QString &key, const char *column)
+    {
+        return list.indexOf(key, list.columnOf(column)).data().toString();
+    }
 
 private slots:
     void initTestCase() { account(53); }
@@ -47,271 +47,227 @@ private slots:
     {
         QTest::addColumn<qlonglong>("bytes");
         QTest::addColumn<QString>("text");
-        QTest::newRow("none") << 0LL << "0B";
         QTest::newRow("negative") << -5LL << "0B";
         QTest::newRow("bytes") << 1023LL << "1023B";
         QTest::newRow("a kilobyte") << 1024LL << "1.00KB";
         QTest::newRow("tens") << 15360LL << "15.0KB";
-        QTest::newRow("mega") << (5LL << 20) << "5.00MB";
         QTest::newRow("past the units") << (3000LL << 40) << "3000.0TB";
     }
     void sizes()
     {
         QFETCH(qlonglong, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(TransferRules::sizeText(bytes), text);
-        QCOMPARE(TransferRules::speedText(bytes), text + "/S");
+        QTEST(TransferList::sizeText(bytes), "text");
+    }
+    void stateTips()
+    {
+        TransferList list(true, nullptr);
+        list.setGroups({order("2026001", 111)});
+        list.setFiles("2026001", {file(7, 10)}, true);
+        QVERIFY(list.changeState(7, 13, 10019));
+        QCOMPARE(cell(list, "f7", "state"), QString("上传异常"));
+        const QModelIndex state = list.indexOf("f7", list.columnOf("state"));
+        QCOMPARE(state.data(Qt::ToolTipRole).toString(), QString("10019_文件被修改，重新上传"));
+        QCOMPARE(state.data(CellRole::Tint).value<QColor>(), Palette::failed);
+        QCOMPARE(list.indexOf("f7").data(264).toInt(), 2);
+        QCOMPARE(list.indexOf("g2026001").data(264).toInt(), 1);
+        QCOMPARE(list.indexOf("f7").data(259).toString(), QString("2026001"));
     }
 
-    void fileStates_data()
-    {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("tip");
-        QTest::addColumn<QColor>("colour");
-        QTest::newRow("waiting") << 10 << 0 << "等待上传"
-                                 << "等待上传" << Palette::text;
-        QTest::newRow("uploading") << 11 << 0 << "上传中"
-                                   << "上传中" << Palette::accent;
-        QTest::newRow("paused") << 12 << 0 << "上传暂停"
-                                << "上传暂停" << Palette::text;
-        QTest::newRow("changed file") << 13 << 10019 << "上传异常"
-                                      << "10019_文件被修改，重新上传" << Palette::failed;
-        QTest::newRow("given up") << 30 << 10013 << "上传异常"
-                                  << "10013_startPos错误" << Palette::failed;
-        QTest::newRow("server at work") << 50 << 7000412 << "服务处理中"
-                                        << "7000412_待hash" << Palette::accent;
-        QTest::newRow("downloading") << 1 << 0 << "下载中"
-                                     << "下载中" << Palette::accent;
-        QTest::newRow("no money") << 3 << 1080009 << "下载异常:余额不足"
-                                  << "1080009_余额不足" << Palette::failed;
-        QTest::newRow("unknown code") << 31 << 12345 << "下载异常"
-                                      << "12345_12345" << Palette::failed;
-    }
-    void fileStates()
-    {
-        QFETCH(int, state);
-        QFETCH(int, error);
-        QFETCH(QColor, colour);
-        TransferModel model(true, nullptr);
-        model.setGroups({order("2026001", 111)});
-        model.setFiles("2026001", {file(7, 10)}, true);
-        QVERIFY(model.changeState(7, state, error));
-        const QModelIndex row = child(model, "2026001", 0);
-        QTEST(cell(model, row, TransferModel::State).toString(), "text");
-        QTEST(cell(model, row, TransferModel::State, Qt::ToolTipRole).toString(), "tip");
-        QCOMPARE(cell(model, row, TransferModel::State, CellRole::Tint).value<QColor>(), colour);
-    }
-
-    void buttons_data()
+    // Every act, pressed on the bar in every state, over two rows and a file: what reaches the handlers.
+    void acts_data()
     {
         QTest::addColumn<bool>("uploads");
         QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("texts");
-        QTest::newRow("order waits") << true << 110 << "|暂停||删除|目录|";
-        QTest::newRow("order uploads") << true << 111 << "|暂停||删除|目录|";
-        QTest::newRow("order paused") << true << 112 << "继续|||删除|目录|";
-        QTest::newRow("order failed") << true << 113 << "||重新上传|删除|目录|";
-        QTest::newRow("mission waits") << false << 0 << "|暂停||删除|目录|优先";
-        QTest::newRow("mission runs") << false << 1 << "|暂停||删除|目录|";
-        QTest::newRow("mission paused") << false << 2 << "继续|||删除|目录|";
-        QTest::newRow("mission failed") << false << 3 << "||重新下载|删除|目录|";
+        QTest::addColumn<QString>("wanted"); // act: call
+        const QString up = "delete:del 9|pause:change 0 2 2026009", upStart = "delete:del 9|start:change 0 3 2026009";
+        QTest::newRow("order waits") << true << 110 << up;
+        QTest::newRow("order uploads") << true << 111 << up;
+        QTest::newRow("order paused") << true << 112 << upStart;
+        QTest::newRow("order failed") << true << 113 << upStart;
+        QTest::newRow("mission waits") << false << 0 << "delete:del 88|pause:pause 88|priority:pri 88";
+        QTest::newRow("mission runs") << false << 1 << "delete:del 88|pause:pause 88";
+        QTest::newRow("mission paused") << false << 2 << "delete:del 88|start:re 88";
+        QTest::newRow("mission failed") << false << 3 << "delete:del 88|start:re 88";
+        QTest::newRow("mission given up") << false << 31 << "delete:del 88|start:re 88";
     }
-    void buttons()
+    void acts()
     {
         QFETCH(bool, uploads);
         QFETCH(int, state);
-        QTEST(TransferRules::buttons(uploads, state).join('|'), "texts");
-    }
-    void presses_data()
-    {
-        QTest::addColumn<bool>("uploads");
-        QTest::addColumn<int>("button");
-        QTest::addColumn<bool>("asks");
-        QTest::addColumn<QString>("wanted");
-        using R = TransferRules::Button;
-        QTest::newRow("pause order") << true << int(R::Pause) << false << "change 0 2 2026009";
-        QTest::newRow("resume order") << true << int(R::Start) << false << "change 0 3 2026009";
-        QTest::newRow("order again") << true << int(R::Again) << false << "change 0 3 2026009";
-        QTest::newRow("delete order") << true << int(R::Delete) << true << "del 9";
-        QTest::newRow("pause mission") << false << int(R::Pause) << false << "pause 88";
-        QTest::newRow("resume mission") << false << int(R::Start) << false << "re 88";
-        QTest::newRow("mission again") << false << int(R::Again) << false << "re 88";
-        QTest::newRow("mission first") << false << int(R::Priority) << false << "pri 88";
-        QTest::newRow("delete mission") << false << int(R::Delete) << true << "del 88";
-    }
-    void presses()
-    {
-        QFETCH(bool, uploads);
-        QFETCH(int, button);
-        QFETCH(bool, asks);
         ResolveSpy queue;
         DownSpy down;
-        QWidget page;
+        Transfer page;
         page.show();
-        TransferHand hand(&page);
-        TransferGroup group;
-        group.order = "2026009";
-        group.rkey = 9;
-        group.pri = 88;
-        hand.setRow(uploads, group);
-        hand.press(button);
+        page.initDAOView(uploads ? 0 : 1);
+        Background::finish();
         QCoreApplication::processEvents();
-        if (asks) {
-            QVERIFY(queue.calls.isEmpty() && down.calls.isEmpty());
-            QVERIFY(answer("确定"));
+        TransferList *list = page.model(uploads);
+        TransferRow row = uploads ? order("2026009", state) : mission(88, state);
+        row.mission = 0; // nothing to give up at the server
+        list->setGroups({row});
+        list->setFiles(row.group, {file(5, 10)}, true);
+        page.table(uploads)->view()->expandAll();
+        page.table(uploads)->view()->select({row.key, "f5"});
+        QStringList done;
+        for (const char *id : {"delete", "pause", "priority", "start"}) {
+            QAction *action = page.table(uploads)->acts()->action(id);
+            if (!action->isEnabled())
+                continue;
+            queue.calls.clear(), down.calls.clear();
+            action->trigger();
+            if (qstrcmp(id, "delete") == 0) {
+                QVERIFY(!message().isEmpty());
+                QVERIFY(answer("删除任务"));
+            }
+            QCoreApplication::processEvents();
+            const QStringList calls = uploads ? queue.calls : down.calls.filter(QRegularExpression("^(?!read)"));
+            done << QString("%1:%2").arg(id, calls.join(','));
         }
-        QCoreApplication::processEvents();
-        QTEST((uploads ? queue.calls : down.calls).join('|'), "wanted");
+        QTEST(done.join('|'), "wanted");
     }
-
-    void roles()
+    void threeDeletesAskOnce()
     {
-        TransferModel up(true, nullptr), down(false, nullptr);
-        up.setGroups({order("2026005", 111)});
-        up.setFiles("2026005", {file(70, 11)}, true);
-        const QModelIndex group = up.groupIndex("2026005"), one = child(up, "2026005", 0);
-        QCOMPARE(group.data(259).toString(), QString("2026005"));
-        QCOMPARE(group.data(260).toInt(), 31);
-        QCOMPARE(group.data(264).toInt(), 1);
-        QCOMPARE(one.data(264).toInt(), 2);
-        QCOMPARE(one.data(268).toLongLong(), 70LL);
-        db_downmiss miss;
-        miss.pri = 44, miss.missid = 6, miss.missname = "shot", miss.ok = 2, miss.sum = 9;
-        down.setGroups({TransferRules::mission(miss)});
-        const QModelIndex mission = down.groupIndex("44");
-        QCOMPARE(mission.data(264).toInt(), 3);
-        QCOMPARE(mission.data(267).toLongLong(), 44LL);
-        QCOMPARE(cell(down, mission, TransferModel::Progress).toString(), QString("2/9"));
-        QCOMPARE(cell(down, mission, TransferModel::Speed).toString(), QString("0B/S"));
-        QStringList titles;
-        for (int i = 0; i < 3; ++i)
-            titles << up.headerData(i, Qt::Horizontal, Qt::DisplayRole).toString();
-        QCOMPARE(titles.join('|'), QString("文件名称|文件大小|传输进度"));
-        QCOMPARE(up.parent(one), group);
-        QVERIFY(!up.hasChildren(one) && up.hasChildren(group));
+        DownSpy down;
+        Transfer page;
+        page.show();
+        page.initDAOView(1);
+        page.model(false)->setGroups({mission(1, 1), mission(2, 2), mission(3, 3)});
+        page.table(false)->view()->selectAll();
+        down.calls.clear();
+        page.table(false)->acts()->action("delete")->trigger();
+        QCOMPARE(message(), QString("确定删除选中的 3 个下载任务吗？已下载的文件会保留。"));
+        QVERIFY(answer("删除任务"));
+        QVERIFY(message().isEmpty());
+        QCoreApplication::processEvents();
+        QCOMPARE(down.calls.filter("del"), (QStringList{"del 1", "del 2", "del 3"}));
+    }
+    // What a screen reader does with a tab, and the keyboard.
+    void tabs()
+    {
+        DownSpy down;
+        Transfer page;
+        page.show();
+        activate(&page);
+        const QList<QPushButton *> tabs = page.findChildren<QPushButton *>("tab");
+        tabs[1]->setChecked(true);
+        QVERIFY(page.table(false)->isVisible() && !page.table(true)->isVisible());
+        page.table(false)->setFocus();
+        QTest::keyClick(page.table(false)->view(), Qt::Key_Tab, Qt::ControlModifier);
+        QVERIFY(page.table(true)->isVisible() && tabs[0]->isChecked());
     }
 
     // Speeds and bytes of files show in their order; an old speed is dropped.
     void speeds()
     {
-        TransferModel model(true, nullptr);
-        TransferGroup group = order("2026001", 111, 10240);
+        TransferList list(true, nullptr);
+        TransferRow group = order("2026001", 111, 10240);
         group.done = 2048;
-        model.setGroups({group});
-        model.setFiles("2026001", {file(1, 10, 4096), file(2, 10, 4096)}, true);
-        QVERIFY(!model.changeSpeed(99, 1, 1, 1));
-        QVERIFY(model.changeSpeed(1, 1024, 4096, 512));
-        QVERIFY(model.changeSpeed(2, 2048, 4096, 1024));
-        const QModelIndex row = model.groupIndex("2026001");
-        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("1.50KB/S"));
-        QCOMPARE(cell(model, row, TransferModel::Progress).toString(), QString("5.00KB/10.0KB (1/3)"));
-        QCOMPARE(cell(model, row, TransferModel::Progress, CellRole::Part).toLongLong(), 5120LL);
-        QCOMPARE(cell(model, child(model, "2026001", 0), TransferModel::Progress).toString(), QString("1.00KB/4.00KB"));
+        list.setGroups({group});
+        list.setFiles("2026001", {file(1, 10, 4096), file(2, 10, 4096)}, true);
+        QVERIFY(!list.changeSpeed(99, 1, 1, 1));
+        QVERIFY(list.changeSpeed(1, 1024, 4096, 512) && list.changeSpeed(2, 2048, 4096, 1024));
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("1.50KB/S"));
+        QCOMPARE(cell(list, "g2026001", "progress"), QString("5.00KB/10.0KB (1/3)"));
+        QCOMPARE(cell(list, "f1", "progress"), QString("1.00KB/4.00KB"));
         // The store still has them as waiting, the wires know better.
-        QCOMPARE(cell(model, child(model, "2026001", 0), TransferModel::State).toString(), QString("上传中"));
-        model.setFiles("2026001", {file(1, 10, 4096), file(2, 10, 4096)}, true);
-        QCOMPARE(cell(model, child(model, "2026001", 0), TransferModel::State).toString(), QString("上传中"));
-        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("1.50KB/S"));
-        model.setGroupSpeed("2026001", 2048); // with files that were over before anyone saw them
-        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("2.00KB/S"));
-        model.dropStaleSpeeds(1LL << 40);
-        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("0B/S"));
-        model.changeSpeed(1, 1024, 4096, 512);
-        model.setGroupState("2026001", 112); // paused: nothing of it runs
-        QCOMPARE(cell(model, child(model, "2026001", 0), TransferModel::State).toString(), QString("等待上传"));
-        QCOMPARE(cell(model, row, TransferModel::Speed).toString(), QString("0B/S"));
+        list.setFiles("2026001", {file(1, 10, 4096), file(2, 10, 4096)}, true);
+        QCOMPARE(cell(list, "f1", "state"), QString("上传中"));
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("1.50KB/S"));
+        list.removeFile(2);
+        QCOMPARE(cell(list, "g2026001", "progress"), QString("7.00KB/10.0KB (1/3)"));
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("512B/S"));
+        list.dropStaleSpeeds(1LL << 40);
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("0B/S"));
+        list.changeSpeed(1, 1024, 4096, 512);
+        list.setGroupState("2026001", 112); // paused: nothing of it runs
+        QCOMPARE(cell(list, "f1", "state"), QString("等待上传"));
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("0B/S"));
+    }
+    // Files too small to be heard of count by their order's speed, which a reload doesn't lose.
+    void smallFilesHaveASpeed()
+    {
+        TransferList list(true, nullptr);
+        list.setGroups({order("2026001", 111)});
+        list.setGroupSpeed("2026001", 2048);
+        list.setGroups({order("2026001", 111)});
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("2.00KB/S"));
+        list.dropStaleSpeeds(1LL << 40);
+        QCOMPARE(cell(list, "g2026001", "speed"), QString("0B/S"));
     }
 
     void reloadsInPlace()
     {
-        TransferModel model(true, nullptr);
-        model.setGroups({order("2026001", 110), order("2026002", 111)});
-        model.setFiles("2026002", {file(1, 10), file(2, 10), file(3, 10)}, true);
-        QSignalSpy resets(&model, &QAbstractItemModel::modelReset);
-        const QPersistentModelIndex held = child(model, "2026002", 1);
-        model.setGroups({order("2026002", 111), order("2026003", 110)});
-        QCOMPARE(model.rowCount(), 2);
-        QVERIFY(held.isValid() && held.data(TransferModel::FilePriRole).toInt() == 2);
-        QCOMPARE(model.parent(held), model.groupIndex("2026002"));
-        model.removeFile(1);
+        TransferList list(true, nullptr);
+        list.setGroups({order("2026001", 110), order("2026002", 111)});
+        list.setFiles("2026002", {file(1, 10), file(2, 10), file(3, 10)}, true);
+        const QPersistentModelIndex held = list.indexOf("f2");
+        list.setGroups({order("2026002", 111), order("2026003", 110)});
+        QVERIFY(held.isValid() && held.data(TransferList::FilePriRole).toInt() == 2);
+        list.removeFile(1);
         QCOMPARE(held.row(), 0);
-        model.setFiles("2026002", {file(4, 10), file(1, 10), file(2, 10)}, true);
-        model.removeFile(1);
-        QCOMPARE(held.row(), 0);
-        QCOMPARE(model.rowCount(model.groupIndex("2026002")), 2);
-        model.setFiles("2026002", {file(5, 10)}, false); // a further page
-        QCOMPARE(model.rowCount(model.groupIndex("2026002")), 3);
-        model.clearFiles("2026002");
-        QVERIFY(!held.isValid() && model.canFetchMore(model.groupIndex("2026002")));
-        model.removeGroup("2026002");
-        QVERIFY(!model.group("2026002") && model.rowCount() == 1);
-        model.setFiles("2026002", {file(1, 10)}, true); // answers for rows that are gone
-        model.setGroupState("2026002", 112);
-        QCOMPARE(resets.size(), 0);
-    }
-    void pagesOfThirty()
-    {
-        TransferModel model(true, nullptr);
-        QSignalSpy wanted(&model, &TransferModel::filesWanted);
-        model.setGroups({order("2026001", 111)});
-        const QModelIndex row = model.groupIndex("2026001");
-        model.fetchMore(row);
-        model.fetchMore(row); // one question at a time
-        QCOMPARE(wanted.size(), 1);
-        QCOMPARE(wanted.takeFirst().at(1).toInt(), 0);
-        QList<TransferFile> page;
-        for (int i = 0; i < TransferModel::PageRows; ++i)
-            page << file(i + 1, 10);
-        model.setFiles("2026001", page, true);
-        model.fetchMore(row);
-        QCOMPARE(wanted.takeFirst().at(1).toInt(), 1);
-        model.setFiles("2026001", {file(31, 10)}, false);
-        QVERIFY(!model.canFetchMore(row));
+        list.setFiles("2026002", {file(4, 10), file(1, 10), file(2, 10)}, true); // any order, one gone, two new
+        QCOMPARE(list.keys("g2026002"), (QStringList{"f1", "f2", "f4"}));
+        list.setFiles("2026002", {file(5, 10)}, false); // a further page
+        QCOMPARE(list.keys("g2026002").size(), 4);
+        for (int pri : {1, 2, 4, 5})
+            list.removeFile(pri);
+        QVERIFY2(list.hasChildren(list.indexOf("g2026002")), "one of three is whole: it can still be opened");
+        list.clearFiles("2026002");
+        QVERIFY(!held.isValid() && list.canFetchMore(list.indexOf("g2026002")));
+        list.removeGroup("2026002");
+        list.setFiles("2026002", {file(1, 10)}, true); // answers for rows that are gone
+        list.setGroupState("2026002", 112);
+        QCOMPARE(list.keys(), QStringList("g2026003"));
     }
     // A branch of ten thousand rows: a further page touches what it brings and nothing else, the first page read again
     // takes out what has gone and leaves what stands behind it where it stands.
     void longBranch()
     {
-        TransferModel model(true, nullptr);
-        model.setGroups({order("2026001", 111)});
-        QSignalSpy changes(&model, &QAbstractItemModel::dataChanged), inserts(&model, &QAbstractItemModel::rowsInserted),
-            removals(&model, &QAbstractItemModel::rowsRemoved);
+        TransferList list(true, nullptr);
+        QSignalSpy wanted(&list, &TransferList::filesWanted);
+        list.setGroups({order("2026001", 111)});
+        const QModelIndex branch = list.indexOf("g2026001");
+        list.fetchMore(branch);
+        list.fetchMore(branch); // one question at a time
+        QCOMPARE(wanted.size(), 1);
+        QVERIFY(list.hasChildren(branch));
+        QSignalSpy changes(&list, &QAbstractItemModel::dataChanged), inserts(&list, &QAbstractItemModel::rowsInserted),
+            removals(&list, &QAbstractItemModel::rowsRemoved);
+        constexpr int rows = 30; // the stores' page
         const auto page = [](int from) {
-            QList<TransferFile> list;
-            for (int i = 0; i < TransferModel::PageRows; ++i)
-                list << file(from + i, 10);
-            return list;
+            QList<TransferRow> files;
+            for (int i = 0; i < rows; ++i)
+                files << file(from + i, 10);
+            return files;
         };
-        for (int from = 1; from <= 9990; from += TransferModel::PageRows)
-            model.setFiles("2026001", page(from), from == 1);
-        const QModelIndex branch = model.groupIndex("2026001");
-        QCOMPARE(model.rowCount(branch), 9990);
+        for (int from = 1; from <= 9990; from += rows)
+            list.setFiles("2026001", page(from), from == 1);
+        QCOMPARE(list.rowCount(branch), 9990);
         QCOMPARE(inserts.size(), 333);
-        QVERIFY2(changes.size() <= 333, "one change of the order's row a page");
-        const QPersistentModelIndex held = child(model, "2026001", 9000);
+        list.fetchMore(branch);
+        QCOMPARE(wanted.last().at(1).toInt(), 333);
+        const QPersistentModelIndex held = list.indexOf("f9001");
         changes.clear();
-        model.setFiles("2026001", page(11), true); // ten have gone, in one step
-        QCOMPARE(model.rowCount(branch), 9980);
+        list.setFiles("2026001", page(11), true); // ten have gone, in one step
+        QCOMPARE(list.rowCount(branch), 9980);
         QCOMPARE(removals.size(), 1);
         QCOMPARE(held.row(), 8990);
-        QVERIFY(changes.size() <= TransferModel::PageRows + 1);
-        changes.clear();
-        model.setGroupState("2026001", 112);
         QVERIFY(changes.size() <= 2);
-        model.setFiles("2026001", {file(40, 10)}, true); // a short page tells of all
-        QCOMPARE(model.rowCount(branch), 1);
+        changes.clear();
+        list.setGroupState("2026001", 112);
+        QVERIFY(changes.size() <= 2);
+        list.setFiles("2026001", {file(40, 10)}, true); // a short page tells of all
+        QCOMPARE(list.rowCount(branch), 1);
+        QVERIFY(!list.canFetchMore(branch));
     }
 
-    // The page with living stores: what they signal arrives in the rows.
+    // The page with living stores: a branch of more files than a page is read to its end.
     void storesFeedThePage()
     {
         const QString dir = testHome() + "/transfer";
         QVERIFY(QDir().mkpath(dir));
         QVERIFY(ResolveDAO::instance()->open(dir) && UploadDAO::instance()->open(dir) && DownloadDAO::instance()->open(dir));
-        db_resolve row = scene(500, 110, "/proj/shot_a.tgd", 61);
-        QList<db_resolve> rows{row, scene(501, 106)};
+        QList<db_resolve> rows{scene(500, 110, "/proj/shot_a.tgd", 61), scene(501, 106)};
         QVERIFY(ResolveDAO::instance()->insertBatch(&rows));
         UpSpy up;
         DownSpy down;
@@ -320,39 +276,48 @@ private slots:
         page.resize(900, 500);
         page.show();
         page.connectDAOView(0);
-        TransferModel *model = page.model(true);
-        QTRY_COMPARE(model->rowCount(), 1);
-        const QString key = rows[0].ordernum;
-        emit ResolveDAO::instance()->upProgress(500, 2, 5);
-        QTRY_COMPARE(cell(*model, model->groupIndex(key), TransferModel::Progress).toString(), QString("2/5"));
+        TransferList *list = page.model(true);
+        const QString number = rows[0].ordernum, group = "g" + number;
+        QTRY_COMPARE(list->keys(), QStringList(group));
+        emit ResolveDAO::instance()->upProgress(500, 2, 45);
+        QTRY_COMPARE(cell(*list, group, "progress"), QString("2/45"));
         page.expandMiss(0, 0);
-        QTRY_VERIFY(up.calls.contains("files " + key + " 0"));
-        db_upfile wire;
-        wire.ordernum = key, wire.pri = 12, wire.lpath = "/proj/a.tif", wire.size = 2048, wire.state = 10;
-        emit UploadDAO::instance()->allFile({wire}, true);
-        QTRY_COMPARE(model->rowCount(model->groupIndex(key)), 1);
-        UploadDAO::instance()->tellSpeed(12, 1024, 2048, 300);
-        QTRY_COMPARE(cell(*model, model->groupIndex(key), TransferModel::Speed).toString(), QString("300B/S"));
+        QTRY_VERIFY(up.calls.contains("files " + number + " 0"));
+        QList<db_upfile> wires;
+        for (int i = 0; i < 43; ++i) {
+            db_upfile wire;
+            wire.ordernum = number, wire.pri = 12 + i, wire.lpath = QString("/proj/a%1.tif").arg(i), wire.size = 2048, wire.state = 10;
+            wires << wire;
+        }
+        QVERIFY(UploadDAO::instance()->addOrder(wires) > 0);
+        UploadDAO::instance()->readPage(number, 0);
+        QTRY_VERIFY(list->rowCount(list->indexOf(group)) > 0);
+        list->fetchMore(list->indexOf(group));
+        QTRY_VERIFY(up.calls.contains("files " + number + " 1"));
+        UploadDAO::instance()->readPage(number, 1);
+        QTRY_COMPARE(list->rowCount(list->indexOf(group)), 43);
+        const QString first = list->keys(group).first();
+        UploadDAO::instance()->tellSpeed(first.mid(1).toLongLong(), 1024, 2048, 512);
+        QTRY_COMPARE(cell(*list, first, "speed"), QString("512B/S"));
         up.calls.clear();
         QCOMPARE(ResolveDAO::instance()->step(500, SceneState::Act::TakeUp), 1);
-        UploadDAO::instance()->tellSpeed(999, 1, 1, 1); // a file that isn't listed: its order's first page is asked for
-        QTRY_VERIFY_WITH_TIMEOUT(up.calls.contains("files " + key + " 0"), 5000);
-        emit UploadDAO::instance()->fileDeleted("12");
-        QTRY_COMPARE(model->rowCount(model->groupIndex(key)), 0);
+        UploadDAO::instance()->tellSpeed(99999, 1, 1, 1); // a file that isn't listed: its order's first page is asked for
+        QTRY_VERIFY_WITH_TIMEOUT(up.calls.contains("files " + number + " 0"), 5000);
         emit ResolveDAO::instance()->resolveDeleted(500);
-        QTRY_COMPARE(model->rowCount(), 0);
-
-        db_downmiss miss;
-        miss.pri = 44, miss.missid = 6, miss.missname = "shot", miss.sum = 2;
-        TransferModel *missions = page.model(false);
-        emit DownloadDAO::instance()->miss({miss}, 1);
-        QTRY_COMPARE(missions->rowCount(), 1);
+        QTRY_COMPARE(list->rowCount(), 0);
+        emit DownloadDAO::instance()->miss({[] {
+                                               db_downmiss miss;
+                                               miss.pri = 44, miss.sum = 2, miss.ordernum = "A";
+                                               return miss;
+                                           }()},
+                                           1);
+        QTRY_COMPARE(page.model(false)->keys(), QStringList("g44"));
         emit DownloadDAO::instance()->missionStateChanged(44, 3);
-        QTRY_COMPARE(cell(*missions, missions->groupIndex("44"), TransferModel::State).toString(), QString("下载异常"));
+        QTRY_COMPARE(cell(*page.model(false), "g44", "state"), QString("下载异常"));
         emit DownloadDAO::instance()->downProgress(44, 1, 2);
-        QTRY_COMPARE(cell(*missions, missions->groupIndex("44"), TransferModel::Progress).toString(), QString("1/2"));
+        QTRY_COMPARE(cell(*page.model(false), "g44", "progress"), QString("1/2"));
         emit DownloadDAO::instance()->missionDeleted(44);
-        QTRY_COMPARE(missions->rowCount(), 0);
+        QTRY_COMPARE(page.model(false)->rowCount(), 0);
         Background::finish();
         QCoreApplication::processEvents();
         ResolveDAO::instance()->releaseResolve();

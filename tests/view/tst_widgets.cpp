@@ -5,17 +5,13 @@
 #include "common/ui/EmptyView.h"
 #include "common/ui/Links.h"
 #include "common/ui/Pagination.h"
-#include "common/ui/RowSync.h"
 #include "common/ui/SingleApp.h"
-#include "common/ui/TickHeader.h"
 #include "common/ui/WebTool.h"
 #include "support/TestMain.h"
 #include "ViewRig.h"
 #include <QClipboard>
 #include <QLineEdit>
 #include <QMimeData>
-#include <QRandomGenerator>
-#include <QSortFilterProxyModel>
 #include <QStandardItemModel>
 #include <QTableView>
 
@@ -23,41 +19,6 @@ class TestWidgets : public QObject
 {
     Q_OBJECT
 private slots:
-    // Any list becomes any other by single steps that never pass through a reset.
-    void rowsSync()
-    {
-        QRandomGenerator random(20260101);
-        for (int round = 0; round < 300; ++round) {
-            QList<int> rows, wanted;
-            for (int i = 0; i < 9; ++i) {
-                if (random.bounded(2))
-                    rows.insert(random.bounded(rows.size() + 1), i);
-                if (random.bounded(2))
-                    wanted.insert(random.bounded(wanted.size() + 1), i);
-            }
-            const QSet<int> before(rows.begin(), rows.end());
-            QSet<int> inserted, updated;
-            RowSync sync;
-            sync.count = [&] { return rows.size(); };
-            sync.same = [&](int row, int i) { return rows[row] == wanted[i]; };
-            sync.wantedAnywhere = [&](int row) { return wanted.contains(rows[row]); };
-            sync.remove = [&](int row) { rows.removeAt(row); };
-            sync.move = [&](int from, int to) {
-                QVERIFY(to < from);
-                rows.move(from, to);
-            };
-            sync.insert = [&](int row, int i) { rows.insert(row, wanted[i]), inserted.insert(wanted[i]); };
-            sync.update = [&](int row, int i) {
-                QCOMPARE(row, i);
-                updated.insert(rows[row]);
-            };
-            sync.run(wanted.size());
-            QCOMPARE(rows, wanted);
-            QVERIFY2(!inserted.intersects(before), "a row that stays isn't taken out and put in again");
-            QCOMPARE(inserted + updated, QSet<int>(wanted.begin(), wanted.end()));
-        }
-    }
-
     void pages()
     {
         Pagination pages;
@@ -189,36 +150,6 @@ private slots:
         view.show();
         QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.visualRect(model.index(0, 0)).center());
         QCOMPARE(model.index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
-    }
-
-    // A third click on a head gives back the rows' own order; the first column ticks instead.
-    void sorting()
-    {
-        QStandardItemModel model;
-        for (const char *text : {"b", "c", "a"})
-            model.appendRow({new QStandardItem, new QStandardItem(QString(text))});
-        QSortFilterProxyModel sorted;
-        sorted.setSourceModel(&model);
-        QTableView view;
-        TickHeader::dress(&view, &sorted);
-        view.show();
-        auto *head = static_cast<TickHeader *>(view.horizontalHeader());
-        QSignalSpy ticks(head, &TickHeader::tickAll);
-        const auto order = [&] {
-            QString text;
-            for (int i = 0; i < 3; ++i)
-                text += sorted.index(i, 1).data().toString();
-            return text;
-        };
-        QStringList seen;
-        for (int i = 0; i < 3; ++i) {
-            emit head->sectionClicked(1);
-            seen << order();
-        }
-        QCOMPARE(seen.join(' '), QString("abc cba bca"));
-        emit head->sectionClicked(0);
-        QCOMPARE(ticks.takeFirst()[0].toBool(), true);
-        QCOMPARE(order(), QString("bca"));
     }
 
     void emptyText()

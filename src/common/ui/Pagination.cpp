@@ -48,7 +48,11 @@ void Pagination::setPageSum(int sum)
         show(m_page);
 }
 
-void Pagination::first() { show(0); }
+void Pagination::setPage(int page)
+{
+    m_pages = qMax(m_pages, page + 1);
+    show(page);
+}
 
 void Pagination::go(int page)
 {

@@ -14,13 +14,14 @@ public:
     explicit Pagination(QWidget *parent = nullptr);
     int page() const { return m_page; }
     void setPageSum(int sum); // a page beyond the end becomes the last one, which pageChanged then tells
-    void first();             // back to page 0, no signal
+    void setPage(int page);   // no signal
+    void first() { setPage(0); }
+    void go(int page); // as the buttons do
 
 signals:
     void pageChanged(int page);
 
 private:
-    void go(int page);
     void show(int page);
 
     QToolButton *m_back, *m_forward;

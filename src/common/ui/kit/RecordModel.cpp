@@ -49,24 +49,28 @@ int RecordModelBase::rowCount(const QModelIndex &parent) const
 bool RecordModelBase::hasChildren(const QModelIndex &parent) const
 {
     const Node *node = nodeOf(parent);
-    return parent.column() <= 0 && (!node->rows.isEmpty() || node->more);
+    return parent.column() <= 0 && (!node->rows.isEmpty() || node->more || node->asked);
 }
 
 bool RecordModelBase::canFetchMore(const QModelIndex &parent) const { return nodeOf(parent)->more; }
 
 void RecordModelBase::fetchMore(const QModelIndex &parent)
 {
-    const Node *node = nodeOf(parent);
-    if (parent.isValid() && node->more)
-        emit moreWanted(node->key);
+    auto *node = const_cast<Node *>(nodeOf(parent));
+    if (!parent.isValid() || !node->more)
+        return;
+    node->more = false; // until the answer says so
+    node->asked = true;
+    emit moreWanted(node->key);
 }
 
 void RecordModelBase::setMore(const QString &key, bool more)
 {
     Node *node = find(key);
-    if (!node || node->more == more)
+    if (!node || (node->more == more && !node->asked))
         return;
     node->more = more;
+    node->asked = false;
     changed(node, node); // its branch comes or goes
 }
 
@@ -180,7 +184,8 @@ void RecordModelBase::removeRun(Node *parent, int first, int last)
 void RecordModelBase::insertRun(Node *parent, int at, const QVector<Node *> &run)
 {
     beginInsertRows(indexOfNode(parent), at, at + run.size() - 1);
-    parent->rows = parent->rows.mid(0, at) + run + parent->rows.mid(at);
+    parent->rows.insert(at, run.size(), nullptr);
+    std::copy(run.begin(), run.end(), parent->rows.begin() + at);
     for (Node *node : run) {
         node->parent = parent;
         m_nodes.insert(node->key, node);
@@ -208,29 +213,36 @@ void RecordModelBase::changed(Node *first, Node *last)
     emit rowsChanged();
 }
 
-void RecordModelBase::sync(Node *parent, QVector<Node *> wanted)
+void RecordModelBase::sync(Node *parent, const QVector<Node *> &wanted, int begin, int end)
 {
+    end = end < 0 ? parent->rows.size() : end;
     QHash<QString, Node *> keep;
     QVector<Node *> fresh;
-    for (Node *node : qAsConst(wanted)) {
+    for (Node *node : wanted) {
         if (keep.contains(node->key)) {
             delete node;
             continue;
         }
-        if (Node *old = find(node->key); old && old->parent != parent) // it moved below another one
+        Node *old = find(node->key);
+        if (old && (old->parent != parent || old->at < begin || old->at >= end)) { // it has moved in here
+            const int before = old->parent == parent && old->at < begin;
             removeRun(old->parent, old->at, old->at);
+            begin -= before;
+            end -= before;
+        }
         keep.insert(node->key, node);
-        node->came = fresh.size();
+        node->came = begin + fresh.size();
         fresh << node;
     }
     if (parent == &m_root)
         sortNodes(&fresh);
-    for (int last = parent->rows.size() - 1; last >= 0; --last) {
+    for (int last = end - 1; last >= begin; --last) {
         if (keep.contains(parent->rows.at(last)->key))
             continue;
         int first = last;
-        while (first > 0 && !keep.contains(parent->rows.at(first - 1)->key))
+        while (first > begin && !keep.contains(parent->rows.at(first - 1)->key))
             --first;
+        end -= last - first + 1;
         removeRun(parent, first, last);
         last = first;
     }
@@ -238,17 +250,25 @@ void RecordModelBase::sync(Node *parent, QVector<Node *> wanted)
     for (Node *node : qAsConst(fresh))
         if (Node *old = find(node->key))
             staying << old;
-    if (staying != parent->rows)
-        reorder(parent, staying);
-    Node *first = nullptr, *last = nullptr; // of a run of rows that differ
+    if (staying != parent->rows.mid(begin, end - begin))
+        reorder(parent, parent->rows.mid(0, begin) + staying + parent->rows.mid(end));
+    fill(parent, fresh, begin, end);
+    emit headerDataChanged(Qt::Horizontal, 0, 0);
+    emit ticksChanged();
+    emit rowsChanged();
+}
+
+// What stays stands in its order by now: takes over the records, told in runs, and puts in what is new.
+void RecordModelBase::fill(Node *parent, const QVector<Node *> &fresh, int row, int end)
+{
+    Node *first = nullptr, *last = nullptr;
     const auto told = [&] {
         if (first)
             changed(first, last);
         first = nullptr;
     };
-    int row = 0;
     for (int i = 0; i < fresh.size();) {
-        if (row < parent->rows.size() && parent->rows.at(row)->key == fresh.at(i)->key) {
+        if (row < end && parent->rows.at(row)->key == fresh.at(i)->key) {
             Node *old = parent->rows.at(row++), *one = fresh.at(i++);
             old->came = one->came;
             if (assign(old, one)) {
@@ -262,15 +282,13 @@ void RecordModelBase::sync(Node *parent, QVector<Node *> wanted)
         }
         told();
         QVector<Node *> run;
-        while (i < fresh.size() && (row >= parent->rows.size() || parent->rows.at(row)->key != fresh.at(i)->key))
+        while (i < fresh.size() && (row >= end || parent->rows.at(row)->key != fresh.at(i)->key))
             run << fresh.at(i++);
         insertRun(parent, row, run);
         row += run.size();
+        end += run.size();
     }
     told();
-    emit headerDataChanged(Qt::Horizontal, 0, 0);
-    emit ticksChanged();
-    emit rowsChanged();
 }
 
 void RecordModelBase::put(Node *parent, Node *fresh)

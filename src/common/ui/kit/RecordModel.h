@@ -155,7 +155,7 @@ protected:
         Node *parent = nullptr;
         int at = 0, came = 0; // place now, and in the list that was handed over
         QVector<Node *> rows;
-        bool more = false;
+        bool more = false, asked = false; // rows below are to be had; were asked for
     };
     explicit RecordModelBase(QObject *parent);
     virtual QVariant cell(const Node *node, int column, int role) const = 0;
@@ -165,7 +165,8 @@ protected:
     Node *find(const QString &key) const { return m_nodes.value(key); }
     Node *under(const QString &key) { return key.isEmpty() ? &m_root : find(key); }
     const Node *nodeOf(const QModelIndex &index) const;
-    void sync(Node *parent, QVector<Node *> wanted); // owns what it's given
+    // Owns what it's given. With a window of rows only those are brought to the new list, the others stay.
+    void sync(Node *parent, const QVector<Node *> &wanted, int begin = 0, int end = -1);
     void put(Node *parent, Node *fresh);
     void changed(Node *first, Node *last); // of one parent
 
@@ -173,6 +174,7 @@ private:
     QModelIndex indexOfNode(const Node *node, int column = 0) const;
     void removeRun(Node *parent, int first, int last);
     void insertRun(Node *parent, int at, const QVector<Node *> &run);
+    void fill(Node *parent, const QVector<Node *> &fresh, int row, int end);
     void reorder(Node *parent, const QVector<Node *> &order);
     void sortNodes(QVector<Node *> *nodes) const;
     void forget(Node *node);
@@ -279,7 +281,6 @@ protected:
         return mine = std::move(other), true;
     }
 
-private:
     Node *node(const R &row) const
     {
         auto *one = new Held;
@@ -287,6 +288,8 @@ private:
         one->key = m_key(row);
         return one;
     }
+
+private:
     std::function<QString(const R &)> m_key;
     QVector<Column<R>> m_columns;
     Same m_same;

@@ -109,6 +109,8 @@ void TablePage::build(const QList<QWidget *> &front)
         connect(again, &QToolButton::clicked, this, &TablePage::refreshWanted);
         m_bar->addWidget(again);
     }
+    if (!m_look.columns)
+        return m_acts->follow();
     QToolButton *columns = toolButton(QStringLiteral("columns"), tr("显示的列"), this);
     connect(columns, &QToolButton::clicked, this,
             [this, columns] { m_view->columnMenu(this)->popup(columns->mapToGlobal(QPoint(0, columns->height()))); });

@@ -28,6 +28,7 @@ public:
         QString search;      // hint of the search field; empty: none
         bool refresh = true; // a button and F5
         bool bar = true;
+        bool columns = true; // the button that chooses them
     };
     TablePage(const Look &look, RecordModelBase *model, QWidget *parent = nullptr);
 

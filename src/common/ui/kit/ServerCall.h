@@ -9,7 +9,7 @@
 
 class QObject;
 
-class Command
+class ServerCall
 {
 public:
     struct Answer {
