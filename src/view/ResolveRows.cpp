@@ -116,14 +116,15 @@ ResolveRows::Model *ResolveRows::model(QObject *parent)
                                  .tip([](const db_resolve &r) { return r.lpath; })
                                  .icon(late)
                                  .stretch()
-                                 .atLeast(140),
+                                 .atLeast(180),
                              C(QStringLiteral("project"), words(QT_TRANSLATE_NOOP("Resolve", "所属项目")), 96)
                                  .text([](const db_resolve &r) { return r.project; })
+                                 .atLeast(88)
                                  .giving(4),
-                             C(QStringLiteral("time"), words(QT_TRANSLATE_NOOP("Resolve", "开始解析时间")), 144)
+                             C(QStringLiteral("time"), words(QT_TRANSLATE_NOOP("Resolve", "开始解析时间")), 152)
                                  .text(timeText)
                                  .sort([](const db_resolve &r) { return r.rtime; })
-                                 .atLeast(136)
+                                 .atLeast(152)
                                  .giving(3),
                              C(QStringLiteral("progress"), words(QT_TRANSLATE_NOOP("Resolve", "上传进度")), 112)
                                  .text(progressText)

@@ -119,7 +119,7 @@ void BaseWidget::open()
     const bool above = over && over != this && over->isVisible();
     const QScreen *screen = above && over->screen() ? over->screen() : QGuiApplication::primaryScreen();
     const QRect whole = screen->availableGeometry();
-    resize(size().boundedTo(whole.size()));
+    resize(sizeHint().expandedTo(minimumSizeHint()).boundedTo(whole.size())); // adjustSize stops at two thirds of it
     QRect place(QPoint(), size());
     place.moveCenter(above ? over->frameGeometry().center() : whole.center());
     place.moveLeft(qBound(whole.left(), place.left(), whole.right() - place.width() + 1)); // nothing off the screen
