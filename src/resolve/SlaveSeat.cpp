@@ -62,7 +62,7 @@ void SlaveSeat::step()
         .within(HandOverMs)
         .answered([this, rkey = row.rkey, open](const FuncBody &rep) {
             m_handing.remove(rkey);
-            qDebug().noquote() << "SlaveSeat::step" << rkey << QString::fromUtf8(rep.raw);
+            qDebug().noquote() << "MODEL ANALYSIS" << rkey << QString::fromUtf8(rep.raw);
             if (!open())
                 return;
             if (rep.result == 1) {
@@ -74,6 +74,7 @@ void SlaveSeat::step()
         })
         .failed([this, rkey = row.rkey] {
             m_handing.remove(rkey);
+            qDebug().noquote() << "MODEL ANALYSIS" << rkey << "no answer";
             // The master can't be reached: the next scan tries again.
             ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
         })
