@@ -189,6 +189,89 @@
     </message>
 </context>
 <context>
+    <name>DoneTable</name>
+    <message>
+        <source>下载</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>上传</source>
+        <translation>Upload</translation>
+    </message>
+    <message>
+        <source>已完成列表</source>
+        <translation>List of finished transfers</translation>
+    </message>
+    <message>
+        <source>还没有完成的传输</source>
+        <translation>Nothing has finished yet</translation>
+    </message>
+    <message>
+        <source>上传完的订单和下载完的结果会列在这里</source>
+        <translation>Orders that are uploaded and results that are here are listed here</translation>
+    </message>
+    <message>
+        <source>搜索文件名称或订单号</source>
+        <translation>Search name or order number</translation>
+    </message>
+    <message>
+        <source>文件名称</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>类型</source>
+        <translation>Kind</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order</translation>
+    </message>
+    <message>
+        <source>文件数</source>
+        <translation>Files</translation>
+    </message>
+    <message>
+        <source>文件大小</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>完成时间</source>
+        <translation>Finished</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>文件夹打不开：%1</source>
+        <translation>The folder can&apos;t be opened: %1</translation>
+    </message>
+    <message>
+        <source>全部</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>打开目录</source>
+        <translation>Open folder</translation>
+    </message>
+    <message>
+        <source>重新下载</source>
+        <translation>Download again</translation>
+    </message>
+    <message>
+        <source>删除记录</source>
+        <translation>Remove entry</translation>
+    </message>
+    <message>
+        <source>没有找到</source>
+        <translation>Nothing found</translation>
+    </message>
+    <message>
+        <source>换一个词，或清除搜索</source>
+        <translation>Try another word, or clear the search</translation>
+    </message>
+</context>
+<context>
     <name>DownCover</name>
     <message>
         <source>序列检查</source>
@@ -2506,6 +2589,10 @@ You can also change the folder, but only for new tasks</translation>
     <message>
         <source>有文件上传失败：展开查看原因，处理后点击“继续”</source>
         <translation>Some files failed: open the row to see why, then press “Resume”</translation>
+    </message>
+    <message>
+        <source>已完成</source>
+        <translation>Finished</translation>
     </message>
 </context>
 <context>

@@ -12,6 +12,7 @@
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
+#include "view/DoneTable.h"
 #include "view/DownCover.h"
 #include "view/TransferHand.h"
 #include <QAction>
@@ -71,6 +72,8 @@ void Transfer::makeTabs()
     connect(m_group, &QActionGroup::triggered, this, &Transfer::triggerAction);
     addTab(tr("上传"), m_upTable);
     addTab(tr("下载"), m_downTable);
+    m_done = new DoneTable(this);
+    addTab(tr("已完成"), m_done);
     m_tabs->addStretch(1);
     body()->addLayout(m_tabs);
     body()->addWidget(m_stack, 1);

@@ -7,6 +7,7 @@
 #include <QPointer>
 
 class Debounce;
+class DoneTable;
 class MsgBox;
 class QAction;
 class QActionGroup;
@@ -21,9 +22,10 @@ public:
     explicit Transfer(QWidget *parent = nullptr);
     TransferList *model(bool uploads) const { return uploads ? m_up : m_down; }
     TablePage *table(bool uploads) const { return uploads ? m_upTable : m_downTable; }
+    DoneTable *done() const { return m_done; }
 
     Q_INVOKABLE void connectDAOView(int type); // 0 uploads, 1 downloads: its handler stands
-    Q_INVOKABLE void initDAOView(int type);    // shows that list
+    Q_INVOKABLE void initDAOView(int type);    // shows that list; 2: what is over
     Q_INVOKABLE void downCover(int mid, QString text);
     Q_INVOKABLE void downErrorTip(QString tip);
     Q_INVOKABLE void downSpace(QString driver);
@@ -58,6 +60,7 @@ private:
 
     TransferList *m_up, *m_down;
     TablePage *m_upTable = nullptr, *m_downTable = nullptr;
+    DoneTable *m_done = nullptr;
     QStackedWidget *m_stack = nullptr;
     QHBoxLayout *m_tabs = nullptr;
     QActionGroup *m_group = nullptr;

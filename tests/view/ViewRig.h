@@ -3,6 +3,7 @@
 #include "common/ui/MsgTool.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
+#include "db/DoneDAO.h"
 #include "support/BusinessPeer.h"
 #include <QApplication>
 #include <QLabel>
@@ -41,6 +42,12 @@ public:
     void seeError(int type, qlonglong key) override { calls << QString("error %1 %2").arg(type).arg(key); }
     void reswait(int type) override { calls << QString("wait %1").arg(type); }
     void fileOk(QString, qlonglong) override {}
+    void readDone(int kind, QString search, int page, int size) override
+    {
+        calls << QString("done %1 %2 %3 %4").arg(kind).arg(search).arg(page).arg(size).simplified();
+        DoneDAO::instance()->readPage(kind, search, page, size);
+    }
+    void removeDone(QList<qlonglong> ids) override { DoneDAO::instance()->remove(ids); }
 };
 
 class DownSpy : public QObject, public DownCalls

@@ -6,10 +6,13 @@
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "support/TestMain.h"
+#include "view/DoneTable.h"
 #include "view/DownCover.h"
 #include "view/Transfer.h"
 #include "ViewRig.h"
 #include <QAction>
+#include <QComboBox>
+#include <QLineEdit>
 
 class TestTransfer : public QObject
 {
@@ -153,6 +156,8 @@ private slots:
         QVERIFY(page.table(false)->isVisible() && !page.table(true)->isVisible());
         page.table(false)->setFocus();
         QTest::keyClick(page.table(false)->view(), Qt::Key_Tab, Qt::ControlModifier);
+        QVERIFY(page.done()->isVisible() && tabs[2]->isChecked());
+        QTest::keyClick(page.done()->view(), Qt::Key_Tab, Qt::ControlModifier);
         QVERIFY(page.table(true)->isVisible() && tabs[0]->isChecked());
     }
 
@@ -325,6 +330,59 @@ private slots:
         DownloadDAO::instance()->releaseDown();
     }
 
+    // What is over: shown when looked at, kept up to date, sorted over all rows, searched in the store, fetched again.
+    void finished()
+    {
+        const QString dir = testHome() + "/finished";
+        QVERIFY(QDir().mkpath(dir) && DoneDAO::instance()->open(dir));
+        const auto add = [](int kind, int task, const QString &name, qlonglong size) {
+            db_done done;
+            done.kind = kind, done.missid = task, done.ordernum = QString("2026%1").arg(task), done.name = name;
+            done.ended = 1000 * task, done.ok = done.sum = 2, done.size = size, done.folder = "/nowhere/" + name;
+            return DoneDAO::instance()->add(done);
+        };
+        for (int i = 1; i <= 40; ++i)
+            QVERIFY(add(i % 2, i, i == 7 ? "coast" : QString("shot_%1").arg(i), 1000 - i));
+        ResolveSpy queue;
+        DownSpy down;
+        Transfer page;
+        page.resize(900, 500);
+        page.show();
+        QVERIFY(queue.calls.filter("done").isEmpty()); // nobody has looked
+        page.initDAOView(2);
+        DoneTable *done = page.done();
+        DoneTable::Model *model = done->model();
+        QTRY_COMPARE(model->rowCount(), 40);
+        QCOMPARE(model->records(model->keys()).first().missid, 40);
+        model->sort(model->columnOf("size"), Qt::AscendingOrder);
+        QCOMPARE(model->records(model->keys()).first().size, 960);
+        QVERIFY(add(0, 41, "fresh", 1));
+        QTRY_COMPARE(model->records(model->keys()).first().name, QString("fresh"));
+        const auto acts = [&](int task) {
+            QStringList words;
+            for (const QString &key : model->keys())
+                if (model->record(key)->missid == task)
+                    words = done->acts()->rowWords(key);
+            return words;
+        };
+        QCOMPARE(acts(7), (QStringList{"打开目录", "重新下载"}));
+        QCOMPARE(acts(8), (QStringList{"打开目录", ""})); // an upload has nothing to fetch
+        done->search()->setText("coast");
+        QTRY_COMPARE(model->rowCount(), 1);
+        QVERIFY(queue.calls.contains("done -1 coast 0 1000"));
+        done->view()->selectAll();
+        done->acts()->action("again")->trigger();
+        QTRY_COMPARE(down.calls.filter("result"), QStringList("result 7"));
+        done->acts()->action("folder")->trigger();
+        QTRY_COMPARE(message(), QString("文件夹打不开：/nowhere/coast"));
+        QVERIFY(answer("确定"));
+        done->acts()->action("delete")->trigger();
+        QTRY_COMPARE(model->rowCount(), 0);
+        done->search()->clear();
+        done->findChild<QComboBox *>()->setCurrentIndex(2);
+        QTRY_COMPARE(model->rowCount(), 19);
+        DoneDAO::instance()->close();
+    }
     void coverDialog_data()
     {
         QTest::addColumn<QString>("button");
