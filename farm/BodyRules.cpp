@@ -36,6 +36,7 @@ const QMap<int, QString> &rules()
         {10430, "missionId:n pauseRender:n"},
         {10432, "[]"},
         {10506, "projectId:n software_type:n"},
+        {10703, "id:n farmId:n"},
         {10704, task},
         {10800, "fileId:n"},
         {10802, "fileId:n"},

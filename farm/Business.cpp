@@ -121,6 +121,19 @@ void Business::handle(Link *link, const Package &package)
         return;
     }
     const Answer answer = decide(*link, package);
+    if (!answer.later)
+        return reply(socket, package.seq, cmd, answer);
+    const QPointer<Business> self(this);
+    answer.later([self, socket, seq = package.seq, cmd](const Answer &told) {
+        if (self)
+            self->reply(socket, seq, cmd, told);
+    });
+}
+
+void Business::reply(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer)
+{
+    FarmFaults &faults = m_core.faults;
+    const auto named = [cmd](const char *fault) { return QStringLiteral("%1.%2").arg(QLatin1String(fault)).arg(cmd); };
     if (cmd != 10000 && cmd != 10416 && cmd != 10311)
         m_core.event(QStringLiteral("%1 %2").arg(cmd).arg(answer.val));
     if (faults.happens(named("cut-after")) && socket) {
@@ -132,9 +145,9 @@ void Business::handle(Link *link, const Package &package)
     const bool badJson = faults.happens(named("bad-json"));
     const qint64 delay = faults.number(named("delay-reply"));
     if (delay > 0)
-        QTimer::singleShot(int(delay), this, [=] { answerLater(socket, package.seq, cmd, answer, badJson); });
+        QTimer::singleShot(int(delay), this, [=] { answerLater(socket, seq, cmd, answer, badJson); });
     else
-        answerLater(socket, package.seq, cmd, answer, badJson);
+        answerLater(socket, seq, cmd, answer, badJson);
 }
 
 // What goes against the format is told, and answered as far as it can be.

@@ -32,6 +32,8 @@ struct Answer {
     QJsonObject body;
     std::function<void()> after; // runs once the answer is on its way
     QByteArray stream;           // in place of the body, for raw bytes
+    // Set where something else must be asked first: called once, and tells what the answer is; the rest is then unused.
+    std::function<void(std::function<void(const Answer &)>)> later = nullptr;
 };
 
 class Business : public QObject
@@ -57,6 +59,8 @@ private:
     void handle(Link *link, const Package &package);
     Answer decide(Link &link, const Package &package);
     void send(Link *link, const QByteArray &bytes);
+    void reply(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer);
+    Answer objectReported(const QJsonObject &body); // 10703
     void answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson);
     Link *linkOf(QTcpSocket *socket) const;
     void welcome(Link *link);

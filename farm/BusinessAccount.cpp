@@ -2,6 +2,7 @@
 #include "Account.h"
 #include "Business.h"
 #include "Core.h"
+#include "ObjectStore.h"
 #include "Renderer.h"
 #include "Rest.h"
 #include <QDebug>
@@ -149,14 +150,15 @@ void Business::addLists()
         if (doc.object().value("farmId").toInt() != FarmId)
             return Answer{1110001, {}, {}, {}};
         const QString address = m_core.rest->address();
-        return Answer{1110000,
-                      {{"farmId", FarmId},
-                       {"name", QStringLiteral("本机农场")},
-                       {"addr", address},
-                       {"addr-internal", address},
-                       {"accessToken", m_core.account->accessToken()}},
-                      {},
-                      {}};
+        QJsonObject farm{{"farmId", FarmId},
+                         {"name", QStringLiteral("本机农场")},
+                         {"addr", address},
+                         {"addr-internal", address},
+                         {"accessToken", m_core.account->accessToken()}};
+        const QJsonObject store = m_core.objects->description();
+        for (auto it = store.begin(); it != store.end(); ++it)
+            farm.insert(it.key(), it.value());
+        return Answer{1110000, farm, {}, {}};
     });
     add(11102, [](Link &, const QJsonDocument &) {
         return Answer{1110200, {{"machines", Account::machines()}, {"rows", Account::machines()}}, {}, {}};

@@ -1,7 +1,9 @@
 // Modules 104 and 107 up to the start of rendering: number, analysis reports, order, upload.
 #include "Account.h"
 #include "Business.h"
+#include "ContentStore.h"
 #include "Core.h"
+#include "ObjectStore.h"
 #include "Renderer.h"
 #include <QDebug>
 
@@ -62,7 +64,10 @@ void Business::addOrders()
             return Answer{1040000 + n, {}, {}, {}};
         m_core.event(QStringLiteral("order %1 %2 files").arg(task->id).arg(task->keys.size()));
         return Answer{1040000,
-                      {{"sourceFileType", 0}, {"orderNum", task->num}, {"missionId", task->id}, {"farmId", FarmId}},
+                      {{"sourceFileType", m_core.objects->used() ? 2 : 0},
+                       {"orderNum", task->num},
+                       {"missionId", task->id},
+                       {"farmId", FarmId}},
                       {},
                       {}};
     });
@@ -103,7 +108,46 @@ void Business::addOrders()
         answer.after = [this] { m_core.renderer->wake(); };
         return answer;
     });
-    add(10703, [](Link &, const QJsonDocument &) { return Answer{1070300, {}, {}, {}}; });
+    add(10703, [this](Link &, const QJsonDocument &doc) { return objectReported(doc.object()); });
+}
+
+// A file of an order lies in the bucket, the client says; the bucket is asked. Orders placed at the same time number
+// their files alike, so each of them that has a file of that number is looked at.
+Answer Business::objectReported(const QJsonObject &body)
+{
+    struct Asked {
+        int open = 0, found = 0;
+    };
+    QList<QPair<int, QString>> files;
+    const int id = body.value("id").toInt();
+    for (const Task *task : m_core.tasks->all()) {
+        for (const QJsonValue &one : task->files)
+            if (task->ordered && one.toObject().value("id").toInt() == id)
+                files.append({task->id, cleanKey(one.toObject().value("path").toString())});
+    }
+    if (files.isEmpty() || !m_core.objects->used() || body.value("farmId").toInt() != FarmId) {
+        m_core.violation(QStringLiteral("10703 of file %1, which no order has").arg(id));
+        return Answer{1070305, {}, {}, {}};
+    }
+    Answer answer;
+    answer.later = [this, files](const std::function<void(const Answer &)> &tell) {
+        auto asked = std::make_shared<Asked>();
+        asked->open = files.size();
+        for (const auto &file : files) {
+            m_core.objects->look(file.second, [this, file, asked, tell](qint64 size) {
+                Task *task = size < 0 ? nullptr : m_core.tasks->byId(file.first);
+                if (task && m_core.tasks->markHere(*task, file.second)) {
+                    ++asked->found;
+                    ++m_core.counters.filesReceived;
+                    m_core.store->forget(file.second);
+                    m_core.event(QStringLiteral("object %1 %2").arg(size).arg(file.second));
+                }
+                if (--asked->open == 0)
+                    tell(Answer{asked->found > 0 ? 1070300 : 1070306, {}, {}, {}});
+            });
+        }
+    };
+    return answer;
 }
 
 } // namespace farm

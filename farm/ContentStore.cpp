@@ -1,6 +1,7 @@
 #include "ContentStore.h"
 #include "Core.h"
 #include <QCryptographicHash>
+#include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -244,6 +245,22 @@ void ContentStore::hashLater(const QString &key, qint64 size, qint64 mtime, cons
                 qWarning().noquote() << "farm::ContentStore::hashLater" << path << "couldn't be moved";
             emit stored(key);
         });
+}
+
+void ContentStore::take(const QString &key, const QString &part)
+{
+    const QFileInfo info(part);
+    const QString relative = QDir(m_core.options.dir).relativeFilePath(part);
+    const qint64 mtime = info.lastModified().toMSecsSinceEpoch();
+    if (m_core.db.run(
+            QStringLiteral("replace into ident(key, size, mtime, hash, file, part) values(?, ?, ?, '', ?, ?)"),
+            {key, info.size(), mtime, relative, relative}))
+        hashLater(key, info.size(), mtime, part);
+}
+
+void ContentStore::forget(const QString &key)
+{
+    m_core.db.run(QStringLiteral("delete from ident where key = ?"), {key});
 }
 
 QMap<QString, QString> ContentStore::contents()

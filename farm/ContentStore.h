@@ -43,6 +43,10 @@ public:
     // here, a stage code when it takes long (stage() tells on), or what went wrong.
     void finish(const Identity &file, std::function<void(int code)> answer);
 
+    // What was fetched from elsewhere is the content of that key from now on; its hash follows (stored).
+    void take(const QString &key, const QString &part);
+    void forget(const QString &key); // another content has come under it
+
     QMap<QString, QString> contents(); // key -> MD5
     // Path of the newest content under the key, and its MD5 (empty while that is worked out).
     QString fileOf(const QString &key, QString *hash);

@@ -3,6 +3,7 @@
 #include "Business.h"
 #include "ContentStore.h"
 #include "FileServer.h"
+#include "ObjectStore.h"
 #include "Renderer.h"
 #include "Rest.h"
 #include "Tasks.h"
@@ -29,6 +30,7 @@ void Core::close()
     rest.reset();
     files.reset();
     renderer.reset();
+    objects.reset();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stop = true;
@@ -75,6 +77,12 @@ bool Core::open(QString *error)
     account = std::make_unique<Account>(*this);
     tasks = std::make_unique<Tasks>(*this);
     store = std::make_unique<ContentStore>(*this);
+    objects = std::make_unique<ObjectStore>(*this);
+    QString why;
+    if (!options.objectStore.isEmpty() && !objects->open(options.objectStore, &why)) {
+        *error = QStringLiteral("--object-store: %1").arg(why);
+        return false;
+    }
     renderer = std::make_unique<Renderer>(*this);
     business = std::make_unique<Business>(*this);
     rest = std::make_unique<Rest>(*this);

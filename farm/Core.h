@@ -19,6 +19,7 @@ class Account;
 class Business;
 class ContentStore;
 class FileServer;
+class ObjectStore;
 class Renderer;
 class Rest;
 class Tasks;
@@ -51,6 +52,7 @@ public:
     std::unique_ptr<Account> account;
     std::unique_ptr<Tasks> tasks;
     std::unique_ptr<ContentStore> store;
+    std::unique_ptr<ObjectStore> objects;
     std::unique_ptr<Renderer> renderer;
     std::unique_ptr<Business> business;
     std::unique_ptr<Rest> rest;

@@ -37,7 +37,8 @@ struct FarmOptions {
     int renderThreads = 2;
     int maxWidth = 1920; // wider frames are scaled down to this
     QMap<int, QString>
-        renderCommands; // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
+        renderCommands;  // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
+    QString objectStore; // address of the bucket that orders are uploaded to; empty: the file server takes them
     QString version = QStringLiteral("5.2.6.0"); // what /getUpdateVersion.htm answers
     QStringList faults;                          // NAME=VALUE, set before the first connection
 };

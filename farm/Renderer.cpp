@@ -4,6 +4,8 @@
 #include "ContentStore.h"
 #include "Core.h"
 #include "FramePainter.h"
+#include "ObjectStore.h"
+#include <QCryptographicHash>
 #include <QDateTime>
 #include <QDebug>
 #include <QDir>
@@ -17,6 +19,7 @@ namespace farm
 namespace
 {
 constexpr int heldMs = 200; // how often a held renderer looks again
+constexpr int bringAgainMs = 1000;
 constexpr double framePrice = 0.01;
 constexpr qint64 commandLimitMs = 3600000;
 } // namespace
@@ -95,12 +98,36 @@ bool Renderer::ready(Task &task, QString *seed)
     QString path = task.body.value("scene").toString();
     if (path.isEmpty())
         path = task.body.value("sceneName").toString();
-    const QString file = m_core.store->fileOf(cleanKey(path), seed);
+    const QString key = cleanKey(path);
+    const QString file = m_core.store->fileOf(key, seed);
+    if (file.isEmpty() && m_core.objects->used() && task.here.contains(key)) {
+        bring(key);
+        return false;
+    }
     if (!file.isEmpty() && seed->isEmpty() && m_core.store->hashing())
         return false; // the store wakes the renderer
     if (seed->isEmpty())
         *seed = task.name;
     return true;
+}
+
+// The scene lies in the bucket. One that can't be had is asked for again; the task waits for it.
+void Renderer::bring(const QString &key)
+{
+    if (m_bringing.contains(key))
+        return;
+    m_bringing.insert(key);
+    const QByteArray name = QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex();
+    const QString part =
+        QStringLiteral("%1/object-%2.part").arg(m_core.folder(QStringLiteral("incoming")), QLatin1String(name));
+    m_core.objects->fetch(key, part, [this, key, part](bool good) {
+        if (good)
+            m_core.store->take(key, part);
+        QTimer::singleShot(good ? 0 : bringAgainMs, this, [this, key] {
+            m_bringing.remove(key);
+            look();
+        });
+    });
 }
 
 // The first frame that waits, but for the others while the priority frames are looked at. -1: none now.

@@ -27,6 +27,7 @@ private:
     struct Work;
     void look();
     bool startNext();
+    void bring(const QString &key);
     bool ready(Task &task, QString *seed); // the scene is here and its hash is known
     int nextFrame(Task &task);
     void start(Task &task, int index, const QString &seed);
@@ -37,6 +38,7 @@ private:
 
     Core &m_core;
     QTimer m_wake;
+    QSet<QString> m_bringing; // keys on their way out of the bucket
     QElapsedTimer m_clock;
     qint64 m_nextMs = 0; // of m_clock: when the next frame may start
     QList<std::shared_ptr<Work>> m_running;

@@ -80,6 +80,11 @@ int main(int argc, char **argv)
                "Command that renders a frame of that software (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, "
                "8 Terragen), with %scene% %frame% %camera% %out% %width% %height%. May be repeated."),
            "TYPE=COMMAND");
+    option(
+        "object-store",
+        QStringLiteral("Bucket of an S3 store that orders are uploaded to, as http://127.0.0.1:4568/BUCKET[/PREFIX]; "
+                       "its keys come from AWS_ACCESS_KEY_ID and AWS_SECRET_ACCESS_KEY in the environment."),
+        "URL");
     option("client-version", QStringLiteral("What the update check answers [5.2.6.0]."), "VERSION");
     option("fault", QStringLiteral("A fault to commit, see below. May be repeated."), "NAME=VALUE");
     option("print-ports",
@@ -105,6 +110,7 @@ int main(int argc, char **argv)
     text("user", &options.user);
     text("password", &options.password);
     text("client-version", &options.version);
+    text("object-store", &options.objectStore);
     if (!number(parser, QStringLiteral("business-port"), &options.businessPort) ||
         !number(parser, QStringLiteral("http-port"), &options.httpPort) ||
         !number(parser, QStringLiteral("file-port"), &options.filePort) ||

@@ -56,9 +56,9 @@ class Rig:
         self.http = beside.http if beside else None
         # The client runs from a copy, so that its service.ini names this rig's farm.
         for name in os.listdir(self.tree):
-            if name in ('VandrelQN', 'zh_en.qm', 'scripts', 'web') and not os.path.lexists(os.path.join(self.program, name)):
+            if name in ('VandrelQN', 'oss', 'zh_en.qm', 'scripts', 'web') and not os.path.lexists(os.path.join(self.program, name)):
                 source = os.path.join(self.tree, name)
-                if name == 'VandrelQN':
+                if name in ('VandrelQN', 'oss'):
                     os.link(source, os.path.join(self.program, name)) if self._same_disk(source) else self._copy(source)
                 else:
                     os.symlink(source, os.path.join(self.program, name))

@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
-# Installs the packages named in the given lists that this machine lacks. Root, or sudo where there is one.
+# Installs the packages named in the given lists that this machine lacks. Root, or sudo where there is one. A program of
+# a package's name that is there from elsewhere will do: packages of other archives hold several of Debian's in one.
 set -eu
 missing=()
 while read -r name; do
-    dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || missing+=("$name")
+    dpkg-query -W -f='${Status}' "$name" 2>/dev/null | grep -q 'ok installed' || command -v "$name" >/dev/null || missing+=("$name")
 done < <(cat "$@" | sed 's/#.*//' | awk 'NF { print $1 }')
 [ ${#missing[@]} -eq 0 ] && exit 0
 echo "installing: ${missing[*]}"

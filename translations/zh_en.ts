@@ -2196,6 +2196,50 @@ May they be saved there?</translation>
         <translation>unknown upload protocol</translation>
     </message>
     <message>
+        <source>对象存储的上传请求有误</source>
+        <translation>the request to the object store was wrong</translation>
+    </message>
+    <message>
+        <source>不支持的对象存储</source>
+        <translation>unknown kind of object store</translation>
+    </message>
+    <message>
+        <source>对象存储拒绝访问</source>
+        <translation>the object store refused access</translation>
+    </message>
+    <message>
+        <source>对象存储的存储桶不存在</source>
+        <translation>the bucket of the object store doesn't exist</translation>
+    </message>
+    <message>
+        <source>本机时间与对象存储相差过大，请校准系统时间</source>
+        <translation>this machine's clock differs too much from the object store's, please set it right</translation>
+    </message>
+    <message>
+        <source>对象存储的密钥已过期</source>
+        <translation>the keys of the object store have expired</translation>
+    </message>
+    <message>
+        <source>对象存储繁忙</source>
+        <translation>the object store is busy</translation>
+    </message>
+    <message>
+        <source>对象存储已丢弃未完成的上传</source>
+        <translation>the object store has dropped the unfinished upload</translation>
+    </message>
+    <message>
+        <source>对象存储的应答异常</source>
+        <translation>unexpected answer of the object store</translation>
+    </message>
+    <message>
+        <source>上传进度无法保存</source>
+        <translation>the upload's progress can't be saved</translation>
+    </message>
+    <message>
+        <source>对象存储中的文件大小不符</source>
+        <translation>the file in the object store has another size</translation>
+    </message>
+    <message>
         <source>UnknownSocketError</source>
         <translation>UnknownSocketError</translation>
     </message>

@@ -114,8 +114,9 @@ int UploadJob::run()
     int code = store.head(m_key, &there);
     if (code != OssError::Done)
         return fail(code, store.lastError());
-    // Only a known hash tells that the object is this file; a size alone doesn't.
-    if (!m_cover && there.there && there.size == m_check.size && !m_eTag.isEmpty() && there.meta == meta()) {
+    // The object carries what a file is known by: its time, and its hash where one is known. A size alone tells
+    // nothing.
+    if (!m_cover && there.there && there.size == m_check.size && there.meta == meta()) {
         m_whole = m_check.size;
         CheckPoint::remove(m_checkPath);
         return OssError::Done;

@@ -1,7 +1,9 @@
 #include "transfer/TransHandler.h"
 #include "common/Debounce.h"
+#include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "transfer/TransWork.h"
@@ -46,6 +48,7 @@ void TransHandler::timerEvent(QTimerEvent *event)
         NetWork::instance()->clearFarms();
         for (FarmEntry &entry : m_farms)
             entry.farm = {};
+        m_stores.clear();
     }
     scan();
 }
@@ -54,6 +57,7 @@ void TransHandler::timerEvent(QTimerEvent *event)
 void TransHandler::forgetFarms()
 {
     ++m_logins;
+    m_stores.clear();
     for (FarmEntry &entry : m_farms) {
         entry.farm = {};
         entry.answered.invalidate();
@@ -116,12 +120,8 @@ TransWork *TransHandler::createWork(int transType, int farmId, bool retry, int b
 {
     if (Session::closing())
         return nullptr;
-    if (transType == 1) {
-        // The companion that speaks to the object store tells its port when it runs; without one the row waits.
-        qWarning().noquote() << "TransHandler::createWork ossport:" << socketPort;
-        qWarning().noquote() << "TransHandler::createWork check oss.exe is run";
-        return nullptr;
-    }
+    if (transType == 1)
+        return createStoreWork(farmId, backError, socketPort);
     if (transType != 2) {
         qWarning().noquote() << "TransHandler::createWork unknown transType" << transType;
         return nullptr;
@@ -132,6 +132,46 @@ TransWork *TransHandler::createWork(int transType, int farmId, bool retry, int b
     TransWork *work = makeWork(retry, backError);
     work->setServer(known->url, known->token);
     return work;
+}
+
+// The companion that speaks to the object store tells its port when it runs; without one the row waits.
+TransWork *TransHandler::createStoreWork(int farmId, int backError, int socketPort)
+{
+    if (socketPort == 0) {
+        qWarning().noquote() << "TransHandler::createWork ossport:" << socketPort;
+        qWarning().noquote() << "TransHandler::createWork check oss.exe is run";
+        return nullptr;
+    }
+    QJsonObject description = store(farmId);
+    if (description.isEmpty()) {
+        qWarning().noquote() << "TransHandler::createWork ossobj.isEmpty" << farmId;
+        return nullptr;
+    }
+    description.insert(QStringLiteral("backerror"), backError);
+    description.insert(QStringLiteral("socketPort"), socketPort);
+    return makeStoreWork(description);
+}
+
+QJsonObject TransHandler::store(int farmId)
+{
+    StoreEntry &entry = m_stores[farmId];
+    const bool known = !entry.description.isEmpty() && !entry.answered.hasExpired(RenewMs);
+    if (known || entry.asking || (entry.answered.isValid() && !entry.answered.hasExpired(FarmGapMs)))
+        return known ? entry.description : QJsonObject();
+    entry.asking = true;
+    const auto answered = [this, farmId, login = m_logins](const QJsonObject &description) {
+        if (login != m_logins)
+            return; // those keys belong to another login
+        m_stores[farmId].asking = false;
+        m_stores[farmId].description = description;
+        m_stores[farmId].answered.start();
+    };
+    Ask(Command::FarmInfo, {{QStringLiteral("farmId"), farmId}})
+        .within(StoreAskMs)
+        .answered([answered](int, const QJsonDocument &doc) { answered(doc.object()); })
+        .failed([answered] { answered({}); })
+        .send(this);
+    return {};
 }
 
 void TransHandler::addWork(const QString &key, TransWork *work)

@@ -7,6 +7,7 @@
 #include <memory>
 #include <QElapsedTimer>
 #include <QHash>
+#include <QJsonObject>
 #include <QMap>
 #include <QObject>
 #include <QSet>
@@ -36,6 +37,8 @@ public:
     void getFarmHost(int farmId, const QString &key, quint64 serial);
     // The farm's address or token is stale (203, a refused frame): the next worker asks for them anew.
     void dropFarm(int farmId);
+    // So are the keys to the farm's object store.
+    void dropStore(int farmId) { m_stores.remove(farmId); }
 
     std::shared_ptr<TransShare> share() const { return m_share; }
     int running() const { return m_works.size(); }
@@ -43,6 +46,7 @@ public:
     static constexpr int TickMs = 50, SecondMs = 1000, RenewMs = 1200000;
     static constexpr int MaxRetries = 3;
     static constexpr int FarmGapMs = 1000; // between two tries to find out a farm
+    static constexpr int StoreAskMs = 10000;
 
 protected:
     struct Farm {
@@ -63,6 +67,12 @@ protected:
 
     // The queue's own worker, for a socket.
     virtual TransWork *makeWork(bool retry, int backError) = 0;
+    // ... and for an object store. description: of the store, with "backerror" and "socketPort" of the companion.
+    virtual TransWork *makeStoreWork(const QJsonObject &description)
+    {
+        Q_UNUSED(description)
+        return nullptr;
+    }
     // transType is the link kind: 1 object store, 2 socket. Null, with the reason logged, when the link can't be had
     // (yet); a farm that isn't known is being asked for then. retry: first attempt after a give-up.
     TransWork *createWork(int transType, int farmId, bool retry, int backError, int socketPort);
@@ -75,6 +85,9 @@ protected:
 
     // Null while the farm is being asked for (never waits).
     const Farm *farm(int farmId);
+    // The description of the farm's object store, opaque to the client; empty while it is being asked for (never
+    // waits). Kept for RenewMs.
+    QJsonObject store(int farmId);
     bool checkRetry(const QString &key); // true: try again (and counted); false: given up
     bool takeGaveUp(const QString &key); // whether it was given up; forgets it
     int retries(const QString &key) const { return m_retryCount.value(key); }
@@ -97,6 +110,12 @@ private:
         QElapsedTimer answered; // of the last answer, good or not
         QList<Asker> tickets, hosts;
     };
+    struct StoreEntry {
+        QJsonObject description;
+        bool asking = false;
+        QElapsedTimer answered; // of the last answer, good or not
+    };
+    TransWork *createStoreWork(int farmId, int backError, int socketPort);
     void probeFarm(int farmId);
     void probeHost(int farmId);
     void farmAnswered(int farmId, const QString &url, const QString &token);
@@ -108,6 +127,7 @@ private:
     QMap<QString, int> m_retryCount;
     QSet<QString> m_gaveUp;
     QHash<int, FarmEntry> m_farms;
+    QHash<int, StoreEntry> m_stores;
     Debounce *m_debounce = nullptr;
     QMap<qlonglong, QList<BatchItem>> m_batch;
     int m_batchCount = 0;

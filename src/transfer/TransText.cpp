@@ -62,6 +62,18 @@ const Text translated[] = {
     {100102, QT_TRANSLATE_NOOP("TransSet", "Timedout")},
     {100103, QT_TRANSLATE_NOOP("TransSet", "ReadError")},
     {100104, QT_TRANSLATE_NOOP("TransSet", "WriteError")},
+    // What the object-store companion tells beside the codes above.
+    {120001, QT_TRANSLATE_NOOP("TransSet", "对象存储的上传请求有误")},
+    {120002, QT_TRANSLATE_NOOP("TransSet", "不支持的对象存储")},
+    {120003, QT_TRANSLATE_NOOP("TransSet", "对象存储拒绝访问")},
+    {120004, QT_TRANSLATE_NOOP("TransSet", "对象存储的存储桶不存在")},
+    {120005, QT_TRANSLATE_NOOP("TransSet", "本机时间与对象存储相差过大，请校准系统时间")},
+    {120006, QT_TRANSLATE_NOOP("TransSet", "对象存储的密钥已过期")},
+    {120007, QT_TRANSLATE_NOOP("TransSet", "对象存储繁忙")},
+    {120008, QT_TRANSLATE_NOOP("TransSet", "对象存储已丢弃未完成的上传")},
+    {120009, QT_TRANSLATE_NOOP("TransSet", "对象存储的应答异常")},
+    {120010, QT_TRANSLATE_NOOP("TransSet", "上传进度无法保存")},
+    {120011, QT_TRANSLATE_NOOP("TransSet", "对象存储中的文件大小不符")},
     // Business server, upload side.
     {1070001, QT_TRANSLATE_NOOP("TransSet", "秒传询问未知异常")},
     {1070002, QT_TRANSLATE_NOOP("TransSet", "继续上传")},

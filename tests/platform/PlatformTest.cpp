@@ -120,6 +120,19 @@ static void processIsFoundAndKilled()
         HOLDS(child.outputEnded());
         HOLDS(child.wait() != 0);
         HOLDS(!existProcess(name));
+        // By its file: one of the same name from another folder, or of another parent that lives, is left alone.
+        Child mine;
+        const fs::path other = room / "other" / (name + ".exe");
+        fs::create_directories(other.parent_path());
+        fs::copy_file(program, other);
+        HOLDS(mine.start(utf8(program), {"--wait"}));
+        SAME(mine.line(), std::string("ready"));
+        HOLDS(strays(utf8(other)).empty());
+        HOLDS(strays(ownProgram()).empty());
+        SAME(strays(utf8(program)).size(), std::size_t(1));
+        SAME(killStrays(utf8(program)), 1);
+        HOLDS(mine.outputEnded());
+        HOLDS(mine.wait() != 0);
     }
 }
 

@@ -40,6 +40,10 @@ struct Process {
 std::vector<Process> processes();
 bool existProcess(const std::string &name);
 int killByName(const std::string &name); // number of processes ended, never the caller itself
+// Those that run from exactly that program file, for this user, and whose parent has gone or is this process: never
+// another user's, nor those of another client that lives.
+std::vector<std::int64_t> strays(const std::string &programFile);
+int killStrays(const std::string &programFile); // number of processes ended
 // Ends a process and what it started. True when none of them is left after at most waitMs. Whole only for a child that
 // went through ownTree() or holdTree(); of others, what still names it as its parent, and on POSIX what stands in a
 // session or group that one of them leads or carries mark, an entry "name=value" of the environment.

@@ -169,6 +169,44 @@ int killByName(const std::string &name)
     return ended;
 }
 
+std::vector<std::int64_t> strays(const std::string &programFile)
+{
+    std::vector<std::int64_t> found;
+    char *real = realpath(programFile.c_str(), nullptr);
+    if (!real)
+        return found;
+    const std::string program(real);
+    free(real);
+    const std::vector<Process> all = processes();
+    // A process whose parent ended is handed to the first process, or to the one that manages the user's session.
+    const auto orphan = [&all](const Process &one) {
+        const auto parent = std::find_if(all.begin(), all.end(), [&](const Process &p) { return p.pid == one.parent; });
+        return one.parent <= 1 || parent == all.end() || parent->dead || parent->name == "systemd";
+    };
+    for (const Process &one : all) {
+        const std::string folder = "/proc/" + std::to_string(one.pid);
+        struct stat owner {
+        };
+        char target[4096];
+        const ssize_t length = readlink((folder + "/exe").c_str(), target, sizeof target);
+        if (one.pid <= 1 || one.pid == getpid() || one.dead || length <= 0 || stat(folder.c_str(), &owner) != 0 ||
+            owner.st_uid != geteuid())
+            continue;
+        const std::string file(target, std::size_t(length));
+        if ((file == program || file == program + " (deleted)") && (one.parent == getpid() || orphan(one)))
+            found.push_back(one.pid);
+    }
+    return found;
+}
+
+int killStrays(const std::string &programFile)
+{
+    int ended = 0;
+    for (std::int64_t pid : strays(programFile))
+        ended += kill(pid_t(pid), SIGKILL) == 0 ? 1 : 0;
+    return ended;
+}
+
 bool killTree(std::int64_t pid, int waitMs, const std::string &mark)
 {
     const std::int64_t self = getpid();

@@ -95,6 +95,42 @@ std::vector<Process> treeOf(std::int64_t pid)
     }
     return tree;
 }
+
+std::vector<BYTE> ownerOf(HANDLE process)
+{
+    HANDLE raw = nullptr;
+    if (!process || !OpenProcessToken(process, TOKEN_QUERY, &raw))
+        return {};
+    const Handle token(raw);
+    DWORD size = 0;
+    GetTokenInformation(token.get(), TokenUser, nullptr, 0, &size);
+    std::vector<BYTE> owner(size);
+    if (size == 0 || !GetTokenInformation(token.get(), TokenUser, owner.data(), size, &size))
+        owner.clear();
+    return owner;
+}
+
+bool sameOwner(const std::vector<BYTE> &one, const std::vector<BYTE> &other)
+{
+    return !one.empty() && !other.empty() &&
+           EqualSid(reinterpret_cast<const TOKEN_USER *>(one.data())->User.Sid,
+                    reinterpret_cast<const TOKEN_USER *>(other.data())->User.Sid);
+}
+
+std::wstring fileOf(HANDLE process)
+{
+    wchar_t name[32768];
+    DWORD length = 32768;
+    return process && QueryFullProcessImageNameW(process, 0, name, &length) ? std::wstring(name, length)
+                                                                            : std::wstring();
+}
+
+std::wstring fullPath(const std::wstring &path)
+{
+    wchar_t name[32768];
+    const DWORD length = GetFullPathNameW(path.c_str(), 32768, name, nullptr);
+    return length > 0 && length < 32768 ? std::wstring(name, length) : std::wstring();
+}
 } // namespace
 
 bool isWindows() { return true; }
@@ -153,6 +189,37 @@ bool holdTree(std::int64_t pid)
     std::lock_guard<std::mutex> lock(jobs().mutex);
     jobs().held[pid] = job;
     return true;
+}
+
+std::vector<std::int64_t> strays(const std::string &programFile)
+{
+    std::vector<std::int64_t> found;
+    const std::wstring program = fullPath(wide(programFile));
+    const std::vector<BYTE> self = ownerOf(GetCurrentProcess());
+    const std::vector<Process> all = processes();
+    for (const Process &one : all) {
+        if (one.pid == std::int64_t(GetCurrentProcessId()) || !sameText(bareName(one.name), bareName(programFile)))
+            continue;
+        const Handle process(OpenProcess(PROCESS_QUERY_LIMITED_INFORMATION, FALSE, DWORD(one.pid)));
+        if (program.empty() || _wcsicmp(fileOf(process.get()).c_str(), program.c_str()) != 0 ||
+            !sameOwner(ownerOf(process.get()), self))
+            continue;
+        // The number of a parent that has gone may belong to a younger process.
+        const bool lives =
+            std::any_of(all.begin(), all.end(), [&](const Process &parent) { return parent.pid == one.parent; }) &&
+            startOf(one.parent) <= startOf(process.get());
+        if (!lives || one.parent == std::int64_t(GetCurrentProcessId()))
+            found.push_back(one.pid);
+    }
+    return found;
+}
+
+int killStrays(const std::string &programFile)
+{
+    int ended = 0;
+    for (std::int64_t pid : strays(programFile))
+        ended += endProcess(pid, 2000) ? 1 : 0;
+    return ended;
 }
 
 bool killTree(std::int64_t pid, int waitMs, const std::string &)

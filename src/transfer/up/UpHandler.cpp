@@ -1,5 +1,6 @@
 #include "transfer/up/UpHandler.h"
 #include "common/facts/Command.h"
+#include "common/platform/Platform.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "db/DoneDAO.h"
@@ -7,8 +8,10 @@
 #include "db/UploadDAO.h"
 #include "io/Ask.h"
 #include "transfer/TransSet.h"
+#include "transfer/up/UpOss.h"
 #include "transfer/up/UpWork.h"
 #include <algorithm>
+#include <QCoreApplication>
 #include <QCryptographicHash>
 #include <QDebug>
 #include <QFile>
@@ -16,10 +19,9 @@
 
 namespace
 {
-constexpr int MaxDelayed = 500;  // rows of one order that stand aside; beyond it the order itself waits
-constexpr int NoStoreMs = 60000; // the companion of the object store isn't there
-constexpr int NoFarmMs = 250;    // the farm's address and token aren't there
-
+constexpr int MaxDelayed = 500; // rows of one order that stand aside; beyond it the order itself waits
+constexpr int NoStoreMs = 1000; // the companion of the object store isn't there
+constexpr int NoFarmMs = 250;   // the farm's address and token aren't there
 } // namespace
 
 UpHandler::UpHandler()
@@ -33,6 +35,10 @@ UpHandler::UpHandler()
     connect(ResolveDAO::instance(), &ResolveDAO::refreshAll, this, wake, Qt::QueuedConnection);
     startRenewal();
     UpWork::removeParts();
+    UpOss::removeOld();
+    m_oss.init(QCoreApplication::applicationDirPath() +
+                   (platform::isWindows() ? QStringLiteral("/oss.exe") : QStringLiteral("/oss")),
+               false, true, true);
     Seam<UpCalls>::attach(this, this);
 }
 
@@ -87,11 +93,8 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
 {
     if (aside(order.ordernum))
         return Walk::Next;
-    if (order.filetype == 2) {
-        putAside(order.ordernum, NoStoreMs);
-        delete createWork(1, 0, false, 0, 0); // tells why
+    if (!storeReady(order))
         return Walk::Next;
-    }
     if (order.state == SceneState::UploadWaiting && !takeUp(order))
         return Walk::Next; // paused since it was read, or the store is busy
     const QList<qlonglong> delayed = delayedOf(order.ordernum);
@@ -101,7 +104,7 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
     const QList<db_upfile> rows =
         UploadDAO::instance()->nextWaiting(order.ordernum, mine + delayed, want - chosen->size());
     for (const db_upfile &row : rows) {
-        if (farm(row.farmid))
+        if (order.filetype == 2 ? !store(row.farmid).isEmpty() : farm(row.farmid) != nullptr)
             chosen->append(row);
         else
             putAside(order.ordernum, NoFarmMs);
@@ -110,6 +113,23 @@ UpHandler::Walk UpHandler::walkOrder(const db_resolve &order, int want, QList<db
     if (!rows.isEmpty() || !mine.isEmpty() || !delayed.isEmpty())
         return Walk::Next;
     return judge(order);
+}
+
+// Whether the order's road stands: always, but for an object store without the companion.
+bool UpHandler::storeReady(const db_resolve &order)
+{
+    if (order.filetype != 2)
+        return true;
+    m_storeOrders.insert(order.ordernum);
+    if (m_oss.socketPort() != 0) {
+        m_toldNoOss = false;
+        return true;
+    }
+    putAside(order.ordernum, NoStoreMs);
+    if (!m_toldNoOss)
+        delete createWork(1, 0, false, 0, 0); // tells why
+    m_toldNoOss = true;
+    return false;
 }
 
 // False where the user has paused or deleted it since it was read: his word stands.
@@ -227,7 +247,8 @@ void UpHandler::start(const db_upfile &waiting)
     const QString key = keyOf(waiting);
     if (worker(key))
         return;
-    TransWork *work = createWork(2, waiting.farmid, takeGaveUp(key), waiting.error, 0);
+    const bool byStore = m_storeOrders.contains(waiting.ordernum);
+    TransWork *work = createWork(byStore ? 1 : 2, waiting.farmid, takeGaveUp(key), waiting.error, m_oss.socketPort());
     if (!work)
         return;
     db_upfile file = waiting;
@@ -250,13 +271,18 @@ void UpHandler::start(const db_upfile &waiting)
     m_running.insert(key, file);
     UploadDAO::instance()->tellState(file.pri, file.state, file.error);
     addWork(key, work);
-    UpWork *up = static_cast<UpWork *>(work);
+    UpSource *up = static_cast<UpSource *>(work);
     QMetaObject::invokeMethod(
         up, [up, file] { up->upReq(file); }, Qt::QueuedConnection);
     pushSpeed(file.missid, file.pri, 0, 0);
 }
 
 TransWork *UpHandler::makeWork(bool retry, int) { return new UpWork(share(), retry, UserInfo::upProxyPort()); }
+
+TransWork *UpHandler::makeStoreWork(const QJsonObject &description)
+{
+    return new UpOss(share(), description, m_oss.auth());
+}
 
 void UpHandler::workFinished(db_upfile file, int kind)
 {
@@ -365,6 +391,7 @@ void UpHandler::takeOrder(const QString &order)
     m_delayed.remove(order);
     m_ending.remove(order);
     m_aside.remove(order);
+    m_storeOrders.remove(order);
 }
 
 void UpHandler::delUp(QString order, int mid)

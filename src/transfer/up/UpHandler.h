@@ -6,11 +6,15 @@
 // What can't go on now (a farm without an address, a file in a server stage, one that failed) is passed by with a time
 // at which it is looked at again; it never stands before the rest.
 //
+// Orders of farms with an object store go there through a program of its own (oss beside the client), which lives as
+// long as the queue; while it's down they stand aside.
+//
 // A row: 10 waiting -> 11 shown while a worker holds it (never written, so a crash leaves it waiting) -> removed when
 // the server has the file; or 13 with its error -> 10 again, after three hard failures 30.
 // An order: UploadWaiting -> Uploading -> told to the server (10704) and removed; or UploadFailed when every row that
 // is left has failed; or back to Committed, to be asked anew, when its rows were lost with their file.
 #include "db/Calls.h"
+#include "io/ChildProcess.h"
 #include "transfer/TransHandler.h"
 #include <QElapsedTimer>
 
@@ -45,6 +49,7 @@ public slots:
 
 protected:
     TransWork *makeWork(bool retry, int backError) override;
+    TransWork *makeStoreWork(const QJsonObject &description) override;
     void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size) override;
     void speedsReported() override; // 10416
 
@@ -58,6 +63,7 @@ private:
     bool quiet();
     Walk walkOrder(const db_resolve &order, int want, QList<db_upfile> *chosen);
     bool takeUp(const db_resolve &order); // false: it isn't this queue's any more
+    bool storeReady(const db_resolve &order);
     bool aside(const QString &order);
     void putAside(const QString &order, int ms);
     bool lostRows(const db_resolve &order);
@@ -83,6 +89,9 @@ private:
     QElapsedTimer m_clock;
     QElapsedTimer m_lastLook, m_lastTotals;
     QSet<QString> m_changedTotals; // orders
+    ChildProcess m_oss;            // speaks to object stores
+    QSet<QString> m_storeOrders;   // whose files go there
+    bool m_toldNoOss = false;
     Timing m_timing;
     bool m_nothing = false; // the last look found no order
 };

@@ -1,11 +1,9 @@
 #include "transfer/up/UpWork.h"
 #include "common/UserInfo.h"
-#include "common/VFunc.h"
 #include "db/Calls.h"
 #include "db/UploadDAO.h"
 #include "io/WebAsk.h"
 #include "transfer/TransHandler.h"
-#include <QDateTime>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -13,18 +11,8 @@
 #include <QUrl>
 
 UpWork::UpWork(std::shared_ptr<TransShare> share, bool retry, int backPort)
-    : TransWork(std::move(share)), m_retry(retry), m_backPort(backPort)
+    : UpSource(std::move(share)), m_retry(retry), m_backPort(backPort)
 {
-}
-
-QString UpWork::relative(const QString &path)
-{
-    QString out = path;
-    out.remove(QLatin1Char(':'));
-    int start = 0;
-    while (start < out.size() && out.at(start) == QLatin1Char('/'))
-        ++start;
-    return out.mid(start);
 }
 
 QString UpWork::query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
@@ -58,59 +46,10 @@ void UpWork::upReq(db_upfile file)
 
 bool UpWork::initUp()
 {
-    makeTimers();
     m_zipPath = zipPathOf(m_up);
     if (!m_zipPath.isEmpty())
         m_partPath = QStringLiteral("%1.%2_%3.tmp").arg(m_zipPath).arg(m_serial).arg(quintptr(this), 0, 16);
-    m_sendPath = VFunc::followLinks(m_up.lpath);
-    m_up.isLink = m_sendPath != m_up.lpath;
-    const QString path = m_transType == 2 ? m_up.remotePath : QFileInfo(m_up.lpath).absoluteFilePath();
-    m_key = relative(path);
-    m_diskKey = relative(UserInfo::pathCase(path, false));
-    if (!measure())
-        return false;
-    setTotal(m_up.size);
-    if (QFileInfo(m_sendPath).absolutePath().size() > MaxFolder) {
-        failUp(TransSet::PathTooLong);
-        return false;
-    }
-    if (UserInfo::upHash() != 1)
-        return true;
-    m_eTag = TransSet::fileHash(m_sendPath, closed);
-    if (closed) {
-        finishUp(TransSet::Dropped);
-        return false;
-    }
-    if (m_eTag.isEmpty()) {
-        failUp(TransSet::NoHash);
-        return false;
-    }
-    m_up.hash = m_eTag;
-    emit updateFile(1, m_up);
-    return true;
-}
-
-// The row tells what was analysed; the server knows a file by size and time. Whatever differs now is another file.
-bool UpWork::measure()
-{
-    const QFileInfo info(m_sendPath);
-    if (!info.exists() || !info.isFile()) {
-        failUp(TransSet::NoFile);
-        return false;
-    }
-    const qint64 modified = info.lastModified().toMSecsSinceEpoch();
-    if (modified == m_up.modtime && info.size() == m_up.size)
-        return true;
-    const bool first = m_up.modtime == 0;
-    m_up.modtime = modified;
-    m_up.size = info.size();
-    m_up.hash.clear();
-    setTotal(m_up.size);
-    removeZip();
-    emit updateFile(3, m_up);
-    if (!first)
-        failUp(TransSet::Changed);
-    return first;
+    return UpSource::initUp();
 }
 
 void UpWork::asked(const FuncBody &rep)

@@ -8,23 +8,21 @@
 //                                             all there -> commit -> done, or the server's background stages -> later
 #include "io/NetWork.h"
 #include "transfer/TransFrame.h"
-#include "transfer/TransWork.h"
+#include "transfer/up/UpSource.h"
 #include <QElapsedTimer>
 
-class UpWork : public TransWork
+class UpWork : public UpSource
 {
     Q_OBJECT
 public:
     UpWork(std::shared_ptr<TransShare> share, bool retry, int backPort);
 
-    Q_INVOKABLE void upReq(db_upfile file);
+    void upReq(db_upfile file) override;
     void farmHostFound(QString host, int port) override;
     void finishUp(int kind) override;
 
     // The server still unpacks, hashes or moves the file: not a failure, the queue asks again later.
     static bool isStage(int code);
-    // The relative identity of a path: no ":", no leading "/".
-    static QString relative(const QString &path);
     static QString query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
                          const QString &md5);
     static QString zipPathOf(const db_upfile &file); // empty unless the file is compressed
@@ -32,12 +30,12 @@ public:
     static void removeParts();                       // half copies that a former run, or a power cut, left behind
 
     static constexpr int AnswerMs = 30000, ChunkMs = 60000, FailedAskMs = 1000, HostWaitMs = 10000;
-    static constexpr int MaxStalled = 3;  // chunks taken without the start point moving on
-    static constexpr int Block = 262144;  // read and handed to the socket at a time
-    static constexpr int MaxFolder = 200; // characters of the folder's path
+    static constexpr int MaxStalled = 3; // chunks taken without the start point moving on
+    static constexpr int Block = 262144; // read and handed to the socket at a time
 
 protected:
     bool initUp() override;
+    void sourceChanged() override { removeZip(); }
 
 private slots:
     void connected(); // the ask frame: before each chunk
@@ -50,7 +48,6 @@ private:
     void asked(const FuncBody &rep);
     void locate(const QJsonObject &data);
     void connectSocket(const QString &host, int port);
-    bool measure(); // false: the file is gone, changed or unreadable, and the worker has been failed
     bool compress();
     bool makeZip();
     bool sendFrame(const QByteArray &frame);
@@ -62,7 +59,7 @@ private:
     void startUp(); // one chunk
     void removeZip();
 
-    QString m_sendPath, m_key, m_diskKey, m_zipPath;
+    QString m_zipPath;
     QString m_partPath;     // of the copy while it is made: this worker's own
     qint64 m_furthest = -1; // start point that the server told so far
     int m_stalled = 0;

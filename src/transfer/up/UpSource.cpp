@@ -1,0 +1,69 @@
+#include "transfer/up/UpSource.h"
+#include "common/UserInfo.h"
+#include "common/VFunc.h"
+#include <QDateTime>
+#include <QFileInfo>
+
+QString UpSource::relative(const QString &path)
+{
+    QString out = path;
+    out.remove(QLatin1Char(':'));
+    int start = 0;
+    while (start < out.size() && out.at(start) == QLatin1Char('/'))
+        ++start;
+    return out.mid(start);
+}
+
+bool UpSource::initUp()
+{
+    makeTimers();
+    m_sendPath = VFunc::followLinks(m_up.lpath);
+    m_up.isLink = m_sendPath != m_up.lpath;
+    const QString path = m_transType == 2 ? m_up.remotePath : QFileInfo(m_up.lpath).absoluteFilePath();
+    m_key = relative(path);
+    m_diskKey = relative(UserInfo::pathCase(path, false));
+    if (!measure())
+        return false;
+    setTotal(m_up.size);
+    if (QFileInfo(m_sendPath).absolutePath().size() > MaxFolder) {
+        failUp(TransSet::PathTooLong);
+        return false;
+    }
+    if (UserInfo::upHash() != 1)
+        return true;
+    m_eTag = TransSet::fileHash(m_sendPath, closed);
+    if (closed) {
+        finishUp(TransSet::Dropped);
+        return false;
+    }
+    if (m_eTag.isEmpty()) {
+        failUp(TransSet::NoHash);
+        return false;
+    }
+    m_up.hash = m_eTag;
+    emit updateFile(1, m_up);
+    return true;
+}
+
+// The row tells what was analysed; the server knows a file by size and time. Whatever differs now is another file.
+bool UpSource::measure()
+{
+    const QFileInfo info(m_sendPath);
+    if (!info.exists() || !info.isFile()) {
+        failUp(TransSet::NoFile);
+        return false;
+    }
+    const qint64 modified = info.lastModified().toMSecsSinceEpoch();
+    if (modified == m_up.modtime && info.size() == m_up.size)
+        return true;
+    const bool first = m_up.modtime == 0;
+    m_up.modtime = modified;
+    m_up.size = info.size();
+    m_up.hash.clear();
+    setTotal(m_up.size);
+    sourceChanged();
+    emit updateFile(3, m_up);
+    if (!first)
+        failUp(TransSet::Changed);
+    return first;
+}
