@@ -58,6 +58,10 @@ void Listener::connected()
         m_links.insert(socket, Link{socket, {}, false});
         connect(socket, &QTcpSocket::readyRead, this, [this, socket] { read(socket); });
         connect(socket, &QTcpSocket::disconnected, this, [this, socket] { gone(socket); });
+        QTimer::singleShot(StrangerMs, socket, [this, socket] {
+            if (!m_links.value(socket).known)
+                socket->abort();
+        });
     }
 }
 
@@ -89,6 +93,7 @@ void Listener::take(QTcpSocket *socket, const QByteArray &text)
         link.known = !m_secret.isEmpty() && equal(text.left(start.size()), start);
         if (!link.known) {
             qWarning("Listener::take: a message without the secret");
+            socket->abort();
             return;
         }
     }
@@ -97,14 +102,22 @@ void Listener::take(QTcpSocket *socket, const QByteArray &text)
     if (func == QLatin1String("upload")) {
         upload(socket, message);
     } else if (func == QLatin1String("pauseUpload")) {
-        const auto it = m_jobs.find(rule);
-        if (it != m_jobs.end()) {
-            it->second.next = {};
-            it->second.job->stop();
-        }
+        pause(socket, rule);
     } else {
         qWarning().noquote() << "Listener::take: unknown func" << func;
     }
+}
+
+// Only what that connection asked for: a new one may have asked for the same file before the old one's word came.
+void Listener::pause(QTcpSocket *socket, const QString &rule)
+{
+    const auto it = m_jobs.find(rule);
+    if (it == m_jobs.end())
+        return;
+    if (it->second.nextSocket == socket)
+        it->second.next = {};
+    if (it->second.socket == socket)
+        it->second.job->stop();
 }
 
 void Listener::upload(QTcpSocket *socket, const QJsonObject &message)

@@ -1,7 +1,7 @@
 #pragma once
 // The loopback port on which the client asks. A connection is heard once its first object begins with the secret that
-// the client gave in the environment; before that, and with another one, nothing is answered. Jobs belong to the
-// connection that asked: they stop, keeping their check points, when it goes. Main thread; each job has its own.
+// the client gave in the environment; with another one, or none within 5 s, it is closed without an answer. Jobs belong
+// to the connection that asked: they stop, keeping their check points, when it goes. Main thread; each job has its own.
 //
 // In: JSON objects without framing ("upload", "pauseUpload"). Out: 8 decimal digits (the length in bytes), then that
 // many bytes of JSON, all ASCII: {"func": "uploading", "rule", "upped"} at least once a second,
@@ -31,6 +31,7 @@ public:
 private:
     static constexpr int TellMs = 500;
     static constexpr int MostConnections = 256;
+    static constexpr int StrangerMs = 5000; // a connection that hasn't shown the secret by then is closed
     struct Link {
         QTcpSocket *socket = nullptr;
         JsonStream stream;
@@ -48,6 +49,7 @@ private:
     void read(QTcpSocket *socket);
     void take(QTcpSocket *socket, const QByteArray &text);
     void upload(QTcpSocket *socket, const QJsonObject &message);
+    void pause(QTcpSocket *socket, const QString &rule);
     void ended(const QString &rule, int code);
     void gone(QTcpSocket *socket);
     void tellAll();

@@ -85,8 +85,8 @@ int codeOf(CURLcode result)
     switch (result) {
     case CURLE_OK:
         return OssError::Done;
-    case CURLE_ABORTED_BY_CALLBACK:
-        return OssError::Stopped;
+    case CURLE_ABORTED_BY_CALLBACK: // not stopped: the source gave no more bytes
+        return OssError::FileChanged;
     case CURLE_COULDNT_RESOLVE_HOST:
         return OssError::HostUnknown;
     case CURLE_COULDNT_CONNECT:
@@ -245,6 +245,9 @@ int S3Client::judge(const Answer &answer)
         {QStringLiteral("InternalError"), OssError::StoreBusy},
         {QStringLiteral("RequestTimeout"), OssError::StoreBusy},
         {QStringLiteral("BadDigest"), OssError::FileChanged},
+        {QStringLiteral("NotImplemented"), OssError::UnexpectedAnswer},
+        {QStringLiteral("AccessDenied"), OssError::AccessDenied},
+        {QStringLiteral("InvalidToken"), OssError::KeysExpired},
     };
     if (words.contains(word))
         return words.value(word);
@@ -285,10 +288,16 @@ S3Client::Items S3Client::metaHeads(const Meta &meta)
 int S3Client::head(const QString &key, Head *to)
 {
     Answer answer;
-    const int code = ask("HEAD", key, {}, {}, {}, {}, &answer);
+    int code = ask("HEAD", key, {}, {}, {}, {}, &answer);
     *to = Head();
     if (answer.status == 404)
         return OssError::Done;
+    if (answer.status == 400 || answer.status == 401 || answer.status == 403) {
+        // This answer has no text: the reason is told to a question that has one.
+        Answer reason;
+        const int told = ask("GET", key, {}, {}, {{"Range", "bytes=0-0"}}, {}, &reason);
+        code = told == OssError::Done || reason.status == 404 ? code : told;
+    }
     if (code != OssError::Done)
         return code;
     to->there = true;

@@ -33,7 +33,8 @@ public:
     };
     using Moved = std::function<void(qint64 bytes)>; // sent so far of this body, on the calling thread
 
-    // Each answers an OssError::Code, Done on success.
+    // Each answers an OssError::Code, Done on success. AccessDenied of head() may only mean that these keys may write
+    // and not look.
     int head(const QString &key, Head *answer);
     int put(const QString &key, QFile *body, qint64 size, const Meta &meta, const Moved &moved);
     int begin(const QString &key, const Meta &meta, QString *uploadId);

@@ -1,5 +1,6 @@
 #include "StoreDescription.h"
 #include "OssErrors.h"
+#include <algorithm>
 #include <QUrl>
 
 int StoreDescription::read(const QJsonObject &message, StoreDescription *to)
@@ -28,8 +29,14 @@ int StoreDescription::read(const QJsonObject &message, StoreDescription *to)
     to->secretKey = text("secretKey").toUtf8();
     to->sessionToken = text("sessionToken").toUtf8();
     to->secure = message.value(QLatin1String("secure")).toBool(!plain);
+    // They go into the heads of requests and into texts that ":" divides.
+    const auto clean = [](const QByteArray &value) {
+        return std::all_of(value.begin(), value.end(), [](char c) { return c > 0x20 && c < 0x7f; });
+    };
     const bool usable = !to->bucket.isEmpty() && !to->bucket.contains(QLatin1Char('/')) && !to->accessKey.isEmpty() &&
-                        !to->secretKey.isEmpty() && !to->region.contains(QLatin1Char(':'));
+                        !to->secretKey.isEmpty() && clean(to->accessKey) && clean(to->secretKey) &&
+                        clean(to->sessionToken) && clean(to->region.toUtf8()) && !to->accessKey.contains(':') &&
+                        !to->region.contains(QLatin1Char(':'));
     return usable ? OssError::Done : OssError::BadMessage;
 }
 

@@ -1,5 +1,6 @@
 #include "UploadJob.h"
 #include "OssErrors.h"
+#include <chrono>
 #include <QDateTime>
 #include <QFile>
 #include <QFileInfo>
@@ -9,6 +10,9 @@
 
 namespace
 {
+constexpr int Looks = 5, LookAgainMs = 300;
+constexpr int MetaCeiling = 1500; // stores take 2 KiB of metadata, names and all
+
 // Open without waiting for another end, and nothing but a regular file.
 int openSource(const QString &path, QFile *file)
 {
@@ -32,8 +36,9 @@ UploadJob::UploadJob(const QJsonObject &message)
     m_key = text("key");
     m_eTag = text("ETag");
     m_cover = message.value(QLatin1String("cover")).toInt() == 1;
-    m_doubt = message.value(QLatin1String("backerror")).toInt() == 203;
-    m_wantedPart = qint64(message.value(QLatin1String("partSize")).toDouble());
+    m_doubt = message.value(QLatin1String("backerror")).toInt() == 203 ||
+              message.value(QLatin1String("resumable")).toInt() == 1;
+    m_wantedPart = qint64(qBound(0.0, message.value(QLatin1String("partSize")).toDouble(), double(MostPart)));
     m_threads = qBound(1, message.value(QLatin1String("threadNum")).toInt(2), 8);
     m_error = StoreDescription::read(message, &m_store);
     if (m_error == OssError::Done && (m_file.isEmpty() || m_rule.isEmpty() || m_key.isEmpty()))
@@ -75,7 +80,7 @@ S3Client::Meta UploadJob::meta() const
     if (!m_eTag.isEmpty())
         all.insert("hash", QUrl::toPercentEncoding(m_eTag));
     if (!m_link.isEmpty())
-        all.insert("link-name", QUrl::toPercentEncoding(m_link));
+        all.insert("link-name", QUrl::toPercentEncoding(m_link).left(MetaCeiling));
     return all;
 }
 
@@ -112,7 +117,8 @@ int UploadJob::run()
     S3Client store(m_store, &m_stop);
     S3Client::Head there;
     int code = store.head(m_key, &there);
-    if (code != OssError::Done)
+    const bool blind = code == OssError::AccessDenied; // keys that may only write
+    if (code != OssError::Done && !blind)
         return fail(code, store.lastError());
     // The object carries what a file is known by: its time, and its hash where one is known. A size alone tells
     // nothing.
@@ -124,13 +130,31 @@ int UploadJob::run()
     code = m_check.size <= m_check.partSize ? sendWhole(&store) : sendParts(&store);
     if (code != OssError::Done)
         return code;
-    code = store.head(m_key, &there);
+    if (!blind)
+        code = confirm(&store);
+    if (code == OssError::Done || code == OssError::ObjectDiffers)
+        CheckPoint::remove(m_checkPath);
     if (code != OssError::Done)
-        return fail(code, store.lastError());
-    CheckPoint::remove(m_checkPath);
-    if (!there.there || there.size != m_check.size)
-        return fail(OssError::ObjectDiffers, QStringLiteral("%1 for %2 bytes").arg(there.size).arg(m_check.size));
+        return code;
     return changed() ? fail(OssError::FileChanged, m_file) : int(OssError::Done);
+}
+
+// The object is there, whole. A store may show it a moment after it has taken it.
+int UploadJob::confirm(S3Client *store)
+{
+    S3Client::Head there;
+    for (int look = 1;; ++look) {
+        const int code = store->head(m_key, &there);
+        if (code != OssError::Done)
+            return fail(code, store->lastError());
+        if (there.there && there.size == m_check.size)
+            return code;
+        if (look == Looks)
+            return fail(OssError::ObjectDiffers, QStringLiteral("%1 for %2 bytes").arg(there.size).arg(m_check.size));
+        std::this_thread::sleep_for(std::chrono::milliseconds(LookAgainMs));
+        if (m_stop)
+            return OssError::Stopped;
+    }
 }
 
 int UploadJob::sendWhole(S3Client *store)
@@ -154,7 +178,8 @@ int UploadJob::resume(S3Client *store)
     if (known.begun() && m_doubt) {
         QMap<int, QByteArray> there;
         code = store->parts(m_key, known.uploadId, &there);
-        if (code == OssError::UploadForgotten) {
+        // Forgotten, or a store that doesn't list parts: what can't be checked isn't built upon.
+        if (code == OssError::UploadForgotten || code == OssError::UnexpectedAnswer) {
             known.uploadId.clear();
             code = OssError::Done;
         } else if (code == OssError::Done) {

@@ -13,7 +13,8 @@ class UploadJob
 {
 public:
     static constexpr qint64 LeastPart = 5 * 1024 * 1024; // no store takes less, but for the last one
-    static constexpr int MostParts = 10000;              // no store takes more
+    static constexpr qint64 MostPart = 5LL * 1024 * 1024 * 1024;
+    static constexpr int MostParts = 10000; // no store takes more
 
     // The "upload" message. error() is OssError::Done when it can be run.
     explicit UploadJob(const QJsonObject &message);
@@ -27,6 +28,7 @@ public:
     static qint64 partSize(qint64 wanted, qint64 fileSize);
 
 private:
+    int confirm(S3Client *store);
     int sendWhole(S3Client *store);
     int sendParts(S3Client *store);
     int resume(S3Client *store); // begins where the check point doesn't hold; Done when parts can be sent
@@ -40,7 +42,8 @@ private:
 
     int m_error = 0;
     QString m_file, m_link, m_rule, m_checkPath, m_key, m_eTag;
-    bool m_cover = false, m_doubt = false; // doubt: the last try lost contact, the check point is checked first
+    bool m_cover = false, m_doubt = false; // doubt: the last try lost contact, or "resumable": the check point is
+                                           // checked against the store first
     qint64 m_wantedPart = 0;
     int m_threads = 2;
     StoreDescription m_store;
