@@ -40,7 +40,8 @@ struct FarmOptions {
         renderCommands;  // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
     QString objectStore; // address of the bucket that orders are uploaded to; empty: the file server takes them
     QString version = QStringLiteral("5.2.6.0"); // what /getUpdateVersion.htm answers
-    QStringList faults;                          // NAME=VALUE, set before the first connection
+    QString feedDir;    // update packages and their lists, served below /packages/ and /feed/; empty: none
+    QStringList faults; // NAME=VALUE, set before the first connection
 };
 
 struct FarmPorts {

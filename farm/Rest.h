@@ -66,6 +66,8 @@ private:
     HttpAnswer sourceFiles(const HttpRequest &request);
     HttpAnswer logs(const HttpRequest &request);
     HttpAnswer control(const HttpRequest &request);
+    HttpAnswer feedFile(const HttpRequest &request);
+    QString newestVersion() const;
     bool fromAPage(const HttpRequest &request) const;
     HttpAnswer page(const HttpRequest &request);
     // An answer that refuses the request, or status 200: the client's own headers are there and good.

@@ -21,8 +21,10 @@ HttpAnswer Rest::answer(const HttpRequest &request)
         return jsonAnswer({{"code", 405}, {"result", 0}}, 405);
     if (path == QLatin1String("/getUpdateVersion.htm")) {
         const QString told = m_core.faults.take(QStringLiteral("update-version"));
-        return {200, "text/plain; charset=utf-8", (told.isNull() ? m_core.options.version : told).toUtf8(), {}};
+        return {200, "text/plain; charset=utf-8", (told.isNull() ? newestVersion() : told).toUtf8(), {}};
     }
+    if (get && (path.startsWith(QLatin1String("/packages/")) || path.startsWith(QLatin1String("/feed/"))))
+        return feedFile(request);
     if (path == QLatin1String("/xclient/loginPage"))
         return loginPage(request);
     if (path == QLatin1String("/xclient/login") && post)
@@ -40,6 +42,36 @@ HttpAnswer Rest::answer(const HttpRequest &request)
     if (path == QLatin1String("/") || path.startsWith(QLatin1String("/page/")))
         return page(request);
     return jsonAnswer({{"code", 404}, {"result", 0}, {"msg", QStringLiteral("没有此接口")}}, 404);
+}
+
+// The folder of update packages tells it too, once it has one.
+QString Rest::newestVersion() const
+{
+    QFile told(m_core.options.feedDir + QStringLiteral("/version.txt"));
+    if (m_core.options.feedDir.isEmpty() || !told.open(QIODevice::ReadOnly))
+        return m_core.options.version;
+    return QString::fromUtf8(told.read(100)).trimmed();
+}
+
+// A file of that folder, from a byte on where one is asked for.
+HttpAnswer Rest::feedFile(const HttpRequest &request)
+{
+    QFile file(m_core.options.feedDir + request.path);
+    if (m_core.options.feedDir.isEmpty() || request.path.contains(QLatin1String("..")) ||
+        !file.open(QIODevice::ReadOnly))
+        return jsonAnswer({{"code", 404}, {"result", 0}}, 404);
+    const QByteArray range = request.headers.value("range");
+    const bool part = range.startsWith("bytes=") && range.endsWith('-');
+    const qint64 from = part ? range.mid(6, range.size() - 7).toLongLong() : 0, size = file.size();
+    if (from < 0 || (part && from >= size))
+        return {416, "text/plain", {}, "Content-Range: bytes */" + QByteArray::number(size) + "\r\n"};
+    m_core.event(QStringLiteral("feed %1 from %2").arg(request.path).arg(from));
+    file.seek(from);
+    HttpAnswer whole{part ? 206 : 200, "application/octet-stream", file.readAll(), {}};
+    if (part)
+        whole.extra = "Content-Range: bytes " + QByteArray::number(from) + '-' + QByteArray::number(size - 1) + '/' +
+                      QByteArray::number(size) + "\r\n";
+    return whole;
 }
 
 HttpAnswer Rest::loginPage(const HttpRequest &request)

@@ -86,6 +86,10 @@ int main(int argc, char **argv)
                        "its keys come from AWS_ACCESS_KEY_ID and AWS_SECRET_ACCESS_KEY in the environment."),
         "URL");
     option("client-version", QStringLiteral("What the update check answers [5.2.6.0]."), "VERSION");
+    option("feed",
+           QStringLiteral("Folder of update packages (packages/, feed/, and version.txt for the update check), as "
+                          "tools/release.sh makes it."),
+           "FOLDER");
     option("fault", QStringLiteral("A fault to commit, see below. May be repeated."), "NAME=VALUE");
     option("print-ports",
            QStringLiteral("Print one line {\"business\":N,\"http\":N,\"file\":N} on standard output when ready."));
@@ -111,6 +115,7 @@ int main(int argc, char **argv)
     text("password", &options.password);
     text("client-version", &options.version);
     text("object-store", &options.objectStore);
+    text("feed", &options.feedDir);
     if (!number(parser, QStringLiteral("business-port"), &options.businessPort) ||
         !number(parser, QStringLiteral("http-port"), &options.httpPort) ||
         !number(parser, QStringLiteral("file-port"), &options.filePort) ||

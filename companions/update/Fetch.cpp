@@ -4,6 +4,7 @@
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
 #include <QTimer>
+#include <utility>
 
 bool Fetch::file(const QUrl &from, const QString &to)
 {
@@ -40,6 +41,7 @@ Fetch::Result Fetch::once(const QUrl &from, const QString &part)
     if (!m_host.isEmpty() && m_port > 0) {
         address.setHost(m_host);
         address.setPort(m_port);
+        request.setPeerVerifyName(from.host()); // behind the forward stands the server itself
         request.setRawHeader("Host", from.authority(QUrl::FullyEncoded | QUrl::RemoveUserInfo).toLatin1());
     }
     request.setUrl(address);
@@ -52,29 +54,37 @@ Fetch::Result Fetch::once(const QUrl &from, const QString &part)
     QTimer silent;
     silent.setSingleShot(true);
     Result result = Again;
+    bool begun = false;
     const auto take = [&] {
         silent.start(SilentMs);
         const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-        if (status == 200 && to.size() == had && had > 0 && !to.resize(0)) // the server begins anew
-            reply->abort();
-        const QByteArray piece = reply->readAll();
         if (status != 200 && status != 206)
             return;
-        if (to.size() + piece.size() > MostBytes || to.write(piece) != piece.size()) {
+        if (!std::exchange(begun, true) && status == 200) // the server begins anew
+            to.resize(0);
+        const QByteArray piece = reply->readAll();
+        if (to.size() + piece.size() > m_most || to.write(piece) != piece.size() || !to.flush()) {
             m_why = part + QStringLiteral(": no room, or more than a package has");
             result = Never;
             reply->abort();
+        } else if (m_told && !piece.isEmpty()) {
+            const qint64 length = reply->header(QNetworkRequest::ContentLengthHeader).toLongLong();
+            m_told(to.size(), status == 206 ? had + length : length);
         }
     };
     QObject::connect(reply, &QNetworkReply::readyRead, &loop, take);
     QObject::connect(reply, &QNetworkReply::finished, &loop, &QEventLoop::quit);
     QObject::connect(&silent, &QTimer::timeout, reply, &QNetworkReply::abort);
+    QTimer::singleShot(WholeMs, reply, &QNetworkReply::abort);
     silent.start(SilentMs);
     loop.exec();
-    take();
+    if (result != Never)
+        take();
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    if (result == Never || !to.flush())
+    if (result == Never) { // it would only take up room that is lacking
+        to.remove();
         return Never;
+    }
     if (reply->error() == QNetworkReply::NoError && (status == 200 || status == 206))
         return Done;
     m_why = from.toString(QUrl::RemoveUserInfo) + QStringLiteral(": ") + reply->errorString();
@@ -82,5 +92,8 @@ Fetch::Result Fetch::once(const QUrl &from, const QString &part)
         to.resize(0);
         return Again;
     }
-    return status >= 400 && status < 500 ? Never : Again;
+    if (status < 400 || status >= 500)
+        return Again;
+    to.remove(); // it isn't there any more
+    return Never;
 }

@@ -79,9 +79,14 @@ bool FileInstall::recover()
 bool FileInstall::install(Package *package)
 {
     QStringList paths; // the package's own words about itself stay out
-    for (const ManifestFile &file : package->manifest().files)
-        if (QFileInfo(file.path).fileName().compare(readme, Qt::CaseInsensitive) != 0)
+    for (const ManifestFile &file : package->manifest().files) {
+        const QString place = m_folder + QLatin1Char('/') + file.path;
+        for (QString one = QFileInfo(place).path(); one.size() > m_folder.size(); one = QFileInfo(one).path())
+            if (QFileInfo(one).isSymLink())
+                return fail(one + QStringLiteral(" is a link, nothing is written behind it"));
+        if (QFileInfo(file.path).fileName().compare(readme, Qt::CaseInsensitive) != 0 && !(file.keep && exists(place)))
             paths << file.path;
+    }
     if (paths.isEmpty())
         return fail(QStringLiteral("the package brings no files"));
     if (!recover() || !save(staging, paths) || !clear(paths, fresh))

@@ -1,6 +1,5 @@
 #include "package/Manifest.h"
 #include <QJsonDocument>
-#include <QJsonObject>
 #include <QRegularExpression>
 #include <sodium.h>
 
@@ -78,19 +77,34 @@ int Manifest::compareVersions(const QString &one, const QString &other)
     return 0;
 }
 
+bool Manifest::readSigned(const QByteArray &text, const QByteArray &signature, const QByteArray &builtIn,
+                          QJsonObject *to, QDateTime *expires, QString *why)
+{
+    const QJsonObject all = QJsonDocument::fromJson(text).object();
+    const QJsonObject sign = QJsonDocument::fromJson(signature).object();
+    const QByteArray key = word(sign, "key").toLatin1().toLower();
+    if (!trusted(builtIn, all.value(QLatin1String("keys")).toArray()).contains(key))
+        return say(why, QStringLiteral("isn't signed by a known key"));
+    if (!verifies(text, QByteArray::fromBase64(word(sign, "signature").toLatin1()), key))
+        return say(why, QStringLiteral("the signature is wrong"));
+    if (all.value(QLatin1String("format")).toInt() != 1)
+        return say(why, QStringLiteral("has a format that this program doesn't know"));
+    if (all.contains(QLatin1String("expires"))) {
+        *expires = QDateTime::fromString(word(all, "expires"), Qt::ISODate);
+        if (!expires->isValid())
+            return say(why, QStringLiteral("the time limit can't be read"));
+    }
+    *to = all;
+    return true;
+}
+
 bool Manifest::read(const QByteArray &text_, const QByteArray &signature_, const QByteArray &builtIn, Manifest *to,
                     QString *why)
 {
-    const QJsonObject all = QJsonDocument::fromJson(text_).object();
-    const QJsonObject sign = QJsonDocument::fromJson(signature_).object();
-    const QByteArray key = word(sign, "key").toLatin1().toLower();
-    if (!trusted(builtIn, all.value(QLatin1String("keys")).toArray()).contains(key))
-        return say(why, QStringLiteral("the package isn't signed by a known key"));
-    if (!verifies(text_, QByteArray::fromBase64(word(sign, "signature").toLatin1()), key))
-        return say(why, QStringLiteral("the package's signature is wrong"));
-    if (all.value(QLatin1String("format")).toInt() != 1)
-        return say(why, QStringLiteral("the package has a format that this program doesn't know"));
     Manifest found;
+    QJsonObject all;
+    if (!readSigned(text_, signature_, builtIn, &all, &found.expires, why))
+        return false;
     found.program = word(all, "program");
     found.platform = word(all, "platform");
     found.version = word(all, "version");
@@ -98,11 +112,6 @@ bool Manifest::read(const QByteArray &text_, const QByteArray &signature_, const
     found.actions = all.value(QLatin1String("actions")).toArray();
     found.text = text_;
     found.signature = signature_;
-    if (all.contains(QLatin1String("expires"))) {
-        found.expires = QDateTime::fromString(word(all, "expires"), Qt::ISODate);
-        if (!found.expires.isValid())
-            return say(why, QStringLiteral("the package's time limit can't be read"));
-    }
     const QJsonArray list = all.value(QLatin1String("files")).toArray();
     if (list.isEmpty() || list.size() > MostFiles)
         return say(why, QStringLiteral("the package has no files, or too many"));

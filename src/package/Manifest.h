@@ -10,6 +10,7 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QJsonArray>
+#include <QJsonObject>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -33,6 +34,10 @@ struct Manifest {
     // Reads and checks signature and shape. why: a sentence when false, and nothing of the manifest is to be used.
     static bool read(const QByteArray &text, const QByteArray &signature, const QByteArray &builtIn, Manifest *to,
                      QString *why);
+    // The signed text's own words: signed by a known key, of a format and a time limit that can be read. Manifests and
+    // feeds alike.
+    static bool readSigned(const QByteArray &text, const QByteArray &signature, const QByteArray &builtIn,
+                           QJsonObject *to, QDateTime *expires, QString *why);
     // Whether it may be installed where `installed` stands (empty: nothing yet) at this time.
     bool fits(const QString &forProgram, const QString &onPlatform, const QString &installed, const QDateTime &now,
               QString *why) const;

@@ -6,6 +6,9 @@
 #include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
+#ifdef Q_OS_WIN
+#include <windows.h>
+#endif
 #ifdef Q_OS_LINUX
 #include <fcntl.h>
 #include <stdio.h>
@@ -85,8 +88,8 @@ bool Steps::write(const QString &path, bool executable, const std::function<QByt
             return drop(reason);
         if (piece.isEmpty())
             break;
-        if (to.write(piece) != piece.size())
-            return drop(to.errorString());
+        if (to.write(piece) != piece.size() || !to.flush())
+            return drop(QStringLiteral("can't be written whole, the disk may be full (%1)").arg(to.errorString()));
     }
     QFile::Permissions rights = QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup | QFile::ReadOther;
     if (executable)
@@ -106,14 +109,16 @@ bool Steps::writeWhole(const QString &path, const QByteArray &content)
     if (!write(next, false, [&](bool *) { return std::exchange(given, true) ? QByteArray() : content; }))
         return false;
     at("writeWhole", path);
-    // QFile::rename doesn't replace; the platform's own does.
+    // QFile::rename doesn't replace; the system's own does.
 #ifdef Q_OS_WIN
-    QFile::remove(path);
-    if (!QFile::rename(next, path))
+    const QString from = QDir::toNativeSeparators(next), to = QDir::toNativeSeparators(path);
+    if (!MoveFileExW(reinterpret_cast<const wchar_t *>(from.utf16()), reinterpret_cast<const wchar_t *>(to.utf16()),
+                     MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH))
+        return failed(path, QStringLiteral("can't be replaced, error %1").arg(GetLastError()));
 #else
     if (::rename(QFile::encodeName(next).constData(), QFile::encodeName(path).constData()) != 0)
-#endif
         return failed(path, QString::fromLocal8Bit(std::strerror(errno)));
+#endif
     return syncParent(path);
 }
 

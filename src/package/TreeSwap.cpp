@@ -1,4 +1,5 @@
 #include "package/TreeSwap.h"
+#include "common/platform/Platform.h"
 #include "package/Steps.h"
 #include <QDir>
 #include <QDirIterator>
@@ -10,7 +11,7 @@
 
 namespace
 {
-const char *const words[] = {"nothing", "making", "ready", "trial"};
+const char *const words[] = {"nothing", "making", "ready", "trial", "clearing"};
 constexpr qint64 MostCarried = qint64(1) << 30; // bytes of files that a program's tree may hold beside its own
 constexpr int MostCarriedFiles = 5000;
 
@@ -48,7 +49,7 @@ bool TreeSwap::load()
     const QJsonObject all = objectIn(m_file);
     const QString word = all.value(QLatin1String("state")).toString();
     m_state = Nothing;
-    for (int i = Nothing; i <= Trial; ++i)
+    for (int i = Nothing; i <= Clearing; ++i)
         if (word == QLatin1String(words[i]))
             m_state = State(i);
     m_version = all.value(QLatin1String("version")).toString();
@@ -59,12 +60,14 @@ bool TreeSwap::load()
 
 bool TreeSwap::save(State state)
 {
-    m_state = state;
     const QJsonObject all{{QStringLiteral("state"), QLatin1String(words[state])},
                           {QStringLiteral("version"), m_version},
                           {QStringLiteral("refused"), m_refused},
                           {QStringLiteral("starts"), m_starts}};
-    return Steps::writeWhole(m_file, QJsonDocument(all).toJson(QJsonDocument::Compact)) || fail(Steps::why());
+    if (!Steps::writeWhole(m_file, QJsonDocument(all).toJson(QJsonDocument::Compact)))
+        return fail(Steps::why());
+    m_state = state;
+    return true;
 }
 
 QString TreeSwap::versionIn(const QString &tree) const
@@ -98,38 +101,42 @@ bool TreeSwap::recover()
             return back();
         return !exists(m_new) || Steps::removeTree(m_new) || fail(Steps::why());
     case Making:
+    case Clearing:
+        return clear();
     case Nothing:
-        if (m_state == Making || QFileInfo::exists(m_file)) {
-            if (!Steps::removeTree(m_new) || !Steps::removeTree(m_old))
-                return fail(Steps::why());
-        }
-        return m_state == Nothing || save(Nothing);
+        break;
     }
     return true;
 }
 
+bool TreeSwap::clear()
+{
+    return (Steps::removeTree(m_old) && Steps::removeTree(m_new)) ? save(Nothing) : fail(Steps::why());
+}
+
 bool TreeSwap::carryOver(const Manifest &next)
 {
+    const auto seen = [](const QString &path) { return platform::isWindows() ? path.toCaseFolded() : path; };
     QSet<QString> replaced; // what the new package brings or the old one brought
     for (const ManifestFile &file : next.files)
         if (!file.keep || !exists(m_tree + QLatin1Char('/') + file.path))
-            replaced.insert(file.path);
+            replaced.insert(seen(file.path));
     const QJsonArray before =
         objectIn(m_tree + QLatin1Char('/') + ownManifest()).value(QLatin1String("files")).toArray();
     for (const QJsonValue &value : before) {
         const QJsonObject file = value.toObject();
         if (!file.value(QLatin1String("keep")).toBool())
-            replaced.insert(file.value(QLatin1String("path")).toString());
+            replaced.insert(seen(file.value(QLatin1String("path")).toString()));
     }
     replaced << ownManifest() << ownSignature();
     qint64 bytes = 0;
     int count = 0;
-    QDirIterator all(m_tree, QDir::Files | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+    QDirIterator all(m_tree, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                      QDirIterator::Subdirectories);
     while (all.hasNext()) {
         const QString from = all.next();
         const QString path = from.mid(m_tree.size() + 1);
-        if (replaced.contains(path))
+        if (replaced.contains(seen(path)) || (all.fileInfo().isDir() && !all.fileInfo().isSymLink()))
             continue;
         bytes += all.fileInfo().isSymLink() ? 0 : all.fileInfo().size();
         if (++count > MostCarriedFiles || bytes > MostCarried)
@@ -146,17 +153,27 @@ bool TreeSwap::carryOver(const Manifest &next)
 
 bool TreeSwap::prepare(Package *package)
 {
+    if (make(package))
+        return true;
+    const QString reason = m_why;
+    if (m_state == Making) // what was made of it only takes room
+        clear();
+    return fail(reason);
+}
+
+bool TreeSwap::make(Package *package)
+{
     const Manifest &manifest = package->manifest();
     if (refused(manifest.version))
         return fail(QStringLiteral("version %1 didn't start here").arg(manifest.version));
     // Where no record tells of them, folders of these names are somebody else's.
-    if (!QFileInfo::exists(m_file) && (exists(m_old) || exists(m_new)))
+    if (m_state == Nothing && (exists(m_old) || exists(m_new)))
         return fail(QStringLiteral("%1 or %2 is there already").arg(m_old, m_new));
-    if (!Steps::removeTree(m_old))
-        return fail(Steps::why());
     m_version = manifest.version;
     m_starts = 0;
-    if (!save(Making) || !Steps::removeTree(m_new) || !Steps::makeFolder(m_new))
+    if (!save(Making))
+        return false;
+    if (!Steps::removeTree(m_old) || !Steps::removeTree(m_new) || !Steps::makeFolder(m_new))
         return fail(Steps::why());
     if (!package->unpack(m_new))
         return fail(package->why());
@@ -196,22 +213,49 @@ bool TreeSwap::swap()
     return save(Trial);
 }
 
-bool TreeSwap::countStart()
+int TreeSwap::countElsewhere(const QString &file, bool up)
+{
+    if (file.isEmpty())
+        return -1;
+    const QJsonObject was = objectIn(file);
+    const bool same = was.value(QLatin1String("tree")).toString() == m_tree &&
+                      was.value(QLatin1String("version")).toString() == m_version;
+    const int starts = same ? was.value(QLatin1String("starts")).toInt() : 0;
+    if (starts < 0)
+        return starts;
+    const int now = up ? -1 : starts + 1;
+    const QJsonObject is{
+        {QStringLiteral("tree"), m_tree}, {QStringLiteral("version"), m_version}, {QStringLiteral("starts"), now}};
+    const bool kept = Steps::makeFolder(QFileInfo(file).absolutePath()) &&
+                      Steps::writeWhole(file, QJsonDocument(is).toJson(QJsonDocument::Compact));
+    return kept ? now : -1;
+}
+
+bool TreeSwap::countStart(const QString &elsewhere)
 {
     if (m_state != Trial)
         return true;
     ++m_starts;
-    return save(Trial) && m_starts <= MostStarts;
+    if (!save(Trial))
+        m_starts = countElsewhere(elsewhere, false);
+    return m_starts <= MostStarts || !exists(m_old);
 }
 
-bool TreeSwap::passed()
+bool TreeSwap::passed(const QString &elsewhere)
 {
-    if (m_state != Trial)
-        return true;
-    m_refused.clear();
-    m_version.clear();
-    // Told first: a kill while the old tree goes must not bring half of it back.
-    return save(Nothing) && (Steps::removeTree(m_old) || fail(Steps::why()));
+    if (m_state == Trial) {
+        const QString version = m_version, refusedBefore = m_refused;
+        m_refused.clear();
+        m_version.clear();
+        // Told first: a kill while the old tree goes must not bring half of it back.
+        if (!save(Clearing)) {
+            m_version = version;
+            m_refused = refusedBefore;
+            countElsewhere(elsewhere, true);
+            return false;
+        }
+    }
+    return m_state != Clearing || clear();
 }
 
 bool TreeSwap::back()
@@ -229,5 +273,5 @@ bool TreeSwap::back()
     }
     m_refused = m_version;
     m_version.clear();
-    return save(Nothing) && ((Steps::removeTree(m_old) && Steps::removeTree(m_new)) || fail(Steps::why()));
+    return save(Clearing) && clear();
 }

@@ -4,8 +4,11 @@
 // NAME.old (what stood there before) and NAME.update.json (how far it is; replaced as a whole). One process at a time:
 // the caller holds a lock.
 //
-//   nothing --prepare--> making --all synced--> ready --swap--> trial --passed--> nothing (the old tree goes)
-//                                                  trial --back, or too many starts--> nothing (the new tree goes)
+//   nothing --prepare--> making --all synced--> ready --swap--> trial --passed--> clearing (the old tree goes) -->
+//   nothing
+//                                           trial --back, or too many starts--> clearing (the new tree goes) -->
+//                                           nothing
+// Folders of these names are only ever touched while the record says that they're ours.
 //
 // Where the system can swap two names at once the swap is that; elsewhere it's two renames, and recover() by whoever
 // comes first (this program at the next log-on) ends what was begun between them.
@@ -15,7 +18,7 @@ class TreeSwap
 {
 public:
     explicit TreeSwap(const QString &tree); // absolute, without a slash at its end
-    enum State { Nothing, Making, Ready, Trial };
+    enum State { Nothing, Making, Ready, Trial, Clearing };
 
     bool recover(); // first of all, always: finishes or takes back what was cut short
     State state() const { return m_state; }
@@ -28,14 +31,19 @@ public:
     // Makes NAME.new from the package and from those files of the tree that the tree's own manifest doesn't name.
     bool prepare(Package *package);
     bool swap();
-    // In trial. The program counts its starts before it does anything else; after MostStarts it asks for the old one.
+    // In trial. The program counts its starts before it does anything else; false: it was started MostStarts times and
+    // never came up, and there is an earlier one to go back to. elsewhere: a file of this user's that keeps the count
+    // where the record beside the tree can't be written; empty for none.
     static constexpr int MostStarts = 3;
-    bool countStart();
-    bool passed();
+    bool countStart(const QString &elsewhere = {});
+    bool passed(const QString &elsewhere = {});
     bool back();
     QString why() const { return m_why; }
 
 private:
+    bool make(Package *package);
+    bool clear();
+    int countElsewhere(const QString &file, bool passed); // starts of this version by that file; -1: it has come up
     bool save(State state);
     bool load();
     bool fail(const QString &words);
