@@ -4,6 +4,7 @@
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "io/KnownHosts.h"
+#include "io/local/ApiTable.h"
 #include "io/local/CmdHand.h"
 #include "io/local/HttpServer.h"
 #include "io/NetTcp.h"
@@ -46,7 +47,7 @@ public:
     void delResolve(qlonglong) override {}
     void delResolveByTask(int) override {}
     void paraSet(qlonglong) override {}
-    void changeResolveState(qlonglong, int, QString) override {}
+    void changeResolveState(qlonglong, int type, QString order) override { calls << QStringLiteral("state %1 %2").arg(type).arg(order); }
     void saveDataSet(db_resolve) override {}
     void reswait(int) override {}
     void seeError(int, qlonglong) override {}
@@ -55,8 +56,8 @@ public:
     void resultPush(QJsonObject) override {}
     void readFile(int) override {}
     void readMissionFile(qlonglong, int) override {}
-    void reDown(qlonglong) override {}
-    void pauseDown(qlonglong) override {}
+    void reDown(qlonglong pri) override { calls << QStringLiteral("down %1").arg(pri); }
+    void pauseDown(qlonglong pri) override { calls << QStringLiteral("pause %1").arg(pri); }
     void delDown(qlonglong) override {}
     void priDown(qlonglong) override {}
 };
@@ -182,6 +183,13 @@ private slots:
                                        << QByteArray(
                                               R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})");
         QTest::newRow("task") << "/job/detail?mid=7" << 10409 << QByteArray(R"({"missionId":7})");
+        QTest::newRow("frames") << "/subjob?mid=7&page=1" << 10402 << QByteArray(R"({"missionId":7,"status":-1,"page":1})");
+        QTest::newRow("log") << "/subjob/log?mid=7&subjobId=70&farmId=2" << 10804
+                             << QByteArray(R"({"missionId":7,"subjobId":70,"farmId":2})");
+        QTest::newRow("frames again") << "/subjob/rerender?mid=7&subjobIds=70,72-73" << 10425
+                                      << QByteArray(R"({"missionId":7,"subjobIds":"70,72,73"})");
+        QTest::newRow("handover") << "/job/handover?mids=7,8&userId=43" << 10423
+                                  << QByteArray(R"({"missionIds":"7,8","handoverUserId":43})");
     }
     void forwarded()
     {
@@ -191,7 +199,7 @@ private slots:
         const QJsonObject rep = post(target);
         QCOMPARE(rep.value("code").toInt(), cmd * 100);
         QCOMPARE(rep.value("result").toInt(), 1);
-        QCOMPARE(business->requests(cmd).last().text, body);
+        QCOMPARE(QJsonDocument::fromJson(business->requests(cmd).last().text), QJsonDocument::fromJson(body));
         QCOMPARE(business->requests(cmd).last().module, cmd / 100);
         QCOMPARE(rep.value("data").toObject(), QJsonDocument::fromJson(body).object());
     }
@@ -322,6 +330,115 @@ private slots:
                          {{"pageList", QJsonArray{QJsonObject{{"id", 98}, {"num", "N99"}}, QJsonObject{{"id", 99}, {"num", "N9"}}}}});
         QTEST(msg("/job/download?" + query), "text");
         QTRY_COMPARE(queues->calls, calls);
+    }
+
+    // What an operation sends for each task, in their order; the first failure stands for all and each is told.
+    void operations_data()
+    {
+        QTest::addColumn<QString>("target");
+        QTest::addColumn<int>("cmd");
+        QTest::addColumn<QStringList>("sent"); // the last one is refused; none: nothing is sent, and text says why
+        QTest::addColumn<QString>("text");
+        const auto row = [](const char *target, int cmd, const QStringList &sent, const QString &text = {}) {
+            QTest::newRow(target) << target << cmd << sent << text;
+        };
+        row("/job/cancel?mids=7,8", 10401, {R"({"missionId":7})", R"({"missionId":8})"});
+        row("/job/continue?mid=7", 10429, {R"({"missionId":7})"});
+        row("/job/pause?mid=7", 10430, {R"({"missionId":7,"pauseRender":1})"});
+        row("/job/pause?mid=7&later=1", 10430, {R"({"missionId":7,"pauseRender":0})"});
+        row("/job/limit?mid=7&nodes=5", 10424, {R"({"missionId":7,"nodeLimit":5})"});
+        row("/job/remark?mid=7&remark=a", 10436, {R"({"missionId":7,"remark":"a"})"});
+        row("/job/rerender?mids=7-8", 10406, {"[7,8]"});
+        row("/job/history?mid=7", 10432, {"[7]"});
+        row("/job/fill?mid=7&frames=4-6", 10405, {R"({"missionId":7,"softwareType":8,"modelParameters":{"frames":"4-6","k":1}})"});
+        row("/subjob/cancel?mid=7&subjobId=70&jobId=5&farmId=2", 10403, {R"({"missionId":7,"jobId":5,"subJobId":70,"farmId":2})"});
+        row("/job/cancel", 10401, {}, "没有相关大任务");
+        row("/job/limit?mid=7&nodes=0", 10424, {}, "请输入正整数");
+        row("/job/fill?mid=7&frames=", 10405, {}, "请输入补帧号");
+        row("/job/fill?mid=7&frames=a", 10405, {}, "输入的字符格式不正确，请检查！");
+        row("/job/handover?mid=7", 10423, {}, "参数异常");
+        row("/subjob/cancel?mid=7", 10403, {}, "没有相关子任务");
+    }
+    void operations()
+    {
+        QFETCH(QString, target);
+        QFETCH(int, cmd);
+        QFETCH(QStringList, sent);
+        business->answer(10409, 1040900, {{"softwareType", 8}, {"modelParameters", QJsonObject{{"frames", "1-3"}, {"k", 1}}}});
+        int answered = 0;
+        business->answer(cmd, [&](const BusinessPeer::Request &) {
+            return Reply{++answered == sent.size() ? cmd * 100 + 99 : cmd * 100, {}};
+        });
+        const QJsonObject rep = post(target);
+        QCOMPARE(rep.value("result").toInt(-1), 0);
+        const auto asked = business->requests(cmd);
+        QCOMPARE(asked.size(), sent.size());
+        if (sent.isEmpty())
+            QTEST(rep.value("msg").toString(), "text");
+        else
+            QCOMPARE(rep.value("code").toInt(), cmd * 100 + 99);
+        for (int i = 0; i < sent.size(); ++i)
+            QCOMPARE(QJsonDocument::fromJson(asked[i].text), QJsonDocument::fromJson(sent[i].toUtf8()));
+        if (sent.size() == 2)
+            QCOMPARE(json(rep.value("data").toArray().at(0).toObject()), QByteArray(R"({"code":1040100,"mid":7})"));
+    }
+
+    void transfers()
+    {
+        addRow(111, "500");
+        addRow(106, "501"); // not on its way yet
+        db_downmiss miss;
+        miss.ordernum = "502";
+        miss.missid = 9;
+        miss.pri = DownloadDAO::instance()->newMissionPri();
+        db_downfile file;
+        file.id = 1;
+        QVERIFY(DownloadDAO::instance()->addMission(miss, {file}));
+        const QJsonObject data = post("/transfer").value("data").toObject();
+        QCOMPARE(data["uploads"].toArray().size(), 1);
+        QCOMPARE(QStringLiteral("%1 %2/%3")
+                     .arg(data["uploads"][0]["num"].toString())
+                     .arg(data["uploads"][0]["done"].toInt())
+                     .arg(data["uploads"][0]["total"].toInt()),
+                 QString("500 2/5"));
+        const qlonglong id = data["downloads"][0]["id"].toVariant().toLongLong();
+        QCOMPARE(id, miss.pri);
+        QCOMPARE(post(QStringLiteral("/transfer/pause?nums=500,501&id=%1").arg(id)).value("result").toInt(), 1);
+        QCOMPARE(post(QStringLiteral("/transfer/continue?num=500&ids=%1,77").arg(id)).value("result").toInt(), 1);
+        QTRY_COMPARE(queues->calls,
+                     (QStringList{"state 2 500", "pause " + QString::number(id), "state 3 500", "down " + QString::number(id)}));
+        for (const char *query : {"", "?num=501", "?id=77"})
+            QCOMPARE(msg(QString("/transfer/pause") + query), QString("没有相关传输"));
+    }
+
+    // The description's own examples, each sent as it's told.
+    void everyExample()
+    {
+        addRow(106, "20240203000001");
+        const QByteArray got = raw({"GET /openapi.json HTTP/1.1\r\n\r\n"});
+        const QJsonObject paths = QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n"))).object().value("paths").toObject();
+        QCOMPARE(paths.size(), ApiTable::routes().size());
+        const QMap<QString, QString> refused{{"/model/analysis", "没有模型文件"},
+                                             {"/job/dir", "输出路径不存在"},
+                                             {"/transfer/pause", "没有相关传输"},
+                                             {"/transfer/continue", "没有相关传输"}};
+        for (const QString &path : paths.keys()) {
+            const QJsonObject verbs = paths[path].toObject();
+            for (const QString &verb : verbs.keys()) {
+                QStringList query;
+                for (const QJsonValue &arg : verbs[verb]["parameters"].toArray())
+                    if (!arg["example"].isUndefined())
+                        query << arg["name"].toString() + '=' + arg["example"].toVariant().toString();
+                const QJsonObject body = verbs[verb]["requestBody"]["content"]["application/json"]["example"].toObject();
+                const QJsonObject rep = post(path + '?' + query.join('&').replace(' ', "%20"), body.isEmpty() ? QByteArray() : json(body),
+                                             verb.toUpper().toUtf8());
+                if (path == "/openapi.json")
+                    QCOMPARE(rep["paths"].toObject(), paths);
+                else
+                    QVERIFY2(rep["result"].toInt(-1) == 1 || (refused.contains(path) && rep["msg"].toString() == refused[path]),
+                             qPrintable(verb + path + json(rep)));
+            }
+        }
     }
 
     void jobDir()

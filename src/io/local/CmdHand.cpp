@@ -2,39 +2,18 @@
 #include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/ThreadPool.h"
+#include "common/UserInfo.h"
 #include "io/Ask.h"
+#include "io/local/ApiTable.h"
 #include <QDebug>
-
-const QList<CmdHand::Route> &CmdHand::routes()
-{
-    static const QList<Route> table{
-        {"/account", "account", &CmdHand::account, false},
-        {"/project", "projectList", &CmdHand::projectList, false},
-        {"/env", "envList", &CmdHand::envList, false},
-        {"/machine", "machineList", &CmdHand::machineList, false},
-        {"/model/list", "modelList", &CmdHand::modelList, false},
-        {"/model/analysis", "modelAnalysis", &CmdHand::modelAnalysis, false},
-        {"/model/parameter", "modelPara", &CmdHand::modelPara, false},
-        {"/model/parameterSet", "modelParaSet", &CmdHand::modelParaSet, false},
-        {"/model/commit", "modelCommit", &CmdHand::modelCommit, false},
-        {"/model/checkSlave", "modelCheckSlave", &CmdHand::modelCheckSlave, true},
-        {"/model/srcParameter", "modelResolveData", &CmdHand::modelResolveData, false},
-        {"/job", "jobList", &CmdHand::jobList, false},
-        {"/job/dir", "jobOpenDir", &CmdHand::jobOpenDir, false},
-        {"/job/detail", "jobDetail", &CmdHand::jobDetail, false},
-        {"/job/download", "jobDownload", &CmdHand::jobDownload, false},
-        {"/masterInfo", "masterInfo", &CmdHand::masterInfo, true},
-    };
-    return table;
-}
 
 CmdHand::CmdHand(int waitMs) : m_waitMs(waitMs) {}
 
 void CmdHand::initCmh()
 {
     qDebug().noquote() << "---API---";
-    for (const Route &route : routes())
-        qDebug().noquote() << route.path << route.name;
+    for (const ApiRoute &route : ApiTable::routes())
+        qDebug().noquote() << route.path << route.method;
 }
 
 QByteArray CmdHand::noSuchRoute() { return reply(1, tr("没有此接口"), QJsonValue::Undefined, false, {}, false); }
@@ -70,13 +49,18 @@ void CmdHand::initCmdHand(QString method, QString cmd)
 void CmdHand::cmdHand(bool getOnly)
 {
     qDebug().noquote() << "CmdHand::cmdHand" << m_line.path;
-    for (const Route &route : routes()) {
-        if (m_line.path == QLatin1String(route.path) && (route.get || !getOnly)) {
-            (this->*route.call)();
-            return;
-        }
-    }
-    fail(tr("没有此接口"));
+    const ApiRoute *route = ApiTable::find(m_line.path);
+    if (!route || (getOnly && !route->get) || !QMetaObject::invokeMethod(this, route->method, Qt::DirectConnection))
+        fail(tr("没有此接口"));
+}
+
+// Its own document: tools that read it know nothing of this API's frame.
+void CmdHand::openApi()
+{
+    const QString server = QStringLiteral("http://127.0.0.1:%1").arg(UserInfo::clientPort());
+    m_over = true;
+    emit cmdOver(QJsonDocument(ApiTable::openApi(server, QStringLiteral(VN_VERSION))).toJson());
+    deleteLater();
 }
 
 const QJsonDocument &CmdHand::sent()
@@ -113,24 +97,24 @@ void CmdHand::forward(int cmd, const QByteArray &body)
     });
 }
 
-void CmdHand::askEach(int cmd, const QList<int> &missions, std::function<void(int, QList<QJsonDocument>)> next)
+void CmdHand::askEach(int cmd, const QList<QJsonObject> &bodies, std::function<void(int, const QVector<Answer> &)> next)
 {
     struct Gathered {
-        QVector<QJsonDocument> docs;
+        QVector<Answer> answers;
         int open = 0, val = 0;
         bool failed = false;
     };
     const auto all = std::make_shared<Gathered>();
-    all->docs.resize(missions.size());
-    all->open = missions.size();
-    for (int i = 0; i < missions.size() && !m_over; ++i) {
-        ask(cmd, QJsonObject{{"missionId", missions[i]}}, [=](int val, const QJsonDocument &doc) {
-            all->docs[i] = doc;
+    all->answers.resize(bodies.size());
+    all->open = bodies.size();
+    for (int i = 0; i < bodies.size() && !m_over; ++i) {
+        ask(cmd, bodies[i], [=](int val, const QJsonDocument &doc) {
+            all->answers[i] = {val, doc};
             if (!all->failed)
-                all->val = val; // the first failure stands for all
+                all->val = val;
             all->failed = all->failed || !isGood(cmd, val);
             if (--all->open == 0)
-                next(all->val, all->docs.toList());
+                next(all->val, all->answers);
         });
     }
 }

@@ -43,17 +43,18 @@ signals:
 
 private:
     using Reply = std::function<void(int val, const QJsonDocument &doc)>;
-    struct Route {
-        const char *path;
-        const char *name;
-        void (CmdHand::*call)();
-        bool get; // asked by other seats with GET
+    struct Answer {
+        int val = 0;
+        QJsonDocument doc;
     };
-    static const QList<Route> &routes();
 
     void cmdHand(bool getOnly);
     const QJsonDocument &sent(); // the body, read once; its bytes are gone afterwards
-    // Routes.
+    void forwardTo(const QString &host, int port);
+    void tellPorts();
+
+private slots: // the routes: called by the name that ApiTable gives
+    void openApi();
     void account();
     void projectList();
     void envList();
@@ -70,9 +71,27 @@ private:
     void jobDetail();
     void jobDownload();
     void masterInfo();
-    void forwardTo(const QString &host, int port);
-    void tellPorts();
+    // Operations on tasks and their frames.
+    void jobPause();
+    void jobKeepRender();
+    void jobCancel();
+    void jobRerender();
+    void jobFill();
+    void jobLimit();
+    void jobRemark();
+    void jobHistory();
+    void jobHandover();
+    void subjobList();
+    void subjobCancel();
+    void subjobRerender();
+    void subjobStatus();
+    void subjobLog();
+    // Files on their way.
+    void transferList();
+    void transferPause();
+    void transferContinue();
 
+private:
     // Asks the business server; no answer in time, or no session, ends the request with a text.
     void ask(int cmd, const QByteArray &body, Reply reply);
     void ask(int cmd, const QJsonObject &body, Reply reply);
@@ -80,8 +99,14 @@ private:
     // The tasks that mid=, mids=, i= and is= name; ends the request where there are none.
     void withJobs(std::function<void(QList<int> missions)> next);
     void findOrders(QStringList orders, QList<int> missions, std::function<void(QList<int> missions)> next);
-    // One command per task; answers come in task order.
-    void askEach(int cmd, const QList<int> &missions, std::function<void(int val, QList<QJsonDocument> docs)> next);
+    // One command per body; answers come in their order. val: the first failure stands for all.
+    void askEach(int cmd, const QList<QJsonObject> &bodies,
+                 std::function<void(int val, const QVector<Answer> &answers)> next);
+    // The command for each of the tasks, and its answers with the task's number.
+    void actOnJobs(int cmd, const QJsonObject &more = {});
+    void actOnList(int cmd, std::function<QJsonDocument(const QJsonArray &missions)> body); // one for all of them
+    void withSubJobs(std::function<void(int mission, const QList<qlonglong> &ids)> next);
+    void moveTransfers(bool on);
 
     static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
                             bool readable);

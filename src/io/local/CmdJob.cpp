@@ -20,6 +20,14 @@ constexpr int AllStatus = 1000, PageRows = PageSize::Jobs;
 constexpr int MaxFolders = 10; // opened by one request
 
 QByteArray compact(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
+
+QList<QJsonObject> bodiesOf(const QList<int> &missions)
+{
+    QList<QJsonObject> bodies;
+    for (int mission : missions)
+        bodies << QJsonObject{{"missionId", mission}};
+    return bodies;
+}
 } // namespace
 
 void CmdHand::account() { forward(Command::Accounts, "{}"); }
@@ -60,11 +68,11 @@ void CmdHand::jobList()
 void CmdHand::jobDetail()
 {
     withJobs([this](const QList<int> &missions) {
-        askEach(Command::TaskDetail, missions, [this](int val, const QList<QJsonDocument> &docs) {
+        askEach(Command::TaskDetail, bodiesOf(missions), [this](int val, const QVector<Answer> &answers) {
             QJsonArray all;
-            for (const QJsonDocument &doc : docs)
-                all.append(doc.object());
-            over(val, textOf(val), docs.size() == 1 ? all.at(0) : QJsonValue(all), isGood(Command::TaskDetail, val));
+            for (const Answer &answer : answers)
+                all.append(answer.doc.object());
+            over(val, textOf(val), all.size() == 1 ? all.at(0) : QJsonValue(all), isGood(Command::TaskDetail, val));
         });
     });
 }
@@ -72,22 +80,23 @@ void CmdHand::jobDetail()
 void CmdHand::jobOpenDir()
 {
     withJobs([this](const QList<int> &missions) {
-        askEach(Command::TaskDetail, missions.mid(0, MaxFolders), [this](int val, const QList<QJsonDocument> &docs) {
-            if (!isGood(Command::TaskDetail, val)) {
-                over(val, textOf(val), QJsonValue::Undefined, false);
-                return;
-            }
-            QJsonArray opened;
-            for (const QJsonDocument &doc : docs) {
-                const QString path = VFunc::rootPath(doc.object(), false);
-                if (!path.isEmpty() && VFunc::openFolder(path))
-                    opened.append(path);
-            }
-            if (opened.isEmpty())
-                fail(tr("输出路径不存在"));
-            else
-                good(tr("已打开本地目录"), opened);
-        });
+        askEach(Command::TaskDetail, bodiesOf(missions.mid(0, MaxFolders)),
+                [this](int val, const QVector<Answer> &answers) {
+                    if (!isGood(Command::TaskDetail, val)) {
+                        over(val, textOf(val), QJsonValue::Undefined, false);
+                        return;
+                    }
+                    QJsonArray opened;
+                    for (const Answer &answer : answers) {
+                        const QString path = VFunc::rootPath(answer.doc.object(), false);
+                        if (!path.isEmpty() && VFunc::openFolder(path))
+                            opened.append(path);
+                    }
+                    if (opened.isEmpty())
+                        fail(tr("输出路径不存在"));
+                    else
+                        good(tr("已打开本地目录"), opened);
+                });
     });
 }
 

@@ -1,0 +1,217 @@
+#include "Commands.h"
+#include "io/local/ApiTable.h"
+#include "Road.h"
+#include <QDate>
+#include <QFile>
+#include <QJsonDocument>
+#include <QThread>
+
+namespace
+{
+constexpr int LookMs = 300, Pages = 1000;
+
+Exit ask(Client *client, Show *show, const QString &target, QJsonValue *data = nullptr, const QByteArray &body = {})
+{
+    const Client::Reply reply = client->post(target, body);
+    if (!reply.there) {
+        show->complain(QStringLiteral("no client answers: ") + reply.trouble);
+        return Exit::NoClient;
+    }
+    if (data)
+        *data = reply.data();
+    else if (show->json())
+        show->value(reply.whole);
+    else if (reply.good())
+        show->station(reply.msg().isEmpty() ? QStringLiteral("done") : reply.msg());
+    if (!reply.good())
+        show->complain(reply.msg());
+    return reply.good() ? Exit::Good : Exit::Refused;
+}
+
+QString encoded(const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); }
+
+// A route that acts on what the values name, all in one request.
+Exit act(Client *client, Show *show, const QString &route, const QString &key, const QStringList &values,
+         const QString &more = {})
+{
+    return ask(client, show, QStringLiteral("%1?%2=%3%4").arg(route, key, encoded(values.join(',')), more));
+}
+
+bool isNumber(const QString &text)
+{
+    bool good = false;
+    return text.toInt(&good) > 0 && good;
+}
+
+Exit list(Client *client, Show *show)
+{
+    QJsonValue scenes, tasks;
+    Exit how = ask(client, show, QStringLiteral("/model/list"), &scenes);
+    if (how == Exit::Good)
+        how = ask(client, show, QStringLiteral("/job"), &tasks);
+    if (how != Exit::Good)
+        return how;
+    const QJsonArray rows = tasks["pageList"].toArray();
+    if (show->json()) {
+        show->value(QJsonObject{{"scenes", scenes}, {"tasks", rows}});
+        return how;
+    }
+    show->table(scenes.toArray(), {"rkey:SCENE", "num:ORDER", "mid:TASK", "status:STATE", "speed:FILES", "name:NAME"});
+    show->table(rows,
+                {"id:TASK", "num:ORDER", "successFrame:DONE", "failureFrame:FAILED", "totalFrame:FRAMES", "name:NAME"});
+    return how;
+}
+
+Exit frames(Client *client, Show *show, const QString &task)
+{
+    QJsonArray all;
+    for (int page = 0; page < Pages; ++page) {
+        QJsonValue data;
+        const Exit how = ask(client, show, QStringLiteral("/subjob?mid=%1&page=%2").arg(task).arg(page), &data);
+        if (how != Exit::Good)
+            return how;
+        const QJsonArray rows = data["results"].toArray();
+        for (const QJsonValue &row : rows)
+            all.append(row);
+        if (rows.isEmpty() || all.size() >= data["totalFrame"].toInt())
+            break;
+    }
+    if (show->json())
+        show->value(all);
+    else
+        show->table(
+            all, {"id:ID", "frame_from:FRAME", "camera:CAMERA", "status:STATE", "seconds:SECONDS", "end_time:ENDED"});
+    return Exit::Good;
+}
+
+Exit ownLog(Show *show, bool follow)
+{
+    const QString path =
+        Client::dataFolder() +
+        QStringLiteral("/AllUser/log-%1.txt").arg(QDate::currentDate().toString(QStringLiteral("yyyyMMdd")));
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        show->complain(QStringLiteral("%1: %2").arg(path, file.errorString()));
+        return Exit::NoClient;
+    }
+    QFile out;
+    if (!out.open(stdout, QIODevice::WriteOnly))
+        return Exit::Refused;
+    do {
+        for (QByteArray piece = file.read(65536); !piece.isEmpty(); piece = file.read(65536))
+            if (out.write(piece) != piece.size())
+                return Exit::Refused;
+        if (!out.flush())
+            return Exit::Refused; // who read it has gone
+        if (follow)
+            QThread::msleep(LookMs);
+    } while (follow);
+    return Exit::Good;
+}
+
+Exit transfer(const Words &words, Client *client, Show *show)
+{
+    if (words.values.isEmpty()) {
+        QJsonValue data;
+        const Exit how = ask(client, show, QStringLiteral("/transfer"), &data);
+        if (how != Exit::Good)
+            return how;
+        if (show->json()) {
+            show->value(data);
+        } else {
+            show->table(data["uploads"].toArray(), {"num:UPLOAD", "status:STATE", "done:DONE", "total:FILES",
+                                                    "sent:SENT", "bytes:BYTES", "scene:SCENE"});
+            show->table(data["downloads"].toArray(),
+                        {"id:DOWNLOAD", "status:STATE", "done:DONE", "total:FILES", "mid:TASK", "name:NAME"});
+        }
+        return how;
+    }
+    const QString what = words.values.first();
+    if (what != QLatin1String("pause") && what != QLatin1String("continue")) {
+        show->complain(QStringLiteral("transfer pause or transfer continue"));
+        return Exit::BadWords;
+    }
+    return ask(client, show,
+               QStringLiteral("/transfer/%1?nums=%2&ids=%3")
+                   .arg(what, encoded(words.option("order")), encoded(words.option("id"))));
+}
+
+Exit call(const Words &words, Client *client, Show *show)
+{
+    QString target = words.values.first();
+    if (!target.startsWith('/'))
+        target.prepend('/');
+    const ApiRoute *route = ApiTable::find(target);
+    if (!route) {
+        show->complain(QStringLiteral("no such route: %1; see vandrelctl describe --markdown").arg(target));
+        return Exit::BadWords;
+    }
+    QStringList query;
+    for (const QString &word : words.values.mid(1)) {
+        const QString key = word.section('=', 0, 0);
+        bool known = false;
+        for (const ApiArg &arg : route->args)
+            known = known || key == QLatin1String(arg.name);
+        if (!known) {
+            show->complain(QStringLiteral("%1 takes no %2").arg(target, key));
+            return Exit::BadWords;
+        }
+        query << key + '=' + encoded(word.section('=', 1));
+    }
+    QByteArray body = words.option("body").toUtf8();
+    if (body.startsWith('@')) {
+        QFile file(QString::fromUtf8(body.mid(1)));
+        if (!file.open(QIODevice::ReadOnly)) {
+            show->complain(QStringLiteral("%1: %2").arg(file.fileName(), file.errorString()));
+            return Exit::BadWords;
+        }
+        body = file.readAll();
+    }
+    const Client::Reply reply = client->post(query.isEmpty() ? target : target + '?' + query.join('&'), body);
+    if (!reply.there) {
+        show->complain(QStringLiteral("no client answers: ") + reply.trouble);
+        return Exit::NoClient;
+    }
+    show->value(reply.whole);
+    return reply.good() || !reply.whole.contains("result") ? Exit::Good : Exit::Refused;
+}
+} // namespace
+
+Exit run(const Words &words, Client *client, Show *show)
+{
+    const QString &command = words.command;
+    bool number = true;
+    const int timeout = words.has("timeout") ? words.option("timeout").toInt(&number) : 0;
+    if (!number || timeout < 0) {
+        show->complain(QStringLiteral("--timeout: a number of seconds"));
+        return Exit::BadWords;
+    }
+    Road road(client, show, timeout);
+    if (command == QLatin1String("submit"))
+        return road.submit(words);
+    if (command == QLatin1String("list"))
+        return list(client, show);
+    if (command == QLatin1String("transfer"))
+        return transfer(words, client, show);
+    if (command == QLatin1String("call"))
+        return call(words, client, show);
+    if (command == QLatin1String("commit"))
+        return act(client, show, QStringLiteral("/model/commit"), QStringLiteral("nums"), words.values);
+    if (command == QLatin1String("log") && words.values.isEmpty())
+        return ownLog(show, words.has("f"));
+    for (const QString &value : words.values)
+        if (!isNumber(value) && command != QLatin1String("log")) {
+            show->complain(QStringLiteral("%1 isn't a task's number").arg(value));
+            return Exit::BadWords;
+        }
+    if (command == QLatin1String("follow"))
+        return road.follow(words.values.first().toInt());
+    if (command == QLatin1String("frames"))
+        return frames(client, show, words.values.first());
+    if (command == QLatin1String("log"))
+        return ask(client, show,
+                   QStringLiteral("/subjob/log?mid=%1&subjobId=%2")
+                       .arg(encoded(words.values.first()), encoded(words.values.value(1))));
+    return act(client, show, QStringLiteral("/job/") + command, QStringLiteral("mids"), words.values,
+               words.has("later") ? QStringLiteral("&later=1") : QString());
+}
