@@ -33,7 +33,7 @@ constexpr int MostPushes = 1000; // kept until there is a window
 const QSize Size(420, 560), LeastSize(360, 420);
 } // namespace
 
-Login::Login() : BaseWidget(Window)
+Login::Login() : BaseWidget(Window), m_answerMs(AnswerMs)
 {
     only = this;
     setObjectName(QStringLiteral("login"));
@@ -79,6 +79,7 @@ Login::~Login()
 Login *Login::instance() { return only; }
 MainWindow *Login::mainWindow() const { return m_session ? m_session->window() : nullptr; }
 void Login::setSilent(bool silent) { m_silent = silent; }
+void Login::setAnswerMs(int ms) { m_answerMs = ms; }
 
 void Login::makeView()
 {
@@ -146,7 +147,7 @@ void Login::loadLogin()
             loadLoginBack();
         });
     Ask(Command::LoginInfo, {{QStringLiteral("thirdParty"), 0}})
-        .within(AnswerMs)
+        .within(m_answerMs)
         .any([this, attempt](int, const QJsonDocument &doc) {
             if (attempt >= m_firstAttempt && !m_tokenKnown)
                 tokenReply(doc.object());
@@ -157,7 +158,7 @@ void Login::loadLogin()
         if (!m_tokenKnown)
             loadLogin();
     });
-    m_again.start(AnswerMs);
+    m_again.start(m_answerMs);
 }
 
 void Login::tokenReply(const QJsonObject &reply)
@@ -254,7 +255,7 @@ void Login::loginDelay()
         return;
     const int attempt = m_attempt;
     Ask(Command::Login, LoginRules::confirmBody(UserInfo::isSlave(), UserInfo::masterUserId()))
-        .within(AnswerMs)
+        .within(m_answerMs)
         .any([this, attempt](int val, const QJsonDocument &doc) {
             if (attempt == m_attempt && m_confirming)
                 confirmReply(val, doc);
@@ -262,7 +263,7 @@ void Login::loginDelay()
         .send(this);
     m_again.disconnect();
     connect(&m_again, &QTimer::timeout, this, &Login::loginDelay);
-    m_again.start(AnswerMs);
+    m_again.start(m_answerMs);
 }
 
 void Login::confirmReply(int val, const QJsonDocument &doc)

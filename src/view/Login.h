@@ -27,6 +27,7 @@ public:
     ~Login() override;
     static Login *instance(); // null until the window exists
     void setSilent(bool silent);
+    void setAnswerMs(int ms); // how long 10308 and 10309 are waited for before they are sent again
     MainWindow *mainWindow() const;
     bool autoRelogin() const { return m_autoRelogin; }
     QJsonObject loginInfo() const { return m_loginInfo; }
@@ -79,7 +80,8 @@ private:
     QJsonObject m_loginInfo;
     LoginRules::Marks m_marks;
     QList<Push> m_pushes; // that came before the main window
-    QTimer m_again;       // bounds the wait for 10308, 10309 and, while reconnecting, for the page
+    int m_answerMs;
+    QTimer m_again; // bounds the wait for 10308, 10309 and, while reconnecting, for the page
     int m_changeUser = 0;
     int m_attempt = 0;      // numbers the token requests
     int m_firstAttempt = 0; // of this link: answers to earlier ones are dropped, a slow one to a later one still counts

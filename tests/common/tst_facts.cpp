@@ -4,6 +4,7 @@
 #include "common/facts/Rset.h"
 #include "common/facts/SceneState.h"
 #include "common/facts/Settings.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonArray>
 
@@ -45,22 +46,19 @@ private slots:
 
     void goodResults_data()
     {
-        QTest::addColumn<int>("command");
-        QTest::addColumn<int>("result");
-        QTest::addColumn<bool>("good");
-        QTest::newRow("own") << 10400 << 1040000 << true;
-        QTest::newRow("refused") << 10400 << 1040006 << false;
-        QTest::newRow("of another") << 10401 << 1040000 << false;
-        QTest::newRow("cancelling") << 10401 << 1010100 << true;
-        QTest::newRow("rerender") << 10406 << 1040608 << true;
-        QTest::newRow("environment") << 10426 << 1042606 << true;
-        QTest::newRow("environment unchanged") << 10426 << 1042600 << false;
-        QTest::newRow("frames, files first") << 10405 << 1040517 << true;
+        columns<int, int, bool>("command", "result", "good");
+        addRow("own", 10400, 1040000, true);
+        addRow("refused", 10400, 1040006, false);
+        addRow("of another", 10401, 1040000, false);
+        addRow("cancelling", 10401, 1010100, true);
+        addRow("rerender", 10406, 1040608, true);
+        addRow("environment", 10426, 1042606, true);
+        addRow("environment unchanged", 10426, 1042600, false);
+        addRow("frames, files first", 10405, 1040517, true);
     }
     void goodResults()
     {
-        QFETCH(int, command);
-        QFETCH(int, result);
+        FETCH(int, command, int, result);
         QTEST(Command::good(command, result), "good");
     }
 

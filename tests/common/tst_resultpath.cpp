@@ -3,6 +3,7 @@
 #include "common/ResultRoots.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "support/WindowSpy.h"
 
@@ -25,11 +26,8 @@ private slots:
 
     void relative_data()
     {
-        QTest::addColumn<QString>("given");
-        QTest::addColumn<QString>("kept"); // empty: refused
-        const auto row = [](const char *given, const char *kept) {
-            QTest::newRow(given) << QString::fromUtf8(given) << QString::fromUtf8(kept);
-        };
+        columns<QString, QString>("given", "kept"); // kept: empty: refused
+        const auto row = [](const char *given, const char *kept) { addRow(given, QString::fromUtf8(given), QString::fromUtf8(kept)); };
         row("a/0001.png", "a/0001.png");
         row("a\\b\\0001.png", "a/b/0001.png");
         row("./a//b.png", "a/b.png");
@@ -57,13 +55,11 @@ private slots:
         row("dir. /x.", "dir__/x_");
         row("a.png.vd", "a.png.vd_");
         row("a.XTEMP", "a.XTEMP_");
-        QTest::newRow("control") << QString("a\n\tb") + QChar(0) + ".png"
-                                 << "a__b_.png";
+        addRow("control", QString("a\n\tb") + QChar(0) + ".png", "a__b_.png");
     }
     void relative()
     {
-        QFETCH(QString, given);
-        QFETCH(QString, kept);
+        FETCH(QString, given, QString, kept);
         QString reason;
         QCOMPARE(ResultPath::safeRelative(given, &reason), kept);
         QCOMPARE(reason.isEmpty(), !kept.isEmpty());

@@ -1,6 +1,7 @@
 #include "common/CommonConfig.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QTranslator>
 
@@ -11,8 +12,6 @@ private slots:
     void addresses_data();
     void addresses();
     void servicePort();
-    void texts_data();
-    void texts();
     void everyNumberFindsItsRow();
     void textsAreTranslated();
     void commonConfig();
@@ -23,11 +22,8 @@ private:
 
 void TestSession::addresses_data()
 {
-    QTest::addColumn<QByteArray>("service");
-    QTest::addColumn<QString>("seen"); // host, REST base, bs, login
-    const auto row = [](const char *name, const char *service, const char *seen) {
-        QTest::newRow(name) << QByteArray(service) << QString(seen);
-    };
+    columns<QByteArray, QString>("service", "seen"); // seen: host, REST base, bs, login
+    const auto row = [](const char *name, const char *service, const char *seen) { addRow(name, QByteArray(service), QString(seen)); };
     row("no file", "", "127.0.0.1 http://127.0.0.1 http://127.0.0.1 http://127.0.0.1");
     row("bare host", "qnbs=farm.local\n", "farm.local http://farm.local http://farm.local http://farm.local");
     row("port", "qnbs=http://127.0.0.1:8080/\n", "127.0.0.1 http://127.0.0.1:8080 http://127.0.0.1:8080 http://127.0.0.1:8080");
@@ -62,29 +58,6 @@ void TestSession::servicePort()
     }
     file.remove();
     QCOMPARE(int(Session::localServicePort()), 0);
-}
-
-void TestSession::texts_data()
-{
-    QTest::addColumn<QString>("got");
-    QTest::addColumn<QString>("wanted");
-    QTest::newRow("unnamed command") << Session::cmdName(10304) << "10304";
-    QTest::newRow("login") << Session::cmdName(10309) << "登录";
-    QTest::newRow("same name") << Session::cmdName(10300) << "登录";
-    QTest::newRow("quota") << Session::errorText(1043510) << "当前渲染额度不足，请联系母账号分配!";
-    QTest::newRow("link lost") << Session::errorText(112) << "服务器断开";
-    QTest::newRow("unknown code") << Session::errorText(-7) << "-7";
-    QTest::newRow("success") << Session::actionText(1042601) << "机型修改成功";
-    QTest::newRow("nothing changed") << Session::actionText(1042600) << "机型修改，未修改任何参数";
-    QTest::newRow("failure") << Session::actionText(1040602) << "重渲失败帧失败，任务已过期";
-    QTest::newRow("whole text") << Session::actionText(9999999) << "暂停解析";
-    QTest::newRow("unknown action") << Session::actionText(1042699) << "1042699";
-}
-
-void TestSession::texts()
-{
-    QFETCH(QString, got);
-    QTEST(got, "wanted");
 }
 
 // A row out of order would hide from the search.

@@ -1,6 +1,7 @@
 #include "common/IniWriter.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <atomic>
 #include <filesystem>
@@ -41,15 +42,12 @@ private slots:
     void machineValues();
     void pathCase_data();
     void pathCase();
-    void setterWritesFileAndCache();
     void fileIsReplacedNotRewritten();
     void diskIsReadAgainAfterLogout();
     void accountIsTakenOver();
     void resultDirIsWrittenBack();
     void grants_data();
     void grants();
-    void tokenPrefersAuth();
-    void languageFallsBackToChinese();
     void readersAndWritersMeet();
 };
 
@@ -111,9 +109,8 @@ void TestSettings::capsAreResetOnce()
 
 void TestSettings::machineValues_data()
 {
-    QTest::addColumn<QByteArray>("file");
-    QTest::addColumn<QString>("seen");
-    const auto row = [](const char *name, const QByteArray &file, const QString &seen) { QTest::newRow(name) << file << seen; };
+    columns<QByteArray, QString>("file", "seen");
+    const auto row = [](const char *name, const QByteArray &file, const QString &seen) { addRow(name, file, seen); };
     row("nothing", "", "Wan 10 10 46160 1  127.0.0.1");
     row("lan slave", "[Transfer]\nisWan=LAN\n[Server]\nrole=slave\nmaster=http://10.0.0.5:46160\n", "Lan 10 10 46160 1 slave 10.0.0.5");
     row("bare host", "[Server]\nrole=master\nmaster=10.0.0.5\n", "Wan 10 10 46160 1 master 10.0.0.5");
@@ -126,8 +123,7 @@ void TestSettings::machineValues_data()
 
 void TestSettings::machineValues()
 {
-    QFETCH(QByteArray, file);
-    QFETCH(QString, seen);
+    FETCH(QByteArray, file, QString, seen);
     writeConfig(file);
     UserInfo::clearCache();
     QCOMPARE(QString("%1 %2 %3 %4 %5 %6 %7")
@@ -146,35 +142,20 @@ void TestSettings::machineValues()
 
 void TestSettings::pathCase_data()
 {
-    QTest::addColumn<QString>("os");
-    QTest::addColumn<int>("caps");
-    QTest::addColumn<bool>("force");
-    QTest::addColumn<QString>("seen");
-    QTest::newRow("kept") << "windows" << 1 << false << "/A/渲b.TGA";
-    QTest::newRow("forced") << "windows" << 1 << true << "/a/渲b.tga";
-    QTest::newRow("linux forced") << "linux" << 1 << true << "/A/渲b.TGA";
-    QTest::newRow("linux without case") << "linux" << 0 << true << "/a/渲b.tga";
-    QTest::newRow("without case") << "windows" << 0 << false << "/a/渲b.tga";
+    columns<QString, int, bool, QString>("os", "caps", "force", "seen");
+    addRow("kept", "windows", 1, false, "/A/渲b.TGA");
+    addRow("forced", "windows", 1, true, "/a/渲b.tga");
+    addRow("linux forced", "linux", 1, true, "/A/渲b.TGA");
+    addRow("linux without case", "linux", 0, true, "/a/渲b.tga");
+    addRow("without case", "windows", 0, false, "/a/渲b.tga");
 }
 
 void TestSettings::pathCase()
 {
-    QFETCH(QString, os);
-    QFETCH(int, caps);
-    QFETCH(bool, force);
+    FETCH(QString, os, int, caps, bool, force);
     UserInfo::setAllValue("Resolve", "os", os);
     UserInfo::setAllValue("Resolve", "caps", caps);
     QTEST(UserInfo::pathCase("/A/渲b.TGA", force), "seen");
-}
-
-void TestSettings::setterWritesFileAndCache()
-{
-    QCOMPARE(UserInfo::upSpeed(), 0);
-    UserInfo::setUpSpeed(640);
-    QCOMPARE(UserInfo::upSpeed(), 640);
-    QCOMPARE(UserInfo::iniValue(UserInfo::allUserDir() + "//", "config.ini", "Transfer", "upSpeed").toInt(), 640);
-    UserInfo::setUserValue("Set", "outRoot", 1); // nobody is logged in: goes nowhere, and doesn't stick
-    QCOMPARE(UserInfo::outRoot(), 0);
 }
 
 void TestSettings::fileIsReplacedNotRewritten()
@@ -237,16 +218,15 @@ void TestSettings::resultDirIsWrittenBack()
 
 void TestSettings::grants_data()
 {
-    QTest::addColumn<QJsonObject>("reply");
-    QTest::addColumn<QString>("cleared");
-    QTest::newRow("empty object") << QJsonObject{} << "";
-    QTest::newRow("none of it") << QJsonObject{{"result", 1}, {"grants", QJsonArray{2, 11, 15}}} << "";
-    QTest::newRow("all of it") << QJsonObject{{"result", 1}, {"grants", QJsonArray{1,  3,  4,  5,  6,  7,  8,  9,  10, 12,
-                                                                                   13, 14, 16, 17, 18, 19, 20, 21, 22, 23}}}
-                               << "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19";
-    QTest::newRow("crossed pairs") << QJsonObject{{"result", 1}, {"grants", QJsonArray{4, 22, 19}}} << "1 7 14";
-    QTest::newRow("refused") << QJsonObject{{"result", 0}} << "12";
-    QTest::newRow("nonsense") << QJsonObject{{"result", 1}, {"grants", QJsonArray{-1, 0, 24, 1e12, "8", QJsonObject{}}}} << "10";
+    columns<QJsonObject, QString>("reply", "cleared");
+    addRow("empty object", QJsonObject{}, "");
+    addRow("none of it", QJsonObject{{"result", 1}, {"grants", QJsonArray{2, 11, 15}}}, "");
+    addRow("all of it",
+           QJsonObject{{"result", 1}, {"grants", QJsonArray{1, 3, 4, 5, 6, 7, 8, 9, 10, 12, 13, 14, 16, 17, 18, 19, 20, 21, 22, 23}}},
+           "0 1 2 3 4 5 6 7 8 9 10 11 12 13 14 15 16 17 18 19");
+    addRow("crossed pairs", QJsonObject{{"result", 1}, {"grants", QJsonArray{4, 22, 19}}}, "1 7 14");
+    addRow("refused", QJsonObject{{"result", 0}}, "12");
+    addRow("nonsense", QJsonObject{{"result", 1}, {"grants", QJsonArray{-1, 0, 24, 1e12, "8", QJsonObject{}}}}, "10");
 }
 
 void TestSettings::grants()
@@ -262,29 +242,6 @@ void TestSettings::grants()
     UserInfo::setAllValue("Server", "role", "slave");
     UserInfo::setRolePerm({{"result", 1}});
     QVERIFY(!UserInfo::perm(12) && UserInfo::canAnalyse() && UserInfo::canUpload() && UserInfo::canSetParameters());
-}
-
-void TestSettings::tokenPrefersAuth()
-{
-    UserInfo::setSessionToken("t1");
-    QCOMPARE(UserInfo::token(), QString("t1"));
-    UserInfo::setAuth("auth");
-    UserInfo::initUser(account);
-    QCOMPARE(UserInfo::token(), QString("auth"));
-    UserInfo::setAuth({});
-    QCOMPARE(UserInfo::token(), QString("t1"));
-}
-
-void TestSettings::languageFallsBackToChinese()
-{
-    for (const QString &word : {QString("fr"), QString("en_us"), QString("zh_en"), QString("zh_cn")}) {
-        VFunc::regSet(UserInfo::registryPath(), "Language", word);
-        UserInfo::clearCache();
-        QCOMPARE(UserInfo::language(), word == "fr" ? QString("zh_cn") : word);
-        QCOMPARE(UserInfo::languageNumber(), word.contains("en") ? 1 : 0);
-    }
-    QCOMPARE(UserInfo::thirdInfo(), QString("Vandrel"));
-    QCOMPARE(UserInfo::thirdGroup(), QString("VandrelQN"));
 }
 
 void TestSettings::readersAndWritersMeet()

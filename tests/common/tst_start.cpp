@@ -3,6 +3,7 @@
 #include "common/RunMode.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
 
@@ -38,16 +39,13 @@ private slots:
     void runReg();
     void netshCommand_data();
     void netshCommand();
-    void netshListGoesWithDelete();
     void oldVersionsGo();
-    void foreignFoldersStay();
 };
 
 void TestStart::runMode_data()
 {
-    QTest::addColumn<QString>("words");
-    QTest::addColumn<QString>("seen"); // kind, helper, instance check, skip update, silent, update word
-    const auto row = [](const char *words, const char *seen) { QTest::newRow(words) << QString(words) << QString(seen); };
+    columns<QString, QString>("words", "seen"); // seen: kind, helper, instance check, skip update, silent, update word
+    const auto row = [](const char *words, const char *seen) { addRow(words, QString(words), QString(seen)); };
     row("", "0 0 1 0 0 prod");
     row("delay", "0 0 1 0 0 prod");
     row("notupdate -silent", "0 0 1 1 1 prod");
@@ -84,16 +82,15 @@ void TestStart::runMode()
 
 void TestStart::updateAnswer_data()
 {
-    QTest::addColumn<QString>("answer");
-    QTest::addColumn<bool>("wanted");
-    QTest::newRow("newer") << "5.2.7.0" << true;
-    QTest::newRow("older") << "5.1.0.0\r\n" << true;
-    QTest::newRow("same") << "5.2.6.0" << false;
-    QTest::newRow("empty") << "" << false;
-    QTest::newRow("three parts") << "5.2.6" << false;
-    QTest::newRow("five parts") << "5.2.6.0.1" << false;
-    QTest::newRow("page") << "<a>.b.c.d" << false;
-    QTest::newRow("words for a shell") << "5.2.7.0\" & calc" << false;
+    columns<QString, bool>("answer", "wanted");
+    addRow("newer", "5.2.7.0", true);
+    addRow("older", "5.1.0.0\r\n", true);
+    addRow("same", "5.2.6.0", false);
+    addRow("empty", "", false);
+    addRow("three parts", "5.2.6", false);
+    addRow("five parts", "5.2.6.0.1", false);
+    addRow("page", "<a>.b.c.d", false);
+    addRow("words for a shell", "5.2.7.0\" & calc", false);
 }
 
 void TestStart::updateAnswer()
@@ -106,12 +103,9 @@ void TestStart::updateAnswer()
 
 void TestStart::copyPlan_data()
 {
-    QTest::addColumn<QString>("soft");
-    QTest::addColumn<QString>("source");
-    QTest::addColumn<QString>("target");
-    QTest::addColumn<bool>("allowed");
+    columns<QString, QString, QString, bool>("soft", "source", "target", "allowed");
     const auto row = [](const char *name, const char *soft, const char *source, const char *target, bool allowed) {
-        QTest::newRow(name) << QString(soft) << QString(source) << QString(target) << allowed;
+        addRow(name, QString(soft), QString(source), QString(target), allowed);
     };
     row("c4d plug-in", "c4d", "prog/scripts/c4d/vcmain.pyp", "c4d/plugins/new/vcmain.pyp", true);
     row("c4d library", "c4d", "prog/scripts/c4d/libmmd.dll", "c4d\\libmmd.dll", true);
@@ -131,9 +125,7 @@ void TestStart::copyPlan_data()
 
 void TestStart::copyPlan()
 {
-    QFETCH(QString, soft);
-    QFETCH(QString, source);
-    QFETCH(QString, target);
+    FETCH(QString, soft, QString, source, QString, target);
     QTemporaryDir dir;
     for (const char *file : {"c4d/Cinema 4D.exe", "max/3dsmax.exe", "unity/Unity.exe", "prog/scripts/c4d/vcmain.pyp", "other/vcmain.pyp"})
         make(dir.filePath(file));
@@ -196,35 +188,22 @@ void TestStart::runReg()
 
 void TestStart::netshCommand_data()
 {
-    QTest::addColumn<bool>("add");
-    QTest::addColumn<QStringList>("forward");
-    QTest::addColumn<QString>("command");
+    columns<bool, QStringList, QString>("add", "forward", "command");
     const QString start = "netsh interface portproxy %1 v4tov4 listenaddress=* listenport=%2 ";
-    QTest::newRow("add") << true << QStringList{"29909", "farm.local", "29909"}
-                         << start.arg("add", "29909") + "connectaddress=farm.local connectport=29909";
-    QTest::newRow("delete") << false << QStringList{"29909"} << start.arg("delete", "29909");
-    QTest::newRow("port out of range") << true << QStringList{"70000", "h", "1"} << "";
-    QTest::newRow("no connect port") << true << QStringList{"1", "h"} << "";
-    QTest::newRow("words in a host") << true << QStringList{"1", "h & calc", "2"} << "";
-    QTest::newRow("option as a host") << true << QStringList{"1", "-h", "2"} << "";
-    QTest::newRow("empty") << false << QStringList{} << "";
+    addRow("add", true, QStringList{"29909", "farm.local", "29909"},
+           start.arg("add", "29909") + "connectaddress=farm.local connectport=29909");
+    addRow("delete", false, QStringList{"29909"}, start.arg("delete", "29909"));
+    addRow("port out of range", true, QStringList{"70000", "h", "1"}, "");
+    addRow("no connect port", true, QStringList{"1", "h"}, "");
+    addRow("words in a host", true, QStringList{"1", "h & calc", "2"}, "");
+    addRow("option as a host", true, QStringList{"1", "-h", "2"}, "");
+    addRow("empty", false, QStringList{}, "");
 }
 
 void TestStart::netshCommand()
 {
-    QFETCH(bool, add);
-    QFETCH(QStringList, forward);
+    FETCH(bool, add, QStringList, forward);
     QTEST(HelperModes::netshCommand(add, forward), "command");
-}
-
-void TestStart::netshListGoesWithDelete()
-{
-    const QString list = testHome() + "/netshadd";
-    make(list, "[[\"1\",\"h\",\"2\"]]");
-    HelperModes::netsh(true, {"client", "netshadd", "not json"}, list);
-    QVERIFY(QFileInfo::exists(list));
-    HelperModes::netsh(false, {"client", "netshdelete"}, list);
-    QVERIFY(!QFileInfo::exists(list));
 }
 
 void TestStart::oldVersionsGo()
@@ -239,16 +218,6 @@ void TestStart::oldVersionsGo()
     QCOMPARE(QDir(dir.path()).entryList(QDir::AllEntries | QDir::NoDotAndDotDot, QDir::Name),
              QStringList({"1.2.3.4", "5.2.5", "5.2.6.0", "9.9.9.9", "elsewhere", "my.own.work.folder", "vd.txt"}));
     QVERIFY(QFileInfo::exists(dir.filePath("elsewhere/file")));
-}
-
-void TestStart::foreignFoldersStay()
-{
-    QTemporaryDir dir;
-    for (const char *file : {"build/client", "1.2.3.4/file", "VD-1.exe"})
-        make(dir.filePath(file));
-    QCOMPARE(Housekeeping::removeOldVersions(dir.filePath("build")), QStringList());
-    QVERIFY(QFileInfo::exists(dir.filePath("1.2.3.4/file")) && QFileInfo::exists(dir.filePath("VD-1.exe")));
-    QCOMPARE(Housekeeping::removeOldVersions(dir.filePath("absent/1.2.3.4")), QStringList());
 }
 
 VN_TEST(TestStart)

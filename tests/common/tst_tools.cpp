@@ -5,6 +5,7 @@
 #include "common/ThreadPool.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <atomic>
 #include <future>
@@ -52,26 +53,19 @@ private slots:
     void poolReusesThreads();
     void poolStopsWithItsWorkers();
     void debounceEmitsOnce();
-    void throttleIsTold();
     void seamPostsToItsThread();
     void removeDirRefusesHome();
-    void sceneNames_data();
-    void sceneNames();
-    void linksAreFollowed();
-    void reportHasItsKeys();
 };
 
 void TestTools::logLine_data()
 {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("line");
-    QTest::newRow("debug") << int(QtDebugMsg) << "x 渲" << QByteArray("[t]x 渲\r\n");
-    QTest::newRow("warning") << int(QtWarningMsg) << "x" << QByteArray("Warning:[t]x\r\n");
-    QTest::newRow("critical") << int(QtCriticalMsg) << "x" << QByteArray("Critical:[t]x\r\n");
-    QTest::newRow("fatal") << int(QtFatalMsg) << "" << QByteArray("Fatal:[t]\r\n");
-    QTest::newRow("longest") << int(QtDebugMsg) << QString(20000, 'a') << "[t]" + QByteArray(20000, 'a') + "\r\n";
-    QTest::newRow("too long") << int(QtDebugMsg) << QString(20001, 'a') << "[t]" + QByteArray(200, 'a') + "......\r\n";
+    columns<int, QString, QByteArray>("type", "text", "line");
+    addRow("debug", int(QtDebugMsg), "x 渲", QByteArray("[t]x 渲\r\n"));
+    addRow("warning", int(QtWarningMsg), "x", QByteArray("Warning:[t]x\r\n"));
+    addRow("critical", int(QtCriticalMsg), "x", QByteArray("Critical:[t]x\r\n"));
+    addRow("fatal", int(QtFatalMsg), "", QByteArray("Fatal:[t]\r\n"));
+    addRow("longest", int(QtDebugMsg), QString(20000, 'a'), "[t]" + QByteArray(20000, 'a') + "\r\n");
+    addRow("too long", int(QtDebugMsg), QString(20001, 'a'), "[t]" + QByteArray(200, 'a') + "......\r\n");
     const QPair<const char *, const char *> secrets[] = {
         {R"({"password":"a\"b","n":1,"accessToken" : "x y"})", R"({"password":"***","n":1,"accessToken" : "***"})"},
         {R"({"info":"{\"password\":\"p\\\"q\",\"a\":1}"})", R"({"info":"{\"password\":\"***\",\"a\":1}"})"},
@@ -82,15 +76,14 @@ void TestTools::logLine_data()
         {"no token for farm 3: /storage-secret-token/role", "no token for farm 3: /storage-secret-token/role"},
     };
     for (const auto &secret : secrets)
-        QTest::newRow(secret.first) << int(QtDebugMsg) << secret.first << "[t]" + QByteArray(secret.second) + "\r\n";
-    QTest::newRow("too long, three bytes each")
-        << int(QtDebugMsg) << QString(6667, QChar(0x6E32)) << "[t]" + QByteArray("渲").repeated(66) + "......\r\n";
+        addRow(secret.first, int(QtDebugMsg), secret.first, "[t]" + QByteArray(secret.second) + "\r\n");
+    addRow("too long, three bytes each", int(QtDebugMsg), QString(6667, QChar(0x6E32)),
+           "[t]" + QByteArray("渲").repeated(66) + "......\r\n");
 }
 
 void TestTools::logLine()
 {
-    QFETCH(int, type);
-    QFETCH(QString, text);
+    FETCH(int, type, QString, text);
     QTEST(LogSink::format(type, text, "t"), "line");
 }
 
@@ -181,16 +174,6 @@ void TestTools::debounceEmitsOnce()
     QVERIFY(!debounce.throttling());
 }
 
-void TestTools::throttleIsTold()
-{
-    Debounce debounce;
-    QSignalSpy spy(&debounce, &Debounce::throut), other(&debounce, &Debounce::debout);
-    debounce.throttle(20);
-    QVERIFY(debounce.throttling());
-    QVERIFY(spy.wait(5000));
-    QVERIFY(!debounce.throttling() && other.isEmpty());
-}
-
 void TestTools::seamPostsToItsThread()
 {
     QVERIFY(!Seam<Calls>::post([](Calls &) {}));
@@ -230,42 +213,6 @@ void TestTools::removeDirRefusesHome()
     QVERIFY(VFunc::removeDir(dir.filePath("link")));
     QVERIFY(QFileInfo(dir.filePath("kept/in")).isDir());
     QVERIFY(VFunc::removeDir(dir.filePath("kept")) && VFunc::removeDir(dir.filePath("kept")));
-}
-
-void TestTools::sceneNames_data()
-{
-    QTest::addColumn<QString>("path");
-    QTest::addColumn<int>("type");
-    const QList<QPair<QString, int>> rows{{"a.ma", 1},      {"A.MB", 1},   {"x.max", 3}, {"x.HIPNC", 4}, {"x.c4d", 5}, {"x.skp", 6},
-                                          {"x.project", 7}, {"渲.tgd", 8}, {"x.tgc", 0}, {"ma", 0},      {"", 0}};
-    for (const auto &row : rows)
-        QTest::newRow(qPrintable(row.first)) << row.first << row.second;
-}
-
-void TestTools::sceneNames()
-{
-    QFETCH(QString, path);
-    QTEST(SoftwareType::ofPath(path), "type");
-}
-
-void TestTools::linksAreFollowed()
-{
-    QTemporaryDir dir;
-    VFunc::writeWhole(dir.filePath("scene.tgd"), "x");
-    QVERIFY(QFile::link(dir.filePath("scene.tgd"), dir.filePath("one")) && QFile::link(dir.filePath("one"), dir.filePath("two")));
-    QVERIFY(QFile::link(dir.filePath("b"), dir.filePath("a")) && QFile::link(dir.filePath("a"), dir.filePath("b")));
-    QCOMPARE(VFunc::followLinks(dir.filePath("two")), dir.filePath("scene.tgd"));
-    QCOMPARE(VFunc::followLinks(dir.filePath("a")), dir.filePath("a"));
-    QCOMPARE(VFunc::followLinks("/not/there"), QString("/not/there"));
-}
-
-void TestTools::reportHasItsKeys()
-{
-    VFunc::setScreenSize(1920, 1080);
-    const QJsonObject report = VFunc::machineReport();
-    QCOMPARE(report.keys().join(' '), QString("cpu diskNo graphics mac mainboard maxVersions memory os screenH screenW"));
-    QCOMPARE(report["screenW"].toInt(), 1920);
-    QVERIFY(report["memory"].toString().startsWith('['));
 }
 
 VN_TEST(TestTools)

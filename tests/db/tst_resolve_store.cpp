@@ -1,6 +1,7 @@
 #include "common/facts/AnalysisError.h"
 #include "db/ResolveDAO.h"
 #include "support/RawFile.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QTemporaryDir>
 
@@ -58,20 +59,16 @@ private slots:
 
     void projectColumn_data()
     {
-        QTest::addColumn<QString>("column");
-        QTest::addColumn<int>("id");
-        QTest::addColumn<QString>("name");
-        QTest::newRow("underscores stay") << "12_a_b" << 12 << "a_b";
-        QTest::newRow("no number") << "x_a" << 0 << "a";
-        QTest::newRow("no name") << "7_" << 7 << "";
-        QTest::newRow("nothing") << "" << 0 << "";
-        QTest::newRow("percent") << "3_%1 100%" << 3 << "%1 100%";
+        columns<QString, int, QString>("column", "id", "name");
+        addRow("underscores stay", "12_a_b", 12, "a_b");
+        addRow("no number", "x_a", 0, "a");
+        addRow("no name", "7_", 7, "");
+        addRow("nothing", "", 0, "");
+        addRow("percent", "3_%1 100%", 3, "%1 100%");
     }
     void projectColumn()
     {
-        QFETCH(QString, column);
-        QFETCH(int, id);
-        QFETCH(QString, name);
+        FETCH(QString, column, int, id, QString, name);
         int gotId = -1;
         QString gotName;
         ResolveDAO::splitProject(column, &gotId, &gotName);
@@ -88,22 +85,16 @@ private slots:
     // A key that is taken moves the whole batch up to where all its keys are free, and every scene is found again.
     void takenKeys_data()
     {
-        QTest::addColumn<QList<qlonglong>>("standing");
-        QTest::addColumn<qlonglong>("from");
-        QTest::addColumn<int>("count");
-        QTest::addColumn<qlonglong>("first");
-        QTest::newRow("free") << QList<qlonglong>{} << 1000ll << 3 << 1000ll;
-        QTest::newRow("same second") << QList<qlonglong>{1000, 1001} << 1000ll << 2 << 1002ll;
-        QTest::newRow("a later one in the way") << QList<qlonglong>{1002} << 1000ll << 3 << 1003ll;
-        QTest::newRow("gap too small") << QList<qlonglong>{1000, 1003} << 1000ll << 3 << 1004ll;
-        QTest::newRow("gap big enough") << QList<qlonglong>{1000, 1004} << 1000ll << 3 << 1001ll;
+        columns<QList<qlonglong>, qlonglong, int, qlonglong>("standing", "from", "count", "first");
+        addRow("free", QList<qlonglong>{}, 1000ll, 3, 1000ll);
+        addRow("same second", QList<qlonglong>{1000, 1001}, 1000ll, 2, 1002ll);
+        addRow("a later one in the way", QList<qlonglong>{1002}, 1000ll, 3, 1003ll);
+        addRow("gap too small", QList<qlonglong>{1000, 1003}, 1000ll, 3, 1004ll);
+        addRow("gap big enough", QList<qlonglong>{1000, 1004}, 1000ll, 3, 1001ll);
     }
     void takenKeys()
     {
-        QFETCH(QList<qlonglong>, standing);
-        QFETCH(qlonglong, from);
-        QFETCH(int, count);
-        QFETCH(qlonglong, first);
+        FETCH(QList<qlonglong>, standing, qlonglong, from, int, count, qlonglong, first);
         for (qlonglong key : standing)
             put({scene(key, 100, "/old")});
         QList<db_resolve> list;
@@ -133,16 +124,16 @@ private slots:
     void oldFiles_data()
     {
         QTest::addColumn<QStringList>("statements");
-        QTest::newRow("without the later columns")
-            << QStringList{"create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime "
+        addRow("without the later columns",
+               QStringList{"create table resolve(rkey INTEGER,ordernum varchar,missionid int,project varchar,lpath varchar,rtime "
                            "INTEGER,"
                            "state int,error int,errstr varchar,rset varchar,pri INTEGER,fok int,fsum int,primary key(rkey))",
-                           "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"};
-        QTest::newRow("with NULLs and a column of its own")
-            << QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath "
+                           "insert into resolve values(7,'',0,'1_p','/a',9,101,3,'','{}',7,0,0)"});
+        addRow("with NULLs and a column of its own",
+               QStringList{"create table resolve(rkey INTEGER,own int,ordernum varchar,missionid int,lpath "
                            "varchar,state int,error int,"
                            "primary key(rkey))",
-                           "insert into resolve values(7,1,null,null,'/a',101,3)"};
+                           "insert into resolve values(7,1,null,null,'/a',101,3)"});
     }
     void oldFiles()
     {
@@ -245,25 +236,21 @@ private slots:
 
     void pages_data()
     {
-        QTest::addColumn<QString>("search");
-        QTest::addColumn<int>("page");
-        QTest::addColumn<QList<qlonglong>>("found");
-        QTest::addColumn<int>("pages");
-        QTest::newRow("all, first") << "" << 0 << QList<qlonglong>{1, 2} << 3;
-        QTest::newRow("all, last") << "" << 2 << QList<qlonglong>{5} << 3;
-        QTest::newRow("beyond") << "" << 3 << QList<qlonglong>{} << 3;
-        QTest::newRow("percent is a letter") << "0%" << 0 << QList<qlonglong>{2} << 1;
-        QTest::newRow("underscore is a letter") << "a_b" << 0 << QList<qlonglong>{3} << 1;
-        QTest::newRow("backslash is a letter") << "\\" << 0 << QList<qlonglong>{5} << 1;
-        QTest::newRow("quote") << "o'n" << 0 << QList<qlonglong>{4} << 1;
-        QTest::newRow("hidden never") << "hidden" << 0 << QList<qlonglong>{} << 0;
+        columns<QString, int, QList<qlonglong>, int>("search", "page", "found", "pages");
+        addRow("all, first", "", 0, QList<qlonglong>{1, 2}, 3);
+        addRow("all, last", "", 2, QList<qlonglong>{5}, 3);
+        addRow("beyond", "", 3, QList<qlonglong>{}, 3);
+        addRow("percent is a letter", "0%", 0, QList<qlonglong>{2}, 1);
+        addRow("underscore is a letter", "a_b", 0, QList<qlonglong>{3}, 1);
+        addRow("backslash is a letter", "\\", 0, QList<qlonglong>{5}, 1);
+        addRow("quote", "o'n", 0, QList<qlonglong>{4}, 1);
+        addRow("hidden never", "hidden", 0, QList<qlonglong>{}, 0);
     }
     void pages()
     {
         put({scene(1, 100, "/aXb.tgd"), scene(2, 103, "/100%.tgd"), scene(3, 104, "/a_b.tgd"), scene(4, 110, "/o'neil.tgd"),
              scene(5, 100, "C:\\x.max"), scene(6, 118, "/hidden.tgd")});
-        QFETCH(QString, search);
-        QFETCH(int, page);
+        FETCH(QString, search, int, page);
         QSignalSpy told(&dao(), &ResolveDAO::allFile);
         QTEST(keys(dao().readPage(search, page, 2)), "found");
         QTEST(told.first().at(1).toInt(), "pages");

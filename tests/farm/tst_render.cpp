@@ -1,5 +1,6 @@
 // From an order to its frames, and the commands that steer a task while it renders.
 #include "RenderPlan.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "Wires.h"
 
@@ -25,15 +26,14 @@ class TestRender : public QObject
 private slots:
     void frames_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QVector<int>>("numbers");
-        QTest::newRow("one") << "5" << QVector<int>{5};
-        QTest::newRow("range") << "-2-1" << QVector<int>{-2, -1, 0, 1};
-        QTest::newRow("both negative") << "-3--1" << QVector<int>{-3, -2, -1};
-        QTest::newRow("step") << "1-10:4,3" << QVector<int>{1, 3, 5, 9};
-        QTest::newRow("twice, full-width comma") << QStringLiteral("1-3，2-4") << QVector<int>{1, 2, 3, 4};
-        QTest::newRow("downwards") << "5-1" << QVector<int>{};
-        QTest::newRow("nonsense") << "a,1-b,,7" << QVector<int>{7};
+        columns<QString, QVector<int>>("text", "numbers");
+        addRow("one", "5", QVector<int>{5});
+        addRow("range", "-2-1", QVector<int>{-2, -1, 0, 1});
+        addRow("both negative", "-3--1", QVector<int>{-3, -2, -1});
+        addRow("step", "1-10:4,3", QVector<int>{1, 3, 5, 9});
+        addRow("twice, full-width comma", QStringLiteral("1-3，2-4"), QVector<int>{1, 2, 3, 4});
+        addRow("downwards", "5-1", QVector<int>{});
+        addRow("nonsense", "a,1-b,,7", QVector<int>{7});
     }
     void frames()
     {
@@ -43,49 +43,43 @@ private slots:
 
     void plan_data()
     {
-        QTest::addColumn<int>("software");
-        QTest::addColumn<QByteArray>("order");
-        QTest::addColumn<QStringList>("frames"); // "path WxH", priority frames with a star
-        QTest::newRow("Terragen")
-            << 8
-            << QByteArray(
+        columns<int, QByteArray, QStringList>("software", "order", "frames"); // frames: "path WxH", priority frames with a star
+        addRow("Terragen", 8,
+               QByteArray(
                    R"({"keyFrames":"2","modelParameters":{"cameras":[{"name":"A","width":"80","height":"40","frames":"1-2","selected":1},
-            {"name":"B","width":80,"height":40,"frames":"1","selected":0}]}})")
-            << QStringList{"*A/s.0002.png 80x40", "A/s.0001.png 80x40"};
-        QTest::newRow("Terragen, nobody chosen, same names")
-            << 8 << QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
-            {"name":"A","width":8,"height":4,"frames":"1"}]}})")
-            << QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"};
-        QTest::newRow("3ds Max, scaled") << 3
-                                         << QByteArray(
-                                                R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})")
-                                         << QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"};
-        QTest::newRow("3ds Max, enabled")
-            << 3 << QByteArray(R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})")
-            << QStringList{"C2/s.0007.png 8x4"};
-        QTest::newRow("Maya")
-            << 1
-            << QByteArray(
-                   R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})")
-            << QStringList{"*L_persp/s.0001.png 8x4"};
-        QTest::newRow("Houdini") << 4 << QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})")
-                                 << QStringList{"_out_m/s.0003.png 8x4"};
-        QTest::newRow("Clarisse")
-            << 7
-            << QByteArray(
-                   R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","frames":"0","selected":1},{"name":"m","frames":"0"}]}]}})")
-            << QStringList{"i_l/s.0000.png 1000x562"};
-        QTest::newRow("forced")
-            << 5
-            << QByteArray(
-                   R"({"noSolutionCheck":1,"canw":10,"canh":5,"noFrameCheck":1,"canframe":"4","modelParameters":{"cameras":["C"],"width":8,"height":4,"frames":"1"}})")
-            << QStringList{"C/s.0004.png 10x5"};
-        QTest::newRow("nothing told") << 8 << QByteArray("{}") << QStringList{"camera/s.0001.png 1000x562"};
+            {"name":"B","width":80,"height":40,"frames":"1","selected":0}]}})"),
+               QStringList{"*A/s.0002.png 80x40", "A/s.0001.png 80x40"});
+        addRow("Terragen, nobody chosen, same names", 8,
+               QByteArray(R"({"modelParameters":{"cameras":[{"name":"A","width":8,"height":4,"frames":"-1"},
+            {"name":"A","width":8,"height":4,"frames":"1"}]}})"),
+               QStringList{"A/s.-0001.png 8x4", "A_2/s.0001.png 8x4"});
+        addRow("3ds Max, scaled", 3,
+               QByteArray(R"({"modelParameters":{"width":4000,"height":2000,"frames":"7","cameras":["C1","a/b:c"]}})"),
+               QStringList{"C1/s.0007.png 1000x500", "a_b_c/s.0007.png 1000x500"});
+        addRow("3ds Max, enabled", 3,
+               QByteArray(R"({"modelParameters":{"width":8,"height":4,"frames":"7","cameras":[],"enableCameras":["C2"]}})"),
+               QStringList{"C2/s.0007.png 8x4"});
+        addRow("Maya", 1,
+               QByteArray(
+                   R"({"modelParameters":[{"layer":"L","width":8,"height":4,"frames":"1","cameras_array":["persp"],"keyFrames":"1"}]})"),
+               QStringList{"*L_persp/s.0001.png 8x4"});
+        addRow("Houdini", 4, QByteArray(R"({"modelParameters":[{"rop":"/out/m","reslution":[8,4],"frames":"3","selected":1}]})"),
+               QStringList{"_out_m/s.0003.png 8x4"});
+        addRow(
+            "Clarisse", 7,
+            QByteArray(
+                R"({"modelParameters":{"images":[{"name":"i","selected":1,"layers":[{"name":"l","frames":"0","selected":1},{"name":"m","frames":"0"}]}]}})"),
+            QStringList{"i_l/s.0000.png 1000x562"});
+        addRow(
+            "forced", 5,
+            QByteArray(
+                R"({"noSolutionCheck":1,"canw":10,"canh":5,"noFrameCheck":1,"canframe":"4","modelParameters":{"cameras":["C"],"width":8,"height":4,"frames":"1"}})"),
+            QStringList{"C/s.0004.png 10x5"});
+        addRow("nothing told", 8, QByteArray("{}"), QStringList{"camera/s.0001.png 1000x562"});
     }
     void plan()
     {
-        QFETCH(int, software);
-        QFETCH(QByteArray, order);
+        FETCH(int, software, QByteArray, order);
         QStringList got;
         for (const farm::FrameJob &job :
              farm::framePlan(QJsonDocument::fromJson(order).object(), software, QStringLiteral("dir/s.tgd"), 1000))
@@ -93,29 +87,12 @@ private slots:
         QTEST(got, "frames");
     }
 
-    // The same scene gives the same bytes whenever it is rendered, another scene or camera others.
-    void pictures()
-    {
-        QMap<QString, QString> hashes;
-        for (const QString name : {"one", "again", "other scene"}) {
-            Bench bench(fast());
-            bench.login();
-            const int task = bench.order({key}, Bench::camera("1"));
-            FileWire(bench).upload(task, key, name == "other scene" ? "other" : "scene");
-            bench.wire->ask(10704, {{"missionId", task}});
-            QTRY_COMPARE(bench.farm.order(task).status, 2);
-            hashes[name] = bench.farm.results(task).value(0).hash;
-        }
-        QCOMPARE(hashes["one"], hashes["again"]);
-        QVERIFY(hashes["one"] != hashes["other scene"]);
-    }
-
     void strategy_data()
     {
         QTest::addColumn<int>("strategy");
-        QTest::newRow("goes on") << 1;
-        QTest::newRow("waits") << 0;
-        QTest::newRow("waits, as settings say it") << 2;
+        addRow("goes on", 1);
+        addRow("waits", 0);
+        addRow("waits, as settings say it", 2);
     }
     void strategy()
     {
@@ -163,36 +140,6 @@ private slots:
         QCOMPARE(row.value("result").toInt(), 3);
         QCOMPARE(row.value("cancelFrame").toInt() + row.value("successFrame").toInt(), 200);
         QCOMPARE(bench.instant(task, key, 5).object().value("code").toInt(), 1070006);
-    }
-
-    void failures()
-    {
-        Bench bench(fast());
-        bench.login();
-        bench.farm.faults().set("render-fail=1@1");
-        const int task = rendering(bench, "1-3");
-        QTRY_COMPARE(bench.farm.order(task).framesFailed, 1);
-        QTRY_COMPARE(bench.farm.order(task).status, 2);
-        QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
-        QTRY_COMPARE(bench.farm.order(task).framesDone, 3);
-        QCOMPARE(bench.wire->ask(10402, {{"missionId", task}, {"status", 3}, {"page", 0}}).object().value("results").toArray().size(), 3);
-    }
-
-    void command()
-    {
-#ifndef Q_OS_UNIX
-        QSKIP("needs cp");
-#else
-        FarmOptions options = fast();
-        options.renderCommands.insert(8, QStringLiteral("sh -c \"sleep 0.3; cp '%scene%' '%out%'\""));
-        Bench bench(options);
-        bench.login();
-        const int task = bench.order({key}, Bench::camera("1-2"));
-        FileWire(bench).upload(task, key, "not a picture");
-        bench.wire->ask(10704, {{"missionId", task}});
-        QTRY_COMPARE(bench.farm.order(task).framesDone, 2);
-        QCOMPARE(bench.farm.results(task).first().hash, md5("not a picture"));
-#endif
     }
 };
 

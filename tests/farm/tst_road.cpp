@@ -1,4 +1,5 @@
 // The road of an order over hand-written wires, and what of it survives a farm that ends or is killed in the middle.
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "Wires.h"
 
@@ -20,51 +21,6 @@ class TestRoad : public QObject
     }
 
 private slots:
-    void whole()
-    {
-        FarmOptions options;
-        options.framesPerSecond = 0;
-        Bench bench(options);
-        const Reply account = bench.login();
-        QCOMPARE(account.val, 1030900);
-        QCOMPARE(account.object().value("username").toString(), QStringLiteral("demo"));
-        QVERIFY(account.object().contains("autoSubmit"));
-        const QByteArray bytes = noise(50000);
-        const int task = bench.order({scene}, Bench::camera("1-3"));
-        QVERIFY(task > 0);
-        const QJsonObject miss = bench.instant(task, key, bytes.size()).object();
-        QCOMPARE(miss.value("code").toInt(), 101402);
-        QCOMPARE(miss.value("data").toObject().value("portLan").toInt(), bench.farm.ports().file);
-        QCOMPARE(FileWire(bench).upload(task, key, bytes), 7000404);
-        QCOMPARE(bench.farm.storedFiles().value(key), md5(bytes));
-        QCOMPARE(bench.instant(task, key, bytes.size()).object().value("code").toInt(), 101401);
-        QCOMPARE(bench.instant(task, key, bytes.size(), 6).object().value("code").toInt(), 101402);
-        QCOMPARE(bench.wire->ask(10704, {{"missionId", task}}).val, 1070400);
-
-        const Reply push = bench.wire->push(10413);
-        QCOMPARE(push.seq, -1);
-        QCOMPARE(push.object().value("prefixPath").toString(), QStringLiteral("%1_island.tgd/").arg(task));
-        const QJsonArray rows = push.object().value("rows").toArray();
-        QCOMPARE(rows.size(), 3);
-        QCOMPARE(bench.wire->ask(10413, {{"missionId", task}}).val, 1041300);
-        QSet<QByteArray> different;
-        for (const QJsonValue &one : rows) {
-            const QJsonObject told = bench.wire->ask(10800, {{"fileId", one.toObject().value("id")}}).object();
-            const qint64 size = told.value("size").toInt();
-            int code = 0;
-            const QByteArray whole = fetch(bench, told.value("downloadPath").toString(), 0, size, &code);
-            QCOMPARE(md5(whole), told.value("hash").toString());
-            QCOMPARE(QSize(at32(whole, 16), at32(whole, 20)), QSize(64, 36)); // head of a PNG
-            QCOMPARE(fetch(bench, told.value("downloadPath").toString(), size / 2, size - size / 2, &code), whole.mid(int(size / 2)));
-            QCOMPARE(bench.wire->ask(10802, {{"fileId", one.toObject().value("id")}}).val, 1080200);
-            different.insert(whole);
-        }
-        QCOMPARE(different.size(), 3);
-        const FarmOrder done = bench.farm.order(task);
-        QCOMPARE(done.stage, 5);
-        QCOMPARE(done.status, 2);
-        QCOMPARE(bench.farm.violations(), QStringList());
-    }
 
     // What a lost reply makes the client send again changes nothing.
     void repeats()
@@ -88,30 +44,6 @@ private slots:
         QCOMPARE(bench.farm.orders().size(), 1);
         QCOMPARE(bench.farm.order(task).frames, 2);
         QVERIFY(bench.wire->ask(10421, ask).object() != first); // the row is ordered: this is another scene
-        QCOMPARE(bench.farm.violations(), QStringList());
-    }
-
-    void resume_data()
-    {
-        QTest::addColumn<int>("cut");
-        for (int cut : {1, 19999, 20000, 20001, 49999})
-            QTest::addRow("%d", cut) << cut;
-    }
-    void resume()
-    {
-        QFETCH(int, cut);
-        Bench bench;
-        bench.login();
-        const QByteArray bytes = noise(50000);
-        const int task = bench.order({scene}, Bench::camera("1"));
-        bench.farm.faults().set("cut-upload", QString::number(cut) + "@1");
-        QCOMPARE(FileWire(bench).upload(task, key, bytes), 0);
-        bench.restart();
-        bench.login();
-        FileWire file(bench);
-        QCOMPARE(FileWire::start(file.ask(task, key, bytes.size())), qint64(cut));
-        QCOMPARE(FileWire(bench).upload(task, key, bytes), 7000404);
-        QCOMPARE(bench.farm.storedFiles().value(key), md5(bytes));
         QCOMPARE(bench.farm.violations(), QStringList());
     }
 
@@ -149,19 +81,16 @@ private slots:
 
     void download_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<int>("from");
-        QTest::addColumn<int>("code");
-        QTest::newRow("at the end") << "" << 0 << 7010003;
-        QTest::newRow("past the end") << "" << 1 << 13020304;
-        QTest::newRow("absent") << "results/1/Cam/none.png" << 0 << 7010007;
-        QTest::newRow("outside") << "results/../farm.db" << 0 << 7010007;
-        QTest::newRow("absolute") << "/etc/passwd" << 0 << 7010007;
+        columns<QString, int, int>("path", "from", "code");
+        addRow("at the end", "", 0, 7010003);
+        addRow("past the end", "", 1, 13020304);
+        addRow("absent", "results/1/Cam/none.png", 0, 7010007);
+        addRow("outside", "results/../farm.db", 0, 7010007);
+        addRow("absolute", "/etc/passwd", 0, 7010007);
     }
     void download()
     {
-        QFETCH(QString, path);
-        QFETCH(int, from);
+        FETCH(QString, path, int, from);
         FarmOptions options;
         options.framesPerSecond = 0;
         Bench bench(options);

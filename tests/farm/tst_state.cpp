@@ -1,5 +1,6 @@
 // What the farm keeps: content by its hash, the account with its lists, a folder that is damaged, taken or half
 // written.
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "Wires.h"
 
@@ -50,42 +51,18 @@ private slots:
         QCOMPARE(bench.farm.violations(), QStringList());
     }
 
-    // Rows of 10417 and 10422: what a scene that is given up leaves, by how far it had come.
-    void givenUp()
-    {
-        Bench bench;
-        bench.login();
-        const QJsonObject number =
-            bench.wire->ask(10421, {{"name", "x.tgd"}, {"clientFlag", 3}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}})
-                .object();
-        QCOMPARE(bench.wire->ask(10422, {{"missionId", number.value("id")}, {"type", 6}}).val, 1042200);
-        QCOMPARE(bench.farm.order(number.value("id").toInt()).analysisType, 6);
-        QCOMPARE(bench.wire->ask(10417, {{"missionId", number.value("id")}}).val, 1041700);
-        QVERIFY(bench.farm.orders().isEmpty());
-        QCOMPARE(bench.wire->ask(10417, {{"missionId", number.value("id")}}).val, 1041700);
-        const int task = bench.order({key}, Bench::camera("1"));
-        QCOMPARE(bench.wire->ask(10417, {{"missionId", task}}).val, 1041700);
-        QCOMPARE(bench.farm.order(task).result, 3);
-        QCOMPARE(bench.wire->ask(10704, {{"missionId", task}}).val, 1070406);
-        QCOMPARE(FileWire(bench).upload(task, key, "x"), 13010005);
-    }
-
     void bodies_data()
     {
-        QTest::addColumn<int>("cmd");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<QString>("told");
-        QTest::newRow("good") << 10409 << QByteArray(R"({"missionId":1})") << "";
-        QTest::newRow("text for a number") << 10409 << QByteArray(R"({"missionId":"1"})") << "body of command 10409: missionId";
-        QTest::newRow("missing") << 10421 << QByteArray(R"({"name":"a","clientFlag":1,"projectId":1})")
-                                 << "body of command 10421: softwareType,machineModel";
-        QTest::newRow("not JSON") << 10409 << QByteArray("{\"missionId\":") << "body of command 10409 isn't JSON";
+        columns<int, QByteArray, QString>("cmd", "body", "told");
+        addRow("good", 10409, QByteArray(R"({"missionId":1})"), "");
+        addRow("text for a number", 10409, QByteArray(R"({"missionId":"1"})"), "body of command 10409: missionId");
+        addRow("missing", 10421, QByteArray(R"({"name":"a","clientFlag":1,"projectId":1})"),
+               "body of command 10421: softwareType,machineModel");
+        addRow("not JSON", 10409, QByteArray("{\"missionId\":"), "body of command 10409 isn't JSON");
     }
     void bodies()
     {
-        QFETCH(int, cmd);
-        QFETCH(QByteArray, body);
-        QFETCH(QString, told);
+        FETCH(int, cmd, QByteArray, body, QString, told);
         Bench bench;
         bench.login();
         QVERIFY(bench.wire->askRaw(cmd, body).val != 0); // answered all the same

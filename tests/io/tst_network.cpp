@@ -9,6 +9,7 @@
 #include "io/WebAsk.h"
 #include "support/BusinessPeer.h"
 #include "support/HttpPeer.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <quazip/quazipfile.h>
 
@@ -108,34 +109,23 @@ private slots:
         business.reset();
     }
 
-    void oneRoadOnly()
-    {
-        business->answer(11100, 1110000, {{"addr-internal", "10.1.2.3:81/"}, {"accessToken", "t"}});
-        QCOMPARE(drive(5), QString("http://10.1.2.3:81/skydrive"));
-    }
-
     void replies_data()
     {
-        QTest::addColumn<QByteArray>("response");
-        QTest::addColumn<QString>("wanted");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<int>("relogin");
-        QTest::newRow("object") << HttpPeer::response("{\"result\":1,\"code\":\"7\",\"msg\":\"m\",\"data\":{\"a\":1}}") << "answered" << 7
-                                << -1;
-        QTest::newRow("no json") << HttpPeer::response("5.2.6.0") << "answered" << 0 << -1;
-        QTest::newRow("created") << HttpPeer::response("{\"code\":9}", "201 Created") << "answered" << 9 << -1;
-        QTest::newRow("not found") << HttpPeer::response("{\"code\":9}", "404 Not Found") << "refused HttpError:404" << 0 << -1;
-        QTest::newRow("redirect") << HttpPeer::response("", "302 Found", "Location: /x\r\n") << "refused HttpError:302" << 0 << -1;
-        QTest::newRow("server fault") << HttpPeer::response("", "500 Oh") << "refused HttpError:500" << 0 << -1;
-        QTest::newRow("logged in elsewhere") << HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n") << "refused NetworkError"
-                                             << 0 << 1000101;
-        QTest::newRow("401 of another kind") << HttpPeer::response("", "401 Unauthorized") << "refused NetworkError" << 0 << -1;
-        QTest::newRow("cut off") << QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{") << "lost NetworkError" << 0 << -1;
+        columns<QByteArray, QString, int, int>("response", "wanted", "code", "relogin");
+        addRow("object", HttpPeer::response("{\"result\":1,\"code\":\"7\",\"msg\":\"m\",\"data\":{\"a\":1}}"), "answered", 7, -1);
+        addRow("no json", HttpPeer::response("5.2.6.0"), "answered", 0, -1);
+        addRow("created", HttpPeer::response("{\"code\":9}", "201 Created"), "answered", 9, -1);
+        addRow("not found", HttpPeer::response("{\"code\":9}", "404 Not Found"), "refused HttpError:404", 0, -1);
+        addRow("redirect", HttpPeer::response("", "302 Found", "Location: /x\r\n"), "refused HttpError:302", 0, -1);
+        addRow("server fault", HttpPeer::response("", "500 Oh"), "refused HttpError:500", 0, -1);
+        addRow("logged in elsewhere", HttpPeer::response("", "401 Unauthorized", "status: 1000101\r\n"), "refused NetworkError", 0,
+               1000101);
+        addRow("401 of another kind", HttpPeer::response("", "401 Unauthorized"), "refused NetworkError", 0, -1);
+        addRow("cut off", QByteArray("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\n{"), "lost NetworkError", 0, -1);
     }
     void replies()
     {
-        QFETCH(QByteArray, response);
-        QFETCH(int, relogin);
+        FETCH(QByteArray, response, int, relogin);
         http->answer = [&](const HttpPeer::Request &) {
             if (!response.endsWith("\n{"))
                 return response;
@@ -176,17 +166,15 @@ private slots:
     // A master that refuses to forward, or names other ports, isn't taken for a road to the farm.
     void seatBehindItsMaster_data()
     {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<bool>("reached");
-        QTest::newRow("forwarded") << QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",PORT]]})") << true;
-        QTest::newRow("refused") << QByteArray(R"({"result":0,"code":1,"msg":"no","data":[]})") << false;
-        QTest::newRow("another server") << QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",9]]})") << false;
-        QTest::newRow("refused, with pairs") << QByteArray(R"({"result":0,"code":1,"data":[["46270","127.0.0.1",PORT]]})") << false;
+        columns<QByteArray, bool>("answer", "reached");
+        addRow("forwarded", QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",PORT]]})"), true);
+        addRow("refused", QByteArray(R"({"result":0,"code":1,"msg":"no","data":[]})"), false);
+        addRow("another server", QByteArray(R"({"result":1,"code":0,"data":[["46270","127.0.0.1",9]]})"), false);
+        addRow("refused, with pairs", QByteArray(R"({"result":0,"code":1,"data":[["46270","127.0.0.1",PORT]]})"), false);
     }
     void seatBehindItsMaster()
     {
-        QFETCH(QByteArray, answer);
-        QFETCH(bool, reached);
+        FETCH(QByteArray, answer, bool, reached);
         UserInfo::setAllValue("Server", "role", "slave");
         UserInfo::setAllValue("Server", "master", http->url());
         tellFarm(http->url());
@@ -265,23 +253,19 @@ private slots:
 
     void roleToken_data()
     {
-        QTest::addColumn<QByteArray>("post");
-        QTest::addColumn<QByteArray>("get");
-        QTest::addColumn<QString>("token");
+        columns<QByteArray, QByteArray, QString>("post", "get", "token");
         const QString uuid = "0b0e6a5c-1111-2222-3333-444455556666";
         const QByteArray data = uuid.toUtf8(), none;
-        QTest::newRow("token") << HttpPeer::response("{\"data\":{\"name\":\"x\",\"token\":\"" + data + "\"}}") << none << uuid;
-        QTest::newRow("other name") << HttpPeer::response("{\"data\":{\"a\":\"x\",\"uuid\":\"" + data + "\"}}") << none << uuid;
-        QTest::newRow("plain text") << HttpPeer::response("{\"data\":\"" + data + "\"}") << none << uuid;
-        QTest::newRow("only by GET") << HttpPeer::response("", "405 Method Not Allowed")
-                                     << HttpPeer::response("{\"data\":\"" + data + "\"}") << uuid;
-        QTest::newRow("none") << HttpPeer::response("{\"data\":{\"a\":\"x\"}}") << none << QString();
-        QTest::newRow("refused") << HttpPeer::response("", "403 No") << HttpPeer::response("", "403 No") << QString();
+        addRow("token", HttpPeer::response("{\"data\":{\"name\":\"x\",\"token\":\"" + data + "\"}}"), none, uuid);
+        addRow("other name", HttpPeer::response("{\"data\":{\"a\":\"x\",\"uuid\":\"" + data + "\"}}"), none, uuid);
+        addRow("plain text", HttpPeer::response("{\"data\":\"" + data + "\"}"), none, uuid);
+        addRow("only by GET", HttpPeer::response("", "405 Method Not Allowed"), HttpPeer::response("{\"data\":\"" + data + "\"}"), uuid);
+        addRow("none", HttpPeer::response("{\"data\":{\"a\":\"x\"}}"), none, QString());
+        addRow("refused", HttpPeer::response("", "403 No"), HttpPeer::response("", "403 No"), QString());
     }
     void roleToken()
     {
-        QFETCH(QByteArray, post);
-        QFETCH(QByteArray, get);
+        FETCH(QByteArray, post, QByteArray, get);
         tellFarm(http->url());
         http->answer = [&](const HttpPeer::Request &one) { return one.method == "POST" ? post : get; };
         QTEST(role(4), "token");
@@ -297,12 +281,11 @@ private slots:
 
     void farmHost_data()
     {
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("port");
-        QTest::newRow("at the top") << QByteArray("{\"status\":11040000,\"domain\":\"localhost\",\"port\":7001}") << 7001;
-        QTest::newRow("in data") << QByteArray("{\"status\":11040000,\"data\":{\"domain\":\"localhost\",\"port\":\"7001\"}}") << 7001;
-        QTest::newRow("refused") << QByteArray("{\"status\":11040001,\"domain\":\"localhost\",\"port\":7001}") << 0;
-        QTest::newRow("no json") << QByteArray("<html>") << 0;
+        columns<QByteArray, int>("body", "port");
+        addRow("at the top", QByteArray("{\"status\":11040000,\"domain\":\"localhost\",\"port\":7001}"), 7001);
+        addRow("in data", QByteArray("{\"status\":11040000,\"data\":{\"domain\":\"localhost\",\"port\":\"7001\"}}"), 7001);
+        addRow("refused", QByteArray("{\"status\":11040001,\"domain\":\"localhost\",\"port\":7001}"), 0);
+        addRow("no json", QByteArray("<html>"), 0);
     }
     void farmHost()
     {

@@ -1,4 +1,5 @@
 #include "io/Package.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QtEndian>
 
@@ -23,21 +24,16 @@ class TestPackage : public QObject
 private slots:
     void checksum_data()
     {
-        QTest::addColumn<int>("module");
-        QTest::addColumn<int>("cmd");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<int>("check");
-        QTest::newRow("heart beat") << 100 << 10000 << QByteArray("{}") << 1120913913;
-        QTest::newRow("session") << 103 << 10308 << QByteArray("{\"thirdParty\":0}") << 2053153937;
-        QTest::newRow("bytes above 127") << 104 << 10400 << QByteArray("{\"scene\":\"场景\"}") << 2125120305;
-        QTest::newRow("signs") << 104 << 10406 << QByteArray("\x80\xff\x7f\0", 4) << 336532457;
-        QTest::newRow("all ones") << -1 << -1 << QByteArray(9, '\xff') << 733875627;
+        columns<int, int, QByteArray, int>("module", "cmd", "body", "check");
+        addRow("heart beat", 100, 10000, QByteArray("{}"), 1120913913);
+        addRow("session", 103, 10308, QByteArray("{\"thirdParty\":0}"), 2053153937);
+        addRow("bytes above 127", 104, 10400, QByteArray("{\"scene\":\"场景\"}"), 2125120305);
+        addRow("signs", 104, 10406, QByteArray("\x80\xff\x7f\0", 4), 336532457);
+        addRow("all ones", -1, -1, QByteArray(9, '\xff'), 733875627);
     }
     void checksum()
     {
-        QFETCH(int, module);
-        QFETCH(int, cmd);
-        QFETCH(QByteArray, body);
+        FETCH(int, module, int, cmd, QByteArray, body);
         QTEST(packageChecksum(module, cmd, body), "check");
         const QByteArray package = makePackage(module, cmd, 7, body);
         const auto at = [&package](int offset) { return qFromBigEndian<qint32>(package.constData() + offset); };
@@ -73,39 +69,19 @@ private slots:
         }
     }
 
-    void thirtyThousandInOneRead()
-    {
-        QByteArray stream;
-        for (int i = 0; i < 30000; ++i)
-            stream += received(i, 10400, 1040000, "{}");
-        int next = 0;
-        PackageReader reader;
-        reader.feed(stream + stream.left(40).left(37), [&next](const QByteArray &package) {
-            RecvPackageHead head;
-            if (RecvPackageHead::parse(package, &head) && head.seq == next)
-                ++next;
-        });
-        QCOMPARE(next, 30000);
-        QVERIFY(!reader.readingHead());
-    }
-
     void badHeads_data()
     {
-        QTest::addColumn<QByteArray>("first");
-        QTest::addColumn<int>("counted");
-        QTest::addColumn<bool>("broken");
-        QTest::newRow("magic turned round") << QByteArray("\x14\x13\x12\x11").append(QByteArray(32, '\0')) << 1 << false;
-        QTest::newRow("rest of the read goes too") << QByteArray(36, 'a').append(received(1, 1, 1, "")) << 1 << false;
-        QTest::newRow("negative length") << received(1, 1, 1, "", -2) << 0 << true;
-        QTest::newRow("shorter than its head") << received(1, 1, 1, "", 27) << 0 << true;
-        QTest::newRow("over the ceiling") << received(1, 1, 1, "", PackageReader::MaxLength + 1) << 0 << true;
-        QTest::newRow("huge") << received(1, 1, 1, "", std::numeric_limits<qint32>::max()) << 0 << true;
+        columns<QByteArray, int, bool>("first", "counted", "broken");
+        addRow("magic turned round", QByteArray("\x14\x13\x12\x11").append(QByteArray(32, '\0')), 1, false);
+        addRow("rest of the read goes too", QByteArray(36, 'a').append(received(1, 1, 1, "")), 1, false);
+        addRow("negative length", received(1, 1, 1, "", -2), 0, true);
+        addRow("shorter than its head", received(1, 1, 1, "", 27), 0, true);
+        addRow("over the ceiling", received(1, 1, 1, "", PackageReader::MaxLength + 1), 0, true);
+        addRow("huge", received(1, 1, 1, "", std::numeric_limits<qint32>::max()), 0, true);
     }
     void badHeads()
     {
-        QFETCH(QByteArray, first);
-        QFETCH(int, counted);
-        QFETCH(bool, broken);
+        FETCH(QByteArray, first, int, counted, bool, broken);
         for (const int piece : {first.size(), 11}) {
             int got = 0;
             const auto count = [&got](const QByteArray &) { ++got; };
@@ -122,19 +98,6 @@ private slots:
             reader.feed(received(5, 10000, 0, "{}"), count);
             QCOMPARE(got, broken ? 1 : 2);
         }
-    }
-
-    void resetOutOfACallback()
-    {
-        PackageReader reader;
-        int got = 0;
-        const QByteArray two = received(-1, 10001, 1000101, "") + received(1, 10400, 1040000, "{}");
-        reader.feed(two, [&](const QByteArray &) {
-            ++got;
-            reader.reset();
-        });
-        QCOMPARE(got, 1);
-        QVERIFY(reader.readingHead());
     }
 };
 

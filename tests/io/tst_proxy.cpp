@@ -2,6 +2,7 @@
 #include "common/UserInfo.h"
 #include "io/PortRelay.h"
 #include "io/ProxyFactory.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QSemaphore>
 #include <QTcpServer>
@@ -47,18 +48,14 @@ private slots:
 
     void openProxy_data()
     {
-        QTest::addColumn<int>("elevated");
-        QTest::addColumn<bool>("opens");
-        QTest::addColumn<bool>("ok");
-        QTest::addColumn<QString>("why");
-        QTest::newRow("opened") << 1 << true << true << "";
-        QTest::newRow("refused by the user") << -1 << false << false << "端口转发失败！请检查系统相关服务是否正常运行。";
-        QTest::newRow("service doesn't run") << 1 << false << false << "端口监听失败！46261";
+        columns<int, bool, bool, QString>("elevated", "opens", "ok", "why");
+        addRow("opened", 1, true, true, "");
+        addRow("refused by the user", -1, false, false, "端口转发失败！请检查系统相关服务是否正常运行。");
+        addRow("service doesn't run", 1, false, false, "端口监听失败！46261");
     }
     void openProxy()
     {
-        QFETCH(int, elevated);
-        QFETCH(bool, opens);
+        FETCH(int, elevated, bool, opens);
         QList<int> open;
         int runs = 0;
         ProxyTools tools;
@@ -170,13 +167,6 @@ private slots:
         QCOMPARE(ProxyFactory::portOf("login.example", 443), 46262);
     }
 
-    void seatWithoutTools()
-    {
-        QVERIFY(ProxyFactory::openProxy({"bs:1"}, true, nullptr, ProxyTools()));
-        QVERIFY(ProxyFactory::openProxy({"bs:1"}, false));
-        QCOMPARE(ProxyFactory::portOf("bs"), 0);
-    }
-
     // One host with two servers: each has its own port, and the master itself is never asked through itself.
     void twoServersOfAHost()
     {
@@ -219,12 +209,11 @@ class TestPortRelay : public QObject
 private slots:
     void directRequest_data()
     {
-        QTest::addColumn<QByteArray>("in");
-        QTest::addColumn<QByteArray>("out");
-        QTest::newRow("path") << QByteArray("POST http://h:8080/a?b HTTP/1.1\r\n") << QByteArray("POST /a?b HTTP/1.1\r\n");
-        QTest::newRow("no path") << QByteArray("GET HTTP://h HTTP/1.1\r\n") << QByteArray("GET / HTTP/1.1\r\n");
+        columns<QByteArray, QByteArray>("in", "out");
+        addRow("path", QByteArray("POST http://h:8080/a?b HTTP/1.1\r\n"), QByteArray("POST /a?b HTTP/1.1\r\n"));
+        addRow("no path", QByteArray("GET HTTP://h HTTP/1.1\r\n"), QByteArray("GET / HTTP/1.1\r\n"));
         for (const char *same : {"GET /http://h HTTP/1.1", "\x01\x02 http://h/ ", "", "GET http://h", "DATA1234567 http://h/"})
-            QTest::newRow(same) << QByteArray(same) << QByteArray(same);
+            addRow(same, QByteArray(same), QByteArray(same));
     }
     void directRequest()
     {

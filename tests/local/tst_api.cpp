@@ -1,6 +1,5 @@
 #include "common/CommonConfig.h"
 #include "common/UserInfo.h"
-#include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "io/KnownHosts.h"
@@ -13,55 +12,12 @@
 #include "io/ProxyFactory.h"
 #include "resolve/ParameterModel.h"
 #include "support/BusinessPeer.h"
+#include "support/Row.h"
+#include "support/Spies.h"
 #include "support/TestMain.h"
 
 namespace
 {
-// Stands for the session's queues and keeps what they are told.
-class Queues : public QObject, public ResolveCalls, public DownCalls
-{
-public:
-    QStringList calls;
-    Queues()
-    {
-        Seam<ResolveCalls>::attach(this, this);
-        Seam<DownCalls>::attach(this, this);
-    }
-    ~Queues() override
-    {
-        Seam<ResolveCalls>::detach(this);
-        Seam<DownCalls>::detach(this);
-    }
-    void paraSaved(qlonglong rkey) override { calls << QStringLiteral("saved %1").arg(rkey); }
-    void commitResolve(qlonglong rkey, bool batch, QString order) override
-    {
-        calls << QStringLiteral("commit %1 %2 %3").arg(rkey).arg(batch).arg(order);
-    }
-    void missionResult(int mid, bool autoRes, bool isBatch) override
-    {
-        calls << QStringLiteral("result %1 %2 %3").arg(mid).arg(autoRes).arg(isBatch);
-    }
-    void addFile(QList<db_resolve>) override {}
-    void reAddFile(qlonglong) override {}
-    void readFile(int, int, QString) override {}
-    void delResolve(qlonglong) override {}
-    void delResolveByTask(int) override {}
-    void paraSet(qlonglong) override {}
-    void changeResolveState(qlonglong, int type, QString order) override { calls << QStringLiteral("state %1 %2").arg(type).arg(order); }
-    void saveDataSet(db_resolve) override {}
-    void reswait(int) override {}
-    void seeError(int, qlonglong) override {}
-    void fileOk(QString, qlonglong) override {}
-    void coverResult(int, int) override {}
-    void resultPush(QJsonObject) override {}
-    void readFile(int) override {}
-    void readMissionFile(qlonglong, int) override {}
-    void reDown(qlonglong pri) override { calls << QStringLiteral("down %1").arg(pri); }
-    void pauseDown(qlonglong pri) override { calls << QStringLiteral("pause %1").arg(pri); }
-    void delDown(qlonglong) override {}
-    void priDown(qlonglong) override {}
-};
-
 QByteArray json(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 } // namespace
 
@@ -71,7 +27,8 @@ class TestApi : public QObject
     QScopedPointer<BusinessPeer> business;
     using Reply = BusinessPeer::Reply;
     QScopedPointer<HttpServer> server;
-    QScopedPointer<Queues> queues;
+    QScopedPointer<ResolveSpy> queue;
+    QScopedPointer<DownSpy> down;
 
     // Sends the pieces one after the other, each once the one before is on its way, and reads until the server closes.
     QByteArray raw(const QList<QByteArray> &pieces)
@@ -117,7 +74,7 @@ class TestApi : public QObject
         [&] { QVERIFY(file.open(QIODevice::WriteOnly)); }();
         return file.fileName();
     }
-    db_resolve addRow(int state, const QString &order, const QString &rset = "{}")
+    db_resolve addScene(int state, const QString &order, const QString &rset = "{}")
     {
         db_resolve row;
         row.rkey = row.pri = 1000;
@@ -153,14 +110,16 @@ private slots:
         business.reset(new BusinessPeer);
         business->answerOthers([](const BusinessPeer::Request &request) { return Reply{request.cmd * 100, request.body}; });
         QVERIFY(business->takeClient());
-        queues.reset(new Queues);
+        queue.reset(new ResolveSpy);
+        down.reset(new DownSpy);
         server.reset(new HttpServer);
         QVERIFY(server->initHttpServer(0));
     }
     void cleanup()
     {
         server.reset();
-        queues.reset();
+        queue.reset();
+        down.reset();
         NetTcp::destroy();
         business.reset();
         ResolveDAO::instance()->releaseResolve();
@@ -171,31 +130,23 @@ private slots:
 
     void forwarded_data()
     {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<int>("cmd");
-        QTest::addColumn<QByteArray>("body");
-        QTest::newRow("account") << "/account" << 10307 << QByteArray("{}");
-        QTest::newRow("projects") << "/project" << 10502 << QByteArray("{}");
-        QTest::newRow("environments") << "/env?projectId=3&softwareType=8" << 10506 << QByteArray(R"({"projectId":3,"software_type":8})");
-        QTest::newRow("machines") << "/machine?farmId=2&projectId=3" << 11102 << QByteArray(R"({"farmId":2,"projectId":3})");
-        QTest::newRow("tasks") << "/job" << 10427 << QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20})");
-        QTest::newRow("tasks, chosen") << "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1" << 10427
-                                       << QByteArray(
-                                              R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})");
-        QTest::newRow("task") << "/job/detail?mid=7" << 10409 << QByteArray(R"({"missionId":7})");
-        QTest::newRow("frames") << "/subjob?mid=7&page=1" << 10402 << QByteArray(R"({"missionId":7,"status":-1,"page":1})");
-        QTest::newRow("log") << "/subjob/log?mid=7&subjobId=70&farmId=2" << 10804
-                             << QByteArray(R"({"missionId":7,"subjobId":70,"farmId":2})");
-        QTest::newRow("frames again") << "/subjob/rerender?mid=7&subjobIds=70,72-73" << 10425
-                                      << QByteArray(R"({"missionId":7,"subjobIds":"70,72,73"})");
-        QTest::newRow("handover") << "/job/handover?mids=7,8&userId=43" << 10423
-                                  << QByteArray(R"({"missionIds":"7,8","handoverUserId":43})");
+        columns<QString, int, QByteArray>("target", "cmd", "body");
+        addRow("account", "/account", 10307, QByteArray("{}"));
+        addRow("projects", "/project", 10502, QByteArray("{}"));
+        addRow("environments", "/env?projectId=3&softwareType=8", 10506, QByteArray(R"({"projectId":3,"software_type":8})"));
+        addRow("machines", "/machine?farmId=2&projectId=3", 11102, QByteArray(R"({"farmId":2,"projectId":3})"));
+        addRow("tasks", "/job", 10427, QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20})"));
+        addRow("tasks, chosen", "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1", 10427,
+               QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})"));
+        addRow("task", "/job/detail?mid=7", 10409, QByteArray(R"({"missionId":7})"));
+        addRow("frames", "/subjob?mid=7&page=1", 10402, QByteArray(R"({"missionId":7,"status":-1,"page":1})"));
+        addRow("log", "/subjob/log?mid=7&subjobId=70&farmId=2", 10804, QByteArray(R"({"missionId":7,"subjobId":70,"farmId":2})"));
+        addRow("frames again", "/subjob/rerender?mid=7&subjobIds=70,72-73", 10425, QByteArray(R"({"missionId":7,"subjobIds":"70,72,73"})"));
+        addRow("handover", "/job/handover?mids=7,8&userId=43", 10423, QByteArray(R"({"missionIds":"7,8","handoverUserId":43})"));
     }
     void forwarded()
     {
-        QFETCH(QString, target);
-        QFETCH(int, cmd);
-        QFETCH(QByteArray, body);
+        FETCH(QString, target, int, cmd, QByteArray, body);
         const QJsonObject rep = post(target);
         QCOMPARE(rep.value("code").toInt(), cmd * 100);
         QCOMPARE(rep.value("result").toInt(), 1);
@@ -230,13 +181,13 @@ private slots:
     void unknown_data()
     {
         QTest::addColumn<QByteArray>("request");
-        QTest::newRow("path") << QByteArray("POST /jobs HTTP/1.1\r\n\r\n");
-        QTest::newRow("longer path") << QByteArray("POST /job/ HTTP/1.1\r\n\r\n");
-        QTest::newRow("get") << QByteArray("GET /account HTTP/1.1\r\n\r\n");
-        QTest::newRow("put") << QByteArray("PUT /masterInfo HTTP/1.1\r\n\r\n");
-        QTest::newRow("words from outside") << QByteArray("POST /localClient HTTP/1.1\r\n\r\n");
-        QTest::newRow("foreign page") << QByteArray("POST /account HTTP/1.1\r\nOrigin: http://evil.example\r\n\r\n");
-        QTest::newRow("foreign host") << QByteArray("POST /account HTTP/1.1\r\nHost: evil.example\r\n\r\n");
+        addRow("path", QByteArray("POST /jobs HTTP/1.1\r\n\r\n"));
+        addRow("longer path", QByteArray("POST /job/ HTTP/1.1\r\n\r\n"));
+        addRow("get", QByteArray("GET /account HTTP/1.1\r\n\r\n"));
+        addRow("put", QByteArray("PUT /masterInfo HTTP/1.1\r\n\r\n"));
+        addRow("words from outside", QByteArray("POST /localClient HTTP/1.1\r\n\r\n"));
+        addRow("foreign page", QByteArray("POST /account HTTP/1.1\r\nOrigin: http://evil.example\r\n\r\n"));
+        addRow("foreign host", QByteArray("POST /account HTTP/1.1\r\nHost: evil.example\r\n\r\n"));
     }
     void unknown()
     {
@@ -258,13 +209,6 @@ private slots:
         // A tool that waits to be told before it sends its body.
         const QByteArray got = raw({"POST /account HTTP/1.1\r\nExpect: 100-continue\r\nContent-Length: 2\r\n\r\n", "{}"});
         QVERIFY(got.startsWith("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\n"));
-    }
-
-    void bigAnswer()
-    {
-        const QByteArray big(3 << 20, 'x');
-        business->answer(10307, 1030700, {{"big", QString::fromLatin1(big)}});
-        QCOMPARE(post("/account").value("data").toObject().value("big").toString().size(), big.size());
     }
 
     // Who may not ask is told so before the body comes, and all bodies together have one ceiling.
@@ -310,37 +254,32 @@ private slots:
 
     void jobSelector_data()
     {
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QStringList>("calls");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("one") << "mid=7" << QStringList{"result 7 0 0"} << "已加入下载队列";
-        QTest::newRow("range") << "mids=7-8" << QStringList{"result 7 0 1", "result 8 0 1"} << "已加入下载队列";
-        QTest::newRow("order in the store") << "i=500" << QStringList{"result 500 0 0"} << "已加入下载队列";
-        QTest::newRow("order on the server") << "is=500,N9" << QStringList{"result 500 0 1", "result 99 0 1"} << "已加入下载队列";
-        QTest::newRow("unknown order") << "i=N8" << QStringList() << "没有相关大任务";
-        QTest::newRow("none") << "page=1" << QStringList() << "没有相关大任务";
-        QTest::newRow("too many") << "mids=1-999999999" << QStringList() << "一次最多处理1000个";
+        columns<QString, QStringList, QString>("query", "calls", "text");
+        addRow("one", "mid=7", QStringList{"result 7 0 0"}, "已加入下载队列");
+        addRow("range", "mids=7-8", QStringList{"result 7 0 1", "result 8 0 1"}, "已加入下载队列");
+        addRow("order in the store", "i=500", QStringList{"result 500 0 0"}, "已加入下载队列");
+        addRow("order on the server", "is=500,N9", QStringList{"result 500 0 1", "result 99 0 1"}, "已加入下载队列");
+        addRow("unknown order", "i=N8", QStringList(), "没有相关大任务");
+        addRow("none", "page=1", QStringList(), "没有相关大任务");
+        addRow("too many", "mids=1-999999999", QStringList(), "一次最多处理1000个");
     }
     void jobSelector()
     {
-        QFETCH(QString, query);
-        QFETCH(QStringList, calls);
-        addRow(110, "500");
+        FETCH(QString, query, QStringList, calls);
+        addScene(110, "500");
         business->answer(10427, 1042700,
                          {{"pageList", QJsonArray{QJsonObject{{"id", 98}, {"num", "N99"}}, QJsonObject{{"id", 99}, {"num", "N9"}}}}});
         QTEST(msg("/job/download?" + query), "text");
-        QTRY_COMPARE(queues->calls, calls);
+        QTRY_COMPARE(down->calls, calls);
     }
 
     // What an operation sends for each task, in their order; the first failure stands for all and each is told.
     void operations_data()
     {
-        QTest::addColumn<QString>("target");
-        QTest::addColumn<int>("cmd");
-        QTest::addColumn<QStringList>("sent"); // the last one is refused; none: nothing is sent, and text says why
-        QTest::addColumn<QString>("text");
+        columns<QString, int, QStringList, QString>("target", "cmd", "sent",
+                                                    "text"); // sent: the last one is refused; none: nothing is sent, and text says why
         const auto row = [](const char *target, int cmd, const QStringList &sent, const QString &text = {}) {
-            QTest::newRow(target) << target << cmd << sent << text;
+            addRow(target, target, cmd, sent, text);
         };
         row("/job/cancel?mids=7,8", 10401, {R"({"missionId":7})", R"({"missionId":8})"});
         row("/job/continue?mid=7", 10429, {R"({"missionId":7})"});
@@ -361,9 +300,7 @@ private slots:
     }
     void operations()
     {
-        QFETCH(QString, target);
-        QFETCH(int, cmd);
-        QFETCH(QStringList, sent);
+        FETCH(QString, target, int, cmd, QStringList, sent);
         business->answer(10409, 1040900, {{"softwareType", 8}, {"modelParameters", QJsonObject{{"frames", "1-3"}, {"k", 1}}}});
         int answered = 0;
         business->answer(cmd, [&](const BusinessPeer::Request &) {
@@ -385,8 +322,8 @@ private slots:
 
     void transfers()
     {
-        addRow(111, "500");
-        addRow(106, "501"); // not on its way yet
+        addScene(111, "500");
+        addScene(106, "501"); // not on its way yet
         db_downmiss miss;
         miss.ordernum = "502";
         miss.missid = 9;
@@ -405,8 +342,8 @@ private slots:
         QCOMPARE(id, miss.pri);
         QCOMPARE(post(QStringLiteral("/transfer/pause?nums=500,501&id=%1").arg(id)).value("result").toInt(), 1);
         QCOMPARE(post(QStringLiteral("/transfer/continue?num=500&ids=%1,77").arg(id)).value("result").toInt(), 1);
-        QTRY_COMPARE(queues->calls,
-                     (QStringList{"state 2 500", "pause " + QString::number(id), "state 3 500", "down " + QString::number(id)}));
+        QTRY_COMPARE(queue->calls, (QStringList{"change 0 2 500", "change 0 3 500"}));
+        QTRY_COMPARE(down->calls, (QStringList{QString("pause %1").arg(id), QString("re %1").arg(id)}));
         for (const char *query : {"", "?num=501", "?id=77"})
             QCOMPARE(msg(QString("/transfer/pause") + query), QString("没有相关传输"));
     }
@@ -414,7 +351,7 @@ private slots:
     // The description's own examples, each sent as it's told.
     void everyExample()
     {
-        addRow(106, "20240203000001");
+        addScene(106, "20240203000001");
         const QByteArray got = raw({"GET /openapi.json HTTP/1.1\r\n\r\n"});
         const QJsonObject paths = QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n"))).object().value("paths").toObject();
         QCOMPARE(paths.size(), ApiTable::routes().size());
@@ -451,7 +388,7 @@ private slots:
 
     void modelRoutes()
     {
-        const db_resolve row = addRow(106, "500", R"({"softwareType":8})");
+        const db_resolve row = addScene(106, "500", R"({"softwareType":8})");
         const QJsonArray list = post("/model/list").value("data").toArray();
         QCOMPARE(list.size(), 1);
         QCOMPARE(
@@ -473,7 +410,7 @@ private slots:
         QCOMPARE(found.value("content").toObject().value("files").toArray(), QJsonArray{"/t.png"});
 
         QCOMPARE(post("/model/commit?nums=500,501").value("data").toArray(), QJsonArray{"500"});
-        QTRY_COMPARE(queues->calls, QStringList{"commit 0 0 500"});
+        QTRY_COMPARE(queue->calls, QStringList{"commit 0 0 500"});
         for (auto act : {SceneState::Act::Commit, SceneState::Act::Submit, SceneState::Act::Accept})
             QCOMPARE(ResolveDAO::instance()->step(1000, act), 1);
         QCOMPARE(msg("/model/parameterSet?num=500", "{\"a\":1}"), QString("任务已提交，参数不能再修改"));
@@ -485,15 +422,13 @@ private slots:
     // What another program sets is held to what a dialog would let through, and a commit leaves it as it is.
     void parameters_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("found"); // by the analysis
-        QTest::addColumn<QString>("set");
-        QTest::addColumn<QString>("wanted"); // "frames selected" of each camera, or the message
+        columns<int, QString, QString, QString>(
+            "state", "found", "set", "wanted"); // found: by the analysis; wanted: "frames selected" of each camera, or the message
         const QString two =
             R"({"softwareType":8,"modelParameters":{"cameras":[{"name":"a","frames":"%1"%2},{"name":"b","frames":"7"%3}]}%4})";
         const QString found = two.arg("1-3", "", "", "");
         const auto row = [&](const char *name, const QString &set, const QString &wanted, int state = 106) {
-            QTest::newRow(name) << state << found << set << wanted;
+            addRow(name, state, found, set, wanted);
         };
         row("frames", two.arg("5-6", "", "", ""), "5-6 1,7 1");
         row("a choice", two.arg("1-3", "", ",\"selected\":0", ""), "1-3 1,7 0");
@@ -503,16 +438,13 @@ private slots:
         row("priority frames outside", two.arg("1-3", "", "", ",\"keyFrames\":\"20\""), "优先帧不在序列帧范围内！");
         row("not an object", "[1]", "参数异常");
         row("not analysed yet", two.arg("1", "", "", ""), "解析尚未完成，参数还不能修改", 101);
-        QTest::newRow("set before") << 106 << two.arg("1-3", ",\"selected\":0", ",\"selected\":1", ",\"hasHand\":1")
-                                    << two.arg("1-3", ",\"selected\":1", ",\"selected\":0", "") << "1-3 1,7 0";
+        addRow("set before", 106, two.arg("1-3", ",\"selected\":0", ",\"selected\":1", ",\"hasHand\":1"),
+               two.arg("1-3", ",\"selected\":1", ",\"selected\":0", ""), "1-3 1,7 0");
     }
     void parameters()
     {
-        QFETCH(int, state);
-        QFETCH(QString, found);
-        QFETCH(QString, set);
-        QFETCH(QString, wanted);
-        db_resolve row = addRow(state, "500");
+        FETCH(int, state, QString, found, QString, set, QString, wanted);
+        db_resolve row = addScene(state, "500");
         row.rdata = found;
         row.rfile = R"("files":["/t.png"])";
         QVERIFY(ResolveDAO::instance()->savePara(row));
@@ -524,7 +456,7 @@ private slots:
             QCOMPARE(after.rdata, found);
             return;
         }
-        QTRY_COMPARE(queues->calls, QStringList{"saved 1000"}); // it may have been held for what is mended now
+        QTRY_COMPARE(queue->calls, QStringList{"saved 1000"}); // it may have been held for what is mended now
         QString message;
         QVERIFY(ParameterModel::prepare(&after, CommonConfig::get(), &message)); // as a commit does
         QStringList cameras;
@@ -535,27 +467,23 @@ private slots:
 
     void analysisRefused_data()
     {
-        QTest::addColumn<QJsonObject>("change"); // laid over a good parameter
-        QTest::addColumn<QStringList>("scenes");
-        QTest::addColumn<QString>("text");
+        columns<QJsonObject, QStringList, QString>("change", "scenes", "text"); // change: laid over a good parameter
         const QStringList one{"a.tgd"};
-        QTest::newRow("no software") << QJsonObject{{"env", QJsonObject()}} << one << "缺失软件类型";
-        QTest::newRow("no scene") << QJsonObject() << QStringList() << "没有模型文件";
-        QTest::newRow("gone") << QJsonObject() << QStringList{"gone.tgd"} << "没有模型文件";
-        QTest::newRow("another type") << QJsonObject() << QStringList{"a.max"} << "请拖入类型为.tgd场景文件！";
-        QTest::newRow("two types") << QJsonObject() << QStringList{"a.tgd", "a.max"} << "场景文件中包含多种类型，请筛选后再拖入！";
-        QTest::newRow("no project") << QJsonObject{{"project", QJsonObject{{"id", 3}}}} << one << "缺失项目信息";
-        QTest::newRow("no machine") << QJsonObject{{"machine", QJsonObject()}} << one << "缺失机型";
-        QTest::newRow("no maya project") << QJsonObject{{"env", "x"}, {"software", "maya2016"}, {"mayaProject", "/no/such"}}
-                                         << QStringList{"a.mb"} << "项目路径不存在";
-        QTest::newRow("strange seat") << QJsonObject{{"fromSlave", 1}, {"feeUserId", 5}} << one << "上级账号不匹配，请重新设置";
-        QTest::newRow("seat without scene") << QJsonObject{{"fromSlave", 1}, {"feeUserId", QJsonArray{5, 77}}} << QStringList()
-                                            << "缺失场景文件";
+        addRow("no software", QJsonObject{{"env", QJsonObject()}}, one, "缺失软件类型");
+        addRow("no scene", QJsonObject(), QStringList(), "没有模型文件");
+        addRow("gone", QJsonObject(), QStringList{"gone.tgd"}, "没有模型文件");
+        addRow("another type", QJsonObject(), QStringList{"a.max"}, "请拖入类型为.tgd场景文件！");
+        addRow("two types", QJsonObject(), QStringList{"a.tgd", "a.max"}, "场景文件中包含多种类型，请筛选后再拖入！");
+        addRow("no project", QJsonObject{{"project", QJsonObject{{"id", 3}}}}, one, "缺失项目信息");
+        addRow("no machine", QJsonObject{{"machine", QJsonObject()}}, one, "缺失机型");
+        addRow("no maya project", QJsonObject{{"env", "x"}, {"software", "maya2016"}, {"mayaProject", "/no/such"}}, QStringList{"a.mb"},
+               "项目路径不存在");
+        addRow("strange seat", QJsonObject{{"fromSlave", 1}, {"feeUserId", 5}}, one, "上级账号不匹配，请重新设置");
+        addRow("seat without scene", QJsonObject{{"fromSlave", 1}, {"feeUserId", QJsonArray{5, 77}}}, QStringList(), "缺失场景文件");
     }
     void analysisRefused()
     {
-        QFETCH(QJsonObject, change);
-        QFETCH(QStringList, scenes);
+        FETCH(QJsonObject, change, QStringList, scenes);
         QJsonObject parameter{{"env", QJsonObject{{"software", "Terragen4"}}},
                               {"project", QJsonObject{{"name", "p"}, {"id", 3}}},
                               {"machine", QJsonObject{{"name", "m"}}}};
@@ -607,19 +535,16 @@ private slots:
     // A plain list asks the user on the page, which made the request.
     void analysisFromThePage_data()
     {
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("err");
-        QTest::newRow("good") << QStringList{"a-post=.tgd", "b.tgd"} << 8 << "";
-        QTest::newRow("mixed") << QStringList{"a.tgd", "b.max"} << 0 << "场景文件中包含多种类型，请筛选后再拖入！";
-        QTest::newRow("none") << QStringList() << 0 << "没有模型文件";
-        QTest::newRow("no scene at all") << QStringList{"a.txt"} << 0
-                                         << "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！";
+        columns<QStringList, int, QString>("names", "type", "err");
+        addRow("good", QStringList{"a-post=.tgd", "b.tgd"}, 8, "");
+        addRow("mixed", QStringList{"a.tgd", "b.max"}, 0, "场景文件中包含多种类型，请筛选后再拖入！");
+        addRow("none", QStringList(), 0, "没有模型文件");
+        addRow("no scene at all", QStringList{"a.txt"}, 0,
+               "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！");
     }
     void analysisFromThePage()
     {
-        QFETCH(QStringList, names);
-        QFETCH(QString, err);
+        FETCH(QStringList, names, QString, err);
         QJsonArray paths;
         for (const QString &name : names)
             paths.append(scene(name));
@@ -651,13 +576,13 @@ private slots:
     void seat_data()
     {
         QTest::addColumn<bool>("check");
-        QTest::newRow("waits for approval") << true;
-        QTest::newRow("goes on") << false;
+        addRow("waits for approval", true);
+        addRow("goes on", false);
     }
     void seat()
     {
         QFETCH(bool, check);
-        addRow(104, "500"); // has the seat's key already
+        addScene(104, "500"); // has the seat's key already
         const QJsonObject content{{"modelParameters", QJsonObject{{"frames", "1"}}}, {"sceneName", "s"}, {"files", QJsonArray{"/x.png"}}};
         const QByteArray body = json(
             {{"scene", "/far/s.c4d"},
@@ -680,7 +605,7 @@ private slots:
         QCOMPARE(QStringLiteral("%1 %2 %3").arg(row.state).arg(row.rtime).arg(row.errstr), QString("106 5000 warn"));
         QCOMPARE(row.rfile, QString(R"("files":["/far/s.c4d","/x.png"])"));
         QCOMPARE(row.rdata, QString(R"({"fromSlave":1,"hasHand":1,"modelParameters":{"frames":"1"},"resStatus":3,"sceneName":"s"})"));
-        QTRY_COMPARE(queues->calls, check ? QStringList() : QStringList{"commit 1001 0 "});
+        QTRY_COMPARE(queue->calls, check ? QStringList() : QStringList{"commit 1001 0"});
         for (auto act : {SceneState::Act::Commit, SceneState::Act::Submit, SceneState::Act::Accept, SceneState::Act::TakeUp})
             QCOMPARE(ResolveDAO::instance()->step(1001, act), 1);
         QCOMPARE(post("/model/checkSlave?rkey=1000").value("data").toObject().value("state").toInt(), 111);
@@ -728,7 +653,7 @@ private slots:
         QCOMPARE(row.rfile, QString(R"("files":["/far/s.ma","/t.png","/a/b/../t.tif"])"));
         QCOMPARE(row.state, 103);
         QVERIFY(row.errstr.contains("/etc/passwd") && row.errstr.contains(hidden) && row.errstr.contains("win.ini"));
-        QVERIFY(queues->calls.isEmpty()); // somebody looks at it first
+        QVERIFY(queue->calls.isEmpty()); // somebody looks at it first
         QJsonObject other = QJsonDocument::fromJson(body).object();
         other["scene"] = "/etc/s.ma";
         QCOMPARE(ask("POST", "/model/analysis", json(other), true).value("msg").toString(), QString("缺失场景文件"));

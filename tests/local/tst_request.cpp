@@ -1,6 +1,7 @@
 #include "io/local/CmdLine.h"
 #include "io/local/HttpGuard.h"
 #include "io/local/HttpRequest.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QHostInfo>
 
@@ -10,11 +11,9 @@ class TestRequest : public QObject
 private slots:
     void reader_data()
     {
-        QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QByteArray>("body");
+        columns<QByteArray, int, QByteArray>("bytes", "state", "body");
         const auto row = [](const char *name, const QByteArray &bytes, HttpRequest::State state, const QByteArray &body = "") {
-            QTest::newRow(name) << bytes << int(state) << body;
+            addRow(name, bytes, int(state), body);
         };
         const QByteArray post = "POST /job?page=1 HTTP/1.1\r\nHost: a\r\n";
         const auto length = [&](const QByteArray &value) { return post + "Content-Length:" + value + "\r\n\r\n"; };
@@ -42,8 +41,7 @@ private slots:
     // Whole, in two pieces cut at every byte, and byte by byte.
     void reader()
     {
-        QFETCH(QByteArray, bytes);
-        QFETCH(int, state);
+        FETCH(QByteArray, bytes, int, state);
         const int step = bytes.size() > 1000 ? 997 : 1;
         for (int cut = 0; cut <= bytes.size(); cut += step) {
             HttpRequest request;
@@ -66,15 +64,12 @@ private slots:
 
     void guard_data()
     {
-        QTest::addColumn<QByteArray>("headers");
-        QTest::addColumn<QString>("peer");
-        QTest::addColumn<QString>("token");
-        QTest::addColumn<bool>("allowed");
+        columns<QByteArray, QString, QString, bool>("headers", "peer", "token", "allowed");
         const QByteArray name = QHostInfo::localHostName().toUtf8();
         QTest::addColumn<bool>("known");
         const auto row = [](const char *label, const QByteArray &headers, bool allowed, const char *peer = "127.0.0.1",
                             const char *token = "", bool known = false) {
-            QTest::newRow(label) << headers << peer << token << allowed << (known || qstrcmp(peer, "127.0.0.1") == 0);
+            addRow(label, headers, peer, token, allowed, (known || qstrcmp(peer, "127.0.0.1") == 0));
         };
         row("plain", "", true);
         row("by address", "Host: 127.0.0.1:46160\r\n", true);
@@ -107,9 +102,7 @@ private slots:
     }
     void guard()
     {
-        QFETCH(QByteArray, headers);
-        QFETCH(QString, peer);
-        QFETCH(QString, token);
+        FETCH(QByteArray, headers, QString, peer, QString, token);
         HttpRequest request;
         request.feed("POST / HTTP/1.1\r\n" + headers + "\r\n");
         QCOMPARE(request.state(), HttpRequest::Complete);
@@ -121,34 +114,20 @@ private slots:
 
     void commandForms_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("words");
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QByteArray>("body");
-        QTest::addColumn<bool>("readable");
+        columns<QString, bool, QString, QString, QByteArray, bool>("text", "words", "path", "name", "body", "readable");
         const QByteArray sent = "sent", none;
-        QTest::newRow("socket") << "/job?page=1&name=a" << false << "/job"
-                                << "a" << sent << false;
-        QTest::newRow("encoded") << "/job?name=%E5%9C%BA%26%3D%2541" << false << "/job"
-                                 << "场&=%41" << sent << false;
-        QTest::newRow("slashes") << "///job//detail?name=//" << false << "/job/detail"
-                                 << "//" << sent << false;
-        QTest::newRow("readable") << "/readable/account" << false << "/account"
-                                  << "" << sent << true;
-        QTest::newRow("words") << "/model /analysis -post=[\"/a-b c\"]" << true << "/model/analysis"
-                               << "" << QByteArray("[\"/a-b c\"]") << false;
-        QTest::newRow("words with arguments") << "readable job  list -name=a&page=2" << true << "/job/list"
-                                              << "a" << none << true;
-        QTest::newRow("words with dashed arguments") << "job -page=2 -name=a" << true << "/job"
-                                                     << "a" << none << false;
-        QTest::newRow("empty") << "" << true << ""
-                               << "" << none << false;
+        addRow("socket", "/job?page=1&name=a", false, "/job", "a", sent, false);
+        addRow("encoded", "/job?name=%E5%9C%BA%26%3D%2541", false, "/job", "场&=%41", sent, false);
+        addRow("slashes", "///job//detail?name=//", false, "/job/detail", "//", sent, false);
+        addRow("readable", "/readable/account", false, "/account", "", sent, true);
+        addRow("words", "/model /analysis -post=[\"/a-b c\"]", true, "/model/analysis", "", QByteArray("[\"/a-b c\"]"), false);
+        addRow("words with arguments", "readable job  list -name=a&page=2", true, "/job/list", "a", none, true);
+        addRow("words with dashed arguments", "job -page=2 -name=a", true, "/job", "a", none, false);
+        addRow("empty", "", true, "", "", none, false);
     }
     void commandForms()
     {
-        QFETCH(QString, text);
-        QFETCH(bool, words);
+        FETCH(QString, text, bool, words);
         const CmdLine line = words ? CmdLine::fromWords(text) : CmdLine::fromTarget(text, "sent");
         QTEST(line.path, "path");
         QTEST(line.arg("name"), "name");
@@ -158,11 +137,9 @@ private slots:
 
     void numbers_data()
     {
-        QTest::addColumn<QString>("query");
-        QTest::addColumn<QList<qlonglong>>("numbers");
-        QTest::addColumn<bool>("tooLong");
+        columns<QString, QList<qlonglong>, bool>("query", "numbers", "tooLong");
         const auto row = [](const char *query, const QList<qlonglong> &numbers, bool tooLong = false) {
-            QTest::newRow(query) << query << numbers << tooLong;
+            addRow(query, query, numbers, tooLong);
         };
         row("mid=5", {5});
         row("mids=1,3-5,mid=9", {1, 3, 4, 5, 9});

@@ -126,11 +126,7 @@ private slots:
 
     void ends_data()
     {
-        QTest::addColumn<QByteArray>("script");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("errstr");
-        QTest::addColumn<bool>("stored");
+        columns<QByteArray, int, int, QString, bool>("script", "state", "error", "errstr", "stored");
         const QByteArray good = "printf '\\nVandrel Info:%s\\nVandrel Debug:\\n' '" + Answer + "'\n";
         const auto answer = [](const QByteArray &status) {
             return "echo 'Vandrel Info:{\"status\":" + status + ",\"content\":{\"a\":1},\"details\":\"d\"}'\n";
@@ -152,8 +148,7 @@ private slots:
     }
     void ends()
     {
-        QFETCH(QByteArray, script);
-        QFETCH(bool, stored);
+        FETCH(QByteArray, script, bool, stored);
         UserInfo::setAllValue("SoftwarePath", "maya2016", program("bin/mayabatch", "cd '" + m_dir->path().toUtf8() + "'\n" + script));
         const db_resolve res = whole(start(Maya, "Maya2016", row(put("s.mb"))));
         QTEST(res.state, "state");
@@ -229,9 +224,7 @@ private slots:
 
     void notStarted_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QString>("software");
-        QTest::addColumn<int>("error");
+        columns<int, QString, int>("type", "software", "error");
         addRow("maya not installed", int(Maya), "maya1999", 10011);
         addRow("program that isn't one", int(Maya), "mayanoexec", 10000);
         addRow("max in two words", int(Max), "3dsmax 2016", 10010);
@@ -246,8 +239,7 @@ private slots:
     }
     void notStarted()
     {
-        QFETCH(int, type);
-        QFETCH(QString, software);
+        FETCH(int, type, QString, software);
         UserInfo::setAllValue("SoftwarePath", "mayanoexec", put("bin/mayabatch", "#!/bin/sh\n"));
         QByteArray scene(0x6000, '\0');
         scene[0x3000] = char(0xFE);
@@ -261,11 +253,7 @@ private slots:
 
     void maya_data()
     {
-        QTest::addColumn<QString>("binary");
-        QTest::addColumn<QString>("software");
-        QTest::addColumn<QJsonObject>("rset");
-        QTest::addColumn<bool>("fast");
-        QTest::addColumn<QString>("expected");
+        columns<QString, QString, QJsonObject, bool, QString>("binary", "software", "rset", "fast", "expected");
         const QString command = "python(\"import sys,os\");python(\"sys.path.append(\\\"@S/scripts/maya/%1\\\")\");"
                                 "python(\"import vanalyzer\");python(\"vanalyzer.runMain(0,1)\")";
         const QJsonObject project{{"mayaProject", "/p r"}};
@@ -276,11 +264,7 @@ private slots:
     }
     void maya()
     {
-        QFETCH(QString, binary);
-        QFETCH(QString, software);
-        QFETCH(QJsonObject, rset);
-        QFETCH(bool, fast);
-        QFETCH(QString, expected);
+        FETCH(QString, binary, QString, software, QJsonObject, rset, bool, fast, QString, expected);
         UserInfo::setAllValue("Resolve", "fastMaya", fast ? 1 : 0);
         UserInfo::setUserValue("Resolve", "mayaCache", 1);
         UserInfo::setAllValue("SoftwarePath", software.toLower(),
@@ -312,41 +296,6 @@ private slots:
         QCOMPARE(content(path("given")), "startCpu||" + log + '|' + name + '\n');
         QVERIFY(content(log + ".ms").startsWith("filein \"") && content(log + ".ms").contains("/scripts/max/Vandrel_param.ms"));
         QCOMPARE(QJsonDocument::fromJson('{' + res.rfile.toUtf8() + '}').object()["files"].toArray(), QJsonArray{name});
-    }
-
-    void houdiniAndClarisse()
-    {
-        UserInfo::setAllValue("SoftwarePath", "houdini16.5.1",
-                              program("hfs/bin/hython", "echo 'Vandrel Info:{\"status\":0,\"content\":{\"a\":1}}'\n"));
-        QCOMPARE(whole(start(Houdini, "houdini-16.5.1", row(put("a b.hip")))).state, 106);
-        QCOMPARE(words(),
-                 (QStringList{path("hfs/bin/hython"), path("a b.hip"), UserInfo::programDir() + "/scripts/houdini/p27/vhmain.py"}));
-
-        const QString scene = put("s.project");
-        QDir().mkpath(path("isotropix"));
-        program("isotropix/cnode", "echo \"<project><filename>$1</filename><image><name>i</name></image></project>\"\n");
-        UserInfo::setAllValue("SoftwarePath", "clarisse ifx 4.0", path("isotropix"));
-        const db_resolve res = whole(start(Clarisse, "Clarisse IFX 4.0", row(scene)));
-        QCOMPARE(words(), (QStringList{path("isotropix/cnode"), scene, "-info"}));
-        QCOMPARE(res.state, 106);
-        QCOMPARE(QJsonDocument::fromJson(res.rdata.toUtf8()).object()["modelParameters"].toObject()["images"].toArray().size(), 1);
-        program("isotropix/cnode", "echo no license\n");
-        QCOMPARE(whole(start(Clarisse, "clarisse ifx 4.0", row(scene))).error, 10012);
-    }
-
-    void cinema4DStaysOpen()
-    {
-        UserInfo::setAllValue(
-            "SoftwarePath", "cinema 4d r20",
-            program("c4d/Commandline", "printf '\\nVandrel Info:{\"status\":0,\"content\":{\"a\":1}}' >>\"$vandrel_filepath\"\n"
-                                       "printf 'Vandrel '; sleep 0.1; echo Kill\necho $$ >'" +
-                                           path("pid").toUtf8() + "'\nexec sleep 1000\n"));
-        auto run = start(Cinema4D, "cinema 4d r20", row(put("s.c4d")));
-        QCOMPARE(whole(run).state, 106);
-        QCOMPARE(words(), (QStringList{path("c4d/Commandline"), "-nogui", path("s.c4d")}));
-        QTRY_VERIFY(alive(path("pid")));
-        run.reset();
-        QVERIFY(!alive(path("pid")));
     }
 
     void terragen()

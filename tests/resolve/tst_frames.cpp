@@ -20,12 +20,9 @@ class TestFrameSet : public QObject
 private slots:
     void texts_data()
     {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("rewritten");
-        QTest::addColumn<QString>("frames");
-        QTest::addColumn<QString>("keys");
+        columns<QString, QString, QString, QString>("text", "rewritten", "frames", "keys");
         const auto row = [](const char *text, const char *rewritten, const char *frames, const char *keys) {
-            QTest::newRow(text) << QString::fromUtf8(text) << rewritten << frames << keys;
+            addRow(text, QString::fromUtf8(text), rewritten, frames, keys);
         };
         row("5", "5", "5", "5");
         row("-5", "-5", "-5", "-5");
@@ -53,8 +50,7 @@ private slots:
     }
     void texts()
     {
-        QFETCH(QString, text);
-        QFETCH(QString, frames);
+        FETCH(QString, text, QString, frames);
         QTEST(FrameSet::rewrite(text), "rewritten");
         QCOMPARE(join(FrameSet::expand(text)), frames);
         QTEST(FrameSet::keyFrames(FrameSet::expand(text)), "keys");
@@ -65,10 +61,7 @@ private slots:
 
     void messages_data()
     {
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<QString>("frames");
-        QTest::addColumn<QString>("keyMessage");
-        QTest::addColumn<QString>("frameMessage");
+        columns<QString, QString, QString, QString>("keys", "frames", "keyMessage", "frameMessage");
         const QString none, backwards = "帧序列只支持从小到大排列！", outside = "优先帧不在序列帧范围内！";
         addRow("none", "", "1-10", none, none);
         addRow("within", "1,5-6", "1-10", none, none);
@@ -84,8 +77,7 @@ private slots:
     }
     void messages()
     {
-        QFETCH(QString, keys);
-        QFETCH(QString, frames);
+        FETCH(QString, keys, QString, frames);
         QTEST(FrameSet::checkKeyFrames(keys, {frames}), "keyMessage");
         QTEST(FrameSet::checkFrames(frames), "frameMessage");
     }

@@ -53,16 +53,11 @@ class TestLogs : public QObject
 private slots:
     void json_data()
     {
-        QTest::addColumn<QByteArray>("text");
-        QTest::addColumn<bool>("found");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("details");
-        QTest::addColumn<QString>("fragment");
+        columns<QByteArray, bool, int, int, QString, QString>("text", "found", "error", "status", "details", "fragment");
         const QByteArray good = "{\"status\":1,\"content\":{\"files\":[\"/a.ma\",\"/t '1'.jpg\",\"\\u56fe.jpg\",7]},\"details\":\"w\"}";
         const QString list = "\"files\":[\"/s.ma\",\"/a.ma\",\"/t '1'.jpg\",\"图.jpg\"]", alone = "\"files\":[\"/s.ma\"]";
         const auto row = [](const char *name, const QByteArray &text, bool found, int error, int status, const QString &details,
-                            const QString &fragment) { QTest::newRow(name) << text << found << error << status << details << fragment; };
+                            const QString &fragment) { addRow(name, text, found, error, status, details, fragment); };
         row("whole", "noise\r\nVandrel Info:" + good + "\nVandrel Debug:x{", true, 0, 1, "w", list);
         row("first line, no end mark", "Vandrel Info:" + good + "\n", true, 0, 1, "w", list);
         row("no end mark, chatter", "\nVandrel Info:" + good + "\nbye", true, 0, 1, "w", list);
@@ -127,9 +122,7 @@ private slots:
 
     void cinema4D_data()
     {
-        QTest::addColumn<QString>("renderer");
-        QTest::addColumn<QString>("plugins");
-        QTest::addColumn<int>("status");
+        columns<QString, QString, int>("renderer", "plugins", "status");
         addRow("none in the scene", "", "redshift", 0);
         addRow("same, other case", "Redshift", R"([{"name":"Redshift","version":"3"}])", 0);
         addRow("other", "octane", R"([{"name":"Redshift"}])", 2);
@@ -139,8 +132,7 @@ private slots:
     }
     void cinema4D()
     {
-        QFETCH(QString, renderer);
-        QFETCH(QString, plugins);
+        FETCH(QString, renderer, QString, plugins);
         const QJsonObject content{{"files", QJsonArray{"t.jpg"}},
                                   {"sceneName", "C:\\\\s\\\\a.c4d"},
                                   {"outPut", "%project%/x"},
@@ -155,12 +147,9 @@ private slots:
 
     void max_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QStringList>("values");
-        QTest::addColumn<int>("status");
-        QTest::addColumn<QString>("text"); // what the details begin with
+        columns<QString, QStringList, int, QString>("key", "values", "status", "text"); // text: what the details begin with
         const auto row = [](const char *key, const QStringList &values, int status, const QString &text) {
-            QTest::newRow(qPrintable(key + values.join('|'))) << key << values << status << text;
+            addRow(qPrintable(key + values.join('|')), key, values, status, text);
         };
         row("renderType", {"x"}, 0, "");
         row("error", {"3"}, 0, "");
@@ -182,9 +171,7 @@ private slots:
     }
     void max()
     {
-        QFETCH(QString, key);
-        QFETCH(QStringList, values);
-        QFETCH(int, status);
+        FETCH(QString, key, QStringList, values, int, status);
         QList<QPair<QString, QStringList>> blocks = cleanMax();
         blocks.erase(std::remove_if(blocks.begin(), blocks.end(), [&key](const auto &one) { return one.first == key; }), blocks.end());
         blocks.append({key, values});

@@ -1,4 +1,5 @@
 #include "resolve/OrderMessage.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonArray>
 
@@ -53,45 +54,26 @@ private slots:
 
     void variants_data()
     {
-        QTest::addColumn<QString>("rset");
-        QTest::addColumn<QString>("rdata");
-        QTest::addColumn<QString>("rfile");
-        QTest::addColumn<bool>("noFiles");
-        QTest::addColumn<bool>("valid");
-        QTest::addColumn<QJsonValue>("files");
-        QTest::addColumn<QJsonValue>("count");
+        columns<QString, QString, QString, bool, bool, QJsonValue, QJsonValue>("rset", "rdata", "rfile", "noFiles", "valid", "files",
+                                                                               "count");
         const QString files = R"("files":["/a.ma","/b"])";
         const QJsonArray both{"/a.ma", "/b"};
         const QJsonValue none(QJsonValue::Undefined);
-        QTest::newRow("plain") << "{}"
-                               << "{\"softwareType\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("maya, scene only") << "{}"
-                                          << "{\"softwareType\":1,\"onlyScene\":1}" << files << false << true << none << none;
-        QTest::newRow("scene only switched off")
-            << "{}"
-            << "{\"softwareType\":1,\"onlyScene\":0}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("scene only of another software")
-            << "{}"
-            << "{\"softwareType\":3,\"onlyScene\":1}" << files << false << true << QJsonValue(both) << QJsonValue(2);
-        QTest::newRow("nofile") << "{}"
-                                << "{}" << files << true << true << QJsonValue(QJsonArray()) << QJsonValue(0);
-        QTest::newRow("a clone has no list") << "{\"hasClone\":1}"
-                                             << "{}"
-                                             << "" << false << true << QJsonValue(QJsonArray()) << QJsonValue(0);
-        QTest::newRow("broken list") << "{}"
-                                     << "{}"
-                                     << "\"files\":[" << false << false << none << none;
-        QTest::newRow("broken result") << "{}"
-                                       << "{,}" << files << false << false << none << none;
-        QTest::newRow("result is an array") << "{}"
-                                            << "[]" << files << false << false << none << none;
+        addRow("plain", "{}", "{\"softwareType\":1}", files, false, true, QJsonValue(both), QJsonValue(2));
+        addRow("maya, scene only", "{}", "{\"softwareType\":1,\"onlyScene\":1}", files, false, true, none, none);
+        addRow("scene only switched off", "{}", "{\"softwareType\":1,\"onlyScene\":0}", files, false, true, QJsonValue(both),
+               QJsonValue(2));
+        addRow("scene only of another software", "{}", "{\"softwareType\":3,\"onlyScene\":1}", files, false, true, QJsonValue(both),
+               QJsonValue(2));
+        addRow("nofile", "{}", "{}", files, true, true, QJsonValue(QJsonArray()), QJsonValue(0));
+        addRow("a clone has no list", "{\"hasClone\":1}", "{}", "", false, true, QJsonValue(QJsonArray()), QJsonValue(0));
+        addRow("broken list", "{}", "{}", "\"files\":[", false, false, none, none);
+        addRow("broken result", "{}", "{,}", files, false, false, none, none);
+        addRow("result is an array", "{}", "[]", files, false, false, none, none);
     }
     void variants()
     {
-        QFETCH(QString, rset);
-        QFETCH(QString, rdata);
-        QFETCH(QString, rfile);
-        QFETCH(bool, noFiles);
+        FETCH(QString, rset, QString, rdata, QString, rfile, bool, noFiles);
         OrderMessage::Options options;
         options.noFiles = noFiles;
         const OrderMessage order = OrderMessage::build(row(rset, rdata, rfile), options);
@@ -117,38 +99,21 @@ private slots:
 
     void paths_data()
     {
-        QTest::addColumn<QString>("found");
-        QTest::addColumn<QString>("sent");
-        QTest::addColumn<QString>("stored");
-        QTest::newRow("drive") << "D:\\s\\a.max"
-                               << "D:/s/a.max"
-                               << "D:/s/a.max";
-        QTest::newRow("network") << "\\\\srv\\share\\a"
-                                 << "\\\\srv/share/a"
-                                 << "\\\\srv/share/a";
-        QTest::newRow("relative") << "a\\b"
-                                  << "a/b"
-                                  << "\\\\a/b";
+        columns<QString, QString, QString>("found", "sent", "stored");
+        addRow("drive", "D:\\s\\a.max", "D:/s/a.max", "D:/s/a.max");
+        addRow("network", "\\\\srv\\share\\a", "\\\\srv/share/a", "\\\\srv/share/a");
+        addRow("relative", "a\\b", "a/b", "\\\\a/b");
 #ifdef Q_OS_WIN
-        QTest::newRow("network, turned already") << "//srv/a"
-                                                 << "\\\\srv/a"
-                                                 << "\\\\srv/a";
-        QTest::newRow("one slash") << "/a"
-                                   << "/a"
-                                   << "\\\\/a";
+        addRow("network, turned already", "//srv/a", "\\\\srv/a", "\\\\srv/a");
+        addRow("one slash", "/a", "/a", "\\\\/a");
 #else
-        QTest::newRow("absolute") << "/home/u/a b.tga"
-                                  << "/home/u/a b.tga"
-                                  << "/home/u/a b.tga";
-        QTest::newRow("absolute, doubled slash") << "//home/a"
-                                                 << "//home/a"
-                                                 << "//home/a";
+        addRow("absolute", "/home/u/a b.tga", "/home/u/a b.tga", "/home/u/a b.tga");
+        addRow("absolute, doubled slash", "//home/a", "//home/a", "//home/a");
 #endif
     }
     void paths()
     {
-        QFETCH(QString, found);
-        QFETCH(QString, sent);
+        FETCH(QString, found, QString, sent);
         QTEST(OrderMessage::uploadPath(OrderMessage::filePath(found)), "stored");
         QCOMPARE(OrderMessage::filePath(found), sent);
     }

@@ -48,11 +48,9 @@ private slots:
 
     void prepared_data()
     {
-        QTest::addColumn<QString>("scene");
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("after"); // the keys that have to be there
+        columns<QString, QByteArray, QByteArray>("scene", "before", "after"); // after: the keys that have to be there
         const auto row = [](const char *name, const char *scene, const QByteArray &before, const QByteArray &after) {
-            QTest::newRow(name) << scene << before << after;
+            addRow(name, scene, before, after);
         };
         row("maya", "/a.ma", R"({"modelParameters":{"renderer":"VRay","format":"exr","filePrefix":"<Scene>","layers":[
             {"layer":"L1","width":8,"height":6,"frames":"1-3","cameras_array":["c"],"keyFrames":"1"},
@@ -92,9 +90,7 @@ private slots:
     {
         for (const char *name : {"p_01.vrmap", "p_0200.vrmap", "p_x.vrmap", "q_01.vrmap"})
             put(name);
-        QFETCH(QString, scene);
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, after);
+        FETCH(QString, scene, QByteArray, before, QByteArray, after);
         before.replace("@D", m_dir.path().toUtf8());
         after.replace("@D", m_dir.path().toUtf8());
         QVERIFY(!object(before).isEmpty() || before == "{}");
@@ -148,11 +144,7 @@ private slots:
 
     void priorityFrames_data()
     {
-        QTest::addColumn<int>("frameFirst");
-        QTest::addColumn<QByteArray>("rdata");
-        QTest::addColumn<QByteArray>("rset");
-        QTest::addColumn<QString>("keys");
-        QTest::addColumn<int>("strategy");
+        columns<int, QByteArray, QByteArray, QString, int>("frameFirst", "rdata", "rset", "keys", "strategy");
         const QByteArray cameras = R"({"modelParameters":{"cameras":[{"frames":"1-3"},{"frames":"3-5"}]})";
         addRow("not wanted", 0, cameras + '}', QByteArray("{}"), "", -1);
         addRow("worked out", 1, cameras + '}', QByteArray("{}"), "1,3,5", 2);
@@ -167,9 +159,7 @@ private slots:
     }
     void priorityFrames()
     {
-        QFETCH(int, frameFirst);
-        QFETCH(QByteArray, rdata);
-        QFETCH(QByteArray, rset);
+        FETCH(int, frameFirst, QByteArray, rdata, QByteArray, rset);
         CommonConfig wanted = config();
         wanted.frameFirst = frameFirst;
         db_resolve res = row("/a.tgd", object(rdata), object(rset));
@@ -181,9 +171,7 @@ private slots:
 
     void baseOfPriorityFrames_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QByteArray>("rdata");
-        QTest::addColumn<QString>("frames");
+        columns<int, QByteArray, QString>("type", "rdata", "frames");
         addRow("max", int(Max), QByteArray(R"({"modelParameters":{"frames":"1-2"}})"), "1-2");
         addRow("c4d, at the top", int(Cinema4D), QByteArray(R"({"frames":"3"})"), "3");
         addRow("maya, analysed", int(Maya), QByteArray(R"({"modelParameters":{"layers":[{"frames":"1"},{"frames":"2"}]}})"), "1;2");
@@ -196,15 +184,13 @@ private slots:
     }
     void baseOfPriorityFrames()
     {
-        QFETCH(int, type);
-        QFETCH(QByteArray, rdata);
+        FETCH(int, type, QByteArray, rdata);
         QTEST(ParameterModel::frameTexts(type, object(rdata)).join(';'), "frames");
     }
 
     void mayaProject_data()
     {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("variables");
+        columns<QByteArray, QByteArray>("before", "variables");
         addRow("appended", QByteArray(R"({"mayaProject":"D:/p/Q","machine":{"envVars":["A=1"]}})"),
                QByteArray(R"(["A=1","MAYA_PROJECT=D:\\p\\Q"])"));
         addRow("replaced", QByteArray(R"({"mayaProject":"D:/p","machine":{"envVars":["MAYA_PROJECT=old","A=1"]}})"),
@@ -214,8 +200,7 @@ private slots:
     }
     void mayaProject()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(QByteArray, variables);
+        FETCH(QByteArray, before, QByteArray, variables);
         db_resolve res = row("/a.ma", {{"hasHand", 1}}, object(before));
         QString message;
         QVERIFY(ParameterModel::prepare(&res, config(), &message));
@@ -224,10 +209,7 @@ private slots:
 
     void blocked_data()
     {
-        QTest::addColumn<QString>("scene");
-        QTest::addColumn<QString>("output");
-        QTest::addColumn<QString>("errstr");
-        QTest::addColumn<QString>("text");
+        columns<QString, QString, QString, QString>("scene", "output", "errstr", "text");
         addRow("free", "/d/a.max", "o.tga", "警告：未找到以下贴图\r\n", "");
         addRow("output", "/d/a.MAX", "", "", "a.MAX:无输出路径，请先进行参数设置");
         addRow("camera", "/d/a.max", "o", "警告：没有设置默认相机。\r\n", "a.max:无默认相机，请先进行参数设置");
@@ -237,9 +219,7 @@ private slots:
     }
     void blocked()
     {
-        QFETCH(QString, scene);
-        QFETCH(QString, output);
-        QFETCH(QString, errstr);
+        FETCH(QString, scene, QString, output, QString, errstr);
         db_resolve res = row(scene, {{"modelParameters", QJsonObject{{"outputFile", output}}}});
         res.errstr = errstr;
         QTEST(ParameterModel::blockingText(res), "text");
@@ -247,11 +227,9 @@ private slots:
 
     void checks_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QByteArray>("rdata");
-        QTest::addColumn<QString>("message");
+        columns<int, QByteArray, QString>("type", "rdata", "message");
         const auto row = [](const char *name, int type, const QByteArray &rdata, const char *message) {
-            QTest::newRow(name) << type << rdata << QString::fromUtf8(message);
+            addRow(name, type, rdata, QString::fromUtf8(message));
         };
         row("max", Max, R"({"modelParameters":{"cameras":["c"],"frames":"1"}})", "");
         row("max, no camera", Max, R"({"modelParameters":{"cameras":[],"frames":"1"}})", "请选择相机");
@@ -275,8 +253,7 @@ private slots:
     void checks()
     {
         put("p_01.vrmap");
-        QFETCH(int, type);
-        QFETCH(QByteArray, rdata);
+        FETCH(int, type, QByteArray, rdata);
         QTEST(ParameterModel::check(type, object(rdata), m_dir.filePath("s.x")), "message");
     }
 

@@ -1,10 +1,13 @@
 #include "common/facts/AnalysisError.h"
 #include "common/VFunc.h"
-#include "common/WindowCalls.h"
 #include "QueueRig.h"
 #include "resolve/ClearMax.h"
 #include "resolve/ResolveScan.h"
+#include "support/HttpPeer.h"
+#include "support/Row.h"
+#include "support/Spies.h"
 #include "support/TestMain.h"
+#include "support/WindowSpy.h"
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <sys/stat.h>
@@ -16,23 +19,6 @@ const QByteArray Scene = "<terragen>\n<render name=\"R1\" master=\"1\" camera=\"
                          "<camera name=\"C1\" />\n</terragen>\n";
 
 ResolveDAO &dao() { return *ResolveDAO::instance(); }
-
-class Window : public QObject, public WindowCalls
-{
-public:
-    Window() { Seam<WindowCalls>::attach(this, this); }
-    ~Window() override { Seam<WindowCalls>::detach(this); }
-    void msgOk(const QString &text) override { texts << text; }
-    void showInfoMsg(const QString &, const QString &) override {}
-    void rootMsg(const QString &, int, int, int) override {}
-    void connectDAOView(int) override {}
-    void downCover(int, const QString &) override {}
-    void downSpace(const QString &) override {}
-    void downErrorTip(const QString &) override {}
-    void redPoint() override {}
-    void refreshOrder() override {}
-    QStringList texts;
-};
 } // namespace
 
 class TestQueue : public QObject
@@ -91,9 +77,9 @@ private slots:
     void onlyFilesAreScenes_data()
     {
         QTest::addColumn<QString>("path");
-        QTest::newRow("folder") << testHome() + "/folder.tgd";
-        QTest::newRow("pipe") << testHome() + "/pipe.tgd";
-        QTest::newRow("link to a device") << testHome() + "/device.tgd";
+        addRow("folder", testHome() + "/folder.tgd");
+        addRow("pipe", testHome() + "/pipe.tgd");
+        addRow("link to a device", testHome() + "/device.tgd");
     }
     void onlyFilesAreScenes()
     {
@@ -163,8 +149,10 @@ private slots:
         const QString scene = rig.file("a.ma");
         const qlonglong analysed = rig.drop(scene, rig.maya(), 100, "N1"), uploading = rig.drop("/b", {}, 111, "N2");
         const qlonglong deleted = rig.drop("/c", {}, 106, "N3"), orphan = rig.drop("/d", rig.maya(), 101, "N4");
+        const qlonglong seats = rig.drop("/e", {}, 118, "N5"); // nobody asks for it any more
         rig.start();
         QTRY_VERIFY(QFile::exists(scene + ".started"));
+        QTRY_COMPARE(rig.state(seats), 0);
         QTRY_COMPARE(rig.state(orphan), 100); // nobody analysed it; it waits for its turn
         {
             RawFile other(UserInfo::userDir() + "/resolve.db");
@@ -255,15 +243,13 @@ private slots:
     }
     void slowOrderIsAskedForOnce_data()
     {
-        QTest::addColumn<int>("againMs");
-        QTest::addColumn<int>("requests");
-        QTest::newRow("slow answer") << 100000 << 1;
-        QTest::newRow("no answer within the bound") << 60 << 2;
+        columns<int, int>("againMs", "requests");
+        addRow("slow answer", 100000, 1);
+        addRow("no answer within the bound", 60, 2);
     }
     void slowOrderIsAskedForOnce()
     {
-        QFETCH(int, againMs);
-        QFETCH(int, requests);
+        FETCH(int, againMs, int, requests);
         QueueRig rig;
         rig.peer.silence(10421);
         const qlonglong key = rig.drop("/x.tgd", {{"softwareType", 8}}, 102);
@@ -302,21 +288,18 @@ private slots:
 
     void replyOfTheOrder_data()
     {
-        QTest::addColumn<QString>("event");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("error");
-        QTest::newRow("refused") << "refuse" << 109 << 1040006;
-        QTest::newRow("never answered") << "silence" << 109 << 10002;
-        QTest::newRow("answered too late, yet good") << "late" << 110 << 0;
-        QTest::newRow("link lost: sent again after the login") << "cut" << 110 << 0;
-        QTest::newRow("row deleted meanwhile") << "delete" << 0 << 0;
-        QTest::newRow("upload store closed: tried until it takes the rows") << "store" << 110 << 0;
-        QTest::newRow("result unreadable: nothing is sent") << "broken" << 109 << 10012;
+        columns<QString, int, int>("event", "state", "error");
+        addRow("refused", "refuse", 109, 1040006);
+        addRow("never answered", "silence", 109, 10002);
+        addRow("answered too late, yet good", "late", 110, 0);
+        addRow("link lost: sent again after the login", "cut", 110, 0);
+        addRow("row deleted meanwhile", "delete", 0, 0);
+        addRow("upload store closed: tried until it takes the rows", "store", 110, 0);
+        addRow("result unreadable: nothing is sent", "broken", 109, 10012);
     }
     void replyOfTheOrder()
     {
-        QFETCH(QString, event);
-        QFETCH(int, state);
+        FETCH(QString, event, int, state);
         QueueRig rig;
         if (event == "refuse")
             rig.peer.answer(10400, 1040006);
@@ -395,10 +378,9 @@ private slots:
     }
     void overdue_data()
     {
-        QTest::addColumn<int>("kill");
-        QTest::addColumn<int>("state");
-        QTest::newRow("killed and paused") << 1 << 102;
-        QTest::newRow("goes on and carries the mark") << 0 << 106;
+        columns<int, int>("kill", "state");
+        addRow("killed and paused", 1, 102);
+        addRow("goes on and carries the mark", 0, 106);
     }
     void overdue()
     {
@@ -433,12 +415,11 @@ private slots:
 
     void stateRequests_data()
     {
-        QTest::addColumn<int>("type");
-        QTest::addColumn<QMap<int, int>>("changes");
-        QTest::newRow("pause analysis") << 0 << QMap<int, int>{{100, 102}, {101, 102}};
-        QTest::newRow("resume analysis") << 1 << QMap<int, int>{{102, 100}};
-        QTest::newRow("pause upload") << 2 << QMap<int, int>{{110, 112}, {111, 112}};
-        QTest::newRow("resume upload") << 3 << QMap<int, int>{{112, 110}, {113, 110}};
+        columns<int, QMap<int, int>>("type", "changes");
+        addRow("pause analysis", 0, QMap<int, int>{{100, 102}, {101, 102}});
+        addRow("resume analysis", 1, QMap<int, int>{{102, 100}});
+        addRow("pause upload", 2, QMap<int, int>{{110, 112}, {111, 112}});
+        addRow("resume upload", 3, QMap<int, int>{{112, 110}, {113, 110}});
     }
     void stateRequests()
     {
@@ -446,6 +427,7 @@ private slots:
         typedef QMap<int, int> Changes;
         QFETCH(Changes, changes);
         QueueRig rig;
+        UpSpy up;
         ResolveHandler handler; // never scans
         for (int state = 100; state <= 120; ++state) {
             const qlonglong key = rig.drop("/s", {}, state, QStringLiteral("N%1").arg(state));
@@ -465,70 +447,58 @@ private slots:
         handler.changeResolveState(0, type, "N113");
         QCOMPARE(dao().readByOrder("N113").state, changes.first());
         QCOMPARE(UploadDAO::instance()->nextWaiting("N113", {}, 1).size(), type == 3 ? 1 : 0);
+        QTRY_COMPARE(up.calls.filter("pause"), type == 2 ? QStringList({"pause N110", "pause N111", "pause N113"}) : QStringList());
     }
 
     void commits_data()
     {
-        QTest::addColumn<QString>("scene");
-        QTest::addColumn<QString>("rdata");
-        QTest::addColumn<int>("before");
-        QTest::addColumn<int>("after");
-        QTest::addColumn<QString>("told");
+        columns<QString, QString, int, int, QString>("scene", "rdata", "before", "after", "told");
         const QString good = R"({"softwareType":3,"modelParameters":{"outputFile":"o.png","vrMode":0}})";
         const QString noOutput = R"({"softwareType":3,"modelParameters":{"outputFile":""}})";
         for (int state : {103, 104, 105, 106, 109})
             QTest::addRow("goes from %d", state) << "/a.max" << good << state << 107 << "";
         for (int state : {100, 101, 102, 107, 110, 115})
             QTest::addRow("stays in %d", state) << "/a.max" << good << state << state << "";
-        QTest::newRow("no output path") << "/a.max" << noOutput << 106 << 103 << "a.max:无输出路径，请先进行参数设置";
+        addRow("no output path", "/a.max", noOutput, 106, 103, "a.max:无输出路径，请先进行参数设置");
     }
     void commits()
     {
-        QFETCH(QString, scene);
-        QFETCH(QString, rdata);
-        QFETCH(int, before);
-        QFETCH(int, after);
-        QFETCH(QString, told);
+        FETCH(QString, scene, QString, rdata, int, before, int, after, QString, told);
         QueueRig rig;
-        Window window;
+        WindowSpy window;
         ResolveHandler handler;
         const qlonglong key = rig.drop(scene, {{"softwareType", 3}}, before, "N1", rdata, "\"files\":[]");
-        handler.commitResolve(key, true);
+        const bool batch = before != 105;
+        handler.commitResolve(key, batch);
         QCOMPARE(rig.state(key), after);
-        QCOMPARE(dao().batchMarked(key), after == 107 && before != 107);
+        QCOMPARE(dao().batchMarked(key), batch && after == 107 && before != 107);
         if (!told.isEmpty())
-            QTRY_COMPARE(window.texts, QStringList(told));
+            QTRY_COMPARE(window.messages, QStringList(told));
         handler.commitResolve(0, false, "N1");
         QCOMPARE(rig.state(key), after);
     }
     void automatic_data()
     {
-        QTest::addColumn<QJsonObject>("config");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<bool>("flagged");
-        QTest::addColumn<QString>("errstr");
-        QTest::addColumn<bool>("goes");
+        columns<QJsonObject, int, bool, QString, bool>("config", "state", "flagged", "errstr", "goes");
         const QJsonObject on{{"autoSubmit", 1}}, all{{"autoSubmit", 1}, {"ignoreWarn", 1}};
-        QTest::newRow("off") << QJsonObject{} << 106 << false << "" << false;
-        QTest::newRow("clean") << on << 106 << false << "" << true;
-        QTest::newRow("warned") << on << 103 << false << "" << false;
-        QTest::newRow("warned, ignored") << all << 103 << false << "" << true;
-        QTest::newRow("warned, ignored but not automatic") << QJsonObject{{"ignoreWarn", 1}} << 103 << false << "" << false;
-        QTest::newRow("warned, its batch went") << QJsonObject{} << 103 << true << "" << true;
-        QTest::newRow("no camera") << all << 103 << false << "警告：没有设置默认相机。\r\n" << false;
-        QTest::newRow("failed") << all << 104 << true << "" << false;
+        addRow("off", QJsonObject{}, 106, false, "", false);
+        addRow("clean", on, 106, false, "", true);
+        addRow("clean, but a seat wants it looked at", on, 106, false, "", false);
+        addRow("warned", on, 103, false, "", false);
+        addRow("warned, ignored", all, 103, false, "", true);
+        addRow("warned, ignored but not automatic", QJsonObject{{"ignoreWarn", 1}}, 103, false, "", false);
+        addRow("warned, its batch went", QJsonObject{}, 103, true, "", true);
+        addRow("no camera", all, 103, false, "警告：没有设置默认相机。\r\n", false);
+        addRow("failed", all, 104, true, "", false);
     }
     void automatic()
     {
-        QFETCH(QJsonObject, config);
-        QFETCH(int, state);
-        QFETCH(bool, flagged);
-        QFETCH(QString, errstr);
-        QFETCH(bool, goes);
+        FETCH(QJsonObject, config, int, state, bool, flagged, QString, errstr, bool, goes);
         QueueRig rig({}, config);
         rig.peer.silence(10400);
         const qlonglong key =
-            rig.drop("/a.max", {{"softwareType", 3}}, state, "N1", R"({"softwareType":3,"modelParameters":{"outputFile":"o.png"}})");
+            rig.drop("/a.max", {{"softwareType", 3}, {"needMasterCheck", QString(QTest::currentDataTag()).contains("seat")}}, state, "N1",
+                     R"({"softwareType":3,"modelParameters":{"outputFile":"o.png"}})");
         dao().saveMessage(key, errstr);
         if (flagged)
             dao().markBatch(key);
@@ -586,70 +556,46 @@ private slots:
     }
     void errorTexts_data()
     {
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("errstr");
-        QTest::addColumn<QString>("told");
-        QTest::newRow("of the analysis") << 10011 << ""
-                                         << "软件未找到";
-        QTest::newRow("of the server") << 1040006 << ""
-                                       << "余额不足";
-        QTest::newRow("unknown number") << 4711 << ""
-                                        << "4711";
-        QTest::newRow("words of the scene") << 0 << "错误：没有可用相机。\r\n"
-                                            << "错误：没有可用相机。";
+        columns<int, QString, QString>("error", "errstr", "told");
+        addRow("of the analysis", 10011, "", "软件未找到");
+        addRow("of the server", 1040006, "", "余额不足");
+        addRow("unknown number", 4711, "", "4711");
+        addRow("words of the scene", 0, "错误：没有可用相机。\r\n", "错误：没有可用相机。");
     }
     void errorTexts()
     {
-        QFETCH(int, error);
-        QFETCH(QString, errstr);
+        FETCH(int, error, QString, errstr);
         QueueRig rig;
-        Window window;
+        WindowSpy window;
         ResolveHandler handler;
         const qlonglong key = rig.drop("/a.max", {}, 104);
         rig.put(key, 104, error);
         dao().saveMessage(key, errstr);
         handler.seeError(0, key);
-        QTRY_COMPARE(window.texts.size(), 1);
-        QTEST(window.texts.first(), "told");
+        QTRY_COMPARE(window.messages.size(), 1);
+        QTEST(window.messages.first(), "told");
     }
 
-    // A subordinate seat against a master of a few lines.
+    // A subordinate seat and its master.
     void slaveSeat()
     {
-        QTcpServer master;
-        QVERIFY(master.listen(QHostAddress::LocalHost));
-        QByteArray handedOver;
-        QJsonObject approval{{"state", 111}, {"fok", 1}, {"fsum", 4}};
-        connect(&master, &QTcpServer::newConnection, this, [&] {
-            QTcpSocket *socket = master.nextPendingConnection();
-            connect(socket, &QTcpSocket::readyRead, socket, [&, socket, data = QByteArray()]() mutable {
-                data += socket->readAll();
-                const int head = data.indexOf("\r\n\r\n");
-                const int at = data.toLower().indexOf("content-length:");
-                const int length = at < 0 ? 0 : data.mid(at + 15, data.indexOf("\r\n", at) - at - 15).trimmed().toInt();
-                if (head < 0 || data.size() < head + 4 + length)
-                    return;
-                QJsonObject reply{{"result", 1}, {"code", 0}};
-                if (data.startsWith("POST /model/analysis"))
-                    handedOver = data.mid(head + 4);
-                else
-                    reply["data"] = approval;
-                const QByteArray body = QJsonDocument(reply).toJson();
-                socket->write("HTTP/1.1 200 OK\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\nConnection: close\r\n\r\n" +
-                              body);
-                socket->disconnectFromHost();
-            });
-        });
+        HttpPeer master;
+        QJsonObject handedOver, approval{{"state", 111}, {"fok", 1}, {"fsum", 4}};
+        master.answer = [&](const HttpPeer::Request &request) {
+            if (request.path == "/model/analysis")
+                handedOver = QJsonDocument::fromJson(request.body).object();
+            return HttpPeer::response(QJsonDocument(QJsonObject{{"result", 1}, {"code", 0}, {"data", approval}}).toJson(), "200 OK",
+                                      "Connection: close\r\n");
+        };
         QueueRig rig;
         UserInfo::setAllValue("Server", "role", "slave");
-        UserInfo::setAllValue("Server", "master", QStringLiteral("http://127.0.0.1:%1").arg(master.serverPort()));
+        UserInfo::setAllValue("Server", "master", master.url());
         const qlonglong key = rig.drop("/a.tgd", {{"softwareType", 8}}, 107, {}, "{\"resStatus\":0}", "\"files\":[\"/a.tgd\"]");
         rig.start();
         QTRY_COMPARE(rig.state(key), 116);
         QTRY_COMPARE(dao().read(key).fsum, 4);
-        const QJsonObject body = QJsonDocument::fromJson(handedOver).object();
-        QCOMPARE(body["clientFlag"].toVariant().toLongLong(), key);
-        QCOMPARE(body["feeUserId"].toInt(), UserInfo::userId());
+        QCOMPARE(handedOver["clientFlag"].toVariant().toLongLong(), key);
+        QCOMPARE(handedOver["feeUserId"].toInt(), UserInfo::userId());
         QCOMPARE(rig.peer.count(10421) + rig.peer.count(10400), 0);
         approval["state"] = 118;
         QTRY_COMPARE(rig.state(key), 0);

@@ -44,13 +44,11 @@ private slots:
 
     void maxStamps_data()
     {
-        QTest::addColumn<QString>("year");
-        QTest::addColumn<int>("early"); // byte at 0x3000, -1: the file ends before it
-        QTest::addColumn<int>("late");  // at 0x5000
-        QTest::addColumn<QString>("outcome");
+        columns<QString, int, int, QString>("year", "early", "late",
+                                            "outcome"); // early: byte at 0x3000, -1: the file ends before it; late: at 0x5000
         const auto row = [](const QByteArray &year, int early, int late, const char *outcome) {
-            QTest::newRow(qPrintable(QStringLiteral("%1 %2 %3").arg(QString::fromUtf8(year)).arg(early, 0, 16).arg(late, 0, 16)))
-                << QString::fromUtf8(year) << early << late << outcome;
+            addRow(qPrintable(QStringLiteral("%1 %2 %3").arg(QString::fromUtf8(year)).arg(early, 0, 16).arg(late, 0, 16)),
+                   QString::fromUtf8(year), early, late, outcome);
         };
         const int highest[] = {0x12, 0x13, 0x14, 0x17, 0x19, 0x20, 0x21, 0x22, 0x23, 0x24, 0x25};
         for (int year = 2010; year <= 2020; ++year) {
@@ -69,9 +67,7 @@ private slots:
     }
     void maxStamps()
     {
-        QFETCH(QString, year);
-        QFETCH(int, early);
-        QFETCH(int, late);
+        FETCH(QString, year, int, early, int, late);
         QByteArray scene(early < 0 ? 0x3000 : late < 0 ? 0x5000 : 0x5001, '\0');
         if (early >= 0)
             scene[0x3000] = char(early);
@@ -103,9 +99,7 @@ private slots:
 
     void usualFolders_data()
     {
-        QTest::addColumn<QString>("kind");
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<QString>("program"); // empty: none is found
+        columns<QString, QString, QString>("kind", "version", "program"); // program: empty: none is found
         addRow("maya", "maya", "2016", "/usr/autodesk/maya2016/bin/mayabatch");
         addRow("maya, fast", "fast", "2016", "/usr/autodesk/maya2016/bin/mayapy");
         addRow("maya of other name", "maya", "2014", "/usr/autodesk/maya2014-x64/bin/maya");
@@ -127,8 +121,7 @@ private slots:
                                  "opt/hfs17.5.1000/bin/hython", "opt/maxon/cinema4dr21.207/bin/Commandline",
                                  "opt/maxon/cinema4d2023/bin/Commandline", "opt/isotropix/clarisse/4.0_sp3/clarisse/cnode"})
             put(name);
-        QFETCH(QString, kind);
-        QFETCH(QString, version);
+        FETCH(QString, kind, QString, version);
         const QString root = m_dir.path();
         const SoftwareFinder::Installation one = kind == "houdini"    ? SoftwareFinder::houdini("h", version, root)
                                                  : kind == "c4d"      ? SoftwareFinder::cinema4D("c", version, root)

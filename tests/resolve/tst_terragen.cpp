@@ -81,13 +81,10 @@ private slots:
 
     void dependencies_data()
     {
-        QTest::addColumn<QByteArray>("inside");
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QStringList>("missing");
-        QTest::addColumn<QString>("told"); // before the missing files
+        columns<QByteArray, QStringList, QStringList, QString>("inside", "files", "missing", "told"); // told: before the missing files
         using L = QStringList;
         const auto row = [](const char *name, const QByteArray &inside, const L &files, const L &missing, const QString &told = {}) {
-            QTest::newRow(name) << inside << files << missing << told;
+            addRow(name, inside, files, missing, told);
         };
         row("nothing", {}, {}, {});
         row("mixed slashes, other case", element("image_map_shader", {{"image_filename", "Textures\\sub/WOOD.jpg"}}),
@@ -137,8 +134,7 @@ private slots:
     }
     void dependencies()
     {
-        QFETCH(QByteArray, inside);
-        QFETCH(QStringList, missing);
+        FETCH(QByteArray, inside, QStringList, missing);
         for (const char *name : {"textures/sub/wood.JPG", "a.tif", "p.ins", "a&b.tif", "scene.ins", "res/model.obj", "res/model.mtl",
                                  "res/bark.tif", "seq/f.0001.exr", "seq/f.0002.exr", "seq/f.12345.exr", "seq/f.003.exr",
                                  "seq/f.0001.exr.bak", "cache/p_0001.gic", "cache/p_0002.GIC", "cache/p.txt"})
@@ -293,10 +289,7 @@ private slots:
 
     void writeBack_data()
     {
-        QTest::addColumn<QByteArray>("before");
-        QTest::addColumn<QByteArray>("after");
-        QTest::addColumn<int>("mode");
-        QTest::addColumn<QString>("file");
+        columns<QByteArray, QByteArray, int, QString>("before", "after", "mode", "file");
         const QByteArray other = render("other", gi("0", "0", "1", "z"));
         const auto whole = [&other](const QByteArray &settings) {
             return scene("<!-- <render name=\"r\"> -->" + other + render("r", settings)).replace('\n', "\r\n");
@@ -316,9 +309,7 @@ private slots:
     }
     void writeBack()
     {
-        QFETCH(QByteArray, before);
-        QFETCH(int, mode);
-        QFETCH(QString, file);
+        FETCH(QByteArray, before, int, mode, QString, file);
         const QString name = put("s.tgd", before);
         QVERIFY(QFile::link(name, path("link.tgd")));
         QString message;

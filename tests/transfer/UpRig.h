@@ -9,33 +9,12 @@
 #include "support/BusinessPeer.h"
 #include "support/FileServerPeer.h"
 #include "support/HttpPeer.h"
+#include "support/Spies.h"
 #include "transfer/TransSet.h"
 #include "transfer/up/UpHandler.h"
 #include <QDateTime>
 #include <QDir>
 #include <QUrlQuery>
-
-class ResolveSpy : public QObject, public ResolveCalls
-{
-public:
-    ResolveSpy() { Seam<ResolveCalls>::attach(this, this); }
-    ~ResolveSpy() override { Seam<ResolveCalls>::detach(this); }
-    QList<qlonglong> counted;
-    QList<qlonglong> deleted;
-    QSet<int> refused;
-    void addFile(QList<db_resolve>) override {}
-    void reAddFile(qlonglong) override {}
-    void readFile(int, int, QString) override {}
-    void delResolve(qlonglong rkey) override { deleted << rkey; }
-    void delResolveByTask(int missionId) override { refused << missionId; }
-    void paraSet(qlonglong) override {}
-    void changeResolveState(qlonglong, int, QString) override {}
-    void saveDataSet(db_resolve) override {}
-    void commitResolve(qlonglong, bool, QString) override {}
-    void seeError(int, qlonglong) override {}
-    void reswait(int) override {}
-    void fileOk(QString, qlonglong size) override { counted << size; }
-};
 
 struct UpRig {
     static constexpr int Task = 4711;

@@ -1,4 +1,5 @@
 #include "common/UserInfo.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "transfer/TransFrame.h"
 #include "transfer/TransHandler.h"
@@ -95,54 +96,25 @@ private slots:
 
     void packets_data()
     {
-        QTest::addColumn<int>("limit");
-        QTest::addColumn<int>("workers");
-        QTest::addColumn<int>("size");
-        QTest::addColumn<int>("elapsed");
-        QTest::addColumn<int>("next");
-        QTest::addColumn<int>("delay");
-        QTest::newRow("grows by half") << 0 << 1 << 10241 << 10000 << 15361 << 0;
-        QTest::newRow("slow: three quarters") << 0 << 1 << 40000 << 11000 << 30000 << 0;
-        QTest::newRow("never below the least") << 0 << 1 << 10240 << 11000 << 10240 << 0;
-        QTest::newRow("never above the most") << 0 << 1 << 41943040 << 1 << 41943040 << 0;
-        QTest::newRow("limit: up to the share") << 512 << 4 << 100000 << 10 << 131072 << 0;
-        QTest::newRow("limit: below the share") << 512 << 4 << 20000 << 10 << 30000 << 0;
-        QTest::newRow("limit: one packet a second") << 512 << 4 << 131072 << 300 << 131072 << 700;
-        QTest::newRow("limit: more than one packet a second") << 102400 << 1 << 41943040 << 100 << 41943040 << 300;
-        QTest::newRow("limit: the second is over") << 512 << 4 << 131072 << 1000 << 131072 << 0;
-        QTest::newRow("limit: no worker counted") << 512 << 0 << 524288 << 0 << 524288 << 1000;
-        QTest::newRow("limit: under the least packet") << 1 << 10 << 10240 << 5 << 102 << 0;
+        columns<int, int, int, int, int, int>("limit", "workers", "size", "elapsed", "next", "delay");
+        addRow("grows by half", 0, 1, 10241, 10000, 15361, 0);
+        addRow("slow: three quarters", 0, 1, 40000, 11000, 30000, 0);
+        addRow("never below the least", 0, 1, 10240, 11000, 10240, 0);
+        addRow("never above the most", 0, 1, 41943040, 1, 41943040, 0);
+        addRow("limit: up to the share", 512, 4, 100000, 10, 131072, 0);
+        addRow("limit: below the share", 512, 4, 20000, 10, 30000, 0);
+        addRow("limit: one packet a second", 512, 4, 131072, 300, 131072, 700);
+        addRow("limit: more than one packet a second", 102400, 1, 41943040, 100, 41943040, 300);
+        addRow("limit: the second is over", 512, 4, 131072, 1000, 131072, 0);
+        addRow("limit: no worker counted", 512, 0, 524288, 0, 524288, 1000);
+        addRow("limit: under the least packet", 1, 10, 10240, 5, 102, 0);
     }
     void packets()
     {
-        QFETCH(int, limit);
-        QFETCH(int, workers);
-        QFETCH(int, size);
-        QFETCH(int, elapsed);
+        FETCH(int, limit, int, workers, int, size, int, elapsed);
         const TransSet::Pace pace = TransSet::pace(limit, workers, size, elapsed);
         QTEST(pace.packetSize, "next");
         QTEST(pace.delayMs, "delay");
-    }
-
-    void texts_data()
-    {
-        QTest::addColumn<QString>("got");
-        QTest::addColumn<QString>("want");
-        QTest::newRow("own") << TransSet::errorText(10024) << "10024_skydrive异常";
-        QTest::newRow("socket, unknown") << TransSet::errorText(99999) << "99999_UnknownSocketError";
-        QTest::newRow("stage") << TransSet::errorText(7000441) << "7000441_moveok";
-        QTest::newRow("not listed") << TransSet::errorText(12345) << "12345_12345";
-        QTest::newRow("with its reason") << TransSet::stateText(3, 1080009) << "下载异常:余额不足";
-        QTest::newRow("given up, reason") << TransSet::stateText(31, 10014) << "下载异常:文件无法写入，请更换盘符";
-        QTest::newRow("plain") << TransSet::stateText(3, 10010) << "下载异常";
-        QTest::newRow("upload keeps its reason behind") << TransSet::stateText(13, 10014) << "上传异常";
-        QTest::newRow("server works") << TransSet::stateText(50, 0) << "服务处理中";
-        QTest::newRow("no such state") << TransSet::stateText(40, 0) << "";
-    }
-    void texts()
-    {
-        QFETCH(QString, got);
-        QTEST(got, "want");
     }
 
     void hashes()
@@ -166,20 +138,17 @@ private slots:
     // A worker ends once, whatever comes after; what passes by itself isn't counted.
     void oneEnd_data()
     {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<bool>("up");
-        QTest::addColumn<int>("kind");
+        columns<int, bool, int>("code", "up", "kind");
         for (int code : {101404, 10024, 100001, 100007, 100005, 10010, 7000403, 7000402, 7000405})
             QTest::addRow("up %d", code) << code << true << int(TransSet::Transient);
         for (int code : {10024, 100001, 100007, 100005, 10010})
             QTest::addRow("down %d", code) << code << false << int(TransSet::Transient);
-        QTest::newRow("up, hard") << 100000 << true << int(TransSet::Hard);
-        QTest::newRow("down, hard") << 7000403 << false << int(TransSet::Hard);
+        addRow("up, hard", 100000, true, int(TransSet::Hard));
+        addRow("down, hard", 7000403, false, int(TransSet::Hard));
     }
     void oneEnd()
     {
-        QFETCH(int, code);
-        QFETCH(bool, up);
+        FETCH(int, code, bool, up);
         Queue queue;
         Worker worker(queue.share());
         QList<int> kinds;
@@ -247,19 +216,6 @@ private slots:
         queue.reset();
         QVERIFY(!share->post([](TransHandler &) {}));
         QCoreApplication::processEvents();
-    }
-
-    void hosts()
-    {
-        Queue queue;
-        Worker worker(queue.share());
-        worker.resolve("127.0.0.9");
-        QCOMPARE(worker.got, QStringList("127.0.0.9"));
-        worker.resolve("localhost");
-        QTRY_COMPARE(worker.got.value(1), QString("127.0.0.1"));
-        QCOMPARE(queue.share()->cachedHost("localhost"), QString("127.0.0.1"));
-        worker.resolve("no.such.host.invalid");
-        QTRY_COMPARE_WITH_TIMEOUT(worker.got.value(2, "-"), QString(), 8000);
     }
 };
 

@@ -1,5 +1,6 @@
 #include "common/ResultRoots.h"
 #include "DownRig.h"
+#include "support/Row.h"
 #include "support/Syncs.h"
 #include "support/TestMain.h"
 
@@ -143,22 +144,16 @@ private slots:
 
     void goesOn_data()
     {
-        QTest::addColumn<int>("size");
-        QTest::addColumn<QByteArray>("mark");
-        QTest::addColumn<QList<qint64>>("cuts");
-        QTest::addColumn<QList<qint64>>("starts");
-        QTest::newRow("from the number on") << 5000 << QByteArray("      1000") << QList<qint64>{} << QList<qint64>{1000};
-        QTest::newRow("all there: no socket") << 5000 << QByteArray("      5000") << QList<qint64>{} << QList<qint64>{};
-        QTest::newRow("no bytes: no socket") << 0 << QByteArray() << QList<qint64>{} << QList<qint64>{};
-        QTest::newRow("cut again and again") << 900000 << QByteArray() << QList<qint64>{200000, 1, 300000}
-                                             << QList<qint64>{0, 200000, 200001, 500001};
-        QTest::newRow("ends before the first byte") << 5000 << QByteArray() << QList<qint64>{0, 0} << QList<qint64>{0, 0, 0};
+        columns<int, QByteArray, QList<qint64>, QList<qint64>>("size", "mark", "cuts", "starts");
+        addRow("from the number on", 5000, QByteArray("      1000"), QList<qint64>{}, QList<qint64>{1000});
+        addRow("all there: no socket", 5000, QByteArray("      5000"), QList<qint64>{}, QList<qint64>{});
+        addRow("no bytes: no socket", 0, QByteArray(), QList<qint64>{}, QList<qint64>{});
+        addRow("cut again and again", 900000, QByteArray(), QList<qint64>{200000, 1, 300000}, QList<qint64>{0, 200000, 200001, 500001});
+        addRow("ends before the first byte", 5000, QByteArray(), QList<qint64>{0, 0}, QList<qint64>{0, 0, 0});
     }
     void goesOn()
     {
-        QFETCH(int, size);
-        QFETCH(QByteArray, mark);
-        QFETCH(QList<qint64>, cuts);
+        FETCH(int, size, QByteArray, mark, QList<qint64>, cuts);
         QByteArray content(size, 'n');
         const QJsonObject row = m_rig->result(1, "f.png", content);
         if (!mark.isEmpty()) {
@@ -177,16 +172,16 @@ private slots:
     void fails_data()
     {
         QTest::addColumn<int>("error");
-        QTest::newRow("wrong hash") << 10018;
-        QTest::newRow("refused by the farm") << 7010007;
-        QTest::newRow("half a head") << 10011;
-        QTest::newRow("too many bytes") << 10013;
-        QTest::newRow("not writable") << 10014;
-        QTest::newRow("no balance") << 1080009;
-        QTest::newRow("no size") << 10015;
-        QTest::newRow("a hash that isn't a text") << 10016;
-        QTest::newRow("no row at the server") << 1080002;
-        QTest::newRow("nobody listens") << 100000;
+        addRow("wrong hash", 10018);
+        addRow("refused by the farm", 7010007);
+        addRow("half a head", 10011);
+        addRow("too many bytes", 10013);
+        addRow("not writable", 10014);
+        addRow("no balance", 1080009);
+        addRow("no size", 10015);
+        addRow("a hash that isn't a text", 10016);
+        addRow("no row at the server", 1080002);
+        addRow("nobody listens", 100000);
     }
     void fails()
     {
@@ -408,16 +403,14 @@ private slots:
 
     void whoStopsThePush_data()
     {
-        QTest::addColumn<QString>("role");
-        QTest::addColumn<int>("autoSend");
-        QTest::newRow("alone") << "" << 1;
-        QTest::newRow("slave") << "slave" << 1;
-        QTest::newRow("switched off") << "" << 0;
+        columns<QString, int>("role", "autoSend");
+        addRow("alone", "", 1);
+        addRow("slave", "slave", 1);
+        addRow("switched off", "", 0);
     }
     void whoStopsThePush()
     {
-        QFETCH(QString, role);
-        QFETCH(int, autoSend);
+        FETCH(QString, role, int, autoSend);
         UserInfo::setAllValue("Server", "role", role);
         UserInfo::setUserValue("Set", "AutoSendResult", autoSend);
         UserInfo::clearCache();
@@ -491,13 +484,16 @@ private slots:
         fetch(m_rig->result(1, "f.png", "data"));
         m_rig->queue->resultPush(m_rig->push({m_rig->result(2, "g.png", "data")}));
         m_rig->queue->handPush();
+        m_rig->business.answer(10805, 1080500, m_rig->list({m_rig->result(3, "h.png", "data")}));
+        push({{"prefixPath", "4712_shot/"}}); // one that has to ask for its list
+        QTRY_COMPARE(m_rig->business.count(10805), 1);
         QTRY_COMPARE(m_rig->window.roots.size(), 1); // told once for all pushes
         QCOMPARE(m_rig->mission().pri, 0);
         QCOMPARE(m_rig->business.count(10413), 0);
         QDir(m_rig->folder.path()).mkpath("gone"); // what was pushed meanwhile comes
         m_rig->ahead = DownHandler::BlockedMs;
-        QTRY_VERIFY(QFile::exists(m_rig->folder.filePath("gone/N7_shot/f.png")) &&
-                    QFile::exists(m_rig->folder.filePath("gone/N7_shot/g.png")));
+        for (const char *name : {"f", "g", "h"})
+            QTRY_VERIFY(QFile::exists(m_rig->folder.filePath(QStringLiteral("gone/N7_shot/%1.png").arg(name))));
     }
 };
 VN_TEST(TestDown)

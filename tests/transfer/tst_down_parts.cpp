@@ -1,4 +1,5 @@
 #include "common/VFunc.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "transfer/down/MissionBuilder.h"
 #include "transfer/down/PartialFile.h"
@@ -53,27 +54,23 @@ private slots:
 
     void whereToGoOn_data()
     {
-        QTest::addColumn<int>("there"); // bytes of .xtemp, -1: none
-        QTest::addColumn<QByteArray>("mark");
-        QTest::addColumn<int>("position");
-        QTest::newRow("fresh") << -1 << QByteArray() << 0;
-        QTest::newRow("padded") << 5000 << QByteArray("      1000") << 1000;
-        QTest::newRow("complete") << 5000 << QByteArray("      5000") << 5000;
-        QTest::newRow("garbage") << 5000 << QByteArray("12a\0\xff", 5) << 0;
-        QTest::newRow("empty") << 5000 << QByteArray() << 0;
-        QTest::newRow("negative") << 5000 << QByteArray("       -10") << 0;
-        QTest::newRow("beyond the size") << 5000 << QByteArray("      5001") << 0;
-        QTest::newRow("a file of something else") << 5000 << QByteArray(100000, '1') << 0;
-        QTest::newRow("number without data") << -1 << QByteArray("      5000") << 0;
-        QTest::newRow("data shorter than the number") << 800 << QByteArray("      1000") << 0;
-        QTest::newRow("a file that grows") << 800 << QByteArray("       500") << 500;
-        QTest::newRow("another version, bigger") << 6000 << QByteArray("      1000") << 0;
+        columns<int, QByteArray, int>("there", "mark", "position"); // there: bytes of .xtemp, -1: none
+        addRow("fresh", -1, QByteArray(), 0);
+        addRow("padded", 5000, QByteArray("      1000"), 1000);
+        addRow("complete", 5000, QByteArray("      5000"), 5000);
+        addRow("garbage", 5000, QByteArray("12a\0\xff", 5), 0);
+        addRow("empty", 5000, QByteArray(), 0);
+        addRow("negative", 5000, QByteArray("       -10"), 0);
+        addRow("beyond the size", 5000, QByteArray("      5001"), 0);
+        addRow("a file of something else", 5000, QByteArray(100000, '1'), 0);
+        addRow("number without data", -1, QByteArray("      5000"), 0);
+        addRow("data shorter than the number", 800, QByteArray("      1000"), 0);
+        addRow("a file that grows", 800, QByteArray("       500"), 500);
+        addRow("another version, bigger", 6000, QByteArray("      1000"), 0);
     }
     void whereToGoOn()
     {
-        QFETCH(int, there);
-        QFETCH(QByteArray, mark);
-        QFETCH(int, position);
+        FETCH(int, there, QByteArray, mark, int, position);
         const QByteArray whole = bytes(5000);
         if (there >= 0)
             put(m_target + ".xtemp", QByteArray(there, 'x').replace(0, position, whole.left(position)));

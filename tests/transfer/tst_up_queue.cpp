@@ -1,3 +1,4 @@
+#include "support/Row.h"
 #include "support/Syncs.h"
 #include "support/TestMain.h"
 #include "transfer/TransScan.h"
@@ -39,7 +40,7 @@ private slots:
         QCOMPARE(rig->rows(), 0);
         QCOMPARE(rig->asked.size(), 12);
         QCOMPARE(rig->files.connections, 0);
-        QTRY_COMPARE(rig->resolve.counted.size(), 12);
+        QTRY_COMPARE(rig->resolve.calls.filter("ok").size(), 12);
         QCOMPARE(rig->business.count(10704), 1);
         QCOMPARE(rig->business.last(10704), (QJsonObject{{"missionId", UpRig::Task}}));
         QTRY_VERIFY_WITH_TIMEOUT(rig->business.count(10416) > 0, 3000);
@@ -68,21 +69,17 @@ private slots:
 
     void wholeFile_data()
     {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<int>("size");
-        QTest::addColumn<bool>("late");
-        QTest::newRow("one packet") << "a.png" << 10240 << false;
-        QTest::newRow("many packets") << "b.exr" << 3000001 << false;
-        QTest::newRow("per cent") << "100%.tga" << 5 << false;
-        QTest::newRow("per cent and hex") << "a%41 %2F+&=#.tga" << 5 << false;
-        QTest::newRow("Chinese") << QStringLiteral("场景/贴图 1.tga") << 77 << false;
-        QTest::newRow("start point after its head") << "c.png" << 40000 << true;
+        columns<QString, int, bool>("name", "size", "late");
+        addRow("one packet", "a.png", 10240, false);
+        addRow("many packets", "b.exr", 3000001, false);
+        addRow("per cent", "100%.tga", 5, false);
+        addRow("per cent and hex", "a%41 %2F+&=#.tga", 5, false);
+        addRow("Chinese", QStringLiteral("场景/贴图 1.tga"), 77, false);
+        addRow("start point after its head", "c.png", 40000, true);
     }
     void wholeFile()
     {
-        QFETCH(QString, name);
-        QFETCH(int, size);
-        QFETCH(bool, late);
+        FETCH(QString, name, int, size, bool, late);
         rig->files.late = late;
         const QByteArray content = bytes(size);
         const QString path = rig->write(name, content);
@@ -116,32 +113,30 @@ private slots:
                                         {"taskId", UpRig::Task}}));
         QCOMPARE(rig->files.of(70004).value(0).json, (QJsonObject{{"lastModified", row.modtime}}));
         QCOMPARE(rig->files.of(70000).size(), rig->files.of(70002).size() + 1); // stop and wait: an ask before each chunk
-        QCOMPARE(rig->resolve.counted, QList<qlonglong>{size});
+        QCOMPARE(rig->resolve.calls, QStringList(QString("ok %1").arg(size)));
     }
 
     // One fault of the server, then an honest one: what the page is told, and that the file arrives all the same.
     void serverFaults_data()
     {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<int>("error");
-        QTest::newRow("31 bytes of head") << "short" << 10011;
-        QTest::newRow("start point past the end") << "past" << 10013;
-        QTest::newRow("start point negative") << "negative" << 10013;
-        QTest::newRow("frame refused") << "refused" << 10024;
-        QTest::newRow("refused otherwise") << "strange" << 10025;
-        QTest::newRow("chunks taken, nothing kept") << "stalled" << 10013;
-        QTest::newRow("chunk refused") << "chunk" << 13010202;
-        QTest::newRow("wrong hash") << "hash" << 13010203;
-        QTest::newRow("cut after 20000 bytes") << "cut" << 100001;
-        QTest::newRow("a body without end") << "endless" << 10024;
-        QTest::newRow("storage: code 203") << "stale" << 203;
-        QTest::newRow("storage: no code") << "empty" << 10024;
-        QTest::newRow("storage: busy") << "busy" << 101404;
+        columns<QString, int>("fault", "error");
+        addRow("31 bytes of head", "short", 10011);
+        addRow("start point past the end", "past", 10013);
+        addRow("start point negative", "negative", 10013);
+        addRow("frame refused", "refused", 10024);
+        addRow("refused otherwise", "strange", 10025);
+        addRow("chunks taken, nothing kept", "stalled", 10013);
+        addRow("chunk refused", "chunk", 13010202);
+        addRow("wrong hash", "hash", 13010203);
+        addRow("cut after 20000 bytes", "cut", 100001);
+        addRow("a body without end", "endless", 10024);
+        addRow("storage: code 203", "stale", 203);
+        addRow("storage: no code", "empty", 10024);
+        addRow("storage: busy", "busy", 101404);
     }
     void serverFaults()
     {
-        QFETCH(QString, fault);
-        QFETCH(int, error);
+        FETCH(QString, fault, int, error);
         const QMap<QString, int> storageCodes{{"stale", 203}, {"empty", 0}, {"busy", 101404}};
         if (storageCodes.contains(fault)) {
             rig->judge = [this, code = storageCodes.value(fault)](const QUrlQuery &) { return rig->asked.size() == 1 ? code : 101402; };
@@ -235,23 +230,19 @@ private slots:
 
     void fileFaults_data()
     {
-        QTest::addColumn<QString>("fault");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<bool>("arrives");
-        QTest::newRow("vanished") << "gone" << 10000 << false;
-        QTest::newRow("a folder now") << "folder" << 10000 << false;
-        QTest::newRow("changed before") << "before" << 10019 << true;
-        QTest::newRow("changed during the upload") << "during" << 10019 << true;
-        QTest::newRow("vanished during the upload") << "lost" << 10000 << false;
-        QTest::newRow("can't be opened") << "locked" << 10001 << false;
-        QTest::newRow("cut short under the reader") << "shrunk" << 10013 << true;
-        QTest::newRow("folder name of 201 characters") << "long" << 10021 << false;
+        columns<QString, int, bool>("fault", "error", "arrives");
+        addRow("vanished", "gone", 10000, false);
+        addRow("a folder now", "folder", 10000, false);
+        addRow("changed before", "before", 10019, true);
+        addRow("changed during the upload", "during", 10019, true);
+        addRow("vanished during the upload", "lost", 10000, false);
+        addRow("can't be opened", "locked", 10001, false);
+        addRow("cut short under the reader", "shrunk", 10013, true);
+        addRow("folder name of 201 characters", "long", 10021, false);
     }
     void fileFaults()
     {
-        QFETCH(QString, fault);
-        QFETCH(int, error);
-        QFETCH(bool, arrives);
+        FETCH(QString, fault, int, error, bool, arrives);
         const QByteArray content = bytes(60000), other = bytes(45000).toHex();
         const int rest = 201 - rig->folder.filePath("scene/").size();
         const QString path = rig->write(fault == "long" ? QString(rest, 'd') + "/scene.tgd" : QString("scene.tgd"), content);
@@ -300,15 +291,13 @@ private slots:
 
     void endOnMaster_data()
     {
-        QTest::addColumn<QString>("rdata");
-        QTest::addColumn<int>("state");
-        QTest::newRow("from a subordinate seat") << R"({"fromSlave":1})" << 118;
-        QTest::newRow("its own") << R"({"fromSlave":0})" << 0;
+        columns<QString, int>("rdata", "state");
+        addRow("from a subordinate seat", R"({"fromSlave":1})", 118);
+        addRow("its own", R"({"fromSlave":0})", 0);
     }
     void endOnMaster()
     {
-        QFETCH(QString, rdata);
-        QFETCH(int, state);
+        FETCH(QString, rdata, int, state);
         UserInfo::setAllValue("Server", "role", "master");
         UserInfo::clearCache();
         UserInfo::initUser(QJsonObject{{"userId", 7}});
@@ -322,8 +311,8 @@ private slots:
     void pauseAndDelete_data()
     {
         QTest::addColumn<bool>("whole");
-        QTest::newRow("pause, then go on") << false;
-        QTest::newRow("delete") << true;
+        addRow("pause, then go on", false);
+        addRow("delete", true);
     }
     void pauseAndDelete()
     {
@@ -350,7 +339,7 @@ private slots:
         QCOMPARE(rig->rows(), whole ? 0 : 1);
         if (whole) {
             // Without a row the record would pass for uploaded; it goes before the server is told so.
-            QTRY_COMPARE(rig->resolve.deleted, QList<qlonglong>{rig->rkey});
+            QTRY_COMPARE(rig->resolve.calls, QStringList(QString("del %1").arg(rig->rkey)));
         } else {
             QCOMPARE(ResolveDAO::instance()->step(rig->rkey, SceneState::Act::ResumeUpload), 1);
             Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
@@ -363,18 +352,14 @@ private slots:
     // Where the file server stands: named by host, or not at all, so that the farm is asked for it.
     void fileServer_data()
     {
-        QTest::addColumn<QString>("host");
-        QTest::addColumn<bool>("placed");
-        QTest::addColumn<bool>("arrives");
-        QTest::newRow("by its name") << "localhost" << true << true;
-        QTest::newRow("the farm knows") << "" << false << true;
-        QTest::newRow("a name that isn't") << "no.such.host.invalid" << true << false;
+        columns<QString, bool, bool>("host", "placed", "arrives");
+        addRow("by its name", "localhost", true, true);
+        addRow("the farm knows", "", false, true);
+        addRow("a name that isn't", "no.such.host.invalid", true, false);
     }
     void fileServer()
     {
-        QFETCH(QString, host);
-        QFETCH(bool, placed);
-        QFETCH(bool, arrives);
+        FETCH(QString, host, bool, placed, bool, arrives);
         QFile ini(UserInfo::programDir() + "/service.ini");
         QVERIFY(ini.open(QIODevice::WriteOnly));
         ini.write("[server]\nqnbs=" + rig->storage.url().toUtf8() + "\n");
@@ -397,8 +382,8 @@ private slots:
     void passedBy_data()
     {
         QTest::addColumn<QString>("first");
-        QTest::newRow("a farm that nobody knows") << "farm";
-        QTest::newRow("ten files that the server still works on") << "stage";
+        addRow("a farm that nobody knows", "farm");
+        addRow("ten files that the server still works on", "stage");
     }
     void passedBy()
     {
@@ -496,7 +481,7 @@ private slots:
         rig->known = 1070006;
         rig->add({UpRig::row(rig->write("a.png", "x"), 5)});
         rig->start();
-        QTRY_COMPARE(rig->resolve.refused, QSet<int>{UpRig::Task});
+        QTRY_VERIFY(rig->resolve.calls.contains(QString("delTask %1").arg(UpRig::Task)));
     }
 
     // At most upTh workers; an order for the object store waits and keeps nobody else from his turn.

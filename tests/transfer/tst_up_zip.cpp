@@ -1,3 +1,4 @@
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "transfer/up/UpWork.h"
 #include "transfer/up/VandrelCompress.h"
@@ -56,9 +57,9 @@ private slots:
     void staleCopies_data()
     {
         QTest::addColumn<QString>("copy");
-        QTest::newRow("older than the scene") << "old";
-        QTest::newRow("cut short") << "torn";
-        QTest::newRow("of another scene") << "other";
+        addRow("older than the scene", "old");
+        addRow("cut short", "torn");
+        addRow("of another scene", "other");
     }
     void staleCopies()
     {
@@ -109,14 +110,6 @@ private slots:
         QVERIFY(half.open(QIODevice::ReadOnly));
         QCOMPARE(half.readAll(), QByteArray("half made"));
         half.remove();
-    }
-
-    void stops()
-    {
-        const QString target = rig->folder.filePath("stopped.zip");
-        const std::atomic_bool stop{true};
-        QVERIFY(!VandrelCompress::vandrelCompressOneFile(target, scene, stop));
-        QVERIFY(!QFile::exists(target));
     }
 
     void deletedWithItsOrder()

@@ -1,6 +1,7 @@
 // Projects, environments and machines: what of the server's lists is chosen, tested, remembered and stored in the row.
 #include "common/CommonConfig.h"
 #include "common/ui/Background.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/EnvPre.h"
 #include "ViewRig.h"
@@ -38,72 +39,33 @@ private:
     static QJsonDocument json(const char *text) { return QJsonDocument::fromJson(text); }
 
 private slots:
-    void lists_data()
-    {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::addColumn<int>("count");
-        QTest::newRow("by its name") << QByteArray(R"({"projects":[{"id":1},{"id":2}]})") << 2;
-        QTest::newRow("bare list") << QByteArray(R"([{"id":1}])") << 1;
-        QTest::newRow("below data") << QByteArray(R"({"data":{"projects":[{"id":1}]}})") << 1;
-        QTest::newRow("nothing") << QByteArray(R"({"projects":7})") << 0;
-        QTest::newRow("not JSON") << QByteArray("<html>") << 0;
-    }
-    void lists()
-    {
-        QFETCH(QByteArray, reply);
-        QTEST(projects(QJsonDocument::fromJson(reply)).size(), "count");
-    }
-    void configurations_data()
-    {
-        QTest::addColumn<QByteArray>("reply");
-        QTest::newRow("flat") << QByteArray(R"({"combos":[{"software":"maya2016"}]})");
-        QTest::newRow("below its name") << QByteArray(R"({"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}})");
-        QTest::newRow("list of one") << QByteArray(R"({"projectSoftwareConfig":[{"combos":[{"software":"maya2016"}]}]})");
-        QTest::newRow("below data") << QByteArray(R"({"data":{"projectSoftwareConfig":{"combos":[{"software":"maya2016"}]}}})");
-    }
-    void configurations()
-    {
-        QFETCH(QByteArray, reply);
-        const QJsonArray combos = config(QJsonDocument::fromJson(reply)).value("combos").toArray();
-        QCOMPARE(combos.at(0).toObject()["software"].toString(), QString("maya2016"));
-    }
 
-    void texts()
+    // Servers nest their lists in several ways; what is remembered counts while it's there.
+    void replies()
     {
-        QCOMPARE(environmentText(maya), QString("maya2016 + mtoa 1.4 (GPU)"));
-        QCOMPARE(environmentText(plain), QString("maya2018"));
-        QCOMPARE(environmentKey(maya), QString("12"));
-        QCOMPARE(environmentKey({{"software", "x"}}), QString("x"));
-        QCOMPARE(machineName(machine), QString("快速"));
-        QCOMPARE(machineName({{"machineModel", "m1"}}), QString("m1"));
-    }
-    void preference_data()
-    {
-        QTest::addColumn<QString>("remembered");
-        QTest::addColumn<int>("row");
-        QTest::newRow("nothing remembered: the default one") << "" << 1;
-        QTest::newRow("remembered") << "12" << 0;
-        QTest::newRow("remembered but gone") << "99" << 1;
-    }
-    void preference()
-    {
-        QFETCH(QString, remembered);
-        QTEST(preferred({maya, plain}, remembered, environmentKey), "row");
-        QCOMPARE(preferred({}, remembered, environmentKey), -1);
-        QCOMPARE(preferred({maya}, "", environmentKey), 0);
+        for (const char *reply : {R"({"projects":[{"id":1}]})", R"([{"id":1}])", R"({"data":{"projects":[{"id":1}]}})"})
+            QCOMPARE(projects(json(reply)).size(), 1);
+        for (const char *reply : {R"({"projects":7})", "<html>"})
+            QVERIFY(projects(json(reply)).isEmpty());
+        const QByteArray combos = R"({"combos":[{"software":"maya2016"}]})";
+        for (const QByteArray &reply :
+             {combos, R"({"projectSoftwareConfig":)" + combos + '}', R"({"projectSoftwareConfig":[)" + combos + "]}",
+              R"({"data":{"projectSoftwareConfig":)" + combos + "}}"})
+            QCOMPARE(config(json(reply)).value("combos")[0]["software"].toString(), QString("maya2016"));
+        const auto chosen = [](const QString &remembered) { return preferred({maya, plain}, remembered, environmentKey); };
+        QVERIFY(chosen("") == 1 && chosen("12") == 0 && chosen("99") == 1 && preferred({}, "12", environmentKey) == -1);
     }
 
     // The tests on accepting, in their order: each is the first to fail when it and all after it fail.
     void refusals_data()
     {
-        QTest::addColumn<int>("from");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("project or machine") << 0 << "没有可供选择的项目或机型";
-        QTest::newRow("result path") << 1 << "没有检测到出图路径，请去项目管理设置";
-        QTest::newRow("environment") << 2 << "请选择环境";
-        QTest::newRow("Maya project") << 3 << "项目路径不存在";
-        QTest::newRow("balance") << 4 << "余额不足，请充值";
-        QTest::newRow("all good") << 5 << "";
+        columns<int, QString>("from", "text");
+        addRow("project or machine", 0, "没有可供选择的项目或机型");
+        addRow("result path", 1, "没有检测到出图路径，请去项目管理设置");
+        addRow("environment", 2, "请选择环境");
+        addRow("Maya project", 3, "项目路径不存在");
+        addRow("balance", 4, "余额不足，请充值");
+        addRow("all good", 5, "");
     }
     void refusals()
     {

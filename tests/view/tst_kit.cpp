@@ -4,6 +4,7 @@
 #include "common/ui/kit/Notes.h"
 #include "common/ui/kit/ServerCall.h"
 #include "common/ui/kit/TablePage.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "ViewRig.h"
 #include <QAction>
@@ -313,33 +314,20 @@ private slots:
 
     void formJudges_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("good");
-        QTest::newRow("name") << "name"
-                              << "shot" << true;
-        QTest::newRow("no name") << "name"
-                                 << "" << false;
-        QTest::newRow("long name") << "name"
-                                   << "123456789" << false;
-        QTest::newRow("number") << "count"
-                                << "5" << true;
-        QTest::newRow("beyond") << "count"
-                                << "11" << false;
-        QTest::newRow("word") << "count"
-                              << "five" << false;
-        QTest::newRow("frames") << "frames"
-                                << "1-5" << true;
-        QTest::newRow("no frames") << "frames"
-                                   << "1--" << false;
-        QTest::newRow("own rule") << "other"
-                                  << "shot" << false;
+        columns<QString, QString, bool>("key", "text", "good");
+        addRow("name", "name", "shot", true);
+        addRow("no name", "name", "", false);
+        addRow("long name", "name", "123456789", false);
+        addRow("number", "count", "5", true);
+        addRow("beyond", "count", "11", false);
+        addRow("word", "count", "five", false);
+        addRow("frames", "frames", "1-5", true);
+        addRow("no frames", "frames", "1--", false);
+        addRow("own rule", "other", "shot", false);
     }
     void formJudges()
     {
-        QFETCH(QString, key);
-        QFETCH(QString, text);
-        QFETCH(bool, good);
+        FETCH(QString, key, QString, text, bool, good);
         Form form({Field::text("name", "Name").needed().longest(8), Field::number("count", "Count", 1, 10),
                    Field::frames("frames", "Frames"),
                    Field::text("other", "Other").checked([](const QJsonValue &value, const QJsonObject &all) {

@@ -7,6 +7,7 @@
 #include "db/ResolveDAO.h"
 #include "db/UserDAO.h"
 #include "support/HttpPeer.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/LeftMenu.h"
 #include "view/Login.h"
@@ -60,7 +61,7 @@ private:
         UserInfo::setProgramDir(m_program.path());
         Session::clearAddresses();
     }
-    void begin(bool silent = true) // the program's start
+    void begin(bool silent = true, int answerMs = 15000) // the program's start
     {
         NetTcp::destroy();
         LinkTimes quick;
@@ -71,6 +72,7 @@ private:
         m_login.reset(new Login);
         NetTcp::instance()->setHost("127.0.0.1", m_server->port());
         NetTcp::instance()->resetLink();
+        m_login->setAnswerMs(answerMs);
         m_login->loadLogin();
         m_login->setSilent(silent);
     }
@@ -176,6 +178,19 @@ private slots:
         QVERIFY(told().value(0).startsWith("late "));
     }
 
+    // The link stands, but the server is silent: each step is asked for again.
+    void silentServer()
+    {
+        m_server->silence(10308);
+        m_server->silence(10309);
+        begin(true, 100);
+        QTRY_VERIFY(m_server->count(10308) >= 2);
+        m_server->answer(10308, 1030800, {{"token", "late"}});
+        QTRY_VERIFY(m_server->count(10309) >= 2);
+        m_server->answer(10309, 1030900, {{"userId", 41}, {"username", "frieda"}});
+        QVERIFY(inSession());
+    }
+
     // Nobody looks at an empty window: it tells what it waits for.
     void serverThatDoesNotAnswer()
     {
@@ -206,18 +221,15 @@ private slots:
 
     void refusedConfirmation_data()
     {
-        QTest::addColumn<int>("val");
-        QTest::addColumn<QJsonValue>("user");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("refused") << 1040022 << QJsonValue(5) << "账户信息获取失败";
+        columns<int, QJsonValue, QString>("val", "user", "text");
+        addRow("refused", 1040022, QJsonValue(5), "账户信息获取失败");
         for (const QJsonValue &user : {QJsonValue(), QJsonValue(0), QJsonValue("x")})
             QTest::addRow("good, but for %s", qPrintable(user.toVariant().toString()))
                 << 1030900 << user << "服务器没有给出账号，请重新登录";
     }
     void refusedConfirmation()
     {
-        QFETCH(int, val);
-        QFETCH(QJsonValue, user);
+        FETCH(int, val, QJsonValue, user);
         m_server->answer(10309, val, {{"userId", user}, {"username", "frieda"}});
         begin();
         QTRY_VERIFY(!message().isEmpty());
@@ -234,8 +246,8 @@ private slots:
     void automaticRelogin_data()
     {
         QTest::addColumn<int>("reason");
-        QTest::newRow("link lost") << 112;
-        QTest::newRow("illegal request") << 1000100;
+        addRow("link lost", 112);
+        addRow("illegal request", 1000100);
     }
     void automaticRelogin()
     {
@@ -287,10 +299,10 @@ private slots:
     void endingRelogin_data()
     {
         QTest::addColumn<QString>("text");
-        QTest::newRow("110") << "";
-        QTest::newRow("111") << "";
-        QTest::newRow("1000101") << "账号已异地登录";
-        QTest::newRow("1000102") << "账号信息有变动，请检查或重新登录";
+        addRow("110", "");
+        addRow("111", "");
+        addRow("1000101", "账号已异地登录");
+        addRow("1000102", "账号信息有变动，请检查或重新登录");
     }
     void endingRelogin()
     {
@@ -363,8 +375,8 @@ private slots:
     void pagesSeeWhatTheyMay_data()
     {
         QTest::addColumn<bool>("elsewhere");
-        QTest::newRow("own server") << false;
-        QTest::newRow("led elsewhere") << true;
+        addRow("own server", false);
+        addRow("led elsewhere", true);
     }
     void pagesSeeWhatTheyMay()
     {
@@ -420,8 +432,8 @@ private slots:
     void leaving_data()
     {
         QTest::addColumn<bool>("session");
-        QTest::newRow("login window") << false;
-        QTest::newRow("session, by the tray") << true;
+        addRow("login window", false);
+        addRow("session, by the tray", true);
     }
     void leaving()
     {

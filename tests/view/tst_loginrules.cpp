@@ -1,4 +1,5 @@
 // What the login decides, without a window.
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/LoginRules.h"
 #include <QJsonDocument>
@@ -13,66 +14,33 @@ private:
 private slots:
     void address_data()
     {
-        QTest::addColumn<QString>("base");
-        QTest::addColumn<QString>("language");
-        QTest::addColumn<QString>("url");
-        QTest::newRow("plain") << "http://farm.example"
-                               << "zh_cn"
-                               << "http://farm.example/xclient/loginPage?version=qn";
-        QTest::newRow("port, slash") << "https://farm.example:8443/"
-                                     << "zh_cn"
-                                     << "https://farm.example:8443/xclient/loginPage?version=qn";
-        QTest::newRow("query is kept") << "http://h:1?auto=1"
-                                       << "zh_cn"
-                                       << "http://h:1/xclient/loginPage?auto=1&version=qn";
-        QTest::newRow("query, English") << "http://h:1?auto=1"
-                                        << "en_us"
-                                        << "http://h:1/xclient/loginPage?auto=1&version=qn&en=true";
-        QTest::newRow("other English word") << "http://h"
-                                            << "zh_en"
-                                            << "http://h/xclient/loginPage?version=qn&en=true";
-        QTest::newRow("below a path") << "http://h/sub//"
-                                      << "zh_cn"
-                                      << "http://h/sub/xclient/loginPage?version=qn";
+        columns<QString, QString, QString>("base", "language", "url");
+        addRow("plain", "http://farm.example", "zh_cn", "http://farm.example/xclient/loginPage?version=qn");
+        addRow("port, slash", "https://farm.example:8443/", "zh_cn", "https://farm.example:8443/xclient/loginPage?version=qn");
+        addRow("query is kept", "http://h:1?auto=1", "zh_cn", "http://h:1/xclient/loginPage?auto=1&version=qn");
+        addRow("query, English", "http://h:1?auto=1", "en_us", "http://h:1/xclient/loginPage?auto=1&version=qn&en=true");
+        addRow("other English word", "http://h", "zh_en", "http://h/xclient/loginPage?version=qn&en=true");
+        addRow("below a path", "http://h/sub//", "zh_cn", "http://h/sub/xclient/loginPage?version=qn");
     }
     void address()
     {
-        QFETCH(QString, base);
-        QFETCH(QString, language);
-        QFETCH(QString, url);
+        FETCH(QString, base, QString, language, QString, url);
         QCOMPARE(pageUrl(base, language).toString(), url);
     }
 
     void storedRecord_data()
     {
-        QTest::addColumn<QString>("stored");
-        QTest::addColumn<bool>("relogin");
-        QTest::addColumn<QString>("password");
-        QTest::addColumn<QString>("remember");
-        QTest::addColumn<QString>("autoLogin");
-        QTest::addColumn<bool>("keptRemember");
-        QTest::addColumn<bool>("keptAuto");
+        columns<QString, bool, QString, QString, QString, bool, bool>("stored", "relogin", "password", "remember", "autoLogin",
+                                                                      "keptRemember", "keptAuto");
         const QString whole = R"({"username":"f","password":"x","rememberPsd":"true","autoLogin":"false"})";
-        QTest::newRow("as stored") << whole << false << "x"
-                                   << "true"
-                                   << "false" << true << false;
-        QTest::newRow("while reconnecting both on") << whole << true << "x"
-                                                    << "true"
-                                                    << "true" << true << false;
-        QTest::newRow("no password") << R"({"username":"f","rememberPsd":"true","autoLogin":"true"})" << false << ""
-                                     << "false"
-                                     << "false" << false << false;
-        QTest::newRow("no password, reconnecting") << R"({"username":"f"})" << true << ""
-                                                   << "true"
-                                                   << "true" << false << false;
+        addRow("as stored", whole, false, "x", "true", "false", true, false);
+        addRow("while reconnecting both on", whole, true, "x", "true", "true", true, false);
+        addRow("no password", R"({"username":"f","rememberPsd":"true","autoLogin":"true"})", false, "", "false", "false", false, false);
+        addRow("no password, reconnecting", R"({"username":"f"})", true, "", "true", "true", false, false);
     }
     void storedRecord()
     {
-        QFETCH(QString, stored);
-        QFETCH(bool, relogin);
-        QFETCH(QString, password);
-        QFETCH(QString, remember);
-        QFETCH(QString, autoLogin);
+        FETCH(QString, stored, bool, relogin, QString, password, QString, remember, QString, autoLogin);
         Marks marks;
         const QJsonObject page = object(infosForPage(stored, relogin, &marks));
         QVERIFY(page.contains("password"));
@@ -86,10 +54,10 @@ private slots:
     void damagedRecord_data()
     {
         QTest::addColumn<QString>("stored");
-        QTest::newRow("nothing") << "";
-        QTest::newRow("not JSON") << "{\"username\":";
-        QTest::newRow("a list") << "[1,2]";
-        QTest::newRow("an empty object") << "{}";
+        addRow("nothing", "");
+        addRow("not JSON", "{\"username\":");
+        addRow("a list", "[1,2]");
+        addRow("an empty object", "{}");
     }
     void damagedRecord()
     {
@@ -101,21 +69,17 @@ private slots:
 
     void pageSaves_data()
     {
-        QTest::addColumn<QString>("saved");
-        QTest::addColumn<bool>("relogin");
-        QTest::addColumn<bool>("goesOn");
-        QTest::addColumn<QString>("remember");
-        QTest::newRow("good") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})" << false << true << "false";
-        QTest::newRow("no failNum") << R"({"rememberPsd":"false"})" << false << true << "false";
-        QTest::newRow("failed") << R"({"failNum":2})" << false << false << "";
-        QTest::newRow("failed, as text") << R"({"failNum":"1"})" << false << false << "";
-        QTest::newRow("failed while reconnecting") << R"({"failNum":1})" << true << false << "";
-        QTest::newRow("marks of before come back") << R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})" << true << true << "true";
+        columns<QString, bool, bool, QString>("saved", "relogin", "goesOn", "remember");
+        addRow("good", R"({"failNum":0,"rememberPsd":"false","autoLogin":"false"})", false, true, "false");
+        addRow("no failNum", R"({"rememberPsd":"false"})", false, true, "false");
+        addRow("failed", R"({"failNum":2})", false, false, "");
+        addRow("failed, as text", R"({"failNum":"1"})", false, false, "");
+        addRow("failed while reconnecting", R"({"failNum":1})", true, false, "");
+        addRow("marks of before come back", R"({"failNum":0,"rememberPsd":"false","autoLogin":"true"})", true, true, "true");
     }
     void pageSaves()
     {
-        QFETCH(QString, saved);
-        QFETCH(bool, relogin);
+        FETCH(QString, saved, bool, relogin);
         QString info;
         QTEST(infosFromPage(saved, relogin, {true, false}, &info), "goesOn");
         if (info.isEmpty())

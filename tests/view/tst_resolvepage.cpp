@@ -5,6 +5,7 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/Pagination.h"
 #include "db/ResolveDAO.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/EnvPre.h"
 #include "view/Resolve.h"
@@ -89,9 +90,8 @@ private slots:
     // Every act in every state, through its real action: what reaches the queue.
     void acts_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("wanted");
-        const auto row = [](int state, const char *wanted) { QTest::newRow(qPrintable(QString::number(state))) << state << wanted; };
+        columns<int, QString>("state", "wanted");
+        const auto row = [](int state, const char *wanted) { addRow(qPrintable(QString::number(state)), state, wanted); };
         row(100, "again:again 1|delete:del 1|pauseAnalysis:change 1 0");
         row(101, "again:again 1|delete:del 1|pauseAnalysis:change 1 0");
         row(102, "again:again 1|delete:del 1|keepAnalysis:change 1 1");
@@ -124,23 +124,14 @@ private slots:
     // The row's buttons, clicked where they're drawn.
     void rowButtons_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("words");
-        QTest::addColumn<QString>("wanted"); // of the first one
-        QTest::newRow("waiting") << 100 << "取消|优先级"
-                                 << "del 1";
-        QTest::newRow("analysing") << 101 << "暂停|取消"
-                                   << "change 1 0";
-        QTest::newRow("analysis paused") << 102 << "继续|取消"
-                                         << "change 1 1";
-        QTest::newRow("done") << 106 << "取消"
-                              << "del 1";
-        QTest::newRow("uploading") << 111 << "暂停|取消|优先级"
-                                   << "change 1 2";
-        QTest::newRow("upload paused") << 112 << "继续|取消"
-                                       << "change 1 3";
-        QTest::newRow("upload failed") << 113 << "继续|取消"
-                                       << "change 1 3";
+        columns<int, QString, QString>("state", "words", "wanted"); // wanted: of the first one
+        addRow("waiting", 100, "取消|优先级", "del 1");
+        addRow("analysing", 101, "暂停|取消", "change 1 0");
+        addRow("analysis paused", 102, "继续|取消", "change 1 1");
+        addRow("done", 106, "取消", "del 1");
+        addRow("uploading", 111, "暂停|取消|优先级", "change 1 2");
+        addRow("upload paused", 112, "继续|取消", "change 1 3");
+        addRow("upload failed", 113, "继续|取消", "change 1 3");
     }
     void rowButtons()
     {
@@ -264,20 +255,16 @@ private slots:
     }
     void reasonsInTheTip_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("error");
-        QTest::addColumn<QString>("begins");
-        QTest::newRow("analysis") << 104 << 10013 << "模型文件不存在 (10013)\n丢失文件";
-        QTest::newRow("server") << 109 << 1042101 << "余额不足 (1042101)\n丢失文件";
-        QTest::newRow("unknown") << 109 << 1049999 << "服务器拒绝了请求 (1049999)";
-        QTest::newRow("warned") << 103 << 0 << "丢失文件";
-        QTest::newRow("nothing to tell") << 106 << 0 << "解析完成";
+        columns<int, int, QString>("state", "error", "begins");
+        addRow("analysis", 104, 10013, "模型文件不存在 (10013)\n丢失文件");
+        addRow("server", 109, 1042101, "余额不足 (1042101)\n丢失文件");
+        addRow("unknown", 109, 1049999, "服务器拒绝了请求 (1049999)");
+        addRow("warned", 103, 0, "丢失文件");
+        addRow("nothing to tell", 106, 0, "解析完成");
     }
     void reasonsInTheTip()
     {
-        QFETCH(QString, begins);
-        QFETCH(int, state);
-        QFETCH(int, error);
+        FETCH(QString, begins, int, state, int, error);
         db_resolve res = scene(1, state);
         res.error = error;
         res.errstr = "丢失文件：\r\n/a/b.tif\r\n" + QString(5 << 20, 'x');
@@ -316,14 +303,13 @@ private slots:
 
     void stateClicks_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("wanted");
-        QTest::newRow("done") << 106 << "para 1";
-        QTest::newRow("analysis error") << 104 << "error 0 1";
-        QTest::newRow("commit error") << 109 << "error 0 1";
-        QTest::newRow("no order") << 114 << "error 0 1";
-        QTest::newRow("warning") << 103 << "error 1 1";
-        QTest::newRow("running") << 101 << "";
+        columns<int, QString>("state", "wanted");
+        addRow("done", 106, "para 1");
+        addRow("analysis error", 104, "error 0 1");
+        addRow("commit error", 109, "error 0 1");
+        addRow("no order", 114, "error 0 1");
+        addRow("warning", 103, "error 1 1");
+        addRow("running", 101, "");
     }
     void stateClicks()
     {
@@ -373,16 +359,14 @@ private slots:
 
     void priorityOfTheRightQueue_data()
     {
-        QTest::addColumn<int>("state");
-        QTest::addColumn<int>("type");
-        QTest::newRow("analysis") << 100 << 0;
-        QTest::newRow("upload") << 110 << 1;
-        QTest::newRow("uploading") << 111 << 1;
+        columns<int, int>("state", "type");
+        addRow("analysis", 100, 0);
+        addRow("upload", 110, 1);
+        addRow("uploading", 111, 1);
     }
     void priorityOfTheRightQueue()
     {
-        QFETCH(int, state);
-        QFETCH(int, type);
+        FETCH(int, state, int, type);
         show({scene(1, state), scene(2, state == 100 ? 110 : 100)}, {});
         m_page->resolveHand(2, cell(2, "acts")); // the other one's dialog stands open
         calls();
@@ -405,17 +389,15 @@ private slots:
     // A drop goes the road of the local command API and comes back as a dialog or as a reason.
     void drop_data()
     {
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<QString>("said");
+        columns<QStringList, QString>("files", "said");
         const QString tgd = testHome() + "/drop.tgd", max = testHome() + "/drop.max";
-        QTest::newRow("one") << QStringList{tgd} << "";
-        QTest::newRow("missing") << QStringList{"/nowhere/x.tgd"} << "没有模型文件";
-        QTest::newRow("two kinds") << QStringList{tgd, max} << "场景文件中包含多种类型，请筛选后再拖入！";
+        addRow("one", QStringList{tgd}, "");
+        addRow("missing", QStringList{"/nowhere/x.tgd"}, "没有模型文件");
+        addRow("two kinds", QStringList{tgd, max}, "场景文件中包含多种类型，请筛选后再拖入！");
     }
     void drop()
     {
-        QFETCH(QStringList, files);
-        QFETCH(QString, said);
+        FETCH(QStringList, files, QString, said);
         for (const char *name : {"/drop.tgd", "/drop.max"}) {
             QFile file(testHome() + QLatin1String(name));
             QVERIFY(file.open(QIODevice::WriteOnly));

@@ -2,6 +2,7 @@
 #include "common/Session.h"
 #include "io/ProxyFactory.h"
 #include "support/HttpPeer.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Login.h"
 #include "view/Startup.h"
@@ -50,11 +51,9 @@ private slots:
     void update_data()
     {
         QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("the same version") << HttpPeer::response("5.2.6.0");
-        QTest::newRow("three parts") << HttpPeer::response("5.2.6");
-        QTest::newRow("empty") << HttpPeer::response("");
-        QTest::newRow("an error page") << HttpPeer::response("9.9.9.9", "404 no");
-        QTest::newRow("newer, but there is no updater here") << HttpPeer::response("9.9.9.9");
+        addRow("the same version", HttpPeer::response("5.2.6.0"));
+        addRow("an error page", HttpPeer::response("9.9.9.9", "404 no"));
+        addRow("newer, but there is no updater here", HttpPeer::response("9.9.9.9"));
     }
     void update()
     {
@@ -132,8 +131,8 @@ private slots:
     void seatWithoutMaster_data()
     {
         QTest::addColumn<QByteArray>("answer");
-        QTest::newRow("no pairs") << HttpPeer::response(R"({"result":1,"data":[]})");
-        QTest::newRow("not JSON") << HttpPeer::response("<html>");
+        addRow("no pairs", HttpPeer::response(R"({"result":1,"data":[]})"));
+        addRow("not JSON", HttpPeer::response("<html>"));
     }
     void seatWithoutMaster()
     {

@@ -5,6 +5,7 @@
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/DoneTable.h"
 #include "view/DownCover.h"
@@ -46,21 +47,6 @@ private:
 private slots:
     void initTestCase() { account(53); }
 
-    void sizes_data()
-    {
-        QTest::addColumn<qlonglong>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("negative") << -5LL << "0B";
-        QTest::newRow("bytes") << 1023LL << "1023B";
-        QTest::newRow("a kilobyte") << 1024LL << "1.00KB";
-        QTest::newRow("tens") << 15360LL << "15.0KB";
-        QTest::newRow("past the units") << (3000LL << 40) << "3000.0TB";
-    }
-    void sizes()
-    {
-        QFETCH(qlonglong, bytes);
-        QTEST(TransferList::sizeText(bytes), "text");
-    }
     void stateTips()
     {
         TransferList list(true, nullptr);
@@ -79,24 +65,21 @@ private slots:
     // Every act, pressed on the bar in every state, over two rows and a file: what reaches the handlers.
     void acts_data()
     {
-        QTest::addColumn<bool>("uploads");
-        QTest::addColumn<int>("state");
-        QTest::addColumn<QString>("wanted"); // act: call
+        columns<bool, int, QString>("uploads", "state", "wanted"); // wanted: act: call
         const QString up = "delete:del 9|pause:change 0 2 2026009", upStart = "delete:del 9|start:change 0 3 2026009";
-        QTest::newRow("order waits") << true << 110 << up;
-        QTest::newRow("order uploads") << true << 111 << up;
-        QTest::newRow("order paused") << true << 112 << upStart;
-        QTest::newRow("order failed") << true << 113 << upStart;
-        QTest::newRow("mission waits") << false << 0 << "delete:del 88|pause:pause 88|priority:pri 88";
-        QTest::newRow("mission runs") << false << 1 << "delete:del 88|pause:pause 88";
-        QTest::newRow("mission paused") << false << 2 << "delete:del 88|start:re 88";
-        QTest::newRow("mission failed") << false << 3 << "delete:del 88|start:re 88";
-        QTest::newRow("mission given up") << false << 31 << "delete:del 88|start:re 88";
+        addRow("order waits", true, 110, up);
+        addRow("order uploads", true, 111, up);
+        addRow("order paused", true, 112, upStart);
+        addRow("order failed", true, 113, upStart);
+        addRow("mission waits", false, 0, "delete:del 88|pause:pause 88|priority:pri 88");
+        addRow("mission runs", false, 1, "delete:del 88|pause:pause 88");
+        addRow("mission paused", false, 2, "delete:del 88|start:re 88");
+        addRow("mission failed", false, 3, "delete:del 88|start:re 88");
+        addRow("mission given up", false, 31, "delete:del 88|start:re 88");
     }
     void acts()
     {
-        QFETCH(bool, uploads);
-        QFETCH(int, state);
+        FETCH(bool, uploads, int, state);
         ResolveSpy queue;
         DownSpy down;
         Transfer page;
@@ -372,7 +355,7 @@ private slots:
         QVERIFY(queue.calls.contains("done -1 coast 0 1000"));
         done->view()->selectAll();
         done->acts()->action("again")->trigger();
-        QTRY_COMPARE(down.calls.filter("result"), QStringList("result 7"));
+        QTRY_COMPARE(down.calls.filter("result"), QStringList("result 7 0 0"));
         done->acts()->action("folder")->trigger();
         QTRY_COMPARE(message(), QString("文件夹打不开：/nowhere/coast"));
         QVERIFY(answer("确定"));
@@ -385,14 +368,10 @@ private slots:
     }
     void coverDialog_data()
     {
-        QTest::addColumn<QString>("button");
-        QTest::addColumn<QString>("wanted");
-        QTest::newRow("all") << "全部覆盖"
-                             << "cover 7 0";
-        QTest::newRow("missing") << "跳过已存在"
-                                 << "cover 7 1";
-        QTest::newRow("closed") << ""
-                                << "cover 7 2";
+        columns<QString, QString>("button", "wanted");
+        addRow("all", "全部覆盖", "cover 7 0");
+        addRow("missing", "跳过已存在", "cover 7 1");
+        addRow("closed", "", "cover 7 2");
     }
     void coverDialog()
     {
@@ -411,23 +390,6 @@ private slots:
         QTRY_VERIFY(!down.calls.filter("cover").isEmpty());
         QCoreApplication::processEvents();
         QTEST(down.calls.filter("cover").join('|'), "wanted");
-    }
-    void messagesOnce()
-    {
-        Transfer page;
-        page.show();
-        QSignalSpy recharge(&page, &Transfer::recharge);
-        page.downErrorTip({});
-        page.downErrorTip("anything");
-        QCOMPARE(message(), QString("账户余额不足无法下载，请充值！"));
-        QVERIFY(answer("去充值"));
-        QCOMPARE(recharge.size(), 1);
-        QVERIFY(!topLevel<MsgBox>());
-        page.downSpace("E");
-        page.downSpace("E");
-        QCOMPARE(message(), QString("E盘空间不足，请清理磁盘！\r\n您也可以更换路径，但只对新任务起作用"));
-        QVERIFY(answer("确定"));
-        QVERIFY(!topLevel<MsgBox>());
     }
 };
 

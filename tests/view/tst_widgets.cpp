@@ -7,6 +7,7 @@
 #include "common/ui/Pagination.h"
 #include "common/ui/SingleApp.h"
 #include "common/ui/WebTool.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "ViewRig.h"
 #include <QClipboard>
@@ -49,11 +50,10 @@ private slots:
 
     void messageAnswersOnce_data()
     {
-        QTest::addColumn<int>("key");
-        QTest::addColumn<int>("button");
-        QTest::newRow("return") << int(Qt::Key_Return) << int(MsgBox::Accepted);
-        QTest::newRow("escape") << int(Qt::Key_Escape) << int(MsgBox::Cancelled);
-        QTest::newRow("return on cancel") << int(Qt::Key_Enter) << int(MsgBox::Cancelled);
+        columns<int, int>("key", "button");
+        addRow("return", int(Qt::Key_Return), int(MsgBox::Accepted));
+        addRow("escape", int(Qt::Key_Escape), int(MsgBox::Cancelled));
+        addRow("return on cancel", int(Qt::Key_Enter), int(MsgBox::Cancelled));
     }
     void messageAnswersOnce()
     {
@@ -140,17 +140,6 @@ private slots:
             parts << one[0].toString();
         QCOMPARE(parts.join(' '), QString("0 2"));
     }
-    void tickClicks()
-    {
-        QStandardItemModel model(1, 1);
-        model.setData(model.index(0, 0), Qt::Unchecked, Qt::CheckStateRole);
-        QTableView view;
-        view.setModel(&model);
-        view.setItemDelegate(new CheckBoxItem(&view));
-        view.show();
-        QTest::mouseClick(view.viewport(), Qt::LeftButton, {}, view.visualRect(model.index(0, 0)).center());
-        QCOMPARE(model.index(0, 0).data(Qt::CheckStateRole).toInt(), int(Qt::Checked));
-    }
 
     void emptyText()
     {
@@ -228,15 +217,14 @@ private slots:
     }
     void linksForTheSystem_data()
     {
-        QTest::addColumn<QString>("url");
-        QTest::addColumn<bool>("allowed");
-        QTest::newRow("web") << "http://a.example/x" << true;
-        QTest::newRow("safe web") << "HTTPS://a.example" << true;
-        QTest::newRow("mail") << "mailto:help@a.example" << true;
-        QTest::newRow("file") << "file:///etc/passwd" << false;
-        QTest::newRow("script") << "javascript:alert(1)" << false;
-        QTest::newRow("another program's") << "ssh://a.example/x" << false;
-        QTest::newRow("nothing") << "" << false;
+        columns<QString, bool>("url", "allowed");
+        addRow("web", "http://a.example/x", true);
+        addRow("safe web", "HTTPS://a.example", true);
+        addRow("mail", "mailto:help@a.example", true);
+        addRow("file", "file:///etc/passwd", false);
+        addRow("script", "javascript:alert(1)", false);
+        addRow("another program's", "ssh://a.example/x", false);
+        addRow("nothing", "", false);
     }
     void linksForTheSystem()
     {
