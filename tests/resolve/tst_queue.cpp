@@ -181,8 +181,13 @@ private slots:
         QTRY_COMPARE(rig.peer.count(10000), 1);
         rig.peer.cut();
         QTRY_VERIFY(!NetTcp::isLogin());
+        db_upfile file;
+        file.ordernum = "N8";
+        file.lpath = "/f";
+        QCOMPARE(UploadDAO::instance()->addOrder({file}), 1);
         rig.handler->delResolve(key);
         QCOMPARE(rig.state(key), 0);
+        QCOMPARE(UploadDAO::instance()->count("N8"), 0);
         rig.handler.reset();
         QVERIFY(dao().open(UserInfo::userDir()));
         rig.peer.answer(10417, 1041700);

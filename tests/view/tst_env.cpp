@@ -36,7 +36,7 @@ private:
         c.balance = 3;
         return c;
     }
-    static QJsonDocument json(const char *text) { return QJsonDocument::fromJson(text); }
+    static QJsonDocument json(const QByteArray &text) { return QJsonDocument::fromJson(text); }
 
 private slots:
 
