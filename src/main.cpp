@@ -16,6 +16,7 @@
 #include "io/NetWork.h"
 #include "resolve/ClearMax.h"
 #include "view/Login.h"
+#include "view/MasterMeeting.h"
 #include "view/Startup.h"
 #include <atomic>
 #include <chrono>
@@ -90,16 +91,18 @@ int runClient(const RunMode &mode, SingleApp *app)
     Login login;
     login.setSilent(mode.silent); // before the waits below let the window show itself
     QObject::connect(app, &SingleApp::showUp, TrayIcon::instance(), &TrayIcon::showCurWid);
-    const Startup::Master master = Startup::meetMaster(&login);
+    const MasterMeeting master = MasterMeeting::hold();
     if (!master.good)
         return 0;
+    if (master.seat)
+        login.loadLogin();
     if (!mode.skipUpdate && Startup::updateStarted(master))
         return 0;
     splash.finish(nullptr);
     if (leaving)
         return 0;
     Background::post([dir = UserInfo::programDir()] { Housekeeping::removeOldVersions(dir); });
-    if (!master.loginStarted)
+    if (!master.seat)
         login.loadLogin();
     const int result = app->exec();
     Session::setClosing(true);

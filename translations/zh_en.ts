@@ -376,7 +376,7 @@
 <context>
     <name>EngineVoice</name>
     <message>
-        <source>账户余额不足，结果无法下载，请充值！（%1）</source>
+        <source>账户余额不足无法下载，请充值！（%1）</source>
         <translation>The balance is too low to download results. Please top up. (%1)</translation>
     </message>
 </context>
@@ -1468,12 +1468,40 @@ May they be saved there?</translation>
         <translation>Output format</translation>
     </message>
     <message>
-        <source>GI 模式</source>
+        <source>光子方式</source>
         <translation>GI mode</translation>
     </message>
     <message>
-        <source>GI 设置</source>
-        <translation>GI settings</translation>
+        <source>光子节点</source>
+        <translation>GI node</translation>
+    </message>
+    <message>
+        <source>光子文件</source>
+        <translation>GI file</translation>
+    </message>
+    <message>
+        <source>光子宽度</source>
+        <translation>GI width</translation>
+    </message>
+    <message>
+        <source>光子高度</source>
+        <translation>GI height</translation>
+    </message>
+    <message>
+        <source>光子隔帧</source>
+        <translation>GI frame step</translation>
+    </message>
+    <message>
+        <source>不使用光子</source>
+        <translation>No GI cache</translation>
+    </message>
+    <message>
+        <source>本地光子</source>
+        <translation>Local GI cache</translation>
+    </message>
+    <message>
+        <source>先渲光子再渲图</source>
+        <translation>Render the GI cache first, then the images</translation>
     </message>
     <message>
         <source>参数</source>

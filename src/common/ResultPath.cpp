@@ -104,7 +104,7 @@ QString rootOfKind(const QJsonObject &obj, ResultPath::RootKind kind)
     dir.replace('\\', '/');
     if (!dir.isEmpty())
         dir = QDir::cleanPath(dir);
-    qDebug().noquote() << "VFunc::rootPath" << words[kind] << dir;
+    qDebug().noquote() << "ResultPath::rootOfKind" << words[kind] << dir;
     return dir;
 }
 } // namespace
@@ -215,7 +215,7 @@ QString ResultPath::ruleFolder(const QString &rule, const QJsonObject &values)
     QString reason;
     const QString folder = safeRelative(pieces.isEmpty() ? fallback : pieces.join('/'), &reason);
     if (folder.isEmpty())
-        qWarning().noquote() << "VFunc::rootPath refused folder:" << pieces.join('/') << reason;
+        qWarning().noquote() << "ResultPath::ruleFolder refused folder:" << pieces.join('/') << reason;
     return folder;
 }
 
@@ -237,7 +237,7 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing, 
     if (rootKind(obj) == Personal && dir.endsWith(QLatin1String("/ResultQN")))
         platform::Folder::reach(raw(QFileInfo(dir).path()), raw(QFileInfo(dir).fileName()), true);
     if (dir.isEmpty() || !QDir::isAbsolutePath(dir) || !QFileInfo(dir).isDir()) {
-        qWarning().noquote() << "VFunc::rootPath no dir:" << dir;
+        qWarning().noquote() << "ResultPath::root no dir:" << dir;
         if (missing)
             *missing = dir.isNull() ? QStringLiteral("") : dir;
         return {};
@@ -247,7 +247,7 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing, 
     if (folder.isEmpty())
         return {};
     if (create && !ResultRoots::knows(dir)) {
-        qWarning().noquote() << "VFunc::rootPath a folder that nobody here named:" << dir;
+        qWarning().noquote() << "ResultPath::root a folder that nobody here named:" << dir;
         if (unknown)
             *unknown = dir;
         return {};
@@ -257,7 +257,7 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing, 
         ResultRoots::add(dir); // files that wait stay good when the user sets another folder
         std::string reason;
         if (!platform::Folder::reach(raw(dir), raw(folder), true, &reason))
-            qWarning().noquote() << "VFunc::rootPath can't be made:" << path << QString::fromStdString(reason);
+            qWarning().noquote() << "ResultPath::root can't be made:" << path << QString::fromStdString(reason);
     }
     return path;
 }

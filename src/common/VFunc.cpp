@@ -153,10 +153,14 @@ void VFunc::setScreenSize(int w, int h)
 }
 
 qint64 VFunc::freeSpace(const QString &path) { return platform::freeSpace(raw(path)); }
-bool VFunc::openRegular(QFile *file)
+bool VFunc::openRegular(QFile *file, bool buffered)
 {
+    const QIODevice::OpenMode mode = QIODevice::ReadOnly | (buffered ? QIODevice::NotOpen : QIODevice::Unbuffered);
     const int fd = platform::openRegular(raw(file->fileName()));
-    return fd >= 0 && file->open(fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle);
+    if (fd >= 0 && file->open(fd, mode, QFileDevice::AutoCloseHandle))
+        return true;
+    qWarning().noquote() << "VFunc::openRegular not a file that can be read:" << file->fileName();
+    return false;
 }
 bool VFunc::syncFile(int fd) { return platform::syncFile(fd); }
 bool VFunc::syncFolder(const QString &path) { return platform::syncFolder(raw(path)); }

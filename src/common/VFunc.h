@@ -42,8 +42,9 @@ public:
 
     // Bytes free for this user on the volume that holds path (or its nearest existing parent); -1 on failure.
     static qint64 freeSpace(const QString &path);
-    // Opens for reading without waiting, unbuffered: only a regular file, never a pipe, a device or a folder.
-    static bool openRegular(QFile *file);
+    // Opens for reading without waiting: only a regular file, never a pipe, a device or a folder (logged). buffered:
+    // for who reads line by line.
+    static bool openRegular(QFile *file, bool buffered = false);
     // Bytes written so far are on the medium when it returns true. fd: QFile::handle().
     static bool syncFile(int fd);
     // The names in the folder (a new file, a rename, a removal) are on the medium when it returns true.

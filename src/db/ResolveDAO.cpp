@@ -147,6 +147,7 @@ void ResolveDAO::releaseResolve()
 {
     Locker lock(m_mutex);
     closeFile();
+    m_told.clear();
 }
 
 QList<db_resolve> ResolveDAO::list(const QString &sql, const QVariantList &values)
@@ -443,16 +444,34 @@ bool ResolveDAO::forgetGivenUp(int missionId)
     return exec("delete from giveup where missionid = ?", {missionId});
 }
 
+void ResolveDAO::told(qlonglong rkey, qlonglong nowMs)
+{
+    Locker lock(m_mutex);
+    m_told.insert(rkey, nowMs);
+}
+
 bool ResolveDAO::forgetOld(qlonglong nowMs)
 {
     Locker lock(m_mutex);
-    const QString old = "(select rkey from resolve where state = ? and rtime < ?)";
-    const QVariantList values{int(DoneForSeat), nowMs - KeepMs};
+    QList<qlonglong> heard{0}; // none has this key
+    for (auto it = m_told.cbegin(); it != m_told.cend(); ++it)
+        if (nowMs - it.value() >= ToldMs)
+            heard << it.key();
+    const QString old = "state = ? and (rtime < ? or rkey = ?)";
+    const QString keys = "(select rkey from resolve where " + old + ")";
     Work work(this);
-    return work && exec("delete from para where rkey in " + old, values) &&
-           exec("delete from message where rkey in " + old, values) &&
-           exec("delete from resolve where state = ? and rtime < ?", values) &&
-           exec("delete from giveup where since < ?", {nowMs - KeepMs}) && work.commit();
+    bool good = work && exec("delete from giveup where since < ?", {nowMs - KeepMs});
+    for (qlonglong rkey : qAsConst(heard)) {
+        const QVariantList values{int(DoneForSeat), nowMs - KeepMs, rkey};
+        good = good && exec("delete from para where rkey in " + keys, values) &&
+               exec("delete from message where rkey in " + keys, values) &&
+               exec("delete from resolve where " + old, values);
+    }
+    if (!good || !work.commit())
+        return false;
+    for (qlonglong rkey : qAsConst(heard))
+        m_told.remove(rkey);
+    return true;
 }
 
 db_resolve ResolveDAO::nextToCommit(bool slave)

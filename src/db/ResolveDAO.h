@@ -7,12 +7,14 @@
 #include "common/facts/SceneState.h"
 #include "db/Records.h"
 #include "db/Store.h"
+#include <QHash>
 #include <QPair>
 
 class ResolveDAO : public Store
 {
     Q_OBJECT
 public:
+    static constexpr qlonglong ToldMs = 600000;
     static ResolveDAO *instance();
     bool open(const QString &userDir); // schema, migration, recovery of what was under way
     void releaseResolve();             // closes; open() may follow with another account
@@ -49,7 +51,10 @@ public:
     int remove(qlonglong rkey, bool giveUp = false);
     QList<int> givenUp(); // tasks whose orders the server must still hear of
     bool forgetGivenUp(int missionId);
-    // Rows that were kept for a seat's question, and notes of given up orders, that are older than a week.
+    // The seat was told that its row is finished; ToldMs after the last time the row is no longer kept for it.
+    void told(qlonglong rkey, qlonglong nowMs);
+    // Rows that were kept for a seat's question and that it was told of, or that are older than a week; notes of given
+    // up orders of that age.
     bool forgetOld(qlonglong nowMs);
     bool savePara(const db_resolve &res); // rdata, rfile, rset
     bool saveMessage(qlonglong rkey, const QString &errstr);
@@ -97,4 +102,5 @@ private:
     void recover();
     bool saveText(qlonglong rkey, const QString &errstr);
     QList<qlonglong> m_priority[2];
+    QHash<qlonglong, qlonglong> m_told; // when a seat was last told of its finished row
 };

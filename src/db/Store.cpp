@@ -140,7 +140,7 @@ bool Store::connectFile(const QString &path)
     m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(StatementBusyMs));
     if (m_db.open())
         return true;
-    qWarning().noquote() << named("open") << path << m_db.lastError().text();
+    qWarning().noquote() << named("connectFile") << path << m_db.lastError().text();
     closeFile();
     return false;
 }
@@ -165,14 +165,15 @@ bool Store::setAside(const QString &path)
     for (int n = 2; QFile::exists(aside); ++n)
         aside = stem + QStringLiteral("-%1").arg(n);
     if (!QFile::rename(path, aside)) {
-        qWarning().noquote() << named("open") << path << "is damaged and can't be kept aside as" << aside;
+        qWarning().noquote() << named("setAside") << path << "is damaged and can't be kept aside as" << aside;
         return false;
     }
     // The log belongs to the damaged file; beside the new one it would be taken for its own.
     if (QFile::exists(path + "-wal"))
         QFile::rename(path + "-wal", aside + "-wal");
     QFile::remove(path + "-shm");
-    qWarning().noquote() << named("open") << path << "is damaged, kept aside as" << aside << ", a new one is started";
+    qWarning().noquote() << named("setAside") << path << "is damaged, kept aside as" << aside
+                         << ", a new one is started";
     return true;
 }
 
@@ -199,7 +200,7 @@ void Store::suspect(const QSqlError &error)
         return;
     QFile mark(m_path + ".check");
     if (!mark.exists() && mark.open(QIODevice::WriteOnly))
-        qWarning().noquote() << named("run") << m_path << "seems damaged and is checked at the next start";
+        qWarning().noquote() << named("suspect") << m_path << "seems damaged and is checked at the next start";
 }
 
 QSqlQuery *Store::run(const QString &sql, const QVariantList &values, bool quiet)
@@ -267,7 +268,7 @@ bool Store::each(const QString &sql, const QVariantList &values, const std::func
     query->finish();
     if (!error.isValid())
         return true;
-    qWarning().noquote() << named("run") << sql << error.text();
+    qWarning().noquote() << named("each") << sql << error.text();
     suspect(error);
     return false;
 }

@@ -1,24 +1,6 @@
 #include "io/Ask.h"
+#include "common/facts/Command.h"
 #include "io/NetTcp.h"
-
-namespace
-{
-// Success is the command's number with 00 behind it; some have a second one.
-bool isGood(int cmd, int val)
-{
-    switch (val) {
-    case 1010100:
-        return cmd == 10401;
-    case 1040608:
-        return cmd == 10406;
-    case 1042601:
-    case 1042606:
-        return cmd == 10426;
-    default:
-        return val == cmd * 100;
-    }
-}
-} // namespace
 
 Ask::Ask(int cmd, const QJsonObject &body) : Ask(cmd, QJsonDocument(body).toJson(QJsonDocument::Compact)) {}
 
@@ -70,7 +52,7 @@ void Ask::post(QObject *guard, bool waits)
     NetTcp::Waiting waiting;
     if (waits) {
         waiting.func = [cmd = m_cmd, good = m_answered, bad = m_refused](int val, const QJsonDocument &doc) {
-            if (const Answer &end = isGood(cmd, val) ? good : bad)
+            if (const Answer &end = Command::good(cmd, val) ? good : bad)
                 end(val, doc);
         };
         waiting.lost = m_lost;
@@ -80,7 +62,7 @@ void Ask::post(QObject *guard, bool waits)
     waiting.way = Delivery::here();
     waiting.whenLinked = m_whenLinked;
     if (NetTcp *tcp = NetTcp::instance())
-        tcp->post(m_cmd / 100, m_cmd, m_body, std::move(waiting));
+        tcp->post(Command::module(m_cmd), m_cmd, m_body, std::move(waiting));
     else
         waiting.end(NoLink);
 }

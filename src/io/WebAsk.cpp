@@ -1,4 +1,5 @@
 #include "io/WebAsk.h"
+#include <QEventLoop>
 
 WebAsk WebAsk::get(const QString &url)
 {
@@ -55,4 +56,21 @@ void WebAsk::send(QObject *guard)
     FuncBody none;
     none.error = QStringLiteral("NetworkError:");
     Delivery::here().post(guard, [back, none] { back({}, none); });
+}
+
+void WebAsk::wait()
+{
+    QEventLoop loop;
+    const auto last = [&loop](const auto &end) {
+        return [&loop, end](const auto &what) {
+            if (end)
+                end(what);
+            loop.quit();
+        };
+    };
+    m_answered = last(m_answered);
+    m_refused = last(m_refused);
+    m_lost = last(m_lost);
+    send(&loop);
+    loop.exec();
 }

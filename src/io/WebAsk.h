@@ -25,6 +25,7 @@ public:
     WebAsk &lost(Lost end);
     WebAsk &failed(const std::function<void()> &end); // refused and lost alike
     void send(QObject *guard);
+    void wait(); // sends, and returns after the end was called: for a start, before there is anything else to do
 
 private:
     WebAsk(NetWork::Verb verb, const Request &request) : m_verb(verb), m_request(request) {}

@@ -1,5 +1,5 @@
 #include "resolve/ClarisseDeep.h"
-#include "resolve/DiskPath.h"
+#include "common/VFunc.h"
 #include <QFile>
 #include <QVector>
 
@@ -65,7 +65,7 @@ QString wholeName(const QVector<Block> &stack, const QString &image)
 ClarisseDeep ClarisseDeep::scan(const QString &projectFile, const StopToken &stop)
 {
     QFile file(projectFile);
-    return DiskPath::openRegular(&file) ? scan(&file, stop) : ClarisseDeep();
+    return VFunc::openRegular(&file, true) ? scan(&file, stop) : ClarisseDeep();
 }
 
 ClarisseDeep ClarisseDeep::scan(QIODevice *device, const StopToken &stop)

@@ -1,5 +1,6 @@
 #include "resolve/ClarisseXml.h"
 #include "common/facts/SoftwareType.h"
+#include "common/VFunc.h"
 #include "resolve/DiskPath.h"
 #include "resolve/LogParser.h"
 #include "resolve/XmlSource.h"
@@ -244,7 +245,7 @@ bool ClarisseXml::parse(QFile *log, const QString &sceneFile, const ClarisseDeep
 bool ClarisseXml::convert(const QString &logPath, const QString &sceneFile, const StopToken &stop)
 {
     QFile log(logPath);
-    if (!DiskPath::openRegular(&log) || log.size() > MaxText) {
+    if (!VFunc::openRegular(&log) || log.size() > MaxText) {
         qWarning().noquote() << "ClarisseXml::convert" << logPath << log.size() << "bytes";
         return false;
     }

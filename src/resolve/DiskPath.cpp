@@ -1,16 +1,8 @@
 #include "resolve/DiskPath.h"
-#include <QDebug>
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
-#ifndef Q_OS_WIN
-#include <cerrno>
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-#endif
 
 namespace
 {
@@ -68,26 +60,6 @@ bool foreign(const QString &path)
 DiskPath::DiskPath(const QString &sceneFile, const StopToken &stop)
     : m_folder(QFileInfo(sceneFile).absolutePath()), m_stop(stop)
 {
-}
-
-bool DiskPath::openRegular(QFile *file)
-{
-#ifdef Q_OS_WIN
-    const bool good = QFileInfo(*file).isFile() && file->open(QIODevice::ReadOnly);
-    const QString reason = file->errorString();
-#else
-    // Without blocking: the open of a pipe waits for whoever writes into it.
-    const int descriptor = ::open(QFile::encodeName(file->fileName()).constData(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-    struct stat status = {};
-    const bool regular = descriptor >= 0 && ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
-    const QString reason = descriptor < 0 ? qt_error_string(errno) : QStringLiteral("not a regular file");
-    if (descriptor >= 0 && !regular)
-        ::close(descriptor);
-    const bool good = regular && file->open(descriptor, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
-#endif
-    if (!good)
-        qWarning().noquote() << "DiskPath::openRegular" << file->fileName() << reason;
-    return good;
 }
 
 QString DiskPath::slashes(const QString &path)

@@ -7,8 +7,6 @@
 #include <QString>
 #include <QStringList>
 
-class QFile;
-
 class DiskPath
 {
 public:
@@ -21,8 +19,6 @@ public:
     explicit DiskPath(const QString &sceneFile, const StopToken &stop = {});
     QString sceneFolder() const { return m_folder; }
 
-    // For reading, without waiting: a pipe, a device or a folder is refused, with a logged reason.
-    static bool openRegular(QFile *file);
     static QString slashes(const QString &path); // backslashes turned, runs of slashes but leading ones kept single
     static bool isAbsolute(const QString &path); // of any system: "/x", "//server/x", "C:/x"
     static bool isPattern(const QString &path, int kinds);

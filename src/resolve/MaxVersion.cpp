@@ -1,6 +1,6 @@
 #include "resolve/MaxVersion.h"
 #include "common/facts/AnalysisError.h"
-#include "resolve/DiskPath.h"
+#include "common/VFunc.h"
 #include <QDebug>
 #include <QFile>
 
@@ -31,7 +31,7 @@ bool passes(const Rule &rule, int stamp)
 int MaxVersion::getByteInFile(const QString &path, qint64 offset)
 {
     QFile file(path);
-    if (!DiskPath::openRegular(&file))
+    if (!VFunc::openRegular(&file))
         return NotOpened;
     char byte = 0;
     if (!file.seek(offset) || !file.getChar(&byte)) {

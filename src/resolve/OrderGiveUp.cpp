@@ -1,13 +1,11 @@
 #include "resolve/OrderGiveUp.h"
 #include "common/facts/Command.h"
 #include "db/ResolveDAO.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include <QDebug>
-#include <QJsonObject>
 
 OrderGiveUp::OrderGiveUp(QObject *parent) : QObject(parent) {}
-
-void OrderGiveUp::linkLost() { m_asked.clear(); }
 
 void OrderGiveUp::tick()
 {
@@ -21,9 +19,13 @@ void OrderGiveUp::tick()
             asked.pauseMs = qMin(asked.pauseMs * 2, int(SlowestMs));
         }
         asked.since.start();
-        NetTcp::instance()->nvds(
-            Command::module(Command::GiveUpOrder), Command::GiveUpOrder, QJsonObject{{"missionId", mission}},
-            [this, mission](int val, const QJsonDocument &) { replied(mission, val); }, this);
+        Ask(Command::GiveUpOrder, {{"missionId", mission}})
+            .any([this, mission](int val, const QJsonDocument &) { replied(mission, val); })
+            .lost([this, mission](Ask::Loss why) {
+                if (why != Ask::TimeOut)
+                    m_asked.remove(mission); // asked again with the next login
+            })
+            .send(this);
     }
 }
 

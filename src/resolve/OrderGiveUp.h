@@ -13,7 +13,6 @@ public:
     static constexpr int AgainMs = 10000, SlowestMs = 600000;
     explicit OrderGiveUp(QObject *parent = nullptr);
     void tick();
-    void linkLost(); // what was asked will never be answered: asked again after the next login
 
 private:
     struct Asked {

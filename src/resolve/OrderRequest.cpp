@@ -3,6 +3,7 @@
 #include "common/facts/Command.h"
 #include "common/facts/Rset.h"
 #include "db/ResolveDAO.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include "resolve/OrderMessage.h"
 #include <QDebug>
@@ -10,7 +11,8 @@
 namespace
 {
 using SceneState::Act;
-}
+constexpr int LatestMs = 60000; // a late answer still counts, the order number is good
+} // namespace
 
 OrderRequest::OrderRequest(QObject *parent) : QObject(parent) {}
 
@@ -19,8 +21,6 @@ void OrderRequest::setTimes(int gateMs, int againMs)
     m_gateMs = gateMs;
     m_againMs = againMs;
 }
-
-void OrderRequest::linkLost() { m_asked.clear(); }
 
 void OrderRequest::tick()
 {
@@ -44,9 +44,11 @@ void OrderRequest::tick()
                            {"projectId", row.projectId},
                            {"softwareType", rset.softwareType()},
                            {"machineModel", rset.machineModel()}};
-    NetTcp::instance()->nvds(
-        Command::module(Command::ApplyOrder), Command::ApplyOrder, body,
-        [this, rkey = row.rkey](int val, const QJsonDocument &doc) { replied(rkey, val, doc.object()); }, this);
+    Ask(Command::ApplyOrder, body)
+        .within(LatestMs)
+        .any([this, rkey = row.rkey](int val, const QJsonDocument &doc) { replied(rkey, val, doc.object()); })
+        .lost([this, rkey = row.rkey](Ask::Loss) { m_asked.remove(rkey); })
+        .send(this);
 }
 
 // What waits for its answer is passed by, what was refused comes when nothing else waits.

@@ -15,7 +15,6 @@ class OrderRequest : public QObject
 public:
     explicit OrderRequest(QObject *parent = nullptr);
     void tick();
-    void linkLost(); // what was asked will never be answered
     void setTimes(int gateMs, int againMs);
 
 private:

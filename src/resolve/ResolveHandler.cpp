@@ -22,7 +22,8 @@ namespace
 {
 using SceneState::Act;
 
-constexpr int ForgetMs = 3600000;
+constexpr int ForgetMs = 600000;
+constexpr int MostLooks = 16; // at scenes whose disks don't answer
 
 const SceneState::Set CanCommit = SceneState::from(Act::Commit) | SceneState::from(Act::Recommit);
 
@@ -35,14 +36,6 @@ ResolveDAO &dao() { return *ResolveDAO::instance(); }
 ResolveHandler::ResolveHandler(QObject *parent)
     : QObject(parent), m_reports(this), m_order(this), m_giveUps(this), m_submission(this), m_seat(this)
 {
-    // Without a login no reply comes any more: not after a lost link, nor after a kick.
-    connect(NetTcp::instance(), &NetTcp::loginChanged, this, [this](bool on) {
-        if (on)
-            return;
-        m_order.linkLost();
-        m_giveUps.linkLost();
-        m_submission.linkLost();
-    });
     Seam<ResolveCalls>::attach(this, this);
 }
 
@@ -81,7 +74,7 @@ void ResolveHandler::scan()
         if (!slave)
             m_order.tick();
         m_giveUps.tick();
-        if (m_running.size() < UserInfo::resolveThread())
+        if (m_running.size() < UserInfo::resolveThread() && m_looking.size() < MostLooks)
             startAnalysis();
         if (UserInfo::canUpload())
             automatic();
@@ -132,21 +125,38 @@ void ResolveHandler::findLeftBehind()
 
 void ResolveHandler::startAnalysis()
 {
-    const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown);
+    const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown + m_looking);
     if (row.rkey == 0)
         return;
-    const int type = SoftwareType::ofRow(Rset(row.rset).object(), row.lpath);
+    m_looking << row.rkey;
     const bool skip = CommonConfig::get().submitUpload != 0 || UserInfo::hasArgument("noresolve");
-    if (skip && type == SoftwareType::Maya && takeOldLog(row, type))
+    m_disk.start([this, row, skip, logs = UserInfo::userDir()](const StopToken &) -> DiskWork::Result {
+        const QString scene = VFunc::followLinks(row.lpath);
+        const int type = SoftwareType::ofRow(Rset(row.rset).object(), row.lpath);
+        const QString log = skip && type == SoftwareType::Maya ? BaseResolve::oldLog(logs, scene) : QString();
+        const bool regular = QFileInfo(scene).isFile(); // no pipe, device or folder
+        return [=] { lookedAt(row.rkey, type, regular, log); };
+    });
+}
+
+// A disk that doesn't answer holds up its own scene only.
+void ResolveHandler::lookedAt(qlonglong rkey, int type, bool regular, const QString &log)
+{
+    m_looking.removeAll(rkey);
+    const db_resolve row = dao().read(rkey);
+    const bool wanted = Session::live() && !Session::closing() && m_running.size() < UserInfo::resolveThread();
+    if (!wanted || !SceneState::possible(Act::Start, row.state)) // paused or deleted since, or others came first
         return;
-    if (!QFileInfo(VFunc::followLinks(row.lpath)).isFile()) { // nor a pipe, a device or a folder
+    if (!log.isEmpty() && takeOldLog(row, type, log))
+        return;
+    if (!regular) {
         dao().step(row.rkey, Act::CannotStart, 0, AnalysisError::NoScene);
         return;
     }
     BaseResolve *work = BaseResolve::create(type);
     if (!work) {
-        qWarning().noquote() << "ResolveHandler::startAnalysis" << row.rkey << row.lpath
-                             << "no analyser for software type" << type;
+        qWarning().noquote() << "ResolveHandler::lookedAt" << row.rkey << row.lpath << "no analyser for software type"
+                             << type;
         m_unknown << row.rkey;
         dao().mark(row.rkey, AnalysisError::NoAnalyser);
         return;
@@ -185,11 +195,8 @@ void ResolveHandler::run(const db_resolve &row, BaseResolve *work, int softwareT
 }
 
 // The log of an earlier analysis of the same scene stands in for a new one.
-bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType)
+bool ResolveHandler::takeOldLog(const db_resolve &row, int softwareType, const QString &log)
 {
-    const QString log = BaseResolve::oldLog(UserInfo::userDir(), VFunc::followLinks(row.lpath));
-    if (log.isEmpty())
-        return false;
     qDebug().noquote() << "maya不解析 找到日志:" << log;
     if (dao().step(row.rkey, Act::Start) <= 0)
         return true; // not this queue's any more, or looked at again

@@ -6,6 +6,7 @@
 // couldn't take is done again at the next scan, and what was left behind (an analysis that nobody runs) is found by it.
 #include "common/facts/PageSize.h"
 #include "db/Calls.h"
+#include "resolve/DiskWork.h"
 #include "resolve/OrderGiveUp.h"
 #include "resolve/OrderRequest.h"
 #include "resolve/SceneReports.h"
@@ -69,8 +70,9 @@ private:
         quint64 number = 0; // tells a late signal of an earlier analysis of the same row
     };
     void startAnalysis();
+    void lookedAt(qlonglong rkey, int softwareType, bool regular, const QString &log);
     void run(const db_resolve &row, BaseResolve *work, int softwareType);
-    bool takeOldLog(const db_resolve &row, int softwareType);
+    bool takeOldLog(const db_resolve &row, int softwareType, const QString &log);
     void removeAnalyser(qlonglong rkey);
     void automatic();
     int commit(db_resolve res, bool byUser); // 1: committed, 0: it may not be, -1: not written
@@ -83,6 +85,7 @@ private:
     static void tell(const QString &text);
 
     QMap<qlonglong, Run> m_running;
+    QList<qlonglong> m_looking; // rows whose scene is being looked at: its disk may not answer
     quint64 m_runs = 0;
     SceneReports m_reports;
     OrderRequest m_order;
@@ -96,4 +99,5 @@ private:
     QList<QPair<qlonglong, std::function<int()>>> m_unwritten;
     QElapsedTimer m_forgot; // since old rows were last looked for
     bool m_started = false;
+    DiskWork m_disk{this}; // the last: ends first
 };

@@ -2,6 +2,7 @@
 #include "common/facts/Command.h"
 #include "common/facts/SceneState.h"
 #include "db/ResolveDAO.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include <QDateTime>
 #include <utility>
@@ -76,7 +77,7 @@ void SceneReports::tell(int mission, const Report &report)
     if (report.command == 0)
         return;
     if (NetTcp::isLogin())
-        NetTcp::instance()->nvds(Command::module(report.command), report.command, report.body);
+        Ask(report.command, report.body).send();
     else
         m_waiting.insert(mission, report);
 }
@@ -84,5 +85,5 @@ void SceneReports::tell(int mission, const Report &report)
 void SceneReports::tellAll()
 {
     for (const Report &report : std::exchange(m_waiting, {}))
-        NetTcp::instance()->nvds(Command::module(report.command), report.command, report.body);
+        Ask(report.command, report.body).send();
 }

@@ -17,6 +17,7 @@
 namespace
 {
 using SceneState::Act;
+constexpr int LatestMs = 600000; // a late answer still counts, the server has the order
 
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
@@ -74,12 +75,13 @@ void Submission::send(const db_resolve &row)
     sent.since.start();
     sent.files = order.files;
     m_sent.insert(row.rkey, sent);
-    NetTcp::instance()->nvds(
-        Command::module(Command::Order), Command::Order, order.body,
-        [this, rkey = row.rkey, attempt = sent.attempt](int val, const QJsonDocument &doc) {
+    Ask(Command::Order, order.body)
+        .within(LatestMs)
+        .any([this, rkey = row.rkey, attempt = sent.attempt](int val, const QJsonDocument &doc) {
             replied(rkey, attempt, val, doc.object());
-        },
-        this);
+        })
+        .lost([this, rkey = row.rkey, attempt = sent.attempt](Ask::Loss why) { lost(rkey, attempt, why); })
+        .send(this);
 }
 
 void Submission::timeOut()
@@ -92,12 +94,14 @@ void Submission::timeOut()
     }
 }
 
-void Submission::linkLost()
+// Without a link the server may have it or not: it is told again. After its time-out the row waits for the user.
+void Submission::lost(qlonglong rkey, int attempt, Ask::Loss why)
 {
-    for (qlonglong rkey : m_sent.keys())
-        if (!m_accepted.contains(rkey))
-            ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
-    m_sent.clear();
+    if (m_sent.value(rkey).attempt != attempt)
+        return;
+    m_sent.remove(rkey);
+    if (why != Ask::TimeOut && !m_accepted.contains(rkey))
+        ResolveDAO::instance()->step(rkey, Act::SubmitAgain);
 }
 
 void Submission::forget(qlonglong rkey)

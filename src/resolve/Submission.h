@@ -6,6 +6,7 @@
 //                            refusal, or no reply within 60 s -> SubmitFailed (a late good reply still counts)
 //                            link lost -> Committed, as after a restart
 #include "db/Records.h"
+#include "io/Ask.h"
 #include "resolve/OrderMessage.h"
 #include <QElapsedTimer>
 #include <QMap>
@@ -16,8 +17,7 @@ class Submission : public QObject
     Q_OBJECT
 public:
     explicit Submission(QObject *parent = nullptr);
-    void step(); // the next row, one a scan; also times out what got no reply
-    void linkLost();
+    void step();                 // the next row, one a scan; also times out what got no reply
     void forget(qlonglong rkey); // the row is gone
     void setReplyMs(int ms) { m_replyMs = ms; }
 
@@ -34,6 +34,7 @@ private:
         int filetype = 0;
     };
     void send(const db_resolve &row);
+    void lost(qlonglong rkey, int attempt, Ask::Loss why);
     void replied(qlonglong rkey, int attempt, int val, const QJsonObject &reply);
     Accepted uploadRows(const db_resolve &row, const QList<OrderMessage::File> &files, const QJsonObject &reply) const;
     bool store(qlonglong rkey, const Accepted &accepted);

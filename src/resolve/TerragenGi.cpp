@@ -278,7 +278,7 @@ bool TerragenGi::write(const QString &sceneFile, const QList<Choice> &choices, Q
 {
     const QString path = VFunc::followLinks(sceneFile);
     QFile file(path);
-    if (!DiskPath::openRegular(&file) || file.size() > TerragenScene::MaxBytes) {
+    if (!VFunc::openRegular(&file) || file.size() > TerragenScene::MaxBytes) {
         *message = tr("场景文件无法打开：%1").arg(path);
         return false;
     }

@@ -1,6 +1,7 @@
 #include "resolve/TerragenScene.h"
 #include "common/facts/AnalysisError.h"
 #include "common/facts/SoftwareType.h"
+#include "common/VFunc.h"
 #include "resolve/DiskPath.h"
 #include "resolve/FrameSet.h"
 #include "resolve/XmlSource.h"
@@ -296,7 +297,7 @@ TerragenScene TerragenScene::read(const QString &path, const StopToken &stop)
 {
     TerragenScene failed;
     QFile file(path);
-    if (!DiskPath::openRegular(&file)) {
+    if (!VFunc::openRegular(&file, true)) {
         failed.error = AnalysisError::SceneUnreadable;
         return failed;
     }

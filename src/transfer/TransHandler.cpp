@@ -245,7 +245,7 @@ void TransHandler::farmAnswered(int farmId, const QString &url, const QString &t
     entry.told = !entry.farm.ready();
     if (!entry.farm.ready()) {
         if (!told) // once, not at every try while the link is down
-            qWarning().noquote() << "TransHandler::createWork farm" << farmId << "url" << url << "token"
+            qWarning().noquote() << "TransHandler::farmAnswered farm" << farmId << "url" << url << "token"
                                  << (token.isEmpty() ? "none" : "good");
         if (!url.isEmpty()) // an address that gives no token may be an old one
             NetWork::instance()->clearFarm(farmId);

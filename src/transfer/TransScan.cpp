@@ -29,7 +29,7 @@ TransHandler *TransScan::make(int type)
         return down;
     }
     default:
-        qWarning().noquote() << "TransScan::run no queue of type" << type;
+        qWarning().noquote() << "TransScan::make no queue of type" << type;
         return nullptr;
     }
 }

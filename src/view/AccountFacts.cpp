@@ -1,5 +1,7 @@
 #include "view/AccountFacts.h"
+#include "common/facts/Command.h"
 #include "common/UserInfo.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include <QDebug>
 
@@ -25,29 +27,27 @@ QString AccountFacts::balanceText(const QJsonValue &value)
 
 void AccountFacts::ask()
 {
-    NetTcp::instance()->nvds(103, 10306, QJsonObject());
-    NetTcp::instance()->nvds(
-        103, 10314, QJsonObject(),
-        [this](int, const QJsonDocument &doc) {
+    Ask(Command::AllowPush).send();
+    Ask(Command::Rights)
+        .any([this](int, const QJsonDocument &doc) {
             UserInfo::setRolePerm(doc.object());
             emit rolePermChanged();
-        },
-        this);
+        })
+        .send(this);
 }
 
 void AccountFacts::queryMoney()
 {
-    NetTcp::instance()->nvds(
-        103, 10302, QJsonObject(),
-        [this](int, const QJsonDocument &doc) {
+    Ask(Command::Balance)
+        .any([this](int, const QJsonDocument &doc) {
             const QJsonObject obj = doc.object();
             const QJsonValue amount = obj.contains(QLatin1String("balance")) ? obj.value(QLatin1String("balance"))
                                                                              : obj.value(QLatin1String("money"));
             if (!amount.isUndefined() && !amount.isNull())
                 moneyOk(obj.value(QLatin1String("level")).toVariant().toString(),
                         obj.value(QLatin1String("discount")).toVariant().toString(), amount.toVariant().toString());
-        },
-        this);
+        })
+        .send(this);
 }
 
 void AccountFacts::moneyOk(QString level, QString dis, QString amount)

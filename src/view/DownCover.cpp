@@ -6,10 +6,11 @@
 #include <QLabel>
 #include <QPushButton>
 
-DownCover::DownCover(int missionId, const QString &text, QWidget *parent)
+DownCover::DownCover(int missionId, const QString &name, const QString &text, QWidget *parent)
     : DialogFrame(QStringLiteral("DownCover"), tr("序列检查"), parent), m_mission(missionId)
 {
-    setHeading(tr("任务 %1").arg(missionId));
+    const QString task = tr("任务 %1").arg(missionId);
+    setHeading(name.isEmpty() ? task : QStringLiteral("%1 · %2").arg(name, task));
     auto *line = new QHBoxLayout;
     line->setSpacing(Metrics::Margin);
     auto *icon = new QLabel(this);

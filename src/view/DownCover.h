@@ -8,7 +8,7 @@ class DownCover : public DialogFrame
     Q_OBJECT
 public:
     enum Cover { All = 0, Missing = 1, Cancelled = 2 };
-    DownCover(int missionId, const QString &text, QWidget *parent);
+    DownCover(int missionId, const QString &name, const QString &text, QWidget *parent); // name: empty where unknown
 
 public slots:
     void on_headClose_clicked() override;

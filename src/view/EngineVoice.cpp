@@ -22,7 +22,7 @@ void EngineVoice::downErrorTip(const QString &text)
     const QString code = text.section(QLatin1Char('_'), 0, 0);
     bool number = false;
     code.toInt(&number);
-    emit balanceMissing(number ? tr("账户余额不足，结果无法下载，请充值！（%1）").arg(code) : text);
+    emit balanceMissing(number ? tr("账户余额不足无法下载，请充值！（%1）").arg(code) : text);
 }
 
 void EngineVoice::rootMsg(const QString &text, int, int, int) { msgOk(text); }

@@ -115,6 +115,7 @@ void MainWindow::makeMenu()
             viewOf(spec);
     }
     setFolded(UserInfo::allValue(QStringLiteral("Window"), QStringLiteral("folded")).toInt() == 1);
+    connect(m_menu, &LeftMenu::activated, this, &MainWindow::focusPage);
     connect(m_menu, &LeftMenu::pageChosen, this, [this](const QString &key) {
         if (const PageSpec *spec = specOf(key))
             openPage(*spec);
@@ -185,6 +186,23 @@ void MainWindow::openPage(const PageSpec &spec)
     mark(m_page, false);
     if (spec.shown)
         spec.shown(view, m_shell, spec);
+    if (!m_menu->hasFocus() ||
+        QGuiApplication::mouseButtons() != Qt::NoButton) // who walks the menu by keys stays there
+        focusPage();
+}
+
+void MainWindow::focusPage()
+{
+    QWidget *page = m_stack->currentWidget();
+    QWidget *last = page->focusWidget();
+    (last && last->isEnabled() ? last : page)->setFocus();
+}
+
+void MainWindow::showEvent(QShowEvent *event)
+{
+    BaseWidget::showEvent(event);
+    if (!focusWidget())
+        focusPage(); // before the window comes to the front and looks for whom to give it to
 }
 
 void MainWindow::showPage(const QString &key)

@@ -39,6 +39,7 @@ public slots:
 
 protected:
     void closeEvent(QCloseEvent *event) override;
+    void showEvent(QShowEvent *event) override;
 
 private:
     void makeHead();
@@ -46,6 +47,7 @@ private:
     void makeArea();
     void listen();
     void openPage(const PageSpec &spec);
+    void focusPage();
     QWidget *viewOf(const PageSpec &spec); // made where it isn't yet
     void menuFollows();                    // rows appear and vanish with rights and addresses
     void setFolded(bool on);

@@ -1,17 +1,19 @@
 #include "view/SceneInfo.h"
+#include "common/ui/kit/Metrics.h"
+#include "common/ui/kit/RecordModel.h"
 #include <QCoreApplication>
 #include <QFileInfo>
 #include <QHash>
 #include <QHeaderView>
 #include <QJsonArray>
 #include <QJsonDocument>
-#include <QLabel>
 #include <QPushButton>
 #include <QStyledItemDelegate>
 #include <QTreeWidget>
 
 namespace
 {
+const QSize Wanted(608, 420);
 QString plain(const QJsonValue &value)
 {
     if (value.isArray()) {
@@ -35,10 +37,34 @@ QString wordOf(const QString &key)
                                                     {"outputFile", QT_TRANSLATE_NOOP("SceneInfo", "输出文件")},
                                                     {"outputPath", QT_TRANSLATE_NOOP("SceneInfo", "输出路径")},
                                                     {"outputFormat", QT_TRANSLATE_NOOP("SceneInfo", "输出格式")},
-                                                    {"vrMode", QT_TRANSLATE_NOOP("SceneInfo", "GI 模式")},
-                                                    {"giName", QT_TRANSLATE_NOOP("SceneInfo", "GI 设置")}};
+                                                    {"vrMode", QT_TRANSLATE_NOOP("SceneInfo", "光子方式")},
+                                                    {"giName", QT_TRANSLATE_NOOP("SceneInfo", "光子节点")},
+                                                    {"giFile", QT_TRANSLATE_NOOP("SceneInfo", "光子文件")},
+                                                    {"giWidth", QT_TRANSLATE_NOOP("SceneInfo", "光子宽度")},
+                                                    {"giHeight", QT_TRANSLATE_NOOP("SceneInfo", "光子高度")},
+                                                    {"giStep", QT_TRANSLATE_NOOP("SceneInfo", "光子隔帧")}};
     const auto word = words.constFind(key);
     return word == words.cend() ? key : QCoreApplication::translate("SceneInfo", *word);
+}
+
+// The number of a mode in words: Terragen's belongs to a node, the other is V-Ray's.
+QString modeOf(const QJsonObject &obj)
+{
+    static const char *const node[] = {QT_TRANSLATE_NOOP("SceneInfo", "不使用光子"),
+                                       QT_TRANSLATE_NOOP("SceneInfo", "本地光子"),
+                                       QT_TRANSLATE_NOOP("SceneInfo", "先渲光子再渲图")};
+    static const char *const vray[] = {"Single frame",
+                                       "Multiframe incremental",
+                                       "From file",
+                                       "Add to current map",
+                                       "Incremental add to current map",
+                                       "Bucket mode",
+                                       "Animation(prepass)",
+                                       "Animation(rendering)"};
+    const int mode = obj.value(QLatin1String("vrMode")).toInt(-1);
+    if (obj.contains(QLatin1String("giName")))
+        return mode >= 0 && mode < 3 ? QCoreApplication::translate("SceneInfo", node[mode]) : QString();
+    return mode >= 0 && mode < 8 ? QLatin1String(vray[mode]) : QString();
 }
 
 bool isDeep(const QJsonValue &value)
@@ -52,7 +78,8 @@ void walk(const QJsonObject &obj, int depth, int limit, QList<SceneInfo::Line> *
         if (depth > 0 && it.key() == QLatin1String("name"))
             continue; // stands as the heading
         if (!isDeep(it.value())) {
-            out->append({wordOf(it.key()), plain(it.value()), depth});
+            const QString mode = it.key() == QLatin1String("vrMode") ? modeOf(obj) : QString();
+            out->append({wordOf(it.key()), mode.isEmpty() ? plain(it.value()) : mode, depth});
             continue;
         }
         if (it.value().isObject()) {
@@ -76,7 +103,7 @@ public:
     using QStyledItemDelegate::QStyledItemDelegate;
     QSize sizeHint(const QStyleOptionViewItem &option, const QModelIndex &index) const override
     {
-        return {QStyledItemDelegate::sizeHint(option, index).width(), 28};
+        return {QStyledItemDelegate::sizeHint(option, index).width(), Metrics::Control};
     }
 };
 } // namespace
@@ -92,21 +119,13 @@ QList<SceneInfo::Line> SceneInfo::lines(const QJsonObject &rdata, int limit)
     return out;
 }
 
-SceneInfo::SceneInfo(const db_resolve &res, QWidget *parent) : BaseWidget(Dialog, parent)
+SceneInfo::SceneInfo(const db_resolve &res, QWidget *parent)
+    : DialogFrame(QStringLiteral("SceneInfo"), tr("场景参数"), parent)
 {
-    setObjectName(QStringLiteral("SceneInfo"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setTitle(tr("场景参数"));
-    auto *column = new QVBoxLayout;
-    column->setContentsMargins(24, 16, 24, 16);
-    column->setSpacing(8);
-    auto *name = new QLabel(QFileInfo(res.lpath).fileName(), this);
-    name->setObjectName(QStringLiteral("heading"));
-    name->setToolTip(res.lpath);
-    column->addWidget(name);
+    setHeading(QFileInfo(res.lpath).fileName(), res.lpath);
+    setWanted(Wanted);
     auto *tree = new QTreeWidget(this);
     tree->setHeaderLabels({tr("参数"), tr("值")});
-    tree->setMinimumSize(560, 360);
     tree->setAccessibleName(windowTitle());
     tree->header()->setDefaultSectionSize(220);
     tree->setEditTriggers(QAbstractItemView::NoEditTriggers);
@@ -117,26 +136,16 @@ SceneInfo::SceneInfo(const db_resolve &res, QWidget *parent) : BaseWidget(Dialog
             chain.removeLast();
         const QStringList texts{line.name, line.value};
         auto *item = chain.isEmpty() ? new QTreeWidgetItem(tree, texts) : new QTreeWidgetItem(chain.last(), texts);
-        item->setToolTip(1, line.value);
+        item->setToolTip(1, RecordModelBase::plainTip(line.value));
         chain << item;
     }
     tree->setItemDelegate(new RowHeight(tree));
     tree->expandAll();
-    column->addWidget(tree, 1);
-    auto *buttons = new QHBoxLayout;
-    buttons->setSpacing(8);
-    buttons->addStretch(1);
-    auto *ok = new QPushButton(tr("提交渲染"), this);
-    ok->setProperty("primary", true);
-    connect(ok, &QPushButton::clicked, this, [this, key = res.rkey] {
+    content()->addWidget(tree, 1);
+    QPushButton *ok = addButton(tr("提交渲染"), Primary, [this, key = res.rkey] {
         emit commit(key);
         close();
     });
-    auto *cancel = new QPushButton(tr("关闭"), this);
-    connect(cancel, &QPushButton::clicked, this, &SceneInfo::close);
-    buttons->addWidget(ok);
-    buttons->addWidget(cancel);
-    column->addLayout(buttons);
-    body()->addLayout(column);
+    addButton(tr("关闭"), Close);
     ok->setFocus();
 }

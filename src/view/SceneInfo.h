@@ -1,11 +1,11 @@
 #pragma once
 // What an analysis found in a scene, to be looked over before it's committed: cameras, frames, size, output, and the
 // rest of its parameters. Main thread; deletes itself.
-#include "common/ui/BaseWidget.h"
+#include "common/ui/kit/DialogFrame.h"
 #include "db/Records.h"
 #include <QJsonObject>
 
-class SceneInfo : public BaseWidget
+class SceneInfo : public DialogFrame
 {
     Q_OBJECT
 public:

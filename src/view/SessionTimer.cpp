@@ -26,7 +26,8 @@ bool openStores(const QString &dir)
     const bool upOk = UploadDAO::instance()->open(dir);
     const bool downOk = DownloadDAO::instance()->open(dir);
     if (!resolveOk || !upOk || !downOk)
-        qWarning().noquote() << "SessionTimer::start: a store can't be opened in" << dir << resolveOk << upOk << downOk;
+        qWarning().noquote() << "SessionTimer::openStores: a store can't be opened in" << dir << resolveOk << upOk
+                             << downOk;
     return resolveOk && upOk && downOk;
 }
 

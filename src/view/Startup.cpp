@@ -2,30 +2,28 @@
 #include "common/platform/Platform.h"
 #include "common/RunMode.h"
 #include "common/Session.h"
-#include "common/ui/MsgTool.h"
 #include "common/ui/Palette.h"
 #include "common/ui/SingleApp.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "db/Records.h"
 #include "io/NetTcp.h"
-#include "io/ProxyFactory.h"
 #include "io/WebAsk.h"
 #include "resolve/MayaResolve.h"
 #include "transfer/TransSet.h"
-#include "view/Login.h"
+#include "view/MasterMeeting.h"
+#include <QApplication>
 #include <QDateTime>
 #include <QDebug>
-#include <QEventLoop>
 #include <QFile>
 #include <QFileInfo>
+#include <QFont>
 #include <QIcon>
 #include <QLibraryInfo>
+#include <QPalette>
 #include <QProcess>
 #include <QStyleFactory>
-#include <QTimer>
 #include <QTranslator>
-#include <QUrl>
 
 namespace
 {
@@ -33,21 +31,6 @@ constexpr int WaitMs = 3000;
 constexpr int ToolMs = 30000;
 constexpr int FontPixels = 12;
 const QString TestScene = QStringLiteral("/resolve-test.ma"); // beside the program
-
-// Asks and waits for the answer, WaitMs at most: a step of the start, before there is anything else to do. What isn't
-// answered leaves take uncalled.
-void waitFor(WebAsk question, const WebAsk::Answer &take)
-{
-    QEventLoop loop;
-    question.within(WaitMs)
-        .answered([&](const FuncBody &reply) {
-            take(reply);
-            loop.quit();
-        })
-        .failed([&loop] { loop.quit(); })
-        .send(&loop);
-    loop.exec();
-}
 } // namespace
 
 void Startup::writeEnvironment()
@@ -150,71 +133,13 @@ void Startup::registerTypes()
     qRegisterMetaType<TransSet::FileState>("TransSet::FileState");
 }
 
-namespace
-{
-void takeMasterInfo(const FuncBody &reply, Startup::Master *out)
-{
-    const QJsonArray pairs = reply.array.isEmpty() ? reply.object.value(QLatin1String("data")).toArray() : reply.array;
-    if (!reply.ok() || pairs.isEmpty())
-        return;
-    out->good = true;
-    const QUrl rest(Session::qnhttp());
-    const int restPort = rest.port(rest.scheme() == QLatin1String("https") ? 443 : 80);
-    QJsonArray others; // for REST
-    bool linked = false;
-    for (const QJsonValue &value : pairs) {
-        const QJsonArray pair = value.toArray();
-        const int port = pair.at(0).toVariant().toInt(), target = pair.at(2).toVariant().toInt();
-        const QString host = pair.at(1).toString();
-        const bool link = !linked && host == Session::qnIP() && (target == 0 || target == NetTcp::DefaultPort);
-        if (link) {
-            NetTcp::instance()->setHost(UserInfo::masterHost(), port);
-            NetTcp::instance()->reconnect();
-            linked = true;
-        }
-        // One port can't lead to both servers of a host.
-        if (host == rest.host() && (target == 0 ? !link : target == restPort))
-            out->updatePort = port;
-        if (!link)
-            others.append(pair);
-    }
-    ProxyFactory::addPairs(others);
-    QNetworkProxyFactory::setApplicationProxyFactory(new ProxyFactory);
-    UserInfo::setMasterUserId(reply.object.value(QLatin1String("masterUserId")).toVariant().toInt());
-}
-} // namespace
-
-Startup::Master Startup::meetMaster(Login *login)
-{
-    Master master;
-    if (UserInfo::isMaster()) {
-        QString why;
-        master.good = ProxyFactory::openProxy(ProxyFactory::ownServers(), true, &why);
-        if (!master.good)
-            MsgTool::msgOkLoop(why); // no window is there yet that the message could stand in
-        return master;
-    }
-    if (!UserInfo::isSlave())
-        return master;
-    master.good = false;
-    Request request;
-    request.url = UserInfo::master() + QStringLiteral("/masterInfo");
-    request.bareAddress = true;
-    waitFor(WebAsk::get(request), [&master](const FuncBody &reply) { takeMasterInfo(reply, &master); });
-    if (!master.good) {
-        MsgTool::msgOkLoop(QCoreApplication::translate("Startup", "无法连接远程主机！"));
-        return master;
-    }
-    login->loadLogin();
-    master.loginStarted = true;
-    return master;
-}
-
-bool Startup::updateStarted(const Master &master)
+bool Startup::updateStarted(const MasterMeeting &master)
 {
     QString newest;
-    waitFor(WebAsk::get(Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm")),
-            [&newest](const FuncBody &reply) { newest = QString::fromUtf8(reply.raw).trimmed(); });
+    WebAsk::get(Session::address(QStringLiteral("update")) + QStringLiteral("/getUpdateVersion.htm"))
+        .within(WaitMs)
+        .answered([&newest](const FuncBody &reply) { newest = QString::fromUtf8(reply.raw).trimmed(); })
+        .wait();
     const QString running = QStringLiteral(VN_VERSION);
     qDebug().noquote() << QStringLiteral("client:%1,update:%2").arg(running, newest);
     if (!RunMode::updateWanted(newest, running))

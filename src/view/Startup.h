@@ -3,9 +3,9 @@
 // the order they stand here.
 #include <QString>
 
-class Login;
-class SingleApp;
 class QTranslator;
+class SingleApp;
+struct MasterMeeting;
 
 namespace Startup
 {
@@ -15,15 +15,6 @@ void translate(QTranslator *to); // installs the interface's language: Chinese (
 void applyStyle();               // style sheet, palette, font, icon
 void registerTypes();            // everything that crosses threads
 
-struct Master {
-    bool good = true;   // false: the program ends
-    int updatePort = 0; // that the master gives for REST
-    bool loginStarted = false;
-};
-// Role "slave": asks the master for its address, waits at most 3 s, and starts the login; "master": opens the ports for
-// its seats. Others: nothing.
-Master meetMaster(Login *login);
-
 // Asks for the newest version, waits at most 3 s. True: the updater runs and the program is to end.
-bool updateStarted(const Master &master);
+bool updateStarted(const MasterMeeting &master);
 } // namespace Startup

@@ -360,7 +360,14 @@ void Transfer::changeState(qlonglong pri, int state, int error)
     model(sender() != DownloadDAO::instance())->changeState(pri, state, error);
 }
 
-void Transfer::downCover(int mid, QString text) { (new DownCover(mid, text, window()))->open(); }
+void Transfer::downCover(int mid, QString text)
+{
+    QString name;
+    for (const QString &key : m_down->keys())
+        if (const TransferRow *row = m_down->record(key); row && !row->file && row->mission == mid)
+            name = row->name;
+    (new DownCover(mid, name, text, window()))->open();
+}
 
 void Transfer::downErrorTip(QString tip)
 {

@@ -42,7 +42,7 @@ QString stateText(const TransferRow &row, bool uploads)
 
 QString stateTip(const TransferRow &row, bool uploads)
 {
-    const QString why = row.error != 0 ? TransSet::errorText(row.error) : QString();
+    const QString why = row.error != 0 ? TransSet::sentence(row.error) : QString();
     if (!why.isEmpty())
         return why;
     if (!row.file && uploads && row.state == SceneState::UploadFailed)

@@ -223,9 +223,16 @@ private slots:
         QVERIFY(dao().open(m_dir.path()));
         QCOMPARE(dao().givenUp(), QList<int>{8});
         QCOMPARE(dao().readAll().size(), 0); // never changed since 1970
-        put({scene(4, 110)});
+        put({scene(4, 110), scene(5, 110)});
         QCOMPARE(dao().step(4, SceneState::Act::KeepForSeat), 1);
+        QCOMPARE(dao().step(5, SceneState::Act::KeepForSeat), 1);
         const qint64 now = QDateTime::currentMSecsSinceEpoch(), day = 24 * 3600 * 1000;
+        dao().told(5, now);
+        dao().told(5, now + 60000); // the first answer was lost
+        QVERIFY(dao().forgetOld(now + ResolveDAO::ToldMs));
+        QCOMPARE(dao().read(5).state, 118);
+        QVERIFY(dao().forgetOld(now + ResolveDAO::ToldMs + 60000));
+        QCOMPARE(dao().read(5).rkey, 0ll);
         QVERIFY(dao().forgetOld(now + 6 * day));
         QCOMPARE(dao().read(4).state, 118);
         QCOMPARE(dao().givenUp().size(), 1);

@@ -620,6 +620,17 @@ private slots:
         };
         QCOMPARE(state("&seat=b"), 106);
         QCOMPARE(state("&seat=c"), -1);
+
+        // A finished row stands until its seat has heard of it, and for a while longer.
+        ResolveDAO *dao = ResolveDAO::instance();
+        const auto later = [] { return QDateTime::currentMSecsSinceEpoch() + ResolveDAO::ToldMs; };
+        const qlonglong key = dao->readAll().last().rkey;
+        for (auto act : {SceneState::Act::Commit, SceneState::Act::Submit, SceneState::Act::Accept, SceneState::Act::KeepForSeat})
+            QCOMPARE(dao->step(key, act), 1);
+        QVERIFY(dao->forgetOld(later()));
+        QCOMPARE(state("&seat=b"), 118);
+        QVERIFY(dao->forgetOld(later()));
+        QCOMPARE(state("&seat=b"), -1);
     }
 
     // Only a seat that this master has met hands work over, and never a file that no scene there names.

@@ -7,12 +7,14 @@
 #include "support/Row.h"
 #include "support/TestMain.h"
 #include "ViewRig.h"
+#include <cmath>
 #include <QAction>
 #include <QCheckBox>
 #include <QContextMenuEvent>
 #include <QLineEdit>
 #include <QMenu>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QScreen>
 
 namespace
@@ -366,6 +368,34 @@ private slots:
         for (auto *label : form.findChildren<QLabel *>("fieldNote"))
             notes << label->text();
         QVERIFY2(notes.last().startsWith("101 帧"), qPrintable(notes.join('|')));
+    }
+
+    // Words can be read on every ground: 4.5 to 1 (8 bits a channel, relative luminance).
+    void contrast()
+    {
+        const auto light = [](const QColor &colour) {
+            const auto part = [](double v) { return v <= 0.03928 ? v / 12.92 : std::pow((v + 0.055) / 1.055, 2.4); };
+            return 0.2126 * part(colour.redF()) + 0.7152 * part(colour.greenF()) + 0.0722 * part(colour.blueF()) + 0.05;
+        };
+        const auto readable = [&](const QColor &words, const QColor &ground) {
+            return std::max(light(words), light(ground)) / std::min(light(words), light(ground)) >= 4.5;
+        };
+        for (Tint tint : {Tint::Plain, Tint::Quiet, Tint::Running, Tint::Done, Tint::Warning, Tint::Failed})
+            for (const QColor &ground : {Palette::window, Palette::panel, Palette::raised, Palette::selected})
+                QVERIFY2(readable(Palette::of(tint), ground), qPrintable(Palette::of(tint).name() + " on " + ground.name()));
+        QFile sheet(QStringLiteral(VN_SOURCE_DIR "/resources/default.qss"));
+        QVERIFY(sheet.open(QIODevice::ReadOnly));
+        const QRegularExpression rule("([^{}]+)\\{([^{}]*)\\}"), words("(?:^|[ ;])color: (#\\w+)"), ground("background: (#\\w+)");
+        int rules = 0;
+        for (auto all = rule.globalMatch(Palette::fill(sheet.readAll())); all.hasNext();) {
+            const auto one = all.next();
+            const auto on = ground.match(one.captured(2)), in = words.match(one.captured(2));
+            if (!in.hasMatch() || one.captured(1).contains(":disabled"))
+                continue;
+            ++rules;
+            QVERIFY2(readable(in.captured(1), on.hasMatch() ? on.captured(1) : Palette::window), qPrintable(one.captured()));
+        }
+        QVERIFY(rules > 20);
     }
 
     void dialogBelongsToItsWindow()

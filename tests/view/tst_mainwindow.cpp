@@ -3,6 +3,7 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/PullMsg.h"
 #include "common/ui/TrayIcon.h"
+#include "common/ui/WebView.h"
 #include "db/ResolveDAO.h"
 #include "support/HttpPeer.h"
 #include "support/Row.h"
@@ -19,6 +20,7 @@
 #include "view/Transfer.h"
 #include "ViewRig.h"
 #include <QMenu>
+#include <QStackedWidget>
 #include <QTableWidget>
 #include <QToolButton>
 #include <QWindow>
@@ -195,7 +197,8 @@ private slots:
         choose("网络诊断");
         QTRY_COMPARE(web.requests.last().path, QByteArray("/gone?sessionid=t2"));
         QTRY_COMPARE(m_window->page(), QString("netTestUrl"));
-        QTest::qWait(0);
+        auto *shown = m_window->findChild<QStackedWidget *>()->currentWidget()->findChild<QWebView *>();
+        QTRY_COMPARE(shown->url(), WebPage::errorPage());
         QTest::keyClick(m_window.data(), Qt::Key_2, Qt::ControlModifier);
         QCOMPARE(m_window->page(), QString("transfer"));
         QTest::keyClick(m_window.data(), Qt::Key_7, Qt::ControlModifier);
@@ -208,6 +211,15 @@ private slots:
     {
         make({{"depositLink", "http://pay.example"}});
         show();
+        const QWidget *page = m_window->findChild<QStackedWidget *>()->currentWidget();
+        QVERIFY2(page->isAncestorOf(QApplication::focusWidget()), "the first key meets the page");
+        menu()->setFocus();
+        QTest::keyClick(menu(), Qt::Key_Down); // who walks the menu stays there
+        QVERIFY(menu()->hasFocus() && m_window->findChild<QStackedWidget *>()->currentWidget() != page);
+        QTest::keyClick(menu(), Qt::Key_Up);
+        QTest::mouseClick(menu()->viewport(), Qt::LeftButton, {}, menu()->visualItemRect(menu()->item(2, 0)).center());
+        page = m_window->findChild<QStackedWidget *>()->currentWidget();
+        QVERIFY(QApplication::focusWidget() == page || page->isAncestorOf(QApplication::focusWidget()));
         m_window->setFocus();
         QStringList stops;
         for (int i = 0; i < 40; ++i) {

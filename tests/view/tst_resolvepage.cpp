@@ -432,13 +432,15 @@ private slots:
 
     void sceneParameters()
     {
-        const QJsonObject rdata{{"modelParameters", QJsonObject{{"cameras", QJsonArray{QJsonObject{{"name", "cam1"}, {"frames", "1-10"}},
-                                                                                       QJsonObject{{"name", "cam2"}, {"width", 800}}}},
-                                                                {"formats", QJsonArray{"exr", "png"}}}}};
+        const QJsonObject rdata{
+            {"modelParameters", QJsonObject{{"cameras", QJsonArray{QJsonObject{{"name", "cam1"}, {"giName", "gi"}, {"vrMode", 1}},
+                                                                   QJsonObject{{"name", "cam2"}, {"width", 800}, {"vrMode", 2}}}},
+                                            {"formats", QJsonArray{"exr", "png"}}}}};
         QStringList lines;
         for (const SceneInfo::Line &line : SceneInfo::lines(rdata))
             lines << QString("%1%2=%3").arg(QString(line.depth, ' '), line.name, line.value);
-        QCOMPARE(lines.join('|'), QString("相机=2| cam1=|  帧=1-10| cam2=|  宽度=800|formats=exr, png"));
+        QCOMPARE(lines.join('|'),
+                 QString("相机=2| cam1=|  光子节点=gi|  光子方式=本地光子| cam2=|  光子方式=From file|  宽度=800|formats=exr, png"));
         QCOMPARE(SceneInfo::lines(rdata, 3).size(), 3);
         QVERIFY(SceneInfo::lines({}).isEmpty());
         db_resolve res = scene(4, 106);

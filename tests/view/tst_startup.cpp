@@ -5,6 +5,7 @@
 #include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Login.h"
+#include "view/MasterMeeting.h"
 #include "view/Startup.h"
 #include "ViewRig.h"
 #include <QTranslator>
@@ -104,10 +105,9 @@ private slots:
     void aloneThereIsNobodyToMeet()
     {
         role({});
-        Login login;
         m_web.requests.clear();
-        const Startup::Master master = Startup::meetMaster(&login);
-        QVERIFY(master.good && !master.loginStarted && m_web.requests.isEmpty());
+        const MasterMeeting master = MasterMeeting::hold();
+        QVERIFY(master.good && !master.seat && m_web.requests.isEmpty());
     }
     void seatMeetsItsMaster()
     {
@@ -121,8 +121,9 @@ private slots:
                     .arg(business.port())
                     .toUtf8());
         };
-        const Startup::Master master = Startup::meetMaster(&login);
-        QVERIFY(master.good && master.loginStarted);
+        const MasterMeeting master = MasterMeeting::hold();
+        QVERIFY(master.good && master.seat);
+        login.loadLogin();
         QCOMPARE(m_web.requests.value(0).path, QByteArray("/masterInfo"));
         QCOMPARE(UserInfo::masterUserId(), 77);
         QCOMPARE(ProxyFactory::portOf("rest.example"), 4001);
@@ -138,7 +139,6 @@ private slots:
     {
         QFETCH(QByteArray, answer);
         role("slave");
-        Login login;
         m_web.answer = [&](const HttpPeer::Request &) { return answer; };
         QString said;
         QTimer presser;
@@ -149,7 +149,7 @@ private slots:
             press(topLevel<MsgBox>(), "确定");
         });
         presser.start(20);
-        QVERIFY(!Startup::meetMaster(&login).good);
+        QVERIFY(!MasterMeeting::hold().good);
         QCOMPARE(said, QString("无法连接远程主机！"));
     }
 };

@@ -55,8 +55,10 @@ private slots:
         QVERIFY(list.changeState(7, 13, 10019));
         QCOMPARE(cell(list, "f7", "state"), QString("上传异常"));
         const QModelIndex state = list.indexOf("f7", list.columnOf("state"));
-        QCOMPARE(state.data(Qt::ToolTipRole).toString(), QString("10019_文件被修改，重新上传"));
-        QCOMPARE(state.data(CellRole::Tint).value<QColor>(), Palette::failed);
+        QCOMPARE(state.data(Qt::ToolTipRole).toString(), QString("文件被修改，重新上传 (10019)"));
+        QVERIFY(list.changeState(7, 13, 100007));
+        QCOMPARE(state.data(Qt::ToolTipRole).toString(), QString("网络中断，请检查网络连接 (100007)"));
+        QCOMPARE(state.data(CellRole::Tint).value<QColor>(), Palette::failedText);
         QCOMPARE(list.indexOf("f7").data(264).toInt(), 2);
         QCOMPARE(list.indexOf("g2026001").data(264).toInt(), 1);
         QCOMPARE(list.indexOf("f7").data(259).toString(), QString("2026001"));
@@ -379,9 +381,14 @@ private slots:
         DownSpy down;
         Transfer page;
         page.show();
+        db_downmiss mission;
+        mission.missid = 7;
+        mission.missname = "shot_01";
+        page.miss({mission}, 1);
         page.downCover(7, "以下帧缺失，请重新下载：\r\n4-6,8");
         auto *dialog = topLevel<DownCover>();
         QVERIFY(dialog && dialog->windowTitle() == "序列检查");
+        QCOMPARE(dialog->findChild<QLabel *>("heading")->text(), QString("shot_01 · 任务 7"));
         if (button.isEmpty())
             dialog->close();
         else

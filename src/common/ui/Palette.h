@@ -26,31 +26,36 @@ inline const QColor link{0x62, 0xa6, 0xf0}; // words that are pressed: readable 
 inline const QColor accentDeep{0x2f, 0x6d, 0xb5};
 inline const QColor done{0x43, 0x8f, 0xe3};
 inline const QColor failed{0xe9, 0x4b, 0x5a};
+// As words: the two above stand out enough as bars and marks only.
+inline const QColor doneText{0x6a, 0xae, 0xf5};
+inline const QColor failedText{0xf4, 0x80, 0x8a};
 inline const QColor warning{0xe0, 0xa0, 0x3c};
 inline const QColor selected{0x2b, 0x36, 0x44};
 
 inline QList<QPair<QString, QColor>> named()
 {
-    return {{"@window", window},    {"@panel", panel}, {"@raised", raised}, {"@line", line},
-            {"@border", border},    {"@edge", edge},   {"@text", text},     {"@link", link},
-            {"@strong", strong},    {"@quiet", quiet}, {"@faint", faint},   {"@accentDeep", accentDeep},
-            {"@accent", accent},    {"@done", done},   {"@failed", failed}, {"@warning", warning},
-            {"@selected", selected}};
+    return {{"@window", window}, {"@panel", panel},     {"@raised", raised},
+            {"@line", line},     {"@border", border},   {"@edge", edge},
+            {"@text", text},     {"@link", link},       {"@strong", strong},
+            {"@quiet", quiet},   {"@faint", faint},     {"@accentDeep", accentDeep},
+            {"@accent", accent}, {"@done", done},       {"@failedText", failedText},
+            {"@failed", failed}, {"@warning", warning}, {"@selected", selected}};
 }
 
+// Of words, on every ground that a list has.
 inline QColor of(Tint tint)
 {
     switch (tint) {
     case Tint::Quiet:
         return quiet;
     case Tint::Running:
-        return accent;
+        return link;
     case Tint::Done:
-        return done;
+        return doneText;
     case Tint::Warning:
         return warning;
     case Tint::Failed:
-        return failed;
+        return failedText;
     case Tint::Plain:
         break;
     }

@@ -158,6 +158,8 @@ void CmdHand::modelCheckSlave()
     if (row.rkey == 0 && seat.isEmpty())
         row = ResolveDAO::instance()->read(key);
     const bool there = row.rkey != 0;
+    if (there && row.state == SceneState::DoneForSeat)
+        ResolveDAO::instance()->told(row.rkey, QDateTime::currentMSecsSinceEpoch());
     good(QString(),
          QJsonObject{{"rkey", key}, {"state", there ? row.state : Gone}, {"fok", row.fok}, {"fsum", row.fsum}});
 }

@@ -1,10 +1,12 @@
 #include "transfer/down/DownHandler.h"
+#include "common/facts/Command.h"
 #include "common/ResultPath.h"
 #include "common/ResultRoots.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include "transfer/down/DownWork.h"
 #include "transfer/down/ProjectOutput.h"
@@ -20,7 +22,7 @@ namespace
 {
 // A server that fails without having sent a byte is left alone for a while, longer each time.
 constexpr int FreeFailures = 3, FirstRestMs = 250, LongestRestMs = 5000;
-constexpr int FileModule = 108, FileFetched = 10802, FetchedGood = 1080200, FetchedUnknown = 1080202;
+constexpr int FetchedGood = Command::success(Command::FileFetched), FetchedUnknown = 1080202;
 
 void removePartial(const db_downfile &file)
 {
@@ -152,9 +154,9 @@ void DownHandler::tellFetched()
         if (!back && it->next > now())
             continue;
         it->next = now() + RetellMs;
-        NetTcp::instance()->nvds(
-            FileModule, FileFetched, QJsonObject{{"fileId", it.key()}},
-            [this, id = it.key()](int val, QJsonDocument) { answeredTelling(id, val); }, this);
+        Ask(Command::FileFetched, {{"fileId", it.key()}})
+            .any([this, id = it.key()](int val, QJsonDocument) { answeredTelling(id, val); })
+            .send(this);
     }
 }
 

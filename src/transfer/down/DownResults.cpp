@@ -7,6 +7,7 @@
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include "transfer/down/DownHandler.h"
 #include "transfer/TransSet.h"
@@ -103,9 +104,9 @@ void DownHandler::askLists()
     }
     if (NetTcp::isLogin()) {
         for (const int mid : m_asks.due(now())) {
-            NetTcp::instance()->nvds(
-                Command::module(Command::ResultList), Command::ResultList, QJsonObject{{"missionId", mid}},
-                [this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); }, this);
+            Ask(Command::ResultList, {{"missionId", mid}})
+                .any([this, mid](int val, QJsonDocument doc) { listAnswered(mid, val, doc.object()); })
+                .send(this);
         }
     }
     wake();
@@ -276,7 +277,7 @@ bool DownHandler::build(const QJsonObject &obj, int cover, bool quiet)
                                         obj.value("com").toVariant().toString());
     // Only now: the farm forgets what it was told to be in the queue. Also where nothing was new: it pushes again what
     // wasn't confirmed.
-    NetTcp::instance()->nvds(Command::module(Command::Results), Command::Results, QJsonObject{{"missionId", mid}});
+    Ask(Command::Results, {{"missionId", mid}}).send();
     return true;
 }
 

@@ -7,11 +7,12 @@
 #include "common/VFunc.h"
 #include "common/WindowCalls.h"
 #include "db/DownloadDAO.h"
-#include "io/NetTcp.h"
+#include "io/Ask.h"
 #include "transfer/TransFrame.h"
 #include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QHostAddress>
+#include <QPointer>
 
 namespace
 {
@@ -30,9 +31,10 @@ void DownWork::downReq(db_downfile file)
     m_down = file;
     qDebug().noquote() << "DownWork::downReq" << QStringLiteral("开启下载:%1").arg(m_workKey);
     startWait(ReplyMs);
-    NetTcp::instance()->nvds(
-        Command::module(Command::FileInfo), Command::FileInfo, QJsonObject{{"fileId", file.id}},
-        [this](int val, QJsonDocument doc) { answered(val, doc.object()); }, this);
+    Ask(Command::FileInfo, {{"fileId", file.id}})
+        .within(ReplyMs)
+        .any([this](int val, QJsonDocument doc) { answered(val, doc.object()); })
+        .send(this);
 }
 
 void DownWork::answered(int val, const QJsonObject &answer)

@@ -1,6 +1,7 @@
 #include "transfer/down/ProjectOutput.h"
 #include "common/facts/Command.h"
 #include "common/VFunc.h"
+#include "io/Ask.h"
 #include "io/NetTcp.h"
 #include <QDebug>
 #include <QEventLoop>
@@ -8,7 +9,6 @@
 #include <QHash>
 #include <QJsonArray>
 #include <QMutex>
-#include <QTimer>
 
 namespace
 {
@@ -21,20 +21,19 @@ QJsonObject askServer(int cmd, const QJsonObject &body)
         return {};
     QEventLoop loop;
     QJsonObject reply;
-    bool answered = false;
-    NetTcp::instance()->nvds(
-        Command::module(cmd), cmd, body,
-        [&](int, QJsonDocument doc) {
+    Ask(cmd, body)
+        .within(ProjectOutput::WaitMs)
+        .any([&](int, const QJsonDocument &doc) {
             reply = doc.object();
-            answered = true;
             loop.quit();
-        },
-        &loop);
-    QTimer::singleShot(ProjectOutput::WaitMs, &loop, &QEventLoop::quit);
+        })
+        .lost([&](Ask::Loss) {
+            qWarning().noquote() << "ProjectOutput::askServer" << cmd << "no answer within" << ProjectOutput::WaitMs
+                                 << "ms";
+            loop.quit();
+        })
+        .send(&loop);
     loop.exec();
-    if (!answered)
-        qWarning().noquote() << "ProjectOutput::askServer" << cmd << "no answer within" << ProjectOutput::WaitMs
-                             << "ms";
     return reply;
 }
 

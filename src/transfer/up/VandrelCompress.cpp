@@ -14,13 +14,13 @@ bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
 {
     QFile in(path);
     if (!VFunc::openRegular(&in)) {
-        qWarning().noquote() << "VandrelCompress::vandrelCompress" << path << in.errorString();
+        qWarning().noquote() << "VandrelCompress::add" << path << in.errorString();
         return false;
     }
     QuaZipFile out(&zip);
     const QuaZipNewInfo info(QFileInfo(path).fileName(), path);
     if (!out.open(QIODevice::WriteOnly, info, nullptr, 0, Z_DEFLATED, VandrelCompress::Level)) {
-        qWarning().noquote() << "VandrelCompress::vandrelCompress" << path << "zip error" << out.getZipError();
+        qWarning().noquote() << "VandrelCompress::add" << path << "zip error" << out.getZipError();
         return false;
     }
     QByteArray block(VandrelCompress::Block, Qt::Uninitialized);
@@ -31,7 +31,7 @@ bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
         if (got == 0)
             break;
         if (got < 0 || out.write(block.constData(), got) != got) {
-            qWarning().noquote() << "VandrelCompress::vandrelCompress" << path
+            qWarning().noquote() << "VandrelCompress::add" << path
                                  << (got < 0 ? in.errorString()
                                              : QStringLiteral("zip error %1").arg(out.getZipError()));
             return false;
@@ -39,7 +39,7 @@ bool add(QuaZip &zip, const QString &path, const std::atomic_bool &stop)
     }
     out.close();
     if (out.getZipError() != UNZ_OK)
-        qWarning().noquote() << "VandrelCompress::vandrelCompress" << path << "zip error" << out.getZipError();
+        qWarning().noquote() << "VandrelCompress::add" << path << "zip error" << out.getZipError();
     return out.getZipError() == UNZ_OK;
 }
 } // namespace
