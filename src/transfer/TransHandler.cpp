@@ -138,13 +138,13 @@ TransWork *TransHandler::createWork(int transType, int farmId, bool retry, int b
 TransWork *TransHandler::createStoreWork(int farmId, int backError, int socketPort)
 {
     if (socketPort == 0) {
-        qWarning().noquote() << "TransHandler::createWork ossport:" << socketPort;
-        qWarning().noquote() << "TransHandler::createWork check oss.exe is run";
+        qWarning().noquote() << "TransHandler::createStoreWork ossport:" << socketPort;
+        qWarning().noquote() << "TransHandler::createStoreWork check oss.exe is run";
         return nullptr;
     }
     QJsonObject description = store(farmId);
     if (description.isEmpty()) {
-        qWarning().noquote() << "TransHandler::createWork ossobj.isEmpty" << farmId;
+        qWarning().noquote() << "TransHandler::createStoreWork ossobj.isEmpty" << farmId;
         return nullptr;
     }
     description.insert(QStringLiteral("backerror"), backError);
