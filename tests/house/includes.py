@@ -3,7 +3,7 @@ import os
 import re
 import sys
 
-LAYERS = ['common/platform', 'package', 'common', 'io', 'db', 'resolve', 'transfer', 'io/local', 'common/ui', 'view', '']
+LAYERS = ['common/platform', 'package', 'common', 'io', 'frames', 'db', 'resolve', 'transfer', 'io/local', 'common/ui', 'view', '']
 STRANGERS = [('resolve', 'transfer'), ('transfer', 'resolve')]
 
 

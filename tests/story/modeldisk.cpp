@@ -92,8 +92,9 @@ static int kept(long call, int fd)
     snprintf(to, sizeof to, "%s/%d", records, mine);
     S_ISDIR(facts.stx_mode) ? keepNames(path, to) : keepFile(fd, to);
     snprintf(line, sizeof line, "%c %d %s %s\n", S_ISDIR(facts.stx_mode) ? 'D' : 'F', mine, name, path);
-    if (!off)
-        note(line);
+    while (off) // it went while the content was kept: whoever waits for this sync must not learn of a success
+        pause();
+    note(line);
     pthread_mutex_unlock(&gate);
     return 0;
 }

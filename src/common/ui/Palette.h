@@ -12,6 +12,7 @@ enum class Tint { Plain, Quiet, Running, Done, Warning, Failed };
 namespace Palette
 {
 inline const QColor window{0x28, 0x28, 0x28};
+inline const QColor stage{0x1c, 0x1c, 0x1c}; // behind pictures
 inline const QColor panel{0x2f, 0x2f, 0x2f};
 inline const QColor raised{0x38, 0x38, 0x38};
 inline const QColor line{0x3a, 0x3a, 0x3a};
