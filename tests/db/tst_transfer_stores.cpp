@@ -89,10 +89,13 @@ private slots:
         QCOMPARE(up().nextWaiting("o1", {page.at(0).pri}, 5).size(), 1);
         QVERIFY(up().setState(page.at(1).pri, 30, 10019));
         QCOMPARE(up().readPage("o1", 0).at(1).error, 10019);
+        QVERIFY(up().nextWaiting("o1", {}, 5).size() == 1 && up().reUp("o1"));
+        QCOMPARE(up().nextWaiting("o1", {}, 5).size(), 2);
         QSignalSpy gone(&up(), &UploadDAO::fileDeleted);
         QVERIFY(up().remove(QList<qlonglong>{page.at(0).pri, page.at(1).pri}));
         QCOMPARE(gone.size(), 2);
         QCOMPARE(up().count("o1"), 0);
+        QVERIFY(up().knows("o1") == 1 && up().removeOrder("o1") && up().knows("o1") == 0);
         up().releaseUp(); // "no rows" would end the order
         QVERIFY(up().count("o1") == -1 && up().addOrder({again}) == -1 && !up().remove(1));
     }

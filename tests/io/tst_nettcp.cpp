@@ -210,6 +210,24 @@ private slots:
         QCOMPARE(stream[1][1].toInt(), 4);
     }
 
+    // What ends the server's memory of something goes out only once the stores are on the disk.
+    void lastWordsWaitForTheDisk()
+    {
+        static bool settled;
+        settled = false;
+        NetTcp::setBarrier([] { return settled; });
+        tcp->setLogin(true);
+        for (int cmd : {10400, 10413, 10417, 10703, 10704, 10802})
+            question(cmd).send(this);
+        QTRY_COMPARE(ends.size(), 6);
+        QCOMPARE(ends.count("no link"), 6);
+        QVERIFY(server->all().isEmpty());
+        settled = true;
+        question(10704).send(this);
+        QTRY_COMPARE(ends.last(), QString("answered 1070400"));
+        NetTcp::setBarrier(nullptr);
+    }
+
     // What was asked within a login ends with it, also where the link stays.
     void endOfALogin()
     {

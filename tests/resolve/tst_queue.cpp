@@ -1,4 +1,5 @@
 #include "common/facts/AnalysisError.h"
+#include "common/ResultRoots.h"
 #include "common/VFunc.h"
 #include "QueueRig.h"
 #include "resolve/ClearMax.h"
@@ -48,7 +49,7 @@ private slots:
         res.state = 100;
         res.lpath = scene;
         res.projectId = 3;
-        res.rset = R"({"softwareType":8,"machineModel":"m","env":{"software":"terragen 4"}})";
+        res.rset = R"({"softwareType":8,"machineModel":"m","env":{"software":"terragen 4"},"clientResultRootPath":"/proj/out"})";
         rig.handler->addFile({res});
         QTRY_COMPARE(rig.state(77), 110);
         QCOMPARE(states, (QList<int>{101, 106, 107, 108, 110}));
@@ -68,6 +69,7 @@ private slots:
         QCOMPARE(up.farmid, 9);
         QCOMPARE(up.missid, 101);
         QCOMPARE(dao().read(77).fsum, 1);
+        QVERIFY(ResultRoots::knows("/proj/out")); // its results may be written there
         rig.handler->fileOk("N101", 5);
         QCOMPARE(dao().read(77).fok, 1);
         QCOMPARE(rig.peer.faults, QStringList());
@@ -345,7 +347,7 @@ private slots:
         if (state == 110) {
             const auto rows = UploadDAO::instance()->readPage("N7", 0);
             QCOMPARE(rows.size(), 2);
-            QVERIFY(rows.at(1).id > 1);
+            QVERIFY(rows.at(0).id > 1 && rows.at(1).id > 1);
             QCOMPARE(rows.at(1).modtime + rows.at(1).size, 0ll); // there is no such file
         }
     }

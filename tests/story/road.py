@@ -23,6 +23,11 @@ def story(make, folder):
     first = make_scene(scenes, 'plain', frames=5)
     send(rig, [first])
     compare(rig, wait_for('the plain road', 60, lambda: rig.alive() and finished(rig, 1)))
+    # A second start only brings the first client forward.
+    first_client = rig.client
+    second_code, rig.client = rig.start_client().wait(20), first_client
+    if second_code or not rig.alive():
+        raise Failure('the second start ended with %s' % second_code)
     moved = rig.farm_state()['counters']['bytesUp']
     send(rig, [first])
     state = wait_for('the second road', 60, lambda: rig.alive() and finished(rig, 2))

@@ -3,6 +3,7 @@
 // storage service that gives the token, a file server that streams, the window's calls, and the queue itself.
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
 #include "io/NetWork.h"
 #include "support/BusinessPeer.h"
@@ -102,6 +103,7 @@ struct DownRig {
         QDir(folder.path()).mkpath("out");
         UserInfo::setResultDir(folder.filePath("out"));
         DownloadDAO::instance()->open(folder.path());
+        DoneDAO::instance()->open(folder.path());
         business.takeClient();
         business.answer(11100, 1110000, QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
         business.answer(10800, [this](const BusinessPeer::Request &asked) {
@@ -121,6 +123,7 @@ struct DownRig {
         queue.reset();
         NetWork::instance()->forgetDrives();
         DownloadDAO::instance()->releaseDown();
+        DoneDAO::instance()->close();
         NetTcp::instance()->setLogin(false);
     }
     void start()

@@ -3,6 +3,7 @@
 // server on loopback, the calls that the queue makes to the analysis queue, and the queue itself.
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include "db/DoneDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "io/NetWork.h"
@@ -40,6 +41,7 @@ struct UpRig {
         UserInfo::initUser(QJsonObject{{"userId", 7}});
         ResolveDAO::instance()->open(folder.path());
         UploadDAO::instance()->open(folder.path());
+        DoneDAO::instance()->open(folder.path());
         business.takeClient();
         business.answer(11100, 1110000, QJsonObject{{"addr", storage.url()}, {"addr-internal", storage.url()}, {"accessToken", "access"}});
         business.answer(10704, 1070400);
@@ -55,6 +57,7 @@ struct UpRig {
         NetWork::instance()->forgetDrives();
         ResolveDAO::instance()->releaseResolve();
         UploadDAO::instance()->releaseUp();
+        DoneDAO::instance()->close();
         NetTcp::instance()->setLogin(false);
     }
     QByteArray answer(const HttpPeer::Request &request)

@@ -48,9 +48,9 @@ private slots:
             return BusinessPeer::Reply{1041300, {}, false};
         });
         int unsynced = 0; // at the moment the server hears of a frame: file and folder
-        m_rig->business.answer(10802, [&](const BusinessPeer::Request &) {
+        m_rig->business.answer(10802, [&](const BusinessPeer::Request &request) {
             unsynced += syncs::count(".xtemp") == 0 || syncs::count("/N7_shot/beauty") == 0;
-            return BusinessPeer::Reply{1080200, {}, false};
+            return BusinessPeer::Reply{request.body["fileId"] == 1 ? 1080202 : 1080200, {}, false}; // or forgotten meanwhile
         });
         syncs::reset();
         m_rig->start();
@@ -60,6 +60,7 @@ private slots:
         QCOMPARE(m_rig->business.last(10413)["missionId"].toInt(), DownRig::Task);
         QTRY_COMPARE(m_rig->mission().pri, 0);
         QCOMPARE(m_rig->over, 1);
+        QCOMPARE(DoneDAO::instance()->readPage(db_done::Mission, "N7", 0, 9).value(0).sum, 10);
         QTRY_COMPARE(DownloadDAO::instance()->untold().size(), 0);
         QCOMPARE(m_rig->business.count(10802), 10);
         QCOMPARE(unsynced, 0);
@@ -235,6 +236,21 @@ private slots:
         QTRY_COMPARE(m_rig->rows().value(0).state, int(TransSet::DownGaveUp));
     }
 
+    // A server that takes links and sends nothing is left alone for a while.
+    void restsFromASilentServer()
+    {
+        m_rig->still = true;
+        m_rig->files.cuts = {0, 0, 0, 0};
+        fetch(m_rig->result(1, "1.png", "data"));
+        QTRY_COMPARE(m_rig->files.asks.size(), 4);
+        QTRY_COMPARE(m_rig->rows().value(0).state, int(TransSet::DownWait));
+        m_rig->ahead += 249;
+        m_rig->queue->scan();
+        QCOMPARE(m_rig->queue->running(), 0);
+        m_rig->ahead += 1;
+        QTRY_COMPARE(m_rig->content("1.png"), QByteArray("data"));
+    }
+
     // Refused rows are told once and passed by, those that an earlier version kept as well; a row that uses its file's
     // name alone isn't refused for its path.
     void refusedRows()
@@ -373,6 +389,9 @@ private slots:
             m_rig->queue->scan();
         QCOMPARE(m_rig->queue->running(), 1);
         QCOMPARE(m_rig->files.asks.size(), 2);
+        DownloadDAO *store = DownloadDAO::instance();
+        m_rig->queue->priDown(store->missionByOrder("N8").pri);
+        QCOMPARE(store->missions({TransSet::DownRun}).first().ordernum, QString("N8"));
     }
 
     void pauseGoOnDelete()
@@ -478,6 +497,16 @@ private slots:
         QCOMPARE(m_rig->business.last(10506), (QJsonObject{{"projectId", 5}, {"software_type", 8}}));
     }
 
+#ifdef Q_OS_LINUX
+    void noRoom()
+    {
+        UserInfo::setResultDir("/proc/self"); // a file system without a free byte
+        fetch(m_rig->result(1, "f.png", "data"));
+        QTRY_COMPARE(m_rig->window.spaces.size(), 1);
+        QCOMPARE(m_rig->mission().pri, 0);
+        QCOMPARE(m_rig->business.count(10413), 0);
+    }
+#endif
     void noFolder()
     {
         UserInfo::setResultDir(m_rig->folder.filePath("gone"));

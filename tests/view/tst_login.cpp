@@ -15,7 +15,7 @@
 #include "view/SessionTimer.h"
 #include "view/Shell.h"
 #include "ViewRig.h"
-#include <QAction>
+#include <QMenu>
 
 namespace
 {
@@ -415,14 +415,25 @@ private slots:
     }
 
     // By the menu of the account: the page is told that another one may log in, and doesn't do so by itself.
+    void anotherAccountByHand_data()
+    {
+        QTest::addColumn<bool>("tray");
+        addRow("the window's menu", false);
+        addRow("the tray's menu", true);
+    }
     void anotherAccountByHand()
     {
+        QFETCH(bool, tray);
         begin();
         QVERIFY(inSession());
         QPointer<MainWindow> window = m_login->mainWindow();
-        for (auto *action : window->findChildren<QAction *>())
-            if (action->text() == "切换账号")
-                action->trigger();
+        QAction *change = nullptr;
+        for (QWidget *menu : QApplication::topLevelWidgets())
+            for (QAction *action : menu->actions())
+                if (action->text() == "切换账号" && tray == !menu->parentWidget())
+                    change = action;
+        QVERIFY(change);
+        change->trigger();
         QTRY_VERIFY(!window && m_login->isVisible());
         QTRY_VERIFY(told().last().contains(" 1 "));
         QVERIFY(!m_login->autoRelogin() && !m_login->mainWindow());

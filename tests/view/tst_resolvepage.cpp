@@ -373,6 +373,9 @@ private slots:
         m_page->resolveHand(2, cell(1, "acts"));
         QTRY_VERIFY(topLevel<ResolvePri>());
         QCOMPARE(calls(), QStringList(QString("wait %1").arg(type)));
+        const QWidgetList all = QApplication::topLevelWidgets();
+        const auto open = [](const QWidget *one) { return qobject_cast<const ResolvePri *>(one) && one->isVisible(); };
+        QCOMPARE(std::count_if(all.begin(), all.end(), open), 1);
     }
 
     void dropWantsRightAndMoney()
