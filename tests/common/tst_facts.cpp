@@ -44,22 +44,17 @@ private slots:
             QCOMPARE(changeType(ofChangeType(type)), type);
     }
 
-    void goodResults_data()
-    {
-        columns<int, int, bool>("command", "result", "good");
-        addRow("own", 10400, 1040000, true);
-        addRow("refused", 10400, 1040006, false);
-        addRow("of another", 10401, 1040000, false);
-        addRow("cancelling", 10401, 1010100, true);
-        addRow("rerender", 10406, 1040608, true);
-        addRow("environment", 10426, 1042606, true);
-        addRow("environment unchanged", 10426, 1042600, false);
-        addRow("frames, files first", 10405, 1040517, true);
-    }
     void goodResults()
     {
-        FETCH(int, command, int, result);
-        QTEST(Command::good(command, result), "good");
+        for (const auto &[command, result, good] : Rows<int, int, bool>{{10400, 1040000, true}, // its own, and what stands beside it
+                                                                        {10400, 1040006, false},
+                                                                        {10401, 1040000, false},
+                                                                        {10401, 1010100, true},
+                                                                        {10406, 1040608, true},
+                                                                        {10426, 1042606, true},
+                                                                        {10426, 1042600, false},
+                                                                        {10405, 1040517, true}})
+            QVERIFY2(Command::good(command, result) == good, qPrintable(QString::number(result)));
     }
 
     void settings()

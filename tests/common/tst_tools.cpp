@@ -50,7 +50,6 @@ private slots:
     void logFileFollowsTheDay();
     void sevenLogsAreKept();
     void linesOfManyThreadsStayWhole();
-    void poolReusesThreads();
     void poolStopsWithItsWorkers();
     void debounceEmitsOnce();
     void seamPostsToItsThread();
@@ -126,22 +125,6 @@ void TestTools::linesOfManyThreadsStayWhole()
         writer.join();
     LogSink::uninstall();
     QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20320101.txt"), ("[01:02:03.000]" + QByteArray(500, 'a') + "\r\n").repeated(100));
-}
-
-void TestTools::poolReusesThreads()
-{
-    ThreadPool pool;
-    QObject *first = new QObject, *second = new QObject;
-    pool.addWork(first);
-    pool.addWork(second);
-    QThread *firstThread = threadOf(first);
-    QVERIFY(firstThread != threadOf(second) && firstThread != QThread::currentThread());
-    endWorker(first);
-    QObject *third = new QObject;
-    pool.addWork(third);
-    QCOMPARE(threadOf(third), firstThread);
-    QCOMPARE(pool.size(), 2);
-    pool.stop();
 }
 
 void TestTools::poolStopsWithItsWorkers()

@@ -57,29 +57,17 @@ private slots:
     }
     void cleanupTestCase() { dao().releaseResolve(); }
 
-    void projectColumn_data()
-    {
-        columns<QString, int, QString>("column", "id", "name");
-        addRow("underscores stay", "12_a_b", 12, "a_b");
-        addRow("no number", "x_a", 0, "a");
-        addRow("no name", "7_", 7, "");
-        addRow("nothing", "", 0, "");
-        addRow("percent", "3_%1 100%", 3, "%1 100%");
-    }
     void projectColumn()
     {
-        FETCH(QString, column, int, id, QString, name);
-        int gotId = -1;
-        QString gotName;
-        ResolveDAO::splitProject(column, &gotId, &gotName);
-        QCOMPARE(gotId, id);
-        QCOMPARE(gotName, name);
-        db_resolve res = scene(5);
-        res.projectId = id;
-        res.project = name;
-        put({res});
-        QCOMPARE(dao().read(5).projectId, id);
-        QCOMPARE(dao().read(5).project, name);
+        for (const auto &[column, id, name] :
+             Rows<QString, int, QString>{{"12_a_b", 12, "a_b"}, {"x_a", 0, "a"}, {"7_", 7, ""}, {"", 0, ""}, {"3_%1 100%", 3, "%1 100%"}}) {
+            db_resolve res = scene(5);
+            ResolveDAO::splitProject(column, &res.projectId, &res.project);
+            QVERIFY2(res.projectId == id && res.project == name, qPrintable(column));
+            put({res});
+            QVERIFY2(dao().read(5).projectId == id && dao().read(5).project == name, qPrintable(column));
+            QCOMPARE(dao().remove(5), 1);
+        }
     }
 
     // A key that is taken moves the whole batch up to where all its keys are free, and every scene is found again.

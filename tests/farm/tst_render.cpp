@@ -24,21 +24,16 @@ class TestRender : public QObject
     }
 
 private slots:
-    void frames_data()
-    {
-        columns<QString, QVector<int>>("text", "numbers");
-        addRow("one", "5", QVector<int>{5});
-        addRow("range", "-2-1", QVector<int>{-2, -1, 0, 1});
-        addRow("both negative", "-3--1", QVector<int>{-3, -2, -1});
-        addRow("step", "1-10:4,3", QVector<int>{1, 3, 5, 9});
-        addRow("twice, full-width comma", QStringLiteral("1-3，2-4"), QVector<int>{1, 2, 3, 4});
-        addRow("downwards", "5-1", QVector<int>{});
-        addRow("nonsense", "a,1-b,,7", QVector<int>{7});
-    }
     void frames()
     {
-        QFETCH(QString, text);
-        QTEST(farm::frameNumbers(text), "numbers");
+        for (const auto &[text, numbers] : Rows<QString, QVector<int>>{{"5", {5}},
+                                                                       {"-2-1", {-2, -1, 0, 1}},
+                                                                       {"-3--1", {-3, -2, -1}},
+                                                                       {"1-10:4,3", {1, 3, 5, 9}},
+                                                                       {"1-3，2-4", {1, 2, 3, 4}},
+                                                                       {"5-1", {}},
+                                                                       {"a,1-b,,7", {7}}})
+            QCOMPARE(farm::frameNumbers(text), numbers);
     }
 
     void plan_data()

@@ -378,14 +378,6 @@ private slots:
         }
     }
 
-    void jobDir()
-    {
-        business->answer(10409, 1040900, {{"resultRootPathEnum", 2}, {"clientResultRootPath", "/no/such"}});
-        QCOMPARE(post("/job/dir?mid=1").value("result").toInt(), 0);
-        business->answer(10409, 1040901);
-        QCOMPARE(post("/job/dir?mid=1").value("code").toInt(), 1040901);
-    }
-
     void modelRoutes()
     {
         const db_resolve row = addScene(106, "500", R"({"softwareType":8})");
@@ -530,46 +522,6 @@ private slots:
                                    {"clientId", 6},
                                    {"startGpu", 1},
                                    {"farmId", 2}}));
-    }
-
-    // A plain list asks the user on the page, which made the request.
-    void analysisFromThePage_data()
-    {
-        columns<QStringList, int, QString>("names", "type", "err");
-        addRow("good", QStringList{"a-post=.tgd", "b.tgd"}, 8, "");
-        addRow("mixed", QStringList{"a.tgd", "b.max"}, 0, "场景文件中包含多种类型，请筛选后再拖入！");
-        addRow("none", QStringList(), 0, "没有模型文件");
-        addRow("no scene at all", QStringList{"a.txt"}, 0,
-               "请拖入类型为.ma，.mb，.max，.hip，.hipnc，.hiplc，.c4d，.skp，.project，.tgd场景文件！");
-    }
-    void analysisFromThePage()
-    {
-        FETCH(QStringList, names, QString, err);
-        QJsonArray paths;
-        for (const QString &name : names)
-            paths.append(scene(name));
-        int asked = 0, type = -1;
-        QStringList files;
-        QString told;
-        QByteArray over;
-        auto *hand = new CmdHand;
-        connect(hand, &CmdHand::backEnvPre, this, [&](int t, QStringList list, QString text) {
-            ++asked;
-            type = t;
-            files = list;
-            told = text;
-        });
-        connect(hand, &CmdHand::cmdOver, this, [&](QByteArray body) { over = body; });
-        QPointer<CmdHand> alive(hand);
-        hand->start("/model /analysis -post=" + QString::fromUtf8(QJsonDocument(paths).toJson(QJsonDocument::Compact)), "/localClient");
-        QTRY_VERIFY(!over.isEmpty());
-        QTRY_VERIFY(!alive);
-        QCOMPARE(asked, 1);
-        QTEST(type, "type");
-        QCOMPARE(told, err);
-        if (err.isEmpty())
-            QCOMPARE(files.size(), names.size());
-        QCOMPARE(QJsonDocument::fromJson(over).object().value("msg").toString(), err.isEmpty() ? QString("客户端调用结束") : err);
     }
 
     // A seat hands over what it has analysed, twice since the first answer got lost, and asks after it by its own key.

@@ -135,25 +135,18 @@ private slots:
         QTEST(line.readable, "readable");
     }
 
-    void numbers_data()
-    {
-        columns<QString, QList<qlonglong>, bool>("query", "numbers", "tooLong");
-        const auto row = [](const char *query, const QList<qlonglong> &numbers, bool tooLong = false) {
-            addRow(query, query, numbers, tooLong);
-        };
-        row("mid=5", {5});
-        row("mids=1,3-5,mid=9", {1, 3, 4, 5, 9});
-        row("mids=a,-3,,5-4,1.5,7", {7});
-        row("mids=1-1001", {}, true);
-        row("mids=1-999999999", {}, true);
-        row("mids=1-99999999999999999999999", {});
-    }
     void numbers()
     {
-        QFETCH(QString, query);
-        bool tooLong = false;
-        QTEST(CmdLine::fromTarget("/x?" + query, {}).numbers("mid", "mids", &tooLong), "numbers");
-        QTEST(tooLong, "tooLong");
+        for (const auto &[query, wanted, tooLong] : Rows<QString, QList<qlonglong>, bool>{{"mid=5", {5}, false},
+                                                                                          {"mids=1,3-5,mid=9", {1, 3, 4, 5, 9}, false},
+                                                                                          {"mids=a,-3,,5-4,1.5,7", {7}, false},
+                                                                                          {"mids=1-1001", {}, true},
+                                                                                          {"mids=1-999999999", {}, true},
+                                                                                          {"mids=1-99999999999999999999999", {}, false}}) {
+            bool told = false;
+            QCOMPARE(CmdLine::fromTarget("/x?" + query, {}).numbers("mid", "mids", &told), wanted);
+            QCOMPARE(told, tooLong);
+        }
     }
 };
 

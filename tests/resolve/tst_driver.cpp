@@ -298,23 +298,6 @@ private slots:
         QCOMPARE(QJsonDocument::fromJson('{' + res.rfile.toUtf8() + '}').object()["files"].toArray(), QJsonArray{name});
     }
 
-    void terragen()
-    {
-        const QByteArray scene = "<terragen><render name=\"r\" image_width=\"4\" image_height=\"3\" sequence_first=\"1\" "
-                                 "sequence_last=\"2\" sequence_step=\"1\">"
-                                 "</render><x filename=\"gone.obj\"/></terragen>";
-        const QString name = put("deep/s.tgd", scene);
-        QVERIFY(QFile::link(name, path("one.tgd")) && QFile::link(path("one.tgd"), path("two.tgd")));
-        auto run = start(Terragen, "terragen 4", row(path("two.tgd")));
-        const db_resolve res = whole(run);
-        QCOMPARE(res.state, 103);
-        QCOMPARE(res.errstr, "丢失文件：\r\n" + path("deep/gone.obj"));
-        QCOMPARE(res.rfile, QStringLiteral("\"files\":[\"%1\",\"%2\"]").arg(path("two.tgd"), name));
-        const QJsonObject log = BaseResolve::parseLog(run->log + "-s.tgd.txt", Terragen);
-        QCOMPARE(log["content"].toObject()["files"].toArray(), QJsonArray{name});
-        QVERIFY(run->finished.size() == 1 && run->work->record().state == 103);
-    }
-
     void namesAndOldLogs()
     {
         // A scene name that fills a file name still gets its log.

@@ -209,12 +209,6 @@ private slots:
         QVERIFY(none.status == 2 && none.details == "错误：没有可用相机。\r\n");
     }
 
-    void escapes()
-    {
-        QCOMPARE(LogParser::unescape("a\\u56FE\\u00e9\\u12"), QString::fromUtf8("a图é\\u12"));
-        QCOMPARE(LogParser::decode("\xe5\x9b\xbe"), QString::fromUtf8("图"));
-    }
-
     void clarisse()
     {
         QDir(m_dir.path()).mkpath("tex");

@@ -561,26 +561,22 @@ private slots:
         QTRY_COMPARE(dao().readAll().size(), 1);
         dao().setBusyMs(ResolveDAO::BusyMs);
     }
-    void errorTexts_data()
-    {
-        columns<int, QString, QString>("error", "errstr", "told");
-        addRow("of the analysis", 10011, "", "软件未找到");
-        addRow("of the server", 1040006, "", "余额不足");
-        addRow("unknown number", 4711, "", "4711");
-        addRow("words of the scene", 0, "错误：没有可用相机。\r\n", "错误：没有可用相机。");
-    }
     void errorTexts()
     {
-        FETCH(int, error, QString, errstr);
         QueueRig rig;
         WindowSpy window;
         ResolveHandler handler;
         const qlonglong key = rig.drop("/a.max", {}, 104);
-        rig.put(key, 104, error);
-        dao().saveMessage(key, errstr);
-        handler.seeError(0, key);
-        QTRY_COMPARE(window.messages.size(), 1);
-        QTEST(window.messages.first(), "told");
+        QStringList wanted;
+        for (const auto &[error, errstr, told] : Rows<int, QString, QString>{{10011, "", "软件未找到"},
+                                                                             {1040006, "", "余额不足"},
+                                                                             {4711, "", "4711"},
+                                                                             {0, "错误：没有可用相机。\r\n", "错误：没有可用相机。"}}) {
+            rig.put(key, 104, error);
+            dao().saveMessage(key, errstr);
+            handler.seeError(0, key);
+            QTRY_COMPARE(window.messages, wanted += told);
+        }
     }
 
     // A subordinate seat and its master.

@@ -2,6 +2,8 @@
 // Columns and rows of data-driven tests, on as few lines as they need; a text in quotes is a column of QString.
 //   columns<QString, int>("path", "state");  addRow("the row's name", "/a.ma", 103);  FETCH(QString, path, int, state);
 #include <QtTest>
+#include <tuple>
+#include <vector>
 
 template <std::size_t Size> QTestData &operator<<(QTestData &data, const char (&text)[Size]) { return data << QString::fromUtf8(text); }
 
@@ -9,6 +11,9 @@ template <typename... Columns> void addRow(const char *name, const Columns &...c
 
 template <typename> using ColumnName = const char *;
 template <typename... Columns> void columns(ColumnName<Columns>... names) { (QTest::addColumn<Columns>(names), ...); }
+
+// A table of a pure function, for a loop: for (const auto &[text, number] : Rows<QString, int>{{"5", 5}}) ...
+template <typename... Columns> using Rows = std::vector<std::tuple<Columns...>>;
 
 #define VN_FETCH2(type, name) QFETCH(type, name)
 #define VN_FETCH4(type, name, ...)                                                                                                         \

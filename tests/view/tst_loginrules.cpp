@@ -12,20 +12,15 @@ class TestLoginRules : public QObject
 private:
     static QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 private slots:
-    void address_data()
-    {
-        columns<QString, QString, QString>("base", "language", "url");
-        addRow("plain", "http://farm.example", "zh_cn", "http://farm.example/xclient/loginPage?version=qn");
-        addRow("port, slash", "https://farm.example:8443/", "zh_cn", "https://farm.example:8443/xclient/loginPage?version=qn");
-        addRow("query is kept", "http://h:1?auto=1", "zh_cn", "http://h:1/xclient/loginPage?auto=1&version=qn");
-        addRow("query, English", "http://h:1?auto=1", "en_us", "http://h:1/xclient/loginPage?auto=1&version=qn&en=true");
-        addRow("other English word", "http://h", "zh_en", "http://h/xclient/loginPage?version=qn&en=true");
-        addRow("below a path", "http://h/sub//", "zh_cn", "http://h/sub/xclient/loginPage?version=qn");
-    }
     void address()
     {
-        FETCH(QString, base, QString, language, QString, url);
-        QCOMPARE(pageUrl(base, language).toString(), url);
+        for (const auto &[base, language, url] :
+             Rows<QString, QString, QString>{{"https://h:8443/", "zh_cn", "https://h:8443/xclient/loginPage?version=qn"},
+                                             {"http://h:1?auto=1", "zh_cn", "http://h:1/xclient/loginPage?auto=1&version=qn"},
+                                             {"http://h:1?auto=1", "en_us", "http://h:1/xclient/loginPage?auto=1&version=qn&en=true"},
+                                             {"http://h", "zh_en", "http://h/xclient/loginPage?version=qn&en=true"},
+                                             {"http://h/sub//", "zh_cn", "http://h/sub/xclient/loginPage?version=qn"}})
+            QCOMPARE(pageUrl(base, language).toString(), url);
     }
 
     void storedRecord_data()
@@ -51,20 +46,13 @@ private slots:
         QTEST(marks.rememberPsd, "keptRemember");
         QTEST(marks.autoLogin, "keptAuto");
     }
-    void damagedRecord_data()
-    {
-        QTest::addColumn<QString>("stored");
-        addRow("nothing", "");
-        addRow("not JSON", "{\"username\":");
-        addRow("a list", "[1,2]");
-        addRow("an empty object", "{}");
-    }
     void damagedRecord()
     {
-        QFETCH(QString, stored);
-        Marks marks{true, true};
-        QCOMPARE(infosForPage(stored, true, &marks), stored);
-        QVERIFY(!marks.rememberPsd && !marks.autoLogin);
+        for (const QString stored : {"", "{\"username\":", "[1,2]", "{}"}) {
+            Marks marks{true, true};
+            QCOMPARE(infosForPage(stored, true, &marks), stored);
+            QVERIFY(!marks.rememberPsd && !marks.autoLogin);
+        }
     }
 
     void pageSaves_data()

@@ -217,26 +217,15 @@ private slots:
         QTimer::singleShot(0, qApp, [] { QCoreApplication::postEvent(qApp, new QEvent(QEvent::Quit)); });
         QCOMPARE(qApp->exec(), 0);
     }
-    void linksForTheSystem_data()
-    {
-        columns<QString, bool>("url", "allowed");
-        addRow("web", "http://a.example/x", true);
-        addRow("safe web", "HTTPS://a.example", true);
-        addRow("mail", "mailto:help@a.example", true);
-        addRow("file", "file:///etc/passwd", false);
-        addRow("script", "javascript:alert(1)", false);
-        addRow("another program's", "ssh://a.example/x", false);
-        addRow("nothing", "", false);
-    }
     void linksForTheSystem()
     {
-        QFETCH(QString, url);
-        QTEST(Links::allowed(QUrl(url)), "allowed");
-        if (Links::allowed(QUrl(url)))
-            return;
-        WebTool tool;
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Links::open.*isn't opened"));
-        tool.openUrl(url);
+        for (const char *good : {"http://a.example/x", "HTTPS://a.example", "mailto:help@a.example"})
+            QVERIFY2(Links::allowed(QUrl(good)), good);
+        for (const char *bad : {"file:///etc/passwd", "javascript:alert(1)", "ssh://a.example/x", ""}) {
+            QVERIFY2(!Links::allowed(QUrl(bad)), bad);
+            QTest::ignoreMessage(QtWarningMsg, QRegularExpression("Links::open.*isn't opened"));
+            WebTool().openUrl(bad);
+        }
     }
 
     void webToolStaysInside()
