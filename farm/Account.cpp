@@ -20,30 +20,51 @@ QString text(const QJsonObject &object)
 
 QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 
+struct Plugin {
+    const char *name;
+    const char *version;
+};
 struct Software {
     int type;
     const char *name;
-    const char *version;
-    const char *plugin;
-    const char *pluginVersion;
+    QStringList versions; // the first one is the default environment's
+    QList<Plugin> plugins;
 };
-const Software known[] = {
-    {1, "Maya", "maya2018", "mtoa", "3.1.0"},   {3, "3ds Max", "3ds max 2018", "vray", "3.60.03"},
-    {4, "Houdini", "houdini-17.5.460", "", ""}, {5, "Cinema 4D", "Cinema 4D R19", "", ""},
-    {6, "SketchUp", "SketchUp 2017", "", ""},   {7, "Clarisse", "Clarisse 3.6", "", ""},
-    {8, "Terragen", "Terragen 4.5", "", ""},
-};
+
+const QList<Software> &known()
+{
+    static const QList<Software> all = {
+        {1,
+         "Maya",
+         {"maya2018", "maya2016", "maya2022"},
+         {{"mtoa", "3.1.0"}, {"mtoa", "1.4.2"}, {"vrayformaya", "3.60.04"}, {"redshift", "2.6.30"}, {"yeti", "2.2.6"}}},
+        {3,
+         "3ds Max",
+         {"3ds max 2018", "3ds max 2016"},
+         {{"vray", "3.60.03"}, {"vray", "2.40.03"}, {"CoronaRender", "1.7"}, {"ForestPack", "5.3"}}},
+        {4, "Houdini", {"houdini-17.5.460", "houdini-16.5.634"}, {{"htoa", "4.0.1"}}},
+        {5, "Cinema 4D", {"Cinema 4D R19", "Cinema 4D R21"}, {{"octane", "4.0"}}},
+        {6, "SketchUp", {"SketchUp 2017"}, {}},
+        {7, "Clarisse", {"Clarisse 3.6"}, {}},
+        {8, "Terragen", {"Terragen 4.5"}, {}},
+    };
+    return all;
+}
+
+QJsonObject pluginRow(const Plugin &plugin)
+{
+    return {{"name", QLatin1String(plugin.name)}, {"version", QLatin1String(plugin.version)}};
+}
 
 QJsonObject defaultCombo(int software, int projectId)
 {
-    for (const Software &one : known) {
+    for (const Software &one : known()) {
         if (one.type != software)
             continue;
-        const QString version = QLatin1String(one.version);
+        const QString version = one.versions.first();
         QJsonArray plugins;
-        if (*one.plugin)
-            plugins.append(
-                QJsonObject{{"name", QLatin1String(one.plugin)}, {"version", QLatin1String(one.pluginVersion)}});
+        if (!one.plugins.isEmpty())
+            plugins.append(pluginRow(one.plugins.first()));
         return {{"id", projectId * 100 + software},
                 {"name", version},
                 {"software", version},
@@ -53,6 +74,26 @@ QJsonObject defaultCombo(int software, int projectId)
                 {"env_block", QJsonObject{{"software", version}, {"plugins", plugins}}}};
     }
     return {};
+}
+
+int comboAt(const QJsonArray &combos, int id)
+{
+    for (int i = 0; i < combos.size(); ++i) {
+        if (combos.at(i).toObject().value("id").toInt() == id)
+            return i;
+    }
+    return -1;
+}
+
+QJsonArray withDefault(const QJsonArray &combos, int id) // one is the default, no other
+{
+    QJsonArray out;
+    for (const QJsonValue &value : combos) {
+        QJsonObject one = value.toObject();
+        one.insert("isDefault", one.value("id").toInt() == id ? 1 : 0);
+        out.append(one);
+    }
+    return out;
 }
 } // namespace
 
@@ -208,6 +249,7 @@ QJsonObject Account::notices(int page) const
         some.append(all.at(i));
     return {{"pageSize", (all.size() + 19) / 20},
             {"pageList", some},
+            {"rows", some},
             {"time", all.isEmpty() ? QString() : all.first().toObject().value("time").toString()}};
 }
 
@@ -251,13 +293,24 @@ int Account::addProject(const QString &name, int *id)
         if (one.toObject().value("name").toString() == name)
             return 2;
     }
-    if (name.isEmpty())
+    if (name.trimmed().isEmpty())
         return 1;
     *id = m_lists.value(QLatin1String("next")).toInt(100);
     m_lists.insert(QStringLiteral("next"), *id + 1);
     all.append(QJsonObject{{"id", *id}, {"name", name}, {"isDefault", 0}});
     m_lists.insert(QStringLiteral("projects"), all);
     return saveLists() ? 0 : 1;
+}
+
+void Account::addProjects(const QStringList &names)
+{
+    QJsonArray all = projects();
+    int next = m_lists.value(QLatin1String("next")).toInt(100);
+    for (const QString &name : names)
+        all.append(QJsonObject{{"id", next++}, {"name", name}, {"isDefault", 0}});
+    m_lists.insert(QStringLiteral("next"), next);
+    m_lists.insert(QStringLiteral("projects"), all);
+    saveLists();
 }
 
 int Account::removeProject(int id)
@@ -290,44 +343,70 @@ QJsonObject Account::projectConfig(int projectId, int software) const
     return saved;
 }
 
+bool Account::saveProjectConfig(int projectId, int software, const QJsonObject &config)
+{
+    QJsonObject all = m_lists.value(QLatin1String("combos")).toObject();
+    all.insert(comboKey(projectId, software), config);
+    m_lists.insert(QStringLiteral("combos"), all);
+    return saveLists();
+}
+
 int Account::saveCombo(const QJsonObject &body, bool fresh, int *id)
+{
+    const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
+    if (projectName(projectId).isEmpty() || software <= 0 || body.value("software").toString().isEmpty())
+        return 1;
+    QJsonObject config = projectConfig(projectId, software), combo;
+    QJsonArray combos = config.value("combos").toArray();
+    for (const char *key : {"name", "software", "plugins", "startGpu", "isDefault", "env_block"}) {
+        if (body.contains(QLatin1String(key)))
+            combo.insert(QLatin1String(key), body.value(QLatin1String(key)));
+    }
+    int at = -1;
+    if (fresh) {
+        *id = m_lists.value(QLatin1String("next")).toInt(100);
+        m_lists.insert(QStringLiteral("next"), *id + 1);
+        at = combos.size();
+        combos.append(combo);
+    } else {
+        *id = body.value("id").toInt();
+        at = comboAt(combos, *id);
+        if (at < 0)
+            return 1;
+    }
+    combo.insert("id", *id);
+    combos.replace(at, combo);
+    config.insert("combos", combo.value("isDefault").toInt() == 1 ? withDefault(combos, *id) : combos);
+    return saveProjectConfig(projectId, software, config) ? 0 : 1;
+}
+
+int Account::setDefaultCombo(const QJsonObject &body)
+{
+    const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
+    QJsonObject config = projectConfig(projectId, software);
+    const QJsonArray combos = config.value("combos").toArray();
+    if (projectName(projectId).isEmpty() || comboAt(combos, body.value("id").toInt()) < 0)
+        return 1;
+    config.insert("combos", withDefault(combos, body.value("id").toInt()));
+    return saveProjectConfig(projectId, software, config) ? 0 : 1;
+}
+
+int Account::savePaths(const QJsonObject &body)
 {
     const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
     if (projectName(projectId).isEmpty() || software <= 0)
         return 1;
     QJsonObject config = projectConfig(projectId, software);
     QJsonObject extra = config.value("extraConfig").toObject();
+    const QJsonObject given = body.value("extraConfig").toObject();
+    for (auto it = given.begin(); it != given.end(); ++it)
+        extra.insert(it.key(), it.value());
     for (const char *key : {"outputPath", "workPath"}) {
         if (body.contains(QLatin1String(key)))
             extra.insert(QLatin1String(key), body.value(QLatin1String(key)));
     }
-    const QJsonObject given = body.value("extraConfig").toObject();
-    for (auto it = given.begin(); it != given.end(); ++it)
-        extra.insert(it.key(), it.value());
     config.insert("extraConfig", extra);
-    QJsonObject combo;
-    for (const char *key : {"id", "name", "software", "plugins", "startGpu", "isDefault", "env_block"}) {
-        if (body.contains(QLatin1String(key)))
-            combo.insert(QLatin1String(key), body.value(QLatin1String(key)));
-    }
-    QJsonArray combos = config.value("combos").toArray();
-    if (fresh) {
-        *id = m_lists.value(QLatin1String("next")).toInt(100);
-        m_lists.insert(QStringLiteral("next"), *id + 1);
-        combo.insert("id", *id);
-        combos.append(combo);
-    } else if (combo.contains("id")) {
-        *id = combo.value("id").toInt();
-        for (int i = 0; i < combos.size(); ++i) {
-            if (combos.at(i).toObject().value("id").toInt() == *id)
-                combos.replace(i, combo);
-        }
-    }
-    config.insert("combos", combos);
-    QJsonObject all = m_lists.value(QLatin1String("combos")).toObject();
-    all.insert(comboKey(projectId, software), config);
-    m_lists.insert(QStringLiteral("combos"), all);
-    return saveLists() ? 0 : 1;
+    return saveProjectConfig(projectId, software, config) ? 0 : 1;
 }
 
 int Account::removeCombo(const QJsonObject &body)
@@ -335,17 +414,12 @@ int Account::removeCombo(const QJsonObject &body)
     const int projectId = body.value("projectId").toInt(), software = body.value("software_type").toInt();
     QJsonObject config = projectConfig(projectId, software);
     QJsonArray combos = config.value("combos").toArray();
-    for (int i = 0; i < combos.size(); ++i) {
-        if (combos.at(i).toObject().value("id").toInt() != body.value("id").toInt())
-            continue;
-        combos.removeAt(i);
-        config.insert("combos", combos);
-        QJsonObject all = m_lists.value(QLatin1String("combos")).toObject();
-        all.insert(comboKey(projectId, software), config);
-        m_lists.insert(QStringLiteral("combos"), all);
-        return saveLists() ? 0 : 1;
-    }
-    return 1;
+    const int at = comboAt(combos, body.value("id").toInt());
+    if (projectName(projectId).isEmpty() || at < 0)
+        return 1;
+    combos.removeAt(at);
+    config.insert("combos", combos);
+    return saveProjectConfig(projectId, software, config) ? 0 : 1;
 }
 
 QJsonArray Account::machines()
@@ -370,25 +444,29 @@ QJsonArray Account::machines()
                         {"isDefault", 0}}};
 }
 
-QJsonArray Account::softwares()
+QJsonArray Account::softwares(int software)
 {
     QJsonArray all;
-    for (const Software &one : known)
-        all.append(QJsonObject{{"id", one.type},
-                               {"softwareType", one.type},
-                               {"name", QLatin1String(one.name)},
-                               {"versions", QJsonArray{QLatin1String(one.version)}}});
+    for (const Software &one : known())
+        if (software <= 0 || one.type == software)
+            all.append(QJsonObject{{"id", one.type},
+                                   {"softwareType", one.type},
+                                   {"name", QLatin1String(one.name)},
+                                   {"versions", QJsonArray::fromStringList(one.versions)}});
     return all;
 }
 
 QJsonArray Account::plugins(int software)
 {
     QJsonArray all;
-    for (const Software &one : known) {
-        if (*one.plugin && (software <= 0 || one.type == software))
-            all.append(QJsonObject{{"name", QLatin1String(one.plugin)},
-                                   {"version", QLatin1String(one.pluginVersion)},
-                                   {"softwareType", one.type}});
+    for (const Software &one : known()) {
+        if (software > 0 && one.type != software)
+            continue;
+        for (const Plugin &plugin : one.plugins) {
+            QJsonObject row = pluginRow(plugin);
+            row.insert("softwareType", one.type);
+            all.append(row);
+        }
     }
     return all;
 }

@@ -43,17 +43,22 @@ public:
     QJsonArray projects() const { return m_lists.value(QLatin1String("projects")).toArray(); }
     QString projectName(int id) const;
     int addProject(const QString &name, int *id);
+    void addProjects(const QStringList &names);
     int removeProject(int id);
     QJsonObject projectConfig(int projectId, int software) const;
+    bool hasProject(int id) const { return !projectName(id).isEmpty(); }
     int saveCombo(const QJsonObject &body, bool fresh, int *id);
+    int setDefaultCombo(const QJsonObject &body);
     int removeCombo(const QJsonObject &body);
+    int savePaths(const QJsonObject &body);
     static QJsonArray machines();
-    static QJsonArray softwares();
+    static QJsonArray softwares(int software); // 0: of all
     static QJsonArray plugins(int software);
 
 private:
     void load();
     bool saveLists();
+    bool saveProjectConfig(int projectId, int software, const QJsonObject &config);
     QString comboKey(int projectId, int software) const { return QStringLiteral("%1_%2").arg(projectId).arg(software); }
 
     Core &m_core;

@@ -130,19 +130,27 @@ void Business::addLists()
         return Answer{1050500 + m_core.account->removeCombo(doc.object()), {}, {}, {}};
     });
     add(10506, [this](Link &, const QJsonDocument &doc) {
+        if (!m_core.account->hasProject(doc.object().value("projectId").toInt()))
+            return Answer{1050601, {}, {}, {}};
         const QJsonObject config = m_core.account->projectConfig(doc.object().value("projectId").toInt(),
                                                                  doc.object().value("software_type").toInt());
         QJsonObject body = config;
         body.insert("projectSoftwareConfig", config);
         return Answer{1050600, body, {}, {}};
     });
-    for (int cmd : {10507, 10508, 10509}) {
-        add(cmd, [this, cmd](Link &, const QJsonDocument &doc) {
-            int id = 0;
-            return Answer{cmd * 100 + m_core.account->saveCombo(doc.object(), false, &id), {{"id", id}}, {}, {}};
-        });
-    }
-    add(10600, [](Link &, const QJsonDocument &) { return Answer{1060000, {{"rows", Account::softwares()}}, {}, {}}; });
+    add(10507, [this](Link &, const QJsonDocument &doc) {
+        return Answer{1050700 + m_core.account->setDefaultCombo(doc.object()), {}, {}, {}};
+    });
+    add(10508, [this](Link &, const QJsonDocument &doc) {
+        int id = 0;
+        return Answer{1050800 + m_core.account->saveCombo(doc.object(), false, &id), {{"id", id}}, {}, {}};
+    });
+    add(10509, [this](Link &, const QJsonDocument &doc) {
+        return Answer{1050900 + m_core.account->savePaths(doc.object()), {}, {}, {}};
+    });
+    add(10600, [](Link &, const QJsonDocument &doc) {
+        return Answer{1060000, {{"rows", Account::softwares(doc.object().value("softwareType").toInt())}}, {}, {}};
+    });
     add(10601, [](Link &, const QJsonDocument &doc) {
         return Answer{1060100, {{"rows", Account::plugins(doc.object().value("softwareType").toInt())}}, {}, {}};
     });

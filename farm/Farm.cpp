@@ -172,6 +172,27 @@ void Farm::rotateTokens()
     tell([](Core &core) { core.account->rotateTokens(); });
 }
 
+void Farm::addProjects(const QStringList &names)
+{
+    tell([names](farm::Core &core) { core.account->addProjects(names); });
+}
+
+void Farm::removeProject(int id)
+{
+    tell([id](farm::Core &core) { core.account->removeProject(id); });
+}
+
+QJsonArray Farm::projects() const
+{
+    return ask<QJsonArray>([](farm::Core &core) { return core.account->projects(); });
+}
+
+QJsonObject Farm::projectConfig(int projectId, int softwareType) const
+{
+    return ask<QJsonObject>(
+        [=](farm::Core &core) { return core.account->projectConfig(projectId, softwareType); });
+}
+
 void Farm::addNotice(const QString &content)
 {
     tell([&](Core &core) { core.account->addNotice(3, content); });

@@ -106,6 +106,8 @@ public:
     QStringList violations() const;       // what the other side did against the protocol, oldest first; kept
     QMap<int, int> commandCounts() const; // how often each command came
     QJsonObject config() const;           // the account's common settings
+    QJsonArray projects() const;
+    QJsonObject projectConfig(int projectId, int softwareType) const;
     QStringList events() const;           // one line a step: "login", "10400 12", "upload D/a.tgd", ...
 
     void kick(int reason);                                // push 10001 to every link
@@ -114,6 +116,9 @@ public:
     void setBalance(double balance);
     void rotateTokens(); // access and transfer tokens given so far are no longer good
     void addNotice(const QString &content);
+    // As another client of the account does it.
+    void addProjects(const QStringList &names);
+    void removeProject(int id);
 
 signals:
     void loggedIn();

@@ -233,6 +233,28 @@
     </message>
 </context>
 <context>
+    <name>CommonSet</name>
+    <message>
+        <source>%1 小时</source>
+        <translation>%1 h</translation>
+    </message>
+    <message>
+        <source>%1 分</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 秒</source>
+        <translation>%1 s</translation>
+    </message>
+</context>
+<context>
+    <name>DialogFrame</name>
+    <message>
+        <source>重试</source>
+        <translation>Retry</translation>
+    </message>
+</context>
+<context>
     <name>DoneTable</name>
     <message>
         <source>下载</source>
@@ -381,6 +403,124 @@
     </message>
 </context>
 <context>
+    <name>EnvBlock</name>
+    <message>
+        <source>软件</source>
+        <translation>Software</translation>
+    </message>
+    <message>
+        <source>插件</source>
+        <translation>Plug-ins</translation>
+    </message>
+    <message>
+        <source>默认</source>
+        <translation>Default</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>环境配置</source>
+        <translation>Environments</translation>
+    </message>
+    <message>
+        <source>没有环境配置</source>
+        <translation>No environments yet</translation>
+    </message>
+    <message>
+        <source>点击“+ 添加配置”创建</source>
+        <translation>Press “+ Add environment” to make one</translation>
+    </message>
+    <message>
+        <source>+ 添加配置</source>
+        <translation>+ Add environment</translation>
+    </message>
+    <message>
+        <source>设为默认</source>
+        <translation>Make default</translation>
+    </message>
+    <message>
+        <source>编辑</source>
+        <translation>Edit</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>确定删除此环境配置吗？</source>
+        <translation>Delete this environment?</translation>
+    </message>
+</context>
+<context>
+    <name>EnvNew</name>
+    <message>
+        <source>添加配置</source>
+        <translation>New environment</translation>
+    </message>
+    <message>
+        <source>编辑配置</source>
+        <translation>Edit environment</translation>
+    </message>
+    <message>
+        <source>软件版本</source>
+        <translation>Software version</translation>
+    </message>
+    <message>
+        <source>启用GPU渲染：</source>
+        <translation>Render on GPU:</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>可选插件</source>
+        <translation>Available plug-ins</translation>
+    </message>
+    <message>
+        <source>搜索插件</source>
+        <translation>Search plug-ins</translation>
+    </message>
+    <message>
+        <source>添加插件</source>
+        <translation>Add plug-in</translation>
+    </message>
+    <message>
+        <source>移除插件</source>
+        <translation>Remove plug-in</translation>
+    </message>
+    <message>
+        <source>已选插件</source>
+        <translation>Chosen plug-ins</translation>
+    </message>
+    <message>
+        <source>服务器没有提供此软件的版本</source>
+        <translation>The server offers no version of this software</translation>
+    </message>
+    <message>
+        <source>未选择渲染器</source>
+        <translation>No renderer is chosen</translation>
+    </message>
+    <message>
+        <source>继续保存</source>
+        <translation>Save anyway</translation>
+    </message>
+    <message>
+        <source>创建失败</source>
+        <translation>Not created</translation>
+    </message>
+    <message>
+        <source>修改失败</source>
+        <translation>Not changed</translation>
+    </message>
+</context>
+<context>
     <name>EnvPre</name>
     <message>
         <source>没有可供选择的项目或机型</source>
@@ -407,40 +547,12 @@
         <translation>Submit %1 scenes</translation>
     </message>
     <message>
-        <source>服务器没有响应，请检查网络后重试</source>
-        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
-    </message>
-    <message>
         <source>… 共 %1 个文件</source>
         <translation>… %1 files in all</translation>
     </message>
     <message>
-        <source>场景：</source>
-        <translation>Scenes:</translation>
-    </message>
-    <message>
-        <source>项目：</source>
-        <translation>Project:</translation>
-    </message>
-    <message>
-        <source>环境：</source>
-        <translation>Environment:</translation>
-    </message>
-    <message>
-        <source>机型：</source>
-        <translation>Machine:</translation>
-    </message>
-    <message>
         <source>工程路径</source>
         <translation>Project folder</translation>
-    </message>
-    <message>
-        <source>工程路径：</source>
-        <translation>Project folder:</translation>
-    </message>
-    <message>
-        <source>重试</source>
-        <translation>Try again</translation>
     </message>
     <message>
         <source>取消</source>
@@ -453,6 +565,89 @@
     <message>
         <source>开始解析</source>
         <translation>Start analysis</translation>
+    </message>
+    <message>
+        <source>新建项目</source>
+        <translation>New project</translation>
+    </message>
+    <message>
+        <source>编辑环境</source>
+        <translation>Edit environments</translation>
+    </message>
+    <message>
+        <source>场景</source>
+        <translation>Scenes</translation>
+    </message>
+    <message>
+        <source>项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>环境</source>
+        <translation>Environment</translation>
+    </message>
+    <message>
+        <source>机型</source>
+        <translation>Machine</translation>
+    </message>
+    <message>
+        <source>正在读取…</source>
+        <translation>Loading…</translation>
+    </message>
+</context>
+<context>
+    <name>EnvSet</name>
+    <message>
+        <source>编辑环境</source>
+        <translation>Edit environments</translation>
+    </message>
+    <message>
+        <source>工程路径</source>
+        <translation>Project folder</translation>
+    </message>
+    <message>
+        <source>出图路径</source>
+        <translation>Output folder</translation>
+    </message>
+    <message>
+        <source>子任务帧数</source>
+        <translation>Frames per sub-task</translation>
+    </message>
+    <message>
+        <source>不指定</source>
+        <translation>Not set</translation>
+    </message>
+    <message>
+        <source>保存路径</source>
+        <translation>Save folders</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>修改失败</source>
+        <translation>Not changed</translation>
+    </message>
+    <message>
+        <source>删除失败</source>
+        <translation>Not deleted</translation>
+    </message>
+    <message>
+        <source>路径尚未保存，确定放弃修改吗？</source>
+        <translation>The folders aren&apos;t saved. Discard the changes?</translation>
+    </message>
+    <message>
+        <source>放弃修改</source>
+        <translation>Discard</translation>
+    </message>
+    <message>
+        <source>文件夹不存在</source>
+        <translation>The folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>保存成功</source>
+        <translation>Saved</translation>
     </message>
 </context>
 <context>
@@ -556,7 +751,7 @@
     </message>
     <message>
         <source>还有 %1 个场景未上传完，下次启动时继续上传。</source>
-        <translation>%1 scenes aren't uploaded yet; the next start goes on with them.</translation>
+        <translation>%1 scenes aren&apos;t uploaded yet; the next start goes on with them.</translation>
     </message>
     <message>
         <source>确定退出程序吗？</source>
@@ -1110,6 +1305,108 @@ May they be saved there?</translation>
     <message>
         <source>没有可渲染的内容，请检查场景后重新解析</source>
         <translation>there is nothing to render, check the scene and analyse it again</translation>
+    </message>
+</context>
+<context>
+    <name>ProjectNew</name>
+    <message>
+        <source>项目名不能为空！</source>
+        <translation>The project needs a name!</translation>
+    </message>
+    <message>
+        <source>请输入少于20个汉字或40个英文字符！</source>
+        <translation>At most 20 Chinese or 40 Latin characters, please!</translation>
+    </message>
+    <message>
+        <source>项目名称只能由中文、字母和数字组成！</source>
+        <translation>A project&apos;s name holds Chinese characters, letters and digits only!</translation>
+    </message>
+    <message>
+        <source>新建项目</source>
+        <translation>New project</translation>
+    </message>
+    <message>
+        <source>项目名称</source>
+        <translation>Project name</translation>
+    </message>
+    <message>
+        <source>中文、字母和数字，最多20个汉字或40个英文字符</source>
+        <translation>Letters and digits, at most 40</translation>
+    </message>
+    <message>
+        <source>创建</source>
+        <translation>Create</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>创建失败</source>
+        <translation>Not created</translation>
+    </message>
+</context>
+<context>
+    <name>ProjectSet</name>
+    <message>
+        <source>项目名称</source>
+        <translation>Project name</translation>
+    </message>
+    <message>
+        <source>默认</source>
+        <translation>Default</translation>
+    </message>
+    <message>
+        <source>默认项目</source>
+        <translation>Default project</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>项目管理</source>
+        <translation>Projects</translation>
+    </message>
+    <message>
+        <source>没有项目</source>
+        <translation>No projects</translation>
+    </message>
+    <message>
+        <source>点击“新建项目”创建</source>
+        <translation>Press “New project” to make one</translation>
+    </message>
+    <message>
+        <source>搜索项目</source>
+        <translation>Search projects</translation>
+    </message>
+    <message>
+        <source>新建项目</source>
+        <translation>New project</translation>
+    </message>
+    <message>
+        <source>编辑环境</source>
+        <translation>Edit environments</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>确定删除此项目吗？</source>
+        <translation>Delete this project?</translation>
+    </message>
+    <message>
+        <source>确定删除这 %1 个项目吗？</source>
+        <translation>Delete these %1 projects?</translation>
+    </message>
+    <message>
+        <source>没有找到项目</source>
+        <translation>No project found</translation>
+    </message>
+    <message>
+        <source>删除失败</source>
+        <translation>Not deleted</translation>
     </message>
 </context>
 <context>
@@ -2281,11 +2578,11 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>对象存储的存储桶不存在</source>
-        <translation>the bucket of the object store doesn't exist</translation>
+        <translation>the bucket of the object store doesn&apos;t exist</translation>
     </message>
     <message>
         <source>本机时间与对象存储相差过大，请校准系统时间</source>
-        <translation>this machine's clock differs too much from the object store's, please set it right</translation>
+        <translation>this machine&apos;s clock differs too much from the object store&apos;s, please set it right</translation>
     </message>
     <message>
         <source>对象存储的密钥已过期</source>
@@ -2305,7 +2602,7 @@ May they be saved there?</translation>
     </message>
     <message>
         <source>上传进度无法保存</source>
-        <translation>the upload's progress can't be saved</translation>
+        <translation>the upload&apos;s progress can&apos;t be saved</translation>
     </message>
     <message>
         <source>对象存储中的文件大小不符</source>

@@ -88,6 +88,11 @@ int EnvChoice::preferred(const QJsonArray &list, const QString &remembered, QStr
     return best;
 }
 
+bool EnvChoice::allowsArrears(const QJsonObject &account)
+{
+    return account.value(QLatin1String("allowArrears")).toVariant().toInt() == 1;
+}
+
 QString EnvChoice::refusal(const Chosen &chosen)
 {
     if (chosen.project.isEmpty() || chosen.machine.isEmpty())
@@ -101,7 +106,7 @@ QString EnvChoice::refusal(const Chosen &chosen)
         return QCoreApplication::translate("EnvPre", "请选择环境");
     if (chosen.softwareType == SoftwareType::Maya && !chosen.mayaProjectExists)
         return QCoreApplication::translate("EnvPre", "项目路径不存在");
-    if (chosen.balance <= 0)
+    if (chosen.balance <= 0 && !chosen.allowArrears)
         return QCoreApplication::translate("EnvPre", "余额不足，请充值");
     return {};
 }

@@ -31,8 +31,11 @@ struct Chosen {
     int resultRoot = Personal; // which folder results go to
     QString resultDir;         // the personal one
     double balance = 0;
+    bool allowArrears = false; // orders without money on the account
     bool mayaProjectExists = true;
 };
+// Whether the account object (10309) lets it order without money.
+bool allowsArrears(const QJsonObject &account);
 // The first test that fails, as its text; empty when all pass.
 QString refusal(const Chosen &chosen);
 QString rset(const Chosen &chosen, const QString &scene); // JSON object, compact

@@ -1,232 +1,242 @@
 #include "view/EnvPre.h"
 #include "common/CommonConfig.h"
+#include "common/facts/Command.h"
 #include "common/facts/SoftwareType.h"
 #include "common/ui/Background.h"
-#include "common/ui/IconTool.h"
+#include "common/ui/kit/Form.h"
+#include "common/ui/kit/RecordModel.h"
+#include "common/ui/kit/ServerCall.h"
 #include "common/UserInfo.h"
-#include "common/VFunc.h"
 #include "db/Calls.h"
-#include "io/Ask.h"
-#include <QAction>
-#include <QComboBox>
+#include "view/set/EnvSet.h"
+#include "view/set/ProjectNew.h"
 #include <QDateTime>
-#include <QFileDialog>
 #include <QFileInfo>
-#include <QFormLayout>
-#include <QLabel>
-#include <QLineEdit>
 #include <QPushButton>
-#include <QTimer>
 
 namespace
 {
-constexpr int AnswerMs = 10000;
-constexpr int ShownScenes = 4;
-constexpr int FieldWidth = 360;
+constexpr int ShownScenes = 4, TipScenes = 40;
+constexpr int FormWidth = 500, NameWidth = 360;
 const QString Group = QStringLiteral("EnvPre");
+const QString Project = QStringLiteral("project"), Env = QStringLiteral("env"), Machine = QStringLiteral("machine");
+const QString Scenes = QStringLiteral("scenes"), MayaPath = QStringLiteral("mayaProject");
 
-QString envMemory(int softwareType) { return QStringLiteral("defaultEnvId_%1").arg(softwareType); }
+QString envMemory(int softwareType) { return Settings::key(Settings::LastEnvironment, softwareType); }
 QString projectKey(const QJsonObject &obj) { return obj.value(QLatin1String("id")).toVariant().toString(); }
-
-void fill(QComboBox *box, const QJsonArray &list, int current, QString (*text)(const QJsonObject &))
-{
-    const QSignalBlocker quiet(box);
-    box->clear();
-    for (const QJsonValue &value : list) {
-        box->addItem(text(value.toObject()), value.toObject());
-        box->setItemData(box->count() - 1, text(value.toObject()), Qt::ToolTipRole);
-    }
-    box->setCurrentIndex(current);
-    box->setEnabled(box->count() > 0);
-}
-
 QString projectName(const QJsonObject &obj) { return obj.value(QLatin1String("name")).toString(); }
 } // namespace
 
 EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent)
-    : BaseWidget(Dialog, parent)
+    : DialogFrame(QStringLiteral("EnvPre"), tr("提交%1文件").arg(SoftwareType::name(softwareType)), parent)
 {
-    setObjectName(QStringLiteral("EnvPre"));
-    setAttribute(Qt::WA_DeleteOnClose);
-    setTitle(tr("提交%1文件").arg(SoftwareType::name(softwareType)));
     m_chosen.softwareType = softwareType;
     m_chosen.scenes = scenes;
     m_chosen.balance = balance;
     m_chosen.resultDir = UserInfo::resultDir();
+    m_chosen.allowArrears = EnvChoice::allowsArrears(CommonConfig::get().raw);
     m_chosen.resultRoot =
         softwareType == SoftwareType::Maya ? CommonConfig::get().mayaResultRootPathEnum : UserInfo::outRoot();
-    makeForm(scenes);
+    m_projectWish = UserInfo::setting(Settings::LastProject).toString();
+    m_envWish = UserInfo::userValue(Group, envMemory(softwareType)).toString();
+    m_machineWish = UserInfo::setting(Settings::LastMachine).toString();
+    makeForm();
+    addButton(tr("新建项目"), Left, [this] { create(); });
+    m_edit = new QPushButton(tr("编辑环境"), this);
+    connect(m_edit, &QPushButton::clicked, this, &EnvPre::edit);
+    addToRow(m_edit);
+    m_ok = addButton(tr("开始解析"), Primary, [this] { accept(); });
+    addButton(tr("取消"), Close);
     askProjects();
 }
 
-void EnvPre::makeForm(const QStringList &scenes)
+void EnvPre::makeForm()
 {
-    auto *form = new QFormLayout;
-    form->setContentsMargins(24, 16, 24, 8);
-    form->setHorizontalSpacing(16);
-    form->setVerticalSpacing(12);
-    form->setLabelAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    QVector<Field> fields{Field::shown(Scenes, tr("场景")), Field::choice(Project, tr("项目")),
+                          Field::choice(Env, tr("环境")), Field::choice(Machine, tr("机型"))};
+    if (m_chosen.softwareType == SoftwareType::Maya)
+        fields << Field::folder(MayaPath, tr("工程路径"));
+    m_form = new Form(fields, this);
+    m_form->setMinimumWidth(FormWidth);
     QStringList names;
-    for (const QString &scene : scenes.mid(0, ShownScenes))
-        names << fontMetrics().elidedText(QFileInfo(scene).fileName(), Qt::ElideMiddle, FieldWidth);
-    if (scenes.size() > ShownScenes)
-        names << tr("… 共 %1 个文件").arg(scenes.size());
-    auto *files = new QLabel(names.join(QLatin1Char('\n')), this);
-    files->setToolTip(scenes.mid(0, 40).join(QLatin1Char('\n')));
-    form->addRow(tr("场景："), files);
-    const auto combo = [&](const QString &text) {
-        auto *box = new QComboBox(this);
-        box->setMinimumWidth(FieldWidth);
-        box->setMaximumWidth(FieldWidth);
-        box->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
-        box->setEnabled(false);
-        auto *label = new QLabel(text, this);
-        label->setBuddy(box);
-        box->setAccessibleName(text);
-        form->addRow(label, box);
-        return box;
-    };
-    m_project = combo(tr("项目："));
-    m_env = combo(tr("环境："));
-    m_machine = combo(tr("机型："));
-    if (m_chosen.softwareType == SoftwareType::Maya) {
-        m_maya = new QLineEdit(this);
-        m_maya->setAccessibleName(tr("工程路径"));
-        QAction *browse = m_maya->addAction(IconTool::icon(QStringLiteral("folder")), QLineEdit::TrailingPosition);
-        connect(browse, &QAction::triggered, this, [this] {
-            auto *dialog = new QFileDialog(this, tr("工程路径"), m_maya->text());
-            dialog->setAttribute(Qt::WA_DeleteOnClose);
-            dialog->setFileMode(QFileDialog::Directory);
-            connect(dialog, &QFileDialog::fileSelected, m_maya, &QLineEdit::setText);
-            dialog->open();
-        });
-        form->addRow(tr("工程路径："), m_maya);
-    }
-    body()->addLayout(form);
-    auto *foot = new QHBoxLayout;
-    foot->setContentsMargins(24, 4, 24, 16);
-    foot->setSpacing(8);
-    m_error = new QLabel(this);
-    m_error->setObjectName(QStringLiteral("errorLine"));
-    m_error->setWordWrap(true);
-    m_error->setMinimumHeight(32);
-    foot->addWidget(m_error, 1);
-    m_again = new QPushButton(tr("重试"), this);
-    m_again->hide();
-    connect(m_again, &QPushButton::clicked, this, [this] { m_projects.isEmpty() ? askProjects() : askProject(); });
-    m_ok = new QPushButton(tr("开始解析"), this);
-    m_ok->setProperty("primary", true);
-    m_ok->setEnabled(false);
-    m_ok->setDefault(true);
-    connect(m_ok, &QPushButton::clicked, this, &EnvPre::accept);
-    auto *cancel = new QPushButton(tr("取消"), this);
-    connect(cancel, &QPushButton::clicked, this, &EnvPre::close);
-    for (QPushButton *button : {m_again, m_ok, cancel})
-        foot->addWidget(button);
-    body()->addLayout(foot);
-    connect(m_project, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &EnvPre::askProject);
+    for (const QString &scene : m_chosen.scenes.mid(0, ShownScenes))
+        names << fontMetrics().elidedText(QFileInfo(scene).fileName(), Qt::ElideMiddle, NameWidth);
+    if (m_chosen.scenes.size() > ShownScenes)
+        names << tr("… 共 %1 个文件").arg(m_chosen.scenes.size());
+    m_form->setValues({{Scenes, names.join(QLatin1Char('\n'))}});
+    m_form->editor(Scenes)->setToolTip(
+        RecordModelBase::plainTip(m_chosen.scenes.mid(0, TipScenes).join(QLatin1Char('\n'))));
+    content()->addWidget(m_form);
+    content()->addStretch(1);
+    connect(m_form, &Form::changed, this, &EnvPre::chosen);
 }
+
+void EnvPre::chosen(const QString &key)
+{
+    if (m_filling)
+        return;
+    if (key == Env)
+        m_envWish = EnvChoice::environmentKey(picked(Env, environments()));
+    if (key == Machine)
+        m_machineWish = EnvChoice::machineName(picked(Machine, m_machines));
+    if (key != Project)
+        return setError({});
+    m_projectWish = projectKey(project());
+    askProject();
+}
+
+void EnvPre::fill(const QString &key, const QJsonArray &list, int current, QString (*text)(const QJsonObject &))
+{
+    m_filling = true;
+    Field::Choices choices;
+    for (int i = 0; i < list.size(); ++i)
+        choices.append({i, text(list.at(i).toObject())});
+    m_form->setChoices(key, choices);
+    m_form->setValue(key, current);
+    m_filling = false;
+}
+
+QJsonObject EnvPre::picked(const QString &key, const QJsonArray &list) const
+{
+    const QJsonValue at = m_form->value(key);
+    return at.isDouble() ? list.at(at.toInt()).toObject() : QJsonObject();
+}
+
+QJsonObject EnvPre::project() const { return picked(Project, m_projects); }
 
 void EnvPre::waitFor(int replies)
 {
+    ++m_round;
     m_open = replies;
-    m_error->clear();
-    m_again->hide();
-    m_ok->setEnabled(false);
+    setError({});
+    setBusy(true, tr("正在读取…"));
 }
 
 // One question of a round; what comes for an earlier choice is dropped.
 void EnvPre::ask(int cmd, const QJsonObject &body, void (EnvPre::*take)(const QJsonDocument &))
 {
-    Ask(cmd, body)
-        .within(AnswerMs)
-        .whenLinked()
-        .any([this, take, round = m_round](int, const QJsonDocument &doc) {
-            if (round == m_round)
-                (this->*take)(doc);
-        })
-        .lost([this, round = m_round](Ask::Loss) {
-            if (round != m_round)
-                return;
-            m_error->setText(tr("服务器没有响应，请检查网络后重试"));
-            m_again->show();
-        })
-        .send(this);
+    ServerCall::ask(this, cmd, body, [this, cmd, take, round = m_round](const ServerCall::Answer &answer) {
+        if (round != m_round)
+            return;
+        if (answer.good())
+            return (this->*take)(answer.doc);
+        ++m_round; // the others of this round don't matter any more
+        setBusy(false);
+        m_ok->setEnabled(false);
+        // Where the server refuses, the project may have been deleted elsewhere: the list is read anew.
+        const bool all = cmd == Command::Projects || answer.kind == ServerCall::Answer::Refused;
+        setError(answer.text(), [this, all] { all ? askProjects() : askProject(); });
+    });
 }
 
 void EnvPre::answered()
 {
     if (--m_open > 0)
         return;
-    m_ok->setEnabled(true);
+    setBusy(false);
+    m_edit->setEnabled(!project().isEmpty());
     m_ok->setFocus();
 }
 
 void EnvPre::askProjects()
 {
     waitFor(1);
-    ++m_round;
-    ask(10502, {}, &EnvPre::projectsReply);
+    ask(Command::Projects, {}, &EnvPre::projectsReply);
 }
 
 void EnvPre::projectsReply(const QJsonDocument &doc)
 {
     m_projects = EnvChoice::projects(doc);
-    const QString last = UserInfo::userValue(Group, QStringLiteral("defaultProject")).toString();
-    fill(m_project, m_projects, EnvChoice::preferred(m_projects, last, projectKey), projectName);
-    if (m_projects.isEmpty())
-        answered();
-    else
-        askProject();
+    fill(Project, m_projects, EnvChoice::preferred(m_projects, m_projectWish, projectKey), projectName);
+    if (!m_projects.isEmpty())
+        return askProject();
+    m_chosen.config = QJsonObject();
+    m_machines = QJsonArray();
+    fill(Env, {}, -1, EnvChoice::environmentText);
+    fill(Machine, {}, -1, EnvChoice::machineName);
+    answered();
 }
-
-QJsonObject EnvPre::project() const { return m_project->currentData().toJsonObject(); }
 
 void EnvPre::askProject()
 {
     waitFor(2);
-    ++m_round;
     const QJsonValue id = project().value(QLatin1String("id"));
-    ask(10506, {{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
+    ask(Command::Environments,
+        {{QStringLiteral("projectId"), id}, {QStringLiteral("software_type"), m_chosen.softwareType}},
         &EnvPre::environmentsReply);
-    ask(11102, {{QStringLiteral("projectId"), id}}, &EnvPre::machinesReply);
+    ask(Command::Machines, {{QStringLiteral("projectId"), id}}, &EnvPre::machinesReply);
 }
 
 void EnvPre::environmentsReply(const QJsonDocument &doc)
 {
     m_chosen.config = EnvChoice::config(doc);
-    const QJsonArray list = m_chosen.config.value(QLatin1String("combos")).toArray();
-    const QString last = UserInfo::userValue(Group, envMemory(m_chosen.softwareType)).toString();
-    fill(m_env, list, EnvChoice::preferred(list, last, EnvChoice::environmentKey), EnvChoice::environmentText);
-    if (m_maya && m_maya->text().isEmpty())
-        m_maya->setText(m_chosen.config.value(QLatin1String("workPath")).toString());
+    const QJsonArray list = environments();
+    fill(Env, list, EnvChoice::preferred(list, m_envWish, EnvChoice::environmentKey), EnvChoice::environmentText);
+    showWorkPath(m_chosen.config.value(QLatin1String("workPath")).toString());
     answered();
 }
 
 void EnvPre::machinesReply(const QJsonDocument &doc)
 {
     m_machines = EnvChoice::machines(doc);
-    const QString last = UserInfo::userValue(Group, QStringLiteral("machine")).toString();
-    fill(m_machine, m_machines, EnvChoice::preferred(m_machines, last, EnvChoice::machineName), EnvChoice::machineName);
+    fill(Machine, m_machines, EnvChoice::preferred(m_machines, m_machineWish, EnvChoice::machineName),
+         EnvChoice::machineName);
     answered();
+}
+
+// The project's own path, unless another one was typed.
+void EnvPre::showWorkPath(const QString &path)
+{
+    const QString shown = m_form->value(MayaPath).toString();
+    if (!shown.isEmpty() && shown != m_workPath)
+        return;
+    m_workPath = path;
+    if (m_form->editor(MayaPath))
+        m_form->setValue(MayaPath, path);
+}
+
+void EnvPre::refreshEnvPre(int projectId)
+{
+    if (projectId > 0)
+        m_projectWish = QString::number(projectId);
+    askProjects();
+}
+
+void EnvPre::refreshResultDir(const QString &, const QString &projectPath) { showWorkPath(projectPath); }
+
+void EnvPre::create()
+{
+    auto *dialog = new ProjectNew(this);
+    connect(dialog, &ProjectNew::refreshEnvPre, this, &EnvPre::refreshEnvPre);
+    dialog->open();
+}
+
+void EnvPre::edit()
+{
+    if (project().isEmpty())
+        return;
+    auto *dialog = new EnvSet(projectKey(project()).toInt(), projectName(project()), m_chosen.softwareType, this);
+    connect(dialog, &EnvSet::refreshResultDir, this, &EnvPre::refreshResultDir);
+    connect(dialog, &EnvSet::refreshEnvPre, this, &EnvPre::refreshEnvPre);
+    connect(dialog, &EnvSet::gone, this, &EnvPre::askProjects);
+    dialog->open();
 }
 
 void EnvPre::accept()
 {
     m_chosen.project = project();
-    m_chosen.env = m_env->currentData().toJsonObject();
-    m_chosen.machine = m_machine->currentData().toJsonObject();
-    if (!m_maya || m_maya->text().trimmed().isEmpty()) {
-        insert();
-        return;
-    }
+    m_chosen.env = picked(Env, environments());
+    m_chosen.machine = picked(Machine, m_machines);
+    m_chosen.mayaProject = m_form->value(MayaPath).toString();
+    m_chosen.mayaProjectExists = true;
+    if (m_chosen.mayaProject.isEmpty())
+        return insert();
     // Whether a folder exists is asked away from the window: it may lie on a drive that doesn't answer.
-    m_chosen.mayaProject = m_maya->text().trimmed();
     m_ok->setEnabled(false);
     Background::run(
         this, [path = m_chosen.mayaProject] { return QFileInfo(path).isDir(); },
         [this](bool exists) {
-            m_ok->setEnabled(true);
+            m_ok->setEnabled(!busy());
             m_chosen.mayaProjectExists = exists;
             insert();
         });
@@ -235,23 +245,21 @@ void EnvPre::accept()
 void EnvPre::insert()
 {
     const QString no = EnvChoice::refusal(m_chosen);
-    if (!no.isEmpty()) {
-        m_error->setText(no);
-        return;
-    }
+    if (!no.isEmpty())
+        return setError(no);
     remember();
     const QList<db_resolve> list = EnvChoice::rows(m_chosen, QDateTime::currentSecsSinceEpoch());
     if (Seam<ResolveCalls>::post([list](ResolveCalls &queue) { queue.addFile(list); })) {
         emit submitted();
         close();
     } else {
-        m_error->setText(tr("解析队列尚未就绪，请稍后重试"));
+        setError(tr("解析队列尚未就绪，请稍后重试"));
     }
 }
 
 void EnvPre::remember() const
 {
-    UserInfo::setUserValue(Group, QStringLiteral("defaultProject"), projectKey(m_chosen.project));
+    UserInfo::setSetting(Settings::LastProject, projectKey(m_chosen.project));
     UserInfo::setUserValue(Group, envMemory(m_chosen.softwareType), EnvChoice::environmentKey(m_chosen.env));
-    UserInfo::setUserValue(Group, QStringLiteral("machine"), EnvChoice::machineName(m_chosen.machine));
+    UserInfo::setSetting(Settings::LastMachine, EnvChoice::machineName(m_chosen.machine));
 }

@@ -1,16 +1,12 @@
 #pragma once
 // The dialog between a drop and the analysis: in which project, with which software, on which machine. Reads the lists
 // from the server, remembers the choices, puts the scenes into the analysis queue. Main thread; deletes itself.
-#include "common/ui/BaseWidget.h"
+#include "common/ui/kit/DialogFrame.h"
 #include "view/EnvChoice.h"
 
-class QComboBox;
-class QLabel;
-class QLineEdit;
-class QPushButton;
-class QTimer;
+class Form;
 
-class EnvPre : public BaseWidget
+class EnvPre : public DialogFrame
 {
     Q_OBJECT
 public:
@@ -19,8 +15,13 @@ public:
 signals:
     void submitted(); // its scenes are on their way into the store
 
+public slots:
+    void refreshEnvPre(int projectId); // lists have changed; 0: no certain project is meant
+    void refreshResultDir(const QString &dir, const QString &projectPath);
+
 private:
-    void makeForm(const QStringList &scenes);
+    void makeForm();
+    void chosen(const QString &key);
     void askProjects();
     void askProject(); // environments and machines of the chosen project
     void projectsReply(const QJsonDocument &doc);
@@ -29,17 +30,24 @@ private:
     void answered(); // one of the awaited replies is there
     void waitFor(int replies);
     void ask(int cmd, const QJsonObject &body, void (EnvPre::*take)(const QJsonDocument &));
+    void fill(const QString &key, const QJsonArray &list, int current, QString (*text)(const QJsonObject &));
+    void showWorkPath(const QString &path);
+    QJsonObject picked(const QString &key, const QJsonArray &list) const; // what is chosen of it
+    QJsonArray environments() const { return m_chosen.config.value(QLatin1String("combos")).toArray(); }
+    QJsonObject project() const;
     void accept();
     void insert();
     void remember() const;
-    QJsonObject project() const;
+    void create();
+    void edit();
 
     EnvChoice::Chosen m_chosen;
     QJsonArray m_projects, m_machines;
-    QComboBox *m_project, *m_env, *m_machine;
-    QLineEdit *m_maya = nullptr;
-    QLabel *m_error;
-    QPushButton *m_ok, *m_again;
+    QString m_projectWish, m_envWish, m_machineWish; // the last ones used, then those chosen here
+    QString m_workPath;                              // as filled in, not typed
+    Form *m_form = nullptr;
+    QPushButton *m_ok = nullptr, *m_edit = nullptr;
     int m_open = 0;  // replies that are awaited
     int m_round = 0; // numbers the questions; answers for another project are dropped
+    bool m_filling = false;
 };

@@ -1,4 +1,5 @@
 #include "view/Resolve.h"
+#include "common/CommonConfig.h"
 #include "common/Debounce.h"
 #include "common/facts/PageSize.h"
 #include "common/facts/SceneState.h"
@@ -301,7 +302,7 @@ void Resolve::rFile(QStringList list)
         MsgTool::msgOk(this, tr("您还没有解析文件的权限，请联系您的母账号开通！"));
         return;
     }
-    if (m_balance <= 0) {
+    if (m_balance <= 0 && !EnvChoice::allowsArrears(CommonConfig::get().raw)) {
         MsgTool::msgOk(this, tr("余额不足，请充值"));
         return;
     }

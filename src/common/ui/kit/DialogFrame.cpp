@@ -21,7 +21,8 @@ public:
 
 DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *parent)
     : BaseWidget(Dialog, parent), m_content(new QVBoxLayout), m_scroll(new Scroll(this)), m_row(new QHBoxLayout),
-      m_heading(new QLabel(this)), m_error(new QLabel(this)), m_busy(nullptr)
+      m_heading(new QLabel(this)), m_error(new QLabel(this)), m_again(new QPushButton(tr("重试"), this)),
+      m_busy(nullptr)
 {
     setObjectName(name);
     setAttribute(Qt::WA_DeleteOnClose);
@@ -45,9 +46,18 @@ DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *par
     m_error->setObjectName(QStringLiteral("errorLine"));
     m_error->setTextFormat(Qt::PlainText);
     m_error->setWordWrap(true);
-    m_error->setContentsMargins(Metrics::Inset, 4, Metrics::Inset, 4);
     m_error->hide();
-    body()->addWidget(m_error);
+    m_again->hide();
+    connect(m_again, &QPushButton::clicked, this, [this] {
+        if (const std::function<void()> retry = m_retry)
+            retry();
+    });
+    auto *line = new QHBoxLayout;
+    line->setContentsMargins(Metrics::Inset, 4, Metrics::Inset, 0);
+    line->setSpacing(Metrics::Gap);
+    line->addWidget(m_error, 1);
+    line->addWidget(m_again);
+    body()->addLayout(line);
     m_row->setContentsMargins(Metrics::Inset, 12, Metrics::Inset, Metrics::Margin);
     m_row->setSpacing(Metrics::Gap);
     m_row->addStretch(1);
@@ -83,10 +93,12 @@ QPushButton *DialogFrame::addButton(const QString &text, ButtonKind kind, std::f
 
 void DialogFrame::addToRow(QWidget *widget) { m_row->insertWidget(m_row->count() ? 0 : -1, widget); }
 
-void DialogFrame::setError(const QString &text)
+void DialogFrame::setError(const QString &text, std::function<void()> again)
 {
     m_error->setText(text);
     m_error->setVisible(!text.isEmpty());
+    m_retry = std::move(again);
+    m_again->setVisible(!text.isEmpty() && m_retry);
 }
 
 QString DialogFrame::error() const { return m_error->text(); }

@@ -26,7 +26,8 @@ public:
     QPushButton *addButton(const QString &text, ButtonKind kind = Plain, std::function<void()> hit = {});
     void addToRow(QWidget *widget); // at the left of the buttons: a choice, pages
 
-    void setError(const QString &text); // above the buttons; empty: none
+    // Above the buttons; empty: none. With again there's "重试" beside it.
+    void setError(const QString &text, std::function<void()> again = {});
     QString error() const;
     void setBusy(bool on, const QString &text = {}); // the body is covered, the primary button rests
     bool busy() const;
@@ -41,6 +42,8 @@ private:
     QHBoxLayout *m_row;
     QLabel *m_heading, *m_error;
     QPushButton *m_primary = nullptr;
+    QPushButton *m_again;
+    std::function<void()> m_retry;
     Busy *m_busy;
     QSize m_wanted;
 };

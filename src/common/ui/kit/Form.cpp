@@ -67,7 +67,7 @@ Form::Form(const QVector<Field> &fields, QWidget *parent) : QWidget(parent), m_l
 void Form::add(const Field &field)
 {
     const int at = m_rows.size();
-    m_rows.append(Row{field, nullptr, nullptr, {}, {}, false});
+    m_rows.append(Row{field, nullptr, nullptr, nullptr, {}, {}, false});
     QWidget *line = nullptr;
     QWidget *editor = makeEditor(at, &line);
     m_rows[at].editor = editor;
@@ -129,14 +129,21 @@ QWidget *Form::makeEditor(int at, QWidget **line)
         edit->setEchoMode(QLineEdit::Password);
     connect(edit, &QLineEdit::textChanged, this, told);
     const bool path = field.kind == Field::File || field.kind == Field::Folder;
-    if (!path && field.unit.isEmpty())
-        return *line = edit, edit;
+    const bool bare = !path && field.unit.isEmpty() && field.none.isEmpty();
+    *line = bare ? edit : makeLine(at, edit);
+    return edit;
+}
+
+// What stands beside the editor: a picker, a unit, a switch for 0.
+QWidget *Form::makeLine(int at, QLineEdit *edit)
+{
+    const Field &field = m_rows.at(at).field;
     auto *both = new QWidget(this);
     auto *row = new QHBoxLayout(both);
     row->setContentsMargins(0, 0, 0, 0);
     row->setSpacing(Metrics::Gap);
     row->addWidget(edit, 1);
-    if (path) {
+    if (field.kind == Field::File || field.kind == Field::Folder) {
         auto *browse = new QToolButton(both);
         browse->setIcon(IconTool::icon(QStringLiteral("folder")));
         browse->setFixedSize(Metrics::Control, Metrics::Control);
@@ -145,11 +152,18 @@ QWidget *Form::makeEditor(int at, QWidget **line)
         browse->setAccessibleName(browse->toolTip());
         connect(browse, &QToolButton::clicked, this, [this, at] { pick(at); });
         row->addWidget(browse);
-    } else {
-        row->addWidget(new QLabel(field.unit, both));
     }
-    *line = both;
-    return edit;
+    if (!field.unit.isEmpty())
+        row->addWidget(new QLabel(field.unit, both));
+    if (!field.none.isEmpty()) {
+        auto *none = new QCheckBox(field.none, both);
+        none->setObjectName(field.key + QStringLiteral("None"));
+        none->setAccessibleName(QStringLiteral("%1 %2").arg(field.label, field.none));
+        connect(none, &QCheckBox::toggled, this, [this, at] { typed(at); });
+        m_rows[at].none = none;
+        row->addWidget(none);
+    }
+    return both;
 }
 
 void Form::pick(int at)
@@ -184,6 +198,8 @@ QJsonValue Form::read(const Row &row) const
         return at < 0 || at >= row.field.choices.size() ? QJsonValue() : row.field.choices.at(at).first;
     }
     case Field::Number: {
+        if (row.none && row.none->isChecked())
+            return 0;
         bool good = false;
         const QString text = static_cast<QLineEdit *>(row.editor)->text().trimmed();
         const qlonglong number = text.toLongLong(&good);
@@ -215,6 +231,11 @@ void Form::write(Row *row, const QJsonValue &value)
         break;
     }
     default:
+        if (row->none) {
+            row->none->setChecked(value.toVariant().toDouble() <= 0);
+            if (row->none->isChecked())
+                return;
+        }
         static_cast<QLineEdit *>(row->editor)->setText(text);
     }
 }
@@ -312,9 +333,11 @@ void Form::judge(int at)
             row.why = row.foreign;
     }
     const bool tell = !row.why.isEmpty() && (row.touched || !row.foreign.isEmpty());
-    const QString note = tell                                               ? row.why
-                         : field.kind == Field::Frames && row.why.isEmpty() ? framesNote(text)
-                                                                            : QString();
+    const QString note = tell                          ? row.why
+                         : !row.why.isEmpty()          ? QString()
+                         : field.kind == Field::Frames ? framesNote(text)
+                         : field.told                  ? field.told(value, values())
+                                                       : QString();
     row.note->setText(note);
     row.note->setVisible(!note.isEmpty());
     row.editor->setAccessibleDescription(tell ? row.why : field.hint);
@@ -332,7 +355,10 @@ void Form::follow()
     const QJsonObject all = values();
     for (Row &row : m_rows) {
         const bool empty = row.field.kind == Field::Choice && row.field.choices.isEmpty();
-        row.editor->setEnabled(!empty && (!row.field.when || row.field.when(all)));
+        const bool on = !empty && (!row.field.when || row.field.when(all));
+        row.editor->setEnabled(on && !(row.none && row.none->isChecked()));
+        if (row.none)
+            row.none->setEnabled(on);
     }
 }
 

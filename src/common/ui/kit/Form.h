@@ -15,8 +15,10 @@
 #include <QVector>
 #include <QWidget>
 
+class QCheckBox;
 class QFormLayout;
 class QLabel;
+class QLineEdit;
 
 struct Field {
     enum Kind { Text, Number, Frames, File, Folder, Choice, Switch, ReadOnly };
@@ -29,6 +31,8 @@ struct Field {
     qlonglong from = 0, to = 2147483647;
     int most = 0; // characters; 0: no limit
     bool must = false, password = false;
+    QString none;                                                                 // of a number: what 0 means
+    std::function<QString(const QJsonValue &value, const QJsonObject &all)> told; // what a good value comes to
     Choices choices;
     Why why;
     std::function<bool(const QJsonObject &all)> when; // enabled only then
@@ -48,6 +52,9 @@ struct Field {
     Field &measured(const QString &text) { return unit = text, *this; }
     Field &checked(Why f) { return why = std::move(f), *this; }
     Field &onlyWhen(std::function<bool(const QJsonObject &)> f) { return when = std::move(f), *this; }
+    // A number with a switch of its own that stands for 0 ("不限").
+    Field &orNone(const QString &text) { return none = text, *this; }
+    Field &telling(Why f) { return told = std::move(f), *this; } // shown under the field while its value is good
     Field &secret() { return password = true, *this; }
 };
 
@@ -77,12 +84,14 @@ private:
     struct Row {
         Field field;
         QWidget *editor = nullptr; // QLineEdit, QComboBox, QCheckBox or QLabel
+        QCheckBox *none = nullptr; // stands for 0
         QLabel *note = nullptr;    // under the field: why, or what a frame text expands to
         QString why, foreign;      // own and told from outside
         bool touched = false;
     };
     void add(const Field &field);
     QWidget *makeEditor(int row, QWidget **line);
+    QWidget *makeLine(int row, QLineEdit *edit);
     void pick(int row);
     void typed(int row);
     void judge(int row);
