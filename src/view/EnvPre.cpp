@@ -4,6 +4,7 @@
 #include "common/facts/SoftwareType.h"
 #include "common/ui/Background.h"
 #include "common/ui/kit/Form.h"
+#include "common/ui/kit/Metrics.h"
 #include "common/ui/kit/RecordModel.h"
 #include "common/ui/kit/ServerCall.h"
 #include "common/UserInfo.h"
@@ -66,6 +67,9 @@ void EnvPre::makeForm()
     m_form->setValues({{Scenes, names.join(QLatin1Char('\n'))}});
     m_form->editor(Scenes)->setToolTip(
         RecordModelBase::plainTip(m_chosen.scenes.mid(0, TipScenes).join(QLatin1Char('\n'))));
+    m_form->editor(Scenes)->setMinimumWidth(NameWidth + Metrics::Gap);
+    for (const QString &key : {Project, Env, Machine})
+        m_form->editor(key)->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     content()->addWidget(m_form);
     content()->addStretch(1);
     connect(m_form, &Form::changed, this, &EnvPre::chosen);

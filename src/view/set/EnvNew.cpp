@@ -43,6 +43,7 @@ EnvNew::EnvNew(int projectId, int softwareType, const QJsonObject &env, QWidget 
 {
     setHeading(SoftwareType::name(softwareType));
     m_form = new Form({Field::choice(Software, tr("软件版本")).needed()}, this);
+    m_form->editor(Software)->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     content()->addWidget(m_form);
     makeLists();
     auto *gpu = new QHBoxLayout;

@@ -23,7 +23,7 @@ RecordModel<Project> *makeModel(QObject *parent)
          C(QStringLiteral("name"), ProjectSet::tr("项目名称"), 260)
              .text([](const Project &p) { return p.name; })
              .stretch(),
-         C(QStringLiteral("default"), ProjectSet::tr("默认"), 72)
+         C(QStringLiteral("default"), ProjectSet::tr("默认"), 110)
              .text([](const Project &p) { return p.isDefault ? ProjectSet::tr("默认项目") : QString(); })
              .tint([](const Project &) { return Tint::Quiet; })
              .giving(1),

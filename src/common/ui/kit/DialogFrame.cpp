@@ -5,7 +5,9 @@
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
+#include <QScreen>
 #include <QScrollArea>
+#include <QScrollBar>
 
 namespace
 {
@@ -15,7 +17,20 @@ class Scroll : public QScrollArea
 public:
     using QScrollArea::QScrollArea;
     QSize wanted;
-    QSize sizeHint() const override { return wanted.expandedTo(widget() ? widget()->sizeHint() : QSize()); }
+    QSize sizeHint() const override
+    {
+        // Where the screen is too low, the bar takes of the width.
+        const int bar = verticalScrollBar()->sizeHint().width();
+        return wanted.expandedTo(widget() ? widget()->sizeHint() + QSize(bar, 0) : QSize());
+    }
+
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::LayoutRequest)
+            updateGeometry();
+        return QScrollArea::eventFilter(watched, event);
+    }
 };
 } // namespace
 
@@ -119,6 +134,22 @@ void DialogFrame::showEvent(QShowEvent *event)
         focusNextPrevChild(true);
     if (m_primary && (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
         m_primary->setFocus();
+}
+
+// A line that appears (what is wrong with a field) is given its room; nothing ever shrinks under the mouse.
+bool DialogFrame::event(QEvent *event)
+{
+    const bool done = BaseWidget::event(event);
+    if (event->type() != QEvent::LayoutRequest || !isVisible() || !screen())
+        return done;
+    const QRect whole = screen()->availableGeometry();
+    const QSize room = sizeHint().expandedTo(size()).boundedTo(whole.size());
+    if (room != size()) {
+        resize(room);
+        move(qBound(whole.left(), x(), whole.right() - room.width() + 1),
+             qBound(whole.top(), y(), whole.bottom() - room.height() + 1));
+    }
+    return done;
 }
 
 void DialogFrame::keyPressEvent(QKeyEvent *event)
