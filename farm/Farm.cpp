@@ -189,8 +189,7 @@ QJsonArray Farm::projects() const
 
 QJsonObject Farm::projectConfig(int projectId, int softwareType) const
 {
-    return ask<QJsonObject>(
-        [=](farm::Core &core) { return core.account->projectConfig(projectId, softwareType); });
+    return ask<QJsonObject>([=](farm::Core &core) { return core.account->projectConfig(projectId, softwareType); });
 }
 
 void Farm::addNotice(const QString &content)

@@ -108,7 +108,7 @@ public:
     QJsonObject config() const;           // the account's common settings
     QJsonArray projects() const;
     QJsonObject projectConfig(int projectId, int softwareType) const;
-    QStringList events() const;           // one line a step: "login", "10400 12", "upload D/a.tgd", ...
+    QStringList events() const; // one line a step: "login", "10400 12", "upload D/a.tgd", ...
 
     void kick(int reason);                                // push 10001 to every link
     void push(int cmd, int val, const QJsonObject &body); // any push, to every link that has logged in

@@ -56,7 +56,8 @@ QStringList texts(const QListWidget *list)
 }
 bool act(TablePage *table, const QString &row, const char *id)
 {
-    const QModelIndexList found = table->view()->model()->match(table->view()->model()->index(0, 0), Qt::DisplayRole, row, 1, Qt::MatchStartsWith);
+    const QModelIndexList found =
+        table->view()->model()->match(table->view()->model()->index(0, 0), Qt::DisplayRole, row, 1, Qt::MatchStartsWith);
     QModelIndex index = found.value(0);
     for (int column = 0; !index.isValid() && column < table->view()->model()->columnCount(); ++column)
         for (int i = 0; i < table->view()->model()->rowCount() && !index.isValid(); ++i)
@@ -105,7 +106,8 @@ private slots:
     {
         QTest::addColumn<QString>("name");
         QTest::addColumn<QString>("fault");
-        const QString empty = "项目名不能为空！", large = "请输入少于20个汉字或40个英文字符！", odd = "项目名称只能由中文、字母和数字组成！";
+        const QString empty = "项目名不能为空！", large = "请输入少于20个汉字或40个英文字符！",
+                      odd = "项目名称只能由中文、字母和数字组成！";
         addRow("empty", QString(), empty);
         addRow("40 letters", QString(40, 'a'), QString());
         addRow("41 letters", QString(41, 'a'), large);
@@ -146,7 +148,9 @@ private slots:
     {
         QCOMPARE(EnvRules::versions(json(R"({"rows":[{"versions":["a","b"]},{"software":"c"},"d","a",7,null]})")),
                  (QStringList{"a", "b", "c", "d", "7"}));
-        QCOMPARE(EnvRules::plugins(json(R"({"data":{"rows":[{"name":"x","versions":[1,"2"]},{"name":"y","version":3},{"version":4}]}})")).size(), 3);
+        QCOMPARE(
+            EnvRules::plugins(json(R"({"data":{"rows":[{"name":"x","versions":[1,"2"]},{"name":"y","version":3},{"version":4}]}})")).size(),
+            3);
         for (const char *odd : {"7", "{}", "[[]]", R"({"rows":{"rows":"x"}})", "<html>"})
             QVERIFY(EnvRules::versions(json(odd)).isEmpty() && EnvRules::plugins(json(odd)).isEmpty());
         const QJsonArray old{QJsonObject{{"name", "mtoa"}, {"version", "1"}}, QJsonObject{{"name", "yeti"}, {"version", "1"}}};
