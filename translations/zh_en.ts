@@ -248,6 +248,28 @@
     </message>
 </context>
 <context>
+    <name>ContactModel</name>
+    <message>
+        <source>%1（缺）</source>
+        <translation>%1 (missing)</translation>
+    </message>
+    <message>
+        <source>第 %1 帧还没有</source>
+        <translation>Frame %1 isn&apos;t there yet</translation>
+    </message>
+    <message>
+        <source>第 %1 帧</source>
+        <translation>Frame %1</translation>
+    </message>
+</context>
+<context>
+    <name>ContactSheet</name>
+    <message>
+        <source>所有帧</source>
+        <translation>All frames</translation>
+    </message>
+</context>
+<context>
     <name>DialogFrame</name>
     <message>
         <source>重试</source>
@@ -682,6 +704,36 @@
     </message>
 </context>
 <context>
+    <name>FrameCanvas</name>
+    <message>
+        <source>图片</source>
+        <translation>Picture</translation>
+    </message>
+</context>
+<context>
+    <name>FrameReader</name>
+    <message>
+        <source>图片太大：%1*%2</source>
+        <translation>The picture is too large: %1*%2</translation>
+    </message>
+    <message>
+        <source>图片无法预览</source>
+        <translation>The picture can&apos;t be shown</translation>
+    </message>
+    <message>
+        <source>文件不存在</source>
+        <translation>The file isn&apos;t there</translation>
+    </message>
+    <message>
+        <source>文件打开失败</source>
+        <translation>The file can&apos;t be opened</translation>
+    </message>
+    <message>
+        <source>文件太大</source>
+        <translation>The file is too large</translation>
+    </message>
+</context>
+<context>
     <name>FrameSet</name>
     <message>
         <source>不支持输入英文，请检查！</source>
@@ -710,6 +762,101 @@
     <message>
         <source>优先帧不在序列帧范围内！</source>
         <translation>The priority frames lie outside the frame sequence!</translation>
+    </message>
+</context>
+<context>
+    <name>FrameView</name>
+    <message>
+        <source>图片预览</source>
+        <translation>Picture</translation>
+    </message>
+    <message>
+        <source>彩色</source>
+        <translation>Colour</translation>
+    </message>
+    <message>
+        <source>亮度</source>
+        <translation>Luminance</translation>
+    </message>
+    <message>
+        <source>通道</source>
+        <translation>Channel</translation>
+    </message>
+    <message>
+        <source>曝光</source>
+        <translation>Exposure</translation>
+    </message>
+    <message>
+        <source>伽马</source>
+        <translation>Gamma</translation>
+    </message>
+    <message>
+        <source>不对比</source>
+        <translation>No comparison</translation>
+    </message>
+    <message>
+        <source>并排</source>
+        <translation>Side by side</translation>
+    </message>
+    <message>
+        <source>划变</source>
+        <translation>Wipe</translation>
+    </message>
+    <message>
+        <source>对比</source>
+        <translation>Compare</translation>
+    </message>
+    <message>
+        <source>适合窗口</source>
+        <translation>Fit</translation>
+    </message>
+    <message>
+        <source>实际像素</source>
+        <translation>Pixel for pixel</translation>
+    </message>
+    <message>
+        <source>缩略图</source>
+        <translation>Sheet</translation>
+    </message>
+    <message>
+        <source>选择对比的图片</source>
+        <translation>Choose a picture to compare</translation>
+    </message>
+    <message>
+        <source>播放</source>
+        <translation>Play</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>每秒帧数</source>
+        <translation>Frames per second</translation>
+    </message>
+    <message>
+        <source>帧</source>
+        <translation>Frame</translation>
+    </message>
+    <message>
+        <source>读取中 ...</source>
+        <translation>Reading ...</translation>
+    </message>
+    <message>
+        <source>第 %1 帧，共 %2 帧</source>
+        <translation>Frame %1 of %2 frames</translation>
+    </message>
+    <message>
+        <source>，缺 %1 帧</source>
+        <translation>, %1 missing</translation>
+    </message>
+    <message>
+        <source>第 %1 帧还没有</source>
+        <translation>Frame %1 isn&apos;t there yet</translation>
+    </message>
+    <message>
+        <source>，浮点</source>
+        <translation>, float</translation>
     </message>
 </context>
 <context>
@@ -797,6 +944,92 @@
     <message>
         <source>文件内设置的渲染器与所选渲染器不一致，请修改后再提交</source>
         <translation>The renderer set in the file isn&apos;t the chosen one. Change it, then submit</translation>
+    </message>
+</context>
+<context>
+    <name>LogText</name>
+    <message>
+        <source>日志内容</source>
+        <translation>Log</translation>
+    </message>
+</context>
+<context>
+    <name>LogView</name>
+    <message>
+        <source>日志查看</source>
+        <translation>Log</translation>
+    </message>
+    <message>
+        <source>搜索，可用正则表达式</source>
+        <translation>Search, also with regular expressions</translation>
+    </message>
+    <message>
+        <source>搜索日志</source>
+        <translation>Search the log</translation>
+    </message>
+    <message>
+        <source>上一个</source>
+        <translation>Previous</translation>
+    </message>
+    <message>
+        <source>下一个</source>
+        <translation>Next</translation>
+    </message>
+    <message>
+        <source>下一个错误</source>
+        <translation>Next error</translation>
+    </message>
+    <message>
+        <source>自动换行</source>
+        <translation>Wrap lines</translation>
+    </message>
+    <message>
+        <source>编码</source>
+        <translation>Encoding</translation>
+    </message>
+    <message>
+        <source>复制</source>
+        <translation>Copy</translation>
+    </message>
+    <message>
+        <source>另存为</source>
+        <translation>Save as</translation>
+    </message>
+    <message>
+        <source>日志已重新开始</source>
+        <translation>The log has begun anew</translation>
+    </message>
+    <message>
+        <source>%L1 行，%L2 字节</source>
+        <translation>%L1 lines, %L2 bytes</translation>
+    </message>
+    <message>
+        <source>日志无法写入：%1</source>
+        <translation>The log can&apos;t be written: %1</translation>
+    </message>
+    <message>
+        <source>表达式有误：%1</source>
+        <translation>The expression is wrong: %1</translation>
+    </message>
+    <message>
+        <source>搜索中 ...</source>
+        <translation>Searching ...</translation>
+    </message>
+    <message>
+        <source>没有找到</source>
+        <translation>Nothing found</translation>
+    </message>
+    <message>
+        <source>已复制 %L1 行</source>
+        <translation>%L1 lines copied</translation>
+    </message>
+    <message>
+        <source>已保存：%1</source>
+        <translation>Saved: %1</translation>
+    </message>
+    <message>
+        <source>无法保存：%1</source>
+        <translation>Can&apos;t be saved: %1</translation>
     </message>
 </context>
 <context>
@@ -3068,239 +3301,6 @@ You can also change the folder, but only for new tasks</translation>
     <message>
         <source>网页</source>
         <translation>Web page</translation>
-    </message>
-</context>
-<context>
-    <name>LogText</name>
-    <message>
-        <source>日志内容</source>
-        <translation>Log</translation>
-    </message>
-</context>
-<context>
-    <name>LogView</name>
-    <message>
-        <source>日志查看</source>
-        <translation>Log</translation>
-    </message>
-    <message>
-        <source>搜索，可用正则表达式</source>
-        <translation>Search, also with regular expressions</translation>
-    </message>
-    <message>
-        <source>搜索日志</source>
-        <translation>Search the log</translation>
-    </message>
-    <message>
-        <source>上一个</source>
-        <translation>Previous</translation>
-    </message>
-    <message>
-        <source>下一个</source>
-        <translation>Next</translation>
-    </message>
-    <message>
-        <source>下一个错误</source>
-        <translation>Next error</translation>
-    </message>
-    <message>
-        <source>自动换行</source>
-        <translation>Wrap lines</translation>
-    </message>
-    <message>
-        <source>编码</source>
-        <translation>Encoding</translation>
-    </message>
-    <message>
-        <source>复制</source>
-        <translation>Copy</translation>
-    </message>
-    <message>
-        <source>另存为</source>
-        <translation>Save as</translation>
-    </message>
-    <message>
-        <source>日志已重新开始</source>
-        <translation>The log has begun anew</translation>
-    </message>
-    <message>
-        <source>%L1 行，%L2 字节</source>
-        <translation>%L1 lines, %L2 bytes</translation>
-    </message>
-    <message>
-        <source>日志无法写入：%1</source>
-        <translation>The log can&apos;t be written: %1</translation>
-    </message>
-    <message>
-        <source>表达式有误：%1</source>
-        <translation>The expression is wrong: %1</translation>
-    </message>
-    <message>
-        <source>搜索中 ...</source>
-        <translation>Searching ...</translation>
-    </message>
-    <message>
-        <source>没有找到</source>
-        <translation>Nothing found</translation>
-    </message>
-    <message>
-        <source>已复制 %L1 行</source>
-        <translation>%L1 lines copied</translation>
-    </message>
-    <message>
-        <source>已保存：%1</source>
-        <translation>Saved: %1</translation>
-    </message>
-    <message>
-        <source>无法保存：%1</source>
-        <translation>Can&apos;t be saved: %1</translation>
-    </message>
-</context>
-<context>
-    <name>FrameCanvas</name>
-    <message>
-        <source>图片</source>
-        <translation>Picture</translation>
-    </message>
-</context>
-<context>
-    <name>FrameView</name>
-    <message>
-        <source>图片预览</source>
-        <translation>Picture</translation>
-    </message>
-    <message>
-        <source>彩色</source>
-        <translation>Colour</translation>
-    </message>
-    <message>
-        <source>亮度</source>
-        <translation>Luminance</translation>
-    </message>
-    <message>
-        <source>通道</source>
-        <translation>Channel</translation>
-    </message>
-    <message>
-        <source>曝光</source>
-        <translation>Exposure</translation>
-    </message>
-    <message>
-        <source>伽马</source>
-        <translation>Gamma</translation>
-    </message>
-    <message>
-        <source>不对比</source>
-        <translation>No comparison</translation>
-    </message>
-    <message>
-        <source>并排</source>
-        <translation>Side by side</translation>
-    </message>
-    <message>
-        <source>划变</source>
-        <translation>Wipe</translation>
-    </message>
-    <message>
-        <source>对比</source>
-        <translation>Compare</translation>
-    </message>
-    <message>
-        <source>适合窗口</source>
-        <translation>Fit</translation>
-    </message>
-    <message>
-        <source>实际像素</source>
-        <translation>Pixel for pixel</translation>
-    </message>
-    <message>
-        <source>缩略图</source>
-        <translation>Sheet</translation>
-    </message>
-    <message>
-        <source>选择对比的图片</source>
-        <translation>Choose a picture to compare</translation>
-    </message>
-    <message>
-        <source>播放</source>
-        <translation>Play</translation>
-    </message>
-    <message>
-        <source>暂停</source>
-        <translation>Pause</translation>
-    </message>
-    <message>
-        <source>每秒帧数</source>
-        <translation>Frames per second</translation>
-    </message>
-    <message>
-        <source>帧</source>
-        <translation>Frame</translation>
-    </message>
-    <message>
-        <source>读取中 ...</source>
-        <translation>Reading ...</translation>
-    </message>
-    <message>
-        <source>第 %1 帧，共 %2 帧</source>
-        <translation>Frame %1 of %2 frames</translation>
-    </message>
-    <message>
-        <source>，缺 %1 帧</source>
-        <translation>, %1 missing</translation>
-    </message>
-    <message>
-        <source>第 %1 帧还没有</source>
-        <translation>Frame %1 isn&apos;t there yet</translation>
-    </message>
-    <message>
-        <source>，浮点</source>
-        <translation>, float</translation>
-    </message>
-</context>
-<context>
-    <name>ContactModel</name>
-    <message>
-        <source>%1（缺）</source>
-        <translation>%1 (missing)</translation>
-    </message>
-    <message>
-        <source>第 %1 帧还没有</source>
-        <translation>Frame %1 isn&apos;t there yet</translation>
-    </message>
-    <message>
-        <source>第 %1 帧</source>
-        <translation>Frame %1</translation>
-    </message>
-</context>
-<context>
-    <name>ContactSheet</name>
-    <message>
-        <source>所有帧</source>
-        <translation>All frames</translation>
-    </message>
-</context>
-<context>
-    <name>FrameReader</name>
-    <message>
-        <source>图片太大：%1*%2</source>
-        <translation>The picture is too large: %1*%2</translation>
-    </message>
-    <message>
-        <source>图片无法预览</source>
-        <translation>The picture can&apos;t be shown</translation>
-    </message>
-    <message>
-        <source>文件不存在</source>
-        <translation>The file isn&apos;t there</translation>
-    </message>
-    <message>
-        <source>文件打开失败</source>
-        <translation>The file can&apos;t be opened</translation>
-    </message>
-    <message>
-        <source>文件太大</source>
-        <translation>The file is too large</translation>
     </message>
 </context>
 </TS>
