@@ -3,6 +3,7 @@
 #include "common/facts/Command.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
+#include "common/ui/kit/ServerCall.h"
 #include "common/ui/Links.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
@@ -273,7 +274,7 @@ void Login::confirmReply(int val, const QJsonDocument &doc)
     // A good result without an account is none: everything of a session is kept under its number.
     const bool nobody = doc.object().value(QLatin1String("userId")).toVariant().toInt() <= 0;
     if (val != 1030900 || nobody) {
-        const QString text = val != 1030900 ? Session::errorText(val) : tr("服务器没有给出账号，请重新登录");
+        const QString text = val != 1030900 ? ServerCall::codeText(val) : tr("服务器没有给出账号，请重新登录");
         qWarning().noquote() << "Login::confirmReply" << val << text;
         reLogin(110);
         MsgTool::msgOk(this, text);

@@ -222,7 +222,7 @@ private slots:
     void refusedConfirmation_data()
     {
         columns<int, QJsonValue, QString>("val", "user", "text");
-        addRow("refused", 1040022, QJsonValue(5), "账户信息获取失败");
+        addRow("refused", 1040022, QJsonValue(5), "账户信息获取失败 (1040022)");
         for (const QJsonValue &user : {QJsonValue(), QJsonValue(0), QJsonValue("x")})
             QTest::addRow("good, but for %s", qPrintable(user.toVariant().toString()))
                 << 1030900 << user << "服务器没有给出账号，请重新登录";

@@ -449,6 +449,7 @@ private slots:
         db_resolve res = scene(4, 106);
         res.rdata = QJsonDocument(rdata).toJson();
         m_page->paraSet(res);
+        QVERIFY(topLevel<SceneInfo>()->width() > 600 && topLevel<SceneInfo>()->height() > 420);
         QVERIFY(::press(topLevel<SceneInfo>(), "提交渲染"));
         QCOMPARE(calls(), QStringList{"commit 4 0"});
     }

@@ -118,10 +118,15 @@ void DownHandler::listAnswered(int mid, int val, const QJsonObject &obj)
         return; // answered already
     if (val == Command::success(Command::ResultList))
         return missionDown(mid, obj);
-    qWarning().noquote() << "DownHandler::listAnswered" << mid << Session::errorText(val);
+    const QString known = Session::errorText(val);
+    const QString why = known.isEmpty() || known == QString::number(val)
+                            ? QCoreApplication::translate("ServerCall", "服务器拒绝了请求")
+                            : known;
+    qWarning().noquote() << "DownHandler::listAnswered" << mid << val << why;
     const ResultAsks::Ask ask = m_asks.take(mid);
     if (ask.user && !ask.autoRes)
-        inform(tr("任务 %1 的结果列表获取失败：%2").arg(mid).arg(Session::errorText(val)));
+        inform(tr("任务 %1 的结果列表获取失败：%2")
+                   .arg(QString::number(mid), QStringLiteral("%1 (%2)").arg(why).arg(val)));
     for (const QJsonObject &push : ask.pushes)
         m_pushes.append({push, now() + BlockedMs});
     wake();

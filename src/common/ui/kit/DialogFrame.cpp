@@ -86,6 +86,8 @@ void DialogFrame::setHeading(const QString &text, const QString &tip)
     m_heading->setVisible(!text.isEmpty());
 }
 
+void DialogFrame::setWanted(const QSize &size) { static_cast<Scroll *>(m_scroll)->wanted = size; }
+
 QPushButton *DialogFrame::addButton(const QString &text, ButtonKind kind, std::function<void()> hit)
 {
     auto *button = new QPushButton(text, this);

@@ -22,7 +22,7 @@ public:
 
     QVBoxLayout *content() const { return m_content; }
     void setHeading(const QString &text, const QString &tip = {}); // what the dialog is about: a file's name
-    void setWanted(const QSize &size) { m_wanted = size; }         // of the body, where the screen has room for it
+    void setWanted(const QSize &size);                             // of the body, where the screen has room for it
     QPushButton *addButton(const QString &text, ButtonKind kind = Plain, std::function<void()> hit = {});
     void addToRow(QWidget *widget); // at the left of the buttons: a choice, pages
 
@@ -46,5 +46,4 @@ private:
     QPushButton *m_again;
     std::function<void()> m_retry;
     Busy *m_busy;
-    QSize m_wanted;
 };
