@@ -300,7 +300,7 @@
     </message>
     <message>
         <source>搜索文件名称或订单号</source>
-        <translation>Search name or order number</translation>
+        <translation>Search name or order</translation>
     </message>
     <message>
         <source>文件名称</source>

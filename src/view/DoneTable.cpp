@@ -70,7 +70,7 @@ DoneTable::Model *makeModel()
                     .sort([](const db_done &d) { return d.ended; })
                     .atLeast(152)
                     .giving(1),
-                C::acts(DoneTable::tr("操作"), 184)});
+                C::acts(DoneTable::tr("操作"), 224)});
     model->setSame([](const db_done &a, const db_done &b) { // a row of the store never changes but for these
         return a.ended == b.ended && a.ok == b.ok && a.sum == b.sum;
     });

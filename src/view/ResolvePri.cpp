@@ -29,7 +29,7 @@ RecordModel<db_resolve> *makeModel(QObject *parent)
          C(QStringLiteral("project"), words(QT_TRANSLATE_NOOP("ResolvePri", "所属项目")), 112)
              .text([](const db_resolve &r) { return r.project; })
              .unsorted(),
-         C(QStringLiteral("state"), words(QT_TRANSLATE_NOOP("ResolvePri", "任务状态")), 96)
+         C(QStringLiteral("state"), words(QT_TRANSLATE_NOOP("ResolvePri", "任务状态")), 136)
              .text([](const db_resolve &r) { return SceneState::text(r.state); })
              .unsorted()},
         parent);

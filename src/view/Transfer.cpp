@@ -105,7 +105,10 @@ QAction *Transfer::addTab(const QString &text, QWidget *page)
         if (on && m_stack->currentIndex() != m_group->actions().indexOf(action))
             triggerAction(action);
     });
-    connect(action, &QAction::toggled, button, &QPushButton::setChecked);
+    connect(action, &QAction::toggled, button, [button](bool on) {
+        button->setChecked(on);
+        button->setFocusPolicy(on ? Qt::StrongFocus : Qt::ClickFocus); // Tab stops at the chosen one, arrows go on
+    });
     m_tabs->addWidget(button);
     m_stack->addWidget(page);
     return action;

@@ -85,22 +85,12 @@ void TablePage::build(const QList<QWidget *> &front)
         return m_acts->follow();
     for (QWidget *widget : front)
         m_bar->addWidget(widget);
-    QMenu *menu = nullptr;
-    QPushButton *more = nullptr;
-    for (const ActSpec &spec : m_acts->all()) {
+    for (const ActSpec &spec : m_acts->all())
         if (spec.places & ActSpec::Bar)
             addButton(m_bar, spec);
-        if (!(spec.places & ActSpec::More))
-            continue;
-        if (!menu) {
-            more = new QPushButton(IconTool::icon(QStringLiteral("more")), tr("更多"), this);
-            menu = new QMenu(more);
-            more->setMenu(menu);
-        }
-        menu->addAction(m_acts->action(spec.id));
-    }
-    if (more)
-        m_bar->addWidget(more);
+    m_more = new QPushButton(IconTool::icon(QStringLiteral("more")), tr("更多"), this);
+    m_more->setMenu(new QMenu(m_more));
+    m_bar->addWidget(m_more);
     m_bar->addStretch(1);
     if (!m_look.search.isEmpty())
         makeSearch(m_look.search);
@@ -109,13 +99,62 @@ void TablePage::build(const QList<QWidget *> &front)
         connect(again, &QToolButton::clicked, this, &TablePage::refreshWanted);
         m_bar->addWidget(again);
     }
+    m_acts->follow();
+    fitBar();
     if (!m_look.columns)
-        return m_acts->follow();
+        return;
     QToolButton *columns = toolButton(QStringLiteral("columns"), tr("显示的列"), this);
     connect(columns, &QToolButton::clicked, this,
             [this, columns] { m_view->columnMenu(this)->popup(columns->mapToGlobal(QPoint(0, columns->height()))); });
     m_bar->addWidget(columns);
-    m_acts->follow();
+    fitBar();
+}
+
+void TablePage::fitBar()
+{
+    if (!m_more)
+        return;
+    const auto width = [](const QWidget *w) {
+        return qBound(w->minimumWidth(), w->sizeHint().width(), w->maximumWidth()) + Metrics::Gap;
+    };
+    int others = 2 * Metrics::Margin, buttons = 0;
+    for (int i = 0; i < m_bar->count(); ++i)
+        if (QWidget *w = m_bar->itemAt(i)->widget(); w && w != m_more)
+            others += w == m_search ? m_search->minimumWidth() + Metrics::Gap : width(w);
+    for (const auto &[button, id] : qAsConst(m_buttons))
+        buttons += width(button);
+    others -= buttons;
+    QList<QAction *> below;
+    for (const ActSpec &spec : m_acts->all())
+        if (spec.places & ActSpec::More)
+            below << m_acts->action(spec.id);
+    const int more = width(m_more), room = this->width();
+    int needs = others + buttons + (below.isEmpty() ? 0 : more);
+    if (needs > room && below.isEmpty())
+        needs += more;
+    for (int i = m_buttons.size() - 1; i >= 0; --i) {
+        const auto &[button, id] = m_buttons.at(i);
+        const bool gives = needs > room && !m_acts->spec(id)->primary;
+        if (gives) {
+            below.prepend(m_acts->action(id));
+            needs -= width(button);
+        }
+        if (gives && button->hasFocus())
+            m_view->setFocus();
+        button->setVisible(!gives);
+    }
+    QMenu *menu = m_more->menu();
+    if (menu->actions() != below) {
+        menu->clear();
+        menu->addActions(below);
+    }
+    m_more->setVisible(!below.isEmpty());
+}
+
+void TablePage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitBar();
 }
 
 void TablePage::addButton(QHBoxLayout *bar, const ActSpec &spec)
@@ -133,6 +172,7 @@ void TablePage::addButton(QHBoxLayout *bar, const ActSpec &spec)
         button->setEnabled(action->isEnabled());
     });
     bar->addWidget(button);
+    m_buttons << qMakePair(button, spec.id);
 }
 
 void TablePage::makeSearch(const QString &hint)
@@ -141,7 +181,8 @@ void TablePage::makeSearch(const QString &hint)
     m_search->setObjectName(QStringLiteral("search"));
     m_search->setPlaceholderText(hint);
     m_search->setAccessibleName(hint);
-    m_search->setFixedWidth(200);
+    m_search->setMinimumWidth(180);
+    m_search->setMaximumWidth(200);
     m_search->setMaxLength(1000);
     m_search->installEventFilter(this);
     m_search->addAction(IconTool::icon(QStringLiteral("search")), QLineEdit::LeadingPosition);

@@ -16,6 +16,7 @@ class Pagination;
 class QHBoxLayout;
 class QLabel;
 class QLineEdit;
+class QPushButton;
 
 class TablePage : public QWidget
 {
@@ -52,6 +53,7 @@ signals:
     void pageWanted(int page);
 
 protected:
+    void resizeEvent(QResizeEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
@@ -60,11 +62,14 @@ private:
     void contextMenu(const QPoint &at);
     void addButton(QHBoxLayout *bar, const ActSpec &spec);
     void escape();
+    void fitBar(); // buttons that the bar has no room for go below "更多", the last ones first
 
     Look m_look;
     RecordView *m_view;
     ActSet *m_acts;
     QHBoxLayout *m_bar = nullptr, *m_foot = nullptr;
+    QVector<QPair<QPushButton *, QString>> m_buttons; // of the acts on the bar, with the act
+    QPushButton *m_more = nullptr;
     QLineEdit *m_search = nullptr;
     QWidget *m_errorLine = nullptr;
     QLabel *m_errorText = nullptr;
