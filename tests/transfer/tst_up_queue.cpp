@@ -485,6 +485,24 @@ private slots:
         QCOMPARE(rig->rows(), 1);
     }
 
+    // Where uploads go through a proxy, the biggest file stands back while others wait.
+    void bigFileGivesWay()
+    {
+        UserInfo::setAllValue("Transfer", "upProxyPort", 1);
+        const QString big = rig->write("big.png", "x");
+        QVERIFY(QFile::resize(big, UpHandler::BigFile)); // a hole: costs no disk
+        rig->storage.answer = [this](const HttpPeer::Request &request) {
+            return request.path.contains("big.png") ? QByteArray() : rig->answer(request);
+        };
+        rig->add({UpRig::row(big, 5)});
+        rig->start();
+        QTRY_COMPARE(rig->queue->running(), 1);
+        db_upfile small = UpRig::row(rig->write("a.png", "x"), 6);
+        QCOMPARE(UploadDAO::instance()->addOrder({small}), 2);
+        QTRY_VERIFY(rig->saw(TransSet::UpWait, 0));
+        UserInfo::setAllValue("Transfer", "upProxyPort", 0);
+    }
+
     void refusedOrder()
     {
         rig->known = 1070006;
