@@ -233,6 +233,177 @@
     </message>
 </context>
 <context>
+    <name>CommonAdvanced</name>
+    <message>
+        <source>解析</source>
+        <translation>Analysis</translation>
+    </message>
+    <message>
+        <source>补帧</source>
+        <translation>Filling frames</translation>
+    </message>
+    <message>
+        <source>补帧方式</source>
+        <translation>Filled frames</translation>
+    </message>
+    <message>
+        <source>补帧生成新任务</source>
+        <translation>Make a new task</translation>
+    </message>
+    <message>
+        <source>补帧不生成新任务</source>
+        <translation>Stay in the task</translation>
+    </message>
+    <message>
+        <source>优先帧分块渲染</source>
+        <translation>Priority frames in pieces</translation>
+    </message>
+    <message>
+        <source>块</source>
+        <translation>pieces</translation>
+    </message>
+    <message>
+        <source>不分块</source>
+        <translation>Whole</translation>
+    </message>
+    <message>
+        <source>传输</source>
+        <translation>Transfers</translation>
+    </message>
+    <message>
+        <source>解析时间阈值</source>
+        <translation>Analysis time limit</translation>
+    </message>
+    <message>
+        <source>秒</source>
+        <translation>s</translation>
+    </message>
+    <message>
+        <source>不限</source>
+        <translation>No limit</translation>
+    </message>
+    <message>
+        <source>超时警告提醒并自动跳过</source>
+        <translation>Warn beyond it, and skip the scene</translation>
+    </message>
+    <message>
+        <source>解析并发数设置</source>
+        <translation>Analyses at a time</translation>
+    </message>
+    <message>
+        <source>(范围1-5)</source>
+        <translation>(1 to 5)</translation>
+    </message>
+    <message>
+        <source>解析方式</source>
+        <translation>Way of analysis</translation>
+    </message>
+    <message>
+        <source>普通解析</source>
+        <translation>Normal</translation>
+    </message>
+    <message>
+        <source>高级解析</source>
+        <translation>Fast</translation>
+    </message>
+    <message>
+        <source>(只支持maya软件，解析时CPU占用较高)</source>
+        <translation>(Maya only; takes more of the CPU)</translation>
+    </message>
+    <message>
+        <source>跳过解析环节直接提交上传</source>
+        <translation>Submit and upload without an analysis</translation>
+    </message>
+    <message>
+        <source>(此功能只针对Maya文件生效)</source>
+        <translation>(for Maya files only)</translation>
+    </message>
+    <message>
+        <source>上传Redshift Cache</source>
+        <translation>Redshift cache</translation>
+    </message>
+    <message>
+        <source>不上传</source>
+        <translation>Don&apos;t upload</translation>
+    </message>
+    <message>
+        <source>上传</source>
+        <translation>Upload</translation>
+    </message>
+    <message>
+        <source>(仅限maya)</source>
+        <translation>(Maya only)</translation>
+    </message>
+    <message>
+        <source>分层提交</source>
+        <translation>Submit layers apart</translation>
+    </message>
+    <message>
+        <source>请选择不同的起止时间</source>
+        <translation>Choose two different times</translation>
+    </message>
+    <message>
+        <source>上传速度</source>
+        <translation>Upload speed</translation>
+    </message>
+    <message>
+        <source>下载速度</source>
+        <translation>Download speed</translation>
+    </message>
+    <message>
+        <source>分时段使用另一速度</source>
+        <translation>Another speed at certain hours</translation>
+    </message>
+    <message>
+        <source>开始时间</source>
+        <translation>From</translation>
+    </message>
+    <message>
+        <source>结束时间</source>
+        <translation>To</translation>
+    </message>
+    <message>
+        <source>时段内上传速度</source>
+        <translation>Upload speed then</translation>
+    </message>
+    <message>
+        <source>时段内下载速度</source>
+        <translation>Download speed then</translation>
+    </message>
+    <message>
+        <source>上传并发数</source>
+        <translation>Uploads at a time</translation>
+    </message>
+    <message>
+        <source>下载并发数</source>
+        <translation>Downloads at a time</translation>
+    </message>
+    <message>
+        <source>上传校验方式</source>
+        <translation>Upload check</translation>
+    </message>
+    <message>
+        <source>MD5(耗时长)</source>
+        <translation>MD5 (slow)</translation>
+    </message>
+    <message>
+        <source>简单hash（绝对路径+大小+修改时间，耗时短）</source>
+        <translation>Simple (path, size and time; quick)</translation>
+    </message>
+    <message>
+        <source>传输线路</source>
+        <translation>Line</translation>
+    </message>
+    <message>
+        <source>外网</source>
+        <translation>Internet</translation>
+    </message>
+    <message>
+        <source>内网</source>
+        <translation>Local network</translation>
+    </message>
+</context>
+<context>
     <name>CommonSet</name>
     <message>
         <source>%1 小时</source>
@@ -245,6 +416,142 @@
     <message>
         <source>%1 秒</source>
         <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>常规</source>
+        <translation>General</translation>
+    </message>
+    <message>
+        <source>开机自启动</source>
+        <translation>Start with the system</translation>
+    </message>
+    <message>
+        <source>语言设置</source>
+        <translation>Language</translation>
+    </message>
+    <message>
+        <source>渲染结果</source>
+        <translation>Results</translation>
+    </message>
+    <message>
+        <source>提交</source>
+        <translation>Submitting</translation>
+    </message>
+    <message>
+        <source>渲染时间</source>
+        <translation>Render time</translation>
+    </message>
+    <message>
+        <source>渲染时间阈值</source>
+        <translation>Render time limit</translation>
+    </message>
+    <message>
+        <source>(子任务的渲染时间)</source>
+        <translation>(of a sub-task)</translation>
+    </message>
+    <message>
+        <source>秒</source>
+        <translation>s</translation>
+    </message>
+    <message>
+        <source>不限</source>
+        <translation>No limit</translation>
+    </message>
+    <message>
+        <source>超过阈值</source>
+        <translation>Beyond the limit</translation>
+    </message>
+    <message>
+        <source>不处理</source>
+        <translation>Nothing happens</translation>
+    </message>
+    <message>
+        <source>超时警告提醒</source>
+        <translation>Warn</translation>
+    </message>
+    <message>
+        <source>超时警告提醒并取消任务</source>
+        <translation>Warn and cancel the task</translation>
+    </message>
+    <message>
+        <source>结果保存路径</source>
+        <translation>Result folder</translation>
+    </message>
+    <message>
+        <source>项目的出图路径</source>
+        <translation>The project&apos;s output folder</translation>
+    </message>
+    <message>
+        <source>场景所在文件夹</source>
+        <translation>The scene&apos;s folder</translation>
+    </message>
+    <message>
+        <source>示例：%1</source>
+        <translation>Example: %1</translation>
+    </message>
+    <message>
+        <source>%project% 项目，%submit% 提交日期，%order% 订单号，用 / 分隔文件夹</source>
+        <translation>%project% project, %submit% day of the order, %order% its number; / separates folders</translation>
+    </message>
+    <message>
+        <source>此规则不能用作文件夹名</source>
+        <translation>This can&apos;t be a folder&apos;s name</translation>
+    </message>
+    <message>
+        <source>结果输出位置</source>
+        <translation>Results go to</translation>
+    </message>
+    <message>
+        <source>Maya结果输出位置</source>
+        <translation>Maya results go to</translation>
+    </message>
+    <message>
+        <source>自定义路径规则</source>
+        <translation>A path rule of my own</translation>
+    </message>
+    <message>
+        <source>路径规则</source>
+        <translation>Path rule</translation>
+    </message>
+    <message>
+        <source>渲染结果自动推送</source>
+        <translation>Push results by themselves</translation>
+    </message>
+    <message>
+        <source>自动下载渲染结果</source>
+        <translation>Download results</translation>
+    </message>
+    <message>
+        <source>自动下载</source>
+        <translation>By themselves</translation>
+    </message>
+    <message>
+        <source>手动下载</source>
+        <translation>When asked</translation>
+    </message>
+    <message>
+        <source>解析结果正常，自动提交任务</source>
+        <translation>Submit by itself after a clean analysis</translation>
+    </message>
+    <message>
+        <source>忽略解析结果的警告信息，自动提交任务</source>
+        <translation>Submit by itself in spite of warnings</translation>
+    </message>
+    <message>
+        <source>默认优先渲染前中后三帧</source>
+        <translation>Render first, middle and last frame first</translation>
+    </message>
+    <message>
+        <source>优先帧渲染后</source>
+        <translation>After the priority frames</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，自动开始渲染</source>
+        <translation>Go on by itself</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，等待手动开始渲染</source>
+        <translation>Wait until I start it</translation>
     </message>
 </context>
 <context>
@@ -888,6 +1195,10 @@
     <message>
         <source>退出程序</source>
         <translation>Quit</translation>
+    </message>
+    <message>
+        <source>设置</source>
+        <translation>Settings</translation>
     </message>
 </context>
 <context>
@@ -2637,6 +2948,49 @@ May they be saved there?</translation>
     <message>
         <source>失败，</source>
         <translation> failed: </translation>
+    </message>
+</context>
+<context>
+    <name>Set</name>
+    <message>
+        <source>设置</source>
+        <translation>Settings</translation>
+    </message>
+    <message>
+        <source>通用设置</source>
+        <translation>Common</translation>
+    </message>
+    <message>
+        <source>高级设置</source>
+        <translation>Advanced</translation>
+    </message>
+    <message>
+        <source>项目管理</source>
+        <translation>Projects</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>文件夹不存在</source>
+        <translation>The folder doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>开机自启动设置失败</source>
+        <translation>Starting with the system couldn&apos;t be set</translation>
+    </message>
+    <message>
+        <source>保存失败</source>
+        <translation>Not saved</translation>
+    </message>
+    <message>
+        <source>保存成功</source>
+        <translation>Saved</translation>
     </message>
 </context>
 <context>

@@ -47,14 +47,14 @@ int TransSet::limitAt(int normal, int other, int from, int to, int minute)
 
 namespace
 {
-int setting(const char *key) { return UserInfo::allValue(QStringLiteral("Transfer"), QLatin1String(key), 0).toInt(); }
-
-int limitNow(int normal, const char *other)
+int limitNow(Settings::Key normal, Settings::Key other)
 {
+    const auto number = [](Settings::Key key) { return UserInfo::setting(key).toInt(); };
     const int minute = QTime::currentTime().msecsSinceStartOfDay() / 60000;
-    return TransSet::limitAt(normal, setting(other), setting("otherFrom"), setting("otherTo"), minute);
+    return TransSet::limitAt(number(normal), number(other), number(Settings::OtherFrom), number(Settings::OtherTo),
+                             minute);
 }
 } // namespace
 
-int TransSet::upLimit() { return limitNow(UserInfo::upSpeed(), "otherUpSpeed"); }
-int TransSet::downLimit() { return limitNow(setting("downSpeed"), "otherDownSpeed"); }
+int TransSet::upLimit() { return limitNow(Settings::UpSpeed, Settings::OtherUpSpeed); }
+int TransSet::downLimit() { return limitNow(Settings::DownSpeed, Settings::OtherDownSpeed); }

@@ -65,9 +65,19 @@ HeadBar::HeadBar(QWidget *parent) : QWidget(parent)
     m_bell->setToolTip(tr("消息"));
     m_bell->setAccessibleName(tr("消息"));
     line->addWidget(m_bell);
+    auto *gear = new QToolButton(this);
+    gear->setProperty("part", QStringLiteral("settings"));
+    gear->setFocusPolicy(Qt::StrongFocus);
+    gear->setFixedSize(28, 28);
+    gear->setIcon(IconTool::icon(QStringLiteral("settings")));
+    gear->setToolTip(tr("设置"));
+    gear->setAccessibleName(tr("设置"));
+    connect(gear, &QToolButton::clicked, this, &HeadBar::settings);
+    line->addWidget(gear);
     m_account = plain(QStringLiteral("account"), tr("账号"));
     m_account->setIcon(IconTool::icon(QStringLiteral("user")));
     auto *menu = new QMenu(m_account);
+    menu->addAction(tr("设置"), this, &HeadBar::settings);
     menu->addAction(tr("切换账号"), this, &HeadBar::changeUser);
     QMenu *languages = menu->addMenu(tr("语言"));
     const QPair<QString, QString> words[] = {{QStringLiteral("zh_cn"), QStringLiteral("中文")},

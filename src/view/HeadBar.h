@@ -29,6 +29,7 @@ signals:
     void refreshBalance();
     void recharge();
     void notices();
+    void settings();
     void changeUser();
     void leave();
     void language(QString word); // "zh_cn" or "en_us"

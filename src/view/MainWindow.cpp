@@ -13,6 +13,7 @@
 #include "view/MsgCenter.h"
 #include "view/PageTable.h"
 #include "view/PushRouter.h"
+#include "view/set/Set.h"
 #include "view/Shell.h"
 #include <QApplication>
 #include <QCloseEvent>
@@ -72,6 +73,7 @@ void MainWindow::makeHead()
     connect(m_bar, &HeadBar::refreshBalance, m_shell->account(), &AccountFacts::queryMoney);
     connect(m_bar, &HeadBar::recharge, this, &MainWindow::on_recharge_clicked);
     connect(m_bar, &HeadBar::notices, this, &MainWindow::on_noticeBtn_clicked);
+    connect(m_bar, &HeadBar::settings, this, &MainWindow::on_setBtn_clicked);
     connect(m_bar, &HeadBar::changeUser, m_shell, [this] { emit m_shell->reLogin(ByHand); });
     connect(m_bar, &HeadBar::language, this, &MainWindow::setLanguage);
     connect(m_bar, &HeadBar::leave, TrayIcon::instance(), &TrayIcon::leave);
@@ -247,6 +249,16 @@ void MainWindow::on_noticeBtn_clicked()
     center->open();
 }
 
+void MainWindow::on_setBtn_clicked()
+{
+    if (m_set)
+        return m_set->activateWindow();
+    auto *set = new Set(this);
+    m_set = set;
+    connect(set, &Set::languageChosen, this, &MainWindow::setLanguage);
+    set->open();
+}
+
 void MainWindow::leftFoldClick()
 {
     setFolded(!m_menu->folded());
@@ -273,5 +285,6 @@ void MainWindow::closeEvent(QCloseEvent *event)
     }
     QApplication::setQuitOnLastWindowClosed(true);
     delete m_child;
+    delete m_set;
     event->accept();
 }

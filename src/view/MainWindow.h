@@ -30,6 +30,7 @@ public:
 public slots:
     void leftFoldClick();
     void on_noticeBtn_clicked();
+    void on_setBtn_clicked();
     void on_recharge_clicked();
     void newMsgCenter(int state);
     void bsPush(int val, QJsonDocument doc, int cmd);
@@ -61,6 +62,7 @@ private:
     QToolButton *m_fold = nullptr;
     QHash<QString, QWidget *> m_views;
     QPointer<QWidget> m_child; // the message centre
+    QPointer<QWidget> m_set;
     QString m_page;
     bool m_closing = false;
 };

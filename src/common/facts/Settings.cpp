@@ -5,6 +5,7 @@ namespace Settings
 namespace
 {
 constexpr int Port = 65535, AnyNumber = 2147483647, MaxThreads = 100, MaxSpeed = 4 * 1024 * 1024; // KiB/s
+constexpr int MinutesOfDay = 24 * 60;
 constexpr bool Written = true, Restart = true;
 // Free for programs of this kind; known to seats and plug-ins that were installed long ago.
 constexpr int DefaultPort = 46160;
@@ -41,6 +42,10 @@ QList<Setting> made()
         number(UpProxyPort, M, "Transfer", "upProxyPort", 0, 0, Port, C, Written),
         number(UpSpeed, M, "Transfer", "upSpeed", 0, 0, MaxSpeed, C, Written),
         number(DownSpeed, M, "Transfer", "downSpeed", 0, 0, MaxSpeed),
+        number(OtherUpSpeed, M, "Transfer", "otherUpSpeed", 0, 0, MaxSpeed),
+        number(OtherDownSpeed, M, "Transfer", "otherDownSpeed", 0, 0, MaxSpeed),
+        number(OtherFrom, M, "Transfer", "otherFrom", 0, 0, MinutesOfDay),
+        number(OtherTo, M, "Transfer", "otherTo", 0, 0, MinutesOfDay),
         // A queue without threads would stand still without a word: nonsense counts as the default.
         number(UpThreads, M, "Transfer", "upTh", 10, 1, MaxThreads, D, Written),
         number(DownThreads, M, "Transfer", "downTh", 10, 1, MaxThreads, D, Written),

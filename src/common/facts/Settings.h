@@ -16,8 +16,12 @@ enum Key {
     // Machine
     IsWan,
     UpProxyPort,
-    UpSpeed,   // KiB/s, 0: no limit
-    DownSpeed, // the same
+    UpSpeed,      // KiB/s, 0: no limit
+    DownSpeed,    // the same
+    OtherUpSpeed, // within the hours from OtherFrom to OtherTo (minutes of the day, over midnight too)
+    OtherDownSpeed,
+    OtherFrom,
+    OtherTo, // alike: no such hours
     UpThreads,
     DownThreads,
     Role,

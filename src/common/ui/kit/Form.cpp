@@ -250,9 +250,9 @@ void Form::setValues(const QJsonObject &values)
         row.foreign.clear();
     }
     m_quiet = false;
+    follow();
     for (int i = 0; i < m_rows.size(); ++i)
         judge(i);
-    follow();
 }
 
 QJsonObject Form::values() const
@@ -302,9 +302,9 @@ void Form::typed(int at)
         return;
     m_rows[at].touched = true;
     m_rows[at].foreign.clear();
+    follow();
     for (int i = 0; i < m_rows.size(); ++i) // a rule may look at another field
         judge(i);
-    follow();
     emit changed(m_rows.at(at).field.key);
 }
 
