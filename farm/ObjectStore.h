@@ -34,14 +34,13 @@ public:
     // Brings the object's bytes into target, under a name of its own until they are whole.
     void fetch(const QString &key, const QString &target, std::function<void(bool good)> answer);
 
-    // The Authorization head of a request without body; given the time as "yyyyMMddTHHmmssZ". Public for its test.
+private:
+    // The Authorization head of a request without body; given the time as "yyyyMMddTHHmmssZ".
     struct Keys {
         QByteArray access, secret, session;
     };
     static QByteArray sign(const QByteArray &verb, const QByteArray &host, const QByteArray &path,
                            const QByteArray &time, const QByteArray &region, const Keys &keys);
-
-private:
     QNetworkReply *ask(const QByteArray &verb, const QString &key);
 
     Core &m_core;

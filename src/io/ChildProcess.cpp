@@ -16,12 +16,12 @@ QByteArray newSecret()
 }
 } // namespace
 
-ChildProcess::ChildProcess(QObject *parent, int restartMs) : QObject(parent)
+ChildProcess::ChildProcess(QObject *parent) : QObject(parent)
 {
     m_watch.setSingleShot(true);
     m_watch.setInterval(WatchMs);
     m_restart.setSingleShot(true);
-    m_restart.setInterval(restartMs);
+    m_restart.setInterval(RestartMs);
     connect(&m_watch, &QTimer::timeout, this, &ChildProcess::selfOut);
     connect(&m_restart, &QTimer::timeout, this, &ChildProcess::delayRestart);
     connect(&m_process, &QProcess::started, this, &ChildProcess::proStart);

@@ -15,12 +15,13 @@ class ChildProcess : public QObject
     Q_OBJECT
 public:
     static constexpr int RestartMs = 5000, WatchMs = 6000, EndMs = 500;
-    explicit ChildProcess(QObject *parent = nullptr, int restartMs = RestartMs);
+    explicit ChildProcess(QObject *parent = nullptr);
     ~ChildProcess() override;
 
     // Ends what a client that has gone left behind of that program, and starts it. watchdog: a child that says nothing
     // for 6 s after it has spoken of anything but "working" is killed. readPort: its output tells the port.
     void init(const QString &program, bool watchdog, bool autoRestart, bool readPort);
+    void setRestartMs(int ms) { m_restart.setInterval(ms); }
     int socketPort() const { return m_socketPort; } // 0 until the child has told it
     QByteArray auth() const { return m_auth; }      // what the child that runs wants to hear first
     qint64 pid() const { return m_process.processId(); }

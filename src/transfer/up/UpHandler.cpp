@@ -281,7 +281,13 @@ TransWork *UpHandler::makeWork(bool retry, int) { return new UpWork(share(), ret
 
 TransWork *UpHandler::makeStoreWork(const QJsonObject &description)
 {
-    return new UpOss(share(), description, m_oss.auth());
+    return new UpOss(share(), description, m_oss.auth(), m_timing.silenceMs);
+}
+
+void UpHandler::setTiming(const Timing &timing)
+{
+    m_timing = timing;
+    m_oss.setRestartMs(timing.restartMs);
 }
 
 void UpHandler::workFinished(db_upfile file, int kind)

@@ -40,8 +40,10 @@ public:
         int askAgainMs = 12000; // 10704: two seconds for an answer, ten until it is asked again
         int giveWayMs = 10000;  // a big file stands back
         int stageMs = 3000;     // before a file in a server stage is asked for again
+        int silenceMs = 30000;  // of the companion of object stores, until its file is tried again
+        int restartMs = ChildProcess::RestartMs; // of that companion
     };
-    void setTiming(const Timing &timing) { m_timing = timing; }
+    void setTiming(const Timing &timing);
 
 public slots:
     void workFinished(db_upfile file, int kind);

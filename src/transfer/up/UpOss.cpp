@@ -8,8 +8,8 @@
 #include <QDir>
 #include <QJsonDocument>
 
-UpOss::UpOss(std::shared_ptr<TransShare> share, const QJsonObject &store, const QByteArray &auth)
-    : UpSource(std::move(share)), m_store(store), m_auth(auth)
+UpOss::UpOss(std::shared_ptr<TransShare> share, const QJsonObject &store, const QByteArray &auth, int silenceMs)
+    : UpSource(std::move(share)), m_store(store), m_silenceMs(silenceMs), m_auth(auth)
 {
 }
 
@@ -74,7 +74,7 @@ void UpOss::upReq(db_upfile file)
     message.insert(QStringLiteral("diskKey"), m_diskKey);
     tell(message);
     m_started = true;
-    startWait(SilenceMs);
+    startWait(m_silenceMs);
     feedSpeed(0);
 }
 
@@ -97,7 +97,7 @@ void UpOss::readyRead(QByteArray data)
 
 void UpOss::take(const QJsonObject &message)
 {
-    startWait(SilenceMs);
+    startWait(m_silenceMs);
     if (message.value(QStringLiteral("rule")).toString() != m_md5)
         return;
     const QString func = message.value(QStringLiteral("func")).toString();

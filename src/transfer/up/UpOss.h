@@ -17,14 +17,15 @@ class UpOss : public UpSource
 {
     Q_OBJECT
 public:
-    static constexpr int SilenceMs = 30000, ReportMs = 30000;
+    static constexpr int ReportMs = 30000;
     static constexpr int MessageCeiling = 1024 * 1024; // of one message of the companion
     static constexpr int PartSize = 2097152, Threads = 2;
     // What the companion tells of the store itself; the texts are in TransSet::errorText.
     enum StoreError { AccessDenied = 120003, KeysExpired = 120006, StoreBusy = 120007, UploadForgotten = 120008 };
 
     // store: the farm's description with "socketPort" and "backerror". auth: what the companion wants to hear first.
-    UpOss(std::shared_ptr<TransShare> share, const QJsonObject &store, const QByteArray &auth);
+    // silenceMs: without a word of the companion the file is tried again.
+    UpOss(std::shared_ptr<TransShare> share, const QJsonObject &store, const QByteArray &auth, int silenceMs);
     ~UpOss() override;
 
     void upReq(db_upfile file) override;
@@ -42,6 +43,7 @@ private:
 
     LocalSocket *m_link = nullptr;
     QJsonObject m_store;
+    const int m_silenceMs;
     QByteArray m_auth, m_buffer;
     bool m_started = false, m_done = false; // asked to upload; the object is there
 };
