@@ -151,7 +151,8 @@ class Rig:
 
     def start_client(self):
         env = dict(os.environ, HOME=self.home, XDG_DATA_HOME=self.home + '/.local/share', XDG_CONFIG_HOME=self.home + '/.config',
-                   XDG_CACHE_HOME=self.home + '/.cache', QT_QPA_PLATFORM=self.platform, NO_PROXY='*', no_proxy='*')
+                   XDG_CACHE_HOME=self.home + '/.cache', QT_QPA_PLATFORM=self.platform, NO_PROXY='*', no_proxy='*',
+                   DBUS_SESSION_BUS_ADDRESS='unix:path=/nonexistent')  # never the key ring of the person who runs this
         env.setdefault('XDG_RUNTIME_DIR', self.folder)
         log = open(os.path.join(self.folder, 'client.log'), 'ab')
         self.client = subprocess.Popen([os.path.join(self.program, 'VandrelQN')] + self.client_words, stdout=log, stderr=log,

@@ -31,6 +31,7 @@ bool UserDAO::ensureOpen()
         return true;
     if (!openFile(path))
         return false;
+    exec("pragma secure_delete = on");
     exec("create table user(third varchar,info varchar)", {}, true);
     // What the login page keeps here may hold a password.
     QFile::setPermissions(path, QFile::ReadOwner | QFile::WriteOwner);
@@ -57,4 +58,15 @@ bool UserDAO::saveInfo(const QString &third, const QString &info)
     if (good)
         settle();
     return good;
+}
+
+bool UserDAO::removeInfo(const QString &third, const QString &onlyThis)
+{
+    Locker lock(m_mutex);
+    const bool gone =
+        ensureOpen() && (onlyThis.isNull() ? exec("delete from user where third = ?", {third})
+                                           : exec("delete from user where third = ? and info = ?", {third, onlyThis}));
+    if (gone)
+        exec("pragma wal_checkpoint(truncate)"); // older pages stand in the log beside it
+    return gone;
 }

@@ -2,19 +2,18 @@
 #include "common/CommonConfig.h"
 #include "common/facts/Command.h"
 #include "common/Session.h"
-#include "common/ui/Background.h"
 #include "common/ui/kit/ServerCall.h"
 #include "common/ui/Links.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
 #include "common/ui/WebView.h"
 #include "common/UserInfo.h"
-#include "db/UserDAO.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "view/ClientSession.h"
 #include "view/Leaving.h"
 #include "view/LoginBridge.h"
+#include "view/LoginRecord.h"
 #include "view/MainWindow.h"
 #include "view/Shell.h"
 #include <QCoreApplication>
@@ -138,15 +137,13 @@ void Login::loadLogin()
         if (!m_session && !m_silent && !m_confirming)
             show();
     });
-    Background::run(
-        this, [third = UserInfo::thirdInfo()] { return UserDAO::instance()->info(third); },
-        [this, attempt](const QString &stored) {
-            if (attempt != m_attempt)
-                return;
-            m_stored = stored;
-            m_storedKnown = true;
-            loadLoginBack();
-        });
+    LoginRecord::load(this, UserInfo::thirdInfo(), [this, attempt](const QString &stored) {
+        if (attempt != m_attempt)
+            return;
+        m_stored = stored;
+        m_storedKnown = true;
+        loadLoginBack();
+    });
     Ask(Command::LoginInfo, {{QStringLiteral("thirdParty"), 0}})
         .within(m_answerMs)
         .any([this, attempt](int, const QJsonDocument &doc) {
@@ -281,8 +278,7 @@ void Login::confirmReply(int val, const QJsonDocument &doc)
         return;
     }
     if (!m_auth.isEmpty())
-        Background::post(
-            [third = UserInfo::thirdInfo(), info = m_auth] { UserDAO::instance()->saveInfo(third, info); });
+        LoginRecord::save(UserInfo::thirdInfo(), m_auth);
     const bool back = m_autoRelogin && sameAccount(doc.object());
     if (m_autoRelogin && !back) { // somebody else logged in on the page: nothing of the old account may go on
         qDebug().noquote() << "Login::confirmReply: another account";

@@ -2,6 +2,7 @@
 #include "common/CommonConfig.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
+#include "common/ui/SecretStore.h"
 #include "common/ui/TrayIcon.h"
 #include "common/ui/WebView.h"
 #include "db/ResolveDAO.h"
@@ -32,6 +33,14 @@ const QByteArray saves = "Login.setAuth('auth-'+Login.getSessionId());"
                          "true',autoLogin:'false'}));";
 const QByteArray logsIn = sees + "if(Login.isChangeUser()===0){" + saves + "}";
 } // namespace
+
+// A system without a store for secrets.
+class NoSecrets : public SecretStore
+{
+public:
+    void read(const QString &, const Answer &answer) override { answer(Unavailable, {}); }
+    void write(const QString &, const QString &, const Answer &answer) override { answer(Unavailable, {}); }
+};
 
 class TestLogin : public QObject
 {
@@ -94,6 +103,7 @@ private slots:
     }
     void init()
     {
+        SecretStore::setInstance(std::make_unique<NoSecrets>());
         m_server.reset(new BusinessPeer);
         m_web.reset(new HttpPeer);
         m_web->answer = [this](const HttpPeer::Request &request) {

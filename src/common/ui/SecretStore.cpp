@@ -1,0 +1,117 @@
+#include "common/ui/SecretStore.h"
+#include "common/Delivery.h"
+#include <QCoreApplication>
+#include <QDebug>
+#include <QThread>
+#include <QTimer>
+#ifdef VN_KEYCHAIN
+#include <qt5keychain/keychain.h>
+#endif
+
+namespace
+{
+#ifdef VN_KEYCHAIN
+const QString Service = QStringLiteral("VandrelQN");
+
+SecretStore::Result resultOf(QKeychain::Job *job)
+{
+    switch (job->error()) {
+    case QKeychain::NoError:
+        return SecretStore::Good;
+    case QKeychain::EntryNotFound:
+        return SecretStore::Missing;
+    default:
+        qDebug().noquote() << "SecretStore::resultOf" << int(job->error()) << job->errorString();
+        return SecretStore::Unavailable;
+    }
+}
+
+class Keychain : public SecretStore
+{
+public:
+    Keychain() : m_thread(new QThread), m_guard(new QObject)
+    {
+        m_guard->moveToThread(m_thread);
+        m_thread->start();
+        // Left to itself where a key ring doesn't answer: the process ends all the same.
+        qAddPostRoutine([] {
+            if (auto *one = dynamic_cast<Keychain *>(instance())) {
+                one->m_thread->quit();
+                one->m_thread->wait(300);
+            }
+        });
+    }
+    void read(const QString &name, const Answer &answer) override
+    {
+        run(answer, [name] {
+            auto *job = new QKeychain::ReadPasswordJob(Service);
+            job->setKey(name);
+            return job;
+        });
+    }
+    void write(const QString &name, const QString &text, const Answer &answer) override
+    {
+        run(answer, [name, text] {
+            auto *job = new QKeychain::WritePasswordJob(Service);
+            job->setKey(name);
+            job->setTextData(text);
+            return job;
+        });
+    }
+
+private:
+    void run(const Answer &answer, const std::function<QKeychain::Job *()> &make)
+    {
+        const Delivery way = Delivery::here();
+        auto open = std::make_shared<bool>(true); // of the asking thread alone
+        const auto end = [open, answer](Result result, const QString &text) {
+            if (!*open)
+                return;
+            *open = false;
+            answer(result, text);
+        };
+        // The bound is the asking thread's own: the other one may be stuck in a service.
+        QTimer::singleShot(AnswerMs, QCoreApplication::instance(), [end] { end(Unavailable, {}); });
+        QMetaObject::invokeMethod(
+            m_guard,
+            [guard = m_guard, way, end, make] {
+                QKeychain::Job *job = make();
+                job->setInsecureFallback(false);
+                QObject::connect(job, &QKeychain::Job::finished, guard, [way, end](QKeychain::Job *done) {
+                    auto *read = qobject_cast<QKeychain::ReadPasswordJob *>(done);
+                    way.post([end, result = resultOf(done), text = read ? read->textData() : QString()] {
+                        end(result, text);
+                    });
+                });
+                job->start();
+            },
+            Qt::QueuedConnection);
+    }
+
+    QThread *m_thread;
+    QObject *m_guard;
+};
+#else
+class Keychain : public SecretStore
+{
+public:
+    void read(const QString &, const Answer &answer) override { answer(Unavailable, {}); }
+    void write(const QString &, const QString &, const Answer &answer) override { answer(Unavailable, {}); }
+};
+#endif
+
+std::unique_ptr<SecretStore> &current()
+{
+    static std::unique_ptr<SecretStore> one;
+    return one;
+}
+} // namespace
+
+SecretStore *SecretStore::instance()
+{
+    if (!current())
+        current() = std::make_unique<Keychain>();
+    return current().get();
+}
+
+void SecretStore::setInstance(std::unique_ptr<SecretStore> one) { current() = std::move(one); }
