@@ -575,7 +575,8 @@ private slots:
             rig.put(key, 104, error);
             dao().saveMessage(key, errstr);
             handler.seeError(0, key);
-            QTRY_COMPARE(window.messages, wanted += told);
+            wanted << told;
+            QTRY_COMPARE(window.messages, wanted);
         }
     }
 
