@@ -2,6 +2,7 @@
 # `cmake --install` lays down.
 add_executable(VandrelQN src/main.cpp resources/vandrel.qrc)
 target_link_libraries(VandrelQN PRIVATE vn_view)
+set_source_files_properties(src/main.cpp PROPERTIES COMPILE_DEFINITIONS VN_UPDATE_KEY="${VN_UPDATE_KEY}")
 install(TARGETS VandrelQN RUNTIME DESTINATION .)
 
 # What stands beside the program: the build's own tree has it too, so that it runs where it's built. An address file

@@ -16,8 +16,10 @@
 #include "io/NetWork.h"
 #include "resolve/ClearMax.h"
 #include "view/Login.h"
+#include "view/MainWindow.h"
 #include "view/MasterMeeting.h"
 #include "view/Startup.h"
+#include "view/update/SoftwareUpdateManager.h"
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
@@ -104,6 +106,12 @@ int runClient(const RunMode &mode, SingleApp *app)
     Background::post([dir = UserInfo::programDir()] { Housekeeping::removeOldVersions(dir); });
     if (!master.seat)
         login.loadLogin();
+    Startup::watchTrial(&login);
+    SoftwareUpdateManager updates({UserInfo::programDir(), UserInfo::baseDir() + QStringLiteral("/softwares/1"),
+                                   QByteArrayLiteral(VN_UPDATE_KEY)});
+    updates.setForward(UserInfo::isSlave() ? UserInfo::masterHost() : QString(), master.updatePort);
+    updates.setWindow([&login]() -> QWidget * { return login.mainWindow(); });
+    updates.start(mode.updateWord);
     const int result = app->exec();
     Session::setClosing(true);
     return result;
@@ -133,6 +141,8 @@ int run(int argc, char **argv, QString *executable)
         runHelper(mode, words, *executable);
         return 0;
     }
+    if (mode.kind == RunMode::Normal && !Startup::trialGoesOn())
+        return 0;
     platform::privateFiles();
     UserInfo::init(words);
     platform::installCrashDump(UserInfo::dumpDir().toStdString(), VN_VERSION);

@@ -3657,4 +3657,100 @@ You can also change the folder, but only for new tasks</translation>
         <translation>Web page</translation>
     </message>
 </context>
+<context>
+    <name>CVersionManager</name>
+    <message>
+        <source>软件更新</source>
+        <translation>Software updates</translation>
+    </message>
+    <message>
+        <source>显示测试版</source>
+        <translation>Show beta versions</translation>
+    </message>
+    <message>
+        <source>以后再说</source>
+        <translation>Later</translation>
+    </message>
+    <message>
+        <source>更新版本</source>
+        <translation>Update</translation>
+    </message>
+    <message>
+        <source>有必须安装的更新，已经推迟了一天，请现在更新。</source>
+        <translation>A required update has been put off for a day, please install it now.</translation>
+    </message>
+</context>
+<context>
+    <name>SoftWareDetail</name>
+    <message>
+        <source>未安装</source>
+        <translation>Not installed</translation>
+    </message>
+    <message>
+        <source>当前版本 %1</source>
+        <translation>Installed: %1</translation>
+    </message>
+</context>
+<context>
+    <name>SoftwareProgressBar</name>
+    <message>
+        <source>软件更新</source>
+        <translation>Software updates</translation>
+    </message>
+    <message>
+        <source>正在更新</source>
+        <translation>Updating</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Try again</translation>
+    </message>
+    <message>
+        <source>重启客户端</source>
+        <translation>Restart the client</translation>
+    </message>
+    <message>
+        <source>完成</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>正在获取 %1</source>
+        <translation>Fetching %1</translation>
+    </message>
+    <message>
+        <source>更新程序没有回答</source>
+        <translation>The update program gave no answer</translation>
+    </message>
+    <message>
+        <source>正在安装 %1</source>
+        <translation>Installing %1</translation>
+    </message>
+    <message>
+        <source>更新完成,重启客户端</source>
+        <translation>Updated, the client is to restart</translation>
+    </message>
+    <message>
+        <source>更新完成</source>
+        <translation>Updated</translation>
+    </message>
+    <message>
+        <source>%1 没有安装：%2</source>
+        <translation>%1 was not installed: %2</translation>
+    </message>
+</context>
+<context>
+    <name>VersionDetail</name>
+    <message>
+        <source>测试版</source>
+        <translation>Beta</translation>
+    </message>
+    <message>
+        <source>必须更新</source>
+        <translation>Required</translation>
+    </message>
+</context>
 </TS>

@@ -213,6 +213,8 @@ void Login::loadFinish(bool ok)
             });
     }
     checkSilent();
+    if (ok)
+        emit pageShown();
 }
 
 void Login::checkSilent()

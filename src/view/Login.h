@@ -39,6 +39,9 @@ public:
     int changeUser() const { return m_changeUser; }
     void reloadPage();
 
+signals:
+    void pageShown(); // the login page stands
+
 public slots:
     void loadLogin(); // asks for a token and then loads the page
     void reLogin(int reason);

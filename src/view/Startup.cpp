@@ -2,6 +2,7 @@
 #include "common/platform/Platform.h"
 #include "common/RunMode.h"
 #include "common/Session.h"
+#include "common/ui/Background.h"
 #include "common/ui/Palette.h"
 #include "common/ui/SingleApp.h"
 #include "common/UserInfo.h"
@@ -9,9 +10,12 @@
 #include "db/Records.h"
 #include "io/NetTcp.h"
 #include "io/WebAsk.h"
+#include "package/TreeSwap.h"
 #include "resolve/MayaResolve.h"
 #include "transfer/TransSet.h"
+#include "view/Login.h"
 #include "view/MasterMeeting.h"
+#include <memory>
 #include <QApplication>
 #include <QDateTime>
 #include <QDebug>
@@ -22,7 +26,9 @@
 #include <QLibraryInfo>
 #include <QPalette>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QStyleFactory>
+#include <QTimer>
 #include <QTranslator>
 
 namespace
@@ -133,6 +139,45 @@ void Startup::registerTypes()
     qRegisterMetaType<TransSet::FileState>("TransSet::FileState");
 }
 
+namespace
+{
+QString updater()
+{
+    return UserInfo::programDir() + (platform::isWindows() ? QStringLiteral("/update.exe") : QStringLiteral("/update"));
+}
+
+// Where this user's starts are counted when the program's folder isn't this user's.
+QString trialCount()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/VandrelQN/update-trial.json");
+}
+} // namespace
+
+bool Startup::trialGoesOn()
+{
+    if (TreeSwap(UserInfo::programDir()).countStart(trialCount()))
+        return true;
+    // Where there is nobody to bring the earlier one back, a start that may fail is better than none.
+    return !QFileInfo::exists(updater()) || VFunc::runAs(updater(), QStringLiteral("--back")) != 1;
+}
+
+void Startup::watchTrial(Login *login)
+{
+    constexpr int UpMs = 10000;
+    const auto up = [done = std::make_shared<bool>(false)] {
+        if (std::exchange(*done, true))
+            return;
+        Background::post([tree = UserInfo::programDir(), count = trialCount()] {
+            TreeSwap swap(tree);
+            if (!swap.passed(count))
+                qWarning().noquote() << "Startup::watchTrial" << swap.why();
+        });
+    };
+    QTimer::singleShot(UpMs, login, up);
+    QObject::connect(login, &Login::pageShown, login, up);
+}
+
 bool Startup::updateStarted(const MasterMeeting &master)
 {
     QString newest;
@@ -144,13 +189,17 @@ bool Startup::updateStarted(const MasterMeeting &master)
     qDebug().noquote() << QStringLiteral("client:%1,update:%2").arg(running, newest);
     if (!RunMode::updateWanted(newest, running))
         return false;
-    const QString updater =
-        UserInfo::programDir() + (platform::isWindows() ? QStringLiteral("/update.exe") : QStringLiteral("/update"));
-    if (!QFileInfo::exists(updater)) {
-        qWarning().noquote() << "Startup::updateStarted: version" << newest << "is there, but no updater at" << updater;
+    const TreeSwap tree(UserInfo::programDir());
+    if (tree.refused(newest) || tree.installed() == newest) {
+        qDebug().noquote() << "Startup::updateStarted: version" << newest << "didn't start here, or is here";
         return false;
     }
-    VFunc::runAs(updater,
+    if (!QFileInfo::exists(updater())) {
+        qWarning().noquote() << "Startup::updateStarted: version" << newest << "is there, but no updater at"
+                             << updater();
+        return false;
+    }
+    VFunc::runAs(updater(),
                  RunMode::updateParameter(newest, UserInfo::isSlave(), UserInfo::masterHost(), master.updatePort));
     return true;
 }

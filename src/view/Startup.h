@@ -15,6 +15,13 @@ void translate(QTranslator *to); // installs the interface's language: Chinese (
 void applyStyle();               // style sheet, palette, font, icon
 void registerTypes();            // everything that crosses threads
 
+// An update on trial counts its starts, before anything else is done. False: this one is one too many; the updater
+// brings the earlier program back, and this one is to end.
+bool trialGoesOn();
+// The trial is told, off this thread, once the client has come up: the login page stands, or the event loop has run for
+// 10 s.
+void watchTrial(Login *login);
+
 // Asks for the newest version, waits at most 3 s. True: the updater runs and the program is to end.
 bool updateStarted(const MasterMeeting &master);
 } // namespace Startup
