@@ -3,6 +3,7 @@
 // the order they stand here.
 #include <QString>
 
+class Login;
 class QTranslator;
 class SingleApp;
 struct MasterMeeting;
