@@ -5,6 +5,7 @@
 #include <QCloseEvent>
 #include <QPushButton>
 #include <QScreen>
+#include <QTimer>
 
 CVersionManager::CVersionManager(const SoftwareState &state, bool must, QWidget *parent)
     : DialogFrame(QStringLiteral("softwareUpdates"), tr("软件更新"), parent),
@@ -49,10 +50,10 @@ void CVersionManager::showBetas(bool on)
     for (SoftWareDetail *row : m_rows)
         m_any = row->showBetas(on) || m_any;
     check_clicked(on);
-    if (!isVisible())
-        return;
-    layout()->activate();
-    resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
+    // Once the rows have told what they need.
+    if (isVisible())
+        QTimer::singleShot(0, this,
+                           [this] { resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize())); });
 }
 
 QList<SoftwareOffer> CVersionManager::chosen() const

@@ -93,6 +93,8 @@ void SoftwareProgressBar::stand(Stage stage)
         m_update->setText(m_restart ? tr("重启客户端") : tr("完成"));
     if (stage != Failed)
         setError({});
+    // Once the error and the buttons have told what they need.
+    QTimer::singleShot(0, this, [this] { resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize())); });
 }
 
 // The next version, once nothing of the one before is under way.
@@ -241,8 +243,6 @@ void SoftwareProgressBar::fail(const QString &why)
     stand(Failed);
     m_detail->clear();
     setError(tr("%1 没有安装：%2").arg(name(), why));
-    layout()->activate();
-    resize(size().expandedTo(sizeHint()).boundedTo(screen()->availableSize()));
 }
 
 void SoftwareProgressBar::on_cancelBtn_clicked()
