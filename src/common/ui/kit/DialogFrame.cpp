@@ -15,12 +15,13 @@ namespace
 class Scroll : public QScrollArea
 {
 public:
-    Scroll(const QSize *wanted, QWidget *parent) : QScrollArea(parent), m_wanted(wanted) {}
+    using QScrollArea::QScrollArea;
+    QSize wanted;
     QSize sizeHint() const override
     {
         // Where the screen is too low, the bar takes of the width.
         const int bar = verticalScrollBar()->sizeHint().width();
-        return m_wanted->expandedTo(widget() ? widget()->sizeHint() + QSize(bar, 0) : QSize());
+        return wanted.expandedTo(widget() ? widget()->sizeHint() + QSize(bar, 0) : QSize());
     }
 
 protected:
@@ -30,16 +31,13 @@ protected:
             updateGeometry();
         return QScrollArea::eventFilter(watched, event);
     }
-
-private:
-    const QSize *m_wanted; // the dialog's
 };
 } // namespace
 
 DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *parent)
-    : BaseWidget(Dialog, parent), m_content(new QVBoxLayout), m_scroll(new Scroll(&m_wanted, this)),
-      m_row(new QHBoxLayout), m_heading(new QLabel(this)), m_error(new QLabel(this)),
-      m_again(new QPushButton(tr("重试"), this)), m_busy(nullptr)
+    : BaseWidget(Dialog, parent), m_content(new QVBoxLayout), m_scroll(new Scroll(this)), m_row(new QHBoxLayout),
+      m_heading(new QLabel(this)), m_error(new QLabel(this)), m_again(new QPushButton(tr("重试"), this)),
+      m_busy(nullptr)
 {
     setObjectName(name);
     setAttribute(Qt::WA_DeleteOnClose);
