@@ -2262,16 +2262,24 @@ May they be saved there?</translation>
         <translation>Warnings</translation>
     </message>
     <message>
-        <source>提交渲染</source>
-        <translation>Submit</translation>
-    </message>
-    <message>
         <source>重新解析</source>
         <translation>Analyse again</translation>
     </message>
     <message>
         <source>关闭</source>
         <translation>Close</translation>
+    </message>
+    <message>
+        <source>忽略警告继续提交</source>
+        <translation>Submit all the same</translation>
+    </message>
+    <message>
+        <source>本批次文件都忽略警告继续提交</source>
+        <translation>Submit the whole batch</translation>
+    </message>
+    <message>
+        <source>参数设置</source>
+        <translation>Parameters</translation>
     </message>
 </context>
 <context>
@@ -3751,6 +3759,460 @@ You can also change the folder, but only for new tasks</translation>
     <message>
         <source>必须更新</source>
         <translation>Required</translation>
+    </message>
+</context>
+<context>
+    <name>C4D</name>
+    <message>
+        <source>默认相机</source>
+        <translation>Active camera</translation>
+    </message>
+    <message>
+        <source>渲染器</source>
+        <translation>Renderer</translation>
+    </message>
+</context>
+<context>
+    <name>CanshuItem</name>
+    <message>
+        <source>序列帧</source>
+        <translation>Frames</translation>
+    </message>
+    <message>
+        <source>隔帧</source>
+        <translation>Every nth</translation>
+    </message>
+    <message>
+        <source>宽度</source>
+        <translation>Width</translation>
+    </message>
+    <message>
+        <source>高度</source>
+        <translation>Height</translation>
+    </message>
+    <message>
+        <source>整个任务使用统一的分辨率</source>
+        <translation>One resolution for the whole task</translation>
+    </message>
+    <message>
+        <source>统一宽度</source>
+        <translation>Task width</translation>
+    </message>
+    <message>
+        <source>统一高度</source>
+        <translation>Task height</translation>
+    </message>
+    <message>
+        <source>整个任务使用统一的序列帧</source>
+        <translation>One frame range for the whole task</translation>
+    </message>
+    <message>
+        <source>统一序列帧</source>
+        <translation>Task frames</translation>
+    </message>
+</context>
+<context>
+    <name>Clarisse</name>
+    <message>
+        <source>图像和层</source>
+        <translation>Images and layers</translation>
+    </message>
+    <message>
+        <source>输出文件</source>
+        <translation>Output file</translation>
+    </message>
+    <message>
+        <source>输出格式</source>
+        <translation>Output format</translation>
+    </message>
+    <message>
+        <source>LUT</source>
+        <translation>Lookup table</translation>
+    </message>
+    <message>
+        <source>深度输出文件</source>
+        <translation>Deep output file</translation>
+    </message>
+</context>
+<context>
+    <name>Houdini</name>
+    <message>
+        <source>渲染节点</source>
+        <translation>Render nodes</translation>
+    </message>
+</context>
+<context>
+    <name>KeyFrame</name>
+    <message>
+        <source>优先帧已渲染完成，是否继续渲染？</source>
+        <translation>Priority frames are done. Go on rendering?</translation>
+    </message>
+    <message>
+        <source>请在%1小时内确定，否则过期任务将自动取消</source>
+        <translation>Decide within %1 hours, or the task is cancelled</translation>
+    </message>
+    <message>
+        <source>继续渲染</source>
+        <translation>Go on</translation>
+    </message>
+    <message>
+        <source>取消渲染</source>
+        <translation>Cancel task</translation>
+    </message>
+    <message>
+        <source>确定取消渲染吗？</source>
+        <translation>Cancel rendering?</translation>
+    </message>
+    <message>
+        <source>查看结果</source>
+        <translation>View results</translation>
+    </message>
+    <message>
+        <source>优先帧完成</source>
+        <translation>Priority frames done</translation>
+    </message>
+    <message>
+        <source>等待确认的任务</source>
+        <translation>Tasks that wait</translation>
+    </message>
+    <message>
+        <source>任务</source>
+        <translation>Task</translation>
+    </message>
+    <message>
+        <source>剩余时间</source>
+        <translation>Time left</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>%1 小时</source>
+        <translation>%1 h</translation>
+    </message>
+    <message>
+        <source>稍后决定</source>
+        <translation>Later</translation>
+    </message>
+    <message>
+        <source>正在发送…</source>
+        <translation>Sending…</translation>
+    </message>
+    <message>
+        <source>任务 %1</source>
+        <translation>Task %1</translation>
+    </message>
+    <message>
+        <source>下载队列没有运行，请稍后再试</source>
+        <translation>The download queue isn&apos;t running. Try again in a moment</translation>
+    </message>
+</context>
+<context>
+    <name>KeyFrameItem</name>
+    <message>
+        <source>自动取首帧、中间帧和末帧</source>
+        <translation>Take first, middle and last frame</translation>
+    </message>
+    <message>
+        <source>优先帧</source>
+        <translation>Priority frames</translation>
+    </message>
+    <message>
+        <source>留空则不优先渲染</source>
+        <translation>Empty: none come first</translation>
+    </message>
+    <message>
+        <source>优先帧之后</source>
+        <translation>Afterwards</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，自动开始渲染</source>
+        <translation>Render the rest when the priority frames are done</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，等待手动开始渲染</source>
+        <translation>Wait for me when the priority frames are done</translation>
+    </message>
+    <message>
+        <source>优先帧分块渲染</source>
+        <translation>Split each into</translation>
+    </message>
+    <message>
+        <source>块</source>
+        <translation>tiles</translation>
+    </message>
+</context>
+<context>
+    <name>Max</name>
+    <message>
+        <source>光子</source>
+        <translation>Photons</translation>
+    </message>
+    <message>
+        <source>不单独渲染光子</source>
+        <translation>No pass of their own</translation>
+    </message>
+    <message>
+        <source>使用本地光子</source>
+        <translation>Use local photon files</translation>
+    </message>
+    <message>
+        <source>优先渲染光子</source>
+        <translation>Render photons first</translation>
+    </message>
+    <message>
+        <source>分布式渲光子</source>
+        <translation>Render photons on many machines</translation>
+    </message>
+    <message>
+        <source>光子模式</source>
+        <translation>Photon mode</translation>
+    </message>
+    <message>
+        <source>光子尺寸</source>
+        <translation>Photon size</translation>
+    </message>
+    <message>
+        <source>光子隔帧</source>
+        <translation>Photon step</translation>
+    </message>
+    <message>
+        <source>渲染光子时计算反射和折射</source>
+        <translation>Reflection and refraction in the photon pass</translation>
+    </message>
+    <message>
+        <source>光子文件</source>
+        <translation>Photon file</translation>
+    </message>
+    <message>
+        <source>灯光缓存文件</source>
+        <translation>Light cache file</translation>
+    </message>
+</context>
+<context>
+    <name>Maya</name>
+    <message>
+        <source>渲染层</source>
+        <translation>Render layers</translation>
+    </message>
+    <message>
+        <source>输入出图命名规则</source>
+        <translation>File name rule</translation>
+    </message>
+    <message>
+        <source>工程路径</source>
+        <translation>Project path</translation>
+    </message>
+    <message>
+        <source>渲染器</source>
+        <translation>Renderer</translation>
+    </message>
+    <message>
+        <source>输出格式</source>
+        <translation>Output format</translation>
+    </message>
+    <message>
+        <source>分层提交</source>
+        <translation>Submit layer by layer</translation>
+    </message>
+    <message>
+        <source>只上传主文件</source>
+        <translation>Upload the main file only</translation>
+    </message>
+</context>
+<context>
+    <name>ParameterDialog</name>
+    <message>
+        <source>参数设置</source>
+        <translation>Parameters</translation>
+    </message>
+    <message>
+        <source>合计</source>
+        <translation>Total</translation>
+    </message>
+    <message>
+        <source>保存并提交</source>
+        <translation>Save and submit</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>帧</source>
+        <translation>Frames</translation>
+    </message>
+    <message>
+        <source>分辨率</source>
+        <translation>Resolution</translation>
+    </message>
+    <message>
+        <source>相机</source>
+        <translation>Cameras</translation>
+    </message>
+    <message>
+        <source>%1 项一起修改</source>
+        <translation>%1 changed together</translation>
+    </message>
+    <message>
+        <source>输出</source>
+        <translation>Output</translation>
+    </message>
+    <message>
+        <source>优先帧</source>
+        <translation>Priority frames</translation>
+    </message>
+    <message>
+        <source>整个任务</source>
+        <translation>Whole task</translation>
+    </message>
+    <message>
+        <source>合计 %1 帧</source>
+        <translation>%1 frames in all</translation>
+    </message>
+    <message>
+        <source>，%1 百万像素</source>
+        <translation>, %1 million pixels</translation>
+    </message>
+    <message>
+        <source>已选 %1 / %2，</source>
+        <translation>%1 of %2 chosen, </translation>
+    </message>
+    <message>
+        <source>正在保存…</source>
+        <translation>Saving…</translation>
+    </message>
+    <message>
+        <source>任务已提交或已删除，参数没有保存</source>
+        <translation>The scene has been submitted or deleted meanwhile; its parameters were not saved</translation>
+    </message>
+    <message>
+        <source>解析队列没有运行，参数没有保存，请稍后再试</source>
+        <translation>The analysis queue isn&apos;t running, the parameters were not saved. Try again in a moment</translation>
+    </message>
+</context>
+<context>
+    <name>ParameterSheet</name>
+    <message>
+        <source>项目路径不存在</source>
+        <translation>The project path doesn&apos;t exist</translation>
+    </message>
+    <message>
+        <source>请选择渲染层</source>
+        <translation>Choose a render layer</translation>
+    </message>
+    <message>
+        <source>请输入统一的宽度和高度</source>
+        <translation>Enter width and height for the whole task</translation>
+    </message>
+    <message>
+        <source>请输入 1 到 %1 之间的数字：%2</source>
+        <translation>Enter a number from 1 to %1: %2</translation>
+    </message>
+    <message>
+        <source>请输入出图名称</source>
+        <translation>Enter an output name</translation>
+    </message>
+    <message>
+        <source>光子尺寸的格式为“宽*高”</source>
+        <translation>Write the photon size as width*height</translation>
+    </message>
+    <message>
+        <source>当前光子隔帧为1，确认提交吗？</source>
+        <translation>The photon step is 1. Submit all the same?</translation>
+    </message>
+</context>
+<context>
+    <name>Programs</name>
+    <message>
+        <source>单独优先帧</source>
+        <translation>Own priority frames</translation>
+    </message>
+    <message>
+        <source>只用于这一项，可留空</source>
+        <translation>For this one only; may be empty</translation>
+    </message>
+    <message>
+        <source>出图名称</source>
+        <translation>Output name</translation>
+    </message>
+    <message>
+        <source>出图格式</source>
+        <translation>Output format</translation>
+    </message>
+</context>
+<context>
+    <name>ResolutionLock</name>
+    <message>
+        <source>宽高比已锁定</source>
+        <translation>Width and height keep their ratio</translation>
+    </message>
+    <message>
+        <source>锁定宽高比</source>
+        <translation>Keep the ratio of width and height</translation>
+    </message>
+</context>
+<context>
+    <name>Terragen</name>
+    <message>
+        <source>渲染节点</source>
+        <translation>Render nodes</translation>
+    </message>
+    <message>
+        <source>GI 设置</source>
+        <translation>GI settings</translation>
+    </message>
+    <message>
+        <source>光子</source>
+        <translation>Photons</translation>
+    </message>
+    <message>
+        <source>不使用光子文件</source>
+        <translation>No photon file</translation>
+    </message>
+    <message>
+        <source>先渲光子再渲图</source>
+        <translation>Render photons, then frames</translation>
+    </message>
+    <message>
+        <source>本地光子</source>
+        <translation>Local photon file</translation>
+    </message>
+    <message>
+        <source>光子文件</source>
+        <translation>Photon file</translation>
+    </message>
+    <message>
+        <source>光子宽度</source>
+        <translation>Photon width</translation>
+    </message>
+    <message>
+        <source>光子高度</source>
+        <translation>Photon height</translation>
+    </message>
+    <message>
+        <source>光子隔帧</source>
+        <translation>Photon step</translation>
+    </message>
+</context>
+<context>
+    <name>TickList</name>
+    <message>
+        <source>没有可选的内容</source>
+        <translation>Nothing to choose from</translation>
+    </message>
+    <message>
+        <source>搜索</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>全选</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>全不选</source>
+        <translation>None</translation>
     </message>
 </context>
 </TS>

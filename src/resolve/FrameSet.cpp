@@ -262,6 +262,40 @@ QString FrameSet::checkKeyFrames(const QString &keys, const QStringList &frames)
     return {};
 }
 
+// A step too high counts as 1 in a text; who types one is told instead.
+QString FrameSet::checkStep(const QString &frames, const QString &step)
+{
+    QList<Term> terms;
+    if (step.isEmpty() || !stepEnabled(frames) || !parse(frames, &terms))
+        return {};
+    bool good = false;
+    const int typed = step.toInt(&good);
+    if (!good || typed <= 0)
+        return tr("输入的字符格式不正确，请检查！");
+    return typed > terms.first().length() ? tr("参数设置项的隔帧不在有效序列帧范围内！") : QString();
+}
+
+void FrameSet::split(const QString &text, QString *frames, QString *step)
+{
+    QList<Term> terms;
+    *frames = text;
+    step->clear();
+    if (!parse(text, &terms) || terms.size() != 1 || !terms.first().range)
+        return;
+    *step = terms.first().stepped ? QString::number(terms.first().step) : QString();
+    terms.first().stepped = false;
+    *frames = terms.first().text();
+}
+
+QString FrameSet::join(const QString &frames, const QString &step)
+{
+    QList<Term> terms;
+    if (step.isEmpty() || !stepEnabled(frames) || !parse(frames, &terms))
+        return frames;
+    terms.first().stepped = false;
+    return terms.first().text() + QLatin1Char(':') + step;
+}
+
 bool FrameSet::stepEnabled(const QString &frames)
 {
     QList<Term> terms;

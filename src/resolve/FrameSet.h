@@ -32,6 +32,10 @@ public:
     // First, middle and last frame; all of them when there are fewer than 3.
     static QString keyFrames(const QVector<int> &frames);
 
+    // Frames and step apart, as two fields show them: only of a single range, else all stays in the frames; and back.
+    static void split(const QString &text, QString *frames, QString *step);
+    static QString join(const QString &frames, const QString &step);
+
     // What an input field takes while it is typed into, and a step field.
     static QString typingPattern();
     static QString stepPattern();
@@ -40,5 +44,6 @@ public:
     static QString checkOrder(const QString &frames);                              // that it can be rendered at all
     static QString checkFrames(const QString &frames);                             // of a parameter row
     static QString checkKeyFrames(const QString &keys, const QStringList &frames); // priority frames within frames
-    static bool stepEnabled(const QString &frames);                                // a single range alone
+    static QString checkStep(const QString &frames, const QString &step); // typed by hand: not longer than the frames
+    static bool stepEnabled(const QString &frames);                       // a single range alone
 };

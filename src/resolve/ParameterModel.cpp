@@ -162,17 +162,6 @@ QString faultOf(int type, const QJsonObject &rdata, const QString &scene)
         return ParameterModel::tr("光子路径不存在") + QLatin1String(" ") + photons;
     return {};
 }
-
-void fillNames(int type, const db_resolve &res, QJsonObject *rdata)
-{
-    if (!rdata->contains(QLatin1String("sceneName")))
-        rdata->insert(QStringLiteral("sceneName"), QDir::fromNativeSeparators(res.lpath));
-    if (!rdata->contains(QLatin1String("missionName")))
-        rdata->insert(QStringLiteral("missionName"),
-                      QFileInfo(text(*rdata, "sceneName").replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName());
-    if (!rdata->contains(QLatin1String("softwareType")))
-        rdata->insert(QStringLiteral("softwareType"), type);
-}
 } // namespace
 
 int ParameterModel::softwareType(const db_resolve &res, const QJsonObject &rdata, const QJsonObject &rset)
@@ -225,6 +214,17 @@ bool ParameterModel::fill(db_resolve *res, const CommonConfig &config, QString *
     res->rdata = compact(rdata);
     res->rset = compact(rset);
     return true;
+}
+
+void ParameterModel::fillNames(int type, const db_resolve &res, QJsonObject *rdata)
+{
+    if (!rdata->contains(QLatin1String("sceneName")))
+        rdata->insert(QStringLiteral("sceneName"), QDir::fromNativeSeparators(res.lpath));
+    if (!rdata->contains(QLatin1String("missionName")))
+        rdata->insert(QStringLiteral("missionName"),
+                      QFileInfo(text(*rdata, "sceneName").replace(QLatin1Char('\\'), QLatin1Char('/'))).fileName());
+    if (!rdata->contains(QLatin1String("softwareType")))
+        rdata->insert(QStringLiteral("softwareType"), type);
 }
 
 bool ParameterModel::prepare(db_resolve *res, const CommonConfig &config, QString *message)
@@ -366,6 +366,8 @@ QString ParameterModel::filePrefixMessage() { return tr("出图命名规则只�
 
 QStringList ParameterModel::frameTexts(int type, const QJsonObject &rdata)
 {
+    if (rdata.value(QLatin1String("noFrameCheck")).toInt() == 1) // one text for the whole task
+        return {text(rdata, "canframe")};
     QStringList list;
     if (type == Max || type == Cinema4D) {
         const QString own = text(rdata.value(QLatin1String("modelParameters")).toObject(), "frames");

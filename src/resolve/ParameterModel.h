@@ -36,6 +36,9 @@ public:
     // First, middle and last frame of all that is rendered.
     static QString keyFrames(int softwareType, const QJsonObject &rdata);
 
+    // What an order can't do without, where the analysis left it out: sceneName, missionName, softwareType.
+    static void fillNames(int softwareType, const db_resolve &res, QJsonObject *rdata);
+
     // Photon files that belong to the given one and are there: all in its folder that differ in the last run of digits
     // alone, and the file itself when its name has none. alone (a mode that reads one file): only that file.
     static QStringList photonFiles(const QString &file, bool alone = false);

@@ -13,6 +13,7 @@
 #include "view/MsgCenter.h"
 #include "view/PageTable.h"
 #include "view/PushRouter.h"
+#include "view/render/KeyFrame.h"
 #include "view/set/Set.h"
 #include "view/Shell.h"
 #include <QApplication>
@@ -150,6 +151,7 @@ void MainWindow::listen()
         m_shell->voice()->showInfoMsg(tr("优先帧完成"),
                                       name.isEmpty() ? obj.value(QLatin1String("content")).toString() : name);
         newMsgCenter(1);
+        KeyFrame::tell(this, obj, [this] { showPage(QStringLiteral("transfer")); });
     });
     m_shell->pushes()->on(MoneyMoved, account, [account](int, const QJsonObject &) { account->queryMoney(); });
 }

@@ -15,6 +15,7 @@
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
 #include "view/EnvPre.h"
+#include "view/render/ParameterDialog.h"
 #include "view/ResolvePri.h"
 #include "view/ResolveWarn.h"
 #include "view/SceneDelete.h"
@@ -462,6 +463,8 @@ void Resolve::seeWarn(db_resolve res)
 {
     auto *dialog = new ResolveWarn(res, window());
     connect(dialog, &ResolveWarn::commit, this, [this](qlonglong key) { commit({key}, false); });
+    connect(dialog, &ResolveWarn::parameters, this, &Resolve::openParameters);
+    connect(dialog, &ResolveWarn::batch, this, [this](qlonglong key) { commit({key}, true); });
     connect(dialog, &ResolveWarn::again, this,
             [](qlonglong key) { Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.reAddFile(key); }); });
     dialog->open();
@@ -471,6 +474,10 @@ void Resolve::paraSet(db_resolve res)
 {
     if (!UserInfo::canSetParameters()) {
         MsgTool::msgOk(this, tr("您没有参数设置的权限！"));
+        return;
+    }
+    if (auto *parameters = ParameterDialog::make(res, window())) {
+        parameters->open();
         return;
     }
     auto *dialog = new SceneInfo(res, window());

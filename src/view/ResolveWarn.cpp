@@ -21,7 +21,11 @@ ResolveWarn::ResolveWarn(const db_resolve &res, QWidget *parent)
         emit(this->*signal)(rkey);
         close();
     };
-    addButton(tr("提交渲染"), Primary, [=] { then(&ResolveWarn::commit, key); });
-    addButton(tr("重新解析"), Plain, [=] { then(&ResolveWarn::again, key); })->setEnabled(UserInfo::canAnalyse());
+    addButton(tr("忽略警告继续提交"), Primary, [=] { then(&ResolveWarn::commit, key); });
+    addButton(tr("本批次文件都忽略警告继续提交"), Plain, [=] { then(&ResolveWarn::batch, key); });
+    addButton(tr("参数设置"), Plain, [=] {
+        then(&ResolveWarn::parameters, key);
+    })->setEnabled(UserInfo::canSetParameters());
+    addButton(tr("重新解析"), Left, [=] { then(&ResolveWarn::again, key); })->setEnabled(UserInfo::canAnalyse());
     addButton(tr("关闭"), Close)->setFocus();
 }

@@ -325,7 +325,7 @@ private slots:
         m_page->seeWarn(res);
         auto *dialog = topLevel<ResolveWarn>();
         QVERIFY(dialog);
-        QVERIFY(::press(dialog, "提交渲染"));
+        QVERIFY(::press(dialog, "忽略警告继续提交"));
         QCOMPARE(calls(), QStringList{"commit 5 0"});
         m_page->seeWarn(res);
         QVERIFY(::press(topLevel<ResolveWarn>(), "重新解析"));
@@ -446,7 +446,7 @@ private slots:
                  QString("相机=2| cam1=|  光子节点=gi|  光子方式=本地光子| cam2=|  光子方式=From file|  宽度=800|formats=exr, png"));
         QCOMPARE(SceneInfo::lines(rdata, 3).size(), 3);
         QVERIFY(SceneInfo::lines({}).isEmpty());
-        db_resolve res = scene(4, 106);
+        db_resolve res = scene(4, 106, "/s.skp");
         res.rdata = QJsonDocument(rdata).toJson();
         m_page->paraSet(res);
         QVERIFY(topLevel<SceneInfo>()->width() > 600 && topLevel<SceneInfo>()->height() > 420);

@@ -1,6 +1,8 @@
 #include "common/ui/kit/Form.h"
 #include "common/ui/IconTool.h"
+#include "common/ui/kit/FrameEdit.h"
 #include "common/ui/kit/Metrics.h"
+#include "common/ui/kit/RadioGroup.h"
 #include "resolve/FrameSet.h"
 #include <algorithm>
 #include <QCheckBox>
@@ -17,15 +19,6 @@ namespace
 {
 constexpr int FieldWidth = 360;
 constexpr int ShownFrames = 60; // characters of a frame text told back
-
-QString framesNote(const QString &text)
-{
-    const int count = FrameSet::expand(text).size();
-    QString words = FrameSet::rewrite(FrameSet::normalise(text));
-    if (words.size() > ShownFrames)
-        words = words.left(ShownFrames) + QStringLiteral("…");
-    return count > 0 ? Form::tr("%1 帧：%2").arg(count).arg(words) : QString();
-}
 } // namespace
 
 Field Field::make(Kind kind, const QString &key, const QString &label)
@@ -52,6 +45,13 @@ Field Field::choice(const QString &key, const QString &label, const Choices &cho
     return field;
 }
 
+Field Field::radios(const QString &key, const QString &label, const Choices &choices)
+{
+    Field field = choice(key, label, choices);
+    field.kind = Radios;
+    return field;
+}
+
 Form::Form(const QVector<Field> &fields, QWidget *parent) : QWidget(parent), m_layout(new QFormLayout(this))
 {
     m_layout->setContentsMargins(0, 0, 0, 0);
@@ -62,6 +62,16 @@ Form::Form(const QVector<Field> &fields, QWidget *parent) : QWidget(parent), m_l
     for (const Field &field : fields)
         add(field);
     follow();
+}
+
+QString Form::framesNote(const QString &text)
+{
+    const int count = FrameSet::expand(text).size();
+    QString words = FrameSet::rewrite(FrameSet::normalise(text));
+    words.replace(QLatin1Char(','), QLatin1String(", "));
+    if (words.size() > ShownFrames)
+        words = words.left(ShownFrames) + QStringLiteral("…");
+    return count > 0 ? tr("%1 帧：%2").arg(count).arg(words) : QString();
 }
 
 void Form::add(const Field &field)
@@ -121,7 +131,14 @@ QWidget *Form::makeEditor(int at, QWidget **line)
         connect(box, QOverload<int>::of(&QComboBox::currentIndexChanged), this, told);
         return *line = box;
     }
-    auto *edit = new QLineEdit(this);
+    if (field.kind == Field::Radios) {
+        auto *group = new RadioGroup(this);
+        for (const auto &one : field.choices)
+            group->add(one.second);
+        connect(group, &RadioGroup::chosen, this, told);
+        return *line = group;
+    }
+    QLineEdit *edit = field.kind == Field::Frames ? new FrameEdit(this) : new QLineEdit(this);
     edit->setPlaceholderText(field.hint);
     edit->setMinimumWidth(FieldWidth / 2);
     edit->setMaxLength(FrameSet::MaxText);
@@ -129,7 +146,7 @@ QWidget *Form::makeEditor(int at, QWidget **line)
         edit->setEchoMode(QLineEdit::Password);
     connect(edit, &QLineEdit::textChanged, this, told);
     const bool path = field.kind == Field::File || field.kind == Field::Folder;
-    const bool bare = !path && field.unit.isEmpty() && field.none.isEmpty();
+    const bool bare = !path && !field.aside && field.unit.isEmpty() && field.none.isEmpty();
     *line = bare ? edit : makeLine(at, edit);
     return edit;
 }
@@ -163,6 +180,8 @@ QWidget *Form::makeLine(int at, QLineEdit *edit)
         m_rows[at].none = none;
         row->addWidget(none);
     }
+    if (field.aside)
+        row->addWidget(field.aside(both));
     return both;
 }
 
@@ -192,6 +211,10 @@ QJsonValue Form::read(const Row &row) const
         return m_rest.value(row.field.key);
     case Field::Switch:
         return static_cast<QCheckBox *>(row.editor)->isChecked();
+    case Field::Radios: {
+        const int at = static_cast<RadioGroup *>(row.editor)->current();
+        return at < 0 ? QJsonValue() : row.field.choices.at(at).first;
+    }
     case Field::Choice: {
         const auto *box = static_cast<QComboBox *>(row.editor);
         const int at = box->currentIndex();
@@ -221,13 +244,17 @@ void Form::write(Row *row, const QJsonValue &value)
         static_cast<QCheckBox *>(row->editor)
             ->setChecked(value.isBool() ? value.toBool() : value.toVariant().toInt() != 0);
         break;
+    case Field::Radios:
     case Field::Choice: {
         int at = -1;
         for (int i = 0; i < row->field.choices.size() && at < 0; ++i)
             if (row->field.choices.at(i).first == value ||
                 (!value.isObject() && row->field.choices.at(i).first.toVariant().toString() == text))
                 at = i;
-        static_cast<QComboBox *>(row->editor)->setCurrentIndex(at);
+        if (row->field.kind == Field::Radios)
+            static_cast<RadioGroup *>(row->editor)->setCurrent(at);
+        else
+            static_cast<QComboBox *>(row->editor)->setCurrentIndex(at);
         break;
     }
     default:
@@ -323,7 +350,7 @@ void Form::judge(int at)
         else if (field.kind == Field::Number && value.isDouble() &&
                  (value.toDouble() < double(field.from) || value.toDouble() > double(field.to)))
             row.why = tr("请输入 %1 到 %2 之间的数字").arg(field.from).arg(field.to);
-        else if (field.kind == Field::Frames && !text.isEmpty())
+        else if (field.kind == Field::Frames && !field.why && !text.isEmpty())
             row.why = FrameSet::checkFrames(text);
         else if (field.most > 0 && text.size() > field.most)
             row.why = tr("最多 %1 个字符").arg(field.most);
@@ -333,11 +360,9 @@ void Form::judge(int at)
             row.why = row.foreign;
     }
     const bool tell = !row.why.isEmpty() && (row.touched || !row.foreign.isEmpty());
-    const QString note = tell                          ? row.why
-                         : !row.why.isEmpty()          ? QString()
-                         : field.kind == Field::Frames ? framesNote(text)
-                         : field.told                  ? field.told(value, values())
-                                                       : QString();
+    QString note = tell ? row.why : QString();
+    if (row.why.isEmpty() && row.editor->isEnabledTo(this))
+        note = field.told ? field.told(value, values()) : field.kind == Field::Frames ? framesNote(text) : QString();
     row.note->setText(note);
     row.note->setVisible(!note.isEmpty());
     row.editor->setAccessibleDescription(tell ? row.why : field.hint);
@@ -394,6 +419,15 @@ void Form::setWhy(const QString &key, const QString &text)
         return;
     m_rows[at].foreign = text;
     m_rows[at].touched = true;
+    judge(at);
+}
+
+void Form::judge(const QString &key)
+{
+    const int at = rowOf(key);
+    if (at < 0)
+        return;
+    m_rows[at].touched = m_rows.at(at).touched || !read(m_rows.at(at)).toVariant().toString().isEmpty();
     judge(at);
 }
 

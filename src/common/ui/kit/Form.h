@@ -21,7 +21,7 @@ class QLabel;
 class QLineEdit;
 
 struct Field {
-    enum Kind { Text, Number, Frames, File, Folder, Choice, Switch, ReadOnly };
+    enum Kind { Text, Number, Frames, File, Folder, Choice, Radios, Switch, ReadOnly };
     using Choices = QVector<QPair<QJsonValue, QString>>; // value, words
     // Why the value can't stay so, in words; empty where it can. Gets all values of the form.
     using Why = std::function<QString(const QJsonValue &value, const QJsonObject &all)>;
@@ -36,6 +36,7 @@ struct Field {
     Choices choices;
     Why why;
     std::function<bool(const QJsonObject &all)> when; // enabled only then
+    std::function<QWidget *(QWidget *parent)> aside;  // a button right of the editor
 
     static Field make(Kind kind, const QString &key, const QString &label);
     static Field text(const QString &key, const QString &label) { return make(Text, key, label); }
@@ -44,6 +45,7 @@ struct Field {
     static Field file(const QString &key, const QString &label) { return make(File, key, label); }
     static Field folder(const QString &key, const QString &label) { return make(Folder, key, label); }
     static Field choice(const QString &key, const QString &label, const Choices &choices = {});
+    static Field radios(const QString &key, const QString &label, const Choices &choices); // all to be seen at once
     static Field toggle(const QString &key, const QString &label) { return make(Switch, key, label); }
     static Field shown(const QString &key, const QString &label) { return make(ReadOnly, key, label); }
     Field &needed() { return must = true, *this; }
@@ -55,6 +57,7 @@ struct Field {
     // A number with a switch of its own that stands for 0 ("不限").
     Field &orNone(const QString &text) { return none = text, *this; }
     Field &telling(Why f) { return told = std::move(f), *this; } // shown under the field while its value is good
+    Field &beside(std::function<QWidget *(QWidget *)> f) { return aside = std::move(f), *this; }
     Field &secret() { return password = true, *this; }
 };
 
@@ -63,6 +66,8 @@ class Form : public QWidget
     Q_OBJECT
 public:
     explicit Form(const QVector<Field> &fields, QWidget *parent = nullptr);
+
+    static QString framesNote(const QString &frames); // "101 帧：1-100, 250"; empty where it can't be read
 
     void setValues(const QJsonObject &values); // emits no changed()
     QJsonObject values() const;
@@ -74,6 +79,7 @@ public:
     bool good() const;                                    // as far as was typed
     QString why(const QString &key) const;                // what stands under the field
     void setWhy(const QString &key, const QString &text); // until the value changes: what only others know
+    void judge(const QString &key);                       // anew: what its rule looks at has changed
     QWidget *editor(const QString &key) const;
     QString choiceText(const QString &key) const;
 
@@ -83,7 +89,7 @@ signals:
 private:
     struct Row {
         Field field;
-        QWidget *editor = nullptr; // QLineEdit, QComboBox, QCheckBox or QLabel
+        QWidget *editor = nullptr; // QLineEdit, QComboBox, RadioGroup, QCheckBox or QLabel
         QCheckBox *none = nullptr; // stands for 0
         QLabel *note = nullptr;    // under the field: why, or what a frame text expands to
         QString why, foreign;      // own and told from outside
