@@ -1,6 +1,7 @@
 #pragma once
 // What the engine asks of the windows, through Seam<WindowCalls>. MainWindow implements it; without a window the calls
 // are dropped and the engine goes on. All run on the main thread.
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 
@@ -35,4 +36,7 @@ public:
         Q_UNUSED(scenes)
         Q_UNUSED(err)
     }
+    // A plug-in hands a scene over with its parameters, as PluginRequest reads them: only environment, project and
+    // machine are left to ask.
+    virtual void envpre(const QJsonObject &order) { Q_UNUSED(order) }
 };

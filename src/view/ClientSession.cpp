@@ -1,8 +1,10 @@
 #include "view/ClientSession.h"
 #include "common/CommonConfig.h"
+#include "common/ThreadPool.h"
 #include "common/ui/TrayIcon.h"
 #include "common/UserInfo.h"
 #include "io/local/HttpServer.h"
+#include "io/local/PluginListen.h"
 #include "view/MainWindow.h"
 #include "view/SessionTimer.h"
 #include "view/Shell.h"
@@ -28,11 +30,17 @@ void ClientSession::queuesStand()
     emit m_window->shell()->analysisStands(SessionTimer::resolve());
     m_server = new HttpServer(this);
     m_server->initHttpServer(UserInfo::clientPort());
+    m_plugins = new PluginListen;
+    ThreadPool::instance()->addWork(m_plugins);
+    if (const int port = UserInfo::setting(Settings::PluginPort).toInt(); port > 0)
+        Seam<PluginCalls>::post([port](PluginCalls &plugins) { plugins.listen(port); });
 }
 
 ClientSession::~ClientSession()
 {
-    delete m_server; // first: it hands work in
+    delete m_server; // first: they hand work in
+    if (m_plugins)
+        m_plugins->deleteLater();
     SessionTimer::stop();
     m_window->setClosing(true);
     m_window->close();

@@ -5,9 +5,11 @@
 #include <memory>
 #include <QJsonObject>
 #include <QObject>
+#include <QPointer>
 
 class HttpServer;
 class MainWindow;
+class PluginListen;
 
 class ClientSession : public QObject
 {
@@ -26,4 +28,5 @@ private:
     void queuesStand();
     std::unique_ptr<MainWindow> m_window;
     HttpServer *m_server = nullptr;
+    QPointer<PluginListen> m_plugins; // on a thread of the pool, which may end it first
 };

@@ -28,6 +28,8 @@ public:
         emit scenesGiven(softwareType, scenes, err);
     }
 
+    void envpre(const QJsonObject &order) override { emit sceneFinished(order); }
+
 signals:
     void queueStands(int type); // a transfer queue has its store and handler: its number
     void coverAsked(int missionId, QString text);
@@ -35,6 +37,7 @@ signals:
     void balanceMissing(QString text);
     void downloaded();
     void ordersChanged();
+    void sceneFinished(QJsonObject order); // by a plug-in
     void scenesGiven(int softwareType, QStringList scenes, QString err);
 
 private:

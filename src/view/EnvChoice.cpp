@@ -118,6 +118,21 @@ QString EnvChoice::rset(const Chosen &chosen, const QString &scene)
         .text();
 }
 
+// Goes the way of a clone: nothing is left to analyse, and its key is given with the row.
+static void takeFinished(const QJsonObject &order, db_resolve *res)
+{
+    QJsonObject found = order;
+    const QJsonArray files = found.take(QLatin1String("files")).toArray();
+    Rset chosen(res->rset);
+    chosen.set("hasClone", 1);
+    res->rkey = res->pri = 0;
+    res->state = SceneState::Clean;
+    res->rset = chosen.text();
+    res->rdata = QString::fromUtf8(QJsonDocument(found).toJson(QJsonDocument::Compact));
+    const QByteArray list = QJsonDocument(QJsonObject{{"files", files}}).toJson(QJsonDocument::Compact);
+    res->rfile = QString::fromUtf8(list.mid(1, list.size() - 2));
+}
+
 QList<db_resolve> EnvChoice::rows(const Chosen &chosen, qlonglong nowSeconds)
 {
     QList<db_resolve> list;
@@ -129,6 +144,8 @@ QList<db_resolve> EnvChoice::rows(const Chosen &chosen, qlonglong nowSeconds)
         res.projectId = chosen.project.value(QLatin1String("id")).toVariant().toInt();
         res.state = SceneState::Waiting;
         res.rset = rset(chosen, scene);
+        if (!chosen.finished.isEmpty())
+            takeFinished(chosen.finished, &res);
         list << res;
     }
     return list;

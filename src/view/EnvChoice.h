@@ -33,6 +33,7 @@ struct Chosen {
     double balance = 0;
     bool allowArrears = false; // orders without money on the account
     bool mayaProjectExists = true;
+    QJsonObject finished; // analysed by its own host already: what was found
 };
 // Whether the account object (10309) lets it order without money.
 bool allowsArrears(const QJsonObject &account);

@@ -246,6 +246,13 @@ void EnvPre::accept()
         });
 }
 
+void EnvPre::setFinished(const QJsonObject &order)
+{
+    m_chosen.finished = order;
+    if (order.contains(QLatin1String("projectId")))
+        m_projectWish = order.value(QLatin1String("projectId")).toVariant().toString();
+}
+
 void EnvPre::insert()
 {
     const QString no = EnvChoice::refusal(m_chosen);
@@ -253,7 +260,9 @@ void EnvPre::insert()
         return setError(no);
     remember();
     const QList<db_resolve> list = EnvChoice::rows(m_chosen, QDateTime::currentSecsSinceEpoch());
-    if (Seam<ResolveCalls>::post([list](ResolveCalls &queue) { queue.addFile(list); })) {
+    const bool finished = !m_chosen.finished.isEmpty();
+    if (Seam<ResolveCalls>::post(
+            [=](ResolveCalls &queue) { finished ? queue.saveDataSet(list.first()) : queue.addFile(list); })) {
         emit submitted();
         close();
     } else {

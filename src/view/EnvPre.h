@@ -12,6 +12,10 @@ class EnvPre : public DialogFrame
 public:
     EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent);
 
+    // The scene has been analysed by its own host: order is what it found, as PluginRequest::order tells; it goes on
+    // with the order at once. Its project is preferred.
+    void setFinished(const QJsonObject &order);
+
 signals:
     void submitted(); // its scenes are on their way into the store
 

@@ -30,6 +30,10 @@ QWidget *makeResolve(Shell *shell)
                          TrayIcon::instance()->showCurWid();
                          page->backEnvPre(software, scenes, err);
                      });
+    QObject::connect(voice, &EngineVoice::sceneFinished, page, [page](const QJsonObject &order) {
+        TrayIcon::instance()->showCurWid();
+        page->envpre(order);
+    });
     return page;
 }
 

@@ -330,7 +330,8 @@ void Resolve::backEnvPre(int type, QStringList fileL, QString err)
 void Resolve::envpre(QJsonObject obj)
 {
     const QString scene = obj.value(QLatin1String("scenePath")).toString();
-    backEnvPre(SoftwareType::ofPath(scene), {scene}, {});
+    backEnvPre(SoftwareType::SketchUp, {scene}, {});
+    m_env->setFinished(obj);
 }
 
 QString Resolve::names(const QStringList &keys) const

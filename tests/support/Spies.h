@@ -31,7 +31,8 @@ public:
     {
         calls << QString("change %1 %2 %3").arg(key).arg(type).arg(order).trimmed();
     }
-    void saveDataSet(db_resolve) override { calls << "save"; }
+    QList<db_resolve> saved;
+    void saveDataSet(db_resolve res) override { calls << "save", saved << res; }
     void commitResolve(qlonglong key, bool batch, QString order) override
     {
         calls << QString("commit %1 %2 %3").arg(key).arg(batch).arg(order).trimmed();

@@ -23,4 +23,6 @@ public:
     void downErrorTip(const QString &text) override { tips << text; }
     void redPoint() override {}
     void refreshOrder() override {}
+    QList<QJsonObject> orders;
+    void envpre(const QJsonObject &order) override { orders << order; }
 };

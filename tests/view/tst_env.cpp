@@ -174,6 +174,29 @@ private slots:
         QCOMPARE(UserInfo::userValue("EnvPre", "machine").toString(), QString("快速"));
         NetTcp::instance()->setLogin(false);
     }
+    // A plug-in's scene needs no analysis: it goes the way of a clone, in the project that was chosen there.
+    void finishedScene()
+    {
+        account(55);
+        BusinessPeer server;
+        QVERIFY(server.takeClient());
+        server.answer(10502, 1050200, {{"projects", QJsonArray{QJsonObject{{"name", "a"}, {"id", 1}}, QJsonObject{{"name", "b"}, {"id", 3}}}}});
+        server.answer(10506, 1050600, {{"combos", QJsonArray{QJsonObject{{"software", "SketchUp 2018"}, {"id", 21}}}}});
+        server.answer(11102, 1110200, {{"machines", QJsonArray{QJsonObject{{"name", "m"}}}}});
+        ResolveSpy queue;
+        auto *dialog = new EnvPre(6, {"/m/a.skp"}, 5, nullptr);
+        dialog->setFinished({{"projectId", 3}, {"sceneName", "p"}, {"files", QJsonArray{"/m/x.png"}}, {"modelParameters", QJsonObject()}});
+        dialog->open();
+        QTRY_VERIFY(buttonOf(dialog, "开始解析")->isEnabled());
+        QVERIFY(press(dialog, "开始解析"));
+        QTRY_COMPARE(queue.saved.size(), 1);
+        const db_resolve row = queue.saved[0];
+        QCOMPARE(QStringLiteral("%1 %2 %3").arg(row.projectId).arg(row.rkey).arg(row.rfile), QString(R"(3 0 "files":["/m/x.png"])"));
+        QCOMPARE(QJsonDocument::fromJson(row.rset.toUtf8())["hasClone"].toInt(), 1);
+        QCOMPARE(QJsonDocument::fromJson(row.rdata.toUtf8())["sceneName"].toString(), QString("p"));
+        QVERIFY(queue.added.isEmpty());
+        NetTcp::instance()->setLogin(false);
+    }
     void refusedDialogStays()
     {
         account(54);
