@@ -13,6 +13,7 @@
 #include "view/ResolvePri.h"
 #include "view/ResolveWarn.h"
 #include "view/SceneInfo.h"
+#include "view/ShortCuts.h"
 #include "view/Transfer.h"
 #include <QApplication>
 #include <QMenu>
@@ -124,6 +125,12 @@ const QList<TourStop> &tourTable()
         dialog("DownCover", over([](Stage &, QWidget *w) {
                    return new DownCover(7, Stage::longName(7), QStringLiteral("1-250, 300"), w);
                })),
+        dialog("ShortCuts",
+               [](Stage &s) {
+                   scenes(s);
+                   s.window()->showShortCuts();
+                   return static_cast<QWidget *>(s.window()->findChild<ShortCuts *>());
+               }),
         dialog("question-delete", [](Stage &s) { return question(s, "delete"); }),
         dialog("question-commit", [](Stage &s) { return question(s, "commit"); }),
     };

@@ -665,6 +665,10 @@
         <source>换一个词，或清除搜索</source>
         <translation>Try another word, or clear the search</translation>
     </message>
+    <message>
+        <source>已删除 %1 条记录</source>
+        <translation>%1 entries are removed</translation>
+    </message>
 </context>
 <context>
     <name>DownCover</name>
@@ -2203,6 +2207,14 @@ May they be saved there?</translation>
         <source>在传输管理中查看失败的文件，然后继续上传</source>
         <translation>See the files that failed under Transfers, then resume the upload</translation>
     </message>
+    <message>
+        <source>已删除“%1”</source>
+        <translation>“%1” is deleted</translation>
+    </message>
+    <message>
+        <source>已删除 %1 个任务</source>
+        <translation>%1 tasks are deleted</translation>
+    </message>
 </context>
 <context>
     <name>ResolvePri</name>
@@ -3602,6 +3614,14 @@ You can also change the folder, but only for new tasks</translation>
         <source>已完成</source>
         <translation>Finished</translation>
     </message>
+    <message>
+        <source>已删除“%1”</source>
+        <translation>“%1” is deleted</translation>
+    </message>
+    <message>
+        <source>已删除 %1 个任务</source>
+        <translation>%1 tasks are deleted</translation>
+    </message>
 </context>
 <context>
     <name>TransferHand</name>
@@ -4213,6 +4233,52 @@ You can also change the folder, but only for new tasks</translation>
     <message>
         <source>全不选</source>
         <translation>None</translation>
+    </message>
+</context>
+<context>
+    <name>ActSet</name>
+    <message>
+        <source>撤销</source>
+        <translation>Undo</translation>
+    </message>
+</context>
+<context>
+    <name>ShortCuts</name>
+    <message>
+        <source>快捷键</source>
+        <translation>Keys</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>刷新列表</source>
+        <translation>Refresh the list</translation>
+    </message>
+    <message>
+        <source>搜索</source>
+        <translation>Search</translation>
+    </message>
+    <message>
+        <source>选中所有行</source>
+        <translation>Select all rows</translation>
+    </message>
+    <message>
+        <source>勾选选中的行</source>
+        <translation>Tick the selected rows</translation>
+    </message>
+    <message>
+        <source>打开当前行</source>
+        <translation>Open the current row</translation>
+    </message>
+    <message>
+        <source>清除搜索和选择</source>
+        <translation>Clear search and selection</translation>
+    </message>
+    <message>
+        <source>当前行的菜单</source>
+        <translation>Menu of the current row</translation>
     </message>
 </context>
 </TS>

@@ -1,6 +1,7 @@
 #include "view/ClientSession.h"
 #include "common/CommonConfig.h"
 #include "common/ThreadPool.h"
+#include "common/ui/kit/Acts.h"
 #include "common/ui/TrayIcon.h"
 #include "common/UserInfo.h"
 #include "io/local/HttpServer.h"
@@ -41,6 +42,8 @@ ClientSession::~ClientSession()
     delete m_server; // first: they hand work in
     if (m_plugins)
         m_plugins->deleteLater();
+    for (ActSet *acts : m_window->findChildren<ActSet *>())
+        acts->sendNow(); // deletions that could still be taken back
     SessionTimer::stop();
     m_window->setClosing(true);
     m_window->close();

@@ -150,12 +150,12 @@ void DoneTable::addActs()
     remove.icon = QStringLiteral("trash");
     remove.places = ActSpec::Bar | ActSpec::Menu;
     remove.keys = QKeySequence::Delete;
-    remove.run = [this](const QStringList &keys) {
-        QList<qlonglong> ids;
-        for (const db_done &d : m_model->records(keys))
-            ids << d.id;
-        Seam<ResolveCalls>::post([ids](ResolveCalls &queue) { queue.removeDone(ids); });
+    remove.later = [](const QString &key) {
+        return [ids = QList<qlonglong>{key.toLongLong()}] {
+            Seam<ResolveCalls>::post([ids](ResolveCalls &queue) { queue.removeDone(ids); });
+        };
     };
+    remove.farewell = [](const QStringList &keys) { return tr("已删除 %1 条记录").arg(keys.size()); };
     acts()->add(remove);
 }
 

@@ -16,6 +16,8 @@
 #include "view/render/KeyFrame.h"
 #include "view/set/Set.h"
 #include "view/Shell.h"
+#include "view/ShortCuts.h"
+#include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
 #include <QStackedWidget>
@@ -133,6 +135,10 @@ void MainWindow::listen()
             if (spec.shortcut == key)
                 showPage(spec.name());
     });
+    auto *help = new QAction(this);
+    help->setShortcut(QKeySequence(Qt::Key_F1));
+    connect(help, &QAction::triggered, this, &MainWindow::showShortCuts);
+    addAction(help);
     connect(m_shell, &Shell::showPage, this, &MainWindow::showPage);
     connect(m_shell, &Shell::mark, this, &MainWindow::mark);
     connect(m_shell, &Shell::loginInfoChanged, this, &MainWindow::menuFollows);
@@ -154,6 +160,14 @@ void MainWindow::listen()
         KeyFrame::tell(this, obj, [this] { showPage(QStringLiteral("transfer")); });
     });
     m_shell->pushes()->on(MoneyMoved, account, [account](int, const QJsonObject &) { account->queryMoney(); });
+}
+
+void MainWindow::showShortCuts()
+{
+    if (m_shortCuts)
+        return m_shortCuts->activateWindow();
+    m_shortCuts = new ShortCuts(m_stack->currentWidget(), this);
+    m_shortCuts->open();
 }
 
 void MainWindow::setLanguage(const QString &word)

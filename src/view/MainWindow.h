@@ -13,6 +13,7 @@ class LeftMenu;
 class PullMsg;
 class QStackedWidget;
 class Shell;
+class ShortCuts;
 struct PageSpec;
 
 class MainWindow : public BaseWidget
@@ -37,6 +38,7 @@ public slots:
     void rolePermChanged();
     void setLanguage(const QString &word); // kept at once, in force after a restart
     void showPage(const QString &key);
+    void showShortCuts(); // F1
 
 protected:
     void closeEvent(QCloseEvent *event) override;
@@ -61,6 +63,7 @@ private:
     Shell *m_shell;
     QToolButton *m_fold = nullptr;
     QHash<QString, QWidget *> m_views;
+    QPointer<ShortCuts> m_shortCuts;
     QPointer<QWidget> m_child; // the message centre
     QPointer<QWidget> m_set;
     QString m_page;

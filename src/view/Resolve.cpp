@@ -26,6 +26,7 @@
 #include <QFileDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QLabel>
 #include <QLineEdit>
 
 using SceneState::Act;
@@ -71,6 +72,13 @@ Resolve::Resolve(QWidget *parent)
     m_table->build();
     body()->addWidget(m_table, 1);
     setFocusProxy(m_table);
+    m_advice = new QLabel(this);
+    m_advice->setObjectName(QStringLiteral("quiet"));
+    m_advice->setTextFormat(Qt::PlainText);
+    m_advice->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    m_table->foot()->insertWidget(0, m_advice, 100);
+    connect(m_table->view(), &RecordView::selectionMoved, this, &Resolve::advise);
+    connect(m_model, &RecordModelBase::rowsChanged, this, &Resolve::advise);
     connect(m_table, &TablePage::refreshWanted, this, &Resolve::refresh);
     connect(m_table, &TablePage::pageWanted, this, &Resolve::refresh);
     connect(m_table, &TablePage::searchWanted, this, [this](const QString &text) { searchName(0, text); });
@@ -133,7 +141,8 @@ void Resolve::addActs()
         return keys.size() == 1 ? tr("确定删除“%1”吗？").arg(names(keys))
                                 : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
     };
-    remove.run = [this](const QStringList &keys) { this->remove(keys); };
+    remove.later = deletion();
+    remove.farewell = [this](const QStringList &keys) { return farewell(keys); };
     acts->add(remove);
     ActSpec recommit =
         spec("recommit", tr("重新提交"), QStringLiteral("upload"), Act::Recommit, ActSpec::More | ActSpec::Menu);
@@ -161,7 +170,8 @@ void Resolve::addRowActs()
     cancel.question = [this](const QStringList &keys) {
         return tr("确定取消“%1”吗？任务会从列表中删除。").arg(names(keys));
     };
-    cancel.run = [this](const QStringList &keys) { remove(keys); };
+    cancel.later = deletion();
+    cancel.farewell = [this](const QStringList &keys) { return farewell(keys); };
     acts->add(cancel);
     ActSpec priority =
         spec("priority", tr("优先级"), QStringLiteral("top"), Act::Prioritise, ActSpec::Row | ActSpec::Menu);
@@ -260,6 +270,21 @@ void Resolve::stateChanged(db_resolve res)
 void Resolve::upProgress(qlonglong rkey, int ok, int sum)
 {
     m_model->change(ResolveRows::key(rkey), [&](db_resolve &mine) { mine.fok = ok, mine.fsum = sum; });
+}
+
+// What to do about the one row that is selected, without a mouse resting on it.
+void Resolve::advise()
+{
+    const QStringList keys = m_table->view()->selected();
+    const db_resolve *res = keys.size() == 1 ? m_model->record(keys.first()) : nullptr;
+    const QString why = res ? ResolveRows::reason(*res) : QString();
+    const QString line =
+        why.section(QLatin1Char('\n'), -1) +
+        (why.contains(QLatin1Char('\n')) ? QStringLiteral("  ·  ") + why.section(QLatin1Char('\n'), 0, 0) : QString());
+    if (m_advice->text() == line)
+        return;
+    m_advice->setText(line);
+    m_advice->setToolTip(RecordModelBase::plainTip(why));
 }
 
 void Resolve::rightsChanged()
@@ -403,10 +428,14 @@ void Resolve::change(const QStringList &keys, Act act)
         Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.changeResolveState(key, type, {}); });
 }
 
-void Resolve::remove(const QStringList &keys)
+std::function<std::function<void()>(const QString &)> Resolve::deletion() const
 {
-    for (qlonglong key : rkeys(keys))
-        SceneDelete::run(key);
+    return [](const QString &key) { return [rkey = ResolveRows::rkey(key)] { SceneDelete::run(rkey); }; };
+}
+
+QString Resolve::farewell(const QStringList &keys) const
+{
+    return keys.size() == 1 ? tr("已删除“%1”").arg(names(keys)) : tr("已删除 %1 个任务").arg(keys.size());
 }
 
 void Resolve::act(const char *id) { m_table->acts()->action(QLatin1String(id))->trigger(); }

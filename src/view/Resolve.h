@@ -9,6 +9,7 @@
 
 class Debounce;
 class EnvPre;
+class QLabel;
 class ResolvePri;
 class TablePage;
 struct ActSpec;
@@ -59,11 +60,13 @@ private:
     void listen();
     void act(const char *id); // as the bar's button
     void chooseFiles();
+    void advise();
     void askCommit(const QStringList &keys);
     void askCommit(const QStringList &keys, int others);
     void commit(const QList<qlonglong> &keys, bool batch);
     void change(const QStringList &keys, SceneState::Act act);
-    void remove(const QStringList &keys);
+    std::function<std::function<void()>(const QString &key)> deletion() const;
+    QString farewell(const QStringList &keys) const;
     void openPriorities(const QString &key);
     void openState(const QString &key);
     void openParameters(qlonglong rkey);
@@ -72,6 +75,7 @@ private:
     QString names(const QStringList &keys) const;
 
     ResolveRows::Model *m_model;
+    QLabel *m_advice = nullptr; // at the foot
     TablePage *m_table;
     Debounce *m_reload;
     QPointer<EnvPre> m_env;

@@ -1,6 +1,7 @@
 #include "view/ResolvePri.h"
 #include "common/facts/SceneState.h"
 #include "common/ui/Background.h"
+#include "common/ui/kit/RowDrag.h"
 #include "common/ui/kit/TablePage.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
@@ -48,6 +49,7 @@ ResolvePri::ResolvePri(int type, QWidget *parent)
     m_table = new TablePage(look, m_model, this);
     addActs();
     m_table->build();
+    connect(new RowDrag(m_table->view()), &RowDrag::dropped, this, &ResolvePri::moveBefore);
     m_table->setMinimumSize(560, 300);
     content()->setContentsMargins(0, 0, 0, 0);
     content()->addWidget(m_table, 1);
@@ -120,6 +122,20 @@ void ResolvePri::move(const QStringList &keys, int by)
         }
     }
     m_model->setRows(m_model->records(order));
+}
+
+void ResolvePri::moveBefore(const QStringList &keys, const QString &before)
+{
+    const QStringList order = m_model->keys();
+    QStringList now, moved;
+    for (const QString &key : order)
+        (keys.contains(key) ? moved : now) << key;
+    // Dropped on one of their own they close up behind what stands before it.
+    int at = order.indexOf(before);
+    while (at >= 0 && at < order.size() && keys.contains(order.at(at)))
+        ++at;
+    at = at < 0 || at >= order.size() ? now.size() : now.indexOf(order.at(at));
+    m_model->setRows(m_model->records(now.mid(0, at) + moved + now.mid(at)));
 }
 
 void ResolvePri::save()

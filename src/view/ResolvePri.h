@@ -1,6 +1,6 @@
 #pragma once
-// "优先级调度": the rows that wait for analysis (type 0) or upload (type 1), to be put into another order. The order is
-// kept by the store in memory. Main thread; deletes itself.
+// "优先级调度": the rows that wait for analysis (type 0) or upload (type 1), to be put into another order by drag,
+// buttons or keys. The order is kept by the store in memory. Main thread; deletes itself.
 #include "common/ui/kit/DialogFrame.h"
 #include "common/ui/kit/RecordModel.h"
 #include "db/Records.h"
@@ -25,6 +25,7 @@ private:
     void removeKey(qlonglong rkey);
     bool waits(const db_resolve &res) const; // in the queue that this is about
     void move(const QStringList &keys, int by);
+    void moveBefore(const QStringList &keys, const QString &before); // as a drag tells
     void save();
     void ask();
 

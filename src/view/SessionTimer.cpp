@@ -2,14 +2,17 @@
 #include "common/Session.h"
 #include "common/ui/Background.h"
 #include "common/UserInfo.h"
+#include "db/Calls.h"
 #include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "resolve/ResolveScan.h"
 #include "transfer/TransScan.h"
+#include <memory>
 #include <QDebug>
 #include <QObject>
+#include <QSemaphore>
 
 namespace
 {
@@ -29,6 +32,18 @@ bool openStores(const QString &dir)
         qWarning().noquote() << "SessionTimer::openStores: a store can't be opened in" << dir << resolveOk << upOk
                              << downOk;
     return resolveOk && upOk && downOk;
+}
+
+constexpr int DrainMs = 3000;
+
+// What windows have posted to the queues is done when it returns: a queue that ends drops what it hasn't begun.
+void drain()
+{
+    const auto done = std::make_shared<QSemaphore>();
+    int asked = Seam<ResolveCalls>::post([done](ResolveCalls &) { done->release(); }) ? 1 : 0;
+    asked += Seam<DownCalls>::post([done](DownCalls &) { done->release(); }) ? 1 : 0;
+    if (!done->tryAcquire(asked, DrainMs))
+        qWarning().noquote() << "SessionTimer::stop a queue is busy, what was asked of it last may be lost";
 }
 
 template <class Thread> void end(Thread *&thread)
@@ -67,6 +82,7 @@ void SessionTimer::stop()
         return;
     on = false;
     ++generation;
+    drain();
     Session::setLive(false);
     end(up);
     end(down);

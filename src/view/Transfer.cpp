@@ -177,6 +177,11 @@ void Transfer::addActs(TransferList *list, TablePage *table)
         return keys.size() == 1 ? tr("确定删除下载任务“%1”吗？已下载的文件会保留。").arg(name)
                                 : tr("确定删除选中的 %1 个下载任务吗？已下载的文件会保留。").arg(keys.size());
     };
+    remove.later = [list, up](const QString &key) { return TransferHand::deletion(up, *list->record(key)); };
+    remove.farewell = [list](const QStringList &keys) {
+        return keys.size() == 1 ? tr("已删除“%1”").arg(list->record(keys.first())->name)
+                                : tr("已删除 %1 个任务").arg(keys.size());
+    };
     ActSpec folder = add(
         "folder", tr("目录"), "folder", [](const TransferRow &) { return true; }, &TransferHand::on_dir_clicked);
     folder.single = true;

@@ -53,10 +53,14 @@ void TransferHand::on_pause_clicked()
 void TransferHand::on_del_clicked()
 {
     for (const TransferRow &row : qAsConst(m_groups))
-        if (m_uploads)
-            SceneDelete::run(row.rkey);
-        else
-            Seam<DownCalls>::post([pri = row.missPri](DownCalls &down) { down.delDown(pri); });
+        deletion(m_uploads, row)();
+}
+
+std::function<void()> TransferHand::deletion(bool uploads, const TransferRow &group)
+{
+    if (uploads)
+        return [rkey = group.rkey] { SceneDelete::run(rkey); };
+    return [pri = group.missPri] { Seam<DownCalls>::post([pri](DownCalls &down) { down.delDown(pri); }); };
 }
 
 void TransferHand::on_pri_clicked()

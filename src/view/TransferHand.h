@@ -14,6 +14,7 @@ public:
     void setRows(bool uploads, const QList<TransferRow> &groups);
     static bool paused(bool uploads, int state);
     static bool failed(bool uploads, int state);
+    static std::function<void()> deletion(bool uploads, const TransferRow &group); // what on_del_clicked does for one
 
 public slots:
     void on_re_clicked();

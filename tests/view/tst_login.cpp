@@ -2,6 +2,7 @@
 #include "common/CommonConfig.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
+#include "common/ui/kit/TablePage.h"
 #include "common/ui/SecretStore.h"
 #include "common/ui/TrayIcon.h"
 #include "common/ui/WebView.h"
@@ -13,6 +14,7 @@
 #include "view/LeftMenu.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
+#include "view/Resolve.h"
 #include "view/SessionTimer.h"
 #include "view/Shell.h"
 #include "ViewRig.h"
@@ -321,12 +323,24 @@ private slots:
         begin();
         QVERIFY(inSession());
         QPointer<MainWindow> window = m_login->mainWindow();
+        // A deletion that could still be taken back is done before the session goes.
+        QList<db_resolve> rows{scene(900, 106)};
+        QTRY_VERIFY(ResolveDAO::instance()->isOpen() && ResolveDAO::instance()->insertBatch(&rows));
+        auto *scenes = window->findChild<Resolve *>();
+        const QString key = ResolveRows::key(rows.first().rkey);
+        scenes->refresh();
+        QTRY_VERIFY(scenes->model()->contains(key));
+        scenes->table()->view()->select({key});
+        scenes->delAct();
+        QVERIFY(answer("删除任务"));
+        QSignalSpy deleted(ResolveDAO::instance(), &ResolveDAO::resolveDeleted);
         const int before = pages();
         if (reason > 1000)
             m_server->push(10001, reason, {});
         else
             emit window->shell()->reLogin(reason);
         QTRY_VERIFY(!window);
+        QCOMPARE(deleted.size(), 1);
         QVERIFY(!SessionTimer::running() && !Session::live());
         QVERIFY(m_login->isVisible() && !m_login->autoRelogin());
         QVERIFY(!TrayIcon::instance()->online());

@@ -17,6 +17,7 @@
 #include "view/MsgCenter.h"
 #include "view/PushRouter.h"
 #include "view/Shell.h"
+#include "view/ShortCuts.h"
 #include "view/Transfer.h"
 #include "ViewRig.h"
 #include <QMenu>
@@ -204,6 +205,13 @@ private slots:
         QCOMPARE(m_window->page(), QString("transfer"));
         QTest::keyClick(m_window.data(), Qt::Key_1, Qt::ControlModifier);
         QCOMPARE(m_window->page(), QString("resolve"));
+        QTest::keyClick(m_window.data(), Qt::Key_F1);
+        QTRY_VERIFY(topLevel<ShortCuts>());
+        QStringList keys;
+        for (const QLabel *label : topLevel<ShortCuts>()->findChildren<QLabel *>())
+            keys << label->text();
+        QVERIFY(keys.contains("Ctrl+2") && keys.contains("F5") && keys.contains("Ctrl+F") && keys.contains("删除任务"));
+        topLevel<ShortCuts>()->close();
     }
     // Tab leads through the whole frame, every stop has a name.
     void keyboard()

@@ -53,6 +53,7 @@ private:
         QCoreApplication::processEvents();
         if (MsgBox *box = topLevel<MsgBox>())
             box->findChildren<QPushButton *>().first()->click();
+        m_page->table()->acts()->sendNow(); // a deletion that could still be taken back
         return calls();
     }
 
@@ -145,6 +146,7 @@ private slots:
         if (words.first() == "取消") {
             QVERIFY(message().contains("shot_1.tgd"));
             QVERIFY(answer("取消任务"));
+            m_page->table()->acts()->sendNow();
         }
         QTEST(calls().join(','), "wanted");
     }
@@ -298,7 +300,17 @@ private slots:
         QVERIFY(answer("返回") && calls().isEmpty());
         m_page->delAct();
         QVERIFY(answer("删除任务"));
-        QCOMPARE(calls(), (QStringList{"del 1", "del 2"}));
+        QVERIFY(calls().isEmpty()); // both can be taken back
+        QCOMPARE(cell(1, "acts").data(CellRole::Buttons).toStringList().first(), QString("撤销"));
+        RecordView *view = m_page->table()->view();
+        QTest::mouseClick(view->viewport(), Qt::LeftButton, {}, view->visualRect(cell(1, "acts")).topLeft() + QPoint(12, 14));
+        m_page->table()->acts()->sendNow();
+        QCOMPARE(calls(), QStringList("del 2"));
+        QVERIFY(!cell(1, "acts").data(CellRole::Buttons).toStringList().contains("撤销"));
+        m_page->table()->acts()->setUndoMs(1);
+        m_page->delAct();
+        QVERIFY(answer("删除任务"));
+        QTRY_COMPARE(m_queue->calls.filter("del").size(), 2); // by itself, once its time is over
     }
 
     void stateClicks_data()
@@ -347,7 +359,22 @@ private slots:
         QVERIFY(::press(&dialog, "下移"));
         QCoreApplication::processEvents();
         QCOMPARE(rows->keys().join(""), QString("213"));
-        emit ResolveDAO::instance()->stateChanged(scene(1, 101)); // runs now: it no longer waits
+        dialog.show();
+        RecordView *view = dialog.table()->view();
+        const auto middle = [&](int row) { return view->visualRect(rows->index(row, 1)).center(); };
+        const auto drag = [&](int row, const QPoint &to) {
+            QTest::mousePress(view->viewport(), Qt::LeftButton, {}, middle(row));
+            QMouseEvent move(QEvent::MouseMove, to, view->viewport()->mapToGlobal(to), Qt::NoButton, Qt::LeftButton, {});
+            QApplication::sendEvent(view->viewport(), &move);
+            QTest::mouseRelease(view->viewport(), Qt::LeftButton, {}, to);
+            return rows->keys().join("");
+        };
+        view->clearSelection();
+        QCOMPARE(drag(2, middle(0) - QPoint(0, 10)), QString("321"));
+        view->select({"3", "2"}); // both go along, to the end
+        QCOMPARE(drag(0, middle(2) + QPoint(0, 10)), QString("132"));
+        QCOMPARE(drag(1, middle(1) + QPoint(1, 0)), QString("132")); // a click moves nothing
+        emit ResolveDAO::instance()->stateChanged(scene(1, 101));    // runs now: it no longer waits
         emit ResolveDAO::instance()->resolveDeleted(2);
         QTRY_COMPARE(rows->keys().join(""), QString("3"));
         QSignalSpy saved(&dialog, &ResolvePri::saved);

@@ -1,11 +1,15 @@
 #include "common/ui/kit/Acts.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/kit/Notes.h"
+#include <algorithm>
 #include <QAction>
 #include <QMenu>
+#include <QTimer>
 #include <QWidget>
 
 ActSet::ActSet(QWidget *over) : QObject(over), m_over(over) {}
+
+ActSet::~ActSet() { sendNow(); }
 
 void ActSet::add(const ActSpec &spec)
 {
@@ -39,7 +43,7 @@ QStringList ActSet::fit(const QString &id, const QStringList &keys) const
     const ActSpec *one = spec(id);
     QStringList out;
     for (const QString &key : keys)
-        if (one && (!m_there || m_there(key)) && (!one->possible || one->possible(key)))
+        if (one && !leaving(key) && (!m_there || m_there(key)) && (!one->possible || one->possible(key)))
             out << key;
     return one && one->single && out.size() > 1 ? QStringList() : out;
 }
@@ -79,10 +83,61 @@ void ActSet::ask(const ActSpec &spec, const QString &text, const QStringList &ke
 
 void ActSet::done(const ActSpec &spec, const QStringList &keys)
 {
-    if (!spec.run || (keys.isEmpty() && !spec.free))
+    if ((!spec.run && !spec.later) || (keys.isEmpty() && !spec.free))
         return;
-    spec.run(keys);
+    if (spec.later)
+        leave(spec, keys);
+    else
+        spec.run(keys);
     emit ran(spec.id, keys);
+}
+
+void ActSet::leave(const ActSpec &spec, const QStringList &keys)
+{
+    const int round = ++m_round;
+    for (const QString &key : keys)
+        m_leaving.append({key, round, spec.later(key)});
+    QTimer::singleShot(m_undoMs, this,
+                       [this, round] { send([round](const Leaving &one) { return one.round == round; }); });
+    // The note may have to give way to another one, the rows' own buttons stay.
+    Toast::show(
+        m_over, spec.farewell ? spec.farewell(keys) : spec.text, tr("撤销"), [this, keys] { takeBack(keys); },
+        m_undoMs);
+    emit leavingChanged(keys);
+}
+
+bool ActSet::leaving(const QString &key) const
+{
+    return std::any_of(m_leaving.begin(), m_leaving.end(), [&](const Leaving &one) { return one.key == key; });
+}
+
+void ActSet::takeBack(const QStringList &keys)
+{
+    const auto back = [&](const Leaving &one) { return keys.contains(one.key); };
+    m_leaving.erase(std::remove_if(m_leaving.begin(), m_leaving.end(), back), m_leaving.end());
+    emit leavingChanged(keys);
+}
+
+void ActSet::send(const std::function<bool(const Leaving &)> &which)
+{
+    QVector<Leaving> rest;
+    QStringList gone;
+    for (const Leaving &one : std::exchange(m_leaving, {})) {
+        if (!which(one)) {
+            rest << one;
+            continue;
+        }
+        one.deed();
+        gone << one.key;
+    }
+    m_leaving = rest;
+    if (!gone.isEmpty())
+        emit leavingChanged(gone);
+}
+
+void ActSet::sendNow()
+{
+    send([](const Leaving &) { return true; });
 }
 
 QMenu *ActSet::menu(const QStringList &keys, QWidget *parent) const
@@ -105,14 +160,20 @@ QMenu *ActSet::menu(const QStringList &keys, QWidget *parent) const
 QStringList ActSet::rowWords(const QString &key) const
 {
     QStringList words;
+    const bool out = leaving(key);
     for (const ActSpec &one : m_acts)
         if (one.places & ActSpec::Row)
-            words << (fit(one.id, {key}).isEmpty() ? QString() : one.rowText ? one.rowText(key) : one.text);
+            words << (out                            ? (words.isEmpty() ? tr("撤销") : QString())
+                      : fit(one.id, {key}).isEmpty() ? QString()
+                      : one.rowText                  ? one.rowText(key)
+                                                     : one.text);
     return words;
 }
 
 void ActSet::runInRow(const QString &key, int place)
 {
+    if (leaving(key))
+        return takeBack({key});
     for (const ActSpec &one : qAsConst(m_acts))
         if (one.places & ActSpec::Row && place-- == 0)
             return run(one.id, {key});

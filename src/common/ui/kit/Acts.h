@@ -29,13 +29,19 @@ struct ActSpec {
     QString accept, back;                                     // buttons of the question; else "确定", "返回"
     QString dontAsk;                                          // "不再询问" is offered and kept under this name
     std::function<void(const QStringList &keys)> run;
+    // In place of run, for what can be taken back: the deed for one row, done UndoMs later unless it was taken back.
+    // It's made at once and must hold what it needs: the row may be on another page by then.
+    std::function<std::function<void()>(const QString &key)> later;
+    std::function<QString(const QStringList &keys)> farewell; // what the note with "撤销" says
 };
 
 class ActSet : public QObject
 {
     Q_OBJECT
 public:
+    static constexpr int UndoMs = 10000;
     explicit ActSet(QWidget *over); // questions stand over this
+    ~ActSet() override;             // sends what waits
     void add(const ActSpec &spec);
     const QVector<ActSpec> &all() const { return m_acts; }
     const ActSpec *spec(const QString &id) const;
@@ -53,14 +59,30 @@ public:
     QStringList rowWords(const QString &key) const;              // one per act with a place in the row; empty: not now
     void runInRow(const QString &key, int place);
 
+    // A row that is on its way out: nothing else is possible for it, its first button takes it back.
+    bool leaving(const QString &key) const;
+    void takeBack(const QStringList &keys);
+    void setUndoMs(int ms) { m_undoMs = ms; }
+    void sendNow(); // what waits is done at once: the session ends
+
 signals:
     void ran(QString id, QStringList keys); // after it was done
+    void leavingChanged(QStringList keys);
 
 private:
     void ask(const ActSpec &spec, const QString &text, const QStringList &keys);
     void done(const ActSpec &spec, const QStringList &keys);
+    void leave(const ActSpec &spec, const QStringList &keys);
+    struct Leaving {
+        QString key;
+        int round; // of the deletion: the clock of one that was taken back means nothing to the next
+        std::function<void()> deed;
+    };
+    void send(const std::function<bool(const Leaving &)> &which);
 
     QWidget *m_over;
+    QVector<Leaving> m_leaving; // in their order
+    int m_round = 0, m_undoMs = UndoMs;
     QVector<ActSpec> m_acts;
     QVector<QAction *> m_actions; // beside m_acts
     std::function<QStringList()> m_targets;

@@ -14,6 +14,7 @@ namespace
 {
 const QString Group = QStringLiteral("Columns");
 constexpr int SaveMs = 400;
+constexpr qreal LeavingOpacity = 0.5; // of a row that is deleted unless it's taken back
 } // namespace
 
 RecordHeader::RecordHeader(RecordModelBase *model, QWidget *parent)
@@ -211,7 +212,9 @@ void RecordView::selectionChanged(const QItemSelection &on, const QItemSelection
 
 void RecordView::drawRow(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
 {
+    painter->setOpacity(m_acts && m_acts->leaving(m_records->keyOf(index)) ? LeavingOpacity : 1);
     QTreeView::drawRow(painter, option, index);
+    painter->setOpacity(1);
     const QRect row(0, option.rect.top(), viewport()->width(), option.rect.height());
     if (selectionModel()->isSelected(index))
         painter->fillRect(QRect(0, row.top(), 2, row.height() - 1), Palette::accent);

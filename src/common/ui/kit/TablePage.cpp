@@ -71,6 +71,11 @@ TablePage::TablePage(const Look &look, RecordModelBase *model, QWidget *parent)
     m_acts->setThere([model](const QString &key) { return model->contains(key); });
     connect(m_pages, &Pagination::pageChanged, this, &TablePage::pageWanted);
     connect(m_view, &RecordView::selectionMoved, m_acts, &ActSet::follow);
+    connect(m_acts, &ActSet::leavingChanged, this, [this, model](const QStringList &keys) {
+        for (const QString &key : keys)
+            model->touch(key);
+        m_acts->follow();
+    });
     connect(model, &RecordModelBase::ticksChanged, m_acts, &ActSet::follow);
     connect(model, &RecordModelBase::rowsChanged, m_acts, &ActSet::follow);
     connect(m_view, &QWidget::customContextMenuRequested, this, &TablePage::contextMenu);
