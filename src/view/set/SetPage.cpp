@@ -35,6 +35,9 @@ void SetPage::addSection(const QString &title, const QVector<Field> &fields)
     heading->setObjectName(QStringLiteral("heading"));
     heading->setContentsMargins(0, m_forms.isEmpty() ? 0 : Metrics::Margin, 0, 0);
     auto *form = new Form(fields, this);
+    for (const Field &field : fields)
+        if (field.kind == Field::Choice)
+            form->editor(field.key)->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     m_column->insertWidget(m_column->count() - 1, heading);
     m_column->insertWidget(m_column->count() - 1, form);
     m_forms << form;
