@@ -180,7 +180,8 @@ private slots:
         account(55);
         BusinessPeer server;
         QVERIFY(server.takeClient());
-        server.answer(10502, 1050200, {{"projects", QJsonArray{QJsonObject{{"name", "a"}, {"id", 1}}, QJsonObject{{"name", "b"}, {"id", 3}}}}});
+        server.answer(10502, 1050200,
+                      {{"projects", QJsonArray{QJsonObject{{"name", "a"}, {"id", 1}}, QJsonObject{{"name", "b"}, {"id", 3}}}}});
         server.answer(10506, 1050600, {{"combos", QJsonArray{QJsonObject{{"software", "SketchUp 2018"}, {"id", 21}}}}});
         server.answer(11102, 1110200, {{"machines", QJsonArray{QJsonObject{{"name", "m"}}}}});
         ResolveSpy queue;
