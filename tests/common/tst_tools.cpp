@@ -27,14 +27,6 @@ QThread *threadOf(QObject *worker)
     return seen.get_future().get();
 }
 
-void endWorker(QObject *worker)
-{
-    std::promise<void> gone;
-    QObject::connect(worker, &QObject::destroyed, [&gone] { gone.set_value(); });
-    worker->deleteLater();
-    gone.get_future().wait();
-}
-
 struct Calls {
     QThread *ran = nullptr;
     int count = 0;
