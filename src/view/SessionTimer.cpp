@@ -43,7 +43,7 @@ void drain()
     int asked = Seam<ResolveCalls>::post([done](ResolveCalls &) { done->release(); }) ? 1 : 0;
     asked += Seam<DownCalls>::post([done](DownCalls &) { done->release(); }) ? 1 : 0;
     if (!done->tryAcquire(asked, DrainMs))
-        qWarning().noquote() << "SessionTimer::stop a queue is busy, what was asked of it last may be lost";
+        qWarning().noquote() << "drain: a queue is busy, what was asked of it last may be lost";
 }
 
 template <class Thread> void end(Thread *&thread)

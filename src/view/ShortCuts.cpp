@@ -4,8 +4,8 @@
 #include "view/PageTable.h"
 #include <QGridLayout>
 #include <QKeySequence>
-#include <QPushButton>
 #include <QLabel>
+#include <QPushButton>
 
 namespace
 {

@@ -26,19 +26,33 @@ SecretStore::Result resultOf(QKeychain::Job *job)
     }
 }
 
+// One for the process, whoever asks: the library's own queue lives on the thread that asked first, and a job of another
+// thread could be gone when that queue hears of its end.
+struct Worker {
+    QThread *thread = new QThread;
+    QObject *guard = new QObject;
+    Worker()
+    {
+        guard->moveToThread(thread);
+        thread->start();
+    }
+    static Worker &one()
+    {
+        static Worker worker;
+        return worker;
+    }
+};
+
 class Keychain : public SecretStore
 {
 public:
-    Keychain() : m_thread(new QThread), m_guard(new QObject)
+    Keychain()
     {
-        m_guard->moveToThread(m_thread);
-        m_thread->start();
+        Worker::one();
         // Left to itself where a key ring doesn't answer: the process ends all the same.
         qAddPostRoutine([] {
-            if (auto *one = dynamic_cast<Keychain *>(instance())) {
-                one->m_thread->quit();
-                one->m_thread->wait(300);
-            }
+            Worker::one().thread->quit();
+            Worker::one().thread->wait(300);
         });
     }
     void read(const QString &name, const Answer &answer) override
@@ -73,8 +87,8 @@ private:
         // The bound is the asking thread's own: the other one may be stuck in a service.
         QTimer::singleShot(AnswerMs, QCoreApplication::instance(), [end] { end(Unavailable, {}); });
         QMetaObject::invokeMethod(
-            m_guard,
-            [guard = m_guard, way, end, make] {
+            Worker::one().guard,
+            [guard = Worker::one().guard, way, end, make] {
                 QKeychain::Job *job = make();
                 job->setInsecureFallback(false);
                 QObject::connect(job, &QKeychain::Job::finished, guard, [way, end](QKeychain::Job *done) {
@@ -87,9 +101,6 @@ private:
             },
             Qt::QueuedConnection);
     }
-
-    QThread *m_thread;
-    QObject *m_guard;
 };
 #else
 class Keychain : public SecretStore

@@ -63,7 +63,7 @@ SoftwareProgressBar::SoftwareProgressBar(SoftwareUpdateManager *manager, const Q
     m_action.setProcessChannelMode(QProcess::ForwardedChannels);
     connect(&m_action, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this, done);
     connect(&m_action, &QProcess::errorOccurred, this, [this, done](QProcess::ProcessError error) {
-        qWarning() << "SoftwareProgressBar::nextAction error =" << error << m_action.program();
+        qWarning() << "SoftwareProgressBar error =" << error << m_action.program();
         if (error == QProcess::FailedToStart)
             done();
     });

@@ -361,8 +361,10 @@ void Form::judge(int at)
     }
     const bool tell = !row.why.isEmpty() && (row.touched || !row.foreign.isEmpty());
     QString note = tell ? row.why : QString();
-    if (row.why.isEmpty() && row.editor->isEnabledTo(this))
-        note = field.told ? field.told(value, values()) : field.kind == Field::Frames ? framesNote(text) : QString();
+    if (row.why.isEmpty() && field.told)
+        note = field.told(value, values());
+    else if (row.why.isEmpty() && field.kind == Field::Frames && row.editor->isEnabledTo(this))
+        note = framesNote(text);
     row.note->setText(note);
     row.note->setVisible(!note.isEmpty());
     row.editor->setAccessibleDescription(tell ? row.why : field.hint);
