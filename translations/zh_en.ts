@@ -586,6 +586,14 @@
 <context>
     <name>DoneTable</name>
     <message>
+        <source>查看图片</source>
+        <translation>View pictures</translation>
+    </message>
+    <message>
+        <source>文件夹里没有图片：%1</source>
+        <translation>There are no pictures in the folder: %1</translation>
+    </message>
+    <message>
         <source>下载</source>
         <translation>Download</translation>
     </message>

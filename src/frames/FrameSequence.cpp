@@ -1,5 +1,6 @@
 #include "frames/FrameSequence.h"
 #include <QDir>
+#include <QDirIterator>
 #include <QFileInfo>
 #include <QRegularExpression>
 
@@ -20,6 +21,20 @@ bool FrameSequence::isPicture(const QString &name)
                                      QStringLiteral("tga"),  QStringLiteral("hdr"),  QStringLiteral("bmp"),
                                      QStringLiteral("webp"), QStringLiteral("gif"),  QStringLiteral("psd")};
     return endings.contains(QFileInfo(name).suffix().toLower());
+}
+
+QString FrameSequence::firstPicture(const QString &folder)
+{
+    constexpr int MostEntries = 100000;
+    QString first;
+    int seen = 0;
+    QDirIterator all(folder, QDir::Files | QDir::NoSymLinks, QDirIterator::Subdirectories);
+    while (all.hasNext() && ++seen < MostEntries) {
+        const QString path = all.next();
+        if (isPicture(path) && (first.isEmpty() || path < first))
+            first = path;
+    }
+    return first;
 }
 
 FrameSequence FrameSequence::of(const QString &file)

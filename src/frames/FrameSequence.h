@@ -13,6 +13,7 @@ struct FrameSequence {
     static FrameSequence of(const QString &file); // with the other frames beside it; alone where it has no number
     int first() const { return files.isEmpty() ? 0 : files.firstKey(); }
     int last() const { return files.isEmpty() ? 0 : files.lastKey(); }
-    QList<int> missing() const; // between first and last; at most 100,000
+    QList<int> missing() const;                         // between first and last; at most 100,000
+    static QString firstPicture(const QString &folder); // by name, in it or below; links aren't followed; empty: none
     static bool isPicture(const QString &name);
 };

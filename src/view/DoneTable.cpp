@@ -4,6 +4,8 @@
 #include "common/ui/MsgTool.h"
 #include "common/VFunc.h"
 #include "db/Calls.h"
+#include "frames/FrameSequence.h"
+#include "view/frames/FrameView.h"
 #include "view/TransferList.h"
 #include <QComboBox>
 #include <QDateTime>
@@ -77,6 +79,18 @@ DoneTable::Model *makeModel()
     return model;
 }
 
+void showFrames(QWidget *page, const QString &folder)
+{
+    Background::run(
+        page, [folder] { return FrameSequence::firstPicture(folder); },
+        [page, folder](const QString &picture) {
+            if (picture.isEmpty())
+                MsgTool::msgOk(page, DoneTable::tr("文件夹里没有图片：%1").arg(folder));
+            else
+                FrameView::open(page, picture);
+        });
+}
+
 void openFolder(QWidget *page, const QString &folder)
 {
     Background::run(
@@ -132,6 +146,15 @@ void DoneTable::addActs()
     folder.possible = m_model->when([](const db_done &d) { return !d.folder.isEmpty(); });
     folder.run = m_model->each([this](const db_done &d) { openFolder(this, d.folder); });
     acts()->add(folder);
+    ActSpec frames;
+    frames.id = QStringLiteral("frames");
+    frames.text = tr("查看图片");
+    frames.icon = QStringLiteral("image");
+    frames.places = ActSpec::Bar | ActSpec::Menu;
+    frames.single = true;
+    frames.possible = m_model->when([](const db_done &d) { return d.kind == db_done::Mission && !d.folder.isEmpty(); });
+    frames.run = m_model->each([this](const db_done &d) { showFrames(this, d.folder); });
+    acts()->add(frames);
     ActSpec again;
     again.id = QStringLiteral("again");
     again.text = tr("重新下载");

@@ -221,6 +221,11 @@ private slots:
         QCOMPARE(all.files.keys(), (QList<int>{1, 2, 5}));
         QCOMPARE(all.missing(), (QList<int>{3, 4}));
         QCOMPARE(FrameSequence::of(dir.filePath("other.png")).files.size(), 1);
+        QVERIFY(QDir(dir.path()).mkpath("View/deep"));
+        QCOMPARE(FrameSequence::firstPicture(dir.filePath("View")), QString());
+        QFile(dir.filePath("View/deep/a.log")).open(QIODevice::WriteOnly);
+        QFile(dir.filePath("View/deep/b.EXR")).open(QIODevice::WriteOnly);
+        QCOMPARE(FrameSequence::firstPicture(dir.filePath("View")), dir.filePath("View/deep/b.EXR"));
     }
 
     void cacheIsBounded()

@@ -364,6 +364,9 @@ private slots:
         done->acts()->action("folder")->trigger();
         QTRY_COMPARE(message(), QString("文件夹打不开：/nowhere/coast"));
         QVERIFY(answer("确定"));
+        done->acts()->action("frames")->trigger();
+        QTRY_COMPARE(message(), QString("文件夹里没有图片：/nowhere/coast"));
+        QVERIFY(answer("确定"));
         done->acts()->action("delete")->trigger();
         done->acts()->sendNow();
         QTRY_COMPARE(model->rowCount(), 0);
