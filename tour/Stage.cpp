@@ -27,7 +27,7 @@
 namespace
 {
 constexpr int Scenes = 240, Finished = 300, Files = 60, Notices = 60;
-const char *const Address = "127.0.0.77"; // beside whatever else runs on this machine
+constexpr int FirstAddress = 77, LastAddress = 127; // 127.0.0.x: beside whatever else runs on this machine
 
 bool write(const QString &path, const QByteArray &text)
 {
@@ -75,9 +75,15 @@ bool Stage::open(const QString &language)
     qputenv("XDG_CONFIG_HOME", (home + QStringLiteral("/.config")).toUtf8());
     qputenv("XDG_DATA_HOME", (home + QStringLiteral("/.local/share")).toUtf8());
     m_options.dir = home + QStringLiteral("/farm");
-    m_options.address = QLatin1String(Address);
     m_options.framesPerSecond = 0.01;
-    if (!m_farm.start(m_options)) {
+    bool stands = false;
+    for (int last = FirstAddress; last <= LastAddress && !stands; ++last) { // the business link's port is a fixed one
+        m_options.address = QStringLiteral("127.0.0.%1").arg(last);
+        stands = m_farm.start(m_options);
+        if (!stands)
+            m_farm.stop();
+    }
+    if (!stands) {
         m_error = m_farm.error();
         return false;
     }
@@ -86,8 +92,8 @@ bool Stage::open(const QString &language)
     for (const QString &file : QDir(QCoreApplication::applicationDirPath()).entryList({QStringLiteral("*.qm")}))
         QFile::link(QCoreApplication::applicationDirPath() + QLatin1Char('/') + file,
                     program + QLatin1Char('/') + file);
-    if (!write(program + QStringLiteral("/service.ini"),
-               QByteArray("[server]\nqnbs=http://") + Address + ":" + QByteArray::number(m_farm.ports().http) + "\n")) {
+    if (!write(program + QStringLiteral("/service.ini"), "[server]\nqnbs=http://" + m_options.address.toLatin1() + ':' +
+                                                             QByteArray::number(m_farm.ports().http) + "\n")) {
         m_error = QStringLiteral("can't write below ") + program;
         return false;
     }
