@@ -3056,6 +3056,57 @@ May they be saved there?</translation>
     </message>
 </context>
 <context>
+    <name>TaskState</name>
+    <message>
+        <source>等待确认</source>
+        <translation>Waits for confirmation</translation>
+    </message>
+    <message>
+        <source>渲染暂停</source>
+        <translation>Paused</translation>
+    </message>
+    <message>
+        <source>即将暂停</source>
+        <translation>About to pause</translation>
+    </message>
+    <message>
+        <source>排队中</source>
+        <translation>Queued</translation>
+    </message>
+    <message>
+        <source>渲染中</source>
+        <translation>Rendering</translation>
+    </message>
+    <message>
+        <source>渲染结束</source>
+        <translation>Rendered</translation>
+    </message>
+    <message>
+        <source>解析取消</source>
+        <translation>Analysis cancelled</translation>
+    </message>
+    <message>
+        <source>解析失败</source>
+        <translation>Analysis failed</translation>
+    </message>
+    <message>
+        <source>上传取消</source>
+        <translation>Upload cancelled</translation>
+    </message>
+    <message>
+        <source>上传失败</source>
+        <translation>Upload failed</translation>
+    </message>
+    <message>
+        <source>下载结束</source>
+        <translation>Downloaded</translation>
+    </message>
+    <message>
+        <source>准备失败</source>
+        <translation>Preparation failed</translation>
+    </message>
+</context>
+<context>
     <name>TerragenGi</name>
     <message>
         <source>场景文件无法打开：%1</source>

@@ -3,7 +3,8 @@ import os
 import re
 import sys
 
-LAYERS = ['common/platform', 'package', 'common', 'io', 'frames', 'db', 'resolve', 'transfer', 'io/local', 'common/ui', 'view', '']
+LAYERS = ['common/platform', 'package', 'common', 'io', 'frames', 'db', 'resolve', 'transfer', 'task', 'io/local', 'common/ui',
+          'view', '']
 STRANGERS = [('resolve', 'transfer'), ('transfer', 'resolve')]
 
 

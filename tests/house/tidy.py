@@ -9,7 +9,7 @@ import sys
 from concurrent.futures import ThreadPoolExecutor
 
 LAYERS = ('common/platform', 'package', 'common', 'common/facts', 'io', 'db', 'resolve', 'transfer', 'transfer/up',
-          'transfer/down', 'io/local')
+          'transfer/down', 'task', 'io/local')
 
 
 def headers(build):
