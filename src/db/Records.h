@@ -54,7 +54,8 @@ struct db_upfile {
     qlonglong compressedSize = 0;
     double ratio = 1.0; // size to compressedSize
     qlonglong speed = 0;
-    bool isLink = false; // lpath is a shortcut
+    bool isLink = false;  // lpath is a shortcut
+    qlonglong oktime = 0; // of the drive's history
 };
 Q_DECLARE_METATYPE(db_upfile)
 Q_DECLARE_METATYPE(QList<db_upfile>)

@@ -158,16 +158,21 @@ void NetWork::setHead(QNetworkRequest &request, const Request &req, bool json)
         if (!secret.isEmpty() && QUrl(req.url).authority() == QUrl(UserInfo::master()).authority())
             request.setRawHeader("Authorization", "Bearer " + secret.toUtf8());
     } else {
-        request.setRawHeader("token", UserInfo::token().toUtf8());
-        request.setRawHeader("lang", QByteArray::number(UserInfo::languageNumber()));
-        QMutexLocker lock(&m_farmMutex);
-        if (const QString address = addressOf(req.url); !address.isEmpty()) {
-            request.setRawHeader("X-BRONTEL-ACCESS-TOKEN", m_accessTokens.value(address).toUtf8());
-            request.setRawHeader("X-BRONTEL-ROLE", "user");
-        }
+        setClientHeads(request);
     }
     for (const auto &header : req.headers)
         request.setRawHeader(header.first, header.second);
+}
+
+void NetWork::setClientHeads(QNetworkRequest &request) const
+{
+    request.setRawHeader("token", UserInfo::token().toUtf8());
+    request.setRawHeader("lang", QByteArray::number(UserInfo::languageNumber()));
+    QMutexLocker lock(&m_farmMutex);
+    if (const QString address = addressOf(request.url().toString()); !address.isEmpty()) {
+        request.setRawHeader("X-BRONTEL-ACCESS-TOKEN", m_accessTokens.value(address).toUtf8());
+        request.setRawHeader("X-BRONTEL-ROLE", "user");
+    }
 }
 
 void NetWork::replyFinished(QNetworkReply *reply)

@@ -94,6 +94,9 @@ public:
     static void roleToken(int farmId, QObject *guard, const TokenBack &done);
     static void farmHost(int farmId, QObject *guard, const HostBack &done);
 
+    // The headers that every request to this address carries, for who asks with a manager of its own. Any thread.
+    void setClientHeads(QNetworkRequest &request) const;
+
     // Any thread, at once. What a discovery under way finds after one of these is handed out but not kept.
     void clearFarm(int farmId); // address and tokens of one farm (a drive reply with code 203 does it by itself)
     void clearFarms();          // the 20-minute renewal: role tokens and file servers

@@ -18,6 +18,8 @@ public:
     static WebAsk get(const QString &url);
     static WebAsk get(const Request &request) { return WebAsk(NetWork::Get, request); }
     static WebAsk post(const Request &request) { return WebAsk(NetWork::Post, request); }
+    static WebAsk put(const Request &request) { return WebAsk(NetWork::Put, request); }
+    static WebAsk del(const Request &request) { return WebAsk(NetWork::Delete, request); }
 
     WebAsk &within(int ms);
     WebAsk &answered(Answer end);

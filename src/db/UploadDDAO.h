@@ -1,0 +1,116 @@
+#pragma once
+// A store of the drive's transfers; three of them, alike but for their content: Up (qnfileUploadD.db, being sent), Down
+// (qnfileDownD.db, being fetched), Ok (qnfileOkD.db, over). A row of `farm` per batch, one of farm_sum with the totals
+// of the store, and per batch the tables dir_<pri> (folders that are still to be walked) and file_<pri> (files that
+// aren't over; in Ok: all of them). Table names are built from integers only. Any thread.
+//
+// Rows and the sums that tell of them change in one transaction: fsum and fsize are always what is over plus what
+// stands in file_<pri>. Running rows read as waiting in the file, so a kill leaves nothing to clean up; what runs is
+// overlaid where pages are read. Rows of a folder too big for one transaction come in as Hidden and are shown by its
+// last one; those that a kill left go at opening, and the folder is walked again.
+#include "db/DriveRecords.h"
+#include "db/Store.h"
+#include <QHash>
+
+class UploadDDAO : public Store
+{
+    Q_OBJECT
+public:
+    enum Which { Up = 1, Down = 2, Ok = 3 };
+    enum DirState { DirDue = 0, DirWalking = 1, DirWalked = 2 };
+    static constexpr int PageRows = 30, DoneRows = 1000, HistoryFarms = 1000;
+    static constexpr int Hidden = 90;    // state of a file row whose folder isn't walked to its end
+    static constexpr int DirFailed = 13; // state of a folder that was given up
+
+    static UploadDDAO *instance(int which);
+    bool open(const QString &userDir);
+    void release();
+
+    // Batches.
+    qlonglong newPri(); // unique in this store, greater than all before
+    // The batch with its first folders and files; false: nothing was written. Emits farmCount.
+    bool addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
+    bool putFarm(const db_upfarmD &farm);                // the row alone (history)
+    db_upfarmD farm(qlonglong farmPri);                  // pri 0: there is none
+    QList<db_upfarmD> farms();                           // in the order of work; Ok: the latest first
+    QList<db_upfarmD> active(int limit);                 // waiting or running, with file work or without
+    db_upfarmD nextWalk(const QList<qlonglong> &except); // pri 0: nothing is to be walked
+    bool setFarmState(qlonglong farmPri, int state);
+    bool setConflict(qlonglong farmPri, int conflict);
+    bool setNote(qlonglong farmPri, const QString &note); // emits note
+    bool removeFarm(qlonglong farmPri);                   // with its tables; sums follow
+    bool keepFarms(int most);                             // history: the oldest go
+    void sums(qlonglong *fok, qlonglong *fsum);
+
+    // Folders.
+    QList<db_updirD> nextDirs(qlonglong farmPri, int limit);
+    // One walked folder, in one transaction: it goes, what was found comes in, sums follow. last false: a piece of a
+    // folder that goes on (rows stay Hidden, the folder stays). With no folder left the batch is walked (dirstate 2),
+    // and its sums are taken from the rows.
+    bool walked(qlonglong farmPri, const db_updirD &dir, const QList<db_updirD> &dirs, const QList<db_upfile> &files,
+                bool last = true);
+    bool dirFailed(qlonglong farmPri, const db_updirD &dir); // given up: kept, not walked again unless resumed
+    bool setDirTries(qlonglong farmPri, const db_updirD &dir);
+
+    // Files.
+    QList<db_upfile> nextFiles(qlonglong farmPri, qlonglong behindPri, int limit); // waiting, in the order of pri
+    db_upfile file(qlonglong farmPri, qlonglong filePri);                          // pri 0: there is none
+    bool setState(qlonglong farmPri, qlonglong filePri, int state, int error);
+    bool setMeasure(qlonglong farmPri, const db_upfile &file); // hash, size, modtime; the batch's bytes follow
+    // Of a download: the place on this disk is decided (ids, lpath stand for good).
+    bool settle(qlonglong farmPri, qlonglong filePri, const QString &lpath);
+    bool settled(qlonglong farmPri, qlonglong filePri);
+    // The rows go and are counted as over, in one transaction; rows that are gone already count nothing. Emits
+    // fileDeleted, farmCount, farmSumCount.
+    bool finish(qlonglong farmPri, const QList<db_upfile> &files);
+    bool addDone(qlonglong farmPri, const QList<db_upfile> &files); // history
+    bool removeFile(qlonglong farmPri, qlonglong filePri);          // fsum and fsize follow
+    qlonglong countFiles(qlonglong farmPri);                        // -1 on failure
+    qlonglong countFailed(qlonglong farmPri);
+    qlonglong countDirs(qlonglong farmPri, bool failed);
+    bool setAll(qlonglong farmPri, int state); // every file row, and failed folders are due again (waiting state)
+
+    QList<db_upfile> readPage(qlonglong farmPri, int page); // emits allFile
+    void readFarms();                                       // emits allFarm and farmSumCount
+
+    // What runs, in memory only.
+    void show(qlonglong filePri, int state, int error); // emits fileStateChanged
+    void unshow(qlonglong filePri);
+    void tellSpeed(qlonglong farmPri, const db_upfile &file); // speed: bytes a second, compressedSize: bytes over
+    void tellFarmSpeed(qlonglong farmPri, qlonglong speed, qlonglong upped) { emit farmSpeed(farmPri, speed, upped); }
+    void tellConflict(qlonglong farmPri, const QString &path) { emit conflict(farmPri, path); }
+    void tellRefresh() { emit refreshAll(); }
+
+signals:
+    void refreshAll();
+    void allFarm(QList<db_upfarmD> farmL);
+    void farmStateChanged(qlonglong farmPri, int state);
+    void farmCount(qlonglong farmPri, db_upfarmD farm); // fok, fsum, fup, fsize, dirstate, failed
+    void farmSumCount(qlonglong fok, qlonglong fsum);
+    void farmDeleted(qlonglong farmPri);
+    void allFile(qlonglong farmPri, QList<db_upfile> fileL, bool clear);
+    void fileDeleted(qlonglong filepri);
+    void fileStateChanged(qlonglong filepri, int state, int error);
+    void fileSpeedChanged(qlonglong filepri, db_upfile file); // file.speed, file.compressedSize: bytes that are over
+    void farmSpeed(qlonglong farmPri, qlonglong speed, qlonglong upped);
+    void conflict(qlonglong farmPri, QString path); // to be asked once; DriveQueue::setConflict answers
+    void note(qlonglong farmPri, QString text);     // something to tell the user of this batch
+
+private:
+    UploadDDAO(int which, const QString &connection, const QString &fileName);
+    QString keyColumn() const;
+    bool makeTables(qlonglong farmPri);
+    void upgradeTables(qlonglong farmPri);
+    bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows, qlonglong *bytes);
+    bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs);
+    bool addSums(qlonglong farmPri, qlonglong rows, qlonglong bytes);
+    bool retotal();
+    db_upfarmD farmFrom(const Row &row);
+    db_upfile fileFrom(const Row &row);
+    void tellCount(qlonglong farmPri);
+
+    const int m_which;
+    const QString m_fileName;
+    qlonglong m_lastPri = 0;
+    QHash<qlonglong, QPair<int, int>> m_shown; // running rows: state, error
+};
