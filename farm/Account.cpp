@@ -1,5 +1,6 @@
 #include "Account.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QUuid>
@@ -161,7 +162,21 @@ bool Account::knownToken(const QString &token) const
                .isValid();
 }
 
-QByteArray Account::transferBytes() const { return QByteArray::fromHex(m_transfer.toLatin1().replace('-', "")); }
+QString Account::accessToken(int farm) const
+{
+    return farm == 1 ? m_access : QStringLiteral("%1-%2").arg(m_access).arg(farm);
+}
+
+QString Account::transferToken(int farm) const
+{
+    return farm == 1 ? m_transfer
+                     : QUuid::createUuidV5(QUuid(m_transfer), QString::number(farm)).toString(QUuid::WithoutBraces);
+}
+
+QByteArray Account::transferBytes(int farm) const
+{
+    return QByteArray::fromHex(transferToken(farm).toLatin1().replace('-', ""));
+}
 
 void Account::rotateTokens()
 {
@@ -186,6 +201,9 @@ QJsonObject Account::object() const
                             {"balance", m_balance}};
     for (auto it = facts.begin(); it != facts.end(); ++it)
         whole.insert(it.key(), it.value());
+    const QJsonObject drive = m_core.drive->entry();
+    for (const char *key : {"defaultFarmId", "skydriveFarms"})
+        whole.insert(QLatin1String(key), drive.value(QLatin1String(key)));
     return whole;
 }
 

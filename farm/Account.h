@@ -23,9 +23,10 @@ public:
     bool sessionLoggedIn(const QString &session) const;
     bool knownToken(const QString &token) const; // session or login token, as the header "token" carries it
 
-    QString accessToken() const { return m_access; }
-    QString transferToken() const { return m_transfer; } // a UUID
-    QByteArray transferBytes() const;
+    // Each farm has its own.
+    QString accessToken(int farm = 1) const;
+    QString transferToken(int farm = 1) const; // a UUID
+    QByteArray transferBytes(int farm = 1) const;
     void rotateTokens();
 
     QJsonObject object() const; // the answer of 10309

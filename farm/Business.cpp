@@ -2,6 +2,7 @@
 #include "Account.h"
 #include "BodyRules.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include <QDebug>
 #include <QTimer>
 
@@ -11,7 +12,14 @@ namespace farm
 namespace
 {
 constexpr int maxRows = 10000; // of one push
-enum { Kicked = 10001, FramesReady = 10412, ResultsReady = 10413, Illegal = 1000100, ElsewhereLogin = 1000101 };
+enum {
+    Kicked = 10001,
+    FramesReady = 10412,
+    DriveEntry = 11201,
+    ResultsReady = 10413,
+    Illegal = 1000100,
+    ElsewhereLogin = 1000101
+};
 } // namespace
 
 Business::Business(Core &core) : m_core(core)
@@ -279,6 +287,8 @@ void Business::welcome(Link *link)
     if (!link || !link->loggedIn || link->welcomed)
         return;
     link->welcomed = true;
+    send(link,
+         replyPackage(-1, DriveEntry, 1120198, QJsonDocument(m_core.drive->entry()).toJson(QJsonDocument::Compact)));
     for (Task *task : m_core.tasks->all()) {
         announce(*task);
         if (task->status == Paused && task->subtype == WaitConfirm)

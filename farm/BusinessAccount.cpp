@@ -2,6 +2,7 @@
 #include "Account.h"
 #include "Business.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include "ObjectStore.h"
 #include "Renderer.h"
 #include "Rest.h"
@@ -155,14 +156,15 @@ void Business::addLists()
         return Answer{1060100, {{"rows", Account::plugins(doc.object().value("softwareType").toInt())}}, {}, {}};
     });
     add(11100, [this](Link &, const QJsonDocument &doc) {
-        if (doc.object().value("farmId").toInt() != FarmId)
+        const int farmId = doc.object().value("farmId").toInt();
+        if (!m_core.drive->knows(farmId))
             return Answer{1110001, {}, {}, {}};
-        const QString address = m_core.rest->address();
-        QJsonObject farm{{"farmId", FarmId},
+        const QString address = m_core.rest->address() + Drive::prefix(farmId);
+        QJsonObject farm{{"farmId", farmId},
                          {"name", QStringLiteral("本机农场")},
                          {"addr", address},
                          {"addr-internal", address},
-                         {"accessToken", m_core.account->accessToken()}};
+                         {"accessToken", m_core.account->accessToken(farmId)}};
         const QJsonObject store = m_core.objects->description();
         for (auto it = store.begin(); it != store.end(); ++it)
             farm.insert(it.key(), it.value());
@@ -175,8 +177,10 @@ void Business::addLists()
         return Answer{
             1111100, {{"rows", QJsonArray{QJsonObject{{"id", UserId}, {"name", m_core.options.user}}}}}, {}, {}};
     });
-    add(11201, [](Link &, const QJsonDocument &) { return Answer{1120100, {{"status", 0}}, {}, {}}; });
-    add(11202, [](Link &, const QJsonDocument &) { return Answer{1120200, {}, {}, {}}; });
+    add(11201, [this](Link &, const QJsonDocument &) { return Answer{1120198, m_core.drive->entry(), {}, {}}; });
+    add(11202, [this](Link &, const QJsonDocument &doc) {
+        return Answer{1120200, m_core.drive->room(qMax(1, doc.object().value("farmId").toInt())), {}, {}};
+    });
 }
 
 } // namespace farm

@@ -17,7 +17,8 @@ class Core;
 struct Identity {
     QString key;
     qint64 size = 0, mtime = 0;
-    int task = 0;
+    int task = 0;            // 0: it goes onto the drive of the farm
+    QString place;           // on the drive
     bool compressed = false; // the part holds a ZIP with the file in it
     qint64 wireSize = 0;     // bytes that travel: size, or that of the ZIP
     QString etag;            // the client's MD5, empty where it didn't tell one

@@ -2,6 +2,7 @@
 #include "Account.h"
 #include "Business.h"
 #include "ContentStore.h"
+#include "drive/Drive.h"
 #include "FileServer.h"
 #include "ObjectStore.h"
 #include "Renderer.h"
@@ -31,6 +32,7 @@ void Core::close()
     files.reset();
     renderer.reset();
     objects.reset();
+    drive.reset();
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_stop = true;
@@ -83,6 +85,7 @@ bool Core::open(QString *error)
         *error = QStringLiteral("--object-store: %1").arg(why);
         return false;
     }
+    drive = std::make_unique<Drive>(*this);
     renderer = std::make_unique<Renderer>(*this);
     business = std::make_unique<Business>(*this);
     rest = std::make_unique<Rest>(*this);

@@ -18,6 +18,7 @@ namespace farm
 class Account;
 class Business;
 class ContentStore;
+class Drive;
 class FileServer;
 class ObjectStore;
 class Renderer;
@@ -53,6 +54,7 @@ public:
     std::unique_ptr<Tasks> tasks;
     std::unique_ptr<ContentStore> store;
     std::unique_ptr<ObjectStore> objects;
+    std::unique_ptr<Drive> drive;
     std::unique_ptr<Renderer> renderer;
     std::unique_ptr<Business> business;
     std::unique_ptr<Rest> rest;
@@ -80,7 +82,7 @@ signals:
     void violated(QString text);
 };
 
-constexpr int FarmId = 1;    // the one farm of this server
+constexpr int FarmId = 1;    // the farm that renders; further ones have a drive only
 constexpr int UserId = 1001; // the one account
 
 } // namespace farm

@@ -3,6 +3,7 @@
 #include "Business.h"
 #include "ContentStore.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include "FileServer.h"
 #include "Renderer.h"
 #include "Rest.h"
@@ -136,6 +137,28 @@ QMap<int, int> Farm::commandCounts() const
 QJsonObject Farm::config() const
 {
     return ask<QJsonObject>([](Core &core) { return core.account->config(); });
+}
+
+QMap<QString, QString> Farm::driveFiles(int farmId, int tree) const
+{
+    return ask<QMap<QString, QString>>([=](Core &core) {
+        QMap<QString, QString> all;
+        core.drive->tree().takeResults();
+        core.drive->tree().each(farmId, tree, [&all](const DriveNode &node, const QString &path) {
+            all.insert(node.kind == DriveNode::Folder ? path + QLatin1Char('/') : path, node.hash);
+        });
+        return all;
+    });
+}
+
+qint64 Farm::driveUsed(int farmId) const
+{
+    return ask<qint64>([farmId](Core &core) { return core.drive->tree().used(farmId); });
+}
+
+bool Farm::fillDrive(int farmId, const QString &path, int folders, int files, qint64 size)
+{
+    return ask<bool>([=](Core &core) { return core.drive->tree().fill(farmId, path, folders, files, size); });
 }
 
 QStringList Farm::events() const

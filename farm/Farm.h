@@ -40,8 +40,11 @@ struct FarmOptions {
         renderCommands;  // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
     QString objectStore; // address of the bucket that orders are uploaded to; empty: the file server takes them
     QString version = QStringLiteral("5.2.6.0"); // what /getUpdateVersion.htm answers
-    QString feedDir;    // update packages and their lists, served below /packages/ and /feed/; empty: none
-    QStringList faults; // NAME=VALUE, set before the first connection
+    QString feedDir; // update packages and their lists, served below /packages/ and /feed/; empty: none
+    int farms = 1;   // drives of as many farms; of three or more the last isn't usable
+    qint64 driveBytes = qint64(100) << 30; // room of each farm's drive
+    int analysisStepMs = 400;              // of a scene on the drive, from one state to the next
+    QStringList faults;                    // NAME=VALUE, set before the first connection
 };
 
 struct FarmPorts {
@@ -108,6 +111,11 @@ public:
     QJsonObject config() const;           // the account's common settings
     QJsonArray projects() const;
     QJsonObject projectConfig(int projectId, int softwareType) const;
+    // The drive of a farm, tree 1 of files, 2 of results: path -> MD5, a folder's path ends with a slash and has none.
+    QMap<QString, QString> driveFiles(int farmId = 1, int tree = 1) const;
+    qint64 driveUsed(int farmId = 1) const;
+    // Makes files of made-up bytes below the path: folders times files of that size.
+    bool fillDrive(int farmId, const QString &path, int folders, int files, qint64 size);
     QStringList events() const; // one line a step: "login", "10400 12", "upload D/a.tgd", ...
 
     void kick(int reason);                                // push 10001 to every link

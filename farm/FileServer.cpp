@@ -1,6 +1,7 @@
 #include "FileServer.h"
 #include "Account.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include <QJsonDocument>
 #include <QPointer>
 
@@ -112,7 +113,8 @@ void FileLink::begin(const Frame &frame)
                        frame.phase == phase;
     if (!right)
         return refuse(QStringLiteral("command %1 with phase %2").arg(frame.command).arg(frame.phase), frame.command);
-    if (frame.token != m_core.account->transferBytes()) {
+    m_farm = farmOf(frame.token);
+    if (m_farm == 0) {
         m_core.event(QStringLiteral("frame with a stale token"));
         return refuse({}, FileCommand::RefusedFrame);
     }
@@ -129,6 +131,15 @@ void FileLink::begin(const Frame &frame)
     if (data)
         return beginData();
     m_state = Json;
+}
+
+int FileLink::farmOf(const QByteArray &token) const
+{
+    for (int farm = 1; m_core.drive->knows(farm); ++farm) {
+        if (token == m_core.account->transferBytes(farm))
+            return farm;
+    }
+    return 0;
 }
 
 // The rest of the frame is read and thrown away, so that the stream stays in step.

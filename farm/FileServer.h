@@ -73,11 +73,14 @@ private:
     void endData();
     void download(const QJsonObject &body);
     void pump();
-    void arrived();
+    bool arrived(); // false: it couldn't be kept
     void refuse(const QString &why, int command);
     void reply(int phase, int code, const QJsonObject &body = {});
     void send(const QByteArray &bytes);
     bool checkAsk(const QJsonObject &body);
+    int farmOf(const QByteArray &token) const; // 0: an unknown token
+    // 0, or the code that refuses the file that has been asked for.
+    int refusal();
 
     Core &m_core;
     QTcpSocket *m_socket;
@@ -86,6 +89,7 @@ private:
     QByteArray m_json;
     int m_left = 0; // of the body that is running
     Identity m_identity;
+    int m_farm = 1;
     bool m_asked = false, m_mayData = false;
     QFile m_file;
     bool m_dataGood = true;

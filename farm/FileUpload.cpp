@@ -1,5 +1,6 @@
 // A file link that takes a file in.
 #include "Core.h"
+#include "drive/Drive.h"
 #include "FileServer.h"
 #include "Tasks.h"
 #include <QJsonDocument>
@@ -39,20 +40,18 @@ void FileLink::ask(const QJsonObject &body)
     m_identity.wireSize =
         m_identity.compressed ? body.value("compressedSize").toVariant().toLongLong() : m_identity.size;
     m_identity.etag = body.value("ETag").toString().toLower();
-    const Task *task = m_core.tasks->byId(m_identity.task);
-    if (!task || m_identity.size < 0 || m_identity.wireSize < 0)
-        return reply(0, FileCode::NoRecord);
-    if (task->result == farm::Cancelled)
-        return reply(0, FileCode::Cancelled);
-    if (!task->keys.contains(cleanKey(m_identity.key)))
-        m_core.violation(QStringLiteral("task %1 has no file %2").arg(task->id).arg(m_identity.key));
+    if (const int code = refusal())
+        return reply(0, code);
     const qint64 code = m_core.faults.number(QStringLiteral("ask-code"));
     if (code >= 0)
         return reply(0, int(code));
     m_asked = true;
     if (const int stage = m_core.store->stage(m_identity))
         return reply(0, stage);
-    if (m_core.store->known(m_identity.key, m_identity.size, m_identity.mtime)) {
+    const bool here = m_identity.task == 0
+                          ? m_core.drive->holds(m_farm, m_identity.place, m_identity.size, m_identity.mtime)
+                          : m_core.store->known(m_identity.key, m_identity.size, m_identity.mtime);
+    if (here) {
         arrived();
         return reply(0, FileCode::MoveOk);
     }
@@ -67,6 +66,26 @@ void FileLink::ask(const QJsonObject &body)
         return reply(0, FileCode::AllHere);
     m_mayData = true;
     reply(0, FileCode::StartHere, {{"startPoint", received}});
+}
+
+int FileLink::refusal()
+{
+    if (m_identity.size < 0 || m_identity.wireSize < 0)
+        return FileCode::NoRecord;
+    if (m_identity.task == 0) {
+        const QString key = m_identity.key;
+        m_identity.place = cleanKey(key);
+        m_identity.key = DriveTree::storeKey(m_farm, key);
+        return m_core.drive->refuses(m_farm, key, m_identity.size);
+    }
+    const Task *task = m_core.tasks->byId(m_identity.task);
+    if (!task)
+        return FileCode::NoRecord;
+    if (task->result == farm::Cancelled)
+        return FileCode::Cancelled;
+    if (!task->keys.contains(cleanKey(m_identity.key)))
+        m_core.violation(QStringLiteral("task %1 has no file %2").arg(task->id).arg(m_identity.key));
+    return 0;
 }
 
 void FileLink::commit(const QJsonObject &body)
@@ -85,18 +104,20 @@ void FileLink::commit(const QJsonObject &body)
     m_core.store->finish(m_identity, [self](int answer) {
         if (!self)
             return;
-        if (answer == FileCode::Arrived)
-            self->arrived();
-        self->reply(2, answer);
+        const bool kept = answer != FileCode::Arrived || self->arrived();
+        self->reply(2, kept ? answer : int(FileCode::WriteFailed));
     });
 }
 
-void FileLink::arrived()
+bool FileLink::arrived()
 {
     ++m_core.counters.filesReceived;
+    if (m_identity.task == 0)
+        return m_core.drive->arrived(m_farm, m_identity.place, m_identity.size, m_identity.mtime);
     if (Task *task = m_core.tasks->byId(m_identity.task))
         m_core.tasks->markHere(*task, cleanKey(m_identity.key));
     m_core.event(QStringLiteral("upload %1 %2").arg(m_identity.size).arg(m_identity.key));
+    return true;
 }
 
 void FileLink::beginData()

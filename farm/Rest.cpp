@@ -1,5 +1,6 @@
 #include "Rest.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include <QJsonDocument>
 #include <QPointer>
 #include <QTimer>
@@ -134,6 +135,7 @@ void Rest::read(QTcpSocket *socket, HttpFeed *feed)
             return;
         case HttpFeed::Whole:
             ++m_core.counters.requests;
+            request.farm = Drive::takeFarm(&request.path);
             const bool control = request.path.startsWith(QStringLiteral("/farm/"));
             if (!control && m_core.faults.happens(QStringLiteral("http-silent")))
                 continue;

@@ -22,6 +22,7 @@ struct HttpRequest {
     QByteArray rawQuery;
     QMap<QByteArray, QByteArray> headers; // names in lower case
     QByteArray body;
+    int farm = 1; // whose address it came to
     QString item(const char *name) const { return query.queryItemValue(QLatin1String(name), QUrl::FullyDecoded); }
 };
 
@@ -63,6 +64,7 @@ private:
     HttpAnswer login(const HttpRequest &request);
     HttpAnswer farmHost(const HttpRequest &request);
     HttpAnswer roleToken(const HttpRequest &request);
+    HttpAnswer skydrive(const HttpRequest &request);
     HttpAnswer sourceFiles(const HttpRequest &request);
     HttpAnswer logs(const HttpRequest &request);
     HttpAnswer control(const HttpRequest &request);

@@ -2,6 +2,7 @@
 #include "Business.h"
 #include "ContentStore.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include "FileServer.h"
 #include "Rest.h"
 #include "Tasks.h"
@@ -17,6 +18,10 @@ HttpAnswer Rest::answer(const HttpRequest &request)
 {
     const QString &path = request.path;
     const bool get = request.method == "GET", post = request.method == "POST";
+    if (!m_core.drive->knows(request.farm))
+        return jsonAnswer({{"code", 404}, {"result", 0}}, 404);
+    if (path.startsWith(QLatin1String("/skydrive/")) && path != QLatin1String("/skydrive/sourceFiles"))
+        return skydrive(request);
     if (!get && !post)
         return jsonAnswer({{"code", 405}, {"result", 0}}, 405);
     if (path == QLatin1String("/getUpdateVersion.htm")) {
@@ -119,7 +124,7 @@ HttpAnswer Rest::checkHeaders(const HttpRequest &request, bool access)
                      token = request.headers.value("x-brontel-access-token");
     if (role != "user" && !(role.isEmpty() && token.isEmpty()))
         m_core.violation(QStringLiteral("%1: X-BRONTEL-ROLE is '%2'").arg(request.path, QString::fromLatin1(role)));
-    if (token != m_core.account->accessToken().toUtf8())
+    if (token != m_core.account->accessToken(request.farm).toUtf8())
         return jsonAnswer({{"code", 203}, {"result", 0}, {"msg", QStringLiteral("access token")}}, 203);
     return {};
 }
@@ -130,7 +135,7 @@ HttpAnswer Rest::farmHost(const HttpRequest &request)
         return refusal;
     if (const qint64 status = m_core.faults.number(QStringLiteral("farm-status")); status >= 0)
         return jsonAnswer({{"status", status}});
-    if (request.path.mid(9).toInt() != FarmId)
+    if (!m_core.drive->knows(request.path.mid(9).toInt()))
         return jsonAnswer({{"status", 11040002}});
     return jsonAnswer({{"status", 11040000}, {"domain", m_core.options.address}, {"port", m_core.files->port()}});
 }
@@ -147,7 +152,15 @@ HttpAnswer Rest::roleToken(const HttpRequest &request)
     return jsonAnswer({{"code", 0},
                        {"result", 1},
                        {"msg", QString()},
-                       {"data", QJsonObject{{"token", m_core.account->transferToken()}}}});
+                       {"data", QJsonObject{{"token", m_core.account->transferToken(request.farm)}}}});
+}
+
+HttpAnswer Rest::skydrive(const HttpRequest &request)
+{
+    HttpAnswer refusal = checkHeaders(request, true);
+    if (refusal.status == 203 || m_core.faults.happens(QStringLiteral("drive-stale")))
+        return jsonAnswer({{"code", 203}, {"result", 0}, {"msg", QStringLiteral("access token")}});
+    return refusal.body.isEmpty() ? m_core.drive->answer(request) : refusal;
 }
 
 HttpAnswer Rest::sourceFiles(const HttpRequest &request)
@@ -176,6 +189,8 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     };
     if (const qint64 code = m_core.faults.number(QStringLiteral("instant")); code >= 0)
         return told(int(code), "");
+    if (request.item("taskId").toInt() == 0)
+        return m_core.drive->source(request);
     Task *task = m_core.tasks->byId(request.item("taskId").toInt());
     if (!task || task->result == Cancelled)
         return told(1070006, "不可以上传");
@@ -234,6 +249,8 @@ HttpAnswer Rest::control(const HttpRequest &request)
         const bool known = m_core.faults.set(name, value);
         return jsonAnswer({{"result", known ? 1 : 0}, {"happened", m_core.faults.happened(name)}}, known ? 200 : 404);
     }
+    if (word == QLatin1String("drive"))
+        return m_core.drive->control(request);
     if (word == QLatin1String("kick"))
         m_core.business->kick(request.item("reason").toInt());
     else if (word == QLatin1String("balance"))

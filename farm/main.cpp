@@ -25,7 +25,8 @@ void help(const QCommandLineParser &parser)
                            "check and the client's REST "
                            "calls, and for tests\n/farm/state, /farm/fault?name=NAME&value=VALUE (name=clear clears "
                            "all), /farm/kick?reason=N, /farm/drop,\n"
-                           "/farm/balance?value=N, /farm/rotate (tokens), /farm/notice?content=TEXT.\n"
+                           "/farm/balance?value=N, /farm/rotate (tokens), /farm/notice?content=TEXT,\n"
+                           "/farm/drive?farm=N (see farm/drive/Drive.h).\n"
                            "The folder holds the database farm.db, uploaded files by content in store/, unfinished "
                            "ones in incoming/, frames in "
                            "results/.\n\nFaults; VALUE@COUNT lets one happen COUNT times:\n");
@@ -85,6 +86,8 @@ int main(int argc, char **argv)
         QStringLiteral("Bucket of an S3 store that orders are uploaded to, as http://127.0.0.1:4568/BUCKET[/PREFIX]; "
                        "its keys come from AWS_ACCESS_KEY_ID and AWS_SECRET_ACCESS_KEY in the environment."),
         "URL");
+    option("farms", QStringLiteral("Drives of that many farms [1]; of three or more the last isn't usable."), "N");
+    option("drive-size", QStringLiteral("Room of each farm's drive, in G [100]."), "G");
     option("client-version", QStringLiteral("What the update check answers [5.2.6.0]."), "VERSION");
     option("feed",
            QStringLiteral("Folder of update packages (packages/, feed/, and version.txt for the update check), as "
@@ -120,8 +123,11 @@ int main(int argc, char **argv)
         !number(parser, QStringLiteral("http-port"), &options.httpPort) ||
         !number(parser, QStringLiteral("file-port"), &options.filePort) ||
         !number(parser, QStringLiteral("render-threads"), &options.renderThreads) ||
+        !number(parser, QStringLiteral("farms"), &options.farms) ||
         !number(parser, QStringLiteral("max-width"), &options.maxWidth))
         return 2;
+    if (parser.isSet(QStringLiteral("drive-size")))
+        options.driveBytes = qint64(parser.value(QStringLiteral("drive-size")).toDouble() * (qint64(1) << 30));
     options.dir = QDir(options.dir).absolutePath();
     options.autoLogin = parser.isSet(QStringLiteral("auto-login"));
     options.autoSubmit = parser.isSet(QStringLiteral("auto-submit"));

@@ -135,7 +135,7 @@ private:
 
 struct HttpReply {
     int status = 0;
-    QByteArray body;
+    QByteArray body, head;
     QJsonObject object() const { return QJsonDocument::fromJson(body).object(); }
 };
 
@@ -150,7 +150,7 @@ inline HttpReply http(QTcpSocket &socket, const QByteArray &request, int ms = 50
             const int from = bytes.toLower().indexOf("content-length:") + 15;
             const int length = bytes.mid(from, bytes.indexOf("\r\n", from) - from).trimmed().toInt();
             if (bytes.size() >= end + 4 + length)
-                return {bytes.mid(9, 3).toInt(), bytes.mid(end + 4, length)};
+                return {bytes.mid(9, 3).toInt(), bytes.mid(end + 4, length), bytes.left(end + 2)};
         }
         if (!socket.bytesAvailable() && !socket.waitForReadyRead(ms))
             return {};
