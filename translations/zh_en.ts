@@ -4340,4 +4340,27 @@ You can also change the folder, but only for new tasks</translation>
         <translation>Menu of the current row</translation>
     </message>
 </context>
+<context>
+    <name>WebDownload</name>
+    <message>
+        <source>%1 要下载文件：%2
+保存到 %3？</source>
+        <translation>%1 offers a file: %2
+Save it to %3?</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>下载完成</source>
+        <translation>Downloaded</translation>
+    </message>
+    <message>
+        <source>文件下载失败：%1
+%2</source>
+        <translation>The file couldn&apos;t be downloaded: %1
+%2</translation>
+    </message>
+</context>
 </TS>

@@ -6,6 +6,7 @@
 #include "common/ui/Links.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
+#include "common/ui/WebOrigins.h"
 #include "common/ui/WebView.h"
 #include "common/UserInfo.h"
 #include "io/NetTcp.h"
@@ -87,7 +88,7 @@ void Login::makeView()
         return;
     m_view = new WebView(this);
     m_view->expose(QStringLiteral("Login"), m_bridge, [](const QUrl &address) {
-        return WebView::sameOrigin(address, QUrl(Session::address(QStringLiteral("login"))));
+        return WebOrigins::same(address, QUrl(Session::address(QStringLiteral("login"))));
     });
     connect(m_view, &QWebView::loadFinished, this, &Login::loadFinish);
     connect(m_view, &WebView::createWin, this, [this](QWebView *web) {

@@ -31,6 +31,7 @@ public:
     MainWindow *mainWindow() const;
     bool autoRelogin() const { return m_autoRelogin; }
     QJsonObject loginInfo() const { return m_loginInfo; }
+    QString userRecord() const { return m_auth; } // the last that the page gave; empty when nobody is logged in
 
     // What the page asks for (LoginBridge).
     QString loadUserInfos();

@@ -1,6 +1,9 @@
 #include "view/WebPanel.h"
+#include "common/ui/Links.h"
+#include "common/ui/WebOrigins.h"
 #include "common/ui/WebTool.h"
 #include "common/ui/WebView.h"
+#include "view/Login.h"
 #include <QDebug>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -10,11 +13,15 @@ WebPanel::WebPanel(QWidget *parent) : BaseWidget(Page, parent) { setObjectName(Q
 // The browser aborts what it was loading when it goes; by then nothing of it may reach this object any more.
 WebPanel::~WebPanel()
 {
-    if (!m_view)
-        return;
-    m_view->page()->networkAccessManager()->disconnect(this);
-    m_view->disconnect(this);
-    delete m_view;
+    for (const QPointer<WebView> &view : qAsConst(m_opened)) {
+        if (!view)
+            continue;
+        QWidget *window = view->parentWidget() ? view->window() : nullptr;
+        view->end();
+        delete window;
+    }
+    if (m_view)
+        m_view->end();
 }
 
 QUrl WebPanel::rowUrl(const QString &url, const QString &token, bool english)
@@ -30,23 +37,56 @@ void WebPanel::makeView()
     if (m_view)
         return;
     m_view = new WebView(this);
-    m_tool = new WebTool(this);
-    // The page may lead on within its server; another one's pages get no token.
-    m_view->expose(QStringLiteral("WebTool"), m_tool,
-                   [this](const QUrl &address) { return WebView::sameOrigin(address, m_url); });
+    WebTool *tool = equip(m_view);
     connect(
-        m_tool, &WebTool::reloadAsked, this, [this] { m_view->load(m_url); }, Qt::QueuedConnection);
-    connect(
-        m_tool, &WebTool::reLoginAsked, this, [this] { emit reLogin(111); }, Qt::QueuedConnection);
+        tool, &WebTool::reloadAsked, this, [this] { m_view->load(m_url); }, Qt::QueuedConnection);
     connect(m_view->page()->networkAccessManager(), &QNetworkAccessManager::finished, this, &WebPanel::webReply);
     connect(m_view, &QWebView::urlChanged, this, &WebPanel::urlChanged);
-    connect(m_view, &WebView::createWin, this, [this](QWebView *web) {
-        connect(web, &QWebView::urlChanged, web, [this, web](const QUrl &url) {
-            m_tool->openUrl(url.toString());
-            web->deleteLater();
-        });
-    });
     body()->addWidget(m_view, 1);
+}
+
+WebTool *WebPanel::equip(WebView *view)
+{
+    auto *tool = new WebTool(view, [] { return Login::instance() ? Login::instance()->userRecord() : QString(); });
+    view->expose(QStringLiteral("WebTool"), tool, &WebOrigins::listed);
+    connect(
+        tool, &WebTool::reLoginAsked, this, [this] { emit reLogin(111); }, Qt::QueuedConnection);
+    connect(tool, &WebTool::previewAsked, this, &WebPanel::previewAsked, Qt::QueuedConnection);
+    connect(tool, &WebTool::logAsked, this, &WebPanel::logAsked, Qt::QueuedConnection);
+    connect(view, &WebView::createWin, this, [this](QWebView *web) { adopt(static_cast<WebView *>(web)); });
+    return tool;
+}
+
+void WebPanel::adopt(WebView *view)
+{
+    m_opened.removeAll(QPointer<WebView>());
+    m_opened << view;
+    view->webPage()->setGate([this, view](const QUrl &url) { return settle(view, url); });
+}
+
+bool WebPanel::settle(WebView *view, const QUrl &url)
+{
+    if (url.scheme() == QLatin1String("about"))
+        return true; // the real one comes
+    view->webPage()->setGate({});
+    if (!WebOrigins::listed(url) || m_opened.size() > MostWindows) {
+        Links::open(url);
+        view->deleteLater();
+        return false;
+    }
+    auto *window = new BaseWidget(Window, this->window());
+    window->setAttribute(Qt::WA_DeleteOnClose);
+    window->setObjectName(QStringLiteral("webWindow"));
+    window->setTitle(m_title);
+    window->body()->addWidget(view, 1);
+    window->resize(960, 640);
+    connect(view, &QWebView::titleChanged, window,
+            [window](const QString &title) { window->setTitle(title.left(80)); });
+    connect(view->page(), &QWebPage::windowCloseRequested, window, &QWidget::close);
+    WebTool *tool = equip(view);
+    connect(tool, &WebTool::reloadAsked, view, &WebView::reloadFailed, Qt::QueuedConnection);
+    window->show();
+    return true;
 }
 
 void WebPanel::open(const QString &title, const QUrl &url)

@@ -1,14 +1,106 @@
 #include "common/ui/WebView.h"
+#include "common/ui/Links.h"
+#include "common/ui/MsgTool.h"
 #include "common/ui/Palette.h"
+#include "common/ui/WebDownload.h"
 #include "common/UserInfo.h"
 #include <QDebug>
 #include <QFile>
+#include <QKeyEvent>
 #include <QMetaMethod>
+#include <QNetworkAccessManager>
+#include <QNetworkReply>
+#include <QTimer>
+#include <QWebElement>
 #include <QWebFrame>
+
+namespace
+{
+constexpr int LongestText = 2000; // of a message of a page
+}
+
+WebPage::WebPage(QWidget *parent) : QWebPage(parent), m_over(parent)
+{
+    setForwardUnsupportedContent(true);
+    connect(this, &QWebPage::unsupportedContent, this,
+            [this](QNetworkReply *reply) { WebDownload::offer(reply, m_over); });
+    connect(this, &QWebPage::downloadRequested, this, [this](const QNetworkRequest &request) {
+        WebDownload::offer(networkAccessManager()->get(request), m_over);
+    });
+}
 
 QUrl WebPage::errorPage()
 {
     return QUrl::fromLocalFile(UserInfo::programDir() + QStringLiteral("/web/loadError.html"));
+}
+
+bool WebPage::failed() const { return mainFrame()->requestedUrl() == errorPage(); }
+
+bool WebPage::acceptNavigationRequest(QWebFrame *frame, const QNetworkRequest &request, NavigationType type)
+{
+    const QUrl url = request.url();
+    const QString scheme = url.scheme();
+    const bool inside = frame && frame != mainFrame();
+    const bool page = scheme == QLatin1String("http") || scheme == QLatin1String("https") ||
+                      scheme == QLatin1String("about") || url == errorPage() ||
+                      (inside && (scheme == QLatin1String("data") || scheme.isEmpty()));
+    if (!page && type == NavigationTypeLinkClicked)
+        Links::open(url);
+    else if (!page)
+        qWarning().noquote() << "WebPage::acceptNavigationRequest refused" << url.toString(QUrl::RemoveQuery).left(200);
+    const auto gate = m_gate; // it may take itself away
+    return page && (inside || !frame || !gate || gate(url));
+}
+
+void WebPage::triggerAction(WebAction action, bool checked)
+{
+    switch (action) {
+    case DownloadLinkToDisk:
+    case DownloadImageToDisk:
+    case DownloadMediaToDisk:
+    case OpenImageInNewWindow:
+    case OpenFrameInNewWindow:
+    case InspectElement:
+        return;
+    case Reload:
+    case ReloadAndBypassCache:
+        if (failed() && m_failed.isValid()) {
+            mainFrame()->load(m_failed);
+            return;
+        }
+        break;
+    default:
+        break;
+    }
+    QWebPage::triggerAction(action, checked);
+}
+
+// Not shown before somebody has taken it: its first address decides what becomes of it.
+QWebPage *WebPage::createWindow(WebWindowType)
+{
+    auto *web = new WebView;
+    web->setAttribute(Qt::WA_DeleteOnClose);
+    emit createWin(web);
+    return web->page();
+}
+
+// The script goes on: one that fills the screen with messages shows one at a time.
+void WebPage::javaScriptAlert(QWebFrame *, const QString &text)
+{
+    if (!m_alert && !m_orphan)
+        m_alert = MsgTool::msgOk(m_over, text.left(LongestText));
+}
+
+bool WebPage::javaScriptConfirm(QWebFrame *, const QString &text)
+{
+    if (m_asking || m_orphan)
+        return false;
+    m_asking = true;
+    const bool yes = MsgTool::msgChooseLoop(text.left(LongestText), m_over->window());
+    m_asking = false;
+    if (m_orphan)
+        QTimer::singleShot(0, m_over, &QObject::deleteLater);
+    return yes && !m_orphan;
 }
 
 bool WebPage::supportsExtension(Extension extension) const { return extension == ErrorPageExtension; }
@@ -18,7 +110,8 @@ bool WebPage::extension(Extension extension, const ExtensionOption *option, Exte
     if (extension != ErrorPageExtension)
         return false;
     const auto *error = static_cast<const ErrorPageExtensionOption *>(option);
-    if (error->frame && error->frame != mainFrame())
+    constexpr int BecameDownload = 102;
+    if ((error->frame && error->frame != mainFrame()) || (error->domain == WebKit && error->error == BecameDownload))
         return false;
     m_failed = error->url;
     qWarning().noquote() << "WebPage::extension" << error->url.toString() << error->errorString << error->error;
@@ -35,6 +128,13 @@ bool WebPage::extension(Extension extension, const ExtensionOption *option, Exte
 WebView::WebView(QWidget *parent) : QWebView(parent), m_page(new WebPage(this))
 {
     setPage(m_page);
+    connect(m_page, &WebPage::createWin, this, [this](QWebView *web) {
+        if (receivers(SIGNAL(createWin(QWebView *))) == 0)
+            web->deleteLater();
+        emit createWin(web);
+    });
+    connect(this, &QWebView::loadStarted, this, &WebView::loadStart);
+    connect(this, &QWebView::loadFinished, this, &WebView::loadFinish);
     setStyleSheet(QStringLiteral("background-color:%1;").arg(Palette::window.name()));
     QPalette dark = palette();
     dark.setBrush(QPalette::Base, Palette::window);
@@ -62,25 +162,18 @@ QString facade(const QString &name, const QMetaObject *meta, bool errorPage)
                           "(window.handOver);delete window.handOver;")
         .arg(name, functions);
 }
-
-int portOf(const QUrl &url) { return url.port(url.scheme() == QLatin1String("https") ? 443 : 80); }
 } // namespace
 
 void WebView::expose(const QString &name, QObject *object, Allowed allowed)
 {
     QWebFrame *frame = m_page->mainFrame();
-    connect(frame, &QWebFrame::javaScriptWindowObjectCleared, object, [frame, name, object, allowed] {
-        const bool error = frame->requestedUrl() == WebPage::errorPage();
+    connect(frame, &QWebFrame::javaScriptWindowObjectCleared, object, [this, frame, name, object, allowed] {
+        const bool error = m_page->failed();
         if (!error && !allowed(frame->url()))
             return;
         frame->addToJavaScriptWindowObject(QStringLiteral("handOver"), object);
         frame->evaluateJavaScript(facade(name, object->metaObject(), error));
     });
-}
-
-bool WebView::sameOrigin(const QUrl &a, const QUrl &b)
-{
-    return a.scheme() == b.scheme() && !a.host().isEmpty() && a.host() == b.host() && portOf(a) == portOf(b);
 }
 
 void WebView::reloadFailed()
@@ -89,10 +182,41 @@ void WebView::reloadFailed()
         load(m_page->failedUrl());
 }
 
-QWebView *WebView::createWindow(QWebPage::WebWindowType)
+QWebView *WebView::createWindow(QWebPage::WebWindowType type)
 {
-    auto *web = new WebView;
-    web->setAttribute(Qt::WA_DeleteOnClose);
-    emit createWin(web);
-    return web;
+    QWebPage *page = m_page->createWindow(type);
+    return page ? static_cast<QWebView *>(page->view()) : nullptr;
+}
+
+void WebView::end()
+{
+    page()->networkAccessManager()->disconnect();
+    disconnect();
+    if (!m_page->asking()) {
+        delete this;
+        return;
+    }
+    m_page->orphan();
+    hide();
+    setParent(nullptr);
+}
+
+void WebView::loadStart() { setCursor(Qt::BusyCursor); }
+void WebView::loadFinish() { unsetCursor(); }
+
+void WebView::click(const QString &selector)
+{
+    page()->mainFrame()->findFirstElement(selector).evaluateJavaScript(
+        QStringLiteral("var e = document.createEvent(\"MouseEvents\");e.initEvent(\"click\", true, true);"
+                       "this.dispatchEvent(e);"));
+}
+
+void WebView::keyPressEvent(QKeyEvent *event)
+{
+    if (event->key() == Qt::Key_F5)
+        m_page->triggerAction(QWebPage::Reload);
+    else if (event->key() == Qt::Key_Return && m_page->failed())
+        click(QStringLiteral("#again"));
+    else
+        QWebView::keyPressEvent(event);
 }
