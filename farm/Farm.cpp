@@ -4,6 +4,7 @@
 #include "ContentStore.h"
 #include "Core.h"
 #include "drive/Drive.h"
+#include "drive/DriveAnalysis.h"
 #include "FileServer.h"
 #include "Renderer.h"
 #include "Rest.h"
@@ -154,6 +155,22 @@ QMap<QString, QString> Farm::driveFiles(int farmId, int tree) const
 qint64 Farm::driveUsed(int farmId) const
 {
     return ask<qint64>([farmId](Core &core) { return core.drive->tree().used(farmId); });
+}
+
+bool Farm::putDriveFile(int farmId, const QString &path, const QByteArray &bytes)
+{
+    return ask<bool>([=](Core &core) { return core.drive->put(farmId, path, bytes); });
+}
+
+QMap<QString, int> Farm::analysisCounts() const
+{
+    return ask<QMap<QString, int>>([](Core &core) {
+        const DriveAnalysis::Counts &sum = core.drive->analysis().counts();
+        return QMap<QString, int>{{QStringLiteral("started"), sum.started},
+                                  {QStringLiteral("resumed"), sum.resumed},
+                                  {QStringLiteral("stopped"), sum.stopped},
+                                  {QStringLiteral("asked"), sum.asked}};
+    });
 }
 
 bool Farm::fillDrive(int farmId, const QString &path, int folders, int files, qint64 size)

@@ -114,6 +114,10 @@ public:
     // The drive of a farm, tree 1 of files, 2 of results: path -> MD5, a folder's path ends with a slash and has none.
     QMap<QString, QString> driveFiles(int farmId = 1, int tree = 1) const;
     qint64 driveUsed(int farmId = 1) const;
+    // Puts a file there, with its folders and its disk.
+    bool putDriveFile(int farmId, const QString &path, const QByteArray &bytes);
+    // Requests of the analysis service: "started", "resumed", "stopped", "asked".
+    QMap<QString, int> analysisCounts() const;
     // Makes files of made-up bytes below the path: folders times files of that size.
     bool fillDrive(int farmId, const QString &path, int folders, int files, qint64 size);
     QStringList events() const; // one line a step: "login", "10400 12", "upload D/a.tgd", ...

@@ -59,6 +59,7 @@ const Known known[] = {
     {"drive-half-listing", "1", "a listing ends in its middle", false},
     {"drive-ring", "1", "a folder is listed as its own child", false},
     {"drive-status", "CODE", "requests of the drive and the analysis are answered with that HTTP status", false},
+    {"drive-drop-reply", "1", "they are carried out and the connection is cut in place of an answer", false},
     {"drive-stale", "1", "they are answered with code 203: the access token has expired", false},
     {"drive-no-range", "1", "a range is answered with 200 and the whole file", false},
     {"drive-wrong-range", "1", "X-Content-Range tells another place", false},

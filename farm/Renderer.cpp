@@ -3,6 +3,7 @@
 #include "Business.h"
 #include "ContentStore.h"
 #include "Core.h"
+#include "drive/Drive.h"
 #include "FramePainter.h"
 #include "ObjectStore.h"
 #include <QCryptographicHash>
@@ -99,7 +100,9 @@ bool Renderer::ready(Task &task, QString *seed)
     if (path.isEmpty())
         path = task.body.value("sceneName").toString();
     const QString key = cleanKey(path);
-    const QString file = m_core.store->fileOf(key, seed);
+    QString file = m_core.store->fileOf(key, seed);
+    if (file.isEmpty())
+        file = m_core.drive->sceneFile(path, seed);
     if (file.isEmpty() && m_core.objects->used() && task.here.contains(key)) {
         bring(key);
         return false;

@@ -159,6 +159,8 @@ void Rest::read(QTcpSocket *socket, HttpFeed *feed)
 
 void Rest::send(QTcpSocket *socket, const HttpAnswer &answer, bool close)
 {
+    if (answer.status == 0)
+        return socket->abort();
     QByteArray bytes = "HTTP/1.1 " + QByteArray::number(answer.status) + ' ' + statusText(answer.status) +
                        "\r\nContent-Type: " + answer.type + "\r\nCache-Control: no-store\r\n" + answer.extra +
                        "Connection: " + (close ? "close" : "keep-alive") +

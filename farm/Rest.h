@@ -27,7 +27,7 @@ struct HttpRequest {
 };
 
 struct HttpAnswer {
-    int status = 200;
+    int status = 200; // 0: the connection is cut
     QByteArray type = "application/json; charset=utf-8";
     QByteArray body;
     QByteArray extra; // further header lines

@@ -160,7 +160,12 @@ HttpAnswer Rest::skydrive(const HttpRequest &request)
     HttpAnswer refusal = checkHeaders(request, true);
     if (refusal.status == 203 || m_core.faults.happens(QStringLiteral("drive-stale")))
         return jsonAnswer({{"code", 203}, {"result", 0}, {"msg", QStringLiteral("access token")}});
-    return refusal.body.isEmpty() ? m_core.drive->answer(request) : refusal;
+    if (!refusal.body.isEmpty())
+        return refusal;
+    HttpAnswer told = m_core.drive->answer(request);
+    if (m_core.faults.happens(QStringLiteral("drive-drop-reply")))
+        told.status = 0;
+    return told;
 }
 
 HttpAnswer Rest::sourceFiles(const HttpRequest &request)

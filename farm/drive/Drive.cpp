@@ -8,6 +8,7 @@
 #include <QBuffer>
 #include <QDateTime>
 #include <QFile>
+#include <QFileInfo>
 #include <QImage>
 #include <QImageReader>
 #include <QJsonDocument>
@@ -174,6 +175,14 @@ HttpAnswer Drive::get(const HttpRequest &request, int named, const QStringList &
         return notFound();
     if (word == words.at(1))
         return listing(request, tree, id);
+    if (id == DriveRoot && word.isEmpty()) {
+        QJsonObject whole = room(request.farm);
+        whole.insert(QStringLiteral("id"), QString::number(DriveRoot));
+        whole.insert(QStringLiteral("name"), QStringLiteral("root"));
+        whole.insert(QStringLiteral("type"), int(DriveNode::Folder));
+        whole.insert(QStringLiteral("fileType"), tree);
+        return told(DriveTree::Good, whole);
+    }
     const DriveNode node = m_tree.node(request.farm, tree, id);
     if (!node.good())
         return word == words.at(2) || word == words.at(3) ? notFound() : told(DriveTree::NoEntry);
@@ -329,6 +338,12 @@ HttpAnswer Drive::change(const HttpRequest &request)
     return told(m_tree.move(request.farm, tree, ids, request.item("targetParent").toLongLong()));
 }
 
+QString Drive::sceneFile(const QString &path, QString *hash)
+{
+    const DriveNode node = m_tree.byPath(1, 1, path);
+    return node.good() && node.kind == DriveNode::File ? m_tree.fileOf(node, hash) : QString();
+}
+
 int Drive::refuses(int farm, const QString &key, qint64 size)
 {
     if (key.split(QLatin1Char('/')).contains(QStringLiteral("..")))
@@ -350,6 +365,19 @@ bool Drive::holds(int farm, const QString &key, qint64 size, qint64 mtime)
 {
     const DriveNode there = m_tree.byPath(farm, 1, key);
     return there.good() && there.kind == DriveNode::File && there.size == size && there.mtime == mtime;
+}
+
+bool Drive::put(int farm, const QString &path, const QByteArray &bytes)
+{
+    const QString key = DriveTree::storeKey(farm, path), disk = cleanKey(path).section(QLatin1Char('/'), 0, 0);
+    QFile part(m_core.folder(QStringLiteral("incoming")) + QStringLiteral("/put-%1.part").arg(++m_puts));
+    if (!part.open(QIODevice::WriteOnly) || part.write(bytes) != bytes.size())
+        return false;
+    part.close();
+    const qint64 mtime = QFileInfo(part).lastModified().toMSecsSinceEpoch();
+    m_core.store->take(key, part.fileName());
+    m_tree.create(farm, 1, DriveRoot, disk, QString(), nullptr);
+    return m_tree.put(farm, path, bytes.size(), mtime, key) == DriveTree::Good;
 }
 
 bool Drive::arrived(int farm, const QString &key, qint64 size, qint64 mtime)

@@ -13,7 +13,8 @@
 // decimal texts, "-1" the root above the disks; where a path takes an id it takes a chain of them too ("3/17/20": the
 // last counts).
 //
-//   GET  /TREE/ID?fileType=T             data: an entry, with containFile and containFolder: what lies below it
+//   GET  /TREE/ID?fileType=T             data: an entry, with containFile and containFolder: what lies below it.
+//                                        Of "-1": {"usedSize", "size"} of the whole drive, in G
 //   GET  /TREE/ID/family?fileType=T      data: {"list": [entry, its parent, ... its disk]}
 //   GET  /TREE/ID/sub-files?fileType=T   data: {"files" or "resultFiles": [entries], "total"}, folders first, each by
 //   name;
@@ -72,6 +73,9 @@ public:
     static int takeFarm(QString *path); // "/f2/skydrive/x" becomes "/skydrive/x", 2
     static QString prefix(int farm);    // "/f2", empty for the first
 
+    // The bytes of a scene that an order names by its place on the drive; empty: it isn't there.
+    QString sceneFile(const QString &path, QString *hash);
+    bool put(int farm, const QString &path, const QByteArray &bytes); // a file with its folders and disk
     // For the file server: 0, or the code that refuses the file; and a file that has come whole.
     int refuses(int farm, const QString &key, qint64 size);
     bool holds(int farm, const QString &key, qint64 size, qint64 mtime);
@@ -94,6 +98,7 @@ private:
 
     Core &m_core;
     const int m_farms;
+    int m_puts = 0;
     DriveTree m_tree;
     std::unique_ptr<DriveAnalysis> m_analysis;
 };

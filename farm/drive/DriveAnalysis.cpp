@@ -181,8 +181,8 @@ HttpAnswer DriveAnalysis::start(const HttpRequest &request)
         return jsonAnswer({{"code", 1060003}, {"result", 0}, {"msg", QStringLiteral("参数缺失")}});
     }
     ++m_counts.started;
-    if (m_records.contains(key)) {
-        m_core.violation(QStringLiteral("POST /task: key %1 is there already").arg(key.second));
+    if (const QString word = m_records.value(key).word; word == Queue || word == Preparing || word == Running) {
+        m_core.violation(QStringLiteral("POST /task: key %1 is under way").arg(key.second));
         return told({});
     }
     Record record;

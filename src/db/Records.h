@@ -22,6 +22,11 @@ struct db_resolve {
     int fok = 0, fsum = 0;
     int filetype = 0;
     qlonglong fsize = 0, fup = 0; // bytes
+    // Of a scene on the drive, which a farm analyses.
+    qlonglong etime = 0; // ms since the epoch
+    int farmid = 0;
+    int cloudstate = 0; // 0 not posted yet, -1 perhaps posted: to be resumed, 1 posted
+    QString rootpath;   // of the project, on the drive
 };
 Q_DECLARE_METATYPE(db_resolve)
 Q_DECLARE_METATYPE(QList<db_resolve>)

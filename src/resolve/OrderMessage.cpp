@@ -79,7 +79,8 @@ OrderMessage OrderMessage::build(const db_resolve &res, const Options &options)
     body["clientFlag"] = res.rkey;
     body["missionId"] = res.missionid;
     body["ordernum"] = res.ordernum;
-    for (const char *key : {"projectConfig", "machine", "project", "env", "resStatus", "hasHand", "hasClone", "seat"})
+    for (const char *key :
+         {"projectConfig", "machine", "project", "env", "resStatus", "hasHand", "hasClone", "seat", "cloudKey"})
         body.remove(QLatin1String(key));
 
     changeText(&body, "sceneName", options.pathCase);

@@ -55,10 +55,12 @@ private slots:
         const QJsonObject family = drive.ask("GET", "/files/" + c.toLatin1() + "/family?fileType=1").object().value("data").toObject();
         QCOMPARE(names(family.value("list").toArray()), QStringList({"c", "a", "b", "D"}));
         QCOMPARE(drive.farm.driveFiles().keys(), QStringList({"D/", "D/b/", "D/b/a/", "D/b/a/c/"}));
+        QVERIFY(drive.farm.faults().set("drive-drop-reply=1@1")); // it's carried out all the same
+        QCOMPARE(drive.ask("POST", "/files", {{"fileType", 1}, {"name", "d"}, {"parent", c}}).status, 0);
         drive.restart();
         drive.login();
         const QJsonObject entry = drive.ask("GET", "/files/" + b.toLatin1() + "?fileType=1").object().value("data").toObject();
-        QCOMPARE(entry.value("containFolder").toInt(), 2);
+        QCOMPARE(entry.value("containFolder").toInt(), 3);
         QCOMPARE(drive.code(drive.ask("DELETE", "/files?fileType=1&ids=" + b.toLatin1())), 0);
         QCOMPARE(drive.farm.driveFiles().keys(), QStringList{"D/"});
         QCOMPARE(drive.farm.violations(), QStringList());
@@ -88,6 +90,8 @@ private slots:
         QCOMPARE(found("e0999", big), 100);
         QCOMPARE(found("%25", "-1"), 0);
         QCOMPARE(drive.farm.driveUsed(), 1000000);
+        const QJsonObject whole = drive.ask("GET", "/files/-1?fileType=1").object().value("data").toObject();
+        QCOMPARE(whole.value("size").toDouble(), 100.0);
         QVERIFY(qAbs(drive.wire->ask(11202, {{"farmId", 1}}).object().value("usedSize").toDouble() * (1 << 30) - 1e6) < 1);
     }
 

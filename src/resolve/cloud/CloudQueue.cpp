@@ -1,0 +1,366 @@
+#include "resolve/cloud/CloudQueue.h"
+#include "common/facts/Rset.h"
+#include "common/facts/SoftwareType.h"
+#include "common/Session.h"
+#include "db/Calls.h"
+#include "db/ResolveDAO.h"
+#include "db/ResolveDDAO.h"
+#include "io/WebAsk.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QJsonDocument>
+#include <QTimerEvent>
+#include <QUrl>
+
+namespace
+{
+using SceneState::Act;
+
+constexpr int StaleToken = 203, NotThere = 404;
+
+ResolveDDAO &dao() { return *ResolveDDAO::instance(); }
+
+qlonglong cloudKey(const db_resolve &order)
+{
+    return Rset(order.rset).object().value(QLatin1String("cloudKey")).toVariant().toLongLong();
+}
+
+// What the order's row means for the scene's: the wait for its number is a wait for the submission here.
+int stateOf(int order) { return order < SceneState::Committed ? int(SceneState::Committed) : order; }
+} // namespace
+
+CloudQueue::CloudQueue(QObject *parent) : QObject(parent)
+{
+    connect(ResolveDAO::instance(), &ResolveDAO::stepped, this, &CloudQueue::follow);
+    connect(ResolveDAO::instance(), &ResolveDAO::removed, this, &CloudQueue::gone);
+    Seam<CloudCalls>::attach(this, this);
+}
+
+CloudQueue::~CloudQueue() { Seam<CloudCalls>::detach(this); }
+
+void CloudQueue::start(int tickMs) { m_timer.start(tickMs, Qt::CoarseTimer, this); }
+
+bool CloudQueue::knows(int softwareType)
+{
+    return SoftwareType::all().contains(softwareType) && softwareType != SoftwareType::SketchUp;
+}
+
+void CloudQueue::timerEvent(QTimerEvent *event)
+{
+    if (event->timerId() == m_timer.timerId() && Session::live() && !Session::closing())
+        look();
+}
+
+void CloudQueue::look()
+{
+    for (const QList<db_resolve> &list : std::exchange(m_unsaved, {}))
+        addScenes(list);
+    handOver();
+    startWaiting();
+    int asked = 0;
+    for (const db_resolve &row : dao().in({SceneState::Analysing})) {
+        if (m_asking.contains(row.rkey))
+            continue;
+        if (row.cloudstate == 0)
+            post(row);
+        else if (row.cloudstate < 0)
+            resume(row);
+        else
+            poll(row);
+        if (++asked == MostAsked)
+            return;
+    }
+}
+
+// A row about which the service has only strange words keeps no other one waiting.
+void CloudQueue::startWaiting()
+{
+    int running = 0;
+    for (const db_resolve &row : dao().in({SceneState::Analysing}))
+        running += row.errstr.isEmpty() ? 1 : 0;
+    for (const db_resolve &row : dao().in({SceneState::Waiting})) {
+        if (running >= MostRunning)
+            return;
+        running += qMax(0, dao().begin(row.rkey));
+    }
+}
+
+void CloudQueue::endpoint(int farmId, std::function<void(const QString &)> then)
+{
+    NetWork::skydriveUrl(farmId, this, [this, farmId, then](const QString &base) {
+        if (base.isEmpty() || m_endpoints.contains(base))
+            return then(base.isEmpty() ? base : m_endpoints.value(base));
+        const QUrl url(base);
+        Request request;
+        request.url = QStringLiteral("%1/masterInfo?host=%2&port=%3")
+                          .arg(base, url.host())
+                          .arg(url.port(url.scheme() == QLatin1String("https") ? 443 : 80));
+        WebAsk::get(request)
+            .within(EndpointMs)
+            .answered([this, farmId, base, then](const FuncBody &rep) {
+                if (rep.code == StaleToken) {
+                    NetWork::instance()->clearFarm(farmId);
+                    return then({});
+                }
+                const QString told = CloudReply::endpoint(rep, base);
+                m_endpoints.insert(base, told.isEmpty() ? base : told);
+                then(m_endpoints.value(base));
+            })
+            .failed([this, base, then] {
+                m_endpoints.insert(base, base);
+                then(base);
+            })
+            .send(this);
+    });
+}
+
+void CloudQueue::ask(const db_resolve &row, NetWork::Verb verb, const QString &path, const QByteArray &body, Then then,
+                     std::function<void()> over)
+{
+    const qlonglong rkey = row.rkey;
+    const int farm = row.farmid, round = ++m_round;
+    m_asking.insert(rkey, round);
+    const auto end = [this, rkey, round, over] {
+        if (m_asking.value(rkey) == round)
+            m_asking.remove(rkey);
+        if (over)
+            over();
+    };
+    endpoint(farm, [=](const QString &base) {
+        if (base.isEmpty())
+            return end();
+        Request request;
+        request.url = base + path;
+        request.byte = body;
+        if (!base.startsWith(NetWork::instance()->skydriveUrl(farm))) // another place of the same farm
+            request.headers = {{"X-BRONTEL-ACCESS-TOKEN", NetWork::instance()->accessToken(farm).toUtf8()},
+                               {"X-BRONTEL-ROLE", "user"}};
+        WebAsk question = verb == NetWork::Get    ? WebAsk::get(request)
+                          : verb == NetWork::Post ? WebAsk::post(request)
+                                                  : WebAsk::put(request);
+        question
+            .answered([=](const FuncBody &rep) {
+                const bool wanted = m_asking.value(rkey) == round;
+                end();
+                if (rep.code == StaleToken)
+                    return NetWork::instance()->clearFarm(farm);
+                if (wanted && !rep.object.isEmpty())
+                    then(rep);
+            })
+            .refused([=](const FuncBody &rep) {
+                qWarning().noquote() << "CloudQueue::ask" << rkey << path << rep.error;
+                const bool wanted = m_asking.value(rkey) == round;
+                end();
+                if (rep.httpStatus != NotThere || !wanted)
+                    return;
+                FuncBody none; // it is there, and knows nothing of the task
+                none.code = NotThere;
+                none.msg = rep.error;
+                none.object = {{QStringLiteral("result"), 0}};
+                then(none);
+            })
+            .lost([=](const QString &error) {
+                qWarning().noquote() << "CloudQueue::ask" << rkey << path << error;
+                end();
+            })
+            .send(this);
+    });
+}
+
+// It stands in the row that the service may know the task before it is told: what comes of it is asked, never posted
+// twice.
+void CloudQueue::post(const db_resolve &row)
+{
+    if (dao().setCloud(row.rkey, -1) <= 0)
+        return;
+    const QJsonObject body{{"key", row.rkey}, {"root_path", row.rootpath}, {"scene", row.lpath}};
+    ask(row, NetWork::Post, QStringLiteral("/task"), QJsonDocument(body).toJson(QJsonDocument::Compact),
+        [row](const FuncBody &rep) {
+            if (!CloudReply::refuses(rep)) {
+                dao().setCloud(row.rkey, 1);
+                return;
+            }
+            qWarning().noquote() << "CloudQueue::post" << row.rkey << rep.code << rep.msg;
+            db_resolve failed = row;
+            failed.state = SceneState::Failed;
+            failed.error = rep.code;
+            failed.errstr = rep.msg;
+            dao().finish(failed);
+        });
+}
+
+void CloudQueue::resume(const db_resolve &row)
+{
+    ask(row, NetWork::Put, QStringLiteral("/task/%1/resume").arg(row.rkey), "{}",
+        [row](const FuncBody &rep) { dao().setCloud(row.rkey, CloudReply::refuses(rep) ? 0 : 1); });
+}
+
+void CloudQueue::poll(const db_resolve &row)
+{
+    ask(row, NetWork::Get, QStringLiteral("/task/%1").arg(row.rkey), {}, [this, row](const FuncBody &rep) {
+        if (CloudReply::refuses(rep))
+            dao().setCloud(row.rkey, -1);
+        else
+            polled(row, CloudReply::state(rep));
+    });
+}
+
+void CloudQueue::polled(const db_resolve &row, const CloudReply::State &state)
+{
+    dao().setTimes(row.rkey, state.start, state.end);
+    switch (state.status) {
+    case CloudReply::Status::Idle:
+        return askResult(row);
+    case CloudReply::Status::Unknown:
+        if (m_told.value(row.rkey) != state.word)
+            askError(row, state.word);
+        return;
+    case CloudReply::Status::Working:
+        m_told.remove(row.rkey);
+        if (!row.errstr.isEmpty()) // it goes on
+            dao().tell(row.rkey, 0, {});
+        return;
+    case CloudReply::Status::Missing:
+        return;
+    }
+}
+
+// The row stays as it is: it may be a word of a newer service. What it says of it is shown.
+void CloudQueue::askError(const db_resolve &row, const QString &word)
+{
+    ask(row, NetWork::Get, QStringLiteral("/task/%1/error").arg(row.rkey), {}, [this, row, word](const FuncBody &rep) {
+        m_told.insert(row.rkey, word);
+        const QString text = CloudReply::error(rep);
+        qWarning().noquote() << "CloudQueue::askError" << row.rkey << word << rep.code << text;
+        dao().tell(row.rkey, rep.code, text.isEmpty() ? word : text);
+    });
+}
+
+void CloudQueue::askResult(const db_resolve &row)
+{
+    ask(row, NetWork::Get, QStringLiteral("/task/%1/result").arg(row.rkey), {}, [this, row](const FuncBody &rep) {
+        db_resolve ended = row;
+        if (!CloudReply::result(rep, &ended)) {
+            qWarning().noquote() << "CloudQueue::askResult" << row.rkey << "can't be read" << rep.raw.left(200);
+            return;
+        }
+        m_told.remove(row.rkey);
+        dao().finish(ended);
+    });
+}
+
+void CloudQueue::addScenes(QList<db_resolve> list)
+{
+    const qlonglong first = QDateTime::currentSecsSinceEpoch();
+    for (int i = 0; i < list.size(); ++i) {
+        list[i].rkey = first + i;
+        list[i].state = SceneState::Waiting;
+    }
+    if (!dao().insert(&list)) {
+        qWarning().noquote() << "CloudQueue::addScenes" << list.size()
+                             << "scenes not stored, tried again at the next look";
+        m_unsaved << list;
+    }
+}
+
+void CloudQueue::stopped(qlonglong rkey, const std::function<void()> &then)
+{
+    const db_resolve row = dao().read(rkey);
+    m_told.remove(rkey);
+    if (row.state == SceneState::Analysing && row.cloudstate != 0)
+        ask(
+            row, NetWork::Put, QStringLiteral("/task/%1/stop").arg(rkey), "{}", [](const FuncBody &) {}, then);
+    else
+        then();
+}
+
+void CloudQueue::reAdd(qlonglong rkey)
+{
+    if (SceneState::possible(Act::Again, dao().read(rkey).state))
+        stopped(rkey, [rkey] { dao().again(rkey); });
+}
+
+void CloudQueue::removeScene(qlonglong rkey)
+{
+    stopped(rkey, [this, rkey] {
+        m_handed.remove(rkey);
+        dao().remove(rkey);
+    });
+}
+
+void CloudQueue::readScenes() { dao().readAll(); }
+
+void CloudQueue::paraSet(qlonglong rkey)
+{
+    const db_resolve row = dao().read(rkey);
+    if (row.rkey != 0)
+        emit dao().paraSet(row);
+}
+
+void CloudQueue::saveData(db_resolve res) { dao().saveData(res, false); }
+
+void CloudQueue::submit(db_resolve res)
+{
+    if (dao().saveData(res, true) > 0)
+        handOver();
+}
+
+void CloudQueue::submitAgain(qlonglong rkey)
+{
+    for (const db_resolve &order : ResolveDAO::instance()->readAll())
+        if (cloudKey(order) == rkey)
+            Seam<ResolveCalls>::post([key = order.rkey](ResolveCalls &queue) { queue.commitResolve(key, false, {}); });
+}
+
+// The order's row first: between the two writes a crash leaves a row that is found by its cloudKey.
+void CloudQueue::handOver()
+{
+    if (!std::exchange(m_scanned, true)) {
+        for (const db_resolve &order : ResolveDAO::instance()->readAll())
+            if (const qlonglong key = cloudKey(order)) {
+                m_handed.insert(key);
+                follow(order, order.state);
+            }
+        using namespace SceneState;
+        for (const db_resolve &row : dao().in(Set::range(Submitting, OrderRefused)))
+            if (!m_handed.contains(row.rkey)) // it was sent, and has left since
+                dao().follow(row.rkey, Submitted, 0);
+    }
+    for (const db_resolve &row : dao().in({SceneState::Committed})) {
+        if (m_handed.contains(row.rkey))
+            continue;
+        Rset rset(row.rset);
+        rset.set("hasClone", 1); // nothing is left to analyse
+        rset.set("cloudKey", double(row.rkey));
+        const QJsonObject project = rset.object().value(QLatin1String("project")).toObject();
+        db_resolve order;
+        order.rkey = order.pri = QDateTime::currentSecsSinceEpoch();
+        order.lpath = row.lpath;
+        order.project = project.value(QLatin1String("name")).toString();
+        order.projectId = project.value(QLatin1String("id")).toVariant().toInt();
+        order.state = SceneState::Waiting;
+        order.rset = rset.text();
+        order.rdata = row.rdata;
+        order.rfile = QStringLiteral("\"files\":[]"); // they lie there
+        QList<db_resolve> list{order};
+        if (ResolveDAO::instance()->insertBatch(&list))
+            m_handed.insert(row.rkey);
+    }
+}
+
+void CloudQueue::follow(const db_resolve &order, int state)
+{
+    if (const qlonglong key = cloudKey(order))
+        dao().follow(key, stateOf(state), ResolveDAO::instance()->read(order.rkey).error);
+}
+
+// An order that was on its way up is the server's now; any other one was given up by the user.
+void CloudQueue::gone(const db_resolve &order)
+{
+    const qlonglong key = cloudKey(order);
+    if (key == 0)
+        return;
+    m_handed.remove(key);
+    const bool sent = order.state >= SceneState::UploadWaiting && order.state != SceneState::OrderRefused;
+    dao().follow(key, sent ? SceneState::Submitted : SceneState::Clean, 0);
+}

@@ -1,0 +1,186 @@
+// Scenes on the drive, analysed by a living farm: the client's queue, its store, and the order that comes of them.
+#include "common/facts/AnalysisError.h"
+#include "db/ResolveDDAO.h"
+#include "QueueRig.h"
+#include "resolve/cloud/CloudQueue.h"
+#include "support/FarmRig.h"
+#include "support/TestMain.h"
+
+class TestCloud : public QObject
+{
+    Q_OBJECT
+    // An account at the farm with both stores open and a queue that looks every few ms.
+    struct Rig : FarmRig {
+        explicit Rig(int stepMs = 5)
+        {
+            farm.stop();
+            options.analysisStepMs = stepMs;
+            started = farm.start(options);
+            UserInfo::init({});
+            UserInfo::initUser({{"userId", 7000 + ++counter()}, {"username", "u"}});
+            CommonConfig::fromJson({});
+            QVERIFY(login() && ResolveDAO::instance()->open(UserInfo::userDir()) && UploadDAO::instance()->open(UserInfo::userDir()));
+            NetWork::instance()->forgetDrives();
+            Session::setLive(true);
+            begin();
+            QVERIFY(farm.putDriveFile(1, "D/p/a.ma", "scene"));
+        }
+        ~Rig()
+        {
+            end();
+            Session::setLive(false);
+            ResolveDAO::instance()->releaseResolve();
+            UploadDAO::instance()->releaseUp();
+            UserInfo::clearCache();
+        }
+        void begin()
+        {
+            QVERIFY(ResolveDDAO::instance()->open(UserInfo::userDir()));
+            queue.reset(new CloudQueue);
+            queue->start(10);
+        }
+        void end()
+        {
+            queue.reset();
+            ResolveDDAO::instance()->close();
+        }
+        qlonglong add(const QString &scene = "D/p/a.ma", int count = 1)
+        {
+            db_resolve one;
+            one.lpath = scene;
+            one.rootpath = "D/p";
+            one.farmid = 1;
+            one.filetype = 1;
+            QList<db_resolve> list;
+            for (int i = 0; i < count; ++i)
+                list << one;
+            queue->addScenes(list);
+            return row().rkey;
+        }
+        db_resolve row() const { return ResolveDDAO::instance()->readAll().value(0); }
+        int state() const { return row().state; }
+        int count(const char *what) const { return farm.analysisCounts().value(what); }
+        static int &counter()
+        {
+            static int n = 0;
+            return n;
+        }
+        std::unique_ptr<CloudQueue> queue;
+    };
+
+private slots:
+    // From the drive to the order: analysed, submitted, followed until the order is the server's.
+    void road()
+    {
+        Rig rig;
+        const qlonglong key = rig.add();
+        QTRY_COMPARE(rig.state(), int(SceneState::Clean));
+        db_resolve row = rig.row();
+        QVERIFY(row.rtime > 0 && row.etime >= row.rtime - 1000);
+        QVERIFY(QJsonDocument::fromJson(row.rdata.toUtf8()).object().value("modelParameters").isObject());
+        row.rset = R"({"softwareType":1,"machineModel":"m","project":{"id":1,"name":"p"},"farmId":1})";
+        rig.queue->submit(row);
+        QTRY_COMPARE(ResolveDAO::instance()->readAll().size(), 1);
+        rig.end(); // the program ends between the two rows
+        rig.begin();
+        ResolveHandler handler;
+        handler.setTimes({10, 10, 1000, 10000});
+        handler.startScan();
+        QTRY_COMPARE(rig.state(), int(SceneState::UploadWaiting));
+        const QList<FarmOrder> orders = rig.farm.orders();
+        QCOMPARE(orders.size(), 1);
+        QVERIFY(orders.first().ordered && orders.first().fileList.isEmpty());
+        QCOMPARE(orders.first().body.value("scene").toString(), QString("D/p/a.ma"));
+        QVERIFY(!orders.first().body.contains("cloudKey") && orders.first().body.contains("modelParameters"));
+        ResolveDAO::instance()->remove(ResolveDAO::instance()->readAll().first().rkey); // the upload queue has nothing to send
+        QTRY_COMPARE(rig.state(), int(SceneState::Submitted));
+        QCOMPARE(rig.row().rkey, key);
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    void ends_data()
+    {
+        QTest::addColumn<QString>("scene");
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<int>("state");
+        QTest::addColumn<QString>("text");
+        QTest::newRow("warnings") << "D/p/a.ma"
+                                  << "analysis-details=1" << 103 << "贴图缺失";
+        QTest::newRow("failed") << "D/p/a.ma"
+                                << "analysis-details=2" << 104 << "场景文件无法打开";
+        QTest::newRow("nothing found") << "D/p/a.ma"
+                                       << "analysis-details=3" << 105 << "";
+        QTest::newRow("no such scene") << "D/p/b.ma"
+                                       << "split-http=0" << 104 << "模型文件不存在";
+        QTest::newRow("refused") << "D/p/a.ma"
+                                 << "analysis-refuse=没有权限" << 104 << "没有权限";
+        QTest::newRow("strange word") << "D/p/a.ma"
+                                      << "analysis-broken=内存不足" << 101 << "内存不足";
+    }
+    void ends()
+    {
+        QFETCH(QString, scene);
+        QFETCH(QString, fault);
+        QFETCH(int, state);
+        QFETCH(QString, text);
+        Rig rig;
+        QVERIFY(rig.farm.faults().set(fault));
+        rig.add(scene);
+        QTRY_VERIFY(rig.state() == state && rig.row().errstr == text);
+        if (state == SceneState::Analysing) { // it keeps nobody else from running, and may be begun anew
+            rig.queue->reAdd(rig.row().rkey);
+            rig.farm.faults().clear();
+            QTRY_COMPARE(rig.state(), int(SceneState::Clean));
+        }
+    }
+
+    // Whatever gets lost on the way: the task is posted once, resumed once a restart, and comes to its end.
+    void lost()
+    {
+        Rig rig;
+        QVERIFY(rig.farm.faults().set("hold-analysis=1"));
+        QVERIFY(rig.farm.faults().set("http-delay=200"));
+        rig.add();
+        for (int i = 1; i < 4; ++i) { // the first time its answer is still on the way
+            QTRY_COMPARE(rig.count(i == 1 ? "started" : "resumed"), qMax(1, i - 1));
+            QCOMPARE(rig.row().cloudstate, i == 1 ? -1 : 1);
+            rig.end();
+            rig.farm.faults().set("http-delay", "");
+            rig.begin();
+            QTRY_COMPARE(rig.row().cloudstate, 1);
+        }
+        QCOMPARE(rig.count("resumed"), 3);
+        rig.farm.rotateTokens(); // in the middle of it
+        rig.farm.faults().set("analysis-word=Thinking@1");
+        const int asked = rig.count("asked");
+        QTRY_VERIFY(rig.count("asked") > asked + 1);
+        QCOMPARE(rig.state(), int(SceneState::Analysing));
+        rig.farm.faults().clear();
+        QTRY_COMPARE(rig.state(), int(SceneState::Clean));
+        QCOMPARE(rig.row().errstr, QString());
+        QCOMPARE(rig.count("started"), 1);
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // Two run, the others wait; what is removed is stopped at the service, and the next one takes its place.
+    void limit()
+    {
+        Rig rig;
+        QVERIFY(rig.farm.faults().set("hold-analysis=1"));
+        rig.add("D/p/a.ma", 5);
+        QTRY_COMPARE(rig.count("started"), 2);
+        const int asked = rig.count("asked");
+        QTRY_VERIFY(rig.count("asked") > asked + 4);
+        QCOMPARE(ResolveDDAO::instance()->in({SceneState::Waiting}).size(), 3);
+        rig.queue->removeScene(rig.row().rkey);
+        QTRY_COMPARE(rig.count("stopped"), 1);
+        QTRY_COMPARE(rig.count("started"), 3);
+        QCOMPARE(ResolveDDAO::instance()->readAll().size(), 4);
+        rig.queue->removeScene(ResolveDDAO::instance()->in({SceneState::Waiting}).first().rkey); // nothing to stop
+        QCOMPARE(ResolveDDAO::instance()->readAll().size(), 3);
+        QCOMPARE(rig.count("stopped"), 1);
+    }
+};
+
+VN_TEST(TestCloud)
+#include "tst_cloud.moc"
