@@ -4363,4 +4363,272 @@ Save it to %3?</translation>
 %2</translation>
     </message>
 </context>
+<context>
+    <name>TaskAct</name>
+    <message>
+        <source>任务详情</source>
+        <translation>Details</translation>
+    </message>
+    <message>
+        <source>优先级调整</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>重渲失败帧</source>
+        <translation>Render failed frames again</translation>
+    </message>
+    <message>
+        <source>继续渲染</source>
+        <translation>Continue</translation>
+    </message>
+    <message>
+        <source>暂停渲染</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>取消渲染</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>任务交接</source>
+        <translation>Hand over</translation>
+    </message>
+    <message>
+        <source>删除任务</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>全速渲染</source>
+        <translation>Full speed</translation>
+    </message>
+    <message>
+        <source>修改环境配置</source>
+        <translation>Change environment</translation>
+    </message>
+    <message>
+        <source>补帧</source>
+        <translation>Further frames</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>打开本地目录</source>
+        <translation>Open folder</translation>
+    </message>
+    <message>
+        <source>克隆任务</source>
+        <translation>Clone</translation>
+    </message>
+    <message>
+        <source>最大节点数</source>
+        <translation>Most nodes</translation>
+    </message>
+    <message>
+        <source>备注</source>
+        <translation>Remark</translation>
+    </message>
+    <message>
+        <source>正在调整优先级…</source>
+        <translation>changing priority…</translation>
+    </message>
+    <message>
+        <source>正在重渲…</source>
+        <translation>rendering again…</translation>
+    </message>
+    <message>
+        <source>正在继续…</source>
+        <translation>continuing…</translation>
+    </message>
+    <message>
+        <source>正在暂停…</source>
+        <translation>pausing…</translation>
+    </message>
+    <message>
+        <source>正在取消…</source>
+        <translation>cancelling…</translation>
+    </message>
+    <message>
+        <source>正在交接…</source>
+        <translation>handing over…</translation>
+    </message>
+    <message>
+        <source>正在转移…</source>
+        <translation>moving…</translation>
+    </message>
+    <message>
+        <source>正在全速…</source>
+        <translation>going on…</translation>
+    </message>
+    <message>
+        <source>正在修改环境…</source>
+        <translation>changing environment…</translation>
+    </message>
+    <message>
+        <source>正在补帧…</source>
+        <translation>adding frames…</translation>
+    </message>
+    <message>
+        <source>正在设置节点数…</source>
+        <translation>setting nodes…</translation>
+    </message>
+    <message>
+        <source>正在保存备注…</source>
+        <translation>saving remark…</translation>
+    </message>
+</context>
+<context>
+    <name>TaskConfirm</name>
+    <message>
+        <source>继续</source>
+        <translation>continue</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>pause</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>cancel</translation>
+    </message>
+    <message>
+        <source>确定%1渲染吗？</source>
+        <translation>Really %1 the render?</translation>
+    </message>
+    <message>
+        <source>确定%1渲染吗？%2</source>
+        <translation>Really %1 the render? %2</translation>
+    </message>
+    <message>
+        <source>主渲染文件将连带操作</source>
+        <translation>Its main task goes along</translation>
+    </message>
+    <message>
+        <source>光子渲染文件将连带操作</source>
+        <translation>Its light cache task goes along</translation>
+    </message>
+</context>
+<context>
+    <name>TaskDesk</name>
+    <message>
+        <source>没有连接到服务器，操作没有发出</source>
+        <translation>There is no link to the server, nothing was sent</translation>
+    </message>
+    <message>
+        <source>服务器没有回应，操作可能已经生效，请以任务列表为准</source>
+        <translation>The server didn&apos;t answer. It may have been done all the same: see the list of tasks</translation>
+    </message>
+    <message>
+        <source>%1：%2 个任务已完成</source>
+        <translation>%1: done for %2 tasks</translation>
+    </message>
+    <message>
+        <source>%1成功</source>
+        <translation>%1: done</translation>
+    </message>
+    <message>
+        <source>还有 %1 个</source>
+        <translation>and %1 more</translation>
+    </message>
+</context>
+<context>
+    <name>TaskEta</name>
+    <message>
+        <source>%1 秒</source>
+        <translation>%1 s</translation>
+    </message>
+    <message>
+        <source>%1 分</source>
+        <translation>%1 min</translation>
+    </message>
+    <message>
+        <source>%1 小时</source>
+        <translation>%1 h</translation>
+    </message>
+    <message>
+        <source>%1 小时 %2 分</source>
+        <translation>%1 h %2 min</translation>
+    </message>
+    <message>
+        <source>%1 天</source>
+        <translation>%1 d</translation>
+    </message>
+    <message>
+        <source>%1 天 %2 小时</source>
+        <translation>%1 d %2 h</translation>
+    </message>
+    <message>
+        <source>约 %1，±%2</source>
+        <translation>about %1, ±%2</translation>
+    </message>
+    <message>
+        <source>%1（各帧相差较大）</source>
+        <translation>%1 (frames differ much)</translation>
+    </message>
+    <message>
+        <source>约 %1</source>
+        <translation>about %1</translation>
+    </message>
+</context>
+<context>
+    <name>TaskFilter</name>
+    <message>
+        <source>含备注</source>
+        <translation>With remark</translation>
+    </message>
+    <message>
+        <source>无备注</source>
+        <translation>Without remark</translation>
+    </message>
+</context>
+<context>
+    <name>TaskHands</name>
+    <message>
+        <source>该文件暂不支持克隆，请至网盘重新提交！</source>
+        <translation>This file can&apos;t be cloned yet, please submit it again from the drive</translation>
+    </message>
+</context>
+<context>
+    <name>TaskNews</name>
+    <message>
+        <source>任务 %1</source>
+        <translation>Task %1</translation>
+    </message>
+    <message>
+        <source>任务渲染完成</source>
+        <translation>Task rendered</translation>
+    </message>
+    <message>
+        <source>%1 个任务渲染完成</source>
+        <translation>%1 tasks rendered</translation>
+    </message>
+    <message>
+        <source>任务有失败的帧</source>
+        <translation>Task has failed frames</translation>
+    </message>
+    <message>
+        <source>%1 个任务有失败的帧</source>
+        <translation>%1 tasks have failed frames</translation>
+    </message>
+    <message>
+        <source>任务已取消</source>
+        <translation>Task cancelled</translation>
+    </message>
+    <message>
+        <source>%1 个任务已取消</source>
+        <translation>%1 tasks cancelled</translation>
+    </message>
+    <message>
+        <source>等 %1 个</source>
+        <translation> and others, %1 in all</translation>
+    </message>
+</context>
+<context>
+    <name>TaskText</name>
+    <message>
+        <source>服务器拒绝了请求 (%1)</source>
+        <translation>The server refused (%1)</translation>
+    </message>
+</context>
 </TS>

@@ -152,6 +152,11 @@ bool UserInfo::perm(int flag)
     return locked(&UserState::Account::perms).test(std::size_t(flag));
 }
 
+bool UserInfo::denied(int grant)
+{
+    return grant >= 0 && grant < int(std::size(clearedBy)) && clearedBy[grant] >= 0 && !perm(clearedBy[grant]);
+}
+
 bool UserInfo::canAnalyse() { return perm(AnalyseFlag); }
 bool UserInfo::canUpload() { return perm(UploadFlag); }
 bool UserInfo::canSetParameters() { return perm(ParameterFlag); }

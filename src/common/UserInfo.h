@@ -103,7 +103,8 @@ public:
     feeUserIds(); // fee accounts of the login reply, else those saved in the account config; may be empty
     static bool needMasterCheck();
     static void setRolePerm(const QJsonObject &reply);
-    static bool perm(int flag); // 0 to 19
+    static bool perm(int flag);    // 0 to 19
+    static bool denied(int grant); // an entry of "grants" took this right away
     // Rights of the session, by name: the flag that each reads is settled in the implementation.
     static bool canAnalyse();
     static bool canUpload();
