@@ -1,5 +1,5 @@
 #pragma once
-// One task as a row of the server's list tells it. A value; the client keeps no store of it.
+// One task as a row of the server's list tells it: a value, any thread; the client keeps no store of it.
 #include "common/facts/TaskState.h"
 #include <QJsonObject>
 #include <QList>

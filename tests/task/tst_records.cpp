@@ -9,7 +9,7 @@ class TestTaskRecords : public QObject
 {
     Q_OBJECT
 private slots:
-    // Numbers as texts, texts as numbers, identifiers beyond what a double keeps, nonsense: the row as it's meant.
+    // Numbers that come as texts, texts as numbers, identifiers beyond what a double keeps, nonsense: the row as it's meant.
     void aRowAsItMayCome()
     {
         const QJsonArray rows = QJsonDocument::fromJson(R"([
