@@ -179,9 +179,12 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     QStringList names;
     for (const auto &item : items)
         names += item.first;
-    QStringList wanted{"fileType", "key", "diskKey", "size", "lastModified", "taskId", "upwork"};
+    QStringList wanted{"fileType", "key", "diskKey", "size", "lastModified", "upwork"};
+    const bool ordered = names.contains(QStringLiteral("taskId"));
     if (names.contains(QStringLiteral("ETag")))
-        wanted.insert(6, QStringLiteral("ETag"));
+        wanted.insert(5, QStringLiteral("ETag"));
+    if (ordered)
+        wanted.insert(5, QStringLiteral("taskId"));
     if (names != wanted || request.item("fileType") != QLatin1String("1"))
         m_core.violation(QStringLiteral("/sourceFiles with items %1").arg(names.join(QLatin1Char(','))));
     const QString key = request.item("key"), etag = request.item("ETag").toLower();
@@ -194,6 +197,8 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     };
     if (const qint64 code = m_core.faults.number(QStringLiteral("instant")); code >= 0)
         return told(int(code), "");
+    if (!ordered) // only asked, before an order: nothing is booked
+        return m_core.store->known(key, size, mtime) ? told(101401, "存在") : told(101402, "不存在");
     if (request.item("taskId").toInt() == 0)
         return m_core.drive->source(request);
     Task *task = m_core.tasks->byId(request.item("taskId").toInt());

@@ -2180,22 +2180,6 @@ May they be saved there?</translation>
         <translation>The analysis of “%1” failed. It may render nothing and is charged all the same. Submit it anyway?</translation>
     </message>
     <message>
-        <source>确定提交“%1”吗？</source>
-        <translation>Submit “%1”?</translation>
-    </message>
-    <message>
-        <source>返回</source>
-        <translation>Back</translation>
-    </message>
-    <message>
-        <source>同一批拖入的另外 %1 个场景，有警告的也自动提交</source>
-        <translation>Automatically submit the other %1 scenes of the same drop too, even with warnings</translation>
-    </message>
-    <message>
-        <source>仍要提交</source>
-        <translation>Submit anyway</translation>
-    </message>
-    <message>
         <source>点击状态查看警告，确认后可以提交渲染</source>
         <translation>Click the state to see the warnings, then submit</translation>
     </message>
@@ -2222,6 +2206,10 @@ May they be saved there?</translation>
     <message>
         <source>已删除 %1 个任务</source>
         <translation>%1 tasks are deleted</translation>
+    </message>
+    <message>
+        <source>%1 个场景</source>
+        <translation>%1 scenes</translation>
     </message>
 </context>
 <context>
@@ -4629,6 +4617,180 @@ Save it to %3?</translation>
     <message>
         <source>服务器拒绝了请求 (%1)</source>
         <translation>The server refused (%1)</translation>
+    </message>
+</context>
+<context>
+    <name>CommitPreview</name>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit for rendering</translation>
+    </message>
+    <message>
+        <source>同一批拖入的另外 %1 个场景，有警告的也自动提交</source>
+        <translation>Also submit the other %1 scenes of this drop, even those with warnings</translation>
+    </message>
+    <message>
+        <source>仍要提交</source>
+        <translation>Submit anyway</translation>
+    </message>
+    <message>
+        <source>提交</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>文件</source>
+        <translation>Files</translation>
+    </message>
+    <message>
+        <source>缺失</source>
+        <translation>Missing</translation>
+    </message>
+    <message>
+        <source>重复</source>
+        <translation>Copies</translation>
+    </message>
+    <message>
+        <source>农场已有</source>
+        <translation>Already there</translation>
+    </message>
+    <message>
+        <source>还需上传</source>
+        <translation>To upload</translation>
+    </message>
+    <message>
+        <source>结果空间</source>
+        <translation>Results</translation>
+    </message>
+    <message>
+        <source>缺失文件所在目录</source>
+        <translation>Folder with missing files</translation>
+    </message>
+    <message>
+        <source>%1 等 %2 个</source>
+        <translation>%1 and others, %2 in all</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>缺失的文件</source>
+        <translation>Missing files</translation>
+    </message>
+    <message>
+        <source>没有缺失的文件</source>
+        <translation>No file is missing</translation>
+    </message>
+    <message>
+        <source>查找…</source>
+        <translation>Find…</translation>
+    </message>
+    <message>
+        <source>还没有测得上传速度</source>
+        <translation>no upload has been measured yet</translation>
+    </message>
+    <message>
+        <source>不到 1 分</source>
+        <translation>less than a minute</translation>
+    </message>
+    <message>
+        <source>约 %1</source>
+        <translation>about %1</translation>
+    </message>
+    <message>
+        <source>%1，按 %2/S 计</source>
+        <translation>%1 at %2/S</translation>
+    </message>
+    <message>
+        <source>%1 个</source>
+        <translation>%1</translation>
+    </message>
+    <message>
+        <source>正在统计… %1</source>
+        <translation>Counting… %1</translation>
+    </message>
+    <message>
+        <source>没有可提交的文件列表</source>
+        <translation>There is no list of files to submit</translation>
+    </message>
+    <message>
+        <source>%1 以上，%2</source>
+        <translation>More than %1, %2</translation>
+    </message>
+    <message>
+        <source>，另有 %1 个已在对应的目录中找到</source>
+        <translation>, %1 more were found in the folder that stands for theirs</translation>
+    </message>
+    <message>
+        <source>无</source>
+        <translation>None</translation>
+    </message>
+    <message>
+        <source>%1 个同名同大小的文件，%2</source>
+        <translation>%1 files of the same name and size, %2</translation>
+    </message>
+    <message>
+        <source>%1 个，%2（已询问 %3/%4）</source>
+        <translation>%1, %2 (asked about %3 of %4)</translation>
+    </message>
+    <message>
+        <source>%1 个，%2</source>
+        <translation>%1, %2</translation>
+    </message>
+    <message>
+        <source>%1 的剩余空间未知</source>
+        <translation>Free space of %1 unknown</translation>
+    </message>
+    <message>
+        <source>%1 剩余 %2</source>
+        <translation>%2 free at %1</translation>
+    </message>
+    <message>
+        <source>“%1”现在在哪里？</source>
+        <translation>Where is &quot;%1&quot; now?</translation>
+    </message>
+    <message>
+        <source>正在“%1”中查找…</source>
+        <translation>Looking in &quot;%1&quot;…</translation>
+    </message>
+    <message>
+        <source>“%1”中没有找到缺失的文件</source>
+        <translation>None of the missing files is in &quot;%1&quot;</translation>
+    </message>
+    <message>
+        <source>已找到 %1 个文件，以后缺失时会先在“%2”中查找</source>
+        <translation>%1 files found; missing files of that folder will be looked for in &quot;%2&quot; from now on</translation>
+    </message>
+    <message>
+        <source>已找到 %1 个文件，还缺 %2 个</source>
+        <translation>%1 files found, %2 still missing</translation>
+    </message>
+</context>
+<context>
+    <name>Preflight</name>
+    <message>
+        <source>磁盘没有应答，仍在等待</source>
+        <translation>The disk doesn't answer, still waiting</translation>
+    </message>
+    <message>
+        <source>农场没有应答</source>
+        <translation>The farm doesn't answer</translation>
+    </message>
+    <message>
+        <source>下单后才知道由哪个农场渲染，暂时无法询问</source>
+        <translation>Which farm renders it is known only after the order, so none can be asked yet</translation>
+    </message>
+    <message>
+        <source>无法连接农场</source>
+        <translation>The farm can't be reached</translation>
+    </message>
+    <message>
+        <source>农场在下单之前不回答 (%1)</source>
+        <translation>The farm tells nothing before an order (%1)</translation>
     </message>
 </context>
 </TS>

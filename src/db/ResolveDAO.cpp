@@ -415,6 +415,18 @@ bool ResolveDAO::savePara(const db_resolve &res)
     return good && exec("update resolve set rset = ? where rkey = ?", {res.rset, res.rkey}) && work.commit();
 }
 
+int ResolveDAO::replaceFiles(const db_resolve &before, const db_resolve &after)
+{
+    Locker lock(m_mutex);
+    const QString open = (SceneState::BeforeCommit | SceneState::Set{SceneState::SubmitFailed}).sql();
+    return change(
+        "update para set rfile = ?, rdata = ? where rkey = ? and ifnull(rfile,'') = ifnull(?,'') and "
+        "ifnull(rdata,'') = ifnull(?,'') and exists (select 1 from resolve where resolve.rkey = para.rkey and "
+        "state in (" +
+            open + "))",
+        {after.rfile, after.rdata, before.rkey, before.rfile, before.rdata});
+}
+
 bool ResolveDAO::saveText(qlonglong rkey, const QString &errstr)
 {
     return errstr.size() > ShortText ? exec("insert or replace into message (rkey,errstr) values (?,?)", {rkey, errstr})

@@ -57,6 +57,9 @@ public:
     // up orders of that age.
     bool forgetOld(qlonglong nowMs);
     bool savePara(const db_resolve &res); // rdata, rfile, rset
+    // The scene's list of files, and what rdata tells of it, while it isn't committed and nobody has changed them
+    // since: 1 written, 0 not (any more) as before, -1 the write failed.
+    int replaceFiles(const db_resolve &before, const db_resolve &after);
     bool saveMessage(qlonglong rkey, const QString &errstr);
     db_resolve nextToCommit(bool slave); // with rdata and rfile
     QList<db_resolve> finished();        // Clean and Warned

@@ -140,7 +140,8 @@ void NetWork::start(Verb verb, Pending entry)
 
 void NetWork::setMap(QNetworkReply *reply, Pending entry)
 {
-    qDebug().noquote() << QStringLiteral("--%1-").arg(entry.number) << entry.request.url;
+    if (!entry.request.quiet)
+        qDebug().noquote() << QStringLiteral("--%1-").arg(entry.number) << entry.request.url;
     const int ms = entry.timeoutMs;
     m_pending.insert(reply, std::move(entry));
     if (ms > 0)
@@ -210,9 +211,10 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
             emit reLogin(reply->rawHeader("status").toInt());
     } else {
         rep.raw = reply->readAll();
-        qDebug().noquote() << QStringLiteral("--%1- %2")
-                                  .arg(entry.number)
-                                  .arg(entry.request.secret ? QStringLiteral("...") : logText(rep.raw));
+        if (!entry.request.quiet)
+            qDebug().noquote() << QStringLiteral("--%1- %2")
+                                      .arg(entry.number)
+                                      .arg(entry.request.secret ? QStringLiteral("...") : logText(rep.raw));
     }
     deliver(entry, rep);
 }

@@ -23,6 +23,7 @@ struct Request {
     QList<QPair<QByteArray, QByteArray>> headers; // beside those of setHead
     bool bareAddress = false;                     // no client headers at all (other seats of the local network)
     bool secret = false;                          // the reply is a secret, kept out of the log
+    bool quiet = false;                           // one of thousands alike: neither it nor its reply is logged
     QPointer<QObject> guard;                      // of npost
 };
 

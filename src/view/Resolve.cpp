@@ -9,11 +9,11 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
-#include "common/ui/Palette.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
+#include "view/CommitPreview.h"
 #include "view/EnvPre.h"
 #include "view/render/ParameterDialog.h"
 #include "view/ResolvePri.h"
@@ -22,7 +22,6 @@
 #include "view/SceneInfo.h"
 #include <algorithm>
 #include <QAction>
-#include <QCheckBox>
 #include <QFileDialog>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -392,31 +391,20 @@ void Resolve::askCommit(const QStringList &keys)
 void Resolve::askCommit(const QStringList &keys, int others)
 {
     const db_resolve *only = keys.size() == 1 ? m_model->record(keys.first()) : nullptr;
-    const bool failed = only && only->state == SceneState::Failed;
-    QString text = keys.size() > 1 ? tr("批量提交无法修改参数，确定提交吗？")
-                   : failed        ? tr("“%1”解析失败，提交后可能渲染不出结果，费用照常计算。仍要提交吗？").arg(names(keys))
-                   : others > 0    ? tr("确定提交“%1”吗？").arg(names(keys))
-                                   : QString();
-    if (text.isEmpty())
-        return commit(rkeys(keys), true);
-    auto *box = new MsgBox(MsgBox::Choose, text, window());
-    box->setBackText(tr("返回"));
-    QCheckBox *along = nullptr;
-    if (others > 0) {
-        along = new QCheckBox(tr("同一批拖入的另外 %1 个场景，有警告的也自动提交").arg(others), box);
-        along->setChecked(true);
-        box->addBelow(along);
-    }
-    if (failed) {
-        box->setAcceptText(tr("仍要提交"));
-        box->setIcon(QStringLiteral("warning"), Palette::warning);
-        box->preferBack();
-    }
-    connect(box, &MsgBox::answered, this, [this, keys, along](int button) {
-        if (button == MsgBox::Accepted)
-            commit(rkeys(m_table->acts()->fit(QStringLiteral("commit"), keys)), !along || along->isChecked());
-    });
-    box->open();
+    CommitPreview::Wish wish;
+    wish.rkeys = rkeys(keys);
+    wish.others = others;
+    wish.heading = only ? names(keys) : tr("%1 个场景").arg(keys.size());
+    wish.tip = only ? only->lpath : QString();
+    wish.danger = only && only->state == SceneState::Failed;
+    wish.question = keys.size() > 1 ? tr("批量提交无法修改参数，确定提交吗？")
+                    : wish.danger
+                        ? tr("“%1”解析失败，提交后可能渲染不出结果，费用照常计算。仍要提交吗？").arg(names(keys))
+                        : QString();
+    auto *dialog = new CommitPreview(wish, window());
+    connect(dialog, &CommitPreview::commit, this,
+            [this, keys](bool along) { commit(rkeys(m_table->acts()->fit(QStringLiteral("commit"), keys)), along); });
+    dialog->open();
 }
 
 void Resolve::change(const QStringList &keys, Act act)

@@ -27,5 +27,6 @@ ResolveWarn::ResolveWarn(const db_resolve &res, QWidget *parent)
         then(&ResolveWarn::parameters, key);
     })->setEnabled(UserInfo::canSetParameters());
     addButton(tr("重新解析"), Left, [=] { then(&ResolveWarn::again, key); })->setEnabled(UserInfo::canAnalyse());
-    addButton(tr("关闭"), Close)->setFocus();
+    addButton(tr("关闭"), Close);
+    preferBack();
 }

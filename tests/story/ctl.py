@@ -44,6 +44,49 @@ def story(make, folder):
     ctl('pause', str(task), code=1)  # has ended
     ctl('submit', make_scene(scenes, 'two'), '--project', 'no such', code=2)
 
+    # Before a commit: what the farm has already, and nothing is booked for the question; a folder that has moved.
+    def flight(scene, *words):
+        rig.analyse([scene], rig.choices())
+        row = wait_for('the analysis', 30, lambda: [one for one in ctl('list')[0]['scenes'] if one['state'] == 106 and one['num']])[0]
+        before = rig.farm_state()
+        told = ctl('call', '/model/preflight', 'num=' + row['num'], *words)[0]['data']
+        after = rig.farm_state()
+        for state in before, after:
+            state['counters'].pop('requests', None)
+            state.pop('events', None)
+        if before != after:
+            raise Failure('the question was booked')
+        return row['num'], told
+    again = os.path.join(scenes, 'one.tgd')
+    num, told = flight(again)
+    wanted = {'files': 3, 'missing': 0, 'asked': 3, 'here': 3, 'toSend': 0, 'complete': True}
+    if {key: told[key] for key in wanted} != wanted or told['hereBytes'] != 600000 + os.path.getsize(again):
+        raise Failure('before an order of known files: %s' % told)
+    ctl('call', '/model/commit', 'num=' + num)
+    wait_for('the order of known files', 30, lambda: rig.alive() and finished(rig, 2))
+    moving = make_scene(os.path.join(folder, 'old', 'shots'), 'four', seed=4)
+    moved = os.path.join(folder, 'new')
+    rig.analyse([moving], rig.choices())
+    wait_for('the analysis', 30, lambda: [one for one in ctl('list')[0]['scenes'] if one['state'] == 106])
+    os.makedirs(os.path.join(moved, 'shots'))
+    for number in range(2):
+        os.rename(os.path.join(folder, 'old', 'shots', 'four_%d.tif' % number), os.path.join(moved, 'shots', 'four_%d.tif' % number))
+    num = ctl('list')[0]['scenes'][0]['num']
+    told = ctl('call', '/model/preflight', 'num=' + num)[0]['data']
+    lost = [(one['folder'], one['files']) for one in told['missingFolders']]
+    if lost != [(os.path.join(folder, 'old', 'shots'), 2)] or told['asked'] != 1 or told['here'] != 0:
+        raise Failure('with files that have gone: %s' % told)
+    told = ctl('call', '/model/preflight', 'num=' + num, 'from=' + lost[0][0], 'to=' + os.path.join(moved, 'shots'))[0]['data']
+    if (told['missing'], told['found'], told['toSend'], told['complete']) != (0, 2, 600000 + os.path.getsize(moving), True):
+        raise Failure('with the folder shown: %s' % told)
+    ctl('call', '/model/commit', 'num=' + num)
+    state = wait_for('the order of moved files', 30, lambda: rig.alive() and finished(rig, 3))
+    compare(rig, state)
+    body = rig.orders()[state['tasks'][-1]['missionId']][0]
+    if not any(one['key'].endswith('/new/shots/four_1.tif') for one in state['stored']) \
+            or body['pathMap'] != [{'from': os.path.join(folder, 'old'), 'to': moved}]:
+        raise Failure('the farm got other files than those found: %s' % body)
+
     # One that is held, lasts too long, and is cancelled: the work failed.
     scene = make_scene(scenes, 'three', frames=400, seed=3)
     ctl('submit', scene, '--wait', '--timeout', '8', code=5)

@@ -53,6 +53,15 @@ inline bool press(QWidget *window, const QString &text)
     return true;
 }
 
+inline QString allText(QWidget *window)
+{
+    QStringList words;
+    for (auto *label : window->findChildren<QLabel *>())
+        if (label->isVisibleTo(window))
+            words << label->text();
+    return words.join('|');
+}
+
 // The message that is open, or an empty text; answering closes it.
 inline QString message() { return topLevel<MsgBox>() ? topLevel<MsgBox>()->text() : QString(); }
 inline bool answer(const QString &text)

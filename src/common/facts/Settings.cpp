@@ -46,6 +46,7 @@ QList<Setting> made()
         number(OtherDownSpeed, M, "Transfer", "otherDownSpeed", 0, 0, MaxSpeed),
         number(OtherFrom, M, "Transfer", "otherFrom", 0, 0, MinutesOfDay),
         number(OtherTo, M, "Transfer", "otherTo", 0, 0, MinutesOfDay),
+        number(MeasuredUp, M, "Transfer", "measuredUp", 0, 0, AnyNumber),
         // A queue without threads would stand still without a word: nonsense counts as the default.
         number(UpThreads, M, "Transfer", "upTh", 10, 1, MaxThreads, D, Written),
         number(DownThreads, M, "Transfer", "downTh", 10, 1, MaxThreads, D, Written),
@@ -78,6 +79,7 @@ QList<Setting> made()
         number(ViewFarmId, A, "SkyDriver", "viewFarmId", 0, 0, AnyNumber),
         text(LastProject, A, "EnvPre", "defaultProject"),
         text(LastMachine, A, "EnvPre", "machine"),
+        text(FolderMaps, A, "EnvPre", "folderMaps"),
         text(LastEnvironment, A, "EnvPre", "defaultEnvId_%1"),
         number(RedNotice, A, "MsgCenter", "redNotice", 0, 0, AnyNumber),
         text(LatestNotice, A, "MsgCenter", "latest"),

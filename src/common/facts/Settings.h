@@ -21,7 +21,8 @@ enum Key {
     OtherUpSpeed, // within the hours from OtherFrom to OtherTo (minutes of the day, over midnight too)
     OtherDownSpeed,
     OtherFrom,
-    OtherTo, // alike: no such hours
+    OtherTo,    // alike: no such hours
+    MeasuredUp, // KiB/s that uploads reached lately, 0: none ever ran
     UpThreads,
     DownThreads,
     Role,
@@ -52,6 +53,7 @@ enum Key {
     ViewFarmId,
     LastProject,
     LastMachine,
+    FolderMaps,      // folders that have moved: JSON, [{"from", "to"}]
     LastEnvironment, // its key takes the software type, see key(LastEnvironment, type)
     RedNotice,
     LatestNotice,

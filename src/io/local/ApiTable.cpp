@@ -27,6 +27,11 @@ const char *const analysed = R"({"status": 1, "details": [{"rkey": 1706904306, "
 const char *const scenes = R"([{"rkey": 1706904306, "num": "20240203000001", "mid": 7, "name": "shot.ma", )"
                            R"("scene": "/scenes/shot.ma", "project": "3_film", "analysisTime": "2024-02-03 04:05:06", )"
                            R"("speed": "2/5", "state": 111, "status": "上传中"}])";
+const char *const preflight =
+    R"({"scenes": 1, "files": 120, "bytes": 5000000000, "missing": 2, "missingFolders": [{"folder": "D:/old/tex", )"
+    R"("files": 2, "examples": ["rock.tif", "sand.tif"]}], "found": 0, "copies": 3, "copyBytes": 1000, "asked": 118, )"
+    R"("here": 100, "hereBytes": 4000000000, "toSend": 1000000000, "bytesPerSecond": 10000000, "seconds": 100, )"
+    R"("resultFolder": "/ResultQN", "freeBytes": 100000000000, "complete": true})";
 const char *const done = R"([{"mid": 7, "code": 1040100}])";
 const char *const moving =
     R"({"uploads": [{"num": "20240203000001", "mid": 7, "rkey": 1706904306, "scene": )"
@@ -73,6 +78,12 @@ const QList<ApiRoute> &ApiTable::routes()
         {"/model/parameterSet", "modelParaSet", "replaces the parameters of an analysed scene", order,
          R"({"softwareType": 8, "modelParameters": {"cameras": [{"name": "View", "frames": "1-3", "selected": 1}]}})",
          nullptr},
+        {"/model/preflight", "modelPreflight",
+         "what scenes would send if they were committed now, and what of it the farm has already; books nothing",
+         orders + QList<A>{{"seconds", A::Number, "how long to wait for disk and farm, up to 600", "10"},
+                           {"from", A::Text, "a folder that files are missing below", nullptr},
+                           {"to", A::Text, "the folder to look for them in; kept where some are found", nullptr}},
+         nullptr, preflight},
         {"/model/commit", "modelCommit", "commits analysed scenes: they are ordered and uploaded", orders, nullptr,
          R"(["20240203000001"])"},
         {"/model/checkSlave",

@@ -63,6 +63,7 @@ private slots: // the routes: called by the name that ApiTable gives
     void modelAnalysis();
     void modelPara();
     void modelParaSet();
+    void modelPreflight();
     void modelCommit();
     void modelCheckSlave();
     void modelResolveData();

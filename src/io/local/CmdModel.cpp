@@ -10,6 +10,8 @@
 #include "io/local/SeatBook.h"
 #include "resolve/BaseResolve.h"
 #include "resolve/ParameterModel.h"
+#include "resolve/Preflight.h"
+#include <memory>
 #include <QDateTime>
 #include <QDir>
 #include <QSet>
@@ -17,6 +19,37 @@
 namespace
 {
 constexpr int Gone = -1;
+
+constexpr int DefaultWait = 10, LongestWait = 600; // seconds
+
+QJsonObject preflightReply(const PreflightFigures &now)
+{
+    QJsonArray folders;
+    for (const PreflightFolder &one : now.folders)
+        folders.append(QJsonObject{
+            {"folder", one.folder}, {"files", one.files}, {"examples", QJsonArray::fromStringList(one.examples)}});
+    QJsonObject out{{"scenes", now.scenes},
+                    {"files", now.files},
+                    {"bytes", now.bytes},
+                    {"missing", now.missing},
+                    {"missingFolders", folders},
+                    {"found", now.found},
+                    {"copies", now.copies},
+                    {"copyBytes", now.copyBytes},
+                    {"asked", now.asked},
+                    {"here", now.here},
+                    {"hereBytes", now.hereBytes},
+                    {"toSend", now.toSend()},
+                    {"bytesPerSecond", now.perSecond},
+                    {"resultFolder", now.resultFolder},
+                    {"freeBytes", now.freeBytes},
+                    {"complete", now.over && now.trouble.isEmpty()}};
+    if (now.seconds() >= 0)
+        out["seconds"] = now.seconds();
+    if (!now.trouble.isEmpty())
+        out["trouble"] = now.trouble;
+    return out;
+}
 
 QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.toUtf8()).object(); }
 } // namespace
@@ -126,6 +159,38 @@ void CmdHand::modelParaSet()
     }
     Seam<ResolveCalls>::post([key = row.rkey](ResolveCalls &queue) { queue.paraSaved(key); });
     good(QString());
+}
+
+// Answers when all is known, or with what is known when the caller's time is over.
+void CmdHand::modelPreflight()
+{
+    QList<qlonglong> keys;
+    for (const QString &num : m_line.list("num", "nums").mid(0, CmdLine::MaxList))
+        if (const db_resolve row = ResolveDAO::instance()->readByOrder(num); row.rkey != 0)
+            keys << row.rkey;
+    if (keys.isEmpty()) {
+        fail(tr("没有此订单下的模型"));
+        return;
+    }
+    const FolderMap map = FolderMap::widest(m_line.arg("from"), m_line.arg("to"));
+    const int seconds = m_line.has("seconds") ? m_line.arg("seconds").toInt() : DefaultWait;
+    auto *flight = new Preflight(keys);
+    auto *clock = new QTimer(this);
+    const auto last = std::make_shared<PreflightFigures>();
+    const auto open = std::make_shared<bool>(map.good()); // files are still to be looked for
+    clock->setSingleShot(true);
+    connect(this, &QObject::destroyed, flight, &QObject::deleteLater);
+    connect(clock, &QTimer::timeout, this, [this, last] { good(QString(), preflightReply(*last)); });
+    connect(flight, &Preflight::looked, this, [open] { *open = false; });
+    connect(flight, &Preflight::changed, this, [=, sought = false](const PreflightFigures &now) mutable {
+        *last = now;
+        if (now.measured && *open && !std::exchange(sought, true))
+            flight->find(map);
+        if (now.over && !*open)
+            good(QString(), preflightReply(now));
+    });
+    clock->start(qBound(1, seconds, LongestWait) * 1000);
+    flight->start();
 }
 
 void CmdHand::modelCommit()

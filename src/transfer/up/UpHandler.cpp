@@ -468,8 +468,23 @@ void UpHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, ql
         sum.bytes += qint64(double(size) * ratio);
 }
 
+// What all uploads together reached, smoothed: whoever wants to know how long the next order will take asks for it.
+void UpHandler::keepPace()
+{
+    qint64 bytes = 0;
+    for (const Sum &sum : qAsConst(m_sums))
+        bytes += sum.speed;
+    const double kib = double(bytes) / 1024;
+    m_pace = m_pace == 0 ? kib : m_pace * 0.9 + kib * 0.1;
+    if (bytes == 0 || (m_paceKept.isValid() && !m_paceKept.hasExpired(KeepPaceMs)))
+        return;
+    m_paceKept.start();
+    UserInfo::setSetting(Settings::MeasuredUp, qMax(1, int(m_pace)));
+}
+
 void UpHandler::speedsReported()
 {
+    keepPace();
     for (auto one = m_sums.cbegin(); one != m_sums.cend(); ++one) {
         const db_resolve order = ResolveDAO::instance()->readByMission(one.key());
         if (order.rkey == 0)

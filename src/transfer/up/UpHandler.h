@@ -35,6 +35,7 @@ public:
     static constexpr int NewPerTick = 5;
     static constexpr qint64 BigFile = 1073741824; // gives way to others when a proxy serves the uploads
     static constexpr int IdleMs = 1000;           // without a mark the store is asked once in this time
+    static constexpr int KeepPaceMs = 10000;      // the measured speed is written once in this time
     struct Timing {
         int passingMs = 1000;   // before a file that failed is tried again; doubled by each hard failure
         int askAgainMs = 12000; // 10704: two seconds for an answer, ten until it is asked again
@@ -79,6 +80,7 @@ private:
     QList<qlonglong> runningOf(const QString &order) const;
     QList<qlonglong> delayedOf(const QString &order);
     void delay(const db_upfile &file, int ms);
+    void keepPace();
     void refreshChanged();
     void refreshTotals(const QString &order);
     static QString keyOf(const db_upfile &file);
@@ -94,6 +96,8 @@ private:
     ChildProcess m_oss;            // speaks to object stores
     QSet<QString> m_storeOrders;   // whose files go there
     bool m_toldNoOss = false;
+    double m_pace = 0; // KiB/s
+    QElapsedTimer m_paceKept;
     Timing m_timing;
     bool m_nothing = false; // the last look found no order
 };

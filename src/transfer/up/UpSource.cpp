@@ -1,18 +1,9 @@
 #include "transfer/up/UpSource.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "io/SourceFile.h"
 #include <QDateTime>
 #include <QFileInfo>
-
-QString UpSource::relative(const QString &path)
-{
-    QString out = path;
-    out.remove(QLatin1Char(':'));
-    int start = 0;
-    while (start < out.size() && out.at(start) == QLatin1Char('/'))
-        ++start;
-    return out.mid(start);
-}
 
 bool UpSource::initUp()
 {
@@ -20,8 +11,9 @@ bool UpSource::initUp()
     m_sendPath = VFunc::followLinks(m_up.lpath);
     m_up.isLink = m_sendPath != m_up.lpath;
     const QString path = m_transType == 2 ? m_up.remotePath : QFileInfo(m_up.lpath).absoluteFilePath();
-    m_key = relative(path);
-    m_diskKey = relative(UserInfo::pathCase(path, false));
+    const SourceFile known = SourceFile::of(path, m_up.size, m_up.modtime);
+    m_key = known.key;
+    m_diskKey = known.diskKey;
     if (!measure())
         return false;
     setTotal(m_up.size);

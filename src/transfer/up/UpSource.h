@@ -10,8 +10,6 @@ public:
     using TransWork::TransWork;
     virtual void upReq(db_upfile file) = 0; // queued by the handler
 
-    // The relative identity of a path: no ":", no leading "/".
-    static QString relative(const QString &path);
     static constexpr int MaxFolder = 200; // characters of the folder's path
 
 protected:

@@ -2,29 +2,17 @@
 #include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "db/UploadDAO.h"
+#include "io/SourceFile.h"
 #include "io/WebAsk.h"
 #include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
 #include <QThread>
-#include <QUrl>
 
 UpWork::UpWork(std::shared_ptr<TransShare> share, bool retry, int backPort)
     : UpSource(std::move(share)), m_retry(retry), m_backPort(backPort)
 {
-}
-
-QString UpWork::query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
-                      const QString &md5)
-{
-    const auto encoded = [](const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
-    QString out = QStringLiteral("fileType=1&key=") + encoded(key) + QStringLiteral("&diskKey=") + encoded(diskKey) +
-                  QStringLiteral("&size=") + QString::number(file.size) + QStringLiteral("&lastModified=") +
-                  QString::number(file.modtime) + QStringLiteral("&taskId=") + QString::number(file.missid);
-    if (!eTag.isEmpty())
-        out += QStringLiteral("&ETag=") + encoded(eTag);
-    return out + QStringLiteral("&upwork=") + md5;
 }
 
 void UpWork::upReq(db_upfile file)
@@ -36,8 +24,8 @@ void UpWork::upReq(db_upfile file)
     if (!initUp())
         return;
     m_file = new QFile(m_sendPath);
-    const QString url = m_serverUrl + QStringLiteral("/sourceFiles?") + query(m_up, m_key, m_diskKey, m_eTag, m_md5);
-    WebAsk::get(url)
+    const SourceFile known{m_key, m_diskKey, m_up.size, m_up.modtime};
+    WebAsk::get(known.question(m_serverUrl, m_up.missid, m_eTag, m_md5))
         .within(AnswerMs)
         .answered([this](const FuncBody &rep) { asked(rep); })
         .failed([this] { asked({}); })
@@ -59,14 +47,14 @@ void UpWork::asked(const FuncBody &rep)
     if (rep.object.isEmpty())
         return startWait(FailedAskMs);
     switch (rep.code) {
-    case 101401:
+    case SourceFile::Here:
         return finishUp(TransSet::Done);
-    case 101402:
+    case SourceFile::NotHere:
         return locate(rep.data);
     case TransSet::StaleToken:
         m_share->post([farm = m_up.farmid](TransHandler &handler) { handler.dropFarm(farm); });
         return failUp(TransSet::StaleToken, true);
-    case 1070006:
+    case SourceFile::OrderOver:
         qWarning().noquote() << "UpWork::asked the order takes no more files" << m_up.ordernum;
         Seam<ResolveCalls>::post([task = m_up.missid](ResolveCalls &resolve) { resolve.delResolveByTask(task); });
         return failUp(rep.code);
@@ -138,7 +126,8 @@ QString UpWork::zipPathOf(const db_upfile &file)
 {
     if (!file.lpath.endsWith(QLatin1String(".max"), Qt::CaseInsensitive))
         return {};
-    QString name = file.id != 0 ? QString::number(file.id) : relative(QFileInfo(file.lpath).absoluteFilePath());
+    QString name =
+        file.id != 0 ? QString::number(file.id) : SourceFile::relative(QFileInfo(file.lpath).absoluteFilePath());
     name.replace(QLatin1Char('/'), QLatin1Char('_'));
     return QStringLiteral("%1/%2_%3_%4.zip")
         .arg(UserInfo::userDir(), QString::number(file.farmid), file.ordernum, name);

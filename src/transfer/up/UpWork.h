@@ -23,8 +23,6 @@ public:
 
     // The server still unpacks, hashes or moves the file: not a failure, the queue asks again later.
     static bool isStage(int code);
-    static QString query(const db_upfile &file, const QString &key, const QString &diskKey, const QString &eTag,
-                         const QString &md5);
     static QString zipPathOf(const db_upfile &file); // empty unless the file is compressed
     static void removeZips(const QString &order);    // the copies of an order that is deleted
     static void removeParts();                       // half copies that a former run, or a power cut, left behind

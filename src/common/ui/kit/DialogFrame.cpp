@@ -95,6 +95,8 @@ QPushButton *DialogFrame::addButton(const QString &text, ButtonKind kind, std::f
         button->setProperty("primary", true);
         m_primary = button;
     }
+    if (kind == Close)
+        m_close = button;
     connect(button, &QPushButton::clicked, this, [this, kind, hit] {
         if (hit)
             hit();
@@ -107,6 +109,8 @@ QPushButton *DialogFrame::addButton(const QString &text, ButtonKind kind, std::f
         m_row->addWidget(button);
     return button;
 }
+
+void DialogFrame::preferBack() { m_preferBack = true; }
 
 void DialogFrame::addToRow(QWidget *widget) { m_row->insertWidget(m_row->count() ? 0 : -1, widget); }
 
@@ -134,7 +138,9 @@ void DialogFrame::showEvent(QShowEvent *event)
     BaseWidget::showEvent(event);
     if (!focusWidget() || focusWidget() == this) // the first field, else the button that Enter presses
         focusNextPrevChild(true);
-    if (m_primary && (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
+    if (m_preferBack && m_close)
+        m_close->setFocus();
+    else if (m_primary && (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
         m_primary->setFocus();
 }
 
@@ -159,7 +165,7 @@ void DialogFrame::keyPressEvent(QKeyEvent *event)
     const bool enter = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
     const bool button = qobject_cast<QPushButton *>(focusWidget());
     const bool lines = qobject_cast<QPlainTextEdit *>(focusWidget());
-    if (enter && !button && !lines && m_primary && m_primary->isEnabled())
+    if (enter && !button && !lines && !m_preferBack && m_primary && m_primary->isEnabled())
         m_primary->click();
     else
         BaseWidget::keyPressEvent(event);

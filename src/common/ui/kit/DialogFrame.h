@@ -24,6 +24,7 @@ public:
     void setHeading(const QString &text, const QString &tip = {}); // what the dialog is about: a file's name
     void setWanted(const QSize &size);                             // of the body, where the screen has room for it
     QPushButton *addButton(const QString &text, ButtonKind kind = Plain, std::function<void()> hit = {});
+    void preferBack();              // the focus stands there: Enter alone must not do what can't be taken back
     void addToRow(QWidget *widget); // at the left of the buttons: a choice, pages
 
     // Above the buttons; empty: none. With again there's "重试" beside it.
@@ -43,7 +44,9 @@ private:
     QHBoxLayout *m_row;
     QLabel *m_heading, *m_error;
     QPushButton *m_primary = nullptr;
+    QPushButton *m_close = nullptr;
     QPushButton *m_again;
+    bool m_preferBack = false;
     std::function<void()> m_retry;
     Busy *m_busy;
 };
