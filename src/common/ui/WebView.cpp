@@ -188,6 +188,13 @@ QWebView *WebView::createWindow(QWebPage::WebWindowType type)
     return page ? static_cast<QWebView *>(page->view()) : nullptr;
 }
 
+// What was loading is aborted as it goes, and nobody is told of that any more.
+WebView::~WebView()
+{
+    m_page->disconnect(this);
+    disconnect();
+}
+
 void WebView::end()
 {
     page()->networkAccessManager()->disconnect();

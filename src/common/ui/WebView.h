@@ -49,6 +49,7 @@ class WebView : public QWebView
     Q_OBJECT
 public:
     explicit WebView(QWidget *parent = nullptr);
+    ~WebView() override;
     using Allowed = std::function<bool(const QUrl &address)>;
     // The main frame's script sees the invokable methods of object under name, and nothing else of it, in pages whose
     // address is allowed; the program's own error page sees the two that it needs. Decided anew before the first script
