@@ -130,8 +130,8 @@ QString Account::newSession()
 
 QString Account::login(const QString &session, const QString &user, const QString &password, QString *problem)
 {
-    if (m_core.faults.happens(QStringLiteral("login-fail")) || user != m_core.options.user ||
-        password != m_core.options.password) {
+    if (m_core.faults.happens(QStringLiteral("login-fail")) ||
+        (user != m_core.options.user && user != m_core.options.secondUser) || password != m_core.options.password) {
         *problem = QStringLiteral("账号或密码错误");
         return {};
     }
@@ -142,8 +142,8 @@ QString Account::login(const QString &session, const QString &user, const QStrin
         return {};
     }
     const QString auth = freshToken();
-    if (!session.isEmpty() &&
-        !m_core.db.run(QStringLiteral("update session set auth = ? where token = ?"), {auth, session})) {
+    if (!session.isEmpty() && !m_core.db.run(QStringLiteral("update session set auth = ?, user = ? where token = ?"),
+                                             {auth, user == m_core.options.user ? UserId : SecondUserId, session})) {
         *problem = QStringLiteral("内部错误");
         return {};
     }
@@ -153,6 +153,27 @@ QString Account::login(const QString &session, const QString &user, const QStrin
 bool Account::sessionLoggedIn(const QString &session) const
 {
     return !m_core.db.value(QStringLiteral("select auth from session where token = ?"), {session}).toString().isEmpty();
+}
+
+int Account::sessionUser(const QString &session) const
+{
+    const int user = m_core.db.value(QStringLiteral("select user from session where token = ?"), {session}).toInt();
+    return user == SecondUserId ? user : UserId;
+}
+
+QString Account::nameOf(int user) const
+{
+    return user == SecondUserId ? m_core.options.secondUser : m_core.options.user;
+}
+
+QJsonArray Account::users(int but) const
+{
+    QJsonArray rows;
+    for (int user : {UserId, SecondUserId}) {
+        if (user != but)
+            rows.append(QJsonObject{{"id", user}, {"name", nameOf(user)}});
+    }
+    return rows;
 }
 
 bool Account::knownToken(const QString &token) const
@@ -186,15 +207,15 @@ void Account::rotateTokens()
     m_core.db.setMeta(QStringLiteral("transfer"), m_transfer);
 }
 
-QJsonObject Account::object() const
+QJsonObject Account::object(int user) const
 {
     QJsonObject whole = config();
-    const QJsonObject facts{{"userId", UserId},
+    const QJsonObject facts{{"userId", user},
                             {"feeUserId", UserId},
-                            {"leadId", 0},
+                            {"leadId", user == UserId ? 0 : UserId},
                             {"leadIds", QJsonArray()},
-                            {"username", m_core.options.user},
-                            {"nickname", m_core.options.user},
+                            {"username", nameOf(user)},
+                            {"nickname", nameOf(user)},
                             {"hashType", 1},
                             {"userType", 0},
                             {"hashPrefix", QStringLiteral("qn")},

@@ -1,6 +1,7 @@
 #pragma once
-// The farm's one account and what hangs on it: password, settings, balance, notices, projects with their environments,
-// and the tokens of the road (session token of the link -> login token of the page; access token -> transfer token).
+// The farm's one account, with a sub-account that tasks can be handed to, and what hangs on it: password, settings,
+// balance, notices, projects with their environments, and the tokens of the road (session token of the link -> login
+// token of the page; access token -> transfer token).
 #include <QJsonArray>
 #include <QJsonObject>
 #include <QString>
@@ -21,7 +22,8 @@ public:
     QString login(const QString &session, const QString &user, const QString &password,
                   QString *problem); // the login token
     bool sessionLoggedIn(const QString &session) const;
-    bool knownToken(const QString &token) const; // session or login token, as the header "token" carries it
+    int sessionUser(const QString &session) const; // who logged in with it
+    bool knownToken(const QString &token) const;   // session or login token, as the header "token" carries it
 
     // Each farm has its own.
     QString accessToken(int farm = 1) const;
@@ -29,8 +31,10 @@ public:
     QByteArray transferBytes(int farm = 1) const;
     void rotateTokens();
 
-    QJsonObject object() const; // the answer of 10309
-    QJsonObject config() const; // the common settings alone
+    QJsonObject object(int user) const; // the answer of 10309
+    QString nameOf(int user) const;
+    QJsonArray users(int but = 0) const; // {id, name} of the account and its sub-account
+    QJsonObject config() const;          // the common settings alone
     bool saveConfig(const QJsonObject &saved);
     double balance() const { return m_balance; }
     void setBalance(double balance);

@@ -3,6 +3,7 @@
 #include "BodyRules.h"
 #include "Core.h"
 #include "drive/Drive.h"
+#include <QDateTime>
 #include <QDebug>
 #include <QTimer>
 
@@ -17,6 +18,7 @@ enum {
     FramesReady = 10412,
     DriveEntry = 11201,
     ResultsReady = 10413,
+    TaskOver = 10431,
     Illegal = 1000100,
     ElsewhereLogin = 1000101
 };
@@ -28,8 +30,6 @@ Business::Business(Core &core) : m_core(core)
     addAccount();
     addLists();
     addOrders();
-    addOperations();
-    addSubTasks();
     addResults();
 }
 
@@ -226,11 +226,11 @@ void Business::kick(int reason)
     }
 }
 
-void Business::push(int cmd, int val, const QJsonObject &body)
+void Business::push(int cmd, int val, const QJsonObject &body, int user)
 {
     const QByteArray bytes = replyPackage(-1, cmd, val, QJsonDocument(body).toJson(QJsonDocument::Compact));
     for (Link *link : QList<Link *>(m_links)) {
-        if (!link->loggedIn)
+        if (!link->loggedIn || (user != 0 && link->user != user))
             continue;
         ++m_core.counters.pushes;
         send(link, bytes);
@@ -241,8 +241,17 @@ void Business::waitForUser(Task &task)
 {
     QJsonObject body = m_core.tasks->resultHead(task);
     body.insert("id", task.id);
-    body.insert("remainHour", 24);
-    push(FramesReady, 1041200, body);
+    const qint64 leftMs =
+        task.waitMs + qint64(m_core.options.confirmHours * 3600000) - QDateTime::currentMSecsSinceEpoch();
+    body.insert("remainHour", int(qMax<qint64>(0, (leftMs + 3599999) / 3600000)));
+    push(FramesReady, 1041200, body, task.user);
+}
+
+void Business::taskOver(Task &task)
+{
+    QJsonObject body = m_core.tasks->record(task);
+    body.insert("missionId", task.id);
+    push(TaskOver, 1043100, body, task.user);
 }
 
 // One push holds either priority frames or others, and a task has one push on its way: so one confirmation says exactly
@@ -250,12 +259,12 @@ void Business::waitForUser(Task &task)
 void Business::announce(Task &task)
 {
     const bool ended = task.status == Ended && task.result != Cancelled && task.stage >= Render;
-    if (m_outstanding.contains(task.id) || (!ended && !task.keyFramesDone()) ||
+    if (task.main || m_outstanding.contains(task.id) || (!ended && !task.keyFramesDone()) ||
         m_core.account->config().value("autoPushResult").toInt() == 0)
         return;
     bool heard = false;
     for (const Link *link : qAsConst(m_links))
-        heard = heard || link->loggedIn;
+        heard = heard || (link->loggedIn && link->user == task.user);
     if (!heard || m_core.faults.happens(QStringLiteral("no-push")))
         return;
     QList<qint64> ids[2];
@@ -278,7 +287,7 @@ void Business::announce(Task &task)
     m_outstanding.insert(task.id, ids[kind]);
     m_core.tasks->markPushed(ids[kind]);
     m_core.event(QStringLiteral("push %1 rows of %2").arg(ids[kind].size()).arg(task.id));
-    push(ResultsReady, 1041300, body);
+    push(ResultsReady, 1041300, body, task.user);
 }
 
 // Once a login, when the client is ready for it: what it hasn't confirmed, and the tasks that wait for a word.
@@ -290,6 +299,8 @@ void Business::welcome(Link *link)
     send(link,
          replyPackage(-1, DriveEntry, 1120198, QJsonDocument(m_core.drive->entry()).toJson(QJsonDocument::Compact)));
     for (Task *task : m_core.tasks->all()) {
+        if (task->user != link->user)
+            continue;
         announce(*task);
         if (task->status == Paused && task->subtype == WaitConfirm)
             waitForUser(*task);

@@ -2,7 +2,7 @@
 // The business server: many links, each with a session; numbered commands, each with a handler that answers with a
 // result code and a JSON body; pushes to the links that have logged in. Results of tasks are pushed until the client
 // has confirmed them, one push of a task at a time, and again after each login.
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include "Wire.h"
 #include <functional>
 #include <QJsonDocument>
@@ -23,6 +23,7 @@ struct Link {
     QString session; // the token given by 10308
     bool loggedIn = false;
     bool welcomed = false; // this login has been told what waits for it
+    int user = 0;          // who has logged in
     bool seat = false;     // a subordinate seat: shares its account with others
     qint64 cut = -1;       // bytes until the link is cut, -1 never
 };
@@ -49,9 +50,11 @@ public:
     void dropLinks();
 
     void kick(int reason);
-    void push(int cmd, int val, const QJsonObject &body);
+    void push(int cmd, int val, const QJsonObject &body, int user = 0); // to the links of that user, 0: to all
     void announce(Task &task);    // pushes what the client hasn't got yet of the results that are ready
     void waitForUser(Task &task); // push 10412: the priority frames are done
+    void taskOver(Task &task);    // push 10431
+    void add(int cmd, Handler handler) { m_handlers.insert(cmd, std::move(handler)); }
 
 private:
     void accept();
@@ -64,12 +67,9 @@ private:
     void answerLater(const QPointer<QTcpSocket> &socket, int seq, int cmd, const Answer &answer, bool badJson);
     Link *linkOf(QTcpSocket *socket) const;
     void welcome(Link *link);
-    void add(int cmd, Handler handler) { m_handlers.insert(cmd, std::move(handler)); }
     void addAccount();
     void addLists();
     void addOrders();
-    void addOperations();
-    void addSubTasks();
     void addResults();
     // The task that the body names, or null with the answer filled for "no such task".
     Task *taskOf(const QJsonObject &body, int cmd, Answer *answer);

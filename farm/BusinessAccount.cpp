@@ -4,8 +4,8 @@
 #include "Core.h"
 #include "drive/Drive.h"
 #include "ObjectStore.h"
-#include "Renderer.h"
 #include "Rest.h"
+#include "tasks/Renderer.h"
 #include <QDebug>
 #include <QTimer>
 
@@ -20,8 +20,9 @@ constexpr int pushesMs = 3000;
 void Business::addAccount()
 {
     add(10000, [](Link &, const QJsonDocument &) { return Answer{1000000, {}, {}, {}}; });
-    add(10302, [this](Link &, const QJsonDocument &) {
-        return Answer{1030200, {{"balance", m_core.account->balance()}, {"username", m_core.options.user}}, {}, {}};
+    add(10302, [this](Link &link, const QJsonDocument &) {
+        return Answer{
+            1030200, {{"balance", m_core.account->balance()}, {"username", m_core.account->nameOf(link.user)}}, {}, {}};
     });
     add(10303, [this](Link &, const QJsonDocument &doc) {
         const bool good = m_core.account->saveConfig(doc.object());
@@ -31,13 +32,12 @@ void Business::addAccount()
         const QPointer<QTcpSocket> socket = link.socket;
         return Answer{1030600, {}, [this, socket] { welcome(linkOf(socket)); }, {}};
     });
-    add(10307, [this](Link &, const QJsonDocument &) {
-        const QJsonObject self{{"id", UserId}, {"name", m_core.options.user}};
+    add(10307, [this](Link &link, const QJsonDocument &) {
         return Answer{1030700,
-                      {{"userId", UserId},
-                       {"username", m_core.options.user},
+                      {{"userId", link.user},
+                       {"username", m_core.account->nameOf(link.user)},
                        {"balance", m_core.account->balance()},
-                       {"rows", QJsonArray{self}}},
+                       {"rows", m_core.account->users(link.user)}},
                       {},
                       {}};
     });
@@ -68,10 +68,11 @@ void Business::addAccount()
             m_core.event(QStringLiteral("10309 without a page login"));
             return Answer{1030901, {}, {}, {}};
         }
+        link.user = m_core.account->sessionUser(link.session);
         link.seat = doc.object().contains("masterUserId");
         if (!link.seat && m_core.faults.peek(QStringLiteral("single-login")) != QLatin1String("0")) {
             for (Link *other : QList<Link *>(m_links)) {
-                if (other == &link || !other->loggedIn || other->seat)
+                if (other == &link || !other->loggedIn || other->seat || other->user != link.user)
                     continue;
                 other->loggedIn = false;
                 send(other, replyPackage(-1, 10001, 1000101, "{}"));
@@ -83,7 +84,7 @@ void Business::addAccount()
         m_outstanding.clear();
         const QPointer<QTcpSocket> socket = link.socket;
         return Answer{1030900,
-                      m_core.account->object(),
+                      m_core.account->object(link.user),
                       [this, socket] {
                           // A client that never asks for pushes gets them all the same.
                           QTimer::singleShot(pushesMs, this, [this, socket] { welcome(linkOf(socket)); });
@@ -99,8 +100,12 @@ void Business::addAccount()
         m_core.account->setNotice(doc.object());
         return Answer{1031300, {{"status", 1}}, {}, {}};
     });
-    add(10314, [](Link &, const QJsonDocument &) {
-        return Answer{1031400, {{"grants", QJsonArray()}, {"result", 1}}, {}, {}};
+    add(10314, [this](Link &, const QJsonDocument &) {
+        QJsonArray denied;
+        for (const QString &one :
+             m_core.faults.peek(QStringLiteral("deny")).split(QLatin1Char(','), Qt::SkipEmptyParts))
+            denied.append(one.toInt());
+        return Answer{1031400, {{"grants", denied}, {"result", 1}}, {}, {}};
     });
 }
 
@@ -174,8 +179,7 @@ void Business::addLists()
         return Answer{1110200, {{"machines", Account::machines()}, {"rows", Account::machines()}}, {}, {}};
     });
     add(11111, [this](Link &, const QJsonDocument &) {
-        return Answer{
-            1111100, {{"rows", QJsonArray{QJsonObject{{"id", UserId}, {"name", m_core.options.user}}}}}, {}, {}};
+        return Answer{1111100, {{"rows", m_core.account->users()}}, {}, {}};
     });
     add(11201, [this](Link &, const QJsonDocument &) { return Answer{1120198, m_core.drive->entry(), {}, {}}; });
     add(11202, [this](Link &, const QJsonDocument &doc) {

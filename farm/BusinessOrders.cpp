@@ -4,7 +4,7 @@
 #include "ContentStore.h"
 #include "Core.h"
 #include "ObjectStore.h"
-#include "Renderer.h"
+#include "tasks/Renderer.h"
 #include <QDebug>
 
 namespace farm
@@ -12,11 +12,11 @@ namespace farm
 
 void Business::addOrders()
 {
-    add(10421, [this](Link &, const QJsonDocument &doc) {
+    add(10421, [this](Link &link, const QJsonDocument &doc) {
         const QJsonObject body = doc.object();
         if (m_core.account->balance() <= 0)
             return Answer{1042101, {}, {}, {}};
-        const Task &task = m_core.tasks->apply(body);
+        const Task &task = m_core.tasks->apply(body, link.user);
         return Answer{1042100, {{"id", task.id}, {"num", task.num}}, {}, {}};
     });
     add(10422, [this](Link &, const QJsonDocument &doc) {

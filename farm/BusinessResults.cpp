@@ -26,23 +26,6 @@ void Business::addResults()
         m_asked.insert(task->id, ids);
         return answer;
     });
-    add(10806, [this](Link &, const QJsonDocument &doc) {
-        Answer answer;
-        Task *task = taskOf(doc.object(), 10806, &answer);
-        if (!task)
-            return answer;
-        answer.body = m_core.tasks->resultHead(*task);
-        const QStringList wanted =
-            doc.object().value("subjobIds").toVariant().toString().split(QLatin1Char(','), Qt::SkipEmptyParts);
-        QJsonArray rows;
-        for (int i = 0; i < task->frames.size(); ++i) {
-            int mission = 0;
-            if (task->frames.at(i).result > 0 && wanted.contains(QString::number(qint64(task->id) * 100000 + i)))
-                rows.append(m_core.tasks->resultRow(m_core.tasks->result(task->frames.at(i).result, &mission)));
-        }
-        answer.body.insert("rows", rows);
-        return answer;
-    });
     add(10800, [this](Link &, const QJsonDocument &doc) {
         int missionId = 0;
         const FarmResult row = m_core.tasks->result(doc.object().value("fileId").toVariant().toLongLong(), &missionId);
@@ -64,7 +47,7 @@ void Business::addResults()
                                {"ipWan", m_core.options.address},
                                {"portLan", m_core.files->port()},
                                {"portWan", m_core.files->port()},
-                               {"isBlock", 0},
+                               {"isBlock", row.block ? 1 : 0},
                                {"autoPush", 1},
                                {"isKeyframe", row.keyFrame ? 1 : 0},
                                {"frame", row.frame}};

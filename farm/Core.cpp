@@ -5,9 +5,10 @@
 #include "drive/Drive.h"
 #include "FileServer.h"
 #include "ObjectStore.h"
-#include "Renderer.h"
 #include "Rest.h"
-#include "Tasks.h"
+#include "tasks/Renderer.h"
+#include "tasks/TaskDesk.h"
+#include "tasks/Tasks.h"
 #include <QDebug>
 #include <QDir>
 #include <QFile>
@@ -28,6 +29,7 @@ Core::~Core() { close(); }
 void Core::close()
 {
     business.reset();
+    desk.reset();
     rest.reset();
     files.reset();
     renderer.reset();
@@ -88,6 +90,7 @@ bool Core::open(QString *error)
     drive = std::make_unique<Drive>(*this);
     renderer = std::make_unique<Renderer>(*this);
     business = std::make_unique<Business>(*this);
+    desk = std::make_unique<TaskDesk>(*this);
     rest = std::make_unique<Rest>(*this);
     files = std::make_unique<FileServer>(*this);
     if (!business->listen(options.businessPort, error) || !rest->listen(options.httpPort, error) ||

@@ -23,6 +23,7 @@ class FileServer;
 class ObjectStore;
 class Renderer;
 class Rest;
+class TaskDesk;
 class Tasks;
 
 class Core : public QObject
@@ -57,6 +58,7 @@ public:
     std::unique_ptr<Drive> drive;
     std::unique_ptr<Renderer> renderer;
     std::unique_ptr<Business> business;
+    std::unique_ptr<TaskDesk> desk;
     std::unique_ptr<Rest> rest;
     std::unique_ptr<FileServer> files;
 
@@ -82,7 +84,8 @@ signals:
     void violated(QString text);
 };
 
-constexpr int FarmId = 1;    // the farm that renders; further ones have a drive only
-constexpr int UserId = 1001; // the one account
+constexpr int FarmId = 1;          // the farm that renders; further ones have a drive only
+constexpr int UserId = 1001;       // the account
+constexpr int SecondUserId = 1002; // its sub-account: sees its own tasks only, spends the account's money
 
 } // namespace farm

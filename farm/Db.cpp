@@ -15,7 +15,13 @@ const char *const tables[] = {
     "create table if not exists session(token text primary key, auth text, made integer)",
     "create table if not exists task(mid integer primary key, num text unique, head text, body text, files text)",
     "create table if not exists here(mid integer, key text, primary key(mid, key)) without rowid",
-    "create table if not exists frame(mid integer, idx integer, state integer, primary key(mid, idx)) without rowid",
+    "create table if not exists sub(mid integer, idx integer, state integer, started integer, ended integer, flag "
+    "integer, "
+    "replaced integer, late integer, tries integer, memory integer, node text, primary key(mid, idx)) without rowid",
+    "create table if not exists extra(mid integer, idx integer, head text, primary key(mid, idx)) without rowid",
+    "create table if not exists oper(id integer primary key autoincrement, mid integer, ms integer, user integer, what "
+    "text)",
+    "create index if not exists oper_mid on oper(mid)",
     "create table if not exists result(id integer primary key autoincrement, mid integer, idx integer, path text, "
     "frame integer, "
     "size integer, hash text, keyframe integer, pushed integer, confirmed integer, downloaded integer)",
@@ -54,8 +60,34 @@ bool Db::openOnce(const QString &path, QString *error)
            query.exec(QStringLiteral("pragma synchronous = normal"));
     for (const char *table : tables)
         good = good && query.exec(QLatin1String(table));
+    good = good && upgrade();
     if (!good)
         *error = QStringLiteral("%1: %2 %3").arg(path, m_db.lastError().text(), query.lastError().text());
+    return good;
+}
+
+// A folder of an earlier version keeps what it has.
+bool Db::upgrade()
+{
+    QSqlQuery query(m_db);
+    const auto has = [&query](const QString &table, const QString &column) {
+        if (!query.exec(QStringLiteral("select count(*) from pragma_table_info('%1') where name like '%2'")
+                            .arg(table, column)) ||
+            !query.next())
+            return false;
+        const bool there = query.value(0).toInt() > 0;
+        query.finish();
+        return there;
+    };
+    bool good = true;
+    if (!has(QStringLiteral("result"), QStringLiteral("block")))
+        good = query.exec(QStringLiteral("alter table result add column block integer default 0"));
+    if (!has(QStringLiteral("session"), QStringLiteral("user")))
+        good = query.exec(QStringLiteral("alter table session add column user integer default 0")) && good;
+    if (has(QStringLiteral("frame"), QStringLiteral("idx")))
+        good = query.exec(
+                   QStringLiteral("insert or ignore into sub(mid, idx, state) select mid, idx, state from frame")) &&
+               query.exec(QStringLiteral("drop table frame")) && good;
     return good;
 }
 

@@ -39,6 +39,7 @@ public:
 
 private:
     QSqlQuery *prepared(const QString &sql, const QVariantList &binds);
+    bool upgrade();
     bool openOnce(const QString &path, QString *error);
     QSqlDatabase m_db;
     QString m_name;

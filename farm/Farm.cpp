@@ -6,9 +6,9 @@
 #include "drive/Drive.h"
 #include "drive/DriveAnalysis.h"
 #include "FileServer.h"
-#include "Renderer.h"
 #include "Rest.h"
-#include "Tasks.h"
+#include "tasks/Renderer.h"
+#include "tasks/Tasks.h"
 #include <future>
 #include <QDebug>
 

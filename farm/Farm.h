@@ -31,11 +31,15 @@ struct FarmOptions {
     int filePort = 0;
     QString user = QStringLiteral("demo");
     QString password = QStringLiteral("demo");
-    bool autoLogin = false;  // the login page logs in by itself
+    QString secondUser = QStringLiteral("demo2"); // the sub-account, with the same password
+    bool autoLogin = false;                       // the login page logs in by itself
     bool autoSubmit = false; // autoSubmit and ignoreWarn of the account's settings are 1 while it hasn't saved its own
     double framesPerSecond = 4; // of the whole farm; 0: as fast as it can
     int renderThreads = 2;
-    int maxWidth = 1920; // wider frames are scaled down to this
+    double frameSeconds = 0;  // a frame takes at least that long, its log grows meanwhile
+    double confirmHours = 24; // a task that waits after its priority frames is cancelled then
+    bool filled = false;      // an empty folder gets tasks in every state, for who wants to look at something
+    int maxWidth = 1920;      // wider frames are scaled down to this
     QMap<int, QString>
         renderCommands;  // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
     QString objectStore; // address of the bucket that orders are uploaded to; empty: the file server takes them
@@ -75,6 +79,7 @@ struct FarmResult {
     qint64 size = 0;
     QString hash; // MD5 of the file
     bool keyFrame = false, pushed = false, confirmed = false, downloaded = false;
+    bool block = false; // a piece of a frame
 };
 
 struct FarmCounters {

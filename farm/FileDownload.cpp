@@ -1,4 +1,4 @@
-// A file link that gives a file out.
+// A file link that gives a file out: a result, whose reader knows its size and closes the link, or a log.
 #include "Core.h"
 #include "FileServer.h"
 #include <QDir>
@@ -15,7 +15,9 @@ void FileLink::download(const QJsonObject &body)
         return reply(0, int(code));
     const QString path = body.value("path").toString();
     const QString whole = QDir::cleanPath(m_core.options.dir + QLatin1Char('/') + path);
-    if (!whole.startsWith(m_core.options.dir + QStringLiteral("/results/")) || path.contains(QStringLiteral(".."))) {
+    m_log = whole.startsWith(m_core.options.dir + QStringLiteral("/logs/"));
+    if ((!m_log && !whole.startsWith(m_core.options.dir + QStringLiteral("/results/"))) ||
+        path.contains(QStringLiteral(".."))) {
         m_core.violation(QStringLiteral("download of %1").arg(path));
         return reply(0, FileCode::NoFile);
     }
@@ -63,6 +65,8 @@ void FileLink::pump()
         if (m_pace >= 0)
             break;
     }
+    if (m_log && m_sendLeft == 0)
+        m_socket->disconnectFromHost(); // once all is written: nothing else tells where a log ends for now
     if (m_cutDown == 0 && m_sendLeft > 0 && m_socket->bytesToWrite() == 0) {
         m_core.event(QStringLiteral("cut a download"));
         drop();

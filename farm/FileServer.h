@@ -96,7 +96,7 @@ private:
     int m_dataCode = 0;
     qint64 m_cutUp = -2, m_cutDown = -2; // -2: not asked for yet, -1: none
     qint64 m_sendLeft = 0;
-    bool m_corrupt = false, m_held = false;
+    bool m_corrupt = false, m_held = false, m_log = false;
     qint64 m_pace = -1; // bytes a second, -1: none
     QTimer m_paceTimer;
 };

@@ -2,7 +2,7 @@
 #include "Core.h"
 #include "drive/Drive.h"
 #include "FileServer.h"
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include <QJsonDocument>
 #include <QPointer>
 

@@ -5,7 +5,8 @@
 #include "drive/Drive.h"
 #include "FileServer.h"
 #include "Rest.h"
-#include "Tasks.h"
+#include "tasks/TaskDesk.h"
+#include "tasks/Tasks.h"
 #include <QDateTime>
 #include <QFile>
 #include <QJsonDocument>
@@ -38,6 +39,11 @@ HttpAnswer Rest::answer(const HttpRequest &request)
         return farmHost(request);
     if (path == QLatin1String("/storage-secret-token/role"))
         return roleToken(request);
+    if (path.startsWith(QLatin1String("/preview/")) && get) {
+        const QByteArray picture = m_core.desk->picture(path.mid(9));
+        return picture.isEmpty() ? jsonAnswer({{"code", 404}, {"result", 0}}, 404)
+                                 : HttpAnswer{200, "image/jpeg", picture, {}};
+    }
     if (path == QLatin1String("/skydrive/sourceFiles") && get)
         return sourceFiles(request);
     if ((path == QLatin1String("/logs") || path == QLatin1String("/")) && post)

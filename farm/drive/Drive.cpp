@@ -4,7 +4,7 @@
 #include "DriveAnalysis.h"
 #include "FileServer.h"
 #include "Rest.h"
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include <QBuffer>
 #include <QDateTime>
 #include <QFile>

@@ -1,7 +1,7 @@
 #include "DriveTree.h"
 #include "ContentStore.h"
 #include "Core.h"
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include <QDateTime>
 #include <QFile>
 #include <QRegularExpression>

@@ -1,7 +1,7 @@
 // From an order to its frames, and the commands that steer a task while it renders.
-#include "RenderPlan.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
+#include "tasks/RenderPlan.h"
 #include "Wires.h"
 
 class TestRender : public QObject

@@ -1,4 +1,4 @@
-#include "RenderPlan.h"
+#include "tasks/RenderPlan.h"
 #include <algorithm>
 #include <QJsonArray>
 #include <QRegularExpression>
@@ -170,6 +170,7 @@ QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QS
         if (numbers.isEmpty())
             numbers += 1;
         const QVector<int> keys = frameNumbers(one.keyFrames.isEmpty() ? keyText : one.keyFrames);
+        int place = 0;
         for (int frame : numbers) {
             const QString digits = QStringLiteral("%1%2")
                                        .arg(frame < 0 ? QStringLiteral("-") : QString())
@@ -179,7 +180,9 @@ QVector<FrameJob> framePlan(const QJsonObject &order, int softwareType, const QS
                                one.width,
                                one.height,
                                std::binary_search(keys.begin(), keys.end(), frame),
-                               QStringLiteral("%1/%2.%3.png").arg(folder, base, digits)};
+                               QStringLiteral("%1/%2.%3.png").arg(folder, base, digits),
+                               place++,
+                               numbers.size()};
             (job.key ? first : rest) += job;
         }
     }

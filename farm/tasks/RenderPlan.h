@@ -12,8 +12,9 @@ struct FrameJob {
     QString camera; // camera, layer or node
     int frame = 0;
     int width = 0, height = 0;
-    bool key = false; // one of the priority frames
-    QString path;     // of its result, "camera/scene.0001.png"; unique within the task
+    bool key = false;         // one of the priority frames
+    QString path;             // of its result, "camera/scene.0001.png"; unique within the task
+    int place = 0, count = 1; // of the frames of its camera
 };
 
 // "1-10:2,15" as sorted numbers without repeats; an empty list where the text says nothing. Never more than a million.

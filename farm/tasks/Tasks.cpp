@@ -1,4 +1,4 @@
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include "Account.h"
 #include "Core.h"
 #include <algorithm>
@@ -32,19 +32,38 @@ QString cleanKey(QString path)
     return QDir::cleanPath(path.mid(at));
 }
 
-int Task::counted(int state) const
-{
-    return int(
-        std::count_if(frames.begin(), frames.end(), [state](const TaskFrame &one) { return one.state == state; }));
-}
-
 bool Task::hasKeyFrames() const { return !frames.isEmpty() && frames.first().job.key; }
 
+// They stand first in the plan.
 bool Task::keyFramesDone() const
 {
-    return hasKeyFrames() && std::none_of(frames.begin(), frames.end(), [](const TaskFrame &one) {
-               return one.job.key && (one.state == FrameWaiting || one.state == FrameRunning);
-           });
+    for (const TaskFrame &one : frames) {
+        if (!one.job.key)
+            break;
+        if (!one.replaced && (one.state == FrameWaiting || one.state == FrameRunning))
+            return false;
+    }
+    return hasKeyFrames();
+}
+
+QString frameText(QList<int> numbers)
+{
+    std::sort(numbers.begin(), numbers.end());
+    QStringList words;
+    for (int i = 0; i < numbers.size();) {
+        int end = i;
+        while (end + 1 < numbers.size() && numbers.at(end + 1) <= numbers.at(end) + 1)
+            ++end;
+        words += numbers.at(i) == numbers.at(end) ? QString::number(numbers.at(i))
+                                                  : QStringLiteral("%1-%2").arg(numbers.at(i)).arg(numbers.at(end));
+        i = end + 1;
+    }
+    return words.join(QLatin1Char(','));
+}
+
+QString stamp(qint64 ms)
+{
+    return ms > 0 ? QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
 }
 
 Tasks::Tasks(Core &core) : m_core(core) { load(); }
@@ -55,6 +74,11 @@ void Tasks::load()
         Task &task = m_tasks[row.value(0).toInt()];
         const QJsonObject head = QJsonDocument::fromJson(row.value(2).toByteArray()).object();
         task.id = row.value(0).toInt();
+        task.user = head.value("user").toInt(UserId);
+        task.nodeLimit = head.value("nodeLimit").toInt();
+        task.main = head.value("main").toInt();
+        task.cache = head.value("cache").toInt();
+        task.waitMs = bigNumber(head.value("waitMs"));
         task.num = row.value(1).toString();
         task.name = head.value("name").toString();
         task.projectName = head.value("projectName").toString();
@@ -116,18 +140,19 @@ QList<Task *> Tasks::all()
 
 // A number asked for again for the same scene row, before its order came, is the same number: the first answer was
 // lost.
-Task &Tasks::apply(const QJsonObject &body)
+Task &Tasks::apply(const QJsonObject &body, int user)
 {
     const qint64 flag = bigNumber(body.value("clientFlag"));
     const QString name = body.value("name").toString();
     for (auto &one : m_tasks) {
         if (one.second.clientFlag == flag && one.second.name == name && one.second.stage == Analysis &&
-            one.second.status == Running)
+            one.second.status == Running && one.second.user == user)
             return one.second;
     }
     Task &task = m_tasks[m_next];
     task.num = freeNumber();
     task.id = m_next++;
+    task.user = user;
     task.priority = task.id;
     task.name = name;
     task.clientFlag = flag;
@@ -144,6 +169,11 @@ Task &Tasks::apply(const QJsonObject &body)
 bool Tasks::save(Task &task)
 {
     const QJsonObject head{{"name", task.name},
+                           {"user", task.user},
+                           {"nodeLimit", task.nodeLimit},
+                           {"main", task.main},
+                           {"cache", task.cache},
+                           {"waitMs", task.waitMs},
                            {"projectName", task.projectName},
                            {"machineModel", task.machineModel},
                            {"remark", task.remark},
@@ -225,40 +255,24 @@ bool Tasks::markHere(Task &task, const QString &key)
     return true;
 }
 
-void Tasks::plan(Task &task)
-{
-    const QString scene = task.name.isEmpty() ? task.body.value("sceneName").toString() : task.name;
-    task.frames.clear();
-    for (const FrameJob &job : framePlan(task.body, task.softwareType, scene, m_core.options.maxWidth)) {
-        TaskFrame frame;
-        frame.job = job;
-        task.frames += frame;
-    }
-    m_core.db.each(QStringLiteral("select idx, id from result where mid = ?"), {task.id}, [&](const QSqlQuery &row) {
-        if (row.value(0).toInt() < task.frames.size()) {
-            task.frames[row.value(0).toInt()].state = FrameDone;
-            task.frames[row.value(0).toInt()].result = row.value(1).toLongLong();
-        }
-    });
-    m_core.db.each(QStringLiteral("select idx, state from frame where mid = ?"), {task.id}, [&](const QSqlQuery &row) {
-        if (row.value(0).toInt() < task.frames.size())
-            task.frames[row.value(0).toInt()].state = row.value(1).toInt();
-    });
-}
-
 bool Tasks::uploadComplete(Task &task)
 {
     if (task.uploaded)
         return true;
+    const bool broken = m_core.faults.happens(QStringLiteral("prepare-fail"));
     task.uploaded = true;
     task.submitMs = now();
-    task.stage = Render;
-    task.status = Queued;
+    task.stage = broken ? Prepare : Render;
+    task.status = broken ? Ended : Queued;
+    task.result = broken ? Failed : 0;
     if (!save(task)) {
         task.uploaded = false;
         return false;
     }
     plan(task);
+    addLightCache(task);
+    addBlocks(task);
+    note(task, task.user, QStringLiteral("提交渲染"));
     emit m_core.orderChanged(task.id);
     emit m_core.uploadFinished(task.id);
     return true;
@@ -274,6 +288,9 @@ void Tasks::setState(Task &task, int stage, int status, int result, int subtype)
     task.subtype = subtype;
     if (status == Ended && task.finishMs == 0)
         task.finishMs = now();
+    if (status != Ended)
+        task.finishMs = 0;
+    task.waitMs = subtype == WaitConfirm ? now() : 0;
     save(task);
     emit m_core.orderChanged(task.id);
 }
@@ -282,10 +299,12 @@ bool Tasks::cancel(Task &task)
 {
     if (task.status == Ended)
         return false;
-    Db::Batch batch(m_core.db);
-    for (int i = 0; i < task.frames.size(); ++i) {
-        if (task.frames.at(i).state != FrameDone && task.frames.at(i).state != FrameFailed)
-            frameEnded(task, i, FrameCancelled);
+    {
+        Db::Batch batch(m_core.db);
+        for (int i = 0; i < task.frames.size(); ++i) {
+            if (task.frames.at(i).state == FrameWaiting || task.frames.at(i).state == FrameRunning)
+                frameEnded(task, i, FrameCancelled);
+        }
     }
     setState(task, task.stage, Ended, Cancelled);
     m_core.event(QStringLiteral("cancelled %1").arg(task.id));
@@ -295,40 +314,15 @@ bool Tasks::cancel(Task &task)
 void Tasks::remove(Task &task)
 {
     const int id = task.id;
-    for (const char *table : {"task", "here", "frame", "result"})
+    for (const char *table : {"task", "here", "sub", "extra", "oper", "result"})
         m_core.db.run(QStringLiteral("delete from %1 where mid = ?").arg(QLatin1String(table)), {id});
     m_tasks.erase(id);
     emit m_core.orderChanged(id);
 }
 
-void Tasks::frameEnded(Task &task, int index, int state, qint64 size, const QString &hash)
+bool Tasks::saveBody(Task &task)
 {
-    TaskFrame &frame = task.frames[index];
-    if (state == FrameDone) {
-        m_core.db.run(QStringLiteral("delete from result where mid = ? and idx = ?"),
-                      {task.id, index}); // rendered again
-        frame.result = m_core.db.insert(
-            QStringLiteral(
-                "insert into result(mid, idx, path, frame, size, hash, keyframe, pushed, confirmed, downloaded) "
-                "values(?, ?, ?, ?, ?, ?, ?, 0, 0, 0)"),
-            {task.id, index, frame.job.path, frame.job.frame, size, hash, frame.job.key ? 1 : 0});
-        if (frame.result < 0)
-            state = FrameFailed;
-    }
-    frame.state = state;
-    frame.endedMs = now();
-    m_core.db.run(QStringLiteral("replace into frame(mid, idx, state) values(?, ?, ?)"), {task.id, index, state});
-}
-
-void Tasks::resetFrames(Task &task, int state)
-{
-    Db::Batch batch(m_core.db);
-    for (int i = 0; i < task.frames.size(); ++i) {
-        if (task.frames.at(i).state != state)
-            continue;
-        task.frames[i].state = FrameWaiting;
-        m_core.db.run(QStringLiteral("delete from frame where mid = ? and idx = ?"), {task.id, i});
-    }
+    return m_core.db.run(QStringLiteral("update task set body = ? where mid = ?"), {text(task.body), task.id});
 }
 
 } // namespace farm

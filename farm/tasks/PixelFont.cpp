@@ -1,4 +1,4 @@
-#include "PixelFont.h"
+#include "tasks/PixelFont.h"
 
 namespace farm
 {

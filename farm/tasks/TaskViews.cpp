@@ -1,7 +1,7 @@
 // How tasks and results are told to the other side and to tests.
 #include "Account.h"
 #include "Core.h"
-#include "Tasks.h"
+#include "tasks/Tasks.h"
 #include <QDateTime>
 
 namespace farm
@@ -9,11 +9,6 @@ namespace farm
 
 namespace
 {
-QString stamp(qint64 ms)
-{
-    return ms > 0 ? QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
-}
-
 FarmResult rowOf(const QSqlQuery &row)
 {
     FarmResult one;
@@ -27,33 +22,18 @@ FarmResult rowOf(const QSqlQuery &row)
     one.pushed = row.value(7).toInt() == 1;
     one.confirmed = row.value(8).toInt() == 1;
     one.downloaded = row.value(9).toInt() == 1;
+    one.block = row.value(10).toInt() == 1;
     return one;
 }
 
-const QString columns =
-    QStringLiteral("select id, mid, path, frame, size, hash, keyframe, pushed, confirmed, downloaded from result ");
-
-// The frame numbers of all outputs as one text: "1-100" where they are in a row, else the numbers.
-QString framesText(const Task &task)
-{
-    QSet<int> numbers;
-    for (const TaskFrame &one : task.frames)
-        numbers.insert(one.job.frame);
-    QList<int> list = numbers.values();
-    std::sort(list.begin(), list.end());
-    if (list.size() > 1 && list.last() - list.first() == list.size() - 1)
-        return QStringLiteral("%1-%2").arg(list.first()).arg(list.last());
-    QStringList words;
-    for (int one : list)
-        words += QString::number(one);
-    return words.join(QLatin1Char(','));
-}
+const QString columns = QStringLiteral(
+    "select id, mid, path, frame, size, hash, keyframe, pushed, confirmed, downloaded, block from result ");
 } // namespace
 
 QList<FarmResult> Tasks::results(int missionId) const
 {
     QList<FarmResult> list;
-    m_core.db.each(columns + QStringLiteral("where mid = ? order by id"), {missionId},
+    m_core.db.each(columns + QStringLiteral("where mid = ? and block = 0 order by id"), {missionId},
                    [&](const QSqlQuery &row) { list += rowOf(row); });
     for (FarmResult &one : list)
         one.file = resultFile(missionId, one.path);
@@ -99,7 +79,9 @@ bool Tasks::markDownloaded(qint64 id)
         return false;
     Task *task = byId(m_core.db.value(QStringLiteral("select mid from result where id = ?"), {id}).toInt());
     if (task && task->stage == Render && task->status == Ended &&
-        m_core.db.value(QStringLiteral("select count(*) from result where mid = ? and downloaded = 0"), {task->id})
+        m_core.db
+                .value(QStringLiteral("select count(*) from result where mid = ? and downloaded = 0 and block = 0"),
+                       {task->id})
                 .toInt() == 0)
         setState(*task, Download, Ended, task->result);
     return true;
@@ -107,11 +89,13 @@ bool Tasks::markDownloaded(qint64 id)
 
 QJsonObject Tasks::record(const Task &task) const
 {
-    qint64 seconds = 0;
-    for (const TaskFrame &one : task.frames)
-        seconds +=
-            one.state == FrameDone && one.startedMs > 0 ? qMax(qint64(1), (one.endedMs - one.startedMs) / 1000) : 0;
     const qint64 end = task.finishMs > 0 ? task.finishMs : QDateTime::currentMSecsSinceEpoch();
+    const bool paused = task.status == Paused;
+    int memory = 0, late = 0;
+    for (const TaskFrame &one : task.frames) {
+        memory = qMax(memory, one.memoryMb);
+        late += one.late && !one.replaced ? 1 : 0;
+    }
     QJsonObject row{{"id", task.id},
                     {"name", task.name},
                     {"num", task.num},
@@ -125,23 +109,30 @@ QJsonObject Tasks::record(const Task &task) const
                     {"successFrame", task.counted(FrameDone)},
                     {"failureFrame", task.counted(FrameFailed)},
                     {"cancelFrame", task.counted(FrameCancelled)},
-                    {"totalFrame", task.frames.size()},
+                    {"totalFrame", task.total()},
                     {"renderingFrame", task.counted(FrameRunning)},
-                    {"untreatedFrame", task.counted(FrameWaiting)},
-                    {"suspendFrame", 0},
+                    {"untreatedFrame", paused ? 0 : task.counted(FrameWaiting)},
+                    {"suspendFrame", paused ? task.counted(FrameWaiting) : 0},
                     {"keyFrames", task.body.value("keyFrames").toString()},
-                    {"isTimeout", 0},
-                    {"frames", framesText(task)},
+                    {"isTimeout", late},
+                    {"frames", task.framesText},
                     {"cost", QString::number(task.cost, 'f', 2)},
                     {"confirmTime", stamp(task.confirmMs)},
                     {"submitTime", stamp(task.submitMs)},
                     {"finishTime", stamp(task.finishMs)},
                     {"totalSeconds", task.submitMs > 0 ? int((end - task.submitMs) / 1000) : 0},
-                    {"succSeconds", int(seconds)},
-                    {"memory", QStringLiteral("64M")},
-                    {"username", m_core.options.user},
-                    {"userId", UserId},
+                    {"succSeconds", int(task.goodMs / 1000)},
+                    {"memory", memory > 0 ? QStringLiteral("%1M").arg(memory) : QString()},
+                    {"username", m_core.account->nameOf(task.user)},
+                    {"userId", task.user},
+                    {"nodeLimit", task.nodeLimit},
                     {"remark", task.remark}};
+    if (task.main)
+        row.insert("identity", QStringLiteral("GZ"));
+    if (task.cache) {
+        row.insert("identity", QStringLiteral("MAIN"));
+        row.insert("GZ_ID", task.cache);
+    }
     return row;
 }
 
@@ -166,6 +157,7 @@ QJsonObject Tasks::resultHead(const Task &task) const
             {"createTime", stamp(task.confirmMs)}};
 }
 
+// All that the order said, with what has become of it, and the choices in the form that a new analysis keeps them.
 QJsonObject Tasks::detail(const Task &task) const
 {
     QJsonObject whole = task.body;
@@ -173,8 +165,30 @@ QJsonObject Tasks::detail(const Task &task) const
         for (auto it = part.begin(); it != part.end(); ++it)
             whole.insert(it.key(), it.value());
     }
-    whole.insert("fullFrames", framesText(task));
+    QJsonObject machine;
+    for (const QJsonValue &one : Account::machines()) {
+        if (one.toObject().value("machineModel").toString() == task.machineModel)
+            machine = one.toObject();
+    }
+    const QJsonObject config = m_core.account->projectConfig(task.projectId, task.softwareType);
+    const QJsonObject combo = config.value("combos").toArray().first().toObject();
+    for (const char *key : {"software", "plugins"}) {
+        if (!whole.contains(QLatin1String(key)))
+            whole.insert(QLatin1String(key), combo.value(QLatin1String(key)));
+    }
+    whole.insert("fullFrames", task.framesText);
     whole.insert("machineModel", task.machineModel);
+    whole.insert("machine", machine);
+    whole.insert("clientId", whole.contains("clientId") ? whole.value("clientId") : machine.value("clientId"));
+    whole.insert("farmName", QStringLiteral("本机农场"));
+    whole.insert("sceneName", whole.contains("sceneName") ? whole.value("sceneName") : whole.value("scene"));
+    whole.insert("project", QJsonObject{{"id", task.projectId}, {"name", task.projectName}});
+    whole.insert("projectConfig", config);
+    whole.insert("combos", config.value("combos"));
+    whole.insert("env", QJsonObject{{"id", combo.value("id")},
+                                    {"name", combo.value("name")},
+                                    {"software", whole.value("software")},
+                                    {"plugins", whole.value("plugins")}});
     whole.insert("realtimeSpeed", task.speed);
     whole.insert("totalSize", task.totalSize);
     whole.insert("uploadedSize", task.uploadedSize);
@@ -183,8 +197,10 @@ QJsonObject Tasks::detail(const Task &task) const
 
 QJsonObject Tasks::resultRow(const FarmResult &row) const
 {
-    return {{"id", row.id},     {"path", row.path}, {"frame", row.frame}, {"size", row.size},
-            {"hash", row.hash}, {"isBlock", 0},     {"autoPush", 1},      {"isKeyframe", row.keyFrame ? 1 : 0},
+    return {{"id", row.id},       {"path", row.path},
+            {"frame", row.frame}, {"size", row.size},
+            {"hash", row.hash},   {"isBlock", row.block ? 1 : 0},
+            {"autoPush", 1},      {"isKeyframe", row.keyFrame ? 1 : 0},
             {"farmId", FarmId}};
 }
 
@@ -212,7 +228,7 @@ FarmOrder Tasks::describe(const Task &task) const
     one.orders = task.orders;
     one.files = task.keys.size();
     one.filesHere = files(task, true).size();
-    one.frames = task.frames.size();
+    one.frames = task.total();
     one.framesDone = task.counted(FrameDone);
     one.framesFailed = task.counted(FrameFailed);
     one.analysisType = task.analysisType;

@@ -1,10 +1,13 @@
-#include "FramePainter.h"
-#include "PixelFont.h"
+#include "tasks/FramePainter.h"
+#include "tasks/PixelFont.h"
+#include <algorithm>
 #include <cmath>
 #include <QColor>
 #include <QCryptographicHash>
 #include <QImage>
+#include <QImageReader>
 #include <QImageWriter>
+#include <QStringList>
 #include <vector>
 
 namespace farm
@@ -111,12 +114,24 @@ QRgb land(const View &view, int x, int y)
     return sky(view, x, y);
 }
 
-void paintScene(QImage *image, const FramePicture &what)
+constexpr int bands = 16; // between two of them a step is told
+
+int pieceTop(const FramePicture &what, int block) { return int(qint64(what.height) * block / qMax(1, what.blocks)); }
+
+bool paintScene(QImage *image, const FramePicture &what, const PaintStep &step)
 {
     const View view = makeView(what);
     Noise ripple;
     ripple.seed = quint32(what.frame) * 2654435761u;
-    for (int y = 0; y < what.height; ++y) {
+    const int from = what.block < 0 ? 0 : pieceTop(what, what.block);
+    const int end = what.block < 0 ? what.height : pieceTop(what, what.block + 1);
+    int told = 0;
+    for (int y = from; y < end; ++y) {
+        if (const int band = (y - from) * bands / qMax(1, end - from); step && band > told) {
+            told = band;
+            if (!step(y - from, end - from, *image))
+                return false;
+        }
         auto *line = reinterpret_cast<QRgb *>(image->scanLine(y));
         if (y < view.shore) {
             for (int x = 0; x < what.width; ++x)
@@ -130,6 +145,19 @@ void paintScene(QImage *image, const FramePicture &what)
         for (int x = 0; x < what.width; ++x)
             line[x] = mix(land(view, qBound(0, x + shake, what.width - 1), mirrored), view.near, 0.35);
     }
+    return true;
+}
+
+bool write(const QImage &image, const FramePicture &what, const QString &file, QString *error)
+{
+    QImageWriter writer(file, "png");
+    writer.setText(QStringLiteral("Camera"), what.camera);
+    writer.setText(QStringLiteral("Frame"), QString::number(what.frame));
+    writer.setText(QStringLiteral("Order"), what.num);
+    const bool good = writer.write(image);
+    if (!good)
+        *error = writer.errorString();
+    return good;
 }
 
 void paintLabel(QImage *image, const FramePicture &what)
@@ -157,22 +185,71 @@ void paintLabel(QImage *image, const FramePicture &what)
 }
 } // namespace
 
-bool paintFrame(const FramePicture &what, const QString &file, QString *error)
+bool paintFrame(const FramePicture &what, const QString &file, QString *error, const PaintStep &step)
 {
     QImage image(what.width, what.height, QImage::Format_RGB32);
     if (image.isNull()) {
         *error = QStringLiteral("no memory for %1x%2").arg(what.width).arg(what.height);
         return false;
     }
-    paintScene(&image, what);
+    if (step)
+        image.fill(0xff404040);
+    if (!paintScene(&image, what, step))
+        return false;
     paintLabel(&image, what);
-    QImageWriter writer(file, "png");
-    writer.setText(QStringLiteral("Camera"), what.camera);
-    writer.setText(QStringLiteral("Frame"), QString::number(what.frame));
-    writer.setText(QStringLiteral("Order"), what.num);
-    const bool good = writer.write(image);
+    if (what.block >= 0)
+        image = image.copy(0, pieceTop(what, what.block), what.width,
+                           pieceTop(what, what.block + 1) - pieceTop(what, what.block));
+    return write(image, what, file, error);
+}
+
+QImage piecesOf(const FramePicture &what, const QStringList &pieces)
+{
+    QImage whole(what.width, what.height, QImage::Format_RGB32);
+    whole.fill(0xff404040);
+    for (int i = 0; i < pieces.size() && !whole.isNull(); ++i) {
+        const QImage piece =
+            pieces.at(i).isEmpty() ? QImage() : QImage(pieces.at(i)).convertToFormat(QImage::Format_RGB32);
+        const int top = pieceTop(what, i);
+        if (piece.width() != whole.width())
+            continue;
+        for (int y = 0; y < piece.height() && top + y < whole.height(); ++y)
+            std::copy_n(piece.constScanLine(y), whole.bytesPerLine(), whole.scanLine(top + y));
+    }
+    return whole;
+}
+
+bool joinBlocks(const FramePicture &what, const QStringList &pieces, const QString &file, QString *error)
+{
+    for (int i = 0; i < pieces.size(); ++i) {
+        const QSize size = QImageReader(pieces.at(i)).size();
+        if (size != QSize(what.width, pieceTop(what, i + 1) - pieceTop(what, i))) {
+            *error = QStringLiteral("piece %1 of %2 isn't whole: %3").arg(i + 1).arg(pieces.size()).arg(pieces.at(i));
+            return false;
+        }
+    }
+    return write(piecesOf(what, pieces), what, file, error);
+}
+
+bool meanOf(const QStringList &pictures, const QString &file, QString *error)
+{
+    QImage mean;
+    for (int i = 0; i < pictures.size(); ++i) {
+        const QImage one = QImage(pictures.at(i)).convertToFormat(QImage::Format_RGB32);
+        if (mean.isNull())
+            mean = one;
+        if (one.size() != mean.size())
+            continue;
+        for (int y = 0; y < one.height(); ++y) {
+            auto *to = reinterpret_cast<QRgb *>(mean.scanLine(y));
+            const auto *from = reinterpret_cast<const QRgb *>(one.constScanLine(y));
+            for (int x = 0; x < one.width(); ++x)
+                to[x] = mix(to[x], from[x], 1.0 / (i + 1));
+        }
+    }
+    const bool good = !mean.isNull() && mean.save(file, "png");
     if (!good)
-        *error = writer.errorString();
+        *error = QStringLiteral("no light cache to put together");
     return good;
 }
 
