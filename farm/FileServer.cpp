@@ -116,7 +116,8 @@ void FileLink::begin(const Frame &frame)
         return refuse(QStringLiteral("command %1 with phase %2").arg(frame.command).arg(frame.phase), frame.command);
     const bool reads = frame.command == FileCommand::AskDownload;
     m_farm = farmOf(frame.token);
-    if (m_farm == 0 && reads && m_core.account->knownToken(QUuid::fromRfc4122(frame.token).toString(QUuid::WithoutBraces)))
+    if (m_farm == 0 && reads &&
+        m_core.account->knownToken(QUuid::fromRfc4122(frame.token).toString(QUuid::WithoutBraces)))
         m_farm = FarmId;
     if (m_farm == 0) {
         m_core.event(QStringLiteral("frame with a stale token"));

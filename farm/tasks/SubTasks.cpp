@@ -369,7 +369,7 @@ QJsonArray Tasks::notes(const Task &task) const
     m_core.db.each(QStringLiteral("select ms, user, what from oper where mid = ? order by id"), {task.id},
                    [&](const QSqlQuery &row) {
                        rows.append(QJsonObject{{"operator", m_core.account->nameOf(row.value(1).toInt())},
-                                               {"time", stamp(row.value(0).toLongLong())},
+                                               {"time", timeText(row.value(0).toLongLong())},
                                                {"content", row.value(2).toString()}});
                    });
     return rows;

@@ -117,9 +117,9 @@ QJsonObject Tasks::record(const Task &task) const
                     {"isTimeout", late},
                     {"frames", task.framesText},
                     {"cost", QString::number(task.cost, 'f', 2)},
-                    {"confirmTime", stamp(task.confirmMs)},
-                    {"submitTime", stamp(task.submitMs)},
-                    {"finishTime", stamp(task.finishMs)},
+                    {"confirmTime", timeText(task.confirmMs)},
+                    {"submitTime", timeText(task.submitMs)},
+                    {"finishTime", timeText(task.finishMs)},
                     {"totalSeconds", task.submitMs > 0 ? int((end - task.submitMs) / 1000) : 0},
                     {"succSeconds", int(task.goodMs / 1000)},
                     {"memory", memory > 0 ? QStringLiteral("%1M").arg(memory) : QString()},
@@ -154,7 +154,7 @@ QJsonObject Tasks::resultHead(const Task &task) const
             {"farmId", FarmId},
             {"clientResultRootPath", task.body.value("clientResultRootPath").toString()},
             {"resultRootPathEnum", task.body.value("resultRootPathEnum").toInt()},
-            {"createTime", stamp(task.confirmMs)}};
+            {"createTime", timeText(task.confirmMs)}};
 }
 
 // All that the order said, with what has become of it, and the choices in the form that a new analysis keeps them.

@@ -61,7 +61,7 @@ QString frameText(QList<int> numbers)
     return words.join(QLatin1Char(','));
 }
 
-QString stamp(qint64 ms)
+QString timeText(qint64 ms)
 {
     return ms > 0 ? QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss")) : QString();
 }

@@ -159,6 +159,6 @@ private:
     int m_next = 1;
 };
 
-QString stamp(qint64 ms); // "yyyy-MM-dd HH:mm:ss"; empty for 0
+QString timeText(qint64 ms); // "yyyy-MM-dd HH:mm:ss"; empty for 0
 
 } // namespace farm
