@@ -6,6 +6,7 @@
 #include "FileServer.h"
 #include "ObjectStore.h"
 #include "Rest.h"
+#include "tasks/Filled.h"
 #include "tasks/Renderer.h"
 #include "tasks/TaskDesk.h"
 #include "tasks/Tasks.h"
@@ -96,6 +97,8 @@ bool Core::open(QString *error)
     if (!business->listen(options.businessPort, error) || !rest->listen(options.httpPort, error) ||
         !files->listen(options.filePort, error))
         return false;
+    if (options.filled && tasks->all().isEmpty())
+        fillTasks(*this);
     renderer->wake();
     return true;
 }

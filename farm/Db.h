@@ -26,12 +26,20 @@ public:
     QString meta(const QString &key);
     bool setMeta(const QString &key, const QString &value);
 
-    // Begins at construction, commits at destruction.
+    // Begins at construction, commits at destruction; one within another belongs to the outer one.
     class Batch
     {
     public:
-        explicit Batch(Db &db) : m_db(db) { m_db.m_db.transaction(); }
-        ~Batch() { m_db.m_db.commit(); }
+        explicit Batch(Db &db) : m_db(db)
+        {
+            if (m_db.m_batches++ == 0)
+                m_db.m_db.transaction();
+        }
+        ~Batch()
+        {
+            if (--m_db.m_batches == 0)
+                m_db.m_db.commit();
+        }
 
     private:
         Db &m_db;
@@ -43,6 +51,7 @@ private:
     bool openOnce(const QString &path, QString *error);
     QSqlDatabase m_db;
     QString m_name;
+    int m_batches = 0;
     QHash<QString, QSqlQuery> m_prepared;
 };
 

@@ -7,6 +7,7 @@
 #include "drive/DriveAnalysis.h"
 #include "FileServer.h"
 #include "Rest.h"
+#include "tasks/Filled.h"
 #include "tasks/Renderer.h"
 #include "tasks/Tasks.h"
 #include <future>
@@ -210,6 +211,11 @@ void Farm::setBalance(double balance)
 void Farm::rotateTokens()
 {
     tell([](Core &core) { core.account->rotateTokens(); });
+}
+
+void Farm::fillTasks()
+{
+    tell([](farm::Core &core) { farm::fillTasks(core); });
 }
 
 void Farm::addProjects(const QStringList &names)

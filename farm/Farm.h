@@ -133,6 +133,7 @@ public:
     void setBalance(double balance);
     void rotateTokens(); // access and transfer tokens given so far are no longer good
     void addNotice(const QString &content);
+    void fillTasks(); // invented tasks in every state
     // As another client of the account does it.
     void addProjects(const QStringList &names);
     void removeProject(int id);

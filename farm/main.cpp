@@ -75,6 +75,13 @@ int main(int argc, char **argv)
     option("frames-per-second", QStringLiteral("Frames that the farm renders a second [4]; 0: as fast as it can."),
            "N");
     option("render-threads", QStringLiteral("Frames rendered at once [2]."), "N");
+    option("frame-seconds", QStringLiteral("A frame takes at least that long, and its log grows meanwhile [0]."),
+           "SECONDS");
+    option("confirm-hours", QStringLiteral("A task that waits after its priority frames is cancelled then [24]."),
+           "HOURS");
+    option("second-user", QStringLiteral("Sub-account that tasks can be handed to, with the same password [demo2]."),
+           "NAME");
+    option("filled", QStringLiteral("An empty folder gets invented tasks in every state."));
     option("max-width", QStringLiteral("Wider frames are scaled down to this [1920]."), "PIXELS");
     option("render-command",
            QStringLiteral(
@@ -116,6 +123,7 @@ int main(int argc, char **argv)
     text("address", &options.address);
     text("user", &options.user);
     text("password", &options.password);
+    text("second-user", &options.secondUser);
     text("client-version", &options.version);
     text("object-store", &options.objectStore);
     text("feed", &options.feedDir);
@@ -131,8 +139,14 @@ int main(int argc, char **argv)
     options.dir = QDir(options.dir).absolutePath();
     options.autoLogin = parser.isSet(QStringLiteral("auto-login"));
     options.autoSubmit = parser.isSet(QStringLiteral("auto-submit"));
-    if (parser.isSet(QStringLiteral("frames-per-second")))
-        options.framesPerSecond = parser.value(QStringLiteral("frames-per-second")).toDouble();
+    options.filled = parser.isSet(QStringLiteral("filled"));
+    const auto real = [&parser](const char *name, double *value) {
+        if (parser.isSet(QLatin1String(name)))
+            *value = qMax(0.0, parser.value(QLatin1String(name)).toDouble());
+    };
+    real("frames-per-second", &options.framesPerSecond);
+    real("frame-seconds", &options.frameSeconds);
+    real("confirm-hours", &options.confirmHours);
     for (const QString &one : parser.values(QStringLiteral("render-command")))
         options.renderCommands.insert(one.section(QLatin1Char('='), 0, 0).toInt(), one.section(QLatin1Char('='), 1));
     options.faults = parser.values(QStringLiteral("fault"));

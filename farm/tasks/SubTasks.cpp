@@ -205,10 +205,11 @@ void Tasks::addLightCache(Task &task)
         if (given.toVariant().toInt() > 0)
             own.insert(QString::fromLatin1(side).toLower(), given);
     }
+    const QString num = freeNumber();
     const int id = m_next++;
     Task &cache = m_tasks[id];
     cache.id = id;
-    cache.num = freeNumber();
+    cache.num = num;
     cache.user = task.user;
     cache.name = task.name;
     cache.projectName = task.projectName;
@@ -286,6 +287,17 @@ void Tasks::frameEnded(Task &task, int index, int state, qint64 size, const QStr
     keepFrame(task, index);
     if (frame.kind == BlockOfFrame)
         settleBlocks(task, frame.parent);
+}
+
+void Tasks::frameWas(Task &task, int index, qint64 startedMs, qint64 endedMs, int memoryMb)
+{
+    TaskFrame &one = task.frames[index];
+    if (Task::stands(one) && one.state == FrameDone)
+        task.goodMs += (endedMs - startedMs) - (one.endedMs - one.startedMs);
+    one.startedMs = startedMs;
+    one.endedMs = endedMs;
+    one.memoryMb = qMax(one.memoryMb, memoryMb);
+    keepFrame(task, index);
 }
 
 // While a piece runs the frame runs; once none runs or waits, it ends as its pieces did, but for one that is whole:

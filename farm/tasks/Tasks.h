@@ -115,6 +115,7 @@ public:
     void frameStarted(Task &task, int index, const QString &node);
     void frameWaits(Task &task, int index);
     void frameEnded(Task &task, int index, int state, qint64 size = 0, const QString &hash = {});
+    void frameWas(Task &task, int index, qint64 startedMs, qint64 endedMs, int memoryMb); // of one that has ended
     int append(Task &task, const TaskFrame &frame); // its place
     void replace(Task &task, int index);            // another one stands for it now
     int resetFailed(Task &task);                    // how many frames wait again

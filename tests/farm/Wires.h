@@ -195,7 +195,7 @@ public:
         wire = std::make_unique<BusinessWire>(ports);
         session = wire->ask(10308, {{"thirdParty", 0}}).object().value("token").toString();
         const QJsonObject answer =
-            get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}})).object();
+            get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", user}, {"password", "demo"}})).object();
         auth = answer.value("token").toString();
         const Reply confirmed = wire->ask(10309, {});
         wire->ask(10306, {}); // ready for pushes
@@ -242,6 +242,7 @@ public:
     Farm farm;
     FarmPorts ports; // of this farm, or of a program that a test has started
     std::unique_ptr<BusinessWire> wire;
+    QString user = QStringLiteral("demo");
     QString session, auth, access;
     QByteArray token;
     QJsonObject lastOrder;

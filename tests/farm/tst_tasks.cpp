@@ -234,6 +234,160 @@ private slots:
         QCOMPARE(log(bench, where, 0, &code), QByteArray());
         QCOMPARE(code, 7010007);
     }
+
+    // A Max order with a light cache of its own: that goes first, is steered with it, and stays on the farm.
+    void lightCache()
+    {
+        Bench bench(fast());
+        bench.farm.faults().set("hold-render", "1");
+        bench.login();
+        const QJsonObject model{{"width", 64}, {"height", 36},  {"frames", "1-6"}, {"cameras", QJsonArray{"C"}},  {"vrMode", 4},
+                                {"giStep", 3}, {"giWidth", 32}, {"giHeight", 18},  {"elements", QJsonArray{"GI"}}};
+        const int task = rendering(bench, model, {{"softwareType", 3}});
+        const QJsonObject row = head(bench, task);
+        const int cache = row.value("GZ_ID").toInt();
+        QCOMPARE(row.value("identity").toString(), QString("MAIN"));
+        QCOMPARE(head(bench, cache).value("identity").toString(), QString("GZ"));
+        QCOMPARE(bench.wire->ask(10430, {{"missionId", cache}, {"pauseRender", 1}}).val, 1043000);
+        QCOMPARE(bench.farm.order(task).status, 3);
+        bench.farm.faults().clear();
+        QCOMPARE(bench.wire->ask(10429, {{"missionId", task}}).val, 1042900);
+        QTRY_COMPARE(bench.farm.order(task).status, 2);
+        const QJsonArray parts = frames(bench, cache);
+        QCOMPARE(list(parts, "frame_from"), QString("1,4,1"));
+        QCOMPARE(list(parts, "type"), QString("100,100,101"));
+        QVERIFY(parts.last().toObject().value("end_time").toString() <=
+                frames(bench, task).first().toObject().value("start_time").toString());
+        QCOMPARE(QImage(bench.farm.results(cache).last().file).size(), QSize(32, 18));
+        const Reply push = bench.wire->push(10413);
+        QCOMPARE(push.object().value("missionId").toInt(), task); // and none of the light cache
+        const QJsonObject first = frames(bench, task).first().toObject();
+        QCOMPARE(ask(bench, 10402, {{"missionId", task}, {"status", -1}, {"page", 0}}, 1040200).value("picCount").toInt(), 2);
+        const QString all =
+            ask(bench, 10407, {{"missionId", task}, {"subjobId", first.value("id")}, {"newVer", 0}}, 1040700).value("url").toString();
+        const auto picture = [&](const QString &url) {
+            return QImage::fromData(bench.get(url.mid(url.indexOf("/preview")).toLatin1()).body);
+        };
+        QCOMPARE(picture(all).size(), QSize(64, 36));
+        QVERIFY(picture(QString(all).replace("-0-", "-1-")).isNull()); // another link than the one given
+        const QString pass =
+            ask(bench, 10801, {{"missionId", task}, {"subjobId", first.value("id")}, {"picIndex", 1}}, 1080100).value("url").toString();
+        QVERIFY(picture(pass).allGray());
+        QCOMPARE(bench.wire->ask(10801, {{"missionId", task}, {"subjobId", first.value("id")}, {"picIndex", 2}}).val, 1080102);
+    }
+
+    // A task goes to the sub-account with its results, and out of its sight come those of others.
+    void handover()
+    {
+        Bench bench(fast());
+        bench.farm.faults().set("hold-render", "1");
+        bench.login();
+        const int given = rendering(bench, "1-2"), kept = rendering(bench, "1-2", {}, 2);
+        const QJsonObject other = ask(bench, 10307, {}, 1030700).value("rows").toArray().first().toObject();
+        QCOMPARE(other.value("name").toString(), QString("demo2"));
+        QCOMPARE(bench.wire->ask(10423, {{"missionIds", "7"}, {"handoverUserId", other.value("id")}}).val, 1042301);
+        QCOMPARE(ask(bench, 10423, {{"missionIds", QStringLiteral("%1,7").arg(given)}, {"handoverUserId", other.value("id")}}, 1042300)
+                     .value("moved")
+                     .toInt(),
+                 1);
+        QCOMPARE(head(bench, given).value("username").toString(), QString("demo2"));
+        auto master = std::move(bench.wire);
+        bench.user = "demo2";
+        QCOMPARE(bench.login().object().value("userId"), other.value("id"));
+        const QJsonArray rows = ask(bench, 10427, {{"name", ""}, {"pageCount", 20}, {"page", 0}}, 1042700).value("pageList").toArray();
+        QCOMPARE(list(rows, "id"), QString::number(given));
+        QCOMPARE(bench.wire->ask(10401, {{"missionId", kept}}).val, 1040101);
+        bench.farm.faults().clear();
+        QTRY_COMPARE(bench.farm.order(given).status, 2);
+        QCOMPARE(bench.wire->push(10413).object().value("missionId").toInt(), given);
+        QCOMPARE(master->push(10413).object().value("missionId").toInt(), kept); // each hears of its own alone
+    }
+
+    // Nobody says a word after the priority frames; a node is lost; a machine is changed; frames fail by chance, alike each time.
+    void accidents()
+    {
+        FarmOptions options = fast(1);
+        options.confirmHours = 0.5 / 3600;
+        Bench bench(options);
+        bench.farm.faults().set("node-vanish", "300@1");
+        bench.login();
+        const int late = rendering(bench, "1-3", {{"keyFrames", "1"}, {"strategy", 0}});
+        QCOMPARE(bench.wire->push(10412).object().value("remainHour").toInt(), 1);
+        QTRY_COMPARE(bench.farm.order(late).result, 3);
+        QCOMPARE(bench.farm.order(late).framesDone, 1);
+        QCOMPARE(frames(bench, late).first().toObject().value("tries").toInt(), 2);
+        QCOMPARE(bench.wire->ask(10429, {{"missionId", late}}).val, 1042904);
+        bench.farm.faults().set("fail-chance", "40");
+        const int first = rendering(bench, "1-20", {}, 2);
+        QTRY_COMPARE(bench.farm.order(first).status, 2);
+        const int failed = bench.farm.order(first).framesFailed;
+        QVERIFY2(failed > 2 && failed < 15, qPrintable(QString::number(failed)));
+        bench.farm.faults().set("hold-render", "1");
+        const int task = rendering(bench, "1", {}, 3);
+        QJsonObject change{
+            {"missionId", task}, {"machineModel", "m"}, {"clientId", 1}, {"software", "Terragen 4.5"}, {"plugins", QJsonArray()}};
+        QCOMPARE(bench.wire->ask(10426, change).val, 1042600);
+        change.insert("machineModel", "local-gpu");
+        QCOMPARE(bench.wire->ask(10426, change).val, 1042601);
+        change.insert("software", "Terragen 4.6");
+        QCOMPARE(bench.wire->ask(10426, change).val, 1042606);
+        change.insert("machineModel", "none");
+        QCOMPARE(bench.wire->ask(10426, change).val, 1042603);
+        bench.restart();
+        bench.login();
+        QCOMPARE(head(bench, task).value("software").toString(), QString("Terragen 4.6"));
+        QCOMPARE(head(bench, task).value("machine").toObject().value("machineModel").toString(), QString("local-gpu"));
+    }
+
+    void queue()
+    {
+        Bench bench(fast());
+        bench.farm.faults().set("hold-render", "1");
+        bench.login();
+        for (int i = 1; i < 6; ++i)
+            rendering(bench, "1", {}, i);
+        const auto move = [&](const QJsonArray &from, int to, bool after) {
+            bench.wire->ask(10419, {{"farmId", 1}, {"job_ids_from", from}, {"job_id_to", to}, {"insert_after_position", after}});
+            return list(bench.wire->ask(10420, {{"farmId", 1}}).object().value("rows").toArray(), "jobId");
+        };
+        QCOMPARE(move({"4", "2"}, 1, false), QString("2,4,1,3,5"));
+        QCOMPARE(move({"2"}, 4, true), QString("4,2,1,3,5"));
+        QCOMPARE(move({"4", "2"}, 5, true), QString("1,3,5,4,2"));
+        QCOMPARE(move({"9"}, 5, true), QString("1,3,5,4,2"));
+        bench.restart();
+        bench.login();
+        bench.farm.faults().clear();
+        QTRY_COMPARE(bench.farm.order(2).status, 2);
+        QStringList over;
+        for (const QString &one : bench.farm.events())
+            if (one.startsWith("rendering"))
+                over += one.section(QLatin1Char(' '), 1, 1).remove(QLatin1Char(','));
+        QCOMPARE(over.join(QLatin1Char(',')), QString("1,3,5,4,2"));
+    }
+
+    void filled()
+    {
+        FarmOptions options = fast();
+        options.filled = true;
+        Bench bench(options);
+        bench.farm.faults().set("hold-render", "1");
+        bench.login();
+        const QJsonObject body{{"name", ""}, {"pageCount", 20}, {"page", 0}};
+        QJsonArray rows = ask(bench, 10427, body, 1042700).value("pageList").toArray();
+        QSet<QString> states;
+        for (const QJsonValue &one : qAsConst(rows))
+            states += QStringLiteral("%1 %2").arg(one.toObject().value("stage").toInt()).arg(one.toObject().value("status").toInt());
+        QVERIFY2(rows.size() >= 12 && states.size() >= 5, qPrintable(QStringLiteral("%1 rows").arg(rows.size())));
+        for (const QJsonValue &one : qAsConst(rows)) {
+            const int id = one.toObject().value("id").toInt();
+            for (const FarmResult &result : bench.farm.results(id))
+                QVERIFY2(QFile::exists(result.file) && result.size > 0, qPrintable(result.file));
+            QCOMPARE(bench.farm.results(id).size(), one.toObject().value("successFrame").toInt());
+        }
+        const int before = bench.farm.orders().size();
+        bench.restart(); // a folder that has something isn't filled
+        QCOMPARE(bench.farm.orders().size(), before);
+    }
 };
 
 VN_TEST(TestTasks)
