@@ -116,11 +116,11 @@ public:
     void frameWaits(Task &task, int index);
     void frameEnded(Task &task, int index, int state, qint64 size = 0, const QString &hash = {});
     void frameWas(Task &task, int index, qint64 startedMs, qint64 endedMs, int memoryMb); // of one that has ended
-    int append(Task &task, const TaskFrame &frame); // its place
-    void replace(Task &task, int index);            // another one stands for it now
-    int resetFailed(Task &task);                    // how many frames wait again
-    void settleBlocks(Task &task, int frame);       // the frame's state from those of its pieces
-    QVector<int> listed(const Task &task) const;    // frames, each followed by its renders again; without blocks
+    int append(Task &task, const TaskFrame &frame);                                       // its place
+    void replace(Task &task, int index);         // another one stands for it now
+    int resetFailed(Task &task);                 // how many frames wait again
+    void settleBlocks(Task &task, int frame);    // the frame's state from those of its pieces
+    QVector<int> listed(const Task &task) const; // frames, each followed by its renders again; without blocks
 
     void note(const Task &task, int user, const QString &what); // what somebody did to it
     QJsonArray notes(const Task &task) const;                   // oldest first
