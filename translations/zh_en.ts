@@ -4793,4 +4793,181 @@ Save it to %3?</translation>
         <translation>The farm tells nothing before an order (%1)</translation>
     </message>
 </context>
+<context>
+    <name>CloudAnalysis</name>
+    <message>
+        <source>您还没有解析文件的权限，请联系您的母账号开通！</source>
+        <translation>You have no right to analyse files. Ask your main account for it!</translation>
+    </message>
+    <message>
+        <source>农场不支持解析此类文件，没有提交：
+%1</source>
+        <translation>The farm can't analyse files of this kind, they were not sent:
+%1</translation>
+    </message>
+    <message>
+        <source>解析队列尚未就绪，请稍后重试</source>
+        <translation>The analysis queue is not ready yet, please try again later</translation>
+    </message>
+    <message>
+        <source>%1参数设置</source>
+        <translation>%1 parameters</translation>
+    </message>
+    <message>
+        <source>您还没有参数设置的权限！</source>
+        <translation>You are not allowed to set parameters!</translation>
+    </message>
+</context>
+<context>
+    <name>MDW</name>
+    <message>
+        <source>点击输入</source>
+        <translation>Click to type</translation>
+    </message>
+</context>
+<context>
+    <name>MayaD</name>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+</context>
+<context>
+    <name>ResolveD</name>
+    <message>
+        <source>解析提交</source>
+        <translation>Submit scenes</translation>
+    </message>
+    <message>
+        <source>文件名称</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>软件</source>
+        <translation>Software</translation>
+    </message>
+    <message>
+        <source>开始解析时间</source>
+        <translation>Analysis started</translation>
+    </message>
+    <message>
+        <source>结束时间</source>
+        <translation>Ended</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>云盘解析列表</source>
+        <translation>Analyses on the drive</translation>
+    </message>
+    <message>
+        <source>暂时没有解析记录呢</source>
+        <translation>No scenes yet</translation>
+    </message>
+    <message>
+        <source>在云盘中选择场景文件，点击“解析”</source>
+        <translation>Choose scene files on the drive and click “Analyse”</translation>
+    </message>
+    <message>
+        <source>搜索文件名称</source>
+        <translation>Search by file name</translation>
+    </message>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>参数设置</source>
+        <translation>Parameters</translation>
+    </message>
+    <message>
+        <source>重新解析</source>
+        <translation>Analyse again</translation>
+    </message>
+    <message>
+        <source>重新提交</source>
+        <translation>Submit again</translation>
+    </message>
+    <message>
+        <source>删除任务</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>确定删除“%1”的解析记录吗？云盘里的文件不会删除。</source>
+        <translation>Delete the analysis of “%1”? The file on the drive stays.</translation>
+    </message>
+    <message>
+        <source>确定删除选中的 %1 条解析记录吗？云盘里的文件不会删除。</source>
+        <translation>Delete the %1 selected analyses? The files on the drive stay.</translation>
+    </message>
+    <message>
+        <source>您还没有提交渲染的权限，请联系您的母账号开通！</source>
+        <translation>You are not allowed to submit renders, please ask the owner of your account!</translation>
+    </message>
+    <message>
+        <source>这类场景没有可以设置的参数</source>
+        <translation>Scenes of this kind have no parameters to set</translation>
+    </message>
+</context>
+<context>
+    <name>SubmitMayaD</name>
+    <message>
+        <source>提交渲染</source>
+        <translation>Submit</translation>
+    </message>
+    <message>
+        <source>帧</source>
+        <translation>Frame</translation>
+    </message>
+    <message>
+        <source>“%1”的帧</source>
+        <translation>Frames of “%1”</translation>
+    </message>
+    <message>
+        <source>帧序列</source>
+        <translation>Frames</translation>
+    </message>
+    <message>
+        <source>优先帧</source>
+        <translation>Priority frames</translation>
+    </message>
+    <message>
+        <source>可留空</source>
+        <translation>May stay empty</translation>
+    </message>
+    <message>
+        <source>之后</source>
+        <translation>Then</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，自动开始渲染</source>
+        <translation>Go on by itself</translation>
+    </message>
+    <message>
+        <source>优先帧渲染完成后，等待手动开始渲染</source>
+        <translation>Wait until I start it</translation>
+    </message>
+    <message>
+        <source>&quot;%1&quot;的帧序列不能为空！</source>
+        <translation>The frames of &quot;%1&quot; must not be empty!</translation>
+    </message>
+    <message>
+        <source>正在保存…</source>
+        <translation>Saving…</translation>
+    </message>
+    <message>
+        <source>解析数据格式错误</source>
+        <translation>The analysis data is damaged</translation>
+    </message>
+    <message>
+        <source>解析队列尚未就绪，请稍后重试</source>
+        <translation>The analysis queue is not ready yet, please try again later</translation>
+    </message>
+</context>
 </TS>

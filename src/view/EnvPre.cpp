@@ -29,7 +29,13 @@ QString projectName(const QJsonObject &obj) { return obj.value(QLatin1String("na
 } // namespace
 
 EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent)
-    : DialogFrame(QStringLiteral("EnvPre"), tr("提交%1文件").arg(SoftwareType::name(softwareType)), parent)
+    : EnvPre(softwareType, scenes, balance, parent, Kind())
+{
+}
+
+EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent, const Kind &kind)
+    : DialogFrame(QStringLiteral("EnvPre"), tr("提交%1文件").arg(SoftwareType::name(softwareType)), parent),
+      m_local(kind.local)
 {
     m_chosen.softwareType = softwareType;
     m_chosen.scenes = scenes;
@@ -46,7 +52,7 @@ EnvPre::EnvPre(int softwareType, const QStringList &scenes, double balance, QWid
     m_edit = new QPushButton(tr("编辑环境"), this);
     connect(m_edit, &QPushButton::clicked, this, &EnvPre::edit);
     addToRow(m_edit);
-    m_ok = addButton(tr("开始解析"), Primary, [this] { accept(); });
+    m_ok = addButton(kind.accept.isEmpty() ? tr("开始解析") : kind.accept, Primary, [this] { accept(); });
     addButton(tr("取消"), Close);
     askProjects();
 }
@@ -55,7 +61,7 @@ void EnvPre::makeForm()
 {
     QVector<Field> fields{Field::shown(Scenes, tr("场景")), Field::choice(Project, tr("项目")),
                           Field::choice(Env, tr("环境")), Field::choice(Machine, tr("机型"))};
-    if (m_chosen.softwareType == SoftwareType::Maya)
+    if (m_local && m_chosen.softwareType == SoftwareType::Maya)
         fields << Field::folder(MayaPath, tr("工程路径"));
     m_form = new Form(fields, this);
     m_form->setMinimumWidth(FormWidth);

@@ -23,6 +23,16 @@ public slots:
     void refreshEnvPre(int projectId); // lists have changed; 0: no certain project is meant
     void refreshResultDir(const QString &dir, const QString &projectPath);
 
+protected:
+    struct Kind {
+        bool local = true; // the scenes lie on this machine
+        QString accept;    // of the button; empty: "开始解析"
+    };
+    EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent, const Kind &kind);
+    virtual void insert(); // all is chosen
+    void remember() const;
+    EnvChoice::Chosen m_chosen;
+
 private:
     void makeForm();
     void chosen(const QString &key);
@@ -40,12 +50,10 @@ private:
     QJsonArray environments() const { return m_chosen.config.value(QLatin1String("combos")).toArray(); }
     QJsonObject project() const;
     void accept();
-    void insert();
-    void remember() const;
     void create();
     void edit();
 
-    EnvChoice::Chosen m_chosen;
+    const bool m_local;
     QJsonArray m_projects, m_machines;
     QString m_projectWish, m_envWish, m_machineWish; // the last ones used, then those chosen here
     QString m_workPath;                              // as filled in, not typed

@@ -3,10 +3,12 @@
 #include "common/ui/Background.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
+#include "db/CloudCalls.h"
 #include "db/DoneDAO.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
+#include "resolve/cloud/CloudScan.h"
 #include "resolve/ResolveScan.h"
 #include "transfer/TransScan.h"
 #include <memory>
@@ -19,6 +21,7 @@ namespace
 constexpr QThread::Priority Priority = QThread::InheritPriority;
 TransScan *up = nullptr, *down = nullptr;
 ResolveScan *analysis = nullptr;
+CloudScan *cloud = nullptr;
 bool on = false;
 int generation = 0; // a start that was overtaken by a stop starts nothing
 
@@ -41,6 +44,7 @@ void drain()
 {
     const auto done = std::make_shared<QSemaphore>();
     int asked = Seam<ResolveCalls>::post([done](ResolveCalls &) { done->release(); }) ? 1 : 0;
+    asked += Seam<CloudCalls>::post([done](CloudCalls &) { done->release(); }) ? 1 : 0;
     asked += Seam<DownCalls>::post([done](DownCalls &) { done->release(); }) ? 1 : 0;
     if (!done->tryAcquire(asked, DrainMs))
         qWarning().noquote() << "drain: a queue is busy, what was asked of it last may be lost";
@@ -72,6 +76,8 @@ void SessionTimer::start(QObject *guard, std::function<void()> ready)
             down->start(Priority);
             analysis = new ResolveScan;
             analysis->start(Priority);
+            cloud = new CloudScan;
+            cloud->start(Priority);
             ready();
         });
 }
@@ -87,6 +93,7 @@ void SessionTimer::stop()
     end(up);
     end(down);
     end(analysis);
+    end(cloud);
     Background::post([] {
         ResolveDAO::instance()->releaseResolve();
         DoneDAO::instance()->close();

@@ -12,6 +12,7 @@
 #include "view/render/CanshuItem.h"
 #include "view/render/KeyFrameItem.h"
 #include <QFileInfo>
+#include <QPushButton>
 #include <QScrollArea>
 
 namespace
@@ -35,13 +36,17 @@ ParameterDialog::ParameterDialog(const Plan &plan, const db_resolve &res, QWidge
 {
     setHeading(QFileInfo(res.lpath).fileName(), res.lpath);
     m_columns->setSpacing(Metrics::Margin);
+    m_target.read = [](qlonglong rkey) { return ResolveDAO::instance()->read(rkey); };
+    m_target.send = [](const db_resolve &row) {
+        return Seam<ResolveCalls>::post([row](ResolveCalls &queue) { queue.saveDataSet(row); });
+    };
     content()->addLayout(m_columns, 1);
     makeLists(plan);
     makeFields(plan);
     m_sum->setObjectName(QStringLiteral("quiet"));
     m_sum->setAccessibleName(tr("合计"));
     addToRow(m_sum);
-    addButton(tr("保存并提交"), Primary, [this] { accept(); });
+    m_save = addButton(tr("保存并提交"), Primary, [this] { accept(); });
     addButton(tr("取消"), Close);
     setWanted({Metrics::LeastWidth - 2 * Metrics::Margin, 640});
     connect(m_summing, &Debounce::debout, this, &ParameterDialog::sum);
@@ -51,6 +56,13 @@ ParameterDialog::ParameterDialog(const Plan &plan, const db_resolve &res, QWidge
     m_keys->show(m_sheet.task, m_sheet.keyFrames());
     showOutput();
     sum();
+}
+
+void ParameterDialog::setTarget(const Target &target)
+{
+    m_target = target;
+    if (!target.button.isEmpty())
+        m_save->setText(target.button);
 }
 
 void ParameterDialog::makeLists(const Plan &plan)
@@ -249,9 +261,9 @@ void ParameterDialog::save()
     };
     Background::run(
         this,
-        [before = m_res, sheet = m_sheet, config = CommonConfig::get()] {
+        [before = m_res, sheet = m_sheet, config = CommonConfig::get(), read = m_target.read] {
             Done done{before, {}};
-            const db_resolve now = before.rkey ? ResolveDAO::instance()->read(before.rkey) : before;
+            const db_resolve now = before.rkey ? read(before.rkey) : before;
             if (before.rkey && !SceneState::possible(SceneState::Act::EditParameters, now.state)) {
                 done.message = tr("任务已提交或已删除，参数没有保存");
                 return done;
@@ -263,9 +275,7 @@ void ParameterDialog::save()
         [this](const Done &done) {
             setBusy(false);
             QString message = done.message;
-            const bool sent = message.isEmpty() && Seam<ResolveCalls>::post([res = done.res](ResolveCalls &queue) {
-                                  queue.saveDataSet(res);
-                              });
+            const bool sent = message.isEmpty() && m_target.send(done.res);
             if (!sent && message.isEmpty())
                 message = tr("解析队列没有运行，参数没有保存，请稍后再试");
             if (!sent) {

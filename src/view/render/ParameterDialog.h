@@ -20,6 +20,14 @@ public:
     static ParameterDialog *make(const db_resolve &res, QWidget *parent);
     const ParameterSheet &sheet() const { return m_sheet; }
 
+    // Where the row stands and where it goes; at first the store and the queue of local scenes.
+    struct Target {
+        std::function<db_resolve(qlonglong rkey)> read; // off the window's thread
+        std::function<bool(const db_resolve &res)> send; // false: nobody is there to take it
+        QString button;                                  // empty: "保存并提交"
+    };
+    void setTarget(const Target &target);
+
 signals:
     void saved(qlonglong rkey); // the row goes on to the analysis queue
 
@@ -52,6 +60,8 @@ private:
     void save();
 
     db_resolve m_res;
+    Target m_target;
+    QPushButton *m_save;
     QHBoxLayout *m_columns;
     TickList *m_outputs = nullptr, *m_cameras = nullptr;
     CanshuItem *m_item = nullptr;
