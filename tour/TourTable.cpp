@@ -4,7 +4,11 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "db/ResolveDAO.h"
+#include "resolve/cloud/CloudModel.h"
 #include "view/DownCover.h"
+#include "view/driver/cloud/MayaD.h"
+#include "view/driver/cloud/MDW.h"
+#include "view/driver/cloud/SubmitMayaD.h"
 #include "view/EnvPre.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
@@ -16,6 +20,9 @@
 #include "view/ShortCuts.h"
 #include "view/Transfer.h"
 #include <QApplication>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QMenu>
 #include <QPushButton>
 #include <QTimer>
@@ -95,6 +102,25 @@ ResolvePri *priorities(int type, int count, QWidget *window)
     return dialog;
 }
 
+// As a farm's analysis leaves it.
+db_resolve analysed(int layers)
+{
+    QJsonArray list;
+    for (int i = 0; i < layers; ++i)
+        list.append(QJsonObject{{"layer", i == 1 ? Stage::longName(i) : QStringLiteral("layer_%1").arg(i)},
+                                {"frames", QStringLiteral("1-250")},
+                                {"reslution", QJsonArray{1920, 1080}},
+                                {"cameras", QJsonArray{QStringLiteral("persp"), QStringLiteral("shot_cam")}}});
+    db_resolve res;
+    res.rkey = 1;
+    res.state = SceneState::Clean;
+    res.filetype = 1;
+    res.lpath = QStringLiteral("D/projects/valley/scenes/") + Stage::longName(3) + QStringLiteral("shot.ma");
+    const QJsonObject rdata{{"modelParameters", QJsonObject{{"layers", list}}}};
+    res.rdata = QString::fromUtf8(QJsonDocument(rdata).toJson(QJsonDocument::Compact));
+    return CloudModel::opened(res);
+}
+
 EnvPre *env(int software, int count, QWidget *window)
 {
     QStringList files;
@@ -124,6 +150,13 @@ const QList<TourStop> &tourTable()
         dialog("SceneInfo", over([](Stage &s, QWidget *w) { return new SceneInfo(s.scene(SceneState::Clean), w); })),
         dialog("DownCover", over([](Stage &, QWidget *w) {
                    return new DownCover(7, Stage::longName(7), QStringLiteral("1-250, 300"), w);
+               })),
+        dialog("MayaD", over([](Stage &, QWidget *w) { return new MayaD(analysed(30), w); })),
+        dialog("SubmitMayaD", over([](Stage &, QWidget *w) { return new SubmitMayaD(analysed(2), 10, w); })),
+        dialog("MDW", over([](Stage &, QWidget *w) {
+                   auto *submit = new SubmitMayaD(analysed(30), 10, w);
+                   QTimer::singleShot(300, submit, [submit] { submit->cells().first()->showEdit(); });
+                   return submit;
                })),
         dialog("ShortCuts",
                [](Stage &s) {

@@ -70,9 +70,9 @@ void ParameterDialog::makeLists(const Plan &plan)
     auto *left = new QVBoxLayout;
     m_columns->addLayout(left, 3);
     if (!plan.outputs.isEmpty()) {
-        QVector<TickList::Head> heads{{plan.outputs, 0}, {tr("帧"), 100}};
+        QVector<TickList::Head> heads{{plan.outputs, 0}, {tr("帧"), 84}};
         if (plan.sized)
-            heads.append({tr("分辨率"), 100});
+            heads.append({tr("分辨率"), 92});
         m_outputs = new TickList(QStringLiteral("outputs"), plan.outputs, heads, this);
         m_outputs->setMinimumHeight(LeastList);
         left->addWidget(m_outputs, 3);

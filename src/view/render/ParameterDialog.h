@@ -22,7 +22,7 @@ public:
 
     // Where the row stands and where it goes; at first the store and the queue of local scenes.
     struct Target {
-        std::function<db_resolve(qlonglong rkey)> read; // off the window's thread
+        std::function<db_resolve(qlonglong rkey)> read;  // off the window's thread
         std::function<bool(const db_resolve &res)> send; // false: nobody is there to take it
         QString button;                                  // empty: "保存并提交"
     };
