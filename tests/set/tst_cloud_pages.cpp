@@ -3,11 +3,15 @@
 #include "common/ui/Background.h"
 #include "common/ui/kit/FrameEdit.h"
 #include "common/ui/kit/TablePage.h"
+#include "db/DoneDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/ResolveDDAO.h"
+#include "db/UploadDAO.h"
 #include "FarmRig.h"
 #include "resolve/cloud/CloudQueue.h"
+#include "resolve/ResolveHandler.h"
 #include "support/TestMain.h"
+#include "transfer/TransScan.h"
 #include "view/driver/cloud/CloudAnalysis.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/MDW.h"
@@ -42,9 +46,11 @@ private slots:
         CommonConfig::fromJson({});
         rig.farm.stop();
         rig.options.analysisStepMs = 5;
+        rig.options.framesPerSecond = 0;
         QVERIFY(rig.farm.start(rig.options) && rig.login());
         NetWork::instance()->forgetDrives();
-        QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()) && ResolveDDAO::instance()->open(UserInfo::userDir()));
+        QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()) && ResolveDDAO::instance()->open(UserInfo::userDir()) &&
+                UploadDAO::instance()->open(UserInfo::userDir()) && DoneDAO::instance()->open(UserInfo::userDir()));
         Session::setLive(true);
         CloudQueue queue;
         queue.start(10);
@@ -93,17 +99,31 @@ private slots:
         QTest::keyClick(edit, Qt::Key_Return);
         QVERIFY(!edit->isVisible());
         QVERIFY(type(submit, "keyFrames", "3"));
-        submit->findChildren<QRadioButton *>().last()->click();
+        submit->findChildren<QRadioButton *>().first()->click(); // then go on by itself
         QVERIFY(press(submit, SubmitMayaD::tr("提交渲染")));
         QTRY_COMPARE(ResolveDAO::instance()->readAll().size(), 1);
         QCOMPARE(row().state, int(SceneState::Committed));
         const db_resolve order = ResolveDAO::instance()->readWithPara(ResolveDAO::instance()->readAll().first().rkey);
         QCOMPARE(layers(order.rdata).at(0).toObject().value("frames").toString(), QString("2-4"));
         const QJsonObject rdata = QJsonDocument::fromJson(order.rdata.toUtf8()).object();
-        QCOMPARE(rdata.value("strategy").toInt(-1), 0);
+        QCOMPARE(rdata.value("strategy").toInt(-1), 1);
         QCOMPARE(rdata.value("keyFrames").toString(), QString("3"));
         QCOMPARE(order.projectId, 1);
         QTRY_VERIFY(!topLevel<SubmitMayaD>());
+
+        // Nothing is uploaded: the order goes through both queues, and what lies on the drive is rendered.
+        ResolveHandler orders;
+        orders.setTimes({10, 10, 1000, 10000});
+        orders.startScan();
+        TransScan uploads(TransScan::Up);
+        uploads.start();
+        QTRY_COMPARE(row().state, int(SceneState::Submitted));
+        const auto mission = [&rig] { return rig.farm.orders().value(0); };
+        QTRY_VERIFY(mission().framesDone == 6 && mission().status == 2);
+        QCOMPARE(rig.farm.counters().filesReceived, 0);
+        const QStringList results = rig.farm.driveFiles(1, 2).keys();
+        QCOMPARE(results.filter(QRegularExpression("defaultRenderLayer_persp/a\\.000[234]\\.png$")).size(), 3);
+        QCOMPARE(rig.farm.violations(), QStringList());
 
         page.table()->view()->select({QString::number(row().rkey)});
         page.delAct();
@@ -114,6 +134,8 @@ private slots:
         Session::setLive(false);
         ResolveDDAO::instance()->close();
         ResolveDAO::instance()->releaseResolve();
+        UploadDAO::instance()->releaseUp();
+        DoneDAO::instance()->close();
     }
 };
 
