@@ -12,6 +12,7 @@
 #include "resolve/ResolveHandler.h"
 #include "support/TestMain.h"
 #include "transfer/TransScan.h"
+#include "view/AccountFacts.h"
 #include "view/driver/cloud/CloudAnalysis.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/MDW.h"
@@ -54,6 +55,8 @@ private slots:
         Session::setLive(true);
         CloudQueue queue;
         queue.start(10);
+        AccountFacts facts;
+        facts.changeBalance({{"balance", 10}});
         ResolveD page;
         page.resize(900, 400);
         page.show();

@@ -5,6 +5,7 @@
 #include "db/CloudCalls.h"
 #include "resolve/cloud/CloudModel.h"
 #include "resolve/cloud/CloudQueue.h"
+#include "view/AccountFacts.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/SubmitMayaD.h"
 #include <QCoreApplication>
@@ -59,7 +60,7 @@ void CloudAnalysis::openParameters(qlonglong rkey, QWidget *over)
         Seam<CloudCalls>::post([rkey](CloudCalls &queue) { queue.paraSet(rkey); }); // the page opens it
 }
 
-void CloudAnalysis::submit(const db_resolve &res, double balance, QWidget *over)
+void CloudAnalysis::submit(const db_resolve &res, QWidget *over)
 {
-    (new SubmitMayaD(CloudModel::opened(res), balance, over))->open();
+    (new SubmitMayaD(CloudModel::opened(res), AccountFacts::balance(), over))->open();
 }

@@ -19,7 +19,7 @@ struct Told {
 // posted of them.
 Told analyse(int farmId, const QList<Scene> &scenes);
 
-void openParameters(qlonglong rkey, QWidget *over);                // of a record that was analysed
-void submit(const db_resolve &res, double balance, QWidget *over); // asks for project and machine, then orders it
-QString title(int softwareType);                                   // of a record's dialogs
+void openParameters(qlonglong rkey, QWidget *over); // of a record that was analysed
+void submit(const db_resolve &res, QWidget *over);  // asks for project and machine, then orders it
+QString title(int softwareType);                    // of a record's dialogs
 } // namespace CloudAnalysis

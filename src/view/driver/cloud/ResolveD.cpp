@@ -11,6 +11,7 @@
 #include "view/driver/cloud/CloudAnalysis.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/ResolveRows.h"
+#include "view/ResolveWarn.h"
 #include <QAction>
 #include <QDateTime>
 #include <QVBoxLayout>
@@ -269,11 +270,22 @@ void ResolveD::paraSet(db_resolve res)
     if (!canSubmit(res))
         return;
     if (std::exchange(m_submitting, 0) == res.rkey)
-        return CloudAnalysis::submit(res, m_balance, window());
+        return CloudAnalysis::submit(res, window());
     if (ParameterDialog *dialog = MayaD::make(res, window()))
         dialog->open();
     else
         MsgTool::msgOk(this, tr("这类场景没有可以设置的参数"));
+}
+
+void ResolveD::openWarnings(const db_resolve &res)
+{
+    auto *dialog = new ResolveWarn(res, window());
+    const auto submit = [this](qlonglong rkey) { resState(0, rkey); };
+    connect(dialog, &ResolveWarn::commit, this, submit);
+    connect(dialog, &ResolveWarn::batch, this, submit); // a scene of the drive comes alone
+    connect(dialog, &ResolveWarn::parameters, this, &ResolveD::paraRes);
+    connect(dialog, &ResolveWarn::again, this, [this](qlonglong rkey) { resState(1, rkey); });
+    dialog->open();
 }
 
 void ResolveD::openState(const QString &key)
@@ -282,7 +294,9 @@ void ResolveD::openState(const QString &key)
     if (!res)
         return;
     const QString text = why(*res);
-    if (canSubmit(*res) && (res->state == SceneState::Clean || text.isEmpty()))
+    if (res->state == SceneState::Warned)
+        openWarnings(*res);
+    else if (canSubmit(*res) && (res->state == SceneState::Clean || text.isEmpty()))
         paraRes(res->rkey);
     else if (!text.isEmpty())
         MsgTool::msgOk(this, text);

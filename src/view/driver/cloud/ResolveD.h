@@ -21,7 +21,6 @@ public:
     explicit ResolveD(QWidget *parent = nullptr);
     RecordModel<db_resolve> *model() const { return m_model; }
     TablePage *table() const { return m_table; }
-    void setBalance(double balance) { m_balance = balance; }
 
 public slots:
     void resolveStateHand(int idx, QModelIndex index);
@@ -44,6 +43,7 @@ private:
     void listen();
     void fill(); // as the search wants it
     void openState(const QString &key);
+    void openWarnings(const db_resolve &res);
     void act(const char *id);
     QString nameOf(const QStringList &keys) const;
 
@@ -52,5 +52,4 @@ private:
     Debounce *m_reload;
     QList<db_resolve> m_rows;
     qlonglong m_submitting = 0; // whose parameters are asked for to submit them
-    double m_balance = 1;       // until it's known nobody is refused
 };
