@@ -59,7 +59,6 @@ struct db_updirD {
     QString lpath, dpath;
     qlonglong pri = 0;
     int state = 0;
-    int tries = 0; // walks that failed
 };
 Q_DECLARE_METATYPE(db_updirD)
 Q_DECLARE_METATYPE(QList<db_updirD>)

@@ -61,6 +61,7 @@ struct db_upfile {
     qlonglong speed = 0;
     bool isLink = false;  // lpath is a shortcut
     qlonglong oktime = 0; // of the drive's history
+    bool placed = false;  // fetched from the drive: its place on this disk is decided
 };
 Q_DECLARE_METATYPE(db_upfile)
 Q_DECLARE_METATYPE(QList<db_upfile>)

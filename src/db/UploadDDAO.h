@@ -27,7 +27,7 @@ public:
     void release();
 
     // Batches.
-    qlonglong newPri(); // unique in this store, greater than all before
+    static qlonglong newFarmPri(int which); // of a new batch, unlike those of the other store and of the history
     // The batch with its first folders and files; false: nothing was written. Emits farmCount.
     bool addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
     bool putFarm(const db_upfarmD &farm);                // the row alone (history)
@@ -50,16 +50,15 @@ public:
     bool walked(qlonglong farmPri, const db_updirD &dir, const QList<db_updirD> &dirs, const QList<db_upfile> &files,
                 bool last = true);
     bool dirFailed(qlonglong farmPri, const db_updirD &dir); // given up: kept, not walked again unless resumed
-    bool setDirTries(qlonglong farmPri, const db_updirD &dir);
 
     // Files.
     QList<db_upfile> nextFiles(qlonglong farmPri, qlonglong behindPri, int limit); // waiting, in the order of pri
     db_upfile file(qlonglong farmPri, qlonglong filePri);                          // pri 0: there is none
     bool setState(qlonglong farmPri, qlonglong filePri, int state, int error);
     bool setMeasure(qlonglong farmPri, const db_upfile &file); // hash, size, modtime; the batch's bytes follow
-    // Of a download: the place on this disk is decided (ids, lpath stand for good).
-    bool settle(qlonglong farmPri, qlonglong filePri, const QString &lpath);
-    bool settled(qlonglong farmPri, qlonglong filePri);
+    // Of downloads: where they go on this disk (lpath) is decided, for good.
+    bool place(qlonglong farmPri, const QList<db_upfile> &files);
+    QList<db_upfile> placedFiles(qlonglong farmPri, int limit);
     // The rows go and are counted as over, in one transaction; rows that are gone already count nothing. Emits
     // fileDeleted, farmCount, farmSumCount.
     bool finish(qlonglong farmPri, const QList<db_upfile> &files);
@@ -68,7 +67,7 @@ public:
     qlonglong countFiles(qlonglong farmPri);                        // -1 on failure
     qlonglong countFailed(qlonglong farmPri);
     qlonglong countDirs(qlonglong farmPri, bool failed);
-    bool setAll(qlonglong farmPri, int state); // every file row, and failed folders are due again (waiting state)
+    bool resumeAll(qlonglong farmPri); // what is paused or failed waits again, failed folders too
 
     QList<db_upfile> readPage(qlonglong farmPri, int page); // emits allFile
     void readFarms();                                       // emits allFarm and farmSumCount
@@ -76,7 +75,7 @@ public:
     // What runs, in memory only.
     void show(qlonglong filePri, int state, int error); // emits fileStateChanged
     void unshow(qlonglong filePri);
-    void tellSpeed(qlonglong farmPri, const db_upfile &file); // speed: bytes a second, compressedSize: bytes over
+    void tellSpeed(const db_upfile &file); // speed: bytes a second, compressedSize: bytes over
     void tellFarmSpeed(qlonglong farmPri, qlonglong speed, qlonglong upped) { emit farmSpeed(farmPri, speed, upped); }
     void tellConflict(qlonglong farmPri, const QString &path) { emit conflict(farmPri, path); }
     void tellRefresh() { emit refreshAll(); }
@@ -97,10 +96,13 @@ signals:
     void note(qlonglong farmPri, QString text);     // something to tell the user of this batch
 
 private:
+    // How many rows each stretch of Block numbers holds, per batch, once a page was read: a page by its position is
+    // then found without walking over all rows before it.
+    static constexpr qlonglong Block = 4096;
+    using Blocks = QMap<qlonglong, int>;
     UploadDDAO(int which, const QString &connection, const QString &fileName);
     QString keyColumn() const;
     bool makeTables(qlonglong farmPri);
-    void upgradeTables(qlonglong farmPri);
     bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows, qlonglong *bytes);
     bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs);
     bool addSums(qlonglong farmPri, qlonglong rows, qlonglong bytes);
@@ -108,9 +110,17 @@ private:
     db_upfarmD farmFrom(const Row &row);
     db_upfile fileFrom(const Row &row);
     void tellCount(qlonglong farmPri);
+    Blocks &blocks(qlonglong farmPri);
+    void count(qlonglong farmPri, qlonglong filePri, int change);
+    int waiting() const;
+    QVariantList failedStates() const;
+    bool hasTables(qlonglong farmPri);
+    bool endWalk(qlonglong farmPri);
+    bool totalRows(qlonglong farmPri);
 
     const int m_which;
     const QString m_fileName;
     qlonglong m_lastPri = 0;
     QHash<qlonglong, QPair<int, int>> m_shown; // running rows: state, error
+    QHash<qlonglong, Blocks> m_blocks;
 };

@@ -2,6 +2,9 @@
 #include "common/Seam.h"
 #include "common/WindowCalls.h"
 #include "transfer/down/DownHandler.h"
+#include "transfer/drive/DownDHandler.h"
+#include "transfer/drive/TransokDHandler.h"
+#include "transfer/drive/UpDHandler.h"
 #include "transfer/up/UpHandler.h"
 #include <memory>
 #include <QDebug>
@@ -28,6 +31,12 @@ TransHandler *TransScan::make(int type)
                 [] { Seam<WindowCalls>::post([](WindowCalls &window) { window.redPoint(); }); });
         return down;
     }
+    case DriveUp:
+        return new UpDHandler;
+    case DriveDown:
+        return new DownDHandler;
+    case DriveOk:
+        return new TransokDHandler;
     default:
         qWarning().noquote() << "TransScan::make no queue of type" << type;
         return nullptr;

@@ -1,5 +1,6 @@
 #pragma once
-// The thread of one transfer queue: 0 order uploads, 1 result downloads. run() makes the handler, tells the window that
+// The thread of one transfer queue: 0 order uploads, 1 result downloads, 2 and 3 those of
+// drives, 4 their history. run() makes the handler, tells the window that
 // store and handler stand (connectDAOView), starts the scan and runs the event loop; the handler dies with it. Owned by
 // whoever begins the session; the destructor ends the thread and waits. Other parts reach the handler through its Seam.
 #include <QThread>
@@ -10,7 +11,7 @@ class TransScan : public QThread
 {
     Q_OBJECT
 public:
-    enum Type { Up = 0, Down = 1 };
+    enum Type { Up = 0, Down = 1, DriveUp = 2, DriveDown = 3, DriveOk = 4 };
     explicit TransScan(int type, QObject *parent = nullptr);
     ~TransScan() override;
 

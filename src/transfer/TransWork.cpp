@@ -200,6 +200,10 @@ void TransWork::reportProgress(qint64 position, qint64 speed)
         UploadDAO::instance()->tellSpeed(pri, position, m_total, speed);
     } else if (m_transType == 1) {
         DownloadDAO::instance()->tellSpeed(m_down.pri, position, m_total, speed);
+    } else {
+        const bool up = m_transType == 2;
+        const qlonglong batch = up ? m_up.ordernum.toLongLong() : m_down.missPri, pri = up ? m_up.pri : m_down.pri;
+        m_share->post([=](TransHandler &handler) { handler.pushSpeed(batch, pri, speed, position); });
     }
 }
 

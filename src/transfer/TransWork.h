@@ -116,7 +116,7 @@ protected:
     QFile *m_file = nullptr; // an upload's source; owned
     QString m_eTag;
 
-    db_upfile m_up;
+    db_upfile m_up; // of a drive upload ordernum is the number of its batch
     db_downfile m_down;
 
 private:

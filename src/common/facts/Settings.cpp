@@ -76,6 +76,7 @@ QList<Setting> made()
         number(MayaCache, A, "Resolve", "mayaCache", 0, 0, AnyNumber),
         number(UpDSpeed, A, "SkyDriver", "upDSpeed", 0, 0, MaxSpeed),
         number(UpHash, A, "SkyDriver", "upHash", 0, 0, AnyNumber),
+        text(DriveExclude, A, "SkyDriver", "exclude", QStringLiteral("Thumbs.db;.DS_Store;*~;autosave/;autoback/")),
         number(ViewFarmId, A, "SkyDriver", "viewFarmId", 0, 0, AnyNumber),
         text(LastProject, A, "EnvPre", "defaultProject"),
         text(LastMachine, A, "EnvPre", "machine"),

@@ -50,6 +50,7 @@ enum Key {
     MayaCache,
     UpDSpeed, // KiB/s, 0: no limit
     UpHash,
+    DriveExclude, // names that transfers of folders leave out, ";" between; a "/" behind one: folders only
     ViewFarmId,
     LastProject,
     LastMachine,

@@ -234,6 +234,16 @@ bool syncFolder(const std::string &path)
     return good;
 }
 
+bool syncVolume(const std::string &path)
+{
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
+    if (fd < 0)
+        return false;
+    const bool good = syncfs(fd) == 0;
+    close(fd);
+    return good;
+}
+
 bool installCrashDump(const std::string &folder, const std::string &version)
 {
     if (folder.size() >= sizeof crash.folder || version.size() >= sizeof crash.version)

@@ -233,6 +233,9 @@ bool syncFolder(const std::string &path)
                   : GetLastError() == ERROR_ACCESS_DENIED;
 }
 
+// Volumes are flushed by administrators only.
+bool syncVolume(const std::string &) { return false; }
+
 bool installCrashDump(const std::string &folder, const std::string &version)
 {
     const std::wstring path = widePath(folder);

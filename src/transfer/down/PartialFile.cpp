@@ -3,6 +3,7 @@
 #include "common/WinUtil.h"
 #include "transfer/down/TrailingHash.h"
 #include "transfer/TransSet.h"
+#include <QCryptographicHash>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -18,6 +19,16 @@ qint64 fileSize(int fd)
 {
     QFile file;
     return file.open(fd, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::DontCloseHandle) ? file.size() : -1;
+}
+
+QString shortened(const QString &target)
+{
+    constexpr int MostBytes = 255, Ending = 6;
+    const QString name = target.mid(target.lastIndexOf('/') + 1);
+    if (name.toUtf8().size() + Ending <= MostBytes)
+        return target;
+    return target.left(target.size() - name.size()) + name.left(40) +
+           QString::fromLatin1(QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Md5).toHex());
 }
 
 std::unique_ptr<platform::Folder> folderOf(const QString &target, const QString &root, bool make, std::string *reason)
@@ -43,9 +54,9 @@ PartialFile::~PartialFile()
     close();
 }
 
-QString PartialFile::tempPath(const QString &target) { return target + ".xtemp"; }
+QString PartialFile::tempPath(const QString &target) { return shortened(target) + ".xtemp"; }
 
-QString PartialFile::sidePath(const QString &target) { return target + ".vd"; }
+QString PartialFile::sidePath(const QString &target) { return shortened(target) + ".vd"; }
 
 void PartialFile::removeBoth(const QString &target, const QString &root)
 {
@@ -241,7 +252,7 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
         }
     }
     m_hash.reset();
-    if (takeSync(true) != 0 || !VFunc::syncFile(m_temp.handle()))
+    if (takeSync(true) != 0 || (m_ownSync && !VFunc::syncFile(m_temp.handle())))
         return TransSet::AccessFailed;
     m_temp.close();
     m_side.close();
@@ -252,7 +263,7 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
         return TransSet::EndFailed;
     }
     // The name too: the farm forgets a frame once it's told that it arrived.
-    if (!m_folder->sync()) {
+    if (m_ownSync && !m_folder->sync()) {
         qWarning().noquote() << "PartialFile::finish sync:" << m_target;
         return TransSet::EndFailed;
     }

@@ -35,6 +35,7 @@ public:
     PartialFile(const PartialFile &) = delete;
     PartialFile &operator=(const PartialFile &) = delete;
 
+    // Of a name too long for an ending: a shorter one that is told from it.
     static QString tempPath(const QString &target);
     static QString sidePath(const QString &target);
     static void removeBoth(const QString &target, const QString &root = {});
@@ -54,6 +55,8 @@ public:
     // Compares the hash (empty: nothing to compare), gives the file its name. Stopped; NoHash when it can't
     // be read; BadHash, which removes both files; EndFailed when the target can't be replaced.
     int finish(const QString &hash, const std::atomic_bool &stop);
+    // Who has many small files synced together: finish() doesn't wait for the medium.
+    void setSyncedByOwner() { m_ownSync = false; }
     void discard(); // closes and removes both
 
 private:
@@ -72,6 +75,7 @@ private:
     QFile m_temp, m_side;
     qint64 m_size = 0, m_position = 0, m_mark = 0;
     qint64 m_grown = 0; // bytes that the file has been given
+    bool m_ownSync = true;
     std::future<bool> m_sync;
     qint64 m_syncing = 0; // position that m_sync covers
     QElapsedTimer m_sinceSync;

@@ -24,11 +24,11 @@ public:
     }
 };
 
-class UpDCalls : public DriveCalls // UpDHandler
+class UpDCalls : public virtual DriveCalls // UpDHandler
 {
 };
 
-class DownDCalls : public DriveCalls // DownDHandler
+class DownDCalls : public virtual DriveCalls // DownDHandler
 {
 };
 

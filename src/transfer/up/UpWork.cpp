@@ -34,7 +34,8 @@ void UpWork::upReq(db_upfile file)
 
 bool UpWork::initUp()
 {
-    m_zipPath = zipPathOf(m_up);
+    if (m_transType != 2) // what lies on the drive lies there as it is
+        m_zipPath = zipPathOf(m_up);
     if (!m_zipPath.isEmpty())
         m_partPath = QStringLiteral("%1.%2_%3.tmp").arg(m_zipPath).arg(m_serial).arg(quintptr(this), 0, 16);
     return UpSource::initUp();

@@ -1,0 +1,450 @@
+#include "db/UploadDDAO.h"
+#include "common/facts/FileStates.h"
+#include <QCoreApplication>
+#include <QDateTime>
+#include <QDebug>
+
+namespace
+{
+QString dirTable(qlonglong farmPri) { return QStringLiteral("dir_%1").arg(farmPri); }
+QString fileTable(qlonglong farmPri) { return QStringLiteral("file_%1").arg(farmPri); }
+
+QString marks(int count)
+{
+    QString text = QStringLiteral("?");
+    for (int i = 1; i < count; ++i)
+        text += QStringLiteral(",?");
+    return text;
+}
+} // namespace
+
+UploadDDAO *UploadDDAO::instance(int which)
+{
+    static UploadDDAO *const all[] = {
+        new UploadDDAO(Up, "qndb_uploadD", "qnfileUploadD.db"),
+        new UploadDDAO(Down, "qndb_downloadD", "qnfileDownD.db"),
+        new UploadDDAO(Ok, "qndb_transferOkD", "qnfileOkD.db"),
+    };
+    static const bool routine = [] {
+        qAddPostRoutine([] {
+            for (UploadDDAO *one : all)
+                one->release();
+        });
+        return true;
+    }();
+    Q_UNUSED(routine)
+    return all[qBound(int(Up), which, int(Ok)) - Up];
+}
+
+UploadDDAO::UploadDDAO(int which, const QString &connection, const QString &fileName)
+    : Store(connection), m_which(which), m_fileName(fileName)
+{
+    qRegisterMetaType<SubFile>();
+    qRegisterMetaType<QList<SubFile>>();
+    qRegisterMetaType<db_upfarmD>();
+    qRegisterMetaType<QList<db_upfarmD>>();
+    qRegisterMetaType<QList<db_updirD>>();
+}
+
+int UploadDDAO::waiting() const { return m_which == Down ? FileStates::DownWait : FileStates::UpWait; }
+
+QVariantList UploadDDAO::failedStates() const
+{
+    return m_which == Down ? QVariantList{int(FileStates::DownError), int(FileStates::DownGaveUp)}
+                           : QVariantList{int(FileStates::UpError), int(FileStates::UpGaveUp)};
+}
+
+bool UploadDDAO::open(const QString &userDir)
+{
+    Locker lock(m_mutex);
+    m_lastPri = 0;
+    m_shown.clear();
+    m_blocks.clear();
+    if (!openFile(userDir + '/' + m_fileName))
+        return false;
+    exec("create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,"
+         "fok INTEGER,fsum INTEGER,fup INTEGER,fsize INTEGER,dirstate int,state int,primary key(pri))",
+         {}, true);
+    addColumns("farm",
+               {{"oktime", "INTEGER"}, {"ids", "varchar"}, {"conflict", "int"}, {"links", "int"}, {"note", "varchar"}});
+    exec("create table farm_sum(fok INTEGER,fsum INTEGER)", {}, true);
+    if (number("select count(fok) from farm_sum") == 0)
+        exec("insert into farm_sum (fok,fsum) values (?,?)", {0, 0});
+    if (m_which == Ok)
+        return true;
+    exec("update farm set dirstate = ? where dirstate = ?", {int(DirWalking), int(DirDue)});
+    const int running = m_which == Down ? FileStates::DownRun : FileStates::UpRun;
+    for (const db_upfarmD &farm : farms()) {
+        if (!makeTables(farm.pri))
+            continue;
+        for (const QString &table : {dirTable(farm.pri), fileTable(farm.pri)})
+            exec(QStringLiteral("update %1 set state = ? where state = ?").arg(table), {waiting(), running});
+        const int hidden = change(QStringLiteral("delete from %1 where state = ?").arg(fileTable(farm.pri)), {Hidden});
+        if (hidden > 0)
+            totalRows(farm.pri);
+        m_lastPri = qMax(m_lastPri, number(QStringLiteral("select max(pri) from %1").arg(fileTable(farm.pri)), {}, 0));
+        m_lastPri = qMax(m_lastPri, number(QStringLiteral("select max(pri) from %1").arg(dirTable(farm.pri)), {}, 0));
+    }
+    retotal();
+    return true;
+}
+
+void UploadDDAO::release()
+{
+    Locker lock(m_mutex);
+    closeFile();
+}
+
+QString UploadDDAO::keyColumn() const { return m_which == Down ? QStringLiteral("dpath") : QStringLiteral("lpath"); }
+
+// Also what an older file lacks: columns and indexes.
+bool UploadDDAO::makeTables(qlonglong farmPri)
+{
+    const QString dirs = dirTable(farmPri), files = fileTable(farmPri);
+    exec(
+        QStringLiteral("create table %1(ids varchar,lpath varchar,dpath varchar,pri INTEGER,state int,primary key(%2))")
+            .arg(dirs, keyColumn()),
+        {}, true);
+    exec(QStringLiteral("create table %1(id int,ids varchar,lpath varchar,dpath varchar,modtime INTEGER,hash varchar,"
+                        "size INTEGER,pri INTEGER,state int,error int,oktime INTEGER,primary key(%2))")
+             .arg(files, keyColumn()),
+         {}, true);
+    if (m_which == Ok)
+        return exec(QStringLiteral("create index if not exists %1_ok on %1(oktime)").arg(files));
+    if (m_which == Down)
+        addColumns(files, {{"placed", "int"}});
+    bool good = true;
+    for (const QString &table : {dirs, files}) {
+        good = exec(QStringLiteral("create index if not exists %1_state on %1(state,pri)").arg(table)) && good;
+        good = exec(QStringLiteral("create index if not exists %1_pri on %1(pri)").arg(table)) && good;
+    }
+    return good;
+}
+
+bool UploadDDAO::hasTables(qlonglong farmPri)
+{
+    return number("select count(*) from sqlite_master where type = 'table' and name = ?", {fileTable(farmPri)}) > 0;
+}
+
+// What is over plus what stands in the table.
+bool UploadDDAO::totalRows(qlonglong farmPri)
+{
+    return exec(QStringLiteral("update farm set fsum = fok + (select count(*) from %1), "
+                               "fsize = fup + (select coalesce(sum(size),0) from %1) where pri = ?")
+                    .arg(fileTable(farmPri)),
+                {farmPri});
+}
+
+bool UploadDDAO::retotal()
+{
+    if (number("select count(pri) from farm", {}, 1) == 0)
+        return exec("update farm_sum set fok = 0, fsum = 0");
+    return exec("update farm_sum set fsum = fok + (select coalesce(sum(fsum - fok),0) from farm)");
+}
+
+qlonglong UploadDDAO::newFarmPri(int which)
+{
+    static std::atomic<qlonglong> last{0};
+    qlonglong before = last, next = 0;
+    do
+        next = qMax(before + 10, QDateTime::currentMSecsSinceEpoch() * 10 + which);
+    while (!last.compare_exchange_weak(before, next));
+    return next;
+}
+
+bool UploadDDAO::addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files)
+{
+    {
+        Locker lock(m_mutex);
+        if (!isOpen() || !makeTables(farm.pri))
+            return false;
+        Work work(this);
+        db_upfarmD row = farm;
+        row.dirstate = dirs.isEmpty() ? DirWalked : DirWalking;
+        row.fok = row.fup = row.fsum = row.fsize = 0;
+        if (!work || !putFarm(row) || !insertDirs(farm.pri, dirs) ||
+            !insertFiles(farm.pri, files, waiting(), &row.fsum, &row.fsize) ||
+            !addSums(farm.pri, row.fsum, row.fsize) || !work.commit())
+            return false;
+    }
+    qDebug().noquote() << "UploadDDAO::addFarm farm scan start:" << farm.pri << farm.name << dirs.size()
+                       << files.size();
+    settle();
+    emit refreshAll();
+    return true;
+}
+
+bool UploadDDAO::putFarm(const db_upfarmD &farm)
+{
+    Locker lock(m_mutex);
+    if (m_which == Ok && !makeTables(farm.pri))
+        return false;
+    const QVariantList values{farm.id,    farm.name,   farm.storage, farm.filetype, farm.lpath,      farm.dpath,
+                              farm.pri,   farm.fok,    farm.fsum,    farm.fup,      farm.fsize,      farm.dirstate,
+                              farm.state, farm.oktime, farm.ids,     farm.conflict, int(farm.links), farm.note};
+    return exec(QStringLiteral("replace into farm (%1) values (%2)")
+                    .arg("id,name,storage,filetype,lpath,dpath,pri,fok,fsum,fup,fsize,dirstate,state,oktime,ids,"
+                         "conflict,links,note",
+                         marks(values.size())),
+                values);
+}
+
+db_upfarmD UploadDDAO::farmFrom(const Row &row)
+{
+    db_upfarmD farm;
+    farm.id = row.integer("id");
+    farm.name = row.text("name");
+    farm.storage = row.integer("storage");
+    farm.filetype = row.integer("filetype");
+    farm.lpath = row.text("lpath");
+    farm.dpath = row.text("dpath");
+    farm.ids = row.text("ids");
+    farm.pri = row.number("pri");
+    farm.fok = row.number("fok");
+    farm.fsum = row.number("fsum");
+    farm.fup = row.number("fup");
+    farm.fsize = row.number("fsize");
+    farm.dirstate = row.integer("dirstate");
+    farm.state = row.integer("state");
+    farm.oktime = row.number("oktime");
+    farm.conflict = row.integer("conflict");
+    farm.links = row.integer("links") != 0;
+    farm.note = row.text("note");
+    return farm;
+}
+
+db_upfile UploadDDAO::fileFrom(const Row &row)
+{
+    db_upfile file;
+    file.id = row.integer("id");
+    file.idText = row.text("ids");
+    file.lpath = row.text("lpath");
+    file.remotePath = row.text("dpath");
+    file.modtime = row.number("modtime");
+    file.hash = row.text("hash");
+    file.size = row.number("size");
+    file.pri = row.number("pri");
+    file.state = row.integer("state");
+    file.error = row.integer("error");
+    file.oktime = row.number("oktime");
+    file.placed = row.integer("placed") == 1;
+    return file;
+}
+
+db_upfarmD UploadDDAO::farm(qlonglong farmPri)
+{
+    db_upfarmD found;
+    Locker lock(m_mutex);
+    each("select * from farm where pri = ?", {farmPri}, [&](const Row &row) { found = farmFrom(row); });
+    if (found.pri != 0 && m_which != Ok)
+        found.failed = countFailed(farmPri) + countDirs(farmPri, true);
+    return found;
+}
+
+QList<db_upfarmD> UploadDDAO::farms()
+{
+    QList<db_upfarmD> list;
+    Locker lock(m_mutex);
+    each(m_which == Ok ? "select * from farm order by oktime desc" : "select * from farm order by pri", {},
+         [&](const Row &row) { list << farmFrom(row); });
+    return list;
+}
+
+QList<db_upfarmD> UploadDDAO::active(int limit)
+{
+    QList<db_upfarmD> list;
+    Locker lock(m_mutex);
+    each(QStringLiteral("select * from farm where state = ? or state = ? order by pri limit %1").arg(qMax(0, limit)),
+         {waiting(), waiting() + 1}, [&](const Row &row) { list << farmFrom(row); });
+    return list;
+}
+
+db_upfarmD UploadDDAO::nextWalk(const QList<qlonglong> &except)
+{
+    db_upfarmD found;
+    Locker lock(m_mutex);
+    each("select * from farm where dirstate = 1 and (state = ? or state = ?) order by pri", {waiting(), waiting() + 1},
+         [&](const Row &row) {
+             if (found.pri == 0 && !except.contains(row.number("pri")))
+                 found = farmFrom(row);
+         });
+    return found;
+}
+
+bool UploadDDAO::setFarmState(qlonglong farmPri, int state)
+{
+    {
+        Locker lock(m_mutex);
+        if (!exec("update farm set state = ? where pri = ?", {state, farmPri}))
+            return false;
+    }
+    emit farmStateChanged(farmPri, state);
+    return true;
+}
+
+bool UploadDDAO::setConflict(qlonglong farmPri, int conflict)
+{
+    Locker lock(m_mutex);
+    return exec("update farm set conflict = ? where pri = ?", {conflict, farmPri});
+}
+
+bool UploadDDAO::setNote(qlonglong farmPri, const QString &text)
+{
+    {
+        Locker lock(m_mutex);
+        if (change("update farm set note = ? where pri = ?", {text, farmPri}) <= 0)
+            return false;
+    }
+    emit note(farmPri, text);
+    return true;
+}
+
+bool UploadDDAO::removeFarm(qlonglong farmPri)
+{
+    {
+        Locker lock(m_mutex);
+        Work work(this);
+        if (!work || !exec("delete from farm where pri = ?", {farmPri}) ||
+            !exec(QStringLiteral("drop table if exists %1").arg(dirTable(farmPri))) ||
+            !exec(QStringLiteral("drop table if exists %1").arg(fileTable(farmPri))) || !retotal() || !work.commit())
+            return false;
+        m_blocks.remove(farmPri);
+    }
+    emit farmDeleted(farmPri);
+    qlonglong fok = 0, fsum = 0;
+    sums(&fok, &fsum);
+    emit farmSumCount(fok, fsum);
+    return true;
+}
+
+bool UploadDDAO::keepFarms(int most)
+{
+    QList<qlonglong> old;
+    {
+        Locker lock(m_mutex);
+        const qlonglong first =
+            number(QStringLiteral("select pri from farm order by pri desc limit 1 offset %1").arg(most - 1), {}, 0);
+        each("select pri from farm where pri < ?", {first}, [&](const Row &row) { old << row.at(0).toLongLong(); });
+    }
+    for (qlonglong pri : qAsConst(old)) {
+        if (!removeFarm(pri))
+            return false;
+    }
+    return true;
+}
+
+void UploadDDAO::sums(qlonglong *fok, qlonglong *fsum)
+{
+    Locker lock(m_mutex);
+    each("select * from farm_sum", {}, [&](const Row &row) {
+        *fok = row.number("fok");
+        *fsum = row.number("fsum");
+    });
+}
+
+void UploadDDAO::tellCount(qlonglong farmPri)
+{
+    const db_upfarmD now = farm(farmPri);
+    if (now.pri != 0)
+        emit farmCount(farmPri, now);
+    qlonglong fok = 0, fsum = 0;
+    sums(&fok, &fsum);
+    emit farmSumCount(fok, fsum);
+}
+
+QList<db_updirD> UploadDDAO::nextDirs(qlonglong farmPri, int limit)
+{
+    QList<db_updirD> list;
+    Locker lock(m_mutex);
+    each(QStringLiteral("select * from %1 where state = ? order by pri limit %2").arg(dirTable(farmPri)).arg(limit),
+         {waiting()}, [&](const Row &row) {
+             db_updirD dir;
+             dir.ids = row.text("ids");
+             dir.lpath = row.text("lpath");
+             dir.dpath = row.text("dpath");
+             dir.pri = row.number("pri");
+             dir.state = row.integer("state");
+             list << dir;
+         });
+    return list;
+}
+
+bool UploadDDAO::insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs)
+{
+    const QString sql = QStringLiteral("insert or ignore into %1 (ids,lpath,dpath,pri,state) values (?,?,?,?,?)")
+                            .arg(dirTable(farmPri));
+    for (const db_updirD &dir : dirs) {
+        if (!exec(sql, {dir.ids, dir.lpath, dir.dpath, ++m_lastPri, waiting()}))
+            return false;
+    }
+    return true;
+}
+
+bool UploadDDAO::walked(qlonglong farmPri, const db_updirD &dir, const QList<db_updirD> &dirs,
+                        const QList<db_upfile> &files, bool last)
+{
+    {
+        Locker lock(m_mutex);
+        if (!hasTables(farmPri))
+            return false; // deleted meanwhile
+        const QString dirRows = dirTable(farmPri);
+        Work work(this);
+        qlonglong rows = 0, bytes = 0;
+        bool good = bool(work) && insertDirs(farmPri, dirs) &&
+                    insertFiles(farmPri, files, last ? waiting() : Hidden, &rows, &bytes) &&
+                    addSums(farmPri, rows, bytes);
+        if (good && last) {
+            good = exec(QStringLiteral("update %1 set state = ? where state = ?").arg(fileTable(farmPri)),
+                        {waiting(), Hidden}) &&
+                   exec(QStringLiteral("delete from %1 where %2 = ?").arg(dirRows, keyColumn()),
+                        {m_which == Down ? dir.dpath : dir.lpath}) &&
+                   endWalk(farmPri);
+        }
+        if (!good || !work.commit()) {
+            m_blocks.remove(farmPri);
+            return false;
+        }
+    }
+    if (last)
+        tellCount(farmPri);
+    return true;
+}
+
+// The walk is over with its last folder, but for those that were given up.
+bool UploadDDAO::endWalk(qlonglong farmPri)
+{
+    const qlonglong left =
+        number(QStringLiteral("select count(*) from (select 1 from %1 where state = ? limit 1)").arg(dirTable(farmPri)),
+               {waiting()});
+    if (left != 0)
+        return left > 0;
+    return exec("update farm set dirstate = 2 where pri = ?", {farmPri}) && totalRows(farmPri) && retotal();
+}
+
+bool UploadDDAO::dirFailed(qlonglong farmPri, const db_updirD &dir)
+{
+    {
+        Locker lock(m_mutex);
+        Work work(this);
+        if (!work ||
+            !exec(QStringLiteral("update %1 set state = ? where pri = ?").arg(dirTable(farmPri)),
+                  {DirFailed, dir.pri}) ||
+            !endWalk(farmPri) || !work.commit())
+            return false;
+    }
+    tellCount(farmPri);
+    return true;
+}
+
+void UploadDDAO::readFarms()
+{
+    QList<db_upfarmD> list = farms();
+    if (m_which != Ok) {
+        for (db_upfarmD &one : list)
+            one.failed = countFailed(one.pri) + countDirs(one.pri, true);
+    }
+    emit allFarm(list);
+    qlonglong fok = 0, fsum = 0;
+    sums(&fok, &fsum);
+    emit farmSumCount(fok, fsum);
+}

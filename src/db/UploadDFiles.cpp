@@ -1,0 +1,280 @@
+// The file rows of the drive's stores.
+#include "common/facts/FileStates.h"
+#include "db/UploadDDAO.h"
+
+namespace
+{
+const char *const FileColumns = "id,ids,lpath,dpath,modtime,hash,size,pri,state,error,oktime";
+
+QString dirTable(qlonglong farmPri) { return QStringLiteral("dir_%1").arg(farmPri); }
+QString fileTable(qlonglong farmPri) { return QStringLiteral("file_%1").arg(farmPri); }
+} // namespace
+
+bool UploadDDAO::insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows,
+                             qlonglong *bytes)
+{
+    const QString sql = QStringLiteral("insert or ignore into %1 (%2) values (?,?,?,?,?,?,?,?,?,?,?)")
+                            .arg(fileTable(farmPri), FileColumns);
+    for (const db_upfile &file : files) {
+        const int done = change(sql, {file.id, file.idText, file.lpath, file.remotePath, file.modtime, file.hash,
+                                      file.size, ++m_lastPri, state, 0, 0});
+        if (done < 0)
+            return false;
+        if (done == 0)
+            continue; // it stands there already
+        ++*rows;
+        *bytes += file.size;
+        count(farmPri, m_lastPri, 1);
+    }
+    return true;
+}
+
+bool UploadDDAO::addSums(qlonglong farmPri, qlonglong rows, qlonglong bytes)
+{
+    return exec(
+               QStringLiteral("update farm set fsum = fsum + %1,fsize = fsize + %2 where pri = ?").arg(rows).arg(bytes),
+               {farmPri}) &&
+           exec(QStringLiteral("update farm_sum set fsum = fsum + %1").arg(rows));
+}
+
+QList<db_upfile> UploadDDAO::nextFiles(qlonglong farmPri, qlonglong behindPri, int limit)
+{
+    QList<db_upfile> list;
+    Locker lock(m_mutex);
+    each(QStringLiteral("select * from %1 where state = ? and pri > ? order by pri limit ?").arg(fileTable(farmPri)),
+         {waiting(), behindPri, limit}, [&](const Row &row) { list << fileFrom(row); });
+    return list;
+}
+
+db_upfile UploadDDAO::file(qlonglong farmPri, qlonglong filePri)
+{
+    db_upfile found;
+    Locker lock(m_mutex);
+    each(QStringLiteral("select * from %1 where pri = ?").arg(fileTable(farmPri)), {filePri},
+         [&](const Row &row) { found = fileFrom(row); });
+    return found;
+}
+
+bool UploadDDAO::setState(qlonglong farmPri, qlonglong filePri, int state, int error)
+{
+    bool good;
+    {
+        Locker lock(m_mutex);
+        const QString sql = QStringLiteral("update %1 set state = ? %2 where pri = ?").arg(fileTable(farmPri));
+        good = error != 0 ? exec(sql.arg(QStringLiteral(",error = ?")), {state, error, filePri})
+                          : exec(sql.arg(QString()), {state, filePri});
+        m_shown.remove(filePri);
+    }
+    if (good)
+        emit fileStateChanged(filePri, state, error);
+    return good;
+}
+
+bool UploadDDAO::setMeasure(qlonglong farmPri, const db_upfile &file)
+{
+    Locker lock(m_mutex);
+    Work work(this);
+    const QString table = fileTable(farmPri);
+    const qlonglong before = number(QStringLiteral("select size from %1 where pri = ?").arg(table), {file.pri});
+    return work && before >= 0 &&
+           exec(QStringLiteral("update %1 set hash = ?, size = ?, modtime = ? where pri = ?").arg(table),
+                {file.hash, file.size, file.modtime, file.pri}) &&
+           addSums(farmPri, 0, file.size - before) && work.commit();
+}
+
+bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files)
+{
+    Locker lock(m_mutex);
+    const QString sql = QStringLiteral("update %1 set lpath = ?, placed = 1 where pri = ?").arg(fileTable(farmPri));
+    Work work(this);
+    bool good = bool(work);
+    for (const db_upfile &file : files)
+        good = good && exec(sql, {file.lpath, file.pri});
+    return good && work.commit();
+}
+
+QList<db_upfile> UploadDDAO::placedFiles(qlonglong farmPri, int limit)
+{
+    QList<db_upfile> list;
+    Locker lock(m_mutex);
+    each(QStringLiteral("select * from %1 where placed = 1 limit ?").arg(fileTable(farmPri)), {limit},
+         [&](const Row &row) { list << fileFrom(row); });
+    return list;
+}
+
+bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
+{
+    if (files.isEmpty())
+        return true;
+    {
+        Locker lock(m_mutex);
+        if (!hasTables(farmPri))
+            return true; // deleted meanwhile
+        const QString table = fileTable(farmPri);
+        Work work(this);
+        qlonglong rows = 0, bytes = 0;
+        bool good = bool(work);
+        for (const db_upfile &file : files) {
+            const qlonglong size =
+                good ? number(QStringLiteral("select size from %1 where pri = ?").arg(table), {file.pri}) : -1;
+            if (size < 0)
+                continue;
+            good = exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {file.pri});
+            ++rows;
+            bytes += size;
+            count(farmPri, file.pri, -1);
+        }
+        if (!good ||
+            !exec(QStringLiteral("update farm set fok = fok + ?, fup = fup + ? where pri = ?"),
+                  {rows, bytes, farmPri}) ||
+            !exec(QStringLiteral("update farm_sum set fok = fok + ?"), {rows}) || !work.commit()) {
+            m_blocks.remove(farmPri);
+            return false;
+        }
+        for (const db_upfile &file : files)
+            m_shown.remove(file.pri);
+    }
+    for (const db_upfile &file : files)
+        emit fileDeleted(file.pri);
+    tellCount(farmPri);
+    return true;
+}
+
+bool UploadDDAO::addDone(qlonglong farmPri, const QList<db_upfile> &files)
+{
+    Locker lock(m_mutex);
+    if (!hasTables(farmPri) && !makeTables(farmPri))
+        return false;
+    const QString sql =
+        QStringLiteral("replace into %1 (%2) values (?,?,?,?,?,?,?,?,?,?,?)").arg(fileTable(farmPri), FileColumns);
+    Work work(this);
+    bool good = bool(work);
+    for (const db_upfile &file : files) {
+        good = good && exec(sql, {file.id, file.idText, file.lpath, file.remotePath, file.modtime, file.hash, file.size,
+                                  file.pri, file.state, file.error, file.oktime});
+    }
+    return good && work.commit();
+}
+
+bool UploadDDAO::removeFile(qlonglong farmPri, qlonglong filePri)
+{
+    {
+        Locker lock(m_mutex);
+        const QString table = fileTable(farmPri);
+        Work work(this);
+        const qlonglong size = number(QStringLiteral("select size from %1 where pri = ?").arg(table), {filePri});
+        if (!work || size < 0 || !exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {filePri}) ||
+            !addSums(farmPri, -1, -size) || !work.commit())
+            return false;
+        count(farmPri, filePri, -1);
+        m_shown.remove(filePri);
+    }
+    emit fileDeleted(filePri);
+    tellCount(farmPri);
+    return true;
+}
+
+qlonglong UploadDDAO::countFiles(qlonglong farmPri)
+{
+    Locker lock(m_mutex);
+    return number(QStringLiteral("select count(state) from %1").arg(fileTable(farmPri)));
+}
+
+qlonglong UploadDDAO::countFailed(qlonglong farmPri)
+{
+    Locker lock(m_mutex);
+    return number(QStringLiteral("select count(state) from %1 where state = ? or state = ?").arg(fileTable(farmPri)),
+                  failedStates(), 0);
+}
+
+qlonglong UploadDDAO::countDirs(qlonglong farmPri, bool failed)
+{
+    Locker lock(m_mutex);
+    return number(QStringLiteral("select count(state) from %1 where state = ?").arg(dirTable(farmPri)),
+                  {failed ? DirFailed : waiting()}, 0);
+}
+
+bool UploadDDAO::resumeAll(qlonglong farmPri)
+{
+    {
+        Locker lock(m_mutex);
+        const QVariantList failed = failedStates();
+        const int paused = m_which == Down ? FileStates::DownPause : FileStates::UpPause;
+        Work work(this);
+        const int folders = change(QStringLiteral("update %1 set state = ? where state = ?").arg(dirTable(farmPri)),
+                                   {waiting(), DirFailed});
+        if (!work || folders < 0 ||
+            !exec(QStringLiteral("update %1 set state = ?, error = 0 where state in (?,?,?)").arg(fileTable(farmPri)),
+                  {waiting(), paused, failed.first(), failed.last()}) ||
+            (folders > 0 && !exec("update farm set dirstate = 1 where pri = ?", {farmPri})) || !work.commit())
+            return false;
+    }
+    tellCount(farmPri);
+    return true;
+}
+
+UploadDDAO::Blocks &UploadDDAO::blocks(qlonglong farmPri)
+{
+    auto found = m_blocks.find(farmPri);
+    if (found == m_blocks.end()) {
+        found = m_blocks.insert(farmPri, {});
+        each(QStringLiteral("select pri / %1, count(*) from %2 group by 1").arg(Block).arg(fileTable(farmPri)), {},
+             [&](const Row &row) { found->insert(row.at(0).toLongLong(), row.at(1).toInt()); });
+    }
+    return *found;
+}
+
+void UploadDDAO::count(qlonglong farmPri, qlonglong filePri, int change)
+{
+    const auto found = m_blocks.find(farmPri);
+    if (found != m_blocks.end())
+        (*found)[filePri / Block] += change;
+}
+
+QList<db_upfile> UploadDDAO::readPage(qlonglong farmPri, int page)
+{
+    QList<db_upfile> list;
+    {
+        Locker lock(m_mutex);
+        const auto take = [&](const Row &row) {
+            db_upfile file = fileFrom(row);
+            const auto shown = m_shown.constFind(file.pri);
+            if (shown != m_shown.constEnd()) {
+                file.state = shown->first;
+                file.error = shown->second;
+            }
+            list << file;
+        };
+        if (m_which == Ok) {
+            each(QStringLiteral("select * from %1 order by oktime desc limit %2").arg(fileTable(farmPri)).arg(DoneRows),
+                 {}, take);
+        } else {
+            qlonglong skip = qlonglong(qMax(0, page)) * PageRows, from = 0;
+            for (auto it = blocks(farmPri).cbegin(); it != blocks(farmPri).cend() && skip >= it.value(); ++it) {
+                skip -= it.value();
+                from = (it.key() + 1) * Block;
+            }
+            each(QStringLiteral("select * from %1 where pri >= ? order by pri limit ?,?").arg(fileTable(farmPri)),
+                 {from, skip, PageRows}, take);
+        }
+    }
+    emit allFile(farmPri, list, page <= 0);
+    return list;
+}
+
+void UploadDDAO::show(qlonglong filePri, int state, int error)
+{
+    {
+        Locker lock(m_mutex);
+        m_shown.insert(filePri, {state, error});
+    }
+    emit fileStateChanged(filePri, state, error);
+}
+
+void UploadDDAO::unshow(qlonglong filePri)
+{
+    Locker lock(m_mutex);
+    m_shown.remove(filePri);
+}
+
+void UploadDDAO::tellSpeed(const db_upfile &file) { emit fileSpeedChanged(file.pri, file); }

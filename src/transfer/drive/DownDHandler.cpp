@@ -1,0 +1,196 @@
+#include "transfer/drive/DownDHandler.h"
+#include "common/platform/Platform.h"
+#include "common/Seam.h"
+#include "common/UserInfo.h"
+#include "transfer/down/PartialFile.h"
+#include "transfer/drive/DownHttp.h"
+#include "transfer/drive/DriveNames.h"
+#include "transfer/drive/DriveRest.h"
+#include "transfer/TransSet.h"
+#include <QCryptographicHash>
+#include <QDebug>
+#include <QDir>
+#include <QFileInfo>
+
+DownDHandler::DownDHandler() : DriveHandler(UploadDDAO::Down) { Seam<DownDCalls>::attach(this, this); }
+
+DownDHandler::~DownDHandler()
+{
+    Seam<DownDCalls>::detach(this);
+    writeAll();
+}
+
+int DownDHandler::limit() const { return UserInfo::downTh(); }
+
+TransWork *DownDHandler::makeWork(bool, int) { return new DownHttp(share()); }
+
+void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
+{
+    farm.pri = UploadDDAO::newFarmPri(UploadDDAO::Down);
+    farm.state = TransSet::DownWait;
+    QStringList names;
+    for (const SubFile &one : qAsConst(sfL))
+        names << one.name;
+    LocalNames local(names);
+    QList<db_updirD> dirs;
+    QList<db_upfile> files;
+    QSet<QString> remotes;
+    for (const SubFile &one : qAsConst(sfL)) {
+        if (!DriveRest::usableName(one.name) || !DriveRest::usableId(one.id))
+            continue;
+        const QString path = farm.lpath + '/' + local.take(one.name);
+        QString remote = farm.dpath.isEmpty() ? one.name : farm.dpath + '/' + one.name;
+        for (int number = 2; remotes.contains(remote); ++number)
+            remote = (farm.dpath.isEmpty() ? QString() : farm.dpath + '/') + LocalNames::numbered(one.name, number);
+        remotes.insert(remote);
+        if (one.isFolder()) {
+            db_updirD dir;
+            dir.ids = one.id;
+            dir.lpath = path;
+            dir.dpath = remote;
+            dirs.append(dir);
+        } else {
+            db_upfile file;
+            file.idText = one.id;
+            file.lpath = path;
+            file.remotePath = remote;
+            file.size = one.size;
+            file.hash = one.hash;
+            file.modtime = one.updatedAt;
+            files.append(file);
+        }
+    }
+    QDir().mkpath(farm.lpath);
+    if (!store()->addFarm(farm, dirs, files))
+        qWarning().noquote() << "DownDHandler::cfarm not written:" << farm.name;
+    look();
+}
+
+void DownDHandler::setConflict(qlonglong farmPri, int conflict)
+{
+    m_questions.remove(farmPri);
+    store()->setConflict(farmPri, conflict);
+    Batch &mine = batch(farmPri);
+    mine.asked = false;
+    mine.ready.clear();
+    mine.held = runningOf(farmPri) + unwritten(farmPri); // what waited for the answer is looked at again
+    mine.behind = 0;
+    look();
+}
+
+void DownDHandler::readFile()
+{
+    DriveHandler::readFile();
+    for (auto it = m_questions.cbegin(); it != m_questions.cend(); ++it)
+        store()->tellConflict(it.key(), it.value());
+}
+
+void DownDHandler::prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile> *rows)
+{
+    const int conflict = store()->farm(farm.pri).conflict; // may have been answered since
+    QList<db_upfile> placed, started;
+    for (db_upfile &row : *rows) {
+        if (row.placed) {
+            started.append(row);
+            continue;
+        }
+        const QFileInfo there(row.lpath);
+        if (there.exists() || there.isSymLink()) {
+            const bool maybeSame = there.isFile() && there.size() == row.size;
+            if (conflict == db_upfarmD::NotAsked && !maybeSame) {
+                batch->held.insert(row.pri);
+                if (!batch->asked) {
+                    batch->asked = true;
+                    m_questions.insert(farm.pri, row.lpath);
+                    store()->tellConflict(farm.pri, row.lpath);
+                }
+                continue;
+            }
+            if (conflict == db_upfarmD::KeepBoth) {
+                const QString folder = there.path(), name = there.fileName();
+                for (int number = 2; QFileInfo::exists(row.lpath); ++number)
+                    row.lpath = folder + '/' + LocalNames::numbered(name, number);
+            }
+        }
+        placed.append(row);
+        started.append(row);
+    }
+    if (!placed.isEmpty() && !store()->place(farm.pri, placed)) {
+        rows->clear();
+        batch->behind = 0;
+        batch->until = now() + m_timing.restMs;
+        return;
+    }
+    *rows = started;
+}
+
+bool DownDHandler::launch(const db_upfarmD &farm, const db_upfile &row, const QString &key)
+{
+    auto *work = static_cast<DownHttp *>(createWork(2, farm.id, takeGaveUp(key), row.error, 0));
+    if (!work)
+        return false;
+    db_downfile file;
+    file.lpath = row.lpath;
+    file.hash = row.hash;
+    file.size = row.size;
+    file.pri = row.pri;
+    file.missPri = farm.pri;
+    file.farmid = farm.id;
+    file.path = row.idText;
+    file.state = TransSet::DownRun;
+    const quint64 serial = nextSerial();
+    work->setKey(key, serial);
+    work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()),
+                     3);
+    work->setSource(farm.filetype, farm.lpath, farm.conflict != db_upfarmD::Overwrite || !row.hash.isEmpty());
+    connect(work, &TransWork::DownWorkFinished, this, [this, key, serial](const db_downfile &done, int kind) {
+        if (isCurrent(key, serial))
+            workFinished(done, kind);
+    });
+    addWork(key, work);
+    QMetaObject::invokeMethod(
+        work, [work, file] { work->downReq(file); }, Qt::QueuedConnection);
+    return true;
+}
+
+void DownDHandler::workFinished(db_downfile done, int isDel)
+{
+    const auto *work = static_cast<const DownHttp *>(worker(keyOf(done.missPri, done.pri)));
+    if (!work)
+        return;
+    db_upfarmD farm;
+    farm.pri = done.missPri;
+    farm.id = done.farmid;
+    db_upfile file = store()->file(done.missPri, done.pri);
+    if (file.pri == 0) { // its row was deleted
+        file.pri = done.pri;
+        isDel = TransSet::Dropped;
+    }
+    file.error = done.error;
+    if (file.size != done.size || file.hash != done.hash) { // the drive's word
+        file.size = done.size;
+        file.hash = done.hash;
+        store()->setMeasure(done.missPri, file);
+    }
+    ended(farm, file, isDel, work->received > 0, work->stale);
+}
+
+void DownDHandler::dropped(const db_upfarmD &farm, const QList<db_upfile> &files)
+{
+    for (const db_upfile &file : files)
+        PartialFile::removeBoth(file.lpath, farm.lpath);
+}
+
+// One word to the volume instead of two to each small file. On the workers' side of the threads: it may take seconds.
+bool DownDHandler::settled(const QList<db_upfile> &files)
+{
+    QSet<QString> folders;
+    for (const db_upfile &file : files)
+        folders.insert(file.lpath.section('/', 0, 3)); // volumes are mounted near the root
+    bool good = true;
+    for (const QString &folder : qAsConst(folders))
+        good = platform::syncVolume(QFileInfo(folder).isDir() ? folder.toStdString()
+                                                              : files.first().lpath.toStdString()) &&
+               good;
+    return good;
+}

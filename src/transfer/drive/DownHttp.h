@@ -1,0 +1,71 @@
+#pragma once
+// Fetches one file of a drive by ranges over HTTP, on a thread of ThreadPool: "/files/ID/data" below the farm's
+// address, 262,145 bytes at a time, the next range asked for while one arrives. Continues the partial file where it
+// stands, so a lost connection costs what was under way. Life as in TransWork; what it tells is DownWorkFinished,
+// exactly once.
+//
+//   downReq -> the file is there already: over
+//           -> initDown -> request ... -> every byte there -> fileHash -> finished
+//
+// The first answer tells the size behind the "/" of X-Content-Range: it wins over the row's, and what was begun with
+// another size begins again. The hash is the row's, else that of an ETag, else there is none and the size must do. A
+// server that answers a range with the whole file (200) is read from there.
+#include "transfer/down/PartialFile.h"
+#include "transfer/TransWork.h"
+#include <QNetworkReply>
+
+class DownHttp : public TransWork
+{
+    Q_OBJECT
+public:
+    explicit DownHttp(std::shared_ptr<TransShare> share);
+    ~DownHttp() override;
+
+    // Before the worker is moved. root: the local folder of the batch. same: a file that stands there with this size
+    // and hash is the one that is wanted.
+    void setSource(int fileType, const QString &root, bool same);
+    void downReq(db_downfile file); // the first call, queued; path is the chain of ids
+    void finishDown(int kind) override;
+    void dropPartial() override;
+
+    std::atomic<qint64> received{0}; // bytes that this worker brought
+    std::atomic_bool stale{false};   // the access token wasn't good
+
+    static constexpr int WaitMs = 15000;
+    static constexpr qint64 RangeStep = 262144; // both ends of a range count
+    static constexpr int InHand = 3;            // ranges
+
+private slots:
+    void readyRead();
+    void replyFinish();
+    void error(QNetworkReply::NetworkError error);
+
+private:
+    struct Range {
+        QNetworkReply *reply = nullptr;
+        qint64 from = 0, to = 0;
+    };
+    bool initDown() override;
+    bool fileHash() override;
+    bool standsAlready();
+    void request();
+    bool takeHead(); // of the first range in hand; false: the worker has ended or began again
+    bool takeSize(qint64 size);
+    void takeBytes();
+    void dropRanges();
+    void tooLittle();
+    bool refusedByCode();
+
+    int m_fileType = 1;
+    QString m_root;
+    bool m_same = false, m_sized = false;
+    std::unique_ptr<PartialFile> m_partial;
+    QList<Range> m_ranges; // in the order of the file
+    qint64 m_asked = 0;    // the file's bytes up to here are asked for
+    bool m_headRead = false, m_whole = false;
+    qint64 m_skip = 0; // bytes of a whole file that are here already
+    qint64 m_left = 0; // bytes that the range in hand may still bring
+    int m_stalled = 0; // answers in a row without a byte
+    QTimer *m_keepTimer = nullptr;
+    QByteArray m_block;
+};

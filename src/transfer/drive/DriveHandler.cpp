@@ -1,0 +1,436 @@
+#include "transfer/drive/DriveHandler.h"
+#include "common/Session.h"
+#include "io/NetTcp.h"
+#include "transfer/TransSet.h"
+#include "transfer/TransWork.h"
+#include <QDateTime>
+#include <QDebug>
+#include <QTimer>
+
+namespace
+{
+constexpr int GroupRows = 5, MostGroup = 500;
+constexpr int StaleGapMs = 2000, MostStale = 2;
+} // namespace
+
+DriveHandler::DriveHandler(int which) : m_which(which)
+{
+    m_clock.start();
+    m_lastLook.start();
+    m_lastFlush.start();
+    const auto wake = [this] {
+        m_nothing = false;
+        look();
+    };
+    connect(store(), &UploadDDAO::farmCount, this, wake, Qt::QueuedConnection);
+    connect(store(), &UploadDDAO::refreshAll, this, wake, Qt::QueuedConnection);
+    startRenewal();
+}
+
+DriveHandler::~DriveHandler() = default;
+
+void DriveHandler::writeAll()
+{
+    flush(true);
+    flush(true); // what ended while the first was on its way
+}
+
+QString DriveHandler::keyOf(qlonglong farmPri, qlonglong filePri)
+{
+    return QStringLiteral("%1_%2").arg(farmPri).arg(filePri);
+}
+
+void DriveHandler::look()
+{
+    if (m_soon)
+        return;
+    m_soon = true;
+    QTimer::singleShot(0, this, [this] {
+        m_soon = false;
+        scan();
+    });
+}
+
+void DriveHandler::scan()
+{
+    if (!Session::live() || Session::closing())
+        return;
+    flush(false);
+    if (!NetTcp::isLogin() || (m_nothing && !m_lastLook.hasExpired(LookMs)))
+        return;
+    int free = limit() - running();
+    if (free <= 0)
+        return;
+    const QList<db_upfarmD> farms = store()->active(free + m_batches.size() + 1);
+    m_nothing = farms.isEmpty() && m_over.isEmpty() && m_settling.isEmpty();
+    m_lastLook.start();
+    for (const db_upfarmD &farm : farms) {
+        Batch &mine = m_batches[farm.pri];
+        if (mine.until > now())
+            continue;
+        if (farm.state == waiting())
+            store()->setFarmState(farm.pri, runs());
+        while (free > 0) {
+            const db_upfile file = next(farm, &mine);
+            if (file.pri == 0) {
+                judge(farm, &mine);
+                break;
+            }
+            const QString key = keyOf(farm.pri, file.pri);
+            if (worker(key))
+                continue;
+            if (!launch(farm, file, key)) {
+                mine.ready.prepend(file);
+                mine.until = now() + m_timing.restMs; // the farm's address isn't there (yet)
+                break;
+            }
+            mine.held.insert(file.pri);
+            m_runs.insert(key, {farm.pri, file.pri});
+            store()->show(file.pri, runs(), 0);
+            --free;
+        }
+        if (free <= 0)
+            return;
+    }
+}
+
+void DriveHandler::prepare(const db_upfarmD &, Batch *, QList<db_upfile> *) {}
+
+// The next row to start; pri 0: none for now.
+db_upfile DriveHandler::next(const db_upfarmD &farm, Batch *batch)
+{
+    for (auto it = batch->delayed.begin(); it != batch->delayed.end(); ++it) {
+        if (*it > now() || batch->held.contains(it.key()))
+            continue;
+        const qlonglong pri = it.key();
+        batch->delayed.erase(it);
+        const db_upfile file = store()->file(farm.pri, pri);
+        if (file.pri != 0 && file.state == waiting())
+            return file;
+        break; // its row is gone or was paused; the next look goes on
+    }
+    while (batch->ready.isEmpty()) {
+        QList<db_upfile> rows = store()->nextFiles(farm.pri, batch->behind, Ahead);
+        if (rows.isEmpty())
+            return {};
+        batch->behind = rows.last().pri;
+        rows.erase(std::remove_if(rows.begin(), rows.end(),
+                                  [&](const db_upfile &row) {
+                                      return batch->held.contains(row.pri) || batch->delayed.contains(row.pri);
+                                  }),
+                   rows.end());
+        prepare(farm, batch, &rows);
+        batch->ready = rows;
+    }
+    return batch->ready.takeFirst();
+}
+
+// Nothing of the batch can be started. Over, or failed as a whole, only where nothing of it is under way.
+void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
+{
+    if (!batch->held.isEmpty() || !batch->delayed.isEmpty() || !batch->ready.isEmpty())
+        return;
+    const db_upfarmD fresh = store()->farm(farm.pri); // the walk may have ended meanwhile
+    if (fresh.pri == 0 || fresh.dirstate != UploadDDAO::DirWalked)
+        return;
+    const qlonglong rows = store()->countFiles(farm.pri);
+    if (rows < 0)
+        return;
+    if (rows == 0 && fresh.failed == 0)
+        return toHistory(fresh);
+    if (!store()->nextFiles(farm.pri, 0, 1).isEmpty()) {
+        batch->behind = 0; // a row waits again that this queue didn't hear of
+        return;
+    }
+    qWarning().noquote() << "DriveHandler::judge batch stopped:" << farm.pri << farm.name << "failed:" << fresh.failed;
+    if (fresh.failed > 0)
+        pauseWith(farm.pri, tr("有 %1 项传输失败，可重新开始").arg(fresh.failed));
+    else
+        pauseFarm(farm.pri); // the user has paused all that is left
+}
+
+void DriveHandler::toHistory(const db_upfarmD &farm)
+{
+    db_upfarmD row = farm;
+    row.state = down() ? TransSet::DownDone : TransSet::UpDone;
+    row.oktime = QDateTime::currentMSecsSinceEpoch();
+    UploadDDAO *history = UploadDDAO::instance(UploadDDAO::Ok);
+    // First there, then away from here: a kill in between does it once more.
+    if (!history->putFarm(row) || !history->settle() || !store()->removeFarm(farm.pri))
+        return;
+    m_batches.remove(farm.pri);
+    history->keepFarms(UploadDDAO::HistoryFarms);
+    history->tellRefresh();
+    qDebug().noquote() << "DriveHandler::toHistory" << farm.pri << farm.name << farm.fok << farm.fup;
+}
+
+void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool progress, bool stale)
+{
+    const QString key = keyOf(farm.pri, file.pri);
+    m_runs.remove(key);
+    if (!takeWork(key, kind == TransSet::Done ? 0 : kind))
+        return;
+    look();
+    const auto found = m_batches.find(farm.pri);
+    if (found == m_batches.end() || kind == TransSet::Dropped)
+        return;
+    Batch &mine = *found;
+    if (kind == TransSet::Done) {
+        forgetRetries(key);
+        mine.stale = 0;
+        rest(&mine, true);
+        return over(farm.pri, file);
+    }
+    mine.held.remove(file.pri);
+    if (file.error == TransSet::DiskFull || file.error == QuotaFull) {
+        store()->setState(farm.pri, file.pri, waiting(), file.error);
+        const bool disk = file.error == TransSet::DiskFull;
+        return pauseWith(farm.pri, disk ? tr("磁盘空间不足，已暂停") : tr("网盘空间不足，已暂停"));
+    }
+    const int socket = file.error - TransSet::SocketBase;
+    if (kind == TransSet::Transient || stale || (socket >= 0 && socket < 100)) {
+        rest(&mine, progress);
+        return passing(farm, &mine, file, stale);
+    }
+    const int tries = retries(key);
+    if (checkRetry(key)) {
+        store()->unshow(file.pri);
+        return wait(farm.pri, file, m_timing.passingMs << tries);
+    }
+    store()->setState(farm.pri, file.pri, gaveUp(), file.error);
+}
+
+void DriveHandler::passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale)
+{
+    wait(farm.pri, file, m_timing.passingMs);
+    if (!stale || now() - batch->lastStale < StaleGapMs)
+        return; // ten workers tell of one token
+    batch->lastStale = now();
+    dropFarm(farm.id);
+    if (++batch->stale <= MostStale)
+        return;
+    batch->until = now() + m_timing.longestRestMs;
+    store()->setNote(farm.pri, tr("农场拒绝访问，稍后重试"));
+}
+
+void DriveHandler::wait(qlonglong farmPri, const db_upfile &file, int ms)
+{
+    Batch &mine = m_batches[farmPri];
+    mine.held.remove(file.pri);
+    mine.delayed.insert(file.pri, now() + ms);
+    store()->show(file.pri, waiting(), file.error);
+    store()->unshow(file.pri);
+}
+
+void DriveHandler::rest(Batch *batch, bool progress)
+{
+    if (progress) {
+        batch->failures = 0;
+        batch->until = 0;
+        return;
+    }
+    const int extra = ++batch->failures - FreeFailures;
+    if (extra > 0)
+        batch->until = now() + qMin(m_timing.restMs << qMin(extra - 1, 12), m_timing.longestRestMs);
+}
+
+void DriveHandler::over(qlonglong farmPri, const db_upfile &ended)
+{
+    db_upfile file = ended;
+    file.state = down() ? TransSet::DownDone : TransSet::UpDone;
+    file.error = 0;
+    file.oktime = QDateTime::currentMSecsSinceEpoch();
+    m_batches[farmPri].held.insert(file.pri);
+    m_over[farmPri].append(file);
+    ++m_overCount;
+}
+
+bool DriveHandler::settled(const QList<db_upfile> &) { return true; }
+
+// Groups are written when they are big enough or old enough; what goes to the medium first is waited for elsewhere.
+void DriveHandler::flush(bool wait)
+{
+    if (m_settled.valid()) {
+        if (!wait && m_settled.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
+            return;
+        m_settled.get();
+        write(m_settling);
+        m_settling.clear();
+    }
+    const bool due = m_overCount >= GroupRows ? m_lastFlush.hasExpired(m_timing.groupMs / 10)
+                                              : m_lastFlush.hasExpired(m_timing.groupMs);
+    if (m_overCount == 0 || (!wait && !due && m_overCount < MostGroup))
+        return;
+    m_lastFlush.start();
+    m_settling = std::exchange(m_over, {});
+    m_overCount = 0;
+    QList<db_upfile> all;
+    for (const QList<db_upfile> &files : qAsConst(m_settling))
+        all += files;
+    if (!down()) {
+        write(m_settling);
+        m_settling.clear();
+        return;
+    }
+    m_settled = std::async(std::launch::async, [this, all] { return settled(all); });
+}
+
+void DriveHandler::write(const QHash<qlonglong, QList<db_upfile>> &groups)
+{
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
+        const auto mine = m_batches.find(it.key());
+        if (mine == m_batches.end())
+            continue; // the batch was deleted
+        if (!UploadDDAO::instance(UploadDDAO::Ok)->addDone(it.key(), *it) || !store()->finish(it.key(), *it)) {
+            m_over[it.key()] += *it; // a store that is busy or full gets it later
+            m_overCount += it->size();
+            continue;
+        }
+        for (const db_upfile &file : *it)
+            mine->held.remove(file.pri);
+    }
+}
+
+void DriveHandler::pauseWith(qlonglong farmPri, const QString &note)
+{
+    pauseFarm(farmPri);
+    store()->setNote(farmPri, note);
+}
+
+QSet<qlonglong> DriveHandler::runningOf(qlonglong farmPri) const
+{
+    QSet<qlonglong> set;
+    for (const Run &run : m_runs) {
+        if (run.farmPri == farmPri)
+            set.insert(run.filePri);
+    }
+    return set;
+}
+
+QSet<qlonglong> DriveHandler::unwritten(qlonglong farmPri) const
+{
+    QSet<qlonglong> set;
+    for (const QList<db_upfile> &files : {m_over.value(farmPri), m_settling.value(farmPri)}) {
+        for (const db_upfile &file : files)
+            set.insert(file.pri);
+    }
+    return set;
+}
+
+void DriveHandler::drop(const QString &key, int kind)
+{
+    const Run run = m_runs.take(key);
+    takeWork(key, kind);
+    store()->unshow(run.filePri);
+    const auto mine = m_batches.find(run.farmPri);
+    if (mine != m_batches.end())
+        mine->held.remove(run.filePri);
+}
+
+void DriveHandler::dropAll(qlonglong farmPri, int kind)
+{
+    for (qlonglong filePri : runningOf(farmPri))
+        drop(keyOf(farmPri, filePri), kind);
+}
+
+void DriveHandler::pauseFarm(qlonglong farmPri)
+{
+    qDebug().noquote() << "DriveHandler::pauseFarm" << farmPri;
+    dropAll(farmPri, TransSet::Dropped);
+    store()->setFarmState(farmPri, paused());
+    store()->tellRefresh();
+}
+
+void DriveHandler::reFarm(qlonglong farmPri)
+{
+    qDebug().noquote() << "DriveHandler::reFarm" << farmPri;
+    Batch &mine = m_batches[farmPri];
+    const QSet<qlonglong> busy = runningOf(farmPri);
+    for (auto it = mine.delayed.cbegin(); it != mine.delayed.cend(); ++it)
+        forgetRetries(keyOf(farmPri, it.key()));
+    mine = {};
+    mine.held = busy + unwritten(farmPri);
+    store()->resumeAll(farmPri);
+    store()->setNote(farmPri, {});
+    store()->setFarmState(farmPri, waiting());
+    store()->tellRefresh();
+}
+
+void DriveHandler::delFarm(qlonglong farmPri)
+{
+    qDebug().noquote() << "DriveHandler::delFarm" << farmPri;
+    const db_upfarmD farm = store()->farm(farmPri);
+    if (farm.pri == 0)
+        return;
+    store()->setFarmState(farmPri, paused()); // no walk goes on
+    const QList<db_upfile> begun = down() ? store()->placedFiles(farmPri, Ahead * 10) : QList<db_upfile>();
+    dropAll(farmPri, 4);
+    m_over.remove(farmPri);
+    m_batches.remove(farmPri);
+    if (store()->removeFarm(farmPri))
+        dropped(farm, begun);
+    UploadDDAO *history = UploadDDAO::instance(UploadDDAO::Ok);
+    if (history->farm(farmPri).pri == 0)
+        history->removeFarm(farmPri); // rows of files that were over
+    store()->tellRefresh();
+}
+
+void DriveHandler::dropped(const db_upfarmD &, const QList<db_upfile> &) {}
+
+void DriveHandler::reFile(qlonglong farmPri, qlonglong filePri)
+{
+    if (runningOf(farmPri).contains(filePri))
+        return;
+    forgetRetries(keyOf(farmPri, filePri));
+    store()->setState(farmPri, filePri, waiting(), 0);
+    m_batches[farmPri].delayed.insert(filePri, now());
+    if (store()->farm(farmPri).state == paused())
+        store()->setFarmState(farmPri, waiting());
+    store()->tellRefresh();
+}
+
+void DriveHandler::pauseFile(qlonglong farmPri, qlonglong filePri)
+{
+    drop(keyOf(farmPri, filePri), TransSet::Dropped);
+    Batch &mine = m_batches[farmPri];
+    mine.delayed.remove(filePri);
+    mine.ready.erase(
+        std::remove_if(mine.ready.begin(), mine.ready.end(), [=](const db_upfile &row) { return row.pri == filePri; }),
+        mine.ready.end());
+    store()->setState(farmPri, filePri, paused(), 0);
+}
+
+void DriveHandler::delFile(qlonglong farmPri, qlonglong filePri)
+{
+    const db_upfarmD farm = store()->farm(farmPri);
+    const db_upfile file = store()->file(farmPri, filePri);
+    const bool ran = runningOf(farmPri).contains(filePri);
+    pauseFile(farmPri, filePri);
+    store()->removeFile(farmPri, filePri);
+    if (file.placed && !ran)
+        dropped(farm, {file});
+    look();
+}
+
+void DriveHandler::readFile() { store()->readFarms(); }
+
+void DriveHandler::readFile(qlonglong farmPri, int page) { store()->readPage(farmPri, page); }
+
+void DriveHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size)
+{
+    db_upfile file;
+    file.pri = subkey;
+    file.speed = speed;
+    file.compressedSize = size;
+    store()->tellSpeed(file);
+    QPair<qlonglong, qlonglong> &sum = m_speeds[key];
+    sum.first += speed;
+    sum.second += size;
+}
+
+void DriveHandler::speedsReported()
+{
+    for (auto it = m_speeds.cbegin(); it != m_speeds.cend(); ++it)
+        store()->tellFarmSpeed(it.key(), it->first, it->second);
+    m_speeds.clear();
+}
