@@ -4970,4 +4970,62 @@ Save it to %3?</translation>
         <translation>The analysis queue is not ready yet, please try again later</translation>
     </message>
 </context>
+<context>
+    <name>DirWork</name>
+    <message>
+        <source>链接指向所选文件夹之外，未跟随：%1</source>
+        <translation>A link leads out of what was chosen and isn't followed: %1</translation>
+    </message>
+    <message>
+        <source>文件夹无法读取，已跳过：%1</source>
+        <translation>A folder can't be read and is left out: %1</translation>
+    </message>
+    <message>
+        <source>文件夹层数过多，已跳过：%1</source>
+        <translation>Too many folders within each other, left out: %1</translation>
+    </message>
+    <message>
+        <source>%1 在云盘上的名称为 %2</source>
+        <translation>%1 is called %2 on the drive</translation>
+    </message>
+    <message>
+        <source>云盘未建立文件夹</source>
+        <translation>the drive hasn't made the folder</translation>
+    </message>
+    <message>
+        <source>文件夹多次读取失败：%1（%2）</source>
+        <translation>A folder failed again and again: %1 (%2)</translation>
+    </message>
+    <message>
+        <source>云盘文件夹互相包含，已跳过：%1</source>
+        <translation>Folders of the drive contain each other, left out: %1</translation>
+    </message>
+    <message>
+        <source>%1 在本地的名称为 %2</source>
+        <translation>%1 is called %2 on this machine</translation>
+    </message>
+    <message>
+        <source>%1 中有 %2 项无法使用，已跳过</source>
+        <translation>%2 entries of %1 can't be used and are left out</translation>
+    </message>
+</context>
+<context>
+    <name>DriveHandler</name>
+    <message>
+        <source>有 %1 项传输失败，可重新开始</source>
+        <translation>%1 items failed; they can be started again</translation>
+    </message>
+    <message>
+        <source>磁盘空间不足，已暂停</source>
+        <translation>The disk is full, paused</translation>
+    </message>
+    <message>
+        <source>网盘空间不足，已暂停</source>
+        <translation>The drive is full, paused</translation>
+    </message>
+    <message>
+        <source>农场拒绝访问，稍后重试</source>
+        <translation>The farm refuses access, tried again later</translation>
+    </message>
+</context>
 </TS>

@@ -8,8 +8,11 @@
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
+#include "db/UploadDDAO.h"
 #include "resolve/cloud/CloudScan.h"
 #include "resolve/ResolveScan.h"
+#include "transfer/drive/DirScan.h"
+#include "transfer/drive/DriveCalls.h"
 #include "transfer/TransScan.h"
 #include <memory>
 #include <QDebug>
@@ -20,6 +23,8 @@ namespace
 {
 constexpr QThread::Priority Priority = QThread::InheritPriority;
 TransScan *up = nullptr, *down = nullptr;
+DirScan *localWalk = nullptr, *driveWalk = nullptr;
+TransScan *driveOk = nullptr, *driveUp = nullptr, *driveDown = nullptr;
 ResolveScan *analysis = nullptr;
 CloudScan *cloud = nullptr;
 bool on = false;
@@ -31,6 +36,10 @@ bool openStores(const QString &dir)
     DoneDAO::instance()->open(dir); // without it the session goes on
     const bool upOk = UploadDAO::instance()->open(dir);
     const bool downOk = DownloadDAO::instance()->open(dir);
+    for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok}) {
+        if (!UploadDDAO::instance(which)->open(dir)) // the session goes on without the drive's transfers
+            qWarning().noquote() << "SessionTimer::openStores: no store of drive transfers" << which;
+    }
     if (!resolveOk || !upOk || !downOk)
         qWarning().noquote() << "SessionTimer::openStores: a store can't be opened in" << dir << resolveOk << upOk
                              << downOk;
@@ -46,8 +55,26 @@ void drain()
     int asked = Seam<ResolveCalls>::post([done](ResolveCalls &) { done->release(); }) ? 1 : 0;
     asked += Seam<CloudCalls>::post([done](CloudCalls &) { done->release(); }) ? 1 : 0;
     asked += Seam<DownCalls>::post([done](DownCalls &) { done->release(); }) ? 1 : 0;
+    asked += Seam<UpDCalls>::post([done](UpDCalls &) { done->release(); }) ? 1 : 0;
+    asked += Seam<DownDCalls>::post([done](DownDCalls &) { done->release(); }) ? 1 : 0;
     if (!done->tryAcquire(asked, DrainMs))
         qWarning().noquote() << "drain: a queue is busy, what was asked of it last may be lost";
+}
+
+template <class Thread> void begin(Thread *&thread, int type)
+{
+    thread = new Thread(type);
+    thread->start(Priority);
+}
+
+// What was on its way to or from a drive goes on with the session, whether its page is opened or not.
+void startDrive()
+{
+    begin(localWalk, DirScan::Local);
+    begin(driveWalk, DirScan::Remote);
+    begin(driveOk, TransScan::DriveOk);
+    begin(driveUp, TransScan::DriveUp);
+    begin(driveDown, TransScan::DriveDown);
 }
 
 template <class Thread> void end(Thread *&thread)
@@ -78,6 +105,7 @@ void SessionTimer::start(QObject *guard, std::function<void()> ready)
             analysis->start(Priority);
             cloud = new CloudScan;
             cloud->start(Priority);
+            startDrive();
             ready();
         });
 }
@@ -94,11 +122,18 @@ void SessionTimer::stop()
     end(down);
     end(analysis);
     end(cloud);
+    end(localWalk);
+    end(driveWalk);
+    end(driveOk);
+    end(driveUp);
+    end(driveDown);
     Background::post([] {
         ResolveDAO::instance()->releaseResolve();
         DoneDAO::instance()->close();
         DownloadDAO::instance()->releaseDown();
         UploadDAO::instance()->releaseUp();
+        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
+            UploadDDAO::instance(which)->release();
     });
 }
 

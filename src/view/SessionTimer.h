@@ -1,6 +1,6 @@
 #pragma once
-// The one owner of what runs in the background of a session: the three stores and the threads of the upload, download
-// and analysis queues. Static, main thread; ClientSession alone
+// The one owner of what runs in the background of a session: the stores and the threads of the upload, download
+// and analysis queues, and of the drive's transfers. Static, main thread; ClientSession alone
 // starts and stops it. start() opens the stores away from the window's thread, then starts the
 // queues; stop() lets them do what windows have asked for, ends the queues in the order of their making, waits for
 // them, and closes the stores.

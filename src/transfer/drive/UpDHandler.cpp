@@ -47,6 +47,9 @@ void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     QList<db_upfile> files;
     LocalNames names({}); // two that are called alike come from two places
     for (const SubFile &one : qAsConst(sfL)) {
+        const auto holds = [&](const SubFile &other) { return one.lpath.startsWith(other.lpath + '/'); };
+        if (std::any_of(sfL.begin(), sfL.end(), holds))
+            continue; // it goes with the folder
         const QFileInfo info(one.lpath);
         const QString name = names.take(driveName(info.fileName().isEmpty() ? one.name : info.fileName()));
         const QString remote = farm.dpath.isEmpty() ? name : farm.dpath + '/' + name;

@@ -1,0 +1,208 @@
+#pragma once
+// The living farm in this process, the client logged in at it, and the drive's queues and walks on their own threads over
+// stores in a folder of their own.
+#include "common/Seam.h"
+#include "common/Session.h"
+#include "common/UserInfo.h"
+#include "db/UploadDDAO.h"
+#include "Farm.h"
+#include "io/Ask.h"
+#include "io/NetTcp.h"
+#include "io/NetWork.h"
+#include "transfer/drive/DirScan.h"
+#include "transfer/drive/DriveCalls.h"
+#include "transfer/drive/DriveQueue.h"
+#include "transfer/drive/DriveRest.h"
+#include "transfer/TransScan.h"
+#include "transfer/TransSet.h"
+#include <QDir>
+#include <QDirIterator>
+#include <QJsonDocument>
+#include <QTcpSocket>
+#include <QTemporaryDir>
+#include <QtTest>
+
+using Tree = QMap<QString, QByteArray>; // path below a folder -> bytes; folders end with a slash
+
+class DriveRig
+{
+public:
+    DriveRig()
+    {
+        options.dir = folder.path() + "/farm";
+        options.businessPort = options.httpPort = options.filePort = 0;
+        qputenv("no_proxy", "*");
+        good = farm.start(options) && login() && startQueues();
+        place.farmId = 1;
+        place.path = "T";
+        if (good)
+            place.id = make("-1", "T");
+    }
+    ~DriveRig()
+    {
+        stopQueues();
+        NetWork::instance()->forgetDrives();
+        NetTcp::instance()->setLogin(false);
+    }
+
+    bool startQueues()
+    {
+        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
+            if (!UploadDDAO::instance(which)->open(folder.path()))
+                return false;
+        Session::setLive(true);
+        for (int type : {TransScan::DriveOk, TransScan::DriveUp, TransScan::DriveDown})
+            queues.emplace_back(new TransScan(type));
+        walks.emplace_back(new DirScan(DirScan::Local));
+        walks.emplace_back(new DirScan(DirScan::Remote));
+        for (auto &one : queues)
+            one->start();
+        for (auto &one : walks)
+            one->start();
+        return QTest::qWaitFor(
+            [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
+    }
+    void stopQueues()
+    {
+        Session::setLive(false);
+        walks.clear();
+        queues.clear();
+        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
+            UploadDDAO::instance(which)->release();
+    }
+
+    // On the drive.
+    QString make(const QString &parent, const QString &name)
+    {
+        DriveRest::Reply reply;
+        return ask(DriveRest::create(1, 1, name, {}, parent), &reply) ? reply.entry.id : QString();
+    }
+    bool ask(DriveRest question, DriveRest::Reply *reply)
+    {
+        QObject guard;
+        int end = 0;
+        question.answered([&](const DriveRest::Reply &rep) { *reply = rep, end = 1; }).failed([&](const QString &) { end = 2; });
+        question.send(&guard);
+        return QTest::qWaitFor([&] { return end != 0; }, 10000) && end == 1;
+    }
+    QList<SubFile> children(const QString &id)
+    {
+        DriveRest::Reply reply;
+        ask(DriveRest::children(1, 1, id), &reply);
+        return reply.entries;
+    }
+    QStringList onDrive() const { return farm.driveFiles().keys(); }
+
+    // On this machine.
+    QString local(const QString &name) const { return folder.path() + '/' + name; }
+    void write(const QString &base, const Tree &tree)
+    {
+        for (auto it = tree.begin(); it != tree.end(); ++it) {
+            const QString path = local(base) + '/' + it.key();
+            QDir().mkpath(it.key().endsWith('/') ? path : QFileInfo(path).path());
+            QFile file(path);
+            if (!it.key().endsWith('/') && file.open(QIODevice::WriteOnly))
+                file.write(it.value());
+        }
+    }
+    Tree read(const QString &base) const
+    {
+        Tree tree;
+        QDirIterator it(local(base), QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+        while (it.hasNext()) {
+            it.next();
+            const QString path = it.filePath().mid(local(base).size() + 1);
+            QFile file(it.filePath());
+            if (it.fileInfo().isDir())
+                tree.insert(path + '/', {});
+            else if (file.open(QIODevice::ReadOnly))
+                tree.insert(path, file.readAll());
+        }
+        return tree;
+    }
+    static QByteArray bytes(int size, quint32 seed = 1)
+    {
+        QByteArray out(size, '\0');
+        for (int i = 0; i < size; ++i)
+            out[i] = char((quint32(i) * 2654435761u + seed * 40503u) >> 13);
+        return out;
+    }
+
+    // Batches.
+    static QList<db_upfarmD> over() { return UploadDDAO::instance(UploadDDAO::Ok)->farms(); }
+    static bool waitOver(int batches, int ms = 40000)
+    {
+        return QTest::qWaitFor([&] { return over().size() == batches; }, ms);
+    }
+    void put(const QStringList &names, bool links = false)
+    {
+        QStringList paths;
+        for (const QString &name : names)
+            paths << local(name);
+        DriveQueue::put(place, paths, links);
+    }
+    // Everything of the disk into a folder.
+    void fetch(const QString &target, int conflict = db_upfarmD::NotAsked)
+    {
+        DriveQueue::fetch(place, children(place.id), local(target), conflict);
+    }
+    // Empty where every sum is that of the rows.
+    static QString sumsDiffer()
+    {
+        for (const db_upfarmD &farm : over()) {
+            const qlonglong rows = UploadDDAO::instance(UploadDDAO::Ok)->countFiles(farm.pri);
+            if (farm.fok != farm.fsum || farm.fup != farm.fsize || rows != farm.fok)
+                return QString("batch %1: %2 of %3 files, %4 of %5 bytes, %6 rows")
+                    .arg(farm.name)
+                    .arg(farm.fok)
+                    .arg(farm.fsum)
+                    .arg(farm.fup)
+                    .arg(farm.fsize)
+                    .arg(rows);
+        }
+        return {};
+    }
+
+    QTemporaryDir folder;
+    FarmOptions options;
+    Farm farm;
+    DriveQueue::Place place;
+    bool good = false;
+
+private:
+    bool login()
+    {
+        UserInfo::init();
+        NetTcp::create();
+        NetWork::create();
+        NetTcp *tcp = NetTcp::instance();
+        tcp->setLogin(false);
+        tcp->setHost("127.0.0.1", farm.ports().business);
+        tcp->resetLink();
+        if (!QTest::qWaitFor([&] { return tcp->socket()->state() == QAbstractSocket::ConnectedState; }))
+            return false;
+        const QString session = business(10308, {{"thirdParty", 0}}).value("token").toString();
+        const QByteArray body = QJsonDocument(QJsonObject{{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}).toJson();
+        QTcpSocket page;
+        page.connectToHost("127.0.0.1", quint16(farm.ports().http));
+        page.write("POST /xclient/login HTTP/1.1\r\nHost: farm\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
+        if (!page.waitForReadyRead(5000))
+            return false;
+        UserInfo::setSessionToken(session);
+        UserInfo::initUser(business(10309, {}));
+        tcp->setLogin(true);
+        return true;
+    }
+    QJsonObject business(int cmd, const QJsonObject &body)
+    {
+        bool over = false;
+        QJsonObject reply;
+        Ask(cmd, body)
+            .any([&](int, const QJsonDocument &doc) { reply = doc.object(), over = true; })
+            .lost([&](Ask::Loss) { over = true; })
+            .send(qApp);
+        return QTest::qWaitFor([&] { return over; }) ? reply : QJsonObject();
+    }
+    std::vector<std::unique_ptr<TransScan>> queues;
+    std::vector<std::unique_ptr<DirScan>> walks;
+};

@@ -1,0 +1,237 @@
+// Whole trees to the drive and back, over the living farm: what arrives, what is told, what survives.
+#include "DriveRig.h"
+#include "support/TestMain.h"
+#include <sys/stat.h>
+
+class DriveRoadTest : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<DriveRig> rig;
+
+private slots:
+    void init()
+    {
+        rig.reset(new DriveRig);
+        QVERIFY(rig->good && !rig->place.id.isEmpty());
+    }
+    void cleanup()
+    {
+        const QStringList violations = rig->farm.violations();
+        rig.reset();
+        QCOMPARE(violations, QStringList());
+    }
+    void thereAndBack();
+    void linksAndNames();
+    void faultsOfFetching_data();
+    void faultsOfFetching();
+    void conflicts_data();
+    void conflicts();
+    void control();
+    void failures();
+    void full();
+};
+
+// Every byte, every empty folder; nothing that is left out; sums as the rows, and the same again after a restart.
+void DriveRoadTest::thereAndBack()
+{
+    Tree tree{{"p/empty/in/", {}},
+              {"p/zero", {}},
+              {"p/one.bin", DriveRig::bytes(1)},
+              {"p/.hidden/x", "h"},
+              {"p/exact.bin", DriveRig::bytes(262145)},
+              {"p/more.bin", DriveRig::bytes(262146)},
+              {"p/big.bin", DriveRig::bytes(3000000)},
+              {QString::fromUtf8("p/木 空/é e\xcc\x81 &%+#?.txt").remove('?'), "u"},
+              {"p/" + QString(85, QChar(0x6728)), "255 bytes"},
+              {"p/dots.", "d"},
+              {"p/a.vd", "v"},
+              {"p/a", "a"}};
+    for (int i = 0; i < 150; ++i)
+        tree.insert(QString("p/many/f%1").arg(i), DriveRig::bytes(i * 7, quint32(i)));
+    rig->write("src", tree);
+    rig->write("src", {{"p/Thumbs.db", "t"}, {"p/autosave/a.ma", "t"}, {"p/many/b~", "t"}});
+    rig->put({"src/p", "src/p/one.bin"}); // what lies within another that was chosen goes once
+    QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->sumsDiffer(), QString());
+    rig->stopQueues();
+    QVERIFY(rig->startQueues());
+    rig->fetch("back");
+    QVERIFY(rig->waitOver(2));
+    QCOMPARE(rig->sumsDiffer(), QString());
+    Tree back = rig->read("back");
+    for (const QString &name : {"p/Thumbs.db", "p/autosave/a.ma", "p/autosave/", "p/many/b~"})
+        QVERIFY2(!back.contains(name), qPrintable(name));
+    for (const QString &name : back.keys())
+        if (name.endsWith('/') && !tree.contains(name))
+            back.remove(name);
+    const QByteArray ownEnding = back.take("p/a.vd_"); // beside "a" it would be the download's own file
+    back.insert("p/a.vd", ownEnding);
+    const QStringList names = back.keys(), wanted = tree.keys();
+    QCOMPARE((names.toSet() - wanted.toSet()).values().join('|'), QString());
+    QCOMPARE((wanted.toSet() - names.toSet()).values().join('|'), QString());
+    QVERIFY(back == tree);
+    QCOMPARE(UploadDDAO::instance(UploadDDAO::Up)->farms().size() + UploadDDAO::instance(UploadDDAO::Down)->farms().size(), 0);
+}
+
+// Links that lead out aren't followed unless asked, rings end, names that the drive refuses get others, none is lost.
+void DriveRoadTest::linksAndNames()
+{
+    rig->write("src", {{"p/sub/x", "x"}, {"out/secret", "s"}, {"p/a:b", "1"}, {"p/a?b", "2"}, {"p/a_b", "3"}, {"p/c\nd", "4"}});
+    QVERIFY(QFile::link(rig->local("src/out"), rig->local("src/p/outside")) &&
+            QFile::link(rig->local("src/p"), rig->local("src/p/sub/ring")) &&
+            QFile::link(rig->local("src/p/sub"), rig->local("src/p/inside")));
+    QVERIFY(::mkfifo(QFile::encodeName(rig->local("src/p/pipe")).constData(), 0600) == 0);
+    rig->put({"src/p"});
+    QVERIFY(rig->waitOver(1));
+    QStringList names = rig->onDrive();
+    QCOMPARE(names.filter("secret"), QStringList());
+    QCOMPARE(names.filter("ring"), QStringList());
+    QVERIFY(names.contains("T/p/inside/x"));
+    QCOMPARE(names.filter("/a_b"), QStringList({"T/p/a_b", "T/p/a_b (2)", "T/p/a_b (3)"}));
+    QVERIFY(names.contains("T/p/c_d") && !names.contains("T/p/pipe"));
+    QVERIFY(!rig->over().first().note.isEmpty());
+    rig->place.path = "T/again";
+    rig->place.id = rig->make(rig->place.id, "again");
+    rig->put({"src/p"}, true);
+    QVERIFY(rig->waitOver(2));
+    QVERIFY(rig->onDrive().contains("T/again/p/outside/secret"));
+}
+
+void DriveRoadTest::faultsOfFetching_data()
+{
+    QTest::addColumn<QString>("fault");
+    for (const char *fault : {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2",
+                              "drive-ring=1@2", "drive-half-listing=1@2", "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3"})
+        QTest::newRow(fault) << fault;
+}
+
+// Whatever the drive does wrong for a while, the tree comes over whole.
+void DriveRoadTest::faultsOfFetching()
+{
+    QFETCH(QString, fault);
+    const Tree tree{
+        {"p/", {}}, {"p/a.bin", DriveRig::bytes(900000)}, {"p/q/", {}}, {"p/q/b.bin", DriveRig::bytes(300000, 2)}, {"p/q/c", "c"}};
+    rig->write("src", tree);
+    rig->put({"src/p"});
+    QVERIFY(rig->waitOver(1));
+    const QList<SubFile> entries = rig->children(rig->place.id);
+    QVERIFY(rig->farm.faults().set(fault));
+    DriveQueue::fetch(rig->place, entries, rig->local("back"));
+    QVERIFY(rig->waitOver(2));
+    QVERIFY(rig->read("back") == tree);
+    QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+void DriveRoadTest::conflicts_data()
+{
+    QTest::addColumn<int>("mode");
+    QTest::addColumn<bool>("asked");
+    QTest::addColumn<Tree>("after");
+    const QByteArray a = DriveRig::bytes(5000), b = DriveRig::bytes(6000, 2);
+    const Tree overwritten{{"a", a}, {"b", b}, {"c", "new"}}, both{{"a", a}, {"a (2)", a}, {"b", "old"}, {"b (2)", b}, {"c", "new"}};
+    QTest::newRow("skip the same") << int(db_upfarmD::SkipSame) << false << overwritten;
+    QTest::newRow("overwrite") << int(db_upfarmD::Overwrite) << false << overwritten;
+    QTest::newRow("keep both") << int(db_upfarmD::KeepBoth) << false << both;
+    QTest::newRow("asked, overwrite") << int(db_upfarmD::Overwrite) << true << overwritten;
+    QTest::newRow("asked, keep both") << int(db_upfarmD::KeepBoth) << true << Tree{{"a", a}, {"b", "old"}, {"b (2)", b}, {"c", "new"}};
+}
+
+void DriveRoadTest::conflicts()
+{
+    QFETCH(int, mode);
+    QFETCH(bool, asked);
+    QFETCH(Tree, after);
+    rig->write("src", {{"a", DriveRig::bytes(5000)}, {"b", DriveRig::bytes(6000, 2)}, {"c", "new"}});
+    rig->put({"src/a", "src/b", "src/c"});
+    QVERIFY(rig->waitOver(1));
+    rig->write("back", {{"a", DriveRig::bytes(5000)}, {"b", "old"}});
+    QSignalSpy questions(UploadDDAO::instance(UploadDDAO::Down), &UploadDDAO::conflict);
+    rig->fetch("back", asked ? int(db_upfarmD::NotAsked) : mode);
+    if (asked) {
+        QVERIFY(questions.wait(10000));
+        QVERIFY(QTest::qWaitFor([&] { return rig->read("back").contains("c"); }));
+        QCOMPARE(rig->read("back").value("b"), QByteArray("old"));
+        DriveQueue::setConflict(questions.first().first().toLongLong(), mode);
+    }
+    QVERIFY(rig->waitOver(2));
+    QCOMPARE(questions.size(), asked ? 1 : 0);
+    const Tree back = rig->read("back");
+    QCOMPARE(back.keys(), after.keys());
+    QVERIFY(back == after);
+}
+
+// Pause, a restart while it's paused, continue; one file; deletion leaves no half files.
+void DriveRoadTest::control()
+{
+    Tree tree{{"p/", {}}};
+    for (int i = 0; i < 40; ++i)
+        tree.insert(QString("p/f%1").arg(i, 2, 10, QChar('0')), DriveRig::bytes(2000000, quint32(i)));
+    rig->write("src", tree);
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up), *down = UploadDDAO::instance(UploadDDAO::Down);
+    DriveQueue::setUpLimit(200);
+    rig->put({"src/p"});
+    QVERIFY(QTest::qWaitFor([&] { return !up->farms().isEmpty() && up->farms().first().fsum == 40; }));
+    const qlonglong pri = up->farms().first().pri;
+    DriveQueue::pause(UploadDDAO::Up, pri);
+    QVERIFY(QTest::qWaitFor([&] { return up->farm(pri).state == TransSet::UpPause; }));
+    rig->stopQueues();
+    QVERIFY(rig->startQueues());
+    QCOMPARE(up->farm(pri).state, int(TransSet::UpPause));
+    DriveQueue::setUpLimit(0);
+    const QList<db_upfile> rows = up->readPage(pri, 0);
+    QVERIFY(rows.size() >= 2);
+    DriveQueue::removeFile(UploadDDAO::Up, pri, rows.at(0).pri);
+    DriveQueue::pauseFile(UploadDDAO::Up, pri, rows.at(1).pri);
+    DriveQueue::resume(UploadDDAO::Up, pri);
+    QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->over().first().fok, 39);
+    QCOMPARE(rig->sumsDiffer(), QString());
+    rig->fetch("back");
+    QVERIFY(QTest::qWaitFor([&] { return !down->farms().isEmpty() && down->farms().first().fup > 0; }));
+    DriveQueue::remove(UploadDDAO::Down, down->farms().first().pri);
+    QVERIFY(QTest::qWaitFor([&] { return down->farms().isEmpty(); }));
+    QVERIFY(QTest::qWaitFor([&] { return rig->read("back").keys().filter(QRegularExpression("\\.(xtemp|vd)$")).isEmpty(); }));
+    qlonglong fok = 0, fsum = 0;
+    down->sums(&fok, &fsum);
+    QCOMPARE(fsum, 0);
+}
+
+// What can't be sent stands there with its reason, the rest goes; once it can be, continuing sends it.
+void DriveRoadTest::failures()
+{
+    rig->write("src", {{"p/good", "g"}});
+    QVERIFY(QFile::link(rig->local("later"), rig->local("src/p/gone")));
+    rig->put({"src/p"});
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+    QVERIFY(QTest::qWaitFor([&] { return !up->farms().isEmpty() && up->farms().first().state == TransSet::UpPause; }, 20000));
+    const db_upfarmD farm = up->farm(up->farms().first().pri);
+    QCOMPARE(farm.fok, 1);
+    QCOMPARE(farm.failed, 1);
+    const QList<db_upfile> rows = up->readPage(farm.pri, 0);
+    QCOMPARE(rows.size(), 1);
+    QCOMPARE(rows.first().error, int(TransSet::NoFile));
+    rig->write(".", {{"later", "now"}});
+    DriveQueue::resume(UploadDDAO::Up, farm.pri);
+    QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->sumsDiffer(), QString());
+    QVERIFY(rig->onDrive().contains("T/p/gone"));
+}
+
+void DriveRoadTest::full()
+{
+    rig->write("src", {{"p/a", DriveRig::bytes(1000)}, {"p/b", DriveRig::bytes(1000, 2)}});
+    QVERIFY(rig->farm.faults().set("drive-full", "1"));
+    rig->put({"src/p"});
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+    QVERIFY(QTest::qWaitFor(
+        [&] { return !up->farms().isEmpty() && up->farms().first().state == TransSet::UpPause && !up->farms().first().note.isEmpty(); },
+        20000));
+    QVERIFY(rig->farm.faults().set("drive-full", ""));
+    DriveQueue::resume(UploadDDAO::Up, up->farms().first().pri);
+    QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+Q_DECLARE_METATYPE(Tree)
+VN_TEST(DriveRoadTest)
+#include "tst_drive_road.moc"

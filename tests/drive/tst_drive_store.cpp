@@ -1,0 +1,220 @@
+// The drive's stores and the rules of names: sums as the rows whatever happens in between, pages by position.
+#include "db/UploadDDAO.h"
+#include "support/TestMain.h"
+#include "transfer/drive/DriveNames.h"
+#include "transfer/TransSet.h"
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QTemporaryDir>
+
+class DriveStoreTest : public QObject
+{
+    Q_OBJECT
+    QScopedPointer<QTemporaryDir> folder;
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+
+    static db_upfile file(const QString &path, qlonglong size)
+    {
+        db_upfile one;
+        one.lpath = "/l/" + path;
+        one.remotePath = "D/" + path;
+        one.size = size;
+        return one;
+    }
+    static QList<db_upfile> files(const QString &stem, int count)
+    {
+        QList<db_upfile> list;
+        for (int i = 0; i < count; ++i)
+            list << file(stem + QString::number(i), 10);
+        return list;
+    }
+    static db_updirD dir(const QString &path)
+    {
+        db_updirD one;
+        one.lpath = "/l/" + path;
+        one.dpath = "D/" + path;
+        return one;
+    }
+    static db_upfarmD batch(qlonglong pri)
+    {
+        db_upfarmD farm;
+        farm.pri = pri;
+        farm.state = TransSet::UpWait;
+        farm.name = QString::number(pri);
+        return farm;
+    }
+    // "fok fsum fup fsize rows dirstate" of a batch.
+    QString sums(qlonglong pri)
+    {
+        const db_upfarmD farm = up->farm(pri);
+        return QString("%1 %2 %3 %4 %5 %6")
+            .arg(farm.fok)
+            .arg(farm.fsum)
+            .arg(farm.fup)
+            .arg(farm.fsize)
+            .arg(up->countFiles(pri))
+            .arg(farm.dirstate);
+    }
+    QString total()
+    {
+        qlonglong fok = -1, fsum = -1;
+        up->sums(&fok, &fsum);
+        return QString("%1 %2").arg(fok).arg(fsum);
+    }
+
+private slots:
+    void init()
+    {
+        folder.reset(new QTemporaryDir);
+        QVERIFY(up->open(folder->path()));
+    }
+    void cleanup() { up->release(); }
+
+    void sumsFollowRows()
+    {
+        QVERIFY(up->addFarm(batch(1), {dir("a")}, files("top", 2)));
+        QCOMPARE(sums(1), QString("0 2 0 20 2 1"));
+        const db_updirD a = up->nextDirs(1, 5).first();
+        QVERIFY(up->walked(1, a, {dir("a/b")}, files("a/", 3)));
+        const db_updirD b = up->nextDirs(1, 5).first();
+        QCOMPARE(b.dpath, QString("D/a/b"));
+        // The same walk once more changes nothing; rows of one path stand once.
+        QVERIFY(up->walked(1, a, {}, files("a/", 3)));
+        QCOMPARE(sums(1), QString("0 5 0 50 5 1"));
+        QVERIFY(up->walked(1, b, {}, {}));
+        QCOMPARE(sums(1), QString("0 5 0 50 5 2"));
+        QList<db_upfile> rows = up->nextFiles(1, 0, 3);
+        QVERIFY(up->finish(1, rows) && up->finish(1, rows)); // counted once
+        QCOMPARE(sums(1), QString("3 5 30 50 2 2"));
+        QCOMPARE(total(), QString("3 5"));
+        rows = up->nextFiles(1, 0, 3);
+        rows[0].size = 15;
+        QVERIFY(up->setMeasure(1, rows[0]) && up->removeFile(1, rows[1].pri));
+        QCOMPARE(sums(1), QString("3 4 30 45 1 2"));
+        QVERIFY(up->addFarm(batch(2), {}, files("x", 1)));
+        QCOMPARE(sums(2), QString("0 1 0 10 1 2")); // no folders: walked at once
+        QVERIFY(up->removeFarm(1));
+        QCOMPARE(total(), QString("3 4"));
+        QVERIFY(up->removeFarm(2));
+        QCOMPARE(total(), QString("0 0"));
+    }
+
+    // A kill in the middle of a big folder: its rows so far go, the folder is walked again.
+    void halfFolder()
+    {
+        QVERIFY(up->addFarm(batch(1), {dir("a")}, {}));
+        const db_updirD a = up->nextDirs(1, 5).first();
+        QVERIFY(up->walked(1, a, {}, files("a/", 4), false));
+        QVERIFY(up->nextFiles(1, 0, 9).isEmpty());
+        up->release();
+        QVERIFY(up->open(folder->path()));
+        QCOMPARE(sums(1), QString("0 0 0 0 0 1"));
+        QVERIFY(up->walked(1, a, {}, files("a/", 4), false) && up->walked(1, a, {}, files("b/", 2), true));
+        QCOMPARE(up->nextFiles(1, 0, 9).size(), 6);
+        QCOMPARE(sums(1), QString("0 6 0 60 6 2"));
+    }
+
+    // A folder that was given up is kept and due again when the batch is resumed; failed and paused rows too.
+    void resumed()
+    {
+        QVERIFY(up->addFarm(batch(1), {dir("a")}, files("x", 3)));
+        QVERIFY(up->dirFailed(1, up->nextDirs(1, 1).first()));
+        const QList<db_upfile> rows = up->nextFiles(1, 0, 3);
+        QVERIFY(up->setState(1, rows[0].pri, TransSet::UpGaveUp, TransSet::NoFile) && up->setState(1, rows[1].pri, TransSet::UpPause, 0));
+        QCOMPARE(up->farm(1).failed, 2);
+        QCOMPARE(up->farm(1).dirstate, int(UploadDDAO::DirWalked));
+        QVERIFY(up->resumeAll(1));
+        QCOMPARE(up->nextFiles(1, 0, 9).size(), 3);
+        QCOMPARE(up->nextDirs(1, 9).size(), 1);
+        QCOMPARE(up->farm(1).dirstate, int(UploadDDAO::DirWalking));
+    }
+
+    // A file of an older version: no indexes, no added columns, rows that ran, a walk that was due.
+    void olderFile()
+    {
+        up->release();
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "older");
+            db.setDatabaseName(folder->filePath("older/qnfileUploadD.db"));
+            QDir().mkpath(folder->filePath("older"));
+            QVERIFY(db.open());
+            for (const char *sql :
+                 {"create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,fok INTEGER,fsum "
+                  "INTEGER,fup INTEGER,"
+                  "fsize INTEGER,dirstate int,state int,primary key(pri))",
+                  "create table dir_7(ids varchar,lpath varchar,dpath varchar,pri INTEGER,state int,primary key(lpath))",
+                  "create table file_7(id int,ids varchar,lpath varchar,dpath varchar,modtime INTEGER,hash varchar,size INTEGER,pri "
+                  "INTEGER,state int,error "
+                  "int,oktime INTEGER,primary key(lpath))",
+                  "insert into farm values(1,'n',0,1,'/l','D',7,0,1,0,10,0,11)",
+                  "insert into file_7 values(0,'','/l/x','D/x',0,'',10,3,11,0,0)", "insert into dir_7 values('','/l/d','D/d',4,11)"})
+                QVERIFY2(QSqlQuery(db).exec(sql), sql);
+        }
+        QSqlDatabase::removeDatabase("older");
+        QVERIFY(up->open(folder->filePath("older")));
+        QCOMPARE(up->nextWalk({}).pri, 7);
+        QCOMPARE(up->nextFiles(7, 0, 5).size(), 1);
+        QVERIFY(up->walked(7, up->nextDirs(7, 5).first(), {}, files("new", 1)));
+        QCOMPARE(up->nextFiles(7, 3, 5).first().lpath, QString("/l/new0")); // behind the numbers that stand there
+    }
+
+    // Wherever rows went away, page N begins with row 30 * N.
+    void pagesByPosition()
+    {
+        QVERIFY(up->addFarm(batch(1), {dir("a")}, files("x", 9000)));
+        up->readPage(1, 0);
+        QVERIFY(up->walked(1, up->nextDirs(1, 1).first(), {}, files("y", 5000)));
+        QList<db_upfile> rows = up->nextFiles(1, 0, 20000), gone, left;
+        for (int i = 0; i < rows.size(); ++i)
+            (i % 3 == 0 && i < 8500 ? gone : left) << rows.at(i);
+        QVERIFY(up->finish(1, gone) && up->removeFile(1, left.takeLast().pri));
+        for (int page : {0, 1, 100, 150, 250, 300, left.size() / 30, left.size() / 30 + 1}) {
+            const QList<db_upfile> found = up->readPage(1, page);
+            QCOMPARE(found.size(), qBound(0, left.size() - page * 30, 30));
+            if (!found.isEmpty())
+                QCOMPARE(found.first().pri, left.at(page * 30).pri);
+        }
+    }
+
+    void history()
+    {
+        UploadDDAO *ok = UploadDDAO::instance(UploadDDAO::Ok);
+        QVERIFY(ok->open(folder->path()));
+        for (int i = 1; i <= 5; ++i) {
+            db_upfarmD farm = batch(i);
+            farm.oktime = 100 - i;
+            QVERIFY(ok->putFarm(farm));
+        }
+        QList<db_upfile> many = files("x", 1100);
+        for (int i = 0; i < many.size(); ++i)
+            many[i].pri = many[i].oktime = i + 1;
+        QVERIFY(ok->addDone(4, many) && ok->addDone(4, many) && ok->keepFarms(3));
+        QCOMPARE(ok->countFiles(4), 1100);
+        const QList<db_upfile> shown = ok->readPage(4, 0);
+        QCOMPARE(shown.size(), 1000);
+        QCOMPARE(shown.first().oktime, 1100);
+        QStringList kept;
+        for (const db_upfarmD &farm : ok->farms())
+            kept << farm.name;
+        QCOMPARE(kept, QStringList({"3", "4", "5"}));
+        ok->release();
+    }
+
+    void names()
+    {
+        LocalNames local({"a", "a.vd", "b.vd", "x", "x"});
+        QStringList got;
+        for (const char *name : {"x", "x", "a", "a.vd", "b.vd", ".git", "x (2)"})
+            got << local.take(name);
+        QCOMPARE(got, QStringList({"x", "x (2)", "a", "a.vd_", "b.vd", ".git", "x (2) (2)"}));
+        QCOMPARE(LocalNames::numbered("a.b.txt", 3), QString("a.b (3).txt"));
+        QCOMPARE(LocalNames::numbered(".rc", 2), QString(".rc (2)"));
+        QCOMPARE(driveName("a:b\\c?\nd|"), QString("a_b_c__d_"));
+        const DriveExclude rules("Thumbs.db; *~ ;autosave/;;[");
+        QVERIFY(rules.leavesOut("thumbs.DB", false) && rules.leavesOut("a~", false) && rules.leavesOut("AutoSave", true));
+        QVERIFY(!rules.leavesOut("autosave", false) && !rules.leavesOut("Thumbs.dbx", false) && !rules.leavesOut("a~b", true));
+    }
+};
+
+VN_TEST(DriveStoreTest)
+#include "tst_drive_store.moc"
