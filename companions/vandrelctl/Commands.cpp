@@ -3,6 +3,7 @@
 #include "Road.h"
 #include <QDate>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QThread>
 
@@ -136,6 +137,49 @@ Exit transfer(const Words &words, Client *client, Show *show)
                    .arg(what, encoded(words.option("order")), encoded(words.option("id"))));
 }
 
+Exit drive(const Words &words, Client *client, Show *show)
+{
+    const QString what = words.values.first();
+    const QStringList values = words.values.mid(1);
+    const QString where =
+        QStringLiteral("farm=%1&tree=%2&path=%3")
+            .arg(encoded(words.option("farm")), words.has("results") ? QStringLiteral("2") : QString());
+    QJsonValue data;
+    if (what == QLatin1String("put") && values.size() >= 2) {
+        QJsonArray from;
+        for (const QString &path : values.mid(0, values.size() - 1))
+            from.append(QFileInfo(path).absoluteFilePath());
+        return ask(client, show,
+                   "/drive/put?" + where.arg(encoded(values.last())) + (words.has("links") ? "&links=1" : ""), nullptr,
+                   QJsonDocument(from).toJson(QJsonDocument::Compact));
+    }
+    if (what == QLatin1String("get") && values.size() == 2)
+        return ask(client, show,
+                   "/drive/get?" + where.arg(encoded(values.first())) +
+                       "&to=" + encoded(QFileInfo(values.last()).absoluteFilePath()) +
+                       "&existing=" + encoded(words.option("existing")));
+    const bool list = what == QLatin1String("ls") && values.size() <= 1;
+    if (!list && (what != QLatin1String("status") || values.size() > 1)) {
+        show->complain(
+            QStringLiteral("drive ls [PATH], drive put FILE... PATH, drive get PATH FOLDER, drive status [ID]"));
+        return Exit::BadWords;
+    }
+    const QString target =
+        list ? "/drive/ls?" + where.arg(encoded(values.value(0)))
+             : "/drive/status?id=" + encoded(values.value(0)) + "&act=" + encoded(words.option("act"));
+    const Exit how = ask(client, show, target, &data);
+    if (how != Exit::Good)
+        return how;
+    if (show->json())
+        show->value(data);
+    else if (list)
+        show->table(data.toArray(), {"name:NAME", "folder:FOLDER", "bytes:BYTES", "changed:CHANGED"});
+    else
+        show->table(data.toArray(), {"id:ID", "kind:KIND", "status:STATE", "filesDone:DONE", "files:FILES",
+                                     "bytesDone:SENT", "bytes:BYTES", "failed:FAILED", "name:NAME", "note:NOTE"});
+    return how;
+}
+
 Exit call(const Words &words, Client *client, Show *show)
 {
     QString target = words.values.first();
@@ -193,6 +237,8 @@ Exit run(const Words &words, Client *client, Show *show)
         return list(client, show);
     if (command == QLatin1String("transfer"))
         return transfer(words, client, show);
+    if (command == QLatin1String("drive"))
+        return drive(words, client, show);
     if (command == QLatin1String("call"))
         return call(words, client, show);
     if (command == QLatin1String("commit"))

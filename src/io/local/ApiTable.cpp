@@ -19,6 +19,10 @@ const QList<ApiArg> transfers =
     orders + QList<ApiArg>{{"id", ApiArg::Number, "a download, by its id in /transfer", "1706904306000"},
                            {"ids", ApiArg::List, "several of them", nullptr}};
 
+const QList<ApiArg> drive{{"farm", ApiArg::Number, "the farm, 1 where it isn't told", "1"},
+                          {"path", ApiArg::Text, "from the disk on; empty: the disks", "D/film"},
+                          {"tree", ApiArg::Number, "1 project files, 2 results", nullptr}};
+
 const char *const analysis = R"({"scenes": ["/scenes/shot.ma"], "parameter": {"env": {"software": "maya2022", )"
                              R"("softwareType": 1}, "project": {"id": 3, "name": "film"}, "mayaProject": "/scenes", )"
                              R"("machine": {"id": 1, "name": "CPU 64G"}}})";
@@ -144,6 +148,24 @@ const QList<ApiRoute> &ApiTable::routes()
          nullptr},
         {"/transfer/continue", "transferContinue", "lets them go on; what failed is tried again", transfers, nullptr,
          nullptr},
+        {"/drive/ls", "driveList", "what lies in a folder of a farm's drive", drive, nullptr,
+         R"([{"id": "12", "name": "scenes", "folder": true, "bytes": 0, "changed": "2024-02-03 04:05:06"}])"},
+        {"/drive/put", "drivePut",
+         "sends files and folders of this machine into a folder of the drive, which is made where it's missing",
+         drive + QList<A>{{"from", A::Text, "a file or folder; several as the body, an array", "/scenes/film"},
+                          {"links", A::Number, "1: links that lead out of it are followed", nullptr}},
+         nullptr, R"({"id": 17069043060001})"},
+        {"/drive/get", "driveGet", "fetches a file or a whole folder of the drive into a folder of this machine",
+         drive + QList<A>{{"to", A::Text, "the folder", "/fetched"},
+                          {"existing", A::Text, "of files that exist: ask, same, overwrite or both", "same"}},
+         nullptr, R"({"id": 17069043060002})"},
+        {"/drive/status",
+         "driveStatus",
+         "transfers to and from drives: sums, states, what went wrong",
+         {{"id", A::Number, "one of them", nullptr}, {"act", A::Text, "pause, continue or delete it", nullptr}},
+         nullptr,
+         R"([{"id": 17069043060001, "kind": "put", "name": "film", "state": 11, "files": 9000, "filesDone": 120, )"
+         R"("bytes": 5000000, "bytesDone": 70000, "walked": false, "failed": 0, "note": ""}])"},
         {"/masterInfo",
          "masterInfo",
          "for other seats: the ports that this master forwards; with host and port: forwards one more",

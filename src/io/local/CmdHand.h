@@ -5,6 +5,7 @@
 //
 // Reply: {"code": result code of the business server, or 0 / 1 of the client's own; "msg": a text for people;
 // "data": what was asked for, or absent; "result": 1 good, 0 failed}.
+#include "db/DriveRecords.h"
 #include "io/local/CmdLine.h"
 #include <functional>
 #include <QJsonArray>
@@ -91,6 +92,11 @@ private slots: // the routes: called by the name that ApiTable gives
     void transferList();
     void transferPause();
     void transferContinue();
+    // Files of the drive.
+    void driveList();
+    void drivePut();
+    void driveGet();
+    void driveStatus();
 
 private:
     // Asks the business server; no answer in time, or no session, ends the request with a text.
@@ -108,6 +114,8 @@ private:
     void actOnList(int cmd, std::function<QJsonDocument(const QJsonArray &missions)> body); // one for all of them
     void withSubJobs(std::function<void(int mission, const QList<qlonglong> &ids)> next);
     void moveTransfers(bool on);
+    // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
+    void withDrive(bool make, std::function<void(const SubFile &entry)> next);
 
     static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
                             bool readable);

@@ -4,6 +4,7 @@
 #include "common/VFunc.h"
 #include "io/NetTcp.h"
 #include "transfer/drive/DirScan.h"
+#include "transfer/drive/DriveFolder.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QDirIterator>
@@ -191,55 +192,13 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
     while (known != farm.dpath && !made.ids.contains(known))
         known = known.contains('/') ? known.left(known.lastIndexOf('/')) : farm.dpath;
     const QStringList left = dir.dpath.mid(known.size()).split('/', Qt::SkipEmptyParts);
-    makeStep(farm, dir, known, made.ids.value(known), left);
-}
-
-void DirWork::makeStep(const db_upfarmD &farm, const db_updirD &dir, const QString &path, const QString &id,
-                       const QStringList &left)
-{
-    if (left.isEmpty())
-        return remoteMade(farm, dir);
-    const auto fail = [=](const QString &why) { failed(farm, dir, why); };
-    const QString name = left.first(), below = path.isEmpty() ? name : path + '/' + name;
-    const auto on = [=](const QString &found) {
-        m_made[farm.pri].ids.insert(below, found);
-        makeStep(farm, dir, below, found, left.mid(1));
-    };
-    const auto find = [=](const DriveRest::Reply &reply) -> QString {
-        for (const SubFile &entry : reply.entries) {
-            if (entry.isFolder() && entry.name == name)
-                return entry.id;
-        }
-        return {};
-    };
-    DriveRest::children(farm.id, farm.filetype, id)
-        .within(m_timing.firstLimitMs)
-        .answered([=](const DriveRest::Reply &reply) {
-            if (const QString there = find(reply); !there.isEmpty())
-                return on(there);
-            DriveRest::create(farm.id, farm.filetype, name, {}, id)
-                .within(m_timing.firstLimitMs)
-                .answered([=](const DriveRest::Reply &made) {
-                    if (!made.entry.id.isEmpty())
-                        return on(made.entry.id);
-                    // What was made isn't told: it's looked up.
-                    DriveRest::children(farm.id, farm.filetype, id)
-                        .within(m_timing.firstLimitMs)
-                        .answered([=](const DriveRest::Reply &now) {
-                            const QString there = find(now);
-                            if (there.isEmpty())
-                                fail(tr("云盘未建立文件夹"));
-                            else
-                                on(there);
-                        })
-                        .failed(fail)
-                        .send(this);
-                })
-                .failed(fail)
-                .send(this);
-        })
-        .failed(fail)
-        .send(this);
+    DriveFolder::reach(
+        farm.id, farm.filetype, made.ids.value(known), left, true, m_timing.firstLimitMs, this,
+        [=](const SubFile &) { remoteMade(farm, dir); }, [=](const QString &why) { failed(farm, dir, why); },
+        [=](int names, const QString &id) {
+            const QString below = left.mid(0, names).join('/');
+            m_made[farm.pri].ids.insert(known.isEmpty() ? below : known + '/' + below, id);
+        });
 }
 
 void DirWork::remoteMade(const db_upfarmD &farm, const db_updirD &dir)

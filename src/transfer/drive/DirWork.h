@@ -61,8 +61,6 @@ private:
     bool goesOn(const db_upfarmD &farm, const db_updirD &dir, bool last, QList<db_upfile> *files,
                 QList<db_updirD> *dirs);
     void makeRemote(const db_upfarmD &farm, const db_updirD &dir);
-    void makeStep(const db_upfarmD &farm, const db_updirD &dir, const QString &path, const QString &id,
-                  const QStringList &left);
     void remoteMade(const db_upfarmD &farm, const db_updirD &dir);
     void ask(const db_upfarmD &farm, const db_updirD &dir);
     void listed(const db_upfarmD &farm, const db_updirD &dir, const DriveRest::Reply &reply);

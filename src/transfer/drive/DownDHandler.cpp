@@ -26,7 +26,6 @@ TransWork *DownDHandler::makeWork(bool, int) { return new DownHttp(share()); }
 
 void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
 {
-    farm.pri = UploadDDAO::newFarmPri(UploadDDAO::Down);
     farm.state = TransSet::DownWait;
     QStringList names;
     for (const SubFile &one : qAsConst(sfL))

@@ -8,7 +8,7 @@ class DriveCalls
 {
 public:
     virtual ~DriveCalls() = default;
-    virtual void cfarm(db_upfarmD farm, QList<SubFile> sfL) = 0; // a new batch
+    virtual void cfarm(db_upfarmD farm, QList<SubFile> sfL) = 0; // a new batch, its pri given
     virtual void readFile() = 0;                                 // the batches: UploadDDAO::allFarm
     virtual void readFile(qlonglong farmPri, int page) = 0;      // files of one: UploadDDAO::allFile
     virtual void reFarm(qlonglong farmPri) = 0;

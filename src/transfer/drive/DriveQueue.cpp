@@ -27,7 +27,7 @@ db_upfarmD batchOf(const DriveQueue::Place &place, const QString &firstName, int
 }
 } // namespace
 
-void DriveQueue::put(const Place &target, const QStringList &localPaths, bool links)
+qlonglong DriveQueue::put(const Place &target, const QStringList &localPaths, bool links)
 {
     QList<SubFile> chosen;
     for (const QString &path : localPaths) {
@@ -40,21 +40,24 @@ void DriveQueue::put(const Place &target, const QStringList &localPaths, bool li
         chosen.append(one);
     }
     if (chosen.isEmpty())
-        return;
+        return 0;
     db_upfarmD farm = batchOf(target, chosen.first().name, chosen.size());
     farm.lpath = chosen.first().lpath;
     farm.links = links;
-    Seam<UpDCalls>::post([farm, chosen](UpDCalls &queue) { queue.cfarm(farm, chosen); });
+    farm.pri = UploadDDAO::newFarmPri(UploadDDAO::Up);
+    return Seam<UpDCalls>::post([farm, chosen](UpDCalls &queue) { queue.cfarm(farm, chosen); }) ? farm.pri : 0;
 }
 
-void DriveQueue::fetch(const Place &source, const QList<SubFile> &entries, const QString &localFolder, int conflict)
+qlonglong DriveQueue::fetch(const Place &source, const QList<SubFile> &entries, const QString &localFolder,
+                            int conflict)
 {
     if (entries.isEmpty())
-        return;
+        return 0;
     db_upfarmD farm = batchOf(source, entries.first().name, entries.size());
     farm.lpath = QDir::cleanPath(QDir::fromNativeSeparators(localFolder));
     farm.conflict = conflict;
-    Seam<DownDCalls>::post([farm, entries](DownDCalls &queue) { queue.cfarm(farm, entries); });
+    farm.pri = UploadDDAO::newFarmPri(UploadDDAO::Down);
+    return Seam<DownDCalls>::post([farm, entries](DownDCalls &queue) { queue.cfarm(farm, entries); }) ? farm.pri : 0;
 }
 
 void DriveQueue::setConflict(qlonglong farmPri, int conflict)

@@ -27,10 +27,11 @@ public:
     };
     // Files and folders of this machine into a folder of the drive. links: links that lead out of the chosen folders
     // are followed too (others always are, once).
-    static void put(const Place &target, const QStringList &localPaths, bool links = false);
+    // Both give the handle of the batch; 0 where there is nothing to do or no session.
+    static qlonglong put(const Place &target, const QStringList &localPaths, bool links = false);
     // Entries of one folder (or of a search) into a local folder.
-    static void fetch(const Place &source, const QList<SubFile> &entries, const QString &localFolder,
-                      int conflict = db_upfarmD::NotAsked);
+    static qlonglong fetch(const Place &source, const QList<SubFile> &entries, const QString &localFolder,
+                           int conflict = db_upfarmD::NotAsked);
     static void setConflict(qlonglong farmPri, int conflict);
 
     // which: UploadDDAO::Up or Down (remove: Ok too, it only forgets). What has been transferred stays where it is.

@@ -40,7 +40,6 @@ QString commonFolder(const QList<SubFile> &chosen)
 
 void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
 {
-    farm.pri = UploadDDAO::newFarmPri(UploadDDAO::Up);
     farm.state = TransSet::UpWait;
     farm.lpath = commonFolder(sfL);
     QList<db_updirD> dirs;
