@@ -231,6 +231,14 @@
         <source>没有解析日志</source>
         <translation>There is no analysis log</translation>
     </message>
+    <message>
+        <source>文件不存在：%1</source>
+        <translation>No such file: %1</translation>
+    </message>
+    <message>
+        <source>缺少参数</source>
+        <translation>An argument is missing</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>
@@ -4989,10 +4997,6 @@ Save it to %3?</translation>
         <translation>%1 is called %2 on the drive</translation>
     </message>
     <message>
-        <source>云盘未建立文件夹</source>
-        <translation>the drive hasn't made the folder</translation>
-    </message>
-    <message>
         <source>文件夹多次读取失败：%1（%2）</source>
         <translation>A folder failed again and again: %1 (%2)</translation>
     </message>
@@ -5007,6 +5011,13 @@ Save it to %3?</translation>
     <message>
         <source>%1 中有 %2 项无法使用，已跳过</source>
         <translation>%2 entries of %1 can't be used and are left out</translation>
+    </message>
+</context>
+<context>
+    <name>DriveFolder</name>
+    <message>
+        <source>云盘上没有：%1</source>
+        <translation>The drive has no %1</translation>
     </message>
 </context>
 <context>
@@ -5026,6 +5037,17 @@ Save it to %3?</translation>
     <message>
         <source>农场拒绝访问，稍后重试</source>
         <translation>The farm refuses access, tried again later</translation>
+    </message>
+</context>
+<context>
+    <name>DriveRest</name>
+    <message>
+        <source>云盘回复无法读取</source>
+        <translation>The drive's reply can't be read</translation>
+    </message>
+    <message>
+        <source>无法获取农场 %1 的地址</source>
+        <translation>The address of farm %1 can't be had</translation>
     </message>
 </context>
 </TS>

@@ -112,8 +112,8 @@ void DriveRestTest::replies_data()
     row("list within data", R"({"result":1,"data":{"list":[)" + b + "]}}", "answered", {"b"});
     row("data", R"({"code":200,"data":[)" + a + "]}", "answered", {"a"});
     row("empty", R"({"list":[]})", "answered");
-    row("half of it", R"({"list":[)" + a + ",", "refused the reply can't be read");
-    row("no list", R"({"code":0,"result":1,"data":{}})", "refused the reply can't be read");
+    row("half of it", R"({"list":[)" + a + ",", QStringLiteral("refused 云盘回复无法读取"));
+    row("no list", R"({"code":0,"result":1,"data":{}})", QStringLiteral("refused 云盘回复无法读取"));
     row("refusal", QStringLiteral(R"({"code":9,"result":0,"msg":"没有","list":[]})").toUtf8(), QStringLiteral("refused 没有"));
     row("itself, the root, twice, no kind, no name, another place, an id of a path",
         R"({"list":[{"id":5,"name":"self","type":2},{"id":-1,"name":"root","type":2},)" + a + "," + a +

@@ -1,4 +1,5 @@
 #include "transfer/drive/DriveRest.h"
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
@@ -9,6 +10,8 @@ namespace
 {
 constexpr int MaxId = 64; // characters
 constexpr double Gib = 1024.0 * 1024.0 * 1024.0;
+
+QString unreadable() { return QCoreApplication::translate("DriveRest", "云盘回复无法读取"); }
 
 QString encoded(const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); }
 
@@ -187,7 +190,7 @@ bool DriveRest::read(Wanted wanted, const FuncBody &rep, const QString &folder, 
     reply->text = rep.msg;
     if (rep.object.isEmpty() || rep.code == StaleToken) {
         if (reply->text.isEmpty())
-            reply->text = rep.object.isEmpty() ? QStringLiteral("the reply can't be read") : QString();
+            reply->text = rep.object.isEmpty() ? unreadable() : QString();
         return false;
     }
     const bool failed =
@@ -201,7 +204,7 @@ bool DriveRest::read(Wanted wanted, const FuncBody &rep, const QString &folder, 
         return true;
     }
     if (reply->text.isEmpty())
-        reply->text = failed ? QStringLiteral("code %1").arg(rep.code) : QStringLiteral("the reply can't be read");
+        reply->text = failed ? QStringLiteral("code %1").arg(rep.code) : unreadable();
     return false;
 }
 
@@ -318,7 +321,8 @@ void DriveRest::ask(const DriveRest &question, QObject *guard, bool again)
     NetWork::skydriveUrl(question.m_farm, guard, [question, guard, again](const QString &url) {
         if (url.isEmpty()) {
             if (question.m_lost)
-                question.m_lost(QStringLiteral("no address of farm %1").arg(question.m_farm));
+                question.m_lost(
+                    QCoreApplication::translate("DriveRest", "无法获取农场 %1 的地址").arg(question.m_farm));
             return;
         }
         Request request = question.m_request;
