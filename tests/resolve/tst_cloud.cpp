@@ -162,6 +162,36 @@ private slots:
         QCOMPARE(rig.farm.violations(), QStringList());
     }
 
+    // The client ends after one, two ... five requests, answered or not, over and over: one task and one order come of it.
+    void endsAtEachStep()
+    {
+        Rig rig(60);
+        rig.add();
+        for (int lives = 0; rig.state() != SceneState::Clean; ++lives) {
+            QVERIFY(lives < 60);
+            const int until = rig.farm.counters().requests + 1 + lives % 5;
+            QTRY_VERIFY(rig.farm.counters().requests >= until || rig.state() == SceneState::Clean);
+            rig.end();
+            rig.begin();
+        }
+        QCOMPARE(rig.count("started"), 1);
+        db_resolve row = rig.row();
+        row.rset = R"({"softwareType":1,"machineModel":"m","project":{"id":1,"name":"p"}})";
+        rig.queue->submit(row);
+        ResolveHandler handler;
+        handler.setTimes({10, 10, 1000, 10000});
+        handler.startScan();
+        for (int step = 0; rig.state() < SceneState::UploadWaiting; ++step) {
+            const int packages = rig.farm.counters().packages;
+            QTRY_VERIFY(rig.farm.counters().packages > packages || rig.state() == SceneState::UploadWaiting);
+            rig.end();
+            rig.begin();
+        }
+        QCOMPARE(ResolveDAO::instance()->readAll().size(), 1);
+        QCOMPARE(rig.farm.orders().size(), 1);
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
     // Two run, the others wait; what is removed is stopped at the service, and the next one takes its place.
     void limit()
     {
