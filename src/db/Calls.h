@@ -58,6 +58,13 @@ class DownCalls
 public:
     virtual ~DownCalls() = default;
     virtual void missionResult(int mid, bool autoRes, bool isBatch) = 0;
+    // Of chosen sub-tasks (10806; their ids joined by ","). cover: as coverResult's, -1: ask where some are here.
+    virtual void subResult(int mid, QString subs, int cover)
+    {
+        Q_UNUSED(mid)
+        Q_UNUSED(subs)
+        Q_UNUSED(cover)
+    }
     virtual void coverResult(int mid, int cover) = 0;              // 0 all, 1 only what isn't there, 2 cancelled
     virtual void resultPush(QJsonObject obj) = 0;                  // push 10413
     virtual void rootConfirmed(QString root) { Q_UNUSED(root) }    // results may go there, the user says

@@ -1,4 +1,5 @@
 #include "frames/FrameSequence.h"
+#include <algorithm>
 #include <QDir>
 #include <QDirIterator>
 #include <QFileInfo>
@@ -59,15 +60,39 @@ FrameSequence FrameSequence::of(const QString &file)
     return all;
 }
 
+int FrameSequence::first() const
+{
+    const int file = files.isEmpty() ? 0 : files.firstKey();
+    return ordered.isEmpty() ? file : files.isEmpty() ? ordered.first() : std::min(file, ordered.first());
+}
+
+int FrameSequence::last() const
+{
+    const int file = files.isEmpty() ? 0 : files.lastKey();
+    return ordered.isEmpty() ? file : files.isEmpty() ? ordered.last() : std::max(file, ordered.last());
+}
+
 QList<int> FrameSequence::missing() const
 {
-    constexpr int Most = 100000;
     QList<int> gaps;
+    if (!ordered.isEmpty()) {
+        for (int number : ordered)
+            if (!files.contains(number) && gaps.size() < MostFrames)
+                gaps << number;
+        return gaps;
+    }
     int expected = first();
     for (auto it = files.begin(); it != files.end(); ++it) {
-        for (; expected < it.key() && gaps.size() < Most; ++expected)
+        for (; expected < it.key() && gaps.size() < MostFrames; ++expected)
             gaps << expected;
         expected = it.key() + 1;
     }
     return gaps;
+}
+
+QList<int> FrameSequence::numbers() const
+{
+    QList<int> all = files.keys() + missing();
+    std::sort(all.begin(), all.end());
+    return all;
 }

@@ -9,11 +9,19 @@ struct FrameSequence {
     QString folder, prefix, suffix; // name: prefix + number + suffix
     int digits = 0;                 // as written
     QMap<int, QString> files;       // number -> path
+    QList<int> ordered;             // sorted: frames that there will be, where somebody knows; else those between
 
     static FrameSequence of(const QString &file); // with the other frames beside it; alone where it has no number
-    int first() const { return files.isEmpty() ? 0 : files.firstKey(); }
-    int last() const { return files.isEmpty() ? 0 : files.lastKey(); }
-    QList<int> missing() const;                         // between first and last; at most 100,000
+    static constexpr int MostFrames = 100000;     // of a series with wild numbers
+    int first() const;
+    int last() const;
+    // What there is and what is missing, sorted, each once.
+    QList<int> numbers() const;
+    QList<int> missing() const;                     // at most MostFrames
+    bool isBeside(const FrameSequence &other) const // of the same series
+    {
+        return folder == other.folder && prefix == other.prefix && suffix == other.suffix && digits > 0;
+    }
     static QString firstPicture(const QString &folder); // by name, in it or below; links aren't followed; empty: none
     static bool isPicture(const QString &name);
 };

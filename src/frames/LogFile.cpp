@@ -114,6 +114,13 @@ bool LogFile::scan(qint64 most)
     return true;
 }
 
+void LogFile::restart()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    begin();
+    m_shrunk = true;
+}
+
 bool LogFile::shrunk()
 {
     const std::lock_guard<std::mutex> lock(m_mutex);

@@ -24,6 +24,7 @@ public:
 
     // Indexes on from where it stands, at most that many bytes; true while there is more to index at once.
     bool scan(qint64 most);
+    void restart();         // it's another file now, though it may have grown beyond the old one already
     bool shrunk();          // true once after the file was begun anew
     qint64 lines() const;   // known so far; the last one may have no end yet
     qint64 indexed() const; // bytes

@@ -38,6 +38,12 @@ Ask &Ask::lost(Lost end)
     return *this;
 }
 
+Ask &Ask::bytes(std::function<void(const QByteArray &)> take)
+{
+    m_bytes = std::move(take);
+    return *this;
+}
+
 Ask &Ask::failed(const std::function<void()> &end)
 {
     return refused([end](int, const QJsonDocument &) { end(); }).lost([end](Loss) { end(); });
@@ -56,6 +62,7 @@ void Ask::post(QObject *guard, bool waits)
                 end(val, doc);
         };
         waiting.lost = m_lost;
+        waiting.bytes = m_bytes;
         waiting.guard = guard;
         waiting.deadline.setRemainingTime(m_ms);
     }

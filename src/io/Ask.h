@@ -37,6 +37,8 @@ public:
     Ask &refused(Answer end);
     Ask &any(const Answer &end); // answered and refused alike
     Ask &lost(Lost end);
+    // The reply's body as it came (a picture), called before the end that an answer has.
+    Ask &bytes(std::function<void(const QByteArray &body)> take);
     Ask &failed(const std::function<void()> &end); // refused and lost alike
     void send(QObject *guard);
     void send(); // nobody waits for the answer
@@ -49,4 +51,5 @@ private:
     QByteArray m_body;
     Answer m_answered, m_refused;
     Lost m_lost;
+    std::function<void(const QByteArray &)> m_bytes;
 };

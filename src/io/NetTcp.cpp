@@ -418,7 +418,9 @@ void NetTcp::recvPackage(QByteArray package, qlonglong)
         return;
     const Waiting waiting = *it;
     m_waiting.erase(it);
-    waiting.way.post([func = waiting.func, guard = waiting.guard, head, package] {
+    waiting.way.post([func = waiting.func, bytes = waiting.bytes, guard = waiting.guard, head, package] {
+        if (bytes && guard)
+            bytes(package.mid(RecvPackageHead::Size));
         BackTcpTool().beginBack(func, head, package, guard);
     });
 }

@@ -106,6 +106,7 @@ private:
     struct Waiting {
         TcpBack func;
         Ask::Lost lost;
+        std::function<void(const QByteArray &body)> bytes;
         Delivery way;
         QPointer<QObject> guard;
         QDeadlineTimer deadline{QDeadlineTimer::Forever};

@@ -6,12 +6,14 @@
 NetTcpDown::NetTcpDown(QObject *parent) : QObject(parent)
 {
     m_socket.setProxy(QNetworkProxy::NoProxy);
+    m_socket.setReadBufferSize(BufferSize);
     m_silence.setSingleShot(true);
     connect(&m_socket, &QTcpSocket::connected, this, &NetTcpDown::connected);
     connect(&m_socket, &QTcpSocket::readyRead, this, &NetTcpDown::readyRead);
     connect(&m_socket, &QTcpSocket::errorOccurred, this, &NetTcpDown::error);
     connect(&m_silence, &QTimer::timeout, this, [this] {
-        qWarning().noquote() << "NetTcpDown: no data any more from" << m_socket.peerName();
+        if (m_code != DataFollows || m_endSilenceMs == 0)
+            qWarning().noquote() << "NetTcpDown: no data any more from" << m_socket.peerName();
         stop();
     });
 }
@@ -47,6 +49,9 @@ void NetTcpDown::readyRead()
         if (m_head.size() < HeadSize)
             return;
         m_code = qFromBigEndian<qint32>(m_head.constData() + CodeOffset);
+        m_refused = qFromBigEndian<qint32>(m_head.constData() + PhaseOffset) == -1;
+        if (m_endSilenceMs > 0)
+            m_silence.start(m_endSilenceMs);
         if (m_code != DataFollows) {
             qWarning().noquote() << "NetTcpDown::readyRead: refused with" << m_code;
             stop();
@@ -62,7 +67,7 @@ void NetTcpDown::error(QAbstractSocket::SocketError error)
     // The far side's close is how the stream ends.
     if (error != QAbstractSocket::RemoteHostClosedError)
         qWarning().noquote() << "NetTcpDown::error" << int(error) << m_socket.errorString();
-    if (m_socket.bytesAvailable() > 0)
+    while (!m_over && m_socket.bytesAvailable() > 0)
         readyRead();
     stop();
 }

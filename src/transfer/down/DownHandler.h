@@ -25,6 +25,7 @@ public:
     ~DownHandler() override;
 
     void missionResult(int mid, bool autoRes, bool isBatch) override; // isBatch: several at once, so no dialog for each
+    void subResult(int mid, QString subs, int cover) override;
     void coverResult(int mid, int cover) override;
     void resultPush(QJsonObject obj) override;
     void rootConfirmed(QString root) override;
@@ -95,6 +96,8 @@ private:
 
     void askLists();
     void listAnswered(int mid, int val, const QJsonObject &obj);
+    static QString refusal(int mid, int val);
+    void subAnswered(int mid, const QJsonObject &obj, int cover);
     void showUser(int mid, QJsonObject obj, bool asked, bool ask);
     void tellRefused(int mid, const QStringList &names);
     void handOne(const QJsonObject &push);

@@ -118,18 +118,55 @@ void DownHandler::listAnswered(int mid, int val, const QJsonObject &obj)
         return; // answered already
     if (val == Command::success(Command::ResultList))
         return missionDown(mid, obj);
+    const QString why = refusal(mid, val);
+    qWarning().noquote() << "DownHandler::listAnswered" << why;
+    const ResultAsks::Ask ask = m_asks.take(mid);
+    if (ask.user && !ask.autoRes)
+        inform(why);
+    for (const QJsonObject &push : ask.pushes)
+        m_pushes.append({push, now() + BlockedMs});
+    wake();
+}
+
+QString DownHandler::refusal(int mid, int val)
+{
     const QString known = Session::errorText(val);
     const QString why = known.isEmpty() || known == QString::number(val)
                             ? QCoreApplication::translate("ServerCall", "服务器拒绝了请求")
                             : known;
-    qWarning().noquote() << "DownHandler::listAnswered" << mid << val << why;
-    const ResultAsks::Ask ask = m_asks.take(mid);
-    if (ask.user && !ask.autoRes)
-        inform(tr("任务 %1 的结果列表获取失败：%2")
-                   .arg(QString::number(mid), QStringLiteral("%1 (%2)").arg(why).arg(val)));
-    for (const QJsonObject &push : ask.pushes)
-        m_pushes.append({push, now() + BlockedMs});
-    wake();
+    return tr("任务 %1 的结果列表获取失败：%2").arg(QString::number(mid), QStringLiteral("%1 (%2)").arg(why).arg(val));
+}
+
+void DownHandler::subResult(int mid, QString subs, int cover)
+{
+    qDebug().noquote() << "DownHandler::subResult" << mid << subs.left(200) << cover;
+    Ask(Command::SubTaskResults, {{"missionId", mid}, {"subjobIds", subs}})
+        .answered([=](int, const QJsonDocument &doc) { subAnswered(mid, doc.object(), cover); })
+        .refused([=](int val, const QJsonDocument &) { inform(refusal(mid, val)); })
+        .lost([=](Ask::Loss) { inform(tr("任务 %1 的结果列表获取失败，请检查网络后重新下载").arg(mid)); })
+        .send(this);
+}
+
+// Who chose a frame wants it, though a former version of it may be here.
+void DownHandler::subAnswered(int mid, const QJsonObject &obj, int cover)
+{
+    QJsonObject whole = obj;
+    whole.insert("mid", mid);
+    QString unknown;
+    const QString root = rootFor(whole, false, &unknown);
+    if (!unknown.isEmpty())
+        m_rootWaits[unknown].append({mid, whole, true, true});
+    if (root.isEmpty())
+        return;
+    const QList<ResultRow> rows = MissionBuilder::rows(whole, root);
+    if (rows.isEmpty())
+        return inform(tr("暂无结果文件"));
+    const int there = int(std::count_if(rows.cbegin(), rows.cend(), [](const ResultRow &row) { return row.exists; }));
+    m_waiting.insert(mid, whole);
+    const QString text = tr("任务：%1").arg(MissionBuilder::nameOf(whole)) + "\r\n" +
+                         tr("已存在 %1 个文件，共 %2 个").arg(there).arg(rows.size());
+    if (cover >= 0 || there == 0 || !Seam<WindowCalls>::post([=](WindowCalls &window) { window.downCover(mid, text); }))
+        coverResult(mid, cover >= 0 ? cover : int(All));
 }
 
 void DownHandler::missionDown(int mid, QJsonObject obj)

@@ -7,34 +7,40 @@
 namespace
 {
 constexpr qint64 MostBytes = qint64(96) << 20;
-constexpr int MostFrames = 100000; // of a series with wild numbers
 } // namespace
 
 ContactModel::ContactModel(QObject *parent) : QAbstractListModel(parent), m_cache(MostBytes, nullptr, QSize(Side, High))
 {
     connect(&m_cache, &FrameCache::ready, this, [this](const QString &path) {
-        for (auto it = m_sequence.files.begin(); it != m_sequence.files.end(); ++it)
-            if (it.value() == path) {
-                const QModelIndex at = index(it.key() - m_sequence.first());
-                emit dataChanged(at, at, {Qt::DecorationRole, Qt::ToolTipRole});
-                return;
-            }
+        if (const int row = m_rows.value(path, -1); row >= 0)
+            emit dataChanged(index(row), index(row), {Qt::DecorationRole, Qt::ToolTipRole});
     });
 }
 
+// The same frames with another file among them leave the sheet where it stands.
 void ContactModel::setSequence(const FrameSequence &sequence)
 {
-    beginResetModel();
+    QList<int> numbers = sequence.numbers();
+    if (numbers.size() > FrameSequence::MostFrames)
+        numbers = numbers.mid(0, FrameSequence::MostFrames);
+    const bool same = numbers == m_numbers;
+    if (!same)
+        beginResetModel();
     m_sequence = sequence;
-    endResetModel();
+    m_numbers = numbers;
+    m_rows.clear();
+    for (int i = 0; i < numbers.size(); ++i)
+        if (const QString path = sequence.files.value(numbers.at(i)); !path.isEmpty())
+            m_rows.insert(path, i);
+    if (!same)
+        endResetModel();
+    else if (!numbers.isEmpty())
+        emit dataChanged(index(0), index(numbers.size() - 1));
 }
 
-int ContactModel::rowCount(const QModelIndex &parent) const
-{
-    if (parent.isValid() || m_sequence.files.isEmpty())
-        return 0;
-    return int(qMin<qint64>(MostFrames, qint64(m_sequence.last()) - m_sequence.first() + 1));
-}
+void ContactModel::forget(const QString &path) { m_cache.forget(path); }
+
+int ContactModel::rowCount(const QModelIndex &parent) const { return parent.isValid() ? 0 : m_numbers.size(); }
 
 QVariant ContactModel::data(const QModelIndex &index, int role) const
 {
@@ -80,6 +86,7 @@ ContactSheet::ContactSheet(QWidget *parent) : QListView(parent), m_model(new Con
     setLayoutMode(QListView::Batched);
     setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
     setAccessibleName(tr("所有帧"));
-    connect(this, &QListView::activated, this,
-            [this](const QModelIndex &index) { emit chosen(m_model->numberOf(index)); });
+    const auto choose = [this](const QModelIndex &index) { emit chosen(m_model->numberOf(index)); };
+    connect(this, &QListView::activated, this, choose);
+    connect(this, &QListView::clicked, this, choose);
 }

@@ -3,11 +3,14 @@
 #include "common/ui/kit/Metrics.h"
 #include "view/frames/ContactSheet.h"
 #include "view/frames/FrameCanvas.h"
+#include <algorithm>
+#include <QApplication>
 #include <QComboBox>
 #include <QDoubleSpinBox>
 #include <QFileDialog>
 #include <QFileInfo>
 #include <QKeyEvent>
+#include <QMenu>
 #include <QPushButton>
 #include <QSlider>
 #include <QStackedWidget>
@@ -49,14 +52,15 @@ FrameView::FrameView(QWidget *over, const QString &file)
     for (QWidget *one : {static_cast<QWidget *>(m_canvas), static_cast<QWidget *>(m_sheet)})
         one->installEventFilter(this);
     m_canvas->setFocus();
-    list(file);
+    if (!file.isEmpty())
+        list(file);
 }
 
 FrameView::~FrameView() = default;
 
 void FrameView::makeBar()
 {
-    auto *bar = new QHBoxLayout;
+    auto *bar = m_bar = new QHBoxLayout;
     bar->setContentsMargins(Metrics::Margin, Metrics::Gap, Metrics::Margin, Metrics::Gap);
     bar->setSpacing(Metrics::Gap);
     m_channel = new QComboBox;
@@ -75,9 +79,7 @@ void FrameView::makeBar()
     };
     m_exposure = spin(-16, 16, 0, 0.5, tr("曝光"));
     m_gamma = spin(0.1, 5, 2.2, 0.1, tr("伽马"));
-    m_compare = new QComboBox;
-    m_compare->addItems({tr("不对比"), tr("并排"), tr("划变")});
-    m_compare->setAccessibleName(tr("对比"));
+    makeCompare();
     auto *fit = new QPushButton(tr("适合窗口"));
     auto *whole = new QPushButton(QStringLiteral("1:1"));
     whole->setAccessibleName(tr("实际像素"));
@@ -89,6 +91,7 @@ void FrameView::makeBar()
     bar->addWidget(new QLabel(tr("伽马")));
     bar->addWidget(m_gamma);
     bar->addWidget(m_compare);
+    bar->addWidget(m_other);
     bar->addStretch(1);
     bar->addWidget(fit);
     bar->addWidget(whole);
@@ -107,19 +110,62 @@ void FrameView::makeBar()
     connect(fit, &QPushButton::clicked, m_canvas, &FrameCanvas::fit);
     connect(whole, &QPushButton::clicked, this, [this] { m_canvas->setZoom(1); });
     connect(m_sheetButton, &QPushButton::toggled, this, &FrameView::setSheet);
+}
+
+void FrameView::addToBar(QWidget *widget)
+{
+    m_bar->insertWidget(m_bar->indexOf(static_cast<QWidget *>(m_other)) + 1, widget);
+}
+
+void FrameView::makeCompare()
+{
+    m_compare = new QComboBox;
+    m_compare->addItems({tr("不对比"), tr("并排"), tr("划变")});
+    m_compare->setAccessibleName(tr("对比"));
+    m_other = new QPushButton(tr("对比图片"));
+    m_other->setEnabled(false);
+    connect(m_other, &QPushButton::clicked, this, &FrameView::askCompare);
     connect(m_compare, QOverload<int>::of(&QComboBox::activated), this, [this](int index) {
         m_canvas->setCompare(FrameCanvas::Compare(index));
-        if (index == 0 || !m_otherSequence.files.isEmpty())
+        m_other->setEnabled(index > 0);
+        if (index == 0 || !otherPath().isEmpty() || !m_otherSequence.files.isEmpty())
             return paint();
+        askCompare();
+    });
+}
+
+// This frame, held fast beside the others; what another window of frames shows; any file.
+void FrameView::askCompare()
+{
+    auto *menu = new QMenu(this);
+    menu->setAttribute(Qt::WA_DeleteOnClose);
+    const QString mine = shownFile();
+    if (!mine.isEmpty())
+        connect(menu->addAction(tr("固定当前帧")), &QAction::triggered, this, [this, mine] { compareWith(mine); });
+    for (QWidget *widget : QApplication::topLevelWidgets()) {
+        auto *view = qobject_cast<FrameView *>(widget);
+        if (!view || view == this || view->shownFile().isEmpty())
+            continue;
+        connect(menu->addAction(tr("窗口：%1").arg(view->windowTitle())), &QAction::triggered, this,
+                [this, file = view->shownFile()] { compareWith(file); });
+    }
+    connect(menu->addAction(tr("选择文件 ...")), &QAction::triggered, this, [this] {
         auto *dialog = new QFileDialog(this, tr("选择对比的图片"), m_sequence.folder);
         dialog->setAttribute(Qt::WA_DeleteOnClose);
-        connect(dialog, &QFileDialog::fileSelected, this, &FrameView::compareWith);
-        connect(dialog, &QFileDialog::rejected, this, [this] {
-            m_compare->setCurrentIndex(0);
-            m_canvas->setCompare(FrameCanvas::Off);
-        });
+        connect(dialog, &QFileDialog::fileSelected, this, [this](const QString &file) { compareWith(file); });
+        connect(dialog, &QFileDialog::rejected, this, &FrameView::dropCompare);
         dialog->open();
     });
+    menu->popup(m_other->mapToGlobal(QPoint(0, m_other->height())));
+}
+
+void FrameView::dropCompare()
+{
+    if (!m_otherPinned.isEmpty() || !m_otherSequence.files.isEmpty())
+        return;
+    m_compare->setCurrentIndex(0);
+    m_other->setEnabled(false);
+    m_canvas->setCompare(FrameCanvas::Off);
 }
 
 void FrameView::makeFoot()
@@ -165,33 +211,97 @@ void FrameView::list(const QString &file)
     Background::run(
         this, [file] { return FrameSequence::of(file); },
         [this, file](const FrameSequence &found) {
-            m_sequence = found;
-            if (m_sequence.files.isEmpty())
-                m_sequence.files.insert(0, file); // it has gone meanwhile: reading it tells so
-            setTitle(tr("图片预览") + QStringLiteral(" - ") + QFileInfo(file).fileName());
-            m_slider->setRange(m_sequence.first(), m_sequence.last());
-            m_play->setEnabled(m_sequence.files.size() > 1);
-            m_sheet->setSequence(m_sequence);
-            emit listed();
+            FrameSequence frames = found;
+            if (frames.files.isEmpty())
+                frames.files.insert(0, file); // it has gone meanwhile: reading it tells so
+            setSubject(QFileInfo(file).fileName());
             const QString name = QFileInfo(file).absoluteFilePath();
-            for (auto it = m_sequence.files.begin(); it != m_sequence.files.end(); ++it)
-                if (it.value() == name)
-                    return show(it.key());
-            show(m_sequence.first());
+            setFrames(frames, frames.files.key(name, frames.first()));
         });
+}
+
+void FrameView::setSubject(const QString &words)
+{
+    setTitle(words.isEmpty() ? tr("图片预览") : tr("图片预览") + QStringLiteral(" - ") + words);
+}
+
+void FrameView::setFrames(const FrameSequence &frames, int number)
+{
+    for (auto it = frames.files.begin(); it != frames.files.end(); ++it)
+        m_fetched.remove(it.key()); // the frame itself is here
+    m_sequence = frames;
+    m_gaps = frames.ordered.isEmpty() ? qint64(frames.last()) - frames.first() + 1 - frames.files.size()
+                                      : qint64(frames.missing().size());
+    const QSignalBlocker quiet(m_slider);
+    m_slider->setRange(m_sequence.first(), m_sequence.last());
+    m_play->setEnabled(m_sequence.files.size() > 1);
+    m_sheet->setSequence(m_sequence);
+    emit listed();
+    show(number);
+}
+
+QString FrameView::pathOf(int number) const
+{
+    const auto file = m_sequence.files.constFind(number);
+    return file == m_sequence.files.cend() ? m_fetched.value(number) : *file;
+}
+
+void FrameView::wantFetched()
+{
+    if (!m_fetch || !pathOf(m_number).isEmpty() || m_fetching.contains(m_number) || m_play->isChecked())
+        return;
+    m_fetching.insert(m_number);
+    m_notes.insert(m_number, tr("读取中 ..."));
+    m_fetch(m_number);
+}
+
+void FrameView::give(int number, const QString &file)
+{
+    m_fetching.remove(number);
+    m_notes.remove(number);
+    m_fetched.insert(number, file);
+    if (number == m_number)
+        show(number);
+}
+
+void FrameView::refuse(int number, const QString &why)
+{
+    m_fetching.remove(number);
+    m_notes.insert(number, why);
+    if (number == m_number)
+        paint();
+}
+
+void FrameView::tell(int number, const QString &words)
+{
+    m_notes.insert(number, words);
+    if (number == m_number)
+        paint();
+}
+
+void FrameView::forgetFetched()
+{
+    m_fetched.clear();
+    m_fetching.clear();
+    m_notes.clear();
+    show(m_number);
 }
 
 QString FrameView::otherPath() const
 {
-    return m_otherSequence.files.size() == 1 ? m_otherSequence.files.first() : m_otherSequence.files.value(m_number);
+    return m_otherPinned.isEmpty() ? m_otherSequence.files.value(m_number) : m_otherPinned;
 }
 
-void FrameView::compareWith(const QString &file)
+void FrameView::compareWith(const QString &file, bool pinned)
 {
     Background::run(
         this, [file] { return FrameSequence::of(file); },
-        [this](const FrameSequence &found) {
+        [this, file, pinned](const FrameSequence &found) {
+            const QString whole = QFileInfo(file).absoluteFilePath();
+            const bool mine = m_sequence.files.key(whole, -1) >= 0 || m_fetched.values().contains(file);
+            m_otherPinned = pinned || mine || found.files.size() <= 1 || found.isBeside(m_sequence) ? whole : QString();
             m_otherSequence = found;
+            m_other->setEnabled(true);
             if (m_compare->currentIndex() == 0) {
                 m_compare->setCurrentIndex(int(FrameCanvas::Wipe));
                 m_canvas->setCompare(FrameCanvas::Wipe);
@@ -204,6 +314,7 @@ void FrameView::show(int number)
 {
     m_number = number;
     m_slider->setValue(number);
+    wantFetched();
     m_cache.dropWishes();
     if (m_play->isChecked()) { // the newest wish is read first: the farthest is told first
         auto it = m_sequence.files.upperBound(number);
@@ -217,7 +328,7 @@ void FrameView::show(int number)
     const QString other = otherPath();
     if (!other.isEmpty() && !m_cache.find(other))
         m_cache.wish(other);
-    const QString path = m_sequence.files.value(number);
+    const QString path = pathOf(number);
     if (!path.isEmpty() && !m_cache.find(path))
         m_cache.wish(path);
     paint();
@@ -225,23 +336,25 @@ void FrameView::show(int number)
 
 void FrameView::take(const QString &path)
 {
-    if (path == m_sequence.files.value(m_number) || path == otherPath())
+    if (path == pathOf(m_number) || path == otherPath())
         paint();
 }
 
 void FrameView::paint()
 {
-    const QString path = m_sequence.files.value(m_number);
+    const QString path = pathOf(m_number);
     const FrameCache::Ready *one = path.isEmpty() ? nullptr : m_cache.find(path);
     const FrameCache::Ready *other = otherPath().isEmpty() ? nullptr : m_cache.find(otherPath());
     m_canvas->setOther(other ? other->shown : QImage());
-    const int count = m_sequence.files.size(), gaps = m_sequence.last() - m_sequence.first() + 1 - count;
+    const int count = m_sequence.files.size();
     QString words = tr("第 %1 帧，共 %2 帧").arg(m_number).arg(count);
-    if (gaps > 0)
-        words += tr("，缺 %1 帧").arg(gaps);
+    if (m_gaps > 0)
+        words += tr("，缺 %1 帧").arg(m_gaps);
+    if (m_fetched.contains(m_number))
+        words += tr("，预览");
     if (path.isEmpty()) {
         m_canvas->setImage({}, {});
-        m_canvas->setNote(tr("第 %1 帧还没有").arg(m_number));
+        m_canvas->setNote(m_notes.value(m_number, tr("第 %1 帧还没有").arg(m_number)));
     } else if (one) {
         if (!one->frame->valid()) {
             m_canvas->setNote(one->frame->error);
@@ -268,8 +381,20 @@ void FrameView::setLook(const FrameLook &look)
     show(m_number);
 }
 
+// Over what is missing, unless it can be fetched.
 void FrameView::step(int by)
 {
+    if (m_fetch && !m_sequence.ordered.isEmpty()) {
+        const QList<int> all = m_sequence.numbers();
+        auto at = by > 0 ? std::upper_bound(all.begin(), all.end(), m_number)
+                         : std::lower_bound(all.begin(), all.end(), m_number);
+        if (by < 0 && at == all.begin())
+            return;
+        at -= by < 0;
+        if (at != all.end())
+            show(*at);
+        return;
+    }
     if (m_sequence.files.isEmpty())
         return;
     auto it = m_sequence.files.lowerBound(m_number);
@@ -293,12 +418,22 @@ void FrameView::play(bool on)
     if (!on)
         return m_clock.stop();
     setSheet(false);
-    m_clock.start(1000 / m_rate->currentText().toInt());
+    m_played.start();
+    m_ticks = 0;
+    m_clock.start(1);
 }
 
 // A frame that isn't read yet is waited for rather than skipped; at the end it begins anew.
 void FrameView::tick()
 {
+    // Counted from the start: 24 a second is no whole number of milliseconds.
+    const int rate = m_rate->currentText().toInt();
+    const qint64 due = m_played.elapsed() * rate / 1000;
+    if (due <= m_ticks) {
+        const qint64 next = (m_ticks + 1) * 1000 / rate + 1 - m_played.elapsed();
+        return m_clock.start(int(qMax<qint64>(1, next)));
+    }
+    m_ticks = due; // what was late isn't made up for
     auto it = m_sequence.files.upperBound(m_number);
     if (it == m_sequence.files.end())
         it = m_sequence.files.begin();
@@ -321,7 +456,7 @@ void FrameView::setSheet(bool on)
 
 void FrameView::hover(const QPoint &pixel)
 {
-    const FrameCache::Ready *one = m_cache.find(m_sequence.files.value(m_number));
+    const FrameCache::Ready *one = m_cache.find(pathOf(m_number));
     if (pixel.x() < 0 || !one || !one->frame->valid())
         return m_pixel->clear();
     const FrameImage::Pixel p = one->frame->at(pixel.x(), pixel.y());

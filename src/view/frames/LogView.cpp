@@ -142,7 +142,22 @@ void LogView::scanned(bool more, bool anew)
 
 void LogView::say(const QString &words)
 {
-    m_state->setText(words.isEmpty() ? tr("%L1 行，%L2 字节").arg(m_log->lines()).arg(m_log->indexed()) : words);
+    const QString length = tr("%L1 行，%L2 字节").arg(m_log->lines()).arg(m_log->indexed());
+    m_state->setText(!words.isEmpty()   ? words
+                     : m_told.isEmpty() ? length
+                                        : QStringLiteral("%1    %2").arg(length, m_told));
+}
+
+void LogView::tell(const QString &words)
+{
+    m_told = words;
+    say();
+}
+
+void LogView::begunAnew()
+{
+    m_log->restart();
+    scan();
 }
 
 void LogView::insertLog(const QByteArray &log)
@@ -163,7 +178,7 @@ void LogView::insertLog(const QByteArray &log)
 void LogView::startAnew()
 {
     m_files.post([path = m_log->path()] { QFile::resize(path, 0); });
-    scan();
+    begunAnew();
 }
 
 void LogView::setSource(std::function<void(qint64)> source)

@@ -26,9 +26,14 @@ public:
 
     void insertLog(const QByteArray &log); // the next piece, kept in the file
     void startAnew();                      // a new render writes it from its front
-    // Called with the bytes that are there already, when more is wanted; over() ends the asking.
+    // Called with the bytes that are there already, when more is wanted, and by "刷新"; over() ends the asking.
     void setSource(std::function<void(qint64 startPoint)> source);
     void over();
+    // For a source that writes the file itself.
+    void grown() { scan(); }
+    void begunAnew();
+    void tell(const QString &words); // below, until there is something else to tell; empty: how long the log is
+    QString path() const { return m_log->path(); }
     LogText *text() const { return m_text; }
     LogFile *log() const { return m_log.get(); }
     void search(const QString &pattern, bool forward);
@@ -62,6 +67,7 @@ private:
     QComboBox *m_coding = nullptr;
     QLabel *m_state = nullptr;
     QTimer m_more;
+    QString m_told;
     std::function<void(qint64)> m_source;
     std::shared_ptr<std::atomic_bool> m_stop; // of the search under way
     bool m_scanning = false, m_again = false, m_searching = false, m_over = false;
