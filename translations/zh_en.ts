@@ -1185,6 +1185,26 @@
         <source>，浮点</source>
         <translation>, float</translation>
     </message>
+    <message>
+        <source>对比图片</source>
+        <translation>Compare with</translation>
+    </message>
+    <message>
+        <source>固定当前帧</source>
+        <translation>Hold this frame</translation>
+    </message>
+    <message>
+        <source>窗口：%1</source>
+        <translation>Window: %1</translation>
+    </message>
+    <message>
+        <source>选择文件 ...</source>
+        <translation>Choose a file ...</translation>
+    </message>
+    <message>
+        <source>，预览</source>
+        <translation>, preview</translation>
+    </message>
 </context>
 <context>
     <name>HeadBar</name>
@@ -5048,6 +5068,534 @@ Save it to %3?</translation>
     <message>
         <source>无法获取农场 %1 的地址</source>
         <translation>The address of farm %1 can't be had</translation>
+    </message>
+</context>
+<context>
+    <name>LogItem</name>
+    <message>
+        <source>日志</source>
+        <translation>Log</translation>
+    </message>
+    <message>
+        <source>查看日志</source>
+        <translation>View log</translation>
+    </message>
+</context>
+<context>
+    <name>MissionSub</name>
+    <message>
+        <source>订单号：%1</source>
+        <translation>Order %1</translation>
+    </message>
+    <message>
+        <source>任务详情</source>
+        <translation>Task details</translation>
+    </message>
+    <message>
+        <source>操作记录</source>
+        <translation>Operations</translation>
+    </message>
+</context>
+<context>
+    <name>MissionSubPage</name>
+    <message>
+        <source>已下载</source>
+        <translation>Downloaded</translation>
+    </message>
+    <message>
+        <source>未下载</source>
+        <translation>Not downloaded</translation>
+    </message>
+    <message>
+        <source>块</source>
+        <translation>Block</translation>
+    </message>
+    <message>
+        <source>帧</source>
+        <translation>Frame</translation>
+    </message>
+    <message>
+        <source>图片</source>
+        <translation>Picture</translation>
+    </message>
+    <message>
+        <source>预览</source>
+        <translation>Preview</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>说明</source>
+        <translation>Note</translation>
+    </message>
+    <message>
+        <source>分块</source>
+        <translation>Blocks</translation>
+    </message>
+    <message>
+        <source>开始时间</source>
+        <translation>Started</translation>
+    </message>
+    <message>
+        <source>结束时间</source>
+        <translation>Ended</translation>
+    </message>
+    <message>
+        <source>渲染时长</source>
+        <translation>Duration</translation>
+    </message>
+    <message>
+        <source>内存峰值</source>
+        <translation>Peak memory</translation>
+    </message>
+    <message>
+        <source>阶段</source>
+        <translation>Stage</translation>
+    </message>
+    <message>
+        <source>速度</source>
+        <translation>Speed</translation>
+    </message>
+    <message>
+        <source>下载状态</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>分块列表</source>
+        <translation>Blocks</translation>
+    </message>
+    <message>
+        <source>子任务列表</source>
+        <translation>Sub-tasks</translation>
+    </message>
+    <message>
+        <source>没有分块</source>
+        <translation>No blocks</translation>
+    </message>
+    <message>
+        <source>没有子任务</source>
+        <translation>No sub-tasks</translation>
+    </message>
+    <message>
+        <source>换一个状态，或稍后刷新</source>
+        <translation>Choose another state, or refresh later</translation>
+    </message>
+    <message>
+        <source>子任务状态</source>
+        <translation>State of sub-tasks</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
+    </message>
+    <message>
+        <source>复制订单号</source>
+        <translation>Copy order number</translation>
+    </message>
+    <message>
+        <source>查看日志</source>
+        <translation>View log</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>重渲当前帧</source>
+        <translation>Render again</translation>
+    </message>
+    <message>
+        <source>重渲当前帧，子任务将重渲生成新的渲染记录并有新的费用产生</source>
+        <translation>Rendering these frames again makes new render records and costs anew</translation>
+    </message>
+    <message>
+        <source>取消渲染</source>
+        <translation>Cancel rendering</translation>
+    </message>
+    <message>
+        <source>确定取消渲染吗？</source>
+        <translation>Cancel rendering?</translation>
+    </message>
+    <message>
+        <source>分块详情</source>
+        <translation>Blocks</translation>
+    </message>
+    <message>
+        <source>对比两帧</source>
+        <translation>Compare two frames</translation>
+    </message>
+    <message>
+        <source>全部帧</source>
+        <translation>All frames</translation>
+    </message>
+    <message>
+        <source>打开本地目录</source>
+        <translation>Open local folder</translation>
+    </message>
+    <message>
+        <source>总块数：%1    渲染中：%2    排队中：%3    已暂停：%4    已完成：%5    已失败：%6    已取消：%7</source>
+        <translation>Blocks: %1    Rendering: %2    Queued: %3    Paused: %4    Done: %5    Failed: %6    Cancelled: %7</translation>
+    </message>
+    <message>
+        <source>总帧数：%1    渲染中：%2    排队中：%3    已暂停：%4    已完成：%5    已失败：%6    已取消：%7</source>
+        <translation>Frames: %1    Rendering: %2    Queued: %3    Paused: %4    Done: %5    Failed: %6    Cancelled: %7</translation>
+    </message>
+    <message>
+        <source>正在处理 ...</source>
+        <translation>On its way ...</translation>
+    </message>
+    <message>
+        <source>%1 个中有 %2 个失败：%3</source>
+        <translation>Of %1, %2 failed: %3</translation>
+    </message>
+    <message>
+        <source>已取消渲染</source>
+        <translation>Rendering cancelled</translation>
+    </message>
+    <message>
+        <source>重渲成功</source>
+        <translation>Will be rendered again</translation>
+    </message>
+    <message>
+        <source>帧%1为优先帧分块渲染，请到分块详情页面下载！</source>
+        <translation>Frame %1 is rendered in blocks; download it from its blocks!</translation>
+    </message>
+    <message>
+        <source>已加入下载队列</source>
+        <translation>Added to the downloads</translation>
+    </message>
+    <message>
+        <source>客户端未登录</source>
+        <translation>Not logged in</translation>
+    </message>
+    <message>
+        <source>请选择两帧进行对比</source>
+        <translation>Choose two frames to compare</translation>
+    </message>
+    <message>
+        <source>已复制：%1</source>
+        <translation>Copied: %1</translation>
+    </message>
+</context>
+<context>
+    <name>MissionText</name>
+    <message>
+        <source>复制</source>
+        <translation>Copy</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>任务详情</source>
+        <translation>Task details</translation>
+    </message>
+    <message>
+        <source>操作记录</source>
+        <translation>Operations</translation>
+    </message>
+    <message>
+        <source>暂时没有记录</source>
+        <translation>Nothing recorded yet</translation>
+    </message>
+</context>
+<context>
+    <name>MissonBlock</name>
+    <message>
+        <source>分块详情：%1</source>
+        <translation>Blocks of %1</translation>
+    </message>
+    <message>
+        <source>第 %1 帧，%2 块</source>
+        <translation>Frame %1, %2 blocks</translation>
+    </message>
+</context>
+<context>
+    <name>Preview</name>
+    <message>
+        <source>读取中 ...</source>
+        <translation>Reading ...</translation>
+    </message>
+</context>
+<context>
+    <name>PreviewQN</name>
+    <message>
+        <source>图片 </source>
+        <translation>Picture </translation>
+    </message>
+    <message>
+        <source>第几张图片</source>
+        <translation>Which picture</translation>
+    </message>
+    <message>
+        <source>第 %1 帧还没有</source>
+        <translation>Frame %1 isn't there yet</translation>
+    </message>
+    <message>
+        <source>读取中 ...</source>
+        <translation>Reading ...</translation>
+    </message>
+    <message>
+        <source>图片无法预览</source>
+        <translation>The picture can't be shown</translation>
+    </message>
+</context>
+<context>
+    <name>SubDetail</name>
+    <message>
+        <source>先渲光子</source>
+        <translation>Light cache first</translation>
+    </message>
+    <message>
+        <source>分布式渲光子</source>
+        <translation>Light cache, distributed</translation>
+    </message>
+    <message>
+        <source>本地光子</source>
+        <translation>Local light cache</translation>
+    </message>
+    <message>
+        <source>任务名：</source>
+        <translation>Task: </translation>
+    </message>
+    <message>
+        <source>订单号：</source>
+        <translation>Order: </translation>
+    </message>
+    <message>
+        <source>归属人：</source>
+        <translation>Owner: </translation>
+    </message>
+    <message>
+        <source>所属农场：</source>
+        <translation>Farm: </translation>
+    </message>
+    <message>
+        <source>所选机型：</source>
+        <translation>Machine: </translation>
+    </message>
+    <message>
+        <source>环境配置：</source>
+        <translation>Environment: </translation>
+    </message>
+    <message>
+        <source>工程路径：</source>
+        <translation>Project path: </translation>
+    </message>
+    <message>
+        <source>输出路径：</source>
+        <translation>Output path: </translation>
+    </message>
+    <message>
+        <source>分辨率：</source>
+        <translation>Size: </translation>
+    </message>
+    <message>
+        <source>输出格式：</source>
+        <translation>Format: </translation>
+    </message>
+    <message>
+        <source>上传模式：</source>
+        <translation>Upload: </translation>
+    </message>
+    <message>
+        <source>只上传主文件</source>
+        <translation>scene only</translation>
+    </message>
+    <message>
+        <source>完整上传</source>
+        <translation>complete</translation>
+    </message>
+    <message>
+        <source>优先帧：</source>
+        <translation>Priority frames: </translation>
+    </message>
+    <message>
+        <source>子任务帧数：</source>
+        <translation>Frames of a sub-task: </translation>
+    </message>
+    <message>
+        <source>光子信息：</source>
+        <translation>Light caches: </translation>
+    </message>
+    <message>
+        <source>参数信息：</source>
+        <translation>Parameters: </translation>
+    </message>
+    <message>
+        <source>操作人：%1     时间：%2     内容：%3</source>
+        <translation>By: %1     At: %2     What: %3</translation>
+    </message>
+    <message>
+        <source>光子文件：%1<byte value="xd"/>
+</source>
+        <translation>Light cache file: %1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>光子宽度：%1<byte value="xd"/>
+</source>
+        <translation>Light cache width: %1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>光子高度：%1<byte value="xd"/>
+</source>
+        <translation>Light cache height: %1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>光子隔帧：%1<byte value="xd"/>
+</source>
+        <translation>Light cache step: %1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>发光贴图文件：<byte value="xd"/>
+</source>
+        <translation>Irradiance map file:<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>灯光缓存文件：<byte value="xd"/>
+</source>
+        <translation>Light cache map file:<byte value="xd"/>
+</translation>
+    </message>
+</context>
+<context>
+    <name>SubFrames</name>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn't answer; check the network and try again</translation>
+    </message>
+</context>
+<context>
+    <name>SubLog</name>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn't answer; check the network and try again</translation>
+    </message>
+    <message>
+        <source>没有日志 (%1)</source>
+        <translation>There is no log (%1)</translation>
+    </message>
+    <message>
+        <source>日志无法写入：%1</source>
+        <translation>The log can't be written: %1</translation>
+    </message>
+    <message>
+        <source>服务器没有给出日志的位置</source>
+        <translation>The server didn't tell where the log lies</translation>
+    </message>
+    <message>
+        <source>找不到日志所在的文件服务器</source>
+        <translation>The log's file server can't be found</translation>
+    </message>
+    <message>
+        <source>磁盘空间不足</source>
+        <translation>Not enough disk space</translation>
+    </message>
+    <message>
+        <source>文件服务器没有应答，稍后再试</source>
+        <translation>The file server doesn't answer; it will be tried again</translation>
+    </message>
+    <message>
+        <source>连接中断，稍后从断点继续</source>
+        <translation>The link broke; it goes on from there</translation>
+    </message>
+</context>
+<context>
+    <name>SubPicture</name>
+    <message>
+        <source>暂时无截图预览，请稍后再试！</source>
+        <translation>There's no picture yet; try again later!</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn't answer; check the network and try again</translation>
+    </message>
+    <message>
+        <source>预览失败:%1</source>
+        <translation>Preview failed: %1</translation>
+    </message>
+    <message>
+        <source>图片无法预览</source>
+        <translation>The picture can't be shown</translation>
+    </message>
+    <message>
+        <source>文件太大</source>
+        <translation>The file is too large</translation>
+    </message>
+    <message>
+        <source>文件无法写入：%1</source>
+        <translation>The file can't be written: %1</translation>
+    </message>
+</context>
+<context>
+    <name>SubTask</name>
+    <message>
+        <source>渲染中</source>
+        <translation>Rendering</translation>
+    </message>
+    <message>
+        <source>排队中</source>
+        <translation>Queued</translation>
+    </message>
+    <message>
+        <source>已暂停</source>
+        <translation>Paused</translation>
+    </message>
+    <message>
+        <source>已完成</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>渲染失败</source>
+        <translation>Failed</translation>
+    </message>
+    <message>
+        <source>已取消</source>
+        <translation>Cancelled</translation>
+    </message>
+    <message>
+        <source>全部</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>重渲</source>
+        <translation>again</translation>
+    </message>
+    <message>
+        <source>补帧</source>
+        <translation>filled</translation>
+    </message>
+    <message>
+        <source>光子</source>
+        <translation>light cache</translation>
+    </message>
+    <message>
+        <source>合并光子</source>
+        <translation>merged light cache</translation>
+    </message>
+    <message>
+        <source>分块</source>
+        <translation>block</translation>
+    </message>
+    <message>
+        <source>层名</source>
+        <translation>Layer</translation>
+    </message>
+    <message>
+        <source>节点</source>
+        <translation>Node</translation>
+    </message>
+    <message>
+        <source>镜头</source>
+        <translation>Camera</translation>
     </message>
 </context>
 </TS>

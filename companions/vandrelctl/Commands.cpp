@@ -85,6 +85,22 @@ Exit frames(Client *client, Show *show, const QString &task)
     return Exit::Good;
 }
 
+Exit frameLog(const Words &words, Client *client, Show *show)
+{
+    QFile out;
+    if (!out.open(stdout, QIODevice::WriteOnly))
+        return Exit::Refused;
+    const Client::Reply reply =
+        client->stream(QStringLiteral("/subjob/log?mid=%1&subjobId=%2&follow=%3")
+                           .arg(encoded(words.values.first()), encoded(words.values.value(1)))
+                           .arg(words.has("f") ? 1 : 0),
+                       [&out](const QByteArray &piece) { return out.write(piece) == piece.size() && out.flush(); });
+    if (reply.there && reply.good())
+        return Exit::Good;
+    show->complain(reply.there ? reply.msg() : reply.trouble);
+    return reply.there ? Exit::Refused : Exit::NoClient;
+}
+
 Exit ownLog(Show *show, bool follow)
 {
     const QString path =
@@ -255,9 +271,7 @@ Exit run(const Words &words, Client *client, Show *show)
     if (command == QLatin1String("frames"))
         return frames(client, show, words.values.first());
     if (command == QLatin1String("log"))
-        return ask(client, show,
-                   QStringLiteral("/subjob/log?mid=%1&subjobId=%2")
-                       .arg(encoded(words.values.first()), encoded(words.values.value(1))));
+        return frameLog(words, client, show);
     return act(client, show, QStringLiteral("/job/") + command, QStringLiteral("mids"), words.values,
                words.has("later") ? QStringLiteral("&later=1") : QString());
 }

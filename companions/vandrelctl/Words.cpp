@@ -39,7 +39,7 @@ const QList<Command> &commands()
         {"frames", "TASK", "the frames of a task", {}, 1, 1},
         {"log",
          "[TASK FRAME-ID]",
-         "the client's own log of today, or where a frame's log lies",
+         "the client's own log of today, or a frame's",
          {{"f", nullptr, "go on as it grows (also -f)"}},
          0,
          2},

@@ -45,6 +45,9 @@ SubLog::~SubLog()
 {
     if (m_stream)
         m_stream->disconnect(this);
+    const std::lock_guard<std::mutex> lock(versionMutex);
+    if (!QFileInfo::exists(file()))
+        versions().remove(file());
 }
 
 QString SubLog::fileOf(const QString &task, const QString &sub)

@@ -8,6 +8,8 @@
 #include "db/DriveRecords.h"
 #include "io/local/CmdLine.h"
 #include <functional>
+#include <memory>
+#include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -37,8 +39,17 @@ public:
     void start(const QString &method, const QString &cmd);
     Q_INVOKABLE void initCmdHand(QString method, QString cmd);
 
+    // Of a route that streams: the last piece has gone out, the next may come; nobody wants any more. What a request
+    // does to tasks is done to its end all the same.
+    void pieceTaken();
+    void callerGone();
+
 signals:
     void cmdOver(QByteArray body); // the answer, UTF-8; once
+    // In place of an answer: a body in pieces, each after the last was taken (pieceTaken); then streamOver, once.
+    void streamBegins(QByteArray contentType);
+    void streamPiece(QByteArray piece);
+    void streamOver(bool whole);
     // A plain list of scenes came in: the page asks for environment, project and machine. err, not empty: why not.
     void backEnvPre(int type, QStringList fileL, QString err);
 
@@ -88,6 +99,8 @@ private slots: // the routes: called by the name that ApiTable gives
     void subjobRerender();
     void subjobStatus();
     void subjobLog();
+    void subjobDownload();
+    void subjobPreview();
     // Files on their way.
     void transferList();
     void transferPause();
@@ -113,6 +126,12 @@ private:
     void actOnJobs(int cmd, const QJsonObject &more = {});
     void actOnList(int cmd, std::function<QJsonDocument(const QJsonArray &missions)> body); // one for all of them
     void withSubJobs(std::function<void(int mission, const QList<qlonglong> &ids)> next);
+    // Streams a file that may still grow; more() is asked for further bytes, endStream() says there are none.
+    void streamFile(const QString &path, const QByteArray &contentType, bool removed);
+    void fileGrown();
+    void endStream(bool whole);
+    void followLog(int mission, qlonglong sub, bool follow);
+    void lookAtSubJob(int mission, qlonglong sub, int page, std::function<void(bool runs)> next);
     void moveTransfers(bool on);
     // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
     void withDrive(bool make, std::function<void(const SubFile &entry)> next);
@@ -130,5 +149,12 @@ private:
     QJsonDocument m_sent;
     Caller m_caller;
     int m_waitMs;
-    bool m_over = false;
+    bool m_over = false, m_only = false; // only: it does nothing but answer its caller
+    struct Streaming {
+        QFile file;
+        bool asked = true; // a piece may go
+        bool ending = false, removed = false;
+        ~Streaming();
+    };
+    std::unique_ptr<Streaming> m_stream;
 };

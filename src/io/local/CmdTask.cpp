@@ -1,4 +1,4 @@
-// Routes that do something to tasks and their frames.
+// Routes that do something to tasks.
 #include "common/facts/Command.h"
 #include "io/local/CmdHand.h"
 #include "resolve/FrameSet.h"
@@ -123,76 +123,4 @@ void CmdHand::jobFill()
             });
         });
     });
-}
-
-void CmdHand::subjobList()
-{
-    withJobs([this](const QList<int> &missions) {
-        forward(Command::SubTasks, QJsonDocument(QJsonObject{{"missionId", missions.first()},
-                                                             {"status", m_line.arg("status", "-1").toInt()},
-                                                             {"page", m_line.arg("page").toInt()}})
-                                       .toJson(QJsonDocument::Compact));
-    });
-}
-
-void CmdHand::withSubJobs(std::function<void(int, const QList<qlonglong> &)> next)
-{
-    bool tooLong = false;
-    const QList<qlonglong> ids = m_line.numbers("subjobId", "subjobIds", &tooLong);
-    if (tooLong)
-        fail(tr("一次最多处理%1个").arg(CmdLine::MaxList));
-    else if (ids.isEmpty())
-        fail(tr("没有相关子任务"));
-    else
-        withJobs([=](const QList<int> &missions) { next(missions.first(), ids); });
-}
-
-void CmdHand::subjobCancel()
-{
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
-        QList<QJsonObject> bodies;
-        for (qlonglong id : ids)
-            bodies << QJsonObject{{"missionId", mission},
-                                  {"jobId", m_line.arg("jobId").toLongLong()},
-                                  {"subJobId", id},
-                                  {"farmId", m_line.arg("farmId").toInt()}};
-        askEach(Command::CancelSubTask, bodies, [=](int val, const QVector<Answer> &answers) {
-            QJsonArray all;
-            for (int i = 0; i < answers.size(); ++i)
-                all.append(QJsonObject{{"subjobId", ids[i]}, {"code", answers[i].val}});
-            over(val, textOf(val), all, isGood(Command::CancelSubTask, val));
-        });
-    });
-}
-
-void CmdHand::subjobRerender()
-{
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
-        QStringList texts;
-        for (qlonglong id : ids)
-            texts << QString::number(id);
-        forward(Command::RerenderSubTask,
-                QJsonDocument(QJsonObject{{"missionId", mission}, {"subjobIds", texts.join(',')}})
-                    .toJson(QJsonDocument::Compact));
-    });
-}
-
-void CmdHand::subjobLog()
-{
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
-        QJsonObject body{{"missionId", mission}, {"subjobId", ids.first()}};
-        if (const int farm = m_line.arg("farmId").toInt(); farm > 0)
-            body["farmId"] = farm;
-        forward(Command::TaskLog, QJsonDocument(body).toJson(QJsonDocument::Compact));
-    });
-}
-
-void CmdHand::subjobStatus()
-{
-    const QStringList names{tr("全部"),   tr("渲染中"),   tr("排队中"), tr("已暂停"),
-                            tr("已完成"), tr("渲染失败"), tr("已取消")};
-    QJsonArray all;
-    for (int i = 0; i < names.size(); ++i)
-        all.append(QStringLiteral("%1:%2").arg(i - 1).arg(names[i]));
-    good(QString(), all);
 }

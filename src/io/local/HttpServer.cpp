@@ -145,6 +145,7 @@ void HttpServer::dispatch(QTcpSocket *socket)
         if (asker)
             cmdOver(asker, body);
     });
+    stream(socket, hand);
     connect(hand, &CmdHand::backEnvPre, this, [](int type, const QStringList &scenes, const QString &err) {
         Seam<WindowCalls>::post([=](WindowCalls &window) { window.envPre(type, scenes, err); });
     });
@@ -162,11 +163,55 @@ void HttpServer::cmdOver(QTcpSocket *socket, const QByteArray &body)
     writePiece(socket);
 }
 
+void HttpServer::stream(QTcpSocket *socket, CmdHand *hand)
+{
+    const QPointer<QTcpSocket> asker(socket);
+    auto *taker = new StreamTaker(socket);
+    connect(taker, &StreamTaker::taken, hand, &CmdHand::pieceTaken);
+    connect(taker, &QObject::destroyed, hand, &CmdHand::callerGone);
+    connect(hand, &CmdHand::streamBegins, this, [this, asker, taker](const QByteArray &type) {
+        const auto it = m_open.find(asker);
+        if (it == m_open.end())
+            return;
+        it->timer->stop();
+        it->streams = true;
+        it->taker = taker;
+        asker->write("HTTP/1.1 200 OK\r\nServer: qserver\r\nConnection: close\r\nTransfer-Encoding: chunked\r\n"
+                     "X-Content-Type-Options: nosniff\r\nContent-Type: " +
+                     type + "\r\n\r\n");
+    });
+    connect(hand, &CmdHand::streamPiece, this, [this, asker](const QByteArray &piece) { chunk(asker, piece, false); });
+    connect(hand, &CmdHand::streamOver, this, [this, asker](bool whole) {
+        if (whole)
+            chunk(asker, {}, true);
+        else if (asker)
+            asker->abort(); // what is missing can't be taken for the end
+    });
+}
+
+void HttpServer::chunk(QTcpSocket *socket, const QByteArray &bytes, bool last)
+{
+    const auto it = m_open.find(socket);
+    if (it == m_open.end() || !it->streams)
+        return;
+    it->last = last;
+    socket->write(last ? QByteArray("0\r\n\r\n") : QByteArray::number(bytes.size(), 16) + "\r\n" + bytes + "\r\n");
+}
+
 // One piece at a time: the next goes when the system has taken the last, so that the window's thread never waits.
 void HttpServer::writePiece(QTcpSocket *socket)
 {
     const auto it = m_open.find(socket);
-    if (it == m_open.end() || it->out.isEmpty() || socket->bytesToWrite() > 0)
+    if (it == m_open.end() || socket->bytesToWrite() > 0)
+        return;
+    if (it->streams) {
+        if (it->last)
+            socket->disconnectFromHost();
+        else
+            emit it->taker->taken();
+        return;
+    }
+    if (it->out.isEmpty())
         return;
     if (it->written == it->out.size()) {
         socket->disconnectFromHost();

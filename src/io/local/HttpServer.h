@@ -1,7 +1,9 @@
 #pragma once
 // The local command API's listener: other tools on this machine and the local network drive the client through it.
 // Lives on the main thread, made at login, owned by who made it; each request runs in a CmdHand of its own on a pool
-// thread. Every answer is "HTTP/1.1 200 OK" with one JSON text, then the connection closes.
+// thread. Every answer is "HTTP/1.1 200 OK" with one JSON text, then the connection closes;
+// a route that streams (a log, a picture) answers with a chunked body, each piece once the last has gone out. A stream
+// may be silent for as long as it likes; it ends with its caller.
 //
 // A connection:  accepted -> reading -> [CmdHand runs] -> writing -> closed
 // Who may ask is judged by the head (HttpGuard), before a byte of the body is kept. It is closed without an answer when
@@ -16,6 +18,18 @@
 #include <QTcpServer>
 #include <QTcpSocket>
 #include <QTimer>
+
+class CmdHand;
+
+// Tells the giver of a stream, on whatever thread, that the next piece may come; goes with the caller's socket.
+class StreamTaker : public QObject
+{
+    Q_OBJECT
+public:
+    using QObject::QObject;
+signals:
+    void taken();
+};
 
 class HttpServer : public QObject
 {
@@ -46,6 +60,8 @@ private:
         qint64 held = 0;         // of m_bodies
         QByteArray out;
         int written = 0;
+        StreamTaker *taker = nullptr; // child of the socket
+        bool streams = false, last = false;
     };
     bool judge(QTcpSocket *socket); // false: refused, answered
     bool hold(QTcpSocket *socket);  // false: too much in all, answered
@@ -53,6 +69,8 @@ private:
     void dispatch(QTcpSocket *socket);
     static HttpGuard::Link linkOf(const QTcpSocket *socket);
     void cmdOver(QTcpSocket *socket, const QByteArray &body);
+    void stream(QTcpSocket *socket, CmdHand *hand);
+    void chunk(QTcpSocket *socket, const QByteArray &bytes, bool last);
     void writePiece(QTcpSocket *socket);
     void drop(QTcpSocket *socket, const char *why);
     void forget(QTcpSocket *socket);

@@ -18,8 +18,6 @@
 
 namespace
 {
-using Page = MissionSubPage;
-
 Tint tintOf(const SubTask &sub)
 {
     switch (sub.status) {
@@ -40,69 +38,74 @@ Tint tintOf(const SubTask &sub)
 
 QString downloadText(const SubTask &sub)
 {
-    return sub.status != SubTask::Done ? QString() : sub.downloadState > 0 ? Page::tr("已下载") : Page::tr("未下载");
+    return sub.status != SubTask::Done ? QString()
+           : sub.downloadState > 0     ? MissionSubPage::tr("已下载")
+                                       : MissionSubPage::tr("未下载");
 }
 
 SubModel *makeModel(bool blocks, std::function<int()> software)
 {
     using C = Column<SubTask>;
-    QVector<C> columns{
-        C::tick(),
-        C(QStringLiteral("frame"), blocks ? Page::tr("块") : Page::tr("帧"), 112)
-            .text([](const SubTask &s) { return s.frames(); })
-            .tip([](const SubTask &s) { return QStringLiteral("%1  %2").arg(s.frames(), s.id); })
-            .icon([](const SubTask &s) { return s.timeout ? QStringLiteral("timeout") : QString(); })
-            .sort([](const SubTask &s) { return s.first; })
-            .atLeast(96),
-        C(QStringLiteral("preview"), Page::tr("图片"), 72)
-            .text([](const SubTask &s) {
-                return s.status == SubTask::Done || s.status == SubTask::Rendering ? Page::tr("预览") : QString();
-            })
-            .link()
-            .unsorted()
-            .giving(3),
-        C(QStringLiteral("split"), QString(), 120)
-            .text([software](const SubTask &s) { return s.split(software()); })
-            .stretch()
-            .giving(9),
-        C(QStringLiteral("state"), Page::tr("状态"), 88)
-            .text([](const SubTask &s) { return s.stateText(); })
-            .tint(tintOf)
-            .sort([](const SubTask &s) { return s.status; }),
-        C(QStringLiteral("note"), Page::tr("说明"), 96)
-            .text([](const SubTask &s) { return s.note(); })
-            .icon([](const SubTask &s) { return s.marked() ? QStringLiteral("retry") : QString(); })
-            .giving(8),
-        C(QStringLiteral("blocks"), Page::tr("分块"), 64)
-            .text([](const SubTask &s) { return s.blocks > 0 ? QString::number(s.blocks) : QString(); })
-            .sort([](const SubTask &s) { return s.blocks; })
-            .link()
-            .right()
-            .giving(12),
-        C(QStringLiteral("start"), Page::tr("开始时间"), 148)
-            .text([](const SubTask &s) { return s.startTime; })
-            .giving(7),
-        C(QStringLiteral("end"), Page::tr("结束时间"), 148).text([](const SubTask &s) { return s.endTime; }).giving(10),
-        C(QStringLiteral("seconds"), Page::tr("渲染时长"), 88)
-            .text([](const SubTask &s) { return TaskText::duration(s.seconds); })
-            .sort([](const SubTask &s) { return s.seconds; })
-            .right()
-            .giving(5),
-        C(QStringLiteral("memory"), Page::tr("内存峰值"), 80)
-            .text([](const SubTask &s) { return s.memory; })
-            .right()
-            .giving(11),
-        C(QStringLiteral("stage"), Page::tr("阶段"), 56)
-            .text([](const SubTask &s) { return s.stageText(); })
-            .giving(13)
-            .hiddenAtFirst(),
-        C(QStringLiteral("speed"), Page::tr("速度"), 72)
-            .text([](const SubTask &s) { return s.speed == QLatin1String("0") ? QString() : s.speed; })
-            .right()
-            .giving(14)
-            .hiddenAtFirst(),
-        C(QStringLiteral("down"), Page::tr("下载状态"), 80).text(downloadText).giving(6),
-        LogItem::column()};
+    QVector<C> columns{C::tick(),
+                       C(QStringLiteral("frame"), blocks ? MissionSubPage::tr("块") : MissionSubPage::tr("帧"), 112)
+                           .text([](const SubTask &s) { return s.frames(); })
+                           .tip([](const SubTask &s) { return QStringLiteral("%1  %2").arg(s.frames(), s.id); })
+                           .icon([](const SubTask &s) { return s.timeout ? QStringLiteral("timeout") : QString(); })
+                           .sort([](const SubTask &s) { return s.first; })
+                           .atLeast(96),
+                       C(QStringLiteral("preview"), MissionSubPage::tr("图片"), 72)
+                           .text([](const SubTask &s) {
+                               return s.status == SubTask::Done || s.status == SubTask::Rendering
+                                          ? MissionSubPage::tr("预览")
+                                          : QString();
+                           })
+                           .link()
+                           .unsorted()
+                           .giving(3),
+                       C(QStringLiteral("split"), QString(), 120)
+                           .text([software](const SubTask &s) { return s.split(software()); })
+                           .stretch()
+                           .giving(9),
+                       C(QStringLiteral("state"), MissionSubPage::tr("状态"), 88)
+                           .text([](const SubTask &s) { return s.stateText(); })
+                           .tint(tintOf)
+                           .sort([](const SubTask &s) { return s.status; }),
+                       C(QStringLiteral("note"), MissionSubPage::tr("说明"), 96)
+                           .text([](const SubTask &s) { return s.note(); })
+                           .icon([](const SubTask &s) { return s.marked() ? QStringLiteral("retry") : QString(); })
+                           .giving(8),
+                       C(QStringLiteral("blocks"), MissionSubPage::tr("分块"), 64)
+                           .text([](const SubTask &s) { return s.blocks > 0 ? QString::number(s.blocks) : QString(); })
+                           .sort([](const SubTask &s) { return s.blocks; })
+                           .link()
+                           .right()
+                           .giving(12),
+                       C(QStringLiteral("start"), MissionSubPage::tr("开始时间"), 148)
+                           .text([](const SubTask &s) { return s.startTime; })
+                           .giving(7),
+                       C(QStringLiteral("end"), MissionSubPage::tr("结束时间"), 148)
+                           .text([](const SubTask &s) { return s.endTime; })
+                           .giving(10),
+                       C(QStringLiteral("seconds"), MissionSubPage::tr("渲染时长"), 88)
+                           .text([](const SubTask &s) { return TaskText::duration(s.seconds); })
+                           .sort([](const SubTask &s) { return s.seconds; })
+                           .right()
+                           .giving(5),
+                       C(QStringLiteral("memory"), MissionSubPage::tr("内存峰值"), 80)
+                           .text([](const SubTask &s) { return s.memory; })
+                           .right()
+                           .giving(11),
+                       C(QStringLiteral("stage"), MissionSubPage::tr("阶段"), 56)
+                           .text([](const SubTask &s) { return s.stageText(); })
+                           .giving(13)
+                           .hiddenAtFirst(),
+                       C(QStringLiteral("speed"), MissionSubPage::tr("速度"), 72)
+                           .text([](const SubTask &s) { return s.speed == QLatin1String("0") ? QString() : s.speed; })
+                           .right()
+                           .giving(14)
+                           .hiddenAtFirst(),
+                       C(QStringLiteral("down"), MissionSubPage::tr("下载状态"), 80).text(downloadText).giving(6),
+                       LogItem::column()};
     if (blocks)
         columns.remove(6);
     auto *model = new SubModel([](const SubTask &s) { return s.id; }, columns);
@@ -114,10 +117,10 @@ TablePage::Look lookOf(const QString &name, bool blocks)
 {
     TablePage::Look look;
     look.name = name;
-    look.accessible = blocks ? Page::tr("分块列表") : Page::tr("子任务列表");
+    look.accessible = blocks ? MissionSubPage::tr("分块列表") : MissionSubPage::tr("子任务列表");
     look.emptyIcon = QStringLiteral("image");
-    look.emptyText = blocks ? Page::tr("没有分块") : Page::tr("没有子任务");
-    look.emptyHint = Page::tr("换一个状态，或稍后刷新");
+    look.emptyText = blocks ? MissionSubPage::tr("没有分块") : MissionSubPage::tr("没有子任务");
+    look.emptyHint = MissionSubPage::tr("换一个状态，或稍后刷新");
     return look;
 }
 
