@@ -239,6 +239,10 @@
         <source>缺少参数</source>
         <translation>An argument is missing</translation>
     </message>
+    <message>
+        <source>文件打开失败</source>
+        <translation>The file can't be opened</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>

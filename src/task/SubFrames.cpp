@@ -1,11 +1,11 @@
 #include "task/SubFrames.h"
 #include "common/facts/Command.h"
 #include "common/ResultPath.h"
-#include "common/Session.h"
 #include "common/ThreadPool.h"
 
 #include "io/Ask.h"
 #include "task/Cell.h"
+#include "task/SubTask.h"
 #include "transfer/down/MissionBuilder.h"
 #include <algorithm>
 #include <QJsonArray>
@@ -52,7 +52,7 @@ void SubFrames::start()
                     emit found(root, all);
                     deleteLater();
                 })
-                .refused([lose](int val, const QJsonDocument &) { lose(Session::actionText(val)); })
+                .refused([lose](int val, const QJsonDocument &) { lose(SubTask::codeText(val)); })
                 .lost([lose](Ask::Loss) { lose(tr("服务器没有响应，请检查网络后重试")); })
                 .send(this);
         },

@@ -1,7 +1,6 @@
 #include "task/SubLog.h"
 #include "common/facts/Command.h"
 #include "common/ResultPath.h"
-#include "common/Session.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include "io/Ask.h"
@@ -67,6 +66,7 @@ void SubLog::more()
     if (std::exchange(m_busy, true))
         return;
     m_emptied = false;
+    m_runs = -1;
     m_trouble.clear();
     Ask(Command::TaskLog, SubAsk::one(m_of.task, m_of.sub))
         .any([this](int val, const QJsonDocument &doc) { answered(val, doc.object()); })
@@ -105,9 +105,8 @@ void SubLog::empty()
 void SubLog::answered(int val, const QJsonObject &where)
 {
     if (!Command::good(Command::TaskLog, val)) {
-        const QString text = Session::actionText(val);
-        return end(text == QString::number(val) ? tr("没有日志 (%1)").arg(val)
-                                                : QStringLiteral("%1 (%2)").arg(text).arg(val));
+        const QString text = SubTask::codeText(val);
+        return end(text.isEmpty() ? tr("没有日志 (%1)").arg(val) : text);
     }
     if (!begin())
         return end(tr("日志无法写入：%1").arg(m_file.errorString()));
@@ -118,6 +117,7 @@ void SubLog::answered(int val, const QJsonObject &where)
     if (!path.isEmpty())
         m_of.path = path;
     const QString told = firstOf(where, {QStringLiteral("size"), QStringLiteral("fileSize"), QStringLiteral("length")});
+    m_runs = where.contains(QLatin1String("running")) ? Cell::integer(where, "running") : -1;
     m_told = told.isEmpty() ? -1 : qMax(0LL, told.toLongLong());
     if (m_told >= 0 && m_told < m_size)
         empty();
@@ -155,16 +155,27 @@ void SubLog::findServer(const QJsonObject &where)
     });
 }
 
-// The farm's own token first; a server that doesn't know it takes the session's.
+// The one that came with the place, then the session's; the farm's own is asked for only where those aren't known.
 void SubLog::findToken(const QString &told)
 {
     m_port = m_token = 0;
-    NetWork::roleToken(m_of.farmId, this, [this, told](const QString &, const QString &role) {
-        m_tokens = QStringList{told, role, UserInfo::sessionToken()};
-        m_tokens.removeAll(QString());
-        m_tokens.removeDuplicates();
-        if (m_tokens.isEmpty())
-            m_tokens << QString();
+    m_tokens = QStringList{told, told.isEmpty() ? QString() : UserInfo::sessionToken()};
+    m_tokens.removeAll(QString());
+    m_tokens.removeDuplicates();
+    m_farmToken = false;
+    if (m_tokens.isEmpty())
+        askFarmToken();
+    else
+        connectNext();
+}
+
+void SubLog::askFarmToken()
+{
+    m_farmToken = true;
+    NetWork::roleToken(m_of.farmId, this, [this](const QString &, const QString &role) {
+        m_tokens << role;
+        if (m_tokens.size() == 1 && !UserInfo::sessionToken().isEmpty())
+            m_tokens << UserInfo::sessionToken();
         connectNext();
     });
 }
@@ -211,9 +222,10 @@ void SubLog::streamOver()
         empty();
         return connectNext();
     }
-    if (stream->answered() && stream->refused() && m_token + 1 < m_tokens.size()) {
-        ++m_token;
-        return connectNext();
+    if (stream->answered() && stream->refused() && (m_token + 1 < m_tokens.size() || !m_farmToken)) {
+        if (++m_token < m_tokens.size())
+            return connectNext();
+        return askFarmToken();
     }
     if (!stream->answered() && m_port + 1 < m_ports.size()) {
         ++m_port;
@@ -235,5 +247,5 @@ void SubLog::end(const QString &why)
     if (!why.isEmpty())
         qDebug().noquote() << "SubLog::end" << m_of.task << m_of.sub << m_size << why;
     emit grown(m_size);
-    emit fetched(m_size, why);
+    emit fetched(m_size, why, m_runs);
 }

@@ -38,14 +38,16 @@ public:
     void more(); // does nothing while a fetch is under way
 
 signals:
-    void anew();                            // the file was emptied
-    void grown(qint64 size);                // now and then while bytes come, and with the last ones
-    void fetched(qint64 size, QString why); // why: a sentence when it failed, else empty
+    void anew();             // the file was emptied
+    void grown(qint64 size); // now and then while bytes come, and with the last ones
+    // why: a sentence when it failed, else empty. runs: whether the log will grow, -1: nobody told.
+    void fetched(qint64 size, QString why, int runs);
 
 private:
     void answered(int val, const QJsonObject &where);
     void findServer(const QJsonObject &where);
     void findToken(const QString &told);
+    void askFarmToken();
     void connectNext();
     void take(const QByteArray &data);
     void streamOver();
@@ -62,6 +64,7 @@ private:
     qint64 m_told = -1;          // length of the whole log; -1: nobody told
     qint64 m_size = 0, m_shown = 0;
     NetTcpDown *m_stream = nullptr;
-    bool m_busy = false, m_emptied = false;
+    int m_runs = -1;
+    bool m_busy = false, m_emptied = false, m_farmToken = false;
     QString m_trouble; // of the disk
 };

@@ -2,7 +2,6 @@
 #include "common/facts/Command.h"
 #include "common/facts/SoftwareType.h"
 #include "common/ResultPath.h"
-#include "common/Session.h"
 #include "common/ThreadPool.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -78,9 +77,8 @@ void SubPicture::take(int val, const QJsonObject &answer, const QByteArray &body
         return;
     qDebug().noquote() << "SubPicture::take" << QStringLiteral("%1预览json%2").arg(name()).arg(val) << body.size();
     if (!Command::good(m_of.mode == Index ? Command::Thumbnails : Command::Preview, val)) {
-        const QString text = Session::actionText(val);
-        const QString why =
-            tr("预览失败:%1").arg(text == QString::number(val) ? text : QStringLiteral("%1 (%2)").arg(text).arg(val));
+        const QString text = SubTask::codeText(val);
+        const QString why = tr("预览失败:%1").arg(text.isEmpty() ? QString::number(val) : text);
         return m_of.mode == Link ? again(tr("暂时无截图预览，请稍后再试！")) : end({}, why);
     }
     const QString url = Cell::text(answer, "url");

@@ -3,6 +3,7 @@
 // (Mode): a link in the answer that is fetched as a JPEG, the picture itself in the answer, or one of several by its
 // index. Made on any thread; once started it works on a thread of the pool, tells exactly one of arrived() and
 // failed(), and deletes itself. A farm that has no picture yet is asked again until LimitMs.
+#include <QJsonValue>
 #include <QObject>
 
 class SubPicture : public QObject
@@ -17,7 +18,8 @@ public:
 
     struct Of {
         QString task, sub;
-        int version = 0, index = 0;
+        QJsonValue version;
+        int index = 0;
         Mode mode = Stream;
     };
     explicit SubPicture(const Of &of);

@@ -1,5 +1,6 @@
 #include "task/SubTask.h"
 #include "common/facts/SoftwareType.h"
+#include "common/Session.h"
 #include "common/UserInfo.h"
 #include "task/Cell.h"
 #include "task/TaskRecord.h"
@@ -13,7 +14,7 @@ namespace
 struct Words {
     Q_DECLARE_TR_FUNCTIONS(SubTask)
 };
-enum Grant { RerenderGrant = 9, DownloadGrant = 10 };
+enum Flag { RerenderFlag = 11, DownloadFlag = 12 }; // of the rights: what 9 and 10 in the account's list take away
 constexpr int MostPages = 10'000'000, MostPictures = 1000;
 
 auto all(const SubTask &one)
@@ -60,7 +61,7 @@ SubTask SubTask::from(const QJsonObject &row)
     one.blocks = qMax(0, Cell::integer(row, "blocks_count"));
     one.stage = Cell::integer(row, "curStage");
     one.stages = Cell::integer(row, "totalStages");
-    one.version = Cell::integer(row, "newVer");
+    one.version = row.value(QLatin1String("newVer"));
     one.pictures = qBound(0, Cell::integer(row, "picCount"), MostPictures);
     one.timeout = Cell::integer(row, "timeout") != 0;
     return one;
@@ -149,8 +150,17 @@ QString SubTask::split(int software) const
 
 QString SubTask::stageText() const { return stages > 1 ? QStringLiteral("%1/%2").arg(stage).arg(stages) : QString(); }
 
-bool SubTask::mayRerender() const { return UserInfo::perm(RerenderGrant); }
-bool SubTask::mayDownload() const { return status == Done && UserInfo::perm(DownloadGrant); }
+bool SubTask::mayRerender() const { return UserInfo::perm(RerenderFlag); }
+bool SubTask::mayDownload() const { return status == Done && UserInfo::perm(DownloadFlag); }
+
+QString SubTask::codeText(int code)
+{
+    const QString number = QString::number(code);
+    for (const QString &text : {Session::actionText(code), Session::errorText(code)})
+        if (!text.isEmpty() && text != number)
+            return QStringLiteral("%1 (%2)").arg(text, number);
+    return {};
+}
 
 SubList SubList::from(const QJsonObject &reply, bool blocks)
 {
@@ -210,10 +220,10 @@ QJsonObject SubAsk::one(const QString &task, const QString &sub)
     return {{"missionId", Cell::idValue(task)}, {"subjobId", Cell::idValue(sub)}};
 }
 
-QJsonObject SubAsk::preview(const QString &task, const QString &sub, int version)
+QJsonObject SubAsk::preview(const QString &task, const QString &sub, const QJsonValue &version)
 {
     QJsonObject body = one(task, sub);
-    body.insert(QStringLiteral("newVer"), version);
+    body.insert(QStringLiteral("newVer"), version.isString() || version.isDouble() ? version : QJsonValue(0));
     return body;
 }
 

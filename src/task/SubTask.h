@@ -17,7 +17,8 @@ struct SubTask {
     QString camera, layer, node, shownLayer;
     QString startTime, endTime, memory, log, speed, parentId;
     qlonglong seconds = 0;
-    int downloadState = 0, blocks = 0, stage = 0, stages = 0, version = 0, pictures = 0;
+    int downloadState = 0, blocks = 0, stage = 0, stages = 0, pictures = 0;
+    QJsonValue version; // of its picture, handed back as it came
     bool timeout = false;
 
     static SubTask from(const QJsonObject &row);
@@ -37,6 +38,7 @@ struct SubTask {
     bool mayRerender() const; // by the account's rights
     bool mayDownload() const;
     bool ended() const { return status >= Done; }
+    static QString codeText(int code); // a refusal in words with its number; empty where there are no words
 };
 
 // A reply of 10402, or of 10437 for blocks.
@@ -59,6 +61,6 @@ QJsonObject blocks(const QString &task, const QString &sub, int status, int page
 QJsonObject cancel(const QString &task, const SubTask &sub);
 QJsonObject chosen(const QString &task, const QStringList &subs); // to render or fetch once more
 QJsonObject one(const QString &task, const QString &sub);         // its log
-QJsonObject preview(const QString &task, const QString &sub, int version);
+QJsonObject preview(const QString &task, const QString &sub, const QJsonValue &version);
 QJsonObject picture(const QString &task, const QString &sub, int index);
 } // namespace SubAsk

@@ -12,9 +12,10 @@
 namespace
 {
 constexpr qint64 PieceBytes = 64 * 1024;
-constexpr int LogMs = 2000;    // between two looks at a log that grows
-constexpr int StateEvery = 5;  // ... and the frame's state by each of these
-constexpr int MostPages = 200; // of frames that render at one time
+constexpr int LogMs = 2000;      // between two looks at a log that grows
+constexpr int MostFailures = 30; // of a log, in a row
+constexpr int StateEvery = 5;    // ... and the frame's state by each of these
+constexpr int MostPages = 200;   // of frames that render at one time
 
 QByteArray compact(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 
@@ -106,20 +107,22 @@ void CmdHand::followLog(int mission, qlonglong id, bool follow)
         if (m_stream)
             m_stream->file.seek(0);
     });
-    const auto rounds = std::make_shared<int>(0);
+    const auto rounds = std::make_shared<int>(0), failures = std::make_shared<int>(0);
     const auto last = std::make_shared<bool>(!follow);
-    connect(log, &SubLog::fetched, this, [=](qint64 size, const QString &why) {
+    connect(log, &SubLog::fetched, this, [=](qint64 size, const QString &why, int runs) {
         if (!why.isEmpty() && !m_stream && (size == 0 || !follow))
             return fail(why);
         if (!m_stream && *last)
             streamFile(file, "text/plain; charset=utf-8", true); // an empty log is a log
-        if (*last)
+        *failures = why.isEmpty() ? 0 : *failures + 1;
+        if (*last || *failures > MostFailures)
             return endStream(why.isEmpty());
         const auto again = [=] { QTimer::singleShot(*last ? 0 : LogMs, log, &SubLog::more); };
-        if ((*rounds)++ % StateEvery != 0)
+        *last = runs == 0; // once more for the last lines
+        if (runs >= 0 || (*rounds)++ % StateEvery != 0)
             return again();
-        lookAtSubJob(mission, id, 0, [=](bool runs) {
-            *last = !runs; // once more for the last lines
+        lookAtSubJob(mission, id, 0, [=](bool still) {
+            *last = !still;
             again();
         });
     });
@@ -213,8 +216,8 @@ void CmdHand::subjobPreview()
         const QString task = QString::number(mission), sub = QString::number(ids.first());
         const bool byIndex = m_line.has("index");
         m_only = true;
-        auto *picture = new SubPicture({task, sub, m_line.arg("version").toInt(), m_line.arg("index").toInt(),
-                                        byIndex ? SubPicture::Index : SubPicture::Stream});
+        auto *picture = new SubPicture(
+            {task, sub, QJsonValue(), m_line.arg("index").toInt(), byIndex ? SubPicture::Index : SubPicture::Stream});
         connect(picture, &SubPicture::failed, this, [this](const QString &why) { fail(why); });
         connect(picture, &SubPicture::arrived, this, [this](const QString &file) {
             const QString ending = file.section(QLatin1Char('.'), -1);

@@ -40,12 +40,13 @@ LogView *LogItem::open(QWidget *over, const QString &task, const SubTask &sub, s
     QObject::connect(log, &SubLog::grown, view, &LogView::grown);
     QObject::connect(log, &SubLog::anew, view, &LogView::begunAnew);
     // The row may end while a fetch is under way: one more brings the last lines.
-    QObject::connect(log, &SubLog::fetched, view, [view, runs, ended = false](qint64, const QString &why) mutable {
-        view->tell(why);
-        if (ended && why.isEmpty())
-            view->over();
-        ended = !runs();
-    });
+    QObject::connect(log, &SubLog::fetched, view,
+                     [view, runs, ended = false](qint64, const QString &why, int still) mutable {
+                         view->tell(why);
+                         if (ended && why.isEmpty())
+                             view->over();
+                         ended = still >= 0 ? still == 0 : !runs();
+                     });
     QObject::connect(view, &QObject::destroyed, log, &QObject::deleteLater);
     view->setSource([log](qint64) { log->call([](SubLog &one) { one.more(); }); });
     return view;
