@@ -124,34 +124,6 @@
         <translation>No such transfer</translation>
     </message>
     <message>
-        <source>全部</source>
-        <translation>All</translation>
-    </message>
-    <message>
-        <source>渲染中</source>
-        <translation>Rendering</translation>
-    </message>
-    <message>
-        <source>排队中</source>
-        <translation>Queued</translation>
-    </message>
-    <message>
-        <source>已暂停</source>
-        <translation>Paused</translation>
-    </message>
-    <message>
-        <source>已完成</source>
-        <translation>Done</translation>
-    </message>
-    <message>
-        <source>渲染失败</source>
-        <translation>Failed</translation>
-    </message>
-    <message>
-        <source>已取消</source>
-        <translation>Cancelled</translation>
-    </message>
-    <message>
         <source>正在处理的请求过多，请稍后再试</source>
         <translation>Too many requests are being worked on, try again later</translation>
     </message>

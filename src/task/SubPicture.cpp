@@ -135,6 +135,8 @@ void SubPicture::again(const QString &why)
 {
     if (m_over)
         return;
+    if (m_of.mode != Link)
+        return end({}, why);
     emit waiting(why);
     QTimer::singleShot(AgainMs, this, [this] {
         if (!m_over)

@@ -2,7 +2,7 @@
 // One picture of a sub-task, before its frame is on disk: asked for, and put into a file of the temp folder. Three ways
 // (Mode): a link in the answer that is fetched as a JPEG, the picture itself in the answer, or one of several by its
 // index. Made on any thread; once started it works on a thread of the pool, tells exactly one of arrived() and
-// failed(), and deletes itself. A farm that has no picture yet is asked again until LimitMs.
+// failed(), and deletes itself. By a link, a farm that has no picture yet is asked again until LimitMs.
 #include <QJsonValue>
 #include <QObject>
 

@@ -61,7 +61,7 @@ protected:
     bool eventFilter(QObject *watched, QEvent *event) override;
 
     explicit FrameView(QWidget *over, const QString &file = {});
-    void addToBar(QWidget *widget); // beside the comparing
+    void addToBar(QWidget *widget);        // beside the comparing
     void setSubject(const QString &words); // in the title
 
 private:
