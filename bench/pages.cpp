@@ -1,16 +1,23 @@
 // vnpages [--rows N] [--seconds N]: what the window's thread stands still for while the two big lists are scrolled and
 // their rows change 200 times a second: a store of N analyses, an order of N files opened on the transfer page. Each
-// turn of the event loop is timed; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
+// turn of the event loop is timed; a turn over 16 ms is a frame that was missed. Then a task of N frames at a farm of
+// this process, looked through page by page, and a log of --log MiB in its window: what it takes to open, and the
+// memory. Runs offscreen as well.
 #include "common/facts/SceneState.h"
 #include "common/ThreadPool.h"
 #include "common/ui/Background.h"
 #include "common/ui/kit/TablePage.h"
+#include "common/ui/Pagination.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
+#include "set/FarmRig.h"
+#include "view/frames/LogText.h"
+#include "view/frames/LogView.h"
 #include "view/Resolve.h"
 #include "view/Startup.h"
+#include "view/task/MissionSub.h"
 #include "view/Transfer.h"
 #include <algorithm>
 #include <cstdio>
@@ -172,6 +179,104 @@ void order(int files, int seconds)
     });
     turns.tell("order opened, files change");
 }
+
+// A task that renders nothing, page by page and asked for anew meanwhile.
+void subTasks(int rows, int seconds)
+{
+    FarmRig rig;
+    rig.farm.faults().set(QStringLiteral("hold-render"), QStringLiteral("1"));
+    if (!rig.login())
+        return void(std::printf("sub-tasks: no link to the farm\n"));
+    const QJsonObject number = rig.ask(
+        10421, {{"name", "a.tgd"}, {"clientFlag", 1}, {"projectId", 1}, {"softwareType", 8}, {"machineModel", "m"}});
+    const QJsonObject camera{
+        {"name", "Cam"}, {"width", 64}, {"height", 36}, {"frames", QStringLiteral("1-%1").arg(rows)}, {"selected", 1}};
+    rig.ask(10400, {{"scene", "d/a.tgd"},
+                    {"analysisTime", 1.0},
+                    {"missionId", number["id"]},
+                    {"ordernum", number["num"]},
+                    {"files", QJsonArray()},
+                    {"fileCount", 0},
+                    {"softwareType", 8},
+                    {"clientFlag", 1},
+                    {"modelParameters", QJsonObject{{"cameras", QJsonArray{camera}}}}});
+    rig.ask(10704, {{"missionId", number["id"]}});
+    QWidget page;
+    page.resize(1240, 760);
+    page.show();
+    MissionSub view(&page);
+    TaskRecord task;
+    task.id = QString::number(number["id"].toInt());
+    task.name = QStringLiteral("a.tgd");
+    task.software = 8;
+    QElapsedTimer clock;
+    clock.start();
+    view.openTask(task);
+    while (view.model()->rowCount() == 0 && !clock.hasExpired(60000))
+        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 10);
+    std::printf("%d rows of %d sub-tasks after %lld ms\n", view.model()->rowCount(), rows, clock.elapsed());
+    Turns turns;
+    scroll(view.table()->view(), seconds, &turns, [&](int number) {
+        if (number % 20 == 0)
+            view.table()->pages()->go(number * 7919 / 20 % qMax(1, rows / PageRows));
+        else if (number % 20 == 10)
+            view.getSubMission();
+    });
+    turns.tell("sub-tasks, ten pages a second");
+}
+
+qint64 memoryKiB(const char *what)
+{
+    QFile status(QStringLiteral("/proc/self/status"));
+    status.open(QIODevice::ReadOnly);
+    for (const QByteArray &line : status.readAll().split('\n'))
+        if (line.startsWith(what))
+            return line.mid(int(qstrlen(what)) + 1).trimmed().split(' ').first().toLongLong();
+    return 0;
+}
+
+void bigLog(const QString &folder, int mib, int seconds)
+{
+    const QString path = folder + QStringLiteral("/big.log");
+    QFile file(path);
+    QByteArray block;
+    for (int i = 0; block.size() < 1 << 20; ++i)
+        block += "2026-11-21 21:00:00 [render] tile " + QByteArray::number(i) +
+                 (i % 97 ? " of shot_010 took 12.5 ms\n" : " Warning: texture is missing\n");
+    if (!file.open(QIODevice::WriteOnly))
+        return;
+    for (int i = 0; i < mib; ++i)
+        file.write(block);
+    file.close();
+    block.clear();
+    const qint64 before = memoryKiB("VmRSS:");
+    QElapsedTimer clock;
+    clock.start();
+    LogView *view = LogView::open(nullptr, QStringLiteral("big"), path);
+    bool whole = false;
+    QObject::connect(view, &LogView::indexed, view, [&] { whole = true; });
+    Turns turns;
+    qint64 first = -1;
+    while (!whole && !clock.hasExpired(120000)) {
+        turns.time([] { QCoreApplication::processEvents(); });
+        if (first < 0 && view->text()->shows(0))
+            first = clock.elapsed();
+        QThread::msleep(1);
+    }
+    std::printf("log of %d MiB: first lines after %lld ms, %lld lines indexed after %lld ms\n", mib, first,
+                view->log()->lines(), clock.elapsed());
+    QElapsedTimer all;
+    for (all.start(); !all.hasExpired(seconds * 1000); QThread::msleep(8))
+        turns.time([&] {
+            QScrollBar *bar = view->text()->verticalScrollBar();
+            bar->setValue(int(qint64(bar->maximum()) * (all.elapsed() * 7919 % 1000) / 1000));
+            QCoreApplication::processEvents();
+        });
+    turns.tell("log indexed and leapt through");
+    std::printf("memory: %lld MiB more than before, %lld MiB at its highest in all\n",
+                (memoryKiB("VmRSS:") - before) / 1024, memoryKiB("VmHWM:") / 1024);
+    delete view;
+}
 } // namespace
 
 int main(int argc, char **argv)
@@ -183,7 +288,9 @@ int main(int argc, char **argv)
     QApplication app(argc, argv);
     QCommandLineParser parser;
     parser.addOptions({{"rows", "Analyses, and files of the order.", "n", "100000"},
-                       {"seconds", "How long each list is scrolled.", "n", "10"}});
+                       {"seconds", "How long each list is scrolled.", "n", "10"},
+                       {"log", "MiB of the log; 0: none.", "n", "1024"},
+                       {"only", "lists, subtasks or log; all without it.", "which"}});
     parser.addHelpOption();
     parser.process(app);
     const int rows = parser.value("rows").toInt(), seconds = parser.value("seconds").toInt();
@@ -198,8 +305,15 @@ int main(int argc, char **argv)
     reader->moveToThread(&thread);
     QObject::connect(&thread, &QThread::finished, reader, &QObject::deleteLater);
     thread.start();
-    analyses(rows, seconds);
-    order(rows, seconds);
+    const QString only = parser.value("only");
+    if (only.isEmpty() || only == "log") // first: what others left in memory would count
+        bigLog(home.path(), parser.value("log").toInt(), seconds);
+    if (only.isEmpty() || only == "lists") {
+        analyses(rows, seconds);
+        order(rows, seconds);
+    }
+    if (only.isEmpty() || only == "subtasks")
+        subTasks(rows, seconds);
     thread.quit();
     thread.wait();
     Background::finish();

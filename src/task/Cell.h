@@ -1,6 +1,6 @@
 #pragma once
-// Values of the farm's replies as they may come: numbers as numbers or as texts, identifiers beyond 2^53 as texts. Pure
-// functions, any thread.
+// Values of the server's replies as they may come: numbers as numbers or as texts, identifiers beyond 2^53 as texts.
+// Pure functions, any thread.
 #include <QJsonObject>
 #include <QString>
 

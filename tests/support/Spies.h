@@ -60,6 +60,7 @@ public:
     {
         calls << QString("result %1 %2 %3").arg(mid).arg(autoRes).arg(isBatch);
     }
+    void subResult(int mid, QString subs, int cover) override { calls << QString("sub %1 %2 %3").arg(mid).arg(subs).arg(cover); }
     void coverResult(int mid, int cover) override { calls << QString("cover %1 %2").arg(mid).arg(cover); }
     void resultPush(QJsonObject obj) override { pushes << obj; }
     void rootConfirmed(QString root) override { calls << "root " + root; }

@@ -1,3 +1,4 @@
+// Records and texts of tasks without windows: what the server sends, however it sends it.
 #include "common/facts/SoftwareType.h"
 #include "support/TestMain.h"
 #include "task/Cell.h"

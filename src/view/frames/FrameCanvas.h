@@ -15,6 +15,7 @@ public:
     void setOther(const QImage &image);                         // the second picture
     void setCompare(Compare compare);
     void setNote(const QString &words); // in the middle where there is no picture
+    QString note() const { return m_image.isNull() ? m_note : QString(); }
     void fit();
     void setZoom(double zoom); // screen pixels a picture's pixel; the middle stays
     double zoom() const { return m_zoom; }

@@ -25,6 +25,7 @@ public:
     bool atEnd() const;
     void toEnd();
     int linesInSight() const;
+    bool shows(qint64 line) const { return m_texts.contains(line); } // or would, were it in sight
 
     enum Kind { Plain, Warning, Error };
     static Kind kindOf(const QString &line);
