@@ -131,7 +131,7 @@ const QList<ApiRoute> &ApiTable::routes()
         {"/job/history", "jobHistory", "moves ended tasks into the history, for good", job, nullptr, nullptr},
         {"/job/handover", "jobHandover", "hands tasks over to another user of the account",
          job + QList<A>{{"userId", A::Number, "the user", "43"}}, nullptr, nullptr},
-        {"/subjob", "subjobList", "a task's frames, 20 a page",
+        {"/subjob", "subjobList", "a task's frames, page by page",
          job + QList<A>{{"status", A::Number, "as /subjob/status tells, -1 for all", "-1"},
                         {"page", A::Number, "from 0", "0"}},
          nullptr, R"({"totalFrame": 3, "successFrame": 1, "results": [{"id": 700001, "frame_from": 1, "status": 3}]})"},
