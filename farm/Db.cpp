@@ -22,6 +22,7 @@ const char *const tables[] = {
     "create table if not exists oper(id integer primary key autoincrement, mid integer, ms integer, user integer, what "
     "text)",
     "create index if not exists oper_mid on oper(mid)",
+    "create table if not exists slurm(name text primary key, mid integer, job integer, places text, gone text)",
     "create table if not exists result(id integer primary key autoincrement, mid integer, idx integer, path text, "
     "frame integer, "
     "size integer, hash text, keyframe integer, pushed integer, confirmed integer, downloaded integer)",

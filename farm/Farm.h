@@ -41,8 +41,12 @@ struct FarmOptions {
     bool filled = false;      // an empty folder gets tasks in every state, for who wants to look at something
     int maxWidth = 1920;      // wider frames are scaled down to this
     QMap<int, QString>
-        renderCommands;  // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
-    QString objectStore; // address of the bucket that orders are uploaded to; empty: the file server takes them
+        renderCommands;      // software type -> command line with %scene% %frame% %camera% %out% %width% %height%
+    bool slurm = false;      // frames are jobs of a Slurm cluster, which sees dir under the same path
+    QString slurmProgram;    // localfarm as the nodes find it
+    QString slurmOptions;    // further words for sbatch
+    QString slurmAccounting; // the file of jobcomp/filetxt; empty: where the cluster says
+    QString objectStore;     // address of the bucket that orders are uploaded to; empty: the file server takes them
     QString version = QStringLiteral("5.2.6.0"); // what /getUpdateVersion.htm answers
     QString feedDir; // update packages and their lists, served below /packages/ and /feed/; empty: none
     int farms = 1;   // drives of as many farms; of three or more the last isn't usable

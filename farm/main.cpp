@@ -1,5 +1,6 @@
 // The local farm as a program. localfarm --help tells what it offers.
 #include "Farm.h"
+#include "slurm/JobFile.h"
 #include <csignal>
 #include <cstdio>
 #include <QCommandLineParser>
@@ -48,6 +49,10 @@ bool number(const QCommandLineParser &parser, const QString &name, int *value)
 
 int main(int argc, char **argv)
 {
+    if (argc == 4 && QByteArray(argv[1]) == "--render-frame") { // a node of a cluster
+        QCoreApplication node(argc, argv);
+        return farm::renderFromJobFile(QString::fromLocal8Bit(argv[2]), QByteArray(argv[3]).toInt());
+    }
     QCoreApplication app(argc, argv);
     app.setApplicationName(QStringLiteral("localfarm"));
     app.setApplicationVersion(QStringLiteral(VN_VERSION));
@@ -88,6 +93,14 @@ int main(int argc, char **argv)
                "Command that renders a frame of that software (1 Maya, 3 3ds Max, 4 Houdini, 5 Cinema 4D, 7 Clarisse, "
                "8 Terragen), with %scene% %frame% %camera% %out% %width% %height%. May be repeated."),
            "TYPE=COMMAND");
+    option("slurm",
+           QStringLiteral(
+               "Frames are jobs of the Slurm cluster that sbatch reaches (SLURM_CONF tells which); its nodes see "
+               "the farm's folder under the same path."));
+    option("slurm-program", QStringLiteral("This program as the nodes find it [as it is found here]."), "FILE");
+    option("slurm-options", QStringLiteral("Further words for sbatch, as \"--partition=render --mem=8G\"."), "WORDS");
+    option("slurm-accounting", QStringLiteral("The accounting that jobcomp/filetxt writes [where the cluster says]."),
+           "FILE");
     option(
         "object-store",
         QStringLiteral("Bucket of an S3 store that orders are uploaded to, as http://127.0.0.1:4568/BUCKET[/PREFIX]; "
@@ -139,6 +152,11 @@ int main(int argc, char **argv)
     options.dir = QDir(options.dir).absolutePath();
     options.autoLogin = parser.isSet(QStringLiteral("auto-login"));
     options.autoSubmit = parser.isSet(QStringLiteral("auto-submit"));
+    options.slurm = parser.isSet(QStringLiteral("slurm"));
+    options.slurmProgram = QCoreApplication::applicationFilePath();
+    text("slurm-program", &options.slurmProgram);
+    text("slurm-options", &options.slurmOptions);
+    text("slurm-accounting", &options.slurmAccounting);
     options.filled = parser.isSet(QStringLiteral("filled"));
     const auto real = [&parser](const char *name, double *value) {
         if (parser.isSet(QLatin1String(name)))

@@ -23,7 +23,7 @@ end() { # pid file
 }
 
 controller() {
-  slurmctld
+  slurmctld >/dev/null 2>&1
   for _ in $(seq 150); do
     [ -n "$(sinfo -h -o %P 2>/dev/null)" ] && return 0
     sleep 0.1
@@ -48,6 +48,9 @@ esac
 for program in munged slurmctld slurmd sbatch squeue scontrol; do
   command -v $program >/dev/null || { echo "$program isn't installed" >&2; exit 3; }
 done
+# Where there is no network but this machine's own, the C library resolves no address at all until lo has a second one.
+python3 -c 'import socket as s; s.getaddrinfo("127.0.0.1", 1, s.AF_INET, flags=s.AI_ADDRCONFIG)' 2>/dev/null ||
+  ip address add 127.0.0.2/8 dev lo 2>/dev/null || true
 mkdir -p "$folder"
 folder=$(cd "$folder" && pwd)
 export SLURM_CONF=$folder/slurm.conf
@@ -105,9 +108,9 @@ if [ ! -s "$folder/munge.key" ]; then
   (umask 077 && head -c 1024 /dev/urandom >"$folder/munge.key")
 fi
 munged --force --key-file="$folder/munge.key" --socket="$folder/munge.socket" --pid-file="$folder/munged.pid" \
-  --log-file="$folder/munged.log" --seed-file="$folder/munged.seed"
+  --log-file="$folder/munged.log" --seed-file="$folder/munged.seed" >/dev/null 2>&1
 controller
-slurmd -N "$host"
+slurmd -N "$host" >/dev/null 2>&1
 for _ in $(seq 200); do
   case $(sinfo -h -o %t 2>/dev/null) in
   idle | mix | alloc)

@@ -5,11 +5,14 @@
 #include "Core.h"
 #include "drive/Drive.h"
 #include "ObjectStore.h"
+#include "slurm/Cluster.h"
 #include <algorithm>
+#include <climits>
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QDateTime>
 #include <QDebug>
+#include <QFileInfo>
 
 namespace farm
 {
@@ -32,6 +35,8 @@ Renderer::Renderer(Core &core) : m_core(core)
     connect(&m_wake, &QTimer::timeout, this, &Renderer::look);
     connect(&m_expiry, &QTimer::timeout, this, &Renderer::look);
     connect(m_core.store.get(), &ContentStore::stored, this, &Renderer::wake);
+    if (m_core.options.slurm)
+        m_cluster = std::make_unique<Cluster>(m_core, *this);
 }
 
 Renderer::~Renderer()
@@ -53,6 +58,8 @@ void Renderer::look()
         m_wake.start(heldMs);
         return;
     }
+    if (m_cluster)
+        return lookCluster();
     while (freeNode() >= 0) {
         const qint64 wait = m_nextMs - m_clock.elapsed();
         if (wait > 0) {
@@ -78,6 +85,7 @@ void Renderer::expire()
             next = next < 0 ? left : qMin(next, left);
             continue;
         }
+        end(*task);
         m_core.tasks->cancel(*task);
         m_core.tasks->note(*task, task->user, QStringLiteral("优先帧确认过期，自动取消"));
         m_core.business->taskOver(*task);
@@ -95,28 +103,52 @@ int Renderer::freeNode() const
     return -1;
 }
 
+bool Renderer::mayRender(const Task &task) const
+{
+    const Task *cache = task.cache ? m_core.tasks->byId(task.cache) : nullptr;
+    return task.rendering() && task.status != Paused && task.subtype != PausePending && !(cache && cache->rendering());
+}
+
 bool Renderer::startNext()
 {
     for (Task *task : m_core.tasks->all()) {
-        if (!task->rendering() || task->status == Paused || task->subtype == PausePending)
-            continue;
-        const Task *cache = task->cache ? m_core.tasks->byId(task->cache) : nullptr;
-        if (cache && cache->rendering())
-            continue;
         const auto same = [task](const auto &work) { return work->task == task->id && !work->stop; };
-        if (task->nodeLimit > 0 && std::count_if(m_running.begin(), m_running.end(), same) >= task->nodeLimit)
+        if (!mayRender(*task) ||
+            (task->nodeLimit > 0 && std::count_if(m_running.begin(), m_running.end(), same) >= task->nodeLimit))
             continue;
         QString seed;
         if (!ready(*task, &seed))
             continue;
-        const int index = nextFrame(*task);
-        if (index >= 0) {
-            start(*task, index, seed, freeNode());
+        const QVector<int> next = open(*task, 1);
+        if (!next.isEmpty()) {
+            start(*task, next.first(), seed, freeNode());
             return true;
         }
         settle(*task);
     }
     return false;
+}
+
+// Everything that may run is handed over; in which order it runs is the cluster's matter.
+void Renderer::lookCluster()
+{
+    if (!m_cluster->ready())
+        return; // it wakes this renderer
+    for (Task *task : m_core.tasks->all()) {
+        QString seed;
+        if (!mayRender(*task) || !ready(*task, &seed))
+            continue;
+        QVector<int> there;
+        for (int index : open(*task, INT_MAX)) {
+            if (!putTogether(task->frames.at(index)))
+                there += index;
+            else if (freeNode() >= 0)
+                start(*task, index, seed, freeNode());
+        }
+        if (!there.isEmpty())
+            m_cluster->submit(*task, there, seed);
+        settle(*task);
+    }
 }
 
 bool Renderer::ready(Task &task, QString *seed)
@@ -158,14 +190,14 @@ void Renderer::bring(const QString &key)
     });
 }
 
-// The first frame that waits, or a piece of it, but for the others while the priority frames are looked at. -1: none
-// now.
-int Renderer::nextFrame(Task &task)
+// Frames that wait, or pieces of them, in their order; but none behind the priority frames while those are looked at.
+QVector<int> Renderer::open(Task &task, int most)
 {
-    for (int i = task.firstWaiting; i < task.frames.size(); ++i) {
+    QVector<int> list;
+    for (int i = task.firstWaiting; i < task.frames.size() && list.size() < most; ++i) {
         const TaskFrame &one = task.frames.at(i);
-        const bool open = one.blocks > 0 && one.state == FrameRunning;
-        if (one.state != FrameWaiting && !open) {
+        const bool some = one.blocks > 0 && one.state == FrameRunning;
+        if (one.state != FrameWaiting && !some) {
             if (i == task.firstWaiting)
                 ++task.firstWaiting;
             continue;
@@ -174,26 +206,32 @@ int Renderer::nextFrame(Task &task)
             (one.kind == MergedCache && task.counted(FrameWaiting) + task.counted(FrameRunning) > 1))
             continue;
         if (!one.job.key && task.hasKeyFrames() && !task.keyConfirmed && !mayGoOn(task))
-            return -1;
-        const int piece = one.blocks > 0 ? nextPiece(task, i) : i;
-        if (piece >= 0)
-            return piece;
+            break;
+        if (one.blocks > 0)
+            openPieces(task, i, &list);
+        else if (!handedOver(task, i))
+            list += i;
     }
-    return -1;
+    return list;
 }
 
-// -1: its pieces are all on their way; the frame itself once they are all there.
-int Renderer::nextPiece(const Task &task, int frame) const
+// Its pieces that wait; the frame itself once they are all there.
+void Renderer::openPieces(const Task &task, int frame, QVector<int> *list) const
 {
     const TaskFrame &one = task.frames.at(frame);
-    bool whole = true;
+    bool whole = one.state == FrameWaiting;
     for (int i = one.firstBlock; i < one.firstBlock + one.blocks; ++i) {
-        if (task.frames.at(i).state == FrameWaiting)
-            return i;
+        if (task.frames.at(i).state == FrameWaiting && !handedOver(task, i))
+            *list += i;
         whole = whole && task.frames.at(i).state == FrameDone;
     }
-    return whole && one.state == FrameWaiting ? frame : -1;
+    if (whole)
+        *list += frame;
 }
+
+bool Renderer::handedOver(const Task &task, int index) const { return m_cluster && m_cluster->has(task, index); }
+
+bool Renderer::putTogether(const TaskFrame &frame) { return frame.blocks > 0 || frame.kind == MergedCache; }
 
 bool Renderer::mayGoOn(Task &task)
 {
@@ -212,100 +250,23 @@ bool Renderer::mayGoOn(Task &task)
     return false;
 }
 
-FramePicture Renderer::pictureOf(const Task &task, int index, const QString &seed) const
+void Renderer::begun(Task &task)
 {
-    const TaskFrame &one = task.frames.at(index);
-    FramePicture picture;
-    picture.seed = seed;
-    picture.scene = task.name;
-    picture.camera = one.job.camera;
-    picture.num = task.num;
-    picture.frame = one.job.frame;
-    picture.index = one.job.place;
-    picture.count = one.job.count;
-    picture.width = one.job.width;
-    picture.height = one.job.height;
-    if (one.kind == BlockOfFrame) {
-        picture.block = one.block;
-        picture.blocks = task.frames.at(one.parent).blocks;
-    } else {
-        picture.blocks = qMax(1, one.blocks);
-    }
-    return picture;
-}
-
-// The same frames fail in every run, and another try of one may go well.
-bool Renderer::fails(const Task &task, int index) const
-{
-    if (m_core.faults.happens(QStringLiteral("render-fail")))
-        return true;
-    const qint64 chance = m_core.faults.number(QStringLiteral("fail-chance"), 0);
-    const QByteArray seed =
-        QStringLiteral("%1 %2 %3").arg(task.id).arg(index).arg(task.frames.at(index).tries).toLatin1();
-    return chance > 0 && quint8(QCryptographicHash::hash(seed, QCryptographicHash::Md5).at(0)) * 100 < chance * 256;
-}
-
-QStringList Renderer::logHead(const Task &task, int index, const RenderWork &work) const
-{
-    const TaskFrame &one = task.frames.at(index);
-    QStringList lines{
-        QStringLiteral("Info: node %1, order %2, %3, frame %4 of %5%6, try %7")
-            .arg(work.node, task.num, task.name)
-            .arg(one.job.frame)
-            .arg(one.job.camera, one.kind == BlockOfFrame ? QStringLiteral(", block %1").arg(one.block + 1) : QString())
-            .arg(one.tries)};
-    const QJsonObject detail = m_core.tasks->detail(task);
-    lines +=
-        QStringLiteral("Info: software %1, machine %2").arg(detail.value("software").toString(), task.machineModel);
-    for (const QJsonValue &plugin : detail.value("plugins").toArray())
-        lines += QStringLiteral("Info: plug-in %1 %2")
-                     .arg(plugin.toObject().value("name").toString(), plugin.toObject().value("version").toString());
-    lines += QStringLiteral("Info: scene %1").arg(work.sceneFile.isEmpty() ? task.name : work.sceneFile);
-    for (const QString &key : m_core.tasks->files(task, false).mid(0, 100))
-        lines += QStringLiteral("WARNING: %1 isn't on the farm").arg(key);
-    return lines;
+    if (task.status != Queued)
+        return;
+    m_core.event(QStringLiteral("rendering %1, %2 frames").arg(task.id).arg(task.total()));
+    m_core.tasks->setState(task, Render, Running);
 }
 
 void Renderer::start(Task &task, int index, const QString &seed, int node)
 {
-    auto work = std::make_shared<RenderWork>();
-    if (task.status == Queued) {
-        m_core.event(QStringLiteral("rendering %1, %2 frames").arg(task.id).arg(task.total()));
-        m_core.tasks->setState(task, Render, Running);
-    }
+    begun(task);
     m_core.tasks->frameStarted(task, index, m_nodes.at(node).name);
-    const TaskFrame &frame = task.frames.at(index);
-    work->task = task.id;
-    work->index = index;
-    work->picture = pictureOf(task, index, seed);
-    work->command = m_core.options.renderCommands.value(task.softwareType);
-    work->target = m_core.tasks->resultFile(task.id, frame.job.path);
-    work->log = m_core.options.dir + QLatin1Char('/') + m_core.tasks->logPath(task, index);
-    work->node = m_nodes.at(node).name;
-    work->fail = fails(task, index);
-    work->seconds = m_core.options.frameSeconds;
-    work->logBytes = m_core.faults.number(QStringLiteral("log-bytes"), 0);
+    const std::shared_ptr<RenderWork> work = workOf(task, index, seed, m_nodes.at(node).name);
     const qint64 awayMs = m_core.faults.number(QStringLiteral("node-vanish"), 0);
     work->vanish = awayMs > 0;
     if (work->vanish)
         m_nodes[node].awayUntilMs = m_clock.elapsed() + awayMs;
-    if (!work->command.isEmpty())
-        work->how = RenderWork::Command;
-    const auto from = [&](int i) { work->pieces += m_core.tasks->resultFile(task.id, task.frames.at(i).job.path); };
-    if (frame.kind == MergedCache) {
-        work->how = RenderWork::Mean;
-        for (int i = 0; i < index; ++i) {
-            if (task.frames.at(i).state == FrameDone)
-                from(i);
-        }
-    } else if (frame.blocks > 0) {
-        work->how = RenderWork::Join;
-        for (int i = frame.firstBlock; i < frame.firstBlock + frame.blocks; ++i)
-            from(i);
-    }
-    QString hash;
-    work->sceneFile = m_core.store->fileOf(cleanKey(task.body.value("scene").toString()), &hash);
-    work->head = logHead(task, index, *work);
     m_nodes[node].busy = true;
     m_running += work;
     m_core.background([work] { work->run(); }, [this, work, node] { finished(work, node); });
@@ -331,14 +292,51 @@ void Renderer::finished(const std::shared_ptr<RenderWork> &work, int node)
     }
     if (!work->good)
         qWarning().noquote() << "farm::Renderer::finished" << task->id << frame.job.path << work->error;
-    m_core.tasks->frameEnded(*task, work->index, work->good ? FrameDone : FrameFailed, work->size, work->hash);
-    if (work->good) {
-        task->cost += framePrice;
+    ended(*task, work->index, work->good, work->size, work->hash);
+}
+
+void Renderer::ended(Task &task, int index, bool good, qint64 size, const QString &hash)
+{
+    m_core.tasks->frameEnded(task, index, good ? FrameDone : FrameFailed, size, hash);
+    if (good) {
+        task.cost += framePrice;
         m_core.account->charge(framePrice);
-        m_core.tasks->save(*task);
+        m_core.tasks->save(task);
     }
-    settle(*task);
-    emit m_core.orderChanged(task->id);
+    settle(task);
+    emit m_core.orderChanged(task.id);
+}
+
+void Renderer::clusterStarted(Task &task, int index, const QString &node)
+{
+    begun(task);
+    m_core.tasks->frameStarted(task, index, node);
+    emit m_core.orderChanged(task.id);
+}
+
+// What a node says is right counts once the picture has been read here.
+void Renderer::clusterEnded(Task &task, int index, bool good, qint64 startMs, qint64 endMs)
+{
+    const QString file = m_core.tasks->resultFile(task.id, task.frames.at(index).job.path);
+    auto hash = std::make_shared<QString>();
+    auto size = std::make_shared<qint64>(0);
+    const auto told = [this, id = task.id, index, startMs, endMs, hash, size] {
+        Task *still = m_core.tasks->byId(id);
+        if (!still || index >= still->frames.size() || still->frames.at(index).state != FrameRunning)
+            return;
+        ended(*still, index, !hash->isEmpty(), *size, *hash);
+        if (startMs > 0 && endMs >= startMs)
+            m_core.tasks->frameWas(*still, index, startMs, endMs, 0);
+        wake();
+    };
+    if (!good)
+        return told();
+    m_core.background(
+        [file, hash, size] {
+            *size = QFileInfo(file).size();
+            *hash = *size > 0 ? fileMd5(file) : QString();
+        },
+        told);
 }
 
 void Renderer::settle(Task &task)
@@ -365,8 +363,11 @@ void Renderer::abandon(Task &task)
     }
     for (bool whole : {false, true}) { // the pieces first: a frame that still runs then is being put together
         for (int i = 0; i < task.frames.size(); ++i) {
-            if (task.frames.at(i).state == FrameRunning && (task.frames.at(i).blocks > 0) == whole)
-                m_core.tasks->frameWaits(task, i);
+            if (task.frames.at(i).state != FrameRunning || (task.frames.at(i).blocks > 0) != whole)
+                continue;
+            if (m_cluster)
+                m_cluster->take(task, i);
+            m_core.tasks->frameWaits(task, i);
         }
     }
 }
@@ -380,8 +381,43 @@ void Renderer::drop(Task &task, int index)
         if (work->task == task.id && work->index == index)
             work->stop = true;
     }
+    if (m_cluster)
+        m_cluster->take(task, index);
     m_core.tasks->frameEnded(task, index, FrameCancelled);
 }
+
+void Renderer::end(Task &task)
+{
+    abandon(task);
+    if (m_cluster)
+        m_cluster->takeAll(task);
+}
+
+void Renderer::hold(Task &task)
+{
+    if (m_cluster)
+        m_cluster->hold(task);
+}
+
+void Renderer::resume(Task &task)
+{
+    if (m_cluster)
+        m_cluster->release(task);
+}
+
+void Renderer::limit(Task &task)
+{
+    if (m_cluster)
+        m_cluster->limit(task);
+}
+
+void Renderer::reorder()
+{
+    if (m_cluster)
+        m_cluster->reorder();
+}
+
+int Renderer::nodes() const { return m_cluster && m_cluster->nodes() > 0 ? m_cluster->nodes() : m_nodes.size(); }
 
 int Renderer::speed(const Task &task, int index) const
 {

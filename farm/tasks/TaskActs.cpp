@@ -25,7 +25,7 @@ void TaskDesk::addActs()
             return;
         }
         for (Task *one : pair(task)) {
-            m_core.renderer->abandon(*one);
+            m_core.renderer->end(*one);
             m_core.tasks->cancel(*one);
             m_core.tasks->note(*one, link.user, QStringLiteral("取消渲染"));
             m_core.business->taskOver(*one);

@@ -88,8 +88,7 @@ void TaskDesk::modify(Link &link, const QJsonObject &body, Task &task, Answer *a
     bool other = false;
     for (const char *name : {"software", "plugins"}) {
         const QLatin1String key(name);
-        const QJsonValue had = m_core.tasks->detail(task).value(key);
-        if (body.contains(key) && body.value(key) != had) {
+        if (body.contains(key) && body.value(key) != m_core.tasks->choice(task, name)) {
             task.body.insert(key, body.value(key));
             other = true;
         }

@@ -157,6 +157,14 @@ QJsonObject Tasks::resultHead(const Task &task) const
             {"createTime", timeText(task.confirmMs)}};
 }
 
+QJsonValue Tasks::choice(const Task &task, const char *key) const
+{
+    if (task.body.contains(QLatin1String(key)))
+        return task.body.value(QLatin1String(key));
+    const QJsonObject config = m_core.account->projectConfig(task.projectId, task.softwareType);
+    return config.value("combos").toArray().first().toObject().value(QLatin1String(key));
+}
+
 // All that the order said, with what has become of it, and the choices in the form that a new analysis keeps them.
 QJsonObject Tasks::detail(const Task &task) const
 {
@@ -172,10 +180,8 @@ QJsonObject Tasks::detail(const Task &task) const
     }
     const QJsonObject config = m_core.account->projectConfig(task.projectId, task.softwareType);
     const QJsonObject combo = config.value("combos").toArray().first().toObject();
-    for (const char *key : {"software", "plugins"}) {
-        if (!whole.contains(QLatin1String(key)))
-            whole.insert(QLatin1String(key), combo.value(QLatin1String(key)));
-    }
+    for (const char *key : {"software", "plugins"})
+        whole.insert(QLatin1String(key), choice(task, key));
     whole.insert("fullFrames", task.framesText);
     whole.insert("machineModel", task.machineModel);
     whole.insert("machine", machine);

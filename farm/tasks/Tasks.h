@@ -134,10 +134,11 @@ public:
     QString resultFile(int missionId, const QString &path) const;
     QString logPath(const Task &task, int index) const; // below the farm's folder
 
-    static QString missionName(const Task &task);   // what its results are filed under
-    QJsonObject record(const Task &task) const;     // of the task list
-    QJsonObject detail(const Task &task) const;     // of the task head
-    QJsonObject resultHead(const Task &task) const; // what tells the folder of a task's results
+    static QString missionName(const Task &task);               // what its results are filed under
+    QJsonObject record(const Task &task) const;                 // of the task list
+    QJsonObject detail(const Task &task) const;                 // of the task head
+    QJsonValue choice(const Task &task, const char *key) const; // software, plugins: of the order, else of the project
+    QJsonObject resultHead(const Task &task) const;             // what tells the folder of a task's results
     QJsonObject resultRow(const FarmResult &row) const;
     QList<FarmOrder> describe();
     FarmOrder describe(const Task &task) const;

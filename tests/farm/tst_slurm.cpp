@@ -1,0 +1,132 @@
+// The farm over a real Slurm of this machine alone; and what Slurm's programs write, as values.
+#include "slurm/ClusterText.h"
+#include "support/Row.h"
+#include "support/TestMain.h"
+#include "Wires.h"
+
+namespace
+{
+const QString key = QStringLiteral("d/island.tgd");
+
+// A cluster that goes with the test.
+class Slurm
+{
+public:
+    QString start()
+    {
+        const QString why = act("start", {"4"});
+        if (why.isEmpty())
+            qputenv("SLURM_CONF", folder.filePath("slurm.conf").toLocal8Bit());
+        return why;
+    }
+    ~Slurm() { act("stop"); }
+    QString act(const QString &word, const QStringList &more = {})
+    {
+        QProcess script;
+        script.setStandardErrorFile(folder.filePath("script.log"));
+        script.start(VN_SLURM_SCRIPT, QStringList{word, folder.path()} + more);
+        if (script.waitForFinished(60000) && script.exitCode() == 0)
+            return {};
+        QFile log(folder.filePath("script.log"));
+        return log.open(QIODevice::ReadOnly) ? QString::fromUtf8(log.readAll()) : QString("the script didn't end");
+    }
+    static QString tell(const QStringList &words)
+    {
+        QProcess program;
+        program.start(words.first(), words.mid(1));
+        program.waitForFinished(20000);
+        return QString::fromUtf8(program.readAllStandardOutput()).trimmed();
+    }
+    QTemporaryDir folder;
+};
+} // namespace
+
+class TestSlurm : public QObject
+{
+    Q_OBJECT
+    std::unique_ptr<Slurm> slurm;
+
+    static FarmOptions cluster(double seconds)
+    {
+        FarmOptions options;
+        options.slurm = true;
+        options.slurmProgram = VN_LOCALFARM;
+        options.frameSeconds = seconds;
+        return options;
+    }
+    static int rendering(Bench &bench, const QString &frames, const QJsonObject &more = {}, qint64 flag = 1)
+    {
+        const int task = bench.order({key}, Bench::camera(frames), flag, more);
+        FileWire(bench).upload(task, key, "scene");
+        bench.wire->ask(10704, {{"missionId", task}});
+        return task;
+    }
+    static QJsonObject head(Bench &bench, int task) { return bench.wire->ask(10409, {{"missionId", task}}).object(); }
+    static int running() { return Slurm::tell({"squeue", "-h", "-r", "-t", "RUNNING"}).split('\n', Qt::SkipEmptyParts).size(); }
+
+private slots:
+    void texts()
+    {
+        using namespace farm;
+        for (const auto &[text, places] :
+             Rows<QString, QVector<int>>{{"0-2,6%2", {0, 1, 2, 6}}, {"7", {7}}, {"0-9:4", {0, 4, 8}}, {"N/A", {}}, {"-3,2-1,x", {}}})
+            QCOMPARE(placesOf(text), places);
+        QCOMPARE(placesText({0, 1, 2, 5, 7, 8}), QString("0-2,5,7-8"));
+        const QList<QueueLine> lines = queueLines("9|3|RUNNING|n1|vn-1-1\nslurm_load_jobs error\n9|4-5%1|PENDING||vn-1-1\n0|1|X||\n");
+        QCOMPARE(lines.size(), 2);
+        QCOMPARE(lines.at(0).node + lines.at(0).state, QString("n1RUNNING"));
+        QCOMPARE(lines.at(1).places, (QVector<int>{4, 5}));
+        EndLine end;
+        QVERIFY(endLine("JobId=5 Name=vn-1-1 JobState=FAILED StartTime=2026-11-21T21:48:29 EndTime=2026-11-21T21:48:31 NodeList=n1 "
+                        "ArrayJobId=1 ArrayTaskId=2 DerivedExitCode=0:0 ExitCode=7:0 ",
+                        &end));
+        QCOMPARE(end.exitCode * 100 + end.place * 10 + int(end.job), 721);
+        QCOMPARE(end.endMs - end.startMs, qint64(2000));
+        for (const char *line : {"", "JobId=5 Name=x JobState=FAILED ExitCode=0:0", "ArrayJobId=1 ArrayTaskId=x JobState=A ExitCode=0:0"})
+            QVERIFY(!endLine(line, &end));
+    }
+
+    void initCluster()
+    {
+        slurm = std::make_unique<Slurm>();
+        const QString why = slurm->start();
+        if (why.isEmpty())
+            return;
+        slurm.reset();
+        QSKIP(qPrintable("SLURM IS NOT TESTED HERE, a cluster of this machine can't be started: " + why));
+    }
+
+    // One array with its limit; held and released; a frame that fails, one killed by hand, one that is cancelled.
+    void steering()
+    {
+        if (!slurm)
+            QSKIP("SLURM IS NOT TESTED HERE");
+        Bench bench(cluster(0.4));
+        bench.farm.faults().set("render-fail", "1@1");
+        bench.login();
+        QTRY_VERIFY(!bench.farm.events().filter("cluster localfarm").isEmpty());
+        bench.farm.faults().set("hold-render", "1");
+        const int task = rendering(bench, "1-12");
+        QTRY_COMPARE(bench.wire->ask(10424, {{"missionId", task}, {"nodeLimit", 9}}).object().value("serverNodeLimit").toInt(), 4);
+        QCOMPARE(bench.wire->ask(10424, {{"missionId", task}, {"nodeLimit", 2}}).val, 1042400);
+        bench.farm.faults().set("hold-render", "");
+        bench.wire->ask(10429, {{"missionId", task}}); // looks again at once
+        QTRY_VERIFY_WITH_TIMEOUT(head(bench, task).value("renderingFrame").toInt() == 2, 20000);
+        QCOMPARE(bench.wire->ask(10430, {{"missionId", task}, {"pauseRender", 0}}).val, 1043000);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).status, 3, 20000);
+        const int done = bench.farm.order(task).framesDone;
+        QVERIFY(Slurm::tell({"squeue", "-h", "-o", "%r"}).startsWith("JobHeld"));
+        QCOMPARE(bench.farm.order(task).framesDone, done);
+        QCOMPARE(bench.wire->ask(10429, {{"missionId", task}}).val, 1042900);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).status, 2, 60000);
+        QCOMPARE(bench.farm.order(task).framesFailed, 1);
+        QCOMPARE(bench.farm.order(task).framesDone, 11);
+        QCOMPARE(bench.farm.results(task).size(), 11);
+        QCOMPARE(bench.farm.events().filter("job ").size(), 1); // one array for all of it
+        QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).framesDone, 12, 30000);
+    }
+};
+
+VN_TEST(TestSlurm)
+#include "tst_slurm.moc"
