@@ -217,12 +217,21 @@ HttpAnswer Drive::listing(const HttpRequest &request, int tree, qint64 parent)
     QJsonArray list;
     for (const DriveNode &one : m_tree.children(request.farm, tree, parent, size < 0 ? 0 : (page - 1) * size, size))
         list.append(entryOf(one));
-    if (parent != DriveRoot && m_core.faults.happens(QStringLiteral("drive-ring")))
-        list.append(entryOf(above));
+    const qint64 ring = parent == DriveRoot ? 0 : m_core.faults.number(QStringLiteral("drive-ring"), 0);
+    if (ring > 0)
+        list.append(entryOf(ring == 1 ? above : m_tree.chain(above).last()));
+    const QString name = list.isEmpty() ? QString() : m_core.faults.take(QStringLiteral("drive-name"));
+    if (!name.isNull()) {
+        QJsonObject first = list.first().toObject();
+        first.insert(QStringLiteral("name"), name);
+        list.replace(0, first);
+    }
     HttpAnswer whole = told(DriveTree::Good, QJsonObject{{tree == 1 ? "files" : "resultFiles", list},
                                                          {"total", m_tree.childCount(request.farm, tree, parent)}});
     if (m_core.faults.happens(QStringLiteral("drive-half-listing")))
         whole.body.truncate(whole.body.size() / 2);
+    if (m_core.faults.happens(QStringLiteral("drive-no-json")))
+        whole.body = "<html>gateway</html>";
     return whole;
 }
 

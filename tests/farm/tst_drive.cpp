@@ -135,8 +135,12 @@ private slots:
         }
         QVERIFY(drive.farm.faults().set("drive-half-listing=1@1"));
         QVERIFY(QJsonDocument::fromJson(drive.ask("GET", "/files/-1/sub-files?fileType=1").body).isNull());
-        QVERIFY(drive.farm.faults().set("drive-ring=1@1"));
-        QCOMPARE(idOf(drive.list(folder), "项目"), folder);
+        for (const auto &[ring, name] : {std::pair("drive-ring=1@1", "项目"), std::pair("drive-ring=2@1", "D")}) {
+            QVERIFY(drive.farm.faults().set(ring));
+            QVERIFY2(names(drive.list(folder)).contains(name), ring);
+        }
+        QVERIFY(drive.farm.faults().set("drive-name=../x@1"));
+        QCOMPARE(names(drive.list(folder)), QStringList{"../x"});
     }
 
     // Three farms in one program: each has its own address, tokens and drive; the push tells them.
