@@ -143,14 +143,14 @@ def road(rig, scene, screen, progress):
         progress.bar('rendered %d, on disk' % task.get('successFrame', 0), done, whole)
         if not shown and rig.rows('qnfileDown.db', 'select 1 from miss2'):
             shown = True
-            path = screen.picture('page-transfer.png', 'ctrl+2', 'ctrl+Tab')
-            if path:
-                progress.station('picture ' + path)
+            for path in (screen.picture('page-tasks.png', 'ctrl+2'), screen.picture('page-transfer.png', 'ctrl+3', 'ctrl+Tab')):
+                if path:
+                    progress.station('picture ' + path)
         if whole and done >= whole and not rig.rows('qnfileDown.db', 'select 1 from miss2'):
             break
         time.sleep(0.2)
     if not shown:
-        screen.picture('page-transfer.png', 'ctrl+2', 'ctrl+Tab')
+        screen.picture('page-transfer.png', 'ctrl+3', 'ctrl+Tab')
     frames = rig.result_files()
     progress.station('all frames are on disk')
     print()

@@ -1454,6 +1454,14 @@ May they be saved there?</translation>
         <source>优先帧完成</source>
         <translation>Priority frames are done</translation>
     </message>
+    <message>
+        <source>任务管理</source>
+        <translation>Tasks</translation>
+    </message>
+    <message>
+        <source>历史任务</source>
+        <translation>History</translation>
+    </message>
 </context>
 <context>
     <name>MaxLog</name>
@@ -5572,6 +5580,571 @@ Save it to %3?</translation>
     <message>
         <source>镜头</source>
         <translation>Camera</translation>
+    </message>
+</context>
+<context>
+    <name>BaseFill</name>
+    <message>
+        <source>分辨率：</source>
+        <translation>Size: </translation>
+    </message>
+    <message>
+        <source>原渲序列：</source>
+        <translation>Frames so far: </translation>
+    </message>
+    <message>
+        <source>补帧</source>
+        <translation>Further frames</translation>
+    </message>
+    <message>
+        <source>补选序列：</source>
+        <translation>Frames to add: </translation>
+    </message>
+    <message>
+        <source>请至少选择一项</source>
+        <translation>Choose one at least</translation>
+    </message>
+    <message>
+        <source>请输入补帧号</source>
+        <translation>Enter the frames to add</translation>
+    </message>
+</context>
+<context>
+    <name>BaseMission</name>
+    <message>
+        <source>%1 个任务已加入下载队列</source>
+        <translation>%1 tasks are in the download queue now</translation>
+    </message>
+    <message>
+        <source>下载队列没有运行，请稍后再试</source>
+        <translation>The download queue isn&apos;t running, please try again later</translation>
+    </message>
+    <message>
+        <source>任务列表</source>
+        <translation>List of tasks</translation>
+    </message>
+    <message>
+        <source>余额不足，请充值</source>
+        <translation>The balance is too low, please recharge</translation>
+    </message>
+    <message>
+        <source>历史任务列表</source>
+        <translation>List of past tasks</translation>
+    </message>
+    <message>
+        <source>已选 %1 / 本页 %2</source>
+        <translation>%1 of %2 chosen</translation>
+    </message>
+    <message>
+        <source>提交渲染的场景会出现在这里</source>
+        <translation>Scenes that are submitted appear here</translation>
+    </message>
+    <message>
+        <source>搜索任务名称</source>
+        <translation>Search task names</translation>
+    </message>
+    <message>
+        <source>显示的列</source>
+        <translation>Columns</translation>
+    </message>
+    <message>
+        <source>暂时没有任务呢</source>
+        <translation>No tasks yet</translation>
+    </message>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
+    </message>
+    <message>
+        <source>本地还没有该任务的结果目录</source>
+        <translation>There is no folder of this task&apos;s results here yet</translation>
+    </message>
+    <message>
+        <source>查看</source>
+        <translation>Show</translation>
+    </message>
+    <message>
+        <source>此软件的任务不支持补帧</source>
+        <translation>Tasks of this software can&apos;t get further frames</translation>
+    </message>
+    <message>
+        <source>确定将任务转移到历史任务模块吗？转移后不可逆！</source>
+        <translation>Move the tasks to the history? They can&apos;t be moved back!</translation>
+    </message>
+    <message>
+        <source>确定重新渲染失败子任务吗？</source>
+        <translation>Render the failed frames once more?</translation>
+    </message>
+    <message>
+        <source>补帧成功</source>
+        <translation>Frames added</translation>
+    </message>
+    <message>
+        <source>解析队列没有运行，请稍后再试</source>
+        <translation>The analysis queue isn&apos;t running, please try again later</translation>
+    </message>
+</context>
+<context>
+    <name>C4DFillFrame</name>
+    <message>
+        <source>渲染器：</source>
+        <translation>Renderer: </translation>
+    </message>
+    <message>
+        <source>相机：</source>
+        <translation>Cameras: </translation>
+    </message>
+    <message>
+        <source>输出文件：</source>
+        <translation>Output: </translation>
+    </message>
+</context>
+<context>
+    <name>ClarisseFillFrame</name>
+    <message>
+        <source>图像</source>
+        <translation>Images</translation>
+    </message>
+</context>
+<context>
+    <name>DetailQueue</name>
+    <message>
+        <source>应用到全部</source>
+        <translation>Apply to all</translation>
+    </message>
+    <message>
+        <source>%1（%2/%3）</source>
+        <translation>%1 (%2/%3)</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+</context>
+<context>
+    <name>HoudiniFillFrame</name>
+    <message>
+        <source>渲染节点</source>
+        <translation>Render nodes</translation>
+    </message>
+</context>
+<context>
+    <name>MaxFillFrame</name>
+    <message>
+        <source>光子文件：</source>
+        <translation>Light cache files: </translation>
+    </message>
+    <message>
+        <source>相机：</source>
+        <translation>Cameras: </translation>
+    </message>
+    <message>
+        <source>输出文件：</source>
+        <translation>Output: </translation>
+    </message>
+</context>
+<context>
+    <name>MayaFillFrame</name>
+    <message>
+        <source>渲染层</source>
+        <translation>Render layers</translation>
+    </message>
+</context>
+<context>
+    <name>MissionHand</name>
+    <message>
+        <source>优先级调整</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>更多</source>
+        <translation>More</translation>
+    </message>
+    <message>
+        <source>详情</source>
+        <translation>Details</translation>
+    </message>
+    <message>
+        <source>重渲失败帧</source>
+        <translation>Render failed frames again</translation>
+    </message>
+</context>
+<context>
+    <name>MissionPart</name>
+    <message>
+        <source>完成</source>
+        <translation>Done</translation>
+    </message>
+    <message>
+        <source>展示%1</source>
+        <translation>Show%1</translation>
+    </message>
+    <message>
+        <source>新增列展示</source>
+        <translation>Columns</translation>
+    </message>
+</context>
+<context>
+    <name>MissionPri</name>
+    <message>
+        <source>上移</source>
+        <translation>Up</translation>
+    </message>
+    <message>
+        <source>下移</source>
+        <translation>Down</translation>
+    </message>
+    <message>
+        <source>任务名</source>
+        <translation>Task</translation>
+    </message>
+    <message>
+        <source>任务状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>农场 %1</source>
+        <translation>Farm %1</translation>
+    </message>
+    <message>
+        <source>创建人</source>
+        <translation>Creator</translation>
+    </message>
+    <message>
+        <source>所属项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>提交时间</source>
+        <translation>Submitted</translation>
+    </message>
+    <message>
+        <source>置底</source>
+        <translation>To the end</translation>
+    </message>
+    <message>
+        <source>置顶</source>
+        <translation>To the front</translation>
+    </message>
+    <message>
+        <source>优先级调度</source>
+        <translation>Priority</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>农场</source>
+        <translation>Farm</translation>
+    </message>
+    <message>
+        <source>没有等待的任务</source>
+        <translation>No tasks are waiting</translation>
+    </message>
+</context>
+<context>
+    <name>ModifyEnv</name>
+    <message>
+        <source>GPU机型</source>
+        <translation>GPU machines</translation>
+    </message>
+    <message>
+        <source>任务名称：</source>
+        <translation>Task: </translation>
+    </message>
+    <message>
+        <source>修改环境配置</source>
+        <translation>Change environment</translation>
+    </message>
+    <message>
+        <source>当前选择：</source>
+        <translation>Now: </translation>
+    </message>
+    <message>
+        <source>插件修改</source>
+        <translation>Plug-ins</translation>
+    </message>
+    <message>
+        <source>机型修改</source>
+        <translation>Machine</translation>
+    </message>
+</context>
+<context>
+    <name>NodeItem</name>
+    <message>
+        <source>修改备注</source>
+        <translation>Change the remark</translation>
+    </message>
+    <message>
+        <source>最大节点数</source>
+        <translation>Most nodes</translation>
+    </message>
+</context>
+<context>
+    <name>NodeLimit</name>
+    <message>
+        <source>最大节点数设置不能超过%1</source>
+        <translation>There can&apos;t be more than %1 nodes</translation>
+    </message>
+    <message>
+        <source>请输入正整数</source>
+        <translation>Enter a positive whole number</translation>
+    </message>
+    <message>
+        <source>%1 个任务</source>
+        <translation>%1 tasks</translation>
+    </message>
+    <message>
+        <source>备注</source>
+        <translation>Remark</translation>
+    </message>
+    <message>
+        <source>最大节点数</source>
+        <translation>Most nodes</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>PauseRender</name>
+    <message>
+        <source>延时暂停（当前正在渲染的子任务渲染完成之后暂停）</source>
+        <translation>Later (frames that are being rendered are finished first)</translation>
+    </message>
+    <message>
+        <source>暂停渲染</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>立即暂停（当前渲染中的子任务进程立即取消渲染）</source>
+        <translation>At once (frames that are being rendered are cancelled)</translation>
+    </message>
+    <message>
+        <source>请选择暂停方式！</source>
+        <translation>How shall it be paused?</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>TakeOver</name>
+    <message>
+        <source>%1 个任务</source>
+        <translation>%1 tasks</translation>
+    </message>
+    <message>
+        <source>任务交接</source>
+        <translation>Hand over</translation>
+    </message>
+    <message>
+        <source>选择账号：</source>
+        <translation>Account: </translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>没有可以交接的账号</source>
+        <translation>There is no account to hand over to</translation>
+    </message>
+</context>
+<context>
+    <name>TaskDetail</name>
+    <message>
+        <source>服务器没有响应，请检查网络后重试</source>
+        <translation>The server doesn&apos;t answer. Check the network and try again</translation>
+    </message>
+    <message>
+        <source>没有任务的详情</source>
+        <translation>The server told nothing of the task</translation>
+    </message>
+</context>
+<context>
+    <name>TaskFilterMenus</name>
+    <message>
+        <source>%1(筛选)</source>
+        <translation>%1 (filtered)</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>保存当前筛选…</source>
+        <translation>Save this filter…</translation>
+    </message>
+    <message>
+        <source>保存筛选</source>
+        <translation>Save filter</translation>
+    </message>
+    <message>
+        <source>全选</source>
+        <translation>All</translation>
+    </message>
+    <message>
+        <source>创建人</source>
+        <translation>Creator</translation>
+    </message>
+    <message>
+        <source>删除已存的筛选</source>
+        <translation>Remove a saved filter</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>名称</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>备注</source>
+        <translation>Remark</translation>
+    </message>
+    <message>
+        <source>我的任务</source>
+        <translation>My tasks</translation>
+    </message>
+    <message>
+        <source>最多保存 %1 个筛选</source>
+        <translation>No more than %1 filters can be saved</translation>
+    </message>
+    <message>
+        <source>清除筛选</source>
+        <translation>Clear filters</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>筛选</source>
+        <translation>Filter</translation>
+    </message>
+</context>
+<context>
+    <name>TaskModel</name>
+    <message>
+        <source>%1
+有的帧渲染超时，请查看子任务</source>
+        <translation>%1
+Some frames took too long, see the sub-tasks</translation>
+    </message>
+    <message>
+        <source>(筛选)</source>
+        <translation> (filtered)</translation>
+    </message>
+    <message>
+        <source>任务名称</source>
+        <translation>Task</translation>
+    </message>
+    <message>
+        <source>内存峰值</source>
+        <translation>Peak memory</translation>
+    </message>
+    <message>
+        <source>创建人</source>
+        <translation>Creator</translation>
+    </message>
+    <message>
+        <source>备注</source>
+        <translation>Remark</translation>
+    </message>
+    <message>
+        <source>帧序列</source>
+        <translation>Frames</translation>
+    </message>
+    <message>
+        <source>平均单帧时间</source>
+        <translation>Time a frame</translation>
+    </message>
+    <message>
+        <source>开始时间</source>
+        <translation>Begun</translation>
+    </message>
+    <message>
+        <source>提交时间</source>
+        <translation>Submitted</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Acts</translation>
+    </message>
+    <message>
+        <source>渲染中 | 成功 | 排队 | 失败 | 总帧数</source>
+        <translation>Running | Done | Queued | Failed | All</translation>
+    </message>
+    <message>
+        <source>渲染时长</source>
+        <translation>Duration</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>结束时间</source>
+        <translation>Ended</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order</translation>
+    </message>
+    <message>
+        <source>费用</source>
+        <translation>Cost</translation>
+    </message>
+    <message>
+        <source>项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>预计剩余</source>
+        <translation>Left</translation>
+    </message>
+    <message>
+        <source>预计费用</source>
+        <translation>Expected cost</translation>
+    </message>
+</context>
+<context>
+    <name>TaskVoice</name>
+    <message>
+        <source>查看</source>
+        <translation>Show</translation>
+    </message>
+</context>
+<context>
+    <name>TerragenFillFrame</name>
+    <message>
+        <source>相机</source>
+        <translation>Cameras</translation>
     </message>
 </context>
 </TS>

@@ -50,7 +50,7 @@ void TaskMenu::toggle(const QString &value)
     QStringList every;
     for (const auto &[one, words] : qAsConst(entries))
         every << one;
-    // Nothing ticked means all of it, so that is where a first click starts from.
+    // Nothing ticked means all of it; a first click asks for that one alone.
     if (value == all) {
         chosen = chosen.contains(all) ? QStringList() : QStringList{all} + every;
         return;

@@ -1,9 +1,14 @@
 #include "view/PageTable.h"
+#include "common/facts/Command.h"
 #include "common/ui/TrayIcon.h"
 #include "view/AccountFacts.h"
 #include "view/EngineVoice.h"
+#include "view/PushRouter.h"
 #include "view/Resolve.h"
 #include "view/Shell.h"
+#include "view/task/History.h"
+#include "view/task/Mission.h"
+#include "view/task/TaskVoice.h"
 #include "view/Transfer.h"
 #include "view/WebPanel.h"
 #include <QCoreApplication>
@@ -34,6 +39,38 @@ QWidget *makeResolve(Shell *shell)
         TrayIcon::instance()->showCurWid();
         page->envpre(order);
     });
+    return page;
+}
+
+void joinTasks(BaseMission *page, Shell *shell)
+{
+    QObject::connect(page, &BaseMission::pageWanted, shell, &Shell::showPage);
+    QObject::connect(shell->account(), &AccountFacts::rolePermChanged, page, &BaseMission::rightsChanged);
+    QObject::connect(shell->account(), &AccountFacts::balanceChanged, page,
+                     [page](const QString &, double amount) { page->setBalance(amount); });
+    shell->pushes()->on(Command::TaskOver, page, [page](int, const QJsonObject &) { page->delayGetMission(); });
+}
+
+QWidget *makeMission(Shell *shell)
+{
+    auto *page = new Mission(shell->tasks(), shell->window());
+    joinTasks(page, shell);
+    auto *voice = new TaskVoice(shell->tasks(), page);
+    shell->pushes()->on(Command::TaskOver, voice, [voice](int, const QJsonObject &task) { voice->news()->over(task); });
+    QObject::connect(voice, &TaskVoice::somethingNew, shell,
+                     [shell] { emit shell->mark(QStringLiteral("mission"), true); });
+    QObject::connect(voice, &TaskVoice::looked, shell, [shell, page](const QString &id) {
+        emit shell->showPage(QStringLiteral("mission"));
+        page->openTask(id);
+    });
+    QObject::connect(shell, &Shell::openTask, page, [page](int id) { page->openTask(QString::number(id)); });
+    return page;
+}
+
+QWidget *makeHistory(Shell *shell)
+{
+    auto *page = new History(shell->tasks(), shell->window());
+    joinTasks(page, shell);
     return page;
 }
 
@@ -86,8 +123,12 @@ const QList<PageSpec> &pageTable()
     static const QList<PageSpec> table = {
         {"resolve", work, "analyse", QT_TRANSLATE_NOOP("MainWindow", "解析提交"), 1, nullptr, nullptr, nullptr,
          makeResolve, true},
-        {"transfer", work, "transfer", QT_TRANSLATE_NOOP("MainWindow", "传输管理"), 2, nullptr, nullptr, nullptr,
+        {"mission", work, "detail", QT_TRANSLATE_NOOP("MainWindow", "任务管理"), 2, nullptr, nullptr, nullptr,
+         makeMission, true},
+        {"transfer", work, "transfer", QT_TRANSLATE_NOOP("MainWindow", "传输管理"), 3, nullptr, nullptr, nullptr,
          makeTransfer, true},
+        {"history", work, "file", QT_TRANSLATE_NOOP("MainWindow", "历史任务"), 4, nullptr, nullptr, nullptr,
+         makeHistory},
         web(user, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")),
         web(user, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")),
         web(user, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")),

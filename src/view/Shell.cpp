@@ -1,5 +1,6 @@
 #include "view/Shell.h"
 #include "common/UserInfo.h"
+#include "task/TaskDesk.h"
 #include "view/AccountFacts.h"
 #include "view/EngineVoice.h"
 #include "view/PushRouter.h"
@@ -8,7 +9,7 @@
 
 Shell::Shell(const QJsonObject &loginInfo, QWidget *window)
     : QObject(window), m_window(window), m_account(new AccountFacts(this)), m_pushes(new PushRouter(this)),
-      m_voice(new EngineVoice(window)), m_loginInfo(loginInfo)
+      m_voice(new EngineVoice(window)), m_tasks(new TaskDesk(this)), m_loginInfo(loginInfo)
 {
 }
 

@@ -10,6 +10,7 @@
 class AccountFacts;
 class EngineVoice;
 class PushRouter;
+class TaskDesk;
 class QWidget;
 
 class Shell : public QObject
@@ -21,6 +22,7 @@ public:
     AccountFacts *account() const { return m_account; }
     PushRouter *pushes() const { return m_pushes; }
     EngineVoice *voice() const { return m_voice; }
+    TaskDesk *tasks() const { return m_tasks; }      // operations that are under way
     QString link(const QString &key) const;          // an address of the 10308 reply; empty where the server has none
     QUrl webUrl(const QString &key) const;           // ... of a web page, with the session behind it
     void setLoginInfo(const QJsonObject &loginInfo); // of a later login of the same account: a new token
@@ -41,5 +43,6 @@ private:
     AccountFacts *m_account;
     PushRouter *m_pushes;
     EngineVoice *m_voice;
+    TaskDesk *m_tasks;
     QJsonObject m_loginInfo;
 };

@@ -177,7 +177,7 @@ private slots:
             return HttpPeer::response("<html></html>", request.path.startsWith("/gone") ? "404 no" : "200 OK");
         };
         make({{"token", "t1"}, {"vipCenterUrl", ""}, {"netTestUrl", web.url("/net")}});
-        QCOMPARE(menu()->titles().join('|'), QString("解析提交|传输管理|网络诊断"));
+        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|网络诊断"));
         QCOMPARE(m_window->page(), QString("resolve"));
         const auto choose = [this](const QString &title) {
             for (int row = 0; row < menu()->rowCount(); ++row)
@@ -199,7 +199,7 @@ private slots:
         QTRY_COMPARE(m_window->page(), QString("netTestUrl"));
         auto *shown = m_window->findChild<QStackedWidget *>()->currentWidget()->findChild<QWebView *>();
         QTRY_COMPARE(shown->url(), WebPage::errorPage());
-        QTest::keyClick(m_window.data(), Qt::Key_2, Qt::ControlModifier);
+        QTest::keyClick(m_window.data(), Qt::Key_3, Qt::ControlModifier);
         QCOMPARE(m_window->page(), QString("transfer"));
         QTest::keyClick(m_window.data(), Qt::Key_7, Qt::ControlModifier);
         QCOMPARE(m_window->page(), QString("transfer"));
@@ -210,7 +210,7 @@ private slots:
         QStringList keys;
         for (const QLabel *label : topLevel<ShortCuts>()->findChildren<QLabel *>())
             keys << label->text();
-        QVERIFY(keys.contains("Ctrl+2") && keys.contains("F5") && keys.contains("Ctrl+F") && keys.contains("删除任务"));
+        QVERIFY(keys.contains("Ctrl+3") && keys.contains("F5") && keys.contains("Ctrl+F") && keys.contains("删除任务"));
         topLevel<ShortCuts>()->close();
     }
     // Tab leads through the whole frame, every stop has a name.

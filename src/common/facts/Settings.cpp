@@ -83,6 +83,7 @@ QList<Setting> made()
         text(FolderMaps, A, "EnvPre", "folderMaps"),
         text(LastEnvironment, A, "EnvPre", "defaultEnvId_%1"),
         number(RedNotice, A, "MsgCenter", "redNotice", 0, 0, AnyNumber),
+        onOff(TaskNotice, A, "MsgCenter", "taskNotice", 1),
         text(LatestNotice, A, "MsgCenter", "latest"),
         text(UpdateStatus, A, "UpdateStatus", "status"),
         text(ForceUpdate, A, "versionManager", "force"),

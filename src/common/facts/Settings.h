@@ -57,6 +57,7 @@ enum Key {
     FolderMaps,      // folders that have moved: JSON, [{"from", "to"}]
     LastEnvironment, // its key takes the software type, see key(LastEnvironment, type)
     RedNotice,
+    TaskNotice, // notes of tasks that are over
     LatestNotice,
     UpdateStatus,
     ForceUpdate,

@@ -43,23 +43,33 @@ QStringList ActSet::fit(const QString &id, const QStringList &keys) const
     const ActSpec *one = spec(id);
     QStringList out;
     for (const QString &key : keys)
-        if (one && !leaving(key) && (!m_there || m_there(key)) && (!one->possible || one->possible(key)))
+        if (one && !leaving(key) && there(key) && (!one->possible || one->possible(key)))
             out << key;
     return one && one->single && out.size() > 1 ? QStringList() : out;
+}
+
+bool ActSet::can(const QString &id, const QStringList &keys) const
+{
+    const ActSpec *one = spec(id);
+    if (!one || one->free)
+        return one;
+    const int fitting = fit(id, keys).size();
+    const auto here = std::count_if(keys.begin(), keys.end(), [this](const QString &key) { return there(key); });
+    return one->every ? fitting > 0 && fitting == here : fitting > 0;
 }
 
 void ActSet::follow()
 {
     const QStringList keys = m_targets ? m_targets() : QStringList();
     for (int i = 0; i < m_acts.size(); ++i)
-        m_actions.at(i)->setEnabled(m_acts.at(i).free || !fit(m_acts.at(i).id, keys).isEmpty());
+        m_actions.at(i)->setEnabled(can(m_acts.at(i).id, keys));
 }
 
 void ActSet::run(const QString &id, const QStringList &keys)
 {
     const ActSpec *one = spec(id);
     const QStringList rows = fit(id, keys);
-    if (!one || (rows.isEmpty() && !one->free))
+    if (!can(id, keys))
         return;
     const QString question = one->question ? one->question(rows) : QString();
     if (question.isEmpty())
@@ -148,9 +158,11 @@ QMenu *ActSet::menu(const QStringList &keys, QWidget *parent) const
     for (int i = 0; i < m_acts.size(); ++i) {
         const ActSpec &one = m_acts.at(i);
         const bool nothing = keys.isEmpty();
-        if (!(one.places & ActSpec::Menu) || (nothing ? !one.free : one.free || fit(one.id, keys).isEmpty()))
+        const bool possible = can(one.id, keys);
+        if (!(one.places & ActSpec::Menu) || (nothing ? !one.free : one.free || (!possible && !one.every)))
             continue;
         QAction *action = menu->addAction(m_actions.at(i)->icon(), one.text);
+        action->setEnabled(possible);
         action->setObjectName(one.id);
         connect(action, &QAction::triggered, self, [self, id = one.id, keys] { self->run(id, keys); });
     }

@@ -20,9 +20,10 @@ struct ActSpec {
     int places = Menu;
     QKeySequence keys; // while the list has the focus
     bool primary = false;
-    bool danger = false;                                      // the question's focus stands on going back
-    bool free = false;                                        // needs no row ("添加场景")
-    bool single = false;                                      // for one row only
+    bool danger = false; // the question's focus stands on going back
+    bool free = false;   // needs no row ("添加场景")
+    bool single = false; // for one row only
+    bool every = false;  // only where it's possible for all of the rows; the menu shows it greyed where it isn't
     std::function<bool(const QString &key)> possible;         // absent: for every row
     std::function<QString(const QString &key)> rowText;       // where the row's button says it shorter
     std::function<QString(const QStringList &keys)> question; // empty: nothing is asked
@@ -54,6 +55,7 @@ public:
     void setThere(std::function<bool(const QString &key)> there) { m_there = std::move(there); }
 
     QStringList fit(const QString &id, const QStringList &keys) const; // those it's possible for
+    bool can(const QString &id, const QStringList &keys) const;        // whether it's offered for them
     void run(const QString &id, const QStringList &keys);
     QMenu *menu(const QStringList &keys, QWidget *parent) const; // what is possible for these rows, owned by the parent
     QStringList rowWords(const QString &key) const;              // one per act with a place in the row; empty: not now
@@ -70,6 +72,7 @@ signals:
     void leavingChanged(QStringList keys);
 
 private:
+    bool there(const QString &key) const { return !m_there || m_there(key); }
     void ask(const ActSpec &spec, const QString &text, const QStringList &keys);
     void done(const ActSpec &spec, const QStringList &keys);
     void leave(const ActSpec &spec, const QStringList &keys);

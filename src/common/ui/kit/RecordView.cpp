@@ -20,7 +20,6 @@ constexpr qreal LeavingOpacity = 0.5; // of a row that is deleted unless it's ta
 RecordHeader::RecordHeader(RecordModelBase *model, QWidget *parent)
     : QHeaderView(Qt::Horizontal, parent), m_records(model)
 {
-    setSectionsClickable(true);
     setSectionsMovable(true);
     setFirstSectionMovable(false);
     setHighlightSections(false);
@@ -97,6 +96,7 @@ void RecordView::dress()
 {
     auto *head = new RecordHeader(m_records, this);
     setHeader(head);
+    head->setSectionsClickable(true); // a view that doesn't sort by itself takes that away
     connect(head, &QWidget::customContextMenuRequested, this,
             [this, head](const QPoint &at) { columnMenu(this)->popup(head->mapToGlobal(at)); });
     setUniformRowHeights(true);

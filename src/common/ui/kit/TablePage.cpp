@@ -269,14 +269,20 @@ void TablePage::contextMenu(const QPoint &at)
         keys.clear();
     else if (!keys.contains(key))
         keys = QStringList{key}; // what was clicked, whatever else is marked
+    const QPoint place = byKey && hit.isValid() ? m_view->visualRect(hit).center() : at;
+    openMenu(keys, m_view->viewport()->mapToGlobal(place));
+}
+
+void TablePage::openMenu(const QStringList &keys, const QPoint &globalAt)
+{
     QMenu *menu = m_acts->menu(keys, this);
     if (menu->isEmpty()) {
         menu->deleteLater();
         return;
     }
     menu->setObjectName(QStringLiteral("contextMenu"));
-    const QPoint place = byKey && hit.isValid() ? m_view->visualRect(hit).center() : at;
-    menu->popup(m_view->viewport()->mapToGlobal(place));
+    emit menuOpened(menu);
+    menu->popup(globalAt);
 }
 
 void TablePage::setEmpty(const QString &text, const QString &hint) { m_empty->setTexts(text, hint); }

@@ -16,6 +16,7 @@ class Pagination;
 class QHBoxLayout;
 class QLabel;
 class QLineEdit;
+class QMenu;
 class QPushButton;
 
 class TablePage : public QWidget
@@ -45,12 +46,14 @@ public:
     void setBusy(bool on);              // while rows are asked for
     void setError(const QString &text); // a line with "重试"; empty: all is well again
     QString error() const;
-    QString searched() const; // trimmed
+    QString searched() const;                                       // trimmed
+    void openMenu(const QStringList &keys, const QPoint &globalAt); // what can be done with these rows
 
 signals:
     void refreshWanted();
     void searchWanted(QString text); // a moment after the last key
     void pageWanted(int page);
+    void menuOpened(QMenu *menu); // deletes itself when closed
 
 protected:
     void resizeEvent(QResizeEvent *event) override;
