@@ -189,7 +189,7 @@ private slots:
         QTRY_COMPARE(web.requests.value(0).path, QByteArray("/net?sessionid=t1"));
         m_window->shell()->setLoginInfo(
             {{"token", "t2"}, {"personalCenterUrl", web.url("/onlinePayPage")}, {"netTestUrl", web.url("/gone")}});
-        QCOMPARE(menu()->titles().join('|'), QString("解析提交|传输管理|个人中心|网络诊断"));
+        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|个人中心|网络诊断"));
         const int asked = m_server->count(10302);
         choose("个人中心");
         QTRY_COMPARE(web.requests.value(1).path, QByteArray("/onlinePayPage?sessionid=t2"));
