@@ -215,6 +215,10 @@
         <source>文件打开失败</source>
         <translation>The file can't be opened</translation>
     </message>
+    <message>
+        <source>传输无法保存</source>
+        <translation>The transfer can't be saved</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>

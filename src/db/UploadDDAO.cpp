@@ -154,24 +154,26 @@ qlonglong UploadDDAO::newFarmPri(int which)
 
 bool UploadDDAO::addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files)
 {
-    {
-        Locker lock(m_mutex);
-        if (!isOpen() || !makeTables(farm.pri))
-            return false;
-        Work work(this);
-        db_upfarmD row = farm;
-        row.dirstate = dirs.isEmpty() ? DirWalked : DirWalking;
-        row.fok = row.fup = row.fsum = row.fsize = 0;
-        if (!work || !putFarm(row) || !insertDirs(farm.pri, dirs) ||
-            !insertFiles(farm.pri, files, waiting(), &row.fsum, &row.fsize) ||
-            !addSums(farm.pri, row.fsum, row.fsize) || !work.commit())
-            return false;
-    }
-    qDebug().noquote() << "UploadDDAO::addFarm farm scan start:" << farm.pri << farm.name << dirs.size()
-                       << files.size();
-    settle();
+    const bool written = writeFarm(farm, dirs, files) && settle();
+    qDebug().noquote() << "UploadDDAO::addFarm farm scan start:" << farm.pri << farm.name << dirs.size() << files.size()
+                       << written;
+    emit farmAdded(farm.pri, written);
     emit refreshAll();
-    return true;
+    return written;
+}
+
+bool UploadDDAO::writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files)
+{
+    Locker lock(m_mutex);
+    if (!isOpen() || !makeTables(farm.pri))
+        return false;
+    Work work(this);
+    db_upfarmD row = farm;
+    row.dirstate = dirs.isEmpty() ? DirWalked : DirWalking;
+    row.fok = row.fup = row.fsum = row.fsize = 0;
+    return work && putFarm(row) && insertDirs(farm.pri, dirs) &&
+           insertFiles(farm.pri, files, waiting(), &row.fsum, &row.fsize) && addSums(farm.pri, row.fsum, row.fsize) &&
+           work.commit();
 }
 
 bool UploadDDAO::putFarm(const db_upfarmD &farm)

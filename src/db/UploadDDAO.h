@@ -28,7 +28,8 @@ public:
 
     // Batches.
     static qlonglong newFarmPri(int which); // of a new batch, unlike those of the other store and of the history
-    // The batch with its first folders and files; false: nothing was written. Emits farmCount.
+    // The batch with its first folders and files; false: nothing was written.
+    // Emits farmAdded either way, when it's on the medium.
     bool addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
     bool putFarm(const db_upfarmD &farm);                // the row alone (history)
     db_upfarmD farm(qlonglong farmPri);                  // pri 0: there is none
@@ -83,6 +84,7 @@ public:
 signals:
     void refreshAll();
     void allFarm(QList<db_upfarmD> farmL);
+    void farmAdded(qlonglong farmPri, bool written);
     void farmStateChanged(qlonglong farmPri, int state);
     void farmCount(qlonglong farmPri, db_upfarmD farm); // fok, fsum, fup, fsize, dirstate, failed
     void farmSumCount(qlonglong fok, qlonglong fsum);
@@ -103,6 +105,7 @@ private:
     UploadDDAO(int which, const QString &connection, const QString &fileName);
     QString keyColumn() const;
     bool makeTables(qlonglong farmPri);
+    bool writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
     bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows, qlonglong *bytes);
     bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs);
     bool addSums(qlonglong farmPri, qlonglong rows, qlonglong bytes);

@@ -4,6 +4,7 @@
 #include "transfer/drive/DriveFolder.h"
 #include "transfer/drive/DriveQueue.h"
 #include "transfer/TransSet.h"
+#include <memory>
 #include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
@@ -50,6 +51,20 @@ void CmdHand::withDrive(bool make, std::function<void(const SubFile &)> next)
                        [this](const QString &why) { fail(why); });
 }
 
+// Who hears "good" may forget what he asked for: only then is the batch in the store, also for a kill.
+void CmdHand::answerWhenWritten(int which, std::function<qlonglong()> begin)
+{
+    const auto mine = std::make_shared<qlonglong>(0);
+    connect(UploadDDAO::instance(which), &UploadDDAO::farmAdded, this, [this, mine](qlonglong farmPri, bool written) {
+        if (farmPri == *mine)
+            written ? good(QString(), QJsonObject{{"id", farmPri}}) : fail(tr("传输无法保存"));
+    });
+    *mine = begin();
+    if (*mine == 0)
+        return fail(tr("客户端未登录"));
+    QTimer::singleShot(m_waitMs, this, [this] { fail(tr("传输无法保存")); });
+}
+
 void CmdHand::driveList()
 {
     withDrive(false, [this](const SubFile &folder) {
@@ -90,8 +105,8 @@ void CmdHand::drivePut()
         return fail(tr("缺少参数"));
     withDrive(true, [this, place, from](const SubFile &folder) mutable {
         place.id = folder.id;
-        const qlonglong id = DriveQueue::put(place, from, m_line.arg("links").toInt() == 1);
-        id != 0 ? good(QString(), QJsonObject{{"id", id}}) : fail(tr("客户端未登录"));
+        answerWhenWritten(UploadDDAO::Up,
+                          [=] { return DriveQueue::put(place, from, m_line.arg("links").toInt() == 1); });
     });
 }
 
@@ -105,8 +120,7 @@ void CmdHand::driveGet()
         return fail(tr("缺少参数"));
     withDrive(false, [this, place, to, mode](const SubFile &entry) mutable {
         place.path = place.path.contains('/') ? place.path.left(place.path.lastIndexOf('/')) : QString();
-        const qlonglong id = DriveQueue::fetch(place, {entry}, to, mode);
-        id != 0 ? good(QString(), QJsonObject{{"id", id}}) : fail(tr("客户端未登录"));
+        answerWhenWritten(UploadDDAO::Down, [=] { return DriveQueue::fetch(place, {entry}, to, mode); });
     });
 }
 

@@ -134,6 +134,7 @@ private:
     void lookAtSubJob(int mission, qlonglong sub, int page, std::function<void(bool runs)> next);
     void moveTransfers(bool on);
     // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
+    void answerWhenWritten(int which, std::function<qlonglong()> begin);
     void withDrive(bool make, std::function<void(const SubFile &entry)> next);
 
     static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
