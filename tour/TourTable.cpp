@@ -8,6 +8,7 @@
 #include "view/DownCover.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/MDW.h"
+#include "view/driver/cloud/ResolveD.h"
 #include "view/driver/cloud/SubmitMayaD.h"
 #include "view/EnvPre.h"
 #include "view/Login.h"
@@ -121,6 +122,24 @@ db_resolve analysed(int layers)
     return CloudModel::opened(res);
 }
 
+QList<db_resolve> cloudRows()
+{
+    QList<db_resolve> rows;
+    for (int state : {100, 101, 101, 103, 104, 105, 106, 107, 109, 120}) {
+        db_resolve one = analysed(1);
+        one.rkey = 500 + rows.size();
+        one.state = state;
+        one.rtime = 1790000000000;
+        one.etime = state > 101 ? 1790000100000 : 0;
+        if (rows.size() % 3 == 1)
+            one.lpath = QStringLiteral("D/projects/shot_%1.ma").arg(rows.size());
+        if (rows.size() == 2 || state == 104)
+            one.errstr = QStringLiteral("out of memory");
+        rows << one;
+    }
+    return rows;
+}
+
 EnvPre *env(int software, int count, QWidget *window)
 {
     QStringList files;
@@ -150,6 +169,15 @@ const QList<TourStop> &tourTable()
         dialog("SceneInfo", over([](Stage &s, QWidget *w) { return new SceneInfo(s.scene(SceneState::Clean), w); })),
         dialog("DownCover", over([](Stage &, QWidget *w) {
                    return new DownCover(7, Stage::longName(7), QStringLiteral("1-250, 300"), w);
+               })),
+        dialog("ResolveD", over([](Stage &, QWidget *w) {
+                   auto *host = new DialogFrame(QStringLiteral("drive"), QStringLiteral("VandrelQN"), w);
+                   host->setWanted({912, 460});
+                   auto *page = new ResolveD(host);
+                   host->content()->addWidget(page, 1);
+                   host->addButton(QStringLiteral("OK"), DialogFrame::Close);
+                   QTimer::singleShot(300, page, [page] { page->allFile(cloudRows()); });
+                   return host;
                })),
         dialog("MayaD", over([](Stage &, QWidget *w) { return new MayaD(analysed(30), w); })),
         dialog("SubmitMayaD", over([](Stage &, QWidget *w) { return new SubmitMayaD(analysed(2), 10, w); })),

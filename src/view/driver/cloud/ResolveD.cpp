@@ -88,7 +88,7 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
                                          .sort([](const db_resolve &r) { return r.etime; })
                                          .atLeast(152)
                                          .giving(2),
-                                     C(QStringLiteral("state"), tr("状态"), 168)
+                                     C(QStringLiteral("state"), tr("状态"), 184)
                                          .text(state)
                                          .tint(tint)
                                          .tip([state](const db_resolve &r) {
@@ -98,7 +98,7 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
                                          .role(Qt::UserRole, [](const db_resolve &r) { return QVariant(r.state); })
                                          .link()
                                          .atLeast(120),
-                                     C::acts(tr("操作"), 120)},
+                                     C::acts(tr("操作"), 96)},
                                     this);
     m_model->setSame([](const db_resolve &a, const db_resolve &b) {
         return a.state == b.state && a.error == b.error && a.errstr == b.errstr && a.rtime == b.rtime &&
