@@ -75,7 +75,7 @@ bool Stage::open(const QString &language)
     qputenv("XDG_CONFIG_HOME", (home + QStringLiteral("/.config")).toUtf8());
     qputenv("XDG_DATA_HOME", (home + QStringLiteral("/.local/share")).toUtf8());
     m_options.dir = home + QStringLiteral("/farm");
-    m_options.framesPerSecond = 0.01;
+    m_options.frameSeconds = 3600; // what runs in a picture still runs in the next one
     bool stands = false;
     for (int last = FirstAddress; last <= LastAddress && !stands; ++last) { // the business link's port is a fixed one
         m_options.address = QStringLiteral("127.0.0.%1").arg(last);
@@ -166,6 +166,7 @@ void Stage::fill()
     m_fill = Full;
     fillScenes();
     fillTransfers();
+    m_farm.fillTasks();
     for (int i = 0; i < Notices; ++i)
         m_farm.addNotice(QStringLiteral("Notice %1: ").arg(i) +
                          (i % 7 ? QStringLiteral("a task is over") : longName(i)));

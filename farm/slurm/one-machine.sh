@@ -100,6 +100,7 @@ MaxArraySize=100001
 MaxJobCount=200000
 ReturnToService=2
 KillWait=2
+MessageTimeout=5
 NodeName=$host NodeAddr=127.0.0.1 CPUs=$cpus State=UNKNOWN
 PartitionName=farm Nodes=ALL Default=YES MaxTime=INFINITE State=UP
 CONF

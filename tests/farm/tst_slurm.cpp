@@ -126,6 +126,66 @@ private slots:
         QCOMPARE(bench.wire->askRaw(10406, "[" + QByteArray::number(task) + "]").val, 1040600);
         QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).framesDone, 12, 30000);
     }
+
+    // The farm ends while frames run and finds them again; the controller goes and comes back; one job is killed by hand.
+    void accidents()
+    {
+        if (!slurm)
+            QSKIP("SLURM IS NOT TESTED HERE");
+        Bench bench(cluster(0.6));
+        bench.login();
+        const int task = rendering(bench, "1-16");
+        QTRY_VERIFY_WITH_TIMEOUT(bench.farm.order(task).framesDone > 0, 20000);
+        bench.restart();
+        bench.login();
+        QTRY_VERIFY_WITH_TIMEOUT(head(bench, task).value("renderingFrame").toInt() > 0, 20000);
+        slurm->act("controller-stop");
+        const QJsonObject before = head(bench, task);
+        QTRY_VERIFY_WITH_TIMEOUT(!bench.farm.events().filter("doesn't answer").isEmpty(), 30000);
+        QCOMPARE(head(bench, task).value("failureFrame").toInt(), 0);
+        QCOMPARE(slurm->act("controller-start"), QString());
+        QTRY_VERIFY_WITH_TIMEOUT(!bench.farm.events().filter("answers again").isEmpty(), 30000);
+        QString one;
+        QTRY_VERIFY_WITH_TIMEOUT(!(one = Slurm::tell({"squeue", "-h", "-r", "-t", "RUNNING", "-o", "%i"}).section('\n', -1)).isEmpty(),
+                                 20000);
+        Slurm::tell({"scancel", one});
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).status, 2, 60000);
+        QCOMPARE(bench.farm.order(task).framesFailed, 1);
+        QCOMPARE(bench.farm.order(task).framesDone, 15);
+        QVERIFY(bench.farm.events().filter("job ").isEmpty()); // of this start: nothing was handed over twice
+        QVERIFY(head(bench, task).value("succSeconds").toInt() >= 7);
+    }
+
+    // Two tasks change places; one is paused at once, continued and cancelled: nothing of it stays in the cluster.
+    void order()
+    {
+        if (!slurm)
+            QSKIP("SLURM IS NOT TESTED HERE");
+        Bench bench(cluster(0.5));
+        bench.login();
+        const int first = rendering(bench, "1-40"),
+                  second = rendering(bench, "1-4", {{"keyFrames", "1"}, {"strategy", 1}, {"blocksCount", 2}}, 2);
+        QTRY_VERIFY_WITH_TIMEOUT(bench.farm.events().filter("job ").size() == 2, 20000);
+        QCOMPARE(bench.wire
+                     ->ask(10419, {{"farmId", 1},
+                                   {"job_ids_from", QJsonArray{QString::number(second)}},
+                                   {"job_id_to", first},
+                                   {"insert_after_position", false}})
+                     .val,
+                 1041900);
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(second).status, 2, 60000); // blocks there, put together here
+        QCOMPARE(bench.farm.order(second).framesDone, 4);
+        QVERIFY(bench.farm.order(first).framesDone < 30);
+        QTRY_VERIFY_WITH_TIMEOUT(head(bench, first).value("renderingFrame").toInt() > 0, 20000);
+        QCOMPARE(bench.wire->ask(10430, {{"missionId", first}, {"pauseRender", 1}}).val, 1043000);
+        QCOMPARE(head(bench, first).value("renderingFrame").toInt(), 0);
+        QTRY_COMPARE_WITH_TIMEOUT(running(), 0, 20000);
+        QCOMPARE(bench.wire->ask(10429, {{"missionId", first}}).val, 1042900);
+        QTRY_VERIFY_WITH_TIMEOUT(head(bench, first).value("renderingFrame").toInt() > 0, 20000);
+        QCOMPARE(bench.farm.order(first).framesFailed, 0); // what the pause stopped isn't a failure
+        QCOMPARE(bench.wire->ask(10401, {{"missionId", first}}).val, 1040100);
+        QTRY_COMPARE_WITH_TIMEOUT(Slurm::tell({"squeue", "-h"}), QString(), 20000);
+    }
 };
 
 VN_TEST(TestSlurm)

@@ -307,7 +307,7 @@ private slots:
     void accidents()
     {
         FarmOptions options = fast(1);
-        options.confirmHours = 0.5 / 3600;
+        options.confirmHours = 3.0 / 3600;
         Bench bench(options);
         bench.farm.faults().set("node-vanish", "300@1");
         bench.login();
