@@ -26,7 +26,7 @@
 
 namespace
 {
-constexpr int Scenes = 240, Finished = 300, Files = 60, Notices = 60;
+constexpr int Scenes = 240, Finished = 300, Files = 60, Notices = 60, Projects = 300;
 constexpr int FirstAddress = 77, LastAddress = 127; // 127.0.0.x: beside whatever else runs on this machine
 
 bool write(const QString &path, const QByteArray &text)
@@ -92,6 +92,7 @@ bool Stage::open(const QString &language)
     for (const QString &file : QDir(QCoreApplication::applicationDirPath()).entryList({QStringLiteral("*.qm")}))
         QFile::link(QCoreApplication::applicationDirPath() + QLatin1Char('/') + file,
                     program + QLatin1Char('/') + file);
+    QFile::link(QCoreApplication::applicationDirPath() + QStringLiteral("/web"), program + QStringLiteral("/web"));
     if (!write(program + QStringLiteral("/service.ini"), "[server]\nqnbs=http://" + m_options.address.toLatin1() + ':' +
                                                              QByteArray::number(m_farm.ports().http) + "\n")) {
         m_error = QStringLiteral("can't write below ") + program;
@@ -145,7 +146,8 @@ QString Stage::longName(int number)
 
 QStringList Stage::farmWords()
 {
-    return {QStringLiteral("默认项目"), QStringLiteral("欢迎使用本机渲染农场"), QStringLiteral("本机")};
+    return {QStringLiteral("默认项目"), QStringLiteral("欢迎使用本机渲染农场"), QStringLiteral("本机"),
+            QStringLiteral("中文")}; // a language by its own name
 }
 
 db_resolve Stage::scene(int state) const
@@ -170,6 +172,10 @@ void Stage::fill()
     for (int i = 0; i < Notices; ++i)
         m_farm.addNotice(QStringLiteral("Notice %1: ").arg(i) +
                          (i % 7 ? QStringLiteral("a task is over") : longName(i)));
+    QStringList projects;
+    for (int i = 0; i < Projects; ++i)
+        projects << (i == 3 ? longName(i).left(60) : QStringLiteral("valley%1").arg(i));
+    m_farm.addProjects(projects);
     emit ResolveDAO::instance()->refreshAll();
     emit UploadDAO::instance()->refreshAll();
     emit DownloadDAO::instance()->refreshAll();

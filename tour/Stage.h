@@ -29,6 +29,7 @@ public:
     Login *loginWindow() const { return m_login.get(); }
     Resolve *resolve() const;
     Transfer *transfer() const;
+    QString home() const { return m_home.path(); }
     Farm &farm() { return m_farm; }
     db_resolve scene(int state) const;   // of the store, with its parameters; a made up one where there is none
     static QString longName(int number); // of a file: 180 characters

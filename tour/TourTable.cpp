@@ -1,25 +1,41 @@
 #include "TourTable.h"
 #include "common/facts/SceneState.h"
+#include "common/facts/SoftwareType.h"
 #include "common/ui/kit/Notes.h"
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "db/ResolveDAO.h"
 #include "resolve/cloud/CloudModel.h"
+#include "Samples.h"
+#include "view/CommitPreview.h"
 #include "view/DownCover.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/MDW.h"
 #include "view/driver/cloud/ResolveD.h"
 #include "view/driver/cloud/SubmitMayaD.h"
 #include "view/EnvPre.h"
+#include "view/frames/FrameView.h"
+#include "view/frames/LogView.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
 #include "view/MsgCenter.h"
+#include "view/render/KeyFrame.h"
+#include "view/render/ParameterDialog.h"
 #include "view/Resolve.h"
 #include "view/ResolvePri.h"
 #include "view/ResolveWarn.h"
 #include "view/SceneInfo.h"
+#include "view/set/EnvNew.h"
+#include "view/set/EnvSet.h"
+#include "view/set/ProjectNew.h"
+#include "view/set/ResultRule.h"
+#include "view/set/Set.h"
 #include "view/ShortCuts.h"
 #include "view/Transfer.h"
+#include "view/update/CVersionManager.h"
+#include "view/update/SoftwareProgressBar.h"
+#include "view/update/SoftwareUpdateManager.h"
+#include "view/WebPanel.h"
 #include <QApplication>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -148,6 +164,79 @@ EnvPre *env(int software, int count, QWidget *window)
                      (i == 0 ? Stage::longName(i) : QStringLiteral("shot_%1").arg(i));
     return new EnvPre(software, files, 10, window);
 }
+
+Bring settings(int page)
+{
+    return over([page](Stage &, QWidget *window) {
+        auto *set = new Set(window);
+        set->showPage(page);
+        return set;
+    });
+}
+
+QJsonObject environment(const QString &software)
+{
+    return {{"id", 108}, {"software", software}, {"plugins", QJsonArray()}, {"startGpu", 1}};
+}
+
+TourStop parameters(const char *name, int softwareType)
+{
+    return dialog(name, over([softwareType](Stage &, QWidget *window) {
+                      return ParameterDialog::make(Samples::scene(softwareType), window);
+                  }));
+}
+
+QWidget *keyFrames(Stage &stage)
+{
+    QWidget *window = nullptr;
+    for (int i = 0; i < 30; ++i)
+        window = KeyFrame::tell(stage.window(), {{"missionId", 7 + i},
+                                                 {"name", i ? QStringLiteral("shot_%1").arg(i) : Stage::longName(i)},
+                                                 {"remainHour", 48}});
+    return window;
+}
+
+Bring preview(bool troubled)
+{
+    return over([troubled](Stage &, QWidget *window) {
+        CommitPreview::Wish wish;
+        wish.heading = Stage::longName(6);
+        wish.danger = troubled;
+        wish.question = troubled ? Resolve::tr("批量提交无法修改参数，确定提交吗？") : QString();
+        wish.others = 12;
+        auto *panel = new CommitPreview(wish, window);
+        QObject::disconnect(panel->preflight(), nullptr, panel, nullptr); // the sample's figures stay
+        panel->tell(Samples::figures(troubled));
+        return panel;
+    });
+}
+
+Bring frames(bool sheet, bool compared)
+{
+    return [=](Stage &stage) -> QWidget * {
+        auto *view = FrameView::open(stage.window(), Samples::frames(stage.home(), QStringLiteral("valley")));
+        if (compared)
+            view->compareWith(Samples::frames(stage.home(), QStringLiteral("other")));
+        view->setSheet(sheet);
+        return view;
+    };
+}
+
+// Nothing is fetched: there is no program beside this one that could.
+SoftwareUpdateManager *updates(QWidget *window)
+{
+    return new SoftwareUpdateManager({QStringLiteral("/nonexistent"), QStringLiteral("/nonexistent"), {}}, window);
+}
+
+QWidget *webPage(Stage &stage, bool good)
+{
+    stage.farm().faults().set(QStringLiteral("http-status"), good ? QString() : QStringLiteral("404"));
+    const QStringList pages{QStringLiteral("renderGuideUrl"), QStringLiteral("netTestUrl")};
+    stage.window()->showPage(pages.at(good ? 0 : 1));
+    Stage::settle(600);
+    stage.farm().faults().set(QStringLiteral("http-status"), {});
+    return stage.window();
+}
 } // namespace
 
 const QList<TourStop> &tourTable()
@@ -194,6 +283,48 @@ const QList<TourStop> &tourTable()
                }),
         dialog("question-delete", [](Stage &s) { return question(s, "delete"); }),
         dialog("question-commit", [](Stage &s) { return question(s, "commit"); }),
+        dialog("CommitPreview", preview(false)),
+        dialog("CommitPreview-trouble", preview(true)),
+        dialog("Set-common", settings(Set::Common)),
+        dialog("Set-advanced", settings(Set::Advanced)),
+        dialog("Set-projects", settings(Set::Projects), TourStop::Both),
+        dialog("ResultRule",
+               over([](Stage &, QWidget *w) { return new ResultRule(QStringLiteral("%project%/%order%"), w); })),
+        dialog("ProjectNew", over([](Stage &, QWidget *w) { return new ProjectNew(w); })),
+        dialog("EnvSet",
+               over([](Stage &, QWidget *w) { return new EnvSet(1, Stage::longName(9), SoftwareType::Terragen, w); })),
+        dialog("EnvNew-new", over([](Stage &, QWidget *w) { return new EnvNew(1, SoftwareType::Maya, {}, w); })),
+        dialog("EnvNew-change", over([](Stage &, QWidget *w) {
+                   return new EnvNew(1, SoftwareType::Terragen, environment(QStringLiteral("Terragen 4.5")), w);
+               })),
+        parameters("Maya", SoftwareType::Maya),
+        parameters("Max", SoftwareType::Max),
+        parameters("Houdini", SoftwareType::Houdini),
+        parameters("C4D", SoftwareType::Cinema4D),
+        parameters("Clarisse", SoftwareType::Clarisse),
+        parameters("Terragen", SoftwareType::Terragen),
+        dialog("KeyFrame", keyFrames),
+        dialog("FrameView", frames(false, false)),
+        dialog("FrameView-compared", frames(false, true)),
+        dialog("ContactSheet", frames(true, false)),
+        dialog("LogView",
+               [](Stage &s) -> QWidget * {
+                   return LogView::open(s.window(), QStringLiteral("frame 17"), Samples::log(s.home()));
+               }),
+        dialog("CVersionManager",
+               over([](Stage &, QWidget *w) { return new CVersionManager(Samples::software(), false, w); })),
+        dialog("CVersionManager-forced",
+               over([](Stage &, QWidget *w) { return new CVersionManager(Samples::software(), true, w); })),
+        dialog("SoftwareProgressBar", over([](Stage &, QWidget *w) {
+                   return new SoftwareProgressBar(updates(w), Samples::software().versions.mid(0, 3), w);
+               })),
+        dialog("SoftwareProgressBar-failed", over([](Stage &, QWidget *w) {
+                   auto *bar = new SoftwareProgressBar(updates(w), Samples::software().versions.mid(0, 3), w);
+                   bar->begin();
+                   return bar;
+               })),
+        {"web-page", TourStop::FullOnly, [](Stage &s) { return webPage(s, true); }, true},
+        {"web-error", TourStop::FullOnly, [](Stage &s) { return webPage(s, false); }, true},
     };
     return table;
 }

@@ -503,7 +503,7 @@
     </message>
     <message>
         <source>渲染结果自动推送</source>
-        <translation>Push results by themselves</translation>
+        <translation>Push results automatically</translation>
     </message>
     <message>
         <source>自动下载渲染结果</source>
@@ -511,7 +511,7 @@
     </message>
     <message>
         <source>自动下载</source>
-        <translation>By themselves</translation>
+        <translation>Automatically</translation>
     </message>
     <message>
         <source>手动下载</source>
@@ -535,11 +535,15 @@
     </message>
     <message>
         <source>优先帧渲染完成后，自动开始渲染</source>
-        <translation>Go on by itself</translation>
+        <translation>Go on automatically</translation>
     </message>
     <message>
         <source>优先帧渲染完成后，等待手动开始渲染</source>
         <translation>Wait until I start it</translation>
+    </message>
+    <message>
+        <source>选择…</source>
+        <translation>Choose…</translation>
     </message>
 </context>
 <context>
@@ -729,6 +733,14 @@
     <message>
         <source>账户余额不足无法下载，请充值！（%1）</source>
         <translation>The balance is too low to download results. Please top up. (%1)</translation>
+    </message>
+    <message>
+        <source>去配置</source>
+        <translation>Set it</translation>
+    </message>
+    <message>
+        <source>返回</source>
+        <translation>Back</translation>
     </message>
 </context>
 <context>
@@ -922,6 +934,14 @@
     <message>
         <source>正在读取…</source>
         <translation>Loading…</translation>
+    </message>
+    <message>
+        <source>提交成功，请致客户端查看！</source>
+        <translation>Submitted. See the render client for its progress.</translation>
+    </message>
+    <message>
+        <source>提交失败，请联系客服人员！</source>
+        <translation>Submission failed, please contact support.</translation>
     </message>
 </context>
 <context>
@@ -1465,6 +1485,10 @@ May they be saved there?</translation>
     <message>
         <source>历史任务</source>
         <translation>History</translation>
+    </message>
+    <message>
+        <source>项目 %1</source>
+        <translation>Project %1</translation>
     </message>
 </context>
 <context>
@@ -4734,10 +4758,6 @@ Save it to %3?</translation>
         <translation>There is no list of files to submit</translation>
     </message>
     <message>
-        <source>%1 以上，%2</source>
-        <translation>More than %1, %2</translation>
-    </message>
-    <message>
         <source>，另有 %1 个已在对应的目录中找到</source>
         <translation>, %1 more were found in the folder that stands for theirs</translation>
     </message>
@@ -4748,10 +4768,6 @@ Save it to %3?</translation>
     <message>
         <source>%1 个同名同大小的文件，%2</source>
         <translation>%1 files of the same name and size, %2</translation>
-    </message>
-    <message>
-        <source>%1 个，%2（已询问 %3/%4）</source>
-        <translation>%1, %2 (asked about %3 of %4)</translation>
     </message>
     <message>
         <source>%1 个，%2</source>
@@ -4784,6 +4800,14 @@ Save it to %3?</translation>
     <message>
         <source>已找到 %1 个文件，还缺 %2 个</source>
         <translation>%1 files found, %2 still missing</translation>
+    </message>
+    <message>
+        <source>%1 个以上，%2</source>
+        <translation>More than %1, %2</translation>
+    </message>
+    <message>
+        <source>%1（已询问 %2/%3）</source>
+        <translation>%1 (asked about %2 of %3)</translation>
     </message>
 </context>
 <context>
@@ -6149,6 +6173,37 @@ Some frames took too long, see the sub-tasks</translation>
     <message>
         <source>相机</source>
         <translation>Cameras</translation>
+    </message>
+</context>
+<context>
+    <name>ResultRule</name>
+    <message>
+        <source>路径规则</source>
+        <translation>Path rule</translation>
+    </message>
+    <message>
+        <source>项目</source>
+        <translation>Project</translation>
+    </message>
+    <message>
+        <source>提交日期</source>
+        <translation>Date of submission</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order number</translation>
+    </message>
+    <message>
+        <source>示例：%1</source>
+        <translation>Example: %1</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
     </message>
 </context>
 </TS>

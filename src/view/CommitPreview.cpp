@@ -14,7 +14,7 @@
 namespace
 {
 constexpr qint64 LowSpace = 5LL << 30;
-constexpr int TableHeight = 176, LeastWidth = 560;
+constexpr int TableHeight = 176, LeastWidth = 560, FolderWidth = 360;
 
 QString bytesText(qint64 bytes) { return TransferList::sizeText(bytes); }
 
@@ -126,11 +126,7 @@ void CommitPreview::makeMissing()
     look.emptyText = tr("没有缺失的文件");
     look.refresh = look.columns = look.bar = false;
     m_missing = new TablePage(look, m_model, this);
-    ActSpec find;
-    find.id = QStringLiteral("find");
-    find.text = tr("查找…");
-    find.icon = QStringLiteral("search");
-    find.places = ActSpec::Row | ActSpec::Menu;
+    ActSpec find("find", tr("查找…"), QStringLiteral("search"), ActSpec::Row | ActSpec::Menu);
     find.single = true;
     find.possible = m_model->when([](const PreflightFolder &f) { return f.findable; });
     find.run = [this](const QStringList &keys) { this->find(keys.first()); };
@@ -162,47 +158,45 @@ QString CommitPreview::timeText(const PreflightFigures &figures)
 
 void CommitPreview::tell(const PreflightFigures &now)
 {
-    const QString count = tr("%1 个").arg(QLocale().toString(now.files));
-    say(m_files, !now.measured     ? tr("正在统计… %1").arg(now.files > 0 ? count : QString())
-                 : now.scenes == 0 ? tr("没有可提交的文件列表")
-                 : now.cut         ? tr("%1 以上，%2").arg(count, bytesText(now.bytes))
-                                   : QStringLiteral("%1, %2").arg(count, bytesText(now.bytes)));
+    const auto number = [](int value) { return QLocale().toString(value); };
+    const auto count = [&number](int files, qint64 bytes) {
+        return tr("%1 个，%2").arg(number(files), bytesText(bytes));
+    };
     const QString open = QStringLiteral("…");
-    const QString found = now.found > 0 ? tr("，另有 %1 个已在对应的目录中找到").arg(now.found) : QString();
-    say(m_lost,
-        !now.measured      ? open
-        : now.missing == 0 ? tr("无") + found
-                           : tr("%1 个").arg(now.missing) + found,
+    say(m_files, !now.measured     ? tr("正在统计… %1").arg(now.files > 0 ? number(now.files) : QString())
+                 : now.scenes == 0 ? tr("没有可提交的文件列表")
+                 : now.cut         ? tr("%1 个以上，%2").arg(number(now.files), bytesText(now.bytes))
+                                   : count(now.files, now.bytes));
+    const QString found = now.found > 0 ? tr("，另有 %1 个已在对应的目录中找到").arg(number(now.found)) : QString();
+    say(m_lost, !now.measured ? open : (now.missing == 0 ? tr("无") : tr("%1 个").arg(number(now.missing))) + found,
         now.missing > 0 ? "warningText" : "");
-    say(m_copies, !now.measured     ? open
-                  : now.copies == 0 ? tr("无")
-                                    : tr("%1 个同名同大小的文件，%2").arg(now.copies).arg(bytesText(now.copyBytes)));
+    say(m_copies, !now.measured ? open
+                  : now.copies == 0
+                      ? tr("无")
+                      : tr("%1 个同名同大小的文件，%2").arg(number(now.copies), bytesText(now.copyBytes)));
     const int there = now.files - now.missing;
-    say(m_here,
-        !now.measured || (now.asked == 0 && !now.over) ? open
-        : now.asked < there
-            ? tr("%1 个，%2（已询问 %3/%4）").arg(now.here).arg(bytesText(now.hereBytes)).arg(now.asked).arg(there)
-            : tr("%1 个，%2").arg(now.here).arg(bytesText(now.hereBytes)));
-    const QString time = timeText(now);
-    say(m_send, !now.measured    ? open
-                : time.isEmpty() ? bytesText(now.toSend())
-                                 : bytesText(now.toSend()) + QStringLiteral("  ·  ") + time);
+    const QString here = count(now.here, now.hereBytes);
+    say(m_here, !now.measured || (now.asked == 0 && !now.over) ? open
+                : now.asked < there ? tr("%1（已询问 %2/%3）").arg(here, number(now.asked), number(there))
+                                    : here);
+    const QString send = bytesText(now.toSend()), time = timeText(now);
+    say(m_send, !now.measured ? open : time.isEmpty() ? send : send + QStringLiteral("  ·  ") + time);
+    const QString folder = fontMetrics().elidedText(now.resultFolder, Qt::ElideMiddle, FolderWidth);
     say(m_space,
         !now.measured       ? open
-        : now.freeBytes < 0 ? tr("%1 的剩余空间未知").arg(now.resultFolder)
-                            : tr("%1 剩余 %2").arg(now.resultFolder, bytesText(now.freeBytes)),
+        : now.freeBytes < 0 ? tr("%1 的剩余空间未知").arg(folder)
+                            : tr("%1 剩余 %2").arg(folder, bytesText(now.freeBytes)),
         now.measured && now.freeBytes < LowSpace ? "warningText" : "");
+    m_space->setToolTip(RecordModelBase::plainTip(now.resultFolder));
     m_model->setRows(now.folders);
     m_missing->setVisible(!now.folders.isEmpty());
-    if (now.trouble.isEmpty())
-        setError({});
-    else if (now.again)
-        setError(now.trouble, [this] {
+    std::function<void()> again;
+    if (now.again)
+        again = [this] {
             setError({});
             m_preflight->askAgain();
-        });
-    else
-        setError(now.trouble);
+        };
+    setError(now.trouble, again);
 }
 
 void CommitPreview::find(const QString &folder)

@@ -137,29 +137,17 @@ DoneTable::DoneTable(Model *model, QWidget *parent)
 
 void DoneTable::addActs()
 {
-    ActSpec folder;
-    folder.id = QStringLiteral("folder");
-    folder.text = tr("打开目录");
-    folder.icon = QStringLiteral("folder");
-    folder.places = ActSpec::Bar | ActSpec::Row | ActSpec::Menu;
+    ActSpec folder("folder", tr("打开目录"), QStringLiteral("folder"), ActSpec::Bar | ActSpec::Row | ActSpec::Menu);
     folder.single = true;
     folder.possible = m_model->when([](const db_done &d) { return !d.folder.isEmpty(); });
     folder.run = m_model->each([this](const db_done &d) { openFolder(this, d.folder); });
     acts()->add(folder);
-    ActSpec frames;
-    frames.id = QStringLiteral("frames");
-    frames.text = tr("查看图片");
-    frames.icon = QStringLiteral("image");
-    frames.places = ActSpec::Bar | ActSpec::Menu;
+    ActSpec frames("frames", tr("查看图片"), QStringLiteral("image"), ActSpec::Bar | ActSpec::Menu);
     frames.single = true;
     frames.possible = m_model->when([](const db_done &d) { return d.kind == db_done::Mission && !d.folder.isEmpty(); });
     frames.run = m_model->each([this](const db_done &d) { showFrames(this, d.folder); });
     acts()->add(frames);
-    ActSpec again;
-    again.id = QStringLiteral("again");
-    again.text = tr("重新下载");
-    again.icon = QStringLiteral("download");
-    again.places = ActSpec::Bar | ActSpec::Row | ActSpec::Menu;
+    ActSpec again("again", tr("重新下载"), QStringLiteral("download"), ActSpec::Bar | ActSpec::Row | ActSpec::Menu);
     again.possible = m_model->when([](const db_done &d) { return d.kind == db_done::Mission && d.missid > 0; });
     again.run = [this](const QStringList &keys) {
         const bool several = keys.size() > 1;
@@ -167,11 +155,7 @@ void DoneTable::addActs()
             Seam<DownCalls>::post([=](DownCalls &down) { down.missionResult(d.missid, false, several); });
     };
     acts()->add(again);
-    ActSpec remove;
-    remove.id = QStringLiteral("delete");
-    remove.text = tr("删除记录");
-    remove.icon = QStringLiteral("trash");
-    remove.places = ActSpec::Bar | ActSpec::Menu;
+    ActSpec remove("delete", tr("删除记录"), QStringLiteral("trash"), ActSpec::Bar | ActSpec::Menu);
     remove.keys = QKeySequence::Delete;
     remove.later = [](const QString &key) {
         return [ids = QList<qlonglong>{key.toLongLong()}] {

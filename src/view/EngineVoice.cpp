@@ -1,4 +1,5 @@
 #include "view/EngineVoice.h"
+#include "common/ResultPath.h"
 #include "common/Seam.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/TrayIcon.h"
@@ -25,7 +26,18 @@ void EngineVoice::downErrorTip(const QString &text)
     emit balanceMissing(number ? tr("账户余额不足无法下载，请充值！（%1）").arg(code) : text);
 }
 
-void EngineVoice::rootMsg(const QString &text, int, int, int) { msgOk(text); }
+// With the way to where it's set; several tasks may ask for the same place at once.
+void EngineVoice::rootMsg(const QString &text, int dirType, int projectId, int softwareType)
+{
+    if (dirType == ResultPath::Scene)
+        return msgOk(text);
+    if (m_root && m_root->isVisible() && m_root->text() == text)
+        return;
+    m_root = MsgTool::ask(m_window->isVisible() ? m_window : nullptr, text,
+                          [=] { emit rootMissing(dirType, projectId, softwareType); });
+    m_root->setAcceptText(tr("去配置"));
+    m_root->setBackText(tr("返回"));
+}
 
 void EngineVoice::confirmRoot(const QString &root, const QString &task)
 {

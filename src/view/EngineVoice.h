@@ -3,7 +3,9 @@
 // itself. Attached while it lives, main thread; owned by Shell.
 #include "common/WindowCalls.h"
 #include <QObject>
+#include <QPointer>
 
+class MsgBox;
 class QWidget;
 
 class EngineVoice : public QObject, public WindowCalls
@@ -34,6 +36,7 @@ signals:
     void queueStands(int type); // a transfer queue has its store and handler: its number
     void coverAsked(int missionId, QString text);
     void spaceMissing(QString root);
+    void rootMissing(int dirType, int projectId, int softwareType); // the user wants to set it
     void balanceMissing(QString text);
     void downloaded();
     void ordersChanged();
@@ -42,4 +45,5 @@ signals:
 
 private:
     QWidget *m_window;
+    QPointer<MsgBox> m_root;
 };

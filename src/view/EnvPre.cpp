@@ -270,8 +270,12 @@ void EnvPre::insert()
     if (Seam<ResolveCalls>::post(
             [=](ResolveCalls &queue) { finished ? queue.saveDataSet(list.first()) : queue.addFile(list); })) {
         emit submitted();
+        if (m_caller)
+            m_caller(tr("提交成功，请致客户端查看！"));
         close();
     } else {
+        if (m_caller)
+            m_caller(tr("提交失败，请联系客服人员！"));
         setError(tr("解析队列尚未就绪，请稍后重试"));
     }
 }

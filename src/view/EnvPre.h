@@ -16,6 +16,9 @@ public:
     // with the order at once. Its project is preferred.
     void setFinished(const QJsonObject &order);
 
+    // Another program called: what becomes of it is told there.
+    void setCaller(std::function<void(const QString &text)> caller) { m_caller = std::move(caller); }
+
 signals:
     void submitted(); // its scenes are on their way into the store
 
@@ -57,6 +60,7 @@ private:
     QJsonArray m_projects, m_machines;
     QString m_projectWish, m_envWish, m_machineWish; // the last ones used, then those chosen here
     QString m_workPath;                              // as filled in, not typed
+    std::function<void(const QString &)> m_caller;
     Form *m_form = nullptr;
     QPushButton *m_ok = nullptr, *m_edit = nullptr;
     int m_open = 0;  // replies that are awaited

@@ -1,4 +1,5 @@
 #include "view/MainWindow.h"
+#include "common/ResultPath.h"
 #include "common/ui/Background.h"
 #include "common/ui/IconTool.h"
 #include "common/ui/PullMsg.h"
@@ -14,6 +15,7 @@
 #include "view/PageTable.h"
 #include "view/PushRouter.h"
 #include "view/render/KeyFrame.h"
+#include "view/set/EnvSet.h"
 #include "view/set/Set.h"
 #include "view/Shell.h"
 #include "view/ShortCuts.h"
@@ -149,6 +151,7 @@ void MainWindow::listen()
     connect(m_pull, &PullMsg::changeBalance, account, &AccountFacts::changeBalance);
     connect(m_pull, &PullMsg::newMsgCenter, this, &MainWindow::newMsgCenter);
     connect(m_pull, &PullMsg::queryMoney, account, &AccountFacts::queryMoney);
+    connect(m_shell->voice(), &EngineVoice::rootMissing, this, &MainWindow::setResultRoot);
     connect(m_shell->voice(), &EngineVoice::queueStands, m_shell->pushes(), &PushRouter::sendResults);
     m_shell->pushes()->on(NoticeCame, this, [this](int val, const QJsonObject &obj) {
         if (val != NoticeGood || obj.isEmpty())
@@ -265,14 +268,27 @@ void MainWindow::on_noticeBtn_clicked()
     center->open();
 }
 
-void MainWindow::on_setBtn_clicked()
+void MainWindow::on_setBtn_clicked() { openSet(Set::Common); }
+
+void MainWindow::openSet(int page)
 {
-    if (m_set)
-        return m_set->activateWindow();
-    auto *set = new Set(this);
-    m_set = set;
-    connect(set, &Set::languageChosen, this, &MainWindow::setLanguage);
-    set->open();
+    if (!m_set) {
+        m_set = new Set(this);
+        connect(m_set, &Set::languageChosen, this, &MainWindow::setLanguage);
+        m_set->showPage(page);
+        m_set->open();
+    } else {
+        m_set->showPage(page);
+        m_set->activateWindow();
+    }
+}
+
+// Where results go is set in the settings, or with the project's paths.
+void MainWindow::setResultRoot(int dirType, int projectId, int softwareType)
+{
+    if (dirType != ResultPath::Project || projectId <= 0)
+        return openSet(dirType == ResultPath::Project ? Set::Projects : Set::Common);
+    (new EnvSet(projectId, tr("项目 %1").arg(projectId), softwareType, this))->open();
 }
 
 void MainWindow::leftFoldClick()

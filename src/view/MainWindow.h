@@ -12,6 +12,7 @@ class HeadBar;
 class LeftMenu;
 class PullMsg;
 class QStackedWidget;
+class Set;
 class Shell;
 class ShortCuts;
 struct PageSpec;
@@ -49,6 +50,8 @@ private:
     void makeMenu();
     void makeArea();
     void listen();
+    void openSet(int page);
+    void setResultRoot(int dirType, int projectId, int softwareType);
     void openPage(const PageSpec &spec);
     void focusPage();
     QWidget *viewOf(const PageSpec &spec); // made where it isn't yet
@@ -65,7 +68,7 @@ private:
     QHash<QString, QWidget *> m_views;
     QPointer<ShortCuts> m_shortCuts;
     QPointer<QWidget> m_child; // the message centre
-    QPointer<QWidget> m_set;
+    QPointer<Set> m_set;
     QString m_page;
     bool m_closing = false;
 };

@@ -34,6 +34,7 @@ QWidget *makeResolve(Shell *shell)
                              return; // the other program has its answer
                          TrayIcon::instance()->showCurWid();
                          page->backEnvPre(software, scenes, err);
+                         page->called();
                      });
     QObject::connect(voice, &EngineVoice::sceneFinished, page, [page](const QJsonObject &order) {
         TrayIcon::instance()->showCurWid();

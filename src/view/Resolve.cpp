@@ -9,6 +9,7 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
+#include "common/ui/TrayIcon.h"
 #include "common/UserInfo.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
@@ -90,11 +91,7 @@ Resolve::Resolve(QWidget *parent)
 
 ActSpec Resolve::spec(const char *id, const QString &text, const QString &icon, Act act, int places)
 {
-    ActSpec one;
-    one.id = QLatin1String(id);
-    one.text = text;
-    one.icon = icon;
-    one.places = places;
+    ActSpec one(id, text, icon, places);
     one.possible = m_model->when([act](const db_resolve &r) { return SceneState::possible(act, r.state); });
     return one;
 }
@@ -356,6 +353,14 @@ void Resolve::envpre(QJsonObject obj)
     const QString scene = obj.value(QLatin1String("scenePath")).toString();
     backEnvPre(SoftwareType::SketchUp, {scene}, {});
     m_env->setFinished(obj);
+    called();
+}
+
+// Who called stands in another program's window.
+void Resolve::called()
+{
+    if (m_env)
+        m_env->setCaller([](const QString &text) { TrayIcon::instance()->showInfoMsg(QString(), text); });
 }
 
 QString Resolve::names(const QStringList &keys) const

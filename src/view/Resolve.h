@@ -26,6 +26,7 @@ public:
     Q_INVOKABLE void envpre(QJsonObject obj); // a scene that a plug-in sent: its environment is asked for
     ResolveRows::Model *model() const { return m_model; }
     TablePage *table() const { return m_table; }
+    void called(); // the dialog that stands open was asked for by another program
     void setBalance(double balance) { m_balance = balance; }
     void rightsChanged();
 

@@ -65,11 +65,7 @@ ResolvePri::ResolvePri(int type, QWidget *parent)
 void ResolvePri::addActs()
 {
     const auto add = [this](const char *id, const QString &text, const char *icon, const QKeySequence &keys, int by) {
-        ActSpec spec;
-        spec.id = QLatin1String(id);
-        spec.text = text;
-        spec.icon = QLatin1String(icon);
-        spec.places = ActSpec::Bar | ActSpec::Menu;
+        ActSpec spec(id, text, QLatin1String(icon), ActSpec::Bar | ActSpec::Menu);
         spec.keys = keys;
         spec.run = [this, by](const QStringList &rows) { move(rows, by); };
         m_table->acts()->add(spec);

@@ -4,6 +4,7 @@
 #include "common/facts/SceneState.h"
 #include "transfer/TransSet.h"
 #include <algorithm>
+#include <QApplication>
 #include <QCoreApplication>
 
 namespace
@@ -71,6 +72,20 @@ QString progressText(const TransferRow &row)
 }
 
 qlonglong speedOf(const TransferRow &row) { return qMax(row.speed, row.bulk); }
+
+// The words of a state are what a user looks for: they are never shortened for want of a few pixels.
+int stateWidth()
+{
+    constexpr int Margins = 18, Most = 150;
+    int width = 88;
+    for (int state : {TransSet::UpWait, TransSet::UpRun, TransSet::UpPause, TransSet::UpError, TransSet::DownWait,
+                      TransSet::DownRun, TransSet::DownPause, TransSet::DownError})
+        width =
+            qMax(width, QFontMetrics(QApplication::font()).horizontalAdvance(TransSet::stateText(state, 0)) + Margins);
+    for (int state : SceneState::InUpload.list())
+        width = qMax(width, QFontMetrics(QApplication::font()).horizontalAdvance(SceneState::text(state)) + Margins);
+    return qMin(width, Most);
+}
 } // namespace
 
 QString TransferList::sizeText(qlonglong bytes)
@@ -122,7 +137,7 @@ QVector<Column<TransferRow>> TransferList::columns(bool uploads)
                 .sort([](const R &r) {
                     return r.size > 0 ? double(r.done) / double(r.size) : double(r.ok) / qMax(1, r.sum);
                 })
-                .atLeast(120),
+                .atLeast(96),
             C(QStringLiteral("speed"), words(QT_TRANSLATE_NOOP("Transfer", "传输速度")), 96)
                 .text([](const R &r) { return speedText(speedOf(r)); })
                 .sort(speedOf)
@@ -134,8 +149,7 @@ QVector<Column<TransferRow>> TransferList::columns(bool uploads)
                 .tint([uploads](const R &r) { return tint(r, uploads); })
                 .tip([uploads](const R &r) { return stateTip(r, uploads); })
                 .sort([](const R &r) { return r.state; })
-                .atLeast(88)
-                .giving(1),
+                .atLeast(stateWidth()),
             C::acts(words(QT_TRANSLATE_NOOP("Transfer", "操作")), 208)};
 }
 

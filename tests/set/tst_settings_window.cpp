@@ -1,7 +1,9 @@
 // The settings window against the living farm: what a save leaves on the farm, in config.ini and in the session, what is
 // refused before anything is sent, and what stays where it fails half way.
 #include "common/CommonConfig.h"
+#include "common/Seam.h"
 #include "common/ui/Background.h"
+#include "common/WindowCalls.h"
 #include "FarmRig.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
@@ -9,6 +11,9 @@
 #include "view/MainWindow.h"
 #include "view/set/CommonSet.h"
 #include "view/set/EnvRules.h"
+#include "view/set/EnvSet.h"
+#include "view/set/ProjectSet.h"
+#include "view/set/ResultRule.h"
 #include "view/set/Set.h"
 #include <memory>
 #include <QCheckBox>
@@ -230,6 +235,16 @@ private slots:
         QVERIFY(note(m_set, "resultRule").contains(root + "/valley/%sub\n"));
         QTest::keyClicks(m_set->findChild<QLineEdit *>("resultRule"), "mit%");
         QVERIFY(note(m_set, "resultRule").contains(root + "/valley/" + day + "\n"));
+        QVERIFY(press(m_set, "选择…"));
+        auto *ticks = topLevel<ResultRule>();
+        QVERIFY(ticks && allText(ticks).contains("/valley/" + day));
+        const QList<QCheckBox *> parts = ticks->findChildren<QCheckBox *>();
+        parts.first()->click();
+        parts.last()->click();
+        QVERIFY(allText(ticks).endsWith(day + "/2026001"));
+        QVERIFY(press(ticks, "确定"));
+        QCOMPARE(m_set->findChild<QLineEdit *>("resultRule")->text(), QString("%submit%/%order%"));
+        QVERIFY(type(m_set, "resultRule", "%project%/%submit%"));
         QVERIFY(save());
         QVERIFY(closed());
         QCOMPARE(UserInfo::resultRule(), QString("%project%/%submit%"));
@@ -299,6 +314,16 @@ private slots:
             if (button->property("part") == "settings")
                 gear = button;
         QVERIFY(gear);
+        // A result folder that isn't there: the message leads to where it's set.
+        const auto missing = [](int type, int project) {
+            Seam<WindowCalls>::post([=](WindowCalls &calls) { calls.rootMsg("输出路径不存在", type, project, 8); });
+            return QTest::qWaitFor([] { return !message().isEmpty(); }) && answer("去配置");
+        };
+        QVERIFY(missing(1, 1) && topLevel<EnvSet>());
+        topLevel<EnvSet>()->close();
+        QVERIFY(missing(1, 0) && topLevel<Set>());
+        QVERIFY(topLevel<Set>()->findChild<ProjectSet *>()->isVisible());
+        QVERIFY(missing(0, 1) && !topLevel<Set>()->findChild<ProjectSet *>()->isVisible());
         QTest::mouseClick(gear, Qt::LeftButton);
         m_set = topLevel<Set>();
         QVERIFY(m_set);

@@ -1,8 +1,10 @@
 #include "view/set/CommonSet.h"
 #include "common/ResultPath.h"
 #include "view/set/EnvRules.h"
+#include "view/set/ResultRule.h"
 #include <QDateTime>
 #include <QDir>
+#include <QPushButton>
 
 namespace
 {
@@ -63,9 +65,22 @@ QVector<Field> CommonSet::resultFields()
                 .hinted(QStringLiteral("%project%/%submit%/%order%"))
                 .onlyWhen(ruled)
                 .checked(fault)
-                .telling(example),
+                .telling(example)
+                .beside([this](QWidget *parent) {
+                    auto *button = new QPushButton(tr("选择…"), parent);
+                    button->setAccessibleName(tr("路径规则"));
+                    connect(button, &QPushButton::clicked, this, &CommonSet::chooseRule);
+                    return button;
+                }),
             record(Field::toggle(QStringLiteral("autoPushResult"), tr("渲染结果自动推送"))),
             setting(Settings::AutoSendResult, tr("自动下载渲染结果"), {{1, tr("自动下载")}, {0, tr("手动下载")}})};
+}
+
+void CommonSet::chooseRule()
+{
+    auto *dialog = new ResultRule(value(Rule).toString(), window());
+    connect(dialog, &ResultRule::resultRule, this, [this](const QString &rule) { setValue(Rule, rule); });
+    dialog->open();
 }
 
 QVector<Field> CommonSet::submitFields()

@@ -15,6 +15,7 @@ protected:
     QVariant kept(Settings::Key key, const QJsonValue &shown) const override;
 
 private:
+    void chooseRule();
     QVector<Field> resultFields();
     QVector<Field> submitFields();
 };

@@ -2,7 +2,6 @@
 #include "common/ui/kit/TablePage.h"
 #include "view/EnvChoice.h"
 #include "view/set/EnvRules.h"
-#include <QVBoxLayout>
 
 namespace
 {
@@ -51,24 +50,14 @@ EnvBlock::EnvBlock(QWidget *parent) : QWidget(parent), m_model(makeModel(this))
     look.emptyText = tr("没有环境配置");
     look.emptyHint = tr("点击“+ 添加配置”创建");
     look.columns = false;
-    m_table = new TablePage(look, m_model, this);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(m_table);
-    setFocusProxy(m_table);
+    m_table = TablePage::fill(this, look, m_model);
     const auto spec = [this](const char *id, const QString &text, auto signal) {
-        ActSpec one;
-        one.id = QLatin1String(id);
-        one.text = text;
-        one.places = ActSpec::Row | ActSpec::Menu;
+        ActSpec one(id, text, QString(), ActSpec::Row | ActSpec::Menu);
         one.single = true;
         one.run = m_model->each([this, signal](const QJsonObject &env) { emit(this->*signal)(env); });
         return one;
     };
-    ActSpec fresh;
-    fresh.id = QStringLiteral("add");
-    fresh.text = tr("+ 添加配置");
-    fresh.places = ActSpec::Bar | ActSpec::Menu;
+    ActSpec fresh("add", tr("+ 添加配置"), QString(), ActSpec::Bar | ActSpec::Menu);
     fresh.free = true;
     fresh.run = [this](const QStringList &) { emit add(); };
     m_table->acts()->add(fresh);

@@ -28,6 +28,8 @@ void fill(QListWidget *list, const QJsonArray &plugins, const QString &search = 
         if (key == current)
             list->setCurrentItem(item);
     }
+    if (!list->currentItem() && list->count() > 0)
+        list->setCurrentRow(0);
 }
 
 QString keyOf(const QListWidget *list)
@@ -117,6 +119,10 @@ void EnvNew::makeLists()
     };
     connect(m_left, &QListWidget::currentItemChanged, this, follow);
     connect(m_right, &QListWidget::currentItemChanged, this, follow);
+    QWidget *last = m_form;
+    for (QWidget *one : {static_cast<QWidget *>(m_search), static_cast<QWidget *>(m_left),
+                         static_cast<QWidget *>(m_toR), static_cast<QWidget *>(m_toL), static_cast<QWidget *>(m_right)})
+        setTabOrder(std::exchange(last, one), one);
     showLists();
     follow();
 }

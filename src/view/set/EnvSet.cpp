@@ -66,6 +66,7 @@ EnvSet::EnvSet(int projectId, const QString &projectName, int softwareType, QWid
     connect(m_block, &EnvBlock::remove, this,
             [this](const QJsonObject &env) { change(Command::DeleteEnvironment, env, tr("删除失败")); });
     load(SoftwareType::all().contains(softwareType) ? softwareType : SoftwareType::Maya);
+    m_tabs.value(m_software)->setFocus();
 }
 
 void EnvSet::makeTabs()

@@ -8,7 +8,6 @@
 #include "view/set/EnvSet.h"
 #include "view/set/ProjectNew.h"
 #include <algorithm>
-#include <QVBoxLayout>
 
 namespace
 {
@@ -27,7 +26,7 @@ RecordModel<Project> *makeModel(QObject *parent)
              .text([](const Project &p) { return p.isDefault ? ProjectSet::tr("默认项目") : QString(); })
              .tint([](const Project &) { return Tint::Quiet; })
              .giving(1),
-         C::acts(ProjectSet::tr("操作"), 180)},
+         C::acts(ProjectSet::tr("操作"), 200)},
         parent);
 }
 
@@ -49,11 +48,7 @@ ProjectSet::ProjectSet(QWidget *parent) : QWidget(parent), m_model(makeModel(thi
     look.emptyHint = tr("点击“新建项目”创建");
     look.search = tr("搜索项目");
     look.columns = false;
-    m_table = new TablePage(look, m_model, this);
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(m_table);
-    setFocusProxy(m_table);
+    m_table = TablePage::fill(this, look, m_model);
     makeActs();
     connect(m_table, &TablePage::refreshWanted, this, &ProjectSet::ask);
     connect(m_table, &TablePage::searchWanted, this, &ProjectSet::search);
@@ -64,22 +59,13 @@ ProjectSet::ProjectSet(QWidget *parent) : QWidget(parent), m_model(makeModel(thi
 
 void ProjectSet::makeActs()
 {
-    ActSpec fresh, env, del;
-    fresh.id = QStringLiteral("new");
-    fresh.text = tr("新建项目");
-    fresh.icon = QStringLiteral("plus");
-    fresh.places = ActSpec::Bar | ActSpec::Menu;
+    ActSpec fresh("new", tr("新建项目"), QStringLiteral("plus"), ActSpec::Bar | ActSpec::Menu);
+    ActSpec env("env", tr("编辑环境"), QString(), ActSpec::Row | ActSpec::Menu);
+    ActSpec del("del", tr("删除"), QStringLiteral("trash"), ActSpec::Bar | ActSpec::Row | ActSpec::Menu);
     fresh.primary = fresh.free = true;
     fresh.run = [this](const QStringList &) { create(); };
-    env.id = QStringLiteral("env");
-    env.text = tr("编辑环境");
-    env.places = ActSpec::Row | ActSpec::Menu;
     env.single = true;
     env.run = m_model->each([this](const Project &project) { edit(project); });
-    del.id = QStringLiteral("del");
-    del.text = tr("删除");
-    del.icon = QStringLiteral("trash");
-    del.places = ActSpec::Bar | ActSpec::Row | ActSpec::Menu;
     del.keys = QKeySequence::Delete;
     del.danger = true;
     del.accept = del.text;

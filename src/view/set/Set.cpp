@@ -88,6 +88,8 @@ void Set::showPage(int page)
     for (int i = 0; i < m_buttons.size(); ++i)
         m_buttons.at(i)->setChecked(i == page);
     m_stack->setCurrentIndex(page);
+    if (isVisible() || page != Common) // else the first field has it
+        m_buttons.at(page)->setFocus();
     m_save->setVisible(page != Projects);
 }
 

@@ -4,9 +4,17 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLocale>
+#include <QRegularExpression>
 
 namespace
 {
+// A word that is longer than the line can be broken too.
+QString breakable(const QString &text)
+{
+    static const QRegularExpression run(QStringLiteral("(\\S{40})(?=\\S)"));
+    return QString(text).replace(run, QStringLiteral("\\1\u200b"));
+}
+
 QLabel *words(const QString &text, const QString &name, QWidget *parent)
 {
     auto *label = new QLabel(text, parent);
@@ -34,7 +42,7 @@ VersionDetail::VersionDetail(const SoftwareOffer &offer, QWidget *parent)
     if (offer.size > 0)
         line->addWidget(words(locale().formattedDataSize(offer.size), QStringLiteral("quiet"), this));
     if (!offer.notes.isEmpty()) {
-        QLabel *notes = words(offer.notes, QStringLiteral("quiet"), this);
+        QLabel *notes = words(breakable(offer.notes), QStringLiteral("quiet"), this);
         notes->setWordWrap(true);
         notes->setContentsMargins(Metrics::Inset - 2, 0, 0, Metrics::Gap);
         all->addWidget(notes);

@@ -15,7 +15,12 @@ class QWidget;
 
 struct ActSpec {
     enum Place { Bar = 1, More = 2, Row = 4, Menu = 8 }; // on the bar, under "更多", in the row, in the context menu
-    QString id;                                          // object name of its QAction
+    ActSpec() = default;
+    ActSpec(const char *name, const QString &words, const QString &picture, int where)
+        : id(QString::fromLatin1(name)), text(words), icon(picture), places(where)
+    {
+    }
+    QString id; // object name of its QAction
     QString text, icon;
     int places = Menu;
     QKeySequence keys; // while the list has the focus

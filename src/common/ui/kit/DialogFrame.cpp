@@ -140,7 +140,8 @@ void DialogFrame::showEvent(QShowEvent *event)
         focusNextPrevChild(true);
     if (m_preferBack && m_close)
         m_close->setFocus();
-    else if (m_primary && (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
+    else if (m_primary && m_primary->isVisibleTo(this) &&
+             (!focusWidget() || qobject_cast<QPushButton *>(focusWidget())))
         m_primary->setFocus();
 }
 

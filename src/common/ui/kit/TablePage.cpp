@@ -30,6 +30,16 @@ QToolButton *toolButton(const QString &icon, const QString &tip, QWidget *parent
 }
 } // namespace
 
+TablePage *TablePage::fill(QWidget *host, const Look &look, RecordModelBase *model)
+{
+    auto *page = new TablePage(look, model, host);
+    auto *column = new QVBoxLayout(host);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->addWidget(page);
+    host->setFocusProxy(page);
+    return page;
+}
+
 TablePage::TablePage(const Look &look, RecordModelBase *model, QWidget *parent)
     : QWidget(parent), m_look(look), m_view(new RecordView(look.name, model, this)), m_acts(new ActSet(this)),
       m_pages(new Pagination(this)), m_busy(new Busy(m_view)), m_typing(new Debounce(this))

@@ -34,6 +34,9 @@ public:
     };
     TablePage(const Look &look, RecordModelBase *model, QWidget *parent = nullptr);
 
+    // The whole of a widget: it holds nothing else and has the page's focus.
+    static TablePage *fill(QWidget *host, const Look &look, RecordModelBase *model);
+
     RecordView *view() const { return m_view; }
     ActSet *acts() const { return m_acts; }
     Pagination *pages() const { return m_pages; }

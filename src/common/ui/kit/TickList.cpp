@@ -3,7 +3,11 @@
 #include "common/ui/Pagination.h"
 #include <algorithm>
 #include <QLineEdit>
-#include <QVBoxLayout>
+
+namespace
+{
+constexpr int LeastName = 132;
+}
 
 TickList::TickList(const QString &name, const QString &accessible, const QVector<Head> &heads, QWidget *parent)
     : QWidget(parent)
@@ -11,11 +15,14 @@ TickList::TickList(const QString &name, const QString &accessible, const QVector
     using C = Column<TickRow>;
     QVector<C> columns{C::tick()};
     for (int i = 0; i < heads.size(); ++i) {
-        C one(QStringLiteral("cell%1").arg(i), heads.at(i).title, std::max(heads.at(i).width, 80));
+        C one(QStringLiteral("cell%1").arg(i), heads.at(i).title,
+              heads.at(i).width > 0 ? heads.at(i).width : LeastName);
         one.text([i](const TickRow &row) { return row.cells.value(i); });
         one.gives = i;
-        if (heads.at(i).width == 0)
-            one.stretch();
+        if (heads.at(i).width == 0) // what the row is about: others give way first
+            one.stretch().atLeast(LeastName);
+        else
+            one.atLeast(heads.at(i).width);
         columns << one;
     }
     m_model = new RecordModel<TickRow>([](const TickRow &row) { return row.key; }, columns, this);
@@ -26,13 +33,10 @@ TickList::TickList(const QString &name, const QString &accessible, const QVector
     look.emptyText = tr("没有可选的内容");
     look.search = tr("搜索");
     look.refresh = look.columns = false;
-    m_page = new TablePage(look, m_model, this);
+    m_page = TablePage::fill(this, look, m_model);
     m_page->setObjectName(name);
     const auto all = [this](const char *id, const QString &text, bool on) {
-        ActSpec spec;
-        spec.id = QLatin1String(id);
-        spec.text = text;
-        spec.places = ActSpec::Bar | ActSpec::Menu;
+        ActSpec spec(id, text, QString(), ActSpec::Bar | ActSpec::Menu);
         spec.free = true;
         spec.run = [this, on](const QStringList &) { m_model->tickAll(on); };
         m_page->acts()->add(spec);
@@ -42,10 +46,6 @@ TickList::TickList(const QString &name, const QString &accessible, const QVector
     m_page->build();
     m_page->search()->setFixedWidth(120);
     m_page->pages()->hide();
-    auto *column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->addWidget(m_page);
-    setFocusProxy(m_page);
     connect(m_page, &TablePage::searchWanted, this, &TickList::show);
     connect(m_model, &RecordModelBase::ticksChanged, this, &TickList::follow);
     connect(m_page->view(), &RecordView::selectionMoved, this, [this] {
