@@ -6206,4 +6206,27 @@ Some frames took too long, see the sub-tasks</translation>
         <translation>Cancel</translation>
     </message>
 </context>
+<context>
+    <name>DriveCheck</name>
+    <message>
+        <source>仅在本地</source>
+        <translation>only here</translation>
+    </message>
+    <message>
+        <source>仅在云盘</source>
+        <translation>only on the drive</translation>
+    </message>
+    <message>
+        <source>大小不同</source>
+        <translation>another size</translation>
+    </message>
+    <message>
+        <source>内容不同</source>
+        <translation>other bytes</translation>
+    </message>
+    <message>
+        <source>本地文件无法读取</source>
+        <translation>the local file can't be read</translation>
+    </message>
+</context>
 </TS>

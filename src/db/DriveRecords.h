@@ -21,7 +21,8 @@ struct SubFile {
     QString ordernum;                               // of a result
     QString hash;                                   // lower-case MD5, empty: not told
     qlonglong containFile = -1, containFolder = -1; // of a folder asked for alone; -1: not told
-    QString lpath;                                  // its place on this machine, of what is to be sent
+    // Of what is to be transferred: its place here and on the drive, where it isn't in the batch's folder.
+    QString lpath, dpath;
     bool isFolder() const { return type == Folder; }
 };
 Q_DECLARE_METATYPE(SubFile)

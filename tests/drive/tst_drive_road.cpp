@@ -1,6 +1,7 @@
 // Whole trees to the drive and back, over the living farm: what arrives, what is told, what survives.
 #include "DriveRig.h"
 #include "support/TestMain.h"
+#include "transfer/drive/DriveCheck.h"
 #include <sys/stat.h>
 
 class DriveRoadTest : public QObject
@@ -29,6 +30,7 @@ private slots:
     void control();
     void failures();
     void full();
+    void check();
 };
 
 // Every byte, every empty folder; nothing that is left out; sums as the rows, and the same again after a restart.
@@ -229,6 +231,45 @@ void DriveRoadTest::full()
     QVERIFY(rig->farm.faults().set("drive-full", ""));
     DriveQueue::resume(UploadDDAO::Up, up->farms().first().pri);
     QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+// What differs is found by size and by hash on both sides, and one batch mends it, either way.
+void DriveRoadTest::check()
+{
+    const Tree tree{
+        {"p/", {}},  {"p/a", DriveRig::bytes(5000)}, {"p/b", DriveRig::bytes(5000, 2)}, {"p/q/", {}}, {"p/q/c", "c"}, {"p/q/e/", {}},
+        {"p/z", "z"}};
+    rig->write("src", tree);
+    rig->put({"src/p"});
+    QVERIFY(rig->waitOver(1));
+    const SubFile entry = rig->children(rig->place.id).first();
+    const auto differs = [&](DriveCheck *check) {
+        QSignalSpy over(check, &DriveCheck::finished);
+        check->start({{rig->local("src/p"), "T/p", entry}});
+        if (!over.wait(20000) || !over.first().first().toBool())
+            return QStringList("not whole");
+        QStringList list;
+        for (const DriveCheck::Difference &one : check->differences())
+            list << one.dpath + QString(" %1").arg(one.what);
+        list.sort();
+        return list;
+    };
+    QCOMPARE(differs(QScopedPointer<DriveCheck>(new DriveCheck(rig->place)).data()), QStringList());
+    rig->write("src", {{"p/b", DriveRig::bytes(5000, 3)}, {"p/z", "longer"}, {"p/n/new", "n"}});
+    QVERIFY(QFile::remove(rig->local("src/p/q/c")) && QDir().rmdir(rig->local("src/p/q/e")));
+    DriveCheck check(rig->place);
+    QCOMPARE(differs(&check), QStringList({"T/p/b 3", "T/p/n 0", "T/p/q/c 1", "T/p/q/e 1", "T/p/z 2"}));
+    QCOMPARE(check.files(), 3);
+    QVERIFY(check.mend(true) != 0);
+    QVERIFY(rig->waitOver(2));
+    DriveCheck sent(rig->place);
+    QCOMPARE(differs(&sent), QStringList({"T/p/q/c 1", "T/p/q/e 1"}));
+    QVERIFY(sent.mend(false) != 0);
+    QVERIFY(rig->waitOver(3));
+    DriveCheck again(rig->place);
+    QCOMPARE(differs(&again), QStringList());
+    QVERIFY(rig->read("src/p").contains("q/e/"));
     QCOMPARE(rig->sumsDiffer(), QString());
 }
 

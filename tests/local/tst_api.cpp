@@ -355,11 +355,15 @@ private slots:
         const QByteArray got = raw({"GET /openapi.json HTTP/1.1\r\n\r\n"});
         const QJsonObject paths = QJsonDocument::fromJson(got.mid(got.indexOf("\r\n\r\n"))).object().value("paths").toObject();
         QCOMPARE(paths.size(), ApiTable::routes().size());
-        const QMap<QString, QString> refused{
-            {"/model/analysis", "没有模型文件"},        {"/job/dir", "输出路径不存在"},
-            {"/transfer/pause", "没有相关传输"},        {"/transfer/continue", "没有相关传输"},
-            {"/drive/ls", "无法获取农场 1 的地址"},     {"/drive/get", "无法获取农场 1 的地址"},
-            {"/drive/put", "文件不存在：/scenes/film"}, {"/subjob/preview", "暂时无截图预览，请稍后再试！"}};
+        const QMap<QString, QString> refused{{"/model/analysis", "没有模型文件"},
+                                             {"/job/dir", "输出路径不存在"},
+                                             {"/transfer/pause", "没有相关传输"},
+                                             {"/transfer/continue", "没有相关传输"},
+                                             {"/drive/ls", "无法获取农场 1 的地址"},
+                                             {"/drive/get", "无法获取农场 1 的地址"},
+                                             {"/drive/put", "文件不存在：/scenes/film"},
+                                             {"/drive/check", "文件不存在：/fetched/film"},
+                                             {"/subjob/preview", "暂时无截图预览，请稍后再试！"}};
         for (const QString &path : paths.keys()) {
             const QJsonObject verbs = paths[path].toObject();
             for (const QString &verb : verbs.keys()) {

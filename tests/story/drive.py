@@ -61,14 +61,14 @@ def aim(rig, kind, chance, turn):
     end = time.monotonic() + 6
     while time.monotonic() < end:
         rig.alive()
-        rows = rig.rows(STORES[kind], 'select pri, fok, fsum, dirstate from farm')
+        rows = rig.rows(STORES[kind], 'select pri, fok, fsum, dirstate from farm order by pri')
         if not rows:
             return
-        pri, ok, known, walk = rows[0]
-        if turn % 3 == 0 and walk == 1 and known or turn % 3 == 1 and ok > 20 or turn % 3 == 2 and walk == 2 and known - ok < 60:
+        pri, ok, known, walk = rows[-1 if turn % 3 == 0 else 0]
+        if turn % 3 == 0 and walk == 1 or turn % 3 == 1 and ok > 20 or turn % 3 == 2 and walk == 2 and known - ok < 60:
             break
         time.sleep(0.003)
-    time.sleep(chance.random() * (0.1 if turn % 3 == 2 else 0.4))
+    time.sleep(chance.random() * (0.08, 0.4, 0.5)[turn % 3])
 
 
 def killed(rig, kind, chance, begin):
@@ -77,7 +77,7 @@ def killed(rig, kind, chance, begin):
     for turn in range(KILLS):
         rig.start_client()
         rig.wait_login()
-        if not rig.rows(STORES[kind], 'select 1 from farm'):
+        if turn % 3 == 0 or not rig.rows(STORES[kind], 'select 1 from farm'):
             begin(batches)
             batches += 1
         aim(rig, kind, chance, turn)

@@ -1,6 +1,7 @@
 // Routes around the drive of a farm: what lies there, whole trees there and back.
 #include "db/UploadDDAO.h"
 #include "io/local/CmdHand.h"
+#include "transfer/drive/DriveCheck.h"
 #include "transfer/drive/DriveFolder.h"
 #include "transfer/drive/DriveQueue.h"
 #include "transfer/TransSet.h"
@@ -145,4 +146,28 @@ void CmdHand::driveStatus()
     if (id != 0 && list.isEmpty())
         return fail(tr("没有相关传输"));
     good(QString(), list);
+}
+
+void CmdHand::driveCheck()
+{
+    const QString with = QDir::cleanPath(m_line.arg("with")), mend = m_line.arg("mend");
+    const DriveQueue::Place place = placeOf(m_line);
+    if (place.path.isEmpty() || !QDir::isAbsolutePath(with))
+        return fail(tr("缺少参数"));
+    if (!QFileInfo::exists(with))
+        return fail(tr("文件不存在：%1").arg(with));
+    withDrive(false, [this, place, with, mend](const SubFile &entry) {
+        auto *check = new DriveCheck(place, this);
+        connect(check, &DriveCheck::finished, this, [this, check, mend](bool whole, const QString &why) {
+            QJsonArray list;
+            for (const DriveCheck::Difference &one : check->differences())
+                list.append(
+                    QJsonObject{{"file", one.lpath}, {"path", one.dpath}, {"what", DriveCheck::text(one.what)}});
+            QJsonObject data{{"files", check->files()}, {"different", check->different()}, {"list", list}};
+            if (mend == QLatin1String("put") || mend == QLatin1String("get"))
+                data["mending"] = check->mend(mend == QLatin1String("put"));
+            whole ? good(QString(), data) : fail(why, data);
+        });
+        check->start({{with, place.path, entry}});
+    });
 }

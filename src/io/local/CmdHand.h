@@ -110,6 +110,7 @@ private slots: // the routes: called by the name that ApiTable gives
     void drivePut();
     void driveGet();
     void driveStatus();
+    void driveCheck();
 
 private:
     // Asks the business server; no answer in time, or no session, ends the request with a text.

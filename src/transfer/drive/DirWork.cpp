@@ -187,10 +187,12 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
     }
     made.asking = true;
     m_inHand.insert(dir.pri);
-    made.ids.insert(farm.dpath, farm.ids.isEmpty() ? QString::fromLatin1(SubFile::Root) : farm.ids);
+    made.ids.insert({}, QString::fromLatin1(SubFile::Root));
+    if (!farm.ids.isEmpty())
+        made.ids.insert(farm.dpath, farm.ids);
     QString known = dir.dpath;
-    while (known != farm.dpath && !made.ids.contains(known))
-        known = known.contains('/') ? known.left(known.lastIndexOf('/')) : farm.dpath;
+    while (!made.ids.contains(known))
+        known = known.section('/', 0, -2);
     const QStringList left = dir.dpath.mid(known.size()).split('/', Qt::SkipEmptyParts);
     DriveFolder::reach(
         farm.id, farm.filetype, made.ids.value(known), left, true, m_timing.firstLimitMs, this,

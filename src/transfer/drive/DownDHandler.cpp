@@ -37,10 +37,11 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     for (const SubFile &one : qAsConst(sfL)) {
         if (!DriveRest::usableName(one.name) || !DriveRest::usableId(one.id))
             continue;
-        const QString path = farm.lpath + '/' + local.take(one.name);
-        QString remote = farm.dpath.isEmpty() ? one.name : farm.dpath + '/' + one.name;
+        const QString path = one.lpath.isEmpty() ? farm.lpath + '/' + local.take(one.name) : one.lpath;
+        const QString folder = farm.dpath.isEmpty() ? QString() : farm.dpath + '/';
+        QString remote = one.dpath.isEmpty() ? folder + one.name : one.dpath;
         for (int number = 2; remotes.contains(remote); ++number)
-            remote = (farm.dpath.isEmpty() ? QString() : farm.dpath + '/') + LocalNames::numbered(one.name, number);
+            remote = folder + LocalNames::numbered(one.name, number);
         remotes.insert(remote);
         if (one.isFolder()) {
             db_updirD dir;

@@ -60,6 +60,29 @@ qlonglong DriveQueue::fetch(const Place &source, const QList<SubFile> &entries, 
     return Seam<DownDCalls>::post([farm, entries](DownDCalls &queue) { queue.cfarm(farm, entries); }) ? farm.pri : 0;
 }
 
+qlonglong DriveQueue::transfer(const Place &place, const QList<SubFile> &entries, bool toDrive)
+{
+    if (entries.isEmpty())
+        return 0;
+    db_upfarmD farm = batchOf(place, entries.first().name, entries.size());
+    const auto common = [&](QString SubFile::*path) {
+        QString folder = (entries.first().*path).section('/', 0, -2);
+        for (const SubFile &one : entries) {
+            while (!folder.isEmpty() && !(one.*path).startsWith(folder + '/'))
+                folder = folder.section('/', 0, -2);
+        }
+        return folder;
+    };
+    farm.lpath = common(&SubFile::lpath);
+    farm.dpath = common(&SubFile::dpath);
+    farm.ids.clear(); // found by its path, where it's needed
+    farm.conflict = db_upfarmD::Overwrite;
+    farm.pri = UploadDDAO::newFarmPri(toDrive ? UploadDDAO::Up : UploadDDAO::Down);
+    const bool there = toDrive ? Seam<UpDCalls>::post([=](UpDCalls &queue) { queue.cfarm(farm, entries); })
+                               : Seam<DownDCalls>::post([=](DownDCalls &queue) { queue.cfarm(farm, entries); });
+    return there ? farm.pri : 0;
+}
+
 void DriveQueue::setConflict(qlonglong farmPri, int conflict)
 {
     Seam<DownDCalls>::post([=](DownDCalls &queue) { queue.setConflict(farmPri, conflict); });

@@ -32,6 +32,8 @@ public:
     // Entries of one folder (or of a search) into a local folder.
     static qlonglong fetch(const Place &source, const QList<SubFile> &entries, const QString &localFolder,
                            int conflict = db_upfarmD::NotAsked);
+    // Single files and folders from and to places of their own (lpath and dpath of each), over what stands there.
+    static qlonglong transfer(const Place &place, const QList<SubFile> &entries, bool toDrive);
     static void setConflict(qlonglong farmPri, int conflict);
 
     // which: UploadDDAO::Up or Down (remove: Ok too, it only forgets). What has been transferred stays where it is.

@@ -50,8 +50,11 @@ void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
         if (std::any_of(sfL.begin(), sfL.end(), holds))
             continue; // it goes with the folder
         const QFileInfo info(one.lpath);
-        const QString name = names.take(driveName(info.fileName().isEmpty() ? one.name : info.fileName()));
-        const QString remote = farm.dpath.isEmpty() ? name : farm.dpath + '/' + name;
+        QString remote = one.dpath;
+        if (remote.isEmpty()) {
+            const QString name = names.take(driveName(info.fileName().isEmpty() ? one.name : info.fileName()));
+            remote = farm.dpath.isEmpty() ? name : farm.dpath + '/' + name;
+        }
         if (info.isDir()) {
             db_updirD dir;
             dir.lpath = one.lpath;
