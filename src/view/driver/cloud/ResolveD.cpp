@@ -97,7 +97,7 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
                                          })
                                          .role(Qt::UserRole, [](const db_resolve &r) { return QVariant(r.state); })
                                          .link()
-                                         .atLeast(120),
+                                         .atLeast(160),
                                      C::acts(tr("操作"), 96)},
                                     this);
     m_model->setSame([](const db_resolve &a, const db_resolve &b) {
