@@ -83,7 +83,10 @@ QString ContentStore::place(const QString &hash) const { return QStringLiteral("
 
 bool ContentStore::move(const QString &from, const QString &hash)
 {
-    m_core.folder(QStringLiteral("store/") + hash.left(2));
+    if (!m_made.contains(hash.left(2))) {
+        m_core.folder(QStringLiteral("store/") + hash.left(2));
+        m_made.insert(hash.left(2));
+    }
     const QString target = m_core.options.dir + QLatin1Char('/') + place(hash);
     if (QFile::exists(target))
         return QFile::remove(from);
@@ -160,6 +163,17 @@ void ContentStore::finish(const Identity &file, std::function<void(int)> answer)
         m_busy.insert(id);
         runStages(file, codes, qMax(1, stages.section(QLatin1Char(':'), 1).toInt()));
         answer(m_stages.value(id, Hashing));
+        return;
+    }
+    if (!file.compressed && file.etag.isEmpty() && file.size <= SmallFile) {
+        const QString hash = fileMd5(part);
+        if (hash.isEmpty()) {
+            answer(Unknown);
+            return;
+        }
+        Db::Batch batch(m_core.db); // with what the answer writes of it
+        complete(file, {Arrived, hash, part});
+        answer(Arrived);
         return;
     }
     if (!file.compressed && file.etag.isEmpty()) {

@@ -29,6 +29,7 @@ class ContentStore : public QObject
 {
     Q_OBJECT
 public:
+    static constexpr qint64 SmallFile = 64 << 10; // is hashed while the other side waits
     explicit ContentStore(Core &core);
 
     bool known(const QString &key, qint64 size, qint64 mtime); // the whole file is here
@@ -71,7 +72,7 @@ private:
 
     Core &m_core;
     QHash<QString, int> m_stages;
-    QSet<QString> m_busy;
+    QSet<QString> m_busy, m_made; // m_made: folders of the store
     int m_hashing = 0;
 };
 
