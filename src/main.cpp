@@ -1,6 +1,7 @@
 // The spine: which run mode, then the steps of a start in their order, the event loop, and the end in reverse order.
 #include "common/HelperModes.h"
 #include "common/Housekeeping.h"
+#include "common/LinkScheme.h"
 #include "common/LogSink.h"
 #include "common/platform/Platform.h"
 #include "common/platform/SafeFile.h"
@@ -15,6 +16,7 @@
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
 #include "resolve/ClearMax.h"
+#include "view/LinkHand.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
 #include "view/MasterMeeting.h"
@@ -112,6 +114,11 @@ int runClient(const RunMode &mode, SingleApp *app)
     updates.setForward(UserInfo::isSlave() ? UserInfo::masterHost() : QString(), master.updatePort);
     updates.setWindow([&login]() -> QWidget * { return login.mainWindow(); });
     updates.start(mode.updateWord);
+    LinkHand links(&login);
+    QObject::connect(app, &SingleApp::told, &links, &LinkHand::take);
+    links.take(mode.link);
+    if (mode.checkInstance)
+        Background::post([program = app->applicationFilePath()] { LinkScheme::announce(program); });
     const int result = app->exec();
     Session::setClosing(true);
     return result;
@@ -119,7 +126,7 @@ int runClient(const RunMode &mode, SingleApp *app)
 
 int run(int argc, char **argv, QString *executable)
 {
-    const QStringList words = wordsOf(argc, argv);
+    const QStringList words = RunMode::trusted(wordsOf(argc, argv));
     const RunMode mode = RunMode::of(words);
     if (mode.delay)
         QThread::sleep(3);
@@ -128,7 +135,7 @@ int run(int argc, char **argv, QString *executable)
     SingleApp app(argc, argv);
     app.setApplicationVersion(QStringLiteral(VN_VERSION));
     app.setQuitOnLastWindowClosed(false);
-    if (!app.handshake(SingleApp::instanceName(UserInfo::thirdGroup()), mode.checkInstance))
+    if (!app.handshake(SingleApp::instanceName(UserInfo::thirdGroup()), mode.checkInstance, mode.link))
         return 0;
     *executable = app.applicationFilePath();
     if (!mode.isHelper())
@@ -183,7 +190,10 @@ int main(int argc, char **argv)
     const int result = run(argc, argv, &executable);
     // Only now is the instance's name free.
     platform::openMask();
-    if (result == RestartCode)
-        QProcess::startDetached(executable, wordsOf(argc, argv).mid(1));
+    if (result == RestartCode) {
+        const QStringList words = wordsOf(argc, argv);
+        const bool link = !RunMode::of(words).link.isEmpty(); // that was opened the first time
+        QProcess::startDetached(executable, link ? QStringList() : words.mid(1));
+    }
     return result;
 }

@@ -21,6 +21,7 @@
 #include "view/MsgCenter.h"
 #include "view/render/KeyFrame.h"
 #include "view/render/ParameterDialog.h"
+#include "view/PluginManager.h"
 #include "view/Resolve.h"
 #include "view/ResolvePri.h"
 #include "view/ResolveWarn.h"
@@ -79,6 +80,14 @@ Bring tab(int number, bool open = false)
 QWidget *scenes(Stage &stage)
 {
     stage.window()->showPage(QStringLiteral("resolve"));
+    return stage.window();
+}
+
+QWidget *plugins(Stage &stage)
+{
+    stage.window()->showPage(QStringLiteral("plugins"));
+    auto *page = stage.window()->findChild<PluginManager *>();
+    Stage::wait([page] { return !page->table()->view()->records()->keys().isEmpty(); }, 1000);
     return stage.window();
 }
 
@@ -247,6 +256,7 @@ const QList<TourStop> &tourTable()
         {"transfer-up", TourStop::Both, tab(0, true), true},
         {"transfer-down", TourStop::Both, tab(1, true), true},
         {"transfer-done", TourStop::Both, tab(2), true},
+        {"plugins", TourStop::FullOnly, plugins, true},
         dialog("MsgCenter", over([](Stage &, QWidget *w) { return new MsgCenter(w); }), TourStop::Both),
         dialog("EnvPre-maya", over([](Stage &, QWidget *w) { return env(1, 30, w); })),
         dialog("EnvPre-terragen", over([](Stage &, QWidget *w) { return env(8, 1, w); })),

@@ -219,6 +219,10 @@
         <source>传输无法保存</source>
         <translation>The transfer can't be saved</translation>
     </message>
+    <message>
+        <source>其他机器调用此接口需要令牌（Server/apiToken）</source>
+        <translation>Other machines need the token for this route (Server/apiToken)</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>
@@ -1489,6 +1493,10 @@ May they be saved there?</translation>
     <message>
         <source>项目 %1</source>
         <translation>Project %1</translation>
+    </message>
+    <message>
+        <source>插件管理</source>
+        <translation>Plug-ins</translation>
     </message>
 </context>
 <context>
@@ -6227,6 +6235,99 @@ Some frames took too long, see the sub-tasks</translation>
     <message>
         <source>本地文件无法读取</source>
         <translation>the local file can't be read</translation>
+    </message>
+</context>
+<context>
+    <name>PluginManager</name>
+    <message>
+        <source>插件管理</source>
+        <translation>Plug-ins</translation>
+    </message>
+    <message>
+        <source>软件</source>
+        <translation>Software</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>位置</source>
+        <translation>Place</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>没有找到可以安装插件的软件</source>
+        <translation>No software that takes a plug-in was found</translation>
+    </message>
+    <message>
+        <source>安装软件并启动一次后，点击刷新</source>
+        <translation>Install one and start it once, then refresh</translation>
+    </message>
+    <message>
+        <source>已安装</source>
+        <translation>Installed</translation>
+    </message>
+    <message>
+        <source>需要修复</source>
+        <translation>Needs a repair</translation>
+    </message>
+    <message>
+        <source>未安装</source>
+        <translation>Not installed</translation>
+    </message>
+    <message>
+        <source>未安装（没有写入权限）</source>
+        <translation>Not installed (can&apos;t be written)</translation>
+    </message>
+    <message>
+        <source>安装</source>
+        <translation>Install</translation>
+    </message>
+    <message>
+        <source>修复</source>
+        <translation>Repair</translation>
+    </message>
+    <message>
+        <source>卸载</source>
+        <translation>Remove</translation>
+    </message>
+    <message>
+        <source>确定卸载选中的 %1 个插件吗？手动修改过的文件会另存保留。</source>
+        <translation>Remove the %1 chosen plug-ins? Files that were changed by hand are kept beside.</translation>
+    </message>
+    <message>
+        <source>打开目录</source>
+        <translation>Open folder</translation>
+    </message>
+    <message>
+        <source>文件夹打不开：%1</source>
+        <translation>The folder can&apos;t be opened: %1</translation>
+    </message>
+</context>
+<context>
+    <name>LinkHand</name>
+    <message>
+        <source>一个链接要打开任务 %1，是否打开？</source>
+        <translation>A link wants to open task %1. Open it?</translation>
+    </message>
+</context>
+<context>
+    <name>PluginPlaces</name>
+    <message>
+        <source>以下文件无法写入，请检查权限后重试：
+%1</source>
+        <translation>These files can&apos;t be written, check the permissions and try again:
+%1</translation>
+    </message>
+    <message>
+        <source>以下文件无法删除，请检查权限后重试：
+%1</source>
+        <translation>These files can&apos;t be removed, check the permissions and try again:
+%1</translation>
     </message>
 </context>
 </TS>

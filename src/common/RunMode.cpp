@@ -32,6 +32,8 @@ bool isSwitch(const QString &word)
     return false;
 }
 
+bool isLink(const QString &word) { return word.startsWith(QLatin1String("vandrel:"), Qt::CaseInsensitive); }
+
 bool isVersion(const QString &text)
 {
     static const QRegularExpression four(QStringLiteral("\\A\\d{1,5}(\\.\\d{1,5}){3}\\z"));
@@ -45,11 +47,18 @@ QStringList RunMode::toolModes()
             QStringLiteral("netshadd"), QStringLiteral("netshdelete"), QStringLiteral("-resolve")};
 }
 
+QStringList RunMode::trusted(const QStringList &args)
+{
+    return isLink(args.value(1)) ? QStringList(args.mid(0, 2)) : args;
+}
+
 RunMode RunMode::of(const QStringList &args)
 {
     RunMode mode;
     mode.word = args.value(1);
     mode.bare = mode.word.isEmpty();
+    if (isLink(mode.word))
+        mode.link = mode.word;
     mode.kind = kindOf(mode.word);
     mode.delay = mode.word == QLatin1String("delay");
     mode.checkInstance = !args.contains(QStringLiteral("slave")) && !toolModes().contains(mode.word);

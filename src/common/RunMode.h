@@ -15,10 +15,13 @@ struct RunMode {
     bool skipUpdate = false;
     bool silent = false;
     QString updateWord; // run-mode word of the software updates
+    QString link;       // the client was started to open it: vandrel://task/123
 
     bool isHelper() const { return kind != Normal && kind != ResolveTest; }
 
     static RunMode of(const QStringList &args);
+    // The words without what came along with a link: a web page may have written all of that.
+    static QStringList trusted(const QStringList &args);
     // The modes that never ask for the single instance. The other two copy modes are not among them: they wait for it.
     static QStringList toolModes();
     // args[2]; "prod" where there is none or where it is a switch of the client.

@@ -36,6 +36,12 @@ public:
         Q_UNUSED(scenes)
         Q_UNUSED(err)
     }
+    // Before envPre: the project folder that another program told for these scenes.
+    virtual void projectTold(const QStringList &scenes, const QString &project)
+    {
+        Q_UNUSED(scenes)
+        Q_UNUSED(project)
+    }
     // A plug-in hands a scene over with its parameters, as PluginRequest reads them: only environment, project and
     // machine are left to ask.
     virtual void envpre(const QJsonObject &order) { Q_UNUSED(order) }

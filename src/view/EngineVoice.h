@@ -29,7 +29,7 @@ public:
     {
         emit scenesGiven(softwareType, scenes, err);
     }
-
+    void projectTold(const QStringList &scenes, const QString &project) override { emit projectGiven(scenes, project); }
     void envpre(const QJsonObject &order) override { emit sceneFinished(order); }
 
 signals:
@@ -40,7 +40,8 @@ signals:
     void balanceMissing(QString text);
     void downloaded();
     void ordersChanged();
-    void sceneFinished(QJsonObject order); // by a plug-in
+    void projectGiven(QStringList scenes, QString project); // before scenesGiven
+    void sceneFinished(QJsonObject order);                  // by a plug-in
     void scenesGiven(int softwareType, QStringList scenes, QString err);
 
 private:

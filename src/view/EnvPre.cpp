@@ -252,6 +252,12 @@ void EnvPre::accept()
         });
 }
 
+void EnvPre::setMayaProject(const QString &folder)
+{
+    if (m_form->editor(MayaPath))
+        m_form->setValue(MayaPath, folder);
+}
+
 void EnvPre::setFinished(const QJsonObject &order)
 {
     m_chosen.finished = order;

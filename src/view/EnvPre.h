@@ -12,6 +12,7 @@ class EnvPre : public DialogFrame
 public:
     EnvPre(int softwareType, const QStringList &scenes, double balance, QWidget *parent);
 
+    void setMayaProject(const QString &folder); // as the program that gave the scenes knows it
     // The scene has been analysed by its own host: order is what it found, as PluginRequest::order tells; it goes on
     // with the order at once. Its project is preferred.
     void setFinished(const QJsonObject &order);

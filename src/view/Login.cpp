@@ -315,6 +315,7 @@ void Login::startSession(const QJsonObject &account)
     const QList<Push> early = std::exchange(m_pushes, {});
     for (const Push &push : early)
         m_session->window()->bsPush(push.val, push.doc, push.cmd);
+    emit sessionBegan();
 }
 
 void Login::endSession()

@@ -41,7 +41,8 @@ public:
     void reloadPage();
 
 signals:
-    void pageShown(); // the login page stands
+    void pageShown();    // the login page stands
+    void sessionBegan(); // mainWindow() is there
 
 public slots:
     void loadLogin(); // asks for a token and then loads the page

@@ -3,6 +3,7 @@
 #include "common/ui/TrayIcon.h"
 #include "view/AccountFacts.h"
 #include "view/EngineVoice.h"
+#include "view/PluginManager.h"
 #include "view/PushRouter.h"
 #include "view/Resolve.h"
 #include "view/Shell.h"
@@ -28,6 +29,7 @@ QWidget *makeResolve(Shell *shell)
                      [page](const QString &, double amount) { page->setBalance(amount); });
     QObject::connect(shell->account(), &AccountFacts::rolePermChanged, page, &Resolve::rightsChanged);
     QObject::connect(voice, &EngineVoice::ordersChanged, page, &Resolve::refresh);
+    QObject::connect(voice, &EngineVoice::projectGiven, page, &Resolve::projectTold);
     QObject::connect(voice, &EngineVoice::scenesGiven, page,
                      [page](int software, const QStringList &scenes, const QString &err) {
                          if (!err.isEmpty())
@@ -102,6 +104,8 @@ QWidget *makeWeb(Shell *shell)
     return page;
 }
 
+QWidget *makePlugins(Shell *shell) { return new PluginManager(shell->window()); }
+
 void openWeb(QWidget *page, Shell *shell, const PageSpec &spec)
 {
     static_cast<WebPanel *>(page)->open(spec.text(), shell->webUrl(QLatin1String(spec.address)));
@@ -133,6 +137,8 @@ const QList<PageSpec> &pageTable()
         web(user, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")),
         web(user, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")),
         web(user, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")),
+        {"plugins", help, "plugin", QT_TRANSLATE_NOOP("MainWindow", "插件管理"), 0, nullptr, nullptr, nullptr,
+         makePlugins},
         web(help, "renderGuideUrl", "help", QT_TRANSLATE_NOOP("MainWindow", "渲染指南")),
         web(help, "netTestUrl", "globe", QT_TRANSLATE_NOOP("MainWindow", "网络诊断")),
     };

@@ -344,9 +344,14 @@ void Resolve::backEnvPre(int type, QStringList fileL, QString err)
     if (m_env)
         m_env->close();
     m_env = new EnvPre(type, fileL, m_balance, window());
+    if (fileL == m_told.first)
+        m_env->setMayaProject(m_told.second);
+    m_told = {};
     connect(m_env, &EnvPre::submitted, this, [this] { m_ownDrop = true; });
     m_env->open();
 }
+
+void Resolve::projectTold(QStringList scenes, QString project) { m_told = {scenes, project}; }
 
 void Resolve::envpre(QJsonObject obj)
 {

@@ -53,6 +53,7 @@ public slots:
     void resolveHand(int btn, QModelIndex index);
     void seeWarn(db_resolve res);
     void backEnvPre(int type, QStringList fileL, QString err);
+    void projectTold(QStringList scenes, QString project); // of the scenes that backEnvPre brings next
 
 private:
     ActSpec spec(const char *id, const QString &text, const QString &icon, SceneState::Act act, int places);
@@ -80,6 +81,7 @@ private:
     TablePage *m_table;
     Debounce *m_reload;
     QPointer<EnvPre> m_env;
+    QPair<QStringList, QString> m_told; // scenes that another program is about to give, and their project folder
     QPointer<ResolvePri> m_pri;
     qlonglong m_holding = 0;     // the page that holds this row is wanted
     QList<qlonglong> m_toSelect; // once they're here

@@ -1,5 +1,6 @@
 #include "common/HelperModes.h"
 #include "common/Housekeeping.h"
+#include "common/LinkScheme.h"
 #include "common/RunMode.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
@@ -63,6 +64,34 @@ private slots:
               "seen");
         QCOMPARE(mode.bare, words.isEmpty());
         QCOMPARE(mode.delay, words.startsWith("delay"));
+    }
+
+    void links()
+    {
+        for (const auto &[link, task] : Rows<QString, int>{{"vandrel://task/123", 123},
+                                                           {"VANDREL://Task/7/\n", 7},
+                                                           {"vandrel://task/0", 0},
+                                                           {"vandrel://task/99999999999", 0},
+                                                           {"vandrel://task/1?x", 0},
+                                                           {"vandrel://task/../1", 0},
+                                                           {"vandrel:task/1", 0},
+                                                           {"http://task/1", 0},
+                                                           {"", 0}})
+            QCOMPARE(LinkScheme::task(link), task);
+        const QStringList words{"client", "vandrel://task/7", "slaveAlone", "-silent"}; // what stands behind it, a page may have written
+        QCOMPARE(RunMode::trusted(words).size(), 2);
+        QCOMPARE(RunMode::of(RunMode::trusted(words)).link, words[1]);
+        QCOMPARE(RunMode::trusted({"client", "x", "slave"}).size(), 3);
+        QVERIFY(RunMode::of({"client", "x"}).link.isEmpty());
+        const QString odd = "/opt/a \"b\" $c\\d 100%/VandrelQN";
+        QVERIFY2(LinkScheme::desktopEntry(odd).contains("Exec=\"/opt/a \\\\\"b\\\\\" \\\\$c\\\\\\\\d 100%%/VandrelQN\" %u\n"),
+                 qPrintable(LinkScheme::desktopEntry(odd)));
+        const QString entry = QStandardPaths::writableLocation(QStandardPaths::ApplicationsLocation) + "/vandrelqn-links.desktop";
+        QVERIFY(entry.startsWith(testHome()) && LinkScheme::announce("/opt/old") && LinkScheme::announce("/opt/new"));
+        QFile file(entry);
+        QVERIFY(file.open(QIODevice::ReadOnly) && file.readAll().contains("Exec=\"/opt/new\" %u\n"));
+        if (const QString check = QStandardPaths::findExecutable("desktop-file-validate"); !check.isEmpty())
+            QCOMPARE(QProcess::execute(check, {entry}), 0);
     }
 
     void updateAnswer()

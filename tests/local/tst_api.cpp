@@ -603,6 +603,14 @@ private slots:
             hand->initCmdHand(method, cmd);
             return QJsonDocument::fromJson(got).object();
         };
+        for (const char *acting :
+             {"/job/cancel?mid=7", "//job/continue?mid=7", "/readable/model/commit?num=N1", "/model/parameterSet?num=N1", "/job/dir?mid=7",
+              "/job/download?mid=7", "/subjob/cancel?mid=7&subjobId=1", "/transfer/pause?id=1"})
+            QVERIFY2(ask("POST", acting, "{}", false).value("msg").toString().contains("令牌"), acting);
+        for (const char *drop : {R"(["/a.tgd"])", R"({"scenes":["/a.tgd"],"mayaProject":"/"})", R"({"scenes":["/a.tgd"],"parameter":{}})"})
+            QVERIFY2(ask("POST", "/model/analysis", drop, false).value("msg").toString().contains("令牌"), drop);
+        QVERIFY(business->count(10401) == 0 && queue->calls.isEmpty());
+        QCOMPARE(ask("POST", "/model/list", {}, false).value("result").toInt(), 1);
         const QString hidden = testHome() + "/.ssh/id", link = testHome() + "/link.png";
         QVERIFY(QFile::link("/etc/hostname", link));
         const QJsonArray files{"/t.png", "/etc/passwd", hidden, link, "/a/../etc/shadow", "/a/b/../t.tif", "C:\\Windows\\win.ini"};

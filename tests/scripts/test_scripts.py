@@ -3,6 +3,7 @@
 modules. Words: the project's folder, and the Python to run them with ("this", "2.7", "3.6"); ends with 77 where this
 machine has no such Python. Each goes under a locale that holds every name and under C."""
 import glob
+import http.server
 import json
 import os
 import re
@@ -10,6 +11,7 @@ import shutil
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 ROOT, VERSION = os.path.abspath(sys.argv[1]), sys.argv[2]
@@ -235,6 +237,55 @@ select -ne :defaultResolution;
         self.assertEqual(self.cinema(scene, FAKE_NO_ASSETS='1')[0]['status'], 2, 'assets that could not be asked for')
         self.assertIn('Vandrel Kill', self.cinema(scene, log=self.folder + '/no/such/log.txt')[1])
         self.assertEqual(self.cinema(scene, log='')[1].strip(), 'False', 'an artist starts it: nothing happens')
+
+    def menu(self, host, scene, answer='{"result": 1}', fault='', locale='utf8'):
+        """What a host's menu told and did, and what the client was sent; the client stands at a port of its own, beside the scripts."""
+        got = []
+
+        class Client(http.server.BaseHTTPRequestHandler):
+            def do_POST(self):
+                got.append((self.path, json.loads(self.rfile.read(int(self.headers['Content-Length'])).decode('ascii'))))
+                self.send_response(200)
+                self.end_headers()
+                self.wfile.write(answer.encode())
+
+            def log_message(self, *words):
+                pass
+
+        with http.server.HTTPServer(('127.0.0.1', 0), Client) as client:
+            scripts = os.path.join(self.folder, 'scripts')
+            shutil.rmtree(scripts, ignore_errors=True)
+            shutil.copytree(os.path.join(ROOT, 'scripts/menu'), scripts + '/menu')
+            self.file('scripts/menu/vandrel_port.txt', '%d\n' % client.server_port)
+            thread = threading.Thread(target=client.serve_forever)
+            thread.start()
+            out, err = run([os.path.join(ROOT, 'tests/scripts/menus/hosts.py'), host, scripts, json.dumps(scene), fault], locale, http_proxy='http://127.0.0.1:9')
+            client.shutdown()
+            thread.join()
+        self.assertEqual(err, '')
+        return [json.loads(line) for line in out.splitlines()], got
+
+    def test_menus_hand_the_saved_scene_over_with_its_project(self):
+        for host, name in (('maya', u'场景 a.ma'), ('houdini', u'场景 a.hip'), ('c4d', u'场景 a.c4d')):
+            scene = self.file(u'project/' + name)
+            for locale in LOCALES:
+                with self.subTest(host, locale=locale):
+                    told, got = self.menu(host, scene, locale=locale)
+                    (path, body), = got
+                    self.assertEqual((path, body['scenes'], body['mayaProject'].rstrip('/')), ('/model/analysis', [scene], self.folder + '/project'))
+                    self.assertIn(['save'], told)
+                    self.assertTrue(told[-1][1].startswith(u'已交给客户端'), told)
+            with self.subTest(host):
+                self.assertEqual(self.menu(host, scene, fault='unchanged')[0].count(['save']), 0)
+                for fault, path, answer, words in (('', '', '{}', u'请先保存'), ('unwritable', scene, '{}', u'保存失败'),
+                                                   ('', scene, '{"result": 0, "msg": "no rights"}', 'no rights'), ('', scene, '<html>', u'没有连接'),
+                                                   ('', scene, '[]', u'没有连接')):
+                    told, got = self.menu(host, path, answer, fault)
+                    self.assertTrue(words in told[-1][1], (told, words))
+                    self.assertEqual(bool(got), answer != '{}')
+        started = self.menu('maya', self.file('s.ma'))[0]
+        self.assertIn(['buttons', 1], started, 'a kept shelf gets no second button')
+        self.assertEqual(self.menu('maya', self.file('s.ma'), fault='batch')[0], [['buttons', 0]])
 
     def test_max_script_says_nothing_that_its_language_keeps_for_itself(self):
         with open(os.path.join(ROOT, 'scripts/max/Vandrel_param.ms'), encoding='utf-8') as source:

@@ -12,6 +12,7 @@
 #include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/LeftMenu.h"
+#include "view/LinkHand.h"
 #include "view/Login.h"
 #include "view/MainWindow.h"
 #include "view/Resolve.h"
@@ -436,6 +437,23 @@ private slots:
             QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 60000);
             m_login->reloadPage();
         }
+    }
+
+    // A link from outside waits for the session, and does nothing that the user hasn't agreed to.
+    void linkAsksFirst()
+    {
+        begin();
+        LinkHand hand(m_login.data());
+        for (const char *link : {"vandrel://task/0", "vandrel://task/8", "http://x", "vandrel://task/7"})
+            hand.take(link);
+        QVERIFY(inSession());
+        QSignalSpy opened(m_login->mainWindow()->shell(), &Shell::openTask);
+        QTRY_VERIFY(message().contains(" 7"));
+        hand.take("vandrel://task/9"); // no wall of questions
+        QVERIFY(message().contains(" 7") && answer("取消") && opened.isEmpty());
+        hand.take("vandrel://task/9");
+        QVERIFY(answer("确定"));
+        QCOMPARE(opened.value(0).value(0).toInt(), 9);
     }
 
     // By the menu of the account: the page is told that another one may log in, and doesn't do so by itself.

@@ -177,7 +177,7 @@ private slots:
             return HttpPeer::response("<html></html>", request.path.startsWith("/gone") ? "404 no" : "200 OK");
         };
         make({{"token", "t1"}, {"vipCenterUrl", ""}, {"netTestUrl", web.url("/net")}});
-        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|网络诊断"));
+        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|插件管理|网络诊断"));
         QCOMPARE(m_window->page(), QString("resolve"));
         const auto choose = [this](const QString &title) {
             for (int row = 0; row < menu()->rowCount(); ++row)
@@ -189,7 +189,7 @@ private slots:
         QTRY_COMPARE(web.requests.value(0).path, QByteArray("/net?sessionid=t1"));
         m_window->shell()->setLoginInfo(
             {{"token", "t2"}, {"personalCenterUrl", web.url("/onlinePayPage")}, {"netTestUrl", web.url("/gone")}});
-        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|个人中心|网络诊断"));
+        QCOMPARE(menu()->titles().join('|'), QString("解析提交|任务管理|传输管理|历史任务|个人中心|插件管理|网络诊断"));
         const int asked = m_server->count(10302);
         choose("个人中心");
         QTRY_COMPARE(web.requests.value(1).path, QByteArray("/onlinePayPage?sessionid=t2"));

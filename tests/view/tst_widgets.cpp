@@ -195,10 +195,18 @@ private slots:
         Instance first, second;
         QSignalSpy wanted(&first, &Instance::showUp);
         QVERIFY(first.take(name));
-        QVERIFY(!second.take(name));
+        QSignalSpy told(&first, &Instance::told);
+        QVERIFY(!second.take(name, "vandrel://task/7"));
+        QTRY_COMPARE(told.size(), 1);
+        QCOMPARE(told[0][0].toString(), QString("vandrel://task/7"));
+        QLocalSocket endless; // what never ends is cut off
+        endless.connectToServer(name);
+        endless.write(QByteArray(100000, 'x'));
+        QTRY_COMPARE(endless.state(), QLocalSocket::UnconnectedState);
         auto *app = static_cast<SingleApp *>(qApp);
         QVERIFY(!app->handshake(name, true) && app->handshake(name, false));
-        QTRY_COMPARE(wanted.size(), 2);
+        QTRY_COMPARE(wanted.size(), 3);
+        QCOMPARE(told.size(), 1);
         qunsetenv("XDG_RUNTIME_DIR");
     }
     // The system's end of the session ends the program, though its window only hides when it's closed.

@@ -51,19 +51,26 @@ bool SingleApp::event(QEvent *event)
     return true;
 }
 
-bool SingleApp::handshake(const QString &name, bool check)
+bool SingleApp::handshake(const QString &name, bool check, const QString &message)
 {
     connect(&m_instance, &Instance::showUp, this, &SingleApp::showUp);
-    return !check || m_instance.take(name);
+    connect(&m_instance, &Instance::told, this, &SingleApp::told);
+    return !check || m_instance.take(name, message);
 }
 
-bool Instance::take(const QString &name)
+bool Instance::take(const QString &name, const QString &message)
 {
     LocalSocketClient other;
     other.connectToServer(name, QIODevice::ReadWrite);
     if (other.waitForConnected(500)) {
-        if (platform::peerIsOwn(other.socketDescriptor()))
+        if (platform::peerIsOwn(other.socketDescriptor())) {
+            if (!message.isEmpty()) {
+                other.write(message.left(MaxMessage / 4).toUtf8() + '\n');
+                other.waitForBytesWritten(MessageMs);
+                other.disconnectFromServer();
+            }
             return false;
+        }
         qWarning().noquote() << "Instance::take: another user listens at" << name;
     }
     m_server = new LocalServer(this);
@@ -73,10 +80,23 @@ bool Instance::take(const QString &name)
         qWarning().noquote() << "Instance::take" << name << m_server->errorString();
     connect(m_server, &QLocalServer::newConnection, this, [this] {
         while (QLocalSocket *other = m_server->nextPendingConnection())
-            connect(other, &QLocalSocket::disconnected, other, &QObject::deleteLater);
+            welcome(other);
         emit showUp();
     });
     return true;
+}
+
+void Instance::welcome(QLocalSocket *other)
+{
+    const auto read = [this, other] {
+        if (other->canReadLine())
+            emit told(QString::fromUtf8(other->readLine(MaxMessage).trimmed()));
+        else if (other->bytesAvailable() > MaxMessage)
+            other->abort();
+    };
+    connect(other, &QLocalSocket::disconnected, other, &QObject::deleteLater);
+    connect(other, &QLocalSocket::readyRead, this, read);
+    read();
 }
 
 QString SingleApp::folder(const QString &runtime, const QString &data)

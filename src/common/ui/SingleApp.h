@@ -25,12 +25,16 @@ class Instance : public QObject
 {
     Q_OBJECT
 public:
-    bool take(const QString &name); // false: a client of the same user has it, and comes forward. Waits at most 500 ms
+    static constexpr int MaxMessage = 2048, MessageMs = 500;
+    // False: a client of the same user has it, and comes forward; it's told the message. Waits at most 500 ms for each.
+    bool take(const QString &name, const QString &message = {});
 
 signals:
     void showUp(); // another client wanted the place
+    void told(QString message);
 
 private:
+    void welcome(QLocalSocket *other);
     LocalServer *m_server = nullptr;
 };
 
@@ -39,8 +43,8 @@ class SingleApp : public QApplication
     Q_OBJECT
 public:
     SingleApp(int &argc, char **argv);
-    // True: start-up goes on. False: another instance answered under this name. Waits at most 500 ms.
-    bool handshake(const QString &name, bool check);
+    // True: start-up goes on. False: another instance answered under this name, and has the message.
+    bool handshake(const QString &name, bool check, const QString &message = {});
     // One name per user and data folder. Where local sockets are files it is a path in a folder of the user alone.
     static QString instanceName(const QString &group);
     // The runtime folder, where it is this user's alone; else data, which is made.
@@ -50,6 +54,7 @@ public:
 
 signals:
     void showUp();
+    void told(QString message); // by a second start
 
 protected:
     bool event(QEvent *event) override;

@@ -188,6 +188,28 @@ const QList<ApiRoute> &ApiTable::routes()
     return table;
 }
 
+// Named here, so that a route that is forgotten asks for the token.
+bool ApiTable::open(const QString &path)
+{
+    static const QStringList reading{"/openapi.json",
+                                     "/account",
+                                     "/project",
+                                     "/env",
+                                     "/machine",
+                                     "/model/list",
+                                     "/model/parameter",
+                                     "/model/checkSlave",
+                                     "/model/srcParameter",
+                                     "/job",
+                                     "/job/detail",
+                                     "/subjob",
+                                     "/subjob/status",
+                                     "/subjob/log",
+                                     "/transfer",
+                                     "/masterInfo"};
+    return reading.contains(path) || path == QLatin1String("/model/analysis");
+}
+
 const ApiRoute *ApiTable::find(const QString &path)
 {
     for (const ApiRoute &route : routes())
@@ -288,8 +310,8 @@ QJsonObject ApiTable::openApi(const QString &server, const QString &version)
          QJsonObject{{"title", "VandrelQN local API"},
                      {"version", version},
                      {"description", "Drives the client from other programs of this machine. \"/readable\" before "
-                                     "a path indents the reply. With Server/apiToken set, callers on other "
-                                     "machines send it as a bearer token."}}},
+                                     "a path indents the reply. Callers on other machines send "
+                                     "Server/apiToken as a bearer token; without one set they may only read."}}},
         {"servers", QJsonArray{QJsonObject{{"url", server}}}},
         {"paths", paths},
         {"components",

@@ -30,7 +30,8 @@ class ApiTable
 {
 public:
     static const QList<ApiRoute> &routes();
-    static const ApiRoute *find(const QString &path);                          // null: no such route
+    static const ApiRoute *find(const QString &path); // null: no such route
+    static bool open(const QString &path);            // to other machines without the token: what reads, and seats
     static QJsonObject openApi(const QString &server, const QString &version); // OpenAPI 3.0
     static QByteArray readme();                                                // the rows of the README's table
 };

@@ -50,8 +50,18 @@ void CmdHand::cmdHand(bool getOnly)
 {
     qDebug().noquote() << "CmdHand::cmdHand" << m_line.path;
     const ApiRoute *route = ApiTable::find(m_line.path);
+    if (route && !m_caller.known && !ApiTable::open(m_line.path)) {
+        refuseStranger();
+        return;
+    }
     if (!route || (getOnly && !route->get) || !QMetaObject::invokeMethod(this, route->method, Qt::DirectConnection))
         fail(tr("没有此接口"));
+}
+
+void CmdHand::refuseStranger()
+{
+    qWarning().noquote() << "CmdHand::refuseStranger" << m_caller.address << m_line.path;
+    fail(tr("其他机器调用此接口需要令牌（Server/apiToken）"));
 }
 
 // Its own document: tools that read it know nothing of this API's frame.

@@ -61,6 +61,7 @@ private:
     };
 
     void cmdHand(bool getOnly);
+    void refuseStranger();       // another machine without the token, on what isn't only read
     const QJsonDocument &sent(); // the body, read once; its bytes are gone afterwards
     void forwardTo(const QString &host, int port);
     void tellPorts();

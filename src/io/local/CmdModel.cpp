@@ -3,6 +3,7 @@
 #include "common/facts/SoftwareType.h"
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
+#include "common/WindowCalls.h"
 #include "db/Calls.h"
 #include "db/ResolveDAO.h"
 #include "io/local/CmdHand.h"
@@ -57,10 +58,17 @@ QJsonObject object(const QString &text) { return QJsonDocument::fromJson(text.to
 void CmdHand::modelAnalysis()
 {
     const QJsonDocument &scenes = sent();
+    const QJsonObject parameter = scenes.object().value("parameter").toObject();
+    if (!m_caller.known && parameter.value("fromSlave").toVariant().toInt() != 1) {
+        refuseStranger();
+        return;
+    }
     const bool seat = m_caller.known || SeatBook::met(m_caller.address);
     ModelAnalysis read = ModelAnalysis::read(scenes, QDateTime::currentMSecsSinceEpoch(), seat);
     switch (read.kind) {
     case ModelAnalysis::AskUser:
+        if (!read.mayaProject.isEmpty())
+            Seam<WindowCalls>::post([read](WindowCalls &window) { window.projectTold(read.files, read.mayaProject); });
         emit backEnvPre(read.softwareType, read.files, QString());
         good(tr("客户端调用结束"));
         return;

@@ -121,6 +121,13 @@ ModelAnalysis ModelAnalysis::read(const QJsonDocument &doc, qint64 nowMs, bool s
     if (parameter.value("fromSlave").toVariant().toInt() == 1)
         return seat ? fromSeat(object, parameter, nowMs)
                     : refused(tr("主机不认识此分机，请重新启动分机上的客户端，或在两边设置相同的令牌"));
+    if (object.contains("mayaProject") && !object.contains("parameter")) {
+        ModelAnalysis out = fromList(expanded(texts(object.value("scenes").toArray())));
+        const QString folder = object.value("mayaProject").toString();
+        if (!folder.isEmpty() && QFileInfo(folder).isDir())
+            out.mayaProject = QDir::cleanPath(QDir::fromNativeSeparators(folder));
+        return out;
+    }
     return fromParameter(texts(object.value("scenes").toArray()), parameter, nowMs);
 }
 

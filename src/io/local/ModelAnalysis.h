@@ -1,7 +1,8 @@
 #pragma once
-// Turns what came in by /model/analysis into rows for the analysis queue: a list of scene files dropped on the page, an
-// object {scenes, parameter} of another program, or the finished analysis of a subordinate seat. Reads the disk (do the
-// scenes exist?) and the store, so it runs on the request's thread. Any failure is a text for who asked.
+// Turns what came in by /model/analysis into rows for the analysis queue: a list of scene files dropped on the page (or
+// {scenes, mayaProject} from a menu inside the software), an object {scenes, parameter} of another program, or the
+// finished analysis of a subordinate seat. Reads the disk (do the scenes exist?) and the store, so it runs on the
+// request's thread. Any failure is a text for who asked.
 #include "db/Records.h"
 #include <QCoreApplication>
 #include <QJsonDocument>
@@ -32,6 +33,7 @@ public:
     QJsonObject data;       // payload of the reply, may be empty
     int softwareType = 0;   // of AskUser
     QStringList files;      // of AskUser
+    QString mayaProject;    // of AskUser, where the caller told one that exists
     bool commit = false;    // the rows need nobody's approval: commit them at once
     QList<db_resolve> rows; // empty: a seat asked twice, its scene is here already
 

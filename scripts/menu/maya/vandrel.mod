@@ -1,0 +1,1 @@
++ VandrelQN 1.0 ./vandrel
