@@ -29,8 +29,7 @@ void LinkHand::ask()
         return;
     const int task = std::exchange(m_task, 0);
     TrayIcon::instance()->showCurWid();
-    m_box = MsgTool::ask(window, tr("一个链接要打开任务 %1，是否打开？").arg(task), [window, task] {
-        TaskOpen::open(window->shell(), QString::number(task));
-    });
+    m_box = MsgTool::ask(window, tr("一个链接要打开任务 %1，是否打开？").arg(task),
+                         [window, task] { TaskOpen::open(window->shell(), QString::number(task)); });
     connect(m_box, &MsgBox::answered, this, [this] { m_box = nullptr; });
 }

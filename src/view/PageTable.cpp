@@ -99,8 +99,6 @@ QWidget *makeWeb(Shell *shell)
     auto *page = new WebPanel(shell->window());
     QObject::connect(page, &WebPanel::reLogin, shell, &Shell::reLogin);
     QObject::connect(page, &WebPanel::paid, shell->account(), &AccountFacts::queryMoney);
-    QObject::connect(page, &WebPanel::previewAsked, shell, &Shell::previewAsked);
-    QObject::connect(page, &WebPanel::logAsked, shell, &Shell::logAsked);
     return page;
 }
 

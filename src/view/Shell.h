@@ -29,11 +29,9 @@ public:
 
 signals:
     void showPage(QString key);
-    void mark(QString key, bool on);      // the point that says "something new" at a page that isn't shown
-    void openLink(int type);              // kind of link of the 10308 reply
-    void openTask(int missionId);         // the page of tasks shows this one; the page is brought forward before
-    void previewAsked(QJsonObject frame); // of a web page: "missionId", "subjobId", "newVer"
-    void logAsked(int missionId, qlonglong subjobId); // ... to show the log of a frame
+    void mark(QString key, bool on); // the point that says "something new" at a page that isn't shown
+    void openLink(int type);         // kind of link of the 10308 reply
+    void openTask(int missionId);    // the page of tasks shows this one; the page is brought forward before
     void reLogin(int reason);
     void analysisStands(ResolveScan *scan);
     void loginInfoChanged();

@@ -4,6 +4,8 @@
 #include "common/ui/WebTool.h"
 #include "common/ui/WebView.h"
 #include "view/Login.h"
+#include "view/task/LogItem.h"
+#include "view/task/Preview.h"
 #include <QDebug>
 #include <QNetworkAccessManager>
 #include <QNetworkReply>
@@ -51,10 +53,36 @@ WebTool *WebPanel::equip(WebView *view)
     view->expose(QStringLiteral("WebTool"), tool, &WebOrigins::listed);
     connect(
         tool, &WebTool::reLoginAsked, this, [this] { emit reLogin(111); }, Qt::QueuedConnection);
-    connect(tool, &WebTool::previewAsked, this, &WebPanel::previewAsked, Qt::QueuedConnection);
-    connect(tool, &WebTool::logAsked, this, &WebPanel::logAsked, Qt::QueuedConnection);
+    connect(
+        tool, &WebTool::previewAsked, this, [this](const QJsonObject &frame) { showFrame(window(), frame); },
+        Qt::QueuedConnection);
+    connect(
+        tool, &WebTool::logAsked, this, [this](int mission, qlonglong sub) { showLog(window(), mission, sub); },
+        Qt::QueuedConnection);
     connect(view, &WebView::createWin, this, [this](QWebView *web) { adopt(static_cast<WebView *>(web)); });
     return tool;
+}
+
+void WebPanel::showFrame(QWidget *over, const QJsonObject &frame)
+{
+    QJsonObject row = frame;
+    row[QStringLiteral("id")] = frame.value(QLatin1String("subjobId"));
+    const SubTask sub = SubTask::from(row);
+    PreviewTask task;
+    task.id = frame.value(QLatin1String("missionId")).toVariant().toString();
+    task.name = frame.value(QLatin1String("missionName")).toString();
+    task.software = frame.value(QLatin1String("softwareType")).toVariant().toInt();
+    task.pictures = sub.pictures;
+    task.mode = SubPicture::modeOf(task.software, task.pictures);
+    task.rows = {sub};
+    PreviewQN::open(over, task, sub);
+}
+
+void WebPanel::showLog(QWidget *over, int missionId, qlonglong subjobId)
+{
+    SubTask sub;
+    sub.id = QString::number(subjobId);
+    LogItem::open(over, QString::number(missionId), sub, [] { return false; });
 }
 
 void WebPanel::adopt(WebView *view)

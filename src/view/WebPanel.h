@@ -26,11 +26,13 @@ public:
     static QUrl rowUrl(const QString &url, const QString &token, bool english);
     static bool failed(int status, bool networkError); // of a reply on the row's own address
 
+    // What a page asks for by numbers, in the windows of frames and logs.
+    static void showFrame(QWidget *over, const QJsonObject &frame);
+    static void showLog(QWidget *over, int missionId, qlonglong subjobId);
+
 signals:
     void reLogin(int reason);
     void paid(); // a page of paying was seen: the balance may have changed
-    void previewAsked(QJsonObject frame);
-    void logAsked(int missionId, qlonglong subjobId);
 
 private:
     void webReply(QNetworkReply *reply);

@@ -9,6 +9,8 @@
 #include "support/HttpPeer.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
+#include "view/frames/LogView.h"
+#include "view/task/Preview.h"
 #include "view/WebPanel.h"
 #include "ViewRig.h"
 #include <QClipboard>
@@ -185,7 +187,8 @@ private slots:
     {
         UserInfo::setAuth("secret");
         DownSpy down;
-        QSignalSpy frames(m_panel.data(), &WebPanel::previewAsked), logs(m_panel.data(), &WebPanel::logAsked);
+        BusinessPeer server;
+        QVERIFY(server.takeClient());
         QSignalSpy again(m_panel.data(), &WebPanel::reLogin);
         QVERIFY(runs(
             "tell([WebTool.appLang(),WebTool.accessToken()=='" + UserInfo::token().toUtf8() +
@@ -196,9 +199,14 @@ private slots:
         QCOMPARE(told(m_own.data())[0], QString("0,true,true"));
         QCOMPARE(QGuiApplication::clipboard()->text(), QString("山"));
         QTRY_COMPARE(down.calls.join('|'), QString("result 7 0 1|result 8 0 1|result 9 0 1|result 12 0 0"));
-        QCOMPARE(frames.size(), 1);
-        QCOMPARE(logs.size(), 2);
-        QCOMPARE(logs[0][1].toLongLong(), 700001LL);
+        QTRY_COMPARE(server.count(10407), 1);
+        QCOMPARE(server.last(10407)["subjobId"].toVariant().toLongLong(), 700001LL);
+        QTRY_COMPARE(server.count(10804), 2);
+        QCOMPARE(server.last(10804)["missionId"].toVariant().toInt(), 8);
+        QVERIFY(topLevel<PreviewQN>() && topLevel<LogView>());
+        for (QWidget *window : QApplication::topLevelWidgets())
+            if (qobject_cast<PreviewQN *>(window) || qobject_cast<LogView *>(window))
+                delete window;
         QCOMPARE(again.value(0).value(0).toInt(), 111);
         QTRY_VERIFY(std::any_of(m_own->requests.begin(), m_own->requests.end(), [](const HttpPeer::Request &request) {
             return request.path == "/cms/advertisement/record?id=5&username=frieda";
@@ -208,7 +216,6 @@ private slots:
     void wrongArguments()
     {
         DownSpy down;
-        QSignalSpy frames(m_panel.data(), &WebPanel::previewAsked), logs(m_panel.data(), &WebPanel::logAsked);
         QGuiApplication::clipboard()->setText("before");
         QVERIFY(runs(
             "var big=new Array(300000).join('x');var names=['openLocalDir','preview','clipboard','shareResult',"
@@ -222,7 +229,7 @@ private slots:
         QCOMPARE(told(m_own.data())[0], QString("functionfunction"));
         Background::finish();
         QVERIFY2(m_browser->opened.isEmpty(), qPrintable(m_browser->opened.join(' ').left(500)));
-        QVERIFY(down.calls.isEmpty() && frames.isEmpty() && logs.isEmpty());
+        QVERIFY(down.calls.isEmpty() && !topLevel<PreviewQN>() && !topLevel<LogView>());
         QVERIFY(QGuiApplication::clipboard()->text().size() < 100);
     }
 

@@ -205,6 +205,8 @@ bool ApiTable::open(const QString &path)
                                      "/subjob",
                                      "/subjob/status",
                                      "/subjob/log",
+                                     "/subjob/preview",
+                                     "/drive/ls",
                                      "/transfer",
                                      "/masterInfo"};
     return reading.contains(path) || path == QLatin1String("/model/analysis");
