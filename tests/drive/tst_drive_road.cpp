@@ -1,6 +1,7 @@
 // Whole trees to the drive and back, over the living farm: what arrives, what is told, what survives.
 #include "DriveRig.h"
 #include "support/TestMain.h"
+#include "transfer/drive/DirWork.h"
 #include "transfer/drive/DriveCheck.h"
 #include <sys/stat.h>
 
@@ -31,6 +32,9 @@ private slots:
     void failures();
     void full();
     void check();
+    void badNames_data();
+    void badNames();
+    void givenUp();
 };
 
 // Every byte, every empty folder; nothing that is left out; sums as the rows, and the same again after a restart.
@@ -103,7 +107,8 @@ void DriveRoadTest::faultsOfFetching_data()
 {
     QTest::addColumn<QString>("fault");
     for (const char *fault : {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2",
-                              "drive-ring=1@2", "drive-half-listing=1@2", "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3"})
+                              "drive-ring=1@2", "drive-ring=2@2", "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2",
+                              "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3"})
         QTest::newRow(fault) << fault;
 }
 
@@ -231,6 +236,58 @@ void DriveRoadTest::full()
     QVERIFY(rig->farm.faults().set("drive-full", ""));
     DriveQueue::resume(UploadDDAO::Up, up->farms().first().pri);
     QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+void DriveRoadTest::badNames_data()
+{
+    QTest::addColumn<QString>("name");
+    for (const char *name : {"../evil", "..", "/evil", "a/evil", "", "."})
+        QTest::newRow(*name ? name : "none") << name;
+}
+
+// What a listing calls by a name that leads elsewhere is left out and told, the rest comes.
+void DriveRoadTest::badNames()
+{
+    QFETCH(QString, name);
+    rig->write("src", {{"p/a", "a"}, {"p/b", "b"}});
+    rig->put({"src/p"});
+    QVERIFY(rig->waitOver(1));
+    const QList<SubFile> entries = rig->children(rig->place.id);
+    QVERIFY(rig->farm.faults().set("drive-name", name + "@1"));
+    DriveQueue::fetch(rig->place, entries, rig->local("back/in"));
+    QVERIFY(rig->waitOver(2));
+    QCOMPARE(rig->read("back").keys(), QStringList({"in/", "in/p/", "in/p/b"}));
+    QVERIFY(!rig->over().first().note.isEmpty());
+}
+
+// A folder that fails again and again is kept, told, and walked when the batch is continued; the rest goes on.
+void DriveRoadTest::givenUp()
+{
+    rig->write("src", {{"p/a", "a"}, {"b", "b"}});
+    rig->put({"src/p", "src/b"});
+    QVERIFY(rig->waitOver(1));
+    rig->stopQueues();
+    rig->ownWalk = false;
+    QVERIFY(rig->startQueues());
+    std::atomic_bool stop{false};
+    DirWork walk(DirScan::Remote, stop);
+    walk.setTiming({1000, 2000, 5, 20});
+    walk.startScan();
+    const QList<SubFile> entries = rig->children(rig->place.id);
+    QVERIFY(rig->farm.faults().set("drive-half-listing", "1"));
+    DriveQueue::fetch(rig->place, entries, rig->local("back"));
+    UploadDDAO *down = UploadDDAO::instance(UploadDDAO::Down);
+    QVERIFY(QTest::qWaitFor([&] { return !down->farms().isEmpty() && down->farms().first().state == TransSet::DownPause; }, 20000));
+    const db_upfarmD farm = down->farm(down->farms().first().pri);
+    QCOMPARE(farm.failed, 1);
+    QCOMPARE(farm.fok, 1);
+    QVERIFY(!farm.note.isEmpty());
+    QCOMPARE(rig->farm.faults().happened("drive-half-listing"), DirWork::MostTries);
+    QVERIFY(rig->farm.faults().set("drive-half-listing", ""));
+    DriveQueue::resume(UploadDDAO::Down, farm.pri);
+    QVERIFY(rig->waitOver(2));
+    QVERIFY(rig->read("back") == Tree({{"b", "b"}, {"p/", {}}, {"p/a", "a"}}));
     QCOMPARE(rig->sumsDiffer(), QString());
 }
 

@@ -120,7 +120,8 @@ void CmdHand::driveGet()
     if (place.path.isEmpty() || !QDir::isAbsolutePath(to))
         return fail(tr("缺少参数"));
     withDrive(false, [this, place, to, mode](const SubFile &entry) mutable {
-        place.path = place.path.contains('/') ? place.path.left(place.path.lastIndexOf('/')) : QString();
+        place.path = place.path.section('/', 0, -2);
+        place.id = entry.parent;
         answerWhenWritten(UploadDDAO::Down, [=] { return DriveQueue::fetch(place, {entry}, to, mode); });
     });
 }

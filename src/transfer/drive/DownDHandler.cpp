@@ -34,6 +34,8 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     QList<db_updirD> dirs;
     QList<db_upfile> files;
     QSet<QString> remotes;
+    const bool below = DriveRest::usableId(farm.ids) && farm.ids != QLatin1String(SubFile::Root);
+    const QString chain = below ? farm.ids + '/' : QString(); // a folder that leads back to it closes a ring
     for (const SubFile &one : qAsConst(sfL)) {
         if (!DriveRest::usableName(one.name) || !DriveRest::usableId(one.id))
             continue;
@@ -45,13 +47,13 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
         remotes.insert(remote);
         if (one.isFolder()) {
             db_updirD dir;
-            dir.ids = one.id;
+            dir.ids = chain + one.id;
             dir.lpath = path;
             dir.dpath = remote;
             dirs.append(dir);
         } else {
             db_upfile file;
-            file.idText = one.id;
+            file.idText = chain + one.id;
             file.lpath = path;
             file.remotePath = remote;
             file.size = one.size;
