@@ -51,6 +51,10 @@ private slots:
         QVERIFY(log.shrunk() && !log.shrunk());
         QCOMPARE(log.lines(), 1LL);
         QCOMPARE(log.line(0), QString("new"));
+        write(m_path, "other, and longer\n"); // nothing of the file tells: who wrote it does
+        log.restart();
+        scanAll(log);
+        QVERIFY(log.shrunk() && log.line(0) == "other, and longer" && log.lines() == 1);
         QFile::remove(m_path);
         QVERIFY(!log.scan(10));
     }
@@ -162,7 +166,7 @@ private slots:
     void pretenders_data()
     {
         QTest::addColumn<QString>("what");
-        for (const char *what : {"cut exr", "text.png", "huge", "folder", "pipe", "gone", "empty.tif"})
+        for (const char *what : {"cut exr", "text.png", "wide.png", "huge", "folder", "pipe", "gone", "empty.tif"})
             QTest::newRow(what) << QString(what);
     }
     void pretenders()
@@ -179,7 +183,22 @@ private slots:
             return;
         }
         QFile file(path);
-        if (what == "text.png" || what == "empty.tif") {
+        if (what == "wide.png") { // 100,000 x 100,000, as its head says
+            QImage picture(1, 1, QImage::Format_RGB32);
+            QVERIFY(picture.save(path) && file.open(QIODevice::ReadWrite));
+            QByteArray bytes = file.readAll();
+            qToBigEndian<quint32>(100000, bytes.data() + 16);
+            qToBigEndian<quint32>(100000, bytes.data() + 20);
+            uint crc = 0xffffffffu;
+            for (char byte : bytes.mid(12, 17))
+                for (int bit = (crc ^= uchar(byte), 0); bit < 8; ++bit)
+                    crc = crc >> 1 ^ (crc & 1 ? 0xedb88320u : 0);
+            qToBigEndian<quint32>(~crc, bytes.data() + 29);
+            file.seek(0);
+            file.write(bytes);
+            file.close();
+            QVERIFY(FrameReader::read(path).error.contains("100000*100000"));
+        } else if (what == "text.png" || what == "empty.tif") {
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(what == "text.png" ? "not a picture" : "");
         } else if (what == "huge") {
@@ -212,6 +231,18 @@ private slots:
         }
     }
 
+    // Of what moves the first picture.
+    void animated()
+    {
+        const QByteArray gif =
+            QByteArray::fromHex("47494638396101000100800000ff00000000ff21ff0b4e45545343415045322e30030100000021f9040100000000"
+                                "2c00000000010001000002024401"
+                                "0021f90401000000002c000000000100010000020244010"
+                                "03b");
+        const FrameImage frame = FrameReader::read(gif, "a.gif");
+        QVERIFY2(frame.valid() && frame.width == 1 && frame.at(0, 0).r == 1.f, qPrintable(frame.error));
+    }
+
     void series()
     {
         QTemporaryDir dir;
@@ -220,6 +251,10 @@ private slots:
         const FrameSequence all = FrameSequence::of(dir.filePath("s.0002.png"));
         QCOMPARE(all.files.keys(), (QList<int>{1, 2, 5}));
         QCOMPARE(all.missing(), (QList<int>{3, 4}));
+        QCOMPARE(all.numbers(), (QList<int>{1, 2, 3, 4, 5}));
+        FrameSequence told = all;
+        told.ordered = {1, 5, 9}; // every fourth: those between aren't missing
+        QVERIFY(told.missing() == QList<int>{9} && told.last() == 9 && told.numbers() == (QList<int>{1, 2, 5, 9}));
         QCOMPARE(FrameSequence::of(dir.filePath("other.png")).files.size(), 1);
         QVERIFY(QDir(dir.path()).mkpath("View/deep"));
         QCOMPARE(FrameSequence::firstPicture(dir.filePath("View")), QString());

@@ -1,5 +1,6 @@
 // The views of a task's sub-tasks, against servers that answer oddly and against the living farm.
 #include "common/ui/MsgTool.h"
+#include "io/local/HttpServer.h"
 #include "set/FarmRig.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
@@ -334,6 +335,41 @@ private slots:
         QTRY_VERIFY(m_view->model()->keys(running).size() == 1);
         QCOMPARE(m_view->model()->record(m_view->model()->keys(running).first())->note(), QString("重渲"));
         QVERIFY(m_rig->farm.violations().isEmpty());
+    }
+
+    // Over the local API: the log while it grows, and nothing left of it when its reader goes.
+    void streamed()
+    {
+        const int id = order("1-2");
+        HttpServer server;
+        QVERIFY(server.initHttpServer(0));
+        QTRY_COMPARE(m_rig->ask(10402, {{"missionId", id}, {"status", 0}, {"page", 0}})["results"].toArray().size(), 1);
+        const QString sub = QString::number(
+            m_rig->ask(10402, {{"missionId", id}, {"status", 0}, {"page", 0}})["results"].toArray().first().toObject()["id"].toInt());
+        const auto post = [&](QTcpSocket &socket, const QString &target) {
+            socket.connectToHost("127.0.0.1", server.port());
+            socket.write("POST " + target.toUtf8() + " HTTP/1.1\r\nHost: 127.0.0.1\r\nContent-Length: 0\r\n\r\n");
+        };
+        QTcpSocket leaves, stays, picture;
+        post(leaves, QString("/subjob/log?mid=%1&subjobId=%2&follow=1").arg(id).arg(sub));
+        post(stays, QString("/subjob/log?mid=%1&subjobId=%2&follow=1").arg(id).arg(sub));
+        post(picture, QString("/subjob/preview?mid=%1&subjobId=%2").arg(id).arg(sub));
+        QTRY_VERIFY(leaves.bytesAvailable() > 0 && picture.peek(2000).contains("image/png"));
+        leaves.abort();
+        QTRY_COMPARE(stays.state(), QAbstractSocket::UnconnectedState);
+        QByteArray body = stays.readAll(), text;
+        QVERIFY(body.contains("Transfer-Encoding: chunked") && body.endsWith("0\r\n\r\n"));
+        body.remove(0, body.indexOf("\r\n\r\n") + 4);
+        for (int size = 1; size > 0;) {
+            size = body.left(body.indexOf("\r\n")).toInt(nullptr, 16);
+            text += body.mid(body.indexOf("\r\n") + 2, size);
+            body.remove(0, body.indexOf("\r\n") + 4 + size);
+        }
+        QFile whole(m_rig->options.dir + '/' + m_rig->ask(10804, {{"missionId", id}, {"subjobId", sub.toInt()}})["path"].toString());
+        QVERIFY(whole.open(QIODevice::ReadOnly));
+        QCOMPARE(text, whole.readAll());
+        QTRY_COMPARE(server.connections(), 0);
+        QTRY_VERIFY(QDir(UserInfo::tempDir()).entryList({"*_api*"}).isEmpty()); // both took their files along
     }
 
     void told()

@@ -78,6 +78,38 @@ private slots:
         QTRY_COMPARE(view->log()->line(0), QString("again"));
     }
 
+    // Frames that somebody else knows of: fetched when they're looked at, until their file comes.
+    void fetched()
+    {
+        const QString one = m_dir.filePath("got.png"), two = m_dir.filePath("f2.0007.png");
+        for (const QString &path : {one, two}) {
+            QImage picture(64, 32, QImage::Format_RGB32);
+            picture.fill(path == one ? qRgb(10, 0, 0) : qRgb(200, 0, 0));
+            QVERIFY(picture.save(path));
+        }
+        FrameView *view = FrameView::open(nullptr, two);
+        const auto red = [view] { return qRed(view->canvas()->grab().toImage().pixel(view->canvas()->rect().center())); };
+        QTRY_COMPARE(red(), 200);
+        QList<int> asked;
+        view->setFetch([&asked](int number) { asked << number; });
+        FrameSequence frames = view->sequence();
+        frames.ordered = {5, 7, 9};
+        view->setFrames(frames, 9);
+        view->show(9);
+        QCOMPARE(asked, QList<int>{9}); // once
+        view->refuse(9, "none yet");
+        QCOMPARE(view->canvas()->note(), QString("none yet"));
+        QTest::keyClick(view->canvas(), Qt::Key_Left);
+        QTRY_COMPARE(red(), 200);
+        QTest::keyClick(view->canvas(), Qt::Key_Right);
+        QCOMPARE(asked, (QList<int>{9, 9}));
+        view->give(9, one);
+        QTRY_COMPARE(red(), 10);
+        frames.files.insert(9, two); // its own file has come
+        view->setFrames(frames, 9);
+        QTRY_COMPARE(red(), 200);
+    }
+
     void framesByKeys()
     {
         for (int number : {1, 2, 4}) {
@@ -125,7 +157,13 @@ private slots:
         QTest::keyClick(sheet, Qt::Key_Return);
         QTRY_COMPARE(view->number(), 2);
         QVERIFY(!sheet->isVisible());
-        view->compareWith(m_dir.filePath("f.0004.png"));
+        view->compareWith(m_dir.filePath("f.0004.png")); // of the same series: it stays while others are looked at
+        const auto right = [view] {
+            return qRed(view->canvas()->grab().toImage().pixel(view->canvas()->width() / 2 + 20, view->canvas()->height() / 2));
+        };
+        QTRY_COMPARE(right(), 160);
+        QTest::keyClick(view->canvas(), Qt::Key_Home);
+        QTRY_VERIFY(view->number() == 1 && right() == 160);
         QTRY_VERIFY(qRed(view->canvas()->grab().toImage().pixel(view->canvas()->width() * 3 / 4, view->canvas()->height() / 2)) < 255);
     }
 };
