@@ -146,7 +146,12 @@ QString Stage::longName(int number)
 
 QStringList Stage::farmWords()
 {
-    return {QStringLiteral("默认项目"), QStringLiteral("欢迎使用本机渲染农场"), QStringLiteral("本机"),
+    return {QStringLiteral("默认项目"), QStringLiteral("欢迎使用本机渲染农场"),
+            QStringLiteral("本机"),     QStringLiteral("海岸短片"),
+            QStringLiteral("别墅夜景"), QStringLiteral("样板间"),
+            QStringLiteral("城市"),     QStringLiteral("片头"),
+            QStringLiteral("一版"),     QStringLiteral("第 9 帧起缺贴图"),
+            QStringLiteral("已交付"),   QStringLiteral("导演要先看第 110 帧"),
             QStringLiteral("中文")}; // a language by its own name
 }
 

@@ -32,6 +32,11 @@
 #include "view/set/ResultRule.h"
 #include "view/set/Set.h"
 #include "view/ShortCuts.h"
+#include "view/task/Mission.h"
+#include "view/task/MissionSub.h"
+#include "view/task/MissionSubDialogs.h"
+#include "view/task/MissonBlock.h"
+#include "view/task/Preview.h"
 #include "view/Transfer.h"
 #include "view/update/CVersionManager.h"
 #include "view/update/SoftwareProgressBar.h"
@@ -246,6 +251,63 @@ QWidget *webPage(Stage &stage, bool good)
     stage.farm().faults().set(QStringLiteral("http-status"), {});
     return stage.window();
 }
+// A task of the farm's, opened on the page of tasks; null where it doesn't come.
+MissionSub *subTasks(Stage &stage, const char *name)
+{
+    const auto idOf = [&] {
+        for (const FarmOrder &order : stage.farm().orders())
+            if (order.name == QLatin1String(name))
+                return QString::number(order.missionId);
+        return QString();
+    };
+    if (idOf().isEmpty())
+        stage.farm().fillTasks();
+    stage.window()->showPage(QStringLiteral("mission"));
+    auto *page = stage.window()->findChild<Mission *>();
+    auto *sub = page ? page->findChild<MissionSub *>() : nullptr;
+    if (!sub)
+        return nullptr;
+    const QString id = idOf();
+    page->openTask(id);
+    return Stage::wait([&] { return sub->task().id == id && sub->model()->rowCount() > 0; }, 5000) ? sub : nullptr;
+}
+
+QWidget *chosenFrames(Stage &stage)
+{
+    MissionSub *sub = subTasks(stage, "ocean_fx_v12.hip");
+    if (sub)
+        sub->table()->view()->select(sub->model()->keys().mid(0, 2));
+    return sub ? stage.window() : nullptr;
+}
+
+QWidget *blocks(Stage &stage)
+{
+    MissionSub *sub = subTasks(stage, "coast_dawn.tgd");
+    for (const QString &key : sub ? sub->model()->keys() : QStringList())
+        if (sub->model()->record(key)->blocks > 0) {
+            emit sub->table()->view()->linkClicked(key, QStringLiteral("blocks"));
+            Stage::wait([&] { return sub->blocks() && sub->blocks()->model()->rowCount() > 0; }, 5000);
+            return stage.window();
+        }
+    return nullptr;
+}
+
+Bring ofFrames(QWidget *(*bring)(MissionSub *sub))
+{
+    return [bring](Stage &stage) -> QWidget * {
+        MissionSub *sub = subTasks(stage, "lobby_day_v03.max");
+        QWidget *window = sub ? bring(sub) : nullptr;
+        Stage::settle(1500); // pictures and texts come from the farm
+        if (sub)
+            sub->back();
+        return window;
+    };
+}
+
+QWidget *framePreview(MissionSub *sub) { return sub->previewClick(sub->model()->keys().first()); }
+QWidget *frameLog(MissionSub *sub) { return sub->logHand(sub->model()->keys().first()); }
+QWidget *taskDetail(MissionSub *sub) { return MissionText::detail(sub, sub->task().id, sub->task().name); }
+QWidget *taskRecord(MissionSub *sub) { return MissionText::operations(sub, sub->task().id, sub->task().name); }
 } // namespace
 
 const QList<TourStop> &tourTable()
@@ -285,6 +347,12 @@ const QList<TourStop> &tourTable()
                    QTimer::singleShot(300, submit, [submit] { submit->cells().first()->showEdit(); });
                    return submit;
                })),
+        {"sub-tasks", TourStop::FullOnly, chosenFrames, true},
+        {"sub-tasks-blocks", TourStop::FullOnly, blocks, true},
+        dialog("Preview", ofFrames(framePreview)),
+        dialog("sub-task-log", ofFrames(frameLog)),
+        dialog("MissionText-detail", ofFrames(taskDetail)),
+        dialog("MissionText-operations", ofFrames(taskRecord)),
         dialog("ShortCuts",
                [](Stage &s) {
                    scenes(s);

@@ -5104,10 +5104,6 @@ Save it to %3?</translation>
 <context>
     <name>MissionSub</name>
     <message>
-        <source>订单号：%1</source>
-        <translation>Order %1</translation>
-    </message>
-    <message>
         <source>任务详情</source>
         <translation>Task details</translation>
     </message>
@@ -5298,6 +5294,10 @@ Save it to %3?</translation>
         <source>已复制：%1</source>
         <translation>Copied: %1</translation>
     </message>
+    <message>
+        <source>第 %1 块</source>
+        <translation>Block %1</translation>
+    </message>
 </context>
 <context>
     <name>MissionText</name>
@@ -5343,10 +5343,6 @@ Save it to %3?</translation>
 <context>
     <name>PreviewQN</name>
     <message>
-        <source>图片 </source>
-        <translation>Picture </translation>
-    </message>
-    <message>
         <source>第几张图片</source>
         <translation>Which picture</translation>
     </message>
@@ -5361,6 +5357,10 @@ Save it to %3?</translation>
     <message>
         <source>图片无法预览</source>
         <translation>The picture can't be shown</translation>
+    </message>
+    <message>
+        <source>图片 %1/%2</source>
+        <translation>Picture %1/%2</translation>
     </message>
 </context>
 <context>

@@ -21,8 +21,8 @@ auto all(const SubTask &one)
 {
     return std::tie(one.id, one.jobId, one.farmId, one.status, one.type, one.flag, one.first, one.last, one.step,
                     one.camera, one.layer, one.node, one.shownLayer, one.startTime, one.endTime, one.memory, one.log,
-                    one.speed, one.parentId, one.seconds, one.downloadState, one.blocks, one.stage, one.stages,
-                    one.version, one.pictures, one.timeout);
+                    one.speed, one.parentId, one.seconds, one.downloadState, one.blocks, one.block, one.stage,
+                    one.stages, one.version, one.pictures, one.timeout);
 }
 
 QString firstOf(const QStringList &texts)
@@ -59,6 +59,7 @@ SubTask SubTask::from(const QJsonObject &row)
     one.parentId = Cell::id(row, "parentViewId");
     one.downloadState = Cell::integer(row, "downloadState");
     one.blocks = qMax(0, Cell::integer(row, "blocks_count"));
+    one.block = qMax(0, Cell::integer(row, "block"));
     one.stage = Cell::integer(row, "curStage");
     one.stages = Cell::integer(row, "totalStages");
     one.version = row.value(QLatin1String("newVer"));

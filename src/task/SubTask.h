@@ -17,7 +17,8 @@ struct SubTask {
     QString camera, layer, node, shownLayer;
     QString startTime, endTime, memory, log, speed, parentId;
     qlonglong seconds = 0;
-    int downloadState = 0, blocks = 0, stage = 0, stages = 0, pictures = 0;
+    int downloadState = 0, blocks = 0, block = 0, // block: its number among them
+        stage = 0, stages = 0, pictures = 0;
     QJsonValue version; // of its picture, handed back as it came
     bool timeout = false;
 

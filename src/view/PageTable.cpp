@@ -9,6 +9,7 @@
 #include "view/Shell.h"
 #include "view/task/History.h"
 #include "view/task/Mission.h"
+#include "view/task/MissionSub.h"
 #include "view/task/TaskVoice.h"
 #include "view/Transfer.h"
 #include "view/WebPanel.h"
@@ -45,8 +46,32 @@ QWidget *makeResolve(Shell *shell)
     return page;
 }
 
+// A task's sub-tasks slide over the list; where there is room its names stay, and another task can be chosen there.
+void joinSubTasks(BaseMission *page)
+{
+    constexpr int Least = 620;
+    auto *sub = new MissionSub(page);
+    RecordView *view = page->table()->view();
+    sub->setPlace([page, view] {
+        const int left = view->header()->sectionSize(0) + view->header()->sectionSize(1);
+        const QRect whole = page->rect();
+        return whole.width() - left < Least ? whole : whole.adjusted(left, view->mapTo(page, QPoint()).y(), 0, 0);
+    });
+    QObject::connect(page, &BaseMission::detailWanted, sub, &MissionSub::openTask);
+    QObject::connect(view, &RecordView::selectionMoved, sub, [page, view, sub] {
+        const TaskRow *row = view->selected().size() == 1 ? page->model()->record(view->selected().first()) : nullptr;
+        if (sub->isVisible() && view->hasFocus() && row && row->task.id != sub->task().id)
+            sub->openTask(row->task);
+    });
+    QObject::connect(sub, &MissionSub::missSubHide, page, [page, view] {
+        view->setFocus();
+        page->delayGetMission();
+    });
+}
+
 void joinTasks(BaseMission *page, Shell *shell)
 {
+    joinSubTasks(page);
     QObject::connect(page, &BaseMission::pageWanted, shell, &Shell::showPage);
     QObject::connect(shell->account(), &AccountFacts::rolePermChanged, page, &BaseMission::rightsChanged);
     QObject::connect(shell->account(), &AccountFacts::balanceChanged, page,

@@ -166,6 +166,7 @@ private slots:
                                                               {"700002", "preview log download rerender"},
                                                               {"700004", "log rerender"},
                                                               {"700006", "rerender cancel"},
+                                                              {"700001,700006", "rerender cancel"},
                                                               {"", ""}}) {
             choose(keys.split(',', Qt::SkipEmptyParts));
             QStringList on;

@@ -20,7 +20,8 @@ Column<SubTask> LogItem::column()
     one.text([](const SubTask &sub) { return possible(sub) ? Words::tr("查看日志") : QString(); })
         .link()
         .unsorted()
-        .giving(4);
+        .atLeast(88)
+        .giving(1);
     return one;
 }
 

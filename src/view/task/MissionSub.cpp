@@ -14,7 +14,7 @@ void MissionSub::openTask(const TaskRecord &task)
 {
     if (m_blocks)
         m_blocks->hide();
-    setHeading(task.name, task.num.isEmpty() ? QString() : tr("订单号：%1").arg(task.num));
+    setHeading(task.name, task.num);
     start(task);
 }
 

@@ -8,12 +8,14 @@
 #include "common/ui/Pagination.h"
 #include "db/Calls.h"
 #include "io/local/CmdHand.h"
+#include "view/frames/LogView.h"
 #include "view/task/LogItem.h"
 #include "view/task/Preview.h"
 #include <QApplication>
 #include <QClipboard>
 #include <QComboBox>
 #include <QKeyEvent>
+#include <QPainter>
 #include <QPushButton>
 
 namespace
@@ -36,6 +38,8 @@ Tint tintOf(const SubTask &sub)
     }
 }
 
+bool mayPreview(const SubTask &sub) { return sub.status == SubTask::Done || sub.status == SubTask::Rendering; }
+
 QString downloadText(const SubTask &sub)
 {
     return sub.status != SubTask::Done ? QString()
@@ -46,66 +50,75 @@ QString downloadText(const SubTask &sub)
 SubModel *makeModel(bool blocks, std::function<int()> software)
 {
     using C = Column<SubTask>;
-    QVector<C> columns{C::tick(),
-                       C(QStringLiteral("frame"), blocks ? MissionSubPage::tr("块") : MissionSubPage::tr("帧"), 112)
-                           .text([](const SubTask &s) { return s.frames(); })
-                           .tip([](const SubTask &s) { return QStringLiteral("%1  %2").arg(s.frames(), s.id); })
-                           .icon([](const SubTask &s) { return s.timeout ? QStringLiteral("timeout") : QString(); })
-                           .sort([](const SubTask &s) { return s.first; })
-                           .atLeast(96),
-                       C(QStringLiteral("preview"), MissionSubPage::tr("图片"), 72)
-                           .text([](const SubTask &s) {
-                               return s.status == SubTask::Done || s.status == SubTask::Rendering
-                                          ? MissionSubPage::tr("预览")
-                                          : QString();
-                           })
-                           .link()
-                           .unsorted()
-                           .giving(3),
-                       C(QStringLiteral("split"), QString(), 120)
-                           .text([software](const SubTask &s) { return s.split(software()); })
-                           .stretch()
-                           .giving(9),
-                       C(QStringLiteral("state"), MissionSubPage::tr("状态"), 88)
-                           .text([](const SubTask &s) { return s.stateText(); })
-                           .tint(tintOf)
-                           .sort([](const SubTask &s) { return s.status; }),
-                       C(QStringLiteral("note"), MissionSubPage::tr("说明"), 96)
-                           .text([](const SubTask &s) { return s.note(); })
-                           .icon([](const SubTask &s) { return s.marked() ? QStringLiteral("retry") : QString(); })
-                           .giving(8),
-                       C(QStringLiteral("blocks"), MissionSubPage::tr("分块"), 64)
-                           .text([](const SubTask &s) { return s.blocks > 0 ? QString::number(s.blocks) : QString(); })
-                           .sort([](const SubTask &s) { return s.blocks; })
-                           .link()
-                           .right()
-                           .giving(12),
-                       C(QStringLiteral("start"), MissionSubPage::tr("开始时间"), 148)
-                           .text([](const SubTask &s) { return s.startTime; })
-                           .giving(7),
-                       C(QStringLiteral("end"), MissionSubPage::tr("结束时间"), 148)
-                           .text([](const SubTask &s) { return s.endTime; })
-                           .giving(10),
-                       C(QStringLiteral("seconds"), MissionSubPage::tr("渲染时长"), 88)
-                           .text([](const SubTask &s) { return TaskText::duration(s.seconds); })
-                           .sort([](const SubTask &s) { return s.seconds; })
-                           .right()
-                           .giving(5),
-                       C(QStringLiteral("memory"), MissionSubPage::tr("内存峰值"), 80)
-                           .text([](const SubTask &s) { return s.memory; })
-                           .right()
-                           .giving(11),
-                       C(QStringLiteral("stage"), MissionSubPage::tr("阶段"), 56)
-                           .text([](const SubTask &s) { return s.stageText(); })
-                           .giving(13)
-                           .hiddenAtFirst(),
-                       C(QStringLiteral("speed"), MissionSubPage::tr("速度"), 72)
-                           .text([](const SubTask &s) { return s.speed == QLatin1String("0") ? QString() : s.speed; })
-                           .right()
-                           .giving(14)
-                           .hiddenAtFirst(),
-                       C(QStringLiteral("down"), MissionSubPage::tr("下载状态"), 80).text(downloadText).giving(6),
-                       LogItem::column()};
+    QVector<C> columns{
+        C::tick(),
+        C(QStringLiteral("frame"), blocks ? MissionSubPage::tr("块") : MissionSubPage::tr("帧"), 112)
+            .text(
+                [](const SubTask &s) { return s.block > 0 ? MissionSubPage::tr("第 %1 块").arg(s.block) : s.frames(); })
+            .tip([](const SubTask &s) { return QStringLiteral("%1  %2").arg(s.frames(), s.id); })
+            .icon([](const SubTask &s) { return s.timeout ? QStringLiteral("timeout") : QString(); })
+            .sort([](const SubTask &s) { return s.first * 1000 + s.block; })
+            .atLeast(80),
+        C(QStringLiteral("preview"), MissionSubPage::tr("图片"), 80)
+            .text([](const SubTask &s) { return mayPreview(s) ? MissionSubPage::tr("预览") : QString(); })
+            .link()
+            .unsorted()
+            .atLeast(80)
+            .giving(2),
+        C(QStringLiteral("split"), QString(), 120)
+            .text([software](const SubTask &s) { return s.split(software()); })
+            .stretch()
+            .atLeast(88)
+            .giving(6),
+        C(QStringLiteral("state"), MissionSubPage::tr("状态"), 96)
+            .text([](const SubTask &s) { return s.stateText(); })
+            .tint(tintOf)
+            .sort([](const SubTask &s) { return s.status; })
+            .atLeast(88),
+        C(QStringLiteral("note"), MissionSubPage::tr("说明"), 112)
+            .text([](const SubTask &s) { return s.note(); })
+            .icon([](const SubTask &s) { return s.marked() ? QStringLiteral("retry") : QString(); })
+            .atLeast(80)
+            .giving(5),
+        C(QStringLiteral("blocks"), MissionSubPage::tr("分块"), 72)
+            .text([](const SubTask &s) { return s.blocks > 0 ? QString::number(s.blocks) : QString(); })
+            .sort([](const SubTask &s) { return s.blocks; })
+            .link()
+            .right()
+            .atLeast(72)
+            .giving(11),
+        C(QStringLiteral("start"), MissionSubPage::tr("开始时间"), 156)
+            .text([](const SubTask &s) { return s.startTime; })
+            .atLeast(152)
+            .giving(8),
+        C(QStringLiteral("end"), MissionSubPage::tr("结束时间"), 156)
+            .text([](const SubTask &s) { return s.endTime; })
+            .atLeast(152)
+            .giving(9),
+        C(QStringLiteral("seconds"), MissionSubPage::tr("渲染时长"), 96)
+            .text([](const SubTask &s) { return TaskText::duration(s.seconds); })
+            .sort([](const SubTask &s) { return s.seconds; })
+            .right()
+            .atLeast(96)
+            .giving(3),
+        C(QStringLiteral("memory"), MissionSubPage::tr("内存峰值"), 112)
+            .text([](const SubTask &s) { return s.memory; })
+            .right()
+            .atLeast(112)
+            .giving(10),
+        C(QStringLiteral("stage"), MissionSubPage::tr("阶段"), 72)
+            .text([](const SubTask &s) { return s.stageText(); })
+            .atLeast(72)
+            .giving(12)
+            .hiddenAtFirst(),
+        C(QStringLiteral("speed"), MissionSubPage::tr("速度"), 80)
+            .text([](const SubTask &s) { return s.speed == QLatin1String("0") ? QString() : s.speed; })
+            .right()
+            .atLeast(80)
+            .giving(13)
+            .hiddenAtFirst(),
+        C(QStringLiteral("down"), MissionSubPage::tr("下载状态"), 128).text(downloadText).atLeast(120).giving(7),
+        LogItem::column()};
     if (blocks)
         columns.remove(6);
     auto *model = new SubModel([](const SubTask &s) { return s.id; }, columns);
@@ -151,7 +164,6 @@ MissionSubPage::MissionSubPage(const QString &name, bool blocks, QWidget *parent
 {
     m_model->setParent(this);
     setObjectName(name);
-    setAttribute(Qt::WA_StyledBackground);
     m_state->addItems(SubTask::stateChoices());
     m_state->setAccessibleName(tr("子任务状态"));
     m_state->setToolTip(tr("子任务状态"));
@@ -193,14 +205,10 @@ void MissionSubPage::build()
     m_title->setMinimumWidth(80);
     m_title->setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
     m_title->setObjectName(QStringLiteral("heading"));
-    m_number = new QLabel;
-    m_number->setTextFormat(Qt::PlainText);
-    m_number->setObjectName(QStringLiteral("quiet"));
     m_copy = headButton(tr("复制订单号"));
     connect(m_copy, &QPushButton::clicked, this, &MissionSubPage::copyNumber);
     m_head->addWidget(leave);
     m_head->addWidget(m_title, 1);
-    m_head->addWidget(m_number);
     m_head->addWidget(m_copy);
     addMore(m_head);
     column->addLayout(m_head);
@@ -228,20 +236,22 @@ void MissionSubPage::addActs()
     };
     ActSpec preview = act("preview", tr("预览"), QStringLiteral("image"), ActSpec::Bar | ActSpec::Menu);
     preview.single = true;
-    preview.possible =
-        m_model->when([](const SubTask &s) { return s.status == SubTask::Done || s.status == SubTask::Rendering; });
+    preview.possible = m_model->when(mayPreview);
     preview.run = [this](const QStringList &keys) { previewClick(keys.value(0)); };
     m_table->acts()->add(preview);
     ActSpec log = act("log", tr("查看日志"), QStringLiteral("file"), ActSpec::Bar | ActSpec::Menu);
     log.single = true;
+    log.every = true;
     log.possible = m_model->when(LogItem::possible);
     log.run = [this](const QStringList &keys) { logHand(keys.value(0)); };
     m_table->acts()->add(log);
     ActSpec down = act("download", tr("下载"), QStringLiteral("download"), ActSpec::Bar | ActSpec::Menu);
+    down.every = true;
     down.possible = m_model->when([](const SubTask &s) { return s.mayDownload(); });
     down.run = all(&MissionSubPage::download);
     m_table->acts()->add(down);
     ActSpec again = act("rerender", tr("重渲当前帧"), QStringLiteral("retry"), ActSpec::Bar | ActSpec::Menu);
+    again.every = true;
     again.possible = m_model->when([](const SubTask &s) { return s.mayRerender(); });
     again.question = [](const QStringList &) { return tr("重渲当前帧，子任务将重渲生成新的渲染记录并有新的费用产生"); };
     again.run = all(&MissionSubPage::rerender);
@@ -249,6 +259,7 @@ void MissionSubPage::addActs()
     if (!m_blocks) {
         ActSpec cancel = act("cancel", tr("取消渲染"), QStringLiteral("close"), ActSpec::Bar | ActSpec::Menu);
         cancel.danger = true;
+        cancel.every = true;
         cancel.possible = m_model->when([](const SubTask &s) { return s.mayCancel(); });
         cancel.question = [](const QStringList &) { return tr("确定取消渲染吗？"); };
         cancel.run = all(&MissionSubPage::cancel);
@@ -286,19 +297,34 @@ void MissionSubPage::start(const TaskRecord &task)
         m_counts->clear();
     }
     m_copy->setEnabled(!task.num.isEmpty());
-    setGeometry(parentWidget()->rect());
+    cover();
     show();
     raise();
     m_table->view()->setFocus();
     refresh();
 }
 
+void MissionSubPage::cover() { setGeometry(m_place ? m_place() : parentWidget()->rect()); }
+
 void MissionSubPage::setHeading(const QString &name, const QString &more)
 {
-    m_title->setText(name);
-    m_title->setToolTip(RecordModelBase::plainTip(name));
-    m_number->setText(more);
+    m_heading = more.isEmpty() ? name : QStringLiteral("%1    %2").arg(name, more);
+    m_title->setToolTip(RecordModelBase::plainTip(m_heading));
+    fitHeading();
 }
+
+void MissionSubPage::fitHeading()
+{
+    m_title->setText(m_title->fontMetrics().elidedText(m_heading, Qt::ElideMiddle, m_title->width()));
+}
+
+void MissionSubPage::resizeEvent(QResizeEvent *event)
+{
+    QWidget::resizeEvent(event);
+    fitHeading();
+}
+
+void MissionSubPage::paintEvent(QPaintEvent *) { QPainter(this).fillRect(rect(), Palette::window); }
 
 void MissionSubPage::refresh()
 {
@@ -433,13 +459,13 @@ void MissionSubPage::download(const QList<SubTask> &rows)
         MsgTool::msgOk(this, tr("客户端未登录"));
 }
 
-void MissionSubPage::logHand(const QString &key)
+LogView *MissionSubPage::logHand(const QString &key)
 {
     const SubTask *sub = m_model->record(key);
     if (!sub)
-        return;
+        return nullptr;
     // As far as this list knows; a row that isn't in it any more is taken for running.
-    LogItem::open(this, m_task.id, *sub, [page = QPointer<MissionSubPage>(this), task = m_task.id, key] {
+    return LogItem::open(this, m_task.id, *sub, [page = QPointer<MissionSubPage>(this), task = m_task.id, key] {
         const SubTask *now = page && page->m_task.id == task ? page->m_model->record(key) : nullptr;
         return !now || !now->ended();
     });
@@ -522,6 +548,6 @@ void MissionSubPage::hideEvent(QHideEvent *event)
 bool MissionSubPage::eventFilter(QObject *watched, QEvent *event)
 {
     if (watched == parent() && event->type() == QEvent::Resize && isVisible())
-        setGeometry(parentWidget()->rect());
+        cover();
     return QWidget::eventFilter(watched, event);
 }

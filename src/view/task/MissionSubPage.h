@@ -9,6 +9,7 @@
 #include <QTimer>
 
 class QComboBox;
+class LogView;
 class PreviewQN;
 
 class SubModel : public RecordModel<SubTask>
@@ -31,13 +32,14 @@ public:
     TablePage *table() const { return m_table; }
     SubModel *model() const { return m_model; }
     const TaskRecord &task() const { return m_task; }
+    void setPlace(std::function<QRect()> place) { m_place = std::move(place); } // of the page below; else all of it
 
 public slots:
     void stateChanged(int index); // of the filter
     void cancelAct();
     void rerenAct();
     void downAct();
-    void logHand(const QString &key);
+    LogView *logHand(const QString &key);        // null: no such row
     PreviewQN *previewClick(const QString &key); // null: no such row
     void back();
 
@@ -61,10 +63,14 @@ protected:
     void keyPressEvent(QKeyEvent *event) override;
     void showEvent(QShowEvent *event) override;
     void hideEvent(QHideEvent *event) override;
+    void paintEvent(QPaintEvent *event) override;
+    void resizeEvent(QResizeEvent *event) override;
     bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     void addActs();
+    void cover();
+    void fitHeading();
     void take(const SubList &list);
     void cancel(const QList<SubTask> &rows);
     void rerender(const QList<SubTask> &rows);
@@ -73,14 +79,16 @@ private:
     void operate(int cmd, const QList<QJsonObject> &bodies, const QString &good);
 
     const bool m_blocks;
+    std::function<QRect()> m_place;
     TaskRecord m_task;
     SubModel *m_model;
     TablePage *m_table;
     QComboBox *m_state;
     QHBoxLayout *m_head = nullptr;
-    QLabel *m_title = nullptr, *m_number = nullptr, *m_counts = nullptr;
+    QLabel *m_title = nullptr, *m_counts = nullptr;
     QPushButton *m_copy = nullptr;
     QTimer m_timer, m_soon;
+    QString m_heading;
     SubList m_list;
     int m_asked = 0; // counts the questions
 };

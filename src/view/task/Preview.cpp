@@ -4,7 +4,7 @@
 #include "common/UserInfo.h"
 #include "common/VFunc.h"
 #include <algorithm>
-#include <QSpinBox>
+#include <QComboBox>
 
 namespace
 {
@@ -26,12 +26,11 @@ PreviewQN::PreviewQN(QWidget *over, const PreviewTask &task, const SubTask &sub)
     const QString split = sub.split(task.software);
     setSubject(split.isEmpty() ? task.name : QStringLiteral("%1 - %2").arg(task.name, split));
     if (task.mode == SubPicture::Index && task.pictures > 1) {
-        m_index = new QSpinBox;
-        m_index->setRange(1, task.pictures);
-        m_index->setPrefix(tr("图片 "));
-        m_index->setSuffix(QStringLiteral(" / %1").arg(task.pictures));
+        m_index = new QComboBox;
+        for (int i = 1; i <= task.pictures; ++i)
+            m_index->addItem(tr("图片 %1/%2").arg(i).arg(task.pictures));
         m_index->setAccessibleName(tr("第几张图片"));
-        connect(m_index, QOverload<int>::of(&QSpinBox::valueChanged), this, &FrameView::forgetFetched);
+        connect(m_index, QOverload<int>::of(&QComboBox::currentIndexChanged), this, &FrameView::forgetFetched);
         addToBar(m_index);
     }
 }
@@ -78,8 +77,7 @@ void PreviewQN::fetch(int number)
         return refuse(number, tr("第 %1 帧还没有").arg(number));
     const SubPicture::Of of = ofRow(*row);
     auto *picture = new SubPicture(of);
-    const int index = of.index;
-    const auto current = [this, index] { return !m_index || m_index->value() - 1 == index; };
+    const auto current = [this, asked = of.index] { return index() == asked; };
     connect(picture, &SubPicture::progress, this, [=](qint64 got, qint64 all) {
         if (current())
             tell(number, progressText(got, all));
@@ -99,9 +97,11 @@ void PreviewQN::fetch(int number)
     picture->start();
 }
 
+int PreviewQN::index() const { return m_index ? m_index->currentIndex() : 0; }
+
 SubPicture::Of PreviewQN::ofRow(const SubTask &row) const
 {
-    return {m_task.id, row.id, row.version, m_index ? m_index->value() - 1 : 0, m_task.mode};
+    return {m_task.id, row.id, row.version, index(), m_task.mode};
 }
 
 // From disk, unless it's another rendering of the frame that is looked at; else what the farm gives of it.

@@ -9,7 +9,7 @@
 #include "task/SubTask.h"
 #include "view/frames/FrameView.h"
 
-class QSpinBox;
+class QComboBox;
 
 struct PreviewTask {
     QString id, name;
@@ -40,10 +40,11 @@ private:
     void found(const QList<FrameSeries> &all);
     SubPicture::Of ofRow(const SubTask &row) const;
     const SubTask *rowOf(int number) const;
+    int index() const;
 
     PreviewTask m_task;
     SubTask m_sub; // that it was opened on: its camera or layer is looked at
-    QSpinBox *m_index = nullptr;
+    QComboBox *m_index = nullptr;
 };
 
 class Preview : public PreviewQN
