@@ -36,10 +36,17 @@ QString plain(const QJsonValue &value)
     return value.isBool() ? QString::number(value.toBool()) : Cell::text(value);
 }
 
+// Some programs have a list of layers or nodes: what they share stands in the first.
+QJsonObject modelOf(const QJsonObject &detail)
+{
+    const QJsonValue model = detail.value(QLatin1String("modelParameters"));
+    return model.isArray() ? model.toArray().first().toObject() : model.toObject();
+}
+
 // The first of these keys that says something, in the task's parameters or beside them.
 QString valueOf(const QJsonObject &detail, const std::initializer_list<const char *> &keys)
 {
-    const QJsonObject model = detail.value(QLatin1String("modelParameters")).toObject();
+    const QJsonObject model = modelOf(detail);
     for (const char *key : keys)
         for (const QJsonObject &where : {detail, model})
             if (const QString text = plain(where.value(QLatin1String(key))); !text.isEmpty())
@@ -90,7 +97,7 @@ QString others(const QJsonObject &model)
 
 QString SubDetail::text(const QJsonObject &detail)
 {
-    const QJsonObject model = detail.value(QLatin1String("modelParameters")).toObject();
+    const QJsonObject model = modelOf(detail);
     QStringList lines;
     const auto add = [&](const QString &label, const QString &value) {
         if (!value.isEmpty())

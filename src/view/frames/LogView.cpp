@@ -135,9 +135,10 @@ void LogView::scanned(bool more, bool anew)
     m_text->grown(anew);
     say(anew ? tr("日志已重新开始") : QString());
     if (more || std::exchange(m_again, false))
-        scan();
-    else
-        emit indexed();
+        return scan();
+    emit indexed();
+    if (m_wanted)
+        wantMore();
 }
 
 void LogView::say(const QString &words)
@@ -198,6 +199,7 @@ void LogView::over()
 // While nobody looks nothing is asked.
 void LogView::wantMore()
 {
+    m_wanted = m_scanning; // what is here is counted first
     if (m_source && !m_over && isVisible() && !isMinimized() && !m_scanning)
         m_source(m_log->indexed());
 }

@@ -70,6 +70,6 @@ private:
     QString m_told;
     std::function<void(qint64)> m_source;
     std::shared_ptr<std::atomic_bool> m_stop; // of the search under way
-    bool m_scanning = false, m_again = false, m_searching = false, m_over = false;
+    bool m_scanning = false, m_again = false, m_searching = false, m_over = false, m_wanted = false;
     SerialQueue m_files, m_finds; // last: they end first
 };

@@ -18,6 +18,7 @@ Column<SubTask> LogItem::column()
 {
     Column<SubTask> one(QStringLiteral("log"), Words::tr("日志"), 88);
     one.text([](const SubTask &sub) { return possible(sub) ? Words::tr("查看日志") : QString(); })
+        .tint([](const SubTask &) { return Tint::Running; })
         .link()
         .unsorted()
         .atLeast(88)

@@ -57,17 +57,18 @@ SubModel *makeModel(bool blocks, std::function<int()> software)
                 [](const SubTask &s) { return s.block > 0 ? MissionSubPage::tr("第 %1 块").arg(s.block) : s.frames(); })
             .tip([](const SubTask &s) { return QStringLiteral("%1  %2").arg(s.frames(), s.id); })
             .icon([](const SubTask &s) { return s.timeout ? QStringLiteral("timeout") : QString(); })
-            .sort([](const SubTask &s) { return s.first * 1000 + s.block; })
+            .sort([](const SubTask &s) { return qlonglong(s.first) * 1000 + s.block; })
+            .stretch()
             .atLeast(80),
         C(QStringLiteral("preview"), MissionSubPage::tr("图片"), 80)
             .text([](const SubTask &s) { return mayPreview(s) ? MissionSubPage::tr("预览") : QString(); })
+            .tint([](const SubTask &) { return Tint::Running; })
             .link()
             .unsorted()
             .atLeast(80)
             .giving(2),
         C(QStringLiteral("split"), QString(), 120)
             .text([software](const SubTask &s) { return s.split(software()); })
-            .stretch()
             .atLeast(88)
             .giving(6),
         C(QStringLiteral("state"), MissionSubPage::tr("状态"), 96)
@@ -83,6 +84,7 @@ SubModel *makeModel(bool blocks, std::function<int()> software)
         C(QStringLiteral("blocks"), MissionSubPage::tr("分块"), 72)
             .text([](const SubTask &s) { return s.blocks > 0 ? QString::number(s.blocks) : QString(); })
             .sort([](const SubTask &s) { return s.blocks; })
+            .tint([](const SubTask &) { return Tint::Running; })
             .link()
             .right()
             .atLeast(72)
@@ -236,6 +238,7 @@ void MissionSubPage::addActs()
     };
     ActSpec preview = act("preview", tr("预览"), QStringLiteral("image"), ActSpec::Bar | ActSpec::Menu);
     preview.single = true;
+    preview.every = true;
     preview.possible = m_model->when(mayPreview);
     preview.run = [this](const QStringList &keys) { previewClick(keys.value(0)); };
     m_table->acts()->add(preview);
