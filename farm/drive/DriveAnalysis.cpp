@@ -81,6 +81,17 @@ QJsonObject parametersOf(int software)
                 {"frames", QStringLiteral("1-5")},
                 {"width", 320},
                 {"height", 180}};
+    case 7: {
+        const QJsonObject layer{{"name", QStringLiteral("layer")},
+                                {"output", QStringLiteral("frame")},
+                                {"format", QStringLiteral("png")},
+                                {"frames", QStringLiteral("1-5")},
+                                {"selected", 1}};
+        QJsonObject image = layer;
+        image.insert("name", QStringLiteral("image"));
+        image.insert("layers", QJsonArray{layer});
+        return {{"images", QJsonArray{image}}};
+    }
     default:
         return {{"cameras", QJsonArray{camera("Camera01")}}};
     }

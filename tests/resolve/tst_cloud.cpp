@@ -2,7 +2,10 @@
 #include "common/facts/AnalysisError.h"
 #include "db/ResolveDDAO.h"
 #include "QueueRig.h"
+#include "resolve/cloud/CloudModel.h"
 #include "resolve/cloud/CloudQueue.h"
+#include "resolve/ParameterModel.h"
+#include "resolve/ParameterSheet.h"
 #include "support/FarmRig.h"
 #include "support/TestMain.h"
 
@@ -191,6 +194,26 @@ private slots:
         QCOMPARE(ResolveDAO::instance()->readAll().size(), 1);
         QCOMPARE(rig.farm.orders().size(), 1);
         QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // What a farm found can be shown and ordered, whatever the program.
+    void shapes()
+    {
+        Rig rig;
+        for (const QString name : {"a.ma", "b.max", "c.hip", "d.c4d", "e.project", "f.tgd"}) {
+            QVERIFY(rig.farm.putDriveFile(1, "D/p/" + name, "scene"));
+            for (const db_resolve &old : ResolveDDAO::instance()->readAll())
+                rig.queue->removeScene(old.rkey);
+            rig.add("D/p/" + name);
+            QTRY_COMPARE(rig.state(), int(SceneState::Clean));
+            db_resolve res = CloudModel::opened(rig.row());
+            const ParameterSheet sheet = ParameterSheet::read(res, CommonConfig::get());
+            QVERIFY2(sheet.check().isEmpty(), qPrintable(name + ' ' + sheet.check()));
+            QVERIFY2(sheet.summary().frames > 0 && (sheet.summary().pixels > 0 || name == "e.project"), qPrintable(name + res.rdata));
+            sheet.write(&res);
+            QString message;
+            QVERIFY2(ParameterModel::prepare(&res, CommonConfig::get(), &message), qPrintable(name + ' ' + message));
+        }
     }
 
     // Two run, the others wait; what is removed is stopped at the service, and the next one takes its place.
