@@ -60,6 +60,14 @@ void Renderer::look()
     }
     if (m_cluster)
         return lookCluster();
+    qint64 back = -1; // when the next lost node is
+    for (const Node &one : qAsConst(m_nodes)) {
+        const qint64 left = one.awayUntilMs - m_clock.elapsed();
+        if (!one.busy && left > 0)
+            back = back < 0 ? left : qMin(back, left);
+    }
+    if (back >= 0)
+        m_wake.start(int(qMin<qint64>(back + 1, 60000)));
     while (freeNode() >= 0) {
         const qint64 wait = m_nextMs - m_clock.elapsed();
         if (wait > 0) {
@@ -276,8 +284,7 @@ void Renderer::finished(const std::shared_ptr<RenderWork> &work, int node)
 {
     m_running.removeOne(work);
     m_nodes[node].busy = false;
-    const qint64 away = m_nodes.at(node).awayUntilMs - m_clock.elapsed();
-    m_wake.start(away > 0 && m_running.isEmpty() ? int(qMin<qint64>(away, 60000)) : 0);
+    wake();
     Task *task = m_core.tasks->byId(work->task);
     if (work->stop || !task || work->index >= task->frames.size() || task->frames.at(work->index).state != FrameRunning)
         return;

@@ -51,6 +51,36 @@ private slots:
         QCOMPARE(bench.farm.violations(), QStringList());
     }
 
+    // A folder of an earlier version keeps its tasks, their frames and their results.
+    void earlier()
+    {
+        Bench bench;
+        bench.login();
+        const int task = bench.order({key}, Bench::camera("1-3"));
+        FileWire(bench).upload(task, key, "scene");
+        bench.farm.faults().set("hold-render", "1");
+        bench.wire->ask(10704, {{"missionId", task}});
+        bench.wire.reset();
+        bench.farm.stop();
+        QProcess python;
+        python.start("python3", {"-c",
+                                 "import sqlite3, sys\nc = sqlite3.connect(sys.argv[1])\n"
+                                 "for t in 'sub', 'extra', 'oper', 'slurm', 'result', 'session': c.execute('drop table ' + t)\n"
+                                 "c.execute('create table frame(mid integer, idx integer, state integer, primary key(mid, idx))')\n"
+                                 "c.execute('create table session(token text primary key, auth text, made integer)')\n"
+                                 "c.execute('create table result(id integer primary key, mid, idx, path, frame, size, hash, keyframe, "
+                                 "pushed, confirmed, downloaded)')\n"
+                                 "c.execute(\"insert into result values(1, 1, 0, 'Cam/island.0001.png', 1, 5, 'x', 0, 0, 1, 0)\")\n"
+                                 "c.execute('insert into frame values(1, 0, 3), (1, 1, 4)')\nc.commit()",
+                                 bench.options.dir + "/farm.db"});
+        QVERIFY(python.waitForFinished(20000) && python.exitCode() == 0);
+        bench.start();
+        bench.login();
+        const FarmOrder kept = bench.farm.order(task);
+        QCOMPARE(kept.framesDone * 10 + kept.framesFailed, 11);
+        QCOMPARE(bench.farm.results(task).size(), 1);
+    }
+
     void bodies()
     {
         Bench bench;
