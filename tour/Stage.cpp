@@ -75,6 +75,7 @@ bool Stage::open(const QString &language)
     qputenv("XDG_CONFIG_HOME", (home + QStringLiteral("/.config")).toUtf8());
     qputenv("XDG_DATA_HOME", (home + QStringLiteral("/.local/share")).toUtf8());
     m_options.dir = home + QStringLiteral("/farm");
+    m_options.farms = 3;
     m_options.frameSeconds = 3600; // what runs in a picture still runs in the next one
     bool stands = false;
     for (int last = FirstAddress; last <= LastAddress && !stands; ++last) { // the business link's port is a fixed one
@@ -146,12 +147,19 @@ QString Stage::longName(int number)
 
 QStringList Stage::farmWords()
 {
-    return {QStringLiteral("默认项目"), QStringLiteral("欢迎使用本机渲染农场"),
-            QStringLiteral("本机"),     QStringLiteral("海岸短片"),
-            QStringLiteral("别墅夜景"), QStringLiteral("样板间"),
-            QStringLiteral("城市"),     QStringLiteral("片头"),
-            QStringLiteral("一版"),     QStringLiteral("第 9 帧起缺贴图"),
-            QStringLiteral("已交付"),   QStringLiteral("导演要先看第 110 帧"),
+    return {QStringLiteral("默认项目"),
+            QStringLiteral("欢迎使用本机渲染农场"),
+            QStringLiteral("本机农场"),
+            QStringLiteral("本机"),
+            QStringLiteral("海岸短片"),
+            QStringLiteral("别墅夜景"),
+            QStringLiteral("样板间"),
+            QStringLiteral("城市"),
+            QStringLiteral("片头"),
+            QStringLiteral("一版"),
+            QStringLiteral("第 9 帧起缺贴图"),
+            QStringLiteral("已交付"),
+            QStringLiteral("导演要先看第 110 帧"),
             QStringLiteral("中文")}; // a language by its own name
 }
 
@@ -174,6 +182,8 @@ void Stage::fill()
     fillScenes();
     fillTransfers();
     m_farm.fillTasks();
+    m_farm.fillDrive(1, QStringLiteral("D/a_project_with_a_name_that_is_rather_long_as_they_are"), 30, 40, 123456);
+    m_farm.fillDrive(1, QStringLiteral("D/valley"), 0, 3, 123);
     for (int i = 0; i < Notices; ++i)
         m_farm.addNotice(QStringLiteral("Notice %1: ").arg(i) +
                          (i % 7 ? QStringLiteral("a task is over") : longName(i)));

@@ -5,6 +5,7 @@
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "db/ResolveDAO.h"
+#include "DriverTour.h"
 #include "resolve/cloud/CloudModel.h"
 #include "Samples.h"
 #include "view/CommitPreview.h"
@@ -13,6 +14,8 @@
 #include "view/driver/cloud/MDW.h"
 #include "view/driver/cloud/ResolveD.h"
 #include "view/driver/cloud/SubmitMayaD.h"
+#include "view/driver/DriveConflict.h"
+#include "view/driver/DriveSet.h"
 #include "view/EnvPre.h"
 #include "view/frames/FrameView.h"
 #include "view/frames/LogView.h"
@@ -319,6 +322,21 @@ const QList<TourStop> &tourTable()
         {"transfer-down", TourStop::Both, tab(1, true), true},
         {"transfer-done", TourStop::Both, tab(2), true},
         {"plugins", TourStop::FullOnly, plugins, true},
+        {"driver", TourStop::Both, DriverTour::page, true},
+        {"driver-small", TourStop::FullOnly, DriverTour::small, true},
+        {"driver-search", TourStop::FullOnly, DriverTour::search, true},
+        dialog("AddDriver", [](Stage &s) { return DriverTour::dialog(s, "addDrv"); }),
+        dialog("FileProperty", [](Stage &s) { return DriverTour::dialog(s, "property"); }),
+        dialog("MoveFarmFile", [](Stage &s) { return DriverTour::dialog(s, "move"); }),
+        dialog("driver-delete", [](Stage &s) { return DriverTour::dialog(s, "delete"); }),
+        dialog("AddFarm", DriverTour::addFarm),
+        {"driver-transfers", TourStop::Both, [](Stage &s) { return DriverTour::transfers(s, 2); }, true},
+        {"driver-fetched", TourStop::FullOnly, [](Stage &s) { return DriverTour::transfers(s, 3); }, true},
+        {"driver-over", TourStop::FullOnly, [](Stage &s) { return DriverTour::transfers(s, 4); }, true},
+        dialog("DriveSet", over([](Stage &, QWidget *w) { return new DriveSet(w); })),
+        dialog("DriveConflict", over([](Stage &, QWidget *w) {
+                   return new DriveConflict(1, QStringLiteral("/results/") + Stage::longName(3), w);
+               })),
         dialog("MsgCenter", over([](Stage &, QWidget *w) { return new MsgCenter(w); }), TourStop::Both),
         dialog("EnvPre-maya", over([](Stage &, QWidget *w) { return env(1, 30, w); })),
         dialog("EnvPre-terragen", over([](Stage &, QWidget *w) { return env(8, 1, w); })),

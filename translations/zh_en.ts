@@ -1498,6 +1498,10 @@ May they be saved there?</translation>
         <source>插件管理</source>
         <translation>Plug-ins</translation>
     </message>
+    <message>
+        <source>我的云盘</source>
+        <translation>My drive</translation>
+    </message>
 </context>
 <context>
     <name>MaxLog</name>
@@ -6328,6 +6332,790 @@ Some frames took too long, see the sub-tasks</translation>
 %1</source>
         <translation>These files can&apos;t be removed, check the permissions and try again:
 %1</translation>
+    </message>
+</context>
+<context>
+    <name>AddDriver</name>
+    <message>
+        <source>新增盘符</source>
+        <translation>Add disk</translation>
+    </message>
+    <message>
+        <source>该名称已存在</source>
+        <translation>This name is already taken</translation>
+    </message>
+    <message>
+        <source>盘符：</source>
+        <translation>Disk:</translation>
+    </message>
+    <message>
+        <source>例如 D</source>
+        <translation>For example D</translation>
+    </message>
+    <message>
+        <source>机器名：</source>
+        <translation>Machine:</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>正在创建…</source>
+        <translation>Creating…</translation>
+    </message>
+</context>
+<context>
+    <name>AddFarm</name>
+    <message>
+        <source>新增农场</source>
+        <translation>Add farm</translation>
+    </message>
+    <message>
+        <source>农场</source>
+        <translation>Farm</translation>
+    </message>
+    <message>
+        <source>平台</source>
+        <translation>Platform</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>请选择农场</source>
+        <translation>Please choose a farm</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>DriveDesk</name>
+    <message>
+        <source>农场没有回应，请检查网络后重试。（%1）</source>
+        <translation>The farm doesn’t answer. Check the network and try again. (%1)</translation>
+    </message>
+</context>
+<context>
+    <name>DriveInfo</name>
+    <message>
+        <source>网盘空间</source>
+        <translation>Drive space</translation>
+    </message>
+    <message>
+        <source>网盘空间：已用 %1G，共 %2G</source>
+        <translation>Drive space: %1G of %2G used</translation>
+    </message>
+</context>
+<context>
+    <name>DriveRules</name>
+    <message>
+        <source>名称长度需小于255</source>
+        <translation>A name must be shorter than 255 characters</translation>
+    </message>
+    <message>
+        <source>文件名不能包含下列字符：<byte value="xd"/>
+%1</source>
+        <translation>A file name can’t contain these characters:<byte value="xd"/>
+%1</translation>
+    </message>
+</context>
+<context>
+    <name>DriveText</name>
+    <message>
+        <source>盘符</source>
+        <translation>Disk</translation>
+    </message>
+    <message>
+        <source>文件夹</source>
+        <translation>Folder</translation>
+    </message>
+    <message>
+        <source>文件</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>%1 文件</source>
+        <translation>%1 file</translation>
+    </message>
+    <message>
+        <source>大小：%1<byte value="xd"/>
+</source>
+        <translation>Size: %1<byte value="xd"/>
+</translation>
+    </message>
+    <message>
+        <source>名称：%1<byte value="xd"/>
+类型：%2<byte value="xd"/>
+%3修改日期：%4</source>
+        <translation>Name: %1<byte value="xd"/>
+Type: %2<byte value="xd"/>
+%3Modified: %4</translation>
+    </message>
+</context>
+<context>
+    <name>DriveTree</name>
+    <message>
+        <source>还有 %1 个文件夹…</source>
+        <translation>%1 more folders…</translation>
+    </message>
+</context>
+<context>
+    <name>DriverPath</name>
+    <message>
+        <source>后退（Alt+←）</source>
+        <translation>Back (Alt+←)</translation>
+    </message>
+    <message>
+        <source>前进（Alt+→）</source>
+        <translation>Forward (Alt+→)</translation>
+    </message>
+    <message>
+        <source>上一级（Backspace）</source>
+        <translation>Up (Backspace)</translation>
+    </message>
+    <message>
+        <source>刷新（F5）</source>
+        <translation>Refresh (F5)</translation>
+    </message>
+    <message>
+        <source>前面的文件夹</source>
+        <translation>Folders before</translation>
+    </message>
+    <message>
+        <source>搜索文件（Enter）</source>
+        <translation>Search files (Enter)</translation>
+    </message>
+    <message>
+        <source>搜索文件</source>
+        <translation>Search files</translation>
+    </message>
+    <message>
+        <source>来自&quot;%1&quot;的搜索</source>
+        <translation>Found for &quot;%1&quot;</translation>
+    </message>
+</context>
+<context>
+    <name>FarmPage</name>
+    <message>
+        <source>项目文件</source>
+        <translation>Project files</translation>
+    </message>
+    <message>
+        <source>渲染结果</source>
+        <translation>Results</translation>
+    </message>
+    <message>
+        <source>文件夹</source>
+        <translation>Folders</translation>
+    </message>
+    <message>
+        <source>更多</source>
+        <translation>More</translation>
+    </message>
+    <message>
+        <source>重试</source>
+        <translation>Try again</translation>
+    </message>
+    <message>
+        <source>文件列表</source>
+        <translation>Files</translation>
+    </message>
+    <message>
+        <source>正在读取…</source>
+        <translation>Reading…</translation>
+    </message>
+    <message>
+        <source>新增盘符后即可存放文件</source>
+        <translation>Add a disk to keep files here</translation>
+    </message>
+    <message>
+        <source>拖入文件或文件夹即可上传</source>
+        <translation>Drop files or folders here to upload them</translation>
+    </message>
+    <message>
+        <source>没有找到文件</source>
+        <translation>No files found</translation>
+    </message>
+    <message>
+        <source>文件夹为空</source>
+        <translation>The folder is empty</translation>
+    </message>
+    <message>
+        <source>有 %1 项的名称或编号无法识别，未显示</source>
+        <translation>%1 entries with unusable names or ids aren’t shown</translation>
+    </message>
+    <message>
+        <source>文件夹“%1”已不存在，已返回上一级</source>
+        <translation>The folder “%1” is gone; this is the one above</translation>
+    </message>
+    <message>
+        <source>打开</source>
+        <translation>Open</translation>
+    </message>
+    <message>
+        <source>上传</source>
+        <translation>Upload</translation>
+    </message>
+    <message>
+        <source>上传文件夹</source>
+        <translation>Upload folder</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>Download</translation>
+    </message>
+    <message>
+        <source>解析</source>
+        <translation>Analyse</translation>
+    </message>
+    <message>
+        <source>新增盘符</source>
+        <translation>Add disk</translation>
+    </message>
+    <message>
+        <source>创建文件夹</source>
+        <translation>New folder</translation>
+    </message>
+    <message>
+        <source>重命名</source>
+        <translation>Rename</translation>
+    </message>
+    <message>
+        <source>移动</source>
+        <translation>Move</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>复制路径</source>
+        <translation>Copy path</translation>
+    </message>
+    <message>
+        <source>打开所在文件夹</source>
+        <translation>Open its folder</translation>
+    </message>
+    <message>
+        <source>属性</source>
+        <translation>Properties</translation>
+    </message>
+    <message>
+        <source>修改</source>
+        <translation>Rename</translation>
+    </message>
+    <message>
+        <source>共 %1 项</source>
+        <translation>%1 entries</translation>
+    </message>
+    <message>
+        <source>%1，已选 %2 项（%3）</source>
+        <translation>%1, %2 selected (%3)</translation>
+    </message>
+    <message>
+        <source>刷新</source>
+        <translation>Refresh</translation>
+    </message>
+    <message>
+        <source>移动到%1</source>
+        <translation>Move to %1</translation>
+    </message>
+    <message>
+        <source>新建文件夹</source>
+        <translation>New folder</translation>
+    </message>
+    <message>
+        <source> (创建中 ...)</source>
+        <translation> (creating ...)</translation>
+    </message>
+    <message>
+        <source> (重命名中 ...)</source>
+        <translation> (renaming ...)</translation>
+    </message>
+    <message>
+        <source>确定删除此盘符吗？盘符内文件将同步删除！</source>
+        <translation>Delete this disk? All files on it go with it!</translation>
+    </message>
+    <message>
+        <source>确定删除此文件或文件夹吗？</source>
+        <translation>Delete this file or folder?</translation>
+    </message>
+    <message>
+        <source> (删除中 ...)</source>
+        <translation> (deleting ...)</translation>
+    </message>
+    <message>
+        <source>不能移动到原来的位置、盘符之外或自身的子文件夹</source>
+        <translation>It can’t be moved to where it is, outside of the disks or into itself</translation>
+    </message>
+    <message>
+        <source> (移动中 ...)</source>
+        <translation> (moving ...)</translation>
+    </message>
+    <message>
+        <source>选择保存的文件夹</source>
+        <translation>Choose a folder to save in</translation>
+    </message>
+    <message>
+        <source>已加入下载列表</source>
+        <translation>Added to the downloads</translation>
+    </message>
+    <message>
+        <source>查看</source>
+        <translation>Show</translation>
+    </message>
+    <message>
+        <source>选择要上传的文件夹</source>
+        <translation>Choose a folder to upload</translation>
+    </message>
+    <message>
+        <source>选择要上传的文件</source>
+        <translation>Choose files to upload</translation>
+    </message>
+    <message>
+        <source>余额不足，请充值</source>
+        <translation>Your balance is too low, please top up</translation>
+    </message>
+    <message>
+        <source>去充值</source>
+        <translation>Top up</translation>
+    </message>
+    <message>
+        <source>您还没有上传文件的权限，请联系您的母账号开通！</source>
+        <translation>You have no right to upload files. Please ask your main account for it!</translation>
+    </message>
+    <message>
+        <source>请先打开一个盘符或文件夹，再上传文件</source>
+        <translation>Open a disk or folder first, then upload</translation>
+    </message>
+    <message>
+        <source>网盘空间不足，不允许拖入上传</source>
+        <translation>The drive has too little space left for this upload</translation>
+    </message>
+    <message>
+        <source>已加入上传列表</source>
+        <translation>Added to the uploads</translation>
+    </message>
+    <message>
+        <source>文件已提交解析，请至解析提交页面查看！</source>
+        <translation>Handed over for analysis; see the page of analyses!</translation>
+    </message>
+</context>
+<context>
+    <name>FarmTab</name>
+    <message>
+        <source>农场已灰度</source>
+        <translation>Restricted</translation>
+    </message>
+    <message>
+        <source>农场已禁用</source>
+        <translation>Disabled</translation>
+    </message>
+    <message>
+        <source>关闭农场“%1”</source>
+        <translation>Close farm “%1”</translation>
+    </message>
+    <message>
+        <source>%1（%2）</source>
+        <translation>%1 (%2)</translation>
+    </message>
+</context>
+<context>
+    <name>FileProperty</name>
+    <message>
+        <source>属性</source>
+        <translation>Properties</translation>
+    </message>
+    <message>
+        <source>类型：</source>
+        <translation>Type:</translation>
+    </message>
+    <message>
+        <source>位置：</source>
+        <translation>Place:</translation>
+    </message>
+    <message>
+        <source>大小：</source>
+        <translation>Size:</translation>
+    </message>
+    <message>
+        <source>包含：</source>
+        <translation>Holds:</translation>
+    </message>
+    <message>
+        <source>订单号：</source>
+        <translation>Order:</translation>
+    </message>
+    <message>
+        <source>修改时间：</source>
+        <translation>Modified:</translation>
+    </message>
+    <message>
+        <source>创建时间：</source>
+        <translation>Created:</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source> (%L1 字节)</source>
+        <translation> (%L1 bytes)</translation>
+    </message>
+    <message>
+        <source>%1个文件，%2个文件夹</source>
+        <translation>%1 files, %2 folders</translation>
+    </message>
+</context>
+<context>
+    <name>FolderModel</name>
+    <message>
+        <source>名称</source>
+        <translation>Name</translation>
+    </message>
+    <message>
+        <source>文件名</source>
+        <translation>File name</translation>
+    </message>
+    <message>
+        <source>修改日期</source>
+        <translation>Modified</translation>
+    </message>
+    <message>
+        <source>创建日期</source>
+        <translation>Created</translation>
+    </message>
+    <message>
+        <source>类型</source>
+        <translation>Type</translation>
+    </message>
+    <message>
+        <source>订单号</source>
+        <translation>Order</translation>
+    </message>
+    <message>
+        <source>大小</source>
+        <translation>Size</translation>
+    </message>
+    <message>
+        <source>文件大小</source>
+        <translation>File size</translation>
+    </message>
+</context>
+<context>
+    <name>MainDriver</name>
+    <message>
+        <source>我的云盘</source>
+        <translation>My drive</translation>
+    </message>
+    <message>
+        <source>传输列表</source>
+        <translation>Transfers</translation>
+    </message>
+    <message>
+        <source>解析提交</source>
+        <translation>Analyses</translation>
+    </message>
+    <message>
+        <source>还没有打开的农场，请点击“新增农场”</source>
+        <translation>No farm is open; click “Add farm”</translation>
+    </message>
+    <message>
+        <source>云盘设置</source>
+        <translation>Drive settings</translation>
+    </message>
+    <message>
+        <source>新增农场</source>
+        <translation>Add farm</translation>
+    </message>
+    <message>
+        <source>前面的农场</source>
+        <translation>Farms before</translation>
+    </message>
+    <message>
+        <source>后面的农场</source>
+        <translation>Farms after</translation>
+    </message>
+    <message>
+        <source>该农场暂时无法使用</source>
+        <translation>This farm can’t be used at the moment</translation>
+    </message>
+    <message>
+        <source>可用</source>
+        <translation>Usable</translation>
+    </message>
+    <message>
+        <source>切换到列表模式</source>
+        <translation>Switch to the list</translation>
+    </message>
+    <message>
+        <source>切换到缩略图模式</source>
+        <translation>Switch to thumbnails</translation>
+    </message>
+</context>
+<context>
+    <name>MoveFarmFile</name>
+    <message>
+        <source>文件移动</source>
+        <translation>Move files</translation>
+    </message>
+    <message>
+        <source>移动到</source>
+        <translation>Move to</translation>
+    </message>
+    <message>
+        <source>将 %1 项移动到：</source>
+        <translation>Move %1 entries to:</translation>
+    </message>
+    <message>
+        <source>创建</source>
+        <translation>Create</translation>
+    </message>
+    <message>
+        <source>新文件夹的名称</source>
+        <translation>Name of the new folder</translation>
+    </message>
+    <message>
+        <source>新建文件夹</source>
+        <translation>New folder</translation>
+    </message>
+    <message>
+        <source>移动</source>
+        <translation>Move</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+    <message>
+        <source>请输入名称</source>
+        <translation>Please enter a name</translation>
+    </message>
+    <message>
+        <source>请先选择盘符或文件夹</source>
+        <translation>Choose a disk or folder first</translation>
+    </message>
+    <message>
+        <source>正在创建…</source>
+        <translation>Creating…</translation>
+    </message>
+</context>
+<context>
+    <name>NameItem</name>
+    <message>
+        <source>新名称</source>
+        <translation>New name</translation>
+    </message>
+</context>
+<context>
+    <name>DriveConflict</name>
+    <message>
+        <source>文件已存在</source>
+        <translation>Files are there already</translation>
+    </message>
+    <message>
+        <source>下载的文件在本机已存在，例如：<byte value="xd"/>
+%1</source>
+        <translation>Files of the download are on this machine already, such as:<byte value="xd"/>
+%1</translation>
+    </message>
+    <message>
+        <source>跳过相同的文件</source>
+        <translation>Skip files that are the same</translation>
+    </message>
+    <message>
+        <source>覆盖本机的文件</source>
+        <translation>Overwrite the files on this machine</translation>
+    </message>
+    <message>
+        <source>两个都保留</source>
+        <translation>Keep both</translation>
+    </message>
+    <message>
+        <source>确定</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>暂停下载</source>
+        <translation>Pause the download</translation>
+    </message>
+</context>
+<context>
+    <name>DriveSet</name>
+    <message>
+        <source>云盘设置</source>
+        <translation>Drive settings</translation>
+    </message>
+    <message>
+        <source>上传限速：</source>
+        <translation>Upload limit:</translation>
+    </message>
+    <message>
+        <source>不限</source>
+        <translation>No limit</translation>
+    </message>
+    <message>
+        <source>上传前计算MD5，农场已有的文件不再上传</source>
+        <translation>Work out the MD5 first and leave out what the farm has</translation>
+    </message>
+    <message>
+        <source>传输文件夹时不包含以下名称（每行一个，可用 * 和 ?，以 / 结尾表示只匹配文件夹）：</source>
+        <translation>Names that transfers of folders leave out (one a line, * and ? allowed, a / at the end: folders only):</translation>
+    </message>
+    <message>
+        <source>不传输的名称</source>
+        <translation>Names left out</translation>
+    </message>
+    <message>
+        <source>恢复默认</source>
+        <translation>Defaults</translation>
+    </message>
+    <message>
+        <source>保存</source>
+        <translation>Save</translation>
+    </message>
+    <message>
+        <source>取消</source>
+        <translation>Cancel</translation>
+    </message>
+</context>
+<context>
+    <name>TransferD</name>
+    <message>
+        <source>%1（%2 个失败）</source>
+        <translation>%1 (%2 failed)</translation>
+    </message>
+    <message>
+        <source>本地路径</source>
+        <translation>Local path</translation>
+    </message>
+    <message>
+        <source>云盘路径</source>
+        <translation>Drive path</translation>
+    </message>
+    <message>
+        <source>文件名称</source>
+        <translation>File name</translation>
+    </message>
+    <message>
+        <source>文件大小</source>
+        <translation>File size</translation>
+    </message>
+    <message>
+        <source>状态</source>
+        <translation>State</translation>
+    </message>
+    <message>
+        <source>文件数</source>
+        <translation>Files</translation>
+    </message>
+    <message>
+        <source>完成时间</source>
+        <translation>Finished</translation>
+    </message>
+    <message>
+        <source>传输进度</source>
+        <translation>Progress</translation>
+    </message>
+    <message>
+        <source>传输速度</source>
+        <translation>Speed</translation>
+    </message>
+    <message>
+        <source>操作</source>
+        <translation>Actions</translation>
+    </message>
+    <message>
+        <source>文件夹打不开：%1</source>
+        <translation>The folder can’t be opened: %1</translation>
+    </message>
+    <message>
+        <source>云盘传输</source>
+        <translation>Drive transfers</translation>
+    </message>
+    <message>
+        <source>上传列表</source>
+        <translation>Uploads</translation>
+    </message>
+    <message>
+        <source>下载列表</source>
+        <translation>Downloads</translation>
+    </message>
+    <message>
+        <source>传输完成</source>
+        <translation>Finished</translation>
+    </message>
+    <message>
+        <source>暂时没有传输记录呢</source>
+        <translation>No transfers yet</translation>
+    </message>
+    <message>
+        <source>把文件或文件夹拖到云盘里即可上传</source>
+        <translation>Drop files or folders on the drive to upload them</translation>
+    </message>
+    <message>
+        <source>在云盘里选择文件，点击“下载”</source>
+        <translation>Choose files on the drive and press “Download”</translation>
+    </message>
+    <message>
+        <source>完成的传输会记录在这里</source>
+        <translation>Finished transfers are kept here</translation>
+    </message>
+    <message>
+        <source>删除</source>
+        <translation>Delete</translation>
+    </message>
+    <message>
+        <source>选中的 %1 项</source>
+        <translation>the %1 selected</translation>
+    </message>
+    <message>
+        <source>确定删除%1的记录吗？文件不受影响。</source>
+        <translation>Delete the record of %1? Files stay as they are.</translation>
+    </message>
+    <message>
+        <source>确定删除%1吗？已经传输的文件会保留。</source>
+        <translation>Delete %1? What has been transferred stays.</translation>
+    </message>
+    <message>
+        <source>目录</source>
+        <translation>Folder</translation>
+    </message>
+    <message>
+        <source>继续</source>
+        <translation>Continue</translation>
+    </message>
+    <message>
+        <source>暂停</source>
+        <translation>Pause</translation>
+    </message>
+    <message>
+        <source>上传</source>
+        <translation>uploaded</translation>
+    </message>
+    <message>
+        <source>下载</source>
+        <translation>downloaded</translation>
+    </message>
+    <message>
+        <source>传输</source>
+        <translation>transferred</translation>
+    </message>
+    <message>
+        <source>总计：已%1文件数%2，待%1文件数%3，总文件数%4</source>
+        <translation>Total: %1 %2, still to be %1 %3, files in all %4</translation>
     </message>
 </context>
 </TS>

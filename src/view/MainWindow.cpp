@@ -144,6 +144,7 @@ void MainWindow::listen()
     connect(m_shell, &Shell::showPage, this, &MainWindow::showPage);
     connect(m_shell, &Shell::mark, this, &MainWindow::mark);
     connect(m_shell, &Shell::loginInfoChanged, this, &MainWindow::menuFollows);
+    connect(m_shell, &Shell::pagesChanged, this, &MainWindow::menuFollows);
     connect(account, &AccountFacts::rolePermChanged, this, &MainWindow::rolePermChanged);
     connect(account, &AccountFacts::balanceChanged, m_bar, [this](const QString &text) { m_bar->setBalance(text); });
     connect(account, &AccountFacts::nameChanged, m_bar, &HeadBar::setAccount);

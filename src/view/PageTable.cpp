@@ -2,6 +2,7 @@
 #include "common/facts/Command.h"
 #include "common/ui/TrayIcon.h"
 #include "view/AccountFacts.h"
+#include "view/driver/MainDriver.h"
 #include "view/EngineVoice.h"
 #include "view/PluginManager.h"
 #include "view/PushRouter.h"
@@ -18,6 +19,7 @@
 namespace
 {
 constexpr int Deposit = 3; // kind of link
+constexpr int DriveCame = 11201, DriveGood = 1120198;
 
 QWidget *makeResolve(Shell *shell)
 {
@@ -119,6 +121,20 @@ QWidget *makeTransfer(Shell *shell)
     return page;
 }
 
+QWidget *makeDriver(Shell *shell)
+{
+    auto *page = new MainDriver(shell->window());
+    QObject::connect(page, &MainDriver::recharge, shell, [shell] { emit shell->openLink(Deposit); });
+    QObject::connect(page, &MainDriver::offeredChanged, shell, &Shell::pagesChanged);
+    QObject::connect(shell->voice(), &EngineVoice::queueStands, page, &MainDriver::connectDAOView);
+    QObject::connect(shell->account(), &AccountFacts::rolePermChanged, page, &MainDriver::rightsChanged);
+    shell->pushes()->on(DriveCame, page, [page](int val, const QJsonObject &told) {
+        if (val == DriveGood && told.value(QLatin1String("status")).toVariant().toInt() != 0)
+            page->initMainDriver(told, true);
+    });
+    return page;
+}
+
 QWidget *makeWeb(Shell *shell)
 {
     auto *page = new WebPanel(shell->window());
@@ -157,6 +173,8 @@ const QList<PageSpec> &pageTable()
          makeTransfer, true},
         {"history", work, "file", QT_TRANSLATE_NOOP("MainWindow", "历史任务"), 4, nullptr, nullptr, nullptr,
          makeHistory},
+        {"driver", work, "drive", QT_TRANSLATE_NOOP("MainWindow", "我的云盘"), 5, nullptr, MainDriver::offered, nullptr,
+         makeDriver, true},
         web(user, "personalCenterUrl", "user", QT_TRANSLATE_NOOP("MainWindow", "个人中心")),
         web(user, "rechargeCenterUrl", "wallet", QT_TRANSLATE_NOOP("MainWindow", "充值中心")),
         web(user, "vipCenterUrl", "star", QT_TRANSLATE_NOOP("MainWindow", "会员购买")),

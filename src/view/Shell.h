@@ -35,6 +35,7 @@ signals:
     void reLogin(int reason);
     void analysisStands(ResolveScan *scan);
     void loginInfoChanged();
+    void pagesChanged(); // others are possible now
 
 private:
     QWidget *m_window;

@@ -33,6 +33,7 @@ public:
         if (!started || !QTest::qWaitFor([&] { return tcp->socket()->state() == QAbstractSocket::ConnectedState; }))
             return false;
         const QString session = ask(10308, {{"thirdParty", 0}}).value("token").toString();
+        UserInfo::setSessionToken(session);
         const QByteArray body = QJsonDocument(QJsonObject{{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}).toJson();
         QTcpSocket page;
         page.connectToHost("127.0.0.1", quint16(farm.ports().http));

@@ -1,0 +1,143 @@
+#pragma once
+// The page "我的云盘" over a living farm in this process, and hands for it.
+#include "common/Session.h"
+#include "common/ui/kit/Notes.h"
+#include "io/NetWork.h"
+#include "set/FarmRig.h"
+#include "view/driver/AddFarm.h"
+#include "view/driver/DriverPath.h"
+#include "view/driver/DriveTree.h"
+#include "view/driver/FarmPage.h"
+#include "view/driver/FolderModel.h"
+#include "view/driver/MainDriver.h"
+#include "view/driver/ThumbStore.h"
+#include <QAction>
+#include <QClipboard>
+#include <QDropEvent>
+#include <QMimeData>
+#include <QScrollBar>
+#include <QToolButton>
+
+class DriverRig : public FarmRig
+{
+public:
+    DriverRig()
+    {
+        static int user = 2000; // settings of its own
+        ::account(++user);
+        NetWork::create();
+        NetWork::instance()->forgetDrives();
+    }
+    // A login and the page as the account's data open it.
+    bool open()
+    {
+        if (!login())
+            return false;
+        window.reset(new QWidget);
+        window->resize(900, 560);
+        main = new MainDriver(window.get());
+        main->setGeometry(window->rect());
+        main->initMainDriver(FarmRig::account, false);
+        window->show();
+        activate(window.get());
+        main->setFocus(); // as the main window does
+        return settled();
+    }
+    FarmPage *page() const { return main->page(); }
+    FolderModel *model() const { return page()->model(); }
+    bool settled() const
+    {
+        return QTest::qWaitFor([this] { return page() && !page()->busy() && !model()->filling(); });
+    }
+    QStringList names() const
+    {
+        QStringList all;
+        for (const FileView &row : model()->rows())
+            all << DriveText::name(row);
+        return all;
+    }
+    bool shows(const QStringList &wanted) const
+    {
+        if (!QTest::qWaitFor([&] { return !page()->busy() && names() == wanted; }))
+            qWarning() << names() << page()->error() << message();
+        return names() == wanted && !page()->busy();
+    }
+    QString idOf(const QString &name) const
+    {
+        for (const FileView &row : model()->rows())
+            if (row.name == name)
+                return row.id;
+        return {};
+    }
+    void front() const // a dialog that goes takes the keys along
+    {
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        if (!window->isActiveWindow())
+            activate(window.get());
+    }
+    void choose(const QStringList &wanted) const
+    {
+        front();
+        page()->view()->clearSelection();
+        for (const QString &name : wanted)
+            page()->view()->selectionModel()->select(model()->indexOf(idOf(name)), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        page()->view()->selectionModel()->setCurrentIndex(model()->indexOf(idOf(wanted.first())), QItemSelectionModel::NoUpdate);
+        page()->view()->setFocus();
+    }
+    // Into a folder that is seen, as Enter does it.
+    bool enter(const QString &name) const
+    {
+        choose({name});
+        const QString id = idOf(name);
+        key(Qt::Key_Return);
+        return QTest::qWaitFor([&] { return page()->folder() == id && !page()->busy(); });
+    }
+    void key(int key, Qt::KeyboardModifiers with = {}) const
+    {
+        front();
+        QTest::keyClick(page()->view(), Qt::Key(key), with);
+    }
+    QLineEdit *editor() const
+    {
+        for (auto *edit : page()->findChildren<QLineEdit *>())
+            if (edit->objectName().startsWith("itemEdit_") && edit->isVisible())
+                return edit;
+        return nullptr;
+    }
+    // Types over the name that is being edited; end: Return or Escape.
+    bool typeName(const QString &text, int end = Qt::Key_Return) const
+    {
+        if (!QTest::qWaitFor([this] { return editor() != nullptr; }))
+            return false;
+        QLineEdit *edit = editor();
+        edit->selectAll();
+        edit->insert(text);
+        QTest::keyClick(edit, Qt::Key(end));
+        return true;
+    }
+    void act(const char *name) const { page()->action(name)->trigger(); }
+    QStringList farmHas(int number = 1) const { return farm.driveFiles(number).keys(); }
+    bool comesTo(const QStringList &paths) const
+    {
+        if (!QTest::qWaitFor([&] { return farmHas() == paths; }))
+            qWarning() << farmHas();
+        return farmHas() == paths;
+    }
+    // Dropped on a place of the view as a hand does it; false: refused.
+    bool drop(QMimeData *data, QWidget *viewport, const QPoint &at) const
+    {
+        QDragEnterEvent in(at, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, {});
+        QApplication::sendEvent(viewport, &in);
+        QDragMoveEvent over(at, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, {});
+        QApplication::sendEvent(viewport, &over);
+        if (!over.isAccepted())
+            return false;
+        QDropEvent down(at, Qt::CopyAction | Qt::MoveAction, data, Qt::LeftButton, {});
+        QApplication::sendEvent(viewport, &down);
+        return down.isAccepted();
+    }
+    QPoint placeOf(const QString &name) const { return page()->view()->visualRect(model()->indexOf(idOf(name))).center(); }
+
+    std::unique_ptr<QWidget> window;
+    MainDriver *main = nullptr;
+};

@@ -1,0 +1,300 @@
+// The drive's browser on the living farm: what is clicked, typed and dropped, and what stands on the farm after it.
+#include "DriverRig.h"
+#include "support/TestMain.h"
+#include "view/driver/DragDrop.h"
+#include "view/driver/MoveFarmFile.h"
+
+class TestBrowser : public QObject
+{
+    Q_OBJECT
+    std::unique_ptr<DriverRig> m_rig;
+
+    static QString noteOf(QWidget *window)
+    {
+        auto *note = window->findChild<Toast *>();
+        return note ? note->text() : QString();
+    }
+    // D with a folder and a scene file, the page in D.
+    DriverRig &inDisk(const QStringList &fill = {"D/a/x.bin", "D/b/"})
+    {
+        m_rig.reset(new DriverRig);
+        DriverRig &rig = *m_rig;
+        if (!rig.started)
+            qFatal("no farm");
+        for (const QString &path : fill)
+            rig.farm.fillDrive(1, path.section('/', 0, -2), 0, path.endsWith('/') ? 0 : 1, 100);
+        if (!rig.open() || !rig.enter("D"))
+            qWarning("the page doesn't open");
+        return rig;
+    }
+
+private slots:
+    void cleanup() { m_rig.reset(); }
+
+    // Tabs: one that can't be used says so and isn't opened; one that is closed can be had back; the server's word takes
+    // one away, and brings it back usable.
+    void farms()
+    {
+        m_rig.reset(new DriverRig);
+        DriverRig &rig = *m_rig;
+        rig.farm.stop();
+        rig.options.farms = 3;
+        QVERIFY(rig.farm.start(rig.options));
+        QVERIFY(rig.open());
+        const auto ids = [&rig] {
+            QList<int> out;
+            for (const FarmTab *tab : rig.main->tabs())
+                out << tab->farm().id;
+            return out;
+        };
+        QCOMPARE(ids(), QList<int>({1, 2, 3}));
+        QVERIFY(rig.main->tabs().at(2)->button()->text().contains("农场已禁用"));
+        rig.main->tabs().at(2)->button()->click();
+        QCOMPARE(message(), QString("该农场暂时无法使用"));
+        QVERIFY(answer("确定"));
+        QCOMPARE(rig.page()->farmId(), 1);
+        rig.main->tabs().at(1)->button()->click();
+        QVERIFY(rig.settled());
+        QCOMPARE(rig.page()->farmId(), 2);
+        QCOMPARE(UserInfo::viewFarmId(), 2);
+        QVERIFY(rig.main->tabs().at(1)->button()->isChecked() && !rig.main->tabs().at(0)->button()->isChecked());
+
+        QPointer<FarmPage> second = rig.page();
+        rig.main->tabs().at(1)->cross()->click();
+        QCOMPARE(ids(), QList<int>({1, 3}));
+        QCOMPARE(rig.page()->farmId(), 1);
+        QTRY_VERIFY(!second);
+        rig.main->addButton()->click();
+        auto *dialog = topLevel<DialogFrame>();
+        QVERIFY(dialog && dialog->objectName() == "AddFarm");
+        QVERIFY(press(dialog, "确定") && !errorOf(dialog).isEmpty()); // nothing is ticked
+        dialog->findChild<TickList *>()->setTicked({"2"});
+        QVERIFY(press(dialog, "确定"));
+        QCOMPARE(ids(), QList<int>({1, 3, 2}));
+        QCOMPARE(rig.page()->farmId(), 2);
+        QVERIFY(rig.main->addButton()->isHidden());
+
+        const QJsonArray two{QJsonObject{{"farmId", 1}, {"name", "one"}, {"status", 2}}, QJsonObject{{"farmId", 3}, {"status", 1}},
+                             QJsonObject{{"farmId", 3}, {"status", 0}}, "no farm"};
+        rig.main->initMainDriver({{"status", 1}, {"skydriveFarms", two}}, true);
+        QCOMPARE(ids(), QList<int>({1, 3}));
+        QVERIFY(rig.main->tabs().at(0)->button()->text().contains("农场已灰度"));
+        QCOMPARE(rig.page()->farmId(), 3); // the only one left that can be used
+        rig.main->farmDel(3);
+        rig.main->farmDel(1);
+        QVERIFY(!rig.page() && rig.main->addButton()->isVisibleTo(rig.main));
+    }
+
+    // Disks and folders: made, named, renamed in place, deleted.
+    void folders()
+    {
+        DriverRig &rig = inDisk();
+        QCOMPARE(rig.page()->tree()->chain(rig.idOf("a")).size(), 3);
+        QVERIFY(rig.shows({"a", "b"}));
+        // A name that can't be is told, the field comes back with what was typed.
+        rig.key(Qt::Key_N, Qt::ControlModifier | Qt::ShiftModifier);
+        QVERIFY(rig.typeName("x|y"));
+        QTRY_COMPARE(message(), QString("文件名不能包含下列字符：\r\n\\ / : * ? \" < > |"));
+        QVERIFY(answer("确定"));
+        QTRY_VERIFY(rig.editor());
+        QCOMPARE(rig.editor()->text(), QString("x|y"));
+        QVERIFY(rig.typeName("新建文件夹"));
+        QVERIFY(rig.shows({"a", "b", "新建文件夹"}));
+        rig.act("createDir");
+        QTRY_VERIFY(rig.editor());
+        QCOMPARE(rig.editor()->text(), QString("新建文件夹 (1)"));
+        QTest::keyClick(rig.editor(), Qt::Key_Return);
+        QVERIFY(rig.shows({"a", "b", "新建文件夹", "新建文件夹 (1)"}));
+        QTRY_COMPARE(rig.page()->view()->currentIndex().data(Qt::EditRole).toString(), QString("新建文件夹 (1)"));
+        rig.act("createDir");
+        QVERIFY(rig.typeName("never", Qt::Key_Escape));
+        QVERIFY(rig.shows({"a", "b", "新建文件夹", "新建文件夹 (1)"}));
+
+        rig.choose({"b"});
+        rig.key(Qt::Key_F2);
+        QVERIFY(rig.typeName("c&d"));
+        QVERIFY(rig.shows({"a", "c&d", "新建文件夹", "新建文件夹 (1)"}));
+        rig.choose({"c&d"});
+        rig.key(Qt::Key_F2);
+        QVERIFY(rig.typeName("a")); // the farm refuses
+        QTRY_VERIFY(!message().isEmpty());
+        QVERIFY(answer("确定"));
+        QVERIFY(rig.shows({"a", "c&d", "新建文件夹", "新建文件夹 (1)"}));
+
+        rig.choose({"新建文件夹", "新建文件夹 (1)"});
+        rig.key(Qt::Key_Delete);
+        QTRY_VERIFY(message().startsWith("确定删除此文件或文件夹吗？"));
+        QVERIFY(answer("返回"));
+        QCOMPARE(rig.model()->rows().size(), 4);
+        rig.key(Qt::Key_Delete);
+        QVERIFY(answer("删除"));
+        QVERIFY(rig.shows({"a", "c&d"}));
+        QVERIFY(rig.comesTo({"D/", "D/a/", "D/a/file000000.bin", "D/c&d/"}));
+
+        rig.key(Qt::Key_Backspace);
+        QVERIFY(rig.shows({"D"}));
+        QVERIFY(!rig.page()->action("createDir")->isVisible() && !rig.page()->action("property")->isEnabled());
+        rig.act("addDrv");
+        auto *dialog = topLevel<DialogFrame>();
+        QVERIFY(dialog && type(dialog, "name", "D") && !press(dialog, "没有"));
+        QVERIFY(press(dialog, "确定") && dialog->isVisible()); // the name is there
+        QVERIFY(type(dialog, "name", "E") && type(dialog, "machine", "ws-01") && press(dialog, "确定"));
+        QVERIFY(rig.shows({"D", "E"}));
+        rig.choose({"D"});
+        rig.key(Qt::Key_Delete);
+        QVERIFY(message().startsWith("确定删除此盘符吗？盘符内文件将同步删除！"));
+        QVERIFY(answer("删除"));
+        QVERIFY(rig.shows({"E"}));
+        QVERIFY(rig.comesTo({"E/"}));
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // The way through the folders by keys, path, tree and search; a jump to a folder nobody has opened.
+    void walking()
+    {
+        DriverRig &rig = inDisk({"D/a/deep/er/x.bin", "D/b/", "D/beta/"});
+        const QString disk = rig.page()->folder(), a = rig.idOf("a");
+        QTest::keyClicks(rig.page()->view(), "be");
+        QCOMPARE(rig.page()->view()->currentIndex().data(Qt::EditRole).toString(), QString("beta"));
+        QVERIFY(rig.enter("a"));
+        QCOMPARE(rig.page()->path()->text(), QString("D/a"));
+        QCOMPARE(rig.page()->tree()->chosen(), a);
+        rig.key(Qt::Key_Left, Qt::AltModifier);
+        QVERIFY(rig.shows({"a", "b", "beta"}));
+        rig.key(Qt::Key_Right, Qt::AltModifier);
+        QVERIFY(rig.shows({"deep"}));
+        QVERIFY(rig.enter("deep") && rig.enter("er"));
+        const QString er = rig.page()->folder();
+        rig.choose({"file000000.bin"});
+        rig.key(Qt::Key_C, Qt::ControlModifier);
+        QCOMPARE(QGuiApplication::clipboard()->text(), QString("D/a/deep/er/file000000.bin"));
+        for (auto *crumb : rig.page()->path()->findChildren<QToolButton *>("crumb"))
+            if (crumb->toolTip() == "D") {
+                crumb->click();
+                break;
+            }
+        QVERIFY(rig.shows({"a", "b", "beta"}));
+
+        QVERIFY(rig.open() && rig.page()->folder() == "-1"); // a fresh page
+        emit rig.page()->path()->driverPathChanged(er);
+        QVERIFY(rig.shows({"file000000.bin"}));
+        QTRY_COMPARE(rig.page()->path()->text(), QString("D/a/deep/er"));
+        QTRY_COMPARE(rig.page()->tree()->chain(er).size(), 5);
+        emit rig.page()->path()->driverPathChanged(disk);
+        QVERIFY(rig.shows({"a", "b", "beta"}));
+
+        rig.key(Qt::Key_F, Qt::ControlModifier);
+        QTRY_COMPARE(QApplication::focusWidget(), static_cast<QWidget *>(rig.page()->path()->field()));
+        QTest::keyClicks(rig.page()->path()->field(), "000000");
+        QTest::keyClick(rig.page()->path()->field(), Qt::Key_Return);
+        QVERIFY(rig.shows({"file000000.bin"}));
+        QVERIFY(rig.page()->path()->searching() && !rig.page()->action("createDir")->isEnabled());
+        rig.choose({"file000000.bin"});
+        rig.key(Qt::Key_C, Qt::ControlModifier);
+        QTRY_COMPARE(QGuiApplication::clipboard()->text(), QString("D/a/deep/er/file000000.bin"));
+        rig.act("place");
+        QTRY_COMPARE(rig.page()->path()->text(), QString("D/a/deep/er"));
+        QVERIFY(!rig.page()->path()->searching());
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // Moved by the dialog and by a drag onto a row; into itself, never.
+    void moving()
+    {
+        DriverRig &rig = inDisk({"D/a/x.bin", "D/b/", "D/c/"});
+        const auto carried = [&rig](const QStringList &names) {
+            DragDrop drag;
+            QStringList ids;
+            for (const QString &name : names)
+                ids << rig.idOf(name);
+            auto data = std::make_unique<QMimeData>();
+            data->setData(
+                DragDrop::Mime,
+                QJsonDocument(
+                    QJsonObject{{"farmId", 1}, {"fileType", 1}, {"parent", rig.page()->folder()}, {"ids", QJsonArray::fromStringList(ids)}})
+                    .toJson());
+            return data;
+        };
+        QWidget *rows = rig.page()->view()->viewport();
+        QVERIFY(!rig.drop(carried({"a", "b"}).get(), rows, rig.placeOf("b")));
+        QVERIFY(!rig.drop(carried({"b"}).get(), rows, QPoint(20, rows->height() - 5))); // where it is
+        QVERIFY(rig.drop(carried({"a"}).get(), rows, rig.placeOf("b")));
+        QVERIFY(rig.shows({"b", "c"}));
+        QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/a/", "D/b/a/file000000.bin", "D/c/"}));
+
+        rig.choose({"b"});
+        rig.act("move");
+        auto *dialog = topLevel<MoveFarmFile>();
+        QVERIFY(dialog);
+        QTRY_COMPARE(dialog->tree()->chain(rig.idOf("c")).size(), 3);
+        QVERIFY(press(dialog, "移动") && !errorOf(dialog).isEmpty()); // it stands where it is
+        for (QModelIndex at = dialog->tree()->model()->index(0, 0); at.isValid(); at = dialog->tree()->indexBelow(at))
+            if (at.data().toString() == "c")
+                dialog->tree()->setCurrentIndex(at);
+        QVERIFY(press(dialog, "新建文件夹") && type(dialog, "newName", "in c") && press(dialog, "创建"));
+        QTRY_VERIFY(rig.farmHas().contains("D/c/in c/"));
+        QTRY_VERIFY(!dialog->busy());
+        QVERIFY(press(dialog, "移动"));
+        QVERIFY(rig.shows({"c"}));
+        QVERIFY(rig.comesTo({"D/", "D/c/", "D/c/b/", "D/c/b/a/", "D/c/b/a/file000000.bin", "D/c/in c/"}));
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // What goes wrong is told and nothing is lost: a folder removed elsewhere, a farm that goes, one that has no drive.
+    void trouble()
+    {
+        DriverRig &rig = inDisk({"D/a/x.bin", "D/b/"});
+        QVERIFY(rig.enter("a"));
+        const QString a = rig.page()->folder();
+        bool removed = false;
+        DriveRest::remove(1, 1, {a}).answered([&](const DriveRest::Reply &) { removed = true; }).send(rig.main);
+        QTRY_VERIFY(removed);
+        rig.key(Qt::Key_F5);
+        QVERIFY(rig.shows({"b"}));
+        QVERIFY(noteOf(rig.window.get()).contains("“a”"));
+        rig.farm.faults().set("drive-half-listing", "1@1");
+        rig.key(Qt::Key_F5);
+        QTRY_VERIFY(!rig.page()->error().isEmpty());
+        QCOMPARE(rig.names(), QStringList{"b"}); // half an answer is none
+        rig.farm.faults().set("drive-ring", "1@1");
+        rig.key(Qt::Key_F5);
+        QTRY_VERIFY(rig.page()->error().isEmpty());
+        QVERIFY(rig.shows({"b"}));
+        rig.farm.dropLinks();
+        rig.farm.stop();
+        rig.key(Qt::Key_F5);
+        QTRY_VERIFY(!rig.page()->error().isEmpty());
+        QCOMPARE(rig.names(), QStringList{"b"}); // what was seen stays
+    }
+
+    // Results: two trees, pictures made small, nothing that changes them.
+    void space()
+    {
+        m_rig.reset(new DriverRig);
+        DriverRig &rig = *m_rig;
+        rig.farm.stop();
+        rig.options.driveBytes = 100000;
+        QVERIFY(rig.farm.start(rig.options));
+        rig.farm.fillDrive(1, "D/a", 0, 1, 1000);
+        QVERIFY(rig.open() && rig.enter("D"));
+        QFile big(rig.folder.filePath("big.bin"));
+        QVERIFY(big.open(QIODevice::WriteOnly) && big.resize(200000));
+        big.close();
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(big.fileName())});
+        QWidget *rows = rig.page()->view()->viewport();
+        QVERIFY(rig.drop(&files, rows, QPoint(20, rows->height() - 5)));
+        QTRY_COMPARE(message(), QString("网盘空间不足，不允许拖入上传"));
+        QVERIFY(answer("确定"));
+        UserInfo::setRolePerm({{"grants", QJsonArray{1}}, {"result", 1}});
+        rig.main->rightsChanged();
+        QVERIFY(!rig.page()->action("upload")->isEnabled());
+        QVERIFY(rig.drop(&files, rows, QPoint(20, rows->height() - 5)));
+        QCOMPARE(message(), QString("您还没有上传文件的权限，请联系您的母账号开通！"));
+        QVERIFY(answer("确定"));
+        UserInfo::setRolePerm({{"grants", QJsonArray{}}, {"result", 1}});
+    }
+};
+
+VN_TEST(TestBrowser)
+#include "tst_browser.moc"

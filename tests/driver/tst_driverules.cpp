@@ -1,0 +1,264 @@
+// What the drive's browser decides without a window or a farm: names, acts, order, pieces, what is fetched for whom.
+#include "support/TestMain.h"
+#include "view/driver/DriveRules.h"
+#include "view/driver/DriveTree.h"
+#include "view/driver/FolderModel.h"
+#include "view/driver/FolderViews.h"
+#include "view/driver/LocalCount.h"
+#include "view/driver/ThumbStore.h"
+#include <QBuffer>
+#include <QItemSelectionModel>
+#include <QTemporaryDir>
+#include <QtTest>
+
+namespace
+{
+FileView entry(const QString &name, bool folder = false, const QString &id = {}, qlonglong size = 10)
+{
+    FileView one;
+    one.id = id.isEmpty() ? name : id;
+    one.name = name;
+    one.parent = "7";
+    one.type = folder ? SubFile::Folder : SubFile::File;
+    one.size = size;
+    return one;
+}
+
+QStringList names(const FolderModel &model)
+{
+    QStringList all;
+    for (int row = 0; row < model.rowCount(); ++row)
+        all << model.at(row).name;
+    return all;
+}
+
+QString words(const DriveRules::Acts &a)
+{
+    QStringList can;
+    const QList<QPair<bool, const char *>> all{
+        {a.addDisk, "disk"},      {a.rename, "rename"},     {a.remove, "remove"}, {a.create, "create"}, {a.move, "move"},
+        {a.property, "property"}, {a.download, "download"}, {a.submit, "submit"}, {a.upload, "upload"}, {a.check, "check"}};
+    for (const auto &one : all)
+        if (one.first)
+            can << one.second;
+    return can.join(' ');
+}
+} // namespace
+
+class TestDriveRules : public QObject
+{
+    Q_OBJECT
+private slots:
+    void name_data()
+    {
+        using N = DriveRules::Name;
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("what");
+        QTest::newRow("plain") << "shot 01.ma" << int(N::Good);
+        QTest::newRow("Chinese") << QString("镜头（一）") << int(N::Good);
+        QTest::newRow("254") << QString(254, 'a') << int(N::Good);
+        QTest::newRow("255") << QString(255, 'a') << int(N::Long);
+        QTest::newRow("255 and forbidden: the length is told first") << QString(255, '|') << int(N::Long);
+        for (const QChar c : QString("\\/:*?\"<>|\t\n\x7f"))
+            QTest::newRow(qPrintable(QString("forbidden %1").arg(int(c.unicode())))) << QString("a%1b").arg(c) << int(N::Characters);
+        for (const char *bad : {".", "..", "a.", "a ", " ", "con", "NUL", "Lpt9.txt", "com1 .log", "aux."})
+            QTest::newRow(bad) << bad << int(N::Characters);
+        QTest::newRow("superscript device") << QString("com\u00b9") << int(N::Characters);
+        QTest::newRow("not a device") << "console" << int(N::Good);
+        QTest::newRow("device with a number too many") << "com10" << int(N::Good);
+        QTest::newRow("as it was") << "before" << int(N::Unchanged);
+        QTest::newRow("empty") << "" << int(N::Unchanged);
+        QTest::newRow("other case") << "Before" << int(N::Good);
+    }
+    void name()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, what);
+        QCOMPARE(int(DriveRules::judgeName(name, "before")), what);
+    }
+    void freeName()
+    {
+        const QStringList there{"d", "d (1)", "d (3)"};
+        QCOMPARE(DriveRules::freeName("d", [&](const QString &n) { return there.contains(n); }), QString("d (2)"));
+        QCOMPARE(DriveRules::freeName("e", [&](const QString &n) { return there.contains(n); }), QString("e"));
+    }
+
+    void acts_data()
+    {
+        QTest::addColumn<QVector<FileView>>("chosen");
+        QTest::addColumn<int>("kind"); // 1 input, 2 results; 10: its root, 20: search, 40: without rights
+        QTest::addColumn<QString>("can");
+        const FileView folder = entry("f", true), file = entry("a.png"), scene = entry("A.MB");
+        FileView busy = file;
+        busy.pending = "...";
+        using V = QVector<FileView>;
+        QTest::newRow("root") << V{} << 11 << "disk";
+        QTest::newRow("a disk") << V{folder} << 11 << "disk rename remove";
+        QTest::newRow("two disks") << V{folder, folder} << 11 << "disk remove";
+        QTest::newRow("nothing in a folder") << V{} << 1 << "create upload";
+        QTest::newRow("a folder") << V{folder} << 1 << "rename remove create move property download upload check";
+        QTest::newRow("a scene") << V{scene} << 1 << "rename remove create move property download submit upload";
+        QTest::newRow("a scene and a picture") << V{scene, file} << 1 << "remove create move download upload";
+        QTest::newRow("something under way") << V{file, busy} << 1 << "create upload";
+        QTest::newRow("found by a search") << V{file} << 21 << "rename remove move property download";
+        QTest::newRow("a result") << V{file} << 2 << "remove property download";
+        QTest::newRow("a scene without rights") << V{scene} << 41 << "rename remove create move property";
+    }
+    void acts()
+    {
+        QFETCH(QVector<FileView>, chosen);
+        QFETCH(int, kind);
+        DriveRules::Where where{kind % 10, (kind / 10) == 1, (kind / 10) == 2, kind < 40, kind < 40, kind < 40};
+        QVector<const FileView *> rows;
+        for (const FileView &one : qAsConst(chosen))
+            rows << &one;
+        QTEST(words(DriveRules::judgeAction(rows, where)), "can");
+    }
+    void movable()
+    {
+        QVERIFY(DriveRules::movable({"5"}, {"-1", "2", "3"}, "2"));
+        QVERIFY(!DriveRules::movable({"5"}, {"-1", "2"}, "2"));           // there already
+        QVERIFY(!DriveRules::movable({"5"}, {"-1"}, "2"));                // among the disks
+        QVERIFY(!DriveRules::movable({"4", "2"}, {"-1", "2", "3"}, "9")); // into itself
+    }
+
+    // Folders first, numbers as numbers; sorting by another column and back keeps what someone holds on to.
+    void order()
+    {
+        FolderModel model;
+        QVector<FileView> rows{entry("b10", false, {}, 5), entry("b9", false, {}, 7), entry("A", false, {}, 9), entry("z", true)};
+        DriveSort::sort(&rows, DriveSort::Name, false);
+        model.setRows(rows);
+        QCOMPARE(names(model), QStringList({"z", "A", "b9", "b10"}));
+        const QPersistentModelIndex held = model.indexOf("b9");
+        DriveSort::sort(&rows, DriveSort::Size, true);
+        model.setOrdered(rows, DriveSort::Size, true);
+        QCOMPARE(names(model), QStringList({"z", "A", "b9", "b10"}));
+        DriveSort::sort(&rows, DriveSort::Size, false);
+        model.setOrdered(rows, DriveSort::Size, false);
+        QCOMPARE(names(model), QStringList({"z", "b10", "b9", "A"}));
+        QCOMPARE(held.data(Qt::EditRole).toString(), QString("b9"));
+        QCOMPARE(held.row(), 2);
+        // Read again: what went goes, what came stands in its place, what moved moves, the held row stays itself.
+        rows = {entry("new", true), entry("A"), entry("b9", false, {}, 70), entry("c")};
+        model.setRows(rows);
+        QCOMPARE(names(model), QStringList({"new", "A", "b9", "c"}));
+        QCOMPARE(held.data(Qt::EditRole).toString(), QString("b9"));
+        QCOMPARE(model.entry("b9")->size, 70LL);
+    }
+    // A big folder comes in pieces, is found by its names before the last piece is there, and may shrink meanwhile.
+    void pieces()
+    {
+        FolderModel model;
+        QVector<FileView> rows;
+        for (int i = 0; i < 3 * FolderModel::Piece + 7; ++i)
+            rows << entry(QString("file%1").arg(i, 6, 10, QChar('0')));
+        model.setRows(rows);
+        QCOMPARE(model.rowCount(), FolderModel::Piece);
+        QVERIFY(model.filling() && model.taken("FILE012345") && !model.indexOf("file012345").isValid());
+        model.remove({"file000001", "file012345"});
+        QTRY_VERIFY(!model.filling());
+        QCOMPARE(model.rowCount(), rows.size() - 2);
+        QVERIFY(!model.taken("file012345"));
+        model.setRows(rows); // too long to be patched: what was seen is there at once
+        QCOMPARE(model.rowCount(), rows.size() - 2);
+        QCOMPARE(model.next("file0101", 20), 10100);
+        QCOMPARE(model.next("FILE0000", 9999), 0); // round
+        QCOMPARE(model.next("none", 0), -1);
+        model.open(2);
+        QCOMPARE(model.rowCount(), 0);
+        QTest::qWait(0);
+        QCOMPARE(model.rowCount(), 0); // no piece of the old list comes after
+    }
+    void typedNames()
+    {
+        FolderModel model;
+        model.setRows({entry("alpha"), entry("arm"), entry("arnold"), entry("beta")});
+        TypedName typed;
+        QCOMPARE(typed.type(model, "a", 0, 0), 1);    // the next one
+        QCOMPARE(typed.type(model, "r", 1, 100), 1);  // "ar": this one still fits
+        QCOMPARE(typed.type(model, "n", 1, 200), 2);  // "arn"
+        QCOMPARE(typed.type(model, "b", 2, 5000), 3); // later: another word
+        QCOMPARE(typed.type(model, "a", 3, 9000), 0);
+        QCOMPARE(typed.type(model, "A", 0, 9100), 1); // the same letter goes on
+        QCOMPARE(typed.type(model, "q", 1, 9200), -1);
+    }
+    void texts()
+    {
+        QCOMPARE(DriveText::clean(QString("a\nb\u202egnp.exe")), QString("a\ufffdb\ufffdgnp.exe"));
+        FileView folder = entry("f", true);
+        QVERIFY(!DriveText::tip(folder).contains("大小") && DriveText::tip(entry("f")).contains("大小：10B\r\n"));
+    }
+
+    // At most four on their way; what scrolled away before its turn isn't fetched, nor twice what can't be shown.
+    void thumbnails()
+    {
+        QStringList asked;
+        QList<std::function<void(const QByteArray &)>> waiting;
+        ThumbStore store(
+            [&](const FileView &one, std::function<void(const QByteArray &)> then) {
+                asked << one.id;
+                waiting << then;
+            },
+            nullptr);
+        QVector<FileView> seen{entry("big.png", false, {}, ThumbStore::Largest + 1), entry("f.png", true), entry("a.ma")};
+        for (int i = 0; i < 9; ++i)
+            seen << entry(QString("%1.png").arg(i));
+        store.setSeen(seen);
+        QCOMPARE(asked, QStringList({"0.png", "1.png", "2.png", "3.png"}));
+        store.setSeen({entry("0.png"), entry("8.png")});
+        QByteArray png;
+        QBuffer buffer(&png);
+        QImage(40, 20, QImage::Format_RGB32).save(&buffer, "PNG");
+        QSignalSpy ready(&store, &ThumbStore::ready);
+        waiting.at(0)(png);
+        QTRY_COMPARE(ready.size(), 1);
+        QVERIFY(store.find(entry("0.png")) && !store.find(entry("1.png")));
+        waiting.at(1)("no picture");
+        waiting.at(2)({});
+        QTRY_COMPARE(store.running(), 2); // 3 and 8
+        QCOMPARE(asked.last(), QString("8.png"));
+        store.setSeen({entry("1.png"), entry("2.png")});
+        QCOMPARE(asked.size(), 5);
+        store.forget();
+        store.setSeen({entry("1.png")});
+        QCOMPARE(asked.size(), 6);
+    }
+
+    // A branch shows a step at a time; a folder that holds its own ancestor ends there.
+    void tree()
+    {
+        DriveTree tree("tree", nullptr);
+        tree.clear(1);
+        QVector<FileView> many;
+        for (int i = 0; i < DriveTree::Step + 5; ++i)
+            many << entry(QString("d%1").arg(i), true);
+        tree.fillTree(many, "-1");
+        const auto shown = [&tree](const QString &id) { return tree.chain(id).size(); };
+        QCOMPARE(shown("d299"), 2);
+        QCOMPARE(shown("d300"), 0);
+        tree.showChain({entry("root", true, "-1"), many.at(303), entry("x", true)}); // deep jump past the step
+        QCOMPARE(tree.chosen(), QString("x"));
+        QCOMPARE(tree.chain("x"), QStringList({"-1", "d303", "x"}));
+        tree.fillTree({entry("root", true, "-1"), entry("d303", true), entry("y", true)}, "x");
+        QCOMPARE(tree.chain("d303"), QStringList({"-1", "d303"}));
+        QCOMPARE(tree.chain("y"), QStringList({"-1", "d303", "x", "y"}));
+    }
+
+    void counting()
+    {
+        QTemporaryDir folder;
+        QDir(folder.path()).mkpath("a/b");
+        for (const char *name : {"a/1", "a/b/2", "3"}) {
+            QFile file(folder.filePath(name));
+            QVERIFY(file.open(QIODevice::WriteOnly) && file.write(QByteArray(1000, 'x')) == 1000);
+        }
+        QFile::link(folder.path(), folder.filePath("a/ring"));
+        const LocalCount::Sum all = LocalCount::count({folder.filePath("a"), folder.filePath("3"), "/nowhere"}, 10000);
+        QVERIFY(all.whole && all.bytes == 3000 && all.files == 3);
+        QVERIFY(!LocalCount::count({folder.filePath("a")}, 0).whole);
+    }
+};
+
+VN_TEST(TestDriveRules)
+#include "tst_driverules.moc"
