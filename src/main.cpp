@@ -20,6 +20,7 @@
 #include "view/Login.h"
 #include "view/MainWindow.h"
 #include "view/MasterMeeting.h"
+#include "view/Shell.h"
 #include "view/Startup.h"
 #include "view/update/SoftwareUpdateManager.h"
 #include <atomic>
@@ -114,6 +115,10 @@ int runClient(const RunMode &mode, SingleApp *app)
     updates.setForward(UserInfo::isSlave() ? UserInfo::masterHost() : QString(), master.updatePort);
     updates.setWindow([&login]() -> QWidget * { return login.mainWindow(); });
     updates.start(mode.updateWord);
+    QObject::connect(&login, &Login::sessionBegan, &updates, [&login, &updates] {
+        QObject::connect(login.mainWindow()->shell(), &Shell::updatesAsked, &updates, &SoftwareUpdateManager::ask);
+        Startup::tellRefusedUpdate(login.mainWindow());
+    });
     LinkHand links(&login);
     QObject::connect(app, &SingleApp::told, &links, &LinkHand::take);
     links.take(mode.link);

@@ -1244,6 +1244,10 @@
         <source>设置</source>
         <translation>Settings</translation>
     </message>
+    <message>
+        <source>软件更新</source>
+        <translation>Software updates</translation>
+    </message>
 </context>
 <context>
     <name>Leaving</name>
@@ -3066,6 +3070,10 @@ May they be saved there?</translation>
     <message>
         <source>无法连接远程主机！</source>
         <translation>The remote host can&apos;t be reached!</translation>
+    </message>
+    <message>
+        <source>新版本没有安装：%1</source>
+        <translation>The new version was not installed: %1</translation>
     </message>
 </context>
 <context>
@@ -7116,6 +7124,25 @@ Type: %2<byte value="xd"/>
     <message>
         <source>总计：已%1文件数%2，待%1文件数%3，总文件数%4</source>
         <translation>Total: %1 %2, still to be %1 %3, files in all %4</translation>
+    </message>
+</context>
+<context>
+    <name>SoftwareUpdateManager</name>
+    <message>
+        <source>此版本没有发布者的密钥，不能更新</source>
+        <translation>This build knows no publisher&apos;s key and can&apos;t be updated</translation>
+    </message>
+    <message>
+        <source>没有取得更新列表：%1</source>
+        <translation>The list of updates couldn&apos;t be had: %1</translation>
+    </message>
+    <message>
+        <source>软件都是最新版本</source>
+        <translation>All software is up to date</translation>
+    </message>
+    <message>
+        <source>更新程序没有回答</source>
+        <translation>The updater gave no answer</translation>
     </message>
 </context>
 </TS>

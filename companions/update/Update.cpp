@@ -72,7 +72,8 @@ bool Update::told(bool good, const QString &words) const
     if (log.size() > Most)
         log.remove();
     if (log.open(QIODevice::Append))
-        log.write(QDateTime::currentDateTime().toString(Qt::ISODate).toUtf8() + ' ' + words.toUtf8() + '\n');
+        log.write(QDateTime::currentDateTime().toString(Qt::ISODate).toUtf8() + (good ? " " : " ! ") +
+                  words.toUtf8().simplified() + '\n');
     return good;
 }
 

@@ -89,6 +89,7 @@ HeadBar::HeadBar(QWidget *parent) : QWidget(parent)
         action->setCheckable(true);
         action->setChecked((word == QLatin1String("zh_cn")) == (UserInfo::languageNumber() == 0));
     }
+    menu->addAction(tr("软件更新"), this, &HeadBar::updates);
     menu->addSeparator();
     menu->addAction(tr("退出程序"), this, &HeadBar::leave);
     m_account->setMenu(menu);

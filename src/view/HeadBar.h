@@ -31,6 +31,7 @@ signals:
     void notices();
     void settings();
     void changeUser();
+    void updates();
     void leave();
     void language(QString word); // "zh_cn" or "en_us"
 

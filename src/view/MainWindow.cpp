@@ -81,6 +81,7 @@ void MainWindow::makeHead()
     connect(m_bar, &HeadBar::settings, this, &MainWindow::on_setBtn_clicked);
     connect(m_bar, &HeadBar::changeUser, m_shell, [this] { emit m_shell->reLogin(ByHand); });
     connect(m_bar, &HeadBar::language, this, &MainWindow::setLanguage);
+    connect(m_bar, &HeadBar::updates, m_shell, &Shell::updatesAsked);
     connect(m_bar, &HeadBar::leave, TrayIcon::instance(), &TrayIcon::leave);
 }
 

@@ -3,6 +3,7 @@
 #include "common/RunMode.h"
 #include "common/Session.h"
 #include "common/ui/Background.h"
+#include "common/ui/MsgTool.h"
 #include "common/ui/Palette.h"
 #include "common/ui/SingleApp.h"
 #include "common/UserInfo.h"
@@ -202,4 +203,35 @@ bool Startup::updateStarted(const MasterMeeting &master)
     VFunc::runAs(updater(),
                  RunMode::updateParameter(newest, UserInfo::isSlave(), UserInfo::masterHost(), master.updatePort));
     return true;
+}
+
+QString Startup::refusedUpdate(const QString &programDir, QString *known)
+{
+    constexpr qint64 Tail = 4096;
+    QFile log(programDir + QStringLiteral(".update.log"));
+    if (!log.open(QIODevice::ReadOnly) || !log.seek(qMax<qint64>(0, log.size() - Tail)))
+        return {};
+    const QString line = QString::fromUtf8(log.readAll()).trimmed().section(QLatin1Char('\n'), -1);
+    const bool fresh = line != *known;
+    *known = line;
+    const QString words = line.section(QLatin1Char(' '), 1);
+    return fresh && words.startsWith(QLatin1String("! ")) ? words.mid(2) : QString();
+}
+
+void Startup::tellRefusedUpdate(QWidget *over)
+{
+    Background::run(
+        over,
+        [tree = UserInfo::programDir()] {
+            const QString before = UserInfo::allValue(QStringLiteral("Update"), QStringLiteral("told")).toString();
+            QString known = before;
+            const QString why = refusedUpdate(tree, &known);
+            if (known != before)
+                UserInfo::setAllValue(QStringLiteral("Update"), QStringLiteral("told"), known);
+            return why;
+        },
+        [over](const QString &why) {
+            if (!why.isEmpty())
+                MsgTool::msgOk(over, QCoreApplication::translate("Startup", "新版本没有安装：%1").arg(why));
+        });
 }

@@ -5,6 +5,7 @@
 
 class Login;
 class QTranslator;
+class QWidget;
 class SingleApp;
 struct MasterMeeting;
 
@@ -24,5 +25,8 @@ bool trialGoesOn();
 void watchTrial(Login *login);
 
 // Asks for the newest version, waits at most 3 s. True: the updater runs and the program is to end.
+// Why the updater put nothing in place since the last start; each reason once.
+void tellRefusedUpdate(QWidget *over);
+QString refusedUpdate(const QString &programDir, QString *known); // known: the line of its log told last; blocks
 bool updateStarted(const MasterMeeting &master);
 } // namespace Startup

@@ -1,4 +1,6 @@
 // Updates of software from the farm's list to the files in their places, through the child and the windows.
+#include "common/ui/Background.h"
+#include "common/ui/MsgTool.h"
 #include "Farm.h"
 #include "package/FileInstall.h"
 #include "package/PackageWriter.h"
@@ -98,7 +100,11 @@ private slots:
         put(m_program + "/scripts/maya/new.py", "old");
         QVERIFY(QFile::copy(QCoreApplication::applicationDirPath() + "/software_upgrade", m_program + "/software_upgrade"));
     }
-    void cleanup() { qDeleteAll(m_over.findChildren<DialogFrame *>()); }
+    void cleanup()
+    {
+        qDeleteAll(m_over.findChildren<BaseWidget *>(QString(), Qt::FindDirectChildrenOnly));
+        Background::finish();
+    }
 
     void wholeRoad()
     {
@@ -160,6 +166,27 @@ private slots:
         }
         auto manager = looked();
         QVERIFY(manager && manager->state().updates().isEmpty() && !window<CVersionManager>());
+        QVERIFY2(!window<MsgBox>(), "a look that nobody asked for is silent");
+        manager->ask();
+        QTRY_VERIFY(window<MsgBox>());
+        const QString said = window<MsgBox>()->text();
+        QVERIFY2(said.startsWith(how.startsWith("a child") ? "软件都是最新版本" : "没有取得更新列表：") && said.size() > 7,
+                 qPrintable(said));
+        QVERIFY2(how != "signed by another" || said.contains("isn't signed by a known key"), qPrintable(said));
+    }
+    // Betas alone bring no window; who asks sees them.
+    void betasByHand()
+    {
+        QVERIFY(release("1.1.0.0", {"TYPE=1"}));
+        auto manager = looked();
+        QVERIFY(manager && !window<CVersionManager>());
+        manager->ask();
+        QTRY_VERIFY(window<CVersionManager>() && window<CVersionManager>()->isVisible());
+        QVERIFY(window<CVersionManager>()->findChild<QCheckBox *>("betas")->isChecked());
+        SoftwareUpdateManager keyless({m_program, m_folder, {}});
+        keyless.setWindow([this] { return &m_over; });
+        keyless.ask();
+        QVERIFY(window<MsgBox>()->text().contains("密钥"));
     }
 
     // What can't be installed is told, changes nothing, and comes with another try.
@@ -238,6 +265,7 @@ private slots:
         QSignalSpy later(window<CVersionManager>(), &CVersionManager::putOff);
         press(window<CVersionManager>(), "laterBtn");
         QCOMPARE(later.size(), 1);
+        Background::finish();
         // Its day is over.
         SoftwareState state = SoftwareState::read(m_folder);
         QCOMPARE(state.forcedSince.keys(), QStringList{"maya_scripts/1.0.0.2"});

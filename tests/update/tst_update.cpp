@@ -4,6 +4,7 @@
 #include "package/PackageWriter.h"
 #include "package/TreeSwap.h"
 #include "support/TestMain.h"
+#include "view/Startup.h"
 #include <QtTest>
 
 class TestUpdate : public QObject
@@ -130,6 +131,8 @@ private slots:
         QCOMPARE(content(m_tree + "/notes.txt"), QByteArray("mine"));
         QCOMPARE(content(m_tree + "/service.ini"), addresses);
         QTRY_VERIFY(content(m_tree + ".update.log").contains("has started"));
+        QString known;
+        QCOMPARE(Startup::refusedUpdate(m_tree, &known), QString());
         QVERIFY(!QFileInfo::exists(m_tree + ".old") && !QFileInfo::exists(m_tree + ".new"));
         QCOMPARE(QFileInfo::exists(m_tree + ".updater/update"), with.contains("VN_UPDATE_AWAY"));
         QVERIFY(QDir(testHome()).entryList({"*.desktop"}).isEmpty());
@@ -193,6 +196,9 @@ private slots:
         QByteArray said;
         QCOMPARE(update({version}, &said, {}, limit), 1);
         QVERIFY2(said.contains(sentence.toUtf8()), said.constData());
+        QString known; // the client that comes up again tells why, once
+        QVERIFY(Startup::refusedUpdate(m_tree, &known).contains(sentence));
+        QCOMPARE(Startup::refusedUpdate(m_tree, &known), QString());
         QCOMPARE(content(m_tree + "/behaviour"), QByteArray("comes up"));
         QCOMPARE(TreeSwap(m_tree).state(), TreeSwap::Nothing);
         QTRY_COMPARE(ran(), (QList<QByteArray>{"first notupdate"})); // the client had closed for this

@@ -44,6 +44,8 @@ CVersionManager::CVersionManager(const SoftwareState &state, bool must, QWidget 
 
 bool CVersionManager::offersAnything() const { return m_any; }
 
+void CVersionManager::offerBetas() { m_betas->setChecked(true); }
+
 void CVersionManager::showBetas(bool on)
 {
     m_any = false;

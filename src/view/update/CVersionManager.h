@@ -14,6 +14,7 @@ public:
     CVersionManager(const SoftwareState &state, bool must, QWidget *parent);
     bool offersAnything() const; // a release, or a beta that was chosen before
     QList<SoftwareOffer> chosen() const;
+    void offerBetas(); // as its box does
 
 signals:
     void wanted(QList<SoftwareOffer> list);

@@ -1,6 +1,7 @@
 #include "view/update/SoftwareUpdateManager.h"
 #include "common/platform/Platform.h"
 #include "common/ui/Background.h"
+#include "common/ui/MsgTool.h"
 #include "package/FileInstall.h"
 #include "view/update/CVersionManager.h"
 #include "view/update/SoftwareProgressBar.h"
@@ -87,6 +88,7 @@ void SoftwareUpdateManager::start(const QString &mode)
 void SoftwareUpdateManager::look()
 {
     m_read.clear();
+    m_why = tr("更新程序没有回答"); // until it has
     m_limit.start(AnswerMs);
     m_child.start(program(), words());
 }
@@ -114,9 +116,11 @@ void SoftwareUpdateManager::readFromClient()
 void SoftwareUpdateManager::take(const QJsonObject &answer)
 {
     if (!answer.value(QLatin1String("success")).toBool()) {
-        qWarning().noquote() << "SoftwareUpdateManager::take" << answer.value(QLatin1String("msg")).toString();
+        m_why = answer.value(QLatin1String("msg")).toString();
+        qWarning().noquote() << "SoftwareUpdateManager::take" << m_why;
         return;
     }
+    m_why.clear();
     QList<SoftwareOffer> fresh;
     for (const QJsonValue &value : answer.value(QLatin1String("versions")).toArray()) {
         const SoftwareOffer offer = SoftwareOffer::fromJson(value.toObject());
@@ -131,7 +135,32 @@ void SoftwareUpdateManager::take(const QJsonObject &answer)
     if (m_state.updates().isEmpty())
         return;
     emit offered();
-    show();
+    if (!m_asked)
+        show();
+}
+
+void SoftwareUpdateManager::ask()
+{
+    m_asked = true;
+    if (m_places.key.isEmpty()) {
+        m_why = tr("此版本没有发布者的密钥，不能更新");
+        answerAsked();
+    } else if (m_child.state() == QProcess::NotRunning) {
+        look();
+    }
+}
+
+void SoftwareUpdateManager::answerAsked()
+{
+    QWidget *over = m_over();
+    if (!std::exchange(m_asked, false) || !over)
+        return;
+    if (!m_why.isEmpty())
+        MsgTool::msgOk(over, tr("没有取得更新列表：%1").arg(m_why));
+    else if (m_state.updates().isEmpty())
+        MsgTool::msgOk(over, tr("软件都是最新版本"));
+    else
+        open(true);
 }
 
 void SoftwareUpdateManager::setState(const SoftwareState &state)
@@ -149,6 +178,16 @@ void SoftwareUpdateManager::show()
         m_show.start(ShowMs);
         return;
     }
+    open(false);
+}
+
+void SoftwareUpdateManager::open(bool betas)
+{
+    if (m_window) {
+        m_window->activateWindow();
+        return;
+    }
+    QWidget *over = m_over();
     const qint64 at = m_state.forcedAt();
     m_window = new CVersionManager(m_state, at >= 0 && at <= QDateTime::currentMSecsSinceEpoch(), over);
     connect(m_window, &CVersionManager::wanted, this, [this](const QList<SoftwareOffer> &list) {
@@ -158,6 +197,8 @@ void SoftwareUpdateManager::show()
         bar->begin();
     });
     connect(m_window, &CVersionManager::putOff, this, &SoftwareUpdateManager::remind);
+    if (betas)
+        m_window->offerBetas();
     if (!m_window->offersAnything()) { // betas that nobody has chosen
         delete m_window;
         return;
@@ -178,6 +219,7 @@ void SoftwareUpdateManager::processFinished(int exitCode, QProcess::ExitStatus e
     m_limit.stop();
     readFromClient();
     qDebug() << "SoftwareUpdateManager::processFinished exitStatus =" << exitStatus << "exitCode =" << exitCode;
+    answerAsked();
     emit looked();
 }
 
@@ -187,5 +229,7 @@ void SoftwareUpdateManager::processError(QProcess::ProcessError error)
     if (error != QProcess::FailedToStart) // the others are followed by an end
         return;
     m_limit.stop();
+    m_why = m_child.errorString();
+    answerAsked();
     emit looked();
 }

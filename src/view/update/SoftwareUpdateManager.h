@@ -28,6 +28,8 @@ public:
     void setWindow(std::function<QWidget *()> over) { m_over = std::move(over); }    // null: not yet
     void start(const QString &mode);                                                 // the run-mode word
     void show(); // the window, if there is anything to show and a window to show it over
+    // By hand: looks anew, then shows all there is, betas too, or says why there is nothing.
+    void ask();
     const SoftwareState &state() const { return m_state; }
     const Places &places() const { return m_places; }
     QString program() const;   // the child
@@ -49,11 +51,14 @@ public slots:
 
 private:
     void look();
+    void answerAsked();
+    void open(bool betas);
     void take(const QJsonObject &answer);
     void remind();
 
     Places m_places;
-    QString m_mode, m_host;
+    QString m_mode, m_host, m_why; // why: the last look brought nothing
+    bool m_asked = false;
     int m_port = 0;
     std::function<QWidget *()> m_over;
     SoftwareState m_state;
