@@ -7,6 +7,7 @@
 #include "common/VFunc.h"
 #include "io/Ask.h"
 #include "io/NetDown.h"
+#include "io/NetTcp.h"
 #include "task/Cell.h"
 #include "task/SubTask.h"
 #include <atomic>
@@ -20,6 +21,8 @@
 namespace
 {
 std::atomic_int made{0}; // no two fetches share a file
+std::atomic_int open{0}; // that wait for a picture in an answer
+constexpr int AnswerMs = 500;
 
 QString endingOf(const QByteArray &picture)
 {
@@ -48,9 +51,30 @@ void SubPicture::start()
         [this] {
             emit progress(-1, -1);
             QTimer::singleShot(LimitMs, this, [this] { end({}, tr("暂时无截图预览，请稍后再试！")); });
+            if (m_of.mode == Stream)
+                hearStreams();
             ask();
         },
         Qt::QueuedConnection);
+}
+
+// A server may send the picture by itself in place of an answer. Nothing in it tells whose it is: it's taken only while
+// nobody else waits for one, and unless it turns out to be the answer.
+void SubPicture::hearStreams()
+{
+    ++open;
+    connect(this, &QObject::destroyed, [] { --open; });
+    NetTcp *tcp = NetTcp::instance();
+    if (!tcp)
+        return;
+    connect(tcp, &NetTcp::bsStream, this, [this](int cmd, int val, const QByteArray &data) {
+        if (cmd != Command::Preview || val != Command::success(cmd) || data.isEmpty() || open != 1)
+            return;
+        QTimer::singleShot(AnswerMs, this, [this, val, data] {
+            if (m_asked)
+                take(val, QJsonDocument::fromJson(data).object(), data);
+        });
+    });
 }
 
 QString SubPicture::name() const
@@ -62,6 +86,7 @@ void SubPicture::ask()
 {
     const bool byIndex = m_of.mode == Index;
     const auto body = std::make_shared<QByteArray>();
+    m_asked = true;
     Ask(byIndex ? Command::Thumbnails : Command::Preview,
         byIndex ? SubAsk::picture(m_of.task, m_of.sub, m_of.index) : SubAsk::preview(m_of.task, m_of.sub, m_of.version))
         .within(LimitMs)
@@ -75,6 +100,7 @@ void SubPicture::take(int val, const QJsonObject &answer, const QByteArray &body
 {
     if (m_over)
         return;
+    m_asked = false;
     qDebug().noquote() << "SubPicture::take" << QStringLiteral("%1预览json%2").arg(name()).arg(val) << body.size();
     if (!Command::good(m_of.mode == Index ? Command::Thumbnails : Command::Preview, val)) {
         const QString text = SubTask::codeText(val);

@@ -33,6 +33,7 @@ signals:
 
 private:
     void ask();
+    void hearStreams();
     void take(int val, const QJsonObject &answer, const QByteArray &body);
     void fetchLink(const QString &url);
     void keep(const QByteArray &picture);
@@ -41,5 +42,5 @@ private:
     QString name() const;
 
     Of m_of;
-    bool m_over = false;
+    bool m_over = false, m_asked = false;
 };

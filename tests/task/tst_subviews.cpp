@@ -1,4 +1,5 @@
 // The views of a task's sub-tasks, against servers that answer oddly and against the living farm.
+#include "common/ResultPath.h"
 #include "common/ui/MsgTool.h"
 #include "io/local/HttpServer.h"
 #include "set/FarmRig.h"
@@ -11,6 +12,7 @@
 #include "view/task/MissionSubDialogs.h"
 #include "view/task/MissonBlock.h"
 #include "view/task/Preview.h"
+#include <QBuffer>
 #include <QClipboard>
 #include <QComboBox>
 #include <QMenu>
@@ -240,6 +242,16 @@ private slots:
             QCOMPARE(m_farm->last(10407)["subjobId"].toInt(), 700002);
             delete view;
         }
+        QByteArray png;
+        QBuffer out(&png);
+        QImage(8, 8, QImage::Format_RGB32).save(&out, "png");
+        m_farm->answer(10407, [&](const BusinessPeer::Request &) { // by itself, in place of an answer
+            m_farm->sendText(-1, 10407, 1040700, png);
+            return BusinessPeer::Reply{0, {}, true};
+        });
+        m_view->openTask(task(7));
+        PreviewQN *view = m_view->previewClick("700002");
+        QTRY_COMPARE(view->canvas()->note(), QString());
     }
 };
 
@@ -326,6 +338,15 @@ private slots:
         QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(here).size() == QFileInfo(whole).size() && whole.size() > 0, 3 * LogView::MoreMs);
         QVERIFY(whole.open(QIODevice::ReadOnly) && here.open(QIODevice::ReadOnly));
         QCOMPARE(here.readAll(), whole.readAll());
+        // What is on disk is shown from there.
+        const QJsonObject results = m_rig->ask(10805, {{"missionId", id}});
+        const QString root = ResultPath::root(results, false),
+                      file = root + '/' + results["rows"].toArray().first().toObject()["path"].toString();
+        QVERIFY(!root.isEmpty() && QDir().mkpath(QFileInfo(file).path()));
+        QVERIFY(QFile::copy(m_rig->farm.results(id).first().file, file));
+        preview->lookAtDisk();
+        QTRY_COMPARE(preview->sequence().files.values(), QStringList(file));
+        QCOMPARE(preview->sequence().ordered, (QList<int>{1, 2, 3, 4}));
         // Rendered again: the new row stands below the one that it replaces.
         m_view->getSubMission();
         QTRY_COMPARE(m_view->model()->record(running)->status, 3);
