@@ -95,6 +95,7 @@ int codeOf(CURLcode result)
         return OssError::TimedOut;
     case CURLE_SSL_CONNECT_ERROR:
     case CURLE_PEER_FAILED_VERIFICATION:
+    case CURLE_SSL_CACERT_BADFILE:
         return OssError::TlsFailed;
     case CURLE_READ_ERROR:
         return OssError::FileChanged;
@@ -184,6 +185,9 @@ int S3Client::once(const char *verb, const QByteArray &url, const Body &body, co
     const QByteArray sign = "aws:amz:" + m_store.region.toUtf8() + ":s3";
     curl_easy_setopt(m_curl, CURLOPT_URL, url.constData());
     curl_easy_setopt(m_curl, CURLOPT_PATH_AS_IS, 1L);
+    // A studio's own store may have a certificate that only the studio vouches for.
+    if (const QByteArray own = qgetenv("SSL_CERT_FILE"); !own.isEmpty())
+        curl_easy_setopt(m_curl, CURLOPT_CAINFO, own.constData());
     curl_easy_setopt(m_curl, CURLOPT_PROTOCOLS_STR, "http,https");
     curl_easy_setopt(m_curl, CURLOPT_AWS_SIGV4, sign.constData());
     curl_easy_setopt(m_curl, CURLOPT_USERPWD, keys.constData());

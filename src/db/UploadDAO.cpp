@@ -253,6 +253,12 @@ int UploadDAO::count(const QString &order)
     return int(number("select count(*) from up where ordernum = ?", {order}));
 }
 
+bool UploadDAO::wants(const QString &lpath)
+{
+    Locker lock(m_mutex);
+    return number("select count(*) from (select 1 from up where lpath = ? limit 1)", {lpath}) != 0;
+}
+
 int UploadDAO::knows(const QString &order)
 {
     Locker lock(m_mutex);

@@ -23,6 +23,7 @@ public:
     bool remove(qlonglong pri);
     bool remove(const QList<qlonglong> &pris);
     bool removeOrder(const QString &order);
+    bool wants(const QString &lpath);       // some order is to upload this file; true also where that can't be told
     bool setMeasure(const db_upfile &file); // hash, modtime, size
     bool setHash(const db_upfile &file);
     int count(const QString &order); // -1 on failure

@@ -9,6 +9,9 @@
 #include "support/TestMain.h"
 #include <QJsonArray>
 #include <QJsonDocument>
+#include <QProcess>
+#include <QSslKey>
+#include <QSslSocket>
 #include <QUrl>
 #include <QUrlQuery>
 
@@ -95,6 +98,35 @@ struct FakeStore {
         for (const QByteArray &line : request.head.split('\n'))
             if (line.startsWith("x-amz-meta-"))
                 meta[key].insert(line.left(line.indexOf(':')), line.mid(line.indexOf(':') + 1).trimmed());
+    }
+};
+
+// Stands before a server and speaks TLS for it.
+struct TlsFront : QTcpServer {
+    quint16 behind;
+    QSslKey key;
+    QSslCertificate cert;
+    TlsFront(quint16 port, const QString &keyFile, const QString &certFile) : behind(port)
+    {
+        QFile from(keyFile), also(certFile);
+        if (from.open(QIODevice::ReadOnly) && also.open(QIODevice::ReadOnly)) {
+            key = QSslKey(&from, QSsl::Rsa);
+            cert = QSslCertificate(&also);
+        }
+        listen(QHostAddress::LocalHost);
+    }
+    void incomingConnection(qintptr handle) override
+    {
+        auto *client = new QSslSocket(this);
+        auto *server = new QTcpSocket(client);
+        client->setSocketDescriptor(handle);
+        client->setPrivateKey(key);
+        client->setLocalCertificate(cert);
+        server->connectToHost(QHostAddress::LocalHost, behind);
+        connect(client, &QSslSocket::readyRead, server, [=] { server->write(client->readAll()); });
+        connect(server, &QTcpSocket::readyRead, client, [=] { client->write(server->readAll()); });
+        connect(client, &QSslSocket::disconnected, client, &QObject::deleteLater);
+        client->startServerEncryption();
     }
 };
 
@@ -387,6 +419,29 @@ private slots:
             QVERIFY(!QFile::exists(m_folder.filePath("big.bin.ucp")));
         for (const QJsonObject &one : qAsConst(m_said))
             QVERIFY(!QJsonDocument(one).toJson().contains("SK"));
+    }
+
+    // A store whose certificate only the studio vouches for: taken where the studio's file says so, else not.
+    void ownCertificate()
+    {
+        const QString key = m_folder.filePath("key.pem"), cert = m_folder.filePath("cert.pem");
+        QCOMPARE(QProcess::execute("openssl", {"req", "-x509", "-newkey", "rsa:2048", "-nodes", "-keyout", key, "-out", cert, "-days", "2",
+                                               "-subj", "/CN=studio", "-addext", "subjectAltName=IP:127.0.0.1"}),
+                 0);
+        TlsFront front(m_store->peer.serverPort(), key, cert);
+        write("small.bin", 300000);
+        const QString address = QStringLiteral("https://127.0.0.1:%1").arg(front.serverPort());
+        int number = 0;
+        for (const auto &[trusted, wanted] :
+             {std::pair(QString(), int(OssError::TlsFailed)), {m_folder.filePath("none.pem"), OssError::TlsFailed}, {cert, 200}}) {
+            qputenv("SSL_CERT_FILE", trusted.toUtf8());
+            const QString rule = QString::number(++number);
+            ask(upload("small.bin", {{"endpoint", address}, {"rule", rule}}));
+            QCOMPARE(code(rule), wanted);
+            QCOMPARE(object("small.bin").isEmpty(), wanted != 200);
+        }
+        QVERIFY(object("small.bin") == content("small.bin"));
+        qunsetenv("SSL_CERT_FILE");
     }
 
     // Paused within a file: another try sends only what is missing, also beside the old one's last words.

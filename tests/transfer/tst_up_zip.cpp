@@ -119,8 +119,21 @@ private slots:
         rig->start();
         QTRY_VERIFY(QFile::exists(zip()));
         QTRY_COMPARE(rig->files.frames.size(), 1);
+        const auto point = [](const char *name, const QString &file) {
+            QFile one(UserInfo::userDir() + '/' + name);
+            QVERIFY(one.open(QIODevice::WriteOnly));
+            one.write(QJsonDocument(QJsonObject{{"file", file}}).toJson());
+        };
+        db_upfile other = row; // of an order that stays
+        other.ordernum = "N2";
+        other.lpath = "/other.bin";
+        other.pri = 0;
+        QCOMPARE(UploadDAO::instance()->addOrder({other}), 1);
+        point("gone.ucp", row.lpath);
+        point("kept.ucp", other.lpath);
         rig->queue->delUp(rig->order, UpRig::Task);
         QVERIFY(!QFile::exists(zip()));
+        QCOMPARE(QDir(UserInfo::userDir()).entryList({"*.ucp"}), QStringList("kept.ucp"));
     }
 };
 

@@ -405,6 +405,7 @@ void UpHandler::delUp(QString order, int mid)
     pauseUp(order, mid, 1);
     UploadDAO::instance()->removeOrder(order);
     UpWork::removeZips(order);
+    UpOss::removeUnwanted();
     // Without its rows the record would look like an upload that is over, and the server would be told so.
     const db_resolve record = ResolveDAO::instance()->readByOrder(order);
     if (SceneState::InUpload.contains(record.state))

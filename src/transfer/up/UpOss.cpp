@@ -1,6 +1,7 @@
 #include "transfer/up/UpOss.h"
 #include "common/facts/Command.h"
 #include "common/UserInfo.h"
+#include "db/UploadDAO.h"
 #include "io/Ask.h"
 #include "transfer/TransHandler.h"
 #include <QDateTime>
@@ -30,6 +31,22 @@ void UpOss::removeOld()
     for (const QFileInfo &one : QDir(UserInfo::userDir()).entryInfoList({QStringLiteral("*.ucp")}, QDir::Files))
         if (one.lastModified() < month)
             QFile::remove(one.filePath());
+}
+
+void UpOss::removeUnwanted()
+{
+    constexpr int MostLooks = 200;        // what is left over goes by its age
+    constexpr qint64 MostBytes = 4 << 20; // as large as the companion makes them
+    const QFileInfoList all = QDir(UserInfo::userDir()).entryInfoList({QStringLiteral("*.ucp")}, QDir::Files);
+    for (const QFileInfo &one : all.mid(0, MostLooks)) {
+        QFile file(one.filePath());
+        if (!file.open(QIODevice::ReadOnly))
+            continue;
+        const QJsonObject stored = QJsonDocument::fromJson(file.read(MostBytes)).object();
+        file.close();
+        if (!UploadDAO::instance()->wants(stored.value(QLatin1String("file")).toString()))
+            QFile::remove(one.filePath());
+    }
 }
 
 // The secret comes first in the text too: the companion looks at nothing else of a stranger's.

@@ -30,7 +30,8 @@ public:
 
     void upReq(db_upfile file) override;
     void finishUp(int kind) override;
-    static void removeOld(); // check points that nobody has gone on with for a month: stores forget them too
+    static void removeUnwanted(); // check points of files that no order is to upload any more
+    static void removeOld();      // check points that nobody has gone on with for a month: stores forget them too
 
 private slots:
     void readyRead(QByteArray data);
