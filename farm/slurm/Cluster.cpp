@@ -37,10 +37,13 @@ Cluster::Cluster(Core &core, Renderer &renderer) : m_core(core), m_renderer(rend
     m_limit.setSingleShot(true);
     connect(&m_limit, &QTimer::timeout, &m_process, &QProcess::kill);
     connect(&m_process, QOverload<int, QProcess::ExitStatus>::of(&QProcess::finished), this, [this] { next(); });
-    connect(&m_process, &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
-        if (error == QProcess::FailedToStart)
-            next();
-    });
+    connect(
+        &m_process, &QProcess::errorOccurred, this,
+        [this](QProcess::ProcessError error) {
+            if (error == QProcess::FailedToStart)
+                next();
+        },
+        Qt::QueuedConnection);
     connect(&m_look, &QTimer::timeout, this, &Cluster::look);
     load();
     askConfig();
@@ -103,9 +106,10 @@ void Cluster::next()
         const QString out = QString::fromUtf8(m_process.readAllStandardOutput());
         const QString wrong = QString::fromUtf8(m_process.readAllStandardError()).trimmed();
         const int code = good ? m_process.exitCode() : -1;
-        if (code != 0)
-            qInfo().noquote() << "farm::Cluster::next" << over.words.join(QLatin1Char(' ')).left(200) << code
-                              << wrong.left(300);
+        if (code != 0 && over.done && wrong != m_wrong) // once, not with every look
+            qWarning().noquote() << "farm::Cluster::next" << over.words.join(QLatin1Char(' ')).left(200) << code
+                                 << wrong.left(300);
+        m_wrong = code != 0 && over.done ? wrong : m_wrong;
         if (over.done)
             over.done(code, out);
     }
@@ -124,6 +128,7 @@ void Cluster::askConfig()
 {
     call({"scontrol", "show", "config"}, [this](int code, const QString &out) {
         const int most = configValue(out, QStringLiteral("MaxArraySize")).toInt();
+        answers(code == 0 && most > 1);
         if (code != 0 || most <= 1)
             return;
         m_maxArray = most - 1;
@@ -139,6 +144,13 @@ void Cluster::askConfig()
         if (code == 0)
             m_processors = qMax(1, out.trimmed().section(QLatin1Char('/'), 3).toInt());
     });
+}
+
+void Cluster::answers(bool yes)
+{
+    if (yes == m_silent)
+        m_core.event(yes ? QStringLiteral("the cluster answers again") : QStringLiteral("the cluster doesn't answer"));
+    m_silent = !yes;
 }
 
 bool Cluster::has(const Task &task, int index) const { return m_where.contains(subTaskId(task, index)); }

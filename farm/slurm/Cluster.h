@@ -68,6 +68,7 @@ private:
               const QByteArray &input = {});
     void next();
     void askConfig();
+    void answers(bool yes); // whether the controller did
     void look();
     void readQueue(const QString &text);
     void readEnds();
@@ -86,9 +87,9 @@ private:
     std::deque<Call> m_calls;
     bool m_busy = false, m_silent = false;
     int m_maxArray = 0, m_processors = 0;
-    QString m_accounting, m_prefix;
-    QMap<QString, Array> m_arrays;  // by name
-    QHash<qint64, QString> m_where; // sub-task -> the array that has it
+    QString m_accounting, m_prefix, m_wrong; // m_wrong: what went wrong last
+    QMap<QString, Array> m_arrays;           // by name
+    QHash<qint64, QString> m_where;          // sub-task -> the array that has it
 };
 
 } // namespace farm

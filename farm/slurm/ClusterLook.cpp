@@ -30,10 +30,7 @@ void Cluster::look()
     if (m_arrays.isEmpty())
         return;
     call({"squeue", "-h", "-a", "-o", QLatin1String(QueueFormat)}, [this](int code, const QString &out) {
-        if ((code != 0) != m_silent)
-            m_core.event(m_silent ? QStringLiteral("the cluster answers again")
-                                  : QStringLiteral("the cluster doesn't answer"));
-        m_silent = code != 0;
+        answers(code == 0);
         if (code != 0)
             return;
         readEnds();

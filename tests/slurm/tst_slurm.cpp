@@ -86,6 +86,19 @@ private slots:
             QVERIFY(!endLine(line, &end));
     }
 
+    // Without Slurm's programs the farm stands, says so once, and the tasks wait.
+    void missing()
+    {
+        const QByteArray path = qgetenv("PATH");
+        qputenv("PATH", "/nowhere");
+        Bench bench(cluster(0));
+        bench.login();
+        const int task = rendering(bench, "1");
+        QTRY_VERIFY(!bench.farm.events().filter("the cluster doesn't answer").isEmpty());
+        QTRY_VERIFY(bench.farm.events().filter("doesn't answer").size() == 1 && bench.farm.order(task).status == 0);
+        qputenv("PATH", path);
+    }
+
     void initCluster()
     {
         slurm = std::make_unique<Slurm>();
@@ -134,7 +147,9 @@ private slots:
     {
         if (!slurm)
             QSKIP("SLURM IS NOT TESTED HERE");
-        Bench bench(cluster(0.6));
+        FarmOptions options = cluster(0);
+        options.renderCommands.insert(8, "sh -c \"sleep 0.6; cat $0 >$1\" %scene% %out%");
+        Bench bench(options);
         bench.login();
         const int task = rendering(bench, "1-28");
         QTRY_VERIFY_WITH_TIMEOUT(bench.farm.order(task).framesDone > 0, 20000);
@@ -155,6 +170,18 @@ private slots:
         QCOMPARE(bench.farm.order(task).framesFailed, 1);
         QCOMPARE(bench.farm.order(task).framesDone, 27);
         QVERIFY(bench.farm.events().filter("job ").isEmpty()); // of this start: nothing was handed over twice
+        QFile picture(bench.farm.results(task).first().file);
+        QVERIFY(picture.open(QIODevice::ReadOnly));
+        QCOMPARE(picture.readAll(), QByteArray("scene")); // what the command made of it
+        const QJsonObject failed = bench.wire->ask(10402, {{"missionId", task}, {"status", 4}, {"page", 0}})
+                                       .object()
+                                       .value("results")
+                                       .toArray()
+                                       .first()
+                                       .toObject();
+        QFile log(bench.options.dir + '/' + failed.value("log_file").toString());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("ERROR: the job ended as CANCELLED"));
         QVERIFY(head(bench, task).value("succSeconds").toInt() >= 14);
     }
 
