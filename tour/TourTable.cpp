@@ -35,11 +35,19 @@
 #include "view/set/ResultRule.h"
 #include "view/set/Set.h"
 #include "view/ShortCuts.h"
+#include "view/task/BaseMission.h"
+#include "view/task/FillFrames.h"
 #include "view/task/Mission.h"
+#include "view/task/MissionPart.h"
+#include "view/task/MissionPri.h"
 #include "view/task/MissionSub.h"
 #include "view/task/MissionSubDialogs.h"
 #include "view/task/MissonBlock.h"
+#include "view/task/ModifyEnv.h"
+#include "view/task/NodeLimit.h"
+#include "view/task/PauseRender.h"
 #include "view/task/Preview.h"
+#include "view/task/TakeOver.h"
 #include "view/Transfer.h"
 #include "view/update/CVersionManager.h"
 #include "view/update/SoftwareProgressBar.h"
@@ -311,6 +319,55 @@ QWidget *framePreview(MissionSub *sub) { return sub->previewClick(sub->model()->
 QWidget *frameLog(MissionSub *sub) { return sub->logHand(sub->model()->keys().first()); }
 QWidget *taskDetail(MissionSub *sub) { return MissionText::detail(sub, sub->task().id, sub->task().name); }
 QWidget *taskRecord(MissionSub *sub) { return MissionText::operations(sub, sub->task().id, sub->task().name); }
+BaseMission *tasksPage(Stage &stage, const char *name)
+{
+    stage.window()->showPage(QLatin1String(name));
+    auto *page = stage.window()->findChild<BaseMission *>(qstrcmp(name, "mission") == 0 ? QStringLiteral("Mission")
+                                                                                        : QStringLiteral("History"));
+    Stage::wait([&] { return page->answered() && (!stage.filled() || page->model()->rowCount() > 0); }, 5000);
+    return page;
+}
+
+Bring tasks(const char *name)
+{
+    return [name](Stage &stage) -> QWidget * {
+        RecordView *view = tasksPage(stage, name)->table()->view();
+        view->select(view->records()->keys().mid(0, 1));
+        return stage.window();
+    };
+}
+
+// A dialog over tasks of the page, with what the farm tells of them.
+Bring overTasks(std::function<QWidget *(const QList<TaskDetail> &details, TaskDesk *desk, QWidget *window)> make)
+{
+    return [make](Stage &stage) -> QWidget * {
+        BaseMission *page = tasksPage(stage, "mission");
+        QList<TaskRecord> some;
+        const QStringList keys = page->model()->keys();
+        for (const QString &key : keys)
+            if (const TaskRow *row = page->model()->record(key); row->task.software == 1)
+                some << row->task;
+        QWidget *made = nullptr;
+        bool asked = false;
+        TaskDetail::ask(some, page, [&](const QList<TaskDetail> &details, const QString &) {
+            asked = true;
+            if (!details.isEmpty())
+                made = make(details, stage.window()->findChild<TaskDesk *>(), stage.window());
+        });
+        Stage::wait([&] { return asked || some.isEmpty(); }, 5000);
+        if (auto *dialog = qobject_cast<BaseWidget *>(made))
+            dialog->open();
+        return made;
+    };
+}
+
+QList<TaskRecord> recordsOf(const QList<TaskDetail> &details)
+{
+    QList<TaskRecord> out;
+    for (const TaskDetail &one : details)
+        out << one.task;
+    return out;
+}
 } // namespace
 
 const QList<TourStop> &tourTable()
@@ -337,6 +394,34 @@ const QList<TourStop> &tourTable()
         dialog("DriveConflict", over([](Stage &, QWidget *w) {
                    return new DriveConflict(1, QStringLiteral("/results/") + Stage::longName(3), w);
                })),
+        {"mission", TourStop::Both, tasks("mission"), true},
+        {"history", TourStop::Both, tasks("history"), true},
+        dialog("PauseRender", over([](Stage &, QWidget *w) { return new PauseRender(w); })),
+        dialog("NodeLimit", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return new NodeLimit(NodeLimit::Limit, recordsOf(d), desk, w);
+               })),
+        dialog("NodeLimit-remark", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return new NodeLimit(NodeLimit::Remark, recordsOf(d).mid(0, 1), desk, w);
+               })),
+        dialog("TakeOver", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return new TakeOver(recordsOf(d), desk, w);
+               })),
+        dialog("MissionPri", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return new MissionPri(d.first().task.farmId, d.first().task.id, desk, w);
+               })),
+        dialog("ModifyEnv", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return new ModifyEnv(d, desk, w);
+               })),
+        dialog("MayaFillFrame", overTasks([](const QList<TaskDetail> &d, TaskDesk *desk, QWidget *w) {
+                   return BaseFill::make(1, d, desk, w);
+               })),
+        dialog("MissionPart",
+               [](Stage &stage) -> QWidget * {
+                   auto *part = new MissionPart(tasksPage(stage, "mission")->table()->view(),
+                                                QStringLiteral("mission4"), stage.window());
+                   part->open();
+                   return part;
+               }),
         dialog("MsgCenter", over([](Stage &, QWidget *w) { return new MsgCenter(w); }), TourStop::Both),
         dialog("EnvPre-maya", over([](Stage &, QWidget *w) { return env(1, 30, w); })),
         dialog("EnvPre-terragen", over([](Stage &, QWidget *w) { return env(8, 1, w); })),

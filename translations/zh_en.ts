@@ -549,6 +549,18 @@
         <source>选择…</source>
         <translation>Choose…</translation>
     </message>
+    <message>
+        <source>任务结束通知</source>
+        <translation>Notes of tasks that are over</translation>
+    </message>
+    <message>
+        <source>通知</source>
+        <translation>Notify</translation>
+    </message>
+    <message>
+        <source>不通知</source>
+        <translation>Don&apos;t notify</translation>
+    </message>
 </context>
 <context>
     <name>ContactModel</name>

@@ -135,9 +135,9 @@ private slots:
         addRow("projects", "/project", 10502, QByteArray("{}"));
         addRow("environments", "/env?projectId=3&softwareType=8", 10506, QByteArray(R"({"projectId":3,"software_type":8})"));
         addRow("machines", "/machine?farmId=2&projectId=3", 11102, QByteArray(R"({"farmId":2,"projectId":3})"));
-        addRow("tasks", "/job", 10427, QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20})"));
+        addRow("tasks", "/job", 10427, QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20,"projectId":[-1],"userId":[-1]})"));
         addRow("tasks, chosen", "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1", 10427,
-               QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5]})"));
+               QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5],"userId":[-1]})"));
         addRow("task", "/job/detail?mid=7", 10409, QByteArray(R"({"missionId":7})"));
         addRow("frames", "/subjob?mid=7&page=1", 10402, QByteArray(R"({"missionId":7,"status":-1,"page":1})"));
         addRow("log", "/subjob/log?mid=7&subjobId=70&farmId=2", 10804, QByteArray(R"({"missionId":7,"subjobId":70,"farmId":2})"));
@@ -281,6 +281,7 @@ private slots:
         const auto row = [](const char *target, int cmd, const QStringList &sent, const QString &text = {}) {
             addRow(target, target, cmd, sent, text);
         };
+        row("/job/cancel?mid=9007199254740993", 10401, {R"({"missionId":"9007199254740993"})"});
         row("/job/cancel?mids=7,8", 10401, {R"({"missionId":7})", R"({"missionId":8})"});
         row("/job/continue?mid=7", 10429, {R"({"missionId":7})"});
         row("/job/pause?mid=7", 10430, {R"({"missionId":7,"pauseRender":1})"});

@@ -7,6 +7,7 @@
 // "data": what was asked for, or absent; "result": 1 good, 0 failed}.
 #include "db/DriveRecords.h"
 #include "io/local/CmdLine.h"
+#include "task/TaskRequest.h"
 #include <functional>
 #include <memory>
 #include <QFile>
@@ -119,14 +120,22 @@ private:
     void ask(int cmd, const QJsonObject &body, Reply reply);
     void forward(int cmd, const QByteArray &body); // ... and answers with what comes back
     // The tasks that mid=, mids=, i= and is= name; ends the request where there are none.
-    void withJobs(std::function<void(QList<int> missions)> next);
-    void findOrders(QStringList orders, QList<int> missions, std::function<void(QList<int> missions)> next);
+    void withTasks(std::function<void(QStringList ids)> next);
+    void withJobs(std::function<void(QList<int> missions)> next); // the same, where only plain numbers are good
+    void findOrders(QStringList orders, QStringList ids, std::function<void(QStringList ids)> next);
+    // Looks through the server's lists for orders, page by page, those of live tasks first.
+    void searchOrders(QStringList orders, QStringList ids, bool history, int page,
+                      std::function<void(QStringList ids)> next);
     // One command per body; answers come in their order. val: the first failure stands for all.
     void askEach(int cmd, const QList<QJsonObject> &bodies,
                  std::function<void(int val, const QVector<Answer> &answers)> next);
-    // The command for each of the tasks, and its answers with the task's number.
-    void actOnJobs(int cmd, const QJsonObject &more = {});
-    void actOnList(int cmd, std::function<QJsonDocument(const QJsonArray &missions)> body); // one for all of them
+    // Sends what the pages would send for the tasks; of one command each the answers come with the task's number.
+    using Requests = std::function<QList<TaskRequest>(const QStringList &ids)>;
+    void actOnJobs(Requests requests);
+    void actOnList(std::function<TaskRequest(const QStringList &ids)> request); // one for all of them
+    void sendEach(const QList<TaskRequest> &requests);
+    // The details of the tasks, each there; a failure ends the request.
+    void withDetails(std::function<void(const QStringList &ids, const QVector<Answer> &answers)> next);
     void withSubJobs(std::function<void(int mission, const QList<qlonglong> &ids)> next);
     // Streams a file that may still grow; more() is asked for further bytes, endStream() says there are none.
     void streamFile(const QString &path, const QByteArray &contentType, bool removed);

@@ -2,8 +2,6 @@
 #include "common/facts/Command.h"
 #include "common/facts/PageSize.h"
 #include "common/UserInfo.h"
-#include "common/VFunc.h"
-#include "db/Calls.h"
 #include "db/DownloadDAO.h"
 #include "db/ResolveDAO.h"
 #include "io/KnownHosts.h"
@@ -11,23 +9,20 @@
 #include "io/local/SeatBook.h"
 #include "io/NetWork.h"
 #include "io/ProxyFactory.h"
+#include "task/Cell.h"
+#include "task/TaskHands.h"
 #include <QDebug>
 #include <QRegularExpression>
 
 namespace
 {
 constexpr int AllStatus = 1000, PageRows = PageSize::Jobs;
+constexpr int OldStatus = 2000;
 constexpr int MaxFolders = 10; // opened by one request
+constexpr int MaxPages = 500;  // looked through for an order
 
 QByteArray compact(const QJsonObject &object) { return QJsonDocument(object).toJson(QJsonDocument::Compact); }
 
-QList<QJsonObject> bodiesOf(const QList<int> &missions)
-{
-    QList<QJsonObject> bodies;
-    for (int mission : missions)
-        bodies << QJsonObject{{"missionId", mission}};
-    return bodies;
-}
 } // namespace
 
 void CmdHand::account() { forward(Command::Accounts, "{}"); }
@@ -54,10 +49,9 @@ void CmdHand::jobList()
         QJsonArray values;
         for (qlonglong value : m_line.numbers(arg, QString(), &tooLong))
             values.append(value);
-        if (values.isEmpty() && fallback >= 0)
+        if (values.isEmpty())
             values.append(fallback);
-        if (!values.isEmpty()) // all of them: the key stays away
-            body[key] = values;
+        body[key] = values;
     };
     filter("status", "missionStatus", AllStatus);
     filter("projectId", "projectId", -1);
@@ -65,97 +59,127 @@ void CmdHand::jobList()
     forward(Command::Tasks, compact(body));
 }
 
+void CmdHand::withDetails(std::function<void(const QStringList &, const QVector<Answer> &)> next)
+{
+    withTasks([=](const QStringList &ids) {
+        QList<QJsonObject> bodies;
+        for (const TaskRequest &request : TaskRequest::each(Command::TaskDetail, ids))
+            bodies << QJsonDocument::fromJson(request.body).object();
+        askEach(Command::TaskDetail, bodies, [=](int val, const QVector<Answer> &answers) {
+            if (isGood(Command::TaskDetail, val))
+                next(ids, answers);
+            else
+                over(val, textOf(val), QJsonValue::Undefined, false);
+        });
+    });
+}
+
 void CmdHand::jobDetail()
 {
-    withJobs([this](const QList<int> &missions) {
-        askEach(Command::TaskDetail, bodiesOf(missions), [this](int val, const QVector<Answer> &answers) {
-            QJsonArray all;
-            for (const Answer &answer : answers)
-                all.append(answer.doc.object());
-            over(val, textOf(val), all.size() == 1 ? all.at(0) : QJsonValue(all), isGood(Command::TaskDetail, val));
-        });
+    withDetails([this](const QStringList &, const QVector<Answer> &answers) {
+        QJsonArray all;
+        for (const Answer &answer : answers)
+            all.append(answer.doc.object());
+        const int val = answers.last().val;
+        over(val, textOf(val), all.size() == 1 ? all.at(0) : QJsonValue(all), true);
     });
 }
 
 void CmdHand::jobOpenDir()
 {
-    withJobs([this](const QList<int> &missions) {
-        askEach(Command::TaskDetail, bodiesOf(missions.mid(0, MaxFolders)),
-                [this](int val, const QVector<Answer> &answers) {
-                    if (!isGood(Command::TaskDetail, val)) {
-                        over(val, textOf(val), QJsonValue::Undefined, false);
-                        return;
-                    }
-                    QJsonArray opened;
-                    for (const Answer &answer : answers) {
-                        const QString path = VFunc::rootPath(answer.doc.object(), false);
-                        if (!path.isEmpty() && VFunc::openFolder(path))
-                            opened.append(path);
-                    }
-                    if (opened.isEmpty())
-                        fail(tr("输出路径不存在"));
-                    else
-                        good(tr("已打开本地目录"), opened);
-                });
+    withDetails([this](const QStringList &, const QVector<Answer> &answers) {
+        QJsonArray opened;
+        for (const Answer &answer : answers.mid(0, MaxFolders))
+            if (const QString path = TaskHands::openFolder(answer.doc.object()); !path.isEmpty())
+                opened.append(path);
+        if (opened.isEmpty())
+            fail(tr("输出路径不存在"));
+        else
+            good(tr("已打开本地目录"), opened);
     });
 }
 
 void CmdHand::jobDownload()
 {
-    withJobs([this](const QList<int> &missions) {
-        const bool batch = missions.size() > 1;
-        for (int mission : missions) {
-            if (!Seam<DownCalls>::post([=](DownCalls &down) { down.missionResult(mission, false, batch); })) {
-                fail(tr("客户端未登录"));
-                return;
-            }
-        }
-        good(tr("已加入下载队列"));
+    withTasks([this](const QStringList &ids) {
+        if (TaskHands::download(ids) < ids.size())
+            fail(tr("客户端未登录"));
+        else
+            good(tr("已加入下载队列"));
     });
 }
 
-void CmdHand::withJobs(std::function<void(QList<int>)> next)
+void CmdHand::withTasks(std::function<void(QStringList)> next)
 {
     bool tooLong = false;
-    QList<int> missions;
+    QStringList ids;
     for (qlonglong id : m_line.numbers("mid", "mids", &tooLong))
-        if (id > 0 && id <= std::numeric_limits<int>::max())
-            missions.append(int(id));
-    QStringList orders = m_line.list("i", "is");
+        if (id > 0)
+            ids << QString::number(id);
+    const QStringList orders = m_line.list("i", "is");
     if (tooLong || orders.size() > CmdLine::MaxList) {
         fail(tr("一次最多处理%1个").arg(CmdLine::MaxList));
         return;
     }
-    findOrders(orders, missions, std::move(next));
+    findOrders(orders, ids, std::move(next));
 }
 
-// An order that this client has in its stores is known at once; for others the server's list is searched.
-void CmdHand::findOrders(QStringList orders, QList<int> missions, std::function<void(QList<int>)> next)
+void CmdHand::withJobs(std::function<void(QList<int>)> next)
 {
-    while (!orders.isEmpty()) {
-        const QString order = orders.takeFirst();
+    withTasks([=](const QStringList &ids) {
+        QList<int> missions;
+        for (const QString &id : ids)
+            if (const int mission = id.toInt(); mission > 0)
+                missions << mission;
+        if (missions.isEmpty())
+            fail(tr("没有相关大任务"));
+        else
+            next(missions);
+    });
+}
+
+// An order that this client has in its stores is known at once; for others the server's lists are searched.
+void CmdHand::findOrders(QStringList orders, QStringList ids, std::function<void(QStringList)> next)
+{
+    QStringList unknown;
+    for (const QString &order : orders) {
         int mission = ResolveDAO::instance()->readByOrder(order).missionid;
         if (mission == 0)
             mission = DownloadDAO::instance()->missionByOrder(order).missid;
-        if (mission > 0) {
-            missions.append(mission);
-            continue;
-        }
-        const QJsonObject search{
-            {"name", order}, {"page", 0}, {"pageCount", PageRows}, {"missionStatus", QJsonArray{AllStatus}}};
-        ask(Command::Tasks, search, [=](int, const QJsonDocument &doc) {
-            QList<int> found = missions;
-            for (const QJsonValue &value : doc.object().value("pageList").toArray())
-                if (value.toObject().value("num").toVariant().toString() == order)
-                    found.append(value.toObject().value("id").toVariant().toInt());
-            findOrders(orders, found, next);
-        });
-        return;
+        if (mission > 0)
+            ids << QString::number(mission);
+        else
+            unknown << order;
     }
-    if (missions.isEmpty())
+    if (!unknown.isEmpty())
+        searchOrders(unknown, ids, false, 0, std::move(next));
+    else if (ids.isEmpty())
         fail(tr("没有相关大任务"));
     else
-        next(missions);
+        next(ids);
+}
+
+void CmdHand::searchOrders(QStringList orders, QStringList ids, bool history, int page,
+                           std::function<void(QStringList)> next)
+{
+    const QJsonObject search{{"name", QString()},
+                             {"page", page},
+                             {"pageCount", PageRows},
+                             {"missionStatus", QJsonArray{history ? OldStatus : AllStatus}}};
+    ask(Command::Tasks, search, [=](int, const QJsonDocument &doc) {
+        QStringList left = orders, found = ids;
+        const QList<TaskRecord> tasks = TaskRecord::list(doc.object().value("pageList"));
+        for (const TaskRecord &task : tasks)
+            if (left.removeAll(task.num) > 0)
+                found << task.id;
+        const bool more = !tasks.isEmpty() && page + 1 < qMin(MaxPages, Cell::integer(doc.object(), "pageSize"));
+        if (!left.isEmpty() && (more || !history))
+            return searchOrders(left, found, history || !more, more ? page + 1 : 0, next);
+        if (found.isEmpty())
+            fail(tr("没有相关大任务"));
+        else
+            next(found);
+    });
 }
 
 // Other seats ask which ports this master forwards, and for one more host and port to be forwarded.

@@ -2,76 +2,72 @@
 #include "common/facts/Command.h"
 #include "io/local/CmdHand.h"
 #include "resolve/FrameSet.h"
+#include "task/Cell.h"
 
-namespace
+void CmdHand::sendEach(const QList<TaskRequest> &requests)
 {
-constexpr int RemarkLength = 140;
-} // namespace
-
-void CmdHand::actOnJobs(int cmd, const QJsonObject &more)
-{
-    withJobs([=](const QList<int> &missions) {
-        QList<QJsonObject> bodies;
-        for (int mission : missions) {
-            QJsonObject body = more;
-            body["missionId"] = mission;
-            bodies << body;
+    QList<QJsonObject> bodies;
+    for (const TaskRequest &request : requests)
+        bodies << QJsonDocument::fromJson(request.body).object();
+    const int cmd = requests.first().cmd;
+    askEach(cmd, bodies, [=](int val, const QVector<Answer> &answers) {
+        QJsonArray all;
+        for (int i = 0; i < answers.size(); ++i) {
+            QJsonObject one = answers[i].doc.object(); // what the server tells beside, such as its own limit
+            one["mid"] = Cell::idValue(requests[i].ids.first());
+            one["code"] = answers[i].val;
+            all.append(one);
         }
-        askEach(cmd, bodies, [=](int val, const QVector<Answer> &answers) {
-            QJsonArray all;
-            for (int i = 0; i < answers.size(); ++i) {
-                QJsonObject one = answers[i].doc.object(); // what the server tells beside, such as its own limit
-                one["mid"] = missions[i];
-                one["code"] = answers[i].val;
-                all.append(one);
-            }
-            over(val, textOf(val), all, isGood(cmd, val));
-        });
+        over(val, textOf(val), all, isGood(cmd, val));
     });
 }
 
-void CmdHand::actOnList(int cmd, std::function<QJsonDocument(const QJsonArray &)> body)
+void CmdHand::actOnJobs(Requests requests)
 {
-    withJobs([=](const QList<int> &missions) {
-        QJsonArray all;
-        for (int mission : missions)
-            all.append(mission);
-        forward(cmd, body(all).toJson(QJsonDocument::Compact));
+    withTasks([=](const QStringList &ids) { sendEach(requests(ids)); });
+}
+
+void CmdHand::actOnList(std::function<TaskRequest(const QStringList &)> request)
+{
+    withTasks([=](const QStringList &ids) {
+        const TaskRequest one = request(ids);
+        forward(one.cmd, one.body);
     });
 }
 
 void CmdHand::jobPause()
 {
-    actOnJobs(Command::PauseRender, {{"pauseRender", m_line.arg("later").toInt() == 1 ? 0 : 1}});
+    const bool later = m_line.arg("later").toInt() == 1;
+    actOnJobs([later](const QStringList &ids) { return TaskRequest::pause(ids, later); });
 }
 
-void CmdHand::jobKeepRender() { actOnJobs(Command::ContinueRender); }
+void CmdHand::jobKeepRender()
+{
+    actOnJobs([](const QStringList &ids) { return TaskRequest::each(Command::ContinueRender, ids); });
+}
 
-void CmdHand::jobCancel() { actOnJobs(Command::CancelTask); }
+void CmdHand::jobCancel()
+{
+    actOnJobs([](const QStringList &ids) { return TaskRequest::each(Command::CancelTask, ids); });
+}
 
 void CmdHand::jobRerender()
 {
-    actOnList(Command::RerenderTask, [](const QJsonArray &missions) { return QJsonDocument(missions); });
+    actOnList([](const QStringList &ids) { return TaskRequest::list(Command::RerenderTask, ids); });
 }
 
 void CmdHand::jobHistory()
 {
-    actOnList(Command::DeleteTask, [](const QJsonArray &missions) { return QJsonDocument(missions); });
+    actOnList([](const QStringList &ids) { return TaskRequest::list(Command::DeleteTask, ids); });
 }
 
 void CmdHand::jobHandover()
 {
-    const int user = m_line.arg("userId").toInt();
-    if (user <= 0) {
+    const QString user = m_line.arg("userId");
+    if (user.toLongLong() <= 0)
         fail(tr("参数异常"));
-        return;
-    }
-    actOnList(Command::TakeOver, [user](const QJsonArray &missions) {
-        QStringList ids;
-        for (const QJsonValue &mission : missions)
-            ids << QString::number(mission.toInt());
-        return QJsonDocument(QJsonObject{{"missionIds", ids.join(',')}, {"handoverUserId", user}});
-    });
+    else
+        actOnList([user](const QStringList &ids) { return TaskRequest::handOver(ids, user); });
 }
 
 void CmdHand::jobLimit()
@@ -80,10 +76,14 @@ void CmdHand::jobLimit()
     if (nodes <= 0)
         fail(tr("请输入正整数"));
     else
-        actOnJobs(Command::NodeLimit, {{"nodeLimit", nodes}});
+        actOnJobs([nodes](const QStringList &ids) { return TaskRequest::limit(ids, nodes); });
 }
 
-void CmdHand::jobRemark() { actOnJobs(Command::Remark, {{"remark", m_line.arg("remark").left(RemarkLength)}}); }
+void CmdHand::jobRemark()
+{
+    const QString remark = m_line.arg("remark");
+    actOnJobs([remark](const QStringList &ids) { return TaskRequest::remark(ids, remark); });
+}
 
 // The order's parameters with other frames: what they are is asked first.
 void CmdHand::jobFill()
@@ -97,30 +97,10 @@ void CmdHand::jobFill()
         fail(wrong);
         return;
     }
-    withJobs([=](const QList<int> &missions) {
-        QList<QJsonObject> details;
-        for (int mission : missions)
-            details << QJsonObject{{"missionId", mission}};
-        askEach(Command::TaskDetail, details, [=](int val, const QVector<Answer> &answers) {
-            if (!isGood(Command::TaskDetail, val)) {
-                over(val, textOf(val), QJsonValue::Undefined, false);
-                return;
-            }
-            QList<QJsonObject> bodies;
-            for (int i = 0; i < answers.size(); ++i) {
-                const QJsonObject detail = answers[i].doc.object();
-                QJsonObject parameters = detail.value("modelParameters").toObject();
-                parameters["frames"] = frames;
-                bodies << QJsonObject{{"missionId", missions[i]},
-                                      {"softwareType", detail.value("softwareType")},
-                                      {"modelParameters", parameters}};
-            }
-            askEach(Command::FillFrames, bodies, [=](int val, const QVector<Answer> &done) {
-                QJsonArray all;
-                for (int i = 0; i < done.size(); ++i)
-                    all.append(QJsonObject{{"mid", missions[i]}, {"code", done[i].val}});
-                over(val, textOf(val), all, isGood(Command::FillFrames, val));
-            });
-        });
+    withDetails([=](const QStringList &ids, const QVector<Answer> &answers) {
+        QList<TaskRequest> requests;
+        for (int i = 0; i < answers.size(); ++i)
+            requests << TaskRequest::fill(ids[i], answers[i].doc.object(), frames);
+        sendEach(requests);
     });
 }

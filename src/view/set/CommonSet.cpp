@@ -73,7 +73,8 @@ QVector<Field> CommonSet::resultFields()
                     return button;
                 }),
             record(Field::toggle(QStringLiteral("autoPushResult"), tr("渲染结果自动推送"))),
-            setting(Settings::AutoSendResult, tr("自动下载渲染结果"), {{1, tr("自动下载")}, {0, tr("手动下载")}})};
+            setting(Settings::AutoSendResult, tr("自动下载渲染结果"), {{1, tr("自动下载")}, {0, tr("手动下载")}}),
+            setting(Settings::TaskNotice, tr("任务结束通知"), {{1, tr("通知")}, {0, tr("不通知")}})};
 }
 
 void CommonSet::chooseRule()
