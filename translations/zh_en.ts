@@ -5649,16 +5649,8 @@ Save it to %3?</translation>
         <translation>Size: </translation>
     </message>
     <message>
-        <source>原渲序列：</source>
-        <translation>Frames so far: </translation>
-    </message>
-    <message>
         <source>补帧</source>
         <translation>Further frames</translation>
-    </message>
-    <message>
-        <source>补选序列：</source>
-        <translation>Frames to add: </translation>
     </message>
     <message>
         <source>请至少选择一项</source>
@@ -5667,6 +5659,14 @@ Save it to %3?</translation>
     <message>
         <source>请输入补帧号</source>
         <translation>Enter the frames to add</translation>
+    </message>
+    <message>
+        <source>原渲序列</source>
+        <translation>Frames so far</translation>
+    </message>
+    <message>
+        <source>补选序列</source>
+        <translation>Frames to add</translation>
     </message>
 </context>
 <context>
@@ -5914,16 +5914,8 @@ Save it to %3?</translation>
         <translation>GPU machines</translation>
     </message>
     <message>
-        <source>任务名称：</source>
-        <translation>Task: </translation>
-    </message>
-    <message>
         <source>修改环境配置</source>
         <translation>Change environment</translation>
-    </message>
-    <message>
-        <source>当前选择：</source>
-        <translation>Now: </translation>
     </message>
     <message>
         <source>插件修改</source>
@@ -5932,6 +5924,14 @@ Save it to %3?</translation>
     <message>
         <source>机型修改</source>
         <translation>Machine</translation>
+    </message>
+    <message>
+        <source>任务名称</source>
+        <translation>Task</translation>
+    </message>
+    <message>
+        <source>当前选择</source>
+        <translation>Now</translation>
     </message>
 </context>
 <context>
@@ -6014,10 +6014,6 @@ Save it to %3?</translation>
         <translation>Hand over</translation>
     </message>
     <message>
-        <source>选择账号：</source>
-        <translation>Account: </translation>
-    </message>
-    <message>
         <source>确定</source>
         <translation>OK</translation>
     </message>
@@ -6028,6 +6024,10 @@ Save it to %3?</translation>
     <message>
         <source>没有可以交接的账号</source>
         <translation>There is no account to hand over to</translation>
+    </message>
+    <message>
+        <source>选择账号</source>
+        <translation>Account</translation>
     </message>
 </context>
 <context>

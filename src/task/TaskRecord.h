@@ -3,6 +3,7 @@
 #include "common/facts/TaskState.h"
 #include <QJsonObject>
 #include <QList>
+#include <QMetaType>
 #include <QString>
 
 struct TaskRecord {
@@ -27,6 +28,7 @@ struct TaskRecord {
     int donePercent() const; // of all frames
     bool operator==(const TaskRecord &other) const;
 };
+Q_DECLARE_METATYPE(TaskRecord)
 
 namespace TaskText
 {

@@ -264,6 +264,64 @@ private slots:
         QTRY_VERIFY(rig.page->findChild<QMenu *>("contextMenu"));
         rig.page->findChild<QMenu *>("contextMenu")->close();
     }
+
+    // Told while it's under way and at its end, also when the window was left; a link that goes under it is told, and
+    // nothing goes out again when it's back.
+    void anOperationIsSentOnce()
+    {
+        TaskRig rig;
+        rig.rows = {taskRow(1, 4, 3), taskRow(2, 4, 3), taskRow(3, 4, 3)};
+        QVERIFY(rig.show<Mission>());
+        QSignalSpy told(rig.desk.data(), &TaskDesk::told), ended(rig.desk.data(), &TaskDesk::ended);
+        rig.select({"1", "2"});
+        rig.action("continue")->trigger();
+        QTRY_COMPARE(rig.server.count(10429), 2);
+        QVERIFY(rig.cell("1", "status") == "正在继续…" && !rig.action("continue")->isEnabled());
+        rig.page->hide();
+        const auto asked = rig.server.requests(10429);
+        rig.server.reply(asked.at(1), 1042901);
+        rig.server.reply(asked.at(1), 1042900); // twice
+        QTRY_COMPARE(rig.cell("2", "status"), QString("渲染暂停"));
+        QVERIFY(told.isEmpty() && rig.cell("1", "status") == "正在继续…");
+        rig.server.reply(asked.at(0), 1042900);
+        QTRY_COMPARE(told.size(), 1);
+        const auto outcome = told.first().first().value<TaskOutcome>();
+        QVERIFY2(outcome.failed() == 1 && outcome.text() == "shot_2.ma：继续渲染失败，账户余额不足", qPrintable(outcome.text()));
+        rig.page->show();
+        rig.select({"3"});
+        rig.action("continue")->trigger();
+        QTRY_COMPARE(rig.server.count(10429), 3);
+        const int links = rig.server.links();
+        rig.server.cut();
+        QTRY_COMPARE(ended.size(), 2);
+        QVERIFY(told.last().first().value<TaskOutcome>().text().contains("没有回应"));
+        QTRY_VERIFY_WITH_TIMEOUT(rig.server.links() > links, 15000);
+        NetTcp::instance()->setLogin(true);
+        QVERIFY(rig.refreshed());
+        QCOMPARE(rig.server.count(10429), 3);
+    }
+
+    void aTaskFromOutside()
+    {
+        TaskRig rig;
+        rig.rows = {taskRow(1, 4, 1)};
+        QVERIFY(rig.show<Mission>());
+        QSignalSpy details(rig.page.data(), &BaseMission::detailWanted);
+        rig.server.answer(10409, [](const BusinessPeer::Request &request) {
+            const int id = request.body.value("missionId").toInt();
+            return BusinessPeer::Reply{id == 5 ? 1040900 : 1040901,
+                                       id == 5 ? QJsonObject{{"missionName", "far.tgd"}, {"stage", "5"}} : QJsonObject(), false};
+        });
+        rig.page->openTask("1");
+        QCOMPARE(details.size(), 1);
+        rig.page->openTask("5");
+        QTRY_COMPARE(details.size(), 2);
+        const auto task = details.last().first().value<TaskRecord>();
+        QVERIFY(task.id == "5" && task.name == "far.tgd" && task.software == 8 && task.stand.stage == 5);
+        rig.page->openTask("6");
+        QTRY_VERIFY(message().contains("1040901"));
+        QVERIFY(answer("确定") && details.size() == 2);
+    }
 };
 VN_TEST(TestTaskPages)
 #include "tst_pages.moc"

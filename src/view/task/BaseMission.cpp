@@ -72,6 +72,7 @@ BaseMission::BaseMission(TaskFilter::Page kind, TaskDesk *desk, QWidget *parent)
       m_table(new TablePage(lookOf(kind), m_model, this)), m_menus(new TaskFilterMenus(&m_filter, this)),
       m_count(new QLabel(this))
 {
+    qRegisterMetaType<TaskRecord>();
     m_delay.setSingleShot(true);
     m_delay.setInterval(DelayMs);
     connect(&m_delay, &QTimer::timeout, this, QOverload<>::of(&BaseMission::getMission));

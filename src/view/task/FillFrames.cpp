@@ -41,7 +41,7 @@ BaseFill *BaseFill::make(int software, const QList<TaskDetail> &details, TaskDes
 BaseFill::BaseFill(const QString &name, int software, const QString &outputs, const QList<TaskDetail> &details,
                    TaskDesk *desk, QWidget *parent)
     : DetailQueue(name, tr("补帧"), details, desk, parent), m_software(software),
-      m_form(new Form({Field::shown(Ordered, tr("原渲序列：")), Field::frames(Frames, tr("补选序列："))}, this)),
+      m_form(new Form({Field::shown(Ordered, tr("原渲序列")), Field::frames(Frames, tr("补选序列"))}, this)),
       m_facts(new QLabel(this))
 {
     m_facts->setObjectName(QStringLiteral("quiet"));

@@ -153,10 +153,13 @@ void MissionProgress::paint(QPainter *painter, const QStyleOptionViewItem &optio
     const auto widthOf = [&](int from, int to) {
         return option.fontMetrics.horizontalAdvance(counts.mid(from, to - from).join(QStringLiteral(" | ")));
     };
-    counters(area.left() + qMax(0, LeftWidth - widthOf(0, 2)), 0, 2);
-    counters(area.right() + 1 - RightWidth, 2, 5);
-    const QRect bar(area.left() + LeftWidth + Pad, area.center().y() - BarHeight / 2,
-                    area.width() - LeftWidth - RightWidth - 2 * Pad, BarHeight);
+    const bool roomy = area.width() >= LeftWidth + RightWidth + 4 * Pad; // else the bar alone
+    if (roomy) {
+        counters(area.left() + qMax(0, LeftWidth - widthOf(0, 2)), 0, 2);
+        counters(area.right() + 1 - RightWidth, 2, 5);
+    }
+    const QRect bar(area.left() + (roomy ? LeftWidth + Pad : 0), area.center().y() - BarHeight / 2,
+                    area.width() - (roomy ? LeftWidth + RightWidth + 2 * Pad : 0), BarHeight);
     painter->fillRect(bar, Ground);
     if (total <= 0 || bar.width() <= 0)
         return;

@@ -13,6 +13,7 @@
 namespace
 {
 const QString Name = QStringLiteral("name"), Now = QStringLiteral("now"), Machine = QStringLiteral("machine");
+constexpr int NowWidth = 380;
 
 bool hasGpu(const QJsonObject &machine)
 {
@@ -25,23 +26,29 @@ bool hasGpu(const QJsonObject &machine)
 // A machine is known by its client; of several with one it's the model that tells them apart.
 QString keyOf(const QString &client, const QString &model) { return client + QLatin1Char('|') + model; }
 
+QString modelOf(const QJsonObject &machine)
+{
+    const QString model = Cell::text(machine, "machineModel");
+    return model.isEmpty() ? EnvChoice::machineName(machine) : model;
+}
+
 QString keyOf(const QJsonObject &machine)
 {
     const QString client = Cell::text(machine, "clientId");
-    return keyOf(client.isEmpty() ? Cell::text(machine, "id") : client, EnvChoice::machineName(machine));
+    return keyOf(client.isEmpty() ? Cell::text(machine, "id") : client, modelOf(machine));
 }
 } // namespace
 
 ModifyEnv::ModifyEnv(const QList<TaskDetail> &details, TaskDesk *desk, QWidget *parent)
     : DetailQueue(QStringLiteral("ModifyEnv"), tr("修改环境配置"), details, desk, parent),
-      m_form(new Form({Field::shown(Name, tr("任务名称：")), Field::shown(Now, tr("当前选择：")),
+      m_form(new Form({Field::shown(Name, tr("任务名称")), Field::shown(Now, tr("当前选择")),
                        Field::choice(Machine, tr("机型修改"))},
                       this)),
       m_gpu(new QCheckBox(tr("GPU机型"), this)),
       m_list(new TickList(QStringLiteral("plugins"), tr("插件修改"), {{tr("插件修改"), 0}}, this))
 {
     m_gpu->setObjectName(QStringLiteral("env_gpu"));
-    m_form->setMinimumWidth(460);
+    m_form->editor(Now)->setMinimumWidth(NowWidth);
     m_list->setMinimumHeight(180);
     content()->addWidget(m_form);
     content()->addWidget(m_gpu);
@@ -61,6 +68,7 @@ void ModifyEnv::shown()
     now.removeAll(QString());
     m_form->setValues({{Name, current().task.name}, {Now, now.join(QStringLiteral(" / "))}});
     m_gpu->setChecked(Cell::integer(detail, "startGpu") != 0);
+    m_gpu->setEnabled(false); // until it's known that there is a choice
     m_machines = m_plugins = {};
     m_known = false;
     m_list->setRows({}, {});
@@ -161,7 +169,7 @@ TaskRequest ModifyEnv::request(const TaskDetail &task) const
         const QJsonObject machine = one.toObject();
         if (keyOf(machine) != chosen)
             continue;
-        more.insert(QStringLiteral("machineModel"), EnvChoice::machineName(machine));
+        more.insert(QStringLiteral("machineModel"), modelOf(machine));
         more.insert(QStringLiteral("clientId"), machine.contains(QLatin1String("clientId"))
                                                     ? machine.value(QLatin1String("clientId"))
                                                     : machine.value(QLatin1String("id")));

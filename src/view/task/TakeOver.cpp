@@ -12,7 +12,7 @@ const QString User = QStringLiteral("user");
 
 TakeOver::TakeOver(const QList<TaskRecord> &tasks, TaskDesk *desk, QWidget *parent)
     : DialogFrame(QStringLiteral("TakeOver"), tr("任务交接"), parent), m_tasks(tasks), m_desk(desk),
-      m_form(new Form({Field::choice(User, tr("选择账号：")).needed()}, this))
+      m_form(new Form({Field::choice(User, tr("选择账号")).needed()}, this))
 {
     setHeading(tasks.size() == 1 ? tasks.first().name : tr("%1 个任务").arg(tasks.size()));
     m_form->setMinimumWidth(380);
@@ -38,7 +38,9 @@ void TakeOver::askAccounts()
                 choices.append({id, Cell::text(row, "name")});
         }
         m_form->setChoices(User, choices);
-        if (choices.isEmpty())
+        if (!choices.isEmpty())
+            m_form->setValue(User, choices.first().first);
+        else
             setError(tr("没有可以交接的账号"), [this] { askAccounts(); });
     });
 }

@@ -73,7 +73,8 @@ C statusColumn()
         .role(TaskModel::Failed, [](const TaskRow &row) { return row.task.failureFrame; })
         .role(TaskModel::Cancelled, [](const TaskRow &row) { return row.task.cancelFrame; })
         .role(TaskModel::Total, [](const TaskRow &row) { return row.task.totalFrame; })
-        .unsorted();
+        .unsorted()
+        .atLeast(96);
 }
 
 // As a text for those who hear it, and for a copy of the cell; painted it is MissionProgress's.
@@ -91,8 +92,8 @@ C progressColumn()
         })
         .tip([](const TaskRow &row) { return row.eta; })
         .unsorted()
-        .atLeast(248)
-        .giving(2);
+        .atLeast(228)
+        .giving(1);
 }
 
 C remarkColumn()
@@ -109,7 +110,7 @@ C remarkColumn()
 
 C plain(const char *name, const QString &title, int width, int gives, QString (*text)(const TaskRow &))
 {
-    return C(id(name), title, width).text(text).unsorted().giving(gives);
+    return C(id(name), title, width).text(text).unsorted().giving(gives).atLeast(width - 16);
 }
 
 C handColumn()
@@ -156,7 +157,7 @@ QVector<C> columns(TaskFilter::Page page)
                  [](const TaskRow &row) { return row.task.username; })
         << remarkColumn();
     if (live)
-        all << plain("eta", words(QT_TRANSLATE_NOOP("TaskModel", "预计剩余")), 172, 1,
+        all << plain("eta", words(QT_TRANSLATE_NOOP("TaskModel", "预计剩余")), 172, 2,
                      [](const TaskRow &row) { return row.eta; })
             << plain("expected", words(QT_TRANSLATE_NOOP("TaskModel", "预计费用")), 88, 3,
                      [](const TaskRow &row) {
