@@ -147,7 +147,6 @@ QString Stage::longName(int number)
 
 QStringList Stage::farmWords()
 {
-<<<<<<< HEAD
     return {QStringLiteral("默认项目"),
             QStringLiteral("欢迎使用本机渲染农场"),
             QStringLiteral("本机农场"),
@@ -162,13 +161,6 @@ QStringList Stage::farmWords()
             QStringLiteral("已交付"),
             QStringLiteral("导演要先看第 110 帧"),
             QStringLiteral("中文")}; // a language by its own name
-=======
-    QStringList words;
-    for (const char *word : {"默认项目", "欢迎使用本机渲染农场", "本机农场", "本机", "海岸短片", "别墅夜景", "片头",
-                             "城市", "样板间", "第 9 帧起缺贴图", "已交付", "导演要先看第 110 帧", "一版", "中文"})
-        words << QString::fromUtf8(word);
-    return words;
->>>>>>> a6a697a (Tell the story of tasks on a living farm, measure their list; keep machines apart by their model)
 }
 
 db_resolve Stage::scene(int state) const

@@ -135,7 +135,8 @@ private slots:
         addRow("projects", "/project", 10502, QByteArray("{}"));
         addRow("environments", "/env?projectId=3&softwareType=8", 10506, QByteArray(R"({"projectId":3,"software_type":8})"));
         addRow("machines", "/machine?farmId=2&projectId=3", 11102, QByteArray(R"({"farmId":2,"projectId":3})"));
-        addRow("tasks", "/job", 10427, QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20,"projectId":[-1],"userId":[-1]})"));
+        addRow("tasks", "/job", 10427,
+               QByteArray(R"({"missionStatus":[1000],"name":"","page":0,"pageCount":20,"projectId":[-1],"userId":[-1]})"));
         addRow("tasks, chosen", "/job?status=1110,1120&name=%E5%9C%BA&page=2&projectId=5&userId=-1", 10427,
                QByteArray(R"({"missionStatus":[1110,1120],"name":"场","page":2,"pageCount":20,"projectId":[5],"userId":[-1]})"));
         addRow("task", "/job/detail?mid=7", 10409, QByteArray(R"({"missionId":7})"));
