@@ -247,6 +247,14 @@ void Business::waitForUser(Task &task)
     push(FramesReady, 1041200, body, task.user);
 }
 
+void Business::movedOver(Task &task)
+{
+    m_outstanding.remove(task.id);
+    announce(task);
+    if (task.status == Paused && task.subtype == WaitConfirm)
+        waitForUser(task);
+}
+
 void Business::taskOver(Task &task)
 {
     QJsonObject body = m_core.tasks->record(task);

@@ -52,6 +52,7 @@ public:
     void kick(int reason);
     void push(int cmd, int val, const QJsonObject &body, int user = 0); // to the links of that user, 0: to all
     void announce(Task &task);    // pushes what the client hasn't got yet of the results that are ready
+    void movedOver(Task &task);   // to another user: who gets the pushes from now on
     void waitForUser(Task &task); // push 10412: the priority frames are done
     void taskOver(Task &task);    // push 10431
     void add(int cmd, Handler handler) { m_handlers.insert(cmd, std::move(handler)); }

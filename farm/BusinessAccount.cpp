@@ -81,7 +81,10 @@ void Business::addAccount()
         link.loggedIn = true;
         ++m_core.counters.logins;
         emit m_core.loggedIn();
-        m_outstanding.clear();
+        for (const Task *task : m_core.tasks->all()) {
+            if (task->user == link.user)
+                m_outstanding.remove(task->id); // pushed again to this login
+        }
         const QPointer<QTcpSocket> socket = link.socket;
         return Answer{1030900,
                       m_core.account->object(link.user),

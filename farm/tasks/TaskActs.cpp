@@ -155,6 +155,7 @@ void TaskDesk::handOver(Link &link, const QJsonObject &body, Answer *answer)
             one->user = to;
             m_core.tasks->save(*one);
             m_core.tasks->note(*one, link.user, QStringLiteral("任务交接：%1").arg(m_core.account->nameOf(to)));
+            m_core.business->movedOver(*one);
             emit m_core.orderChanged(one->id);
         }
         ++moved;

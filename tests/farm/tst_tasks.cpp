@@ -301,6 +301,9 @@ private slots:
         QTRY_COMPARE(bench.farm.order(given).status, 2);
         QCOMPARE(bench.wire->push(10413).object().value("missionId").toInt(), given);
         QCOMPARE(master->push(10413).object().value("missionId").toInt(), kept); // each hears of its own alone
+        // What the one hasn't confirmed goes to the other with the task.
+        QCOMPARE(master->ask(10423, {{"missionIds", QString::number(kept)}, {"handoverUserId", other.value("id")}}).val, 1042300);
+        QCOMPARE(bench.wire->push(10413).object().value("missionId").toInt(), kept);
     }
 
     // Nobody says a word after the priority frames; a node is lost; a machine is changed; frames fail by chance, alike each time.
