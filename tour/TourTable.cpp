@@ -16,6 +16,7 @@
 #include "view/driver/cloud/SubmitMayaD.h"
 #include "view/driver/DriveConflict.h"
 #include "view/driver/DriveSet.h"
+#include "view/driver/MainDriver.h"
 #include "view/EnvPre.h"
 #include "view/frames/FrameView.h"
 #include "view/frames/LogView.h"
@@ -179,6 +180,17 @@ QList<db_resolve> cloudRows()
         rows << one;
     }
     return rows;
+}
+
+QWidget *analyses(Stage &stage)
+{
+    DriverTour::page(stage);
+    DriverTour::driver(stage)->showPart(MainDriver::Analyses);
+    if (stage.filled()) {
+        Stage::settle(300); // the store's own answer: there is nothing
+        DriverTour::driver(stage)->findChild<ResolveD *>()->allFile(cloudRows());
+    }
+    return stage.window();
 }
 
 EnvPre *env(int software, int count, QWidget *window)
@@ -434,15 +446,7 @@ const QList<TourStop> &tourTable()
         dialog("DownCover", over([](Stage &, QWidget *w) {
                    return new DownCover(7, Stage::longName(7), QStringLiteral("1-250, 300"), w);
                })),
-        dialog("ResolveD", over([](Stage &, QWidget *w) {
-                   auto *host = new DialogFrame(QStringLiteral("drive"), QStringLiteral("VandrelQN"), w);
-                   host->setWanted({912, 460});
-                   auto *page = new ResolveD(host);
-                   host->content()->addWidget(page, 1);
-                   host->addButton(QStringLiteral("OK"), DialogFrame::Close);
-                   QTimer::singleShot(300, page, [page] { page->allFile(cloudRows()); });
-                   return host;
-               })),
+        {"driver-analyses", TourStop::Both, analyses, true},
         dialog("MayaD", over([](Stage &, QWidget *w) { return new MayaD(analysed(30), w); })),
         dialog("SubmitMayaD", over([](Stage &, QWidget *w) { return new SubmitMayaD(analysed(2), 10, w); })),
         dialog("MDW", over([](Stage &, QWidget *w) {
