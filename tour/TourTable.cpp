@@ -55,6 +55,7 @@
 #include "view/update/SoftwareUpdateManager.h"
 #include "view/WebPanel.h"
 #include <QApplication>
+#include <QDir>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -102,6 +103,8 @@ QWidget *scenes(Stage &stage)
 
 QWidget *plugins(Stage &stage)
 {
+    for (const char *version : {"maya/2022", "maya/2024", "houdini19.5", "houdini20.5"}) // of the stage's own home
+        QDir().mkpath(QDir::homePath() + QLatin1Char('/') + QLatin1String(version) + QStringLiteral("/x"));
     stage.window()->showPage(QStringLiteral("plugins"));
     auto *page = stage.window()->findChild<PluginManager *>();
     Stage::wait([page] { return !page->table()->view()->records()->keys().isEmpty(); }, 1000);

@@ -73,7 +73,7 @@ PluginManager::PluginManager(QWidget *parent) : BaseWidget(Page, parent), m_mode
     TablePage::Look look;
     look.name = QStringLiteral("PluginManager");
     look.accessible = tr("插件管理");
-    look.emptyIcon = QStringLiteral("plus");
+    look.emptyIcon = QStringLiteral("plugin");
     look.emptyText = tr("没有找到可以安装插件的软件");
     look.emptyHint = tr("安装软件并启动一次后，点击刷新");
     m_table = new TablePage(look, m_model, this);
