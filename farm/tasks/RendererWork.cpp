@@ -45,8 +45,8 @@ QStringList Renderer::logHead(const Task &task, int index, const RenderWork &wor
 {
     const TaskFrame &one = task.frames.at(index);
     QStringList lines{
-        QStringLiteral("Info: node %1, order %2, %3, frame %4 of %5%6, try %7")
-            .arg(work.node, task.num, task.name)
+        QStringLiteral("Info: order %1, %2, frame %3 of %4%5, try %6")
+            .arg(task.num, task.name)
             .arg(one.job.frame)
             .arg(one.job.camera, one.kind == BlockOfFrame ? QStringLiteral(", block %1").arg(one.block + 1) : QString())
             .arg(one.tries)};
