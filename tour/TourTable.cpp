@@ -10,6 +10,7 @@
 #include "Samples.h"
 #include "view/CommitPreview.h"
 #include "view/DownCover.h"
+#include "view/driver/CheckTree.h"
 #include "view/driver/cloud/MayaD.h"
 #include "view/driver/cloud/MDW.h"
 #include "view/driver/cloud/ResolveD.h"
@@ -393,6 +394,7 @@ const QList<TourStop> &tourTable()
         {"transfer-up", TourStop::Both, tab(0, true), true},
         {"transfer-down", TourStop::Both, tab(1, true), true},
         {"transfer-done", TourStop::Both, tab(2), true},
+        {"transfer-drive", TourStop::Both, tab(3), true},
         {"plugins", TourStop::FullOnly, plugins, true},
         {"driver", TourStop::Both, DriverTour::page, true},
         {"driver-small", TourStop::FullOnly, DriverTour::small, true},
@@ -405,6 +407,12 @@ const QList<TourStop> &tourTable()
         {"driver-transfers", TourStop::Both, [](Stage &s) { return DriverTour::transfers(s, 2); }, true},
         {"driver-fetched", TourStop::FullOnly, [](Stage &s) { return DriverTour::transfers(s, 3); }, true},
         {"driver-over", TourStop::FullOnly, [](Stage &s) { return DriverTour::transfers(s, 4); }, true},
+        dialog("CheckTree", over([](Stage &, QWidget *w) {
+                   DriveCheck::Pair pair;
+                   pair.lpath = QStringLiteral("/no such folder");
+                   pair.dpath = QStringLiteral("D/valley");
+                   return new CheckTree({}, pair, w);
+               })),
         dialog("DriveSet", over([](Stage &, QWidget *w) { return new DriveSet(w); })),
         dialog("DriveConflict", over([](Stage &, QWidget *w) {
                    return new DriveConflict(1, QStringLiteral("/results/") + Stage::longName(3), w);

@@ -3741,6 +3741,10 @@ You can also change the folder, but only for new tasks</translation>
         <source>已删除 %1 个任务</source>
         <translation>%1 tasks are deleted</translation>
     </message>
+    <message>
+        <source>云盘</source>
+        <translation>Drive</translation>
+    </message>
 </context>
 <context>
     <name>TransferHand</name>
@@ -6732,6 +6736,14 @@ Type: %2<byte value="xd"/>
         <source>文件已提交解析，请至解析提交页面查看！</source>
         <translation>Handed over for analysis; see the page of analyses!</translation>
     </message>
+    <message>
+        <source>校验</source>
+        <translation>Compare</translation>
+    </message>
+    <message>
+        <source>选择要比较的本机文件夹</source>
+        <translation>Choose the folder of this machine to compare</translation>
+    </message>
 </context>
 <context>
     <name>FarmTab</name>
@@ -7155,6 +7167,65 @@ Type: %2<byte value="xd"/>
     <message>
         <source>更新程序没有回答</source>
         <translation>The updater gave no answer</translation>
+    </message>
+</context>
+<context>
+    <name>CheckTree</name>
+    <message>
+        <source>校验</source>
+        <translation>Compare</translation>
+    </message>
+    <message>
+        <source>文件</source>
+        <translation>File</translation>
+    </message>
+    <message>
+        <source>差异</source>
+        <translation>Difference</translation>
+    </message>
+    <message>
+        <source>差异列表</source>
+        <translation>Differences</translation>
+    </message>
+    <message>
+        <source>没有差异</source>
+        <translation>Nothing differs</translation>
+    </message>
+    <message>
+        <source>正在校验…</source>
+        <translation>Comparing…</translation>
+    </message>
+    <message>
+        <source>补传到云盘</source>
+        <translation>Send what differs</translation>
+    </message>
+    <message>
+        <source>补下到本机</source>
+        <translation>Fetch what differs</translation>
+    </message>
+    <message>
+        <source>关闭</source>
+        <translation>Close</translation>
+    </message>
+    <message>
+        <source>正在校验：已比较 %1 个文件，%2 个不同</source>
+        <translation>Comparing: %1 files so far, %2 differ</translation>
+    </message>
+    <message>
+        <source>已比较 %1 个文件，%2 个不同</source>
+        <translation>%1 files compared, %2 differ</translation>
+    </message>
+    <message>
+        <source>校验没有完成</source>
+        <translation>The comparison isn’t complete</translation>
+    </message>
+    <message>
+        <source>没有可以补传的文件</source>
+        <translation>There is nothing to send</translation>
+    </message>
+    <message>
+        <source>没有可以补下的文件</source>
+        <translation>There is nothing to fetch</translation>
     </message>
 </context>
 </TS>

@@ -14,6 +14,7 @@
 #include "db/UploadDAO.h"
 #include "view/DoneTable.h"
 #include "view/DownCover.h"
+#include "view/driver/TransferD.h"
 #include "view/TransferHand.h"
 #include <QAction>
 #include <QActionGroup>
@@ -74,6 +75,8 @@ void Transfer::makeTabs()
     addTab(tr("下载"), m_downTable);
     m_done = new DoneTable(this);
     addTab(tr("已完成"), m_done);
+    m_drive = new TransferD(this);
+    addTab(tr("云盘"), m_drive);
     m_tabs->addStretch(1);
     body()->addLayout(m_tabs);
     body()->addWidget(m_stack, 1);
@@ -132,8 +135,8 @@ TablePage *Transfer::makeTable(TransferList *list)
     connect(table, &TablePage::refreshWanted, this, &Transfer::refreshUp);
     connect(list, &TransferList::filesWanted, this,
             [this, uploads](const QString &group, int page) { askFiles(uploads, group, page); });
-    connect(view, &RecordView::opened, this, [this, view, list](const QString &key) {
-        if (!list->record(key)->file && view == shown()->view())
+    connect(view, &RecordView::opened, this, [this, list](const QString &key) {
+        if (!list->record(key)->file)
             expandMiss(list->indexOf(key).row(), 0);
     });
     return table;
@@ -196,7 +199,7 @@ void Transfer::addActs(TransferList *list, TablePage *table)
         table->acts()->add(spec);
 }
 
-TablePage *Transfer::shown() const { return static_cast<TablePage *>(m_stack->currentWidget()); }
+QWidget *Transfer::shown() const { return m_stack->currentWidget(); }
 
 const TransferRow *Transfer::byScene(qlonglong rkey) const
 {
@@ -350,7 +353,10 @@ void Transfer::miss(QList<db_downmiss> list, int pageSum)
 
 void Transfer::expandMiss(int row, int)
 {
-    RecordView *view = shown()->view();
+    auto *table = qobject_cast<TablePage *>(shown());
+    if (!table)
+        return;
+    RecordView *view = table->view();
     const QModelIndex index = view->model()->index(row, 0);
     view->setExpanded(index, !view->isExpanded(index));
 }

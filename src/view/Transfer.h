@@ -13,6 +13,7 @@ class QAction;
 class QActionGroup;
 class QStackedWidget;
 class TablePage;
+class TransferD;
 class TransferHand;
 
 class Transfer : public BaseWidget
@@ -56,11 +57,12 @@ private:
     void askFiles(bool uploads, const QString &group, int page);
     void orderState(const db_resolve &res);
     const TransferRow *byScene(qlonglong rkey) const;
-    TablePage *shown() const;
+    QWidget *shown() const;
 
     TransferList *m_up, *m_down;
     TablePage *m_upTable = nullptr, *m_downTable = nullptr;
     DoneTable *m_done = nullptr;
+    TransferD *m_drive = nullptr;
     QStackedWidget *m_stack = nullptr;
     QHBoxLayout *m_tabs = nullptr;
     QActionGroup *m_group = nullptr;

@@ -139,13 +139,15 @@ private slots:
         Transfer page;
         page.show();
         activate(&page);
-        const QList<QPushButton *> tabs = page.findChildren<QPushButton *>("tab");
+        const QList<QPushButton *> tabs = page.findChildren<QPushButton *>("tab", Qt::FindDirectChildrenOnly);
         tabs[1]->setChecked(true);
         QVERIFY(page.table(false)->isVisible() && !page.table(true)->isVisible());
         page.table(false)->setFocus();
         QTest::keyClick(page.table(false)->view(), Qt::Key_Tab, Qt::ControlModifier);
         QVERIFY(page.done()->isVisible() && tabs[2]->isChecked());
         QTest::keyClick(page.done()->view(), Qt::Key_Tab, Qt::ControlModifier);
+        QVERIFY(tabs[3]->isChecked()); // the drive's, with tabs of its own
+        QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab, Qt::ControlModifier);
         QVERIFY(page.table(true)->isVisible() && tabs[0]->isChecked());
     }
 

@@ -78,6 +78,7 @@ public slots:
     void itemSelectChanged();
     void dragEnterIgnore();
     void upFile(bool folders);
+    void checkDir();
 
 signals:
     void recharge();

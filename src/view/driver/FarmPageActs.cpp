@@ -7,6 +7,7 @@
 #include "common/UserInfo.h"
 #include "view/AccountFacts.h"
 #include "view/driver/AddDriver.h"
+#include "view/driver/CheckTree.h"
 #include "view/driver/DriveChain.h"
 #include "view/driver/DriveInfo.h"
 #include "view/driver/DriverPath.h"
@@ -76,6 +77,7 @@ void FarmPage::makeActions()
         if (const QVector<const FileView *> rows = chosen(); !rows.isEmpty())
             openFolderOf(FileView(*rows.first()));
     });
+    add("check", tr("校验"), "check", {}, [this] { checkDir(); });
     add("property", tr("属性"), "info", QKeySequence(Qt::ALT | Qt::Key_Return), [this] { propertyFile(); });
 }
 
@@ -159,6 +161,7 @@ void FarmPage::followSelection()
     set("delete", can.remove);
     set("copy", !rows.isEmpty());
     set("place", rows.size() == 1, m_path->searching());
+    set("check", can.check && !m_path->searching(), !(root && input));
     set("property", can.property, !(root && input));
     qlonglong bytes = 0;
     for (const FileView *row : rows)
@@ -476,6 +479,29 @@ void FarmPage::downFile()
     connect(dialog, &QFileDialog::fileSelected, this, [this, entries, from = place(m_folder)](const QString &folder) {
         DriveQueue::fetch(from, entries, folder);
         Toast::show(this, tr("已加入下载列表"), tr("查看"), [this] { emit transfers(); });
+    });
+    dialog->open();
+}
+
+// The chosen folder against one of this machine.
+void FarmPage::checkDir()
+{
+    const QVector<const FileView *> rows = chosen();
+    if (!acts().check || rows.size() != 1 || m_path->searching())
+        return;
+    DriveCheck::Pair pair;
+    pair.entry = *rows.first();
+    pair.dpath = m_path->text() + QLatin1Char('/') + rows.first()->name;
+    for (const FileView &folder : qAsConst(m_chain))
+        if (folder.id != Root)
+            pair.chain << folder.id;
+    QFileDialog *dialog = fileDialog(this, tr("选择要比较的本机文件夹"), QFileDialog::Directory);
+    connect(dialog, &QFileDialog::fileSelected, this, [this, pair, at = place(m_folder)](const QString &folder) {
+        DriveCheck::Pair both = pair;
+        both.lpath = folder;
+        auto *check = new CheckTree(at, both, window());
+        connect(check, &CheckTree::mended, this, &FarmPage::transfers);
+        check->open();
     });
     dialog->open();
 }
