@@ -258,6 +258,13 @@ bool windowButton(const QWidget *w)
     return w->objectName().startsWith(QLatin1String("head")) && w->focusPolicy() == Qt::NoFocus;
 }
 
+// What is around the control shows a difference between having the focus and not.
+QImage around(QWidget *window, const QWidget *w)
+{
+    const QRect place(w->mapTo(window, QPoint()), w->size());
+    return window->grab(place.adjusted(-3, -3, 3, 3) & window->rect()).toImage();
+}
+
 QStringList unreached(QWidget *window, const QList<QWidget *> &all)
 {
     QApplication::setActiveWindow(window);
@@ -265,18 +272,24 @@ QStringList unreached(QWidget *window, const QList<QWidget *> &all)
         window->setFocus();
     QWidget *const first = QApplication::focusWidget();
     QSet<QWidget *> met;
+    QStringList out;
     for (int i = 0; i < MostTabs; ++i) {
         QWidget *at = QApplication::focusWidget();
         if (!at || (i > 0 && at == first && met.size() > 1))
             break;
+        const bool judged =
+            !met.contains(at) && window->isAncestorOf(at) && !foreign(at) && !at->findChild<QWebView *>();
+        const QImage with = judged ? around(window, at) : QImage();
         met << at;
         QKeyEvent down(QEvent::KeyPress, Qt::Key_Tab, Qt::NoModifier),
             up(QEvent::KeyRelease, Qt::Key_Tab, Qt::NoModifier);
         QApplication::sendEvent(at, &down);
         if (QWidget *now = QApplication::focusWidget())
             QApplication::sendEvent(now, &up);
+        QCoreApplication::processEvents(); // a scrolled form brings what has the focus into sight
+        if (judged && QApplication::focusWidget() != at && at->isVisible() && with == around(window, at))
+            out << QStringLiteral("its focus can't be seen: %1").arg(named(at, at->accessibleName()));
     }
-    QStringList out;
     for (QWidget *w : all) {
         if (!control(w) || part(w) || !w->isEnabled() || reachedByOthers(w, met) || windowButton(w))
             continue;

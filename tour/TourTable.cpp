@@ -510,7 +510,8 @@ const QList<TourStop> &tourTable()
         dialog("CVersionManager",
                over([](Stage &, QWidget *w) { return new CVersionManager(Samples::software(), false, w); })),
         dialog("CVersionManager-forced",
-               over([](Stage &, QWidget *w) { return new CVersionManager(Samples::software(), true, w); })),
+               over([](Stage &, QWidget *w) { return new CVersionManager(Samples::software(), true, w); }))
+            .stays(),
         dialog("SoftwareProgressBar", over([](Stage &, QWidget *w) {
                    return new SoftwareProgressBar(updates(w), Samples::software().versions.mid(0, 3), w);
                })),

@@ -12,6 +12,8 @@ struct TourStop {
     When when;
     std::function<QWidget *(Stage &)> bring; // null: there is none now
     bool page = false;                       // part of the main window: stays open
+    bool firm = false;                       // Escape doesn't close it
+    TourStop &stays() { return firm = true, *this; }
 };
 
 const QList<TourStop> &tourTable();

@@ -11,6 +11,8 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
+#include <QKeyEvent>
+#include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QTextStream>
@@ -18,7 +20,7 @@
 namespace
 {
 const QStringList Languages{QStringLiteral("zh_cn"), QStringLiteral("en_us")};
-constexpr int RestMs = 80, MostRests = 40, LongestWalkMs = 280000;
+constexpr int MostEscapes = 4, RestMs = 80, MostRests = 40, LongestWalkMs = 280000;
 
 struct Walk {
     QString folder, language, scale;
@@ -39,6 +41,16 @@ QPixmap stillPicture(QWidget *window)
         before = now;
     }
     return last;
+}
+
+void escape(QWidget *window)
+{
+    QWidget *at = window->focusWidget() ? window->focusWidget() : window;
+    QKeyEvent down(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier),
+        up(QEvent::KeyRelease, Qt::Key_Escape, Qt::NoModifier);
+    QApplication::sendEvent(at, &down);
+    QApplication::sendEvent(at, &up);
+    Stage::settle(1);
 }
 
 QStringList look(const Walk &walk, const QString &name, QWidget *window)
@@ -68,8 +80,13 @@ QStringList walkThrough(const Walk &walk, Stage &stage)
             continue;
         }
         faults << look(walk, name, window);
-        if (!stop.page)
-            window->close();
+        const QPointer<QWidget> left = stop.page ? nullptr : window;
+        for (int i = 0; i < MostEscapes && left && left->isVisible(); ++i) // a search or ticks may go first
+            escape(left);
+        if (left && left->isVisible() && !stop.firm)
+            faults << QStringLiteral("%1 %2: Escape doesn't close it").arg(walk.prefix(), name);
+        if (left)
+            left->close();
         Stage::settle(1);
     }
     return faults;
