@@ -1,8 +1,9 @@
 // vnpages [--rows N] [--seconds N]: what the window's thread stands still for while the two big lists are scrolled and
-// their rows change 200 times a second: a store of N analyses, an order of N files opened on the transfer page. Each
-// turn of the event loop is timed; a turn over 16 ms is a frame that was missed. Then a task of N frames at a farm of
-// this process, looked through page by page, and a log of --log MiB in its window: what it takes to open, and the
-// memory. Runs offscreen as well.
+// their rows change 200 times a second: a store of N analyses, an order of N files opened on the transfer page; while
+// the panel before a commit looks at N files; in the parameter dialog of 200 layers with 500 cameras each. Each turn of
+// the event loop is timed; a turn over 16 ms is a frame that was missed. Then a task of N frames at a farm of this
+// process, looked through page by page, and a log of --log MiB in its window: what it takes to open, and the memory.
+// Runs offscreen as well.
 #include "common/facts/SceneState.h"
 #include "common/ThreadPool.h"
 #include "common/ui/Background.h"
@@ -13,8 +14,10 @@
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "set/FarmRig.h"
+#include "view/CommitPreview.h"
 #include "view/frames/LogText.h"
 #include "view/frames/LogView.h"
+#include "view/render/ParameterDialog.h"
 #include "view/Resolve.h"
 #include "view/Startup.h"
 #include "view/task/MissionSub.h"
@@ -22,9 +25,14 @@
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <QAction>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLineEdit>
 #include <QScrollBar>
 #include <QTemporaryDir>
 #include <QThread>
@@ -243,6 +251,114 @@ void subTasks(int rows, int seconds)
     turns.tell("sub-tasks, ten pages a second");
 }
 
+// Every file is missing, in 1000 folders: nothing is larger to show.
+void preview(int files, qlonglong key)
+{
+    db_resolve one;
+    one.rkey = one.pri = key;
+    one.state = SceneState::Clean;
+    one.lpath = QStringLiteral("/projects/valley/scenes/big.tgd");
+    one.rset = QStringLiteral("{\"softwareType\":8,\"farmId\":1}");
+    QStringList list;
+    for (int i = 0; i < files; ++i)
+        list << QStringLiteral("\"/projects/valley/textures/set_%1/rock_%2.tif\"").arg(i % 1000).arg(i);
+    one.rfile = QStringLiteral("\"files\":[%1]").arg(list.join(QLatin1Char(',')));
+    QList<db_resolve> rows{one};
+    if (!ResolveDAO::instance()->insertBatch(&rows))
+        return void(std::printf("preview: the store can't be filled\n"));
+    QWidget over;
+    over.resize(1240, 760);
+    over.show();
+    CommitPreview::Wish wish;
+    wish.rkeys = {rows.first().rkey};
+    Turns turns;
+    CommitPreview *panel = nullptr;
+    bool ended = false;
+    turns.time([&] {
+        panel = new CommitPreview(wish, &over);
+        panel->open();
+    });
+    QObject::connect(panel->preflight(), &Preflight::changed, panel,
+                     [&ended](const PreflightFigures &now) { ended = now.over; });
+    QElapsedTimer clock;
+    clock.start();
+    while (!ended && !clock.hasExpired(60000)) {
+        turns.time([] { QCoreApplication::processEvents(); });
+        QThread::msleep(1);
+    }
+    std::printf("%d files looked at after %lld ms\n", files, clock.elapsed());
+    turns.tell("panel before a commit");
+    panel->close();
+}
+
+void dialog(int layers, int cameras)
+{
+    QJsonArray names, all;
+    for (int i = 0; i < cameras; ++i)
+        names.append(QStringLiteral("camera_%1").arg(i));
+    for (int i = 0; i < layers; ++i)
+        all.append(QJsonObject{{"layer", QStringLiteral("rs_%1").arg(i)},
+                               {"width", 1920},
+                               {"height", 1080},
+                               {"frames", "1-250"},
+                               {"cameras", names},
+                               {"cameras_overide", names}});
+    db_resolve one;
+    one.state = SceneState::Clean;
+    one.lpath = QStringLiteral("/p/a.ma");
+    one.rset = QStringLiteral("{\"softwareType\":1}");
+    one.rdata = QString::fromUtf8(
+        QJsonDocument(QJsonObject{{"modelParameters", QJsonObject{{"layers", all}}}}).toJson(QJsonDocument::Compact));
+    QWidget over;
+    over.resize(1240, 760);
+    over.show();
+    Turns turns;
+    ParameterDialog *open = nullptr;
+    turns.time([&] {
+        open = ParameterDialog::make(one, &over);
+        open->open();
+        QCoreApplication::processEvents();
+    });
+    turns.tell("parameters: opened");
+    const auto settle = [&turns] { // typing comes to rest, then sums are made
+        for (int i = 0; i < 40; ++i) {
+            turns.time([] { QCoreApplication::processEvents(); });
+            QThread::msleep(10);
+        }
+    };
+    auto *layersList = open->findChild<TablePage *>(QStringLiteral("outputs"));
+    auto *camerasList = open->findChild<TablePage *>(QStringLiteral("cameras"));
+    const QStringList keys = layersList->view()->records()->keys();
+    for (int i = 0; i < 40; ++i)
+        turns.time([&] {
+            layersList->view()->select({keys.at(i * 5 % keys.size())});
+            QCoreApplication::processEvents();
+        });
+    settle();
+    turns.tell("parameters: another layer");
+    for (const char *act : {"none", "all"}) {
+        turns.time([&] {
+            camerasList->acts()->action(QLatin1String(act))->trigger();
+            QCoreApplication::processEvents();
+        });
+        turns.time([&] {
+            layersList->acts()->action(QLatin1String(act))->trigger();
+            QCoreApplication::processEvents();
+        });
+    }
+    settle();
+    turns.tell("parameters: all and none");
+    layersList->view()->select(keys);
+    auto *frames = open->findChild<QLineEdit *>(QStringLiteral("frames"));
+    for (int i = 1; i < 40; ++i)
+        turns.time([&] {
+            frames->setText(QStringLiteral("1-%1").arg(i));
+            QCoreApplication::processEvents();
+        });
+    settle();
+    turns.tell("parameters: frames of all layers");
+    open->close();
+}
 qint64 memoryKiB(const char *what)
 {
     QFile status(QStringLiteral("/proc/self/status"));
@@ -308,7 +424,7 @@ int main(int argc, char **argv)
     parser.addOptions({{"rows", "Analyses, and files of the order.", "n", "100000"},
                        {"seconds", "How long each list is scrolled.", "n", "10"},
                        {"log", "MiB of the log; 0: none.", "n", "1024"},
-                       {"only", "lists, subtasks or log; all without it.", "which"}});
+                       {"only", "lists, dialogs, subtasks or log; all without it.", "which"}});
     parser.addHelpOption();
     parser.process(app);
     const int rows = parser.value("rows").toInt(), seconds = parser.value("seconds").toInt();
@@ -332,6 +448,10 @@ int main(int argc, char **argv)
     }
     if (only.isEmpty() || only == "subtasks")
         subTasks(rows, seconds);
+    if (only.isEmpty() || only == "dialogs") {
+        preview(rows, rows + 1);
+        dialog(200, 500);
+    }
     thread.quit();
     thread.wait();
     Background::finish();

@@ -31,10 +31,13 @@ QString text(const QJsonValue &value) { return value.toVariant().toString().trim
 QStringList names(const QJsonValue &value)
 {
     QStringList list;
+    QSet<QString> seen; // hundreds of cameras in hundreds of layers
     const QJsonArray all = value.isArray() ? value.toArray() : QJsonArray{value};
     for (const QJsonValue &one : all)
-        if (const QString name = text(one); !name.isEmpty() && !list.contains(name))
+        if (const QString name = text(one); !name.isEmpty() && !seen.contains(name)) {
+            seen << name;
             list << name;
+        }
     return list;
 }
 
@@ -413,8 +416,9 @@ QJsonObject ParameterSheet::writeSingle(const Output &one) const
     values.insert(Frames, FrameSet::rewrite(framesOf(one)));
     values.remove(Step);
     QStringList others;
-    std::copy_if(one.cameras.begin(), one.cameras.end(), std::back_inserter(others),
-                 [&one](const QString &name) { return !one.ticked.contains(name); });
+    std::copy_if(
+        one.cameras.begin(), one.cameras.end(), std::back_inserter(others),
+        [on = QSet<QString>(one.ticked.begin(), one.ticked.end())](const QString &name) { return !on.contains(name); });
     const QJsonArray ticked = QJsonArray::fromStringList(one.ticked);
     values.insert(QStringLiteral("cameras"), ticked);
     if (type == Cinema4D) {

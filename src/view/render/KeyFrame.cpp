@@ -113,7 +113,7 @@ void KeyFrame::send(int cmd)
             if (task.id == id) {
                 task.asked = true;
                 task.state = tr("正在发送…");
-                m_list->setCells(QString::number(id), cells(task));
+                m_list->setCells({{QString::number(id), cells(task)}});
             }
         ServerCall::ask(this, cmd, {{QStringLiteral("missionId"), id}},
                         [this, id](const ServerCall::Answer &answer) { answered(id, answer.text()); });

@@ -181,11 +181,13 @@ void ParameterDialog::showCameras()
 // An edit is for every selected output: hundreds of layers are seldom set one by one.
 void ParameterDialog::edit(const QString &key, const QJsonValue &value)
 {
+    QHash<QString, QStringList> shown;
     for (int i : qAsConst(m_chosen)) {
         m_sheet.outputs[i].values.insert(key, value);
-        if (m_outputs)
-            m_outputs->setCells(QString::number(i), cells(i));
+        shown.insert(QString::number(i), cells(i));
     }
+    if (m_outputs)
+        m_outputs->setCells(shown);
     fieldEdited(key);
     m_summing->debounce(SumMs);
 }

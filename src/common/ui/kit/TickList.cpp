@@ -76,14 +76,18 @@ void TickList::show(const QString &search)
     emit selectionMoved();
 }
 
-void TickList::setCells(const QString &key, const QStringList &cells)
+void TickList::setCells(const QHash<QString, QStringList> &cells)
 {
-    for (TickRow &row : m_rows)
-        if (row.key == key)
-            row.cells = cells;
-    const TickRow *shown = m_model->record(key);
-    if (shown && shown->cells != cells)
-        m_model->change(key, [&cells](TickRow &row) { row.cells = cells; });
+    QList<TickRow> shown;
+    for (TickRow &row : m_rows) {
+        if (const auto fresh = cells.constFind(row.key); fresh != cells.cend())
+            row.cells = *fresh;
+        if (m_model->contains(row.key))
+            shown << row;
+    }
+    m_quiet = true;
+    m_model->setRows(shown);
+    m_quiet = false;
 }
 
 QStringList TickList::ticked() const

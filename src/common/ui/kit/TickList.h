@@ -22,8 +22,8 @@ public:
     };
     TickList(const QString &name, const QString &accessible, const QVector<Head> &heads, QWidget *parent = nullptr);
     void setRows(const QList<TickRow> &rows, const QStringList &ticked); // emits no ticked...()
-    void setCells(const QString &key, const QStringList &cells);
-    QStringList ticked() const; // in the order of the rows
+    void setCells(const QHash<QString, QStringList> &cells);             // of these rows, all in one step
+    QStringList ticked() const;                                          // in the order of the rows
     void setTicked(const QStringList &keys);
     bool isTicked(const QString &key) const { return m_on.contains(key); }
     QStringList selected() const;
