@@ -307,7 +307,25 @@ void MissionSubPage::start(const TaskRecord &task)
     refresh();
 }
 
-void MissionSubPage::cover() { setGeometry(m_place ? m_place() : parentWidget()->rect()); }
+void MissionSubPage::cover()
+{
+    setGeometry(m_place ? m_place() : parentWidget()->rect());
+    guardBelow(isVisible());
+}
+
+// What lies wholly below this page takes no keys meanwhile: Tab would lead to where nobody sees it.
+void MissionSubPage::guardBelow(bool on)
+{
+    for (const QPointer<QWidget> &one : std::exchange(m_below, {}))
+        if (one)
+            one->setEnabled(true);
+    for (auto *one : parentWidget()->findChildren<QWidget *>(QString(), Qt::FindDirectChildrenOnly))
+        if (on && one->isEnabled() && !one->isWindow() && !qobject_cast<MissionSubPage *>(one) &&
+            geometry().contains(one->geometry())) {
+            one->setEnabled(false);
+            m_below << one;
+        }
+}
 
 void MissionSubPage::setHeading(const QString &name, const QString &more)
 {
@@ -536,6 +554,7 @@ void MissionSubPage::keyPressEvent(QKeyEvent *event)
 void MissionSubPage::showEvent(QShowEvent *event)
 {
     QWidget::showEvent(event);
+    guardBelow(true);
     m_timer.start();
     if (!event->spontaneous())
         m_soon.start(0);
@@ -545,6 +564,8 @@ void MissionSubPage::showEvent(QShowEvent *event)
 void MissionSubPage::hideEvent(QHideEvent *event)
 {
     QWidget::hideEvent(event);
+    if (isHidden()) // not with its window
+        guardBelow(false);
     m_timer.stop();
 }
 

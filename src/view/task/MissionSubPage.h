@@ -6,6 +6,7 @@
 #include "common/ui/kit/TablePage.h"
 #include "task/SubTask.h"
 #include "task/TaskRecord.h"
+#include <QPointer>
 #include <QTimer>
 
 class QComboBox;
@@ -70,6 +71,8 @@ protected:
 private:
     void addActs();
     void cover();
+    void guardBelow(bool on);
+    QList<QPointer<QWidget>> m_below; // what it keeps from the keys
     void fitHeading();
     void take(const SubList &list);
     void cancel(const QList<SubTask> &rows);
