@@ -69,6 +69,13 @@ private slots:
         QCOMPARE(view->selected(), QStringList{"7"});
         QCOMPARE(rig.cell("7", "status"), QString("渲染暂停"));
         QVERIFY(view->verticalScrollBar()->value() == at && rig.page->model()->rowCount() == 20);
+        // A light cache stands out by its name's colour and slant.
+        rig.rows[2] = taskRow(3, 4, 1, {{"name", "a.max"}, {"identity", "GZ"}});
+        QVERIFY(rig.refreshed());
+        const QModelIndex light = rig.page->model()->indexOf("3", rig.page->model()->columnOf("name"));
+        QVERIFY(light.data(CellRole::Tint).value<QColor>() == QColor("#4b96ea") && light.data(Qt::FontRole).value<QFont>().italic());
+        const QRect cell = rig.rectOf("3", "name");
+        QVERIFY(view->viewport()->grab(cell).toImage() != view->viewport()->grab(rig.rectOf("4", "name")).toImage());
         // A refusal empties the list and says why; the next good answer mends it.
         rig.server.answer(10427, 1040013);
         QVERIFY(rig.refreshed());

@@ -88,6 +88,7 @@ void BaseMission::build()
     auto *remark = new NodeItem(live, view);
     view->setItemDelegateForColumn(m_model->columnOf(QStringLiteral("remark")), remark);
     connect(remark, &BaseItemDelegate::baseItemHand, this, &BaseMission::markHand);
+    view->setItemDelegateForColumn(m_model->columnOf(QStringLiteral("name")), new MissionName(view));
     if (live)
         view->setItemDelegateForColumn(m_model->columnOf(QStringLiteral("progress")),
                                        new MissionProgress(m_model->columnOf(QStringLiteral("status")), view));

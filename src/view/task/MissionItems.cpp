@@ -124,6 +124,16 @@ void NodeItem::paint(QPainter *painter, const QStyleOptionViewItem &option, cons
     paintButtons(painter, option, index);
 }
 
+MissionName::MissionName(QObject *parent) : TextItem(parent, Qt::ElideMiddle) { setRowHeight(Metrics::Row); }
+
+void MissionName::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    QStyleOptionViewItem own(option);
+    const QVariant font = index.data(Qt::FontRole);
+    own.font.setItalic(font.isValid() && font.value<QFont>().italic());
+    TextItem::paint(painter, own, index);
+}
+
 MissionProgress::MissionProgress(int statusColumn, QObject *parent) : TextItem(parent), m_status(statusColumn)
 {
     setRowHeight(Metrics::Row);

@@ -68,6 +68,15 @@ private:
     bool m_limit;
 };
 
+// The name, in the font that the model gives it.
+class MissionName : public TextItem
+{
+    Q_OBJECT
+public:
+    explicit MissionName(QObject *parent);
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
+};
+
 // How many frames are done, as a bar with the share over it and the counters at both sides.
 class MissionProgress : public TextItem
 {

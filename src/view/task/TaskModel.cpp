@@ -7,7 +7,6 @@
 namespace
 {
 using C = Column<TaskRow>;
-const QColor LightCacheName(0x4b, 0x96, 0xea);
 
 QString words(const char *text) { return TaskModel::tr(text); }
 QString id(const char *name) { return QLatin1String(name); }
@@ -32,8 +31,6 @@ C nameColumn()
                        : row.task.name;
         })
         .icon([](const TaskRow &row) { return row.task.timeout ? QStringLiteral("timeout") : QString(); })
-        .role(CellRole::Tint,
-              [](const TaskRow &row) { return row.task.isLightCache() ? QVariant(LightCacheName) : QVariant(); })
         .role(Qt::FontRole,
               [](const TaskRow &row) {
                   QFont font;
@@ -175,6 +172,15 @@ TaskModel::TaskModel(const TaskFilter *filter, QObject *parent)
 {
     setSortBy(SortBy::Source);
     setSame([](const TaskRow &one, const TaskRow &two) { return one == two; });
+}
+
+QVariant TaskModel::data(const QModelIndex &index, int role) const
+{
+    // A light cache's name, which stands beside its main task's.
+    if (role == CellRole::Tint && index.isValid() && column(index.column()).id == QLatin1String("name") &&
+        index.data(Identity) == QLatin1String("GZ"))
+        return Palette::accent;
+    return RecordModel<TaskRow>::data(index, role);
 }
 
 const TaskMenu *TaskModel::menuOf(int section) const

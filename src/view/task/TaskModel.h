@@ -23,6 +23,7 @@ class TaskModel : public RecordModel<TaskRow>
 public:
     // filter: outlives the model; its menus' columns tell by title and mark whether they narrow the list.
     TaskModel(const TaskFilter *filter, QObject *parent);
+    QVariant data(const QModelIndex &index, int role) const override;
     QVariant headerData(int section, Qt::Orientation orientation, int role) const override;
     const TaskMenu *menuOf(int section) const; // null: a column without a menu
     void filterChanged() { emit headerDataChanged(Qt::Horizontal, 0, columnCount() - 1); }
