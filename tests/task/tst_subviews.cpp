@@ -104,7 +104,8 @@ private slots:
         QCOMPARE(m_farm->requests(10402).first().body, QJsonDocument::fromJson(R"({"missionId": 7, "status": -1, "page": 0})").object());
         QCOMPARE(m_view->geometry(), m_page->rect());
         QCOMPARE(m_view->model()->keys("700002"), QStringList("700003")); // below the one that it replaces
-        QVERIFY(m_view->model()->keys().contains("700007"));              // its parent isn't here
+        QVERIFY(m_view->table()->view()->isExpanded(m_view->model()->indexOf("700002")));
+        QVERIFY(m_view->model()->keys().contains("700007")); // its parent isn't here
         QSignalSpy painted(m_view->model(), &QAbstractItemModel::dataChanged), moved(m_view->model(), &QAbstractItemModel::rowsInserted);
         choose({"700004"});
         const int asked = m_farm->count(10402);

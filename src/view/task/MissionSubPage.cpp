@@ -345,7 +345,13 @@ void MissionSubPage::resizeEvent(QResizeEvent *event)
     fitHeading();
 }
 
-void MissionSubPage::paintEvent(QPaintEvent *) { QPainter(this).fillRect(rect(), Palette::window); }
+void MissionSubPage::paintEvent(QPaintEvent *)
+{
+    QPainter painter(this);
+    painter.fillRect(rect(), Palette::window);
+    if (x() > 0) // beside the names of the tasks
+        painter.fillRect(0, 0, 1, height(), Palette::line);
+}
 
 void MissionSubPage::refresh()
 {
@@ -390,6 +396,11 @@ void MissionSubPage::take(const SubList &list)
     m_model->setRows(upper);
     for (const SubTask &sub : qAsConst(upper))
         m_model->setRows(below.value(sub.id), sub.id);
+    for (auto it = below.cbegin(); it != below.cend(); ++it)
+        if (!m_opened.contains(it.key())) { // a frame that renders once more is seen; who closes it keeps it closed
+            m_opened.insert(it.key());
+            m_table->view()->expand(m_model->indexOf(it.key()));
+        }
     m_table->pages()->setPageSum(list.pages);
     const auto words =
         m_blocks ? tr("总块数：%1    渲染中：%2    排队中：%3    已暂停：%4    已完成：%5    已失败：%6    已取消：%7")

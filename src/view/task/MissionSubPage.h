@@ -93,5 +93,6 @@ private:
     QTimer m_timer, m_soon;
     QString m_heading;
     SubList m_list;
-    int m_asked = 0; // counts the questions
+    QSet<QString> m_opened; // branches, once
+    int m_asked = 0;        // counts the questions
 };

@@ -161,6 +161,7 @@ QVector<C> columns(TaskFilter::Page page)
                          return UserInfo::denied(TaskAct::CostGrant) ? QStringLiteral("-") : row.expected;
                      })
                    .right()
+                   .atLeast(104)
             << handColumn();
     return all;
 }
