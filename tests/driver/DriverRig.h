@@ -4,6 +4,9 @@
 #include "common/ui/kit/Notes.h"
 #include "io/NetWork.h"
 #include "set/FarmRig.h"
+#include "transfer/drive/DirScan.h"
+#include "transfer/drive/DriveCalls.h"
+#include "transfer/TransScan.h"
 #include "view/driver/AddFarm.h"
 #include "view/driver/DriverPath.h"
 #include "view/driver/DriveTree.h"
@@ -13,7 +16,9 @@
 #include "view/driver/ThumbStore.h"
 #include <QAction>
 #include <QClipboard>
+#include <QDialogButtonBox>
 #include <QDropEvent>
+#include <QFileDialog>
 #include <QMimeData>
 #include <QScrollBar>
 #include <QToolButton>
@@ -43,6 +48,59 @@ public:
         main->setFocus(); // as the main window does
         return settled();
     }
+    // The drive's queues over stores of this rig's own, as a session starts them.
+    bool startQueues()
+    {
+        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
+            if (!UploadDDAO::instance(which)->open(folder.path()))
+                return false;
+        Session::setLive(true);
+        for (int type : {TransScan::DriveOk, TransScan::DriveUp, TransScan::DriveDown})
+            queues.emplace_back(new TransScan(type));
+        for (int type : {DirScan::Local, DirScan::Remote})
+            walks.emplace_back(new DirScan(type));
+        for (auto &one : queues)
+            one->start();
+        for (auto &one : walks)
+            one->start();
+        return QTest::qWaitFor(
+            [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
+    }
+    ~DriverRig()
+    {
+        window.reset();
+        if (queues.empty())
+            return;
+        Session::setLive(false);
+        walks.clear();
+        queues.clear();
+        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
+            UploadDDAO::instance(which)->release();
+    }
+    QString local(const QString &path) const { return folder.filePath(path); }
+    bool write(const QString &path, const QByteArray &content) const
+    {
+        QDir().mkpath(QFileInfo(local(path)).path());
+        QFile file(local(path));
+        return file.open(QIODevice::WriteOnly | QIODevice::Truncate) && file.write(content) == content.size();
+    }
+    QByteArray read(const QString &path) const
+    {
+        QFile file(local(path));
+        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+    }
+    // Chooses a folder in the dialog that is open.
+    bool pick(const QString &path) const
+    {
+        auto *dialog = topLevel<QFileDialog>();
+        if (!dialog)
+            return false;
+        dialog->setDirectory(local(path));
+        dialog->findChild<QLineEdit *>()->setText(local(path));
+        dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
+        return QTest::qWaitFor([] { return !topLevel<QFileDialog>(); });
+    }
+
     FarmPage *page() const { return main->page(); }
     FolderModel *model() const { return page()->model(); }
     bool settled() const
@@ -138,6 +196,8 @@ public:
     }
     QPoint placeOf(const QString &name) const { return page()->view()->visualRect(model()->indexOf(idOf(name))).center(); }
 
+    std::vector<std::unique_ptr<TransScan>> queues;
+    std::vector<std::unique_ptr<DirScan>> walks;
     std::unique_ptr<QWidget> window;
     MainDriver *main = nullptr;
 };

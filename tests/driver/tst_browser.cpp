@@ -1,8 +1,13 @@
 // The drive's browser on the living farm: what is clicked, typed and dropped, and what stands on the farm after it.
 #include "DriverRig.h"
 #include "support/TestMain.h"
+#include "view/driver/CheckTree.h"
 #include "view/driver/DragDrop.h"
+#include "view/driver/DriveConflict.h"
+#include "view/driver/DriveList.h"
 #include "view/driver/MoveFarmFile.h"
+#include "view/driver/TransferD.h"
+#include <QRadioButton>
 
 class TestBrowser : public QObject
 {
@@ -156,6 +161,10 @@ private slots:
         const QString disk = rig.page()->folder(), a = rig.idOf("a");
         QTest::keyClicks(rig.page()->view(), "be");
         QCOMPARE(rig.page()->view()->currentIndex().data(Qt::EditRole).toString(), QString("beta"));
+        rig.choose({"a"});
+        rig.key(Qt::Key_Return);
+        rig.key(Qt::Key_Backspace); // before its entries came: they aren't shown any more
+        QVERIFY(rig.shows({"a", "b", "beta"}));
         QVERIFY(rig.enter("a"));
         QCOMPARE(rig.page()->path()->text(), QString("D/a"));
         QCOMPARE(rig.page()->tree()->chosen(), a);
@@ -237,6 +246,51 @@ private slots:
         QVERIFY(press(dialog, "移动"));
         QVERIFY(rig.shows({"c"}));
         QVERIFY(rig.comesTo({"D/", "D/c/", "D/c/b/", "D/c/b/a/", "D/c/b/a/file000000.bin", "D/c/in c/"}));
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // A folder is dropped, arrives, is fetched over files that are there, and compared again once one of them changed.
+    void transfers()
+    {
+        DriverRig &rig = inDisk({"D/b/"});
+        QVERIFY(rig.startQueues());
+        QVERIFY(rig.write("shots/a.txt", "one") && rig.write("shots/in/b.txt", "two two") && rig.write("shots/Thumbs.db", "x"));
+        QDir().mkpath(rig.local("shots/empty"));
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(rig.local("shots"))});
+        QVERIFY(rig.drop(&files, rig.page()->view()->viewport(), rig.placeOf("b")));
+        QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/shots/", "D/b/shots/a.txt", "D/b/shots/empty/", "D/b/shots/in/", "D/b/shots/in/b.txt"}));
+        rig.main->showPart(MainDriver::Transfers);
+        auto *page = rig.main->findChild<TransferD *>();
+        page->initDAOView(4);
+        QTRY_COMPARE_WITH_TIMEOUT(page->list(UploadDDAO::Ok)->rowCount(), 1, 10000);
+        QTRY_COMPARE(page->sums(UploadDDAO::Ok), QString("总计：已传输文件数2，待传输文件数0，总文件数2"));
+        QCOMPARE(page->list(UploadDDAO::Ok)->index(0, 0).data().toString(), QString("shots"));
+
+        rig.main->showPart(MainDriver::Browser);
+        QVERIFY(rig.enter("b") && rig.shows({"shots"}));
+        QVERIFY(rig.write("back/shots/a.txt", "other"));
+        rig.choose({"shots"});
+        rig.act("download");
+        QVERIFY(rig.pick("back"));
+        QTRY_VERIFY_WITH_TIMEOUT(topLevel<DriveConflict>(), 10000);
+        QVERIFY(topLevel<DriveConflict>()->findChildren<QRadioButton *>().size() == 3);
+        topLevel<DriveConflict>()->findChildren<QRadioButton *>().at(1)->click(); // overwrite
+        QVERIFY(press(topLevel<DriveConflict>(), "确定"));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.read("back/shots/a.txt"), QByteArray("one"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(rig.read("back/shots/in/b.txt"), QByteArray("two two"), 10000);
+        QVERIFY(QFileInfo(rig.local("back/shots/empty")).isDir());
+
+        QVERIFY(rig.write("back/shots/in/b.txt", "changed"));
+        rig.choose({"shots"});
+        rig.act("check");
+        QVERIFY(rig.pick("back/shots"));
+        QTRY_VERIFY(topLevel<CheckTree>());
+        QTRY_COMPARE(topLevel<CheckTree>()->state(), QString("已比较 2 个文件，1 个不同"));
+        QCOMPARE(topLevel<CheckTree>()->model()->index(0, 0).data().toString(), QString("in/b.txt"));
+        QVERIFY(press(topLevel<CheckTree>(), "补传到云盘"));
+        const QString changed = QCryptographicHash::hash("changed", QCryptographicHash::Md5).toHex();
+        QTRY_COMPARE_WITH_TIMEOUT(rig.farm.driveFiles().value("D/b/shots/in/b.txt"), changed, 10000);
         QCOMPARE(rig.farm.violations(), QStringList());
     }
 

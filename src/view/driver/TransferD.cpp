@@ -176,9 +176,22 @@ void TransferD::listen(int which)
     connect(dao, &UploadDDAO::fileStateChanged, list, &DriveList::setFileState, queued);
     connect(dao, &UploadDDAO::fileSpeedChanged, list, &DriveList::setFileSpeed, queued);
     connect(dao, &UploadDDAO::fileDeleted, list, &DriveList::removeFile, queued);
-    connect(
-        dao, &UploadDDAO::farmSumCount, this,
-        [this, which](qlonglong fok, qlonglong fsum) { setSums(which, fok, fsum); }, queued);
+    if (which == UploadDDAO::Ok) // keeps no sums: what is over is all there is
+        connect(
+            dao, &UploadDDAO::allFarm, this,
+            [this](const QList<db_upfarmD> &farms) {
+                qlonglong done = 0, all = 0;
+                for (const db_upfarmD &farm : farms) {
+                    done += farm.fok;
+                    all += farm.fsum;
+                }
+                setSums(UploadDDAO::Ok, done, all);
+            },
+            queued);
+    else
+        connect(
+            dao, &UploadDDAO::farmSumCount, this,
+            [this, which](qlonglong fok, qlonglong fsum) { setSums(which, fok, fsum); }, queued);
     connect(
         dao, &UploadDDAO::refreshAll, this, [reload] { reload->debounce(ReloadMs); }, queued);
 }
