@@ -22,6 +22,9 @@ ChildProcess::ChildProcess(QObject *parent) : QObject(parent)
     m_watch.setInterval(WatchMs);
     m_restart.setSingleShot(true);
     m_restart.setInterval(RestartMs);
+    m_portLimit.setSingleShot(true);
+    m_portLimit.setInterval(PortMs);
+    connect(&m_portLimit, &QTimer::timeout, this, &ChildProcess::selfOut);
     connect(&m_watch, &QTimer::timeout, this, &ChildProcess::selfOut);
     connect(&m_restart, &QTimer::timeout, this, &ChildProcess::delayRestart);
     connect(&m_process, &QProcess::started, this, &ChildProcess::proStart);
@@ -84,6 +87,8 @@ void ChildProcess::proStart()
     qDebug().noquote() << "ChildProcess::proStart" << m_program << m_process.processId();
     m_told = false;
     m_watch.stop();
+    if (m_readPort)
+        m_portLimit.start();
 }
 
 void ChildProcess::proRead()
@@ -112,8 +117,10 @@ void ChildProcess::takeLine(const QByteArray &line)
     static const QByteArray word("socket_port ");
     bool good = false;
     const int port = line.startsWith(word) ? line.mid(word.size()).toInt(&good) : 0;
-    if (m_socketPort == 0 && good && port > 0 && port <= 65535)
+    if (m_socketPort == 0 && good && port > 0 && port <= 65535) {
         m_socketPort = port;
+        m_portLimit.stop();
+    }
     qDebug().noquote() << "ChildProcess::takeLine" << QString::fromUtf8(line.left(200));
 }
 
@@ -141,6 +148,7 @@ void ChildProcess::proFinish(int code)
     qWarning().noquote() << "ChildProcess::proFinish" << m_program << code << m_process.errorString()
                          << 100100 + int(m_process.error());
     m_watch.stop();
+    m_portLimit.stop();
     if (m_readPort)
         m_socketPort = 0;
     if (m_autoRestart)

@@ -14,14 +14,16 @@ class ChildProcess : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int RestartMs = 5000, WatchMs = 6000, EndMs = 500;
+    static constexpr int RestartMs = 5000, WatchMs = 6000, EndMs = 500, PortMs = 20000;
     explicit ChildProcess(QObject *parent = nullptr);
     ~ChildProcess() override;
 
     // Ends what a client that has gone left behind of that program, and starts it. watchdog: a child that says nothing
-    // for 6 s after it has spoken of anything but "working" is killed. readPort: its output tells the port.
+    // for 6 s after it has spoken of anything but "working" is killed. readPort: its output tells the
+    // port; one that hasn't after PortMs hangs, and is killed.
     void init(const QString &program, bool watchdog, bool autoRestart, bool readPort);
     void setRestartMs(int ms) { m_restart.setInterval(ms); }
+    void setPortMs(int ms) { m_portLimit.setInterval(ms); }
     int socketPort() const { return m_socketPort; } // 0 until the child has told it
     QByteArray auth() const { return m_auth; }      // what the child that runs wants to hear first
     qint64 pid() const { return m_process.processId(); }
@@ -46,7 +48,7 @@ private:
     QProcess m_process;
     bool m_watchdog = false, m_autoRestart = false, m_readPort = false;
     bool m_told = false; // that it can't start
-    QTimer m_watch, m_restart;
+    QTimer m_watch, m_restart, m_portLimit;
     int m_socketPort = 0;
     QString m_program;
     QByteArray m_auth, m_line; // m_line: of its output, until its end comes
