@@ -33,7 +33,7 @@ public:
 
     static constexpr int WaitMs = 15000;
     static constexpr qint64 RangeStep = 262144; // both ends of a range count
-    static constexpr int InHand = 3;            // ranges
+    static constexpr int InHand = 2;            // ranges; what of the second is lost with a connection is at most one
 
 private slots:
     void readyRead();
