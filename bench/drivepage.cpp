@@ -1,0 +1,178 @@
+// vndrivepage [--rows N] [--seconds N]: what the window's thread stands still for while a folder of N entries of a
+// drive is opened, scrolled, sorted, chosen whole, and scrolled as small pictures, at a farm of this process; beside it
+// a plain table view over as many rows that are there already. Each turn of the event loop is timed, and the processor
+// time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
+#include "driver/DriverRig.h"
+#include "view/Startup.h"
+#include <algorithm>
+#include <cstdio>
+#include <ctime>
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QHeaderView>
+#include <QTableView>
+#include <QThread>
+#include <vector>
+
+namespace
+{
+constexpr int FrameMs = 16, Step = 400;
+
+double ownMs()
+{
+#ifdef Q_OS_UNIX
+    timespec now;
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+#else
+    return 0;
+#endif
+}
+
+class Turns
+{
+public:
+    template <class Work> void time(Work work)
+    {
+        QElapsedTimer clock;
+        clock.start();
+        const double before = ownMs();
+        work();
+        m_own.push_back(ownMs() - before);
+        m_ms.push_back(double(clock.nsecsElapsed()) / 1e6);
+    }
+    void tell(const char *what)
+    {
+        std::sort(m_ms.begin(), m_ms.end());
+        std::sort(m_own.begin(), m_own.end());
+        const auto over = m_ms.end() - std::upper_bound(m_ms.begin(), m_ms.end(), double(FrameMs));
+        std::printf("%-28s turns %6zu   median %6.2f   p99 %6.2f   worst %6.2f ms   over 16 ms: %ld   processor: p99 "
+                    "%6.2f   worst %6.2f ms\n",
+                    what, m_ms.size(), m_ms[m_ms.size() / 2], m_ms[m_ms.size() * 99 / 100], m_ms.back(), long(over),
+                    m_own[m_own.size() * 99 / 100], m_own.back());
+        std::fflush(stdout);
+    }
+
+private:
+    std::vector<double> m_ms, m_own;
+};
+
+void until(Turns *turns, const std::function<bool()> &done)
+{
+    QElapsedTimer clock;
+    clock.start();
+    while (!done() && !clock.hasExpired(60000)) {
+        turns->time([] { QCoreApplication::processEvents(); });
+        QThread::usleep(200);
+    }
+}
+
+void scroll(QAbstractItemView *view, int seconds, const char *what)
+{
+    Turns turns;
+    QElapsedTimer all, frame;
+    all.start();
+    int step = Step;
+    while (!all.hasExpired(seconds * 1000)) {
+        frame.start();
+        turns.time([&] {
+            QScrollBar *bar = view->verticalScrollBar();
+            if (bar->value() + step > bar->maximum() || bar->value() + step < 0)
+                step = -step;
+            bar->setValue(bar->value() + step);
+            QCoreApplication::processEvents();
+            view->viewport()->repaint();
+        });
+        if (frame.elapsed() < FrameMs)
+            QThread::msleep(ulong(FrameMs - frame.elapsed()));
+    }
+    turns.tell(what);
+}
+
+// The same texts without a farm, a sort or anything else behind them.
+class Plain : public QAbstractTableModel
+{
+public:
+    explicit Plain(const FolderModel &model) : m_model(model) {}
+    int rowCount(const QModelIndex &parent = {}) const override { return parent.isValid() ? 0 : m_model.rowCount(); }
+    int columnCount(const QModelIndex & = {}) const override { return 4; }
+    QVariant data(const QModelIndex &index, int role) const override
+    {
+        if (role != Qt::DisplayRole)
+            return {};
+        const FileView &row = m_model.at(index.row());
+        return index.column() == 0 ? row.name : index.column() == 3 ? QString::number(row.size) : QStringLiteral("-");
+    }
+
+private:
+    const FolderModel &m_model;
+};
+
+int measure(int rows, int seconds)
+{
+    DriverRig rig;
+    if (!rig.started || !rig.farm.fillDrive(1, QStringLiteral("D/big"), 0, rows, 100) || !rig.open() ||
+        !rig.enter(QStringLiteral("D")))
+        return std::printf("no farm\n"), 1;
+    rig.window->resize(1240, 760);
+    rig.main->setGeometry(rig.window->rect());
+    Turns opening;
+    QElapsedTimer clock;
+    clock.start();
+    rig.page()->driverPathChanged(rig.idOf(QStringLiteral("big")));
+    until(&opening, [&] { return rig.model()->rowCount() > 0; });
+    const qint64 first = clock.elapsed();
+    until(&opening, [&] { return rig.model()->rowCount() == rows; });
+    std::printf("%d entries: the first are seen after %lld ms, all after %lld ms\n", rows, first, clock.elapsed());
+    opening.tell("opening");
+    scroll(rig.page()->view(), seconds, "scrolling the table");
+    Turns sorting;
+    clock.start();
+    rig.model()->sort(FolderModel::Size, Qt::DescendingOrder);
+    until(&sorting, [&] { return rig.model()->column() == FolderModel::Size; });
+    std::printf("sorted after %lld ms\n", clock.elapsed());
+    sorting.tell("sorting");
+    Turns choosing;
+    choosing.time([&] {
+        rig.page()->view()->selectAll();
+        QCoreApplication::processEvents();
+    });
+    choosing.time([&] { rig.page()->view()->keyboardSearch(QStringLiteral("file0999")); });
+    choosing.tell("all chosen, a name typed");
+    rig.page()->setThumbnails(true);
+    scroll(rig.page()->view(), seconds, "scrolling small pictures");
+    Plain plain(*rig.model());
+    QTableView table;
+    table.setModel(&plain);
+    table.verticalHeader()->setSectionResizeMode(QHeaderView::Fixed);
+    table.verticalHeader()->setDefaultSectionSize(36);
+    table.setVerticalScrollMode(QAbstractItemView::ScrollPerPixel);
+    table.resize(900, 600);
+    table.show();
+    QCoreApplication::processEvents();
+    scroll(&table, seconds, "a plain table view");
+    return 0;
+}
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QTemporaryDir home;
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", (home.path() + "/.config").toUtf8());
+    qputenv("XDG_DATA_HOME", (home.path() + "/.local/share").toUtf8());
+    QApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.addOption({"rows", "Entries of the folder.", "N", "100000"});
+    parser.addOption({"seconds", "Of each scrolling.", "N", "5"});
+    parser.addHelpOption();
+    parser.process(app);
+    qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
+    Startup::registerTypes();
+    Startup::applyStyle();
+    const int result = measure(parser.value("rows").toInt(), parser.value("seconds").toInt());
+    NetWork::destroy();
+    NetTcp::destroy();
+    return result;
+}
