@@ -6369,16 +6369,16 @@ Some frames took too long, see the sub-tasks</translation>
         <translation>This name is already taken</translation>
     </message>
     <message>
-        <source>盘符：</source>
-        <translation>Disk:</translation>
+        <source>盘符</source>
+        <translation>Disk</translation>
     </message>
     <message>
         <source>例如 D</source>
         <translation>For example D</translation>
     </message>
     <message>
-        <source>机器名：</source>
-        <translation>Machine:</translation>
+        <source>机器名</source>
+        <translation>Machine</translation>
     </message>
     <message>
         <source>确定</source>
@@ -6991,8 +6991,8 @@ Type: %2<byte value="xd"/>
         <translation>Drive settings</translation>
     </message>
     <message>
-        <source>上传限速：</source>
-        <translation>Upload limit:</translation>
+        <source>上传限速</source>
+        <translation>Upload limit</translation>
     </message>
     <message>
         <source>不限</source>

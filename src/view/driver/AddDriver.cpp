@@ -12,8 +12,8 @@ AddDriver::AddDriver(std::function<bool(const QString &)> taken, QWidget *parent
     const auto judgeMachine = [](const QJsonValue &value, const QJsonObject &) {
         return DriveRules::refusal(DriveRules::judgeName(value.toString()));
     };
-    m_form = new Form({Field::text(QStringLiteral("name"), tr("盘符：")).needed().hinted(tr("例如 D")).checked(judge),
-                       Field::text(QStringLiteral("machine"), tr("机器名：")).checked(judgeMachine)},
+    m_form = new Form({Field::text(QStringLiteral("name"), tr("盘符")).needed().hinted(tr("例如 D")).checked(judge),
+                       Field::text(QStringLiteral("machine"), tr("机器名")).checked(judgeMachine)},
                       this);
     content()->addWidget(m_form);
     setWanted({360, 130});

@@ -106,11 +106,11 @@ QVector<Column<DriveRow>> DriveList::columns(int which)
                        .right()
                        .atLeast(72)
                        .giving(6)};
-    const C state = C(QStringLiteral("state"), words(QT_TRANSLATE_NOOP("TransferD", "状态")), 110)
+    const C state = C(QStringLiteral("state"), words(QT_TRANSLATE_NOOP("TransferD", "状态")), 130)
                         .text(stateText)
                         .tip(stateTip)
                         .tint(tint)
-                        .atLeast(80);
+                        .atLeast(112);
     if (done) {
         all << C(QStringLiteral("files"), words(QT_TRANSLATE_NOOP("TransferD", "文件数")), 88)
                    .text([](const R &r) { return r.file ? QString() : QStringLiteral("%1/%2").arg(r.ok).arg(r.sum); })

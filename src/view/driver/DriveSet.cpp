@@ -24,7 +24,7 @@ QStringList patterns(const QString &text, QChar sign)
 DriveSet::DriveSet(QWidget *parent)
     : DialogFrame(QStringLiteral("DriveSet"), tr("云盘设置"), parent), m_exclude(new QPlainTextEdit(this))
 {
-    m_form = new Form({Field::number(QStringLiteral("upDSpeed"), tr("上传限速："), 0, MostLimit)
+    m_form = new Form({Field::number(QStringLiteral("upDSpeed"), tr("上传限速"), 0, MostLimit)
                            .orNone(tr("不限"))
                            .measured(QStringLiteral("KB/s")),
                        Field::toggle(QStringLiteral("upHash"), tr("上传前计算MD5，农场已有的文件不再上传"))},

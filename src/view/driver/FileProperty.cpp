@@ -74,7 +74,7 @@ void FileProperty::show(const FileView &entry)
     now.parent = m_entry.parent;
     m_type->setText(DriveText::type(now));
     const bool counted = entry.containFile >= 0 || entry.containFolder >= 0;
-    const bool sized = !entry.isFolder() || entry.size > 0 || counted;
+    const bool sized = !entry.isFolder() || entry.size > 0; // not every farm adds a folder up
     m_size->setText(sized ? DriveText::size(entry.size) + tr(" (%L1 字节)").arg(entry.size) : QStringLiteral("-"));
     m_contains->setText(
         counted ? tr("%1个文件，%2个文件夹").arg(qMax(0LL, entry.containFile)).arg(qMax(0LL, entry.containFolder))
