@@ -128,6 +128,7 @@ void BaseMission::listen()
     connect(m_menus, &TaskFilterMenus::changed, this, [this] {
         m_model->filterChanged();
         m_shown = m_round; // answers to what was asked before are for another list
+        m_table->pages()->first();
         m_delay.start();
     });
     connect(m_model, &RecordModelBase::sortWanted, this, [this](const QString &column, bool down) {
@@ -165,6 +166,7 @@ void BaseMission::showEvent(QShowEvent *event)
 void BaseMission::menuOpens(QMenu *menu)
 {
     m_menu = menu;
+    disconnect(menu, &QMenu::aboutToHide, this, nullptr); // the bar's opens more than once
     connect(menu, &QMenu::aboutToHide, this, [this, menu] {
         if (m_menu == menu)
             m_menu = nullptr;
@@ -188,7 +190,7 @@ void BaseMission::getMission(bool clear)
     Ask(Command::Tasks, m_asked)
         .any([=, body = m_asked](int code, const QJsonDocument &doc) {
             const bool good = Command::good(Command::Tasks, code);
-            reply(round, body, good ? doc.object() : QJsonObject(), good ? QString() : TaskText::result(code));
+            reply(round, body, doc.object(), good ? QString() : TaskText::result(code));
         })
         .lost([=](Ask::Loss) {
             if (round != m_round)
@@ -209,7 +211,7 @@ void BaseMission::reply(int round, const QJsonObject &body, const QJsonObject &l
     m_table->setError(fault);
     const QList<TaskRecord> tasks = TaskRecord::list(list.value(QLatin1String("pageList"))).mid(0, MostRows);
     fill(tasks);
-    if (fault.isEmpty())
+    if (list.contains(QLatin1String("pageList")))
         m_table->pages()->setPageSum(qBound(1, Cell::integer(list, "pageSize"), MostPages));
 }
 
