@@ -6,6 +6,7 @@
 #include "OssErrors.h"
 #include "StoreDescription.h"
 #include "support/HttpPeer.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -263,12 +264,9 @@ private slots:
 
     void descriptions_data()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QJsonValue>("value");
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QByteArray>("url");
+        columns<QString, QJsonValue, int, QByteArray>("key", "value", "code", "url");
         const auto row = [](const char *name, const char *key, const QJsonValue &value, int code, const char *url = "") {
-            QTest::newRow(name) << key << value << code << QByteArray(url);
+            addRow(name, key, value, code, QByteArray(url));
         };
         const int good = OssError::Done, store = OssError::UnknownStore, bad = OssError::BadMessage;
         row("by default encrypted", "region", "eu", good, "https://h:9/b/a%20b/%E7%9B%98%2B%26/x");
@@ -287,10 +285,8 @@ private slots:
     }
     void descriptions()
     {
-        QFETCH(QString, key);
-        QFETCH(QJsonValue, value);
-        QFETCH(int, code);
-        QFETCH(QByteArray, url);
+        FETCH(QString, key, QJsonValue, value);
+        FETCH(int, code, QByteArray, url);
         QJsonObject message{{"type", "s3"},     {"endpoint", "h:9"}, {"bucket", "b"},
                             {"accessKey", "a"}, {"secretKey", "s"},  {"prefix", "/a b/"}};
         message.insert(key, value);
@@ -302,24 +298,22 @@ private slots:
 
     void checkPoints_data()
     {
-        QTest::addColumn<QByteArray>("was");
-        QTest::addColumn<QByteArray>("is");
-        QTest::newRow("its own") << QByteArray() << QByteArray();
-        QTest::newRow("another version") << QByteArray("\"version\":1") << QByteArray("\"version\":2");
-        QTest::newRow("another object") << QByteArray("h/b/k") << QByteArray("h/b/l");
-        QTest::newRow("another file") << QByteArray("\"file\":\"f") << QByteArray("\"file\":\"g");
-        QTest::newRow("another size") << QByteArray("\"size\":12") << QByteArray("\"size\":13");
-        QTest::newRow("another time") << QByteArray("\"modified\":7") << QByteArray("\"modified\":8");
-        QTest::newRow("other parts") << QByteArray("\"partSize\":5") << QByteArray("\"partSize\":6");
-        QTest::newRow("a part beyond the end") << QByteArray("\"2\":") << QByteArray("\"4\":");
-        QTest::newRow("a part of no number") << QByteArray("\"2\":") << QByteArray("\"x\":");
-        QTest::newRow("a part without a tag") << QByteArray("\"two\"") << QByteArray("\"\"");
-        QTest::newRow("cut short") << QByteArray("\"uploadId\":\"u\",\"version\":1}") << QByteArray("\"upl");
+        columns<QByteArray, QByteArray>("was", "is");
+        addRow("its own", QByteArray(), QByteArray());
+        addRow("another version", QByteArray("\"version\":1"), QByteArray("\"version\":2"));
+        addRow("another object", QByteArray("h/b/k"), QByteArray("h/b/l"));
+        addRow("another file", QByteArray("\"file\":\"f"), QByteArray("\"file\":\"g"));
+        addRow("another size", QByteArray("\"size\":12"), QByteArray("\"size\":13"));
+        addRow("another time", QByteArray("\"modified\":7"), QByteArray("\"modified\":8"));
+        addRow("other parts", QByteArray("\"partSize\":5"), QByteArray("\"partSize\":6"));
+        addRow("a part beyond the end", QByteArray("\"2\":"), QByteArray("\"4\":"));
+        addRow("a part of no number", QByteArray("\"2\":"), QByteArray("\"x\":"));
+        addRow("a part without a tag", QByteArray("\"two\""), QByteArray("\"\""));
+        addRow("cut short", QByteArray("\"uploadId\":\"u\",\"version\":1}"), QByteArray("\"upl"));
     }
     void checkPoints()
     {
-        QFETCH(QByteArray, was);
-        QFETCH(QByteArray, is);
+        FETCH(QByteArray, was, QByteArray, is);
         const QString path = m_folder.filePath("one.ucp");
         CheckPoint point{"h/b/k", "f", 12, 7, 5, "u", {{1, "one"}, {2, "two"}}};
         QVERIFY(point.save(path));
@@ -373,13 +367,13 @@ private slots:
     // Where a store errs once or for good; what the client is told, and whether the bytes are there at the end.
     void faults_data()
     {
-        QTest::addColumn<QByteArray>("method");
+        columns<QByteArray>("method");
         QTest::addColumn<QByteArray>("mark"); // in the path
-        QTest::addColumn<QByteArray>("answer");
+        columns<QByteArray>("answer");
         QTest::addColumn<int>("times"); // -1: always
-        QTest::addColumn<int>("code");
+        columns<int>("code");
         const auto row = [](const char *name, const char *method, const char *mark, const QByteArray &answer, int times, int code) {
-            QTest::newRow(name) << QByteArray(method) << QByteArray(mark) << answer << times << code;
+            addRow(name, QByteArray(method), QByteArray(mark), answer, times, code);
         };
         const auto refusal = [](const char *status, const char *word) { return HttpPeer::response(error(word), status); };
         const QByteArray bare = "HTTP/1.1 403 Forbidden\r\n\r\n";
@@ -399,10 +393,8 @@ private slots:
     }
     void faults()
     {
-        QFETCH(QByteArray, method);
-        QFETCH(QByteArray, mark);
-        QFETCH(QByteArray, answer);
-        QFETCH(int, times);
+        FETCH(QByteArray, method, QByteArray, mark);
+        FETCH(QByteArray, answer, int, times);
         QFETCH(int, code);
         write("big.bin", 12000000);
         m_store->fault = [&](const HttpPeer::Request &request, const QUrlQuery &) {

@@ -4,6 +4,7 @@
 #include "Farm.h"
 #include "package/FileInstall.h"
 #include "package/PackageWriter.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Startup.h"
 #include "view/update/CVersionManager.h"
@@ -141,10 +142,10 @@ private slots:
 
     void nothingOffered_data()
     {
-        QTest::addColumn<QString>("how");
+        columns<QString>("how");
         for (const char *how :
              {"signed by another", "changed", "expired", "no list", "no server", "no child", "a child that prints rubbish"})
-            QTest::newRow(how) << QString(how);
+            addRow(how, QString(how));
     }
     void nothingOffered()
     {
@@ -192,21 +193,15 @@ private slots:
     // What can't be installed is told, changes nothing, and comes with another try.
     void faultyPackage_data()
     {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<QString>("sentence");
-        QTest::newRow("cut") << "cut"
-                             << "isn't an archive, or was cut";
-        QTest::newRow("signed by another") << "other"
-                                           << "isn't signed by a known key";
-        QTest::newRow("of another software") << "else"
-                                             << "holds something else";
-        QTest::newRow("behind a link") << "link"
-                                       << "is a link";
+        columns<QString, QString>("how", "sentence");
+        addRow("cut", "cut", "isn't an archive, or was cut");
+        addRow("signed by another", "other", "isn't signed by a known key");
+        addRow("of another software", "else", "holds something else");
+        addRow("behind a link", "link", "is a link");
     }
     void faultyPackage()
     {
-        QFETCH(QString, how);
-        QFETCH(QString, sentence);
+        FETCH(QString, how, QString, sentence);
         const QString file = m_feed + "/packages/linux/maya_scripts-1.0.0.2.vnp";
         QVERIFY(release("1.0.0.2"));
         const QByteArray good = content(file);
@@ -292,19 +287,16 @@ private slots:
 
     void whatIsOffered_data()
     {
-        QTest::addColumn<bool>("all");
-        QTest::addColumn<QString>("have");
-        QTest::addColumn<QStringList>("updates");
-        QTest::newRow("complete: what isn't on it goes") << true << "" << QStringList{"a 1.0.0.2"};
-        QTest::newRow("not complete: what was known stays") << false << "" << QStringList{"b 2.0.0.0", "a 1.0.0.2"};
-        QTest::newRow("the installed one is dropped") << true << "1.0.0.2" << QStringList{};
-        QTest::newRow("an older one would be refused") << true << "1.0.0.10" << QStringList{};
-        QTest::newRow("a version that says nothing is replaced") << true << "beta" << QStringList{"a 1.0.0.2"};
+        columns<bool, QString, QStringList>("all", "have", "updates");
+        addRow("complete: what isn't on it goes", true, "", QStringList{"a 1.0.0.2"});
+        addRow("not complete: what was known stays", false, "", QStringList{"b 2.0.0.0", "a 1.0.0.2"});
+        addRow("the installed one is dropped", true, "1.0.0.2", QStringList{});
+        addRow("an older one would be refused", true, "1.0.0.10", QStringList{});
+        addRow("a version that says nothing is replaced", true, "beta", QStringList{"a 1.0.0.2"});
     }
     void whatIsOffered()
     {
-        QFETCH(bool, all);
-        QFETCH(QString, have);
+        FETCH(bool, all, QString, have);
         const auto offer = [](const QString &id, const QString &version) {
             return SoftwareOffer::fromJson({{"softwareId", id}, {"version", version}, {"package", "p"}});
         };

@@ -6,6 +6,7 @@
 #include "io/NetWork.h"
 #include "package/TreeSwap.h"
 #include "support/HttpPeer.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Login.h"
 #include "view/MasterMeeting.h"
@@ -61,16 +62,14 @@ private slots:
 
     void tooManyStarts_data()
     {
-        QTest::addColumn<bool>("writable");
-        QTest::addColumn<bool>("earlier");
-        QTest::newRow("counted beside the tree") << true << true;
-        QTest::newRow("the tree is somebody else's") << false << true;
-        QTest::newRow("there is nothing to go back to") << true << false;
+        columns<bool, bool>("writable", "earlier");
+        addRow("counted beside the tree", true, true);
+        addRow("the tree is somebody else's", false, true);
+        addRow("there is nothing to go back to", true, false);
     }
     void tooManyStarts()
     {
-        QFETCH(bool, writable);
-        QFETCH(bool, earlier);
+        FETCH(bool, writable, bool, earlier);
         record("trial");
         if (!writable) // also for the superuser
             QVERIFY(QDir().mkpath(m_tree + ".update.json.next/in the way"));
@@ -85,9 +84,9 @@ private slots:
 
     void comesUp_data()
     {
-        QTest::addColumn<bool>("writable");
-        QTest::newRow("told beside the tree") << true;
-        QTest::newRow("the tree is somebody else's") << false;
+        columns<bool>("writable");
+        addRow("told beside the tree", true);
+        addRow("the tree is somebody else's", false);
     }
     void comesUp()
     {
@@ -117,16 +116,14 @@ private slots:
     // Neither a version that didn't start here nor the one that stands here is asked for again.
     void offeredOnce_data()
     {
-        QTest::addColumn<QByteArray>("answer");
-        QTest::addColumn<bool>("wanted");
-        QTest::newRow("another") << QByteArray("5.5.0.0") << true;
-        QTest::newRow("didn't start here") << QByteArray("5.4.0.0") << false;
-        QTest::newRow("stands here, whatever it calls itself") << QByteArray("5.3.0.0") << false;
+        columns<QByteArray, bool>("answer", "wanted");
+        addRow("another", QByteArray("5.5.0.0"), true);
+        addRow("didn't start here", QByteArray("5.4.0.0"), false);
+        addRow("stands here, whatever it calls itself", QByteArray("5.3.0.0"), false);
     }
     void offeredOnce()
     {
-        QFETCH(QByteArray, answer);
-        QFETCH(bool, wanted);
+        FETCH(QByteArray, answer, bool, wanted);
         record("nothing", "5.4.0.0");
         m_web.answer = [answer](const HttpPeer::Request &) { return HttpPeer::response(answer); };
         QCOMPARE(Startup::updateStarted(MasterMeeting()), wanted);

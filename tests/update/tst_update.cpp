@@ -3,6 +3,7 @@
 #include "Farm.h"
 #include "package/PackageWriter.h"
 #include "package/TreeSwap.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Startup.h"
 #include <QtTest>
@@ -103,17 +104,15 @@ private slots:
 
     void upgrades_data()
     {
-        QTest::addColumn<QStringList>("with");
-        QTest::addColumn<QString>("words");
-        QTest::newRow("names swapped at once") << QStringList{} << "5.3.0.0";
-        QTest::newRow("two renames") << QStringList{"VN_NO_EXCHANGE"} << "5.3.0.0";
-        QTest::newRow("from beside its own folder") << QStringList{"VN_UPDATE_AWAY", "VN_NO_EXCHANGE"} << "5.3.0.0";
-        QTest::newRow("through the master") << QStringList{} << "-version 5.3.0.0|-proxy 127.0.0.1 %1";
+        columns<QStringList, QString>("with", "words");
+        addRow("names swapped at once", QStringList{}, "5.3.0.0");
+        addRow("two renames", QStringList{"VN_NO_EXCHANGE"}, "5.3.0.0");
+        addRow("from beside its own folder", QStringList{"VN_UPDATE_AWAY", "VN_NO_EXCHANGE"}, "5.3.0.0");
+        addRow("through the master", QStringList{}, "-version 5.3.0.0|-proxy 127.0.0.1 %1");
     }
     void upgrades()
     {
-        QFETCH(QStringList, with);
-        QFETCH(QString, words);
+        FETCH(QStringList, with, QString, words);
         QProcess release;
         release.setProcessChannelMode(QProcess::MergedChannels);
         release.start(VN_SOURCE_DIR "/tools/release.sh",
@@ -141,33 +140,21 @@ private slots:
 
     void refuses_data()
     {
-        QTest::addColumn<QString>("how");
-        QTest::addColumn<QString>("sentence");
-        QTest::newRow("signed by another") << "signer"
-                                           << "isn't signed by a known key";
-        QTest::newRow("expired") << "expired"
-                                 << "was good until 2026-01-01";
-        QTest::newRow("older") << "older"
-                               << "version 5.2.5.9 isn't newer than 5.2.6.0";
-        QTest::newRow("another program") << "program"
-                                         << "is for Other on linux";
-        QTest::newRow("another system") << "platform"
-                                        << "is for VandrelQN on windows";
-        QTest::newRow("cut archive") << "cut"
-                                     << "isn't an archive, or was cut";
-        QTest::newRow("another version inside") << "renamed"
-                                                << "is version 5.3.0.0, not 5.4.0.0";
-        QTest::newRow("not there") << "none"
-                                   << "VandrelQN-5.3.0.0.vnp: ";
-        QTest::newRow("no room for the package") << "fetch"
-                                                 << "no room";
-        QTest::newRow("no room for its files") << "room"
-                                               << "can't be written whole";
+        columns<QString, QString>("how", "sentence");
+        addRow("signed by another", "signer", "isn't signed by a known key");
+        addRow("expired", "expired", "was good until 2026-01-01");
+        addRow("older", "older", "version 5.2.5.9 isn't newer than 5.2.6.0");
+        addRow("another program", "program", "is for Other on linux");
+        addRow("another system", "platform", "is for VandrelQN on windows");
+        addRow("cut archive", "cut", "isn't an archive, or was cut");
+        addRow("another version inside", "renamed", "is version 5.3.0.0, not 5.4.0.0");
+        addRow("not there", "none", "VandrelQN-5.3.0.0.vnp: ");
+        addRow("no room for the package", "fetch", "no room");
+        addRow("no room for its files", "room", "can't be written whole");
     }
     void refuses()
     {
-        QFETCH(QString, how);
-        QFETCH(QString, sentence);
+        FETCH(QString, how, QString, sentence);
         const PackageWriter::Key other = PackageWriter::makeKey(QByteArray(64, '2'));
         QString version = how == "older" ? "5.2.5.9" : "5.3.0.0", limit;
         QJsonObject more;
