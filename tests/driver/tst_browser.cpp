@@ -5,6 +5,7 @@
 #include "view/driver/DragDrop.h"
 #include "view/driver/DriveConflict.h"
 #include "view/driver/DriveList.h"
+#include "view/driver/FolderViews.h"
 #include "view/driver/MoveFarmFile.h"
 #include "view/driver/TransferD.h"
 #include <QRadioButton>
@@ -227,7 +228,12 @@ private slots:
         QWidget *rows = rig.page()->view()->viewport();
         QVERIFY(!rig.drop(carried({"a", "b"}).get(), rows, rig.placeOf("b")));
         QVERIFY(!rig.drop(carried({"b"}).get(), rows, QPoint(20, rows->height() - 5))); // where it is
-        QVERIFY(rig.drop(carried({"a"}).get(), rows, rig.placeOf("b")));
+        const auto one = carried({"a"});
+        QDragMoveEvent over(rig.placeOf("b"), Qt::MoveAction, one.get(), Qt::LeftButton, {});
+        QApplication::sendEvent(rows, &over);
+        QCOMPARE(rig.page()->view()->property(DropRow).toInt(), rig.model()->indexOf(rig.idOf("b")).row());
+        QVERIFY(rig.drop(one.get(), rows, rig.placeOf("b")));
+        QCOMPARE(rig.page()->view()->property(DropRow).toInt(), -1);
         QVERIFY(rig.shows({"b", "c"}));
         QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/a/", "D/b/a/file000000.bin", "D/c/"}));
 

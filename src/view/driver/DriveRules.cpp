@@ -2,7 +2,6 @@
 #include "common/facts/SoftwareType.h"
 #include <QCoreApplication>
 #include <QRegularExpression>
-#include <tuple>
 
 namespace
 {
@@ -52,15 +51,6 @@ QString DriveRules::freeName(const QString &base, const std::function<bool(const
     for (int number = 1; taken(name); ++number)
         name = base + QStringLiteral(" (%1)").arg(number);
     return name;
-}
-
-bool DriveRules::Acts::operator==(const Acts &o) const
-{
-    const auto all = [](const Acts &a) {
-        return std::make_tuple(a.addDisk, a.rename, a.remove, a.create, a.move, a.property, a.download, a.submit,
-                               a.upload, a.check);
-    };
-    return all(*this) == all(o);
 }
 
 DriveRules::Acts DriveRules::judgeAction(const QVector<const FileView *> &chosen, const Where &where)

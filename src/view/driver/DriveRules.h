@@ -24,7 +24,6 @@ struct Where {
 struct Acts {
     bool addDisk = false, rename = false, remove = false, create = false, move = false, property = false;
     bool download = false, submit = false, upload = false, check = false;
-    bool operator==(const Acts &o) const;
 };
 Acts judgeAction(const QVector<const FileView *> &chosen, const Where &where);
 

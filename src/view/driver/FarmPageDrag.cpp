@@ -121,8 +121,8 @@ void FarmPage::showTarget(const QString &id)
         return;
     m_dropOn = id;
     const QModelIndex index = m_model->indexOf(id);
-    m_table->setProperty("dropOn", index.isValid() ? index.row() : -1);
-    m_grid->setProperty("dropOn", index.isValid() ? index.row() : -1);
+    m_table->setProperty(DropRow, index.isValid() ? index.row() : -1);
+    m_grid->setProperty(DropRow, index.isValid() ? index.row() : -1);
     m_table->viewport()->update();
     m_grid->viewport()->update();
 }

@@ -95,12 +95,6 @@ void FolderModel::fill()
     }
 }
 
-void FolderModel::showAll()
-{
-    while (filling())
-        fill();
-}
-
 void FolderModel::setOrdered(const QVector<FileView> &rows, int column, bool down)
 {
     if (rows.size() != m_rows.size())

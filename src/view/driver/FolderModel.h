@@ -21,7 +21,6 @@ public:
     void setRows(const QVector<FileView> &rows);
     const QVector<FileView> &rows() const { return m_rows; } // all, also those that aren't shown yet
     bool filling() const { return m_shown < m_rows.size(); }
-    void showAll(); // of what is still to come
 
     int column() const { return m_column; } // sorted by
     bool down() const { return m_down; }

@@ -36,6 +36,17 @@ void mark(QLineEdit *edit, const QString &before)
 }
 } // namespace
 
+void NameItem::paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const
+{
+    TextItem::paint(painter, option, index);
+    const QVariant row = option.widget ? option.widget->property(DropRow) : QVariant();
+    if (!row.isValid() || row.toInt() != index.row())
+        return;
+    painter->setPen(Palette::accent);
+    painter->setBrush(Qt::NoBrush);
+    painter->drawRect(option.rect.adjusted(1, 1, -2, -2));
+}
+
 QWidget *NameItem::createEditor(QWidget *parent, const QStyleOptionViewItem &, const QModelIndex &index) const
 {
     auto *edit = new QLineEdit(parent);
@@ -328,7 +339,8 @@ void FolderGrid::paintEvent(QPaintEvent *event)
         painter.setPen(entry.pending.isEmpty() ? Palette::text : Palette::of(Tint::Running));
         painter.drawText(words, Qt::AlignCenter | Qt::TextSingleLine,
                          fontMetrics().elidedText(DriveText::name(entry), Qt::ElideMiddle, words.width()));
-        if (index == currentIndex() && hasFocus()) {
+        const QVariant drop = property(DropRow);
+        if ((index == currentIndex() && hasFocus()) || (drop.isValid() && drop.toInt() == row)) {
             painter.setPen(Palette::accent);
             painter.setBrush(Qt::NoBrush);
             painter.drawRect(box.adjusted(0, 0, -1, -1));

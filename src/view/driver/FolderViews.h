@@ -10,6 +10,9 @@
 class FolderModel;
 class ThumbStore;
 
+// Property of a view: number of the row that would take what is dragged over it, -1: none.
+constexpr const char *DropRow = "dropRow";
+
 // The typed beginning of a name, as long as keys follow each other.
 class TypedName
 {
@@ -35,6 +38,7 @@ public:
     void setModelData(QWidget *editor, QAbstractItemModel *model, const QModelIndex &index) const override;
     void updateEditorGeometry(QWidget *editor, const QStyleOptionViewItem &option,
                               const QModelIndex &index) const override;
+    void paint(QPainter *painter, const QStyleOptionViewItem &option, const QModelIndex &index) const override;
     void setSuggested(const QString &text) { m_suggested = text; } // in the next editor, in place of the name
 
 protected:

@@ -157,12 +157,6 @@ void MainDriver::showPart(int part)
     m_mode->setVisible(part == Browser);
 }
 
-void MainDriver::setShown(bool on)
-{
-    if (on && page() && m_stack->currentIndex() == Browser)
-        page()->refresh();
-}
-
 QStringList MainDriver::keptTabs() const
 {
     return UserInfo::userValue(Group, QStringLiteral("farms")).toString().split(QLatin1Char(','), Qt::SkipEmptyParts);

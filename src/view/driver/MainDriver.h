@@ -31,7 +31,6 @@ public:
     void showPart(int part);
     // A further part, behind the browser, under its own tab.
     void addPart(const QString &title, QWidget *part);
-    void setShown(bool on); // the page is looked at: what it shows may be old
 
 public slots:
     void initMainDriver(QJsonObject told, bool refresh);
