@@ -70,10 +70,8 @@ Login::Login() : BaseWidget(Window), m_answerMs(AnswerMs)
 Login::~Login()
 {
     endSession();
-    if (m_view) { // what it was loading is told as it goes, to nobody any more
-        m_view->disconnect(this);
-        delete m_view;
-    }
+    if (m_view)
+        m_view->end();
     only = nullptr;
 }
 
@@ -115,7 +113,10 @@ void Login::dropView()
     if (!m_view)
         return;
     m_view->stop();
-    m_view->deleteLater();
+    if (m_view->webPage()->asking()) // its script waits for an answer, and comes back into it
+        m_view->end();
+    else
+        m_view->deleteLater();
     m_view = nullptr;
 }
 

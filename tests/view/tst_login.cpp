@@ -439,6 +439,22 @@ private slots:
         }
     }
 
+    // The session's end meets a page whose script waits for an answer.
+    void endsUnderAQuestion()
+    {
+        m_page = page("tell('asks');confirm('sure?');");
+        begin(false);
+        QPointer<WebView> view;
+        QTimer look;
+        connect(&look, &QTimer::timeout, this, [&] {
+            if (view || message() != "sure?")
+                return;
+            view = m_login->findChild<WebView *>();
+            m_login.reset();
+        });
+        look.start(1);
+        QTRY_VERIFY(!m_login && !view);
+    }
     // A link from outside waits for the session, and does nothing that the user hasn't agreed to.
     void linkAsksFirst()
     {
