@@ -250,7 +250,8 @@ QList<db_upfile> UploadDDAO::readPage(qlonglong farmPri, int page)
                  {}, take);
         } else {
             qlonglong skip = qlonglong(qMax(0, page)) * PageRows, from = 0;
-            for (auto it = blocks(farmPri).cbegin(); it != blocks(farmPri).cend() && skip >= it.value(); ++it) {
+            const Blocks counts = skip > 0 ? blocks(farmPri) : Blocks();
+            for (auto it = counts.cbegin(); it != counts.cend() && skip >= it.value(); ++it) {
                 skip -= it.value();
                 from = (it.key() + 1) * Block;
             }
