@@ -216,6 +216,7 @@ void RecordModelBase::changed(Node *first, Node *last)
 void RecordModelBase::sync(Node *parent, const QVector<Node *> &wanted, int begin, int end)
 {
     end = end < 0 ? parent->rows.size() : end;
+    const Qt::CheckState ticks = tickState();
     QHash<QString, Node *> keep;
     QVector<Node *> fresh;
     for (Node *node : wanted) {
@@ -253,7 +254,8 @@ void RecordModelBase::sync(Node *parent, const QVector<Node *> &wanted, int begi
     if (staying != parent->rows.mid(begin, end - begin))
         reorder(parent, parent->rows.mid(0, begin) + staying + parent->rows.mid(end));
     fill(parent, fresh, begin, end);
-    emit headerDataChanged(Qt::Horizontal, 0, 0);
+    if (tickState() != ticks) // a view lays out all its rows anew for a word about its head
+        emit headerDataChanged(Qt::Horizontal, 0, 0);
     emit ticksChanged();
     emit rowsChanged();
 }
