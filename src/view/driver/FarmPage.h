@@ -132,7 +132,8 @@ private:
     void put(const QStringList &paths, const QString &target);
     void submitted(const CloudAnalysis::Told &told);
     DriveQueue::Place place(const QString &id) const;
-    DriveRules::Acts acts() const;
+    DriveRules::Acts acts() const { return acts(chosen()); }
+    DriveRules::Acts acts(const QVector<const FileView *> &rows) const;
     QStringList chosenIds() const;
 
     const int m_farm;

@@ -107,6 +107,7 @@ QVector<const FileView *> FarmPage::chosen() const
 {
     QVector<const FileView *> rows;
     const QItemSelection selection = m_table->selectionModel()->selection();
+    rows.reserve(selection.isEmpty() ? 0 : m_model->rowCount());
     for (const QItemSelectionRange &range : selection)
         if (range.left() == 0)
             for (int row = range.top(); row <= range.bottom(); ++row)
@@ -123,7 +124,7 @@ QStringList FarmPage::chosenIds() const
     return ids;
 }
 
-DriveRules::Acts FarmPage::acts() const
+DriveRules::Acts FarmPage::acts(const QVector<const FileView *> &rows) const
 {
     DriveRules::Where where;
     where.fileType = m_type;
@@ -132,7 +133,7 @@ DriveRules::Acts FarmPage::acts() const
     where.upload = UserInfo::canUpload();
     where.download = UserInfo::perm(DownloadRight);
     where.analyse = UserInfo::canAnalyse();
-    return DriveRules::judgeAction(chosen(), where);
+    return DriveRules::judgeAction(rows, where);
 }
 
 void FarmPage::itemSelectChanged() { followSelection(); }
@@ -141,8 +142,8 @@ void FarmPage::followSelection()
 {
     if (!m_table)
         return;
-    const DriveRules::Acts can = acts();
     const QVector<const FileView *> rows = chosen();
+    const DriveRules::Acts can = acts(rows);
     const bool root = m_folder == Root && !m_path->searching(), input = m_type == DriveRest::Input;
     const auto set = [this](const char *name, bool enabled, bool visible = true) {
         m_actions.value(QLatin1String(name))->setEnabled(enabled);
