@@ -3335,6 +3335,10 @@ May they be saved there?</translation>
         <translation>the file in the object store has another size</translation>
     </message>
     <message>
+        <source>源文件所在的位置没有响应</source>
+        <translation>the folder of the source file does not answer</translation>
+    </message>
+    <message>
         <source>UnknownSocketError</source>
         <translation>UnknownSocketError</translation>
     </message>

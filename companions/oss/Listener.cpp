@@ -28,7 +28,7 @@ bool equal(const QByteArray &one, const QByteArray &other)
 }
 } // namespace
 
-Listener::Listener(QByteArray secret) : m_secret(std::move(secret))
+Listener::Listener(QByteArray secret, int sourceLimitMs) : m_secret(std::move(secret)), m_sourceLimitMs(sourceLimitMs)
 {
     connect(&m_server, &QTcpServer::newConnection, this, &Listener::connected);
     connect(&m_tell, &QTimer::timeout, this, &Listener::tellAll);
@@ -122,7 +122,7 @@ void Listener::pause(QTcpSocket *socket, const QString &rule)
 
 void Listener::upload(QTcpSocket *socket, const QJsonObject &message)
 {
-    auto job = std::make_shared<UploadJob>(message);
+    auto job = std::make_shared<UploadJob>(message, m_sourceLimitMs);
     const QString rule = job->rule();
     if (job->error() != OssError::Done) {
         send(socket, {{QStringLiteral("func"), QStringLiteral("uploadFinish")},

@@ -21,7 +21,7 @@ class Listener : public QObject
 {
     Q_OBJECT
 public:
-    explicit Listener(QByteArray secret);
+    explicit Listener(QByteArray secret, int sourceLimitMs = SourceFile::LimitMs);
     ~Listener() override;  // stops all jobs and waits for them
     bool listen(int port); // 0: any
     int port() const { return m_server.serverPort(); }
@@ -57,6 +57,7 @@ private:
 
     QTcpServer m_server;
     QByteArray m_secret;
+    int m_sourceLimitMs;
     QHash<QTcpSocket *, Link> m_links;
     std::map<QString, Running> m_jobs; // by rule
     QTimer m_tell;

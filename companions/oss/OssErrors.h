@@ -25,6 +25,7 @@ enum Code {
     UploadForgotten = 120008,  // NoSuchUpload twice
     UnexpectedAnswer = 120009, // not what the protocol has
     CheckPointFailed = 120010, // the state file can't be written
-    ObjectDiffers = 120011     // the store holds another size than was sent
+    ObjectDiffers = 120011,    // the store holds another size than was sent
+    SourceSilent = 120012      // the folder of the source file doesn't answer
 };
 }

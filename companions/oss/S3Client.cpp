@@ -1,11 +1,11 @@
 #include "S3Client.h"
 #include "OssErrors.h"
+#include "SourceFile.h"
 #include <algorithm>
 #include <chrono>
 #include <curl/curl.h>
 #include <memory>
 #include <QCryptographicHash>
-#include <QFile>
 #include <QUrl>
 #include <QXmlStreamReader>
 #include <thread>
@@ -18,7 +18,8 @@ constexpr long ConnectSeconds = 10, SilentSeconds = 25;
 
 struct Transfer {
     const std::atomic_bool *stop = nullptr;
-    QFile *file = nullptr;
+    SourceFile *file = nullptr;
+    int source = OssError::Done;       // what its last read ended with
     qint64 from = 0, size = 0, at = 0; // of the file
     QByteArray text;
     const S3Client::Moved *moved = nullptr;
@@ -37,9 +38,8 @@ size_t readBody(char *to, size_t size, size_t count, void *transfer)
         one->at += most;
         return size_t(most);
     }
-    if (!one->file->seek(one->from + one->at))
-        return CURL_READFUNC_ABORT;
-    const qint64 got = one->file->read(to, most);
+    qint64 got = 0;
+    one->source = one->file->read(one->from + one->at, to, most, &got);
     if (got <= 0) // the file has become shorter
         return CURL_READFUNC_ABORT;
     one->at += got;
@@ -123,19 +123,22 @@ QString element(const QByteArray &xml, const QString &name)
     return {};
 }
 
-QByteArray md5Of(QFile *file, qint64 from, qint64 size, const std::atomic_bool *stop)
+int md5Of(SourceFile *file, qint64 from, qint64 size, QByteArray *md5)
 {
     QCryptographicHash hash(QCryptographicHash::Md5);
-    if (!file->seek(from))
-        return {};
-    while (size > 0 && !stop->load()) {
-        const QByteArray piece = file->read(std::min<qint64>(size, 1 << 20));
-        if (piece.isEmpty())
-            return {};
-        hash.addData(piece);
-        size -= piece.size();
+    QByteArray piece(int(std::min<qint64>(size, 1 << 20)), 0);
+    for (const qint64 end = from + size; from < end;) {
+        qint64 got = 0;
+        const int code = file->read(from, piece.data(), std::min<qint64>(end - from, piece.size()), &got);
+        if (code != OssError::Done)
+            return code;
+        if (got <= 0)
+            return OssError::FileChanged;
+        hash.addData(piece.constData(), int(got));
+        from += got;
     }
-    return hash.result().toBase64();
+    *md5 = hash.result().toBase64();
+    return OssError::Done;
 }
 } // namespace
 
@@ -221,7 +224,9 @@ int S3Client::once(const char *verb, const QByteArray &url, const Body &body, co
     const CURLcode result = curl_easy_perform(m_curl);
     if (result != CURLE_OK) {
         m_error = QString::fromUtf8(curl_easy_strerror(result));
-        return m_stop->load() ? int(OssError::Stopped) : codeOf(result);
+        if (m_stop->load())
+            return OssError::Stopped;
+        return transfer.source == OssError::Done ? codeOf(result) : transfer.source;
     }
     curl_easy_getinfo(m_curl, CURLINFO_RESPONSE_CODE, &answer->status);
     answer->text = transfer.answer;
@@ -312,14 +317,12 @@ int S3Client::head(const QString &key, Head *to)
     return OssError::Done;
 }
 
-int S3Client::put(const QString &key, QFile *file, qint64 size, const Meta &meta, const Moved &moved)
+int S3Client::put(const QString &key, SourceFile *file, qint64 size, const Meta &meta, const Moved &moved)
 {
     Items heads = metaHeads(meta);
-    const QByteArray md5 = md5Of(file, 0, size, m_stop);
-    if (m_stop->load())
-        return OssError::Stopped;
-    if (md5.isEmpty())
-        return OssError::FileChanged;
+    QByteArray md5;
+    if (const int read = md5Of(file, 0, size, &md5); read != OssError::Done)
+        return read;
     heads.append({"Content-MD5", md5});
     Answer answer;
     return ask("PUT", key, {}, {file, 0, size, {}}, heads, moved, &answer);
@@ -333,14 +336,12 @@ int S3Client::begin(const QString &key, const Meta &meta, QString *uploadId)
     return code == OssError::Done && uploadId->isEmpty() ? int(OssError::UnexpectedAnswer) : code;
 }
 
-int S3Client::part(const QString &key, const QString &uploadId, int number, QFile *file, qint64 from, qint64 size,
+int S3Client::part(const QString &key, const QString &uploadId, int number, SourceFile *file, qint64 from, qint64 size,
                    const Moved &moved, QByteArray *eTag)
 {
-    const QByteArray md5 = md5Of(file, from, size, m_stop);
-    if (m_stop->load())
-        return OssError::Stopped;
-    if (md5.isEmpty())
-        return OssError::FileChanged;
+    QByteArray md5;
+    if (const int read = md5Of(file, from, size, &md5); read != OssError::Done)
+        return read;
     Answer answer;
     const int code = ask("PUT", key, {{"partNumber", QByteArray::number(number)}, {"uploadId", uploadId.toUtf8()}},
                          {file, from, size, {}}, {{"Content-MD5", md5}}, moved, &answer);

@@ -10,7 +10,7 @@
 #include <QMap>
 #include <QPair>
 
-class QFile;
+class SourceFile;
 
 class S3Client
 {
@@ -33,12 +33,12 @@ public:
     };
     using Moved = std::function<void(qint64 bytes)>; // sent so far of this body, on the calling thread
 
-    // Each answers an OssError::Code, Done on success. AccessDenied of head() may only mean that these keys may write
-    // and not look.
+    // Each answers an OssError::Code, Done on success; bodies come from an open source. AccessDenied of head() may only
+    // mean that these keys may write and not look.
     int head(const QString &key, Head *answer);
-    int put(const QString &key, QFile *body, qint64 size, const Meta &meta, const Moved &moved);
+    int put(const QString &key, SourceFile *body, qint64 size, const Meta &meta, const Moved &moved);
     int begin(const QString &key, const Meta &meta, QString *uploadId);
-    int part(const QString &key, const QString &uploadId, int number, QFile *file, qint64 from, qint64 size,
+    int part(const QString &key, const QString &uploadId, int number, SourceFile *file, qint64 from, qint64 size,
              const Moved &moved, QByteArray *eTag);
     int parts(const QString &key, const QString &uploadId, QMap<int, QByteArray> *there); // UploadForgotten: unknown
     int complete(const QString &key, const QString &uploadId, const QMap<int, QByteArray> &parts);
@@ -47,7 +47,7 @@ public:
 
 private:
     struct Body {
-        QFile *file = nullptr;
+        SourceFile *file = nullptr;
         qint64 from = 0, size = 0;
         QByteArray text; // where there is no file
     };

@@ -1,9 +1,6 @@
 #include "UploadJob.h"
 #include "OssErrors.h"
 #include <chrono>
-#include <QDateTime>
-#include <QFile>
-#include <QFileInfo>
 #include <QUrl>
 #include <thread>
 #include <vector>
@@ -12,21 +9,9 @@ namespace
 {
 constexpr int Looks = 5, LookAgainMs = 300;
 constexpr int MetaCeiling = 1500; // stores take 2 KiB of metadata, names and all
-
-// Open without waiting for another end, and nothing but a regular file.
-int openSource(const QString &path, QFile *file)
-{
-    const QFileInfo info(path);
-    if (!info.exists())
-        return OssError::FileMissing;
-    if (!info.isFile())
-        return OssError::FileUnreadable;
-    file->setFileName(path);
-    return file->open(QIODevice::ReadOnly | QIODevice::Unbuffered) ? OssError::Done : OssError::FileUnreadable;
-}
 } // namespace
 
-UploadJob::UploadJob(const QJsonObject &message)
+UploadJob::UploadJob(const QJsonObject &message, int sourceLimitMs) : m_sourceLimitMs(sourceLimitMs)
 {
     const auto text = [&message](const char *key) { return message.value(QLatin1String(key)).toString(); };
     m_file = text("file");
@@ -70,7 +55,7 @@ QString UploadJob::lastError() const
 int UploadJob::fail(int code, const QString &words)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_words = words;
+    m_words = code == OssError::SourceSilent ? m_file : words;
     return code;
 }
 
@@ -84,10 +69,15 @@ S3Client::Meta UploadJob::meta() const
     return all;
 }
 
-bool UploadJob::changed() const
+int UploadJob::unchanged()
 {
-    const QFileInfo info(m_file);
-    return info.size() != m_check.size || info.lastModified().toMSecsSinceEpoch() != m_check.modified;
+    SourceFile source(&m_stop, m_sourceLimitMs);
+    SourceFile::Facts now;
+    const int code = source.look(m_file, &now);
+    if (code != OssError::Done)
+        return fail(code, m_file);
+    return now == SourceFile::Facts{m_check.size, m_check.modified} ? OssError::Done
+                                                                    : fail(OssError::FileChanged, m_file);
 }
 
 qint64 UploadJob::sizeOf(int number) const
@@ -99,24 +89,25 @@ int UploadJob::run()
 {
     if (m_error != OssError::Done)
         return m_error;
-    QFile source;
-    const int opened = openSource(m_file, &source);
-    source.close();
-    if (opened != OssError::Done)
-        return fail(opened, m_file);
-    const QFileInfo info(m_file);
+    SourceFile source(&m_stop, m_sourceLimitMs);
+    SourceFile::Facts facts;
+    int code = source.open(m_file);
+    if (code == OssError::Done)
+        code = source.look(m_file, &facts);
+    if (code != OssError::Done)
+        return fail(code, m_file);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
         m_check.object =
             m_store.endpoint + QLatin1Char('/') + m_store.bucket + QLatin1Char('/') + m_store.prefix + m_key;
         m_check.file = m_file;
-        m_check.size = info.size();
-        m_check.modified = info.lastModified().toMSecsSinceEpoch();
-        m_check.partSize = partSize(m_wantedPart, info.size());
+        m_check.size = facts.size;
+        m_check.modified = facts.modified;
+        m_check.partSize = partSize(m_wantedPart, facts.size);
     }
     S3Client store(m_store, &m_stop);
     S3Client::Head there;
-    int code = store.head(m_key, &there);
+    code = store.head(m_key, &there);
     const bool blind = code == OssError::AccessDenied; // keys that may only write
     if (code != OssError::Done && !blind)
         return fail(code, store.lastError());
@@ -136,7 +127,7 @@ int UploadJob::run()
         CheckPoint::remove(m_checkPath);
     if (code != OssError::Done)
         return code;
-    return changed() ? fail(OssError::FileChanged, m_file) : int(OssError::Done);
+    return unchanged();
 }
 
 // The object is there, whole. A store may show it a moment after it has taken it.
@@ -159,8 +150,8 @@ int UploadJob::confirm(S3Client *store)
 
 int UploadJob::sendWhole(S3Client *store)
 {
-    QFile source;
-    int code = openSource(m_file, &source);
+    SourceFile source(&m_stop, m_sourceLimitMs);
+    int code = source.open(m_file);
     if (code != OssError::Done)
         return fail(code, m_file);
     code = store->put(m_key, &source, m_check.size, meta(), [this](qint64 bytes) {
@@ -212,10 +203,14 @@ int UploadJob::sendParts(S3Client *store)
         int code = resume(store);
         if (code == OssError::Done)
             code = sendMissing();
-        if (code == OssError::Done && changed()) {
-            store->abort(m_key, m_check.uploadId);
-            CheckPoint::remove(m_checkPath);
-            return fail(OssError::FileChanged, m_file);
+        if (code != OssError::Done && code != OssError::UploadForgotten)
+            return code;
+        if (const int now = code == OssError::Done ? unchanged() : int(OssError::Done); now != OssError::Done) {
+            if (now == OssError::FileChanged) {
+                store->abort(m_key, m_check.uploadId);
+                CheckPoint::remove(m_checkPath);
+            }
+            return now;
         }
         if (code == OssError::Done) {
             code = store->complete(m_key, m_check.uploadId, m_check.parts);
@@ -258,8 +253,8 @@ int UploadJob::sendMissing()
 
 int UploadJob::partWorker()
 {
-    QFile source;
-    int code = openSource(m_file, &source);
+    SourceFile source(&m_stop, m_sourceLimitMs);
+    int code = source.open(m_file);
     if (code != OssError::Done)
         return fail(code, m_file);
     S3Client store(m_store, &m_stop);

@@ -4,6 +4,7 @@
 // sent() may be called from any thread. A stopped job leaves its check point and the store's parts for the next one.
 #include "CheckPoint.h"
 #include "S3Client.h"
+#include "SourceFile.h"
 #include "StoreDescription.h"
 #include <atomic>
 #include <mutex>
@@ -17,7 +18,7 @@ public:
     static constexpr int MostParts = 10000; // no store takes more
 
     // The "upload" message. error() is OssError::Done when it can be run.
-    explicit UploadJob(const QJsonObject &message);
+    explicit UploadJob(const QJsonObject &message, int sourceLimitMs = SourceFile::LimitMs);
     int error() const { return m_error; }
     QString rule() const { return m_rule; }
 
@@ -35,7 +36,7 @@ private:
     int sendMissing();           // on m_threads threads
     int partWorker();            // takes one number after the other
     int takePart(int number, const QByteArray &eTag);
-    bool changed() const;
+    int unchanged(); // Done, FileChanged or what keeps it from looking
     S3Client::Meta meta() const;
     qint64 sizeOf(int number) const;
     int fail(int code, const QString &words);
@@ -45,7 +46,7 @@ private:
     bool m_cover = false, m_doubt = false; // doubt: the last try lost contact, or "resumable": the check point is
                                            // checked against the store first
     qint64 m_wantedPart = 0;
-    int m_threads = 2;
+    int m_threads = 2, m_sourceLimitMs;
     StoreDescription m_store;
 
     std::atomic_bool m_stop{false};

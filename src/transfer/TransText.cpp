@@ -74,6 +74,7 @@ const Text translated[] = {
     {120009, QT_TRANSLATE_NOOP("TransSet", "对象存储的应答异常")},
     {120010, QT_TRANSLATE_NOOP("TransSet", "上传进度无法保存")},
     {120011, QT_TRANSLATE_NOOP("TransSet", "对象存储中的文件大小不符")},
+    {120012, QT_TRANSLATE_NOOP("TransSet", "源文件所在的位置没有响应")},
     // Business server, upload side.
     {1070001, QT_TRANSLATE_NOOP("TransSet", "秒传询问未知异常")},
     {1070002, QT_TRANSLATE_NOOP("TransSet", "继续上传")},

@@ -15,6 +15,11 @@
 #include <QSslSocket>
 #include <QUrl>
 #include <QUrlQuery>
+#ifdef Q_OS_LINUX
+#include <csignal>
+#include <fcntl.h>
+#include <unistd.h>
+#endif
 
 namespace
 {
@@ -201,11 +206,9 @@ class TestOss : public QObject
     }
     QByteArray object(const QString &name) { return m_store->objects.value("/farm/D/盘/" + name); }
 
-private slots:
-    void init()
+    void start(int sourceLimitMs = SourceFile::LimitMs)
     {
-        m_store.reset(new FakeStore);
-        m_listener.reset(new Listener(Secret));
+        m_listener.reset(new Listener(Secret, sourceLimitMs));
         QVERIFY(m_listener->listen(0));
         m_client.reset(new QTcpSocket);
         m_buffer.clear();
@@ -217,6 +220,13 @@ private slots:
         });
         m_client->connectToHost(QHostAddress::LocalHost, quint16(m_listener->port()));
         QVERIFY(m_client->waitForConnected());
+    }
+
+private slots:
+    void init()
+    {
+        m_store.reset(new FakeStore);
+        start();
     }
     void cleanup()
     {
@@ -469,6 +479,38 @@ private slots:
         QCOMPARE(code("big.bin"), 200);
         QCOMPARE(m_store->count("PUT"), puts + 5);
     }
+
+#ifdef Q_OS_LINUX
+    // Storage that doesn't answer holds up nobody but itself: told within the limit, tried again it goes over.
+    void silentStorage()
+    {
+        start(1000);
+        write("quick.bin", 300000);
+        std::signal(SIGIO, SIG_IGN);
+        // Whoever opens a file waits for the one with a lease on it.
+        const int lease = ::open(QFile::encodeName(write("held.bin", 1000)).constData(), O_RDWR | O_CLOEXEC);
+        QCOMPARE(::fcntl(lease, F_SETLEASE, F_WRLCK), 0);
+        ask(upload("held.bin"));
+        ask(upload("quick.bin"));
+        QCOMPARE(code("quick.bin"), 200);
+        QCOMPARE(code("held.bin"), int(OssError::SourceSilent));
+        ::close(lease);
+        m_said.clear();
+        ask(upload("held.bin"));
+        QCOMPARE(code("held.bin"), 200);
+
+        int ends[2]; // nobody writes into it
+        QCOMPARE(::pipe(ends), 0);
+        auto file = std::make_unique<QFile>();
+        QVERIFY(file->open(ends[0], QIODevice::ReadOnly | QIODevice::Unbuffered, QFile::AutoCloseHandle));
+        const std::atomic_bool stop{false};
+        SourceFile source(&stop, 100);
+        source.take(std::move(file));
+        QByteArray eTag;
+        QCOMPARE(S3Client({}, &stop).part("k", "u", 1, &source, 0, 10, {}, &eTag), int(OssError::SourceSilent));
+        ::close(ends[1]);
+    }
+#endif
 
     // A source that is written to while it goes over: told, and nothing half stands under its name.
     void changedMeanwhile()
