@@ -175,7 +175,7 @@ private slots:
                     .endsWith("(筛选)"));
         // Kept by name and over a restart, with the sorting.
         QVERIFY(rig.page->filters()->keep(" 我的,失败;任务 ") && !rig.page->filters()->keep("  "));
-        QTest::qWait(450); // the view writes its sorting when it has come to rest
+        QTRY_VERIFY(UserInfo::userValue("Columns", "Mission").toString().contains("sort:confirm:")); // written when it has come to rest
         Background::finish();
         const int asked = rig.server.count(10427);
         QVERIFY(rig.show<Mission>());
