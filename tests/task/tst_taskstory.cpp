@@ -52,8 +52,7 @@ private:
     }
     template <class Dialog> Dialog *dialog() const
     {
-        QTest::qWaitFor([] { return topLevel<Dialog>(); });
-        return topLevel<Dialog>();
+        return QTest::qWaitFor([] { return topLevel<Dialog>(); }) ? topLevel<Dialog>() : nullptr;
     }
     bool write(QWidget *window, const QString &text)
     {
