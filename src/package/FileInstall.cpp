@@ -4,11 +4,13 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QLockFile>
 
 namespace
 {
 const QString fresh = QStringLiteral(".vnnew"), before = QStringLiteral(".vnold");
 const QString staging = QStringLiteral("staging"), committing = QStringLiteral("commit");
+constexpr int LockMs = 2000;
 const QString readme = QStringLiteral("readme.txt");
 
 bool exists(const QString &path)
@@ -58,7 +60,27 @@ bool FileInstall::commit(const QStringList &paths)
     return clear(paths, before) && (Steps::removeFile(m_journal) || fail(Steps::why()));
 }
 
+bool FileInstall::alone(QLockFile *lock)
+{
+    lock->setStaleLockTime(0); // large packages take long; a dead owner is known by its number
+    if (lock->tryLock(LockMs))
+        return true;
+    if (lock->error() == QLockFile::LockFailedError)
+        return fail(QStringLiteral("another client is bringing software into ") + m_folder);
+    return fail(m_folder + (lock->error() == QLockFile::PermissionError
+                                ? QStringLiteral(": this user may not write there")
+                                : QStringLiteral(" can't be written, the disk may be full")));
+}
+
 bool FileInstall::recover()
+{
+    if (!QFileInfo::exists(m_journal))
+        return true;
+    QLockFile lock(lockFile(m_folder));
+    return alone(&lock) && mend();
+}
+
+bool FileInstall::mend()
 {
     QFile from(m_journal);
     if (!from.open(QIODevice::ReadOnly))
@@ -89,15 +111,17 @@ bool FileInstall::install(Package *package)
     }
     if (paths.isEmpty())
         return fail(QStringLiteral("the package brings no files"));
-    if (!recover() || !save(staging, paths) || !clear(paths, fresh))
+    QLockFile lock(lockFile(m_folder));
+    if (!alone(&lock) || !mend() || !save(staging, paths) || !clear(paths, fresh))
         return false;
-    if (!package->unpack(m_folder, fresh, paths)) {
-        const QString reason = package->why();
-        recover();
+    const auto takeBack = [this](const QString &reason) {
+        mend();
         return fail(reason);
-    }
+    };
+    if (!package->unpack(m_folder, fresh, paths))
+        return takeBack(package->why());
     for (const QString &path : paths)
         if (!Steps::syncFolder(QFileInfo(m_folder + QLatin1Char('/') + path).absolutePath()))
-            return fail(Steps::why());
-    return save(committing, paths) && commit(paths);
+            return takeBack(Steps::why());
+    return save(committing, paths) ? commit(paths) : takeBack(m_why);
 }

@@ -2,7 +2,8 @@
 // Every change that an update makes on a disk goes through here, one function an operation: what is written is on the
 // medium when it returns, so that the order of the calls is the order of what a power cut leaves. Each answers false
 // on failure and leaves the reason in why(). A build for tests (VN_INJECT) ends the process without a word before
-// operation number $VN_DIE_AT, counted from 1, and appends the name of each operation to the file $VN_STEPS.
+// operation number $VN_DIE_AT, counted from 1, has no room on the disk from number $VN_FULL_AT on, and appends the name
+// of each operation to the file $VN_STEPS.
 #include <functional>
 #include <QByteArray>
 #include <QIODevice>

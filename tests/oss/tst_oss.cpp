@@ -32,9 +32,8 @@ struct FakeStore {
     HttpPeer peer;
     QMap<QString, QByteArray> objects;
     QMap<QString, QMap<QByteArray, QByteArray>> meta;
-    QMap<int, QByteArray> parts;
+    QMap<QByteArray, QMap<int, QByteArray>> parts; // by upload
     int uploads = 0;
-    QByteArray uploadId;
     // Before a request is served: an answer in place of the store's own; empty to let it be served.
     std::function<QByteArray(const HttpPeer::Request &, const QUrlQuery &)> fault;
 
@@ -68,11 +67,11 @@ struct FakeStore {
         }
         if (request.method == "POST" && query.hasQueryItem("uploads")) {
             keepMeta(key, request);
-            parts.clear();
-            uploadId = "upload-" + QByteArray::number(++uploads);
+            const QByteArray uploadId = "upload-" + QByteArray::number(++uploads);
+            parts[uploadId] = {};
             return HttpPeer::response("<R><UploadId>" + uploadId + "</UploadId></R>");
         }
-        if (!id.isEmpty() && id != uploadId)
+        if (!id.isEmpty() && !parts.contains(id))
             return HttpPeer::response(error("NoSuchUpload"), "404 Not Found");
         if (request.method == "PUT") {
             const QByteArray hash = QCryptographicHash::hash(request.body, QCryptographicHash::Md5);
@@ -81,19 +80,18 @@ struct FakeStore {
             if (id.isEmpty())
                 keepMeta(key, request), objects[key] = request.body;
             else
-                parts[query.queryItemValue("partNumber").toInt()] = request.body;
+                parts[id][query.queryItemValue("partNumber").toInt()] = request.body;
             return HttpPeer::response("", "200 OK", "ETag: \"" + hash.toHex() + "\"\r\n");
         }
         if (request.method == "POST") {
             QByteArray whole;
-            for (const QByteArray &part : qAsConst(parts))
+            for (const QByteArray &part : parts.take(id))
                 whole += part;
             objects[key] = whole;
-            uploadId.clear();
             return HttpPeer::response("<CompleteMultipartUploadResult/>");
         }
         QByteArray list = "<L>";
-        for (auto it = parts.begin(); it != parts.end(); ++it)
+        for (auto it = parts[id].begin(); it != parts[id].end(); ++it)
             list += "<Part><PartNumber>" + QByteArray::number(it.key()) + "</PartNumber><ETag>\"" +
                     QCryptographicHash::hash(it.value(), QCryptographicHash::Md5).toHex() + "\"</ETag></Part>";
         return HttpPeer::response(list + "</L>");
@@ -478,6 +476,36 @@ private slots:
         ask(upload("big.bin", {{"cover", 1}}));
         QCOMPARE(code("big.bin"), 200);
         QCOMPARE(m_store->count("PUT"), puts + 5);
+    }
+
+    // The same scene from two clients of an account, on two machines or (one state file) on one: both get it there.
+    void twoClients()
+    {
+        write("big.bin", 12000000);
+        for (const char *state : {"big.bin.ucp", "other.ucp"}) {
+            Listener second(Secret);
+            QVERIFY(second.listen(0));
+            QTcpSocket client;
+            client.connectToHost(QHostAddress::LocalHost, quint16(second.port()));
+            QVERIFY(client.waitForConnected());
+            bool late = false; // the other begins while this one's second part waits for the store
+            QByteArray heard;
+            m_store->fault = [&](const HttpPeer::Request &, const QUrlQuery &query) {
+                if (query.queryItemValue("partNumber") == "2" && !std::exchange(late, true)) {
+                    client.write(signedText(upload("big.bin", {{"checkPoint", m_folder.filePath(state)}})));
+                    return HttpPeer::response(error("SlowDown"), "503 Slow Down");
+                }
+                return QByteArray();
+            };
+            m_said.clear();
+            ask(upload("big.bin"));
+            QTRY_VERIFY_WITH_TIMEOUT((heard += client.readAll()).contains("uploadFinish"), 20000);
+            QVERIFY2(heard.contains("\"code\":200"), heard.constData());
+            QCOMPARE(code("big.bin"), 200);
+            QVERIFY(object("big.bin") == content("big.bin"));
+            QVERIFY(!QFile::exists(m_folder.filePath("big.bin.ucp")) && !QFile::exists(m_folder.filePath(state)));
+            m_store->objects.clear();
+        }
     }
 
 #ifdef Q_OS_LINUX

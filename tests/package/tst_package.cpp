@@ -1,9 +1,11 @@
 // Packages and how they come into place. The swap runs as a process that is killed before each of its operations in
 // turn; whatever was cut short, a whole program stands in the tree afterwards and the next run ends the work.
-#include "package/Package.h"
+#include "package/FileInstall.h"
 #include "package/PackageWriter.h"
+#include "support/Row.h"
 #include "support/TestMain.h"
 #include <QJsonDocument>
+#include <QLockFile>
 #include <QtTest>
 #include <quazip.h>
 #include <quazipfile.h>
@@ -36,7 +38,7 @@ class TestPackage : public QObject
         QDirIterator all(folder, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
         while (all.hasNext()) {
             QFile file(all.next());
-            if (file.open(QIODevice::ReadOnly) && !file.fileName().contains("/.manifest"))
+            if (file.open(QIODevice::ReadOnly) && !file.fileName().contains("/.manifest") && !file.fileName().endsWith(".lock"))
                 files.insert(file.fileName().mid(folder.size() + 1), file.readAll());
         }
         return files;
@@ -45,13 +47,13 @@ class TestPackage : public QObject
     QJsonObject head(const QString &version) const { return {{"program", "VandrelQN"}, {"platform", "linux"}, {"version", version}}; }
 
     // The exit code; -1 when it didn't come to one.
-    int run(const QStringList &words, int dieAt = 0, bool exchange = true, QByteArray *said = nullptr)
+    int run(const QStringList &words, int dieAt = 0, bool exchange = true, QByteArray *said = nullptr, const char *how = "VN_DIE_AT")
     {
         QProcess process; // beside the test's own binary
         QProcessEnvironment with = QProcessEnvironment::systemEnvironment();
         with.insert("VN_TEST_KEY", m_key.publicHex);
         if (dieAt)
-            with.insert("VN_DIE_AT", QString::number(dieAt));
+            with.insert(how, QString::number(dieAt));
         if (!exchange)
             with.insert("VN_NO_EXCHANGE", "1");
         process.setProcessEnvironment(with);
@@ -250,9 +252,19 @@ private slots:
         QVERIFY2(said.contains("didn't start here"), said.constData());
     }
 
-    // Files that join others in a folder: at every moment each is the old or the new one, and the next start ends it.
-    void filesKilledAnywhere()
+    // Files that join others in a folder, ended or out of room at each operation in turn: every file is the old or the
+    // new one, what has no room is told and takes none, and the next start ends it.
+    void filesCutShortAnywhere_data()
     {
+        columns<QByteArray>("how");
+        columns<int>("code");
+        addRow("killed", QByteArray("VN_DIE_AT"), 77);
+        addRow("no room from there on", QByteArray("VN_FULL_AT"), 1);
+    }
+    void filesCutShortAnywhere()
+    {
+        QFETCH(QByteArray, how);
+        QFETCH(int, code);
         const QString folder = m_home.filePath("app"), journal = m_home.filePath("journals/one.json");
         const Tree old{{"a.dll", "old"}, {"theirs.txt", "theirs"}, {"readme.txt", "theirs"}};
         Tree fresh{{"a.dll", "new"}, {"plug/b.dll", "new"}, {"readme.txt", "package"}};
@@ -260,19 +272,31 @@ private slots:
         QString why;
         QVERIFY(PackageWriter::pack(m_home.filePath("fresh"), head("1.0.0.1"), {}, m_key, m_next, &why));
         const Tree both{{"a.dll", "new"}, {"plug/b.dll", "new"}, {"theirs.txt", "theirs"}, {"readme.txt", "theirs"}};
-        int dieAt = 1;
-        for (int code = 77; code == 77; ++dieAt) {
+        int at = 1;
+        for (int ended = code; ended == code; ++at) {
             lay(folder, old);
             QFile::remove(journal);
-            code = run({"files", m_next, folder, journal}, dieAt);
-            QVERIFY(code == 0 || code == 77);
+            QByteArray said;
+            ended = run({"files", m_next, folder, journal}, at, true, &said, how.constData());
+            QVERIFY2(ended == 0 || ended == code, said.constData());
+            if (ended == 1)
+                QVERIFY2(read(folder) == old && (said.contains("disk may be full") || said.contains("can't be made")), said.constData());
             QCOMPARE(run({"files", "", folder, journal}), 0);
-            QVERIFY2(read(folder) == old || read(folder) == both, qPrintable(QString("at %1").arg(dieAt)));
+            QVERIFY2(read(folder) == old || read(folder) == both, qPrintable(QString("at %1").arg(at)));
             QCOMPARE(run({"files", m_next, folder, journal}), 0);
             QCOMPARE(read(folder), both);
             QVERIFY(!QFile::exists(journal));
         }
-        QVERIFY(dieAt > 10);
+        QVERIFY2(at > (code == 77 ? 10 : 6), qPrintable(QString::number(at)));
+        // Another client, with a journal of its own, is at it.
+        lay(folder, old);
+        QLockFile other(FileInstall::lockFile(folder));
+        QVERIFY(other.lock());
+        QByteArray said;
+        QCOMPARE(run({"files", m_next, folder, journal}, 0, true, &said), 1);
+        QVERIFY2(said.contains("another client") && read(folder) == old, said.constData());
+        other.unlock();
+        QCOMPARE(run({"files", m_next, folder, journal}), 0);
     }
 };
 

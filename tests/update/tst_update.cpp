@@ -6,6 +6,7 @@
 #include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/Startup.h"
+#include <QLockFile>
 #include <QtTest>
 
 class TestUpdate : public QObject
@@ -149,6 +150,7 @@ private slots:
         addRow("cut archive", "cut", "isn't an archive, or was cut");
         addRow("another version inside", "renamed", "is version 5.3.0.0, not 5.4.0.0");
         addRow("not there", "none", "VandrelQN-5.3.0.0.vnp: ");
+        addRow("another client is at it", "lock", "another update of");
         addRow("no room for the package", "fetch", "no room");
         addRow("no room for its files", "room", "can't be written whole");
     }
@@ -180,6 +182,8 @@ private slots:
             QVERIFY(file.remove());
         if (how == "fetch")
             limit = QString::number(file.size() >> 11);
+        QLockFile held(m_tree + ".update.lock");
+        QVERIFY(how != "lock" || held.lock());
         QByteArray said;
         QCOMPARE(update({version}, &said, {}, limit), 1);
         QVERIFY2(said.contains(sentence.toUtf8()), said.constData());
