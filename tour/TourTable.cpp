@@ -1,4 +1,5 @@
 #include "TourTable.h"
+#include "common/CommonConfig.h"
 #include "common/facts/SceneState.h"
 #include "common/facts/SoftwareType.h"
 #include "common/ui/kit/Notes.h"
@@ -223,7 +224,8 @@ QJsonObject environment(const QString &software)
 TourStop parameters(const char *name, int softwareType)
 {
     return dialog(name, over([softwareType](Stage &, QWidget *window) {
-                      return ParameterDialog::make(Samples::scene(softwareType), window);
+                      return ParameterDialog::make(
+                          ParameterDialog::read(Samples::scene(softwareType), CommonConfig::get()), window);
                   }));
 }
 
@@ -458,7 +460,9 @@ const QList<TourStop> &tourTable()
                    return new DownCover(7, Stage::longName(7), QStringLiteral("1-250, 300"), w);
                })),
         {"driver-analyses", TourStop::Both, analyses, true},
-        dialog("MayaD", over([](Stage &, QWidget *w) { return new MayaD(analysed(30), w); })),
+        dialog("MayaD", over([](Stage &, QWidget *w) {
+                   return new MayaD(ParameterDialog::read(analysed(30), CommonConfig::get()), w);
+               })),
         dialog("SubmitMayaD", over([](Stage &, QWidget *w) { return new SubmitMayaD(analysed(2), 10, w); })),
         dialog("MDW", over([](Stage &, QWidget *w) {
                    auto *submit = new SubmitMayaD(analysed(30), 10, w);

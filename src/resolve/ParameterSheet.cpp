@@ -95,19 +95,21 @@ void join(QJsonObject *values, const char *name, const char *suffix)
     const QString end = text(values->take(QLatin1String(suffix))), begin = text(values->take(QLatin1String(name)));
     values->insert(QStringLiteral("outputFile"), end.isEmpty() ? begin : begin + QLatin1Char('.') + end);
 }
-} // namespace
 
-int ParameterSheet::typeOf(const db_resolve &res)
+int typeIn(const db_resolve &res, const QJsonObject &rdata, const QJsonObject &rset)
 {
-    const int type = ParameterModel::softwareType(res, parsed(res.rdata), parsed(res.rset));
+    const int type = ParameterModel::softwareType(res, rdata, rset);
     return SoftwareType::all().contains(type) && type != SketchUp ? type : 0;
 }
+} // namespace
+
+int ParameterSheet::typeOf(const db_resolve &res) { return typeIn(res, parsed(res.rdata), parsed(res.rset)); }
 
 ParameterSheet ParameterSheet::read(const db_resolve &res, const CommonConfig &config)
 {
     ParameterSheet sheet;
     const QJsonObject rdata = parsed(res.rdata), rset = parsed(res.rset);
-    sheet.type = typeOf(res);
+    sheet.type = typeIn(res, rdata, rset);
     if (sheet.type == Max || sheet.type == Cinema4D)
         sheet.readSingle(rdata);
     else

@@ -504,11 +504,17 @@ void Resolve::paraSet(db_resolve res)
         MsgTool::msgOk(this, tr("您没有参数设置的权限！"));
         return;
     }
-    if (auto *parameters = ParameterDialog::make(res, window())) {
-        parameters->open();
-        return;
-    }
-    auto *dialog = new SceneInfo(res, window());
-    connect(dialog, &SceneInfo::commit, this, [this](qlonglong key) { commit({key}, false); });
-    dialog->open();
+    m_table->setBusy(true);
+    Background::run(
+        this, [res, config = CommonConfig::get()] { return ParameterDialog::read(res, config); },
+        [this, asked = ++m_asked](const ParameterDialog::Scene &scene) {
+            if (asked != m_asked) // a click on another scene came after it
+                return;
+            m_table->setBusy(false);
+            if (auto *parameters = ParameterDialog::make(scene, window()))
+                return parameters->open();
+            auto *dialog = new SceneInfo(scene.res, window());
+            connect(dialog, &SceneInfo::commit, this, [this](qlonglong key) { commit({key}, false); });
+            dialog->open();
+        });
 }

@@ -83,6 +83,7 @@ private:
     QPointer<EnvPre> m_env;
     QPair<QStringList, QString> m_told; // scenes that another program is about to give, and their project folder
     QPointer<ResolvePri> m_pri;
+    int m_asked = 0;             // scenes whose parameters were asked for: the last one opens
     qlonglong m_holding = 0;     // the page that holds this row is wanted
     QList<qlonglong> m_toSelect; // once they're here
     bool m_ownDrop = false;      // scenes of this window's own drop are on their way

@@ -71,7 +71,7 @@ class TestRender : public QObject
         list.first().rdata = rdata;
         ResolveDAO::instance()->savePara(list.first());
         delete m_dialog;
-        m_dialog = ParameterDialog::make(list.first(), m_over.data());
+        m_dialog = ParameterDialog::make(ParameterDialog::read(list.first(), CommonConfig::get()), m_over.data());
         m_dialog->open();
         activate(m_dialog);
         return m_dialog;
@@ -358,9 +358,18 @@ private slots:
     {
         Resolve page;
         db_resolve res = scene(1, 103, "/a.max");
+        page.paraSet(scene(2, 103, "/a.ma")); // overtaken by the next click
         page.paraSet(res);
-        QVERIFY(topLevel<ParameterDialog>());
+        QVERIFY(!topLevel<ParameterDialog>()); // it's read elsewhere
+        QTRY_COMPARE(topLevel<ParameterDialog>() ? topLevel<ParameterDialog>()->objectName() : QString(), QString("Max"));
         topLevel<ParameterDialog>()->close();
+        QTRY_VERIFY(!topLevel<ParameterDialog>());
+        QScopedPointer<Resolve> gone(new Resolve);
+        gone->paraSet(res);
+        gone.reset();
+        Background::finish();
+        QCoreApplication::processEvents();
+        QVERIFY(!topLevel<ParameterDialog>());
         page.seeWarn(res);
         QVERIFY(press(topLevel<ResolveWarn>(), "参数设置"));
         QCoreApplication::processEvents();

@@ -161,6 +161,7 @@ private slots:
         m_page->resolveStateHand(0, cell(2, "state"));
         QCOMPARE(message(), QString("您还没有参数设置的权限！"));
         m_page->paraSet(scene(2, 106));
+        Background::finish();
         QVERIFY(calls().isEmpty() && !topLevel<SceneInfo>());
         account(52);
     }
@@ -485,6 +486,7 @@ private slots:
         db_resolve res = scene(4, 106, "/s.skp");
         res.rdata = QJsonDocument(rdata).toJson();
         m_page->paraSet(res);
+        QTRY_VERIFY(topLevel<SceneInfo>());
         QVERIFY(topLevel<SceneInfo>()->width() > 600 && topLevel<SceneInfo>()->height() > 420);
         QVERIFY(::press(topLevel<SceneInfo>(), "提交渲染"));
         QCOMPARE(calls(), QStringList{"commit 4 0"});

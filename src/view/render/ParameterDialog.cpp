@@ -30,11 +30,11 @@ QLabel *section(const QString &text, QWidget *parent)
 }
 } // namespace
 
-ParameterDialog::ParameterDialog(const Plan &plan, const db_resolve &res, QWidget *parent)
-    : DialogFrame(plan.name, tr("参数设置"), parent), m_sheet(ParameterSheet::read(res, CommonConfig::get())),
-      m_res(res), m_columns(new QHBoxLayout), m_sum(new QLabel(this)), m_summing(new Debounce(this))
+ParameterDialog::ParameterDialog(const Plan &plan, const Scene &scene, QWidget *parent)
+    : DialogFrame(plan.name, tr("参数设置"), parent), m_sheet(scene.sheet), m_res(scene.res),
+      m_columns(new QHBoxLayout), m_sum(new QLabel(this)), m_summing(new Debounce(this))
 {
-    setHeading(QFileInfo(res.lpath).fileName(), res.lpath);
+    setHeading(QFileInfo(m_res.lpath).fileName(), m_res.lpath);
     m_columns->setSpacing(Metrics::Margin);
     m_target.read = [](qlonglong rkey) { return ResolveDAO::instance()->read(rkey); };
     m_target.send = [](const db_resolve &row) {
@@ -56,6 +56,11 @@ ParameterDialog::ParameterDialog(const Plan &plan, const db_resolve &res, QWidge
     m_keys->show(m_sheet.task, m_sheet.keyFrames());
     showOutput();
     sum();
+}
+
+ParameterDialog::Scene ParameterDialog::read(const db_resolve &res, const CommonConfig &config)
+{
+    return {res, ParameterSheet::read(res, config)};
 }
 
 void ParameterDialog::setTarget(const Target &target)

@@ -16,8 +16,14 @@ class ParameterDialog : public DialogFrame
 {
     Q_OBJECT
 public:
-    // The dialog of the row's program, or null where it has none. The one way in.
-    static ParameterDialog *make(const db_resolve &res, QWidget *parent);
+    struct Scene {
+        db_resolve res;
+        ParameterSheet sheet;
+    };
+    // Hundreds of layers and cameras take their time, a link behind a dead drive longer: off the window's thread.
+    static Scene read(const db_resolve &res, const CommonConfig &config);
+    // The dialog of the scene's program, or null where it has none. The one way in.
+    static ParameterDialog *make(const Scene &scene, QWidget *parent);
     const ParameterSheet &sheet() const { return m_sheet; }
 
     // Where the row stands and where it goes; at first the store and the queue of local scenes.
@@ -38,7 +44,7 @@ protected:
         bool sized = true, cameras = false; // outputs have a size; cameras of each are ticked
         QVector<Field> output, task;        // fields beside those that all have
     };
-    ParameterDialog(const Plan &plan, const db_resolve &res, QWidget *parent);
+    ParameterDialog(const Plan &plan, const Scene &scene, QWidget *parent);
     virtual void fieldEdited(const QString &key) { Q_UNUSED(key) } // fields that move with it
     virtual void outputShown() {}
     CanshuItem *item() const { return m_item; }

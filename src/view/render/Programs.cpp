@@ -35,27 +35,27 @@ QVector<Field> naming()
 }
 } // namespace
 
-ParameterDialog *ParameterDialog::make(const db_resolve &res, QWidget *parent)
+ParameterDialog *ParameterDialog::make(const Scene &scene, QWidget *parent)
 {
-    switch (ParameterSheet::typeOf(res)) {
+    switch (scene.sheet.type) {
     case SoftwareType::Maya:
-        return new ::Maya(res, parent);
+        return new ::Maya(scene, parent);
     case SoftwareType::Max:
-        return new ::Max(res, parent);
+        return new ::Max(scene, parent);
     case SoftwareType::Houdini:
-        return new ::Houdini(res, parent);
+        return new ::Houdini(scene, parent);
     case SoftwareType::Cinema4D:
-        return new ::C4D(res, parent);
+        return new ::C4D(scene, parent);
     case SoftwareType::Clarisse:
-        return new ::Clarisse(res, parent);
+        return new ::Clarisse(scene, parent);
     case SoftwareType::Terragen:
-        return new ::Terragen(res, parent);
+        return new ::Terragen(scene, parent);
     default:
         return nullptr;
     }
 }
 
-Maya::Maya(const db_resolve &res, QWidget *parent)
+Maya::Maya(const Scene &scene, QWidget *parent)
     : ParameterDialog(
           {key("Maya"),
            tr("渲染层"),
@@ -71,11 +71,11 @@ Maya::Maya(const db_resolve &res, QWidget *parent)
             Field::folder(key("mayaProject"), tr("工程路径")), Field::shown(key("renderer"), tr("渲染器")),
             Field::shown(key("format"), tr("输出格式")), Field::toggle(key("mayaSplitByLayer"), tr("分层提交")),
             Field::toggle(key("onlyScene"), tr("只上传主文件"))}},
-          res, parent)
+          scene, parent)
 {
 }
 
-Max::Max(const db_resolve &res, QWidget *parent)
+Max::Max(const Scene &scene, QWidget *parent)
     : ParameterDialog(
           {key("Max"),
            {},
@@ -115,7 +115,7 @@ Max::Max(const db_resolve &res, QWidget *parent)
                    }),
                    Field::file(key("vrLightCacheFile"), tr("灯光缓存文件"))},
            {}},
-          res, parent)
+          scene, parent)
 {
 }
 
@@ -130,12 +130,12 @@ void Max::fieldEdited(const QString &name)
         form->setValue(key("photons"), S::photonsOf(mode));
 }
 
-Houdini::Houdini(const db_resolve &res, QWidget *parent)
-    : ParameterDialog({key("Houdini"), tr("渲染节点"), true, false, {ownKeys()}, {}}, res, parent)
+Houdini::Houdini(const Scene &scene, QWidget *parent)
+    : ParameterDialog({key("Houdini"), tr("渲染节点"), true, false, {ownKeys()}, {}}, scene, parent)
 {
 }
 
-C4D::C4D(const db_resolve &res, QWidget *parent)
+C4D::C4D(const Scene &scene, QWidget *parent)
     : ParameterDialog({key("C4D"),
                        {},
                        true,
@@ -143,7 +143,7 @@ C4D::C4D(const db_resolve &res, QWidget *parent)
                        naming() + QVector<Field>{Field::choice(key("activeCamera"), tr("默认相机")),
                                                  Field::text(key("renderer"), tr("渲染器")).longest(200)},
                        {}},
-                      res, parent)
+                      scene, parent)
 {
     outputShown();
 }
@@ -157,7 +157,7 @@ void C4D::outputShown()
     item()->form()->setValues(m_sheet.outputs.first().values);
 }
 
-Clarisse::Clarisse(const db_resolve &res, QWidget *parent)
+Clarisse::Clarisse(const Scene &scene, QWidget *parent)
     : ParameterDialog(
           {key("Clarisse"),
            tr("图像和层"),
@@ -166,7 +166,7 @@ Clarisse::Clarisse(const db_resolve &res, QWidget *parent)
            {Field::text(key("output"), tr("输出文件")), Field::text(key("format"), tr("输出格式")).longest(200),
             Field::text(key("LUT"), tr("LUT")).longest(1000), Field::text(key("deep_output_file"), tr("深度输出文件"))},
            {}},
-          res, parent)
+          scene, parent)
 {
     outputShown();
 }
@@ -176,7 +176,7 @@ void Clarisse::outputShown()
     item()->form()->editor(key("deep_output_file"))->setEnabled(shown() && shown()->image >= 0);
 }
 
-Terragen::Terragen(const db_resolve &res, QWidget *parent)
+Terragen::Terragen(const Scene &scene, QWidget *parent)
     : ParameterDialog(
           {key("Terragen"),
            tr("渲染节点"),
@@ -198,7 +198,7 @@ Terragen::Terragen(const db_resolve &res, QWidget *parent)
                 return modeOf(all) == 2;
             })},
            {}},
-          res, parent)
+          scene, parent)
 {
     outputShown();
 }

@@ -7,14 +7,14 @@ class Maya : public ParameterDialog
 {
     Q_OBJECT
 public:
-    Maya(const db_resolve &res, QWidget *parent);
+    Maya(const Scene &scene, QWidget *parent);
 };
 
 class Max : public ParameterDialog
 {
     Q_OBJECT
 public:
-    Max(const db_resolve &res, QWidget *parent);
+    Max(const Scene &scene, QWidget *parent);
 
 protected:
     void fieldEdited(const QString &key) override; // what is done with photons, and the mode it stands for
@@ -24,14 +24,14 @@ class Houdini : public ParameterDialog
 {
     Q_OBJECT
 public:
-    Houdini(const db_resolve &res, QWidget *parent);
+    Houdini(const Scene &scene, QWidget *parent);
 };
 
 class C4D : public ParameterDialog
 {
     Q_OBJECT
 public:
-    C4D(const db_resolve &res, QWidget *parent);
+    C4D(const Scene &scene, QWidget *parent);
 
 protected:
     void outputShown() override;
@@ -41,7 +41,7 @@ class Clarisse : public ParameterDialog
 {
     Q_OBJECT
 public:
-    Clarisse(const db_resolve &res, QWidget *parent);
+    Clarisse(const Scene &scene, QWidget *parent);
 
 protected:
     void outputShown() override; // deep output belongs to layers
@@ -51,7 +51,7 @@ class Terragen : public ParameterDialog
 {
     Q_OBJECT
 public:
-    Terragen(const db_resolve &res, QWidget *parent);
+    Terragen(const Scene &scene, QWidget *parent);
 
 protected:
     void outputShown() override; // a render without GI settings has nothing to choose

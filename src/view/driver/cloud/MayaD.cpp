@@ -5,7 +5,7 @@
 #include "resolve/cloud/CloudModel.h"
 #include "view/driver/cloud/CloudAnalysis.h"
 
-MayaD::MayaD(const db_resolve &res, QWidget *parent) : Maya(res, parent)
+MayaD::MayaD(const Scene &scene, QWidget *parent) : Maya(scene, parent)
 {
     setTarget(target());
     setTitle(CloudAnalysis::title(SoftwareType::Maya));
@@ -22,16 +22,19 @@ ParameterDialog::Target MayaD::target()
     return target;
 }
 
-ParameterDialog *MayaD::make(const db_resolve &res, QWidget *parent)
+ParameterDialog::Scene MayaD::read(const db_resolve &res, const CommonConfig &config)
 {
-    const db_resolve opened = CloudModel::opened(res);
-    const int type = ParameterSheet::typeOf(opened);
-    if (type == SoftwareType::Maya)
-        return new MayaD(opened, parent);
-    ParameterDialog *dialog = ParameterDialog::make(opened, parent);
+    return ParameterDialog::read(CloudModel::opened(res), config);
+}
+
+ParameterDialog *MayaD::make(const Scene &scene, QWidget *parent)
+{
+    if (scene.sheet.type == SoftwareType::Maya)
+        return new MayaD(scene, parent);
+    ParameterDialog *dialog = ParameterDialog::make(scene, parent);
     if (dialog) {
         dialog->setTarget(target());
-        dialog->setTitle(CloudAnalysis::title(type));
+        dialog->setTitle(CloudAnalysis::title(scene.sheet.type));
     }
     return dialog;
 }

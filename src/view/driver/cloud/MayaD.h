@@ -7,9 +7,10 @@ class MayaD : public Maya
 {
     Q_OBJECT
 public:
-    MayaD(const db_resolve &res, QWidget *parent);
+    MayaD(const Scene &scene, QWidget *parent);
 
+    static Scene read(const db_resolve &res, const CommonConfig &config); // off the window's thread
     // The dialog of the record's program: MayaD, or that of another program; null where it has none.
-    static ParameterDialog *make(const db_resolve &res, QWidget *parent);
+    static ParameterDialog *make(const Scene &scene, QWidget *parent);
     static ParameterDialog::Target target();
 };

@@ -1,7 +1,9 @@
 #include "view/driver/cloud/ResolveD.h"
+#include "common/CommonConfig.h"
 #include "common/Debounce.h"
 #include "common/facts/SceneState.h"
 #include "common/facts/SoftwareType.h"
+#include "common/ui/Background.h"
 #include "common/ui/kit/Notes.h"
 #include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
@@ -271,10 +273,18 @@ void ResolveD::paraSet(db_resolve res)
         return;
     if (std::exchange(m_submitting, 0) == res.rkey)
         return CloudAnalysis::submit(res, window());
-    if (ParameterDialog *dialog = MayaD::make(res, window()))
-        dialog->open();
-    else
-        MsgTool::msgOk(this, tr("这类场景没有可以设置的参数"));
+    m_table->setBusy(true);
+    Background::run(
+        this, [res, config = CommonConfig::get()] { return MayaD::read(res, config); },
+        [this, asked = ++m_asked](const ParameterDialog::Scene &scene) {
+            if (asked != m_asked) // a click on another scene came after it
+                return;
+            m_table->setBusy(false);
+            if (ParameterDialog *dialog = MayaD::make(scene, window()))
+                dialog->open();
+            else
+                MsgTool::msgOk(this, tr("这类场景没有可以设置的参数"));
+        });
 }
 
 void ResolveD::openWarnings(const db_resolve &res)

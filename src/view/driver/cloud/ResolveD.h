@@ -51,5 +51,6 @@ private:
     TablePage *m_table;
     Debounce *m_reload;
     QList<db_resolve> m_rows;
+    int m_asked = 0;            // scenes whose parameters were asked for: the last one opens
     qlonglong m_submitting = 0; // whose parameters are asked for to submit them
 };
