@@ -314,6 +314,34 @@ private slots:
         QCOMPARE(again.size(), 1);
     }
 
+    // Where the screen is too low for the body, what gets the focus is scrolled to, from wherever the focus came.
+    void dialogFollowsTheFocus()
+    {
+        QWidget over;
+        over.show();
+        activate(&over);
+        auto *dialog = new DialogFrame("Low", "Low", &over);
+        auto *area = dialog->content()->parentWidget()->parentWidget();
+        QList<QLineEdit *> fields;
+        for (int i = 0; i < 40; ++i) {
+            fields << new QLineEdit(dialog);
+            dialog->content()->addWidget(fields.last());
+        }
+        QPushButton *close = dialog->addButton("Close", DialogFrame::Close);
+        dialog->resize(300, 300);
+        dialog->open();
+        activate(dialog);
+        QTRY_COMPARE(QApplication::activeWindow(), dialog);
+        const auto seen = [&](Qt::Key key, QLineEdit *field) {
+            close->setFocus();
+            QTest::keyClick(close, key);
+            return field->hasFocus() && area->rect().contains(QRect(field->mapTo(area, QPoint()), field->size()));
+        };
+        QVERIFY(seen(Qt::Key_Backtab, fields.last()));
+        QVERIFY(seen(Qt::Key_Tab, fields.first()));
+        dialog->close();
+    }
+
     void formJudges_data()
     {
         columns<QString, QString, bool>("key", "text", "good");

@@ -3,13 +3,13 @@
 
 DetailQueue::DetailQueue(const QString &name, const QString &title, const QList<TaskDetail> &details, TaskDesk *desk,
                          QWidget *parent)
-    : DialogFrame(name, title, parent), m_details(details), m_desk(desk), m_all(new QCheckBox(this)),
-      m_sum(details.size())
+    : DialogFrame(name, title, parent), m_details(details), m_desk(desk), m_sum(details.size())
 {
 }
 
 void DetailQueue::begin()
 {
+    m_all = new QCheckBox(this); // Tab comes to it after the fields
     m_all->setObjectName(QStringLiteral("all"));
     m_all->setText(tr("应用到全部"));
     m_all->setChecked(true);

@@ -30,6 +30,6 @@ private:
 
     QList<TaskDetail> m_details; // those that are left
     TaskDesk *m_desk;
-    QCheckBox *m_all;
+    QCheckBox *m_all = nullptr;
     const int m_sum;
 };

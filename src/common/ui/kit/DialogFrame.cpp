@@ -2,6 +2,7 @@
 #include "common/ui/kit/Metrics.h"
 #include "common/ui/kit/Notes.h"
 #include "common/ui/kit/RecordModel.h"
+#include <QApplication>
 #include <QKeyEvent>
 #include <QPlainTextEdit>
 #include <QPushButton>
@@ -57,6 +58,7 @@ DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *par
     m_scroll->setFrameShape(QFrame::NoFrame);
     m_scroll->setFocusPolicy(Qt::NoFocus);
     body()->addWidget(m_scroll, 1);
+    connect(qApp, &QApplication::focusChanged, this, [this](QWidget *, QWidget *now) { bringIntoSight(now); });
     m_busy = new Busy(m_scroll);
     m_error->setObjectName(QStringLiteral("errorLine"));
     m_error->setTextFormat(Qt::PlainText);
@@ -132,6 +134,17 @@ void DialogFrame::setBusy(bool on, const QString &text)
 }
 
 bool DialogFrame::busy() const { return m_busy->busy(); }
+
+// The toolkit scrolls where Tab stays inside the area; from the buttons it comes in from outside. Under a pressed mouse
+// nothing moves: the click would go elsewhere.
+void DialogFrame::bringIntoSight(QWidget *field)
+{
+    if (QGuiApplication::mouseButtons() != Qt::NoButton || !m_scroll->isAncestorOf(field))
+        return;
+    for (QWidget *at = field->parentWidget(); at != this; at = at->parentWidget())
+        if (auto *area = qobject_cast<QScrollArea *>(at))
+            area->ensureWidgetVisible(field);
+}
 
 void DialogFrame::showEvent(QShowEvent *event)
 {

@@ -1,7 +1,7 @@
 #pragma once
-// What every dialog stands in: title, a body that scrolls where the screen is small (960 x 540 is enough for each), a
-// line for what went wrong, a row of buttons. Belongs to its parent's window, stays above it. Enter presses the primary
-// button, Escape the one that closes. Deletes itself when closed. Main thread.
+// What every dialog stands in: title, a body that scrolls where the screen is small (960 x 540 is enough for each) and
+// follows the focus, a line for what went wrong, a row of buttons. Belongs to its parent's window, stays above it.
+// Enter presses the primary button, Escape the one that closes. Deletes itself when closed. Main thread.
 //
 //   dialog->content()->addWidget(form);
 //   dialog->addButton(tr("保存"), DialogFrame::Primary, [this] { save(); });
@@ -39,6 +39,8 @@ protected:
     void showEvent(QShowEvent *event) override;
 
 private:
+    void bringIntoSight(QWidget *field);
+
     QVBoxLayout *m_content;
     QScrollArea *m_scroll;
     QHBoxLayout *m_row;
