@@ -3,6 +3,7 @@
 // a plain table view over as many rows that are there already. Each turn of the event loop is timed, and the processor
 // time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
 #include "driver/DriverRig.h"
+#include "Turns.h"
 #include "view/Startup.h"
 #include <algorithm>
 #include <cstdio>
@@ -17,46 +18,7 @@
 
 namespace
 {
-constexpr int FrameMs = 16, Step = 400;
-
-double ownMs()
-{
-#ifdef Q_OS_UNIX
-    timespec now;
-    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
-#else
-    return 0;
-#endif
-}
-
-class Turns
-{
-public:
-    template <class Work> void time(Work work)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        const double before = ownMs();
-        work();
-        m_own.push_back(ownMs() - before);
-        m_ms.push_back(double(clock.nsecsElapsed()) / 1e6);
-    }
-    void tell(const char *what)
-    {
-        std::sort(m_ms.begin(), m_ms.end());
-        std::sort(m_own.begin(), m_own.end());
-        const auto over = m_ms.end() - std::upper_bound(m_ms.begin(), m_ms.end(), double(FrameMs));
-        std::printf("%-28s turns %6zu   median %6.2f   p99 %6.2f   worst %6.2f ms   over 16 ms: %ld   processor: p99 "
-                    "%6.2f   worst %6.2f ms\n",
-                    what, m_ms.size(), m_ms[m_ms.size() / 2], m_ms[m_ms.size() * 99 / 100], m_ms.back(), long(over),
-                    m_own[m_own.size() * 99 / 100], m_own.back());
-        std::fflush(stdout);
-    }
-
-private:
-    std::vector<double> m_ms, m_own;
-};
+constexpr int FrameMs = Turns::FrameMs, Step = 400;
 
 void until(Turns *turns, const std::function<bool()> &done)
 {

@@ -14,6 +14,7 @@
 #include "db/ResolveDAO.h"
 #include "db/UploadDAO.h"
 #include "set/FarmRig.h"
+#include "Turns.h"
 #include "view/CommitPreview.h"
 #include "view/frames/LogText.h"
 #include "view/frames/LogView.h"
@@ -41,7 +42,7 @@
 
 namespace
 {
-constexpr int FrameMs = 16, ChangesASecond = 200, PageRows = 30;
+constexpr int FrameMs = Turns::FrameMs, ChangesASecond = 200, PageRows = 30;
 
 // The queues' place: reads on a thread of its own, as they do.
 class Reader : public QObject, public ResolveCalls
@@ -62,48 +63,6 @@ public:
     void seeError(int, qlonglong) override {}
     void reswait(int) override {}
     void fileOk(QString, qlonglong) override {}
-};
-
-// Turns of the event loop in ms, without the time that it waited.
-class Turns
-{
-public:
-    template <class Work> void time(Work work)
-    {
-        QElapsedTimer clock;
-        clock.start();
-        const double before = ownMs();
-        work();
-        m_own.push_back(ownMs() - before);
-        m_ms.push_back(clock.nsecsElapsed() / 1e6);
-    }
-    void tell(const char *what)
-    {
-        std::sort(m_ms.begin(), m_ms.end());
-        std::sort(m_own.begin(), m_own.end());
-        const auto over = m_ms.end() - std::upper_bound(m_ms.begin(), m_ms.end(), double(FrameMs));
-        std::printf("%-34s turns %7zu   median %6.2f ms   p99 %6.2f ms   worst %6.2f ms   over 16 ms: %ld\n", what,
-                    m_ms.size(), m_ms[m_ms.size() / 2], m_ms[m_ms.size() * 99 / 100], m_ms.back(), long(over));
-        std::printf("%-34s of the processor alone: p99 %6.2f ms   worst %6.2f ms\n", "", m_own[m_own.size() * 99 / 100],
-                    m_own.back());
-        std::fflush(stdout);
-        m_ms.clear();
-        m_own.clear();
-    }
-
-private:
-    // What the thread itself worked, for a machine that others use too.
-    static double ownMs()
-    {
-#ifdef Q_OS_UNIX
-        timespec now;
-        clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-        return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
-#else
-        return 0;
-#endif
-    }
-    std::vector<double> m_ms, m_own;
 };
 
 // Scrolls to and fro for so long, a step a frame, while change() is called ChangesASecond times a second.

@@ -22,23 +22,6 @@ QString progressText(const db_resolve &res)
     return res.fsum > 0 ? QStringLiteral("%1/%2").arg(res.fok).arg(res.fsum) : QString();
 }
 
-Tint tint(const db_resolve &res)
-{
-    switch (SceneState::tint(res.state)) {
-    case SceneState::Tint::Warning:
-        return Tint::Warning;
-    case SceneState::Tint::Failed:
-        return Tint::Failed;
-    case SceneState::Tint::Done:
-        return Tint::Done;
-    case SceneState::Tint::Running:
-        return Tint::Running;
-    case SceneState::Tint::Plain:
-        break;
-    }
-    return Tint::Plain;
-}
-
 QString next(int state)
 {
     switch (state) {
@@ -88,6 +71,23 @@ QString ResolveRows::reason(const db_resolve &res)
     lines.removeAll(QString());
     lines.removeDuplicates();
     return lines.join(QLatin1Char('\n'));
+}
+
+Tint ResolveRows::tint(const db_resolve &res)
+{
+    switch (SceneState::tint(res.state)) {
+    case SceneState::Tint::Warning:
+        return Tint::Warning;
+    case SceneState::Tint::Failed:
+        return Tint::Failed;
+    case SceneState::Tint::Done:
+        return Tint::Done;
+    case SceneState::Tint::Running:
+        return Tint::Running;
+    case SceneState::Tint::Plain:
+        break;
+    }
+    return Tint::Plain;
 }
 
 ResolveRows::Model *ResolveRows::model(QObject *parent)

@@ -14,6 +14,8 @@ qlonglong rkey(const QString &key);
 QString sceneName(const db_resolve &res);
 // Why a scene stands where it stands and what to do next; empty where the state says it all.
 QString reason(const db_resolve &res);
+// The colour of its state.
+Tint tint(const db_resolve &res);
 // What the store's signal says that the row on screen doesn't: laid over it.
 void take(db_resolve *mine, const db_resolve &told);
 } // namespace ResolveRows

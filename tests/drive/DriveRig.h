@@ -1,38 +1,25 @@
 #pragma once
-// The living farm in this process, the client logged in at it, and the drive's queues and walks on their own threads over
-// stores in a folder of their own.
-#include "common/Seam.h"
-#include "common/Session.h"
-#include "common/UserInfo.h"
-#include "db/UploadDDAO.h"
-#include "Farm.h"
-#include "io/Ask.h"
-#include "io/NetTcp.h"
-#include "io/NetWork.h"
-#include "transfer/drive/DirScan.h"
-#include "transfer/drive/DriveCalls.h"
+// The living farm in this process, the client logged in at it, and the drive's queues and walks over stores in a folder of
+// their own.
+#include "support/DriveQueues.h"
+#include "support/FarmRig.h"
 #include "transfer/drive/DriveQueue.h"
 #include "transfer/drive/DriveRest.h"
-#include "transfer/TransScan.h"
 #include "transfer/TransSet.h"
 #include <QDir>
 #include <QDirIterator>
-#include <QJsonDocument>
-#include <QTcpSocket>
-#include <QTemporaryDir>
-#include <QtTest>
 
 using Tree = QMap<QString, QByteArray>; // path below a folder -> bytes; folders end with a slash
 
-class DriveRig
+class DriveRig : public FarmRig
 {
 public:
     DriveRig()
     {
-        options.dir = folder.path() + "/farm";
-        options.businessPort = options.httpPort = options.filePort = 0;
-        qputenv("no_proxy", "*");
-        good = farm.start(options) && login() && startQueues();
+        UserInfo::init();
+        good = login();
+        UserInfo::initUser(account);
+        good = good && startQueues();
         place.farmId = 1;
         place.path = "T";
         if (good)
@@ -42,35 +29,10 @@ public:
     {
         stopQueues();
         NetWork::instance()->forgetDrives();
-        NetTcp::instance()->setLogin(false);
     }
 
-    bool startQueues()
-    {
-        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
-            if (!UploadDDAO::instance(which)->open(folder.path()))
-                return false;
-        Session::setLive(true);
-        for (int type : {TransScan::DriveOk, TransScan::DriveUp, TransScan::DriveDown})
-            queues.emplace_back(new TransScan(type));
-        walks.emplace_back(new DirScan(DirScan::Local));
-        if (ownWalk)
-            walks.emplace_back(new DirScan(DirScan::Remote));
-        for (auto &one : queues)
-            one->start();
-        for (auto &one : walks)
-            one->start();
-        return QTest::qWaitFor(
-            [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
-    }
-    void stopQueues()
-    {
-        Session::setLive(false);
-        walks.clear();
-        queues.clear();
-        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
-            UploadDDAO::instance(which)->release();
-    }
+    bool startQueues() { return m_queues.start(folder.path(), ownWalk); }
+    void stopQueues() { m_queues.stop(); }
 
     // On the drive.
     QString make(const QString &parent, const QString &name)
@@ -172,47 +134,10 @@ public:
         return {};
     }
 
-    QTemporaryDir folder;
-    FarmOptions options;
-    Farm farm;
     DriveQueue::Place place;
     bool good = false;
     bool ownWalk = true; // of folders of the drive; false: the test has one
 
 private:
-    bool login()
-    {
-        UserInfo::init();
-        NetTcp::create();
-        NetWork::create();
-        NetTcp *tcp = NetTcp::instance();
-        tcp->setLogin(false);
-        tcp->setHost("127.0.0.1", farm.ports().business);
-        tcp->resetLink();
-        if (!QTest::qWaitFor([&] { return tcp->socket()->state() == QAbstractSocket::ConnectedState; }))
-            return false;
-        const QString session = business(10308, {{"thirdParty", 0}}).value("token").toString();
-        const QByteArray body = QJsonDocument(QJsonObject{{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}).toJson();
-        QTcpSocket page;
-        page.connectToHost("127.0.0.1", quint16(farm.ports().http));
-        page.write("POST /xclient/login HTTP/1.1\r\nHost: farm\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
-        if (!page.waitForReadyRead(5000))
-            return false;
-        UserInfo::setSessionToken(session);
-        UserInfo::initUser(business(10309, {}));
-        tcp->setLogin(true);
-        return true;
-    }
-    QJsonObject business(int cmd, const QJsonObject &body)
-    {
-        bool over = false;
-        QJsonObject reply;
-        Ask(cmd, body)
-            .any([&](int, const QJsonDocument &doc) { reply = doc.object(), over = true; })
-            .lost([&](Ask::Loss) { over = true; })
-            .send(qApp);
-        return QTest::qWaitFor([&] { return over; }) ? reply : QJsonObject();
-    }
-    std::vector<std::unique_ptr<TransScan>> queues;
-    std::vector<std::unique_ptr<DirScan>> walks;
+    DriveQueues m_queues;
 };

@@ -65,7 +65,7 @@ void DriveRoadTest::thereAndBack()
     QVERIFY(rig->waitOver(2));
     QCOMPARE(rig->sumsDiffer(), QString());
     Tree back = rig->read("back");
-    for (const QString &name : {"p/Thumbs.db", "p/autosave/a.ma", "p/autosave/", "p/many/b~"})
+    for (const char *name : {"p/Thumbs.db", "p/autosave/a.ma", "p/autosave/", "p/many/b~"})
         QVERIFY2(!back.contains(name), qPrintable(name));
     for (const QString &name : back.keys())
         if (name.endsWith('/') && !tree.contains(name))

@@ -4,9 +4,7 @@
 #include "common/ui/kit/Notes.h"
 #include "io/NetWork.h"
 #include "set/FarmRig.h"
-#include "transfer/drive/DirScan.h"
-#include "transfer/drive/DriveCalls.h"
-#include "transfer/TransScan.h"
+#include "support/DriveQueues.h"
 #include "view/driver/AddFarm.h"
 #include "view/driver/DriverPath.h"
 #include "view/driver/DriveTree.h"
@@ -48,34 +46,11 @@ public:
         main->setFocus(); // as the main window does
         return settled();
     }
-    // The drive's queues over stores of this rig's own, as a session starts them.
-    bool startQueues()
-    {
-        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
-            if (!UploadDDAO::instance(which)->open(folder.path()))
-                return false;
-        Session::setLive(true);
-        for (int type : {TransScan::DriveOk, TransScan::DriveUp, TransScan::DriveDown})
-            queues.emplace_back(new TransScan(type));
-        for (int type : {DirScan::Local, DirScan::Remote})
-            walks.emplace_back(new DirScan(type));
-        for (auto &one : queues)
-            one->start();
-        for (auto &one : walks)
-            one->start();
-        return QTest::qWaitFor(
-            [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
-    }
+    bool startQueues() { return m_queues.start(folder.path()); }
     ~DriverRig()
     {
         window.reset();
-        if (queues.empty())
-            return;
-        Session::setLive(false);
-        walks.clear();
-        queues.clear();
-        for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
-            UploadDDAO::instance(which)->release();
+        m_queues.stop();
     }
     QString local(const QString &path) const { return folder.filePath(path); }
     bool write(const QString &path, const QByteArray &content) const
@@ -196,8 +171,9 @@ public:
     }
     QPoint placeOf(const QString &name) const { return page()->view()->visualRect(model()->indexOf(idOf(name))).center(); }
 
-    std::vector<std::unique_ptr<TransScan>> queues;
-    std::vector<std::unique_ptr<DirScan>> walks;
     std::unique_ptr<QWidget> window;
     MainDriver *main = nullptr;
+
+private:
+    DriveQueues m_queues;
 };

@@ -33,21 +33,7 @@ QString timeText(qlonglong ms)
 
 Tint tint(const db_resolve &res)
 {
-    if (res.state == SceneState::Analysing && !res.errstr.isEmpty())
-        return Tint::Warning;
-    switch (SceneState::tint(res.state)) {
-    case SceneState::Tint::Warning:
-        return Tint::Warning;
-    case SceneState::Tint::Failed:
-        return Tint::Failed;
-    case SceneState::Tint::Done:
-        return Tint::Done;
-    case SceneState::Tint::Running:
-        return Tint::Running;
-    case SceneState::Tint::Plain:
-        break;
-    }
-    return Tint::Plain;
+    return res.state == SceneState::Analysing && !res.errstr.isEmpty() ? Tint::Warning : ResolveRows::tint(res);
 }
 
 QString why(const db_resolve &res)
