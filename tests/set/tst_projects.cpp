@@ -1,13 +1,20 @@
 // Projects and environments by hand: the real dialogs against the living farm, what they leave there, and what they say
 // when it refuses, is silent, answers late or nonsense, or another client was quicker.
 #include "common/CommonConfig.h"
+#include "common/facts/SceneState.h"
+#include "common/Session.h"
 #include "common/ui/Background.h"
 #include "common/ui/kit/TablePage.h"
+#include "db/ResolveDAO.h"
+#include "db/UploadDAO.h"
 #include "FarmRig.h"
+#include "resolve/ResolveHandler.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
 #include "view/EnvPre.h"
 #include "view/MsgCenter.h"
+#include "view/render/ParameterDialog.h"
+#include "view/Resolve.h"
 #include "view/set/EnvBlock.h"
 #include "view/set/EnvNew.h"
 #include "view/set/EnvRules.h"
@@ -291,6 +298,58 @@ private slots:
         auto *dialog = opened(new EnvPre(8, {"/p/a.tgd"}, 5, m_window.get()));
         QTRY_COMPARE(dialog->findChild<QComboBox *>("project")->count(), 4991);
         QTRY_VERIFY(buttonOf(dialog, "开始解析")->isEnabled());
+    }
+
+    // The same road and on to the farm's order without a mouse: every step is a key on what has the focus.
+    void theRoadByKeys()
+    {
+        const auto key = [](Qt::Key key, Qt::KeyboardModifiers with = {}) { QTest::keyClick(QApplication::focusWidget(), key, with); };
+        const auto tabTo = [&](QWidget *there) { // no further than once around
+            for (int i = 0; i < 60 && !there->hasFocus(); ++i)
+                key(Qt::Key_Tab);
+            return there->hasFocus();
+        };
+        const auto row = [] { return ResolveDAO::instance()->readAll().value(0); };
+        QVERIFY(ResolveDAO::instance()->open(UserInfo::userDir()) && UploadDAO::instance()->open(UserInfo::userDir()));
+        Session::setLive(true);
+        ResolveHandler queue;
+        queue.setTimes({10, 10, 10000, 10000});
+        queue.startScan();
+        QFile scene(m_rig->folder.filePath("shot.tgd"));
+        QVERIFY(scene.open(QFile::WriteOnly) &&
+                scene.write("<terragen><render name=\"R\" master=\"1\" camera=\"/C\" image_width=\"64\" image_height=\"32\" "
+                            "sequence_first=\"1\" sequence_last=\"3\" sequence_step=\"1\"/><camera name=\"C\"/></terragen>"));
+        scene.close();
+        const int valley = m_rig->ask(10500, {{"name", "valley"}})["id"].toInt();
+        Resolve page;
+        page.show();
+        activate(&page);
+        page.backEnvPre(8, {scene.fileName()}, {});
+        QTRY_VERIFY(topLevel<EnvPre>() && topLevel<EnvPre>()->isActiveWindow() && !topLevel<EnvPre>()->busy());
+        QVERIFY(tabTo(topLevel<EnvPre>()->findChild<QWidget *>("project")));
+        key(Qt::Key_Down);
+        QTRY_VERIFY(!topLevel<EnvPre>()->busy());
+        QVERIFY(tabTo(topLevel<EnvPre>()->findChild<QWidget *>("machine")));
+        key(Qt::Key_Down);
+        key(Qt::Key_Return);
+        const auto shown = [&] { return page.model()->record(QString::number(row().rkey)); };
+        QTRY_VERIFY(!topLevel<EnvPre>() && shown() && shown()->state == SceneState::Clean);
+        activate(&page);
+        QVERIFY(tabTo(page.table()->view()));
+        key(Qt::Key_A, Qt::ControlModifier);
+        key(Qt::Key_Return);
+        QTRY_VERIFY(topLevel<ParameterDialog>() && topLevel<ParameterDialog>()->isActiveWindow());
+        QVERIFY(tabTo(topLevel<ParameterDialog>()->findChild<QWidget *>("frames")));
+        key(Qt::Key_A, Qt::ControlModifier);
+        QTest::keyClicks(QApplication::focusWidget(), "4-9");
+        key(Qt::Key_Return);
+        QTRY_VERIFY(m_rig->farm.orders().size() == 1 && m_rig->farm.orders().first().ordered);
+        const QJsonObject body = m_rig->farm.orders().first().body;
+        QCOMPARE(body["scene"].toString(), scene.fileName());
+        QCOMPARE(body["machineModel"].toString(), QString("local-gpu"));
+        QCOMPARE(body["modelParameters"]["cameras"][0]["frames"].toString(), QString("4-9:1"));
+        QCOMPARE(row().projectId, valley);
+        Session::setLive(false);
     }
 
     // Another client deletes the project while its dialogs are open: each says so, none sends into the void, and the
