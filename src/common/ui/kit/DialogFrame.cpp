@@ -26,6 +26,7 @@ public:
     }
 
 protected:
+    bool focusNextPrevChild(bool next) override { return QWidget::focusNextPrevChild(next); } // the dialog scrolls
     bool eventFilter(QObject *watched, QEvent *event) override
     {
         if (event->type() == QEvent::LayoutRequest)
@@ -135,15 +136,19 @@ void DialogFrame::setBusy(bool on, const QString &text)
 
 bool DialogFrame::busy() const { return m_busy->busy(); }
 
-// The toolkit scrolls where Tab stays inside the area; from the buttons it comes in from outside. Under a pressed mouse
-// nothing moves: the click would go elsewhere.
+// The toolkit scrolls only where Tab stays inside the area, and to the middle of what is wider than it: here the
+// field's beginning is seen, from wherever the focus came. Under a pressed mouse nothing moves: the click would go
+// elsewhere.
 void DialogFrame::bringIntoSight(QWidget *field)
 {
     if (QGuiApplication::mouseButtons() != Qt::NoButton || !m_scroll->isAncestorOf(field))
         return;
     for (QWidget *at = field->parentWidget(); at != this; at = at->parentWidget())
-        if (auto *area = qobject_cast<QScrollArea *>(at))
-            area->ensureWidgetVisible(field);
+        if (auto *area = qobject_cast<QScrollArea *>(at)) {
+            const QSize size = field->size().boundedTo(area->viewport()->size());
+            const QPoint middle = QRect(field->mapTo(area->widget(), QPoint()), size).center();
+            area->ensureVisible(middle.x(), middle.y(), (size.width() + 1) / 2, (size.height() + 1) / 2);
+        }
 }
 
 void DialogFrame::showEvent(QShowEvent *event)
