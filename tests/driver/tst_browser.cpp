@@ -1,4 +1,5 @@
 // The drive's browser on the living farm: what is clicked, typed and dropped, and what stands on the farm after it.
+#include "common/ui/kit/TablePage.h"
 #include "DriverRig.h"
 #include "support/TestMain.h"
 #include "view/driver/CheckTree.h"
@@ -8,13 +9,48 @@
 #include "view/driver/FolderViews.h"
 #include "view/driver/MoveFarmFile.h"
 #include "view/driver/TransferD.h"
+#include <QCheckBox>
+#include <QPlainTextEdit>
 #include <QRadioButton>
+
+// One of the lists of the drive's transfers, opened, and its acts by the bar.
+struct Transfers {
+    Transfers(DriverRig &rig, int which) : rig(rig), which(which)
+    {
+        rig.main->showPart(MainDriver::Transfers);
+        page()->initDAOView(which + 1);
+    }
+    TransferD *page() const { return rig.main->findChild<TransferD *>(); }
+    DriveList *list() const { return page()->list(which); }
+    QString batch() const { return list()->keys().value(0); }
+    QStringList files() const
+    {
+        page()->table(which)->view()->expandAll();
+        QStringList names;
+        for (const QString &key : list()->keys(batch()))
+            names << list()->record(key)->name;
+        return names;
+    }
+    QString file(const QString &name) const { return list()->keys(batch()).value(files().indexOf(name)); }
+    bool paused(const QString &key) const { return list()->record(key) && list()->paused(*list()->record(key)); }
+    bool act(const char *id, const QString &key) const
+    {
+        page()->table(which)->view()->select({key});
+        QAction *action = page()->table(which)->acts()->action(id);
+        const bool can = action->isEnabled();
+        action->trigger();
+        return can;
+    }
+    DriverRig &rig;
+    const int which;
+};
 
 class TestBrowser : public QObject
 {
     Q_OBJECT
     std::unique_ptr<DriverRig> m_rig;
 
+    static QString md5(const QByteArray &bytes) { return QCryptographicHash::hash(bytes, QCryptographicHash::Md5).toHex(); }
     static QString noteOf(QWidget *window)
     {
         auto *note = window->findChild<Toast *>();
@@ -297,6 +333,145 @@ private slots:
         QVERIFY(press(topLevel<CheckTree>(), "补传到云盘"));
         const QString changed = QCryptographicHash::hash("changed", QCryptographicHash::Md5).toHex();
         QTRY_COMPARE_WITH_TIMEOUT(rig.farm.driveFiles().value("D/b/shots/in/b.txt"), changed, 10000);
+
+        // To this machine: what it alone has stays, the drive stays as it is.
+        const auto drive = rig.farm.driveFiles();
+        rig.main->showPart(MainDriver::Browser);
+        QVERIFY(rig.write("back/shots/a.txt", "other") && rig.write("back/shots/mine", "m") &&
+                QFile::remove(rig.local("back/shots/in/b.txt")));
+        rig.choose({"shots"});
+        rig.act("check");
+        QVERIFY(rig.pick("back/shots"));
+        QTRY_VERIFY(topLevel<CheckTree>() && topLevel<CheckTree>()->state().endsWith("，3 个不同"));
+        QVERIFY(press(topLevel<CheckTree>(), "补下到本机"));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.read("back/shots/in/b.txt"), QByteArray("changed"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(rig.read("back/shots/a.txt"), QByteArray("one"), 10000);
+        QVERIFY(rig.read("back/shots/mine") == "m" && rig.farm.driveFiles() == drive && page->isVisible());
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // What a batch of fetching does with files that are there, as answered; paused instead, it asks again once it goes on.
+    void conflicts_data()
+    {
+        QTest::addColumn<int>("choice"); // -1: "暂停下载" first
+        QTest::addColumn<QStringList>("after");
+        QTest::newRow("skip the same") << 0 << QStringList{"a.txt one", "b.txt same", "c.txt new"};
+        QTest::newRow("keep both") << 2 << QStringList{"a (2).txt one", "a.txt other", "b.txt same", "c.txt new"};
+        QTest::newRow("pause") << -1 << QStringList{"a.txt one", "b.txt same", "c.txt new"};
+    }
+    void conflicts()
+    {
+        QFETCH(int, choice);
+        DriverRig &rig = inDisk({"D/b/"});
+        for (const char *one : {"a.txt one", "b.txt same", "c.txt new"})
+            QVERIFY(rig.farm.putDriveFile(1, "D/b/shots/" + QString(one).section(' ', 0, 0), QByteArray(one).mid(6)));
+        QVERIFY(rig.startQueues() && rig.write("back/shots/a.txt", "other") && rig.write("back/shots/b.txt", "same"));
+        QVERIFY(rig.enter("b") && rig.shows({"shots"}));
+        rig.choose({"shots"});
+        rig.act("download");
+        QVERIFY(rig.pick("back"));
+        QTRY_VERIFY_WITH_TIMEOUT(topLevel<DriveConflict>(), 10000);
+        if (choice < 0) {
+            QVERIFY(press(topLevel<DriveConflict>(), "暂停下载"));
+            QTRY_VERIFY(!topLevel<DriveConflict>());
+            Transfers list(rig, UploadDDAO::Down);
+            QTRY_VERIFY(list.paused(list.batch()));
+            QCOMPARE(rig.read("back/shots/a.txt"), QByteArray("other"));
+            QVERIFY(list.act("start", list.batch()));
+            QTRY_VERIFY_WITH_TIMEOUT(topLevel<DriveConflict>(), 10000);
+        }
+        topLevel<DriveConflict>()->findChildren<QRadioButton *>().at(choice < 0 ? 1 : choice)->click();
+        QVERIFY(press(topLevel<DriveConflict>(), "确定"));
+        QTRY_COMPARE_WITH_TIMEOUT(UploadDDAO::instance(UploadDDAO::Ok)->farms().size(), 1, 10000);
+        QStringList after;
+        for (const QString &name :
+             QDir(rig.local("back/shots")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name))
+            after << name + ' ' + rig.read("back/shots/" + name);
+        QTEST(after, "after");
+    }
+
+    // The settings hold for the next batch; under their limit a file and a batch are paused, continued and deleted.
+    void control()
+    {
+        DriverRig &rig = inDisk({"D/b/"});
+        QVERIFY(rig.startQueues());
+        const auto settings = [&rig](const QString &limit, const QString &exclude) {
+            rig.main->findChild<QToolButton *>("setBtn")->click();
+            auto *dialog = topLevel<DialogFrame>();
+            dialog->findChild<QCheckBox *>("upDSpeedNone")->setChecked(limit.isEmpty());
+            type(dialog, "upDSpeed", limit);
+            auto *edit = dialog->findChild<QPlainTextEdit *>();
+            const QString before = edit->toPlainText();
+            edit->setPlainText(exclude);
+            press(dialog, "保存");
+            (void)QTest::qWaitFor([] { return !topLevel<DialogFrame>(); });
+            return before;
+        };
+        QVERIFY(settings("20", "*.tmp\nold/").contains('\n'));
+        for (const char *name : {"a.bin", "b.bin", "c.bin", "d.tmp", "old/e.bin"})
+            QVERIFY(rig.write(QString("up/") + name, QByteArray(200000, name[0])));
+        QMimeData files;
+        files.setUrls({QUrl::fromLocalFile(rig.local("up"))});
+        QVERIFY(rig.drop(&files, rig.page()->view()->viewport(), rig.placeOf("b")));
+        Transfers up(rig, UploadDDAO::Up);
+        QTRY_COMPARE_WITH_TIMEOUT(up.files(), QStringList({"a.bin", "b.bin", "c.bin"}), 10000);
+        const QString c = up.file("c.bin");
+        QVERIFY(up.act("pause", c));
+        QTRY_VERIFY(up.paused(c));
+        QVERIFY(!up.act("pause", c) && up.act("start", c));
+        QTRY_VERIFY(!up.paused(c));
+        QVERIFY(up.act("delete", up.file("b.bin")) && message().contains("“b.bin”") && answer("确定"));
+        QTRY_COMPARE(up.files(), QStringList({"a.bin", "c.bin"}));
+        QVERIFY(up.act("pause", up.batch()));
+        QTRY_VERIFY(up.paused(up.batch()));
+        QTRY_COMPARE(up.page()->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数2，总文件数2")); // the limit holds
+        QCOMPARE(settings("", ""), QString("*.tmp\nold/"));
+        QVERIFY(up.act("start", up.batch()));
+        QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/up/", "D/b/up/a.bin", "D/b/up/c.bin"}));
+        QCOMPARE(settings("", ""), QString()); // an emptied list stays empty
+
+        rig.main->showPart(MainDriver::Browser);
+        QVERIFY(rig.enter("b") && rig.shows({"up"}));
+        rig.farm.faults().set("drive-status", "500");
+        rig.choose({"up"});
+        rig.act("download");
+        QVERIFY(rig.pick("."));
+        Transfers down(rig, UploadDDAO::Down);
+        QTRY_COMPARE(down.list()->rowCount(), 1);
+        QVERIFY(down.act("delete", down.batch()) && answer("确定"));
+        QTRY_COMPARE(down.list()->rowCount(), 0);
+        QCOMPARE(down.page()->sums(UploadDDAO::Down), QString("总计：已下载文件数0，待下载文件数0，总文件数0"));
+    }
+
+    // The results by their orders: seen small, fetched whole.
+    void results()
+    {
+        m_rig.reset(new DriverRig);
+        DriverRig &rig = *m_rig;
+        rig.farm.fillTasks();
+        QVERIFY(rig.open() && rig.startQueues() && press(rig.page(), "渲染结果") && rig.settled());
+        QString order;
+        for (int row = 0; row < rig.model()->rowCount(); ++row) {
+            const QString name = rig.names().at(row), number = name.section('_', 0, 0);
+            QCOMPARE(rig.model()->index(row, FolderModel::Kind).data().toString(), number);
+            order = name.contains("turntable") ? name : order;
+        }
+        QVERIFY(!order.isEmpty());
+        rig.choose({order});
+        rig.act("download");
+        QVERIFY(rig.pick("."));
+        QVERIFY(rig.enter(order));
+        while (rig.model()->at(0).isFolder())
+            QVERIFY(rig.enter(rig.names().first()));
+        QCOMPARE(rig.model()->rows().size(), 6);
+        rig.main->findChild<QToolButton *>("viewMode")->click();
+        QTRY_VERIFY(rig.page()->thumbs()->find(rig.model()->at(5)));
+        const QImage small = rig.page()->thumbs()->find(rig.model()->at(5))->toImage();
+        QVERIFY(small.width() > 40 && small.pixel(2, 2) != small.pixel(small.width() / 2, small.height() / 2));
+        const auto all = rig.farm.driveFiles(1, 2);
+        for (auto it = all.begin(); it != all.end(); ++it)
+            if (it.key().startsWith(order + '/') && !it.value().isEmpty())
+                QTRY_COMPARE_WITH_TIMEOUT(md5(rig.read(it.key())), it.value(), 10000);
         QCOMPARE(rig.farm.violations(), QStringList());
     }
 

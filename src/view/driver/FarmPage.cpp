@@ -246,6 +246,7 @@ void FarmPage::setFileType(int type)
     m_path->forget();
     m_chain.clear();
     m_tree->clear(type);
+    m_folder.clear(); // the root of one tree isn't that of the other
     driverPathChanged(Root);
 }
 
