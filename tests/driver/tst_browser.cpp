@@ -15,33 +15,32 @@
 
 // One of the lists of the drive's transfers, opened, and its acts by the bar.
 struct Transfers {
-    Transfers(DriverRig &rig, int which) : rig(rig), which(which)
+    Transfers(DriverRig &rig, int which) : page(rig.main->findChild<TransferD *>()), list(page->list(which)), table(page->table(which))
     {
         rig.main->showPart(MainDriver::Transfers);
-        page()->initDAOView(which + 1);
+        page->initDAOView(which + 1);
     }
-    TransferD *page() const { return rig.main->findChild<TransferD *>(); }
-    DriveList *list() const { return page()->list(which); }
-    QString batch() const { return list()->keys().value(0); }
+    QString batch() const { return list->keys().value(0); }
     QStringList files() const
     {
-        page()->table(which)->view()->expandAll();
+        table->view()->expandAll();
         QStringList names;
-        for (const QString &key : list()->keys(batch()))
-            names << list()->record(key)->name;
+        for (const QString &key : list->keys(batch()))
+            names << list->record(key)->name;
         return names;
     }
-    QString file(const QString &name) const { return list()->keys(batch()).value(files().indexOf(name)); }
-    bool paused(const QString &key) const { return list()->record(key) && list()->paused(*list()->record(key)); }
-    bool act(const char *id, const QString &key) const
+    QString file(const QString &name) const { return list->keys(batch()).value(files().indexOf(name)); }
+    bool paused(const QString &key) const { return list->record(key) && list->paused(*list->record(key)); }
+    bool act(const char *id, const QString &key) const // false: it isn't offered
     {
-        page()->table(which)->view()->select({key});
-        const bool can = page()->table(which)->acts()->action(id)->isEnabled();
-        page()->table(which)->acts()->action(id)->trigger();
+        table->view()->select({key});
+        const bool can = table->acts()->action(id)->isEnabled();
+        table->acts()->action(id)->trigger();
         return can;
     }
-    DriverRig &rig;
-    const int which;
+    TransferD *page;
+    DriveList *list;
+    TablePage *table;
 };
 
 class TestBrowser : public QObject
@@ -67,6 +66,21 @@ class TestBrowser : public QObject
         if (!rig.open() || !rig.enter("D"))
             qWarning("the page doesn't open");
         return rig;
+    }
+
+    // One file is paused and goes on, another is deleted; the whole is paused.
+    static void steer(const Transfers &list, const QString &kept, const QString &gone)
+    {
+        const QString file = list.file(kept);
+        const QStringList left = list.files().filter(QRegularExpression("^(?!" + gone + ")"));
+        QVERIFY(list.act("pause", file));
+        QTRY_VERIFY(list.paused(file));
+        QVERIFY(!list.act("pause", file) && list.act("start", file));
+        QTRY_VERIFY(!list.paused(file));
+        QVERIFY(list.act("delete", list.file(gone)) && message().contains(gone) && answer("确定"));
+        QTRY_COMPARE(list.files(), left);
+        QVERIFY(list.act("pause", list.batch()));
+        QTRY_VERIFY(list.paused(list.batch()));
     }
 
 private slots:
@@ -350,16 +364,15 @@ private slots:
     {
         QTest::addColumn<int>("choice"); // -1: "暂停下载" first
         QTest::addColumn<QStringList>("after");
-        QTest::newRow("skip the same") << 0 << QStringList{"a.txt one", "b.txt same", "c.txt new"};
-        QTest::newRow("keep both") << 2 << QStringList{"a (2).txt one", "a.txt other", "b.txt same", "c.txt new"};
-        QTest::newRow("pause") << -1 << QStringList{"a.txt one", "b.txt same", "c.txt new"};
+        QTest::newRow("skip the same") << 0 << QStringList{"a.txt one", "b.txt same"};
+        QTest::newRow("keep both") << 2 << QStringList{"a (2).txt one", "a.txt other", "b.txt same"};
+        QTest::newRow("pause") << -1 << QStringList{"a.txt one", "b.txt same"};
     }
     void conflicts()
     {
         QFETCH(int, choice);
         DriverRig &rig = inDisk({"D/b/"});
-        for (const char *one : {"a.txt one", "b.txt same", "c.txt new"})
-            QVERIFY(rig.farm.putDriveFile(1, "D/b/shots/" + QString(one).section(' ', 0, 0), QByteArray(one).mid(6)));
+        QVERIFY(rig.farm.putDriveFile(1, "D/b/shots/a.txt", "one") && rig.farm.putDriveFile(1, "D/b/shots/b.txt", "same"));
         QVERIFY(rig.startQueues() && rig.write("back/shots/a.txt", "other") && rig.write("back/shots/b.txt", "same"));
         QVERIFY(rig.enter("b") && rig.shows({"shots"}));
         rig.choose({"shots"});
@@ -410,32 +423,33 @@ private slots:
         QVERIFY(rig.drop(&files, rig.page()->view()->viewport(), rig.placeOf("b")));
         Transfers up(rig, UploadDDAO::Up);
         QTRY_COMPARE_WITH_TIMEOUT(up.files(), QStringList({"a.bin", "b.bin", "c.bin"}), 10000);
-        const QString c = up.file("c.bin");
-        QVERIFY(up.act("pause", c));
-        QTRY_VERIFY(up.paused(c));
-        QVERIFY(!up.act("pause", c) && up.act("start", c));
-        QTRY_VERIFY(!up.paused(c));
-        QVERIFY(up.act("delete", up.file("b.bin")) && message().contains("“b.bin”") && answer("确定"));
-        QTRY_COMPARE(up.files(), QStringList({"a.bin", "c.bin"}));
-        QVERIFY(up.act("pause", up.batch()));
-        QTRY_VERIFY(up.paused(up.batch()));
-        QTRY_COMPARE(up.page()->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数2，总文件数2")); // the limit holds
+        steer(up, "c.bin", "b.bin");
+        QTRY_COMPARE(up.page->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数2，总文件数2")); // the limit holds
         QCOMPARE(settings("", ""), QString("*.tmp\nold/"));
         QVERIFY(up.act("start", up.batch()));
         QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/up/", "D/b/up/a.bin", "D/b/up/c.bin"}));
         QCOMPARE(settings("", ""), QString()); // an emptied list stays empty
 
         rig.main->showPart(MainDriver::Browser);
-        QVERIFY(rig.enter("b") && rig.shows({"up"}));
+        QVERIFY(rig.enter("b") && rig.enter("up") && rig.shows({"a.bin", "c.bin"}));
         rig.farm.faults().set("drive-status", "500");
-        rig.choose({"up"});
+        rig.choose({"a.bin", "c.bin"});
         rig.act("download");
         QVERIFY(rig.pick("."));
         Transfers down(rig, UploadDDAO::Down);
-        QTRY_COMPARE(down.list()->rowCount(), 1);
-        QVERIFY(down.act("delete", down.batch()) && answer("确定"));
-        QTRY_COMPARE(down.list()->rowCount(), 0);
-        QCOMPARE(down.page()->sums(UploadDDAO::Down), QString("总计：已下载文件数0，待下载文件数0，总文件数0"));
+        QTRY_COMPARE(down.files(), QStringList({"a.bin", "c.bin"}));
+        steer(down, "c.bin", "a.bin");
+        rig.farm.faults().set("drive-status", "");
+        QVERIFY(down.act("start", down.batch()));
+        QTRY_COMPARE_WITH_TIMEOUT(rig.read("c.bin"), QByteArray(200000, 'c'), 10000);
+        QTRY_VERIFY(down.batch().isEmpty());
+        QVERIFY(!QFile::exists(rig.local("a.bin")));
+
+        Transfers over(rig, UploadDDAO::Ok); // a record alone goes
+        QTRY_COMPARE(over.list->rowCount(), 2);
+        QVERIFY(over.act("delete", over.batch()) && answer("确定"));
+        QTRY_COMPARE(over.list->rowCount(), 1);
+        QVERIFY(rig.farmHas().contains("D/b/up/c.bin") && QFile::exists(rig.local("c.bin")));
     }
 
     // The results by their orders: seen small, fetched whole.
