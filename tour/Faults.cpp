@@ -45,7 +45,7 @@ QList<QWidget *> shown(QWidget *window)
 {
     QList<QWidget *> out{window};
     for (QWidget *w : window->findChildren<QWidget *>())
-        if (w->isVisible() && w->window() == window && !foreign(w))
+        if (w->isVisible() && w->isVisibleTo(window) && w->window() == window && !foreign(w)) // all above it, too
             out << w;
     return out;
 }
