@@ -385,7 +385,9 @@ private slots:
             const int id = one.toObject().value("id").toInt();
             for (const FarmResult &result : bench.farm.results(id))
                 QVERIFY2(QFile::exists(result.file) && result.size > 0, qPrintable(result.file));
-            QCOMPARE(bench.farm.results(id).size(), one.toObject().value("successFrame").toInt());
+            const int has = bench.farm.results(id).size(), told = one.toObject().value("successFrame").toInt();
+            const bool over = one.toObject().value("status").toInt() == 2; // else a frame may have come since
+            QVERIFY2(over ? has == told : has >= told, qPrintable(QStringLiteral("%1: %2 of %3").arg(id).arg(has).arg(told)));
         }
         const int before = bench.farm.orders().size();
         bench.restart(); // a folder that has something isn't filled
