@@ -1,9 +1,25 @@
 // Whole trees to the drive and back, over the living farm: what arrives, what is told, what survives.
+#include "common/platform/Platform.h"
 #include "DriveRig.h"
 #include "support/TestMain.h"
 #include "transfer/drive/DirWork.h"
 #include "transfer/drive/DriveCheck.h"
+#include <atomic>
+#include <cerrno>
 #include <sys/stat.h>
+
+namespace
+{
+std::atomic_int syncs{0}, badSyncs{0};
+}
+
+// The medium of these tests: the first badSyncs words to it are lost.
+extern "C" int syncfs(int) noexcept
+{
+    ++syncs;
+    errno = EIO;
+    return badSyncs > 0 && badSyncs-- > 0 ? -1 : 0;
+}
 
 class DriveRoadTest : public QObject
 {
@@ -31,6 +47,7 @@ private slots:
     void control();
     void failures();
     void full();
+    void mediumFails();
     void check();
     void badNames_data();
     void badNames();
@@ -237,6 +254,22 @@ void DriveRoadTest::full()
     DriveQueue::resume(UploadDDAO::Up, up->farms().first().pri);
     QVERIFY(rig->waitOver(1));
     QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+// A file that the medium didn't take isn't over: it's looked at again.
+void DriveRoadTest::mediumFails()
+{
+    rig->write("src", {{"one", "1"}});
+    rig->put({"src/one"});
+    QVERIFY(rig->waitOver(1));
+    syncs = 0;
+    badSyncs = 1;
+    rig->fetch("back");
+    QVERIFY(rig->waitOver(2));
+    QCOMPARE(rig->read("back"), (Tree{{"one", "1"}}));
+    QCOMPARE(int(syncs), 2);
+    QVERIFY(platform::syncVolumes({rig->local("gone").toStdString()}));
+    QCOMPARE(int(syncs), 2);
 }
 
 void DriveRoadTest::badNames_data()

@@ -96,8 +96,9 @@ bool adapterSkipped(const std::string &description);
 std::int64_t freeSpace(const std::string &path); // for this user, at the nearest existing parent; -1 on failure
 bool syncFile(int fd);                           // what was written is on the medium
 bool syncFolder(const std::string &path);        // the names in it are: a rename or a new file survives a power cut
-bool syncVolume(
-    const std::string &path); // everything on the volume of an existing path is; false where it can't be had
+// Everything on the volumes that hold these folders is, each volume asked once. A folder that is gone has nothing left
+// to lose; false when a volume tells of a failed write, or where it can't be had.
+bool syncVolumes(const std::vector<std::string> &folders);
 
 // --- Crash dump: "<folder>/yyyy.MM.dd_HH.mm.ss_zzz_<version>.dmp", a mini dump on Windows, a text with the stack
 // elsewhere. The process dies afterwards in its usual way.

@@ -9,6 +9,7 @@
 #include <dirent.h>
 #include <execinfo.h>
 #include <fcntl.h>
+#include <set>
 #include <sys/stat.h>
 #include <sys/statvfs.h>
 #include <sys/utsname.h>
@@ -234,13 +235,22 @@ bool syncFolder(const std::string &path)
     return good;
 }
 
-bool syncVolume(const std::string &path)
+bool syncVolumes(const std::vector<std::string> &folders)
 {
-    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0)
-        return false;
-    const bool good = syncfs(fd) == 0;
-    close(fd);
+    std::set<dev_t> asked;
+    bool good = true;
+    for (const std::string &folder : folders) {
+        const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (fd < 0) {
+            good = good && (errno == ENOENT || errno == ENOTDIR);
+            continue;
+        }
+        struct stat where {
+        };
+        if (fstat(fd, &where) != 0 || (asked.insert(where.st_dev).second && syncfs(fd) != 0))
+            good = false;
+        close(fd);
+    }
     return good;
 }
 

@@ -234,7 +234,7 @@ bool syncFolder(const std::string &path)
 }
 
 // Volumes are flushed by administrators only.
-bool syncVolume(const std::string &) { return false; }
+bool syncVolumes(const std::vector<std::string> &) { return false; }
 
 bool installCrashDump(const std::string &folder, const std::string &version)
 {

@@ -11,6 +11,7 @@
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
+#include <set>
 
 DownDHandler::DownDHandler() : DriveHandler(UploadDDAO::Down) { Seam<DownDCalls>::attach(this, this); }
 
@@ -186,13 +187,8 @@ void DownDHandler::dropped(const db_upfarmD &farm, const QList<db_upfile> &files
 // One word to the volume instead of two to each small file. On the workers' side of the threads: it may take seconds.
 bool DownDHandler::settled(const QList<db_upfile> &files)
 {
-    QSet<QString> folders;
+    std::set<std::string> folders;
     for (const db_upfile &file : files)
-        folders.insert(file.lpath.section('/', 0, 3)); // volumes are mounted near the root
-    bool good = true;
-    for (const QString &folder : qAsConst(folders))
-        good = platform::syncVolume(QFileInfo(folder).isDir() ? folder.toStdString()
-                                                              : files.first().lpath.toStdString()) &&
-               good;
-    return good;
+        folders.insert(QFileInfo(file.lpath).path().toStdString());
+    return platform::isWindows() || platform::syncVolumes({folders.begin(), folders.end()});
 }

@@ -253,8 +253,10 @@ void DriveHandler::flush(bool wait)
     if (m_settled.valid()) {
         if (!wait && m_settled.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
             return;
-        m_settled.get();
-        write(m_settling);
+        if (m_settled.get())
+            write(m_settling);
+        else
+            again(m_settling);
         m_settling.clear();
     }
     const bool due = m_overCount >= GroupRows ? m_lastFlush.hasExpired(m_timing.groupMs / 10)
@@ -273,6 +275,18 @@ void DriveHandler::flush(bool wait)
         return;
     }
     m_settled = std::async(std::launch::async, [this, all] { return settled(all); });
+}
+
+// The medium didn't take what the system had: each file is looked at once more, and fetched where it isn't whole.
+void DriveHandler::again(const QHash<qlonglong, QList<db_upfile>> &groups)
+{
+    qWarning().noquote() << "DriveHandler::again not on the medium";
+    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
+        for (const db_upfile &file : *it) {
+            if (m_batches.contains(it.key()))
+                wait(it.key(), file, m_timing.passingMs);
+        }
+    }
 }
 
 void DriveHandler::write(const QHash<qlonglong, QList<db_upfile>> &groups)

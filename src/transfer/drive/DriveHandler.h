@@ -100,6 +100,7 @@ private:
     void passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale);
     void flush(bool wait);
     void write(const QHash<qlonglong, QList<db_upfile>> &groups);
+    void again(const QHash<qlonglong, QList<db_upfile>> &groups);
     void drop(const QString &key, int kind);
     void dropAll(qlonglong farmPri, int kind);
 
