@@ -4653,6 +4653,14 @@ Save it to %3?</translation>
 <context>
     <name>TaskHands</name>
     <message>
+        <source>任务编号 %1 超出可下载的范围</source>
+        <translation>Task number %1 is beyond what can be downloaded</translation>
+    </message>
+    <message>
+        <source>下载队列没有运行，请稍后再试</source>
+        <translation>The download queue isn&apos;t running, please try again later</translation>
+    </message>
+    <message>
         <source>该文件暂不支持克隆，请至网盘重新提交！</source>
         <translation>This file can&apos;t be cloned yet, please submit it again from the drive</translation>
     </message>
@@ -5315,10 +5323,6 @@ Save it to %3?</translation>
         <translation>Added to the downloads</translation>
     </message>
     <message>
-        <source>客户端未登录</source>
-        <translation>Not logged in</translation>
-    </message>
-    <message>
         <source>请选择两帧进行对比</source>
         <translation>Choose two frames to compare</translation>
     </message>
@@ -5682,10 +5686,6 @@ Save it to %3?</translation>
     <message>
         <source>%1 个任务已加入下载队列</source>
         <translation>%1 tasks are in the download queue now</translation>
-    </message>
-    <message>
-        <source>下载队列没有运行，请稍后再试</source>
-        <translation>The download queue isn&apos;t running, please try again later</translation>
     </message>
     <message>
         <source>任务列表</source>

@@ -8,6 +8,7 @@ namespace
 {
 constexpr qint64 Block = 1 << 20;
 constexpr qint64 GuessBytes = 64 * 1024;
+constexpr int MarkBytes = 1024; // of front and end, which tell a file from another that took its place
 
 bool validUtf8(const QByteArray &bytes)
 {
@@ -40,6 +41,25 @@ void LogFile::begin()
     m_starts.assign(1, 0);
     m_lines = m_at = m_lineStart = m_longest = 0;
     m_known = false;
+    m_head.clear();
+    m_tail.clear();
+}
+
+bool LogFile::same(QFile *file) const
+{
+    std::unique_lock<std::mutex> lock(m_mutex);
+    const QByteArray head = m_head, tail = m_tail;
+    const qint64 at = m_at - tail.size();
+    lock.unlock(); // the disk may be slow
+    const bool front = file->seek(0) && file->read(head.size()) == head;
+    return front && file->seek(at) && file->read(tail.size()) == tail;
+}
+
+void LogFile::note(const QByteArray &block)
+{
+    if (m_head.size() < MarkBytes)
+        m_head += block.left(MarkBytes - m_head.size());
+    m_tail = block.size() < MarkBytes ? (m_tail + block).right(MarkBytes) : block.right(MarkBytes);
 }
 
 LogFile::Coding LogFile::guess(const QByteArray &start)
@@ -74,13 +94,14 @@ bool LogFile::scan(qint64 most)
     if (!file.open(QIODevice::ReadOnly | QIODevice::Unbuffered))
         return false;
     const qint64 size = file.size();
+    const bool stands = size >= indexed() && same(&file);
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
-        if (size < m_at) {
+        if (!stands) {
             begin();
             m_shrunk = true;
         }
-        if (!m_known && size > 0) {
+        if (!m_known && size > 0 && file.seek(0)) {
             const QByteArray start = file.read(GuessBytes);
             if (!m_chosen)
                 m_coding = guess(start);
@@ -109,6 +130,7 @@ bool LogFile::scan(qint64 most)
                 m_starts.push_back(m_lineStart);
         }
         m_at += block.size();
+        note(block);
         done += block.size();
     }
     return true;

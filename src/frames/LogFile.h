@@ -2,7 +2,8 @@
 // A log that lies in a file and may still grow, read by lines without holding it: an index remembers where every
 // StrideLines-th line begins, a line's text is read when it's asked for. Lines end with LF, CR LF or CR LF of UTF-16
 // where a mark at the front says so. Any thread; scan() and find() read for long and belong off the window's thread,
-// the others read some KiB. A file that has become shorter is begun anew: shrunk() tells once.
+// the others read some KiB. A file that has become shorter, or no longer holds what was read last and first of it, is
+// begun anew: shrunk() tells once.
 #include <atomic>
 #include <memory>
 #include <mutex>
@@ -24,7 +25,7 @@ public:
 
     // Indexes on from where it stands, at most that many bytes; true while there is more to index at once.
     bool scan(qint64 most);
-    void restart();         // it's another file now, though it may have grown beyond the old one already
+    void restart();         // it's another file now, though nothing of it may tell
     bool shrunk();          // true once after the file was begun anew
     qint64 lines() const;   // known so far; the last one may have no end yet
     qint64 indexed() const; // bytes
@@ -50,6 +51,8 @@ private:
     int unit() const { return m_coding == Coding::Utf16le || m_coding == Coding::Utf16be ? 2 : 1; }
     qint64 nextEnd(const QByteArray &block, qint64 from) const; // place behind the next line's end, -1: none in it
     void begin();
+    bool same(QFile *file) const; // what was read of it still stands there
+    void note(const QByteArray &block);
     template <class Take> void walk(qint64 first, qint64 count, qint64 mostOfLine, Take take) const;
 
     QString m_path;
@@ -59,5 +62,6 @@ private:
     qint64 m_at = 0;              // indexed so far
     qint64 m_lineStart = 0, m_longest = 0;
     Coding m_coding = Coding::Utf8;
+    QByteArray m_head, m_tail; // the first bytes, and the last ones before m_at
     bool m_known = false, m_chosen = false, m_shrunk = false;
 };

@@ -60,6 +60,16 @@ void EtaBook::see(const TaskRecord &task)
     seen.runs << Run{frames, double(seconds)};
 }
 
+// Those that are done, of which one is one frame: no light caches, no blocks, no ranges.
+void EtaBook::see(const QString &task, const QList<SubTask> &frames)
+{
+    Seen &seen = m_seen[task];
+    for (const SubTask &one : frames)
+        if (one.status == SubTask::Done && one.type == 0 && one.first == one.last && one.seconds > 0 &&
+            (seen.single.size() < MostFrames || seen.single.contains(one.id)))
+            seen.single.insert(one.id, one.seconds);
+}
+
 TaskEta EtaBook::of(const TaskRecord &task) const
 {
     TaskEta eta;
@@ -72,10 +82,12 @@ TaskEta EtaBook::of(const TaskRecord &task) const
         return eta;
     const double done = task.successFrame, mean = task.succSeconds / done;
     double squares = GuessWeight * std::pow(GuessedRatio * mean, 2), looks = GuessWeight;
-    const QVector<Run> runs = m_seen.value(task.id).runs;
-    for (const Run &run : runs)
+    const Seen seen = m_seen.value(task.id);
+    for (const Run &run : seen.runs)
         squares += run.frames * std::pow(run.seconds / run.frames - mean, 2);
-    looks += qMax(0, runs.size() - 1); // one is used up by the mean
+    for (const qlonglong seconds : seen.single)
+        squares += std::pow(seconds - mean, 2);
+    looks += qMax(0, seen.runs.size() - 1) + qMax(0, seen.single.size() - 1); // one each is used up by the mean
     const double variance = squares / looks;
     // How many frames are rendered at once: now, or else as it was on the whole.
     double lanes = task.renderingFrame;
@@ -90,6 +102,8 @@ TaskEta EtaBook::of(const TaskRecord &task) const
 
 void EtaBook::keep(const QSet<QString> &ids)
 {
+    if (m_seen.size() <= MostTasks)
+        return;
     for (auto it = m_seen.begin(); it != m_seen.end();)
         it = ids.contains(it.key()) ? std::next(it) : m_seen.erase(it);
 }

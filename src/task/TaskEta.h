@@ -1,7 +1,8 @@
 #pragma once
 // When a render will be done and what it will have cost, from the frames that are done. A list tells only how many
-// frames took how long together; how much they differ is learnt from what was added between two looks. Values, one
-// thread.
+// frames took how long together; how much they differ is learnt from what was added between two looks, and from the
+// frames' own times wherever a list of them passes by. Values, one thread.
+#include "task/SubTask.h"
 #include "task/TaskRecord.h"
 #include <QHash>
 #include <QSet>
@@ -18,9 +19,11 @@ struct TaskEta {
 class EtaBook
 {
 public:
+    static constexpr int MostTasks = 500, MostFrames = 2000; // ... of each of them
     void see(const TaskRecord &task);
+    void see(const QString &task, const QList<SubTask> &frames);
     TaskEta of(const TaskRecord &task) const;
-    void keep(const QSet<QString> &ids); // forgets the others
+    void keep(const QSet<QString> &ids); // once there are too many, forgets the others
 
 private:
     struct Run {
@@ -31,6 +34,7 @@ private:
         int frames = 0;
         qlonglong seconds = 0;
         QVector<Run> runs;
+        QHash<QString, qlonglong> single; // seconds of frames that were told one by one
     };
     QHash<QString, Seen> m_seen;
 };

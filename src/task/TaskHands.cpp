@@ -4,8 +4,10 @@
 #include "common/VFunc.h"
 #include "db/Calls.h"
 #include "task/Cell.h"
+#include <functional>
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QDebug>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QRegularExpression>
@@ -75,18 +77,37 @@ QString filesOf(const QJsonObject &detail)
     const QString whole = compact({{QStringLiteral("files"), files}});
     return whole.mid(1, whole.size() - 2);
 }
+
+bool toQueue(const QString &id, QString *fault, std::function<void(DownCalls &, int mission)> work)
+{
+    const int mission = Cell::integer(QJsonValue(id));
+    if (mission <= 0) {
+        qWarning().noquote() << "TaskHands::download no task of this client's range" << id;
+        *fault = QCoreApplication::translate("TaskHands", "任务编号 %1 超出可下载的范围").arg(id);
+        return false;
+    }
+    const bool taken = Seam<DownCalls>::post([=](DownCalls &down) { work(down, mission); });
+    if (!taken)
+        *fault = QCoreApplication::translate("TaskHands", "下载队列没有运行，请稍后再试");
+    return taken;
+}
 } // namespace
 
-int TaskHands::download(const QStringList &ids)
+int TaskHands::download(const QStringList &ids, QString *fault)
 {
     int taken = 0;
-    for (const QString &id : ids) {
-        const int mission = Cell::integer(QJsonValue(id));
-        const bool batch = ids.size() > 1;
-        if (mission > 0 && Seam<DownCalls>::post([=](DownCalls &down) { down.missionResult(mission, false, batch); }))
-            ++taken;
-    }
+    for (const QString &id : ids)
+        taken += toQueue(id, fault, [batch = ids.size() > 1](DownCalls &down, int mission) {
+            down.missionResult(mission, false, batch);
+        });
     return taken;
+}
+
+bool TaskHands::downloadSubs(const QString &task, const QStringList &subs, int cover, QString *fault)
+{
+    return toQueue(task, fault, [subs = subs.join(QLatin1Char(',')), cover](DownCalls &down, int mission) {
+        down.subResult(mission, subs, cover);
+    });
 }
 
 QString TaskHands::openFolder(const QJsonObject &detail)

@@ -7,8 +7,11 @@
 
 namespace TaskHands
 {
-// Hands the tasks to the download queue. How many it took: 0 when nobody is logged in. Any thread.
-int download(const QStringList &ids);
+// Hands the tasks to the download queue and tells how many it took; of the others fault says why not: nobody is logged
+// in, or their ids are wider than what the queue and its store know tasks by. Any thread.
+int download(const QStringList &ids, QString *fault);
+// The same with chosen sub-tasks of one task; cover as DownCalls::subResult's.
+bool downloadSubs(const QString &task, const QStringList &subs, int cover, QString *fault);
 // Opens the local result folder of a task's detail in the system's file manager and returns it; empty: there is none.
 // Touches the disk: not on the window's thread.
 QString openFolder(const QJsonObject &detail);

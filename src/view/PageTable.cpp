@@ -60,6 +60,7 @@ void joinSubTasks(BaseMission *page)
         return whole.width() - left < Least ? whole : whole.adjusted(left, view->mapTo(page, QPoint()).y(), 0, 0);
     });
     QObject::connect(page, &BaseMission::detailWanted, sub, &MissionSub::openTask);
+    QObject::connect(sub, &MissionSub::listed, page, &BaseMission::learn);
     QObject::connect(view, &RecordView::selectionMoved, sub, [page, view, sub] {
         const TaskRow *row = view->selected().size() == 1 ? page->model()->record(view->selected().first()) : nullptr;
         if (sub->isVisible() && view->hasFocus() && row && row->task.id != sub->task().id)
@@ -93,7 +94,7 @@ QWidget *makeMission(Shell *shell)
         emit shell->showPage(QStringLiteral("mission"));
         page->openTask(id);
     });
-    QObject::connect(shell, &Shell::openTask, page, [page](int id) { page->openTask(QString::number(id)); });
+    QObject::connect(shell, &Shell::openTask, page, &BaseMission::openTask);
     return page;
 }
 

@@ -262,6 +262,8 @@ private slots:
         addRow("order on the server", "is=500,N9", QStringList{"result 500 0 1", "result 99 0 1"}, "已加入下载队列");
         addRow("unknown order", "i=N8", QStringList(), "没有相关大任务");
         addRow("none", "page=1", QStringList(), "没有相关大任务");
+        addRow("beyond the store's ids", "mids=9007199254740993,7", QStringList{"result 7 0 1"},
+               "任务编号 9007199254740993 超出可下载的范围");
         addRow("too many", "mids=1-999999999", QStringList(), "一次最多处理1000个");
     }
     void jobSelector()
@@ -292,7 +294,8 @@ private slots:
         row("/job/rerender?mids=7-8", 10406, {"[7,8]"});
         row("/job/history?mid=7", 10432, {"[7]"});
         row("/job/fill?mid=7&frames=4-6", 10405, {R"({"missionId":7,"softwareType":8,"modelParameters":{"frames":"4-6","k":1}})"});
-        row("/subjob/cancel?mid=7&subjobId=70&jobId=5&farmId=2", 10403, {R"({"missionId":7,"jobId":5,"subJobId":70,"farmId":2})"});
+        row("/subjob/cancel?mid=9007199254740993&subjobId=70&jobId=5&farmId=2", 10403,
+            {R"({"missionId":"9007199254740993","jobId":5,"subJobId":70,"farmId":2})"});
         row("/job/cancel", 10401, {}, "没有相关大任务");
         row("/job/limit?mid=7&nodes=0", 10424, {}, "请输入正整数");
         row("/job/fill?mid=7&frames=", 10405, {}, "请输入补帧号");

@@ -83,6 +83,13 @@ public:
         page->getMission();
         return QTest::qWaitFor([=] { return server.count(10427) > before; }) && QTest::qWaitFor([this] { return page->answered(); });
     }
+    // What was due by now has gone out: a question of another kind, asked behind it, has arrived.
+    bool overtaken()
+    {
+        const int before = server.count(10502);
+        QTimer::singleShot(1, this, [] { NetTcp::instance()->nvds(105, 10502, QJsonObject()); });
+        return QTest::qWaitFor([=] { return server.count(10502) > before; });
+    }
 
     BusinessPeer server;
     QJsonArray rows;

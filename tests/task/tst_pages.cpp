@@ -55,11 +55,9 @@ private slots:
         view->resize(view->width(), 300);
         view->verticalScrollBar()->setValue(90);
         const int at = view->verticalScrollBar()->value();
-        QVERIFY(rig.refreshed());
-        QTest::qWait(50);
+        QVERIFY(rig.refreshed() && rig.overtaken());
         PaintCount paints(view->viewport());
-        QVERIFY(rig.refreshed() && rig.refreshed());
-        QTest::qWait(50); // a layout that was put off would come now
+        QVERIFY(rig.refreshed() && rig.refreshed() && rig.overtaken()); // a layout that was put off would have come
         QCOMPARE(paints.paints, 0);
         // One row has moved on, one has gone, one has come: the others stand.
         rig.rows[6] = taskRow(7, 4, 3, {{"successFrame", "41"}});
@@ -133,13 +131,13 @@ private slots:
         QTRY_VERIFY(menu->isVisible());
         const int before = rig.server.count(10427);
         rig.page->delayGetMission();
-        QTest::qWait(30);
+        QVERIFY(rig.overtaken());
         QCOMPARE(rig.server.count(10427), before);
         menu->close();
         QTRY_COMPARE(rig.server.count(10427), before + 1);
         rig.page->hide();
         rig.page->getMission();
-        QTest::qWait(30);
+        QVERIFY(rig.overtaken());
         QCOMPARE(rig.server.count(10427), before + 1);
         rig.page->show();
         QTRY_COMPARE(rig.server.count(10427), before + 2);

@@ -212,6 +212,18 @@ private slots:
                  qPrintable(QString("%1 %2").arg(narrow.spread).arg(wide.spread)));
         QCOMPARE(TaskEta({7800, 1200}).text(), QString("约 2 小时 10 分，±20 分"));
         QVERIFY(TaskEta({600, 400}).text().contains("相差较大"));
+        // Times of single frames, once each: of a task that nobody has watched so far.
+        EtaBook told;
+        told.see(running(50, 3000, 21, 2));
+        QList<SubTask> frames = QVector<SubTask>(40).toList();
+        for (int i = 0; i < frames.size(); ++i)
+            frames[i].id = QString::number(i), frames[i].status = SubTask::Done, frames[i].seconds = i % 2 ? 55 : 65;
+        frames[0].type = SubTask::LightCache, frames[0].seconds = 90000, frames[2].last = 10, frames[2].seconds = 600;
+        const double blind = told.of(running(50, 3000, 21, 2)).spread;
+        told.see(running(0, 0, 0).id, frames), told.keep({});
+        const double seen = told.of(running(50, 3000, 21, 2)).spread;
+        told.see(running(0, 0, 0).id, frames);
+        QVERIFY(seen < blind / 2 && told.of(running(50, 3000, 21, 2)).spread == seen);
         // Rendered again from the start: what was learnt counts no more.
         even.see(running(1, 90, 100));
         QCOMPARE(int(even.of(running(1, 90, 10)).seconds), int(9.5 * 90));

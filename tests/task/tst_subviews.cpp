@@ -158,7 +158,8 @@ private slots:
         menu.popup({0, 0});
         const int before = m_farm->count(10402);
         m_view->getSubMission();
-        QTest::qWait(1);
+        NetTcp::instance()->nvds(105, 10502, QJsonObject()); // behind it
+        QTRY_COMPARE(m_farm->count(10502), 1);
         QCOMPARE(m_farm->count(10402), before);
         menu.close();
     }

@@ -437,6 +437,7 @@ private slots:
         m_rig->business.answer(10805, 1080500, m_rig->list({m_rig->result(1, "f.png", "data")}));
         m_rig->start();
         m_rig->queue->resultPush({{"prefixPath", "4711_shot/"}});
+        m_rig->queue->resultPush({{"missionId", double((1ll << 32) + 4712)}}); // no task of this client's range, nor its rest
         m_rig->queue->handPush();
         m_rig->queue->missionResult(1, true, false); // asks whatever the settings are
         QTRY_COMPARE(m_rig->business.last(10805)["missionId"].toInt(), 1);

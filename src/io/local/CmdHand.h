@@ -121,7 +121,6 @@ private:
     void forward(int cmd, const QByteArray &body); // ... and answers with what comes back
     // The tasks that mid=, mids=, i= and is= name; ends the request where there are none.
     void withTasks(std::function<void(QStringList ids)> next);
-    void withJobs(std::function<void(QList<int> missions)> next); // the same, where only plain numbers are good
     void findOrders(QStringList orders, QStringList ids, std::function<void(QStringList ids)> next);
     // Looks through the server's lists for orders, page by page, those of live tasks first.
     void searchOrders(QStringList orders, QStringList ids, bool history, int page,
@@ -136,13 +135,13 @@ private:
     void sendEach(const QList<TaskRequest> &requests);
     // The details of the tasks, each there; a failure ends the request.
     void withDetails(std::function<void(const QStringList &ids, const QVector<Answer> &answers)> next);
-    void withSubJobs(std::function<void(int mission, const QList<qlonglong> &ids)> next);
+    void withSubJobs(std::function<void(const QString &mission, const QList<qlonglong> &ids)> next);
     // Streams a file that may still grow; more() is asked for further bytes, endStream() says there are none.
     void streamFile(const QString &path, const QByteArray &contentType, bool removed);
     void fileGrown();
     void endStream(bool whole);
-    void followLog(int mission, qlonglong sub, bool follow);
-    void lookAtSubJob(int mission, qlonglong sub, int page, std::function<void(bool runs)> next);
+    void followLog(const QString &mission, qlonglong sub, bool follow);
+    void lookAtSubJob(const QString &mission, qlonglong sub, int page, std::function<void(bool runs)> next);
     void moveTransfers(bool on);
     // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
     void answerWhenWritten(int which, std::function<qlonglong()> begin);

@@ -102,8 +102,9 @@ void CmdHand::jobOpenDir()
 void CmdHand::jobDownload()
 {
     withTasks([this](const QStringList &ids) {
-        if (TaskHands::download(ids) < ids.size())
-            fail(tr("客户端未登录"));
+        QString fault;
+        if (TaskHands::download(ids, &fault) < ids.size())
+            fail(fault);
         else
             good(tr("已加入下载队列"));
     });
@@ -122,20 +123,6 @@ void CmdHand::withTasks(std::function<void(QStringList)> next)
         return;
     }
     findOrders(orders, ids, std::move(next));
-}
-
-void CmdHand::withJobs(std::function<void(QList<int>)> next)
-{
-    withTasks([=](const QStringList &ids) {
-        QList<int> missions;
-        for (const QString &id : ids)
-            if (const int mission = id.toInt(); mission > 0)
-                missions << mission;
-        if (missions.isEmpty())
-            fail(tr("没有相关大任务"));
-        else
-            next(missions);
-    });
 }
 
 // An order that this client has in its stores is known at once; for others the server's lists are searched.

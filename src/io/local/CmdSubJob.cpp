@@ -1,11 +1,11 @@
 // Routes that speak of the frames of a task.
 #include "common/facts/Command.h"
-#include "db/Calls.h"
 #include "io/Ask.h"
 #include "io/local/CmdHand.h"
 #include "task/SubLog.h"
 #include "task/SubPicture.h"
 #include "task/SubTask.h"
+#include "task/TaskHands.h"
 #include <algorithm>
 #include <atomic>
 
@@ -30,14 +30,14 @@ QStringList textsOf(const QList<qlonglong> &ids)
 
 void CmdHand::subjobList()
 {
-    withJobs([this](const QList<int> &missions) {
-        forward(Command::SubTasks,
-                compact(SubAsk::list(QString::number(missions.first()), m_line.arg("status", "-1").toInt(),
-                                     m_line.arg("page").toInt())));
+    withTasks([this](const QStringList &missions) {
+        forward(
+            Command::SubTasks,
+            compact(SubAsk::list(missions.first(), m_line.arg("status", "-1").toInt(), m_line.arg("page").toInt())));
     });
 }
 
-void CmdHand::withSubJobs(std::function<void(int, const QList<qlonglong> &)> next)
+void CmdHand::withSubJobs(std::function<void(const QString &, const QList<qlonglong> &)> next)
 {
     bool tooLong = false;
     const QList<qlonglong> ids = m_line.numbers("subjobId", "subjobIds", &tooLong);
@@ -46,19 +46,19 @@ void CmdHand::withSubJobs(std::function<void(int, const QList<qlonglong> &)> nex
     else if (ids.isEmpty())
         fail(tr("没有相关子任务"));
     else
-        withJobs([=](const QList<int> &missions) { next(missions.first(), ids); });
+        withTasks([=](const QStringList &missions) { next(missions.first(), ids); });
 }
 
 void CmdHand::subjobCancel()
 {
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
+    withSubJobs([this](const QString &mission, const QList<qlonglong> &ids) {
         QList<QJsonObject> bodies;
         SubTask sub;
         sub.jobId = m_line.arg("jobId", "0");
         sub.farmId = m_line.arg("farmId").toInt();
         for (qlonglong id : ids) {
             sub.id = QString::number(id);
-            bodies << SubAsk::cancel(QString::number(mission), sub);
+            bodies << SubAsk::cancel(mission, sub);
         }
         askEach(Command::CancelSubTask, bodies, [=](int val, const QVector<Answer> &answers) {
             QJsonArray all;
@@ -71,29 +71,29 @@ void CmdHand::subjobCancel()
 
 void CmdHand::subjobRerender()
 {
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
-        forward(Command::RerenderSubTask, compact(SubAsk::chosen(QString::number(mission), textsOf(ids))));
+    withSubJobs([this](const QString &mission, const QList<qlonglong> &ids) {
+        forward(Command::RerenderSubTask, compact(SubAsk::chosen(mission, textsOf(ids))));
     });
 }
 
 // Without follow= where the log lies; with it the log itself, as it stands (0) or until the frame has ended (1).
 void CmdHand::subjobLog()
 {
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
+    withSubJobs([this](const QString &mission, const QList<qlonglong> &ids) {
         if (m_line.has("follow"))
             return followLog(mission, ids.first(), m_line.arg("follow") != "0");
-        QJsonObject body = SubAsk::one(QString::number(mission), QString::number(ids.first()));
+        QJsonObject body = SubAsk::one(mission, QString::number(ids.first()));
         if (const int farm = m_line.arg("farmId").toInt(); farm > 0)
             body["farmId"] = farm;
         forward(Command::TaskLog, compact(body));
     });
 }
 
-void CmdHand::followLog(int mission, qlonglong id, bool follow)
+void CmdHand::followLog(const QString &mission, qlonglong id, bool follow)
 {
     static std::atomic_int streams{0};
     m_only = true;
-    const QString task = QString::number(mission), sub = QString::number(id);
+    const QString task = mission, sub = QString::number(id);
     QString file = SubLog::fileOf(task, sub);
     file.insert(file.size() - 4, QStringLiteral("_api%1").arg(++streams));
     auto *log = new SubLog({task, sub, m_line.arg("farmId").toInt(), {}, {}}, file, this);
@@ -130,9 +130,9 @@ void CmdHand::followLog(int mission, qlonglong id, bool follow)
 }
 
 // Among those that render now: they are few, however many frames a task has.
-void CmdHand::lookAtSubJob(int mission, qlonglong sub, int page, std::function<void(bool)> next)
+void CmdHand::lookAtSubJob(const QString &mission, qlonglong sub, int page, std::function<void(bool)> next)
 {
-    Ask(Command::SubTasks, SubAsk::list(QString::number(mission), SubTask::Rendering, page))
+    Ask(Command::SubTasks, SubAsk::list(mission, SubTask::Rendering, page))
         .within(m_waitMs)
         .answered([=](int, const QJsonDocument &doc) {
             const SubList list = SubList::from(doc.object(), false);
@@ -212,8 +212,8 @@ CmdHand::Streaming::~Streaming()
 // The picture's bytes, as the farm has them.
 void CmdHand::subjobPreview()
 {
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
-        const QString task = QString::number(mission), sub = QString::number(ids.first());
+    withSubJobs([this](const QString &mission, const QList<qlonglong> &ids) {
+        const QString task = mission, sub = QString::number(ids.first());
         const bool byIndex = m_line.has("index");
         m_only = true;
         auto *picture = new SubPicture(
@@ -234,13 +234,13 @@ void CmdHand::subjobPreview()
 // cover: 0 all (unless told otherwise), 1 only those that aren't here.
 void CmdHand::subjobDownload()
 {
-    withSubJobs([this](int mission, const QList<qlonglong> &ids) {
+    withSubJobs([this](const QString &mission, const QList<qlonglong> &ids) {
         const int cover = m_line.arg("cover").toInt() == 1 ? 1 : 0;
-        if (Seam<DownCalls>::post(
-                [=, subs = textsOf(ids).join(',')](DownCalls &down) { down.subResult(mission, subs, cover); }))
+        QString fault;
+        if (TaskHands::downloadSubs(mission, textsOf(ids), cover, &fault))
             good(tr("已加入下载队列"));
         else
-            fail(tr("客户端未登录"));
+            fail(fault);
     });
 }
 

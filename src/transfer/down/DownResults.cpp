@@ -44,7 +44,7 @@ void DownHandler::resultPush(QJsonObject obj)
     }
     MissionBuilder::Pushed pushed = MissionBuilder::prefix(obj.value("prefixPath").toString());
     if (pushed.mid == 0)
-        pushed.mid = obj.value("missionId").toVariant().toInt();
+        pushed.mid = obj.value("missionId").toVariant().toString().toInt(); // 0 for one that an int doesn't hold
     if (pushed.mid <= 0) {
         qWarning().noquote() << "DownHandler::resultPush no task in" << obj.value("prefixPath").toString();
         return;

@@ -237,6 +237,13 @@ TaskRow BaseMission::rowOf(const TaskRecord &task) const
     return {task, m_desk->doing(task.id), m_eta.of(task).text(), TaskText::expectedCost(task)};
 }
 
+void BaseMission::learn(const QString &id, const QList<SubTask> &frames)
+{
+    m_eta.see(id, frames);
+    if (m_model->contains(id))
+        m_model->change(id, [this](TaskRow &mine) { mine = rowOf(mine.task); });
+}
+
 void BaseMission::showDoing(const QStringList &ids)
 {
     for (const QString &id : ids)
@@ -422,10 +429,11 @@ void BaseMission::download(const QList<TaskRecord> &tasks)
     QStringList ids;
     for (const TaskRecord &task : tasks)
         ids << task.id;
-    const int taken = TaskHands::download(ids);
-    if (taken == 0)
-        MsgTool::msgOk(this, tr("下载队列没有运行，请稍后再试"));
-    else
+    QString fault;
+    const int taken = TaskHands::download(ids, &fault);
+    if (!fault.isEmpty())
+        MsgTool::msgOk(this, fault);
+    if (taken > 0)
         Toast::show(this, tr("%1 个任务已加入下载队列").arg(taken), tr("查看"),
                     [this] { emit pageWanted(QStringLiteral("transfer")); });
 }

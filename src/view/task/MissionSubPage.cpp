@@ -6,8 +6,8 @@
 #include "common/ui/kit/ServerCall.h"
 #include "common/ui/MsgTool.h"
 #include "common/ui/Pagination.h"
-#include "db/Calls.h"
 #include "io/local/CmdHand.h"
+#include "task/TaskHands.h"
 #include "view/frames/LogView.h"
 #include "view/task/LogItem.h"
 #include "view/task/Preview.h"
@@ -375,6 +375,8 @@ void MissionSubPage::refresh()
 void MissionSubPage::take(const SubList &list)
 {
     m_list = list;
+    if (!m_blocks)
+        emit listed(m_task.id, list.rows);
     QSet<QString> here;
     for (const SubTask &sub : list.rows)
         here.insert(sub.id);
@@ -483,12 +485,11 @@ void MissionSubPage::download(const QList<SubTask> &rows)
         }
         ids << sub.id;
     }
-    const int task = m_task.id.toInt();
-    if (task > 0 && Seam<DownCalls>::post(
-                        [task, subs = ids.join(QLatin1Char(','))](DownCalls &down) { down.subResult(task, subs, -1); }))
+    QString fault;
+    if (TaskHands::downloadSubs(m_task.id, ids, -1, &fault))
         Toast::show(window(), tr("已加入下载队列"));
     else
-        MsgTool::msgOk(this, tr("客户端未登录"));
+        MsgTool::msgOk(this, fault);
 }
 
 LogView *MissionSubPage::logHand(const QString &key)

@@ -46,6 +46,7 @@ public slots:
 
 signals:
     void left();
+    void listed(QString task, QList<SubTask> frames); // an answer of the server's
 
 protected:
     MissionSubPage(const QString &name, bool blocks, QWidget *parent);

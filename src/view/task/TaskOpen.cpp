@@ -6,11 +6,10 @@
 bool TaskOpen::open(Shell *shell, const QString &id)
 {
     bool whole = false;
-    const int mission = id.toInt(&whole);
-    if (!whole || mission <= 0)
+    if (id.toLongLong(&whole) <= 0 || !whole)
         return false;
     TrayIcon::instance()->showCurWid();
     emit shell->showPage(QStringLiteral("mission"));
-    emit shell->openTask(mission);
+    emit shell->openTask(id);
     return true;
 }
