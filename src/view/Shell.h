@@ -29,10 +29,10 @@ public:
 
 signals:
     void showPage(QString key);
-    void mark(QString key, bool on); // the point that says "something new" at a page that isn't shown
-    void openLink(int type);         // kind of link of the 10308 reply
+    void mark(QString key, bool on);         // the point that says "something new" at a page that isn't shown
+    void openLink(int type);                 // kind of link of the 10308 reply
     void openTask(const QString &missionId); // the page of tasks shows this one; the page is brought forward before
-    void updatesAsked();             // of software, by hand
+    void updatesAsked();                     // of software, by hand
     void reLogin(int reason);
     void analysisStands(ResolveScan *scan);
     void loginInfoChanged();

@@ -31,9 +31,8 @@ QStringList textsOf(const QList<qlonglong> &ids)
 void CmdHand::subjobList()
 {
     withTasks([this](const QStringList &missions) {
-        forward(
-            Command::SubTasks,
-            compact(SubAsk::list(missions.first(), m_line.arg("status", "-1").toInt(), m_line.arg("page").toInt())));
+        forward(Command::SubTasks, compact(SubAsk::list(missions.first(), m_line.arg("status", "-1").toInt(),
+                                                        m_line.arg("page").toInt())));
     });
 }
 

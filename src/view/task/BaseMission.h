@@ -27,7 +27,7 @@ public:
     TaskFilterMenus *filters() const { return m_menus; }
     void rightsChanged();
     void setBalance(double balance) { m_balance = balance; }
-    void openTask(const QString &id); // its detail, whether the list holds it or not
+    void openTask(const QString &id);                            // its detail, whether the list holds it or not
     void learn(const QString &id, const QList<SubTask> &frames); // how much a task's frames differ
     void setDelay(int ms) { m_delay.setInterval(ms); }
     bool answered() const { return m_shown == m_round; } // what was asked last is shown
