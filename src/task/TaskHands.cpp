@@ -82,7 +82,7 @@ bool toQueue(const QString &id, QString *fault, std::function<void(DownCalls &, 
 {
     const int mission = Cell::integer(QJsonValue(id));
     if (mission <= 0) {
-        qWarning().noquote() << "TaskHands::download no task of this client's range" << id;
+        qWarning().noquote() << "toQueue no task of this client's range" << id;
         *fault = QCoreApplication::translate("TaskHands", "任务编号 %1 超出可下载的范围").arg(id);
         return false;
     }
