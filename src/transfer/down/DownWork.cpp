@@ -22,7 +22,7 @@ constexpr qint64 SocketBuffer = 4 * 1024 * 1024, PacedBuffer = 64 * 1024;
 QString text(const QJsonObject &obj, const QString &key) { return obj.value(key).toVariant().toString(); }
 } // namespace
 
-DownWork::DownWork(std::shared_ptr<TransShare> share) : TransWork(std::move(share)) { m_transType = 1; }
+DownWork::DownWork(std::shared_ptr<TransShare> share) : DownTarget(std::move(share)) { m_transType = 1; }
 
 void DownWork::downReq(db_downfile file)
 {
@@ -115,30 +115,9 @@ void DownWork::takeAnswer(const QJsonObject &answer)
         DownloadDAO::instance()->setHashSize(m_down.missPri, m_down.pri, m_down.hash, m_down.size);
 }
 
-bool DownWork::initDown()
+QString DownWork::root() const
 {
-    makeTimers();
-    setTotal(m_down.size);
-    m_partial = std::make_unique<PartialFile>(m_down.lpath, ResultRoots::of(m_down.lpath));
-    if (const int bad = m_partial->open(m_down.size)) {
-        m_partial.reset();
-        failDown(bad);
-        return false;
-    }
-    feedSpeed(m_partial->position());
-    if (m_partial->position() == m_down.size) {
-        fileHash();
-        return false;
-    }
-    if (!m_down.hash.isEmpty())
-        m_partial->trail(closed);
-    m_keepTimer = new QTimer(this);
-    connect(m_keepTimer, &QTimer::timeout, this, [this] {
-        if (const int bad = over() || !m_partial ? 0 : m_partial->keep())
-            failDown(bad);
-    });
-    m_keepTimer->start(PartialFile::KeepMs);
-    return true;
+    return ResultPath::isSafeTarget(m_down.lpath) ? ResultRoots::of(m_down.lpath) : QString();
 }
 
 void DownWork::findServer()
@@ -260,30 +239,15 @@ void DownWork::receive(bool paced)
         if (got > m_down.size - m_partial->position()) {
             // A stream that doesn't fit began elsewhere or is another file: nothing of it can be trusted.
             qWarning().noquote() << "DownWork::receive more bytes than" << m_down.size << m_down.lpath;
-            m_partial->discard();
-            m_partial.reset();
+            discard();
             return failDown(TransSet::BadStart);
         }
-        received += got;
-        if (const int bad = m_partial->write(m_block.constData(), got))
-            return failDown(bad);
+        if (!take(m_block.constData(), got))
+            return;
     }
     feedSpeed(m_partial->position());
     if (m_partial->position() == m_down.size)
         fileHash();
-}
-
-bool DownWork::fileHash()
-{
-    stopWait();
-    const int result = m_partial->finish(m_down.hash, closed);
-    if (result == 0)
-        finishDown(TransSet::Done);
-    else if (result == PartialFile::Stopped)
-        finishDown(TransSet::Dropped);
-    else
-        failDown(result);
-    return result == 0;
 }
 
 void DownWork::errorRecord(QAbstractSocket::SocketError error)
@@ -299,28 +263,9 @@ void DownWork::errorRecord(QAbstractSocket::SocketError error)
     failDown(TransSet::SocketBase + error);
 }
 
-void DownWork::finishDown(int kind)
+void DownWork::dropLink()
 {
-    qDebug().noquote() << "DownWork::finishDown"
-                       << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
     dropSocket();
-    for (QTimer *timer : {m_keepTimer, m_paceTimer}) {
-        if (timer)
-            timer->stop();
-    }
-    m_partial.reset();
-    TransWork::finishDown(kind);
-}
-
-void DownWork::dropPartial()
-{
-    end();
-    for (QTimer *timer : {m_keepTimer, m_paceTimer}) {
-        if (timer)
-            timer->stop();
-    }
-    m_partial.reset();
-    const QString root = ResultRoots::of(m_down.lpath);
-    if (!root.isEmpty() && ResultPath::isSafeTarget(m_down.lpath))
-        PartialFile::removeBoth(m_down.lpath, root);
+    if (m_paceTimer)
+        m_paceTimer->stop();
 }

@@ -5,13 +5,12 @@
 // end to the server (10802), once it's noted in the store.
 //
 //   downReq -> answered -> initDown -> ticket -> connected (ask 70100) -> head -> stream -> fileHash -> finished
-#include "transfer/down/PartialFile.h"
-#include "transfer/TransWork.h"
+#include "transfer/down/DownTarget.h"
 #include <QByteArray>
 #include <QElapsedTimer>
 #include <QJsonObject>
 
-class DownWork : public TransWork
+class DownWork : public DownTarget
 {
     Q_OBJECT
 public:
@@ -20,11 +19,6 @@ public:
     Q_INVOKABLE void downReq(db_downfile file); // the first call, queued
     void initDownWork(QString token) override;
     void farmHostFound(QString host, int port) override;
-    void finishDown(int kind) override;
-
-    void dropPartial() override; // the row is deleted: both partial files go
-
-    std::atomic<qint64> received{0}; // bytes that this worker brought; read by the handler
 
     static constexpr int ReplyMs = 15000, TicketMs = 10000, ConnectMs = 30000, AskMs = 30000, DataMs = 15000;
     static constexpr int DataFollows = 7010003;
@@ -40,15 +34,13 @@ private:
     void answered(int val, const QJsonObject &answer);
     bool takeTarget(const QJsonObject &answer);
     void takeAnswer(const QJsonObject &answer);
-    bool initDown() override;
+    QString root() const override;
+    void dropLink() override;
     void findServer();
     void connectSocket(const QString &ip);
     void receive(bool paced = true);
     qint64 mayRead(); // bytes that the limit allows now
-    bool fileHash() override;
 
-    std::unique_ptr<PartialFile> m_partial;
-    QTimer *m_keepTimer = nullptr; // brings the position file forward while nothing arrives
     QByteArray m_block;
     bool m_headRead = false;
     QTimer *m_paceTimer = nullptr; // goes on reading under a limit

@@ -1,5 +1,5 @@
 #include "transfer/down/TrailingHash.h"
-#include <QCryptographicHash>
+#include "transfer/Md5.h"
 #include <QDebug>
 #include <QFile>
 
@@ -51,7 +51,7 @@ QString TrailingHash::run()
         qWarning().noquote() << "TrailingHash::run hasherr" << file.errorString();
         return {};
     }
-    QCryptographicHash hash(QCryptographicHash::Md5);
+    Md5 hash;
     QByteArray block(Block, Qt::Uninitialized);
     qint64 done = 0;
     while (done < m_size) {
@@ -64,9 +64,9 @@ QString TrailingHash::run()
                 qWarning().noquote() << "TrailingHash::run hasherr" << file.errorString();
                 return {};
             }
-            hash.addData(block.constData(), int(got));
+            hash.add(block.constData(), got);
             done += got;
         }
     }
-    return QString::fromLatin1(hash.result().toHex());
+    return hash.hex();
 }

@@ -1,25 +1,16 @@
 #include "transfer/drive/DownHttp.h"
 #include "common/platform/Platform.h"
 #include "io/NetWork.h"
+#include "io/WebRead.h"
 #include "transfer/drive/DriveRest.h"
 #include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QFileInfo>
-#include <QThreadStorage>
 
 namespace
 {
 constexpr int MostStalled = 3;
-constexpr qint64 ReadBlock = 1048576, MostRefusal = 64 * 1024;
-
-// One a thread: its connections are kept for the files that follow.
-QNetworkAccessManager *manager()
-{
-    static QThreadStorage<QNetworkAccessManager *> all;
-    if (!all.hasLocalData())
-        all.setLocalData(new QNetworkAccessManager);
-    return all.localData();
-}
+constexpr qint64 MostRefusal = 64 * 1024;
 
 qint64 sizeOf(const QByteArray &header)
 {
@@ -50,9 +41,7 @@ QString hashOf(QByteArray eTag)
 }
 } // namespace
 
-DownHttp::DownHttp(std::shared_ptr<TransShare> share) : TransWork(std::move(share)) { m_transType = 3; }
-
-DownHttp::~DownHttp() { dropRanges(); }
+DownHttp::DownHttp(std::shared_ptr<TransShare> share) : DownTarget(std::move(share)) { m_transType = 3; }
 
 void DownHttp::setSource(int fileType, const QString &root, bool same)
 {
@@ -80,35 +69,13 @@ bool DownHttp::standsAlready()
     return m_down.hash.isEmpty() || TransSet::fileHash(m_down.lpath, closed) == m_down.hash;
 }
 
+bool DownHttp::syncedByOwner() const { return m_down.size < PartialFile::TrailFrom && !platform::isWindows(); }
+
 bool DownHttp::initDown()
 {
-    makeTimers();
-    setTotal(m_down.size);
-    m_partial = std::make_unique<PartialFile>(m_down.lpath, m_root);
-    if (m_down.size < PartialFile::TrailFrom && !platform::isWindows())
-        m_partial->setSyncedByOwner();
-    if (const int bad = m_partial->open(m_down.size)) {
-        m_partial.reset();
-        failDown(bad);
-        return false;
-    }
-    feedSpeed(m_partial->position());
-    m_asked = m_partial->position();
-    if (m_partial->position() == m_down.size) {
-        fileHash();
-        return false;
-    }
-    if (!m_down.hash.isEmpty())
-        m_partial->trail(closed);
-    if (m_down.size > RangeStep && !m_keepTimer) {
-        m_keepTimer = new QTimer(this);
-        connect(m_keepTimer, &QTimer::timeout, this, [this] {
-            if (const int bad = over() || !m_partial ? 0 : m_partial->keep())
-                failDown(bad);
-        });
-        m_keepTimer->start(PartialFile::KeepMs);
-    }
-    return true;
+    const bool goesOn = DownTarget::initDown();
+    m_asked = goesOn ? m_partial->position() : 0;
+    return goesOn;
 }
 
 // As many ranges as may be in hand; before the size is certain only one.
@@ -123,9 +90,9 @@ void DownHttp::request()
             net->setClientHeads(request);
         request.setRawHeader("Range", "bytes=" + QByteArray::number(range.from) + '-' + QByteArray::number(range.to));
         request.setRawHeader("Accept-Encoding", "identity"); // ranges are of the file's own bytes
-        range.reply = manager()->get(request);
-        connect(range.reply, &QNetworkReply::readyRead, this, &DownHttp::readyRead);
-        connect(range.reply, &QNetworkReply::finished, this, &DownHttp::replyFinish);
+        range.reply = new WebRead(request, this);
+        connect(range.reply, &WebRead::readyRead, this, &DownHttp::readyRead);
+        connect(range.reply, &WebRead::finished, this, &DownHttp::replyFinish);
         m_asked = range.to + 1;
         m_ranges.append(range);
     }
@@ -136,8 +103,7 @@ void DownHttp::dropRanges()
 {
     const QList<Range> ranges = std::exchange(m_ranges, {});
     for (const Range &range : ranges) {
-        range.reply->disconnect(this);
-        range.reply->abort();
+        range.reply->disconnect(this); // it may be the one that is telling
         range.reply->deleteLater();
     }
     m_headRead = false;
@@ -156,8 +122,8 @@ bool DownHttp::takeHead()
 {
     if (m_headRead)
         return true;
-    QNetworkReply *reply = m_ranges.first().reply;
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    const WebRead *reply = m_ranges.first().reply;
+    const int status = reply->status();
     if (status == 0 || refusedByCode())
         return false;
     if (status != 206 && status != 200) {
@@ -167,7 +133,7 @@ bool DownHttp::takeHead()
     }
     m_headRead = true;
     m_whole = status == 200;
-    const QByteArray told = reply->rawHeader("X-Content-Range");
+    const QByteArray told = reply->head("X-Content-Range");
     const qint64 start = m_whole ? 0 : startOf(told);
     if (!m_whole && start >= 0 && start != m_ranges.first().from) {
         qWarning().noquote() << "DownHttp::takeHead X-Content-Range" << told << "instead of" << m_ranges.first().from;
@@ -175,8 +141,8 @@ bool DownHttp::takeHead()
         return false;
     }
     if (m_down.hash.isEmpty())
-        m_down.hash = hashOf(reply->rawHeader("ETag"));
-    qint64 size = m_whole ? reply->header(QNetworkRequest::ContentLengthHeader).toLongLong() : sizeOf(told);
+        m_down.hash = hashOf(reply->head("ETag"));
+    qint64 size = m_whole ? reply->head("Content-Length").toLongLong() : sizeOf(told);
     if (size <= 0)
         size = m_down.size;
     if (!m_sized && !takeSize(size))
@@ -194,7 +160,7 @@ bool DownHttp::takeSize(qint64 size)
         return true;
     qWarning().noquote() << "DownHttp::takeSize 后台size和磁盘size不同" << m_down.size << size << m_down.lpath;
     m_down.size = size;
-    m_down.hash = hashOf(m_ranges.first().reply->rawHeader("ETag"));
+    m_down.hash = hashOf(m_ranges.first().reply->head("ETag"));
     dropRanges();
     m_whole = false;
     m_partial->discard();
@@ -206,15 +172,15 @@ bool DownHttp::takeSize(qint64 size)
 // A refusal comes as JSON with a code, whatever its status.
 bool DownHttp::refusedByCode()
 {
-    QNetworkReply *reply = m_ranges.first().reply;
-    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
-    const bool json = reply->rawHeader("Content-Type").contains("json");
+    const WebRead *reply = m_ranges.first().reply;
+    const int status = reply->status();
+    const bool json = reply->head("Content-Type").contains("json");
     if (status == 206 || (status == 200 && (!json || m_down.size > MostRefusal)))
         return false;
     if (!reply->isFinished())
-        return status == 200 ? reply->bytesAvailable() < MostRefusal : true; // judged when it's whole
-    const FuncBody body = FuncBody::fromBytes(reply->peek(MostRefusal));
-    if (status == 200 && (body.code == 0 || reply->bytesAvailable() == m_down.size))
+        return status == 200 ? reply->bytes().size() < MostRefusal : true; // judged when it's whole
+    const FuncBody body = FuncBody::fromBytes(reply->bytes().left(MostRefusal));
+    if (status == 200 && (body.code == 0 || reply->bytes().size() == m_down.size))
         return false; // a file that happens to be JSON
     stale = body.code == TransSet::StaleToken || status == 203;
     const int code = body.code != 0 ? body.code : int(reply->error());
@@ -226,29 +192,23 @@ bool DownHttp::refusedByCode()
 
 void DownHttp::takeBytes()
 {
-    QNetworkReply *reply = m_ranges.first().reply;
-    m_block.resize(int(qMin<qint64>(ReadBlock, reply->bytesAvailable())));
-    while (!over() && reply->bytesAvailable() > 0) {
-        m_block.resize(int(qMin<qint64>(ReadBlock, reply->bytesAvailable())));
-        const qint64 got = reply->read(m_block.data(), m_block.size());
-        if (got <= 0)
-            break;
+    WebRead *reply = m_ranges.first().reply;
+    while (!over() && !reply->bytes().isEmpty()) {
+        reply->take(&m_block);
+        const qint64 got = m_block.size();
         if (got > m_left) { // more than was asked for: nothing of it can be trusted
             qWarning().noquote() << "DownHttp::takeBytes more bytes than asked for" << m_down.lpath;
             dropRanges();
-            m_partial->discard();
-            m_partial.reset();
+            discard();
             return failDown(TransSet::BadStart);
         }
         m_left -= got;
         const qint64 skipped = qMin(m_skip, got);
         m_skip -= skipped;
-        received += got - skipped;
-        if (got > skipped) {
+        if (got > skipped)
             m_stalled = 0;
-            if (const int bad = m_partial->write(m_block.constData() + skipped, got - skipped))
-                return failDown(bad);
-        }
+        if (got > skipped && !take(m_block.constData() + skipped, got - skipped))
+            return;
     }
     if (!over())
         feedSpeed(m_partial->position());
@@ -258,8 +218,8 @@ void DownHttp::replyFinish()
 {
     // Those behind the first are looked at when it's their turn.
     while (!over() && !m_ranges.isEmpty() && m_ranges.first().reply->isFinished()) {
-        QNetworkReply *reply = m_ranges.first().reply;
-        const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+        WebRead *reply = m_ranges.first().reply;
+        const int status = reply->status();
         if (status == 0 || (reply->error() != QNetworkReply::NoError && status < 300))
             return error(reply->error());
         if (!takeHead())
@@ -304,39 +264,4 @@ void DownHttp::error(QNetworkReply::NetworkError error)
         qWarning().noquote() << "DownHttp::error" << m_down.lpath << m_ranges.first().reply->errorString();
     // Without an answer the file isn't to blame: it's tried again when the drive can be reached.
     failDown(TransSet::SocketBase + int(error));
-}
-
-bool DownHttp::fileHash()
-{
-    stopWait();
-    const int result = m_partial->finish(m_down.hash, closed);
-    if (result == 0)
-        finishDown(TransSet::Done);
-    else if (result == PartialFile::Stopped)
-        finishDown(TransSet::Dropped);
-    else
-        failDown(result);
-    return result == 0;
-}
-
-void DownHttp::finishDown(int kind)
-{
-    if (m_keepTimer)
-        m_keepTimer->stop();
-    dropRanges();
-    m_partial.reset();
-    if (kind != TransSet::Done)
-        qDebug().noquote() << "DownHttp::finishDown"
-                           << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
-    TransWork::finishDown(kind);
-}
-
-void DownHttp::dropPartial()
-{
-    end();
-    if (m_keepTimer)
-        m_keepTimer->stop();
-    dropRanges();
-    m_partial.reset();
-    PartialFile::removeBoth(m_down.lpath, m_root);
 }

@@ -10,26 +10,23 @@
 // The first answer tells the size behind the "/" of X-Content-Range: it wins over the row's, and what was begun with
 // another size begins again. The hash is the row's, else that of an ETag, else there is none and the size must do. A
 // server that answers a range with the whole file (200) is read from there.
-#include "transfer/down/PartialFile.h"
-#include "transfer/TransWork.h"
+#include "transfer/down/DownTarget.h"
 #include <QNetworkReply>
 
-class DownHttp : public TransWork
+class WebRead;
+
+class DownHttp : public DownTarget
 {
     Q_OBJECT
 public:
     explicit DownHttp(std::shared_ptr<TransShare> share);
-    ~DownHttp() override;
 
     // Before the worker is moved. root: the local folder of the batch. same: a file that stands there with this size
     // and hash is the one that is wanted.
     void setSource(int fileType, const QString &root, bool same);
     void downReq(db_downfile file); // the first call, queued; path is the chain of ids
-    void finishDown(int kind) override;
-    void dropPartial() override;
 
-    std::atomic<qint64> received{0}; // bytes that this worker brought
-    std::atomic_bool stale{false};   // the access token wasn't good
+    std::atomic_bool stale{false}; // the access token wasn't good
 
     static constexpr int WaitMs = 15000;
     static constexpr qint64 RangeStep = 262144; // both ends of a range count
@@ -42,11 +39,13 @@ private slots:
 
 private:
     struct Range {
-        QNetworkReply *reply = nullptr;
+        WebRead *reply = nullptr;
         qint64 from = 0, to = 0;
     };
     bool initDown() override;
-    bool fileHash() override;
+    QString root() const override { return m_root; }
+    void dropLink() override { dropRanges(); }
+    bool syncedByOwner() const override;
     bool standsAlready();
     void request();
     bool takeHead(); // of the first range in hand; false: the worker has ended or began again
@@ -59,13 +58,11 @@ private:
     int m_fileType = 1;
     QString m_root;
     bool m_same = false, m_sized = false;
-    std::unique_ptr<PartialFile> m_partial;
     QList<Range> m_ranges; // in the order of the file
     qint64 m_asked = 0;    // the file's bytes up to here are asked for
     bool m_headRead = false, m_whole = false;
     qint64 m_skip = 0; // bytes of a whole file that are here already
     qint64 m_left = 0; // bytes that the range in hand may still bring
     int m_stalled = 0; // answers in a row without a byte
-    QTimer *m_keepTimer = nullptr;
     QByteArray m_block;
 };

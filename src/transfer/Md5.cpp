@@ -1,0 +1,32 @@
+#include "transfer/Md5.h"
+#include <openssl/evp.h>
+#include <QByteArray>
+
+namespace
+{
+EVP_MD_CTX *of(void *context) { return static_cast<EVP_MD_CTX *>(context); }
+} // namespace
+
+void Md5::End::operator()(void *context) const { EVP_MD_CTX_free(of(context)); }
+
+Md5::Md5() : m_context(EVP_MD_CTX_new())
+{
+    m_good = m_context && EVP_DigestInit_ex(of(m_context.get()), EVP_md5(), nullptr) == 1;
+}
+
+Md5::~Md5() = default;
+
+void Md5::add(const char *data, qint64 length)
+{
+    m_good = m_good && EVP_DigestUpdate(of(m_context.get()), data, size_t(length)) == 1;
+}
+
+QString Md5::hex()
+{
+    unsigned char digest[EVP_MAX_MD_SIZE];
+    unsigned length = 0;
+    if (!m_good || EVP_DigestFinal_ex(of(m_context.get()), digest, &length) != 1)
+        return {};
+    m_good = false;
+    return QString::fromLatin1(QByteArray(reinterpret_cast<const char *>(digest), int(length)).toHex());
+}
