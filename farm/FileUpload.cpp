@@ -48,9 +48,9 @@ void FileLink::ask(const QJsonObject &body)
     m_asked = true;
     if (const int stage = m_core.store->stage(m_identity))
         return reply(0, stage);
-    const bool here = m_identity.task == 0
-                          ? m_core.drive->holds(m_farm, m_identity.place, m_identity.size, m_identity.mtime)
-                          : m_core.store->known(m_identity.key, m_identity.size, m_identity.mtime);
+    const bool here = m_identity.task == 0 ? m_core.drive->holds(m_farm, m_identity.place, m_identity.size,
+                                                                 m_identity.mtime, m_identity.etag)
+                                           : m_core.store->known(m_identity.key, m_identity.size, m_identity.mtime);
     if (here) {
         arrived();
         return reply(0, FileCode::MoveOk);

@@ -223,6 +223,18 @@
         <source>其他机器调用此接口需要令牌（Server/apiToken）</source>
         <translation>Other machines need the token for this route (Server/apiToken)</translation>
     </message>
+    <message>
+        <source>没有相关校验</source>
+        <translation>No such comparison</translation>
+    </message>
+    <message>
+        <source>正在进行的校验过多，请稍后再试</source>
+        <translation>Too many comparisons are running; try again later</translation>
+    </message>
+    <message>
+        <source>校验没有完成</source>
+        <translation>The comparison didn't come to its end</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>
@@ -6268,6 +6280,22 @@ Some frames took too long, see the sub-tasks</translation>
         <source>本地文件无法读取</source>
         <translation>the local file can't be read</translation>
     </message>
+    <message>
+        <source>差异清单无法保存，请检查磁盘空间</source>
+        <translation>The list of differences can't be saved; check the disk space</translation>
+    </message>
+    <message>
+        <source>客户端未登录</source>
+        <translation>The client isn't logged in</translation>
+    </message>
+    <message>
+        <source>%1 中有 %2 项无法使用，已跳过</source>
+        <translation>%1: %2 entries can't be used and were skipped</translation>
+    </message>
+    <message>
+        <source>一边是文件，一边是文件夹</source>
+        <translation>File on one side, folder on the other</translation>
+    </message>
 </context>
 <context>
     <name>PluginManager</name>
@@ -7196,10 +7224,6 @@ Type: %2<byte value="xd"/>
         <translation>Nothing differs</translation>
     </message>
     <message>
-        <source>正在校验…</source>
-        <translation>Comparing…</translation>
-    </message>
-    <message>
         <source>补传到云盘</source>
         <translation>Send what differs</translation>
     </message>
@@ -7224,12 +7248,36 @@ Type: %2<byte value="xd"/>
         <translation>The comparison isn’t complete</translation>
     </message>
     <message>
-        <source>没有可以补传的文件</source>
-        <translation>There is nothing to send</translation>
+        <source>停止</source>
+        <translation>Stop</translation>
     </message>
     <message>
-        <source>没有可以补下的文件</source>
-        <translation>There is nothing to fetch</translation>
+        <source>重新校验</source>
+        <translation>Compare again</translation>
+    </message>
+    <message>
+        <source>正在加入传输列表…</source>
+        <translation>Adding to the transfers…</translation>
+    </message>
+    <message>
+        <source>%1 个文件云盘没有提供校验值，只比较了大小</source>
+        <translation>The drive gives no checksum for %1 files: compared by size only</translation>
+    </message>
+    <message>
+        <source>列表只显示前 %1 项，补传和补下包括全部</source>
+        <translation>The list shows the first %1; sending and fetching cover all</translation>
+    </message>
+    <message>
+        <source>传输无法保存</source>
+        <translation>The transfer can't be saved</translation>
+    </message>
+    <message>
+        <source>%1 项仅在本地或两边不同</source>
+        <translation>%1 only here or different</translation>
+    </message>
+    <message>
+        <source>%1 项仅在云盘或两边不同</source>
+        <translation>%1 only on the drive or different</translation>
     </message>
 </context>
 </TS>

@@ -153,6 +153,42 @@ Exit transfer(const Words &words, Client *client, Show *show)
                    .arg(what, encoded(words.option("order")), encoded(words.option("id"))));
 }
 
+// Until it's over: a tree of a million files takes its time.
+Exit check(const QString &where, const QString &mend, Client *client, Show *show)
+{
+    QJsonValue data;
+    QJsonArray list;
+    for (QString target = "/drive/check?" + where + "&mend=" + encoded(mend);;) {
+        const Exit how = ask(client, show, target, &data);
+        if (how != Exit::Good)
+            return how;
+        const QString id = QString::number(qlonglong(data["id"].toDouble()));
+        if (data["over"].toBool() && data["mend"].toString() != QLatin1String("runs")) {
+            for (const QJsonValue &one : data["list"].toArray())
+                list.append(one);
+            if (data["list"].toArray().isEmpty() || list.size() >= data["different"].toInt())
+                break;
+            target = QStringLiteral("/drive/check?id=%1&from=%2").arg(id).arg(list.size());
+        } else {
+            if (!show->json())
+                show->progress(QStringLiteral("comparing"), data["files"].toInt(), 0);
+            target = "/drive/check?id=" + id;
+        }
+    }
+    QJsonObject all = data.toObject();
+    all["list"] = list;
+    if (show->json())
+        show->value(all);
+    else
+        show->table(list, {"what:WHAT", "path:PATH", "file:FILE"});
+    if (!show->json())
+        show->station(QStringLiteral("%1 files compared, %2 different, %3 by size only")
+                          .arg(data["files"].toInt())
+                          .arg(data["different"].toInt())
+                          .arg(data["sizeOnly"].toInt()));
+    return data["different"].toInt() == 0 ? Exit::Good : Exit::WorkFailed;
+}
+
 Exit drive(const Words &words, Client *client, Show *show)
 {
     const QString what = words.values.first();
@@ -174,10 +210,15 @@ Exit drive(const Words &words, Client *client, Show *show)
                    "/drive/get?" + where.arg(encoded(values.first())) +
                        "&to=" + encoded(QFileInfo(values.last()).absoluteFilePath()) +
                        "&existing=" + encoded(words.option("existing")));
+    if (what == QLatin1String("check") && values.size() == 2)
+        return check(where.arg(encoded(values.first())) +
+                         "&with=" + encoded(QFileInfo(values.last()).absoluteFilePath()),
+                     words.option("mend"), client, show);
     const bool list = what == QLatin1String("ls") && values.size() <= 1;
     if (!list && (what != QLatin1String("status") || values.size() > 1)) {
         show->complain(
-            QStringLiteral("drive ls [PATH], drive put FILE... PATH, drive get PATH FOLDER, drive status [ID]"));
+            QStringLiteral("drive ls [PATH], drive put FILE... PATH, drive get PATH FOLDER, drive check PATH FOLDER, "
+                           "drive status [ID]"));
         return Exit::BadWords;
     }
     const QString target =

@@ -50,12 +50,13 @@ const QList<Command> &commands()
          0,
          1},
         {"drive",
-         "ls|put|get|status [PATH...]",
-         "the farm's drive: ls [PATH], put FILE... PATH, get PATH FOLDER, status [ID]",
+         "ls|put|get|check|status [PATH...]",
+         "the farm's drive: ls [PATH], put FILE... PATH, get PATH FOLDER, check PATH FOLDER, status [ID]",
          {{"farm", "ID", "the farm; else the first"},
           {"results", nullptr, "the tree of results instead of the project files"},
           {"existing", "ask|same|overwrite|both", "get: files that exist; else ask, and the client's window answers"},
           {"links", nullptr, "put: links that lead out of the folders are followed"},
+          {"mend", "put|get", "check: what differs is sent, or fetched over what is here"},
           {"act", "pause|continue|delete", "status ID: hold it, let it go on, forget it"}},
          1,
          -1},
@@ -152,8 +153,9 @@ QString Words::help()
     for (const Option &option : common)
         text += line(words(option), option.about);
     return text +
-           QStringLiteral("\nIt ends with 0 good, 1 refused by client or server, 2 words not understood, 3 no client "
-                          "answers,\n4 analysis, upload or rendering failed, 5 time is over.\n");
+           QStringLiteral(
+               "\nIt ends with 0 good, 1 refused by client or server, 2 words not understood, 3 no client "
+               "answers,\n4 analysis, upload or rendering failed, or what was compared differs, 5 time is over.\n");
 }
 
 QString Words::completion()

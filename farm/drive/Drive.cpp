@@ -370,10 +370,11 @@ int Drive::refuses(int farm, const QString &key, qint64 size)
     return m_tree.fits(farm, size - there.size) ? 0 : DriveTree::Full;
 }
 
-bool Drive::holds(int farm, const QString &key, qint64 size, qint64 mtime)
+bool Drive::holds(int farm, const QString &key, qint64 size, qint64 mtime, const QString &etag)
 {
     const DriveNode there = m_tree.byPath(farm, 1, key);
-    return there.good() && there.kind == DriveNode::File && there.size == size && there.mtime == mtime;
+    return there.good() && there.kind == DriveNode::File && there.size == size && there.mtime == mtime &&
+           (etag.isEmpty() || there.hash.isEmpty() || etag == there.hash);
 }
 
 bool Drive::put(int farm, const QString &path, const QByteArray &bytes)
@@ -403,8 +404,9 @@ HttpAnswer Drive::source(const HttpRequest &request)
     };
     if (const int code = refuses(request.farm, key, size))
         return told(DriveTree::Outcome(code));
-    if (holds(request.farm, key, size, mtime) ||
-        (m_core.store->adopt(DriveTree::storeKey(request.farm, key), size, mtime, request.item("ETag").toLower()) &&
+    const QString etag = request.item("ETag").toLower();
+    if (holds(request.farm, key, size, mtime, etag) ||
+        (m_core.store->adopt(DriveTree::storeKey(request.farm, key), size, mtime, etag) &&
          arrived(request.farm, key, size, mtime))) {
         ++m_core.counters.instantHits;
         return answered(101401, "存在");

@@ -78,7 +78,7 @@ public:
     bool put(int farm, const QString &path, const QByteArray &bytes); // a file with its folders and disk
     // For the file server: 0, or the code that refuses the file; and a file that has come whole.
     int refuses(int farm, const QString &key, qint64 size);
-    bool holds(int farm, const QString &key, qint64 size, qint64 mtime);
+    bool holds(int farm, const QString &key, qint64 size, qint64 mtime, const QString &etag);
     bool arrived(int farm, const QString &key, qint64 size, qint64 mtime);
 
     DriveTree &tree() { return m_tree; }

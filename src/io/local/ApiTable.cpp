@@ -175,6 +175,19 @@ const QList<ApiRoute> &ApiTable::routes()
          nullptr,
          R"([{"id": 17069043060001, "kind": "put", "name": "film", "state": 11, "files": 9000, "filesDone": 120, )"
          R"("bytes": 5000000, "bytesDone": 70000, "walked": false, "failed": 0, "note": ""}])"},
+        {"/drive/check", "driveCheck",
+         "compares a file or folder of the drive with one of this machine; answers when it's over or after seconds=, "
+         "and is asked again by its id",
+         drive + QList<A>{{"with", A::Text, "the file or folder here", "/fetched/film"},
+                          {"mend", A::Text, "put or get: sends or fetches what differs, once all is compared", nullptr},
+                          {"seconds", A::Number, "how long the answer may wait, 10 unless told, up to 25", nullptr},
+                          {"id", A::Number, "one that was begun before", nullptr},
+                          {"from", A::Number, "the first difference to list, of the first 10000; 1000 a page", nullptr},
+                          {"stop", A::Number, "1: it ends now", nullptr}},
+         nullptr,
+         R"({"id": 1706904306000, "over": true, "whole": true, "files": 9000, "folders": 30, "different": 1, )"
+         R"("sizeOnly": 0, "toSend": 1, "toFetch": 1, "list": [{"file": "/fetched/film/a.tif", "path": "D/film/a.tif", )"
+         R"("what": "hash"}], "mend": "", "batches": []})"},
         {"/masterInfo",
          "masterInfo",
          "for other seats: the ports that this master forwards; with host and port: forwards one more",

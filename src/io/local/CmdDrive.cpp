@@ -7,6 +7,7 @@
 #include "transfer/TransSet.h"
 #include <memory>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QFileInfo>
 
@@ -41,6 +42,30 @@ QJsonObject told(const db_upfarmD &farm, int which)
             {"walked", farm.dirstate == UploadDDAO::DirWalked},
             {"failed", farm.failed},
             {"note", farm.note}};
+}
+
+constexpr int CheckPage = 1000, CheckSeconds = 10, MostCheckSeconds = 25, CheckLookMs = 20;
+
+QJsonObject told(const DriveCheck::Status &status, qlonglong id, const QList<DriveCheck::Difference> &some)
+{
+    QJsonArray list, batches;
+    for (const DriveCheck::Difference &one : some)
+        list.append(QJsonObject{{"file", one.lpath}, {"path", one.dpath}, {"what", DriveCheck::word(one.what)}});
+    for (qlonglong batch : status.batches)
+        batches.append(batch);
+    static const char *const mends[] = {"", "runs", "done", "failed"};
+    return {{"id", id},
+            {"over", status.over},
+            {"whole", status.whole},
+            {"files", status.files},
+            {"folders", status.folders},
+            {"different", status.different},
+            {"sizeOnly", status.sizeOnly},
+            {"toSend", status.toSend},
+            {"toFetch", status.toFetch},
+            {"list", list},
+            {"mend", mends[int(status.mend)]},
+            {"batches", batches}};
 }
 } // namespace
 
@@ -151,24 +176,49 @@ void CmdHand::driveStatus()
 
 void CmdHand::driveCheck()
 {
-    const QString with = QDir::cleanPath(m_line.arg("with")), mend = m_line.arg("mend");
+    const QString mend = m_line.arg("mend");
+    if (!mend.isEmpty() && mend != QLatin1String("put") && mend != QLatin1String("get"))
+        return fail(tr("缺少参数"));
+    if (const qlonglong id = m_line.arg("id").toLongLong()) {
+        const std::shared_ptr<DriveCheck> check = DriveCheck::remembered(id);
+        if (!check)
+            return fail(tr("没有相关校验"));
+        if (m_line.arg("stop").toInt() == 1)
+            check->stop();
+        return followCheck(check, id);
+    }
+    const QString with = QDir::cleanPath(m_line.arg("with"));
     const DriveQueue::Place place = placeOf(m_line);
     if (place.path.isEmpty() || !QDir::isAbsolutePath(with))
         return fail(tr("缺少参数"));
     if (!QFileInfo::exists(with))
         return fail(tr("文件不存在：%1").arg(with));
-    withDrive(false, [this, place, with, mend](const SubFile &entry) {
-        auto *check = new DriveCheck(place, this);
-        connect(check, &DriveCheck::finished, this, [this, check, mend](bool whole, const QString &why) {
-            QJsonArray list;
-            for (const DriveCheck::Difference &one : check->differences())
-                list.append(
-                    QJsonObject{{"file", one.lpath}, {"path", one.dpath}, {"what", DriveCheck::text(one.what)}});
-            QJsonObject data{{"files", check->files()}, {"different", check->different()}, {"list", list}};
-            if (mend == QLatin1String("put") || mend == QLatin1String("get"))
-                data["mending"] = check->mend(mend == QLatin1String("put"));
-            whole ? good(QString(), data) : fail(why, data);
-        });
-        check->start({{with, place.path, entry}});
+    withDrive(false, [this, place, with](const SubFile &entry) {
+        const std::shared_ptr<DriveCheck> check = DriveCheck::start(place, {{with, place.path, entry}});
+        const qlonglong id = DriveCheck::remember(check);
+        id == 0 ? fail(tr("正在进行的校验过多，请稍后再试")) : followCheck(check, id);
     });
+}
+
+// Answers when it's over, or when the caller doesn't want to wait any longer; it goes on then.
+void CmdHand::followCheck(const std::shared_ptr<DriveCheck> &check, qlonglong id)
+{
+    const QString mend = m_line.arg("mend");
+    if (!mend.isEmpty())
+        check->mend(mend == QLatin1String("put"));
+    m_only = true;
+    const int seconds = m_line.has("seconds") ? m_line.arg("seconds").toInt() : CheckSeconds;
+    const QDeadlineTimer deadline(1000LL * qBound(0, seconds, MostCheckSeconds));
+    auto *look = new QTimer(this);
+    connect(look, &QTimer::timeout, this, [this, check, id, deadline] {
+        const DriveCheck::Status status = check->status();
+        if ((!status.over || status.mend == DriveCheck::Mend::Runs) && !deadline.hasExpired())
+            return;
+        const QList<DriveCheck::Difference> some = check->differences(m_line.arg("from").toInt(), CheckPage);
+        const QJsonObject data = told(status, id, some);
+        if (status.over && !status.whole)
+            return fail(status.why.isEmpty() ? tr("校验没有完成") : status.why, data);
+        status.mend == DriveCheck::Mend::Failed ? fail(tr("传输无法保存"), data) : good(QString(), data);
+    });
+    look->start(CheckLookMs);
 }

@@ -17,6 +17,8 @@
 #include <QObject>
 #include <QTimer>
 
+class DriveCheck;
+
 class CmdHand : public QObject
 {
     Q_OBJECT
@@ -146,6 +148,7 @@ private:
     // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
     void answerWhenWritten(int which, std::function<qlonglong()> begin);
     void withDrive(bool make, std::function<void(const SubFile &entry)> next);
+    void followCheck(const std::shared_ptr<DriveCheck> &check, qlonglong id);
 
     static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,
                             bool readable);

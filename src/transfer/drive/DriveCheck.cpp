@@ -1,156 +1,180 @@
 #include "transfer/drive/DriveCheck.h"
 #include "transfer/drive/DriveCheckWork.h"
-#include "transfer/drive/DriveNames.h"
-#include "transfer/drive/DriveRest.h"
-#include "transfer/TransSet.h"
-#include <QDirIterator>
-#include <QFileInfo>
+#include <QDataStream>
+#include <QDateTime>
+#include <QDebug>
+#include <QElapsedTimer>
+#include <QEventLoop>
+#include <QThread>
 #include <QTimer>
+#include <QWaitCondition>
+#include <thread>
 
 namespace
 {
-constexpr int MostTries = 3, RestMs = 500;
-}
+constexpr int WrittenMs = 60000; // until a batch is in the store
+constexpr int EndMs = 3000;      // for what runs, at the program's end
 
-DriveCheckWork::DriveCheckWork(const DriveQueue::Place &place, std::shared_ptr<std::atomic_bool> stop)
-    : m_place(place), m_stop(std::move(stop))
+// All that was started, so that it ends before the program does.
+struct Living {
+    QMutex mutex;
+    QList<std::weak_ptr<std::atomic_bool>> stops;
+    QMap<qlonglong, std::shared_ptr<DriveCheck>> remembered;
+    qlonglong lastId = 0;
+    std::atomic_int threads{0};
+};
+
+Living &living()
 {
+    static Living *one = [] {
+        qAddPostRoutine([] {
+            Living &all = living();
+            QMap<qlonglong, std::shared_ptr<DriveCheck>> gone;
+            {
+                QMutexLocker lock(&all.mutex);
+                gone.swap(all.remembered);
+                for (const auto &stop : qAsConst(all.stops))
+                    if (const auto flag = stop.lock())
+                        *flag = true;
+            }
+            QElapsedTimer clock;
+            clock.start();
+            while (all.threads > 0 && clock.elapsed() < EndMs)
+                QThread::msleep(5);
+        });
+        return new Living; // for threads that a dead drive holds past the end
+    }();
+    return *one;
 }
 
-void DriveCheckWork::begin(const QList<DriveCheck::Pair> &tops)
+QDataStream &operator<<(QDataStream &out, const DriveCheck::Difference &one)
 {
-    for (const DriveCheck::Pair &top : tops)
-        compare(top);
-    next();
+    const SubFile &e = one.entry;
+    return out << int(one.what) << one.lpath << one.dpath << e.id << e.name << e.type << e.size << e.hash;
 }
 
-void DriveCheckWork::note(DriveCheck::Difference::What what, const DriveCheck::Pair &pair)
+QDataStream &operator>>(QDataStream &in, DriveCheck::Difference &one)
 {
-    m_found.append({what, pair.lpath, pair.dpath, pair.entry});
+    SubFile &e = one.entry;
+    int what = 0;
+    in >> what >> one.lpath >> one.dpath >> e.id >> e.name >> e.type >> e.size >> e.hash;
+    one.what = DriveCheck::Difference::What(what);
+    return in;
 }
 
-// What both sides have of one name; a folder waits for its turn.
-void DriveCheckWork::compare(const DriveCheck::Pair &pair)
+bool mends(DriveCheck::Difference::What what, bool toDrive)
 {
     using D = DriveCheck::Difference;
-    const QFileInfo info(pair.lpath);
-    if (!info.exists())
-        return note(D::OnlyThere, pair);
-    if (pair.entry.isFolder() || info.isDir()) {
-        if (!pair.entry.isFolder() || !info.isDir())
-            return note(D::Size, pair); // a file on one side, a folder on the other
-        m_folders.append(pair);
-        return;
+    switch (what) {
+    case D::OnlyHere:
+        return toDrive;
+    case D::OnlyThere:
+    case D::Unreadable:
+        return !toDrive;
+    case D::Size:
+    case D::Hash:
+        return true;
+    case D::Kind:
+        break;
     }
-    ++m_files;
-    if (info.size() != pair.entry.size)
-        return note(D::Size, pair);
-    if (pair.entry.hash.isEmpty())
-        return;
-    const QString hash = TransSet::fileHash(pair.lpath, *m_stop);
-    if (hash.isEmpty() && !*m_stop)
-        note(D::Unreadable, pair);
-    else if (hash != pair.entry.hash)
-        note(D::Hash, pair);
+    return false;
+}
+} // namespace
+
+DriveCheck::DriveCheck(const DriveQueue::Place &place)
+    : m_place(place), m_stop(std::make_shared<std::atomic_bool>(false))
+{
+    Living &all = living();
+    QMutexLocker lock(&all.mutex);
+    all.stops.erase(std::remove_if(all.stops.begin(), all.stops.end(), [](const auto &stop) { return stop.expired(); }),
+                    all.stops.end());
+    all.stops.append(m_stop);
 }
 
-void DriveCheckWork::next()
+DriveCheck::~DriveCheck() { stop(); }
+
+void DriveCheck::onThread(const char *name, std::function<void()> work)
 {
-    emit found(m_files, m_found);
-    m_found.clear();
-    if (*m_stop || m_folders.isEmpty()) {
-        emit over(!*m_stop && m_trouble.isEmpty(), m_trouble);
-        return;
-    }
-    m_tries = 0;
-    m_at = m_folders.takeLast();
-    ask();
+    ++living().threads;
+    std::thread([name, work = std::move(work)]() mutable {
+        QThread::currentThread()->setObjectName(QLatin1String(name));
+        work();
+        work = {};
+        --living().threads;
+    }).detach();
 }
 
-void DriveCheckWork::ask()
+std::shared_ptr<DriveCheck> DriveCheck::start(const DriveQueue::Place &place, const QList<Pair> &tops)
 {
-    DriveRest::children(m_place.farmId, m_place.fileType, m_at.entry.id)
-        .answered([this](const DriveRest::Reply &reply) {
-            folder(reply.entries);
-            next();
-        })
-        .failed([this](const QString &why) {
-            if (++m_tries < MostTries && !*m_stop) {
-                QTimer::singleShot(RestMs, this, [this] { ask(); });
-                return;
-            }
-            m_trouble = m_at.dpath + ": " + why;
-            next();
-        })
-        .send(this);
-}
-
-// Names meet as a transfer makes them: those of the drive as they come to this disk, those of this disk as they go.
-void DriveCheckWork::folder(const QList<SubFile> &entries)
-{
-    QStringList names;
-    for (const SubFile &entry : entries)
-        names << entry.name;
-    LocalNames local(names);
-    QSet<QString> there;
-    for (const SubFile &entry : entries) {
-        if (*m_stop)
-            return;
-        QString name = entry.name;
-        const QString own = local.take(name);
-        if (!QFileInfo::exists(m_at.lpath + '/' + name))
-            name = own;
-        there.insert(name);
-        if (m_at.chain.contains(entry.id))
-            continue; // a ring
-        DriveCheck::Pair pair{m_at.lpath + '/' + name, m_at.dpath + '/' + entry.name, entry, m_at.chain};
-        pair.chain.append(m_at.entry.id);
-        compare(pair);
-    }
-    const DriveExclude exclude = DriveExclude::ofSettings();
-    QDirIterator here(m_at.lpath, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    while (here.hasNext() && !*m_stop) {
-        here.next();
-        const QFileInfo info = here.fileInfo();
-        if (there.contains(info.fileName()) || there.contains(driveName(info.fileName())) ||
-            exclude.leavesOut(info.fileName(), info.isDir()) || (info.isDir() && info.isSymLink()))
-            continue;
-        note(DriveCheck::Difference::OnlyHere,
-             {info.filePath(), m_at.dpath + '/' + driveName(info.fileName()), {}, {}});
-    }
-}
-
-DriveCheck::DriveCheck(const DriveQueue::Place &place, QObject *parent)
-    : QObject(parent), m_place(place), m_stop(std::make_shared<std::atomic_bool>(false))
-{
-    qRegisterMetaType<QList<DriveCheck::Difference>>();
-    m_thread.setObjectName(QStringLiteral("DriveCheck"));
-}
-
-DriveCheck::~DriveCheck()
-{
-    stop();
-    m_thread.quit();
-    m_thread.wait();
-}
-
-void DriveCheck::stop() { *m_stop = true; }
-
-void DriveCheck::start(const QList<Pair> &tops)
-{
-    auto *work = new DriveCheckWork(m_place, m_stop);
-    work->moveToThread(&m_thread);
-    connect(&m_thread, &QThread::finished, work, &QObject::deleteLater);
-    connect(work, &DriveCheckWork::found, this, [this](qlonglong files, const QList<Difference> &list) {
-        m_files = files;
-        m_different += list.size();
-        m_list += list.mid(0, MostKept - m_list.size());
-        emit progress(m_files, m_different);
+    const std::shared_ptr<DriveCheck> check(new DriveCheck(place));
+    onThread("DriveCheck", [weak = std::weak_ptr<DriveCheck>(check), place, stop = check->m_stop, tops] {
+        QEventLoop loop;
+        DriveCheckWork work(weak, place, stop);
+        QObject::connect(&work, &DriveCheckWork::over, &loop, &QEventLoop::quit, Qt::QueuedConnection);
+        QTimer::singleShot(0, &work, [&work, &tops] { work.begin(tops); });
+        loop.exec();
     });
-    connect(work, &DriveCheckWork::over, this, &DriveCheck::finished);
-    m_thread.start();
-    QMetaObject::invokeMethod(
-        work, [work, tops] { work->begin(tops); }, Qt::QueuedConnection);
+    return check;
+}
+
+void DriveCheck::compared(bool sizeOnly)
+{
+    QMutexLocker lock(&m_mutex);
+    ++m_status.files;
+    m_status.sizeOnly += sizeOnly ? 1 : 0;
+}
+
+void DriveCheck::listed()
+{
+    QMutexLocker lock(&m_mutex);
+    ++m_status.folders;
+}
+
+bool DriveCheck::note(const Difference &one)
+{
+    QMutexLocker lock(&m_mutex);
+    ++m_status.different;
+    m_status.toSend += mends(one.what, true) ? 1 : 0;
+    m_status.toFetch += mends(one.what, false) ? 1 : 0;
+    if (m_list.size() < MostKept) {
+        m_list.append(one);
+        return true;
+    }
+    if (!m_rest) {
+        m_rest = std::make_unique<QTemporaryFile>();
+        if (!m_rest->open())
+            return false;
+    }
+    QDataStream out(m_rest.get());
+    out << one;
+    return m_rest->isOpen() && out.status() == QDataStream::Ok;
+}
+
+void DriveCheck::end(bool whole, const QString &why)
+{
+    int wish = -1;
+    {
+        QMutexLocker lock(&m_mutex);
+        m_status.over = true;
+        const bool kept = !m_rest || m_rest->flush();
+        m_status.whole = whole && kept;
+        m_status.why = kept ? why : tr("差异清单无法保存，请检查磁盘空间");
+        wish = m_status.whole ? std::exchange(m_wish, -1) : -1;
+    }
+    if (wish >= 0)
+        mend(wish == 1);
+}
+
+DriveCheck::Status DriveCheck::status() const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_status;
+}
+
+QList<DriveCheck::Difference> DriveCheck::differences(int from, int most) const
+{
+    QMutexLocker lock(&m_mutex);
+    return m_list.mid(from, most);
 }
 
 QString DriveCheck::text(Difference::What what)
@@ -164,24 +188,134 @@ QString DriveCheck::text(Difference::What what)
         return tr("大小不同");
     case Difference::Hash:
         return tr("内容不同");
+    case Difference::Kind:
+        return tr("一边是文件，一边是文件夹");
     case Difference::Unreadable:
         return tr("本地文件无法读取");
     }
     return {};
 }
 
-qlonglong DriveCheck::mend(bool toDrive) const
+const char *DriveCheck::word(Difference::What what)
 {
-    QList<SubFile> entries;
-    for (const Difference &one : m_list) {
-        if (one.what == (toDrive ? Difference::OnlyThere : Difference::OnlyHere))
-            continue; // nothing there to be sent, or to be fetched
-        SubFile entry = one.entry;
-        entry.lpath = one.lpath;
-        entry.dpath = one.dpath;
-        if (entry.name.isEmpty())
-            entry.name = one.lpath.mid(one.lpath.lastIndexOf('/') + 1);
-        entries.append(entry);
+    static const char *const words[] = {"only-here", "only-there", "size", "hash", "kind", "unreadable"};
+    return words[what];
+}
+
+void DriveCheck::mend(bool toDrive)
+{
+    {
+        QMutexLocker lock(&m_mutex);
+        if (m_status.mend == Mend::Runs)
+            return;
+        if (!m_status.over) {
+            m_wish = toDrive ? 1 : 0;
+            return;
+        }
+        m_status.mend = Mend::Runs;
+        m_status.batches.clear();
     }
-    return DriveQueue::transfer(m_place, entries, toDrive);
+    onThread("DriveMend", [self = shared_from_this(), toDrive] { self->mendNow(toDrive); });
+}
+
+// The next differences, first those that are held, then those of the file.
+QList<DriveCheck::Difference> DriveCheck::group(int *at, qint64 *place) const
+{
+    QMutexLocker lock(&m_mutex);
+    QList<Difference> found = m_list.mid(*at, GroupRows);
+    *at += found.size();
+    if (!found.isEmpty() || !m_rest || !m_rest->seek(*place))
+        return found;
+    QDataStream in(m_rest.get());
+    while (found.size() < GroupRows && !in.atEnd()) {
+        Difference one;
+        in >> one;
+        if (in.status() != QDataStream::Ok)
+            break;
+        found.append(one);
+    }
+    *place = m_rest->pos();
+    return found;
+}
+
+// A batch after the other, each once the one before is written: memory stays flat, and what is told as made is made.
+void DriveCheck::mendNow(bool toDrive)
+{
+    struct Written {
+        QMutex mutex;
+        QWaitCondition changed;
+        QHash<qlonglong, bool> batches;
+    };
+    const auto written = std::make_shared<Written>();
+    QObject context;
+    QObject::connect(
+        UploadDDAO::instance(toDrive ? UploadDDAO::Up : UploadDDAO::Down), &UploadDDAO::farmAdded, &context,
+        [written](qlonglong farmPri, bool good) {
+            QMutexLocker lock(&written->mutex);
+            written->batches.insert(farmPri, good);
+            written->changed.wakeAll();
+        },
+        Qt::DirectConnection);
+    const auto isWritten = [&](qlonglong batch) {
+        QMutexLocker lock(&written->mutex);
+        const QDeadlineTimer deadline(WrittenMs);
+        while (!written->batches.contains(batch) && !*m_stop)
+            if (!written->changed.wait(&written->mutex, deadline))
+                break;
+        return written->batches.value(batch);
+    };
+    bool good = true;
+    int at = 0;
+    qint64 place = 0;
+    for (QList<Difference> some = group(&at, &place); good && !some.isEmpty(); some = group(&at, &place)) {
+        QList<SubFile> entries;
+        for (const Difference &one : qAsConst(some)) {
+            if (!mends(one.what, toDrive))
+                continue;
+            SubFile entry = one.entry;
+            entry.fileType = m_place.fileType;
+            entry.lpath = one.lpath;
+            entry.dpath = one.dpath;
+            if (entry.name.isEmpty())
+                entry.name = one.lpath.mid(one.lpath.lastIndexOf('/') + 1);
+            entries.append(entry);
+        }
+        if (entries.isEmpty())
+            continue;
+        const qlonglong batch = DriveQueue::transfer(m_place, entries, toDrive);
+        good = batch != 0 && isWritten(batch);
+        QMutexLocker lock(&m_mutex);
+        if (good)
+            m_status.batches.append(batch);
+    }
+    qDebug().noquote() << "DriveCheck::mendNow" << toDrive << status().batches.size() << good;
+    QMutexLocker lock(&m_mutex);
+    m_status.mend = good ? Mend::Done : Mend::Failed;
+}
+
+qlonglong DriveCheck::remember(const std::shared_ptr<DriveCheck> &check)
+{
+    Living &all = living();
+    QMutexLocker lock(&all.mutex);
+    int run = 0;
+    for (auto it = all.remembered.begin(); it != all.remembered.end();) {
+        const bool over = it.value()->status().over;
+        run += over ? 0 : 1;
+        if (over && all.remembered.size() >= MostRemembered)
+            it = all.remembered.erase(it);
+        else
+            ++it;
+    }
+    if (run >= MostRun)
+        return 0;
+    all.lastId = qMax(all.lastId + 1, QDateTime::currentMSecsSinceEpoch());
+    all.remembered.insert(all.lastId, check);
+    return all.lastId;
+}
+
+std::shared_ptr<DriveCheck> DriveCheck::remembered(qlonglong id)
+{
+    Living &all = living();
+    QMutexLocker lock(&all.mutex);
+    return all.remembered.value(id);
 }

@@ -1,31 +1,42 @@
 #pragma once
-// What a DriveCheck does on its thread: one folder of the drive after the other, each compared with its counterpart.
+// What a DriveCheck does on its thread: folder after folder, the drive's listing against what stands here. Some
+// listings are asked for ahead, so that a far farm is heard while files are read here.
 #include "transfer/drive/DriveCheck.h"
+#include "transfer/drive/DriveNames.h"
+#include <QFileInfo>
 
 class DriveCheckWork : public QObject
 {
     Q_OBJECT
 public:
-    DriveCheckWork(const DriveQueue::Place &place, std::shared_ptr<std::atomic_bool> stop);
+    // The check outlives this only as long as somebody holds it: it's looked at each time.
+    DriveCheckWork(std::weak_ptr<DriveCheck> check, const DriveQueue::Place &place,
+                   std::shared_ptr<std::atomic_bool> stop);
     void begin(const QList<DriveCheck::Pair> &tops);
 
 signals:
-    void found(qlonglong files, QList<DriveCheck::Difference> list); // list: since the last time
-    void over(bool whole, QString why);
+    void over();
 
 private:
+    using What = DriveCheck::Difference::What;
     void next();
-    void ask();
-    void folder(const QList<SubFile> &entries);
+    void ask(const DriveCheck::Pair &at, int tries);
+    void folder(const DriveCheck::Pair &at, const QList<SubFile> &entries);
+    QHash<QString, QString> here(const DriveCheck::Pair &at, QStringList *all) const;
+    bool leaves(const DriveCheck::Pair &at, const QString &name, const QSet<QString> &there) const;
     void compare(const DriveCheck::Pair &pair);
-    void note(DriveCheck::Difference::What what, const DriveCheck::Pair &pair);
+    void hash(const DriveCheck::Pair &pair);
+    void note(What what, const DriveCheck::Pair &pair);
+    void trouble(const QString &why);
+    void end();
 
+    static constexpr int AsksInHand = 4;
+    const std::weak_ptr<DriveCheck> m_check;
     const DriveQueue::Place m_place;
     const std::shared_ptr<std::atomic_bool> m_stop;
+    const DriveExclude m_exclude;
     QList<DriveCheck::Pair> m_folders;
-    DriveCheck::Pair m_at;
-    int m_tries = 0;
-    qlonglong m_files = 0;
-    QList<DriveCheck::Difference> m_found;
-    QString m_trouble;
+    int m_inHand = 0;
+    bool m_over = false;
+    QString m_trouble; // the first
 };

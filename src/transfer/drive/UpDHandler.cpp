@@ -8,6 +8,7 @@
 #include <QDateTime>
 #include <QDebug>
 #include <QFileInfo>
+#include <QSet>
 
 UpDHandler::UpDHandler() : DriveHandler(UploadDDAO::Up) { Seam<UpDCalls>::attach(this, this); }
 
@@ -36,6 +37,14 @@ QString commonFolder(const QList<SubFile> &chosen)
     }
     return common;
 }
+
+bool liesBelow(const QSet<QString> &folders, const QString &path)
+{
+    for (int at = path.lastIndexOf('/'); at > 0; at = path.lastIndexOf('/', at - 1))
+        if (folders.contains(path.left(at)))
+            return true;
+    return false;
+}
 } // namespace
 
 void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
@@ -45,9 +54,11 @@ void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     QList<db_updirD> dirs;
     QList<db_upfile> files;
     LocalNames names({}); // two that are called alike come from two places
+    QSet<QString> chosen;
+    for (const SubFile &one : qAsConst(sfL))
+        chosen.insert(one.lpath);
     for (const SubFile &one : qAsConst(sfL)) {
-        const auto holds = [&](const SubFile &other) { return one.lpath.startsWith(other.lpath + '/'); };
-        if (std::any_of(sfL.begin(), sfL.end(), holds))
+        if (liesBelow(chosen, one.lpath))
             continue; // it goes with the folder
         const QFileInfo info(one.lpath);
         QString remote = one.dpath;
@@ -65,6 +76,7 @@ void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
             file.lpath = one.lpath;
             file.remotePath = remote;
             file.size = info.size();
+            file.hash = one.hash; // there are other bytes there, and size and time may be the same
             file.modtime = info.exists() ? info.lastModified().toMSecsSinceEpoch() : 0;
             files.append(file);
         }

@@ -21,7 +21,8 @@ bool UpSource::initUp()
         failUp(TransSet::PathTooLong);
         return false;
     }
-    if (UserInfo::upHash() != 1)
+    const bool replaces = m_transType == 2 && !m_up.hash.isEmpty(); // a file of the drive that has other bytes
+    if (UserInfo::upHash() != 1 && !replaces)
         return true;
     m_eTag = TransSet::fileHash(m_sendPath, closed);
     if (closed) {
