@@ -92,7 +92,7 @@ int measure(int rows, int seconds)
     Turns sorting;
     clock.start();
     rig.model()->sort(FolderModel::Size, Qt::DescendingOrder);
-    until(&sorting, [&] { return rig.model()->column() == FolderModel::Size; });
+    until(&sorting, [&] { return rig.model()->by().column == FolderModel::Size; });
     std::printf("sorted after %lld ms\n", clock.elapsed());
     sorting.tell("sorting");
     Turns choosing;

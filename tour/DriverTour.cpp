@@ -18,7 +18,7 @@ namespace
 bool settled(Stage &stage)
 {
     const FarmPage *page = DriverTour::driver(stage)->page();
-    return page && Stage::wait([page] { return !page->busy() && !page->model()->filling(); }, 5000);
+    return page && Stage::wait([page] { return !page->busy(); }, 5000);
 }
 
 // Into the first folder of what is seen, as often.

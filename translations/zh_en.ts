@@ -6776,6 +6776,14 @@ Type: %2<byte value="xd"/>
         <source>选择要比较的本机文件夹</source>
         <translation>Choose the folder of this machine to compare</translation>
     </message>
+    <message>
+        <source>共 %1 项，正在读取…</source>
+        <translation>%1 items, still reading…</translation>
+    </message>
+    <message>
+        <source>列表没有读完：%1</source>
+        <translation>The list could not be read to its end: %1</translation>
+    </message>
 </context>
 <context>
     <name>FarmTab</name>

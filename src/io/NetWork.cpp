@@ -9,6 +9,8 @@
 namespace
 {
 std::atomic<NetWork *> only{nullptr};
+constexpr int MostHeld = 1 << 20;   // bytes of an answer in pieces between the network and who asked
+constexpr int LongestInPieces = 20; // times the deadline
 
 QString logText(const QByteArray &body)
 {
@@ -142,10 +144,55 @@ void NetWork::setMap(QNetworkReply *reply, Pending entry)
 {
     if (!entry.request.quiet)
         qDebug().noquote() << QStringLiteral("--%1-").arg(entry.number) << entry.request.url;
-    const int ms = entry.timeoutMs;
+    if (entry.timeoutMs > 0) {
+        entry.deadline = new QTimer(reply);
+        entry.deadline->setSingleShot(true);
+        connect(entry.deadline, &QTimer::timeout, this, [this, reply] { handReplay(reply, 1); });
+        entry.deadline->start(entry.timeoutMs);
+        entry.end.setRemainingTime(qint64(entry.timeoutMs) * LongestInPieces);
+    }
+    if (entry.request.arrived) {
+        reply->setReadBufferSize(MostHeld);
+        connect(reply, &QNetworkReply::readyRead, this, [this, reply] { readOn(reply); });
+    }
     m_pending.insert(reply, std::move(entry));
-    if (ms > 0)
-        QTimer::singleShot(ms, reply, [this, reply] { handReplay(reply, 1); });
+}
+
+void NetWork::readOn(QNetworkReply *reply)
+{
+    const auto it = m_pending.find(reply);
+    const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
+    if (it == m_pending.end() || status < 200 || status > 299 || it->held >= MostHeld)
+        return;
+    if (it->deadline)
+        it->deadline->start(int(qBound<qint64>(0, it->end.remainingTime(), it->timeoutMs)));
+    handOver(&*it, reply, reply->readAll());
+}
+
+void NetWork::handOver(Pending *entry, QNetworkReply *reply, const QByteArray &bytes)
+{
+    if (bytes.isEmpty())
+        return;
+    entry->held += bytes.size();
+    entry->way.post(entry->guard, [reply, bytes, number = entry->number, arrived = entry->request.arrived] {
+        const bool more = arrived(bytes);
+        if (NetWork *net = only.load())
+            QMetaObject::invokeMethod(
+                net, [=, size = bytes.size()] { net->taken(reply, number, size, more); }, Qt::QueuedConnection);
+    });
+}
+
+// The reply may be another one by now, at the same place in memory: its number tells.
+void NetWork::taken(QNetworkReply *reply, int number, int bytes, bool more)
+{
+    const auto it = m_pending.find(reply);
+    if (it == m_pending.end() || it->number != number)
+        return;
+    it->held -= bytes;
+    if (more)
+        return readOn(reply);
+    m_pending.erase(it);
+    reply->abort();
 }
 
 void NetWork::setHead(QNetworkRequest &request, const Request &req, bool json)
@@ -187,7 +234,7 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
     const auto it = m_pending.find(reply);
     if (it == m_pending.end())
         return;
-    const Pending entry = *it;
+    Pending entry = *it;
     m_pending.erase(it);
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     const QString url = entry.request.url;
@@ -210,7 +257,10 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
         if (status == 401 && reply->hasRawHeader("status"))
             emit reLogin(reply->rawHeader("status").toInt());
     } else {
-        rep.raw = reply->readAll();
+        if (entry.request.arrived)
+            handOver(&entry, reply, reply->readAll());
+        else
+            rep.raw = reply->readAll();
         if (!entry.request.quiet)
             qDebug().noquote() << QStringLiteral("--%1- %2")
                                       .arg(entry.number)

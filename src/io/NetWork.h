@@ -4,6 +4,7 @@
 // Made once by create(). Who needs an answer to go on asks by WebAsk, which has a deadline.
 #include "common/Delivery.h"
 #include <functional>
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QJsonArray>
 #include <QJsonObject>
@@ -15,6 +16,8 @@
 #include <QPointer>
 #include <QThread>
 
+class QTimer;
+
 struct Request {
     QString url;
     QByteArray byte;
@@ -25,6 +28,9 @@ struct Request {
     bool secret = false;                          // the reply is a secret, kept out of the log
     bool quiet = false;                           // one of thousands alike: neither it nor its reply is logged
     QPointer<QObject> guard;                      // of npost
+    // The body of a good answer as it comes, on the asking thread; the reply then has none. The time counts from the
+    // last of it, and ends after twenty times as long. False: enough, the reply is never told.
+    std::function<bool(const QByteArray &bytes)> arrived;
 };
 
 // What came back. A body that isn't JSON leaves the fields at 0 and keeps raw.
@@ -122,6 +128,9 @@ private:
         QPointer<QObject> guard;
         Request request;
         int number = 0, timeoutMs = 0;
+        int held = 0;               // bytes handed to arrived() that it hasn't taken yet
+        QTimer *deadline = nullptr; // the reply's
+        QDeadlineTimer end{QDeadlineTimer::Forever};
     };
 
     NetWork();
@@ -130,6 +139,9 @@ private:
     void start(Verb verb, Pending entry);
     void setMap(QNetworkReply *reply, Pending entry);
     void setHead(QNetworkRequest &request, const Request &req, bool json);
+    void readOn(QNetworkReply *reply);
+    void taken(QNetworkReply *reply, int number, int bytes, bool more);
+    static void handOver(Pending *entry, QNetworkReply *reply, const QByteArray &bytes);
     static void deliver(const Pending &entry, const FuncBody &rep);
     QString addressOf(const QString &url) const; // the known drive address that url lies under
     void checkStale(const QString &url, const FuncBody &rep);

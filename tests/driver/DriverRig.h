@@ -80,13 +80,13 @@ public:
     FolderModel *model() const { return page()->model(); }
     bool settled() const
     {
-        return QTest::qWaitFor([this] { return page() && !page()->busy() && !model()->filling(); });
+        return QTest::qWaitFor([this] { return page() && !page()->busy(); });
     }
     QStringList names() const
     {
         QStringList all;
-        for (const FileView &row : model()->rows())
-            all << DriveText::name(row);
+        for (int row = 0; row < model()->rowCount(); ++row)
+            all << DriveText::name(model()->at(row));
         return all;
     }
     bool shows(const QStringList &wanted) const
@@ -97,9 +97,9 @@ public:
     }
     QString idOf(const QString &name) const
     {
-        for (const FileView &row : model()->rows())
-            if (row.name == name)
-                return row.id;
+        for (int row = 0; row < model()->rowCount(); ++row)
+            if (model()->at(row).name == name)
+                return model()->at(row).id;
         return {};
     }
     void front() const // a dialog that goes takes the keys along

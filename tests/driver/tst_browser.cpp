@@ -180,7 +180,7 @@ private slots:
         rig.key(Qt::Key_Delete);
         QTRY_VERIFY(message().startsWith("确定删除此文件或文件夹吗？"));
         QVERIFY(answer("返回"));
-        QCOMPARE(rig.model()->rows().size(), 4);
+        QCOMPARE(rig.model()->rowCount(), 4);
         rig.key(Qt::Key_Delete);
         QVERIFY(answer("删除"));
         QVERIFY(rig.shows({"a", "c&d"}));

@@ -1,5 +1,7 @@
 // What the drive's browser decides without a window or a farm: names, acts, order, pieces, what is fetched for whom.
 #include "support/TestMain.h"
+#include "transfer/drive/DriveListing.h"
+#include "transfer/drive/DriveRest.h"
 #include "view/driver/DriveRules.h"
 #include "view/driver/DriveTree.h"
 #include "view/driver/FolderModel.h"
@@ -8,6 +10,8 @@
 #include "view/driver/ThumbStore.h"
 #include <QBuffer>
 #include <QItemSelectionModel>
+#include <QRandomGenerator>
+#include <QScrollBar>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -22,14 +26,6 @@ FileView entry(const QString &name, bool folder = false, const QString &id = {},
     one.type = folder ? SubFile::Folder : SubFile::File;
     one.size = size;
     return one;
-}
-
-QStringList names(const FolderModel &model)
-{
-    QStringList all;
-    for (int row = 0; row < model.rowCount(); ++row)
-        all << model.at(row).name;
-    return all;
 }
 
 QString words(const DriveRules::Acts &a)
@@ -122,58 +118,142 @@ private slots:
         QVERIFY(!DriveRules::movable({"4", "2"}, {"-1", "2", "3"}, "9")); // into itself
     }
 
-    // Folders first, numbers as numbers; sorting by another column and back keeps what someone holds on to.
+    // Folders first, numbers as numbers; what came in pieces stands as if it had come at once.
     void order()
     {
-        FolderModel model;
         QVector<FileView> rows{entry("b10", false, {}, 5), entry("b9", false, {}, 7), entry("A", false, {}, 9), entry("z", true)};
-        DriveSort::sort(&rows, DriveSort::Name, false);
-        model.setRows(rows);
-        QCOMPARE(names(model), QStringList({"z", "A", "b9", "b10"}));
-        const QPersistentModelIndex held = model.indexOf("b9");
-        DriveSort::sort(&rows, DriveSort::Size, true);
-        model.setOrdered(rows, DriveSort::Size, true);
-        QCOMPARE(names(model), QStringList({"z", "A", "b9", "b10"}));
-        DriveSort::sort(&rows, DriveSort::Size, false);
-        model.setOrdered(rows, DriveSort::Size, false);
-        QCOMPARE(names(model), QStringList({"z", "b10", "b9", "A"}));
-        QCOMPARE(held.data(Qt::EditRole).toString(), QString("b9"));
-        QCOMPARE(held.row(), 2);
-        // Read again: what went goes, what came stands in its place, what moved moves, the held row stays itself.
-        rows = {entry("new", true), entry("A"), entry("b9", false, {}, 70), entry("c")};
-        model.setRows(rows);
-        QCOMPARE(names(model), QStringList({"new", "A", "b9", "c"}));
-        QCOMPARE(held.data(Qt::EditRole).toString(), QString("b9"));
-        QCOMPARE(model.entry("b9")->size, 70LL);
+        const auto sorted = [&rows](const DriveSort &by) {
+            QStringList all;
+            for (int row : DriveOrder::of(rows, by))
+                all << rows.at(row).name;
+            return all.join(' ');
+        };
+        QCOMPARE(sorted({DriveSort::Name, false}), QString("z A b9 b10"));
+        QCOMPARE(sorted({DriveSort::Size, true}), QString("z A b9 b10"));
+        QCOMPARE(sorted({DriveSort::Size, false}), QString("z b10 b9 A"));
+        QRandomGenerator dice(7);
+        for (int i = 0; i < 300; ++i) {
+            rows << entry(QString("%1%2.%3").arg(QChar('a' + dice.bounded(3))).arg(dice.bounded(120)).arg(QChar('x' + dice.bounded(3))),
+                          dice.bounded(9) == 0, QString::number(i), dice.bounded(40));
+            rows.last().updatedAt = dice.bounded(50);
+        }
+        for (int column : {DriveSort::Name, DriveSort::Time, DriveSort::Kind, DriveSort::Size})
+            for (bool down : {false, true}) {
+                DriveOrder pieces({DriveSort::Name, !down});
+                for (int from = 0, many = 1; from < rows.size(); from += many++) {
+                    pieces.add(rows.mid(from, many));
+                    if (from > 100)
+                        pieces.resort({column, down});
+                }
+                QCOMPARE(pieces.order(), DriveOrder::of(rows, {column, down}));
+            }
     }
-    // A big folder comes in pieces, is found by its names before the last piece is there, and may shrink meanwhile.
+    // Pieces that come between the rows that are there, a list that is read again, rows that go: what is held, chosen
+    // and seen stays itself.
     void pieces()
     {
         FolderModel model;
-        QVector<FileView> rows;
-        for (int i = 0; i < 3 * FolderModel::Piece + 7; ++i)
-            rows << entry(QString("file%1").arg(i, 6, 10, QChar('0')));
-        model.setRows(rows);
-        QCOMPARE(model.rowCount(), FolderModel::Piece);
-        QVERIFY(model.filling() && model.taken("FILE012345") && !model.indexOf("file012345").isValid());
-        model.remove({"file000001", "file012345"});
-        QTRY_VERIFY(!model.filling());
-        QCOMPARE(model.rowCount(), rows.size() - 2);
-        QVERIFY(!model.taken("file012345"));
-        model.setRows(rows); // too long to be patched: what was seen is there at once
-        QCOMPARE(model.rowCount(), rows.size() - 2);
-        QCOMPARE(model.next("file0101", 20), 10100);
-        QCOMPARE(model.next("FILE0000", 9999), 0); // round
+        FolderTable table(&model, nullptr);
+        ThumbStore thumbs([](const FileView &, const std::function<void(const QByteArray &)> &) {}, nullptr);
+        FolderGrid grid(&model, &thumbs, nullptr);
+        for (QAbstractItemView *view : QList<QAbstractItemView *>{&table, &grid}) {
+            view->resize(300, 300);
+            view->show();
+        }
+        QVector<FileView> all;
+        DriveOrder order;
+        const auto add = [&](int from, int step, int many) {
+            QVector<FileView> rows;
+            for (int i = 0; i < many; ++i)
+                rows << entry(QString("file%1").arg(from + i * step), false, QString("i%1").arg(from + i * step));
+            all += rows;
+            order.add(rows);
+            model.add(rows, order.order(), {});
+        };
+        add(0, 3, 400);
+        QCoreApplication::processEvents();
+        table.verticalScrollBar()->setValue(100 * 36 + 7);
+        grid.verticalScrollBar()->setValue(50 * FolderGrid::Height + 9);
+        const QString top = model.at(table.rowAt(0)).name, small = model.at(grid.seenRows().first).name;
+        table.selectionModel()->select(model.index(200, 0), QItemSelectionModel::Select | QItemSelectionModel::Rows);
+        const auto same = [&] {
+            return model.at(table.rowAt(0)).name == top && table.rowViewportPosition(table.rowAt(0)) == -7 &&
+                   model.at(grid.seenRows().first).name == small && grid.verticalScrollBar()->value() % FolderGrid::Height == 9 &&
+                   table.selectionModel()->selectedRows().value(0).data(FolderModel::IdRole) == QVariant("i600");
+        };
+        QVERIFY(same());
+        add(2, 3, 400);
+        QCOMPARE(model.rowCount(), 800);
+        QCOMPARE(model.at(1).name, QString("file2"));
+        QVERIFY(same());
+        QCOMPARE(model.addNew("new", "7").row(), 0); // it stands at the top until it has its name
+        model.remove({"i3", "i9", "i15", "i21", "i27", "i33", "i600"});
+        add(1, 3, 400); // its sender knows nothing of either
+        QCOMPARE(model.rowCount(), 1200 + 1 - 7);
+        QVERIFY(model.at(0).isNew() && !model.indexOf("i27").isValid() && model.taken("FILE28") && !model.taken("file27"));
+        QVERIFY(!table.selectionModel()->hasSelection());
+        model.remove({FileView::NewDir});
+        const QString seen = model.at(table.rowAt(0)).name;
+
+        const QPersistentModelIndex held = model.indexOf("i602"), gone = model.indexOf("i1198");
+        all.resize(900);
+        std::reverse(all.begin(), all.end()); // another order, others went
+        all << entry("file601", false, "other");
+        model.setRows(all, DriveOrder::of(all, {}), {});
+        QCOMPARE(model.rowCount(), 901);
+        QVERIFY(held.data(FolderModel::IdRole) == QVariant("i602") && !gone.isValid());
+        QCOMPARE(model.at(table.rowAt(0)).name, seen);
+        model.setOrder(DriveOrder::of(model.stock(), {DriveSort::Name, true}), {DriveSort::Name, true});
+        QCOMPARE(model.next("file60", 0), model.indexOf("i609").row());
         QCOMPARE(model.next("none", 0), -1);
-        model.open(2);
-        QCOMPARE(model.rowCount(), 0);
-        QTest::qWait(0);
-        QCOMPARE(model.rowCount(), 0); // no piece of the old list comes after
+    }
+    // A listing read byte by byte is the same as at once; half of one, or none, isn't JSON.
+    void listing_data()
+    {
+        QTest::addColumn<QByteArray>("json");
+        QTest::addColumn<QString>("entries"); // ids; then how many couldn't be used; "-": refused
+        const QByteArray a = "{'id':'1','name':'a\\']},{','type':1,'size':5}", b = "{'id':2,'name':'b','type':2,'more':[{'x':[]}]}";
+        QTest::newRow("files below data") << "{'code':0,'data':{'files':[ " + a + " , " + b + " ],'total':2}}"
+                                          << "1 2 +0";
+        QTest::newRow("the first that has some") << "{'list':[],'files':[" + b + "],'resultFiles':[" + a + "]}"
+                                                 << "2 +0";
+        QTest::newRow("data is the list") << "{'data':[" + a + "]}"
+                                          << "1 +0";
+        QTest::newRow("empty") << QByteArray("{'data':{'files':[]}}") << "+0";
+        QTest::newRow("none") << QByteArray("{'data':{'other':[1]}}") << "-";
+        QTest::newRow("other kinds, twice the same, itself")
+            << "{'list':[1,'x',null,{'id':'7','name':'self','type':2}," + a + "," + a + "]}"
+            << "1 +5";
+        QTest::newRow("half of it") << "{'list':[" + a + ","
+                                    << "-";
+        QTest::newRow("not JSON within") << "{'list':[" + a + ",{oops}]}"
+                                         << "-";
+        QTest::newRow("not JSON") << QByteArray("<html>[{'list'") << "-";
+        QTest::newRow("deep") << "{'list':[],'x':" + QByteArray(100, '[') + QByteArray(100, ']') + "}"
+                              << "-";
+    }
+    void listing()
+    {
+        QFETCH(QByteArray, json);
+        json.replace('\'', '"');
+        for (int step : {1, 7, json.size()}) {
+            DriveListing listing("7");
+            QStringList got;
+            for (int at = 0; at < json.size(); at += step) {
+                listing.add(json.mid(at, step));
+                for (const SubFile &one : listing.take())
+                    got << one.id;
+            }
+            DriveRest::Reply reply;
+            const bool good = DriveRest::read(DriveRest::List, FuncBody::fromBytes(listing.rest()), "7", &reply);
+            QTEST(good ? (got << QString("+%1").arg(listing.unusable())).join(' ') : QString("-"), "entries");
+            QVERIFY(reply.entries.isEmpty());
+        }
     }
     void typedNames()
     {
         FolderModel model;
-        model.setRows({entry("alpha"), entry("arm"), entry("arnold"), entry("beta")});
+        model.setRows({entry("alpha"), entry("arm"), entry("arnold"), entry("beta")}, {0, 1, 2, 3}, {});
         TypedName typed;
         QCOMPARE(typed.type(model, "a", 0, 0), 1);    // the next one
         QCOMPARE(typed.type(model, "r", 1, 100), 1);  // "ar": this one still fits

@@ -1,6 +1,6 @@
 #include "transfer/drive/DriveRest.h"
+#include "transfer/drive/DriveListing.h"
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
 #include <QSet>
@@ -15,83 +15,11 @@ QString unreadable() { return QCoreApplication::translate("DriveRest", "云盘�
 
 QString encoded(const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); }
 
-QString textOf(const QJsonObject &object, const char *key)
-{
-    const QVariant value = object.value(QLatin1String(key)).toVariant();
-    return value.type() == QVariant::Double ? QString::number(value.toDouble(), 'f', 0) : value.toString();
-}
-
-qlonglong countOf(const QJsonObject &object, const char *key)
-{
-    bool good = false;
-    const qlonglong value = object.value(QLatin1String(key)).toVariant().toLongLong(&good);
-    return good && value >= 0 ? value : -1;
-}
-
 double numberOf(const QJsonObject &object, const char *key)
 {
     bool good = false;
     const double value = object.value(QLatin1String(key)).toVariant().toDouble(&good);
     return good && value >= 0 ? value : -1;
-}
-
-// Milliseconds, seconds, or a text in the local time.
-qlonglong timeOf(const QJsonObject &object, const char *key)
-{
-    constexpr qlonglong FirstMs = 100000000000;
-    const QString text = textOf(object, key);
-    bool number = false;
-    const qlonglong value = text.toLongLong(&number);
-    if (number)
-        return value <= 0 ? 0 : value < FirstMs ? value * 1000 : value;
-    QDateTime time = QDateTime::fromString(text, QStringLiteral("yyyy-MM-dd HH:mm:ss"));
-    if (!time.isValid())
-        time = QDateTime::fromString(text, Qt::ISODateWithMs);
-    return time.isValid() ? qMax<qlonglong>(0, time.toMSecsSinceEpoch()) : 0;
-}
-
-QString hashOf(const QJsonObject &object)
-{
-    for (const char *key : {"hash", "md5", "ETag", "etag"}) {
-        const QString text = textOf(object, key).toLower();
-        const auto hex = [](QChar c) { return (c >= '0' && c <= '9') || (c >= 'a' && c <= 'f'); };
-        if (text.size() == 32 && std::all_of(text.begin(), text.end(), hex))
-            return text;
-    }
-    return {};
-}
-
-// False: id, kind, size or name can't be used.
-bool takeEntry(const QJsonObject &object, SubFile *entry)
-{
-    entry->id = textOf(object, "id");
-    entry->name = textOf(object, "name");
-    entry->type = object.value(QLatin1String("type")).toVariant().toInt();
-    const bool folder = entry->type == SubFile::Folder;
-    const bool root = folder && entry->id == QLatin1String(SubFile::Root);
-    if (!DriveRest::usableId(entry->id) || (entry->type != SubFile::File && !folder) ||
-        !(root || DriveRest::usableName(entry->name)))
-        return false;
-    entry->size = folder ? 0 : countOf(object, "size");
-    if (entry->size < 0 || entry->size > DriveRest::MaxSize)
-        return false;
-    entry->parent = textOf(object, "parent");
-    entry->createdAt = timeOf(object, "createdAt");
-    entry->updatedAt = timeOf(object, "updatedAt");
-    entry->diskName = textOf(object, "diskName");
-    entry->resultId = textOf(object, "resultId");
-    for (const char *key : {"ordernum", "orderNum", "num"}) {
-        if (entry->ordernum.isEmpty())
-            entry->ordernum = textOf(object, key);
-    }
-    entry->hash = hashOf(object);
-    entry->containFile = countOf(object, "containFile");
-    entry->containFolder = countOf(object, "containFolder");
-    if (object.contains(QLatin1String("fileType")))
-        entry->fileType = object.value(QLatin1String("fileType")).toVariant().toInt();
-    else
-        entry->fileType = entry->resultId.isEmpty() ? DriveRest::Input : DriveRest::Result;
-    return true;
 }
 
 // The list wherever a service of this family puts it. False: there is none.
@@ -122,7 +50,7 @@ bool readList(const QJsonObject &object, const QString &folder, DriveRest::Reply
     seen.reserve(list.size());
     for (const QJsonValue &value : qAsConst(list)) {
         SubFile entry;
-        const bool good = value.isObject() && takeEntry(value.toObject(), &entry) &&
+        const bool good = value.isObject() && DriveListing::entry(value.toObject(), &entry) &&
                           (folder.isEmpty() || (entry.id != folder && entry.id != QLatin1String(SubFile::Root))) &&
                           !seen.contains(entry.id);
         if (good) {
@@ -140,7 +68,7 @@ bool readEntry(const QJsonObject &object, DriveRest::Reply *reply)
     for (const QJsonObject &place : {object.value(QLatin1String("data")).toObject(), object}) {
         reply->usedG = qMax(reply->usedG, numberOf(place, "usedSize"));
         reply->sizeG = qMax(reply->sizeG, numberOf(place, "size"));
-        if (takeEntry(place, &reply->entry))
+        if (DriveListing::entry(place, &reply->entry))
             return true;
     }
     reply->entry = {};
@@ -314,6 +242,12 @@ DriveRest &DriveRest::failed(const std::function<void(const QString &)> &end)
     return refused([end](const Reply &reply) { end(reply.text); }).lost(end);
 }
 
+DriveRest &DriveRest::pieces(Piece piece)
+{
+    m_piece = std::move(piece);
+    return *this;
+}
+
 void DriveRest::send(QObject *guard) { ask(*this, guard, true); }
 
 void DriveRest::ask(const DriveRest &question, QObject *guard, bool again)
@@ -327,11 +261,20 @@ void DriveRest::ask(const DriveRest &question, QObject *guard, bool again)
         }
         Request request = question.m_request;
         request.url = url + question.m_path;
+        const auto listing = question.m_piece ? std::make_shared<DriveListing>(question.m_folder) : nullptr;
+        if (listing)
+            request.arrived = [listing, piece = question.m_piece](const QByteArray &bytes) {
+                listing->add(bytes);
+                const QVector<SubFile> fresh = listing->take();
+                return fresh.isEmpty() || piece(fresh);
+            };
         WebAsk ask = question.m_verb == NetWork::Get    ? WebAsk::get(request)
                      : question.m_verb == NetWork::Post ? WebAsk::post(request)
                      : question.m_verb == NetWork::Put  ? WebAsk::put(request)
                                                         : WebAsk::del(request);
-        const auto end = [question, guard, again](const FuncBody &rep) { question.end(rep, guard, again); };
+        const auto end = [question, guard, again, listing](const FuncBody &rep) {
+            question.end(rep, guard, again, listing.get());
+        };
         ask.within(question.m_ms)
             .answered(end)
             .refused(end)
@@ -343,15 +286,16 @@ void DriveRest::ask(const DriveRest &question, QObject *guard, bool again)
     });
 }
 
-void DriveRest::end(const FuncBody &rep, QObject *guard, bool again) const
+void DriveRest::end(const FuncBody &rep, QObject *guard, bool again, const DriveListing *listing) const
 {
-    const FuncBody body = rep.ok() ? rep : FuncBody::fromBytes(rep.raw);
+    const FuncBody body = rep.ok() && !listing ? rep : FuncBody::fromBytes(rep.ok() ? listing->rest() : rep.raw);
     if (body.code == StaleToken && again) {
         NetWork::instance()->clearFarm(m_farm);
         return ask(*this, guard, false);
     }
     Reply reply;
     if (rep.ok() && read(m_wanted, body, m_folder, &reply)) {
+        reply.unusable += listing ? listing->unusable() : 0;
         if (m_answered)
             m_answered(reply);
         return;

@@ -29,6 +29,8 @@
 #include "db/DriveRecords.h"
 #include "io/WebAsk.h"
 
+class DriveListing;
+
 class DriveRest
 {
 public:
@@ -63,7 +65,11 @@ public:
     // Bytes from..to of a file, both included; for what is small (a picture that is shown). A transfer uses DownHttp.
     static DriveRest content(int farmId, int fileType, const QString &id, qint64 from, qint64 to);
 
-    DriveRest &within(int ms);
+    // The entries of a list as they arrive, before the end, which then has none of them; false: enough, and there will
+    // be no end. What came before a refusal or a loss is a part of the list.
+    using Piece = std::function<bool(const QVector<SubFile> &entries)>;
+    DriveRest &pieces(Piece piece);
+    DriveRest &within(int ms); // of a list in pieces: since the last one
     DriveRest &answered(Answer end);
     DriveRest &refused(Answer end);
     DriveRest &lost(Lost end);
@@ -83,7 +89,7 @@ public:
 private:
     DriveRest(NetWork::Verb verb, int farmId, const QString &path, Wanted wanted);
     static void ask(const DriveRest &question, QObject *guard, bool again);
-    void end(const FuncBody &rep, QObject *guard, bool again) const;
+    void end(const FuncBody &rep, QObject *guard, bool again, const DriveListing *listing) const;
     NetWork::Verb m_verb;
     int m_farm, m_ms = WebAsk::DefaultMs;
     QString m_path, m_folder;
@@ -91,4 +97,5 @@ private:
     Wanted m_wanted;
     Answer m_answered, m_refused;
     Lost m_lost;
+    Piece m_piece;
 };

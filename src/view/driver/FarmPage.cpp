@@ -59,12 +59,15 @@ FarmPage::FarmPage(int farmId, const QString &farmName, DriveDesk *desk, QWidget
     connect(m_model, &FolderModel::named, this, &FarmPage::named);
     connect(m_model, &FolderModel::rowsChanged, this, &FarmPage::itemSelectChanged);
     connect(m_model, &FolderModel::sortWanted, this, [this](int column, bool down) {
-        if (m_model->rows().isEmpty())
-            return m_model->setOrdered({}, column, down);
+        const DriveSort by{column, down};
+        if (m_reading)
+            m_desk->resort(m_reading, by);
+        if (m_inPieces)
+            return;
         const int round = m_round;
-        m_desk->sort(m_model->rows(), {column, down}, this, [this, round, column, down](const QVector<FileView> &rows) {
+        m_desk->sort(m_model->stock(), by, this, [this, round, by](const QVector<int> &order) {
             if (round == m_round)
-                m_model->setOrdered(rows, column, down);
+                m_model->setOrder(order, by);
         });
     });
     connect(m_model, &QAbstractItemModel::headerDataChanged, m_table->viewport(), QOverload<>::of(&QWidget::update));
@@ -222,7 +225,6 @@ void FarmPage::dressView(QAbstractItemView *view, NameItem *names)
 
 QAbstractItemView *FarmPage::view() const { return static_cast<QAbstractItemView *>(m_stack->currentWidget()); }
 QString FarmPage::error() const { return m_errorLine->isHidden() ? QString() : m_errorText->text(); }
-bool FarmPage::busy() const { return m_busy->busy(); }
 
 void FarmPage::setThumbnails(bool on)
 {
@@ -327,11 +329,21 @@ void FarmPage::read()
     const int round = ++m_round;
     setError({});
     m_busy->setBusy(true, tr("正在读取…"));
+    m_inPieces = m_model->rowCount() == 0;
     const bool search = m_path->searching();
     const DriveRest question = search ? DriveRest::search(m_farm, m_type, m_searched, {m_folder})
                                       : DriveRest::children(m_farm, m_type, m_folder);
-    m_desk->rows(question, search ? QString() : m_folder, {m_model->column(), m_model->down()}, this,
-                 [this, round, id = m_folder](const DriveDesk::Answer &answer) { arrived(round, id, answer); });
+    const DriveDesk::Pieces pieces = [this](const DriveDesk::Piece &piece) { came(piece); };
+    m_reading = m_desk->rows(
+        question, search ? QString() : m_folder, m_model->by(), this, m_inPieces ? pieces : DriveDesk::Pieces(),
+        [this, round, id = m_folder](const DriveDesk::Answer &answer) { arrived(round, id, answer); });
+}
+
+void FarmPage::came(const DriveDesk::Piece &piece)
+{
+    m_busy->setBusy(false);
+    m_model->add(piece.rows, piece.order, piece.by);
+    showPlace();
 }
 
 void FarmPage::arrived(int round, const QString &id, const DriveDesk::Answer &answer)
@@ -339,11 +351,16 @@ void FarmPage::arrived(int round, const QString &id, const DriveDesk::Answer &an
     if (round != m_round) // another folder meanwhile, or a later answer
         return;
     m_busy->setBusy(false);
+    m_reading.reset();
+    const bool pieces = std::exchange(m_inPieces, false);
+    followSelection();
+    if (!answer.good && pieces && m_model->rowCount() > 0)
+        return setError(tr("列表没有读完：%1").arg(answer.text));
     if (answer.refused && !m_path->searching() && id != Root)
         return gone(round, id, answer.text);
     if (!answer.good)
         return setError(answer.text);
-    if (editing()) {
+    if (editing() && !pieces) {
         m_readAgain = true;
         return;
     }
@@ -355,17 +372,22 @@ void FarmPage::arrived(int round, const QString &id, const DriveDesk::Answer &an
         empty->setTexts(m_path->searching() ? tr("没有找到文件") : tr("文件夹为空"), input ? hint : QString());
     if (!m_path->searching())
         m_tree->fillTree(answer.folders, id);
-    m_model->setRows(answer.rows);
+    if (!pieces)
+        m_model->setRows(answer.rows, answer.order, answer.by);
     if (answer.reply.unusable > 0)
         Toast::show(this, tr("有 %1 项的名称或编号无法识别，未显示").arg(answer.reply.unusable));
-    if (!m_selectAfter.isEmpty()) {
-        const QStringList names = std::exchange(m_selectAfter, {});
-        for (const FileView &row : m_model->rows())
-            if (names.contains(row.name)) {
-                view()->setCurrentIndex(m_model->indexOf(row.id));
-                break;
-            }
-    } else if (!view()->currentIndex().isValid() && m_model->rowCount() > 0) {
+    showPlace();
+    m_selectAfter.clear();
+}
+
+void FarmPage::showPlace()
+{
+    for (int row = 0; row < m_model->rowCount() && !m_selectAfter.isEmpty(); ++row)
+        if (m_selectAfter.contains(m_model->at(row).name)) {
+            view()->setCurrentIndex(m_model->index(row, 0));
+            m_selectAfter.clear();
+        }
+    if (m_selectAfter.isEmpty() && !view()->currentIndex().isValid() && m_model->rowCount() > 0) {
         view()->selectionModel()->setCurrentIndex(m_model->index(0, 0), QItemSelectionModel::NoUpdate);
     }
 }
@@ -388,15 +410,14 @@ void FarmPage::gone(int round, const QString &id, const QString &text)
 void FarmPage::branch(const QString &id)
 {
     const int type = m_type;
-    m_desk->rows(DriveRest::children(m_farm, type, id), id, {}, this,
-                 [this, id, type](const DriveDesk::Answer &answer) {
-                     if (type != m_type)
-                         return;
-                     if (answer.good)
-                         m_tree->fillTree(answer.folders, id);
-                     else
-                         m_tree->failed(id);
-                 });
+    m_desk->folders(DriveRest::children(m_farm, type, id), id, this, [this, id, type](const DriveDesk::Answer &answer) {
+        if (type != m_type)
+            return;
+        if (answer.good)
+            m_tree->fillTree(answer.folders, id);
+        else
+            m_tree->failed(id);
+    });
 }
 
 void FarmPage::driverSearh(QString name, QString id)

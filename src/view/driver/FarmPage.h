@@ -49,7 +49,7 @@ public:
     ThumbStore *thumbs() const { return m_thumbs; }
     QAction *action(const QString &name) const { return m_actions.value(name); }
     QString error() const;
-    bool busy() const;
+    bool busy() const { return m_reading != nullptr; } // what is seen isn't all, or not the latest
     QVector<const FileView *> chosen() const;
     void setFileType(int type); // 1 project files, 2 results
     void setThumbnails(bool on);
@@ -100,7 +100,9 @@ private:
                  std::function<void()> run);
 
     void read();
+    void came(const DriveDesk::Piece &piece);
     void arrived(int round, const QString &id, const DriveDesk::Answer &answer);
+    void showPlace(); // of what was chosen before the list was read
     void gone(int round, const QString &id, const QString &text);
     void askChain(const QString &id);
     void setChain(const QVector<FileView> &chain);
@@ -141,8 +143,10 @@ private:
     DriveDesk *m_desk;
     int m_type = DriveRest::Input;
     QString m_folder = QLatin1String(SubFile::Root), m_searched;
-    int m_round = 0; // of listings: an answer to an earlier one means nothing
+    int m_round = 0;           // of listings: an answer to an earlier one means nothing
+    DriveDesk::Held m_reading; // the listing that is under way
     int m_chainRound = 0;
+    bool m_inPieces = false;  // it's shown as it comes
     bool m_readAgain = false; // once the name is typed
     QVector<FileView> m_chain;
     FolderModel *m_model;

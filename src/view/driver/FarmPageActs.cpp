@@ -167,7 +167,7 @@ void FarmPage::followSelection()
     qlonglong bytes = 0;
     for (const FileView *row : rows)
         bytes += row->isFolder() ? 0 : row->size;
-    const QString all = tr("共 %1 项").arg(m_model->rows().size());
+    const QString all = (busy() ? tr("共 %1 项，正在读取…") : tr("共 %1 项")).arg(m_model->rowCount());
     m_count->setText(rows.isEmpty() ? all
                                     : tr("%1，已选 %2 项（%3）").arg(all).arg(rows.size()).arg(DriveText::size(bytes)));
 }

@@ -1,152 +1,190 @@
 #include "view/driver/FolderModel.h"
 #include "common/ui/Delegates.h"
 #include "common/ui/Palette.h"
+#include <bitset>
+#include <QSet>
 
 namespace
 {
-constexpr int PatchRows = 5000; // a longer list that is read again is put in the old one's place
+constexpr int FewRanges = 4; // that are removed one by one, so that the view goes on to the next row by itself
 } // namespace
 
-FolderModel::FolderModel(QObject *parent) : QAbstractTableModel(parent)
-{
-    m_filling.setInterval(0);
-    connect(&m_filling, &QTimer::timeout, this, &FolderModel::fill);
-}
+FolderModel::FolderModel(QObject *parent) : QAbstractTableModel(parent) {}
 
 void FolderModel::open(int fileType)
 {
     beginResetModel();
-    m_filling.stop();
     m_fileType = fileType;
     m_rows.clear();
+    m_hashes.clear();
+    m_order.clear();
+    m_gone.clear();
+    m_naming = false;
     m_shown = 0;
     endResetModel();
     emit headerDataChanged(Qt::Horizontal, 0, Columns - 1);
     emit rowsChanged();
 }
 
-void FolderModel::setRows(const QVector<FileView> &rows)
+void FolderModel::append(const QVector<FileView> &rows)
 {
-    if (patch(rows))
-        return emit rowsChanged();
-    beginResetModel();
-    const int before = m_shown;
-    m_rows = rows;
-    m_shown = qMin(m_rows.size(), qMax(Piece, before)); // what was shown already needn't be waited for
-    endResetModel();
-    if (filling())
-        m_filling.start();
+    m_rows += rows;
+    m_hashes.reserve(m_hashes.capacity() < std::size_t(m_rows.size()) ? std::size_t(m_rows.size()) * 2
+                                                                      : m_hashes.capacity());
+    for (const FileView &row : rows)
+        m_hashes.push_back(qHash(row.id));
+}
+
+void FolderModel::add(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by)
+{
+    append(rows);
+    const bool sorted = !(by == m_by);
+    m_by = by;
+    emit aboutToMerge();
+    arrange(kept(order));
+    emit merged();
+    if (sorted)
+        emit headerDataChanged(Qt::Horizontal, 0, Columns - 1);
     emit rowsChanged();
 }
 
-bool FolderModel::patch(const QVector<FileView> &rows)
+void FolderModel::setRows(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by)
 {
-    if (m_rows.isEmpty() || filling() || m_rows.size() > PatchRows || rows.size() > PatchRows)
-        return false;
-    QSet<QString> old, fresh;
-    for (const FileView &row : qAsConst(m_rows))
-        old.insert(row.id);
-    for (const FileView &row : rows)
-        fresh.insert(row.id);
-    for (int row = m_rows.size() - 1; row >= 0; --row)
-        if (!fresh.contains(m_rows.at(row).id)) {
-            beginRemoveRows({}, row, row);
-            m_rows.remove(row);
-            --m_shown;
-            endRemoveRows();
-        }
-    for (int row = 0; row < rows.size(); ++row) {
-        const FileView &wanted = rows.at(row);
-        if (row < m_rows.size() && m_rows.at(row).id == wanted.id) {
-            const bool same = m_rows.at(row).shownAs(wanted);
-            m_rows[row] = wanted;
-            if (!same)
-                changed(row);
-            continue;
-        }
-        if (old.contains(wanted.id)) { // stands further down
-            const int from = rowOf(wanted.id);
-            beginMoveRows({}, from, from, {}, row);
-            m_rows.move(from, row);
-            m_rows[row] = wanted;
-            endMoveRows();
-            changed(row);
-            continue;
-        }
-        beginInsertRows({}, row, row);
-        m_rows.insert(row, wanted);
-        ++m_shown;
-        endInsertRows();
-    }
-    return true;
+    emit aboutToMerge();
+    const QVector<FileView> before = std::exchange(m_rows, {});
+    m_hashes.clear();
+    m_gone.clear();
+    m_naming = false;
+    append(rows);
+    m_by = by;
+    arrange(order, [&](const QVector<int> &numbers) {
+        QStringList ids;
+        for (int number : numbers)
+            ids << (number < 0 || number >= before.size() ? QString() : before.at(number).id);
+        return numbersOf(ids);
+    });
+    emit merged();
+    emit rowsChanged();
 }
 
-void FolderModel::fill()
+void FolderModel::setOrder(const QVector<int> &order, const DriveSort &by)
 {
-    const int last = qMin(m_shown + Piece, m_rows.size()) - 1;
-    if (last >= m_shown) {
-        beginInsertRows({}, m_shown, last);
-        m_shown = last + 1;
-        endInsertRows();
-    }
-    if (!filling()) {
-        m_filling.stop();
-        emit rowsChanged();
-    }
-}
-
-void FolderModel::setOrdered(const QVector<FileView> &rows, int column, bool down)
-{
-    if (rows.size() != m_rows.size())
+    if (order.size() != m_rows.size())
         return;
-    emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
-    const QModelIndexList held = persistentIndexList();
-    QStringList ids;
-    QHash<QString, int> places; // of the rows that someone holds on to
-    for (const QModelIndex &index : held) {
-        ids << m_rows.at(index.row()).id;
-        places.insert(ids.last(), -1);
-    }
-    m_rows = rows;
-    m_column = column;
-    m_down = down;
-    for (int row = 0; row < m_shown && !places.isEmpty(); ++row)
-        if (const auto it = places.find(m_rows.at(row).id); it != places.end())
-            *it = row;
-    QModelIndexList moved;
-    for (int i = 0; i < held.size(); ++i) {
-        const int row = places.value(ids.at(i));
-        moved << (row < 0 ? QModelIndex() : index(row, held.at(i).column()));
-    }
-    changePersistentIndexList(held, moved);
-    emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    m_by = by;
+    arrange(kept(order));
     emit headerDataChanged(Qt::Horizontal, 0, Columns - 1);
 }
 
-int FolderModel::rowOf(const QString &id) const
+QVector<int> FolderModel::kept(const QVector<int> &order) const
 {
-    for (int row = 0; row < m_rows.size(); ++row)
-        if (m_rows.at(row).id == id)
-            return row;
-    return -1;
+    if (m_gone.isEmpty() && !m_naming)
+        return order;
+    QVector<int> kept;
+    kept.reserve(order.size() + 1);
+    if (m_naming)
+        kept.append(NewRow);
+    for (int number : order)
+        if (!m_gone.value(number))
+            kept.append(number);
+    return kept;
 }
+
+// More rows come at the end before the order changes, fewer go from the end after it: what someone holds on to is moved
+// in between, and nothing that stays is ever taken for gone.
+void FolderModel::arrange(const QVector<int> &order, const Renumbered &renumbered)
+{
+    const QVector<int> before = std::exchange(m_order, order);
+    const int rows = order.size();
+    if (rows > m_shown) {
+        beginInsertRows({}, m_shown, rows - 1);
+        m_shown = rows;
+        endInsertRows();
+    }
+    const bool behind =
+        !renumbered && before.size() <= rows && std::equal(before.cbegin(), before.cend(), order.cbegin());
+    if (!behind) {
+        emit layoutAboutToBeChanged({}, QAbstractItemModel::VerticalSortHint);
+        const QModelIndexList held = persistentIndexList();
+        QHash<int, int> seen; // a row is held once for each of its columns
+        QVector<int> numbers;
+        for (const QModelIndex &index : held)
+            if (!seen.contains(index.row())) {
+                seen.insert(index.row(), numbers.size());
+                numbers << before.value(index.row(), None);
+            }
+        if (renumbered)
+            numbers = renumbered(numbers);
+        QVector<int> places; // row by number
+        if (!numbers.isEmpty()) {
+            places.fill(-1, m_rows.size() + 1);
+            for (int row = 0; row < rows; ++row)
+                places[order.at(row) + 1] = row;
+        }
+        QModelIndexList moved;
+        moved.reserve(held.size());
+        for (const QModelIndex &index : held) {
+            const int number = numbers.at(seen.value(index.row())), row = number < NewRow ? -1 : places.at(number + 1);
+            moved << (row < 0 ? QModelIndex() : this->index(row, index.column()));
+        }
+        changePersistentIndexList(held, moved);
+        emit layoutChanged({}, QAbstractItemModel::VerticalSortHint);
+    }
+    if (rows < m_shown) {
+        beginRemoveRows({}, rows, m_shown - 1);
+        m_shown = rows;
+        endRemoveRows();
+    }
+}
+
+const FileView &FolderModel::at(int row) const
+{
+    const int number = m_order.at(row);
+    return number == NewRow ? m_new : m_rows.at(number);
+}
+
+int FolderModel::numberOf(const QString &id) const { return numbersOf({id}).first(); }
+
+QVector<int> FolderModel::numbersOf(const QStringList &ids) const
+{
+    constexpr uint Bits = 1 << 16;
+    std::bitset<Bits> may; // most rows are passed by without looking at their text
+    QHash<QString, int> wanted;
+    for (const QString &id : ids) {
+        may.set(qHash(id) % Bits);
+        wanted.insert(id, None);
+    }
+    if (const auto fresh = wanted.find(QLatin1String(FileView::NewDir)); fresh != wanted.end() && m_naming)
+        *fresh = NewRow;
+    for (std::size_t i = 0; i < m_hashes.size(); ++i)
+        if (may.test(m_hashes[i] % Bits) && !m_gone.value(int(i)))
+            if (const auto known = wanted.find(m_rows.at(int(i)).id); known != wanted.end())
+                *known = int(i);
+    QVector<int> numbers;
+    for (const QString &id : ids)
+        numbers << wanted.value(id);
+    return numbers;
+}
+
+int FolderModel::rowOf(int number) const { return number == None ? -1 : m_order.indexOf(number); }
 
 const FileView *FolderModel::entry(const QString &id) const
 {
-    const int row = rowOf(id);
-    return row < 0 ? nullptr : &m_rows.at(row);
+    const int number = numberOf(id);
+    return number == None ? nullptr : number == NewRow ? &m_new : &m_rows.at(number);
 }
 
 QModelIndex FolderModel::indexOf(const QString &id, int column) const
 {
-    const int row = rowOf(id);
-    return row < 0 || row >= m_shown ? QModelIndex() : index(row, column);
+    const int row = rowOf(numberOf(id));
+    return row < 0 ? QModelIndex() : index(row, column);
 }
 
 bool FolderModel::taken(const QString &name) const
 {
-    for (const FileView &row : m_rows)
-        if (row.name.compare(name, Qt::CaseInsensitive) == 0) // a folder of it may be fetched to Windows
+    for (int row = 0; row < m_rows.size(); ++row) // a folder of it may be fetched to Windows: case doesn't count
+        if (const QString &other = m_rows.at(row).name;
+            other.size() == name.size() && !m_gone.value(row) && other.compare(name, Qt::CaseInsensitive) == 0)
             return true;
     return false;
 }
@@ -155,7 +193,7 @@ int FolderModel::next(const QString &typed, int from) const
 {
     for (int step = 0; step < m_shown; ++step) {
         const int row = (qMax(0, from) + step) % m_shown;
-        if (m_rows.at(row).name.startsWith(typed, Qt::CaseInsensitive))
+        if (at(row).name.startsWith(typed, Qt::CaseInsensitive))
             return row;
     }
     return -1;
@@ -163,61 +201,81 @@ int FolderModel::next(const QString &typed, int from) const
 
 void FolderModel::changed(int row)
 {
-    if (row < m_shown)
+    if (row >= 0)
         emit dataChanged(index(row, 0), index(row, Columns - 1));
 }
 
 void FolderModel::setPending(const QStringList &ids, const QString &text)
 {
-    const QSet<QString> wanted(ids.begin(), ids.end());
-    int first = -1, last = -1;
-    for (int row = 0; row < m_rows.size(); ++row) {
-        if (!wanted.contains(m_rows.at(row).id))
-            continue;
-        m_rows[row].pending = text;
-        first = first < 0 ? row : first;
-        last = row;
-    }
-    if (first >= 0 && first < m_shown)
-        emit dataChanged(index(first, 0), index(qMin(last, m_shown - 1), Columns - 1));
+    const QVector<int> numbers = numbersOf(ids);
+    for (int number : numbers)
+        if (number != None)
+            row(number).pending = text;
+    if (numbers.size() == 1)
+        changed(rowOf(numbers.first()));
+    else if (m_shown > 0)
+        emit dataChanged(index(0, 0), index(m_shown - 1, Columns - 1));
     emit rowsChanged();
 }
 
 void FolderModel::rename(const QString &id, const QString &name)
 {
-    if (const int row = rowOf(id); row >= 0) {
-        m_rows[row].name = name;
-        changed(row);
+    if (const int number = numberOf(id); number != None) {
+        row(number).name = name;
+        changed(rowOf(number));
     }
 }
 
 void FolderModel::remove(const QStringList &ids)
 {
-    const QSet<QString> gone(ids.begin(), ids.end());
-    for (int row = m_rows.size() - 1; row >= 0; --row) {
-        if (!gone.contains(m_rows.at(row).id))
-            continue;
-        if (row >= m_shown) {
-            m_rows.remove(row);
-            continue;
+    QVector<bool> gone(m_rows.size() + 1);
+    bool some = false; // of the list itself
+    for (int number : numbersOf(ids)) {
+        if (number != None)
+            gone[number + 1] = true;
+        some = some || number >= 0;
+    }
+    QVector<int> left;
+    QVector<QPair<int, int>> ranges; // of rows
+    for (int row = 0; row < m_order.size(); ++row) {
+        if (!gone.at(m_order.at(row) + 1))
+            left.append(m_order.at(row));
+        else if (!ranges.isEmpty() && ranges.last().second == row - 1)
+            ranges.last().second = row;
+        else
+            ranges.append({row, row});
+    }
+    m_naming = m_naming && !gone.first();
+    if (some) {
+        m_gone.resize(m_rows.size());
+        for (int number = 0; number < m_gone.size(); ++number)
+            m_gone[number] = m_gone.at(number) || gone.at(number + 1);
+    }
+    if (ranges.size() > FewRanges) {
+        emit aboutToMerge();
+        arrange(left);
+        emit merged();
+    } else {
+        for (auto range = ranges.crbegin(); range != ranges.crend(); ++range) {
+            beginRemoveRows({}, range->first, range->second);
+            m_order.remove(range->first, range->second - range->first + 1);
+            m_shown = m_order.size();
+            endRemoveRows();
         }
-        beginRemoveRows({}, row, row);
-        m_rows.remove(row);
-        --m_shown;
-        endRemoveRows();
     }
     emit rowsChanged();
 }
 
 QModelIndex FolderModel::addNew(const QString &name, const QString &parent)
 {
-    FileView row;
-    row.id = QLatin1String(FileView::NewDir);
-    row.name = name;
-    row.parent = parent;
-    row.type = SubFile::Folder;
+    m_new = {};
+    m_new.id = QLatin1String(FileView::NewDir);
+    m_new.name = name;
+    m_new.parent = parent;
+    m_new.type = SubFile::Folder;
     beginInsertRows({}, 0, 0);
-    m_rows.prepend(row);
+    m_order.prepend(NewRow);
+    m_naming = true;
     ++m_shown;
     endInsertRows();
     emit rowsChanged();
@@ -229,9 +287,9 @@ int FolderModel::columnCount(const QModelIndex &parent) const { return parent.is
 
 QVariant FolderModel::data(const QModelIndex &index, int role) const
 {
-    if (!index.isValid() || index.row() >= m_shown)
+    if (!index.isValid() || index.row() >= m_order.size())
         return {};
-    const FileView &row = m_rows.at(index.row());
+    const FileView &row = at(index.row());
     switch (role) {
     case Qt::DisplayRole:
         if (index.column() == Name)
@@ -285,9 +343,9 @@ QVariant FolderModel::headerData(int section, Qt::Orientation orientation, int r
 Qt::ItemFlags FolderModel::flags(const QModelIndex &index) const
 {
     Qt::ItemFlags flags = QAbstractTableModel::flags(index) | Qt::ItemNeverHasChildren;
-    if (!index.isValid())
+    if (!index.isValid() || index.row() >= m_order.size())
         return flags;
-    const FileView &row = m_rows.at(index.row());
+    const FileView &row = at(index.row());
     if (row.pending.isEmpty() && !row.isNew())
         flags |= Qt::ItemIsDragEnabled;
     if (index.column() == Name && m_fileType == 1 && row.pending.isEmpty())
@@ -299,7 +357,7 @@ bool FolderModel::setData(const QModelIndex &index, const QVariant &value, int r
 {
     if (role != Qt::EditRole || !index.isValid())
         return false;
-    emit named(m_rows.at(index.row()).id, value.toString());
+    emit named(at(index.row()).id, value.toString());
     return true;
 }
 

@@ -1,11 +1,10 @@
 #pragma once
-// What lies in the folder that is open, or what a search found: rows in their order, shown in pieces, so that a folder
-// of a hundred thousand entries neither opens nor sorts in one long step. A list that is read again changes in place
-// where it's short; what is selected and seen stays. Main thread; owned by the farm's page.
-#include "view/driver/FileView.h"
+// What lies in the folder that is open, or what a search found. Rows are kept as they came and shown in an order of
+// their numbers, which is worked out elsewhere (DriveOrder): a folder of a million entries opens in pieces, sorts and
+// is read again without a long step, and what is selected and seen stays. Main thread; owned by the farm's page.
+#include "view/driver/DriveOrder.h"
+#include <functional>
 #include <QAbstractTableModel>
-#include <QSet>
-#include <QTimer>
 
 class FolderModel : public QAbstractTableModel
 {
@@ -13,22 +12,20 @@ class FolderModel : public QAbstractTableModel
 public:
     enum Column { Name, Time, Kind, Size, Columns }; // Kind: of results the order number
     enum Role { IdRole = Qt::UserRole + 1 };
-    static constexpr int Piece = 5000; // rows that come in one step
 
     explicit FolderModel(QObject *parent = nullptr);
     void open(int fileType); // empties it for another list
-    // The whole list anew, sorted by column() already.
-    void setRows(const QVector<FileView> &rows);
-    const QVector<FileView> &rows() const { return m_rows; } // all, also those that aren't shown yet
-    bool filling() const { return m_shown < m_rows.size(); }
+    // A piece more; the order is that of all that came since open().
+    void add(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by);
+    // The whole list read again: what is no longer in it goes.
+    void setRows(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by);
+    void setOrder(const QVector<int> &order, const DriveSort &by); // of the same rows
+    const QVector<FileView> &stock() const { return m_rows; }      // as they came, with those that were removed
 
-    int column() const { return m_column; } // sorted by
-    bool down() const { return m_down; }
-    void setOrdered(const QVector<FileView> &rows, int column, bool down); // the same rows, sorted elsewhere
-
-    const FileView &at(int row) const { return m_rows.at(row); }
+    const DriveSort &by() const { return m_by; }
+    const FileView &at(int row) const;
     const FileView *entry(const QString &id) const;
-    QModelIndex indexOf(const QString &id, int column = Name) const; // invalid: not there, or not shown yet
+    QModelIndex indexOf(const QString &id, int column = Name) const; // invalid: not there
     bool taken(const QString &name) const;
     int next(const QString &typed, int from) const; // row whose name begins so, from there on and round; -1: none
 
@@ -49,15 +46,28 @@ signals:
     void named(QString id, QString name); // an edit ended
     void sortWanted(int column, bool down);
     void rowsChanged();
+    void aboutToMerge(); // rows come or go between those that are seen: who shows them keeps its place
+    void merged();
 
 private:
-    void fill();
-    bool patch(const QVector<FileView> &rows); // in place; false: too much differs
+    static constexpr int NewRow = -1, None = -2; // in the order: the row that is being named
+    // renumbered: the numbers that old ones have now; none: the same.
+    using Renumbered = std::function<QVector<int>(const QVector<int> &numbers)>;
+    void arrange(const QVector<int> &order, const Renumbered &renumbered = {});
+    QVector<int> kept(const QVector<int> &order) const;   // with the new row, without those that were removed
+    QVector<int> numbersOf(const QStringList &ids) const; // of each, None where it isn't there
+    int numberOf(const QString &id) const;
+    int rowOf(int number) const;
+    FileView &row(int number) { return number == NewRow ? m_new : m_rows[number]; }
+    void append(const QVector<FileView> &rows);
     void changed(int row);
-    int rowOf(const QString &id) const;
 
     QVector<FileView> m_rows;
-    int m_shown = 0, m_fileType = 1, m_column = Name;
-    bool m_down = false;
-    QTimer m_filling;
+    std::vector<uint> m_hashes; // of their ids
+    QVector<int> m_order;
+    QVector<bool> m_gone; // by number; empty: none was removed
+    FileView m_new;
+    bool m_naming = false;
+    int m_shown = 0, m_fileType = 1;
+    DriveSort m_by;
 };

@@ -108,8 +108,8 @@ FolderTable::FolderTable(FolderModel *model, QWidget *parent)
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setMinimumSectionSize(64);
     connect(horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int section) {
-        const bool again = m_model->column() == section;
-        m_model->sort(section, again && !m_model->down() ? Qt::DescendingOrder : Qt::AscendingOrder);
+        const bool again = m_model->by().column == section;
+        m_model->sort(section, again && !m_model->by().down ? Qt::DescendingOrder : Qt::AscendingOrder);
     });
     setShowGrid(false);
     setWordWrap(false);
@@ -125,6 +125,17 @@ FolderTable::FolderTable(FolderModel *model, QWidget *parent)
     setContextMenuPolicy(Qt::CustomContextMenu);
     setItemDelegate(new TextItem(this));
     setItemDelegateForColumn(FolderModel::Name, m_names);
+    connect(model, &FolderModel::aboutToMerge, this, [this] {
+        m_top = verticalScrollBar()->value() > 0 ? m_model->index(rowAt(0), 0) : QModelIndex();
+        m_above = m_top.isValid() ? rowViewportPosition(m_top.row()) : 0;
+    });
+    connect(model, &FolderModel::merged, this, [this] {
+        if (m_top.isValid()) {
+            updateGeometries();
+            verticalScrollBar()->setValue(verticalHeader()->sectionPosition(m_top.row()) - m_above);
+        }
+        m_top = QModelIndex();
+    });
 }
 
 void FolderTable::keyboardSearch(const QString &key)
@@ -166,6 +177,16 @@ FolderGrid::FolderGrid(FolderModel *model, ThumbStore *thumbs, QWidget *parent)
     connect(thumbs, &ThumbStore::ready, this, [this] { viewport()->update(); });
     connect(model, &QAbstractItemModel::layoutChanged, viewport(), QOverload<>::of(&QWidget::update));
     connect(model, &QAbstractItemModel::rowsRemoved, this, [this] { updateGeometries(); });
+    connect(model, &FolderModel::aboutToMerge, this, [this] {
+        m_top = verticalOffset() > 0 ? m_model->index(seenRows().first, 0) : QModelIndex();
+        m_above = verticalOffset() % Height;
+    });
+    connect(model, &FolderModel::merged, this, [this] {
+        updateGeometries();
+        if (m_top.isValid())
+            verticalScrollBar()->setValue(m_top.row() / across() * Height + m_above);
+        m_top = QModelIndex();
+    });
 }
 
 int FolderGrid::across() const { return qMax(1, viewport()->width() / Width); }

@@ -71,6 +71,8 @@ private:
     NameItem *m_names;
     TypedName m_typed;
     QElapsedTimer m_clock;
+    QPersistentModelIndex m_top; // the row at the top, while rows come and go
+    int m_above = 0;
 };
 
 // Places are worked out, none is stored: a million entries cost nothing.
@@ -113,4 +115,6 @@ private:
     NameItem *m_names;
     TypedName m_typed;
     QElapsedTimer m_clock;
+    QPersistentModelIndex m_top;
+    int m_above = 0;
 };

@@ -39,13 +39,13 @@ MoveFarmFile::MoveFarmFile(int farmId, DriveDesk *desk, int count, const QVector
 
 void MoveFarmFile::branch(const QString &id)
 {
-    m_desk->rows(DriveRest::children(m_farm, DriveRest::Input, id), id, {}, this,
-                 [this, id](const DriveDesk::Answer &answer) {
-                     if (answer.good)
-                         return m_tree->fillTree(answer.folders, id);
-                     m_tree->failed(id);
-                     setError(answer.text, [this, id] { branch(id); });
-                 });
+    m_desk->folders(DriveRest::children(m_farm, DriveRest::Input, id), id, this,
+                    [this, id](const DriveDesk::Answer &answer) {
+                        if (answer.good)
+                            return m_tree->fillTree(answer.folders, id);
+                        m_tree->failed(id);
+                        setError(answer.text, [this, id] { branch(id); });
+                    });
 }
 
 void MoveFarmFile::on_picOpen_clicked()
