@@ -241,6 +241,8 @@ static void hardwareIsTold()
     HOLDS(managementFacts("Win32_NoSuchClass", "Name").empty());
     SAME(managementFacts("Win32_OperatingSystem", "Caption").size(), std::size_t(isWindows() ? 1 : 0));
     HOLDS(!isWindows() || volumeSerial().size() == 9);
+    HOLDS(bootMark().size() > 8 && bootMark().find_first_of(" \n") == std::string::npos);
+    SAME(bootMark(), bootMark());
     SAME(joinFacts({"a", "b"}), std::string("[a][b]"));
     for (const Adapter &adapter : adapters())
         SAME(adapter.mac.size(), std::size_t(17));

@@ -1,3 +1,4 @@
+#include "common/platform/Platform.h"
 #include "common/VFunc.h"
 #include "support/Row.h"
 #include "support/TestMain.h"
@@ -58,6 +59,10 @@ private slots:
         addRow("fresh", -1, QByteArray(), 0);
         addRow("padded", 5000, QByteArray("      1000"), 1000);
         addRow("complete", 5000, QByteArray("      5000"), 5000);
+        const QByteArray now = QByteArray::fromStdString(platform::bootMark());
+        addRow("noted before a kill", 5000, "      1000\n      3000 " + now, 3000);
+        addRow("noted before a power cut", 5000, QByteArray("      1000\n      3000 another"), 1000);
+        addRow("noted beyond the size", 5000, "      1000\n      5001 " + now, 1000);
         addRow("garbage", 5000, QByteArray("12a\0\xff", 5), 0);
         addRow("empty", 5000, QByteArray(), 0);
         addRow("negative", 5000, QByteArray("       -10"), 0);
@@ -105,6 +110,10 @@ private slots:
         QCOMPARE(again.position(), 3003);
         QTRY_VERIFY_WITH_TIMEOUT((again.position() < 5000 ? again.write("x", 1) : again.keep()) == 0 && again.mark() > 3003, 5000);
         QVERIFY(again.mark() <= again.position());
+        again.discard();
+        QCOMPARE(again.open(1 << 20), 0); // a range after the other is noted, as a kill would find it
+        QCOMPARE(again.write(bytes(PartialFile::NoteStep).constData(), PartialFile::NoteStep), 0);
+        QVERIFY(get(m_target + ".vd").startsWith("         0\n    262144 "));
         again.discard();
         QVERIFY(QDir(m_dir->filePath("sub")).isEmpty());
     }

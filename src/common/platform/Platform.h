@@ -92,6 +92,10 @@ struct Adapter {
 std::vector<Adapter> adapters(); // without those that adapterSkipped() names
 bool adapterSkipped(const std::string &description);
 
+// Tells this start of the machine from every other one: what a program wrote since is there even if the program was
+// killed, what it wrote before may be lost. No blanks in it; empty where it can't be told.
+std::string bootMark();
+
 // --- Files.
 std::int64_t freeSpace(const std::string &path); // for this user, at the nearest existing parent; -1 on failure
 bool syncFile(int fd);                           // what was written is on the medium

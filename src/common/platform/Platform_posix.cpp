@@ -181,6 +181,8 @@ Hardware hardware()
 
 std::vector<std::string> managementFacts(const std::string &, const std::string &) { return {}; }
 
+std::string bootMark() { return trimmed(readText("/proc/sys/kernel/random/boot_id")); }
+
 std::string volumeSerial()
 {
     struct stat root, device;

@@ -168,6 +168,23 @@ Hardware hardware()
     return facts;
 }
 
+// The moment of the start, as the kernel keeps it.
+std::string bootMark()
+{
+    using Query = LONG(WINAPI *)(ULONG, void *, ULONG, ULONG *);
+    struct {
+        LARGE_INTEGER bootTime, rest[5];
+    } facts = {};
+    constexpr ULONG TimeOfDay = 3;
+    const HMODULE kernel = GetModuleHandleW(L"ntdll.dll");
+    const auto query =
+        kernel ? reinterpret_cast<Query>(reinterpret_cast<void *>(GetProcAddress(kernel, "NtQuerySystemInformation")))
+               : nullptr;
+    if (!query || query(TimeOfDay, &facts, sizeof facts, nullptr) != 0 || facts.bootTime.QuadPart == 0)
+        return {};
+    return std::to_string(facts.bootTime.QuadPart);
+}
+
 std::string volumeSerial()
 {
     wchar_t windows[MAX_PATH] = L"C:\\";

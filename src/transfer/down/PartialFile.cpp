@@ -1,4 +1,5 @@
 #include "transfer/down/PartialFile.h"
+#include "common/platform/Platform.h"
 #include "common/VFunc.h"
 #include "common/WinUtil.h"
 #include "transfer/down/TrailingHash.h"
@@ -11,7 +12,15 @@
 namespace
 {
 constexpr int MarkWidth = 10;
-constexpr int MarkRead = 64; // more isn't a number of ours
+constexpr int MarkRead = 128; // more isn't ours
+
+const QByteArray &thisStart()
+{
+    static const QByteArray mark = QByteArray::fromStdString(platform::bootMark());
+    return mark;
+}
+
+QByteArray padded(qint64 position) { return QByteArray::number(position).rightJustified(MarkWidth, ' '); }
 
 std::string raw(const QString &text) { return text.toStdString(); }
 
@@ -122,8 +131,10 @@ int PartialFile::openFiles()
         return TransSet::OpenFailed;
     }
     m_position = readMark();
-    if (m_position != m_mark && (!m_side.resize(0) || writeMark(m_position) != 0))
+    const bool stands = m_position == m_mark && m_sideSize <= padded(m_mark).size();
+    if (!stands && ((m_position > 0 && !VFunc::syncFile(m_temp.handle())) || writeMark(m_position) != 0))
         return TransSet::AccessFailed;
+    m_noted = m_position;
     m_sinceSync.start();
     return m_temp.seek(m_position) ? 0 : int(TransSet::AccessFailed);
 }
@@ -145,14 +156,21 @@ int PartialFile::grow(qint64 upTo)
     return 0;
 }
 
-// Where to go on. m_mark is what the file said (-1: no number), so that a number that doesn't hold is written anew.
+// Where to go on. m_mark is what the file said (-1: nothing that holds), so that what doesn't hold is written anew.
 qint64 PartialFile::readMark()
 {
+    const QList<QByteArray> lines = m_side.read(MarkRead).split('\n');
+    const qint64 most = qMin(m_size, m_temp.size());
     bool number = false;
-    m_mark = QString::fromLatin1(m_side.read(MarkRead)).trimmed().toLongLong(&number);
-    if (!number || m_side.size() > MarkRead)
+    m_mark = lines.first().trimmed().toLongLong(&number);
+    m_sideSize = m_side.size();
+    if (!number || m_sideSize > MarkRead || m_mark < 0 || m_mark > most) {
         m_mark = -1;
-    return m_mark >= 0 && m_mark <= qMin(m_size, m_temp.size()) ? m_mark : 0;
+        return 0;
+    }
+    const QList<QByteArray> note = lines.value(1).simplified().split(' ');
+    const qint64 noted = note.size() == 2 && note.at(1) == thisStart() ? note.at(0).toLongLong() : 0;
+    return noted > m_mark && noted <= most ? noted : m_mark;
 }
 
 void PartialFile::trail(const std::atomic_bool &stop)
@@ -185,6 +203,10 @@ int PartialFile::write(const char *data, qint64 length)
     }
     if (m_hash)
         m_hash->advance(m_position);
+    if (m_position - m_noted >= NoteStep) {
+        if (const int bad = writeMark(m_mark))
+            return bad;
+    }
     return keep();
 }
 
@@ -224,14 +246,20 @@ int PartialFile::takeSync(bool wait)
     return TransSet::AccessFailed;
 }
 
-int PartialFile::writeMark(qint64 position)
+// synced: bytes that are on the medium; what is written beyond them is noted. In one write, which no kill can halve.
+int PartialFile::writeMark(qint64 synced)
 {
-    const QByteArray text = QByteArray::number(position).rightJustified(MarkWidth, ' ');
-    if (!m_side.seek(0) || m_side.write(text) != text.size()) {
+    QByteArray text = padded(synced);
+    if (m_position > synced && !thisStart().isEmpty())
+        text += '\n' + padded(m_position) + ' ' + thisStart();
+    const bool shorter = text.size() < m_sideSize;
+    if (!m_side.seek(0) || m_side.write(text) != text.size() || (shorter && !m_side.resize(text.size()))) {
         qWarning().noquote() << "PartialFile::writeMark" << m_side.fileName() << m_side.errorString();
         return m_side.error() == QFileDevice::ResourceError ? TransSet::DiskFull : TransSet::AccessFailed;
     }
-    m_mark = position;
+    m_sideSize = text.size();
+    m_mark = synced;
+    m_noted = m_position;
     return 0;
 }
 

@@ -1,9 +1,10 @@
 #pragma once
 // A download on its way: "<target>.xtemp" holds the data at full size, "<target>.vd" the number of bytes that are good,
 // in decimal text, right-aligned in 10 characters. The number is written only once the data before it is on the medium
-// (a sync on a side thread each second), so that it never runs ahead, not even through a power cut; what a crash costs
-// is about a second of the stream. A big file's hash is worked out behind the writing position while the rest arrives.
-// One thread: the worker's. Results are 0 or an error code of TransSet.
+// (a sync on a side thread each second), so that it never runs ahead, not even through a power cut, which costs about
+// a second of the stream. While bytes arrive a second line tells what is written beyond it and since which start of
+// the machine (platform::bootMark): a killed program goes on from there. A big file's hash is worked out behind the
+// writing position while the rest arrives. One thread: the worker's. Results are 0 or an error code of TransSet.
 //
 // The folder may be shared with others: it's reached step by step from the root, the partial files are made anew or
 // known as our own, and nothing is written through a link that another user planted (see platform::Folder).
@@ -26,6 +27,7 @@ public:
     static constexpr int Stopped = -1;
     static constexpr int KeepMs = 1000;
     static constexpr qint64 TrailFrom = 8 * 1024 * 1024; // smaller files are hashed at the end
+    static constexpr qint64 NoteStep = 262144;           // bytes between two notes of what is written
     static constexpr qint64 Step = 64 * 1024 * 1024;     // the file grows by this much at a time
     static constexpr qint64 Spare = 1073741824;          // bytes that stay free on the drive
 
@@ -65,7 +67,7 @@ private:
     int openFiles();
     int grow(qint64 upTo);
     qint64 readMark();
-    int writeMark(qint64 position);
+    int writeMark(qint64 synced);
     bool syncRunning() const;
     int takeSync(bool wait);
     void close();
@@ -73,7 +75,7 @@ private:
     const QString m_target, m_root, m_name;
     std::unique_ptr<platform::Folder> m_folder;
     QFile m_temp, m_side;
-    qint64 m_size = 0, m_position = 0, m_mark = 0;
+    qint64 m_size = 0, m_position = 0, m_mark = 0, m_noted = 0, m_sideSize = 0;
     qint64 m_grown = 0; // bytes that the file has been given
     bool m_ownSync = true;
     std::future<bool> m_sync;
