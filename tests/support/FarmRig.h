@@ -53,7 +53,7 @@ public:
         Ask(cmd, body)
             .any([&](int, const QJsonDocument &doc) { reply = doc.object(), over = true; })
             .lost([&](Ask::Loss) { over = true; })
-            .send(qApp);
+            .send(QCoreApplication::instance());
         return QTest::qWaitFor([&] { return over; }) ? reply : QJsonObject();
     }
     // All commands answered with this code, or no longer ("").

@@ -81,6 +81,8 @@ BaseMission::BaseMission(TaskFilter::Page kind, TaskDesk *desk, QWidget *parent)
     setFocusProxy(m_table);
 }
 
+BaseMission::~BaseMission() { delete m_table; } // it draws from the filter
+
 void BaseMission::build()
 {
     RecordView *view = m_table->view();

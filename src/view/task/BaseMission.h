@@ -22,6 +22,7 @@ class BaseMission : public BaseWidget
 public:
     static constexpr int DelayMs = 1000;
     BaseMission(TaskFilter::Page kind, TaskDesk *desk, QWidget *parent);
+    ~BaseMission() override;
     TablePage *table() const { return m_table; }
     TaskModel *model() const { return m_model; }
     TaskFilterMenus *filters() const { return m_menus; }

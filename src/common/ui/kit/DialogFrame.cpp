@@ -82,6 +82,9 @@ DialogFrame::DialogFrame(const QString &name, const QString &title, QWidget *par
     body()->addLayout(m_row);
 }
 
+// The focus leaves the fields while they go with the dialog.
+DialogFrame::~DialogFrame() { disconnect(qApp, nullptr, this, nullptr); }
+
 void DialogFrame::setHeading(const QString &text, const QString &tip)
 {
     m_heading->setText(fontMetrics().elidedText(text, Qt::ElideMiddle, 520));

@@ -19,6 +19,7 @@ class DialogFrame : public BaseWidget
 public:
     enum ButtonKind { Plain, Primary, Close, Left }; // Left: at the other side of the row
     DialogFrame(const QString &name, const QString &title, QWidget *parent);
+    ~DialogFrame() override;
 
     QVBoxLayout *content() const { return m_content; }
     void setHeading(const QString &text, const QString &tip = {}); // what the dialog is about: a file's name
