@@ -7288,4 +7288,11 @@ Type: %2<byte value="xd"/>
         <translation>%1 only on the drive or different</translation>
     </message>
 </context>
+<context>
+    <name>UploadDDAO</name>
+    <message>
+        <source>传输记录曾损坏，缺 %1 个文件，请核对</source>
+        <translation>The record of this transfer was damaged, %1 files are missing from it; please compare both sides</translation>
+    </message>
+</context>
 </TS>

@@ -48,6 +48,8 @@ UploadDDAO::UploadDDAO(int which, const QString &connection, const QString &file
 
 int UploadDDAO::waiting() const { return m_which == Down ? FileStates::DownWait : FileStates::UpWait; }
 
+int UploadDDAO::cancelled() const { return m_which == Down ? FileStates::DownCancel : FileStates::UpCancel; }
+
 QVariantList UploadDDAO::failedStates() const
 {
     return m_which == Down ? QVariantList{int(FileStates::DownError), int(FileStates::DownGaveUp)}
@@ -71,22 +73,87 @@ bool UploadDDAO::open(const QString &userDir)
     if (number("select count(fok) from farm_sum") == 0)
         exec("insert into farm_sum (fok,fsum) values (?,?)", {0, 0});
     if (m_which == Ok)
-        return true;
-    exec("update farm set dirstate = ? where dirstate = ?", {int(DirWalking), int(DirDue)});
-    const int running = m_which == Down ? FileStates::DownRun : FileStates::UpRun;
+        return true; // TransokDHandler knows what is left over
+    for (const QString &table : tables()) {
+        if (table.contains('_') && table != QLatin1String("farm_sum"))
+            m_lastPri = qMax(m_lastPri, number(QStringLiteral("select max(pri) from %1").arg(table), {}, 0));
+    }
+    mendFarms();
+    QSet<qlonglong> known;
     for (const db_upfarmD &farm : farms()) {
-        if (!makeTables(farm.pri))
-            continue;
-        for (const QString &table : {dirTable(farm.pri), fileTable(farm.pri)})
-            exec(QStringLiteral("update %1 set state = ? where state = ?").arg(table), {waiting(), running});
-        const int hidden = change(QStringLiteral("delete from %1 where state = ?").arg(fileTable(farm.pri)), {Hidden});
-        if (hidden > 0)
-            totalRows(farm.pri);
-        m_lastPri = qMax(m_lastPri, number(QStringLiteral("select max(pri) from %1").arg(fileTable(farm.pri)), {}, 0));
-        m_lastPri = qMax(m_lastPri, number(QStringLiteral("select max(pri) from %1").arg(dirTable(farm.pri)), {}, 0));
+        known.insert(farm.pri);
+        if (makeTables(farm.pri))
+            mendRows(farm);
+    }
+    for (qlonglong stray : tableFarms() - known) {
+        qWarning().noquote() << "UploadDDAO::open tables without a batch:" << m_fileName << stray;
+        removeFarm(stray);
     }
     retotal();
     return true;
+}
+
+// Batches as a damaged disk or another hand may leave them: each can be worked on, or at least be deleted, afterwards.
+void UploadDDAO::mendFarms()
+{
+    const int none = change("delete from farm where pri <= 0"); // no table can be called after them
+    const int odd = change("update farm set state = ? where state is null or state not in (?,?,?,?)",
+                           {waiting() + 2, waiting(), waiting() + 1, waiting() + 2, cancelled()});
+    if (none > 0 || odd > 0)
+        qWarning().noquote() << "UploadDDAO::mendFarms" << m_fileName << "without a number:" << none
+                             << "paused for their state:" << odd;
+    exec("update farm set dirstate = ? where dirstate is null or dirstate <> ?", {int(DirWalking), int(DirWalked)});
+    exec("update farm set fok = coalesce(fok,0), fsum = coalesce(fsum,0), fup = coalesce(fup,0), "
+         "fsize = coalesce(fsize,0) where fok + fsum + fup + fsize is null");
+    exec("update farm_sum set fok = coalesce(fok,0), fsum = coalesce(fsum,0) where fok + fsum is null");
+}
+
+// The same of the rows of a batch; what ran waits again, what a kill left of a folder goes (it's walked once more).
+void UploadDDAO::mendRows(const db_upfarmD &farm)
+{
+    const QString dirs = dirTable(farm.pri), files = fileTable(farm.pri);
+    Work work(this);
+    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?)").arg(dirs),
+         {waiting(), waiting(), DirFailed});
+    const QVariantList failed = failedStates();
+    const QVariantList states{waiting(), Hidden, waiting(), waiting() + 2, failed.first(), failed.last()};
+    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?,?,?,?)").arg(files), states);
+    const int hidden = change(QStringLiteral("delete from %1 where state = ?").arg(files), {Hidden});
+    const qlonglong rows = countFiles(farm.pri), lost = farm.fsum - farm.fok - rows - hidden;
+    if (hidden > 0 || lost != 0)
+        totalRows(farm.pri);
+    if (lost != 0)
+        qWarning().noquote() << "UploadDDAO::mendRows" << m_fileName << farm.pri << "rows:" << rows << "lost:" << lost;
+    if (lost > 0)
+        exec("update farm set note = ? where pri = ?",
+             {tr("传输记录曾损坏，缺 %1 个文件，请核对").arg(lost), farm.pri});
+    work.commit();
+}
+
+// Each row a number of its own: it's known by it.
+void UploadDDAO::numberRows(const QString &table)
+{
+    QVariantList rows;
+    each(QStringLiteral(
+             "select rowid from %1 where pri is null or rowid not in (select min(rowid) from %1 group by pri)")
+             .arg(table),
+         {}, [&](const Row &row) { rows << row.at(0); });
+    for (const QVariant &row : qAsConst(rows))
+        exec(QStringLiteral("update %1 set pri = ? where rowid = ?").arg(table), {++m_lastPri, row});
+    qWarning().noquote() << "UploadDDAO::numberRows" << m_fileName << table << rows.size();
+}
+
+QSet<qlonglong> UploadDDAO::tableFarms()
+{
+    QSet<qlonglong> set;
+    Locker lock(m_mutex);
+    for (const QString &table : tables()) {
+        bool number = false;
+        const qlonglong farmPri = table.section('_', 1).toLongLong(&number);
+        if (number && (table.startsWith(QLatin1String("dir_")) || table.startsWith(QLatin1String("file_"))))
+            set.insert(farmPri);
+    }
+    return set;
 }
 
 void UploadDDAO::release()
@@ -111,12 +178,18 @@ bool UploadDDAO::makeTables(qlonglong farmPri)
          {}, true);
     if (m_which == Ok)
         return exec(QStringLiteral("create index if not exists %1_ok on %1(oktime)").arg(files));
-    if (m_which == Down)
-        addColumns(files, {{"placed", "int"}});
     bool good = true;
+    if (m_which == Down) {
+        addColumns(files, {{"placed", "int"}});
+        good = exec(QStringLiteral("create index if not exists %1_placed on %1(lpath) where placed = 1").arg(files));
+    }
     for (const QString &table : {dirs, files}) {
         good = exec(QStringLiteral("create index if not exists %1_state on %1(state,pri)").arg(table)) && good;
-        good = exec(QStringLiteral("create index if not exists %1_pri on %1(pri)").arg(table)) && good;
+        exec(QStringLiteral("drop index if exists %1_pri").arg(table)); // of an older file, not unique
+        const QString own = QStringLiteral("create unique index if not exists %1_own on %1(pri)").arg(table);
+        if (number(QStringLiteral("select count(*) from %1 where pri is null").arg(table)) > 0 || !exec(own, {}, true))
+            numberRows(table);
+        good = exec(own) && good;
     }
     return good;
 }
@@ -165,13 +238,11 @@ bool UploadDDAO::addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, c
 bool UploadDDAO::writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files)
 {
     Locker lock(m_mutex);
-    if (!isOpen() || !makeTables(farm.pri))
-        return false;
     Work work(this);
     db_upfarmD row = farm;
     row.dirstate = dirs.isEmpty() ? DirWalked : DirWalking;
     row.fok = row.fup = row.fsum = row.fsize = 0;
-    return work && putFarm(row) && insertDirs(farm.pri, dirs) &&
+    return work && makeTables(farm.pri) && writeRow(row) && insertDirs(farm.pri, dirs) &&
            insertFiles(farm.pri, files, waiting(), &row.fsum, &row.fsize) && addSums(farm.pri, row.fsum, row.fsize) &&
            work.commit();
 }
@@ -179,8 +250,12 @@ bool UploadDDAO::writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs,
 bool UploadDDAO::putFarm(const db_upfarmD &farm)
 {
     Locker lock(m_mutex);
-    if (m_which == Ok && !makeTables(farm.pri))
-        return false;
+    Work work(this);
+    return work && makeTables(farm.pri) && writeRow(farm) && work.commit();
+}
+
+bool UploadDDAO::writeRow(const db_upfarmD &farm)
+{
     const QVariantList values{farm.id,    farm.name,   farm.storage, farm.filetype, farm.lpath,      farm.dpath,
                               farm.pri,   farm.fok,    farm.fsum,    farm.fup,      farm.fsize,      farm.dirstate,
                               farm.state, farm.oktime, farm.ids,     farm.conflict, int(farm.links), farm.note};
@@ -398,8 +473,8 @@ bool UploadDDAO::walked(qlonglong farmPri, const db_updirD &dir, const QList<db_
         if (good && last) {
             good = exec(QStringLiteral("update %1 set state = ? where state = ?").arg(fileTable(farmPri)),
                         {waiting(), Hidden}) &&
-                   exec(QStringLiteral("delete from %1 where %2 = ?").arg(dirRows, keyColumn()),
-                        {m_which == Down ? dir.dpath : dir.lpath}) &&
+                   exec(QStringLiteral("delete from %1 where %2 = ? or pri = ?").arg(dirRows, keyColumn()),
+                        {m_which == Down ? dir.dpath : dir.lpath, dir.pri}) &&
                    endWalk(farmPri);
         }
         if (!good || !work.commit()) {

@@ -5,12 +5,15 @@
 // aren't over; in Ok: all of them). Table names are built from integers only. Any thread.
 //
 // Rows and the sums that tell of them change in one transaction: fsum and fsize are always what is over plus what
-// stands in file_<pri>. Running rows read as waiting in the file, so a kill leaves nothing to clean up; what runs is
-// overlaid where pages are read. Rows of a folder too big for one transaction come in as Hidden and are shown by its
-// last one; those that a kill left go at opening, and the folder is walked again.
+// stands in file_<pri>; a batch, its tables and its first rows come and go in one, too. Running rows read as waiting in
+// the file, so a kill leaves nothing to clean up; what runs is overlaid where pages are read. Rows of a folder too big
+// for one transaction come in as Hidden and are shown by its last one; those that a kill left go at opening, and the
+// folder is walked again. Opening also mends what can't have come from here (states that aren't known, numbers that are
+// missing or stand twice, sums unlike the rows), and says so.
 #include "db/DriveRecords.h"
 #include "db/Store.h"
 #include <QHash>
+#include <QSet>
 
 class UploadDDAO : public Store
 {
@@ -31,7 +34,7 @@ public:
     // The batch with its first folders and files; false: nothing was written.
     // Emits farmAdded either way, when it's on the medium.
     bool addFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
-    bool putFarm(const db_upfarmD &farm);                // the row alone (history)
+    bool putFarm(const db_upfarmD &farm);                // the row and its tables (history)
     db_upfarmD farm(qlonglong farmPri);                  // pri 0: there is none
     QList<db_upfarmD> farms();                           // in the order of work; Ok: the latest first
     QList<db_upfarmD> active(int limit);                 // waiting or running, with file work or without
@@ -41,6 +44,8 @@ public:
     bool setNote(qlonglong farmPri, const QString &note); // emits note
     bool removeFarm(qlonglong farmPri);                   // with its tables; sums follow
     bool keepFarms(int most);                             // history: the oldest go
+    QSet<qlonglong> tableFarms();                         // that have tables, whether a row or not
+    int cancelled() const;                                // state of a batch that is being deleted
     void sums(qlonglong *fok, qlonglong *fsum);
 
     // Folders.
@@ -58,13 +63,15 @@ public:
     bool setState(qlonglong farmPri, qlonglong filePri, int state, int error);
     bool setMeasure(qlonglong farmPri, const db_upfile &file); // hash, size, modtime; the batch's bytes follow
     // Of downloads: where they go on this disk (lpath) is decided, for good.
-    bool place(qlonglong farmPri, const QList<db_upfile> &files);
-    QList<db_upfile> placedFiles(qlonglong farmPri, int limit);
+    bool place(qlonglong farmPri, const QList<db_upfile> &files, bool placed = true);
+    bool isPlaced(qlonglong farmPri, const QString &lpath);
+    QList<db_upfile> placedFiles(qlonglong farmPri, const QString &behindPath, int limit); // by their places
     // The rows go and are counted as over, in one transaction; rows that are gone already count nothing. Emits
     // fileDeleted, farmCount, farmSumCount.
     bool finish(qlonglong farmPri, const QList<db_upfile> &files);
     bool addDone(qlonglong farmPri, const QList<db_upfile> &files); // history
     bool removeFile(qlonglong farmPri, qlonglong filePri);          // fsum and fsize follow
+    bool removeDone(qlonglong farmPri, const QString &lpath);       // history
     qlonglong countFiles(qlonglong farmPri);                        // -1 on failure
     qlonglong countFailed(qlonglong farmPri);
     qlonglong countDirs(qlonglong farmPri, bool failed);
@@ -104,7 +111,11 @@ private:
     using Blocks = QMap<qlonglong, int>;
     UploadDDAO(int which, const QString &connection, const QString &fileName);
     QString keyColumn() const;
+    void mendFarms();
+    void mendRows(const db_upfarmD &farm);
+    void numberRows(const QString &table);
     bool makeTables(qlonglong farmPri);
+    bool writeRow(const db_upfarmD &farm);
     bool writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
     bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows, qlonglong *bytes);
     bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs);
@@ -112,6 +123,7 @@ private:
     bool retotal();
     db_upfarmD farmFrom(const Row &row);
     db_upfile fileFrom(const Row &row);
+    qlonglong sizeOf(qlonglong farmPri, qlonglong filePri);
     void tellCount(qlonglong farmPri);
     Blocks &blocks(qlonglong farmPri);
     void count(qlonglong farmPri, qlonglong filePri, int change);

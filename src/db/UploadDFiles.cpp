@@ -75,17 +75,18 @@ bool UploadDDAO::setMeasure(qlonglong farmPri, const db_upfile &file)
     Locker lock(m_mutex);
     Work work(this);
     const QString table = fileTable(farmPri);
-    const qlonglong before = number(QStringLiteral("select size from %1 where pri = ?").arg(table), {file.pri});
+    const qlonglong before = sizeOf(farmPri, file.pri);
     return work && before >= 0 &&
            exec(QStringLiteral("update %1 set hash = ?, size = ?, modtime = ? where pri = ?").arg(table),
                 {file.hash, file.size, file.modtime, file.pri}) &&
            addSums(farmPri, 0, file.size - before) && work.commit();
 }
 
-bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files)
+bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files, bool placed)
 {
     Locker lock(m_mutex);
-    const QString sql = QStringLiteral("update %1 set lpath = ?, placed = 1 where pri = ?").arg(fileTable(farmPri));
+    const QString sql =
+        QStringLiteral("update %1 set lpath = ?, placed = %2 where pri = ?").arg(fileTable(farmPri)).arg(int(placed));
     Work work(this);
     bool good = bool(work);
     for (const db_upfile &file : files)
@@ -93,13 +94,30 @@ bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files)
     return good && work.commit();
 }
 
-QList<db_upfile> UploadDDAO::placedFiles(qlonglong farmPri, int limit)
+bool UploadDDAO::isPlaced(qlonglong farmPri, const QString &lpath)
+{
+    Locker lock(m_mutex);
+    return number(QStringLiteral("select count(*) from %1 where placed = 1 and lpath = ?").arg(fileTable(farmPri)),
+                  {lpath}) > 0;
+}
+
+QList<db_upfile> UploadDDAO::placedFiles(qlonglong farmPri, const QString &behindPath, int limit)
 {
     QList<db_upfile> list;
     Locker lock(m_mutex);
-    each(QStringLiteral("select * from %1 where placed = 1 limit ?").arg(fileTable(farmPri)), {limit},
-         [&](const Row &row) { list << fileFrom(row); });
+    each(QStringLiteral("select * from %1 where placed = 1 and lpath > ? order by lpath limit ?")
+             .arg(fileTable(farmPri)),
+         {behindPath, limit}, [&](const Row &row) { list << fileFrom(row); });
     return list;
+}
+
+// The size that a row tells; -1: there is none. A damaged one may tell less than nothing.
+qlonglong UploadDDAO::sizeOf(qlonglong farmPri, qlonglong filePri)
+{
+    qlonglong size = -1;
+    each(QStringLiteral("select size from %1 where pri = ?").arg(fileTable(farmPri)), {filePri},
+         [&](const Row &row) { size = qMax(0LL, row.at(0).toLongLong()); });
+    return size;
 }
 
 bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
@@ -115,8 +133,7 @@ bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
         qlonglong rows = 0, bytes = 0;
         bool good = bool(work);
         for (const db_upfile &file : files) {
-            const qlonglong size =
-                good ? number(QStringLiteral("select size from %1 where pri = ?").arg(table), {file.pri}) : -1;
+            const qlonglong size = good ? sizeOf(farmPri, file.pri) : -1;
             if (size < 0)
                 continue;
             good = exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {file.pri});
@@ -143,12 +160,10 @@ bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
 bool UploadDDAO::addDone(qlonglong farmPri, const QList<db_upfile> &files)
 {
     Locker lock(m_mutex);
-    if (!hasTables(farmPri) && !makeTables(farmPri))
-        return false;
+    Work work(this);
     const QString sql =
         QStringLiteral("replace into %1 (%2) values (?,?,?,?,?,?,?,?,?,?,?)").arg(fileTable(farmPri), FileColumns);
-    Work work(this);
-    bool good = bool(work);
+    bool good = work && (hasTables(farmPri) || makeTables(farmPri));
     for (const db_upfile &file : files) {
         good = good && exec(sql, {file.id, file.idText, file.lpath, file.remotePath, file.modtime, file.hash, file.size,
                                   file.pri, file.state, file.error, file.oktime});
@@ -162,7 +177,7 @@ bool UploadDDAO::removeFile(qlonglong farmPri, qlonglong filePri)
         Locker lock(m_mutex);
         const QString table = fileTable(farmPri);
         Work work(this);
-        const qlonglong size = number(QStringLiteral("select size from %1 where pri = ?").arg(table), {filePri});
+        const qlonglong size = sizeOf(farmPri, filePri);
         if (!work || size < 0 || !exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {filePri}) ||
             !addSums(farmPri, -1, -size) || !work.commit())
             return false;
@@ -172,6 +187,13 @@ bool UploadDDAO::removeFile(qlonglong farmPri, qlonglong filePri)
     emit fileDeleted(filePri);
     tellCount(farmPri);
     return true;
+}
+
+bool UploadDDAO::removeDone(qlonglong farmPri, const QString &lpath)
+{
+    Locker lock(m_mutex);
+    return !hasTables(farmPri) ||
+           exec(QStringLiteral("delete from %1 where lpath = ?").arg(fileTable(farmPri)), {lpath});
 }
 
 qlonglong UploadDDAO::countFiles(qlonglong farmPri)

@@ -53,6 +53,7 @@ private slots:
     void badNames_data();
     void badNames();
     void givenUp();
+    void cutShort();
 };
 
 // Every byte, every empty folder; nothing that is left out; sums as the rows, and the same again after a restart.
@@ -153,12 +154,16 @@ void DriveRoadTest::conflicts_data()
     QTest::addColumn<bool>("asked");
     QTest::addColumn<Tree>("after");
     const QByteArray a = DriveRig::bytes(5000), b = DriveRig::bytes(6000, 2);
-    const Tree overwritten{{"a", a}, {"b", b}, {"c", "new"}}, both{{"a", a}, {"a (2)", a}, {"b", "old"}, {"b (2)", b}, {"c", "new"}};
+    const Tree overwritten{{"a", a}, {"b", b}, {"b (2)", "own"}, {"c", "new"}, {"d", "1234"}};
+    Tree both{{"a", a}, {"b", "old"}, {"b (2)", "own"}, {"b (3)", b}, {"c", "new"}, {"d", "four"}, {"d (2)", "1234"}};
     QTest::newRow("skip the same") << int(db_upfarmD::SkipSame) << false << overwritten;
     QTest::newRow("overwrite") << int(db_upfarmD::Overwrite) << false << overwritten;
-    QTest::newRow("keep both") << int(db_upfarmD::KeepBoth) << false << both;
     QTest::newRow("asked, overwrite") << int(db_upfarmD::Overwrite) << true << overwritten;
-    QTest::newRow("asked, keep both") << int(db_upfarmD::KeepBoth) << true << Tree{{"a", a}, {"b", "old"}, {"b (2)", b}, {"c", "new"}};
+    QTest::newRow("asked, keep both") << int(db_upfarmD::KeepBoth) << true << both;
+    both.insert("a (2)", a);
+    both.insert("b (2) (2)", "own"); // "b" came first to that name
+    both.insert("b (2)", both.take("b (3)"));
+    QTest::newRow("keep both") << int(db_upfarmD::KeepBoth) << false << both;
 }
 
 void DriveRoadTest::conflicts()
@@ -166,16 +171,16 @@ void DriveRoadTest::conflicts()
     QFETCH(int, mode);
     QFETCH(bool, asked);
     QFETCH(Tree, after);
-    rig->write("src", {{"a", DriveRig::bytes(5000)}, {"b", DriveRig::bytes(6000, 2)}, {"c", "new"}});
-    rig->put({"src/a", "src/b", "src/c"});
+    rig->write("src", {{"a", DriveRig::bytes(5000)}, {"b", DriveRig::bytes(6000, 2)}, {"b (2)", "own"}, {"c", "new"}, {"d", "1234"}});
+    rig->put({"src/a", "src/b", "src/b (2)", "src/c", "src/d"});
     QVERIFY(rig->waitOver(1));
-    rig->write("back", {{"a", DriveRig::bytes(5000)}, {"b", "old"}});
+    rig->write("back", {{"a", DriveRig::bytes(5000)}, {"b", "old"}, {"d", "four"}});
     QSignalSpy questions(UploadDDAO::instance(UploadDDAO::Down), &UploadDDAO::conflict);
     rig->fetch("back", asked ? int(db_upfarmD::NotAsked) : mode);
     if (asked) {
         QVERIFY(questions.wait(10000));
         QVERIFY(QTest::qWaitFor([&] { return rig->read("back").contains("c"); }));
-        QCOMPARE(rig->read("back").value("b"), QByteArray("old"));
+        QCOMPARE(rig->read("back").value("b") + rig->read("back").value("d"), QByteArray("oldfour"));
         DriveQueue::setConflict(questions.first().first().toLongLong(), mode);
     }
     QVERIFY(rig->waitOver(2));
@@ -323,6 +328,46 @@ void DriveRoadTest::givenUp()
     QVERIFY(rig->waitOver(2));
     QVERIFY(rig->read("back") == Tree({{"b", "b"}, {"p/", {}}, {"p/a", "a"}}));
     QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+// What a kill leaves between two of the stores, or of a deletion, is brought to its end by the next start.
+void DriveRoadTest::cutShort()
+{
+    rig->write("src", {{"p/a", "a"}, {"p/b", "b"}});
+    rig->stopQueues();
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up), *down = UploadDDAO::instance(UploadDDAO::Down),
+               *ok = UploadDDAO::instance(UploadDDAO::Ok);
+    QVERIFY(up->open(rig->local(".")) && down->open(rig->local(".")) && ok->open(rig->local(".")));
+    db_upfile a, b, half;
+    a.lpath = rig->local("src/p/a");
+    a.remotePath = "T/p/a";
+    a.size = 1;
+    b = a;
+    b.lpath.back() = b.remotePath.back() = 'b';
+    half.lpath = rig->local("back/half");
+    half.remotePath = "T/half";
+    db_upfarmD farm;
+    farm.id = 1;
+    farm.lpath = rig->local("src");
+    farm.state = TransSet::UpRun;
+    // One in the history, not counted; one in the history as a whole; one that was being deleted; rows of none.
+    farm.pri = 11;
+    QVERIFY(up->addFarm(farm, {}, {a, b}) && ok->addDone(11, up->nextFiles(11, 0, 1)));
+    farm.pri = 21;
+    QVERIFY(up->addFarm(farm, {}, {a}) && ok->addDone(21, up->nextFiles(21, 0, 1)) && up->finish(21, up->nextFiles(21, 0, 1)) &&
+            ok->putFarm(up->farm(21)));
+    farm.pri = 32;
+    farm.lpath = rig->local("back");
+    farm.state = down->cancelled();
+    QVERIFY(down->addFarm(farm, {}, {half, b}) && down->place(32, down->nextFiles(32, -1, 1)) && ok->addDone(32, {a}) &&
+            ok->addDone(42, {b}));
+    rig->write("back", {{"half.xtemp", "ha"}, {"half.vd", "         2"}});
+    QVERIFY(rig->startQueues() && rig->waitOver(2));
+    QVERIFY(QTest::qWaitFor([&] { return down->farms().isEmpty(); }));
+    QCOMPARE(rig->sumsDiffer(), QString());
+    QCOMPARE(rig->read("back").keys(), QStringList());
+    QCOMPARE(ok->tableFarms(), QSet<qlonglong>({11, 21}));
+    QVERIFY(up->tableFarms().isEmpty() && down->tableFarms().isEmpty() && rig->onDrive().contains("T/p/b"));
 }
 
 // What differs is found by size and by hash on both sides, and mended in either direction.

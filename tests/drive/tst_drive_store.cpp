@@ -129,33 +129,59 @@ private slots:
         QCOMPARE(up->farm(1).dirstate, int(UploadDDAO::DirWalking));
     }
 
-    // A file of an older version: no indexes, no added columns, rows that ran, a walk that was due.
-    void olderFile()
+    void damaged_data()
     {
+        QTest::addColumn<QString>("sql");
+        QTest::addColumn<QString>("after"); // state, sums, states and numbers of the rows
+        const QString whole = "10 1 3 10 30 2 2";
+        QTest::newRow("no count") << "update farm set fok = null, fsum = null"
+                                  << "10 0 2 10 30 2 2 10:2 10:3";
+        QTest::newRow("unknown states")
+            << "update farm set state = 77; update file_7 set state = 5 where pri = 3; update farm_sum set fok = null"
+            << "12 1 3 10 30 2 2 10:2 10:3";
+        QTest::newRow("no state") << "update farm set dirstate = null; update file_7 set state = null"
+                                  << "10 1 3 10 30 2 1 10:2 10:3";
+        QTest::newRow("it ran") << "update file_7 set state = 11; update farm set state = 11, dirstate = 0"
+                                << "11 1 3 10 30 2 1 10:2 10:3";
+        QTest::newRow("no number") << "update file_7 set pri = null where pri = 2; update farm_sum set fsum = 9" << whole + " 10:3 10:4";
+        QTest::newRow("one number twice") << "drop index file_7_own; update file_7 set pri = 3" << whole + " 10:3 10:4";
+        QTest::newRow("less than nothing") << "update file_7 set size = -5" << whole + " 10:2 10:3";
+        QTest::newRow("rows gone") << "drop table file_7; drop table dir_7"
+                                   << "10 1 1 10 10 0 2";
+        QTest::newRow("half a folder") << "update file_7 set state = 90 where pri = 2"
+                                       << "10 1 2 10 20 1 2 10:3";
+        QTest::newRow("an older file") << "drop index file_7_own; create index file_7_pri on file_7(pri); alter table farm drop column note"
+                                       << whole + " 10:2 10:3";
+        QTest::newRow("no batch of it")
+            << "insert into farm(pri) values(-4); create table file_9(a); create table dir_9(a); create table dir_x(pri)"
+            << whole + " 10:2 10:3";
+    }
+    // Whatever stands there, each row can be worked on to its end and the batch deleted.
+    void damaged()
+    {
+        QFETCH(QString, sql);
+        QVERIFY(up->addFarm(batch(7), {}, files("x", 3)) && up->finish(7, up->nextFiles(7, 0, 1)));
         up->release();
         {
-            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "older");
-            db.setDatabaseName(folder->filePath("older/qnfileUploadD.db"));
-            QDir().mkpath(folder->filePath("older"));
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "damage");
+            db.setDatabaseName(folder->filePath("qnfileUploadD.db"));
             QVERIFY(db.open());
-            for (const char *sql :
-                 {"create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,fok INTEGER,fsum "
-                  "INTEGER,fup INTEGER,"
-                  "fsize INTEGER,dirstate int,state int,primary key(pri))",
-                  "create table dir_7(ids varchar,lpath varchar,dpath varchar,pri INTEGER,state int,primary key(lpath))",
-                  "create table file_7(id int,ids varchar,lpath varchar,dpath varchar,modtime INTEGER,hash varchar,size INTEGER,pri "
-                  "INTEGER,state int,error "
-                  "int,oktime INTEGER,primary key(lpath))",
-                  "insert into farm values(1,'n',0,1,'/l','D',7,0,1,0,10,0,11)",
-                  "insert into file_7 values(0,'','/l/x','D/x',0,'',10,3,11,0,0)", "insert into dir_7 values('','/l/d','D/d',4,11)"})
-                QVERIFY2(QSqlQuery(db).exec(sql), sql);
+            for (const QString &one : sql.split("; "))
+                QVERIFY2(QSqlQuery(db).exec(one), qPrintable(one));
         }
-        QSqlDatabase::removeDatabase("older");
-        QVERIFY(up->open(folder->filePath("older")));
-        QCOMPARE(up->nextWalk({}).pri, 7);
-        QCOMPARE(up->nextFiles(7, 0, 5).size(), 1);
-        QVERIFY(up->walked(7, up->nextDirs(7, 5).first(), {}, files("new", 1)));
-        QCOMPARE(up->nextFiles(7, 3, 5).first().lpath, QString("/l/new0")); // behind the numbers that stand there
+        QSqlDatabase::removeDatabase("damage");
+        QVERIFY(up->open(folder->path()));
+        QString now = QString("%1 %2").arg(up->farm(7).state).arg(sums(7));
+        for (const db_upfile &row : up->readPage(7, 0))
+            now += QString(" %1:%2").arg(row.state).arg(row.pri);
+        QTEST(now, "after");
+        QCOMPARE(up->tableFarms(), QSet<qlonglong>{7});
+        QVERIFY(up->finish(7, up->readPage(7, 0)) && up->walked(7, dir(""), {}, {}));
+        QCOMPARE(up->countFiles(7), 0);
+        QCOMPARE(up->farm(7).fok, up->farm(7).fsum);
+        QCOMPARE(up->farm(7).note.isEmpty(), sql != "drop table file_7; drop table dir_7");
+        QVERIFY(up->addFarm(batch(8), {dir("d")}, files("y", 2)) && up->removeFarm(8) && up->removeFarm(7));
+        QCOMPARE(total(), QString("0 0"));
     }
 
     // Wherever rows went away, page N begins with row 30 * N.

@@ -1,154 +1,229 @@
-"""Trees go to a drive and come back while the client is killed again and again: during the walk, in the middle of files, at
-the count and at the move into the history. At the end every byte is where it belongs and every sum is that of the rows. The
-moments come from a seed (VN_SEED)."""
+"""Trees go to the drives of two farms and come back, both at once, while the client is killed again and again: at moments
+from a seed (VN_SEED), and right before a change of a store or of a half file that is named (modeldisk.cpp), so that walk,
+files, count and move into the history are all met. Between the kills the client is frozen, batches are paused, continued and
+deleted, the farm dies and links break. At the end every byte is where it belongs, every sum is that of the rows, and nothing
+is left over. VN_KILLS: how many kills."""
 import hashlib
 import json
 import os
 import random
+import signal
+import sys
 import time
+import urllib.error
 import urllib.request
 
 from stories import Failure, digest, run, wait_for
 
-KILLS = 12  # of each direction
+KILLS = int(os.environ.get('VN_KILLS', '44'))
+SINGLE = 'big0'  # each third batch is this file alone
+GROUP = 40  # kills before everything is let come to its end and is compared
 STORES = {'put': 'qnfileUploadD.db', 'get': 'qnfileDownD.db'}
+HISTORY = 'qnfileOkD.db'
+WORKERS = 10
+# Where the cut falls: before the n-th change of such a file, of its tables (#), or of the second kind behind the first.
+PLACES = [('qnfileUploadD.db-wal#', 1), ('qnfileDownD.db-wal#', 1), ('qnfileOkD.db>qnfileUploadD.db', 9), ('qnfileOkD.db>qnfileDownD.db', 9), ('qnfileUploadD.db', 250), ('qnfileDownD.db', 250),
+          ('qnfileOkD.db', 120), ('qnfileUploadD.db>qnfileOkD.db', 9), ('qnfileDownD.db>qnfileOkD.db', 9), ('.vd', 40), ('.xtemp', 60)]
+LIBRARY = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
 
 
 def make_tree(folder, chance):
-    """path -> bytes; folders that are empty end with a slash."""
+    """path -> MD5; folders that are empty end with a slash."""
     tree = {'empty/below/': b'', 'zero': b'', '木 空/é &%+.txt': 'ü'.encode()}
-    for n in range(60):
-        for m in range(chance.randrange(30)):
+    for n in range(25):
+        for m in range(chance.randrange(12)):
             tree['d%d/s%d/f%d' % (n % 7, n, m)] = chance.randbytes(chance.randrange(20000))
-    for n in range(4):
-        tree['big%d' % n] = chance.randbytes(2500000 + chance.randrange(500000))
+    for n in range(3):
+        tree['big%d' % n] = chance.randbytes(1500000 + chance.randrange(1500000))
     for path, content in tree.items():
         full = os.path.join(folder, path)
         os.makedirs(full if path.endswith('/') else os.path.dirname(full), exist_ok=True)
         if not path.endswith('/'):
             with open(full, 'wb') as out:
                 out.write(content)
-    return tree
+    return {path: hashlib.md5(content).hexdigest() for path, content in tree.items()}
 
 
-def drive(rig):
-    """path -> MD5 of what lies on the drive."""
-    with urllib.request.urlopen('http://%s:%d/farm/drive?farm=1&tree=1' % (rig.address, rig.http), timeout=30) as reply:
-        return json.loads(reply.read())['entries']
+class Drives:
+    def __init__(self, rig, folder, chance):
+        self.rig, self.folder, self.chance = rig, folder, chance
+        self.tree = make_tree(os.path.join(folder, 'tree'), chance)
+        self.single = {SINGLE: self.tree[SINGLE]}
+        self.batches = {'put': [], 'get': []}  # numbers; n lies on farm n % 2 + 1
+        self.ids, self.deleted = {}, set()     # (kind, n) -> handle, where the client could still tell it
+        self.kills, self.met = 0, {}
 
+    # --- what is asked for
 
-def standing(rig, kind):
-    """What the kill has cut short."""
-    found = set()
-    for pri, ok, known, walk in rig.rows(STORES[kind], 'select pri, fok, fsum, dirstate from farm'):
-        left = rig.rows(STORES[kind], 'select count(*) from file_%d' % pri)[0][0]
-        if walk == 1:
-            found.add('walk')
-        if left and ok:
-            found.add('files')
-        if not left and walk == 2:
-            found.add('end')
-        done = rig.rows('qnfileOkD.db', "select count(*) from sqlite_master where name = 'file_%d'" % pri)[0][0]
-        if done and rig.rows('qnfileOkD.db', 'select count(*) from file_%d' % pri)[0][0] != ok:
-            found.add('count')  # written as over, not counted yet
-        if known != ok + left:
-            raise Failure('batch %d: %d known, %d over and %d rows' % (pri, known, ok, left))
-    return found
+    def begin(self, kind):
+        n = len(self.batches[kind])
+        self.batches[kind].append(n)
+        below, name = ('/tree', '/' + SINGLE) if n % 3 == 2 else ('', '')
+        if kind == 'put':
+            reply = self.rig.api('/drive/put?farm=%d&path=D/t%d%s' % (n % 2 + 1, n, below), [os.path.join(self.folder, 'tree' + name)])
+        else:
+            reply = self.rig.api('/drive/get?farm=%d&path=D/t%d/tree%s&to=%s%s' % (n % 2 + 1, n % 2, name, self.back(n), below))
+        if reply and reply.get('result') == 1:
+            self.ids[kind, n] = reply['data']['id']
+        return reply
 
+    def back(self, n):
+        return os.path.join(self.folder, 'back%d' % n)
 
-def aim(rig, kind, chance, turn):
-    """Lets the transfer run to the kind of moment that this turn is for."""
-    end = time.monotonic() + 6
-    while time.monotonic() < end:
-        rig.alive()
-        rows = rig.rows(STORES[kind], 'select pri, fok, fsum, dirstate from farm order by pri')
-        if not rows:
+    def active(self, kind):
+        return [pri for pri, in self.rig.rows(STORES[kind], 'select pri from farm order by pri')]
+
+    def steer(self):
+        """Pauses, continues or deletes some batch."""
+        kind = self.chance.choice(('put', 'get'))
+        mine = [pri for pri in self.active(kind) if pri in self.ids.values()]
+        if not mine:
             return
-        pri, ok, known, walk = rows[-1 if turn % 3 == 0 else 0]
-        if turn % 3 == 0 and walk == 1 or turn % 3 == 1 and ok > 20 or turn % 3 == 2 and walk == 2 and known - ok < 60:
-            break
-        time.sleep(0.003)
-    time.sleep(chance.random() * (0.08, 0.4, 0.5)[turn % 3])
+        pri, act = self.chance.choice(mine), self.chance.choice(('pause', 'continue', 'delete', 'pause'))
+        if act == 'delete':
+            self.deleted.add(pri)
+        self.rig.api('/drive/status?id=%d&act=%s' % (pri, act))
 
+    # --- what stands after a kill
 
-def killed(rig, kind, chance, begin):
-    """Kills in one direction; begin(n) starts the n-th batch. Gives their number and what the kills met."""
-    batches, met = 0, {}
-    for turn in range(KILLS):
-        rig.start_client()
-        rig.wait_login()
-        if turn % 3 == 0 or not rig.rows(STORES[kind], 'select 1 from farm'):
-            begin(batches)
-            batches += 1
-        aim(rig, kind, chance, turn)
-        rig.kill_client()
-        for what in standing(rig, kind):
-            met[what] = met.get(what, 0) + 1
-    rig.start_client()
-    rig.wait_login()
-    return batches, met
+    def standing(self):
+        for kind in STORES:
+            for pri, ok, known, walk in self.rig.rows(STORES[kind], 'select pri, fok, fsum, dirstate from farm'):
+                left = {path for path, in self.rig.rows(STORES[kind], 'select lpath from file_%d' % pri)}
+                done = {path for path, in self.rig.rows(HISTORY, 'select lpath from file_%d' % pri)}
+                if known != ok + len(left):
+                    raise Failure('batch %d: %d known, %d over and %d rows' % (pri, known, ok, len(left)))
+                facts = {'walk': walk == 1, 'files': left and ok, 'count': left & done, 'move': self.rig.rows(HISTORY, 'select 1 from farm where pri = ?', (pri,))}
+                for fact in (name for name, holds in facts.items() if holds):
+                    self.met[kind, fact] = self.met.get((kind, fact), 0) + 1
 
+    # --- what is there at the end
 
-def over(rig, kind, batches):
-    done = rig.rows('qnfileOkD.db', 'select count(*) from farm')[0][0]
-    return rig.alive() and done >= batches and not rig.rows(STORES[kind], 'select 1 from farm')
+    def over(self):
+        for kind in STORES:
+            for pri, state in self.rig.rows(STORES[kind], 'select pri, state from farm'):
+                if state in (2, 12):
+                    self.rig.api('/drive/status?id=%d&act=continue' % pri)
+        return self.rig.alive() and not self.active('put') and not self.active('get')
 
+    def compare(self):
+        wait_for('everything to come to its end', 200, self.over, 0.3)
+        rows = {pri: sums for pri, *sums in self.rig.rows(HISTORY, 'select pri, fok, fsum, fup, fsize from farm')}
+        for pri, (ok, known, up, size) in rows.items():
+            count, total = self.rig.rows(HISTORY, 'select count(*), coalesce(sum(size), 0) from file_%d' % pri)[0]
+            if not ok == known == count or not up == size == total:
+                raise Failure('batch %d: %d of %d files, %d rows; %d of %d bytes, %d in the rows' % (pri, ok, known, count, up, size, total))
+        for store in list(STORES.values()) + [HISTORY]:
+            tables = {name for name, in self.rig.rows(store, "select name from sqlite_master where type = 'table'")}
+            farms = [pri for pri, in self.rig.rows(store, 'select pri from farm')]
+            if tables != {'farm', 'farm_sum'} | {'%s_%d' % (kind, pri) for pri in farms for kind in ('dir', 'file')}:
+                raise Failure('%s holds %s for %s' % (store, sorted(tables), farms))
+            if store != HISTORY and self.rig.rows(store, 'select fok, fsum from farm_sum') != [(0, 0)]:
+                raise Failure('%s has sums without batches' % store)
+        trees = self._on_drive()
+        for n in self.batches['get']:
+            base = os.path.join(self.back(n), 'tree')
+            trees['get', n] = {os.path.relpath(os.path.join(at, name), base): digest(os.path.join(at, name))
+                               for at, _, names in os.walk(base) for name in names}
+            if os.path.isdir(os.path.join(base, 'empty/below')):
+                trees['get', n]['empty/below/'] = self.tree['empty/below/']
+        whole = 0
+        for (kind, n), there in trees.items():
+            pri = self.ids.get((kind, n), 0)
+            complete = pri in rows or pri and pri not in self.deleted
+            if complete and pri not in rows:
+                raise Failure('%s %d, batch %d is lost' % (kind, n, pri))
+            whole += bool(complete)
+            wanted = set((self.single if n % 3 == 2 else self.tree).items())
+            differ = there.items() - wanted or complete and wanted - there.items()
+            if differ:
+                raise Failure('%s %d, batch %d differs: %s' % (kind, n, pri, sorted(differ)[:5]))
+        return whole
 
-def check_sums(rig):
-    for pri, ok, known, up, size in rig.rows('qnfileOkD.db', 'select pri, fok, fsum, fup, fsize from farm'):
-        rows, total = rig.rows('qnfileOkD.db', 'select count(*), coalesce(sum(size), 0) from file_%d' % pri)[0]
-        if not ok == known == rows or not up == size == total:
-            raise Failure('batch %d: %d of %d files, %d rows; %d of %d bytes, %d in the rows' % (pri, ok, known, rows, up, size, total))
-    for store in STORES.values():
-        if rig.rows(store, 'select fok, fsum from farm_sum') != [(0, 0)]:
-            raise Failure('%s has sums without batches' % store)
+    def _on_drive(self):
+        trees = {('put', n): {} for n in self.batches['put']}
+        for farm in 1, 2:
+            with urllib.request.urlopen('http://%s:%d/farm/drive?farm=%d&tree=1' % (self.rig.address, self.rig.http, farm), timeout=30) as reply:
+                for path, one in json.loads(reply.read())['entries'].items():
+                    top, name = path.split('/', 3)[1:2], path.rstrip('/').split('/', 3)[3:]
+                    if name and (one['type'] == 1 or name == ['empty/below']):
+                        trees['put', int(top[0][1:])][name[0] + ('/' if one['type'] == 2 else '')] = \
+                            one['hash'] if one['type'] == 1 else self.tree['empty/below/']
+        return trees
+
+    # --- the kills
+
+    def farm_trouble(self, turn):
+        if turn % 11 == 5:
+            self.rig.kill_farm()
+            time.sleep(self.chance.random() * 0.5)
+            self.rig.start_farm()
+        elif turn % 11 == 8:
+            for fault in ('drive-drop-reply', '1@4'), ('cut-upload', '400000@2'), ('drive-short-body', '1000@3'), ('cut-business', '300@1'):
+                self.rig.fault(*fault)
+
+    def kill(self, turn):
+        place, most = PLACES[turn // 2 % len(PLACES)]
+        cut = LIBRARY and turn % 2 == 0
+        if cut:
+            os.environ.update(LD_PRELOAD=LIBRARY, VN_CUT='%s:%d' % (place, self.chance.randrange(most) + 1))
+        self.rig.start_client()
+        os.environ.pop('LD_PRELOAD', None)
+        end = time.monotonic() + (8 if cut else self.chance.random() * 2.5)
+        known = False
+        while time.monotonic() < end and self.rig.client.poll() is None:
+            if not known and self.rig.user_dir() and (self.rig.api('/account') or {}).get('result') == 1:
+                known = True
+                for kind in STORES:
+                    if len(self.active(kind)) < (1 if place.startswith(STORES[kind]) and '#' in place else 2):
+                        self.begin(kind)
+                if turn % 4 == 3:
+                    self.steer()
+                self.farm_trouble(turn)
+                if not cut:  # behind the login, too
+                    end = time.monotonic() + self.chance.random() * 1.5
+            if known and turn % 7 == 6:
+                self.rig.client.send_signal(signal.SIGSTOP)
+                time.sleep(self.chance.random() * 0.3)
+                self.rig.client.send_signal(signal.SIGCONT)
+            time.sleep(0.02)
+        ended = self.rig.client.poll()
+        if ended not in (None, -9):
+            raise Failure('the client ended with %s, see %s/client.log' % (ended, self.rig.folder))
+        self.met['cut', place] = self.met.get(('cut', place), 0) + (ended is not None)
+        self.rig.kill_client()
+        self.kills += 1
+        self.standing()
 
 
 def story(make, folder):
     seed = int(os.environ.get('VN_SEED', '20'))
     chance = random.Random(seed)
-    tree = make_tree(os.path.join(folder, 'tree'), chance)
-    wanted = {path: hashlib.md5(content).hexdigest() for path, content in tree.items() if not path.endswith('/')}
-    rig = make('one', farm_options=['--fault', 'http-delay=15'])
+    rig = make('one', farm_options=['--farms', '2', '--fault', 'http-delay=10'])
     rig.start_farm()
+    drives = Drives(rig, folder, chance)
     rig.start_client()
     rig.wait_login()
+    for n in 0, 1:  # what is fetched later
+        wait_for('the drive', 20, lambda: (rig.api('/drive/ls?farm=%d&path=D' % (n + 1)) or {}).get('result') == 1, 0.2)
+        drives.begin('put')
+    wait_for('the first trees', 60, drives.over, 0.1)
     rig.kill_client()
-
-    def put(n):
-        reply = wait_for('the drive', 20, lambda: (rig.api('/drive/put?path=D/t%d' % n, [os.path.join(folder, 'tree')]) or {}).get('result') == 1, 0.2)
-        return reply
-
-    sent, met_put = killed(rig, 'put', chance, put)
-    wait_for('the last tree to be sent', 120, lambda: over(rig, 'put', sent), 0.2)
-    entries = drive(rig)
-    for n in range(sent):
-        there = {path[len('D/t%d/tree/' % n):].rstrip('/'): one for path, one in entries.items() if path.startswith('D/t%d/tree/' % n)}
-        files = {path: one['hash'] for path, one in there.items() if one['type'] == 1}
-        if files != wanted or there.get('empty/below', {}).get('type') != 2:
-            raise Failure('tree %d on the drive differs: %s' % (n, sorted(set(files.items()) ^ set(wanted.items()))[:5]))
-    check_sums(rig)
-    rig.kill_client()
-
-    def get(n):
-        target = os.path.join(folder, 'back%d' % n)
-        wait_for('the drive', 20, lambda: (rig.api('/drive/get?path=D/t0/tree&to=' + target) or {}).get('result') == 1, 0.2)
-
-    fetched, met_get = killed(rig, 'get', chance, get)
-    wait_for('the last tree to be fetched', 120, lambda: over(rig, 'get', sent + fetched), 0.2)
-    check_sums(rig)
-    for n in range(fetched):
-        base = os.path.join(folder, 'back%d' % n, 'tree')
-        here = {os.path.relpath(os.path.join(at, name), base): digest(os.path.join(at, name)) for at, _, names in os.walk(base) for name in names}
-        if here != wanted or not os.path.isdir(os.path.join(base, 'empty/below')):
-            raise Failure('tree %d that was fetched differs: %s' % (n, sorted(set(here.items()) ^ set(wanted.items()))[:5]))
-    violations = rig.farm_state()['violations']
-    if violations:
-        raise Failure('the farm was spoken to wrongly: %s' % violations[:3])
-    print('seed %d: %d kills, %d trees of %d files sent, %d fetched; sending met %s, fetching %s' %
-          (seed, 2 * KILLS, sent, len(wanted), fetched, met_put, met_get))
-    if not {'walk', 'files'} <= set(met_put) or not {'walk', 'files'} <= set(met_get):
-        raise Failure('the kills met too little to prove anything')
+    whole = 0
+    for turn in range(KILLS):
+        drives.kill(turn)
+        if turn % GROUP == GROUP - 1 or turn == KILLS - 1:
+            rig.start_client()
+            rig.wait_login()
+            whole = drives.compare()
+            rig.kill_client()
+    rig.start_client()
+    rig.wait_login()
+    print('seed %d: %d kills, %d batches of %d files whole, %d deleted; met %s' %
+          (seed, drives.kills, whole, len(drives.tree), len(drives.deleted), {'%s %s' % key: n for key, n in sorted(drives.met.items())}))
+    missing = [(kind, fact) for kind in STORES for fact in ('walk', 'files') + (('count', 'move') if LIBRARY else ()) if (kind, fact) not in drives.met]
+    if missing:
+        raise Failure('the kills never met %s' % missing)
 
 
 run(story)

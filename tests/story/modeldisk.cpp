@@ -2,6 +2,9 @@
 // VN_DISK_ROOT every fsync and fdatasync leaves a record in VN_DISK_LOG: of a file its content, of a folder its names.
 // power.py builds from the records what is there after a cut. VN_DISK_CUT="10704:2" cuts the power at the second such
 // word to the business server: from the moment it leaves nothing becomes durable any more, and the process dies.
+// VN_CUT="one.db:7" kills before the seventh change (write, length, sync, other name, end) of a file with that in its path;
+// "one.db>two.db:2" before the second change of a file of the second kind that follows right upon one of the first;
+// "one.db#:1" before the first change of a store's tables: page 1 goes into its write-ahead log.
 #include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
@@ -20,6 +23,9 @@ static pthread_mutex_t gate = PTHREAD_MUTEX_INITIALIZER;
 static const char *root, *records;
 static int wantedCommand, wantedCount;
 static std::atomic_int off{0}, number{0};
+static char cutNames[2][64];
+static int cutAt;
+static bool cutTables;
 
 // A file is known by inode and time of birth: inodes come back into use.
 static void key(const struct statx *facts, char *out)
@@ -75,8 +81,36 @@ static void keepNames(const char *path, const char *kept)
     fclose(out);
 }
 
+static void cut(const char *path)
+{
+    static std::atomic_int met{0}, last{-1};
+    const int which = cutNames[1][0] && strstr(path, cutNames[1]) ? 1 : strstr(path, cutNames[0]) ? 0 : -1;
+    if (which < 0)
+        return;
+    const int before = last.exchange(which);
+    if ((!cutNames[1][0] || (which == 1 && before == 0)) && ++met == cutAt) {
+        off = 1;
+        kill(getpid(), SIGKILL);
+        pause();
+    }
+}
+
+static void changes(int fd, bool tables = false)
+{
+    char link[64], path[PATH_MAX];
+    if (!cutAt || tables != cutTables)
+        return;
+    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    const ssize_t length = readlink(link, path, sizeof path - 1);
+    if (length <= 0 || path[0] != '/')
+        return;
+    path[length] = 0;
+    cut(path);
+}
+
 static int kept(long call, int fd)
 {
+    changes(fd);
     char link[64], path[PATH_MAX], name[64], to[PATH_MAX], line[PATH_MAX + 256];
     snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
     const ssize_t length = root ? readlink(link, path, sizeof path - 1) : -1;
@@ -139,7 +173,41 @@ extern "C" ssize_t send(int fd, const void *data, size_t length, int flags)
 extern "C" ssize_t write(int fd, const void *data, size_t length)
 {
     watch(data, length);
+    changes(fd);
     return syscall(SYS_write, fd, data, length);
+}
+
+extern "C" ssize_t pwrite64(int fd, const void *data, size_t length, off64_t at)
+{
+    changes(fd, cutTables && length == 24 && memcmp(data, "\0\0\0\1", 4) == 0); // the head of a frame in the log
+    return syscall(SYS_pwrite64, fd, data, length, at);
+}
+
+extern "C" int ftruncate64(int fd, off64_t length)
+{
+    changes(fd);
+    return int(syscall(SYS_ftruncate, fd, length));
+}
+
+extern "C" int unlink(const char *path)
+{
+    if (cutAt)
+        cut(path);
+    return int(syscall(SYS_unlink, path));
+}
+
+extern "C" int unlinkat(int folder, const char *path, int flags)
+{
+    if (cutAt)
+        cut(path);
+    return int(syscall(SYS_unlinkat, folder, path, flags));
+}
+
+extern "C" int renameat(int from, const char *path, int to, const char *name)
+{
+    if (cutAt)
+        cut(path);
+    return int(syscall(SYS_renameat2, from, path, to, name, 0));
 }
 
 __attribute__((constructor)) static void begin(void)
@@ -151,5 +219,13 @@ __attribute__((constructor)) static void begin(void)
         root = nullptr;
     else if (cut)
         sscanf(cut, "%d:%d", &wantedCommand, &wantedCount);
+    if (const char *moment = getenv("VN_CUT"))
+        if (sscanf(moment, "%63[^>:]>%63[^:]:%d", cutNames[0], cutNames[1], &cutAt) != 3) {
+            cutNames[1][0] = 0;
+            sscanf(moment, "%63[^#:]%*[#]:%d", cutNames[0], &cutAt);
+            cutTables = cutAt > 0;
+            if (!cutTables)
+                sscanf(moment, "%63[^:]:%d", cutNames[0], &cutAt);
+        }
     unsetenv("LD_PRELOAD"); // not for the client's children
 }

@@ -101,19 +101,19 @@ void DownDHandler::prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile
         if (there.exists() || there.isSymLink()) {
             const bool maybeSame = there.isFile() && there.size() == row.size;
             if (conflict == db_upfarmD::NotAsked && !maybeSame) {
-                batch->held.insert(row.pri);
-                if (!batch->asked) {
-                    batch->asked = true;
-                    m_questions.insert(farm.pri, row.lpath);
-                    store()->tellConflict(farm.pri, row.lpath);
-                }
+                ask(farm.pri, batch, row);
                 continue;
             }
-            if (conflict == db_upfarmD::KeepBoth) {
-                const QString folder = there.path(), name = there.fileName();
-                for (int number = 2; QFileInfo::exists(row.lpath); ++number)
-                    row.lpath = folder + '/' + LocalNames::numbered(name, number);
-            }
+        }
+        if (conflict == db_upfarmD::KeepBoth) {
+            const QString folder = there.path(), name = there.fileName();
+            const auto taken = [&](const QString &path) {
+                const auto is = [&path](const db_upfile &other) { return other.lpath == path; };
+                return QFileInfo::exists(path) || std::any_of(placed.cbegin(), placed.cend(), is) ||
+                       store()->isPlaced(farm.pri, path);
+            };
+            for (int number = 2; taken(row.lpath); ++number)
+                row.lpath = folder + '/' + LocalNames::numbered(name, number);
         }
         placed.append(row);
         started.append(row);
@@ -125,6 +125,29 @@ void DownDHandler::prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile
         return;
     }
     *rows = started;
+}
+
+// The row waits for the user's word, the others go on; one question a batch.
+void DownDHandler::ask(qlonglong farmPri, Batch *batch, const db_upfile &row)
+{
+    batch->held.insert(row.pri);
+    if (std::exchange(batch->asked, true))
+        return;
+    m_questions.insert(farmPri, row.lpath);
+    store()->tellConflict(farmPri, row.lpath);
+}
+
+// A worker has found a file of the same size with another content.
+void DownDHandler::met(const db_upfarmD &farm, const db_upfile &file)
+{
+    ended(farm, file, TransSet::Dropped, true, false);
+    if (file.pri == 0 || !exists(farm.pri) || !store()->place(farm.pri, {file}, false))
+        return;
+    store()->unshow(file.pri);
+    if (store()->farm(farm.pri).conflict == db_upfarmD::NotAsked)
+        ask(farm.pri, &batch(farm.pri), file);
+    else // answered meanwhile
+        wait(farm.pri, file, 0);
 }
 
 bool DownDHandler::launch(const db_upfarmD &farm, const db_upfile &row, const QString &key)
@@ -145,7 +168,8 @@ bool DownDHandler::launch(const db_upfarmD &farm, const db_upfile &row, const QS
     work->setKey(key, serial);
     work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()),
                      3);
-    work->setSource(farm.filetype, farm.lpath, farm.conflict != db_upfarmD::Overwrite || !row.hash.isEmpty());
+    const bool same = farm.conflict != db_upfarmD::Overwrite || !row.hash.isEmpty();
+    work->setSource(farm.filetype, farm.lpath, same, farm.conflict == db_upfarmD::NotAsked);
     connect(work, &TransWork::DownWorkFinished, this, [this, key, serial](const db_downfile &done, int kind) {
         if (isCurrent(key, serial))
             workFinished(done, kind);
@@ -169,6 +193,8 @@ void DownDHandler::workFinished(db_downfile done, int isDel)
         file.pri = done.pri;
         isDel = TransSet::Dropped;
     }
+    if (work->conflict)
+        return met(farm, file);
     file.error = done.error;
     if (file.size != done.size || file.hash != done.hash) { // the drive's word
         file.size = done.size;

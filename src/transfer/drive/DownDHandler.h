@@ -32,5 +32,7 @@ protected:
     bool settled(const QList<db_upfile> &files) override;
 
 private:
+    void ask(qlonglong farmPri, Batch *batch, const db_upfile &row);
+    void met(const db_upfarmD &farm, const db_upfile &file);
     QHash<qlonglong, QString> m_questions; // batch -> the first file that exists
 };

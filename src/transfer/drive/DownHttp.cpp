@@ -43,11 +43,12 @@ QString hashOf(QByteArray eTag)
 
 DownHttp::DownHttp(std::shared_ptr<TransShare> share) : DownTarget(std::move(share)) { m_transType = 3; }
 
-void DownHttp::setSource(int fileType, const QString &root, bool same)
+void DownHttp::setSource(int fileType, const QString &root, bool same, bool ask)
 {
     m_fileType = fileType;
     m_root = root;
     m_same = same;
+    m_ask = ask;
 }
 
 void DownHttp::downReq(db_downfile file)
@@ -57,6 +58,9 @@ void DownHttp::downReq(db_downfile file)
     m_down = file;
     if (m_same && standsAlready())
         return finishDown(TransSet::Done);
+    conflict = !over() && m_ask && QFileInfo::exists(m_down.lpath);
+    if (conflict)
+        return finishDown(TransSet::Dropped);
     if (!over() && initDown())
         request();
 }

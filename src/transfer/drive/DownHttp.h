@@ -22,11 +22,12 @@ public:
     explicit DownHttp(std::shared_ptr<TransShare> share);
 
     // Before the worker is moved. root: the local folder of the batch. same: a file that stands there with this size
-    // and hash is the one that is wanted.
-    void setSource(int fileType, const QString &root, bool same);
+    // and hash is the one that is wanted. ask: another one isn't touched, see `conflict`.
+    void setSource(int fileType, const QString &root, bool same, bool ask);
     void downReq(db_downfile file); // the first call, queued; path is the chain of ids
 
-    std::atomic_bool stale{false}; // the access token wasn't good
+    std::atomic_bool stale{false};    // the access token wasn't good
+    std::atomic_bool conflict{false}; // another file stands there; ended as dropped
 
     static constexpr int WaitMs = 15000;
     static constexpr qint64 RangeStep = 262144; // both ends of a range count
@@ -57,7 +58,7 @@ private:
 
     int m_fileType = 1;
     QString m_root;
-    bool m_same = false, m_sized = false;
+    bool m_same = false, m_ask = false, m_sized = false;
     QList<Range> m_ranges; // in the order of the file
     qint64 m_asked = 0;    // the file's bytes up to here are asked for
     bool m_headRead = false, m_whole = false;

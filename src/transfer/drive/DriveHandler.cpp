@@ -9,7 +9,6 @@
 
 namespace
 {
-constexpr int GroupRows = 5, MostGroup = 500;
 constexpr int StaleGapMs = 2000, MostStale = 2;
 } // namespace
 
@@ -24,16 +23,14 @@ DriveHandler::DriveHandler(int which) : m_which(which)
     };
     connect(store(), &UploadDDAO::farmCount, this, wake, Qt::QueuedConnection);
     connect(store(), &UploadDDAO::refreshAll, this, wake, Qt::QueuedConnection);
+    for (const db_upfarmD &farm : store()->farms()) {
+        if (farm.state == store()->cancelled())
+            m_leaving.append({farm.pri}); // the last run ended before all of it was gone
+    }
     startRenewal();
 }
 
 DriveHandler::~DriveHandler() = default;
-
-void DriveHandler::writeAll()
-{
-    flush(true);
-    flush(true); // what ended while the first was on its way
-}
 
 QString DriveHandler::keyOf(qlonglong farmPri, qlonglong filePri)
 {
@@ -56,20 +53,25 @@ void DriveHandler::scan()
     if (!Session::live() || Session::closing())
         return;
     flush(false);
+    leave();
+    if (m_overCount > MostUnwritten)
+        return; // a store takes nothing
     if (!NetTcp::isLogin() || (m_nothing && !m_lastLook.hasExpired(LookMs)))
         return;
     int free = limit() - running();
     if (free <= 0)
         return;
     const QList<db_upfarmD> farms = store()->active(free + m_batches.size() + 1);
-    m_nothing = farms.isEmpty() && m_over.isEmpty() && m_settling.isEmpty();
+    m_nothing = farms.isEmpty() && m_over.isEmpty() && m_writing.isEmpty();
     m_lastLook.start();
     for (const db_upfarmD &farm : farms) {
         Batch &mine = m_batches[farm.pri];
         if (mine.until > now())
             continue;
-        if (farm.state == waiting())
-            store()->setFarmState(farm.pri, runs());
+        if (farm.state == waiting() && !store()->setFarmState(farm.pri, runs())) {
+            mine.until = now() + LookMs;
+            continue;
+        }
         while (free > 0) {
             const db_upfile file = next(farm, &mine);
             if (file.pri == 0) {
@@ -104,10 +106,14 @@ db_upfile DriveHandler::next(const db_upfarmD &farm, Batch *batch)
             continue;
         const qlonglong pri = it.key();
         batch->delayed.erase(it);
-        const db_upfile file = store()->file(farm.pri, pri);
-        if (file.pri != 0 && file.state == waiting())
-            return file;
-        break; // its row is gone or was paused; the next look goes on
+        QList<db_upfile> rows{store()->file(farm.pri, pri)};
+        if (rows.first().pri != 0 && rows.first().state == waiting())
+            prepare(farm, batch, &rows);
+        else
+            rows.clear();
+        if (!rows.isEmpty())
+            return rows.first();
+        break; // its row is gone, was paused or waits for an answer; the next look goes on
     }
     while (batch->ready.isEmpty()) {
         QList<db_upfile> rows = store()->nextFiles(farm.pri, batch->behind, Ahead);
@@ -136,8 +142,11 @@ void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
     const qlonglong rows = store()->countFiles(farm.pri);
     if (rows < 0)
         return;
-    if (rows == 0 && fresh.failed == 0)
-        return toHistory(fresh);
+    if (rows == 0 && fresh.failed == 0) {
+        if (!toHistory(fresh)) // which forgets the batch
+            batch->until = now() + LookMs;
+        return;
+    }
     if (!store()->nextFiles(farm.pri, 0, 1).isEmpty()) {
         batch->behind = 0; // a row waits again that this queue didn't hear of
         return;
@@ -147,21 +156,6 @@ void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
         pauseWith(farm.pri, tr("有 %1 项传输失败，可重新开始").arg(fresh.failed));
     else
         pauseFarm(farm.pri); // the user has paused all that is left
-}
-
-void DriveHandler::toHistory(const db_upfarmD &farm)
-{
-    db_upfarmD row = farm;
-    row.state = down() ? TransSet::DownDone : TransSet::UpDone;
-    row.oktime = QDateTime::currentMSecsSinceEpoch();
-    UploadDDAO *history = UploadDDAO::instance(UploadDDAO::Ok);
-    // First there, then away from here: a kill in between does it once more.
-    if (!history->putFarm(row) || !history->settle() || !store()->removeFarm(farm.pri))
-        return;
-    m_batches.remove(farm.pri);
-    history->keepFarms(UploadDDAO::HistoryFarms);
-    history->tellRefresh();
-    qDebug().noquote() << "DriveHandler::toHistory" << farm.pri << farm.name << farm.fok << farm.fup;
 }
 
 void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool progress, bool stale)
@@ -245,66 +239,6 @@ void DriveHandler::over(qlonglong farmPri, const db_upfile &ended)
     ++m_overCount;
 }
 
-bool DriveHandler::settled(const QList<db_upfile> &) { return true; }
-
-// Groups are written when they are big enough or old enough; what goes to the medium first is waited for elsewhere.
-void DriveHandler::flush(bool wait)
-{
-    if (m_settled.valid()) {
-        if (!wait && m_settled.wait_for(std::chrono::seconds(0)) != std::future_status::ready)
-            return;
-        if (m_settled.get())
-            write(m_settling);
-        else
-            again(m_settling);
-        m_settling.clear();
-    }
-    const bool due = m_overCount >= GroupRows ? m_lastFlush.hasExpired(m_timing.groupMs / 10)
-                                              : m_lastFlush.hasExpired(m_timing.groupMs);
-    if (m_overCount == 0 || (!wait && !due && m_overCount < MostGroup))
-        return;
-    m_lastFlush.start();
-    m_settling = std::exchange(m_over, {});
-    m_overCount = 0;
-    QList<db_upfile> all;
-    for (const QList<db_upfile> &files : qAsConst(m_settling))
-        all += files;
-    if (!down()) {
-        write(m_settling);
-        m_settling.clear();
-        return;
-    }
-    m_settled = std::async(std::launch::async, [this, all] { return settled(all); });
-}
-
-// The medium didn't take what the system had: each file is looked at once more, and fetched where it isn't whole.
-void DriveHandler::again(const QHash<qlonglong, QList<db_upfile>> &groups)
-{
-    qWarning().noquote() << "DriveHandler::again not on the medium";
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
-        for (const db_upfile &file : *it) {
-            if (m_batches.contains(it.key()))
-                wait(it.key(), file, m_timing.passingMs);
-        }
-    }
-}
-
-void DriveHandler::write(const QHash<qlonglong, QList<db_upfile>> &groups)
-{
-    for (auto it = groups.cbegin(); it != groups.cend(); ++it) {
-        const auto mine = m_batches.find(it.key());
-        if (mine == m_batches.end())
-            continue; // the batch was deleted
-        if (!UploadDDAO::instance(UploadDDAO::Ok)->addDone(it.key(), *it) || !store()->finish(it.key(), *it)) {
-            m_over[it.key()] += *it; // a store that is busy or full gets it later
-            m_overCount += it->size();
-            continue;
-        }
-        for (const db_upfile &file : *it)
-            mine->held.remove(file.pri);
-    }
-}
-
 void DriveHandler::pauseWith(qlonglong farmPri, const QString &note)
 {
     pauseFarm(farmPri);
@@ -317,16 +251,6 @@ QSet<qlonglong> DriveHandler::runningOf(qlonglong farmPri) const
     for (const Run &run : m_runs) {
         if (run.farmPri == farmPri)
             set.insert(run.filePri);
-    }
-    return set;
-}
-
-QSet<qlonglong> DriveHandler::unwritten(qlonglong farmPri) const
-{
-    QSet<qlonglong> set;
-    for (const QList<db_upfile> &files : {m_over.value(farmPri), m_settling.value(farmPri)}) {
-        for (const db_upfile &file : files)
-            set.insert(file.pri);
     }
     return set;
 }
@@ -351,13 +275,16 @@ void DriveHandler::pauseFarm(qlonglong farmPri)
 {
     qDebug().noquote() << "DriveHandler::pauseFarm" << farmPri;
     dropAll(farmPri, TransSet::Dropped);
-    store()->setFarmState(farmPri, paused());
+    if (exists(farmPri))
+        store()->setFarmState(farmPri, paused());
     store()->tellRefresh();
 }
 
 void DriveHandler::reFarm(qlonglong farmPri)
 {
     qDebug().noquote() << "DriveHandler::reFarm" << farmPri;
+    if (!exists(farmPri))
+        return;
     Batch &mine = m_batches[farmPri];
     const QSet<qlonglong> busy = runningOf(farmPri);
     for (auto it = mine.delayed.cbegin(); it != mine.delayed.cend(); ++it)
@@ -370,30 +297,9 @@ void DriveHandler::reFarm(qlonglong farmPri)
     store()->tellRefresh();
 }
 
-void DriveHandler::delFarm(qlonglong farmPri)
-{
-    qDebug().noquote() << "DriveHandler::delFarm" << farmPri;
-    const db_upfarmD farm = store()->farm(farmPri);
-    if (farm.pri == 0)
-        return;
-    store()->setFarmState(farmPri, paused()); // no walk goes on
-    const QList<db_upfile> begun = down() ? store()->placedFiles(farmPri, Ahead * 10) : QList<db_upfile>();
-    dropAll(farmPri, 4);
-    m_over.remove(farmPri);
-    m_batches.remove(farmPri);
-    if (store()->removeFarm(farmPri))
-        dropped(farm, begun);
-    UploadDDAO *history = UploadDDAO::instance(UploadDDAO::Ok);
-    if (history->farm(farmPri).pri == 0)
-        history->removeFarm(farmPri); // rows of files that were over
-    store()->tellRefresh();
-}
-
-void DriveHandler::dropped(const db_upfarmD &, const QList<db_upfile> &) {}
-
 void DriveHandler::reFile(qlonglong farmPri, qlonglong filePri)
 {
-    if (runningOf(farmPri).contains(filePri))
+    if (runningOf(farmPri).contains(filePri) || !exists(farmPri))
         return;
     forgetRetries(keyOf(farmPri, filePri));
     store()->setState(farmPri, filePri, waiting(), 0);
@@ -405,6 +311,8 @@ void DriveHandler::reFile(qlonglong farmPri, qlonglong filePri)
 
 void DriveHandler::pauseFile(qlonglong farmPri, qlonglong filePri)
 {
+    if (!exists(farmPri))
+        return;
     drop(keyOf(farmPri, filePri), TransSet::Dropped);
     Batch &mine = m_batches[farmPri];
     mine.delayed.remove(filePri);
@@ -412,18 +320,6 @@ void DriveHandler::pauseFile(qlonglong farmPri, qlonglong filePri)
         std::remove_if(mine.ready.begin(), mine.ready.end(), [=](const db_upfile &row) { return row.pri == filePri; }),
         mine.ready.end());
     store()->setState(farmPri, filePri, paused(), 0);
-}
-
-void DriveHandler::delFile(qlonglong farmPri, qlonglong filePri)
-{
-    const db_upfarmD farm = store()->farm(farmPri);
-    const db_upfile file = store()->file(farmPri, filePri);
-    const bool ran = runningOf(farmPri).contains(filePri);
-    pauseFile(farmPri, filePri);
-    store()->removeFile(farmPri, filePri);
-    if (file.placed && !ran)
-        dropped(farm, {file});
-    look();
 }
 
 void DriveHandler::readFile() { store()->readFarms(); }

@@ -7,6 +7,8 @@
 //           passing failure -> waits again; hard failure -> waits again, three times -> given up
 //   batch:  waiting -> running -> walked and no rows left: history | all that is left failed, or the disk or the drive
 //           is full: paused, with a note
+//   either: deleted: cancelled, at once and for good -> its workers gone -> half files, rows of the history, its own
+//   rows
 //
 // A batch whose server can't be reached rests for a while, longer each time; it never stands before the others. Files
 // that ended are written in groups.
@@ -16,6 +18,7 @@
 #include "transfer/TransSet.h"
 #include <future>
 #include <QElapsedTimer>
+#include <QPointer>
 
 class DriveHandler : public TransHandler, public virtual DriveCalls
 {
@@ -39,9 +42,10 @@ public:
         int groupMs = 500;                       // before what ended is written
     };
     void setTiming(const Timing &timing) { m_timing = timing; }
-    static constexpr int Ahead = 200;         // rows of a batch that are read at a time
-    static constexpr int FreeFailures = 3;    // passing failures in a row before a batch rests
-    static constexpr int LookMs = 1000;       // where nothing is to be done
+    static constexpr int Ahead = 200;      // rows of a batch that are read at a time
+    static constexpr int FreeFailures = 3; // passing failures in a row before a batch rests
+    static constexpr int LookMs = 1000;    // where nothing is to be done
+    static constexpr int MostUnwritten = 5000;
     static constexpr int QuotaFull = 1060004; // the drive's own code
 
 public slots:
@@ -63,8 +67,8 @@ protected:
     // Rows that were just read; those that aren't to be started go (and into held, if they are settled otherwise).
     virtual void prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile> *rows);
     virtual bool launch(const db_upfarmD &farm, const db_upfile &file, const QString &key) = 0; // false: not now
-    virtual void dropped(const db_upfarmD &farm, const QList<db_upfile> &files); // of a batch that is deleted
-    virtual bool settled(const QList<db_upfile> &files); // before they are counted as over: on the medium
+    virtual void dropped(const db_upfarmD &farm, const QList<db_upfile> &files); // what is left of them on this disk
+    virtual bool settled(const QList<db_upfile> &files); // before they are counted as over: on the medium; any thread
     void reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size) override;
     void speedsReported() override;
 
@@ -77,6 +81,7 @@ protected:
     void writeAll(); // by the destructors of the queues: what has ended is in the store
     UploadDDAO *store() const { return UploadDDAO::instance(m_which); }
     static QString keyOf(qlonglong farmPri, qlonglong filePri);
+    bool exists(qlonglong farmPri) const { return store()->farm(farmPri).pri != 0; }
     qint64 now() const { return m_clock.elapsed(); }
     Batch &batch(qlonglong farmPri) { return m_batches[farmPri]; }
     bool down() const { return m_which == UploadDDAO::Down; }
@@ -93,14 +98,28 @@ private:
     struct Run {
         qlonglong farmPri = 0, filePri = 0;
     };
+    using Groups = QHash<qlonglong, QList<db_upfile>>; // by their batches
+    struct Written {
+        bool onMedium = false;
+        QSet<qlonglong> left; // batches whose rows a store didn't take
+    };
+    struct Leaving {
+        qlonglong farmPri = 0, filePri = 0;      // 0: the whole batch
+        QList<QPointer<TransWork>> workers = {}; // that ran when it was deleted
+        qint64 until = 0;
+    };
     db_upfile next(const db_upfarmD &farm, Batch *batch);
     void judge(const db_upfarmD &farm, Batch *batch);
-    void toHistory(const db_upfarmD &farm);
+    bool toHistory(const db_upfarmD &farm);
     void rest(Batch *batch, bool progress);
     void passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale);
     void flush(bool wait);
-    void write(const QHash<qlonglong, QList<db_upfile>> &groups);
-    void again(const QHash<qlonglong, QList<db_upfile>> &groups);
+    Written write(const Groups &groups); // on another thread
+    bool written(bool wait);
+    void again(qlonglong farmPri, const QList<db_upfile> &files);
+    void leave();
+    bool forgetFarm(qlonglong farmPri);
+    bool forgetFile(qlonglong farmPri, qlonglong filePri);
     void drop(const QString &key, int kind);
     void dropAll(qlonglong farmPri, int kind);
 
@@ -108,10 +127,11 @@ private:
     QElapsedTimer m_clock, m_lastLook, m_lastFlush;
     QHash<qlonglong, Batch> m_batches;
     QHash<QString, Run> m_runs;
-    QHash<qlonglong, QList<db_upfile>> m_over;     // ended, not written yet
-    QHash<qlonglong, QList<db_upfile>> m_settling; // on their way to the medium
-    std::future<bool> m_settled;
+    Groups m_over;    // ended, not written yet
+    Groups m_writing; // on their way to the medium and into the stores
+    std::future<Written> m_written;
     int m_overCount = 0;
+    QList<Leaving> m_leaving;                               // what is being deleted
     QHash<qlonglong, QPair<qlonglong, qlonglong>> m_speeds; // batch -> speed, bytes of running files
     bool m_nothing = false, m_soon = false;
 };

@@ -1,6 +1,7 @@
 #pragma once
 // The history of drive transfers, on the TransScan thread of type 4: reads its pages and forgets what the user no
-// longer wants to see. The two queues write into its store themselves, before they forget a file or a batch.
+// longer wants to see or a kill left behind. The two queues write into its store themselves, before they forget a file
+// or a batch.
 #include "transfer/drive/DriveCalls.h"
 #include "transfer/TransHandler.h"
 
@@ -10,7 +11,7 @@ class TransokDHandler : public TransHandler, public TransokDCalls
 public:
     TransokDHandler();
     ~TransokDHandler() override;
-    void startScan() override {} // nothing is due by itself
+    void startScan() override; // once: tables that belong to no batch go
     void scan() override {}
     void readFarm() override;
     void readFile(qlonglong farmPri, int page) override;
