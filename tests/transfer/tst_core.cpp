@@ -5,6 +5,7 @@
 #include "transfer/TransHandler.h"
 #include "transfer/TransSet.h"
 #include "transfer/TransWork.h"
+#include <openssl/evp.h>
 
 namespace
 {
@@ -128,6 +129,10 @@ private slots:
         QCOMPARE(TransSet::fileMD5(&file, off), QString("8e32e22642bddc89698e25a4e9bf528b")); // of md5sum
         QVERIFY(file.isOpen());
         QCOMPARE(TransSet::fileMD5(&file, on), QString());
+        QVERIFY(EVP_default_properties_enable_fips(nullptr, 1)); // a machine that forbids MD5 for signatures
+        const QString strict = TransSet::fileHash(path, off);
+        QVERIFY(EVP_default_properties_enable_fips(nullptr, 0));
+        QCOMPARE(strict, QString("8e32e22642bddc89698e25a4e9bf528b"));
         QCOMPARE(TransSet::fileHash(path + "none", off), QString());
         QVERIFY(file.resize(0));
         QCOMPARE(TransSet::fileHash(path, off), QString("d41d8cd98f00b204e9800998ecf8427e"));
