@@ -7295,4 +7295,18 @@ Type: %2<byte value="xd"/>
         <translation>The record of this transfer was damaged, %1 files are missing from it; please compare both sides</translation>
     </message>
 </context>
+<context>
+    <name>CloudQueue</name>
+    <message>
+        <source>农场的解析服务没有应答，恢复后自动继续</source>
+        <translation>The farm's analysis service doesn't answer; it goes on by itself once it does</translation>
+    </message>
+</context>
+<context>
+    <name>CloudReply</name>
+    <message>
+        <source>解析结果过大（%1 MB），无法使用</source>
+        <translation>The analysis result is too big to be used (%1 MB)</translation>
+    </message>
+</context>
 </TS>

@@ -19,6 +19,8 @@ QString stamp(qint64 ms)
     return ms == 0 ? QString() : QDateTime::fromMSecsSinceEpoch(ms).toString(QStringLiteral("yyyy-MM-dd HH:mm:ss"));
 }
 
+constexpr int mostRunning = 2; // of a farm, as clients keep it
+
 qint64 now() { return QDateTime::currentMSecsSinceEpoch(); }
 
 int softwareOf(const QString &scene)
@@ -196,6 +198,14 @@ HttpAnswer DriveAnalysis::start(const HttpRequest &request)
         m_core.violation(QStringLiteral("POST /task: key %1 is under way").arg(key.second));
         return told({});
     }
+    const auto runs = [&key](const Key &other, const Record &record) {
+        return other.first == key.first && record.word != Idle && record.word != Stopped && record.error.isEmpty();
+    };
+    int running = 0;
+    for (auto it = m_records.cbegin(); it != m_records.cend(); ++it)
+        running += runs(it.key(), it.value()) ? 1 : 0;
+    if (running >= mostRunning)
+        m_core.violation(QStringLiteral("POST /task: %1 are under way").arg(running));
     Record record;
     record.word = Queue;
     record.start = now();

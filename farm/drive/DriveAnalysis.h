@@ -3,9 +3,11 @@
 //
 // Below <address>/skydrive, with the drive's headers and form of answers (Drive.h):
 //   GET  /masterInfo?host=H&port=P   data: [{"host", "port"}]: where the service listens (this web server)
-//   POST /task               {"key", "root_path", "scene"}: starts it, or starts it again; one that is under way goes
-//   on PUT  /task/KEY/resume    goes on, or begins again what had stopped PUT  /task/KEY/stop      Stopped GET
-//   /task/KEY           {"status", "start", "end"} at the top level: status is "Queue", "Preparing", "Running",
+//   POST /task               {"key", "root_path", "scene"}: starts it, or starts it again where it isn't under way; a
+//                            third one at a time is a violation
+//   PUT  /task/KEY/resume    goes on, or begins again what had stopped
+//   PUT  /task/KEY/stop      Stopped
+//   GET  /task/KEY           {"status", "start", "end"} at the top level: status is "Queue", "Preparing", "Running",
 //                            "Stopped", "Idle" (it has ended) or, where the service broke down, a word of its own;
 //                            times "yyyy-MM-dd HH:mm:ss", empty before
 //   GET  /task/KEY/result    {"details": 0 good, 1 with warnings, 2 failed, 3 parameters missing, "content"}: the

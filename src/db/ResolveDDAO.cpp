@@ -58,7 +58,9 @@ bool ResolveDDAO::open(const QString &userDir)
     addColumns("resolve", {{"rset", "varchar"}});
     exec("create index resolve_state on resolve(state,pri)", {}, true);
     exec("update resolve set pri = rkey where pri is null");
-    return exec("update resolve set cloudstate = -1 where state = ? and cloudstate <> 0", {int(Analysing)});
+    return exec(
+        "update resolve set cloudstate = ? where state = ? and (cloudstate is null or cloudstate not in (?,?,?))",
+        {ToResume, int(Analysing), NotPosted, ToRemove, ToStop});
 }
 
 void ResolveDDAO::close()
@@ -89,27 +91,35 @@ bool ResolveDDAO::insert(QList<db_resolve> *list)
     return true;
 }
 
-QList<db_resolve> ResolveDDAO::list(const QString &rest, const QVariantList &values)
+QList<db_resolve> ResolveDDAO::list(const QString &rest, const QVariantList &values, bool whole)
 {
     Locker lock(m_mutex);
     QList<db_resolve> found;
-    each("select * from resolve " + rest, values, [&found](const Row &row) { found << fromRow(row); });
+    const QString columns = whole ? QStringLiteral("*")
+                                  : QStringLiteral("rkey,lpath,rtime,etime,state,error,errstr,pri,filetype,farmid,"
+                                                   "cloudstate,rootpath,rset");
+    each("select " + columns + " from resolve " + rest, values, [&found](const Row &row) { found << fromRow(row); });
     return found;
 }
 
-db_resolve ResolveDDAO::read(qlonglong rkey) { return list("where rkey = ?", {rkey}).value(0); }
+db_resolve ResolveDDAO::read(qlonglong rkey) { return list("where rkey = ?", {rkey}, true).value(0); }
+
+QList<db_resolve> ResolveDDAO::all() { return list("where cloudstate is not ? order by pri", {ToRemove}); }
 
 QList<db_resolve> ResolveDDAO::readAll()
 {
-    const QList<db_resolve> all = list("order by pri", {});
-    emit allFile(all);
-    return all;
+    const QList<db_resolve> found = all();
+    emit allFile(found);
+    return found;
 }
 
 QList<db_resolve> ResolveDDAO::in(Set states)
 {
-    return list(QStringLiteral("where state in (%1) order by pri").arg(states.sql()), {});
+    return list(QStringLiteral("where state in (%1) and cloudstate is not ? order by pri").arg(states.sql()),
+                {ToRemove});
 }
+
+QList<db_resolve> ResolveDDAO::toRemove() { return list("where cloudstate = ? order by pri", {ToRemove}); }
 
 int ResolveDDAO::changed(qlonglong rkey, int rows, int state)
 {
@@ -123,8 +133,10 @@ int ResolveDDAO::begin(qlonglong rkey)
     int rows = 0;
     {
         Locker lock(m_mutex);
-        rows = change("update resolve set state = ?, cloudstate = 0, rtime = ?, etime = 0 where rkey = ? and state = ?",
-                      {int(Analysing), now(), rkey, int(Waiting)});
+        rows =
+            change("update resolve set state = ?, cloudstate = case when cloudstate = ? then ? else ? end, rtime = ?, "
+                   "etime = 0 where rkey = ? and state = ? and cloudstate is not ?",
+                   {int(Analysing), ToStop, ToStop, NotPosted, now(), rkey, int(Waiting), ToRemove});
     }
     return changed(rkey, rows, Analysing);
 }
@@ -132,12 +144,13 @@ int ResolveDDAO::begin(qlonglong rkey)
 int ResolveDDAO::setCloud(qlonglong rkey, int cloudstate)
 {
     Locker lock(m_mutex);
-    return change("update resolve set cloudstate = ? where rkey = ? and state = ?", {cloudstate, rkey, int(Analysing)});
+    return change("update resolve set cloudstate = ? where rkey = ? and state = ? and cloudstate is not ?",
+                  {cloudstate, rkey, int(Analysing), ToRemove});
 }
 
 int ResolveDDAO::setTimes(qlonglong rkey, qlonglong rtime, qlonglong etime)
 {
-    const db_resolve before = read(rkey);
+    const db_resolve before = list("where rkey = ?", {rkey}).value(0);
     if (rtime <= 0)
         rtime = before.rtime;
     if (etime <= 0)
@@ -160,9 +173,10 @@ int ResolveDDAO::finish(const db_resolve &res)
     int rows = 0;
     {
         Locker lock(m_mutex);
-        rows = change("update resolve set state = ?, error = ?, errstr = ?, rdata = ?, cloudstate = 1, "
-                      "etime = case when etime > 0 then etime else ? end where rkey = ? and state = ?",
-                      {res.state, res.error, res.errstr, res.rdata, now(), res.rkey, int(Analysing)});
+        rows =
+            change("update resolve set state = ?, error = ?, errstr = ?, rdata = ?, cloudstate = ?, etime = case when "
+                   "etime > 0 then etime else ? end where rkey = ? and state = ? and cloudstate is not ?",
+                   {res.state, res.error, res.errstr, res.rdata, Posted, now(), res.rkey, int(Analysing), ToRemove});
     }
     return changed(res.rkey, rows, res.state);
 }
@@ -183,11 +197,12 @@ int ResolveDDAO::again(qlonglong rkey)
     int rows = 0;
     {
         Locker lock(m_mutex);
-        rows =
-            change(QStringLiteral("update resolve set state = ?, error = 0, errstr = '', rdata = '', etime = 0 where "
-                                  "rkey = ? and state in (%1)")
-                       .arg(BeforeCommit.sql()),
-                   {int(Waiting), rkey});
+        rows = change(
+            QStringLiteral("update resolve set cloudstate = case when cloudstate = ? or (state = ? and cloudstate "
+                           "is not ?) then ? else ? end, state = ?, error = 0, errstr = '', rdata = '', etime = 0 "
+                           "where rkey = ? and state in (%1) and cloudstate is not ?")
+                .arg(BeforeCommit.sql()),
+            {ToStop, int(Analysing), NotPosted, ToStop, NotPosted, int(Waiting), rkey, ToRemove});
     }
     return changed(rkey, rows, Waiting);
 }
@@ -223,6 +238,21 @@ int ResolveDDAO::follow(qlonglong rkey, int state, int error)
                       {state, error, rkey, state, error});
     }
     return changed(rkey, rows, state);
+}
+
+int ResolveDDAO::forget(qlonglong rkey)
+{
+    int rows = 0;
+    {
+        Locker lock(m_mutex);
+        rows =
+            change("update resolve set cloudstate = ? where rkey = ? and (cloudstate = ? or (state = ? and cloudstate "
+                   "is not ? and cloudstate is not ?))",
+                   {ToRemove, rkey, ToStop, int(Analysing), NotPosted, ToRemove});
+    }
+    if (rows > 0)
+        emit resolveDeleted(rkey);
+    return rows;
 }
 
 int ResolveDDAO::remove(qlonglong rkey)

@@ -8,6 +8,9 @@
 #include "resolve/ParameterSheet.h"
 #include "support/FarmRig.h"
 #include "support/TestMain.h"
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 
 class TestCloud : public QObject
 {
@@ -47,12 +50,12 @@ class TestCloud : public QObject
             queue.reset();
             ResolveDDAO::instance()->close();
         }
-        qlonglong add(const QString &scene = "D/p/a.ma", int count = 1)
+        qlonglong add(const QString &scene = "D/p/a.ma", int count = 1, int farm = 1)
         {
             db_resolve one;
             one.lpath = scene;
             one.rootpath = "D/p";
-            one.farmid = 1;
+            one.farmid = farm;
             one.filetype = 1;
             QList<db_resolve> list;
             for (int i = 0; i < count; ++i)
@@ -60,7 +63,7 @@ class TestCloud : public QObject
             queue->addScenes(list);
             return row().rkey;
         }
-        db_resolve row() const { return ResolveDDAO::instance()->readAll().value(0); }
+        db_resolve row() const { return ResolveDDAO::instance()->read(ResolveDDAO::instance()->all().value(0).rkey); }
         int state() const { return row().state; }
         int count(const char *what) const { return farm.analysisCounts().value(what); }
         static int &counter()
@@ -216,23 +219,109 @@ private slots:
         }
     }
 
-    // Two run, the others wait; what is removed is stopped at the service, and the next one takes its place.
+    // Two run at a time, which the farm judges too, whatever its service does meanwhile; all come to their end.
+    void limit_data()
+    {
+        QTest::addColumn<QString>("fault");
+        QTest::newRow("works") << "split-http=0";
+        QTest::newRow("fails") << "drive-status=503";
+        QTest::newRow("answers get lost") << "drive-drop-reply=1";
+        QTest::newRow("old token") << "drive-stale=1";
+    }
     void limit()
     {
+        QFETCH(QString, fault);
         Rig rig;
-        QVERIFY(rig.farm.faults().set("hold-analysis=1"));
-        rig.add("D/p/a.ma", 5);
-        QTRY_COMPARE(rig.count("started"), 2);
-        const int asked = rig.count("asked");
-        QTRY_VERIFY(rig.count("asked") > asked + 4);
-        QCOMPARE(ResolveDDAO::instance()->in({SceneState::Waiting}).size(), 3);
-        rig.queue->removeScene(rig.row().rkey);
+        rig.add("D/p/a.ma", 12);
+        QTRY_VERIFY(rig.count("started") >= 4);
+        rig.farm.faults().set(fault);
+        const int requests = rig.farm.counters().requests;
+        QTRY_VERIFY(rig.farm.counters().requests > requests + 20);
+        QVERIFY(ResolveDDAO::instance()->in({SceneState::Analysing}).size() <= 2);
+        QVERIFY(fault != "drive-status=503" || ResolveDDAO::instance()->in({SceneState::Analysing}).value(0).errstr.contains("没有应答"));
+        rig.farm.faults().clear();
+        QTRY_COMPARE_WITH_TIMEOUT(ResolveDDAO::instance()->in({SceneState::Clean}).size(), 12, 20000);
+        QCOMPARE(rig.row().errstr, QString());
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // A farm that has gone says so with its rows, and holds up nobody else; what is removed is out of sight at once.
+    void farmGone()
+    {
+        Rig rig;
+        rig.add("D/p/a.ma", 3, 9);
+        rig.add();
+        const auto rows = [](SceneState::State state) { return ResolveDDAO::instance()->in({state}); };
+        QTRY_COMPARE(rows(SceneState::Clean).size(), 1);
+        QTRY_COMPARE(rows(SceneState::Analysing).size(), 2);
+        QTRY_VERIFY(rows(SceneState::Analysing).last().errstr.contains("没有应答"));
+        QCOMPARE(rows(SceneState::Waiting).size(), 1);
+        rig.queue->removeScene(rows(SceneState::Analysing).first().rkey);
+        QCOMPARE(ResolveDDAO::instance()->all().size(), 3);
+        QTRY_COMPARE(ResolveDDAO::instance()->toRemove().size(), 0);
+    }
+
+    // Removed or begun anew while the answer to its first question is on the way, and over a restart: stopped once it's
+    // there, never two of it.
+    void changedMeanwhile_data()
+    {
+        QTest::addColumn<bool>("again");
+        QTest::addColumn<bool>("restart");
+        QTest::newRow("removed") << false << false;
+        QTest::newRow("removed, restart") << false << true;
+        QTest::newRow("again") << true << false;
+        QTest::newRow("again, restart") << true << true;
+    }
+    void changedMeanwhile()
+    {
+        QFETCH(bool, again);
+        QFETCH(bool, restart);
+        Rig rig;
+        rig.farm.faults().set("hold-analysis=1");
+        rig.farm.faults().set("http-delay=150");
+        const qlonglong key = rig.add();
+        QTRY_COMPARE(rig.count("started"), 1);
+        QCOMPARE(rig.row().cloudstate, int(ResolveDDAO::ToResume));
+        again ? rig.queue->reAdd(key) : rig.queue->removeScene(key);
+        QCOMPARE(rig.row().state, again ? int(SceneState::Waiting) : 0);
+        if (restart) {
+            rig.end();
+            rig.begin();
+        }
         QTRY_COMPARE(rig.count("stopped"), 1);
-        QTRY_COMPARE(rig.count("started"), 3);
-        QCOMPARE(ResolveDDAO::instance()->readAll().size(), 4);
-        rig.queue->removeScene(ResolveDDAO::instance()->in({SceneState::Waiting}).first().rkey); // nothing to stop
-        QCOMPARE(ResolveDDAO::instance()->readAll().size(), 3);
-        QCOMPARE(rig.count("stopped"), 1);
+        rig.farm.faults().clear();
+        QTRY_COMPARE(rig.row().state, again ? int(SceneState::Clean) : 0);
+        QTRY_COMPARE(ResolveDDAO::instance()->toRemove().size(), 0);
+        QCOMPARE(rig.count("started"), again ? 2 : 1);
+        QCOMPARE(rig.count("resumed"), 0);
+        QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // Rows of an older program, and a result that nothing could be made of.
+    void strangeRows()
+    {
+        Rig rig;
+        rig.end();
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "old");
+            db.setDatabaseName(UserInfo::userDir() + "/resolveD.db");
+            QVERIFY(
+                db.open() &&
+                !db.exec("insert into resolve(rkey,lpath,state,farmid) values(5,'D/p/a.ma',101,1),(6,'x',999,null)").lastError().isValid());
+        }
+        QSqlDatabase::removeDatabase("old");
+        rig.begin();
+        QTRY_COMPARE(rig.state(), int(SceneState::Clean));
+        QCOMPARE(rig.count("started"), 1);
+        rig.queue->removeScene(6);
+        QCOMPARE(ResolveDDAO::instance()->all().size(), 1);
+
+        FuncBody rep;
+        rep.object = {{"details", 0}, {"content", QJsonObject{{"modelParameters", QJsonObject()}}}};
+        db_resolve res;
+        QVERIFY(CloudReply::result(rep, &res) && res.state == SceneState::Clean);
+        rep.raw.resize(50 << 20);
+        QVERIFY(CloudReply::result(rep, &res) && res.state == SceneState::Failed && res.errstr.contains("50 MB"));
     }
 };
 

@@ -24,7 +24,7 @@
 class TestCloudPages : public QObject
 {
     Q_OBJECT
-    static db_resolve row() { return ResolveDDAO::instance()->readAll().value(0); }
+    static db_resolve row() { return ResolveDDAO::instance()->read(ResolveDDAO::instance()->all().value(0).rkey); }
     static QJsonArray layers(const QString &rdata)
     {
         return QJsonDocument::fromJson(rdata.toUtf8()).object().value("modelParameters").toArray();

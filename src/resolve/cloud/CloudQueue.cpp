@@ -6,6 +6,7 @@
 #include "db/ResolveDAO.h"
 #include "db/ResolveDDAO.h"
 #include "io/WebAsk.h"
+#include <algorithm>
 #include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
@@ -57,31 +58,59 @@ void CloudQueue::look()
         addScenes(list);
     handOver();
     startWaiting();
+    askNext();
+}
+
+void CloudQueue::startWaiting()
+{
+    int running = 0;
+    const QList<db_resolve> rows = dao().toRemove() + dao().in({SceneState::Analysing});
+    for (const db_resolve &row : rows)
+        running += isSilent(row.farmid) || m_told.contains(row.rkey) ? 0 : 1;
+    if (running >= MostRunning)
+        return;
+    for (const db_resolve &row : dao().in({SceneState::Waiting})) {
+        if (isSilent(row.farmid))
+            continue;
+        running += qMax(0, dao().begin(row.rkey));
+        if (running >= MostRunning)
+            return;
+    }
+}
+
+void CloudQueue::askNext()
+{
+    QList<db_resolve> rows = dao().toRemove() + dao().in({SceneState::Analysing});
+    QHash<qlonglong, qint64> turns; // of those that are still there
+    for (const db_resolve &row : qAsConst(rows))
+        turns.insert(row.rkey, m_turns.value(row.rkey));
+    m_turns = turns;
+    std::stable_sort(rows.begin(), rows.end(), [&turns](const db_resolve &a, const db_resolve &b) {
+        return turns.value(a.rkey) < turns.value(b.rkey);
+    });
     int asked = 0;
-    for (const db_resolve &row : dao().in({SceneState::Analysing})) {
+    for (const db_resolve &row : qAsConst(rows)) {
         if (m_asking.contains(row.rkey))
             continue;
-        if (row.cloudstate == 0)
-            post(row);
-        else if (row.cloudstate < 0)
-            resume(row);
-        else
-            poll(row);
+        m_turns.insert(row.rkey, ++m_turn);
+        ask(row);
         if (++asked == MostAsked)
             return;
     }
 }
 
-// A row about which the service has only strange words keeps no other one waiting.
-void CloudQueue::startWaiting()
+void CloudQueue::ask(const db_resolve &row)
 {
-    int running = 0;
-    for (const db_resolve &row : dao().in({SceneState::Analysing}))
-        running += row.errstr.isEmpty() ? 1 : 0;
-    for (const db_resolve &row : dao().in({SceneState::Waiting})) {
-        if (running >= MostRunning)
-            return;
-        running += qMax(0, dao().begin(row.rkey));
+    switch (row.cloudstate) {
+    case ResolveDDAO::NotPosted:
+        return post(row);
+    case ResolveDDAO::ToResume:
+        return resume(row);
+    case ResolveDDAO::ToStop:
+    case ResolveDDAO::ToRemove:
+        return stop(row);
+    default:
+        return poll(row);
     }
 }
 
@@ -114,70 +143,89 @@ void CloudQueue::endpoint(int farmId, std::function<void(const QString &)> then)
     });
 }
 
-void CloudQueue::ask(const db_resolve &row, NetWork::Verb verb, const QString &path, const QByteArray &body, Then then,
-                     std::function<void()> over)
+bool CloudQueue::over(qlonglong rkey)
+{
+    m_asking.remove(rkey);
+    return !m_unwanted.remove(rkey);
+}
+
+// The address may have moved with the service, so it's asked for anew.
+void CloudQueue::silent(const db_resolve &row, const QString &why)
+{
+    m_endpoints.clear();
+    const int times = ++m_silent[row.farmid];
+    if (times <= FreeFailures)
+        qWarning().noquote() << "CloudQueue::silent" << row.rkey << row.farmid << why;
+    if (times >= FreeFailures && row.state == SceneState::Analysing && row.errstr.isEmpty())
+        dao().tell(row.rkey, 0, tr("农场的解析服务没有应答，恢复后自动继续"));
+}
+
+void CloudQueue::ask(const db_resolve &row, NetWork::Verb verb, const QString &path, const QByteArray &body,
+                     const Then &then, const std::function<void()> &lost)
 {
     const qlonglong rkey = row.rkey;
-    const int farm = row.farmid, round = ++m_round;
-    m_asking.insert(rkey, round);
-    const auto end = [this, rkey, round, over] {
-        if (m_asking.value(rkey) == round)
-            m_asking.remove(rkey);
-        if (over)
-            over();
+    m_asking.insert(rkey);
+    const auto none = [=](const QString &why) {
+        const bool wanted = over(rkey);
+        silent(row, why);
+        if (wanted && lost)
+            lost();
     };
-    endpoint(farm, [=](const QString &base) {
+    const auto answered = [=](const FuncBody &rep) {
+        const bool wanted = over(rkey);
+        if (rep.code == StaleToken) {
+            NetWork::instance()->clearFarm(row.farmid);
+            return silent(row, QStringLiteral("stale token"));
+        }
+        m_silent.remove(row.farmid);
+        if (wanted && !rep.object.isEmpty())
+            then(rep);
+    };
+    endpoint(row.farmid, [=](const QString &base) {
         if (base.isEmpty())
-            return end();
-        Request request;
-        request.url = base + path;
-        request.byte = body;
-        if (!base.startsWith(NetWork::instance()->skydriveUrl(farm))) // another place of the same farm
-            request.headers = {{"X-BRONTEL-ACCESS-TOKEN", NetWork::instance()->accessToken(farm).toUtf8()},
-                               {"X-BRONTEL-ROLE", "user"}};
-        WebAsk question = verb == NetWork::Get    ? WebAsk::get(request)
-                          : verb == NetWork::Post ? WebAsk::post(request)
-                                                  : WebAsk::put(request);
-        question
-            .answered([=](const FuncBody &rep) {
-                const bool wanted = m_asking.value(rkey) == round;
-                end();
-                if (rep.code == StaleToken)
-                    return NetWork::instance()->clearFarm(farm);
-                if (wanted && !rep.object.isEmpty())
-                    then(rep);
-            })
-            .refused([=](const FuncBody &rep) {
-                qWarning().noquote() << "CloudQueue::ask" << rkey << path << rep.error;
-                const bool wanted = m_asking.value(rkey) == round;
-                end();
-                if (rep.httpStatus != NotThere || !wanted)
-                    return;
-                FuncBody none; // it is there, and knows nothing of the task
-                none.code = NotThere;
-                none.msg = rep.error;
-                none.object = {{QStringLiteral("result"), 0}};
-                then(none);
-            })
-            .lost([=](const QString &error) {
-                qWarning().noquote() << "CloudQueue::ask" << rkey << path << error;
-                end();
-            })
-            .send(this);
+            none(QStringLiteral("no address"));
+        else
+            send(row, verb, base, path, body, answered, none);
     });
+}
+
+void CloudQueue::send(const db_resolve &row, NetWork::Verb verb, const QString &base, const QString &path,
+                      const QByteArray &body, const Then &answered, const std::function<void(const QString &)> &lost)
+{
+    Request request;
+    request.url = base + path;
+    request.byte = body;
+    if (!base.startsWith(NetWork::instance()->skydriveUrl(row.farmid))) // another place of the same farm
+        request.headers = {{"X-BRONTEL-ACCESS-TOKEN", NetWork::instance()->accessToken(row.farmid).toUtf8()},
+                           {"X-BRONTEL-ROLE", "user"}};
+    WebAsk question = verb == NetWork::Get    ? WebAsk::get(request)
+                      : verb == NetWork::Post ? WebAsk::post(request)
+                                              : WebAsk::put(request);
+    question.answered(answered)
+        .refused([=](const FuncBody &rep) {
+            if (rep.httpStatus != NotThere)
+                return lost(path + QLatin1Char(' ') + rep.error);
+            FuncBody none; // it is there, and knows nothing of the task
+            none.code = NotThere;
+            none.msg = rep.error;
+            none.object = {{QStringLiteral("result"), 0}};
+            answered(none);
+        })
+        .lost(lost)
+        .send(this);
 }
 
 // It stands in the row that the service may know the task before it is told: what comes of it is asked, never posted
 // twice.
 void CloudQueue::post(const db_resolve &row)
 {
-    if (dao().setCloud(row.rkey, -1) <= 0)
+    if (dao().setCloud(row.rkey, ResolveDDAO::ToResume) <= 0)
         return;
     const QJsonObject body{{"key", row.rkey}, {"root_path", row.rootpath}, {"scene", row.lpath}};
     ask(row, NetWork::Post, QStringLiteral("/task"), QJsonDocument(body).toJson(QJsonDocument::Compact),
         [row](const FuncBody &rep) {
             if (!CloudReply::refuses(rep)) {
-                dao().setCloud(row.rkey, 1);
+                dao().setCloud(row.rkey, ResolveDDAO::Posted);
                 return;
             }
             qWarning().noquote() << "CloudQueue::post" << row.rkey << rep.code << rep.msg;
@@ -191,15 +239,37 @@ void CloudQueue::post(const db_resolve &row)
 
 void CloudQueue::resume(const db_resolve &row)
 {
-    ask(row, NetWork::Put, QStringLiteral("/task/%1/resume").arg(row.rkey), "{}",
-        [row](const FuncBody &rep) { dao().setCloud(row.rkey, CloudReply::refuses(rep) ? 0 : 1); });
+    ask(row, NetWork::Put, QStringLiteral("/task/%1/resume").arg(row.rkey), "{}", [row](const FuncBody &rep) {
+        dao().setCloud(row.rkey, CloudReply::refuses(rep) ? ResolveDDAO::NotPosted : ResolveDDAO::Posted);
+    });
+}
+
+// Whatever the service says of it: it was told. One that never answers isn't waited for for ever.
+void CloudQueue::stop(const db_resolve &row)
+{
+    ask(
+        row, NetWork::Put, QStringLiteral("/task/%1/stop").arg(row.rkey), "{}",
+        [this, row](const FuncBody &) { stopped(row); },
+        [this, row] {
+            if (++m_stopTries[row.rkey] >= MostStopTries)
+                stopped(row);
+        });
+}
+
+void CloudQueue::stopped(const db_resolve &row)
+{
+    m_stopTries.remove(row.rkey);
+    if (row.cloudstate == ResolveDDAO::ToRemove)
+        dao().remove(row.rkey);
+    else
+        dao().setCloud(row.rkey, ResolveDDAO::NotPosted);
 }
 
 void CloudQueue::poll(const db_resolve &row)
 {
     ask(row, NetWork::Get, QStringLiteral("/task/%1").arg(row.rkey), {}, [this, row](const FuncBody &rep) {
         if (CloudReply::refuses(rep))
-            dao().setCloud(row.rkey, -1);
+            dao().setCloud(row.rkey, ResolveDDAO::ToResume);
         else
             polled(row, CloudReply::state(rep));
     });
@@ -263,29 +333,27 @@ void CloudQueue::addScenes(QList<db_resolve> list)
     }
 }
 
-void CloudQueue::stopped(qlonglong rkey, const std::function<void()> &then)
+// What is on its way about the row is of the past.
+void CloudQueue::forget(qlonglong rkey)
 {
-    const db_resolve row = dao().read(rkey);
     m_told.remove(rkey);
-    if (row.state == SceneState::Analysing && row.cloudstate != 0)
-        ask(
-            row, NetWork::Put, QStringLiteral("/task/%1/stop").arg(rkey), "{}", [](const FuncBody &) {}, then);
-    else
-        then();
+    m_stopTries.remove(rkey);
+    if (m_asking.contains(rkey))
+        m_unwanted.insert(rkey);
 }
 
 void CloudQueue::reAdd(qlonglong rkey)
 {
-    if (SceneState::possible(Act::Again, dao().read(rkey).state))
-        stopped(rkey, [rkey] { dao().again(rkey); });
+    forget(rkey);
+    dao().again(rkey);
 }
 
 void CloudQueue::removeScene(qlonglong rkey)
 {
-    stopped(rkey, [this, rkey] {
-        m_handed.remove(rkey);
+    forget(rkey);
+    m_handed.remove(rkey);
+    if (dao().forget(rkey) == 0)
         dao().remove(rkey);
-    });
 }
 
 void CloudQueue::readScenes() { dao().readAll(); }
@@ -329,6 +397,7 @@ void CloudQueue::handOver()
     for (const db_resolve &row : dao().in({SceneState::Committed})) {
         if (m_handed.contains(row.rkey))
             continue;
+        const QString rdata = dao().read(row.rkey).rdata;
         Rset rset(row.rset);
         rset.set("hasClone", 1); // nothing is left to analyse
         rset.set("cloudKey", double(row.rkey));
@@ -340,7 +409,7 @@ void CloudQueue::handOver()
         order.projectId = project.value(QLatin1String("id")).toVariant().toInt();
         order.state = SceneState::Waiting;
         order.rset = rset.text();
-        order.rdata = row.rdata;
+        order.rdata = rdata;
         order.rfile = QStringLiteral("\"files\":[]"); // they lie there
         QList<db_resolve> list{order};
         if (ResolveDAO::instance()->insertBatch(&list))

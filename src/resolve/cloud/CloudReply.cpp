@@ -1,13 +1,15 @@
 #include "resolve/cloud/CloudReply.h"
 #include "common/facts/AnalysisError.h"
 #include "common/facts/SceneState.h"
+#include <QCoreApplication>
 #include <QDateTime>
 #include <QJsonDocument>
 #include <QUrl>
 
 namespace
 {
-constexpr int LongestText = 100000; // of an error or of warnings
+constexpr int LongestText = 100000;  // of an error or of warnings
+constexpr int MostResult = 32 << 20; // of what an analysis found: more fits no order
 
 QJsonValue field(const FuncBody &rep, const char *name)
 {
@@ -73,6 +75,14 @@ bool CloudReply::result(const FuncBody &rep, db_resolve *res)
     ended.state = states[outcome];
     ended.error = 0;
     ended.errstr.clear();
+    if (rep.raw.size() > MostResult) {
+        ended.state = Failed;
+        ended.error = AnalysisError::BadResult;
+        ended.errstr =
+            QCoreApplication::translate("CloudReply", "解析结果过大（%1 MB），无法使用").arg(rep.raw.size() >> 20);
+        *res = ended;
+        return true;
+    }
     const QJsonObject found =
         content.isString() ? QJsonDocument::fromJson(content.toString().toUtf8()).object() : content.toObject();
     if (outcome == 2) {
