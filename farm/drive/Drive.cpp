@@ -2,6 +2,7 @@
 #include "ContentStore.h"
 #include "Core.h"
 #include "DriveAnalysis.h"
+#include "DriveForms.h"
 #include "FileServer.h"
 #include "Rest.h"
 #include "tasks/Tasks.h"
@@ -148,6 +149,8 @@ HttpAnswer Drive::answer(const HttpRequest &request)
     while (path.contains(QLatin1String("//")))
         path.replace(QLatin1String("//"), QLatin1String("/"));
     const QStringList pieces = path.split(QLatin1Char('/'), Qt::SkipEmptyParts);
+    if (const QString departure = DriveForms::departure(request, path); !departure.isEmpty())
+        m_core.violation(QStringLiteral("%1 %2: %3").arg(QString::fromLatin1(request.method), request.path, departure));
     if (const qint64 status = m_core.faults.number(QStringLiteral("drive-status")); status > 0)
         return jsonAnswer({{"code", status}, {"result", 0}}, int(status));
     if (path.startsWith(QLatin1String("/task")) || path == QLatin1String("/masterInfo"))
@@ -232,6 +235,13 @@ HttpAnswer Drive::listing(const HttpRequest &request, int tree, qint64 parent)
     const qint64 ring = parent == DriveRoot ? 0 : m_core.faults.number(QStringLiteral("drive-ring"), 0);
     if (ring > 0)
         list.append(entryOf(ring == 1 ? above : m_tree.chain(above).last()));
+    if (const qint64 more = m_core.faults.number(QStringLiteral("drive-listed-size"), 0); more != 0) {
+        for (QJsonValueRef one : list) {
+            QJsonObject entry = one.toObject();
+            entry.insert("size", entry.value("size").toDouble() + more);
+            one = entry;
+        }
+    }
     const QString name = list.isEmpty() ? QString() : m_core.faults.take(QStringLiteral("drive-name"));
     if (!name.isNull()) {
         QJsonObject first = list.first().toObject();
@@ -264,6 +274,13 @@ HttpAnswer Drive::data(const HttpRequest &request, const DriveNode &node)
 {
     if (node.kind != DriveNode::File)
         return notFound();
+    if (const qint64 seconds = m_core.faults.number(QStringLiteral("drive-busy")); seconds >= 0) {
+        HttpAnswer later = jsonAnswer({{"code", 503}, {"result", 0}}, 503);
+        later.extra = "Retry-After: " + QByteArray::number(seconds) + "\r\n";
+        return later;
+    }
+    if (const qint64 status = m_core.faults.number(QStringLiteral("drive-stale-data")); status > 0)
+        return jsonAnswer({{"code", status == 401 ? 401 : 203}, {"result", 0}}, int(status));
     QString hash;
     const QString path = m_tree.fileOf(node, &hash);
     QFile file(path);
@@ -282,14 +299,15 @@ HttpAnswer Drive::data(const HttpRequest &request, const DriveNode &node)
             416, "text/plain", {}, "X-Content-Range: bytes */" + all + "\r\nContent-Range: bytes */" + all + "\r\n"};
     if (to - from + 1 > mostAtOnce)
         return jsonAnswer({{"code", 413}, {"result", 0}, {"msg", QStringLiteral("range")}}, 413);
-    HttpAnswer whole{part ? 206 : 200, "application/octet-stream", {}, {}};
+    const bool plain = part && m_core.faults.happens(QStringLiteral("drive-piece-200"));
+    HttpAnswer whole{part && !plain ? 206 : 200, "application/octet-stream", {}, {}};
     if (madeUp)
         whole.body = DriveTree::madeUp(node.content, from, to - from + 1);
     else if (file.seek(from))
         whole.body = file.read(to - from + 1);
     if (whole.body.size() != to - from + 1)
         return jsonAnswer({{"code", 500}, {"result", 0}}, 500);
-    if (part) {
+    if (part && !plain) {
         const qint64 shift = m_core.faults.happens(QStringLiteral("drive-wrong-range")) ? 7 : 0;
         const QByteArray range =
             "bytes " + QByteArray::number(from + shift) + '-' + QByteArray::number(to + shift) + '/' + all;
@@ -297,6 +315,8 @@ HttpAnswer Drive::data(const HttpRequest &request, const DriveNode &node)
     }
     if (!hash.isEmpty())
         whole.extra += "ETag: \"" + hash.toLatin1() + "\"\r\n";
+    if (m_core.faults.happens(QStringLiteral("drive-packed")))
+        whole.extra += "Content-Encoding: gzip\r\n";
     if (m_core.faults.happens(QStringLiteral("drive-corrupt")) && !whole.body.isEmpty())
         whole.body[0] = char(~whole.body.at(0));
     if (const qint64 less = m_core.faults.number(QStringLiteral("drive-short-body")); less > 0)
@@ -327,6 +347,9 @@ HttpAnswer Drive::create(const HttpRequest &request)
     const QJsonObject body = QJsonDocument::fromJson(request.body).object();
     if (body.value("name").type() != QJsonValue::String || !body.contains("parent") || !body.contains("fileType"))
         m_core.violation(QStringLiteral("POST /files: name, parent or fileType missing"));
+    const DriveNode above = m_tree.node(request.farm, 1, body.value("parent").toVariant().toLongLong());
+    if (above.good() && body.value("diskName").toString() != above.disk)
+        m_core.violation(QStringLiteral("POST /files: diskName isn't that of the parent"));
     if (!m_tree.fits(request.farm, 0))
         return told(DriveTree::Full);
     DriveNode made;

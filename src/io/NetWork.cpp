@@ -2,12 +2,14 @@
 #include "common/Session.h"
 #include "common/UserInfo.h"
 #include <atomic>
+#include <QDateTime>
 #include <QDebug>
 #include <QJsonDocument>
 #include <QTimer>
 
 namespace
 {
+constexpr int MostBusyMs = 600000;
 std::atomic<NetWork *> only{nullptr};
 constexpr int MostHeld = 1 << 20;   // bytes of an answer in pieces between the network and who asked
 constexpr int LongestInPieces = 20; // times the deadline
@@ -26,9 +28,32 @@ FuncBody FuncBody::fromBytes(const QByteArray &body)
     rep.result = rep.object.value("result").toVariant().toInt();
     rep.code = rep.object.value("code").toVariant().toInt();
     rep.msg = rep.object.value("msg").toString();
+    if (rep.msg.isEmpty())
+        rep.msg = rep.object.value("message").toString();
     rep.data = rep.object.value("data").toObject();
     rep.array = rep.object.value("data").toArray();
     return rep;
+}
+
+bool FuncBody::refuses() const
+{
+    if (object.contains("result") && result > 0)
+        return false;
+    if (result < 0 || (code != 0 && code != 200))
+        return true;
+    return object.contains("result") && (!msg.isEmpty() || !object.contains("code"));
+}
+
+int FuncBody::busyFor(int status, const QByteArray &retryAfter)
+{
+    if (status != 429 && (status < 502 || status > 504))
+        return -1;
+    bool seconds = false;
+    qint64 ms = retryAfter.trimmed().toLongLong(&seconds) * 1000;
+    if (!seconds)
+        ms = QDateTime::currentDateTimeUtc().msecsTo(
+            QDateTime::fromString(QString::fromLatin1(retryAfter.trimmed()), Qt::RFC2822Date));
+    return int(qBound<qint64>(0, ms, MostBusyMs));
 }
 
 void BackFuncTool::beginBack(Request req, FuncBody rep)
@@ -218,7 +243,8 @@ void NetWork::setClientHeads(QNetworkRequest &request) const
     request.setRawHeader("lang", QByteArray::number(UserInfo::languageNumber()));
     QMutexLocker lock(&m_farmMutex);
     if (const QString address = addressOf(request.url().toString()); !address.isEmpty()) {
-        request.setRawHeader("X-BRONTEL-ACCESS-TOKEN", m_accessTokens.value(address).toUtf8());
+        request.setRawHeader("X-BRONTEL-ACCESS-TOKEN",
+                             m_accessTokens.value(address, m_staleTokens.value(address)).toUtf8());
         request.setRawHeader("X-BRONTEL-ROLE", "user");
     }
 }
@@ -240,6 +266,7 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
     const QString url = entry.request.url;
     FuncBody rep;
     rep.httpStatus = status;
+    rep.busyMs = FuncBody::busyFor(status, reply->rawHeader("Retry-After"));
     if (timeout) {
         rep.error = QStringLiteral("time out:%1").arg(url);
         rep.brokenOff = true;
@@ -254,6 +281,7 @@ void NetWork::handReplay(QNetworkReply *reply, int timeout)
         qDebug().noquote() << QStringLiteral("%1_%2").arg(reply->errorString()).arg(int(reply->error()));
         rep.error = QStringLiteral("NetworkError:%1").arg(reply->errorString());
         rep.brokenOff = status != 401;
+        rep.raw = reply->readAll();
         if (status == 401 && reply->hasRawHeader("status"))
             emit reLogin(reply->rawHeader("status").toInt());
     } else {

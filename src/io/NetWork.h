@@ -43,9 +43,15 @@ struct FuncBody {
     QString error;          // empty on success; "NetworkError:...", "HttpError:...", "time out:..."
     int httpStatus = 0;     // 0: no answer came
     bool brokenOff = false; // the answer began, but its body didn't come whole
+    int busyMs = -1;        // see busyFor
     QByteArray raw;         // the whole body
     QJsonObject object;     // the whole JSON object
     bool ok() const { return error.isEmpty(); }
+    // The service understood and says no. "result" 1 is a yes; a 0 is a no where a code or a text goes with it.
+    bool refuses() const;
+    // Of a status that says "later" (429, 502, 503, 504): how long to leave the service alone, at most ten minutes; 0:
+    // it doesn't tell. -1: another status.
+    static int busyFor(int status, const QByteArray &retryAfter);
 };
 using FuncBack = std::function<void(Request req, FuncBody rep)>;
 Q_DECLARE_METATYPE(FuncBack)
@@ -157,6 +163,7 @@ private:
     mutable QMutex m_farmMutex;                // everything below, read on handler threads too
     QHash<int, QString> m_driveUrls;           // farm -> "<addr>/skydrive"
     QHash<QString, QString> m_accessTokens;    // address -> access token
+    QHash<QString, QString> m_staleTokens;     // that were, for what is still on its way with them
     QHash<int, QString> m_roleTokens;
     QHash<int, FarmHost> m_farmHosts;
     int m_farmAge = 0; // counts what was forgotten

@@ -39,7 +39,10 @@ QString addressIn(const QJsonObject &farm)
     QString address = trimmedAddress(farm.value(roads[UserInfo::isWan() ? 0 : 1]).toString());
     if (address.isEmpty()) // a farm with one road only
         address = trimmedAddress(farm.value(roads[UserInfo::isWan() ? 1 : 0]).toString());
-    return address.isEmpty() || address.contains("://") ? address : "http://" + address;
+    if (address.isEmpty())
+        return {};
+    // As a request's own text has it, which may differ in the case of the host.
+    return trimmedAddress(QUrl(address.contains("://") ? address : "http://" + address).toString());
 }
 
 // A subordinate reaches a farm only by a port that its master forwards. The answer alone doesn't tell that it does:
@@ -111,6 +114,7 @@ void NetWork::keepDrive(int farmId, int age, const QString &address, const QStri
         return;
     m_driveUrls.insert(farmId, address + Drive);
     m_accessTokens.insert(address, token);
+    m_staleTokens.remove(address);
 }
 
 void NetWork::keepRole(int farmId, int age, const QString &token)
@@ -249,12 +253,14 @@ void NetWork::farmHost(int farmId, QObject *guard, const HostBack &done)
 QString NetWork::addressOf(const QString &url) const
 {
     QString best;
-    for (auto it = m_accessTokens.cbegin(); it != m_accessTokens.cend(); ++it) {
-        const int at = url.indexOf(it.key());
-        const int end = at + it.key().size();
-        // An address ends where the path begins: "http://a:80" isn't that of "http://a:8080/x".
-        if (at >= 0 && it.key().size() > best.size() && (end == url.size() || url[end] == '/' || url[end] == '?'))
-            best = it.key();
+    for (const auto *tokens : {&m_accessTokens, &m_staleTokens}) {
+        for (auto it = tokens->cbegin(); it != tokens->cend(); ++it) {
+            const int at = url.indexOf(it.key());
+            const int end = at + it.key().size();
+            // An address ends where the path begins: "http://a:80" isn't that of "http://a:8080/x".
+            if (at >= 0 && it.key().size() > best.size() && (end == url.size() || url[end] == '/' || url[end] == '?'))
+                best = it.key();
+        }
     }
     return best;
 }
@@ -279,7 +285,9 @@ void NetWork::clearFarm(int farmId)
     qDebug().noquote() << "skydrive 203, clear ip and token in" << farmId;
     QMutexLocker lock(&m_farmMutex);
     const QString url = m_driveUrls.take(farmId);
-    m_accessTokens.remove(url.left(url.lastIndexOf(Drive)));
+    const QString address = url.left(url.lastIndexOf(Drive));
+    if (const QString token = m_accessTokens.take(address); !token.isEmpty())
+        m_staleTokens.insert(address, token);
     m_roleTokens.remove(farmId);
     ++m_farmAge;
 }
@@ -296,6 +304,7 @@ void NetWork::forgetTokens()
 {
     QMutexLocker lock(&m_farmMutex);
     m_accessTokens.clear();
+    m_staleTokens.clear();
     m_roleTokens.clear();
     ++m_farmAge;
 }
@@ -305,6 +314,7 @@ void NetWork::forgetDrives()
     QMutexLocker lock(&m_farmMutex);
     m_driveUrls.clear();
     m_accessTokens.clear();
+    m_staleTokens.clear();
     m_roleTokens.clear();
     m_farmHosts.clear();
     ++m_farmAge;

@@ -34,6 +34,7 @@ public:
 
     // Set by the handler, from its thread, before it disposes of the worker; long loops test it.
     std::atomic_bool closed{false};
+    std::atomic_int busyMs{-1}; // how long the service wants to be left alone, see FuncBody::busyMs
 
     // What a handler's post brings, on the worker's thread (see askTicket, askFarmHost).
     virtual void initDownWork(QString token) { Q_UNUSED(token) } // empty: the farm can't be found out

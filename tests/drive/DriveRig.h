@@ -38,7 +38,7 @@ public:
     QString make(const QString &parent, const QString &name)
     {
         DriveRest::Reply reply;
-        return ask(DriveRest::create(1, 1, name, {}, parent), &reply) ? reply.entry.id : QString();
+        return ask(DriveRest::create(1, 1, name, parent == SubFile::Root ? QString() : "T", parent), &reply) ? reply.entry.id : QString();
     }
     bool ask(DriveRest question, DriveRest::Reply *reply)
     {

@@ -42,6 +42,7 @@ private slots:
     void linksAndNames();
     void faultsOfFetching_data();
     void faultsOfFetching();
+    void refusedAccess();
     void conflicts_data();
     void conflicts();
     void control();
@@ -125,9 +126,11 @@ void DriveRoadTest::linksAndNames()
 void DriveRoadTest::faultsOfFetching_data()
 {
     QTest::addColumn<QString>("fault");
-    for (const char *fault : {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2",
-                              "drive-ring=1@2", "drive-ring=2@2", "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2",
-                              "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3"})
+    for (const char *fault :
+         {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2", "drive-ring=1@2", "drive-ring=2@2",
+          "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2", "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3",
+          "drive-status=401@1", "drive-stale-data=200@1", "drive-stale-data=401@1", "drive-busy=1@9", "drive-listed-size=5000@2",
+          "drive-piece-200=1@4", "drive-packed=1@2"})
         QTest::newRow(fault) << fault;
 }
 
@@ -135,8 +138,9 @@ void DriveRoadTest::faultsOfFetching_data()
 void DriveRoadTest::faultsOfFetching()
 {
     QFETCH(QString, fault);
-    const Tree tree{
-        {"p/", {}}, {"p/a.bin", DriveRig::bytes(900000)}, {"p/q/", {}}, {"p/q/b.bin", DriveRig::bytes(300000, 2)}, {"p/q/c", "c"}};
+    const Tree tree{{"p/", {}},     {"p/a.bin", DriveRig::bytes(900000)},
+                    {"p/q/", {}},   {"p/q/b.bin", DriveRig::bytes(300000, 2)},
+                    {"p/q/c", "c"}, {"p/q/zero", {}}};
     rig->write("src", tree);
     rig->put({"src/p"});
     QVERIFY(rig->waitOver(1));
@@ -146,6 +150,23 @@ void DriveRoadTest::faultsOfFetching()
     QVERIFY(rig->waitOver(2));
     QVERIFY(rig->read("back") == tree);
     QCOMPARE(rig->sumsDiffer(), QString());
+}
+
+// Where the new access is no better than the old one it's told, and asked for no more than once.
+void DriveRoadTest::refusedAccess()
+{
+    rig->write("src", {{"p", DriveRig::bytes(900000)}});
+    rig->put({"src/p"});
+    QVERIFY(rig->waitOver(1));
+    QVERIFY(rig->farm.faults().set("drive-stale-data", "200"));
+    rig->fetch("back");
+    UploadDDAO *down = UploadDDAO::instance(UploadDDAO::Down);
+    QVERIFY(QTest::qWaitFor([&] { return !down->farms().isEmpty() && !down->farms().first().note.isEmpty(); }, 10000));
+    QCOMPARE(rig->read("back").keys(), QStringList({"p.vd", "p.xtemp"}));
+    QVERIFY(rig->farm.faults().happened("drive-stale-data") <= 4);
+    DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
+    QVERIFY(rig->farm.faults().set("drive-stale-data", ""));
+    QVERIFY(rig->waitOver(2));
 }
 
 void DriveRoadTest::conflicts_data()

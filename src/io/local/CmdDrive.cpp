@@ -72,9 +72,8 @@ QJsonObject told(const DriveCheck::Status &status, qlonglong id, const QList<Dri
 void CmdHand::withDrive(bool make, std::function<void(const SubFile &)> next)
 {
     const DriveQueue::Place place = placeOf(m_line);
-    DriveFolder::reach(place.farmId, place.fileType, QLatin1String(SubFile::Root),
-                       place.path.split('/', Qt::SkipEmptyParts), make, m_waitMs, this, next,
-                       [this](const QString &why) { fail(why); });
+    DriveFolder::reach(place.farmId, place.fileType, {SubFile::Root, {}}, place.path.split('/', Qt::SkipEmptyParts),
+                       make, m_waitMs, this, next, [this](const QString &why) { fail(why); });
 }
 
 // Who hears "good" may forget what he asked for: only then is the batch in the store, also for a kill.
@@ -100,7 +99,8 @@ void CmdHand::driveList()
             .answered([this](const DriveRest::Reply &reply) {
                 QJsonArray list;
                 for (const SubFile &entry : reply.entries) {
-                    const QDateTime changed = QDateTime::fromMSecsSinceEpoch(entry.updatedAt);
+                    const QDateTime changed =
+                        QDateTime::fromMSecsSinceEpoch(entry.updatedAt ? entry.updatedAt : entry.createdAt);
                     list.append(QJsonObject{{"id", entry.id},
                                             {"name", entry.name},
                                             {"folder", entry.isFolder()},

@@ -40,9 +40,7 @@ QString textOf(const QJsonValue &value)
 
 bool CloudReply::refuses(const FuncBody &rep)
 {
-    if (rep.object.contains(QLatin1String("result")) && !rep.object.contains(QLatin1String("details")))
-        return rep.result == 0;
-    return rep.code != 0 && rep.code != 200;
+    return !rep.object.contains(QLatin1String("details")) && rep.refuses();
 }
 
 CloudReply::State CloudReply::state(const FuncBody &rep)

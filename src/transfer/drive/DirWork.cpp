@@ -195,8 +195,8 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
         known = known.section('/', 0, -2);
     const QStringList left = dir.dpath.mid(known.size()).split('/', Qt::SkipEmptyParts);
     DriveFolder::reach(
-        farm.id, farm.filetype, made.ids.value(known), left, true, m_timing.firstLimitMs, this,
-        [=](const SubFile &) { remoteMade(farm, dir); }, [=](const QString &why) { failed(farm, dir, why); },
+        farm.id, farm.filetype, {made.ids.value(known), known.section('/', 0, 0)}, left, true, m_timing.firstLimitMs,
+        this, [=](const SubFile &) { remoteMade(farm, dir); }, [=](const QString &why) { failed(farm, dir, why); },
         [=](int names, const QString &id) {
             const QString below = left.mid(0, names).join('/');
             m_made[farm.pri].ids.insert(known.isEmpty() ? below : known + '/' + below, id);

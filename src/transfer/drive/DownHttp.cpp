@@ -9,7 +9,7 @@
 
 namespace
 {
-constexpr int MostStalled = 3;
+constexpr int MostStalled = 3, NoSuchRange = 416;
 constexpr qint64 MostRefusal = 64 * 1024;
 
 qint64 sizeOf(const QByteArray &header)
@@ -20,12 +20,18 @@ qint64 sizeOf(const QByteArray &header)
     return good && size >= 0 && size <= DriveRest::MaxSize ? size : -1;
 }
 
+QByteArray rangeHeader(const WebRead *reply)
+{
+    const QByteArray own = reply->head("X-Content-Range");
+    return own.isEmpty() ? reply->head("Content-Range") : own;
+}
+
 // Where a range begins, as the header tells it; -1: it doesn't.
 qint64 startOf(const QByteArray &header)
 {
     QByteArray text = header.trimmed();
     if (text.startsWith("bytes"))
-        text = text.mid(5).trimmed();
+        text = text.mid(text.startsWith("bytes=") ? 6 : 5).trimmed();
     bool good = false;
     const qint64 start = text.left(text.indexOf('-')).trimmed().toLongLong(&good);
     return good ? start : -1;
@@ -113,10 +119,22 @@ void DownHttp::dropRanges()
     m_headRead = false;
 }
 
+// A byte a second would keep every wait from ending.
+bool DownHttp::crawls()
+{
+    if (m_crawl.isValid() && received - m_crawlFrom < CrawlBytes)
+        return m_crawl.hasExpired(CrawlMs);
+    m_crawl.start();
+    m_crawlFrom = received;
+    return false;
+}
+
 void DownHttp::readyRead()
 {
     if (over() || m_ranges.isEmpty() || sender() != m_ranges.first().reply)
         return;
+    if (crawls())
+        return failDown(TransSet::TimedOut);
     startWait(WaitMs);
     if (m_ranges.first().reply->error() == QNetworkReply::NoError && takeHead())
         takeBytes();
@@ -130,14 +148,28 @@ bool DownHttp::takeHead()
     const int status = reply->status();
     if (status == 0 || refusedByCode())
         return false;
-    if (status != 206 && status != 200) {
+    if (status != 206 && status != 200 && status != NoSuchRange) {
         qWarning().noquote() << "DownHttp::takeHead status" << status << m_down.lpath;
         failDown(TransSet::AccessFailed);
         return false;
     }
+    const QByteArray coding = reply->head("Content-Encoding").trimmed().toLower();
+    if (!coding.isEmpty() && coding != "identity") {
+        qWarning().noquote() << "DownHttp::takeHead packed though not asked for:" << coding << m_down.lpath;
+        failDown(TransSet::AccessFailed);
+        return false;
+    }
+    const QByteArray told = rangeHeader(reply);
+    if (status == NoSuchRange) { // it has become shorter than what is here already, or than it was said to be
+        const qint64 size = sizeOf(told);
+        if (size >= 0 && size != m_down.size && !m_sized)
+            return takeSize(size);
+        discard();
+        failDown(TransSet::AccessFailed);
+        return false;
+    }
     m_headRead = true;
-    m_whole = status == 200;
-    const QByteArray told = reply->head("X-Content-Range");
+    m_whole = status == 200 && !isPiece(m_ranges.first(), told);
     const qint64 start = m_whole ? 0 : startOf(told);
     if (!m_whole && start >= 0 && start != m_ranges.first().from) {
         qWarning().noquote() << "DownHttp::takeHead X-Content-Range" << told << "instead of" << m_ranges.first().from;
@@ -149,11 +181,25 @@ bool DownHttp::takeHead()
     qint64 size = m_whole ? reply->head("Content-Length").toLongLong() : sizeOf(told);
     if (size <= 0)
         size = m_down.size;
+    if (m_whole && size != m_down.size && reply->head("Content-Type").toLower().contains("html")) {
+        qWarning().noquote() << "DownHttp::takeHead a page in place of" << m_down.lpath;
+        failDown(TransSet::AccessFailed);
+        return false;
+    }
     if (!m_sized && !takeSize(size))
         return false;
     m_skip = m_whole ? m_partial->position() : 0;
     m_left = m_whole ? m_down.size : m_ranges.first().to - m_ranges.first().from + 1;
     return true;
+}
+
+// Some servers say 200 to a range that they do obey: the length tells, or the header where there is none.
+bool DownHttp::isPiece(const Range &range, const QByteArray &told) const
+{
+    const qint64 asked = range.to - range.from + 1;
+    const QByteArray length = range.reply->head("Content-Length");
+    return length.isEmpty() ? range.from > 0 && startOf(told) == range.from
+                            : length.toLongLong() == asked && asked < m_down.size;
 }
 
 // The size that the drive tells wins. What was begun under another one belongs to another file.
@@ -178,16 +224,21 @@ bool DownHttp::refusedByCode()
 {
     const WebRead *reply = m_ranges.first().reply;
     const int status = reply->status();
-    const bool json = reply->head("Content-Type").contains("json");
-    if (status == 206 || (status == 200 && (!json || m_down.size > MostRefusal)))
+    const QByteArray type = reply->head("Content-Type").toLower();
+    const bool good = status == 206 || status == 200, page = type.contains("html");
+    if (status == 206 || status == NoSuchRange || (status == 200 && !page && !type.isEmpty() && !type.contains("json")))
+        return false;
+    if (good && qMax<qint64>(reply->head("Content-Length").toLongLong(), reply->bytes().size()) > MostRefusal)
         return false;
     if (!reply->isFinished())
-        return status == 200 ? reply->bytes().size() < MostRefusal : true; // judged when it's whole
+        return true; // judged when it's whole
     const FuncBody body = FuncBody::fromBytes(reply->bytes().left(MostRefusal));
-    if (status == 200 && (body.code == 0 || reply->bytes().size() == m_down.size))
-        return false; // a file that happens to be JSON
-    stale = body.code == TransSet::StaleToken || status == 203;
-    const int code = body.code != 0 ? body.code : int(reply->error());
+    const qint64 got = reply->bytes().size(), asked = m_ranges.first().to - m_ranges.first().from + 1;
+    if (good && (got == m_down.size || got == asked || (body.code == 0 && !page)))
+        return false; // a file that happens to be JSON, or a page
+    stale = body.code == TransSet::StaleToken || status == 203 || status == 401;
+    busyMs = FuncBody::busyFor(status, reply->head("Retry-After"));
+    const int code = stale ? int(TransSet::StaleToken) : body.code != 0 ? body.code : int(reply->error());
     if (stale)
         m_share->post([farm = m_down.farmid](TransHandler &handler) { handler.dropFarm(farm); });
     failDown(code != 0 ? code : int(TransSet::AccessFailed));

@@ -11,6 +11,7 @@
 // another size begins again. The hash is the row's, else that of an ETag, else there is none and the size must do. A
 // server that answers a range with the whole file (200) is read from there.
 #include "transfer/down/DownTarget.h"
+#include <QElapsedTimer>
 #include <QNetworkReply>
 
 class WebRead;
@@ -30,8 +31,9 @@ public:
     std::atomic_bool conflict{false}; // another file stands there; ended as dropped
 
     static constexpr int WaitMs = 15000;
-    static constexpr qint64 RangeStep = 262144; // both ends of a range count
-    static constexpr int InHand = 2;            // ranges; what of the second is lost with a connection is at most one
+    static constexpr qint64 RangeStep = 262144;              // both ends of a range count
+    static constexpr int CrawlMs = 60000, CrawlBytes = 4096; // what comes slower than this is given up for now
+    static constexpr int InHand = 2; // ranges; what of the second is lost with a connection is at most one
 
 private slots:
     void readyRead();
@@ -51,6 +53,8 @@ private:
     void request();
     bool takeHead(); // of the first range in hand; false: the worker has ended or began again
     bool takeSize(qint64 size);
+    bool crawls();
+    bool isPiece(const Range &range, const QByteArray &told) const;
     void takeBytes();
     void dropRanges();
     void tooLittle();
@@ -65,5 +69,7 @@ private:
     qint64 m_skip = 0; // bytes of a whole file that are here already
     qint64 m_left = 0; // bytes that the range in hand may still bring
     int m_stalled = 0; // answers in a row without a byte
+    QElapsedTimer m_crawl;
+    qint64 m_crawlFrom = 0;
     QByteArray m_block;
 };

@@ -7,6 +7,7 @@ namespace
 struct Way {
     int farm, type, limitMs, done = 0;
     QStringList names;
+    QString disk;
     bool make;
     QObject *guard;
     DriveFolder::Found found;
@@ -40,7 +41,7 @@ void look(const WayPtr &way, const QString &folder, bool mayMake)
             const QString name = way->names.at(way->done);
             if (!mayMake)
                 return way->failed(QCoreApplication::translate("DriveFolder", "云盘上没有：%1").arg(name));
-            DriveRest::create(way->farm, way->type, name, {}, folder)
+            DriveRest::create(way->farm, way->type, name, way->disk, folder)
                 .within(way->limitMs)
                 .answered([way, folder](const DriveRest::Reply &made) {
                     if (made.entry.id.isEmpty())
@@ -57,6 +58,8 @@ void look(const WayPtr &way, const QString &folder, bool mayMake)
 void goOn(const WayPtr &way, const SubFile &at)
 {
     ++way->done;
+    if (way->disk.isEmpty())
+        way->disk = at.diskName.isEmpty() ? at.name : at.diskName;
     if (way->step && at.isFolder())
         way->step(way->done, at.id);
     if (way->done == way->names.size())
@@ -65,15 +68,15 @@ void goOn(const WayPtr &way, const SubFile &at)
 }
 } // namespace
 
-void DriveFolder::reach(int farmId, int fileType, const QString &fromId, const QStringList &names, bool make,
-                        int limitMs, QObject *guard, const Found &found, const Failed &failed, const Step &step)
+void DriveFolder::reach(int farmId, int fileType, const From &from, const QStringList &names, bool make, int limitMs,
+                        QObject *guard, const Found &found, const Failed &failed, const Step &step)
 {
     const auto way = std::make_shared<Way>();
-    *way = {farmId, fileType, limitMs, 0, names, make, guard, found, failed, step};
+    *way = {farmId, fileType, limitMs, 0, names, from.disk, make, guard, found, failed, step};
     if (!names.isEmpty())
-        return look(way, fromId, make && fromId != QLatin1String(SubFile::Root)); // disks are made by people
+        return look(way, from.id, make && from.id != QLatin1String(SubFile::Root)); // disks are made by people
     SubFile self;
-    self.id = fromId;
+    self.id = from.id;
     self.type = SubFile::Folder;
     found(self);
 }

@@ -9,7 +9,10 @@ public:
     using Found = std::function<void(const SubFile &entry)>; // without names: an entry with the folder's id alone
     using Failed = std::function<void(const QString &why)>;
     using Step = std::function<void(int names, const QString &id)>; // the folder of the first so many names is known
+    struct From {
+        QString id, disk; // disk: that it lies on; empty for the root
+    };
 
-    static void reach(int farmId, int fileType, const QString &fromId, const QStringList &names, bool make, int limitMs,
+    static void reach(int farmId, int fileType, const From &from, const QStringList &names, bool make, int limitMs,
                       QObject *guard, const Found &found, const Failed &failed, const Step &step = {});
 };

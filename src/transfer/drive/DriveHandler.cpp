@@ -1,6 +1,7 @@
 #include "transfer/drive/DriveHandler.h"
 #include "common/Session.h"
 #include "io/NetTcp.h"
+#include "io/NetWork.h"
 #include "transfer/TransSet.h"
 #include "transfer/TransWork.h"
 #include <QDateTime>
@@ -9,7 +10,7 @@
 
 namespace
 {
-constexpr int StaleGapMs = 2000, MostStale = 2;
+constexpr int StaleGapMs = 2000, MostStale = 1;
 } // namespace
 
 DriveHandler::DriveHandler(int which) : m_which(which)
@@ -161,6 +162,8 @@ void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
 void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool progress, bool stale)
 {
     const QString key = keyOf(farm.pri, file.pri);
+    const TransWork *work = worker(key);
+    const int busyMs = work ? work->busyMs.load() : -1;
     m_runs.remove(key);
     if (!takeWork(key, kind == TransSet::Done ? 0 : kind))
         return;
@@ -182,16 +185,23 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
         return pauseWith(farm.pri, disk ? tr("磁盘空间不足，已暂停") : tr("网盘空间不足，已暂停"));
     }
     const int socket = file.error - TransSet::SocketBase;
-    if (kind == TransSet::Transient || stale || (socket >= 0 && socket < 100)) {
-        rest(&mine, progress);
+    if (kind == TransSet::Transient || stale || busyMs >= 0 || (socket >= 0 && socket < 100)) {
+        if (!stale)
+            rest(&mine, progress);
+        if (busyMs > 0)
+            mine.until = qMax(mine.until, now() + busyMs);
         return passing(farm, &mine, file, stale);
     }
+    if (file.error == QNetworkReply::InternalServerError || file.error == QNetworkReply::UnknownServerError)
+        rest(&mine, progress); // it may be the whole drive that fails: the next files aren't burnt on it
     const int tries = retries(key);
     if (checkRetry(key)) {
         store()->unshow(file.pri);
         return wait(farm.pri, file, m_timing.passingMs << tries);
     }
     store()->setState(farm.pri, file.pri, gaveUp(), file.error);
+    if (down())
+        dropped(store()->farm(farm.pri), {file}); // a given-up file starts over
 }
 
 void DriveHandler::passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale)

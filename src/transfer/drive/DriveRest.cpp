@@ -121,11 +121,11 @@ bool DriveRest::read(Wanted wanted, const FuncBody &rep, const QString &folder, 
             reply->text = rep.object.isEmpty() ? unreadable() : QString();
         return false;
     }
-    const bool failed =
-        rep.object.contains(QLatin1String("result")) ? rep.result == 0 : rep.code != 0 && rep.code != 200;
     const bool found = wanted == List       ? readList(rep.object, folder, reply)
                        : wanted == OneEntry ? readEntry(rep.object, reply)
                                             : true;
+    const bool filled = wanted == List && !reply->entries.isEmpty() && (rep.code == 0 || rep.code == 200);
+    const bool failed = rep.refuses() && !filled;
     if (found && !failed) {
         if (wanted == Done)
             readEntry(rep.object, reply); // what was made, where it's told
@@ -289,12 +289,14 @@ void DriveRest::ask(const DriveRest &question, QObject *guard, bool again)
 void DriveRest::end(const FuncBody &rep, QObject *guard, bool again, const DriveListing *listing) const
 {
     const FuncBody body = rep.ok() && !listing ? rep : FuncBody::fromBytes(rep.ok() ? listing->rest() : rep.raw);
-    if (body.code == StaleToken && again) {
+    Reply reply;
+    const bool good = rep.ok() && read(m_wanted, body, m_folder, &reply);
+    const bool stale = body.code == StaleToken || rep.httpStatus == 401 || (rep.httpStatus == StaleToken && !good);
+    if (stale && again) {
         NetWork::instance()->clearFarm(m_farm);
         return ask(*this, guard, false);
     }
-    Reply reply;
-    if (rep.ok() && read(m_wanted, body, m_folder, &reply)) {
+    if (good) {
         reply.unusable += listing ? listing->unusable() : 0;
         if (m_answered)
             m_answered(reply);

@@ -10,6 +10,11 @@
 #include <QFileInfo>
 #include <QThread>
 
+namespace
+{
+constexpr int Unauthorized = 401;
+}
+
 UpWork::UpWork(std::shared_ptr<TransShare> share, bool retry, int backPort)
     : UpSource(std::move(share)), m_retry(retry), m_backPort(backPort)
 {
@@ -28,7 +33,14 @@ void UpWork::upReq(db_upfile file)
     WebAsk::get(known.question(m_serverUrl, m_up.missid, m_eTag, m_md5))
         .within(AnswerMs)
         .answered([this](const FuncBody &rep) { asked(rep); })
-        .failed([this] { asked({}); })
+        .refused([this](const FuncBody &rep) {
+            busyMs = rep.busyMs;
+            FuncBody body = FuncBody::fromBytes(rep.raw);
+            if (rep.httpStatus == Unauthorized)
+                body.code = TransSet::StaleToken;
+            asked(body.code == TransSet::StaleToken ? body : FuncBody());
+        })
+        .lost([this](const QString &) { asked({}); })
         .send(this);
 }
 
@@ -45,7 +57,7 @@ void UpWork::asked(const FuncBody &rep)
 {
     if (over())
         return;
-    if (rep.object.isEmpty())
+    if (rep.object.isEmpty() && rep.code == 0)
         return startWait(FailedAskMs);
     switch (rep.code) {
     case SourceFile::Here:
