@@ -1,12 +1,13 @@
 """Trees go to the drives of two farms and come back, both at once, while the client is killed again and again: at moments
 from a seed (VN_SEED), and right before a change of a store or of a half file that is named (modeldisk.cpp), so that walk,
-files, count and move into the history are all met. Between the kills the client is frozen, batches are paused, continued and
+files, count and move into the history are all met; some kills take the power along. Between the kills the client is frozen, batches are paused, continued and
 deleted, the farm dies and links break. At the end every byte is where it belongs, every sum is that of the rows, and nothing
-is left over. VN_KILLS: how many kills."""
+is left over. VN_KILLS: how many kills. VN_SWEEP=3: each third change of each store is cut before, from the opening to the history."""
 import hashlib
 import json
 import os
 import random
+import shutil
 import signal
 import sys
 import time
@@ -25,6 +26,9 @@ WORKERS = 10
 PLACES = [('qnfileUploadD.db-wal#', 1), ('qnfileDownD.db-wal#', 1), ('qnfileOkD.db>qnfileUploadD.db', 9), ('qnfileOkD.db>qnfileDownD.db', 9), ('qnfileUploadD.db', 250), ('qnfileDownD.db', 250),
           ('qnfileOkD.db', 120), ('qnfileUploadD.db>qnfileOkD.db', 9), ('qnfileDownD.db>qnfileOkD.db', 9), ('.vd', 40), ('.xtemp', 60)]
 LIBRARY = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
+SWEEP = int(os.environ.get('VN_SWEEP', '0'))
+if LIBRARY:
+    from disk import Disk
 
 
 def make_tree(folder, chance):
@@ -50,13 +54,15 @@ class Drives:
         self.tree = make_tree(os.path.join(folder, 'tree'), chance)
         self.single = {SINGLE: self.tree[SINGLE]}
         self.batches = {'put': [], 'get': []}  # numbers; n lies on farm n % 2 + 1
+        self.forgotten = 0  # trees that came back and were compared
         self.ids, self.deleted = {}, set()     # (kind, n) -> handle, where the client could still tell it
         self.kills, self.met = 0, {}
+        self.disk = Disk(folder, rig.home) if LIBRARY else None
 
     # --- what is asked for
 
     def begin(self, kind):
-        n = len(self.batches[kind])
+        n = len(self.batches[kind]) + (self.forgotten if kind == 'get' else 0)
         self.batches[kind].append(n)
         below, name = ('/tree', '/' + SINGLE) if n % 3 == 2 else ('', '')
         if kind == 'put':
@@ -68,7 +74,7 @@ class Drives:
         return reply
 
     def back(self, n):
-        return os.path.join(self.folder, 'back%d' % n)
+        return os.path.join(self.rig.home, 'back%d' % n)
 
     def active(self, kind):
         return [pri for pri, in self.rig.rows(STORES[kind], 'select pri from farm order by pri')]
@@ -162,38 +168,76 @@ class Drives:
             for fault in ('drive-drop-reply', '1@4'), ('cut-upload', '400000@2'), ('drive-short-body', '1000@3'), ('cut-business', '300@1'):
                 self.rig.fault(*fault)
 
-    def kill(self, turn):
-        place, most = PLACES[turn // 2 % len(PLACES)]
-        cut = LIBRARY and turn % 2 == 0
+    def start(self, cut, power):
+        if power:
+            self.disk.arm(None)
+        elif cut:
+            os.environ['LD_PRELOAD'] = LIBRARY
         if cut:
-            os.environ.update(LD_PRELOAD=LIBRARY, VN_CUT='%s:%d' % (place, self.chance.randrange(most) + 1))
+            os.environ['VN_CUT'] = cut
         self.rig.start_client()
-        os.environ.pop('LD_PRELOAD', None)
-        end = time.monotonic() + (8 if cut else self.chance.random() * 2.5)
-        known = False
+        for name in 'LD_PRELOAD', 'VN_CUT', 'VN_DISK_ROOT':
+            os.environ.pop(name, None)
+
+    def kill(self, turn, cut=None, most_active=2, power=False, seconds=8.0):
+        """Starts the client, lets it work and ends it; whether it came to the cut."""
+        self.start(cut, power)
+        end, known = time.monotonic() + seconds, False
         while time.monotonic() < end and self.rig.client.poll() is None:
             if not known and self.rig.user_dir() and (self.rig.api('/account') or {}).get('result') == 1:
                 known = True
                 for kind in STORES:
-                    if len(self.active(kind)) < (1 if place.startswith(STORES[kind]) and '#' in place else 2):
+                    if len(self.active(kind)) < most_active:
                         self.begin(kind)
                 if turn % 4 == 3:
                     self.steer()
                 self.farm_trouble(turn)
-                if not cut:  # behind the login, too
-                    end = time.monotonic() + self.chance.random() * 1.5
+                end = time.monotonic() + (seconds if cut else self.chance.random() * 1.5)
             if known and turn % 7 == 6:
                 self.rig.client.send_signal(signal.SIGSTOP)
                 time.sleep(self.chance.random() * 0.3)
                 self.rig.client.send_signal(signal.SIGCONT)
+            if SWEEP and known and not self.active('put') and not self.active('get'):
+                break
             time.sleep(0.02)
         ended = self.rig.client.poll()
         if ended not in (None, -9):
             raise Failure('the client ended with %s, see %s/client.log' % (ended, self.rig.folder))
-        self.met['cut', place] = self.met.get(('cut', place), 0) + (ended is not None)
         self.rig.kill_client()
+        if power:
+            self.disk.cut()
         self.kills += 1
         self.standing()
+        return ended is not None
+
+    def turn(self, turn):
+        if turn % 2 or not LIBRARY:
+            return self.kill(turn, seconds=self.chance.random() * 2.5)
+        place, most = PLACES[turn // 2 % len(PLACES)]
+        cut = '%s:%d' % (place, self.chance.randrange(most) + 1)
+        hit = self.kill(turn, cut, 1 if '#' in place else 2, power=turn % 6 == 4 and turn % GROUP < 12)
+        self.met['cut', place] = self.met.get(('cut', place), 0) + hit
+
+    def sweep(self):
+        for store in list(STORES.values()) + [HISTORY, '.vd', '.xtemp']:
+            n = self.chance.randrange(SWEEP) + 1
+            while self.kill(0, '%s:%d' % (store, n), 1, seconds=20):
+                n += SWEEP
+                if self.kills % 40 == 0:
+                    self.settle()
+            self.settle()
+            print('%s: every change cut, %d in all' % (store, n), flush=True)
+
+    def settle(self):
+        self.rig.start_client()
+        self.rig.wait_login()
+        whole = self.compare()
+        self.rig.kill_client()
+        for n in self.batches['get'][:-1]:  # compared, and the disk is copied for each cut of the power
+            shutil.rmtree(self.back(n), ignore_errors=True)
+        self.forgotten += len(self.batches['get'][:-1])
+        self.batches['get'] = self.batches['get'][-1:]
+        return whole
 
 
 def story(make, folder):
@@ -209,14 +253,12 @@ def story(make, folder):
         drives.begin('put')
     wait_for('the first trees', 60, drives.over, 0.1)
     rig.kill_client()
-    whole = 0
+    if SWEEP:
+        return drives.sweep()
     for turn in range(KILLS):
-        drives.kill(turn)
+        drives.turn(turn)
         if turn % GROUP == GROUP - 1 or turn == KILLS - 1:
-            rig.start_client()
-            rig.wait_login()
-            whole = drives.compare()
-            rig.kill_client()
+            whole = drives.settle()
     rig.start_client()
     rig.wait_login()
     print('seed %d: %d kills, %d batches of %d files whole, %d deleted; met %s' %

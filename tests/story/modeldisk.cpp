@@ -1,5 +1,6 @@
 // A disk that keeps only what a sync made durable, as a library before the client (LD_PRELOAD). Below the folder
-// VN_DISK_ROOT every fsync and fdatasync leaves a record in VN_DISK_LOG: of a file its content, of a folder its names.
+// VN_DISK_ROOT every fsync and fdatasync leaves a record in VN_DISK_LOG: of a file its content, of a folder its names; a
+// syncfs one of everything but the stores, which can't be read from here without loosening their locks.
 // power.py builds from the records what is there after a cut. VN_DISK_CUT="10704:2" cuts the power at the second such
 // word to the business server: from the moment it leaves nothing becomes durable any more, and the process dies.
 // VN_CUT="one.db:7" kills before the seventh change (write, length, sync, other name, end) of a file with that in its path;
@@ -8,6 +9,7 @@
 #include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
+#include <ftw.h>
 #include <limits.h>
 #include <pthread.h>
 #include <signal.h>
@@ -108,10 +110,37 @@ static void changes(int fd, bool tables = false)
     cut(path);
 }
 
+static void keep(int fd, const char *path, const struct statx *facts)
+{
+    char name[64], to[PATH_MAX], line[PATH_MAX + 256];
+    while (off) // the power is gone: this sync never returns
+        pause();
+    const int mine = ++number;
+    key(facts, name);
+    snprintf(to, sizeof to, "%s/%d", records, mine);
+    S_ISDIR(facts->stx_mode) ? keepNames(path, to) : keepFile(fd, to);
+    snprintf(line, sizeof line, "%c %d %s %s\n", S_ISDIR(facts->stx_mode) ? 'D' : 'F', mine, name, path);
+    while (off) // it went while the content was kept: whoever waits for this sync must not learn of a success
+        pause();
+    note(line);
+}
+
+static int keepEach(const char *path, const struct stat *, int kind, struct FTW *)
+{
+    struct statx facts;
+    if ((kind != FTW_F && kind != FTW_D) || strstr(path, ".db"))
+        return 0;
+    const int fd = open(path, O_RDONLY | O_CLOEXEC);
+    if (fd >= 0 && statx(fd, "", AT_EMPTY_PATH, STATX_BASIC_STATS | STATX_BTIME, &facts) == 0)
+        keep(fd, path, &facts);
+    close(fd);
+    return 0;
+}
+
 static int kept(long call, int fd)
 {
     changes(fd);
-    char link[64], path[PATH_MAX], name[64], to[PATH_MAX], line[PATH_MAX + 256];
+    char link[64], path[PATH_MAX];
     snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
     const ssize_t length = root ? readlink(link, path, sizeof path - 1) : -1;
     struct statx facts;
@@ -119,22 +148,14 @@ static int kept(long call, int fd)
         return int(syscall(call, fd));
     path[length] = 0;
     pthread_mutex_lock(&gate);
-    while (off) // the power is gone: this sync never returns
-        pause();
-    const int mine = ++number;
-    key(&facts, name);
-    snprintf(to, sizeof to, "%s/%d", records, mine);
-    S_ISDIR(facts.stx_mode) ? keepNames(path, to) : keepFile(fd, to);
-    snprintf(line, sizeof line, "%c %d %s %s\n", S_ISDIR(facts.stx_mode) ? 'D' : 'F', mine, name, path);
-    while (off) // it went while the content was kept: whoever waits for this sync must not learn of a success
-        pause();
-    note(line);
+    call == SYS_syncfs ? void(nftw(root, keepEach, 16, FTW_PHYS)) : keep(fd, path, &facts);
     pthread_mutex_unlock(&gate);
     return 0;
 }
 
 extern "C" int fsync(int fd) { return kept(SYS_fsync, fd); }
 extern "C" int fdatasync(int fd) { return kept(SYS_fdatasync, fd); }
+extern "C" int syncfs(int fd) { return kept(SYS_syncfs, fd); }
 
 static void *die(void *nothing)
 {

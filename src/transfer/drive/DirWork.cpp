@@ -283,8 +283,9 @@ void DirWork::listed(const db_upfarmD &farm, const db_updirD &dir, const DriveRe
     if (!mayWalk())
         return; // the row stays
     std::string reason;
-    if (!platform::Folder::reach(farm.lpath.toStdString(), dir.lpath.mid(farm.lpath.size()).toStdString(), true,
-                                 &reason))
+    const auto folder = platform::Folder::reach(farm.lpath.toStdString(),
+                                                dir.lpath.mid(farm.lpath.size()).toStdString(), true, &reason);
+    if (!folder)
         return failed(farm, dir, QString::fromStdString(reason));
     QStringList names;
     for (const SubFile &entry : reply.entries)
@@ -328,6 +329,8 @@ void DirWork::listed(const db_upfarmD &farm, const db_updirD &dir, const DriveRe
     }
     if (reply.unusable > 0)
         tell(farm.pri, tr("%1 中有 %2 项无法使用，已跳过").arg(dir.dpath).arg(reply.unusable));
+    if (files.isEmpty() && dirs.isEmpty())
+        folder->sync(); // nothing that comes into it will
     m_troubles.remove(dir.pri);
     goesOn(farm, dir, true, &files, &dirs);
 }

@@ -2,6 +2,7 @@
 #include "common/platform/Platform.h"
 #include "common/Seam.h"
 #include "common/UserInfo.h"
+#include "common/VFunc.h"
 #include "transfer/down/PartialFile.h"
 #include "transfer/drive/DownHttp.h"
 #include "transfer/drive/DriveNames.h"
@@ -24,6 +25,20 @@ DownDHandler::~DownDHandler()
 int DownDHandler::limit() const { return UserInfo::downTh(); }
 
 TransWork *DownDHandler::makeWork(bool, int) { return new DownHttp(share()); }
+
+namespace
+{
+// The chosen folder, its name on the medium before anybody is told of the batch that relies on it.
+void makeFolder(const QString &path)
+{
+    QStringList missing;
+    for (QString at = path; !QFileInfo::exists(at) && QFileInfo(at).path() != at; at = QFileInfo(at).path())
+        missing << QFileInfo(at).path();
+    QDir().mkpath(path);
+    for (const QString &folder : qAsConst(missing))
+        VFunc::syncFolder(folder);
+}
+} // namespace
 
 void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
 {
@@ -63,7 +78,7 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
             files.append(file);
         }
     }
-    QDir().mkpath(farm.lpath);
+    makeFolder(farm.lpath);
     if (!store()->addFarm(farm, dirs, files))
         qWarning().noquote() << "DownDHandler::cfarm not written:" << farm.name;
     look();
