@@ -1,4 +1,4 @@
-// vntour [--check] [--out FOLDER] [--scales 1,1.5,2]: the walk. It starts itself once for every language and scale, for
+// vntour [--check] [--out FOLDER] [--scales 1,1.5,2] [--only NAME,NAME]: the walk. It starts itself once for every language and scale, for
 // both are settled with the program's start; each of those walks writes pictures and a list of faults, from which the
 // index page is made. With --check there is one scale; the result is 1 where a window has a fault.
 #include "common/ui/Background.h"
@@ -24,6 +24,8 @@ constexpr int MostEscapes = 4, RestMs = 80, MostRests = 40, LongestWalkMs = 2800
 
 struct Walk {
     QString folder, language, scale;
+    QStringList only; // names of the table; empty: all of it
+    bool looks(const TourStop &stop) const { return only.isEmpty() || only.contains(QLatin1String(stop.name)); }
     QString prefix() const { return QStringLiteral("%1-%2").arg(language, scale); }
 };
 
@@ -70,6 +72,8 @@ QStringList walkThrough(const Walk &walk, Stage &stage)
     QStringList faults;
     const bool full = stage.filled() == Stage::Full;
     for (const TourStop &stop : tourTable()) {
+        if (!walk.looks(stop))
+            continue;
         if (stop.when == (full ? TourStop::EmptyOnly : TourStop::FullOnly))
             continue;
         const QString name =
@@ -112,7 +116,7 @@ int walkOnce(const Walk &walk)
     faults << walkThrough(walk, stage);
     stage.window()->resize(QSize(960, 540).boundedTo(room.size()));
     for (const TourStop &stop : tourTable())
-        if (stop.page && stop.when != TourStop::EmptyOnly)
+        if (stop.page && stop.when != TourStop::EmptyOnly && walk.looks(stop))
             faults << look(walk, QString::fromLatin1(stop.name) + QStringLiteral("-small"), stop.bring(stage));
     QFile list(QStringLiteral("%1/%2.txt").arg(walk.folder, walk.prefix()));
     if (!list.open(QIODevice::WriteOnly) || list.write(faults.join(QLatin1Char('\n')).toUtf8()) < 0)
@@ -146,7 +150,7 @@ void writeIndex(const QString &folder, const QStringList &faults)
     }
 }
 
-int walkAll(const QString &folder, const QStringList &scales)
+int walkAll(const QString &folder, const QStringList &scales, const QString &only)
 {
     QDir(folder).removeRecursively();
     if (!QDir().mkpath(folder)) {
@@ -157,7 +161,7 @@ int walkAll(const QString &folder, const QStringList &scales)
     int worst = 0;
     for (const QString &scale : scales)
         for (const QString &language : Languages) {
-            const Walk walk{folder, language, QString::number(qRound(scale.toDouble() * 100))};
+            const Walk walk{folder, language, QString::number(qRound(scale.toDouble() * 100)), {}};
             QProcess one;
             QProcessEnvironment around = QProcessEnvironment::systemEnvironment();
             around.insert(QStringLiteral("QT_SCALE_FACTOR"), scale);
@@ -165,7 +169,7 @@ int walkAll(const QString &folder, const QStringList &scales)
             one.setProcessChannelMode(QProcess::ForwardedErrorChannel);
             one.start(QCoreApplication::applicationFilePath(),
                       {QStringLiteral("--walk"), language, QStringLiteral("--scales"), walk.scale,
-                       QStringLiteral("--out"), folder});
+                       QStringLiteral("--out"), folder, QStringLiteral("--only"), only});
             const bool ended = one.waitForFinished(LongestWalkMs) && one.exitStatus() == QProcess::NormalExit;
             worst = qMax(worst, ended ? one.exitCode() : 3);
             if (!ended)
@@ -197,13 +201,16 @@ int main(int argc, char **argv)
     parser.addOption({QStringLiteral("scales"), QStringLiteral("Scales to walk at."), QStringLiteral("LIST"),
                       QStringLiteral("1,1.5,2")});
     parser.addOption(
+        {QStringLiteral("only"), QStringLiteral("Windows to look at."), QStringLiteral("NAMES"), QString()});
+    parser.addOption(
         {QStringLiteral("walk"), QStringLiteral("One walk in this language."), QStringLiteral("LANGUAGE")});
     parser.process(app);
     const QString folder = QDir(parser.value(QStringLiteral("out"))).absolutePath();
     if (parser.isSet(QStringLiteral("walk")))
-        return walkOnce({folder, parser.value(QStringLiteral("walk")), parser.value(QStringLiteral("scales"))});
+        return walkOnce({folder, parser.value(QStringLiteral("walk")), parser.value(QStringLiteral("scales")),
+                         parser.value(QStringLiteral("only")).split(QLatin1Char(','), Qt::SkipEmptyParts)});
     const QStringList scales = parser.isSet(QStringLiteral("check"))
                                    ? QStringList{QStringLiteral("1")}
                                    : parser.value(QStringLiteral("scales")).split(QLatin1Char(','), Qt::SkipEmptyParts);
-    return walkAll(folder, scales);
+    return walkAll(folder, scales, parser.value(QStringLiteral("only")));
 }
