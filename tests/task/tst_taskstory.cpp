@@ -223,6 +223,7 @@ private slots:
         auto *gpu = env->findChild<QAbstractButton *>("env_gpu");
         QTRY_VERIFY(gpu->isEnabled());
         gpu->click();
+        QVERIFY(env->findChild<QScrollArea *>()->widget()->minimumSizeHint().width() < 400); // no way sideways on a small screen
         auto *machine = env->findChild<QComboBox *>("machine");
         QVERIFY(machine->count() > 1);
         machine->setCurrentIndex(machine->count() - 1);

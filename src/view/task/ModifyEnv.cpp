@@ -13,7 +13,7 @@
 namespace
 {
 const QString Name = QStringLiteral("name"), Now = QStringLiteral("now"), Machine = QStringLiteral("machine");
-constexpr int NowWidth = 380;
+constexpr int Width = 480; // where the screen has it; the words of what is chosen now go on in a second line
 
 bool hasGpu(const QJsonObject &machine)
 {
@@ -48,7 +48,8 @@ ModifyEnv::ModifyEnv(const QList<TaskDetail> &details, TaskDesk *desk, QWidget *
       m_list(new TickList(QStringLiteral("plugins"), tr("插件修改"), {{tr("插件修改"), 0}}, this))
 {
     m_gpu->setObjectName(QStringLiteral("env_gpu"));
-    m_form->editor(Now)->setMinimumWidth(NowWidth);
+    setWanted({Width, 0});
+    m_form->editor(Now)->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
     m_list->setMinimumHeight(180);
     content()->addWidget(m_form);
     content()->addWidget(m_gpu);
