@@ -127,7 +127,7 @@ ContentStore::Outcome ContentStore::check(const Identity &file, const QString &p
     Outcome outcome{Arrived, {}, part};
     if (file.compressed) {
         outcome.ready = part + QStringLiteral(".out");
-        if (!unzipOne(part, outcome.ready, file.size))
+        if (!unzipOne(part, outcome.ready, file.size, file.key.section(QLatin1Char('/'), -1)))
             return {UnpackFailed, {}, {}};
     }
     outcome.hash = fileMd5(outcome.ready);

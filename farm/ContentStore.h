@@ -78,7 +78,7 @@ private:
 
 // MD5 of a file in lower-case hex; empty where it can't be read.
 QString fileMd5(const QString &path);
-// Takes the one file out of a ZIP. False: not a ZIP, more than one entry, damaged, or not of that size.
-bool unzipOne(const QString &zip, const QString &target, qint64 size);
+// Takes the one file out of a ZIP. False: not a ZIP, more than one entry, damaged, of another size or name.
+bool unzipOne(const QString &zip, const QString &target, qint64 size, const QString &name);
 
 } // namespace farm

@@ -91,7 +91,7 @@ struct FarmCounters {
     int instantHits = 0, instantMisses = 0;
     int filesReceived = 0; // commits that ended well
     int links = 0, logins = 0, packages = 0;
-    int fileLinks = 0, requests = 0, pushes = 0, logUploads = 0;
+    int fileLinks = 0, fileLinksOpen = 0, requests = 0, pushes = 0, logUploads = 0;
 };
 
 class Farm : public QObject

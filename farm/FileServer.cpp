@@ -9,6 +9,8 @@
 namespace farm
 {
 
+constexpr int HoldMs = 10;
+
 FileServer::FileServer(Core &core) : m_core(core)
 {
     connect(&m_server, &QTcpServer::newConnection, this, [this] {
@@ -40,6 +42,7 @@ void FileServer::dropLinks()
 
 FileLink::FileLink(Core &core, QTcpSocket *socket, QObject *parent) : QObject(parent), m_core(core), m_socket(socket)
 {
+    ++m_core.counters.fileLinksOpen;
     m_socket->setParent(this);
     m_socket->setReadBufferSize(FileWindow);
     m_socket->setSocketOption(QAbstractSocket::LowDelayOption, 1);
@@ -54,6 +57,8 @@ FileLink::FileLink(Core &core, QTcpSocket *socket, QObject *parent) : QObject(pa
     });
     m_paceTimer.setInterval(100);
 }
+
+FileLink::~FileLink() { --m_core.counters.fileLinksOpen; }
 
 void FileLink::drop() { m_socket->abort(); }
 
@@ -172,7 +177,14 @@ void FileLink::handle(const QJsonObject &body)
 
 void FileLink::reply(int phase, int code, const QJsonObject &body)
 {
-    const QByteArray text = body.isEmpty() ? QByteArray() : QJsonDocument(body).toJson(QJsonDocument::Compact);
+    const QString held = m_core.faults.peek(QStringLiteral("hold-file"));
+    if (phase == 0 && !held.isNull() && m_got >= held.toLongLong() && m_core.faults.happens(QStringLiteral("hold-file"))) {
+        QTimer::singleShot(HoldMs, this, [=] { reply(phase, code, body); });
+        return;
+    }
+    QByteArray text = body.isEmpty() ? QByteArray() : QJsonDocument(body).toJson(QJsonDocument::Compact);
+    if (const qint64 blanks = m_core.faults.number(QStringLiteral("long-reply")); blanks > 0)
+        text = QByteArray(int(blanks), ' ');
     const QByteArray bytes = frameReply(phase, m_frame.command, code, text);
     const qint64 delay = m_core.faults.number(QStringLiteral("delay-file"));
     if (delay <= 0)

@@ -58,6 +58,7 @@ class FileLink : public QObject
     Q_OBJECT
 public:
     FileLink(Core &core, QTcpSocket *socket, QObject *parent);
+    ~FileLink() override;
     void drop();
 
 private:
@@ -80,7 +81,7 @@ private:
     bool checkAsk(const QJsonObject &body);
     int farmOf(const QByteArray &token) const; // 0: an unknown token
     // 0, or the code that refuses the file that has been asked for.
-    int refusal();
+    int refusal(int id); // id: of the file, as the client tells it
 
     Core &m_core;
     QTcpSocket *m_socket;
@@ -95,7 +96,7 @@ private:
     bool m_dataGood = true;
     int m_dataCode = 0;
     qint64 m_cutUp = -2, m_cutDown = -2; // -2: not asked for yet, -1: none
-    qint64 m_sendLeft = 0;
+    qint64 m_sendLeft = 0, m_got = 0;
     bool m_corrupt = false, m_held = false, m_log = false;
     qint64 m_pace = -1; // bytes a second, -1: none
     QTimer m_paceTimer;

@@ -40,7 +40,9 @@ void FileLink::ask(const QJsonObject &body)
     m_identity.wireSize =
         m_identity.compressed ? body.value("compressedSize").toVariant().toLongLong() : m_identity.size;
     m_identity.etag = body.value("ETag").toString().toLower();
-    if (const int code = refusal())
+    if (body.value("retry").toInt() == 1)
+        m_core.event(QStringLiteral("retry %1").arg(m_identity.key));
+    if (const int code = refusal(body.value("fileId").toString().toInt()))
         return reply(0, code);
     const qint64 code = m_core.faults.number(QStringLiteral("ask-code"));
     if (code >= 0)
@@ -60,15 +62,15 @@ void FileLink::ask(const QJsonObject &body)
         m_core.store->forgetPart(m_identity);
         received = 0;
     }
-    if (m_core.faults.happens(QStringLiteral("start-past")))
-        return reply(0, FileCode::StartHere, {{"startPoint", m_identity.wireSize + 1}});
+    if (const QString past = m_core.faults.take(QStringLiteral("start-past")); !past.isNull())
+        return reply(0, FileCode::StartHere, {{"startPoint", m_identity.wireSize + past.toLongLong()}});
     if (received == m_identity.wireSize)
         return reply(0, FileCode::AllHere);
     m_mayData = true;
     reply(0, FileCode::StartHere, {{"startPoint", received}});
 }
 
-int FileLink::refusal()
+int FileLink::refusal(int id)
 {
     if (m_identity.size < 0 || m_identity.wireSize < 0)
         return FileCode::NoRecord;
@@ -85,6 +87,12 @@ int FileLink::refusal()
         return FileCode::Cancelled;
     if (!task->keys.contains(cleanKey(m_identity.key)))
         m_core.violation(QStringLiteral("task %1 has no file %2").arg(task->id).arg(m_identity.key));
+    constexpr int Few = 100; // beyond, the look would cost more than it tells
+    for (int i = 0; i < task->files.size() && task->files.size() < Few; ++i) {
+        const QJsonObject file = task->files.at(i).toObject();
+        if (cleanKey(file.value("path").toString()) == cleanKey(m_identity.key) && file.value("id").toInt() != id)
+            m_core.violation(QStringLiteral("file %1 of task %2 is asked for as %3").arg(m_identity.key).arg(task->id).arg(id));
+    }
     return 0;
 }
 
@@ -134,6 +142,9 @@ void FileLink::beginData()
     } else if (const qint64 code = m_core.faults.number(QStringLiteral("data-code")); code >= 0) {
         m_dataCode = int(code);
         m_state = Skip;
+    } else if (m_core.faults.happens(QStringLiteral("drop-chunk"))) {
+        m_dataCode = FileCode::ChunkKept;
+        m_state = Skip;
     } else if (m_frame.offset < 0 || m_frame.offset > m_core.store->received(m_identity) ||
                m_frame.offset + m_left > m_identity.wireSize) {
         m_core.violation(QStringLiteral("chunk %1+%2 of %3, %4 bytes here")
@@ -177,6 +188,7 @@ bool FileLink::readData()
         }
     }
     m_left -= bytes.size();
+    m_got += bytes.size();
     if (m_left == 0)
         endData();
     return !bytes.isEmpty() && (m_pace < 0 || m_left == 0);

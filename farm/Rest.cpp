@@ -137,7 +137,8 @@ void Rest::read(QTcpSocket *socket, HttpFeed *feed)
             ++m_core.counters.requests;
             request.farm = Drive::takeFarm(&request.path);
             const bool control = request.path.startsWith(QStringLiteral("/farm/"));
-            if (!control && m_core.faults.happens(QStringLiteral("http-silent")))
+            if (!control && (m_core.faults.happens(QStringLiteral("http-silent")) ||
+                             m_core.faults.happens("http-silent." + request.path.section(QLatin1Char('/'), -1))))
                 continue;
             const qint64 forced = control ? -1 : m_core.faults.number(QStringLiteral("http-status"));
             const HttpAnswer whole =

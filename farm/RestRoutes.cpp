@@ -193,6 +193,8 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
         wanted.insert(5, QStringLiteral("taskId"));
     if (names != wanted || request.item("fileType") != QLatin1String("1"))
         m_core.violation(QStringLiteral("/sourceFiles with items %1").arg(names.join(QLatin1Char(','))));
+    if (request.rawQuery.contains('+')) // some servers take it for a blank
+        m_core.violation(QStringLiteral("/sourceFiles with a plus sign that isn't encoded"));
     const QString key = request.item("key"), etag = request.item("ETag").toLower();
     const qint64 size = request.item("size").toLongLong(), mtime = request.item("lastModified").toLongLong();
     const auto told = [](int code, const char *text, const QJsonObject &data = {}) {
@@ -219,11 +221,11 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     }
     ++m_core.counters.instantMisses;
     const int port = m_core.files->port();
-    return told(101402, "不存在",
-                {{"hostLan", m_core.options.address},
-                 {"portLan", port},
-                 {"hostWan", m_core.options.address},
-                 {"portWan", port}});
+    const QString other = m_core.faults.take(QStringLiteral("file-host"));
+    if (other == QLatin1String("none"))
+        return told(101402, "不存在");
+    const QString host = other.isEmpty() ? m_core.options.address : other;
+    return told(101402, "不存在", {{"hostLan", host}, {"portLan", port}, {"hostWan", host}, {"portWan", port}});
 }
 
 HttpAnswer Rest::logs(const HttpRequest &request)

@@ -18,6 +18,7 @@ struct Entry {
     int method = 0;
     quint32 crc = 0;
     quint64 packed = 0, size = 0, header = 0;
+    QByteArray name;
 };
 
 // The values that stand as all ones in the record follow in the extra field, in this order.
@@ -65,6 +66,7 @@ bool findEntry(QFile &zip, Entry *entry)
         return false;
     *entry = Entry{u16(record, 10), u32(record, 16), u32(record, 20), u32(record, 24), u32(record, 42)};
     const QByteArray rest = zip.read(u16(record, 28) + u16(record, 30));
+    entry->name = rest.left(u16(record, 28));
     readExtra(rest.mid(u16(record, 28)), entry);
     if (entry->header > quint64(zip.size()) || !zip.seek(qint64(entry->header)))
         return false;
@@ -117,11 +119,12 @@ bool unpack(QFile &zip, const Entry &entry, QFile &target)
 }
 } // namespace
 
-bool unzipOne(const QString &path, const QString &target, qint64 size)
+bool unzipOne(const QString &path, const QString &target, qint64 size, const QString &name)
 {
     QFile zip(path), out(target);
     Entry entry;
-    if (!zip.open(QIODevice::ReadOnly) || !findEntry(zip, &entry) || entry.size != quint64(size))
+    if (!zip.open(QIODevice::ReadOnly) || !findEntry(zip, &entry) || entry.size != quint64(size) ||
+        entry.name != name.toUtf8())
         return false;
     if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate))
         return false;

@@ -111,9 +111,9 @@ private slots:
         QCOMPARE(log(), 1);
         const qlonglong pri = up().readPage("o1", 0).first().pri;
         QVERIFY(up().setState(pri, 30, 7));
-        syncs::fail(true);
+        syncs::fail("qnfileUpload.db-wal");
         QVERIFY(!up().settle() && !Store::settleAll());
-        syncs::fail(false);
+        syncs::fail({});
         QVERIFY(up().settle());
         for (int round = 0; round < 50; ++round)
             up().setState(pri, 30, round);

@@ -277,10 +277,11 @@ public:
         }
         return {at32(bytes, 4), at32(bytes, 12), at32(bytes, 24), bytes.mid(32)};
     }
+    int id = 500; // of the file in its order
     FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, int ms = 8000)
     {
         send(0, 70000, -1,
-             json({{"fileId", "500"},
+             json({{"fileId", QString::number(id)},
                    {"key", key},
                    {"diskKey", key},
                    {"size", size},

@@ -1,6 +1,5 @@
 #include "support/Syncs.h"
 #include <algorithm>
-#include <atomic>
 #include <cerrno>
 #include <mutex>
 #include <QStringList>
@@ -10,7 +9,7 @@
 namespace
 {
 std::mutex mutex;
-std::atomic_bool failing{false};
+QString failing;
 
 QStringList &paths()
 {
@@ -22,11 +21,13 @@ int note(long call, int fd)
 {
     char path[4096];
     const ssize_t length = readlink(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(fd)), path, sizeof path);
+    bool fails = false;
     {
         std::lock_guard lock(mutex);
         paths() << QString::fromUtf8(path, int(std::max<ssize_t>(0, length)));
+        fails = !failing.isNull() && paths().last().endsWith(failing);
     }
-    if (!failing)
+    if (!fails)
         return int(syscall(call, fd));
     errno = EIO;
     return -1;
@@ -42,7 +43,11 @@ int syncs::count(const QString &ending)
     return int(std::count_if(paths().cbegin(), paths().cend(), [&](const QString &path) { return path.endsWith(ending); }));
 }
 
-void syncs::fail(bool on) { failing = on; }
+void syncs::fail(const QString &ending)
+{
+    std::lock_guard lock(mutex);
+    failing = ending;
+}
 
 void syncs::reset()
 {

@@ -1,5 +1,6 @@
 // Uploads to an object store as the client sees them: the queue, its child and the words between them. What the real
 // companion and a real store do is a story of its own.
+#include "support/BusinessPeer.h"
 #include "support/TestMain.h"
 #include "UpRig.h"
 #include <QCoreApplication>
@@ -8,7 +9,12 @@
 class TestUpOss : public QObject
 {
     Q_OBJECT
-    QScopedPointer<UpRig> rig;
+    struct Rig : UpRoom {
+        BusinessPeer business;
+        Rig() { business.takeClient(); }
+        void add(const QList<db_upfile> &rows) { store(rows, 2); }
+    };
+    QScopedPointer<Rig> rig;
 
     static QString beside(const char *name) { return QCoreApplication::applicationDirPath() + QLatin1Char('/') + QLatin1String(name); }
     struct Heard {
@@ -40,7 +46,8 @@ private slots:
     void init()
     {
         cleanup();
-        rig.reset(new UpRig);
+        rig.reset(new Rig);
+        rig->business.answer(10704, 1070400);
         rig->business.answer(11100, 1110000, QJsonObject{{"type", "s3"}, {"secretKey", "one"}});
         rig->business.answer(10703, 1070300);
     }
@@ -58,12 +65,11 @@ private slots:
         QList<db_upfile> rows;
         const QStringList names{"good", "busy", "expired", "silent", "rubbish"};
         for (const QString &name : names)
-            rows << UpRig::row(rig->write(name + ".bin", name.toUtf8()), 100 + rows.size());
-        rig->add(rows, 2);
+            rows << UpRoom::row(rig->write(name + ".bin", name.toUtf8()), 100 + rows.size());
+        rig->add(rows);
         start();
         QTRY_COMPARE_WITH_TIMEOUT(rig->state(), 0, 20000);
         QCOMPARE(rig->resolve.calls.filter("ok").size(), names.size());
-        QVERIFY(rig->asked.isEmpty() && rig->files.frames.isEmpty()); // nothing by the other road
         QSet<int> reported;
         for (const BusinessPeer::Request &one : rig->business.requests(10703)) {
             QCOMPARE(one.body.value("farmId").toInt(), 3);
@@ -93,11 +99,11 @@ private slots:
     void pause()
     {
         placeStandIn();
-        rig->add({UpRig::row(rig->write("paused.bin", "x"), 1), UpRig::row(rig->write("good.bin", "x"), 2)}, 2);
+        rig->add({UpRoom::row(rig->write("paused.bin", "x"), 1), UpRoom::row(rig->write("good.bin", "x"), 2)});
         start();
         QTRY_COMPARE(heard("upload").size(), 2);
         QTRY_COMPARE(rig->rows(), 1);
-        rig->queue->pauseUp(rig->order, UpRig::Task);
+        rig->queue->pauseUp(rig->order, rig->task);
         QTRY_COMPARE(heard("pauseUpload").size(), 1);
         QVERIFY(heard("pauseUpload").first().first);
         QCOMPARE(heard("pauseUpload", "paused.bin").size(), 1);
@@ -107,7 +113,7 @@ private slots:
     void childComesLater()
     {
         rig->business.answer(11100, 1110001);
-        rig->add({UpRig::row(rig->write("dies.bin", "x"), 1)}, 2);
+        rig->add({UpRoom::row(rig->write("dies.bin", "x"), 1)});
         start();
         QTRY_VERIFY(rig->business.count(11100) == 0 && rig->state() == 110);
         placeStandIn();
@@ -124,7 +130,7 @@ private slots:
     {
         placeStandIn();
         rig->business.answer(10703, 1070306);
-        rig->add({UpRig::row(rig->write("good.bin", "x"), 1)}, 2);
+        rig->add({UpRoom::row(rig->write("good.bin", "x"), 1)});
         start();
         QTRY_COMPARE_WITH_TIMEOUT(rig->state(), 113, 10000);
         QCOMPARE(rig->resolve.calls.filter("ok").size(), 0);
