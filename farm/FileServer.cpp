@@ -178,7 +178,8 @@ void FileLink::handle(const QJsonObject &body)
 void FileLink::reply(int phase, int code, const QJsonObject &body)
 {
     const QString held = m_core.faults.peek(QStringLiteral("hold-file"));
-    if (phase == 0 && !held.isNull() && m_got >= held.toLongLong() && m_core.faults.happens(QStringLiteral("hold-file"))) {
+    if (phase == 0 && !held.isNull() && m_got >= held.toLongLong() &&
+        m_core.faults.happens(QStringLiteral("hold-file"))) {
         QTimer::singleShot(HoldMs, this, [=] { reply(phase, code, body); });
         return;
     }

@@ -91,7 +91,8 @@ int FileLink::refusal(int id)
     for (int i = 0; i < task->files.size() && task->files.size() < Few; ++i) {
         const QJsonObject file = task->files.at(i).toObject();
         if (cleanKey(file.value("path").toString()) == cleanKey(m_identity.key) && file.value("id").toInt() != id)
-            m_core.violation(QStringLiteral("file %1 of task %2 is asked for as %3").arg(m_identity.key).arg(task->id).arg(id));
+            m_core.violation(
+                QStringLiteral("file %1 of task %2 is asked for as %3").arg(m_identity.key).arg(task->id).arg(id));
     }
     return 0;
 }

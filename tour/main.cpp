@@ -1,6 +1,7 @@
-// vntour [--check] [--out FOLDER] [--scales 1,1.5,2] [--only NAME,NAME]: the walk. It starts itself once for every language and scale, for
-// both are settled with the program's start; each of those walks writes pictures and a list of faults, from which the
-// index page is made. With --check there is one scale; the result is 1 where a window has a fault.
+// vntour [--check] [--out FOLDER] [--scales 1,1.5,2] [--only NAME,NAME]: the walk. It starts itself once for every
+// language and scale, for both are settled with the program's start; each of those walks writes pictures and a list of
+// faults, from which the index page is made. With --check there is one scale; the result is 1 where a window has a
+// fault.
 #include "common/ui/Background.h"
 #include "Faults.h"
 #include "TourTable.h"
