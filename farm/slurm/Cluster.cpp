@@ -69,15 +69,15 @@ void Cluster::load()
         array.missed.fill(0, array.indices.size());
         for (int place : placesOf(row.value(4).toString())) {
             if (place < array.over.size())
-                array.over[place] = 1;
+                array.over[place] = Gone;
         }
         const Task *task = m_core.tasks->byId(array.mid);
         array.held = task && task->status == Paused;
         for (int i = 0; i < array.indices.size(); ++i) {
             const int index = array.indices.at(i);
             if (!task || index >= task->frames.size() || task->frames.at(index).state != FrameWaiting)
-                array.over[i] = 1;
-            if (array.over.at(i))
+                array.over[i] = Gone;
+            if (array.over.at(i) != Open)
                 continue;
             ++array.open;
             m_where.insert(subTaskId(*task, index), array.name);
@@ -181,7 +181,7 @@ void Cluster::submit(Task &task, const QVector<int> &indices, const QString &see
         QList<std::shared_ptr<RenderWork>> works;
         for (int index : some)
             works += m_renderer.workOf(task, index, seed, QString());
-        const QString file = QStringLiteral("%1/%2.frames").arg(m_core.folder(QStringLiteral("slurm")), array.name);
+        const QString file = framesFile(array.name);
         if (!writeJobFile(file, works) || !m_core.db.setMeta(QStringLiteral("slurm-serial"), QString::number(serial)) ||
             !keep(array)) {
             qWarning().noquote() << "farm::Cluster::submit" << file << "couldn't be kept";
@@ -194,11 +194,16 @@ void Cluster::submit(Task &task, const QVector<int> &indices, const QString &see
     }
 }
 
+QString Cluster::framesFile(const QString &array) const
+{
+    return QStringLiteral("%1/%2.frames").arg(m_core.folder(QStringLiteral("slurm")), array);
+}
+
 bool Cluster::keep(const Array &array)
 {
     QVector<int> gone;
     for (int i = 0; i < array.over.size(); ++i) {
-        if (array.over.at(i))
+        if (array.over.at(i) == Gone)
             gone += i;
     }
     return m_core.db.run(QStringLiteral("replace into slurm(name, mid, job, places, gone) values(?, ?, ?, ?, ?)"),
@@ -235,9 +240,8 @@ void Cluster::send(Array &array)
     if (array.held)
         words += QStringLiteral("--hold");
     words += QProcess::splitCommand(m_core.options.slurmOptions);
-    const QString script =
-        QStringLiteral("#!/bin/sh\nexec %1 --render-frame %2 \"$SLURM_ARRAY_TASK_ID\"\n")
-            .arg(quoted(m_core.options.slurmProgram), quoted(QStringLiteral("%1/%2.frames").arg(folder, array.name)));
+    const QString script = QStringLiteral("#!/bin/sh\nexec %1 --render-frame %2 \"$SLURM_ARRAY_TASK_ID\"\n")
+                               .arg(quoted(m_core.options.slurmProgram), quoted(framesFile(array.name)));
     call(
         words,
         [this, name = array.name](int code, const QString &out) {
@@ -334,9 +338,9 @@ void Cluster::takeAll(const Task &task)
 
 void Cluster::close(Array &array, int place)
 {
-    if (place < 0 || place >= array.over.size() || array.over.at(place))
+    if (place < 0 || place >= array.over.size() || array.over.at(place) == Gone)
         return;
-    array.over[place] = 1;
+    array.over[place] = Gone;
     --array.open;
     m_where.remove(array.mid * SubTaskStep + array.indices.at(place));
 }
@@ -349,7 +353,8 @@ void Cluster::forgetEmpty()
             continue;
         }
         m_core.db.run(QStringLiteral("delete from slurm where name = ?"), {it->name});
-        QFile::remove(QStringLiteral("%1/%2.frames").arg(m_core.folder(QStringLiteral("slurm")), it->name));
+        QFile::remove(framesFile(it->name));
+        removeEndFiles(framesFile(it->name));
         it = m_arrays.erase(it);
     }
 }

@@ -8,9 +8,10 @@
 //   continue -> release                         cancel -> scancel          order of the queue -> nice values
 //
 // Life of an array: stored with the frames that it is for -> handed over (sbatch) -> each frame runs and ends -> gone.
-// A farm that starts again finds its arrays by their names, also one whose number it never heard. A frame that neither
-// the queue nor the accounting knows any more is done where its picture is there, else it has failed. While the
-// controller doesn't answer nothing changes, and what was asked of it is asked again.
+// A farm that starts again finds its arrays by their names, also one whose number it never heard. Of a frame that
+// neither the queue nor the accounting knows any more the job itself has left word (JobFile); without it's done where
+// its picture is there, else it has failed. While the controller doesn't answer nothing changes, and what was asked of
+// it is asked again.
 //
 // Lives on the farm's thread; Slurm's programs run beside it, one after the other, never waited for.
 #include "slurm/ClusterText.h"
@@ -47,12 +48,14 @@ public:
     void takeAll(const Task &task);         // all of its frames
 
 private:
+    // An array is kept until each of its frames has its own record: one that has ended while that is made is Ending.
+    enum Stand : char { Open, Gone, Ending };
     struct Array {
         QString name;
         int mid = 0, nice = -1;
         qint64 job = 0;       // 0: not handed over, or nobody knows yet
         QVector<int> indices; // of the task's frames, by the place in the array
-        QVector<char> over;   // ended or taken out, by place
+        QVector<char> over;   // by place: a Stand
         QVector<char> missed; // looks in which nobody knew of it
         int open = 0;
         bool asking = false, held = false;
@@ -76,6 +79,7 @@ private:
     void ended(Array &array, int place, const EndLine &end);
     void close(Array &array, int place);
     bool keep(const Array &array);
+    QString framesFile(const QString &array) const;
     void forgetEmpty();
     QList<Array *> of(const Task &task);
     int rank(int mid) const;

@@ -5,6 +5,7 @@
 #include "tasks/Renderer.h"
 #include <QDebug>
 #include <QFile>
+#include <QPointer>
 
 namespace farm
 {
@@ -78,8 +79,9 @@ void Cluster::readQueue(const QString &text)
             } else if (waits && state == FrameRunning) {
                 m_core.tasks->frameWaits(*task, index);
                 m_renderer.wake();
+            } else if (EndLine end; array->missed.at(place) > 0 && readEndFile(framesFile(name), place, &end)) {
+                ended(*array, place, end);
             } else if (array->missed.at(place) >= missedLooks) {
-                EndLine end;
                 const bool there = QFile::exists(m_core.tasks->resultFile(task->id, task->frames.at(index).job.path));
                 end.state = there ? QStringLiteral("COMPLETED") : QStringLiteral("LOST");
                 ended(*array, place, end);
@@ -119,10 +121,11 @@ void Cluster::readEnds()
 void Cluster::ended(Array &array, int place, const EndLine &end)
 {
     const int mid = array.mid, index = array.indices.at(place);
-    close(array, place); // what the frame's own record says counts after a restart
     Task *task = m_core.tasks->byId(mid);
     if (!task || index >= task->frames.size())
-        return;
+        return close(array, place);
+    array.over[place] = Ending;
+    m_core.event(QStringLiteral("frame %1 of %2 ended").arg(index).arg(array.name));
     if (task->frames.at(index).state == FrameWaiting)
         m_renderer.clusterStarted(*task, index, end.node);
     const bool good = end.state == QLatin1String("COMPLETED") && end.exitCode == 0;
@@ -132,7 +135,11 @@ void Cluster::ended(Array &array, int place, const EndLine &end)
             log.write(
                 QStringLiteral("ERROR: the job ended as %1, exit code %2\n").arg(end.state).arg(end.exitCode).toUtf8());
     }
-    m_renderer.clusterEnded(*task, index, good, end.startMs, end.endMs);
+    m_renderer.clusterEnded(*task, index, good, end.startMs, end.endMs,
+                            [self = QPointer<Cluster>(this), name = array.name, place] {
+                                if (self && self->m_arrays.contains(name)) // an empty one goes with the next look
+                                    self->close(self->m_arrays[name], place);
+                            });
 }
 
 } // namespace farm

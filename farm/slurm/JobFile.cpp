@@ -1,5 +1,6 @@
 #include "slurm/JobFile.h"
 #include <cstdio>
+#include <QDateTime>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -10,6 +11,12 @@
 
 namespace farm
 {
+
+static QString endFile(const QString &frames, int place)
+{
+    const QFileInfo info(frames);
+    return QStringLiteral("%1/%2-%3.end").arg(info.path(), info.completeBaseName()).arg(place);
+}
 
 QJsonObject workObject(const RenderWork &work)
 {
@@ -89,11 +96,41 @@ int renderFromJobFile(const QString &name, int place)
         return 2;
     }
     const std::unique_ptr<RenderWork> work = workOf(object);
-    work->head.prepend(QStringLiteral("Info: node %1").arg(QSysInfo::machineHostName()));
+    const QString node = QSysInfo::machineHostName();
+    work->head.prepend(QStringLiteral("Info: node %1").arg(node));
+    QFile::remove(endFile(name, place)); // of a node that was lost with the frame
+    const qint64 startMs = QDateTime::currentMSecsSinceEpoch();
     work->run();
     if (!work->good)
         std::fprintf(stderr, "%s\n", qPrintable(work->error));
+    QSaveFile told(endFile(name, place));
+    const QJsonObject end{
+        {"good", work->good}, {"node", node}, {"start", startMs}, {"end", QDateTime::currentMSecsSinceEpoch()}};
+    if (!told.open(QIODevice::WriteOnly) || told.write(QJsonDocument(end).toJson()) < 0 || !told.commit())
+        std::fprintf(stderr, "%s can't be written\n", qPrintable(told.fileName()));
     return work->good ? 0 : 1;
+}
+
+bool readEndFile(const QString &name, int place, EndLine *end)
+{
+    QFile file(endFile(name, place));
+    if (!file.open(QIODevice::ReadOnly))
+        return false;
+    const QJsonObject told = QJsonDocument::fromJson(file.read(4096)).object();
+    end->place = place;
+    end->exitCode = told.value("good").toBool() ? 0 : 1;
+    end->state = end->exitCode == 0 ? QStringLiteral("COMPLETED") : QStringLiteral("FAILED");
+    end->node = told.value("node").toString();
+    end->startMs = told.value("start").toVariant().toLongLong();
+    end->endMs = told.value("end").toVariant().toLongLong();
+    return told.value("good").isBool();
+}
+
+void removeEndFiles(const QString &name)
+{
+    const QFileInfo info(name);
+    for (const QString &one : info.dir().entryList({info.completeBaseName() + QStringLiteral("-*.end")}, QDir::Files))
+        info.dir().remove(one);
 }
 
 } // namespace farm

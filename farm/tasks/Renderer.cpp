@@ -322,18 +322,20 @@ void Renderer::clusterStarted(Task &task, int index, const QString &node)
 }
 
 // What a node says is right counts once the picture has been read here.
-void Renderer::clusterEnded(Task &task, int index, bool good, qint64 startMs, qint64 endMs)
+void Renderer::clusterEnded(Task &task, int index, bool good, qint64 startMs, qint64 endMs,
+                            std::function<void()> recorded)
 {
     const QString file = m_core.tasks->resultFile(task.id, task.frames.at(index).job.path);
     auto hash = std::make_shared<QString>();
     auto size = std::make_shared<qint64>(0);
-    const auto told = [this, id = task.id, index, startMs, endMs, hash, size] {
+    const auto told = [this, id = task.id, index, startMs, endMs, hash, size, recorded] {
         Task *still = m_core.tasks->byId(id);
         if (!still || index >= still->frames.size() || still->frames.at(index).state != FrameRunning)
-            return;
+            return recorded();
         ended(*still, index, !hash->isEmpty(), *size, *hash);
         if (startMs > 0 && endMs >= startMs)
             m_core.tasks->frameWas(*still, index, startMs, endMs, 0);
+        recorded();
         wake();
     };
     if (!good)

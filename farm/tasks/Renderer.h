@@ -6,6 +6,7 @@
 // run there, and only what is put together of pieces is done here.
 #include "tasks/RenderWork.h"
 #include "tasks/Tasks.h"
+#include <functional>
 #include <memory>
 #include <QElapsedTimer>
 #include <QObject>
@@ -35,7 +36,8 @@ public:
 
     // From the cluster: a frame runs there, has ended there.
     void clusterStarted(Task &task, int index, const QString &node);
-    void clusterEnded(Task &task, int index, bool good, qint64 startMs, qint64 endMs);
+    // recorded: once the frame's own record tells it.
+    void clusterEnded(Task &task, int index, bool good, qint64 startMs, qint64 endMs, std::function<void()> recorded);
     std::shared_ptr<RenderWork> workOf(const Task &task, int index, const QString &seed, const QString &node) const;
 
     int nodes() const;

@@ -185,6 +185,30 @@ private slots:
         QVERIFY(head(bench, task).value("succSeconds").toInt() >= 14);
     }
 
+    // Without accounts the jobs' own word tells how each ended; a farm that dies while it reads one's picture finds it again.
+    void endsWithoutTheFarm()
+    {
+        if (!slurm)
+            QSKIP("SLURM IS NOT TESTED HERE");
+        FarmOptions options = cluster(0);
+        options.slurmAccounting = "/nowhere";
+        options.renderCommands.insert(8, "sh -c \"test $1 != 2 && truncate -s 600M $0\" %out% %frame%");
+        Bench bench(options);
+        bench.login();
+        const int task = rendering(bench, "1-2");
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.events().filter(" ended").size(), 2, 20000);
+        bench.restart();
+        bench.login();
+        QTRY_COMPARE_WITH_TIMEOUT(bench.farm.order(task).status, 2, 20000);
+        QVERIFY(bench.farm.order(task).framesDone == 1 && bench.farm.order(task).framesFailed == 1);
+        QVERIFY(bench.farm.events().filter("job ").isEmpty()); // of this start: nothing was handed over twice
+        const QJsonArray failed =
+            bench.wire->ask(10402, {{"missionId", task}, {"status", 4}, {"page", 0}}).object().value("results").toArray();
+        QFile log(bench.options.dir + '/' + failed.at(0).toObject().value("log_file").toString());
+        QVERIFY(log.open(QIODevice::ReadOnly) && log.readAll().contains("ended as FAILED, exit code 1"));
+        QTRY_COMPARE(QDir(bench.options.dir + "/slurm").entryList({"*.end", "*.frames"}), QStringList());
+    }
+
     // Two tasks change places; one is paused at once, continued and cancelled: nothing of it stays in the cluster.
     void order()
     {

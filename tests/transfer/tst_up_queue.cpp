@@ -151,9 +151,9 @@ private slots:
         rig->add({UpRig::row(rig->write("scene.tgd", bytes(100)), 5)});
         QElapsedTimer clock;
         clock.start();
-        rig->start({50, 200, 10000, 20});
+        rig->start({200, 200, 10000, 20});
         QTRY_COMPARE(rig->state(), 113);
-        QVERIFY(rig->happened("ask-code") == 4 && clock.elapsed() >= 50 + 100 + 200);
+        QVERIFY(rig->happened("ask-code") == 4 && clock.elapsed() >= 200 + 400 + 800);
         QCOMPARE(rig->rows(), 1);
         QCOMPARE(rig->left().first().state, int(TransSet::UpGaveUp));
         QCOMPARE(rig->left().first().error, 13010101);
@@ -441,6 +441,7 @@ private slots:
         rig->add(rows);
         rig->start();
         QTRY_COMPARE(rig->farm.counters().fileLinksOpen, UserInfo::upTh());
+        rig->queue->scan();
         QCOMPARE(rig->queue->running(), UserInfo::upTh());
         QCOMPARE(ResolveDAO::instance()->read(store).state, 110);
         QCOMPARE(UploadDAO::instance()->count(number), 1);
