@@ -371,7 +371,7 @@ void Resolve::called()
 QString Resolve::names(const QStringList &keys) const
 {
     const db_resolve *res = m_model->record(keys.value(0));
-    return res ? ResolveRows::sceneName(*res) : QString();
+    return res ? RecordModelBase::plainLine(ResolveRows::sceneName(*res)) : QString();
 }
 
 void Resolve::commit(const QList<qlonglong> &keys, bool batch)

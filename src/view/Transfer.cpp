@@ -173,7 +173,7 @@ void Transfer::addActs(TransferList *list, TablePage *table)
     remove.danger = true;
     remove.accept = tr("删除任务");
     remove.question = [list, up](const QStringList &keys) {
-        const QString name = list->record(keys.first())->name;
+        const QString name = RecordModelBase::plainLine(list->record(keys.first())->name);
         if (up)
             return keys.size() == 1 ? tr("删除“%1”会取消该订单，确定删除吗？").arg(name)
                                     : tr("删除选中的 %1 个上传任务会取消它们的订单，确定删除吗？").arg(keys.size());
@@ -182,7 +182,7 @@ void Transfer::addActs(TransferList *list, TablePage *table)
     };
     remove.later = [list, up](const QString &key) { return TransferHand::deletion(up, *list->record(key)); };
     remove.farewell = [list](const QStringList &keys) {
-        return keys.size() == 1 ? tr("已删除“%1”").arg(list->record(keys.first())->name)
+        return keys.size() == 1 ? tr("已删除“%1”").arg(RecordModelBase::plainLine(list->record(keys.first())->name))
                                 : tr("已删除 %1 个任务").arg(keys.size());
     };
     ActSpec folder = add(

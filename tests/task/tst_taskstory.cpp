@@ -11,6 +11,7 @@
 #include "view/task/TaskVoice.h"
 #include <QComboBox>
 #include <QLineEdit>
+#include <QScrollArea>
 
 class TestTaskStory : public QObject
 {

@@ -9,11 +9,13 @@
 #include "support/TestMain.h"
 #include "view/DoneTable.h"
 #include "view/DownCover.h"
+#include "view/Resolve.h"
 #include "view/Transfer.h"
 #include "ViewRig.h"
 #include <QAction>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QTextDocument>
 
 class TestTransfer : public QObject
 {
@@ -113,6 +115,56 @@ private slots:
             done << QString("%1:%2").arg(id, calls.join(','));
         }
         QTEST(done.join('|'), "wanted");
+    }
+    // Names as disks and servers have them: one line each, nothing turned round, no wider than a screen; they act as any.
+    void oddNames_data()
+    {
+        columns<QString, QString>("name", "shown");
+        addRow("lines and tabs", QString("a\nb\tc\x7f"), QString("a␊b␉c␡"));
+        addRow("turned round", QString("a\u202egnp.exe\u2066"), QString("a\ufffdgnp.exe\ufffd"));
+        addRow("right to left", QString("مشهد"), QString("مشهد"));
+        addRow("looks like HTML", QString("<img src=x>"), QString("<img src=x>"));
+        addRow("long", QString(10000, 'w'), QString(250, 'w'));
+    }
+    void oddNames()
+    {
+        FETCH(QString, name, QString, shown);
+        ResolveSpy queue;
+        DownSpy down;
+        db_resolve res = scene(7, 106, {}, 31);
+        res.lpath = "/p/" + name + ".ma";
+        Resolve scenes;
+        scenes.show();
+        scenes.allFile({res}, 1);
+        TransferRow task = mission(88, 1), upload = order("2026009", 111);
+        upload.name = task.name = name;
+        Transfer page;
+        page.show();
+        for (bool up : {true, false}) {
+            page.initDAOView(up ? 0 : 1);
+            page.model(up)->setGroups({up ? upload : task});
+            db_upfile one;
+            one.pri = 5, one.state = 10, one.lpath = res.lpath;
+            page.model(up)->setFiles((up ? upload : task).group, {TransferList::fileRow(one)}, true);
+            page.table(up)->view()->expandAll();
+        }
+        const auto look = [&](const RecordModelBase *model, const QString &key) {
+            const QModelIndex cell = model->indexOf(key, model->columnOf("name"));
+            const QString text = cell.data().toString(), tip = cell.data(Qt::ToolTipRole).toString();
+            return text.contains(shown) && text.size() < 700 && cell.data(Qt::AccessibleTextRole) == text && tip.size() < 5000 &&
+                   !tip.contains(QChar(0x202e)) && (!Qt::mightBeRichText(tip) || tip.contains("&lt;"));
+        };
+        QVERIFY(look(scenes.model(), "7"));
+        QVERIFY(look(page.model(true), upload.key) && look(page.model(true), "f5") && look(page.model(false), task.key));
+        QVERIFY(scenes.minimumSizeHint().width() <= 960 && page.minimumSizeHint().width() <= 960);
+        scenes.table()->view()->select({"7"});
+        scenes.table()->acts()->action("para")->trigger();
+        page.table(false)->view()->select({task.key});
+        page.table(false)->acts()->action("delete")->trigger();
+        QVERIFY(topLevel<MsgBox>() && topLevel<MsgBox>()->width() <= 960);
+        QVERIFY(answer("删除任务"));
+        page.table(false)->acts()->sendNow();
+        QTRY_VERIFY(queue.calls.contains("para 7") && down.calls.contains("del 88"));
     }
     void threeDeletesAskOnce()
     {

@@ -3,6 +3,17 @@
 #include <QCollator>
 #include <QTextDocument>
 
+namespace
+{
+constexpr int MostShown = 600, MostTip = 4000; // characters
+
+// It would turn the direction of what follows: "exe.gnp" for a program.
+bool turns(QChar c)
+{
+    return (c.unicode() >= 0x202a && c.unicode() <= 0x202e) || (c.unicode() >= 0x2066 && c.unicode() <= 0x2069);
+}
+} // namespace
+
 RecordModelBase::Node::~Node() { qDeleteAll(rows); }
 
 RecordModelBase::RecordModelBase(QObject *parent) : QAbstractItemModel(parent) {}
@@ -82,9 +93,29 @@ Qt::ItemFlags RecordModelBase::flags(const QModelIndex &index) const
     return column(index.column()).kind == ColumnInfo::Tick ? base | Qt::ItemIsUserCheckable : base;
 }
 
-// A tool tip that looks like HTML is taken for HTML: a file named "<img src=...>" would be drawn, not shown.
-QString RecordModelBase::plainTip(const QString &text)
+QString RecordModelBase::plainLine(const QString &text)
 {
+    const auto odd = [](QChar c) {
+        return c.unicode() < 0x20 || c.unicode() == 0x7f || turns(c) || c == QChar::LineSeparator ||
+               c == QChar::ParagraphSeparator;
+    };
+    if (text.size() <= MostShown && std::none_of(text.cbegin(), text.cend(), odd))
+        return text;
+    QString line =
+        text.size() <= MostShown ? text : text.left(MostShown / 2) + QChar(0x2026) + text.right(MostShown / 2);
+    for (QChar &c : line)
+        if (c.unicode() < 0x20 || c.unicode() == 0x7f)
+            c = QChar(c.unicode() == 0x7f ? 0x2421 : 0x2400 + c.unicode()); // its picture
+        else if (odd(c))
+            c = QChar::ReplacementCharacter;
+    return line;
+}
+
+// A tool tip that looks like HTML is taken for HTML: a file named "<img src=...>" would be drawn, not shown.
+QString RecordModelBase::plainTip(const QString &whole)
+{
+    QString text = whole.size() <= MostTip ? whole : whole.left(MostTip) + QChar(0x2026);
+    std::replace_if(text.begin(), text.end(), turns, QChar(QChar::ReplacementCharacter));
     if (!Qt::mightBeRichText(text))
         return text;
     return QStringLiteral("<span>%1</span>")
@@ -115,8 +146,8 @@ QVariant RecordModelBase::data(const QModelIndex &index, int role) const
         if (role == Qt::AccessibleTextRole)
             return m_rowActs(node->key).join(QLatin1Char(' ')).simplified();
     }
-    if (role == Qt::AccessibleTextRole)
-        return cell(node, index.column(), Qt::DisplayRole);
+    if (role == Qt::AccessibleTextRole || role == Qt::DisplayRole)
+        return plainLine(cell(node, index.column(), Qt::DisplayRole).toString());
     if (role == Qt::ToolTipRole)
         return plainTip(cell(node, index.column(), role).toString());
     return cell(node, index.column(), role);

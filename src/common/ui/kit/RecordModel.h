@@ -140,7 +140,8 @@ public:
 
     // Texts of a row's buttons, each at its place, empty where there is none.
     void setRowActs(std::function<QStringList(const QString &key)> words) { m_rowActs = std::move(words); }
-    static QString plainTip(const QString &text); // a tool tip that shows the text as it is
+    static QString plainTip(const QString &text);  // a tool tip that shows the text as it is
+    static QString plainLine(const QString &text); // one line of it: nothing that breaks or turns it, no book of a name
 
 signals:
     void ticksChanged();
