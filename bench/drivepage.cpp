@@ -1,13 +1,15 @@
-// vndrivepage [--rows N] [--seconds N]: what the window's thread stands still for while a folder of N entries of a
-// drive is opened, scrolled, sorted, chosen whole, and scrolled as small pictures, at a farm of this process; beside it
-// a plain table view over as many rows that are there already. Each turn of the event loop is timed, and the processor
-// time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
+// vndrivepage [--rows N] [--seconds N] [--list]: what the window's thread stands still for while a folder of N entries
+// of a drive is opened, scrolled, sorted, chosen whole, and scrolled as small pictures, at a farm of this process;
+// beside it a plain table view over as many rows that are there already. Each turn of the event loop is timed, and the
+// processor time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
 #include "driver/DriverRig.h"
 #include "Turns.h"
+#include "view/driver/FolderViews.h"
 #include "view/Startup.h"
 #include <algorithm>
 #include <cstdio>
 #include <ctime>
+#include <numeric>
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
@@ -71,6 +73,68 @@ private:
     const FolderModel &m_model;
 };
 
+FileView made(int number)
+{
+    FileView row;
+    row.id = QString::number(number);
+    row.name = QStringLiteral("frame%1.exr").arg(number);
+    row.parent = QStringLiteral("7");
+    row.hash = QStringLiteral("0123456789abcdef0123456789abcdef");
+    row.updatedAt = row.createdAt = number;
+    row.size = number % 1000;
+    return row;
+}
+
+// The list alone, with names in a farm's order (frame1, frame10, frame100), so that each piece falls between the rows
+// that are there.
+int listOnly(int rows)
+{
+    std::vector<int> numbers(static_cast<std::size_t>(rows));
+    std::iota(numbers.begin(), numbers.end(), 0);
+    std::sort(numbers.begin(), numbers.end(), [](int a, int b) { return QString::number(a) < QString::number(b); });
+    FolderModel model;
+    FolderTable table(&model, nullptr);
+    table.resize(900, 600);
+    table.show();
+    Turns turns;
+    QElapsedTimer clock, desk;
+    qint64 deskNs = 0;
+    clock.start();
+    DriveOrder order;
+    FolderRows all;
+    for (int from = 0; from < rows;) {
+        QVector<FileView> piece;
+        for (int to = qMin(rows, from + qBound(1000, from / 8, 20000)); from < to; ++from)
+            piece << made(numbers[static_cast<std::size_t>(from)]);
+        desk.start();
+        order.add(piece);
+        deskNs += desk.nsecsElapsed();
+        all.append(piece);
+        turns.time([&] { model.add(piece, order.order(), {}); });
+        turns.time([] { QCoreApplication::processEvents(); });
+        table.verticalScrollBar()->setValue(table.verticalScrollBar()->maximum() / 2);
+    }
+    std::printf("%d rows, of it sorting elsewhere %lld ms, all %lld ms\n", rows, deskNs / 1000000, clock.elapsed());
+    turns.tell("pieces between");
+    const auto one = [&turns](const char *what, const std::function<void()> &work) {
+        turns.time(work);
+        turns.time([] { QCoreApplication::processEvents(); });
+        turns.tell(what);
+    };
+    one("all chosen", [&] { table.selectAll(); });
+    one("none chosen", [&] { table.clearSelection(); });
+    one("one removed", [&] { model.remove({model.at(rows / 2).id}); });
+    one("1000 removed", [&] {
+        QStringList ids;
+        for (int i = 0; i < 1000; ++i)
+            ids << model.at(i * 7).id;
+        model.remove(ids);
+    });
+    const QVector<int> sorted = order.order();
+    one("read again", [&] { model.setRows(all, sorted, {}); });
+    return 0;
+}
+
 int measure(int rows, int seconds)
 {
     DriverRig rig;
@@ -100,8 +164,21 @@ int measure(int rows, int seconds)
         rig.page()->view()->selectAll();
         QCoreApplication::processEvents();
     });
+    choosing.tell("all chosen");
+    const auto currentName = [&] { return rig.page()->view()->currentIndex().data(Qt::EditRole).toString(); };
     choosing.time([&] { rig.page()->view()->keyboardSearch(QStringLiteral("file0999")); });
-    choosing.tell("all chosen, a name typed");
+    until(&choosing, [&] { return currentName().startsWith("file0999"); });
+    choosing.tell("a name typed");
+    const QString gone = rig.model()->at(rig.model()->rowCount() / 2).id;
+    choosing.time([&] { rig.model()->setPending({gone}, QStringLiteral("...")); });
+    choosing.time([&] { rig.model()->remove({gone}); });
+    choosing.time([&] { rig.model()->entry(gone); });
+    choosing.tell("one row marked, removed, looked for");
+    clock.start();
+    rig.page()->refresh();
+    until(&choosing, [&] { return !rig.page()->busy(); });
+    std::printf("read again after %lld ms\n", clock.elapsed());
+    choosing.tell("reading again");
     rig.page()->setThumbnails(true);
     scroll(rig.page()->view(), seconds, "scrolling small pictures");
     Plain plain(*rig.model());
@@ -128,12 +205,14 @@ int main(int argc, char **argv)
     QCommandLineParser parser;
     parser.addOption({"rows", "Entries of the folder.", "N", "100000"});
     parser.addOption({"seconds", "Of each scrolling.", "N", "5"});
+    parser.addOption({"list", "Without a farm: the list alone."});
     parser.addHelpOption();
     parser.process(app);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     Startup::registerTypes();
     Startup::applyStyle();
-    const int result = measure(parser.value("rows").toInt(), parser.value("seconds").toInt());
+    const int rows = parser.value("rows").toInt();
+    const int result = parser.isSet("list") ? listOnly(rows) : measure(rows, parser.value("seconds").toInt());
     NetWork::destroy();
     NetTcp::destroy();
     return result;

@@ -94,6 +94,7 @@ private:
     HttpAnswer rename(const HttpRequest &request);
     HttpAnswer change(const HttpRequest &request);
     QJsonObject entryOf(const DriveNode &node) const;
+    static void write(const DriveNode &node, QByteArray *out);
     HttpAnswer told(DriveTree::Outcome outcome, const QJsonValue &data = {}) const;
 
     Core &m_core;

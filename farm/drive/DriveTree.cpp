@@ -124,8 +124,18 @@ QString DriveTree::pathOf(const DriveNode &node)
 
 QList<DriveNode> DriveTree::children(int farm, int tree, qint64 parent, qint64 from, qint64 count)
 {
-    return rows(QStringLiteral("where farm = ? and tree = ? and parent = ? order by type desc, name limit ? offset ?"),
-                {farm, tree, parent, count, from});
+    QList<DriveNode> found;
+    children(farm, tree, parent, from, count, [&found](const DriveNode &node) { found += node; });
+    return found;
+}
+
+void DriveTree::children(int farm, int tree, qint64 parent, qint64 from, qint64 count,
+                         const std::function<void(const DriveNode &)> &each)
+{
+    m_core.db.each(QStringLiteral("select ") + columns +
+                       QStringLiteral(" from drive where farm = ? and tree = ? and parent = ? order by type desc, name "
+                                      "limit ? offset ?"),
+                   {farm, tree, parent, count, from}, [&each](const QSqlQuery &row) { each(read(row)); });
 }
 
 qint64 DriveTree::childCount(int farm, int tree, qint64 parent)

@@ -58,6 +58,8 @@ public:
     QList<DriveNode> chain(const DriveNode &node); // the node, its parent, ... its disk
     // Folders before files, each by name.
     QList<DriveNode> children(int farm, int tree, qint64 parent, qint64 from, qint64 count);
+    void children(int farm, int tree, qint64 parent, qint64 from, qint64 count,
+                  const std::function<void(const DriveNode &node)> &each);
     qint64 childCount(int farm, int tree, qint64 parent);
     QList<DriveNode> search(int farm, int tree, const QString &text, const QList<qint64> &below, int most);
     struct Sum {

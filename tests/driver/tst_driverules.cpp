@@ -28,6 +28,13 @@ FileView entry(const QString &name, bool folder = false, const QString &id = {},
     return one;
 }
 
+FolderRows stock(const QVector<FileView> &rows)
+{
+    FolderRows all;
+    all.append(rows);
+    return all;
+}
+
 QString words(const DriveRules::Acts &a)
 {
     QStringList can;
@@ -124,7 +131,7 @@ private slots:
         QVector<FileView> rows{entry("b10", false, {}, 5), entry("b9", false, {}, 7), entry("A", false, {}, 9), entry("z", true)};
         const auto sorted = [&rows](const DriveSort &by) {
             QStringList all;
-            for (int row : DriveOrder::of(rows, by))
+            for (int row : DriveOrder::of(stock(rows), by))
                 all << rows.at(row).name;
             return all.join(' ');
         };
@@ -145,7 +152,7 @@ private slots:
                     if (from > 100)
                         pieces.resort({column, down});
                 }
-                QCOMPARE(pieces.order(), DriveOrder::of(rows, {column, down}));
+                QCOMPARE(pieces.order(), DriveOrder::of(stock(rows), {column, down}));
             }
     }
     // Pieces that come between the rows that are there, a list that is read again, rows that go: what is held, chosen
@@ -199,13 +206,11 @@ private slots:
         all.resize(900);
         std::reverse(all.begin(), all.end()); // another order, others went
         all << entry("file601", false, "other");
-        model.setRows(all, DriveOrder::of(all, {}), {});
+        model.setRows(stock(all), DriveOrder::of(stock(all), {}), {});
         QCOMPARE(model.rowCount(), 901);
         QVERIFY(held.data(FolderModel::IdRole) == QVariant("i602") && !gone.isValid());
         QCOMPARE(model.at(table.rowAt(0)).name, seen);
         model.setOrder(DriveOrder::of(model.stock(), {DriveSort::Name, true}), {DriveSort::Name, true});
-        QCOMPARE(model.next("file60", 0), model.indexOf("i609").row());
-        QCOMPARE(model.next("none", 0), -1);
     }
     // A listing read byte by byte is the same as at once; half of one, or none, isn't JSON.
     void listing_data()
@@ -253,15 +258,32 @@ private slots:
     void typedNames()
     {
         FolderModel model;
-        model.setRows({entry("alpha"), entry("arm"), entry("arnold"), entry("beta")}, {0, 1, 2, 3}, {});
-        TypedName typed;
-        QCOMPARE(typed.type(model, "a", 0, 0), 1);    // the next one
-        QCOMPARE(typed.type(model, "r", 1, 100), 1);  // "ar": this one still fits
-        QCOMPARE(typed.type(model, "n", 1, 200), 2);  // "arn"
-        QCOMPARE(typed.type(model, "b", 2, 5000), 3); // later: another word
-        QCOMPARE(typed.type(model, "a", 3, 9000), 0);
-        QCOMPARE(typed.type(model, "A", 0, 9100), 1); // the same letter goes on
-        QCOMPARE(typed.type(model, "q", 1, 9200), -1);
+        model.setRows(stock({entry("alpha"), entry("arm"), entry("arnold"), entry("beta")}), {0, 1, 2, 3}, {});
+        TypedName typed(&model, nullptr);
+        int at = -1;
+        connect(&typed, &TypedName::found, this, [&at](int row) { at = row; });
+        const auto type = [&](const char *key, int current, qint64 now) {
+            at = -1;
+            typed.type(key, current, now);
+            return at;
+        };
+        QCOMPARE(type("a", 0, 0), 1);    // the next one
+        QCOMPARE(type("r", 1, 100), 1);  // "ar": this one still fits
+        QCOMPARE(type("n", 1, 200), 2);  // "arn"
+        QCOMPARE(type("b", 2, 5000), 3); // later: another word
+        QCOMPARE(type("a", 3, 9000), 0);
+        QCOMPARE(type("A", 0, 9100), 1); // the same letter goes on
+        QCOMPARE(type("q", 1, 9200), -1);
+        // A long list is looked through in steps, and none of them comes after the list has gone.
+        QVector<FileView> many(2 * TypedName::Step, entry("x"));
+        many << entry("last");
+        model.setRows(stock(many), DriveOrder::of(stock(many), {DriveSort::Name, true}), {});
+        QCOMPARE(type("l", 0, 20000), -1);
+        QTRY_COMPARE(at, 2 * TypedName::Step);
+        QCOMPARE(type("l", 0, 30000), -1);
+        model.open(1);
+        QTest::qWait(0);
+        QCOMPARE(at, -1);
     }
     void texts()
     {

@@ -40,6 +40,8 @@ public:
             if (m_rows)
                 m_fresh << row;
         }
+        if (m_rows && !m_pieces)
+            m_all.append(std::exchange(m_fresh, {}));
         if (m_pieces && (m_fresh.size() >= qBound(LeastPiece, m_count / 8, MostPiece) || m_last.hasExpired(PieceMs) ||
                          m_count == 0))
             hand();
@@ -57,12 +59,14 @@ public:
         if (m_pieces) {
             hand();
         } else {
-            m_order.add(m_fresh);
-            answer->rows = std::exchange(m_fresh, {});
+            m_order.add(m_all);
+            answer->rows = std::exchange(m_all, {});
             answer->order = m_order.order();
         }
         answer->by = m_order.by();
-        for (int row : DriveOrder::of(m_folders, {}))
+        DriveOrder names;
+        names.add(m_folders);
+        for (int row : names.order())
             answer->folders << m_folders.at(row);
     }
 
@@ -98,6 +102,7 @@ private:
     DriveOrder m_order;
     int m_count = 0;
     QVector<FileView> m_fresh, m_folders;
+    FolderRows m_all; // where it isn't told in pieces
     Delivery m_way;
     QPointer<QObject> m_guard;
     Pieces m_pieces;
@@ -206,7 +211,7 @@ void DriveDesk::resort(const Held &reading, const DriveSort &by)
     run([reading, by] { reading->resort(by); });
 }
 
-void DriveDesk::sort(const QVector<FileView> &rows, const DriveSort &by, QObject *guard,
+void DriveDesk::sort(const FolderRows &rows, const DriveSort &by, QObject *guard,
                      std::function<void(const QVector<int> &)> then)
 {
     run([way = Delivery::here(), alive = QPointer<QObject>(guard), rows, by, then] {

@@ -14,7 +14,7 @@ public:
         bool good = false, refused = false; // neither: lost
         QString text;                       // what to tell where it isn't good
         DriveRest::Reply reply;             // without its entries where a list was asked for
-        QVector<FileView> rows;             // of rows() without pieces
+        FolderRows rows;                    // of rows() without pieces
         QVector<int> order;                 // ... and theirs
         DriveSort by;
         QVector<FileView> folders; // those among them, by name
@@ -38,7 +38,7 @@ public:
     Held rows(DriveRest question, const QString &parent, const DriveSort &by, QObject *guard, Pieces pieces, Then then);
     void folders(DriveRest question, const QString &parent, QObject *guard, Then then); // among them, alone
     void resort(const Held &reading, const DriveSort &by); // the next piece is in this order
-    void sort(const QVector<FileView> &rows, const DriveSort &by, QObject *guard,
+    void sort(const FolderRows &rows, const DriveSort &by, QObject *guard,
               std::function<void(const QVector<int> &order)> then);
     void run(std::function<void()> work); // on the thread
 

@@ -32,6 +32,20 @@ template <class Names> bool DriveOrder::before(int a, int b, const Names &names)
 void DriveOrder::add(const QVector<FileView> &rows)
 {
     const int from = int(m_keys.size());
+    hold(rows);
+    merge(from);
+}
+
+void DriveOrder::add(const FolderRows &rows)
+{
+    const int from = int(m_keys.size());
+    for (const QVector<FileView> &block : rows.blocks())
+        hold(block);
+    merge(from);
+}
+
+void DriveOrder::hold(const QVector<FileView> &rows)
+{
     QString ending; // most have the same
     for (const FileView &row : rows) {
         QString kind = row.fileType == 1 ? DriveText::ending(row.name) : row.ordernum;
@@ -41,7 +55,6 @@ void DriveOrder::add(const QVector<FileView> &rows)
         m_keys.push_back({row.name, kind, row.fileType == 1 && row.updatedAt ? row.updatedAt : row.createdAt, row.size,
                           row.isFolder()});
     }
-    merge(from);
 }
 
 void DriveOrder::resort(const DriveSort &by)
@@ -88,7 +101,7 @@ void DriveOrder::merge(int from)
     m_order = merged;
 }
 
-QVector<int> DriveOrder::of(const QVector<FileView> &rows, const DriveSort &by)
+QVector<int> DriveOrder::of(const FolderRows &rows, const DriveSort &by)
 {
     DriveOrder order(by);
     order.add(rows);

@@ -2,9 +2,8 @@
 // The order of a list that may still grow: rows are numbered as they come, order() has the numbers as they're to stand.
 // Folders stand before files, numbers in names count as numbers. Holds of a row what it's sorted by, not the row. A
 // value, one thread at a time; a long list takes long: off the window's thread.
-#include "view/driver/FileView.h"
+#include "view/driver/FolderRows.h"
 #include <QCollator>
-#include <QVector>
 #include <vector>
 
 struct DriveSort {
@@ -19,10 +18,11 @@ class DriveOrder
 public:
     explicit DriveOrder(const DriveSort &by = {});
     void add(const QVector<FileView> &rows);
+    void add(const FolderRows &rows);
     void resort(const DriveSort &by);
     const DriveSort &by() const { return m_by; }
     const QVector<int> &order() const { return m_order; }
-    static QVector<int> of(const QVector<FileView> &rows, const DriveSort &by);
+    static QVector<int> of(const FolderRows &rows, const DriveSort &by);
 
 private:
     struct Key {
@@ -32,6 +32,7 @@ private:
     };
     template <class Names> bool before(int a, int b, const Names &names) const;
     const Key &key(int row) const { return m_keys[std::size_t(row)]; }
+    void hold(const QVector<FileView> &rows);
     void merge(int from); // those from this number on are new
 
     DriveSort m_by;

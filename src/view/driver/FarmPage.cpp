@@ -25,6 +25,7 @@ namespace
 {
 const QString Root = QLatin1String(SubFile::Root);
 constexpr int LeftWidth = 200;
+constexpr int ListMs = 60000; // until a farm begins to tell a list, or goes on; a big one takes it long
 } // namespace
 
 FarmPage::FarmPage(int farmId, const QString &farmName, DriveDesk *desk, QWidget *parent)
@@ -334,9 +335,10 @@ void FarmPage::read()
     const DriveRest question = search ? DriveRest::search(m_farm, m_type, m_searched, {m_folder})
                                       : DriveRest::children(m_farm, m_type, m_folder);
     const DriveDesk::Pieces pieces = [this](const DriveDesk::Piece &piece) { came(piece); };
-    m_reading = m_desk->rows(
-        question, search ? QString() : m_folder, m_model->by(), this, m_inPieces ? pieces : DriveDesk::Pieces(),
-        [this, round, id = m_folder](const DriveDesk::Answer &answer) { arrived(round, id, answer); });
+    m_reading =
+        m_desk->rows(DriveRest(question).within(ListMs), search ? QString() : m_folder, m_model->by(), this,
+                     m_inPieces ? pieces : DriveDesk::Pieces(),
+                     [this, round, id = m_folder](const DriveDesk::Answer &answer) { arrived(round, id, answer); });
 }
 
 void FarmPage::came(const DriveDesk::Piece &piece)

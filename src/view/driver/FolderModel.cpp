@@ -2,11 +2,20 @@
 #include "common/ui/Delegates.h"
 #include "common/ui/Palette.h"
 #include <bitset>
-#include <QSet>
+#include <memory>
+#include <QHash>
+#include <QThreadPool>
 
 namespace
 {
-constexpr int FewRanges = 4; // that are removed one by one, so that the view goes on to the next row by itself
+constexpr int ManyRows = 10000; // to give the memory of more back takes longer than the window may stand still
+constexpr int FewRanges = 4;    // that are removed one by one, so that the view goes on to the next row by itself
+
+void drop(FolderRows rows)
+{
+    if (rows.size() > ManyRows)
+        QThreadPool::globalInstance()->start([gone = std::make_shared<FolderRows>(std::move(rows))] { *gone = {}; });
+}
 } // namespace
 
 FolderModel::FolderModel(QObject *parent) : QAbstractTableModel(parent) {}
@@ -15,8 +24,7 @@ void FolderModel::open(int fileType)
 {
     beginResetModel();
     m_fileType = fileType;
-    m_rows.clear();
-    m_hashes.clear();
+    drop(std::exchange(m_rows, {}));
     m_order.clear();
     m_gone.clear();
     m_naming = false;
@@ -26,18 +34,9 @@ void FolderModel::open(int fileType)
     emit rowsChanged();
 }
 
-void FolderModel::append(const QVector<FileView> &rows)
-{
-    m_rows += rows;
-    m_hashes.reserve(m_hashes.capacity() < std::size_t(m_rows.size()) ? std::size_t(m_rows.size()) * 2
-                                                                      : m_hashes.capacity());
-    for (const FileView &row : rows)
-        m_hashes.push_back(qHash(row.id));
-}
-
 void FolderModel::add(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by)
 {
-    append(rows);
+    m_rows.append(rows);
     const bool sorted = !(by == m_by);
     m_by = by;
     emit aboutToMerge();
@@ -48,14 +47,12 @@ void FolderModel::add(const QVector<FileView> &rows, const QVector<int> &order, 
     emit rowsChanged();
 }
 
-void FolderModel::setRows(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by)
+void FolderModel::setRows(const FolderRows &rows, const QVector<int> &order, const DriveSort &by)
 {
     emit aboutToMerge();
-    const QVector<FileView> before = std::exchange(m_rows, {});
-    m_hashes.clear();
+    FolderRows before = std::exchange(m_rows, rows);
     m_gone.clear();
     m_naming = false;
-    append(rows);
     m_by = by;
     arrange(order, [&](const QVector<int> &numbers) {
         QStringList ids;
@@ -63,6 +60,7 @@ void FolderModel::setRows(const QVector<FileView> &rows, const QVector<int> &ord
             ids << (number < 0 || number >= before.size() ? QString() : before.at(number).id);
         return numbersOf(ids);
     });
+    drop(std::move(before));
     emit merged();
     emit rowsChanged();
 }
@@ -156,10 +154,10 @@ QVector<int> FolderModel::numbersOf(const QStringList &ids) const
     }
     if (const auto fresh = wanted.find(QLatin1String(FileView::NewDir)); fresh != wanted.end() && m_naming)
         *fresh = NewRow;
-    for (std::size_t i = 0; i < m_hashes.size(); ++i)
-        if (may.test(m_hashes[i] % Bits) && !m_gone.value(int(i)))
-            if (const auto known = wanted.find(m_rows.at(int(i)).id); known != wanted.end())
-                *known = int(i);
+    for (int i = 0; i < m_rows.size(); ++i)
+        if (may.test(m_rows.hash(i) % Bits) && !m_gone.value(i))
+            if (const auto known = wanted.find(m_rows.at(i).id); known != wanted.end())
+                *known = i;
     QVector<int> numbers;
     for (const QString &id : ids)
         numbers << wanted.value(id);
@@ -189,10 +187,10 @@ bool FolderModel::taken(const QString &name) const
     return false;
 }
 
-int FolderModel::next(const QString &typed, int from) const
+int FolderModel::next(const QString &typed, int from, int rows) const
 {
-    for (int step = 0; step < m_shown; ++step) {
-        const int row = (qMax(0, from) + step) % m_shown;
+    for (int step = 0; step < qMin(rows, m_shown); ++step) {
+        const int row = (from + step) % m_shown;
         if (at(row).name.startsWith(typed, Qt::CaseInsensitive))
             return row;
     }

@@ -18,16 +18,17 @@ public:
     // A piece more; the order is that of all that came since open().
     void add(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by);
     // The whole list read again: what is no longer in it goes.
-    void setRows(const QVector<FileView> &rows, const QVector<int> &order, const DriveSort &by);
+    void setRows(const FolderRows &rows, const QVector<int> &order, const DriveSort &by);
     void setOrder(const QVector<int> &order, const DriveSort &by); // of the same rows
-    const QVector<FileView> &stock() const { return m_rows; }      // as they came, with those that were removed
+    const FolderRows &stock() const { return m_rows; }             // as they came, with those that were removed
 
     const DriveSort &by() const { return m_by; }
     const FileView &at(int row) const;
     const FileView *entry(const QString &id) const;
     QModelIndex indexOf(const QString &id, int column = Name) const; // invalid: not there
     bool taken(const QString &name) const;
-    int next(const QString &typed, int from) const; // row whose name begins so, from there on and round; -1: none
+    // The row whose name begins so, among so many from there on and round; -1: none.
+    int next(const QString &typed, int from, int rows) const;
 
     void setPending(const QStringList &ids, const QString &text);
     void rename(const QString &id, const QString &name);
@@ -59,11 +60,9 @@ private:
     int numberOf(const QString &id) const;
     int rowOf(int number) const;
     FileView &row(int number) { return number == NewRow ? m_new : m_rows[number]; }
-    void append(const QVector<FileView> &rows);
     void changed(int row);
 
-    QVector<FileView> m_rows;
-    std::vector<uint> m_hashes; // of their ids
+    FolderRows m_rows;
     QVector<int> m_order;
     QVector<bool> m_gone; // by number; empty: none was removed
     FileView m_new;

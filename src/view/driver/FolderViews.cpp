@@ -12,16 +12,42 @@
 #include <QScrollBar>
 #include <QStyle>
 
-int TypedName::type(const FolderModel &model, const QString &key, int current, qint64 now)
+TypedName::TypedName(const FolderModel *model, QObject *parent) : QObject(parent), m_model(model)
+{
+    m_steps.setInterval(0);
+    connect(&m_steps, &QTimer::timeout, this, &TypedName::look);
+    connect(model, &QAbstractItemModel::modelReset, &m_steps, &QTimer::stop);
+}
+
+void TypedName::type(const QString &key, int current, qint64 now)
 {
     const bool on = !m_typed.isEmpty() && now - m_last < PauseMs;
     m_last = now;
     m_typed = on ? m_typed + key : key;
     // The same letter again goes on to the next name that begins with it.
-    const bool again = m_typed.count(m_typed.at(0), Qt::CaseInsensitive) == m_typed.size();
-    if (const int row = model.next(m_typed, m_typed.size() == 1 ? current + 1 : current); row >= 0)
-        return row;
-    return again ? model.next(m_typed.left(1), current + 1) : -1;
+    m_again = m_typed.size() > 1 && m_typed.count(m_typed.at(0), Qt::CaseInsensitive) == m_typed.size();
+    m_sought = m_typed;
+    m_at = qMax(0, m_typed.size() == 1 || m_again ? current + 1 : current);
+    m_left = m_model->rowCount();
+    look();
+}
+
+void TypedName::look()
+{
+    const int step = qMin(Step, m_left), rows = m_model->rowCount();
+    const int row = rows > 0 ? m_model->next(m_sought, m_at % rows, step) : -1;
+    m_left -= step;
+    m_at += step;
+    if (row < 0 && m_left > 0)
+        return m_steps.start();
+    m_steps.stop();
+    if (row >= 0)
+        return emit found(row);
+    if (std::exchange(m_again, false)) {
+        m_sought = m_typed.left(1);
+        m_left = rows;
+        look();
+    }
 }
 
 namespace
@@ -95,9 +121,10 @@ bool NameItem::eventFilter(QObject *editor, QEvent *event)
 }
 
 FolderTable::FolderTable(FolderModel *model, QWidget *parent)
-    : QTableView(parent), m_model(model), m_names(new NameItem(this))
+    : QTableView(parent), m_model(model), m_names(new NameItem(this)), m_typed(new TypedName(model, this))
 {
     m_clock.start();
+    connect(m_typed, &TypedName::found, this, [this](int row) { setCurrentIndex(m_model->index(row, 0)); });
     setObjectName(QStringLiteral("folderTable"));
     setModel(model);
     verticalHeader()->hide();
@@ -107,6 +134,8 @@ FolderTable::FolderTable(FolderModel *model, QWidget *parent)
     horizontalHeader()->setFixedHeight(Metrics::Head);
     horizontalHeader()->setSectionsClickable(true);
     horizontalHeader()->setMinimumSectionSize(64);
+    // Columns aren't chosen; with the list's own selection the head would look through all rows to find that out.
+    horizontalHeader()->setSelectionModel(new QItemSelectionModel(model, this));
     connect(horizontalHeader(), &QHeaderView::sectionClicked, this, [this](int section) {
         const bool again = m_model->by().column == section;
         m_model->sort(section, again && !m_model->by().down ? Qt::DescendingOrder : Qt::AscendingOrder);
@@ -138,12 +167,7 @@ FolderTable::FolderTable(FolderModel *model, QWidget *parent)
     });
 }
 
-void FolderTable::keyboardSearch(const QString &key)
-{
-    const int row = m_typed.type(*m_model, key, currentIndex().row(), m_clock.elapsed());
-    if (row >= 0)
-        setCurrentIndex(m_model->index(row, 0));
-}
+void FolderTable::keyboardSearch(const QString &key) { m_typed->type(key, currentIndex().row(), m_clock.elapsed()); }
 
 void FolderTable::resizeEvent(QResizeEvent *event)
 {
@@ -159,9 +183,11 @@ void FolderTable::resizeEvent(QResizeEvent *event)
 }
 
 FolderGrid::FolderGrid(FolderModel *model, ThumbStore *thumbs, QWidget *parent)
-    : QAbstractItemView(parent), m_model(model), m_thumbs(thumbs), m_names(new NameItem(this))
+    : QAbstractItemView(parent), m_model(model), m_thumbs(thumbs), m_names(new NameItem(this)),
+      m_typed(new TypedName(model, this))
 {
     m_clock.start();
+    connect(m_typed, &TypedName::found, this, [this](int row) { setCurrentIndex(m_model->index(row, 0)); });
     setObjectName(QStringLiteral("folderGrid"));
     setModel(model);
     setItemDelegate(m_names);
@@ -320,12 +346,7 @@ QStyleOptionViewItem FolderGrid::viewOptions() const
     return option;
 }
 
-void FolderGrid::keyboardSearch(const QString &key)
-{
-    const int row = m_typed.type(*m_model, key, currentIndex().row(), m_clock.elapsed());
-    if (row >= 0)
-        setCurrentIndex(m_model->index(row, 0));
-}
+void FolderGrid::keyboardSearch(const QString &key) { m_typed->type(key, currentIndex().row(), m_clock.elapsed()); }
 
 void FolderGrid::paintEvent(QPaintEvent *event)
 {

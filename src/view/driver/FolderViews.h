@@ -6,6 +6,7 @@
 #include <QAbstractItemView>
 #include <QElapsedTimer>
 #include <QTableView>
+#include <QTimer>
 
 class FolderModel;
 class ThumbStore;
@@ -13,17 +14,28 @@ class ThumbStore;
 // Property of a view: number of the row that would take what is dragged over it, -1: none.
 constexpr const char *DropRow = "dropRow";
 
-// The typed beginning of a name, as long as keys follow each other.
-class TypedName
+// The typed beginning of a name, as long as keys follow each other, and the search for it: a long list is looked
+// through in steps, so that a row may be told later.
+class TypedName : public QObject
 {
+    Q_OBJECT
 public:
-    // Row to go to, -1: none. now: ms of any clock.
-    int type(const FolderModel &model, const QString &key, int current, qint64 now);
+    static constexpr int Step = 20000; // rows
+    TypedName(const FolderModel *model, QObject *parent);
+    void type(const QString &key, int current, qint64 now); // now: ms of any clock
+
+signals:
+    void found(int row);
 
 private:
+    void look();
     static constexpr int PauseMs = 1000;
-    QString m_typed;
+    const FolderModel *m_model;
+    QTimer m_steps;
+    QString m_typed, m_sought;
     qint64 m_last = 0;
+    int m_at = 0, m_left = 0;
+    bool m_again = false; // the first letter alone is looked for where the word isn't found
 };
 
 // A name's cell with its editor, "itemEdit_<id>": the part before the ending is selected, a bad name is marked and told
@@ -69,7 +81,7 @@ protected:
 private:
     FolderModel *m_model;
     NameItem *m_names;
-    TypedName m_typed;
+    TypedName *m_typed;
     QElapsedTimer m_clock;
     QPersistentModelIndex m_top; // the row at the top, while rows come and go
     int m_above = 0;
@@ -113,7 +125,7 @@ private:
     FolderModel *m_model;
     ThumbStore *m_thumbs;
     NameItem *m_names;
-    TypedName m_typed;
+    TypedName *m_typed;
     QElapsedTimer m_clock;
     QPersistentModelIndex m_top;
     int m_above = 0;
