@@ -164,6 +164,9 @@ HttpAnswer Rest::roleToken(const HttpRequest &request)
 HttpAnswer Rest::skydrive(const HttpRequest &request)
 {
     HttpAnswer refusal = checkHeaders(request, true);
+    if (refusal.status == 203)
+        if (const qint64 status = m_core.faults.number(QStringLiteral("stale-status")); status > 0)
+            return jsonAnswer({{"code", status}, {"result", 0}}, int(status));
     if (refusal.status == 203 || m_core.faults.happens(QStringLiteral("drive-stale")))
         return jsonAnswer({{"code", 203}, {"result", 0}, {"msg", QStringLiteral("access token")}});
     if (!refusal.body.isEmpty())

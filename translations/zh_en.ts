@@ -7298,6 +7298,10 @@ Type: %2<byte value="xd"/>
 <context>
     <name>CloudQueue</name>
     <message>
+        <source>农场的解析服务的回复无法读取</source>
+        <translation>The replies of the farm's analysis service can't be read</translation>
+    </message>
+    <message>
         <source>农场的解析服务没有应答，恢复后自动继续</source>
         <translation>The farm's analysis service doesn't answer; it goes on by itself once it does</translation>
     </message>

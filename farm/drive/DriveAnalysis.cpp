@@ -194,6 +194,8 @@ HttpAnswer DriveAnalysis::start(const HttpRequest &request)
         return jsonAnswer({{"code", 1060003}, {"result", 0}, {"msg", QStringLiteral("参数缺失")}});
     }
     ++m_counts.started;
+    if (!m_core.faults.peek(QStringLiteral("analysis-forgets")).isNull())
+        m_records.remove(key);
     if (const QString word = m_records.value(key).word; word == Queue || word == Preparing || word == Running) {
         m_core.violation(QStringLiteral("POST /task: key %1 is under way").arg(key.second));
         return told({});
@@ -222,13 +224,16 @@ HttpAnswer DriveAnalysis::answer(const HttpRequest &request, const QStringList &
     if (const QString refused = m_core.faults.take(QStringLiteral("analysis-refuse")); !refused.isNull())
         return jsonAnswer({{"code", 1060006}, {"result", 0}, {"msg", refused}});
     if (pieces.first() == QLatin1String("masterInfo"))
-        return told(
-            {{"data", QJsonArray{QJsonObject{{"host", m_core.options.address}, {"port", m_core.rest->port()}}}}});
+        return told({{"data", QJsonArray{QJsonObject{{"host", m_core.options.address},
+                                                     {"port", m_core.faults.number(QStringLiteral("analysis-place"),
+                                                                                   m_core.rest->port())}}}}});
+    if (m_core.faults.happens(QStringLiteral("analysis-no-json")))
+        return {200, "text/html", "<html>gateway</html>", {}};
     if (request.method == "POST" && pieces.size() == 1)
         return start(request);
     const Key key(request.farm, pieces.value(1).toLongLong());
     const auto record = m_records.find(key);
-    if (record == m_records.end())
+    if (record == m_records.end() || m_core.faults.happens(QStringLiteral("analysis-forgets")))
         return jsonAnswer({{"code", 1060001}, {"result", 0}, {"msg", QStringLiteral("任务不存在")}});
     const QString word = pieces.value(2);
     if (request.method == "GET" && word.isEmpty()) {

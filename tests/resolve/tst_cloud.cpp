@@ -120,6 +120,14 @@ private slots:
                                        << "split-http=0" << 104 << "模型文件不存在";
         QTest::newRow("refused") << "D/p/a.ma"
                                  << "analysis-refuse=没有权限" << 104 << "没有权限";
+        QTest::newRow("no such details") << "D/p/a.ma"
+                                         << "analysis-details=4" << 104 << "农场的解析服务的回复无法读取";
+        QTest::newRow("never known") << "D/p/a.ma"
+                                     << "analysis-forgets=1" << 104 << "农场的解析服务的回复无法读取";
+        QTest::newRow("a page") << "D/p/a.ma"
+                                << "analysis-no-json=1" << 101 << "农场的解析服务没有应答，恢复后自动继续";
+        QTest::newRow("nobody where it is said to be") << "D/p/a.ma"
+                                                       << "analysis-place=1" << 106 << "";
         QTest::newRow("strange word") << "D/p/a.ma"
                                       << "analysis-broken=内存不足" << 101 << "内存不足";
     }
@@ -157,6 +165,7 @@ private slots:
             QTRY_COMPARE(rig.row().cloudstate, 1);
         }
         QCOMPARE(rig.count("resumed"), 3);
+        QVERIFY(rig.farm.faults().set("stale-status=401@3"));
         rig.farm.rotateTokens(); // in the middle of it
         rig.farm.faults().set("analysis-word=Thinking@1");
         const int asked = rig.count("asked");

@@ -1,4 +1,5 @@
 #include "resolve/cloud/CloudQueue.h"
+#include "common/facts/AnalysisError.h"
 #include "common/facts/Rset.h"
 #include "common/facts/SoftwareType.h"
 #include "common/Session.h"
@@ -17,7 +18,7 @@ namespace
 {
 using SceneState::Act;
 
-constexpr int StaleToken = 203, NotThere = 404;
+constexpr int StaleToken = 203, NoAccess = 401, NotThere = 404, MostStrange = 5;
 
 ResolveDDAO &dao() { return *ResolveDDAO::instance(); }
 
@@ -132,7 +133,7 @@ void CloudQueue::endpoint(int farmId, std::function<void(const QString &)> then)
                     return then({});
                 }
                 const QString told = CloudReply::endpoint(rep, base);
-                m_endpoints.insert(base, told.isEmpty() ? base : told);
+                m_endpoints.insert(base, told.isEmpty() || m_wrong.contains(told) ? base : told);
                 then(m_endpoints.value(base));
             })
             .failed([this, base, then] {
@@ -172,13 +173,15 @@ void CloudQueue::ask(const db_resolve &row, NetWork::Verb verb, const QString &p
             lost();
     };
     const auto answered = [=](const FuncBody &rep) {
-        const bool wanted = over(rkey);
-        if (rep.code == StaleToken) {
+        if (rep.code == StaleToken || rep.httpStatus == NoAccess) {
             NetWork::instance()->clearFarm(row.farmid);
-            return silent(row, QStringLiteral("stale token"));
+            return none(QStringLiteral("stale token"));
         }
+        if (rep.object.isEmpty() && (verb == NetWork::Get || !rep.raw.isEmpty()))
+            return none(QStringLiteral("no JSON"));
+        const bool wanted = over(rkey);
         m_silent.remove(row.farmid);
-        if (wanted && !rep.object.isEmpty())
+        if (wanted)
             then(rep);
     };
     endpoint(row.farmid, [=](const QString &base) {
@@ -195,23 +198,33 @@ void CloudQueue::send(const db_resolve &row, NetWork::Verb verb, const QString &
     Request request;
     request.url = base + path;
     request.byte = body;
-    if (!base.startsWith(NetWork::instance()->skydriveUrl(row.farmid))) // another place of the same farm
+    const bool elsewhere = !base.startsWith(NetWork::instance()->skydriveUrl(row.farmid));
+    if (elsewhere) // another place of the same farm
         request.headers = {{"X-BRONTEL-ACCESS-TOKEN", NetWork::instance()->accessToken(row.farmid).toUtf8()},
                            {"X-BRONTEL-ROLE", "user"}};
     WebAsk question = verb == NetWork::Get    ? WebAsk::get(request)
                       : verb == NetWork::Post ? WebAsk::post(request)
                                               : WebAsk::put(request);
+    const auto none = [this, elsewhere, base, lost](const QString &why) {
+        if (elsewhere)
+            m_wrong.insert(base);
+        else
+            m_wrong.clear();
+        lost(why);
+    };
     question.answered(answered)
         .refused([=](const FuncBody &rep) {
-            if (rep.httpStatus != NotThere)
-                return lost(path + QLatin1Char(' ') + rep.error);
+            if (rep.httpStatus == NoAccess)
+                return answered(rep);
+            if (rep.httpStatus != NotThere || (elsewhere && verb == NetWork::Post))
+                return none(path + QLatin1Char(' ') + rep.error);
             FuncBody none; // it is there, and knows nothing of the task
             none.code = NotThere;
             none.msg = rep.error;
             none.object = {{QStringLiteral("result"), 0}};
             answered(none);
         })
-        .lost(lost)
+        .lost(none)
         .send(this);
 }
 
@@ -239,8 +252,10 @@ void CloudQueue::post(const db_resolve &row)
 
 void CloudQueue::resume(const db_resolve &row)
 {
-    ask(row, NetWork::Put, QStringLiteral("/task/%1/resume").arg(row.rkey), "{}", [row](const FuncBody &rep) {
+    ask(row, NetWork::Put, QStringLiteral("/task/%1/resume").arg(row.rkey), "{}", [this, row](const FuncBody &rep) {
         dao().setCloud(row.rkey, CloudReply::refuses(rep) ? ResolveDDAO::NotPosted : ResolveDDAO::Posted);
+        if (CloudReply::refuses(rep))
+            strange(row); // it may forget each task that it's given
     });
 }
 
@@ -286,13 +301,26 @@ void CloudQueue::polled(const db_resolve &row, const CloudReply::State &state)
             askError(row, state.word);
         return;
     case CloudReply::Status::Working:
+        m_strange.remove(row.rkey);
         m_told.remove(row.rkey);
         if (!row.errstr.isEmpty()) // it goes on
             dao().tell(row.rkey, 0, {});
         return;
     case CloudReply::Status::Missing:
-        return;
+        return strange(row);
     }
+}
+
+void CloudQueue::strange(const db_resolve &row)
+{
+    if (++m_strange[row.rkey] < MostStrange)
+        return;
+    m_strange.remove(row.rkey);
+    db_resolve failed = row;
+    failed.state = SceneState::Failed;
+    failed.error = AnalysisError::BadResult;
+    failed.errstr = tr("农场的解析服务的回复无法读取");
+    dao().finish(failed);
 }
 
 // The row stays as it is: it may be a word of a newer service. What it says of it is shown.
@@ -312,9 +340,10 @@ void CloudQueue::askResult(const db_resolve &row)
         db_resolve ended = row;
         if (!CloudReply::result(rep, &ended)) {
             qWarning().noquote() << "CloudQueue::askResult" << row.rkey << "can't be read" << rep.raw.left(200);
-            return;
+            return strange(row);
         }
         m_told.remove(row.rkey);
+        m_strange.remove(row.rkey);
         dao().finish(ended);
     });
 }
@@ -337,6 +366,7 @@ void CloudQueue::addScenes(QList<db_resolve> list)
 void CloudQueue::forget(qlonglong rkey)
 {
     m_told.remove(rkey);
+    m_strange.remove(rkey);
     m_stopTries.remove(rkey);
     if (m_asking.contains(rkey))
         m_unwanted.insert(rkey);

@@ -70,6 +70,7 @@ private:
     void endpoint(int farmId, std::function<void(const QString &url)> then);
     bool over(qlonglong rkey); // the question; false: nobody wants its answer
     void silent(const db_resolve &row, const QString &why);
+    void strange(const db_resolve &row); // an answer that nothing can be made of
     bool isSilent(int farmId) const { return m_silent.value(farmId) >= FreeFailures; }
     void forget(qlonglong rkey);
     void handOver();
@@ -84,7 +85,9 @@ private:
     QHash<int, int> m_silent;          // farm -> questions in a row that got lost
     QHash<qlonglong, QString> m_told;  // words of the service that its /error was asked for
     QHash<QString, QString> m_endpoints;
-    QSet<qlonglong> m_handed; // rows whose order stands in ResolveDAO
+    QSet<QString> m_wrong;           // places that the farm named and where nobody answers
+    QHash<qlonglong, int> m_strange; // row -> answers in a row that nothing could be made of
+    QSet<qlonglong> m_handed;        // rows whose order stands in ResolveDAO
     QList<QList<db_resolve>> m_unsaved;
     qint64 m_turn = 0;
     bool m_scanned = false;

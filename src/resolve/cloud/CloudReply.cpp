@@ -8,8 +8,9 @@
 
 namespace
 {
-constexpr int LongestText = 100000;  // of an error or of warnings
-constexpr int MostResult = 32 << 20; // of what an analysis found: more fits no order
+constexpr qlonglong LastMs = 253402300799000; // the year 9999
+constexpr int LongestText = 100000;           // of an error or of warnings
+constexpr int MostResult = 32 << 20;          // of what an analysis found: more fits no order
 
 QJsonValue field(const FuncBody &rep, const char *name)
 {
@@ -19,7 +20,11 @@ QJsonValue field(const FuncBody &rep, const char *name)
 
 qlonglong timeOf(const QJsonValue &value)
 {
-    const QDateTime time = QDateTime::fromString(value.toString(), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (value.isDouble()) // ms
+        return qBound<qlonglong>(0, value.toVariant().toLongLong(), LastMs);
+    QDateTime time = QDateTime::fromString(value.toString(), QStringLiteral("yyyy-MM-dd HH:mm:ss"));
+    if (!time.isValid())
+        time = QDateTime::fromString(value.toString(), Qt::ISODateWithMs);
     return time.isValid() ? qMax<qlonglong>(0, time.toMSecsSinceEpoch()) : 0;
 }
 
