@@ -197,13 +197,16 @@ void DriveRoadTest::conflicts()
     rig->put({"src/a", "src/b", "src/b (2)", "src/c", "src/d"});
     QVERIFY(rig->waitOver(1));
     rig->write("back", {{"a", DriveRig::bytes(5000)}, {"b", "old"}, {"d", "four"}});
-    QSignalSpy questions(UploadDDAO::instance(UploadDDAO::Down), &UploadDDAO::conflict);
+    QObject here;
+    QList<qlonglong> questions;
+    connect(UploadDDAO::instance(UploadDDAO::Down), &UploadDDAO::conflict, &here,
+            [&](qlonglong farmPri, const QString &) { questions << farmPri; });
     rig->fetch("back", asked ? int(db_upfarmD::NotAsked) : mode);
     if (asked) {
-        QVERIFY(questions.wait(10000));
+        QVERIFY(QTest::qWaitFor([&] { return !questions.isEmpty(); }));
         QVERIFY(QTest::qWaitFor([&] { return rig->read("back").contains("c"); }));
         QCOMPARE(rig->read("back").value("b") + rig->read("back").value("d"), QByteArray("oldfour"));
-        DriveQueue::setConflict(questions.first().first().toLongLong(), mode);
+        DriveQueue::setConflict(questions.first(), mode);
     }
     QVERIFY(rig->waitOver(2));
     QCOMPARE(questions.size(), asked ? 1 : 0);

@@ -1,5 +1,7 @@
 #include "transfer/drive/DriveCheck.h"
 #include "transfer/drive/DriveCheckWork.h"
+#include <condition_variable>
+#include <mutex>
 #include <QDataStream>
 #include <QDateTime>
 #include <QDebug>
@@ -7,13 +9,13 @@
 #include <QEventLoop>
 #include <QThread>
 #include <QTimer>
-#include <QWaitCondition>
 #include <thread>
 
 namespace
 {
 constexpr int WrittenMs = 60000; // until a batch is in the store
-constexpr int EndMs = 3000;      // for what runs, at the program's end
+constexpr int LookMs = 200;
+constexpr int EndMs = 3000; // for what runs, at the program's end
 
 // All that was started, so that it ends before the program does.
 struct Living {
@@ -242,8 +244,8 @@ QList<DriveCheck::Difference> DriveCheck::group(int *at, qint64 *place) const
 void DriveCheck::mendNow(bool toDrive)
 {
     struct Written {
-        QMutex mutex;
-        QWaitCondition changed;
+        std::mutex mutex;
+        std::condition_variable changed;
         QHash<qlonglong, bool> batches;
     };
     const auto written = std::make_shared<Written>();
@@ -251,17 +253,16 @@ void DriveCheck::mendNow(bool toDrive)
     QObject::connect(
         UploadDDAO::instance(toDrive ? UploadDDAO::Up : UploadDDAO::Down), &UploadDDAO::farmAdded, &context,
         [written](qlonglong farmPri, bool good) {
-            QMutexLocker lock(&written->mutex);
+            const std::lock_guard<std::mutex> lock(written->mutex);
             written->batches.insert(farmPri, good);
-            written->changed.wakeAll();
+            written->changed.notify_all();
         },
         Qt::DirectConnection);
     const auto isWritten = [&](qlonglong batch) {
-        QMutexLocker lock(&written->mutex);
-        const QDeadlineTimer deadline(WrittenMs);
-        while (!written->batches.contains(batch) && !*m_stop)
-            if (!written->changed.wait(&written->mutex, deadline))
-                break;
+        std::unique_lock<std::mutex> lock(written->mutex);
+        const auto told = [&] { return written->batches.contains(batch) || *m_stop; };
+        for (int waited = 0; waited < WrittenMs && !told(); waited += LookMs) // nobody tells of the stop
+            written->changed.wait_for(lock, std::chrono::milliseconds(LookMs), told);
         return written->batches.value(batch);
     };
     bool good = true;
