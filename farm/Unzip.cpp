@@ -64,7 +64,7 @@ bool findEntry(QFile &zip, Entry *entry)
     const QByteArray record = zip.read(46);
     if (record.size() < 46 || record.left(4) != QByteArray("PK\x01\x02", 4))
         return false;
-    *entry = Entry{u16(record, 10), u32(record, 16), u32(record, 20), u32(record, 24), u32(record, 42)};
+    *entry = Entry{u16(record, 10), u32(record, 16), u32(record, 20), u32(record, 24), u32(record, 42), {}};
     const QByteArray rest = zip.read(u16(record, 28) + u16(record, 30));
     entry->name = rest.left(u16(record, 28));
     readExtra(rest.mid(u16(record, 28)), entry);
