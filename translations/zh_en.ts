@@ -3622,6 +3622,10 @@ May they be saved there?</translation>
         <source>下载取消</source>
         <translation>Cancelled</translation>
     </message>
+    <message>
+        <source>已存在，已跳过</source>
+        <translation>Already here, skipped</translation>
+    </message>
 </context>
 <context>
     <name>Transfer</name>
@@ -5129,6 +5133,10 @@ Save it to %3?</translation>
     <message>
         <source>农场拒绝访问，稍后重试</source>
         <translation>The farm refuses access, tried again later</translation>
+    </message>
+    <message>
+        <source>%1 个文件已存在，已跳过</source>
+        <translation>%1 files were here already and were skipped</translation>
     </message>
 </context>
 <context>

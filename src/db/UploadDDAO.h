@@ -73,6 +73,7 @@ public:
     bool removeFile(qlonglong farmPri, qlonglong filePri);          // fsum and fsize follow
     bool removeDone(qlonglong farmPri, const QString &lpath);       // history
     qlonglong countFiles(qlonglong farmPri);                        // -1 on failure
+    qlonglong countError(qlonglong farmPri, int error);             // of one store that it has
     qlonglong countFailed(qlonglong farmPri);
     qlonglong countDirs(qlonglong farmPri, bool failed);
     bool resumeAll(qlonglong farmPri); // what is paused or failed waits again, failed folders too

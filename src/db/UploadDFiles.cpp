@@ -202,6 +202,15 @@ qlonglong UploadDDAO::countFiles(qlonglong farmPri)
     return number(QStringLiteral("select count(state) from %1").arg(fileTable(farmPri)));
 }
 
+qlonglong UploadDDAO::countError(qlonglong farmPri, int error)
+{
+    Locker lock(m_mutex);
+    return hasTables(farmPri)
+               ? number(QStringLiteral("select count(state) from %1 where error = ?").arg(fileTable(farmPri)), {error},
+                        0)
+               : 0;
+}
+
 qlonglong UploadDDAO::countFailed(qlonglong farmPri)
 {
     Locker lock(m_mutex);

@@ -37,6 +37,7 @@ public:
         NoFolder = 10023,
         DriveFailed = 10024,
         UnknownProtocol = 10025,
+        AlreadyHere = 10026, // of a file that is over: it stood here, nothing was fetched
         StaleToken = 203,
         SocketBase = 100000
     };

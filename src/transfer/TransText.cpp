@@ -31,6 +31,7 @@ const Text translated[] = {
     {10023, QT_TRANSLATE_NOOP("TransSet", "下载路径不存在")},
     {10024, QT_TRANSLATE_NOOP("TransSet", "skydrive异常")},
     {10025, QT_TRANSLATE_NOOP("TransSet", "未知上传协议")},
+    {10026, QT_TRANSLATE_NOOP("TransSet", "已存在，已跳过")},
     // 100000 and the toolkit's socket error.
     {99999, QT_TRANSLATE_NOOP("TransSet", "UnknownSocketError")},
     {100000, QT_TRANSLATE_NOOP("TransSet", "连接服务器拒绝")},
@@ -176,6 +177,8 @@ QString TransSet::stateText(int state, int error)
     const char *text = find(states, state);
     if (!text)
         return {};
+    if (state == DownDone && error == AlreadyHere)
+        return errorText(error).section(QLatin1Char('_'), -1);
     QString shown = QCoreApplication::translate("TransSet", text);
     const bool failed = state == DownError || state == DownGaveUp;
     const bool telling =

@@ -20,7 +20,7 @@ struct Transfers {
         rig.main->showPart(MainDriver::Transfers);
         page->initDAOView(which + 1);
     }
-    QString batch() const { return list->keys().value(0); }
+    QString batch(int number = 0) const { return list->keys().value(number); }
     QStringList files() const
     {
         table->view()->expandAll();
@@ -366,9 +366,12 @@ private slots:
     {
         QTest::addColumn<int>("choice"); // -1: "暂停下载" first
         QTest::addColumn<QStringList>("after");
-        QTest::newRow("skip the same") << 0 << QStringList{"a.txt one", "b.txt same"};
-        QTest::newRow("keep both") << 2 << QStringList{"a (2).txt one", "a.txt other", "b.txt same"};
-        QTest::newRow("pause") << -1 << QStringList{"a.txt one", "b.txt same"};
+        QTest::addColumn<QStringList>("told"); // in the list of what is over
+        const QStringList same{"a.txt 下载完成", "b.txt 已存在，已跳过"};
+        QTest::newRow("skip the same") << 0 << QStringList{"a.txt one", "b.txt same"} << same;
+        QTest::newRow("keep both") << 2 << QStringList{"a (2).txt one", "a.txt other", "b.txt same"}
+                                   << QStringList{"a (2).txt 下载完成", "b.txt 已存在，已跳过"};
+        QTest::newRow("pause") << -1 << QStringList{"a.txt one", "b.txt same"} << same;
     }
     void conflicts()
     {
@@ -398,6 +401,14 @@ private slots:
              QDir(rig.local("back/shots")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot, QDir::Name))
             after << name + ' ' + rig.read("back/shots/" + name);
         QTEST(after, "after");
+        Transfers over(rig, UploadDDAO::Ok);
+        QTRY_COMPARE(over.files().size(), 2);
+        QStringList told;
+        for (const QString &key : over.list->keys(over.batch()))
+            told << over.list->record(key)->name + ' ' +
+                        over.list->indexOf(key).siblingAtColumn(over.list->columnCount() - 2).data().toString();
+        told.sort();
+        QTEST(told, "told");
     }
 
     // The settings hold for the next batch; under their limit a file and a batch are paused, continued and deleted.
@@ -427,6 +438,19 @@ private slots:
         QTRY_COMPARE_WITH_TIMEOUT(up.files(), QStringList({"a.bin", "b.bin", "c.bin"}), 10000);
         steer(up, "c.bin", "b.bin");
         QTRY_COMPARE(up.page->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数2，总文件数2")); // the limit holds
+        // Another one is deleted as a whole while it's sent; what has come stays, the first isn't touched.
+        rig.main->showPart(MainDriver::Browser);
+        QVERIFY(rig.write("more/e.bin", QByteArray(300000, 'e')) && rig.write("more/f.bin", QByteArray(300000, 'f')));
+        files.setUrls({QUrl::fromLocalFile(rig.local("more"))});
+        QVERIFY(rig.drop(&files, rig.page()->view()->viewport(), rig.placeOf("b")));
+        rig.main->showPart(MainDriver::Transfers);
+        QTRY_COMPARE(up.page->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数4，总文件数4"));
+        QTRY_COMPARE(up.list->rowCount(), 2);
+        QVERIFY(up.act("delete", up.batch(1)) && message().contains("“more”") && message().contains("已经传输的文件会保留"));
+        QVERIFY(answer("返回") && up.list->rowCount() == 2);
+        QVERIFY(up.act("delete", up.batch(1)) && answer("确定"));
+        QTRY_COMPARE(up.list->rowCount(), 1);
+        QTRY_COMPARE(up.page->sums(UploadDDAO::Up), QString("总计：已上传文件数0，待上传文件数2，总文件数2"));
         QCOMPARE(settings("", ""), QString("*.tmp\nold/"));
         QVERIFY(up.act("start", up.batch()));
         QVERIFY(rig.comesTo({"D/", "D/b/", "D/b/up/", "D/b/up/a.bin", "D/b/up/c.bin"}));
@@ -441,6 +465,17 @@ private slots:
         Transfers down(rig, UploadDDAO::Down);
         QTRY_COMPARE(down.files(), QStringList({"a.bin", "c.bin"}));
         steer(down, "c.bin", "a.bin");
+        rig.main->showPart(MainDriver::Browser);
+        QVERIFY(rig.write("other/mine", "m"));
+        rig.choose({"a.bin"});
+        rig.act("download");
+        QVERIFY(rig.pick("other"));
+        rig.main->showPart(MainDriver::Transfers);
+        QTRY_COMPARE(down.list->rowCount(), 2);
+        QVERIFY(down.act("delete", down.batch(1)) && answer("确定"));
+        QTRY_COMPARE(down.list->rowCount(), 1);
+        QTRY_COMPARE(down.page->sums(UploadDDAO::Down), QString("总计：已下载文件数0，待下载文件数1，总文件数1"));
+        QCOMPARE(QDir(rig.local("other")).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot), QStringList("mine"));
         rig.farm.faults().set("drive-status", "");
         QVERIFY(down.act("start", down.batch()));
         QTRY_COMPARE_WITH_TIMEOUT(rig.read("c.bin"), QByteArray(200000, 'c'), 10000);

@@ -62,8 +62,10 @@ void DownHttp::downReq(db_downfile file)
     if (over())
         return;
     m_down = file;
-    if (m_same && standsAlready())
+    if (m_same && standsAlready()) {
+        m_down.error = TransSet::AlreadyHere;
         return finishDown(TransSet::Done);
+    }
     conflict = !over() && m_ask && QFileInfo::exists(m_down.lpath);
     if (conflict)
         return finishDown(TransSet::Dropped);

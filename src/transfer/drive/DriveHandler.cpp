@@ -242,7 +242,7 @@ void DriveHandler::over(qlonglong farmPri, const db_upfile &ended)
 {
     db_upfile file = ended;
     file.state = down() ? TransSet::DownDone : TransSet::UpDone;
-    file.error = 0;
+    file.error = file.error == TransSet::AlreadyHere ? file.error : 0;
     file.oktime = QDateTime::currentMSecsSinceEpoch();
     m_batches[farmPri].held.insert(file.pri);
     m_over[farmPri].append(file);

@@ -24,6 +24,8 @@ Tint tint(const DriveRow &row)
 {
     if (broke(row.state))
         return Tint::Failed;
+    if (row.file && over(row) && row.error != 0) // nothing was fetched
+        return Tint::Quiet;
     if (!row.file && row.failed > 0)
         return Tint::Warning;
     return over(row) ? Tint::Done : ran(row.state) ? Tint::Running : Tint::Plain;
@@ -41,7 +43,7 @@ QString stateTip(const DriveRow &row)
 {
     if (!row.note.isEmpty())
         return row.note;
-    return row.error != 0 ? TransSet::sentence(row.error) : stateText(row);
+    return row.error != 0 && !over(row) ? TransSet::sentence(row.error) : stateText(row);
 }
 
 QPair<qlonglong, qlonglong> progress(const DriveRow &row)
