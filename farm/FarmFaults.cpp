@@ -69,6 +69,7 @@ const Known known[] = {
     {"drive-full", "1", "the drive has no room left", false},
     {"drive-half-listing", "1", "a listing ends in its middle", false},
     {"drive-ring", "1", "a folder is listed as its own child; 2: its disk is", false},
+    {"drive-family-above", "1", "the ancestors of an entry are told without itself", false},
     {"drive-name", "TEXT", "a listing tells its first entry under that name", false},
     {"drive-no-json", "1", "a listing isn't JSON", false},
     {"drive-status", "CODE", "requests of the drive and the analysis are answered with that HTTP status", false},

@@ -253,6 +253,8 @@ HttpAnswer Drive::get(const HttpRequest &request, int named, const QStringList &
         QJsonArray list;
         for (const DriveNode &one : m_tree.chain(node))
             list.append(entryOf(one));
+        if (m_core.faults.happens(QStringLiteral("drive-family-above")))
+            list.removeFirst();
         return told(DriveTree::Good, QJsonObject{{"list", list}});
     }
     QJsonObject entry = entryOf(node);

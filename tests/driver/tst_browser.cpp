@@ -235,6 +235,7 @@ private slots:
         QVERIFY(rig.shows({"a", "b", "beta"}));
 
         QVERIFY(rig.open() && rig.page()->folder() == "-1"); // a fresh page
+        QVERIFY(rig.farm.faults().set("drive-family-above=1@2"));
         emit rig.page()->path()->driverPathChanged(er);
         QVERIFY(rig.shows({"file000000.bin"}));
         QTRY_COMPARE(rig.page()->path()->text(), QString("D/a/deep/er"));
@@ -251,6 +252,7 @@ private slots:
         rig.choose({"file000000.bin"});
         rig.key(Qt::Key_C, Qt::ControlModifier);
         QTRY_COMPARE(QGuiApplication::clipboard()->text(), QString("D/a/deep/er/file000000.bin"));
+        QCOMPARE(rig.farm.faults().happened("drive-family-above"), 2);
         rig.act("place");
         QTRY_COMPARE(rig.page()->path()->text(), QString("D/a/deep/er"));
         QVERIFY(!rig.page()->path()->searching());

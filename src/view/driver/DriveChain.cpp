@@ -1,4 +1,5 @@
 #include "view/driver/DriveChain.h"
+#include <algorithm>
 #include <QHash>
 
 FileView DriveChain::root(int fileType)
@@ -23,10 +24,12 @@ QVector<FileView> DriveChain::of(const QList<SubFile> &family, const QString &id
     return chain;
 }
 
-QStringList DriveChain::names(const QList<SubFile> &family, const QString &id)
+QStringList DriveChain::names(const QList<SubFile> &family, const SubFile &own)
 {
     QStringList names;
-    const QVector<FileView> chain = of(family, id, 1);
+    const auto isOwn = [&own](const SubFile &one) { return one.id == own.id; };
+    const bool told = family.isEmpty() || std::any_of(family.begin(), family.end(), isOwn);
+    const QVector<FileView> chain = of(told ? family : family + QList<SubFile>{own}, own.id, 1);
     for (int i = 1; i < chain.size(); ++i)
         names << chain.at(i).name;
     return names;

@@ -307,8 +307,14 @@ void FarmPage::askChain(const QString &id)
     m_desk->ask(DriveRest::family(m_farm, m_type, id), this, [this, round, id](const DriveDesk::Answer &answer) {
         if (round != m_chainRound)
             return;
-        if (answer.good)
-            setChain(DriveChain::of(answer.reply.entries, id, m_type));
+        const QList<SubFile> family = answer.reply.entries;
+        const QVector<FileView> chain = DriveChain::of(family, id, m_type);
+        if (answer.good && chain.last().id == id)
+            return setChain(chain);
+        m_desk->ask(DriveRest::entry(m_farm, m_type, id), this, [this, round, family](const DriveDesk::Answer &own) {
+            if (round == m_chainRound && own.good)
+                setChain(DriveChain::of(family + QList<SubFile>{own.reply.entry}, own.reply.entry.id, m_type));
+        });
     });
 }
 

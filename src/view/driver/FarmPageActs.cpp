@@ -436,7 +436,7 @@ void FarmPage::copyPaths()
     for (const FileView *row : rows)
         m_desk->ask(DriveRest::family(m_farm, m_type, row->id), this,
                     [paths, count, own = *row](const DriveDesk::Answer &answer) {
-                        const QStringList names = DriveChain::names(answer.reply.entries, own.id);
+                        const QStringList names = DriveChain::names(answer.reply.entries, own);
                         *paths << (names.isEmpty() ? own.name : names.join(QLatin1Char('/')));
                         if (paths->size() == count)
                             QGuiApplication::clipboard()->setText(paths->join(QLatin1Char('\n')));
@@ -540,8 +540,8 @@ void FarmPage::submitFile()
     for (const FileView *row : rows) {
         ++*wait;
         m_desk->ask(DriveRest::family(m_farm, m_type, row->id), this,
-                    [this, scenes, wait, id = row->id](const DriveDesk::Answer &answer) {
-                        const QStringList names = DriveChain::names(answer.reply.entries, id);
+                    [this, scenes, wait, own = *row](const DriveDesk::Answer &answer) {
+                        const QStringList names = DriveChain::names(answer.reply.entries, own);
                         if (answer.good && !names.isEmpty())
                             *scenes << CloudAnalysis::Scene{names.join(QLatin1Char('/')), {}};
                         else

@@ -39,7 +39,7 @@ FileProperty::FileProperty(int farmId, const FileView &entry, const QString &fol
     ask();
     if (folder.isEmpty() && !entry.isDisk())
         m_desk->ask(DriveRest::family(m_farm, entry.fileType, entry.id), this, [this](const DriveDesk::Answer &answer) {
-            const QStringList names = DriveChain::names(answer.reply.entries, m_entry.id);
+            const QStringList names = DriveChain::names(answer.reply.entries, m_entry);
             m_place->setText(DriveText::clean(names.mid(0, names.size() - 1).join(QLatin1Char('/'))));
         });
 }
