@@ -52,8 +52,9 @@ ParameterDialog::ParameterDialog(const Plan &plan, const Scene &scene, QWidget *
     connect(m_summing, &Debounce::debout, this, &ParameterDialog::sum);
     if (!m_sheet.outputs.isEmpty())
         m_chosen = {0};
-    m_keys->setFrames(m_sheet.frameTexts(), m_sheet.keyFrames());
-    m_keys->show(m_sheet.task, m_sheet.keyFrames());
+    const QString keys = m_sheet.keyFrames();
+    m_keys->setFrames(m_sheet.frameTexts(), keys);
+    m_keys->show(m_sheet.task, keys);
     showOutput();
     sum();
 }
@@ -72,13 +73,14 @@ void ParameterDialog::setTarget(const Target &target)
 
 void ParameterDialog::makeLists(const Plan &plan)
 {
+    QWidget *body = content()->parentWidget(); // made where they stay: a tree that moves is styled once more
     auto *left = new QVBoxLayout;
     m_columns->addLayout(left, 3);
     if (!plan.outputs.isEmpty()) {
         QVector<TickList::Head> heads{{plan.outputs, 0}, {tr("帧"), 84}};
         if (plan.sized)
             heads.append({tr("分辨率"), 92});
-        m_outputs = new TickList(QStringLiteral("outputs"), plan.outputs, heads, this);
+        m_outputs = new TickList(QStringLiteral("outputs"), plan.outputs, heads, body);
         m_outputs->setMinimumHeight(LeastList);
         left->addWidget(m_outputs, 3);
         QList<TickRow> rows;
@@ -102,7 +104,7 @@ void ParameterDialog::makeLists(const Plan &plan)
     }
     if (!plan.cameras)
         return;
-    m_cameras = new TickList(QStringLiteral("cameras"), tr("相机"), {{tr("相机"), 0}}, this);
+    m_cameras = new TickList(QStringLiteral("cameras"), tr("相机"), {{tr("相机"), 0}}, body);
     m_cameras->setMinimumHeight(LeastList);
     left->addWidget(m_cameras, 2);
     connect(m_cameras, &TickList::ticksChanged, this, &ParameterDialog::camerasTicked);
@@ -110,13 +112,15 @@ void ParameterDialog::makeLists(const Plan &plan)
 
 void ParameterDialog::makeFields(const Plan &plan)
 {
-    auto *scroll = new QScrollArea(this);
+    auto *scroll = new QScrollArea(content()->parentWidget());
     scroll->setWidgetResizable(true);
     scroll->setFrameShape(QFrame::NoFrame);
     scroll->setFocusPolicy(Qt::NoFocus);
     scroll->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     scroll->setMinimumWidth(FieldsWidth);
+    m_columns->addWidget(scroll, 2);
     auto *inner = new QWidget(scroll);
+    scroll->setWidget(inner);
     auto *column = new QVBoxLayout(inner);
     column->setContentsMargins(0, 0, Metrics::Gap, 0);
     column->setSpacing(Metrics::Gap);
@@ -139,8 +143,7 @@ void ParameterDialog::makeFields(const Plan &plan)
         connect(m_task, &Form::changed, this, [this, ofTask](const QString &key) { ofTask(key, m_task->value(key)); });
     }
     column->addStretch(1);
-    scroll->setWidget(inner);
-    m_columns->addWidget(scroll, 2);
+    inner->show(); // its area was asked for before it had anything
     connect(m_item, &CanshuItem::edited, this, &ParameterDialog::edit);
     connect(m_item, &CanshuItem::taskEdited, this, ofTask);
     connect(m_item, &CanshuItem::calKeyFrame, this, &ParameterDialog::framesMoved);
