@@ -1,13 +1,23 @@
 """Measures whole trees to a farm's drive and back beside rclone with ten transfers against its own WebDAV server on this
-machine (rclone is needed: tools/packages-bench.txt). Usage: python3 bench/drive.py TREE [small] [big] [walk] [far]
+machine, and beside its plain HTTP server (rclone is needed: tools/packages-bench.txt). One table comes out; a quiet machine
+takes about 25 minutes for all of it, and each part stops with a message after VN_MINUTES (30).
 
-small  many files of 4 KiB up and down (VN_FILES, 20000)          files a second
-big    one big file up and down (VN_MIB, 4096)                     MiB a second
-walk   a tree of entries on the drive (VN_ENTRIES, 1000000)        entries a second; resident memory above idle
-far    one worker and ten where each answer comes 50 ms late       MiB a second
+    python3 bench/drive.py TREE [small] [big] [walk] [far] [restart]        (TREE: build/release/bin; without a part: all)
+
+small    many files of 4 KiB up and down (VN_FILES, 100000)                          about 10 minutes
+big      one big file up and down (VN_MIB, 4096), in turns (VN_ROUNDS, 3)            about 4 minutes
+walk     a tree of entries on the drive (VN_ENTRIES, 1000000): entries a second, and
+         the resident memory above idle                                               about 8 minutes
+far      one worker and ten over a line of 50 ms (a relay that delays), files of 4 MiB about 2 minutes
+restart  kills in the middle of big files: bytes that went over the line again, a worker about 1 minute
+
+Each figure is the median of its rounds; ratio: this program's rate in that of the other. What the last round wrote is on the
+medium before the next begins. "checked" beside big: rclone's copy, then an MD5 of what came and the sync that this program
+doesn't go without; both are part of its own time.
 """
 import os
 import shutil
+import statistics
 import subprocess
 import sys
 import tempfile
@@ -18,12 +28,25 @@ import urllib.request
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'tests', 'story'))
 from stories import Failure, Rig, wait_for  # noqa: E402
 
+LINE = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'line.py')
+FAR = '127.77.0.1'
 TEN = ['--transfers', '10', '--checkers', '10', '--quiet']
+LIMIT = 60 * int(os.environ.get('VN_MINUTES', '30'))
+RANGE, CHUNK = 262145, 41943040
+
+
+def number(name, otherwise):
+    return int(os.environ.get(name, otherwise))
 
 
 def resident(pid):
     with open('/proc/%d/status' % pid) as source:
         return next(int(line.split()[1]) for line in source if line.startswith('VmRSS')) / 1024
+
+
+def spent(pid):
+    with open('/proc/%d/stat' % pid) as source:
+        return sum(int(one) for one in source.read().rsplit(')', 1)[1].split()[11:13])
 
 
 class Memory(threading.Thread):
@@ -41,12 +64,15 @@ class Memory(threading.Thread):
 
 
 class Other:
-    """rclone beside its own WebDAV server over a folder."""
+    """rclone beside its own server over a folder; kind: webdav or http, which only gives."""
 
-    def __init__(self, folder):
+    def __init__(self, kind, folder, port):
         os.makedirs(folder, exist_ok=True)
-        self.folder, self.address = folder, '127.0.0.1:46399'
-        self.server = subprocess.Popen(['rclone', 'serve', 'webdav', folder, '--addr', self.address], stderr=subprocess.DEVNULL)
+        self.kind, self.folder, self.address = kind, folder, '127.0.0.1:%d' % port
+        self.start()
+
+    def start(self):
+        self.server = subprocess.Popen(['rclone', 'serve', kind, folder, '--addr', self.address], stderr=subprocess.DEVNULL)
         wait_for('rclone to listen', 20, self.listens, 0.2)
 
     def listens(self):
@@ -57,18 +83,39 @@ class Other:
 
     def copy(self, source, target):
         began = time.perf_counter()
-        subprocess.run(['rclone', 'copy', source, target] + TEN, check=True)
+        subprocess.run(['rclone', 'copy', source, target] + TEN, check=True, timeout=LIMIT)
         return time.perf_counter() - began
 
+    def at(self, name):
+        return ':%s,url="http://%s":%s' % (self.kind, self.address, name)
+
     def up(self, source, name):
-        return self.copy(source, ':webdav,url="http://%s":%s' % (self.address, name))
+        return self.copy(source, self.at(name))
 
     def down(self, name, target):
-        return self.copy(':webdav,url="http://%s":%s' % (self.address, name), target)
+        if self.kind == 'http':  # it remembers what lay there when it was asked last
+            self.end()
+            self.start()
+        return self.copy(self.at(name), target)
 
     def end(self):
         self.server.terminate()
         self.server.wait()
+
+
+class Table:
+    def __init__(self):
+        print('%-34s %12s %12s  %-14s %6s  %s' % ('', 'this', 'other', '', 'ratio', 'of each round'), flush=True)
+
+    @staticmethod
+    def row(what, unit, mine, others=(), beside='rclone webdav'):
+        """mine, others: rates, one a round."""
+        rate = statistics.median(mine)
+        if not others:
+            return print('%-34s %12.1f %12s  %s' % (what, rate, '', unit), flush=True)
+        ratios = [a / b for a, b in zip(mine, others)]
+        print('%-34s %12.1f %12.1f  %-14s %6.2f  %s' % ('%s, %s' % (what, beside), rate, statistics.median(others), unit,
+                                                        statistics.median(ratios), ' '.join('%.2f' % one for one in ratios)), flush=True)
 
 
 def over(rig):
@@ -76,14 +123,31 @@ def over(rig):
     return not any(rig.rows(store, 'select 1 from farm') for store in ('qnfileUploadD.db', 'qnfileDownD.db'))
 
 
-def moved(rig, target, body=None, seconds=3600):
-    """Time of a transfer from the word to the last row."""
-    began = time.perf_counter()
-    reply = rig.api(target, body)
+def begin(rig, target, body=None):
+    reply = rig.api(target, body, timeout=120)
     if not reply or reply.get('result') != 1:
         raise Failure('%s: %s' % (target, reply))
-    wait_for(target, seconds, lambda: over(rig), 0.02)
+    return reply
+
+
+def moved(rig, target, body=None):
+    """Time of a transfer from the word to the last row."""
+    began = time.perf_counter()
+    begin(rig, target, body)
+    wait_for(target, LIMIT, lambda: over(rig), 0.02)
     return time.perf_counter() - began
+
+
+def settle(rig):
+    """What was written is on the medium, and the farm has hashed what it got."""
+    os.sync()
+    last = [0]
+
+    def idle():
+        before, last[0] = last[0], spent(rig.farm.pid)
+        return last[0] - before <= 1
+
+    wait_for('the farm to come to rest', LIMIT, idle, 0.5)
 
 
 def same(left, right):
@@ -91,107 +155,224 @@ def same(left, right):
         raise Failure('%s and %s differ' % (left, right))
 
 
-def tell(what, mine, other, unit):
-    print('%-28s %10.1f %10.1f %s  ratio %.2f' % (what, mine, other, unit, mine / other), flush=True)
+def gone(*folders):
+    for folder in folders:
+        shutil.rmtree(folder, ignore_errors=True)
 
 
-def small(rig, other, folder):
-    count = int(os.environ.get('VN_FILES', '20000'))
-    source = os.path.join(folder, 'small')
-    block = os.urandom(4096)
+def make_files(folder, count, size):
+    block = os.urandom(size)
     for n in range(count):
+        at = os.path.join(folder, 'd%d' % (n // 100))
         if n % 100 == 0:
-            os.makedirs(os.path.join(source, 'd%d' % (n // 100)))
-        with open(os.path.join(source, 'd%d' % (n // 100), 'f%d' % n), 'wb') as out:
+            os.makedirs(at)
+        with open(os.path.join(at, 'f%d' % n), 'wb') as out:
             out.write(n.to_bytes(8, 'big') + block[8:])
-    mine, theirs = moved(rig, '/drive/put?path=D/b', [source]), other.up(source, 'small')
-    tell('%d files of 4 KiB up' % count, count / mine, count / theirs, 'files/s')
-    back = os.path.join(folder, 'small-back')
-    mine, theirs = moved(rig, '/drive/get?path=D/b/small&to=' + back), other.down('small', os.path.join(folder, 'small-other'))
-    tell('%d files of 4 KiB down' % count, count / mine, count / theirs, 'files/s')
+
+
+def small(rig, dav, http, folder, table):
+    count = number('VN_FILES', 100000)
+    source, back = os.path.join(folder, 'small'), os.path.join(folder, 'small-back')
+    make_files(source, count, 4096)
+    settle(rig)
+    mine = moved(rig, '/drive/put?path=D/b', [source])
+    settle(rig)
+    table.row('%d files of 4 KiB up' % count, 'files/s', [count / mine], [count / dav.up(source, 'small')])
+    settle(rig)
+    mine = moved(rig, '/drive/get?path=D/b/small&to=' + back)
+    for other in (dav, http):
+        settle(rig)
+        theirs = other.down('small', os.path.join(folder, 'small-other'))
+        table.row('%d files of 4 KiB down' % count, 'files/s', [count / mine], [count / theirs], 'rclone ' + other.kind)
+        gone(os.path.join(folder, 'small-other'))
     same(source, os.path.join(back, 'small'))
+    gone(source, back, os.path.join(dav.folder, 'small'))
 
 
-def big(rig, other, folder):
-    mib = int(os.environ.get('VN_MIB', '4096'))
-    source = os.path.join(folder, 'big')
+def checked(path):
+    began = time.perf_counter()
+    subprocess.run(['md5sum', path], check=True, stdout=subprocess.DEVNULL)
+    with open(path, 'rb') as file:
+        os.fsync(file.fileno())
+    return time.perf_counter() - began
+
+
+def big(rig, dav, http, folder, table):
+    mib, rates = number('VN_MIB', 4096), {}
+    source, other = os.path.join(folder, 'big'), os.path.join(folder, 'big-other')
     os.makedirs(source)
-    with open(os.path.join(source, 'file'), 'wb') as out:
-        for n in range(mib):
-            out.write(os.urandom(1048576))
-    mine, theirs = moved(rig, '/drive/put?path=D/b', [source]), other.up(source, 'big')
-    tell('%d MiB up' % mib, mib / mine, mib / theirs, 'MiB/s')
-    back = os.path.join(folder, 'big-back')
-    mine, theirs = moved(rig, '/drive/get?path=D/b/big&to=' + back), other.down('big', os.path.join(folder, 'big-other'))
-    tell('%d MiB down' % mib, mib / mine, mib / theirs, 'MiB/s')
-    same(source, os.path.join(back, 'big'))
+    name = os.path.join(source, 'file')
+
+    def add(what, took):
+        rates.setdefault(what, []).append(mib / took)
+
+    for turn in range(number('VN_ROUNDS', 3)):
+        with open(name, 'wb') as out:
+            for _ in range(mib):
+                out.write(os.urandom(1048576))
+        settle(rig)
+        add('up', moved(rig, '/drive/put?path=D/b%d' % turn, [source]))
+        settle(rig)
+        add('dav up', dav.up(source, 'big'))
+        settle(rig)
+        back = os.path.join(folder, 'big-back%d' % turn)
+        add('down', moved(rig, '/drive/get?path=D/b%d/big&to=%s' % (turn, back)))
+        same(source, os.path.join(back, 'big'))
+        gone(back)
+        for server in (dav, http):
+            settle(rig)
+            took = server.down('big', other)
+            add(server.kind + ' down', took)
+            if server is dav:
+                add('checked', took + checked(os.path.join(other, 'file')))
+            gone(other)
+        gone(os.path.join(dav.folder, 'big'))
+    table.row('%d MiB up' % mib, 'MiB/s', rates['up'], rates['dav up'])
+    for what, beside in (('webdav down', 'rclone webdav'), ('http down', 'rclone http'), ('checked', 'checked')):
+        table.row('%d MiB down' % mib, 'MiB/s', rates['down'], rates[what], beside)
+    gone(source)
 
 
-def walk(rig, folder):
-    entries = int(os.environ.get('VN_ENTRIES', '1000000'))
-    urllib.request.urlopen('http://%s:%d/farm/drive?farm=1&fill=D/wide&folders=%d&files=100&size=1' % (rig.address, rig.http, entries // 100),
-                           timeout=3600).read()
+def walk(rig, folder, table):
+    entries = number('VN_ENTRIES', 1000000)
+    urllib.request.urlopen('http://%s:%d/farm/drive?farm=1&fill=D/wide&folders=%d&files=100&size=1' % (rig.address, rig.http, entries // 101),
+                           timeout=LIMIT).read()
+    settle(rig)
     idle = resident(rig.client.pid)
     memory = Memory(rig.client.pid)
     memory.start()
     began = time.perf_counter()
-    reply = rig.api('/drive/get?path=D/wide&to=' + os.path.join(folder, 'wide'), timeout=120)
-    wait_for('the walk', 3600, lambda: rig.rows('qnfileDownD.db', 'select 1 from farm where dirstate = 2'), 0.1)
+    reply = begin(rig, '/drive/get?path=D/wide&to=' + os.path.join(folder, 'wide'))
+    wait_for('the walk', LIMIT, lambda: rig.alive() and rig.rows('qnfileDownD.db', 'select 1 from farm where dirstate = 2'), 0.1)
     took = time.perf_counter() - began
     known, done = rig.rows('qnfileDownD.db', 'select fsum, fok from farm')[0]
-    print('%d entries walked         %10.1f entries/s, %d files came meanwhile; %.0f MiB resident, %.0f above idle' %
-          (known, known / took, done, memory.most, memory.most - idle), flush=True)
-    rig.api('/drive/status?act=delete&id=%d' % reply['data']['id'])
-    wait_for('the batch to go', 120, lambda: over(rig), 0.2)
+    table.row('%d entries walked' % (known + entries // 101), 'entries/s', [(known + entries // 101) / took])
+    table.row('  files that came meanwhile', 'files', [done])
+    table.row('  memory above %.0f MiB at idle' % idle, 'MiB', [memory.most - idle])
+    begin(rig, '/drive/status?act=delete&id=%d' % reply['data']['id'])
+    wait_for('the batch to go', LIMIT, lambda: over(rig), 0.2)
     memory.over = True
+    gone(os.path.join(folder, 'wide'))
 
 
-def far(tree, folder):
-    """The farm keeps each answer back for 50 ms: one worker against ten, files of 4 MiB."""
-    rates = {}
-    source = os.path.join(folder, 'far')
+def far(tree, folder, table):
+    """Rates of one file alone, of one worker, and of ten for about as long: ten times the files for ten."""
+    files, rates = number('VN_FAR', 20), {}
+    for what, workers, count in (('one file', 1, 1), ('one worker', 1, files), ('ten', 10, 10 * files)):
+        source = os.path.join(folder, 'far')
+        os.makedirs(source)
+        for n in range(count):
+            with open(os.path.join(source, 'f%d' % n), 'wb') as out:
+                out.write(os.urandom(4 << 20))
+        line = None
+        rig = Rig(tree, os.path.join(folder, 'far-rig'), config_sections={'Transfer': {'upTh': workers, 'downTh': workers}},
+                  farm_options=['--told', FAR])
+        try:
+            rig.start_farm()
+            line = subprocess.Popen([sys.executable, LINE, FAR, '0.05', rig.address, str(rig.ports['http']), str(rig.ports['file'])],
+                                    stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+            line.stdout.readline()
+            rig.start_client()
+            rig.wait_login()
+            rates['up', what] = 4 * count / moved(rig, '/drive/put?path=D/far', [source])
+            settle(rig)
+            back = os.path.join(folder, 'far-back')
+            rates['down', what] = 4 * count / moved(rig, '/drive/get?path=D/far/far&to=' + back)
+            same(source, os.path.join(back, 'far'))
+        finally:
+            rig.stop()
+            if line:
+                line.terminate()
+                line.wait()
+                line.stdout.close()
+            gone(source, os.path.join(folder, 'far-back'), rig.folder)
+    for way in ('up', 'down'):
+        for one in ('one file', 'one worker'):
+            table.row('50 ms, ten workers %s' % way, 'MiB/s', [rates[way, 'ten']], [rates[way, one]], one)
+
+
+def restart(tree, folder, table):
+    """Files of 64 MiB with ten workers, killed three times on the way; the farm counts what went over."""
+    count, kills, mib = 20, 3, 64
+    source = os.path.join(folder, 'restart')
     os.makedirs(source)
-    for n in range(20):
+    for n in range(count):
         with open(os.path.join(source, 'f%d' % n), 'wb') as out:
-            out.write(os.urandom(4 << 20))
-    for workers in (1, 10):
-        rig = Rig(tree, os.path.join(folder, 'far%d' % workers), config_sections={'Transfer': {'upTh': workers, 'downTh': workers}},
-                  farm_options=['--fault', 'http-delay=50', '--fault', 'delay-file=50'])
+            for _ in range(mib):
+                out.write(os.urandom(1 << 20))
+    total = count * mib << 20
+    rig = Rig(tree, os.path.join(folder, 'restart-rig'), config_sections={'Transfer': {'upTh': 10, 'downTh': 10}}, farm_options=['--drive-size', '100'])
+    try:
+        rig.start_farm()
+        for way, counter, target, body in (('up', 'bytesUp', '/drive/put?path=D/r', [source]),
+                                           ('down', 'bytesDown', '/drive/get?path=D/r/restart&to=' + os.path.join(folder, 'restart-back'), None)):
+            rig.start_client()
+            rig.wait_login()
+            first = rig.farm_state()['counters'][counter]
+
+            def went():
+                return rig.farm_state()['counters'][counter] - first
+
+            begin(rig, target, body)
+            met = 0
+            for n in range(kills):
+                wait_for('some bytes', LIMIT, lambda: went() > total * (n + 1) // (kills + 1) or over(rig), 0.01)
+                met += not over(rig)
+                rig.kill_client()
+                rig.start_client()
+                rig.wait_login()
+            wait_for('the rest', LIMIT, lambda: over(rig), 0.05)
+            if not met:
+                raise Failure('the kills came too late')
+            table.row('%d kills, repeated %s a worker' % (met, way), 'KiB (of %d)' % ((CHUNK if way == 'up' else RANGE) >> 10),
+                      [max(0, went() - total) / met / 10 / 1024])
+            rig.kill_client()
+            settle(rig)
+        same(source, os.path.join(folder, 'restart-back', 'restart'))
+    finally:
+        rig.stop()
+        gone(source, os.path.join(folder, 'restart-back'), rig.folder)
+
+
+def main():
+    parts = ['small', 'big', 'walk', 'far', 'restart']
+    if len(sys.argv) < 2 or sys.argv[1].startswith('-') or set(sys.argv[2:]) - set(parts):
+        sys.exit(__doc__)
+    tree, parts = sys.argv[1], sys.argv[2:] or parts
+    folder = tempfile.mkdtemp(prefix='bench-drive-')
+    servers, failed = [], 0
+    print('machine load %.1f %.1f %.1f' % os.getloadavg())
+    table = Table()
+
+    def shared(run, *others):
+        rig = Rig(tree, os.path.join(folder, 'rig-' + run.__name__), farm_options=['--drive-size', '100'])
         try:
             rig.start_farm()
             rig.start_client()
             rig.wait_login()
-            rates['up', workers] = 80 / moved(rig, '/drive/put?path=D/far', [source])
-            rates['down', workers] = 80 / moved(rig, '/drive/get?path=D/far/far&to=' + os.path.join(folder, 'far-back%d' % workers))
+            run(rig, *others, folder, table)
         finally:
             rig.stop()
-    for way in ('up', 'down'):
-        print('50 ms, %-5s one worker %.1f MiB/s, ten %.1f MiB/s: %.1f times' %
-              (way, rates[way, 1], rates[way, 10], rates[way, 10] / rates[way, 1]), flush=True)
+            gone(rig.folder)
 
-
-def main():
-    tree, parts = sys.argv[1], sys.argv[2:] or ['small', 'big', 'walk']
-    folder = tempfile.mkdtemp(prefix='bench-drive-')
-    rig = Rig(tree, os.path.join(folder, 'rig'), farm_options=['--drive-size', '100'])
-    other = None
     try:
-        rig.start_farm()
-        rig.start_client()
-        rig.wait_login()
         if 'small' in parts or 'big' in parts:
-            other = Other(os.path.join(folder, 'webdav'))
-        print('%-28s %10s %10s' % ('', 'this', 'rclone'))
-        for part, run in (('small', lambda: small(rig, other, folder)), ('big', lambda: big(rig, other, folder)), ('walk', lambda: walk(rig, folder))):
-            if part in parts:
-                run()
-        if 'far' in parts:
-            far(tree, folder)
+            for kind, port in (('webdav', 46398), ('http', 46399)):
+                servers.append(Other(kind, os.path.join(folder, 'served'), port))
+        for part, run in (('small', lambda: shared(small, *servers)), ('big', lambda: shared(big, *servers)), ('walk', lambda: shared(walk)),
+                          ('far', lambda: far(tree, folder, table)), ('restart', lambda: restart(tree, folder, table))):
+            try:
+                if part in parts:
+                    run()
+            except (Failure, OSError, subprocess.SubprocessError) as trouble:
+                failed += 1
+                print('%-34s failed: %s' % (part, trouble), flush=True)
     finally:
-        if other:
-            other.end()
-        rig.stop()
-        shutil.rmtree(folder, ignore_errors=True)
+        for server in servers:
+            server.end()
+        gone(folder)
+    print('machine load %.1f %.1f %.1f' % os.getloadavg())
+    sys.exit(1 if failed else 0)
 
 
 main()

@@ -34,6 +34,7 @@ public:
     ~Core() override;
     bool open(QString *error); // folder, database, listeners
     FarmPorts ports() const;
+    QString told() const { return options.told.isEmpty() ? options.address : options.told; }
 
     void violation(const QString &text); // the other side broke the protocol
     void event(const QString &text);     // a step of the road, for people and tests

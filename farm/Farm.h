@@ -26,7 +26,8 @@ class Core;
 struct FarmOptions {
     QString dir;                                   // state folder, made if missing
     QString address = QStringLiteral("127.0.0.1"); // where all three servers listen; loopback addresses only
-    int businessPort = 29909;                      // 0: any free one
+    QString told; // where clients are told that web and file server are; empty: there. For a relay in between
+    int businessPort = 29909; // 0: any free one
     int httpPort = 46180;
     int filePort = 0;
     QString user = QStringLiteral("demo");

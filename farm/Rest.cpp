@@ -96,7 +96,7 @@ bool Rest::listen(int port, QString *error)
     return false;
 }
 
-QString Rest::address() const { return QStringLiteral("http://%1:%2").arg(m_core.options.address).arg(port()); }
+QString Rest::address() const { return QStringLiteral("http://%1:%2").arg(m_core.told()).arg(port()); }
 
 void Rest::accept()
 {

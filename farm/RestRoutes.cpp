@@ -143,7 +143,7 @@ HttpAnswer Rest::farmHost(const HttpRequest &request)
         return jsonAnswer({{"status", status}});
     if (!m_core.drive->knows(request.path.mid(9).toInt()))
         return jsonAnswer({{"status", 11040002}});
-    return jsonAnswer({{"status", 11040000}, {"domain", m_core.options.address}, {"port", m_core.files->port()}});
+    return jsonAnswer({{"status", 11040000}, {"domain", m_core.told()}, {"port", m_core.files->port()}});
 }
 
 HttpAnswer Rest::roleToken(const HttpRequest &request)
@@ -227,7 +227,7 @@ HttpAnswer Rest::sourceFiles(const HttpRequest &request)
     const QString other = m_core.faults.take(QStringLiteral("file-host"));
     if (other == QLatin1String("none"))
         return told(101402, "不存在");
-    const QString host = other.isEmpty() ? m_core.options.address : other;
+    const QString host = other.isEmpty() ? m_core.told() : other;
     return told(101402, "不存在", {{"hostLan", host}, {"portLan", port}, {"hostWan", host}, {"portWan", port}});
 }
 

@@ -69,6 +69,8 @@ int main(int argc, char **argv)
     parser.addOption({{QStringLiteral("h"), QStringLiteral("help")}, QStringLiteral("This text.")});
     option("dir", QStringLiteral("Folder of the farm's state [%1].").arg(options.dir), "FOLDER");
     option("address", QStringLiteral("Loopback address to listen on [127.0.0.1]."), "ADDRESS");
+    option("told", QStringLiteral("Address that clients are told for web and file server, where a relay listens."),
+           "ADDRESS");
     option("business-port", QStringLiteral("Port of the business server [29909]; 0: any."), "PORT");
     option("http-port", QStringLiteral("Port of the web server [46180]; 0: any."), "PORT");
     option("file-port", QStringLiteral("Port of the file server [0: any]."), "PORT");
@@ -134,6 +136,7 @@ int main(int argc, char **argv)
     };
     text("dir", &options.dir);
     text("address", &options.address);
+    text("told", &options.told);
     text("user", &options.user);
     text("password", &options.password);
     text("second-user", &options.secondUser);

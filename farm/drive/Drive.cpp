@@ -490,10 +490,7 @@ HttpAnswer Drive::source(const HttpRequest &request)
     ++m_core.counters.instantMisses;
     const int port = m_core.files->port();
     return answered(101402, "不存在",
-                    {{"hostLan", m_core.options.address},
-                     {"portLan", port},
-                     {"hostWan", m_core.options.address},
-                     {"portWan", port}});
+                    {{"hostLan", m_core.told()}, {"portLan", port}, {"hostWan", m_core.told()}, {"portWan", port}});
 }
 
 HttpAnswer Drive::control(const HttpRequest &request)

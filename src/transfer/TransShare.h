@@ -21,7 +21,8 @@ public:
     void cacheHost(const QString &name, const QString &ip);
     void forgetHost(const QString &name);
 
-    std::atomic_int running{0}; // workers of the handler, for the share of a speed limit
+    std::atomic_bool far{false}; // answers take long to come: more than one is waited for at a time
+    std::atomic_int running{0};  // workers of the handler, for the share of a speed limit
 
 private:
     mutable QMutex m_mutex;

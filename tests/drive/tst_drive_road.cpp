@@ -129,7 +129,9 @@ void DriveRoadTest::faultsOfFetching_data()
     for (const char *fault : {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2",
                               "drive-ring=1@2", "drive-ring=2@2", "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2",
                               "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3", "drive-status=401@1", "drive-stale-data=200@1",
-                              "drive-stale-data=401@1", "drive-listed-size=5000@2", "drive-piece-200=1@4", "drive-packed=1@2"})
+                              "drive-stale-data=401@1", "drive-listed-size=5000@2", "drive-piece-200=1@4", "drive-packed=1@2",
+                              // with two ranges in hand
+                              "http-delay=30 drive-no-range=1@3", "http-delay=30 drive-short-body=1000@2", "http-delay=30 drive-stale=1@4"})
         QTest::newRow(fault) << fault;
 }
 
@@ -144,7 +146,8 @@ void DriveRoadTest::faultsOfFetching()
     rig->put({"src/p"});
     QVERIFY(rig->waitOver(1));
     const QList<SubFile> entries = rig->children(rig->place.id);
-    QVERIFY(rig->farm.faults().set(fault));
+    for (const QString &one : fault.split(' '))
+        QVERIFY(rig->farm.faults().set(one));
     DriveQueue::fetch(rig->place, entries, rig->local("back"));
     QVERIFY(rig->waitOver(2));
     QVERIFY(rig->read("back") == tree);

@@ -27,7 +27,7 @@ public:
     static constexpr int Stopped = -1;
     static constexpr int KeepMs = 1000;
     static constexpr qint64 TrailFrom = 8 * 1024 * 1024; // smaller files are hashed at the end
-    static constexpr qint64 NoteStep = 262144;           // bytes between two notes of what is written
+    static constexpr qint64 NoteStep = 65536;            // bytes between two notes of what is written
     static constexpr qint64 Step = 64 * 1024 * 1024;     // the file grows by this much at a time
     static constexpr qint64 Spare = 1073741824;          // bytes that stay free on the drive
 

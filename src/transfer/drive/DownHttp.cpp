@@ -90,10 +90,9 @@ bool DownHttp::initDown()
     return goesOn;
 }
 
-// As many ranges as may be in hand; before the size is certain only one.
 void DownHttp::request()
 {
-    while (!over() && !m_whole && m_asked < m_down.size && m_ranges.size() < (m_sized ? InHand : 1)) {
+    while (!over() && !m_whole && m_asked < m_down.size && m_ranges.size() < (m_share->far ? 2 : 1)) {
         Range range;
         range.from = m_asked;
         range.to = qMin(m_asked + RangeStep, m_down.size - 1);
@@ -105,20 +104,22 @@ void DownHttp::request()
         range.reply = new WebRead(request, this);
         connect(range.reply, &WebRead::readyRead, this, &DownHttp::readyRead);
         connect(range.reply, &WebRead::finished, this, &DownHttp::replyFinish);
+        range.alone = m_ranges.isEmpty();
+        range.asked.start();
         m_asked = range.to + 1;
         m_ranges.append(range);
     }
     startWait(WaitMs);
 }
 
-void DownHttp::dropRanges()
+void DownHttp::dropRanges(int kept)
 {
-    const QList<Range> ranges = std::exchange(m_ranges, {});
-    for (const Range &range : ranges) {
-        range.reply->disconnect(this); // it may be the one that is telling
-        range.reply->deleteLater();
+    while (m_ranges.size() > kept) {
+        WebRead *reply = m_ranges.takeLast().reply;
+        reply->disconnect(this); // it may be the one that is telling
+        reply->deleteLater();
     }
-    m_headRead = false;
+    m_headRead = m_headRead && kept > 0;
 }
 
 // A byte a second would keep every wait from ending.
@@ -171,7 +172,11 @@ bool DownHttp::takeHead()
         return false;
     }
     m_headRead = true;
+    if (m_ranges.first().alone)
+        m_share->far = m_ranges.first().asked.hasExpired(FarMs);
     m_whole = status == 200 && !isPiece(m_ranges.first(), told);
+    if (m_whole)
+        dropRanges(1); // it brings them too
     const qint64 start = m_whole ? 0 : startOf(told);
     if (!m_whole && start >= 0 && start != m_ranges.first().from) {
         qWarning().noquote() << "DownHttp::takeHead X-Content-Range" << told << "instead of" << m_ranges.first().from;

@@ -1,8 +1,8 @@
 #pragma once
 // Fetches one file of a drive by ranges over HTTP, on a thread of ThreadPool: "/files/ID/data" below the farm's
-// address, 262,145 bytes at a time, the next range asked for while one arrives. Continues the partial file where it
-// stands, so a lost connection costs what was under way. Life as in TransWork; what it tells is DownWorkFinished,
-// exactly once.
+// address, 262,145 bytes at a time, over a long line the next range asked for while one arrives. Continues the partial
+// file where it stands, so a lost connection costs what was under way. Life as in TransWork; what it tells is
+// DownWorkFinished, exactly once.
 //
 //   downReq -> the file is there already: over
 //           -> initDown -> request ... -> every byte there -> fileHash -> finished
@@ -33,7 +33,9 @@ public:
     static constexpr int WaitMs = 15000;
     static constexpr qint64 RangeStep = 262144;              // both ends of a range count
     static constexpr int CrawlMs = 60000, CrawlBytes = 4096; // what comes slower than this is given up for now
-    static constexpr int InHand = 2; // ranges; what of the second is lost with a connection is at most one
+    // An answer that begins later than this came over a long line: the next range is asked for while one arrives. Where
+    // answers come at once it would only be lost with the connection, too.
+    static constexpr int FarMs = 20;
 
 private slots:
     void readyRead();
@@ -44,6 +46,8 @@ private:
     struct Range {
         WebRead *reply = nullptr;
         qint64 from = 0, to = 0;
+        bool alone = false; // nothing was in hand when it was asked for
+        QElapsedTimer asked;
     };
     bool initDown() override;
     QString root() const override { return m_root; }
@@ -56,7 +60,7 @@ private:
     bool crawls();
     bool isPiece(const Range &range, const QByteArray &told) const;
     void takeBytes();
-    void dropRanges();
+    void dropRanges(int kept = 0); // those behind the first ones
     void tooLittle();
     bool refusedByCode();
 
