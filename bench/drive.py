@@ -72,7 +72,7 @@ class Other:
         self.start()
 
     def start(self):
-        self.server = subprocess.Popen(['rclone', 'serve', kind, folder, '--addr', self.address], stderr=subprocess.DEVNULL)
+        self.server = subprocess.Popen(['rclone', 'serve', self.kind, self.folder, '--addr', self.address], stderr=subprocess.DEVNULL)
         wait_for('rclone to listen', 20, self.listens, 0.2)
 
     def listens(self):
