@@ -463,9 +463,11 @@ const QList<TourStop> &tourTable()
         dialog("MayaD", over([](Stage &, QWidget *w) {
                    return new MayaD(ParameterDialog::read(analysed(30), CommonConfig::get()), w);
                })),
-        dialog("SubmitMayaD", over([](Stage &, QWidget *w) { return new SubmitMayaD(analysed(2), 10, w); })),
+        dialog("SubmitMayaD", over([](Stage &, QWidget *w) {
+                   return new SubmitMayaD(ParameterDialog::read(analysed(2), CommonConfig::get()), 10, w);
+               })),
         dialog("MDW", over([](Stage &, QWidget *w) {
-                   auto *submit = new SubmitMayaD(analysed(30), 10, w);
+                   auto *submit = new SubmitMayaD(ParameterDialog::read(analysed(30), CommonConfig::get()), 10, w);
                    QTimer::singleShot(300, submit, [submit] { submit->cells().first()->showEdit(); });
                    return submit;
                })),

@@ -235,6 +235,34 @@
         <source>校验没有完成</source>
         <translation>The comparison didn't come to its end</translation>
     </message>
+    <message>
+        <source>不是场景文件：%1</source>
+        <translation>Not a scene file: %1</translation>
+    </message>
+    <message>
+        <source>农场不支持解析此类文件：%1</source>
+        <translation>The farm can't analyse files of this kind: %1</translation>
+    </message>
+    <message>
+        <source>当前状态不能提交：%1</source>
+        <translation>It can't be submitted in its state: %1</translation>
+    </message>
+    <message>
+        <source>您还没有提交渲染的权限，请联系您的母账号开通！</source>
+        <translation>You have no right to submit; ask your main account for it!</translation>
+    </message>
+    <message>
+        <source>您还没有解析文件的权限，请联系您的母账号开通！</source>
+        <translation>You have no right to analyse files; ask your main account for it!</translation>
+    </message>
+    <message>
+        <source>没有相关解析记录</source>
+        <translation>No such analysis</translation>
+    </message>
+    <message>
+        <source>解析记录无法保存</source>
+        <translation>The analysis can't be saved</translation>
+    </message>
 </context>
 <context>
     <name>CommonAdvanced</name>
@@ -4917,10 +4945,6 @@ Save it to %3?</translation>
         <source>%1参数设置</source>
         <translation>%1 parameters</translation>
     </message>
-    <message>
-        <source>您还没有参数设置的权限！</source>
-        <translation>You are not allowed to set parameters!</translation>
-    </message>
 </context>
 <context>
     <name>MDW</name>
@@ -4983,26 +5007,6 @@ Save it to %3?</translation>
         <translation>Search by file name</translation>
     </message>
     <message>
-        <source>提交渲染</source>
-        <translation>Submit</translation>
-    </message>
-    <message>
-        <source>参数设置</source>
-        <translation>Parameters</translation>
-    </message>
-    <message>
-        <source>重新解析</source>
-        <translation>Analyse again</translation>
-    </message>
-    <message>
-        <source>重新提交</source>
-        <translation>Submit again</translation>
-    </message>
-    <message>
-        <source>删除任务</source>
-        <translation>Delete</translation>
-    </message>
-    <message>
         <source>确定删除“%1”的解析记录吗？云盘里的文件不会删除。</source>
         <translation>Delete the analysis of “%1”? The file on the drive stays.</translation>
     </message>
@@ -5017,6 +5021,10 @@ Save it to %3?</translation>
     <message>
         <source>这类场景没有可以设置的参数</source>
         <translation>Scenes of this kind have no parameters to set</translation>
+    </message>
+    <message>
+        <source>您还没有参数设置的权限！</source>
+        <translation>You are not allowed to set parameters!</translation>
     </message>
 </context>
 <context>
@@ -5064,10 +5072,6 @@ Save it to %3?</translation>
     <message>
         <source>正在保存…</source>
         <translation>Saving…</translation>
-    </message>
-    <message>
-        <source>解析数据格式错误</source>
-        <translation>The analysis data is damaged</translation>
     </message>
     <message>
         <source>解析队列尚未就绪，请稍后重试</source>

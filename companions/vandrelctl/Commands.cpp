@@ -189,10 +189,26 @@ Exit check(const QString &where, const QString &mend, Client *client, Show *show
     return data["different"].toInt() == 0 ? Exit::Good : Exit::WorkFailed;
 }
 
-Exit drive(const Words &words, Client *client, Show *show)
+Exit drive(const Words &words, Client *client, Show *show, Road *road)
 {
     const QString what = words.values.first();
     const QStringList values = words.values.mid(1);
+    if (what == QLatin1String("resolve") && !values.isEmpty())
+        return road->cloudAnalysis(words, values);
+    if (what == QLatin1String("order") && !values.isEmpty())
+        return road->cloudOrder(words, values);
+    if ((what == QLatin1String("again") || what == QLatin1String("stop")) && !values.isEmpty())
+        return act(client, show, QStringLiteral("/drive/resolve/") + what, QStringLiteral("rkeys"), values);
+    if (what == QLatin1String("scenes") && values.isEmpty()) {
+        QJsonValue rows;
+        const Exit how = ask(client, show, QStringLiteral("/drive/resolve/list"), &rows);
+        if (how == Exit::Good && show->json())
+            show->value(rows);
+        else if (how == Exit::Good)
+            show->table(rows.toArray(),
+                        {"rkey:SCENE", "status:STATE", "begun:BEGUN", "mid:TASK", "scene:PATH", "text:TEXT"});
+        return how;
+    }
     const QString where =
         QStringLiteral("farm=%1&tree=%2&path=%3")
             .arg(encoded(words.option("farm")), words.has("results") ? QStringLiteral("2") : QString());
@@ -218,7 +234,7 @@ Exit drive(const Words &words, Client *client, Show *show)
     if (!list && (what != QLatin1String("status") || values.size() > 1)) {
         show->complain(
             QStringLiteral("drive ls [PATH], drive put FILE... PATH, drive get PATH FOLDER, drive check PATH FOLDER, "
-                           "drive status [ID]"));
+                           "drive status [ID], drive resolve PATH..., drive scenes, drive order|again|stop KEY..."));
         return Exit::BadWords;
     }
     const QString target =
@@ -295,7 +311,7 @@ Exit run(const Words &words, Client *client, Show *show)
     if (command == QLatin1String("transfer"))
         return transfer(words, client, show);
     if (command == QLatin1String("drive"))
-        return drive(words, client, show);
+        return drive(words, client, show, &road);
     if (command == QLatin1String("call"))
         return call(words, client, show);
     if (command == QLatin1String("commit"))

@@ -6,6 +6,7 @@
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QThread>
+#include <QUrl>
 
 namespace
 {
@@ -62,6 +63,8 @@ bool pick(const QJsonArray &list, const QString &wanted, bool alone, QJsonObject
     *out = list.first().toObject();
     return true;
 }
+
+bool canSubmit(int state) { return SceneState::Ended.contains(state) && state != SceneState::Failed; }
 
 QString mayaProject(const QString &scene)
 {
@@ -210,6 +213,73 @@ Exit Road::scene(qlonglong key, bool warnings)
     if (task <= 0 || last < SceneState::Warned)
         return fail(Exit::WorkFailed, QStringLiteral("the scene left the client before it was ordered"));
     return follow(task);
+}
+
+bool Road::cloudRow(const QString &key, bool (*good)(int), QJsonValue *row)
+{
+    for (int last = 0;;) {
+        Client::Reply reply;
+        if (!ask(QStringLiteral("/drive/resolve/list?rkey=") + key, &reply))
+            return false;
+        *row = reply.data().toArray().at(0);
+        const int state = (*row)["state"].toInt();
+        const QString text = (*row)["scene"].toString() + QStringLiteral(": ") + (*row)["status"].toString();
+        if (!row->isObject())
+            return fail(Exit::WorkFailed, QStringLiteral("no such scene: ") + key) == Exit::Good;
+        if (state != last)
+            m_show->station((*row)["status"].toString(),
+                            {{"rkey", (*row)["rkey"]}, {"code", state}, {"task", (*row)["mid"]}});
+        last = state;
+        if (good(state))
+            return true;
+        if (stopped.contains(state))
+            return fail(Exit::WorkFailed, text + QStringLiteral(" ") + (*row)["text"].toString()) == Exit::Good;
+        if (!pause())
+            return false;
+    }
+}
+
+Exit Road::cloudAnalysis(const Words &words, const QStringList &paths)
+{
+    const auto encoded = [](const QString &text) { return QString::fromLatin1(QUrl::toPercentEncoding(text)); };
+    Client::Reply reply;
+    if (!ask(QStringLiteral("/drive/resolve?farm=%1&root=%2")
+                 .arg(encoded(words.option("farm")), encoded(words.option("root"))),
+             &reply, QJsonDocument(QJsonArray::fromStringList(paths)).toJson(QJsonDocument::Compact)))
+        return m_exit;
+    for (const QJsonValue &one : reply.data().toArray())
+        m_show->station(QStringLiteral("handed over: ") + one["scene"].toString(),
+                        {{"rkey", one["rkey"]}, {"scene", one["scene"]}});
+    QJsonValue row;
+    for (const QJsonValue &one : reply.data().toArray())
+        if (words.has("wait") && !cloudRow(QString::number(qlonglong(one["rkey"].toDouble())), canSubmit, &row))
+            return m_exit;
+    return Exit::Good;
+}
+
+Exit Road::cloudOrder(const Words &words, const QStringList &keys)
+{
+    Client::Reply reply;
+    for (const QString &key : keys) {
+        QJsonValue row;
+        QJsonObject parameter;
+        if (!cloudRow(key, canSubmit, &row) || !choose(words, row["softwareType"].toInt(), &parameter) ||
+            !ask(QStringLiteral("/drive/resolve/submit?rkey=") + key, &reply,
+                 QJsonDocument(QJsonObject{{"parameter", parameter}}).toJson(QJsonDocument::Compact)))
+            return m_exit;
+        m_show->station(QStringLiteral("committed"), {{"rkey", row["rkey"]}});
+    }
+    for (const QString &key : keys) {
+        QJsonValue row;
+        if (!words.has("wait"))
+            break;
+        if (!cloudRow(
+                key, [](int state) { return state == SceneState::Submitted; }, &row))
+            return m_exit;
+        if (const Exit how = follow(row["mid"].toInt()); how != Exit::Good)
+            return how;
+    }
+    return Exit::Good;
 }
 
 Exit Road::follow(int task)

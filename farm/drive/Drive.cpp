@@ -423,9 +423,12 @@ HttpAnswer Drive::change(const HttpRequest &request)
     return told(m_tree.move(request.farm, tree, ids, request.item("targetParent").toLongLong()));
 }
 
-QString Drive::sceneFile(const QString &path, QString *hash)
+QString Drive::sceneFile(const QJsonObject &order, QString *hash)
 {
-    const DriveNode node = m_tree.byPath(1, 1, path);
+    QString path = order.value("scene").toString();
+    if (path.isEmpty())
+        path = order.value("sceneName").toString();
+    const DriveNode node = m_tree.byPath(qMax(1, order.value("farmId").toInt()), 1, path);
     return node.good() && node.kind == DriveNode::File ? m_tree.fileOf(node, hash) : QString();
 }
 

@@ -73,8 +73,8 @@ public:
     static int takeFarm(QString *path); // "/f2/skydrive/x" becomes "/skydrive/x", 2
     static QString prefix(int farm);    // "/f2", empty for the first
 
-    // The bytes of a scene that an order names by its place on the drive; empty: it isn't there.
-    QString sceneFile(const QString &path, QString *hash);
+    // The bytes of a scene that an order (its body) names by its place on its farm's drive; empty: it isn't there.
+    QString sceneFile(const QJsonObject &order, QString *hash);
     bool put(int farm, const QString &path, const QByteArray &bytes); // a file with its folders and disk
     // For the file server: 0, or the code that refuses the file; and a file that has come whole.
     int refuses(int farm, const QString &key, qint64 size);

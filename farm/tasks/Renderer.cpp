@@ -167,7 +167,7 @@ bool Renderer::ready(Task &task, QString *seed)
     const QString key = cleanKey(path);
     QString file = m_core.store->fileOf(key, seed);
     if (file.isEmpty())
-        file = m_core.drive->sceneFile(path, seed);
+        file = m_core.drive->sceneFile(task.body, seed);
     if (file.isEmpty() && m_core.objects->used() && task.here.contains(key)) {
         bring(key);
         return false;

@@ -95,7 +95,7 @@ std::shared_ptr<RenderWork> Renderer::workOf(const Task &task, int index, const 
     const QString scene = task.body.value("scene").toString();
     work->sceneFile = m_core.store->fileOf(cleanKey(scene), &hash);
     if (work->sceneFile.isEmpty())
-        work->sceneFile = m_core.drive->sceneFile(scene, &hash);
+        work->sceneFile = m_core.drive->sceneFile(task.body, &hash);
     work->head = logHead(task, index, *work);
     if (!node.isEmpty())
         work->head.prepend(QStringLiteral("Info: node %1").arg(node));

@@ -10,6 +10,7 @@ public:
     virtual void addScenes(QList<db_resolve> list) = 0; // lpath, rootpath, farmid, filetype
     virtual void reAdd(qlonglong rkey) = 0;
     virtual void removeScene(qlonglong rkey) = 0; // stopped at the service first
+    virtual void changed(qlonglong rkey) = 0;     // removed or begun anew in the store
     virtual void readScenes() = 0;                // ResolveDDAO::allFile answers
     virtual void paraSet(qlonglong rkey) = 0;     // ResolveDDAO::paraSet answers
     virtual void saveData(db_resolve res) = 0;    // rdata of a row that isn't committed

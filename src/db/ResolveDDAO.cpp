@@ -25,6 +25,8 @@ db_resolve fromRow(const Row &row)
     res.cloudstate = row.integer("cloudstate");
     res.rootpath = row.text("rootpath");
     res.rset = row.text("rset");
+    res.ordernum = row.text("ordernum");
+    res.missionid = row.integer("missionid");
     return res;
 }
 
@@ -55,7 +57,7 @@ bool ResolveDDAO::open(const QString &userDir)
     exec("create table resolve(rkey INTEGER,lpath varchar,rtime INTEGER,etime INTEGER,state int,error int,errstr "
          "varchar,pri INTEGER,filetype int,farmid int,rdata varchar,cloudstate int,rootpath varchar,primary key(rkey))",
          {}, true);
-    addColumns("resolve", {{"rset", "varchar"}});
+    addColumns("resolve", {{"rset", "varchar"}, {"ordernum", "varchar"}, {"missionid", "int"}});
     exec("create index resolve_state on resolve(state,pri)", {}, true);
     exec("update resolve set pri = rkey where pri is null");
     return exec(
@@ -97,7 +99,7 @@ QList<db_resolve> ResolveDDAO::list(const QString &rest, const QVariantList &val
     QList<db_resolve> found;
     const QString columns = whole ? QStringLiteral("*")
                                   : QStringLiteral("rkey,lpath,rtime,etime,state,error,errstr,pri,filetype,farmid,"
-                                                   "cloudstate,rootpath,rset");
+                                                   "cloudstate,rootpath,rset,ordernum,missionid");
     each("select " + columns + " from resolve " + rest, values, [&found](const Row &row) { found << fromRow(row); });
     return found;
 }
@@ -227,15 +229,16 @@ int ResolveDDAO::saveData(const db_resolve &res, bool commit)
     return changed(res.rkey, rows, state);
 }
 
-int ResolveDDAO::follow(qlonglong rkey, int state, int error)
+int ResolveDDAO::follow(qlonglong rkey, int state, int error, const QString &ordernum, int missionid)
 {
     int rows = 0;
     {
         Locker lock(m_mutex);
-        rows = change(QStringLiteral("update resolve set state = ?, error = ? where rkey = ? and state in (%1) and "
-                                     "(state <> ? or error <> ?)")
-                          .arg(Following.sql()),
-                      {state, error, rkey, state, error});
+        rows =
+            change(QStringLiteral("update resolve set state = ?, error = ?, ordernum = ?, missionid = ? where rkey = ? "
+                                  "and state in (%1) and (state <> ? or error <> ? or missionid is not ?)")
+                       .arg(Following.sql()),
+                   {state, error, ordernum, missionid, rkey, state, error, missionid});
     }
     return changed(rkey, rows, state);
 }
@@ -245,10 +248,9 @@ int ResolveDDAO::forget(qlonglong rkey)
     int rows = 0;
     {
         Locker lock(m_mutex);
-        rows =
-            change("update resolve set cloudstate = ? where rkey = ? and (cloudstate = ? or (state = ? and cloudstate "
-                   "is not ? and cloudstate is not ?))",
-                   {ToRemove, rkey, ToStop, int(Analysing), NotPosted, ToRemove});
+        rows = change("update resolve set cloudstate = ? where rkey = ? and (cloudstate in (?,?) or (state = ? and "
+                      "cloudstate is not ?))",
+                      {ToRemove, rkey, ToStop, ToRemove, int(Analysing), NotPosted});
     }
     if (rows > 0)
         emit resolveDeleted(rkey);

@@ -37,7 +37,8 @@ public:
     int again(qlonglong rkey); // waits anew, without its result; ToStop where the service may still be at it
     // Parameters of a row that isn't committed; with commit they go on to the order with what was chosen (rset).
     int saveData(const db_resolve &res, bool commit);
-    int follow(qlonglong rkey, int state, int error); // the order's own row has come to that state
+    // The order's own row has come to that state.
+    int follow(qlonglong rkey, int state, int error, const QString &ordernum, int missionid);
     int forget(qlonglong rkey); // ToRemove, where the service may be at it; 0: it can be removed as it is
     int remove(qlonglong rkey);
 

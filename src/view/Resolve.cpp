@@ -16,9 +16,7 @@
 #include "io/local/CmdHand.h"
 #include "view/CommitPreview.h"
 #include "view/EnvPre.h"
-#include "view/render/ParameterDialog.h"
 #include "view/ResolvePri.h"
-#include "view/ResolveWarn.h"
 #include "view/SceneDelete.h"
 #include "view/SceneInfo.h"
 #include <algorithm>
@@ -36,14 +34,6 @@ namespace
 constexpr int ReloadMs = 500;
 constexpr int HandlerMs = 200; // until the analysis queue stands
 
-QList<qlonglong> rkeys(const QStringList &keys)
-{
-    QList<qlonglong> out;
-    for (const QString &key : keys)
-        out << ResolveRows::rkey(key);
-    return out;
-}
-
 bool allowed(int state) // to pause, resume and cancel a row
 {
     return (!SceneState::isAnalysis(state) || UserInfo::canAnalyse()) &&
@@ -51,14 +41,8 @@ bool allowed(int state) // to pause, resume and cancel a row
 }
 } // namespace
 
-Resolve::Resolve(QWidget *parent)
-    : BaseWidget(Page, parent), m_model(ResolveRows::model(this)), m_reload(new Debounce(this))
+TablePage::Look Resolve::look()
 {
-    setObjectName(QStringLiteral("Resolve"));
-    setAccessibleName(tr("解析提交"));
-    acceptFiles(true);
-    connect(this, &BaseWidget::dropFileList, this, &Resolve::rFile);
-    connect(m_reload, &Debounce::debout, this, &Resolve::refresh);
     TablePage::Look look;
     look.name = QStringLiteral("Resolve");
     look.accessible = tr("解析列表");
@@ -66,7 +50,22 @@ Resolve::Resolve(QWidget *parent)
     look.emptyText = tr("暂时没有解析记录呢");
     look.emptyHint = tr("把场景文件拖到这里，或点击“添加场景”");
     look.search = tr("搜索文件名称");
-    m_table = new TablePage(look, m_model, this);
+    return look;
+}
+
+Resolve::Resolve(QWidget *parent)
+    : BaseWidget(Page, parent), m_model(ResolveRows::model(this)), m_table(new TablePage(look(), m_model, this)),
+      m_reload(new Debounce(this)),
+      m_acts(this, m_model, m_table,
+             {[this](qlonglong rkey) { openParameters(rkey); },
+              [](qlonglong rkey) { Seam<ResolveCalls>::post([rkey](ResolveCalls &queue) { queue.reAddFile(rkey); }); },
+              [this](const QList<qlonglong> &keys, bool batch) { commit(keys, batch); }})
+{
+    setObjectName(QStringLiteral("Resolve"));
+    setAccessibleName(tr("解析提交"));
+    acceptFiles(true);
+    connect(this, &BaseWidget::dropFileList, this, &Resolve::rFile);
+    connect(m_reload, &Debounce::debout, this, &Resolve::refresh);
     addActs();
     addRowActs();
     m_table->build();
@@ -89,39 +88,21 @@ Resolve::Resolve(QWidget *parent)
     refresh();
 }
 
-ActSpec Resolve::spec(const char *id, const QString &text, const QString &icon, Act act, int places)
-{
-    ActSpec one(id, text, icon, places);
-    one.possible = m_model->when([act](const db_resolve &r) { return SceneState::possible(act, r.state); });
-    return one;
-}
-
 void Resolve::addActs()
 {
     ActSet *acts = m_table->acts();
-    ActSpec add = spec("add", tr("添加场景"), QStringLiteral("plus"), Act::None, ActSpec::Bar | ActSpec::Menu);
+    ActSpec add = m_acts.spec("add", tr("添加场景"), "plus", Act::None, ActSpec::Bar | ActSpec::Menu);
     add.free = true;
     add.keys = QKeySequence::Open;
     add.run = [this](const QStringList &) { chooseFiles(); };
     acts->add(add);
-    ActSpec commit = spec("commit", tr("提交渲染"), QStringLiteral("check"), Act::Commit, ActSpec::Bar | ActSpec::Menu);
-    commit.primary = true;
+    ActSpec commit = m_acts.commit();
     commit.run = [this](const QStringList &keys) { askCommit(keys); };
     acts->add(commit);
-    ActSpec para =
-        spec("para", tr("参数设置"), QStringLiteral("image"), Act::EditParameters, ActSpec::More | ActSpec::Menu);
-    para.single = true;
-    para.possible = m_model->when(
-        [](const db_resolve &r) { return SceneState::Ended.contains(r.state) && r.state != SceneState::Failed; });
-    para.run = [this](const QStringList &keys) { openParameters(ResolveRows::rkey(keys.first())); };
-    acts->add(para);
-    ActSpec again = spec("again", tr("重新解析"), QStringLiteral("retry"), Act::Again, ActSpec::Bar | ActSpec::Menu);
-    again.run = m_model->each([](const db_resolve &r) {
-        Seam<ResolveCalls>::post([key = r.rkey](ResolveCalls &queue) { queue.reAddFile(key); });
-    });
-    acts->add(again);
+    acts->add(m_acts.parameters());
+    acts->add(m_acts.again());
     const auto change = [&](const char *id, const QString &text, const char *icon, Act act) {
-        ActSpec one = spec(id, text, QLatin1String(icon), act, ActSpec::More | ActSpec::Menu);
+        ActSpec one = m_acts.spec(id, text, icon, act, ActSpec::More | ActSpec::Menu);
         one.run = [this, act](const QStringList &keys) { this->change(keys, act); };
         acts->add(one);
     };
@@ -129,10 +110,7 @@ void Resolve::addActs()
     change("keepAnalysis", tr("继续解析"), "play", Act::ResumeAnalysis);
     change("pauseUpload", tr("暂停上传"), "pause", Act::PauseUpload);
     change("keepUpload", tr("继续上传"), "play", Act::ResumeUpload);
-    ActSpec remove = spec("delete", tr("删除任务"), QStringLiteral("trash"), Act::Delete, ActSpec::Bar | ActSpec::Menu);
-    remove.keys = QKeySequence::Delete;
-    remove.danger = true;
-    remove.accept = tr("删除任务");
+    ActSpec remove = m_acts.remove();
     remove.question = [this](const QStringList &keys) {
         return keys.size() == 1 ? tr("确定删除“%1”吗？").arg(names(keys))
                                 : tr("确定删除选中的 %1 个任务吗？").arg(keys.size());
@@ -140,17 +118,14 @@ void Resolve::addActs()
     remove.later = deletion();
     remove.farewell = [this](const QStringList &keys) { return farewell(keys); };
     acts->add(remove);
-    ActSpec recommit =
-        spec("recommit", tr("重新提交"), QStringLiteral("upload"), Act::Recommit, ActSpec::More | ActSpec::Menu);
-    recommit.run = [this](const QStringList &keys) { this->commit(rkeys(keys), false); };
-    acts->add(recommit);
+    acts->add(m_acts.recommit());
 }
 
 // The row's three buttons, in the order of resolveHand.
 void Resolve::addRowActs()
 {
     ActSet *acts = m_table->acts();
-    ActSpec main = spec("main", {}, {}, Act::None, ActSpec::Row);
+    ActSpec main = m_acts.spec("main", {}, "", Act::None, ActSpec::Row);
     main.possible = m_model->when([](const db_resolve &r) { return SceneState::mainButton(r.state) != Act::None; });
     main.rowText = [this](const QString &key) {
         return SceneState::buttonText(SceneState::mainButton(m_model->record(key)->state));
@@ -158,7 +133,7 @@ void Resolve::addRowActs()
     main.run = m_model->each(
         [this](const db_resolve &r) { change({ResolveRows::key(r.rkey)}, SceneState::mainButton(r.state)); });
     acts->add(main);
-    ActSpec cancel = spec("cancel", tr("取消"), {}, Act::Delete, ActSpec::Row);
+    ActSpec cancel = m_acts.spec("cancel", tr("取消"), "", Act::Delete, ActSpec::Row);
     cancel.possible = m_model->when(
         [](const db_resolve &r) { return SceneState::possible(Act::Delete, r.state) && allowed(r.state); });
     cancel.danger = true;
@@ -169,8 +144,7 @@ void Resolve::addRowActs()
     cancel.later = deletion();
     cancel.farewell = [this](const QStringList &keys) { return farewell(keys); };
     acts->add(cancel);
-    ActSpec priority =
-        spec("priority", tr("优先级"), QStringLiteral("top"), Act::Prioritise, ActSpec::Row | ActSpec::Menu);
+    ActSpec priority = m_acts.spec("priority", tr("优先级"), "top", Act::Prioritise, ActSpec::Row | ActSpec::Menu);
     priority.single = true;
     priority.possible = m_model->when([](const db_resolve &r) { return SceneState::priorityType(r.state) >= 0; });
     priority.run = [this](const QStringList &keys) { openPriorities(keys.first()); };
@@ -368,11 +342,7 @@ void Resolve::called()
         m_env->setCaller([](const QString &text) { TrayIcon::instance()->showInfoMsg(QString(), text); });
 }
 
-QString Resolve::names(const QStringList &keys) const
-{
-    const db_resolve *res = m_model->record(keys.value(0));
-    return res ? RecordModelBase::plainLine(ResolveRows::sceneName(*res)) : QString();
-}
+QString Resolve::names(const QStringList &keys) const { return m_acts.nameOf(keys); }
 
 void Resolve::commit(const QList<qlonglong> &keys, bool batch)
 {
@@ -393,7 +363,7 @@ void Resolve::askCommit(const QStringList &keys)
         return;
     }
     Background::run(
-        this, [wanted = rkeys(good)] { return ResolveDAO::instance()->countAlong(wanted); },
+        this, [wanted = SceneActs::rkeys(good)] { return ResolveDAO::instance()->countAlong(wanted); },
         [this, good](int others) { askCommit(good, others); });
 }
 
@@ -402,7 +372,7 @@ void Resolve::askCommit(const QStringList &keys, int others)
 {
     const db_resolve *only = keys.size() == 1 ? m_model->record(keys.first()) : nullptr;
     CommitPreview::Wish wish;
-    wish.rkeys = rkeys(keys);
+    wish.rkeys = SceneActs::rkeys(keys);
     wish.others = others;
     wish.heading = only ? names(keys) : tr("%1 个场景").arg(keys.size());
     wish.tip = only ? only->lpath : QString();
@@ -412,8 +382,9 @@ void Resolve::askCommit(const QStringList &keys, int others)
                         ? tr("“%1”解析失败，提交后可能渲染不出结果，费用照常计算。仍要提交吗？").arg(names(keys))
                         : QString();
     auto *dialog = new CommitPreview(wish, window());
-    connect(dialog, &CommitPreview::commit, this,
-            [this, keys](bool along) { commit(rkeys(m_table->acts()->fit(QStringLiteral("commit"), keys)), along); });
+    connect(dialog, &CommitPreview::commit, this, [this, keys](bool along) {
+        commit(SceneActs::rkeys(m_table->acts()->fit(QStringLiteral("commit"), keys)), along);
+    });
     dialog->open();
 }
 
@@ -422,7 +393,7 @@ void Resolve::change(const QStringList &keys, Act act)
     const int type = SceneState::changeType(act);
     if (type < 0)
         return;
-    for (qlonglong key : rkeys(keys))
+    for (qlonglong key : SceneActs::rkeys(keys))
         Seam<ResolveCalls>::post([=](ResolveCalls &queue) { queue.changeResolveState(key, type, {}); });
 }
 
@@ -436,19 +407,18 @@ QString Resolve::farewell(const QStringList &keys) const
     return keys.size() == 1 ? tr("已删除“%1”").arg(names(keys)) : tr("已删除 %1 个任务").arg(keys.size());
 }
 
-void Resolve::act(const char *id) { m_table->acts()->action(QLatin1String(id))->trigger(); }
-void Resolve::commitAct() { act("commit"); }
-void Resolve::recommitAct() { act("recommit"); }
-void Resolve::delAct() { act("delete"); }
-void Resolve::paraAct() { act("para"); }
-void Resolve::reresAct() { act("again"); }
-void Resolve::pauseresAct() { act("pauseAnalysis"); }
-void Resolve::keepresAct() { act("keepAnalysis"); }
-void Resolve::pauseupAct() { act("pauseUpload"); }
-void Resolve::keepupAct() { act("keepUpload"); }
+void Resolve::commitAct() { m_acts.trigger("commit"); }
+void Resolve::recommitAct() { m_acts.trigger("recommit"); }
+void Resolve::delAct() { m_acts.trigger("delete"); }
+void Resolve::paraAct() { m_acts.trigger("para"); }
+void Resolve::reresAct() { m_acts.trigger("again"); }
+void Resolve::pauseresAct() { m_acts.trigger("pauseAnalysis"); }
+void Resolve::keepresAct() { m_acts.trigger("keepAnalysis"); }
+void Resolve::pauseupAct() { m_acts.trigger("pauseUpload"); }
+void Resolve::keepupAct() { m_acts.trigger("keepUpload"); }
 
 void Resolve::resolveStateHand(int, QModelIndex index) { openState(m_model->keyOf(index)); }
-void Resolve::resolveHand(int btn, QModelIndex index) { m_table->acts()->runInRow(m_model->keyOf(index), btn); }
+void Resolve::resolveHand(int btn, QModelIndex index) { m_acts.rowButton(btn, index); }
 
 void Resolve::openState(const QString &key)
 {
@@ -471,10 +441,8 @@ void Resolve::openState(const QString &key)
 
 void Resolve::openParameters(qlonglong rkey)
 {
-    if (UserInfo::canSetParameters())
+    if (m_acts.mayEdit(tr("您还没有参数设置的权限！")))
         Seam<ResolveCalls>::post([rkey](ResolveCalls &queue) { queue.paraSet(rkey); });
-    else
-        MsgTool::msgOk(this, tr("您还没有参数设置的权限！"));
 }
 
 void Resolve::openPriorities(const QString &key)
@@ -487,34 +455,17 @@ void Resolve::openPriorities(const QString &key)
     m_pri->open();
 }
 
-void Resolve::seeWarn(db_resolve res)
-{
-    auto *dialog = new ResolveWarn(res, window());
-    connect(dialog, &ResolveWarn::commit, this, [this](qlonglong key) { commit({key}, false); });
-    connect(dialog, &ResolveWarn::parameters, this, &Resolve::openParameters);
-    connect(dialog, &ResolveWarn::batch, this, [this](qlonglong key) { commit({key}, true); });
-    connect(dialog, &ResolveWarn::again, this,
-            [](qlonglong key) { Seam<ResolveCalls>::post([key](ResolveCalls &queue) { queue.reAddFile(key); }); });
-    dialog->open();
-}
+void Resolve::seeWarn(db_resolve res) { m_acts.seeWarnings(res); }
 
 void Resolve::paraSet(db_resolve res)
 {
-    if (!UserInfo::canSetParameters()) {
-        MsgTool::msgOk(this, tr("您没有参数设置的权限！"));
+    if (!m_acts.mayEdit(tr("您没有参数设置的权限！")))
         return;
-    }
-    m_table->setBusy(true);
-    Background::run(
-        this, [res, config = CommonConfig::get()] { return ParameterDialog::read(res, config); },
-        [this, asked = ++m_asked](const ParameterDialog::Scene &scene) {
-            if (asked != m_asked) // a click on another scene came after it
-                return;
-            m_table->setBusy(false);
-            if (auto *parameters = ParameterDialog::make(scene, window()))
-                return parameters->open();
-            auto *dialog = new SceneInfo(scene.res, window());
-            connect(dialog, &SceneInfo::commit, this, [this](qlonglong key) { commit({key}, false); });
-            dialog->open();
-        });
+    m_acts.open(res, &ParameterDialog::read, [this](const ParameterDialog::Scene &scene) {
+        if (auto *parameters = ParameterDialog::make(scene, window()))
+            return parameters->open();
+        auto *dialog = new SceneInfo(scene.res, window());
+        connect(dialog, &SceneInfo::commit, this, [this](qlonglong key) { commit({key}, false); });
+        dialog->open();
+    });
 }

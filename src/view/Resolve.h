@@ -3,16 +3,16 @@
 // row. It shows what the store signals and sends everything to ResolveHandler by queued calls; which act is possible in
 // which state is SceneState's word. Main thread.
 #include "common/ui/BaseWidget.h"
+#include "common/ui/kit/TablePage.h"
 #include "db/Records.h"
 #include "view/ResolveRows.h"
+#include "view/SceneActs.h"
 #include <QPointer>
 
 class Debounce;
 class EnvPre;
 class QLabel;
 class ResolvePri;
-class TablePage;
-struct ActSpec;
 namespace SceneState
 {
 enum class Act;
@@ -56,11 +56,10 @@ public slots:
     void projectTold(QStringList scenes, QString project); // of the scenes that backEnvPre brings next
 
 private:
-    ActSpec spec(const char *id, const QString &text, const QString &icon, SceneState::Act act, int places);
+    static TablePage::Look look();
     void addActs();
     void addRowActs();
     void listen();
-    void act(const char *id); // as the bar's button
     void chooseFiles();
     void advise();
     void askCommit(const QStringList &keys);
@@ -77,13 +76,13 @@ private:
     QString names(const QStringList &keys) const;
 
     ResolveRows::Model *m_model;
-    QLabel *m_advice = nullptr; // at the foot
     TablePage *m_table;
     Debounce *m_reload;
+    SceneActs m_acts;
+    QLabel *m_advice = nullptr; // at the foot
     QPointer<EnvPre> m_env;
     QPair<QStringList, QString> m_told; // scenes that another program is about to give, and their project folder
     QPointer<ResolvePri> m_pri;
-    int m_asked = 0;             // scenes whose parameters were asked for: the last one opens
     qlonglong m_holding = 0;     // the page that holds this row is wanted
     QList<qlonglong> m_toSelect; // once they're here
     bool m_ownDrop = false;      // scenes of this window's own drop are on their way

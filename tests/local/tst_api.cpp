@@ -368,6 +368,11 @@ private slots:
                                              {"/drive/get", "无法获取农场 1 的地址"},
                                              {"/drive/put", "文件不存在：/scenes/film"},
                                              {"/drive/check", "文件不存在：/fetched/film"},
+                                             {"/drive/resolve", "客户端未登录"},
+                                             {"/drive/resolve/parameter", "没有相关解析记录"},
+                                             {"/drive/resolve/submit", "没有相关解析记录"},
+                                             {"/drive/resolve/again", "没有相关解析记录"},
+                                             {"/drive/resolve/stop", "没有相关解析记录"},
                                              {"/subjob/preview", "暂时无截图预览，请稍后再试！"}};
         for (const QString &path : paths.keys()) {
             const QJsonObject verbs = paths[path].toObject();

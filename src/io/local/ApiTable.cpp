@@ -23,6 +23,12 @@ const QList<ApiArg> drive{{"farm", ApiArg::Number, "the farm, 1 where it isn't t
                           {"path", ApiArg::Text, "from the disk on; empty: the disks", "D/film"},
                           {"tree", ApiArg::Number, "1 project files, 2 results", nullptr}};
 
+const QList<ApiArg> cloud{{"rkey", ApiArg::Number, "a scene, by its key", "1706904306"},
+                          {"rkeys", ApiArg::List, "several of them", nullptr}};
+const char *const cloudScenes =
+    R"([{"rkey": 1706904306, "scene": "D/film/shot.ma", "root": "D/film", "farm": 1, "softwareType": 1, "state": 101, )"
+    R"("status": "解析中", "error": 0, "text": "", "begun": "2024-02-03 04:05:06", "ended": "", "num": "", "mid": 0}])";
+
 const char *const analysis = R"({"scenes": ["/scenes/shot.ma"], "parameter": {"env": {"software": "maya2022", )"
                              R"("softwareType": 1}, "project": {"id": 3, "name": "film"}, "mayaProject": "/scenes", )"
                              R"("machine": {"id": 1, "name": "CPU 64G"}}})";
@@ -188,6 +194,32 @@ const QList<ApiRoute> &ApiTable::routes()
          R"({"id": 1706904306000, "over": true, "whole": true, "files": 9000, "folders": 30, "different": 1, )"
          R"("sizeOnly": 0, "toSend": 1, "toFetch": 1, "list": [{"file": "/fetched/film/a.tif", "path": "D/film/a.tif", )"
          R"("what": "hash"}], "mend": "", "batches": []})"},
+        {"/drive/resolve",
+         "driveResolve",
+         "has the farm analyse scenes that lie on its drive; the reply's keys are what to ask /drive/resolve/list for",
+         {{"farm", A::Number, "the farm, 1 where it isn't told", "1"},
+          {"path", A::Text, "the scene; several as the body, an array", "D/film/shot.ma"},
+          {"root", A::Text, "of its project on the drive; else the scene's folder", "D/film"}},
+         nullptr,
+         cloudScenes},
+        {"/drive/resolve/list", "driveResolveList",
+         "the scenes of drives in this client, until they are removed: their analysis, then their order", cloud,
+         nullptr, cloudScenes},
+        {"/drive/resolve/parameter",
+         "driveResolveParameter",
+         "the parameters that the farm found; a body replaces them",
+         {{"rkey", A::Number, "the scene", "1706904306"}},
+         R"({"softwareType": 1, "modelParameters": {"layers": [{"layer": "beauty", "frames": "1-3", "selected": 1}]}})",
+         nullptr},
+        {"/drive/resolve/submit", "driveResolveSubmit",
+         "orders analysed scenes; nothing is uploaded, they are rendered from where they lie", cloud,
+         R"({"parameter": {"env": {"software": "maya2022", "softwareType": 1}, "project": {"id": 3, "name": "film"}, )"
+         R"("machine": {"id": 1, "name": "CPU 64G"}}})",
+         "[1706904306]"},
+        {"/drive/resolve/again", "driveResolveAgain", "analyses scenes anew", cloud, nullptr, nullptr},
+        {"/drive/resolve/stop", "driveResolveStop",
+         "stops the analysis at the farm, where it runs, and removes the scenes from the list; their files stay", cloud,
+         nullptr, nullptr},
         {"/masterInfo",
          "masterInfo",
          "for other seats: the ports that this master forwards; with host and port: forwards one more",
@@ -220,6 +252,7 @@ bool ApiTable::open(const QString &path)
                                      "/subjob/log",
                                      "/subjob/preview",
                                      "/drive/ls",
+                                     "/drive/resolve/list",
                                      "/transfer",
                                      "/masterInfo"};
     return reading.contains(path) || path == QLatin1String("/model/analysis");

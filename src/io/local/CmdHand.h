@@ -115,6 +115,13 @@ private slots: // the routes: called by the name that ApiTable gives
     void driveGet();
     void driveStatus();
     void driveCheck();
+    // Scenes on the drive, analysed there.
+    void driveResolve();
+    void driveResolveList();
+    void driveResolveParameter();
+    void driveResolveSubmit();
+    void driveResolveAgain();
+    void driveResolveStop();
 
 private:
     // Asks the business server; no answer in time, or no session, ends the request with a text.
@@ -148,6 +155,8 @@ private:
     // The entry of the drive that farm=, tree= and path= name; ends the request where there is none.
     void answerWhenWritten(int which, std::function<qlonglong()> begin);
     void withDrive(bool make, std::function<void(const SubFile &entry)> next);
+    void findScenes(int farm, QStringList paths, const std::function<void()> &next); // each is there
+    QList<qlonglong> cloudKeys();                                                    // rkey= and rkeys=
     void followCheck(const std::shared_ptr<DriveCheck> &check, qlonglong id);
 
     static QByteArray reply(int code, const QString &msg, const QJsonValue &data, bool good, const QJsonObject &more,

@@ -92,6 +92,20 @@ int projectId(const QJsonObject &project)
     return project.value(project.contains("id") ? "id" : "projectId").toVariant().toInt();
 }
 
+QJsonObject environment(const QJsonObject &parameter)
+{
+    QJsonObject env = named(parameter.value("env"));
+    if (env.value("software").toString().isEmpty())
+        env["software"] = parameter.value("software").toString();
+    return env;
+}
+
+QJsonObject projectOf(const QJsonObject &parameter)
+{
+    const QJsonObject config = named(parameter.value("projectConfig"));
+    return projectName(config).isEmpty() ? named(parameter.value("project")) : config;
+}
+
 // A seat whose reply got lost hands the same scene over again.
 bool handedOverBefore(qlonglong seatKey, const QString &seat, const QString &scene)
 {
@@ -158,33 +172,43 @@ ModelAnalysis ModelAnalysis::fromList(const QStringList &scenes)
     return out;
 }
 
+QString ModelAnalysis::chosen(const QJsonObject &parameter, int softwareType, const QString &scene, QString *text)
+{
+    const QJsonObject env = environment(parameter), project = projectOf(parameter),
+                      machine = named(parameter.value("machine"));
+    const int asked = SoftwareType::ofName(env.value("software").toString());
+    if (env.value("software").toString().isEmpty())
+        *text = tr("缺失软件类型");
+    else if (asked > 0 && asked != softwareType)
+        *text = tr("请拖入类型为%1场景文件！").arg(SoftwareType::endings(asked).join("，"));
+    else if (projectName(project).isEmpty())
+        *text = tr("缺失项目信息");
+    else if (machine.isEmpty())
+        *text = tr("缺失机型");
+    else
+        return Rset::of({softwareType, env, project, machine, named(parameter.value("projectConfig")),
+                         parameter.value("mayaProject").toString(), scene, parameter})
+            .text();
+    return {};
+}
+
 ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJsonObject &parameter, qint64 nowMs)
 {
-    QJsonObject env = named(parameter.value("env"));
-    if (env.value("software").toString().isEmpty())
-        env["software"] = parameter.value("software").toString();
-    if (env.value("software").toString().isEmpty())
+    const QString software = environment(parameter).value("software").toString();
+    if (software.isEmpty())
         return refused(tr("缺失软件类型"));
     const QStringList files = expanded(scenes);
     if (files.isEmpty())
         return refused(tr("没有模型文件"));
     QString text;
-    const int type = commonType(files, SoftwareType::ofName(env.value("software").toString()), &text);
+    const int type = commonType(files, SoftwareType::ofName(software), &text);
     if (type == 0)
         return refused(text);
-    QJsonObject project = named(parameter.value("projectConfig"));
-    if (projectName(project).isEmpty())
-        project = named(parameter.value("project"));
-    if (projectName(project).isEmpty())
-        return refused(tr("缺失项目信息"));
+    const QJsonObject project = projectOf(parameter);
     const QString mayaProject = parameter.value("mayaProject").toString();
-    if (type == SoftwareType::Maya && !mayaProject.isEmpty() && !QFileInfo::exists(mayaProject))
+    if (!projectName(project).isEmpty() && type == SoftwareType::Maya && !mayaProject.isEmpty() &&
+        !QFileInfo::exists(mayaProject))
         return refused(tr("项目路径不存在"));
-    const QJsonObject machine = named(parameter.value("machine"));
-    if (machine.isEmpty())
-        return refused(tr("缺失机型"));
-
-    const QJsonObject config = named(parameter.value("projectConfig"));
     ModelAnalysis out;
     out.kind = Rows;
     for (const QString &file : files) {
@@ -195,7 +219,9 @@ ModelAnalysis ModelAnalysis::fromParameter(const QStringList &scenes, const QJso
         row.lpath = file;
         row.rtime = nowMs;
         row.state = SceneState::Waiting;
-        row.rset = Rset::of({type, env, project, machine, config, mayaProject, file, parameter}).text();
+        row.rset = chosen(parameter, type, file, &text);
+        if (!text.isEmpty())
+            return refused(text);
         out.rows.append(row);
     }
     return out;

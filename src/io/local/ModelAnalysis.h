@@ -20,6 +20,9 @@ public:
     };
     // seat: the caller may hand finished analyses over.
     static ModelAnalysis read(const QJsonDocument &body, qint64 nowMs, bool seat);
+    // What parameter chooses (env or software, project, machine, ...) for one scene, as text of its rset; empty, with a
+    // text, where something is missing.
+    static QString chosen(const QJsonObject &parameter, int softwareType, const QString &scene, QString *text);
     // A file that no scene has reason to name: of the system's folders, or hidden.
     static bool outOfPlace(const QString &path);
 

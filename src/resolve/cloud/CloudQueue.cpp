@@ -422,7 +422,7 @@ void CloudQueue::handOver()
         using namespace SceneState;
         for (const db_resolve &row : dao().in(Set::range(Submitting, OrderRefused)))
             if (!m_handed.contains(row.rkey)) // it was sent, and has left since
-                dao().follow(row.rkey, Submitted, 0);
+                dao().follow(row.rkey, Submitted, 0, row.ordernum, row.missionid);
     }
     for (const db_resolve &row : dao().in({SceneState::Committed})) {
         if (m_handed.contains(row.rkey))
@@ -449,8 +449,11 @@ void CloudQueue::handOver()
 
 void CloudQueue::follow(const db_resolve &order, int state)
 {
-    if (const qlonglong key = cloudKey(order))
-        dao().follow(key, stateOf(state), ResolveDAO::instance()->read(order.rkey).error);
+    if (const qlonglong key = cloudKey(order)) {
+        const db_resolve row = ResolveDAO::instance()->read(order.rkey);
+        const db_resolve &known = row.missionid != 0 ? row : order;
+        dao().follow(key, stateOf(state), row.error, known.ordernum, known.missionid);
+    }
 }
 
 // An order that was on its way up is the server's now; any other one was given up by the user.
@@ -461,5 +464,8 @@ void CloudQueue::gone(const db_resolve &order)
         return;
     m_handed.remove(key);
     const bool sent = order.state >= SceneState::UploadWaiting && order.state != SceneState::OrderRefused;
-    dao().follow(key, sent ? SceneState::Submitted : SceneState::Clean, 0);
+    if (sent)
+        dao().follow(key, SceneState::Submitted, 0, order.ordernum, order.missionid);
+    else
+        dao().follow(key, SceneState::Clean, 0, {}, 0);
 }

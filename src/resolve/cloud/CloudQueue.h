@@ -38,6 +38,7 @@ public:
     void addScenes(QList<db_resolve> list) override;
     void reAdd(qlonglong rkey) override;
     void removeScene(qlonglong rkey) override;
+    void changed(qlonglong rkey) override { forget(rkey); }
     void readScenes() override;
     void paraSet(qlonglong rkey) override;
     void saveData(db_resolve res) override;

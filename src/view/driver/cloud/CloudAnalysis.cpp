@@ -1,13 +1,8 @@
 #include "view/driver/cloud/CloudAnalysis.h"
 #include "common/facts/SoftwareType.h"
-#include "common/ui/MsgTool.h"
 #include "common/UserInfo.h"
 #include "db/CloudCalls.h"
-#include "resolve/cloud/CloudModel.h"
-#include "resolve/cloud/CloudQueue.h"
-#include "view/AccountFacts.h"
-#include "view/driver/cloud/MayaD.h"
-#include "view/driver/cloud/SubmitMayaD.h"
+#include "resolve/cloud/CloudScenes.h"
 #include <QCoreApplication>
 
 namespace
@@ -25,12 +20,8 @@ CloudAnalysis::Told CloudAnalysis::analyse(int farmId, const QList<Scene> &scene
     QList<db_resolve> list;
     QStringList unknown;
     for (const Scene &scene : scenes) {
-        db_resolve one;
-        one.lpath = scene.path;
-        one.rootpath = scene.root.isEmpty() ? scene.path.section(QLatin1Char('/'), 0, -2) : scene.root;
-        one.filetype = SoftwareType::ofPath(scene.path);
-        one.farmid = farmId;
-        if (CloudQueue::knows(one.filetype))
+        const db_resolve one = CloudScenes::row(farmId, scene.path, scene.root);
+        if (one.filetype != SoftwareType::Unknown)
             list << one;
         else
             unknown << scene.path.section(QLatin1Char('/'), -1);
@@ -50,17 +41,4 @@ CloudAnalysis::Told CloudAnalysis::analyse(int farmId, const QList<Scene> &scene
 QString CloudAnalysis::title(int softwareType)
 {
     return words(QT_TRANSLATE_NOOP("CloudAnalysis", "%1参数设置")).arg(SoftwareType::name(softwareType).toLower());
-}
-
-void CloudAnalysis::openParameters(qlonglong rkey, QWidget *over)
-{
-    if (!UserInfo::canSetParameters())
-        MsgTool::msgOk(over, words(QT_TRANSLATE_NOOP("CloudAnalysis", "您还没有参数设置的权限！")));
-    else
-        Seam<CloudCalls>::post([rkey](CloudCalls &queue) { queue.paraSet(rkey); }); // the page opens it
-}
-
-void CloudAnalysis::submit(const db_resolve &res, QWidget *over)
-{
-    (new SubmitMayaD(CloudModel::opened(res), AccountFacts::balance(), over))->open();
 }

@@ -3,8 +3,6 @@
 #include "db/Records.h"
 #include <QStringList>
 
-class QWidget;
-
 namespace CloudAnalysis
 {
 struct Scene {
@@ -19,7 +17,5 @@ struct Told {
 // posted of them.
 Told analyse(int farmId, const QList<Scene> &scenes);
 
-void openParameters(qlonglong rkey, QWidget *over); // of a record that was analysed
-void submit(const db_resolve &res, QWidget *over);  // asks for project and machine, then orders it
-QString title(int softwareType);                    // of a record's dialogs
+QString title(int softwareType); // of a record's dialogs
 } // namespace CloudAnalysis

@@ -1,24 +1,17 @@
 #include "view/driver/cloud/ResolveD.h"
-#include "common/CommonConfig.h"
 #include "common/Debounce.h"
 #include "common/facts/SceneState.h"
 #include "common/facts/SoftwareType.h"
-#include "common/ui/Background.h"
 #include "common/ui/kit/Notes.h"
-#include "common/ui/kit/TablePage.h"
 #include "common/ui/MsgTool.h"
 #include "common/UserInfo.h"
 #include "db/CloudCalls.h"
 #include "db/ResolveDDAO.h"
-#include "view/driver/cloud/CloudAnalysis.h"
+#include "view/AccountFacts.h"
 #include "view/driver/cloud/MayaD.h"
-#include "view/ResolveRows.h"
-#include "view/ResolveWarn.h"
-#include <QAction>
+#include "view/driver/cloud/SubmitMayaD.h"
 #include <QDateTime>
 #include <QVBoxLayout>
-
-using SceneState::Act;
 
 namespace
 {
@@ -42,19 +35,13 @@ QString why(const db_resolve &res)
     return text.isEmpty() ? ResolveRows::reason(res) : text;
 }
 
-bool canSubmit(const db_resolve &res)
-{
-    return SceneState::Ended.contains(res.state) && res.state != SceneState::Failed;
-}
 } // namespace
 
-ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(this))
+ResolveRows::Model *ResolveD::makeModel()
 {
-    setObjectName(QStringLiteral("ResolveD"));
-    setAccessibleName(tr("解析提交"));
     using C = Column<db_resolve>;
     const auto state = [](const db_resolve &r) { return SceneState::text(r.state); };
-    m_model =
+    auto *model =
         new RecordModel<db_resolve>([](const db_resolve &r) { return ResolveRows::key(r.rkey); },
                                     {C::tick(),
                                      C(QStringLiteral("name"), tr("文件名称"), 200)
@@ -88,10 +75,15 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
                                          .atLeast(160),
                                      C::acts(tr("操作"), 96)},
                                     this);
-    m_model->setSame([](const db_resolve &a, const db_resolve &b) {
+    model->setSame([](const db_resolve &a, const db_resolve &b) {
         return a.state == b.state && a.error == b.error && a.errstr == b.errstr && a.rtime == b.rtime &&
                a.etime == b.etime;
     });
+    return model;
+}
+
+TablePage::Look ResolveD::look()
+{
     TablePage::Look look;
     look.name = QStringLiteral("ResolveD");
     look.accessible = tr("云盘解析列表");
@@ -99,7 +91,18 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
     look.emptyText = tr("暂时没有解析记录呢");
     look.emptyHint = tr("在云盘中选择场景文件，点击“解析”");
     look.search = tr("搜索文件名称");
-    m_table = new TablePage(look, m_model, this);
+    return look;
+}
+
+ResolveD::ResolveD(QWidget *parent)
+    : QWidget(parent), m_model(makeModel()), m_table(new TablePage(look(), m_model, this)),
+      m_reload(new Debounce(this)),
+      m_acts(this, m_model, m_table,
+             {[this](qlonglong rkey) { paraRes(rkey); }, [this](qlonglong rkey) { resState(1, rkey); },
+              [this](const QList<qlonglong> &keys, bool) { commit(keys); }})
+{
+    setObjectName(QStringLiteral("ResolveD"));
+    setAccessibleName(tr("解析提交"));
     addActs();
     m_table->build();
     auto *column = new QVBoxLayout(this);
@@ -118,45 +121,22 @@ ResolveD::ResolveD(QWidget *parent) : QWidget(parent), m_reload(new Debounce(thi
 void ResolveD::addActs()
 {
     ActSet *acts = m_table->acts();
-    const auto spec = [this](const char *id, const QString &text, const char *icon,
-                             std::function<bool(const db_resolve &)> possible) {
-        ActSpec one;
-        one.id = QLatin1String(id);
-        one.text = text;
-        one.icon = QLatin1String(icon);
-        one.places = ActSpec::Bar | ActSpec::Menu;
-        one.possible = m_model->when(possible);
-        return one;
-    };
-    const auto each = [](void (CloudCalls::*call)(qlonglong)) {
-        return [call](const db_resolve &r) {
-            Seam<CloudCalls>::post([call, key = r.rkey](CloudCalls &queue) { (queue.*call)(key); });
-        };
-    };
-    ActSpec submit = spec("submit", tr("提交渲染"), "check", canSubmit);
+    ActSpec submit = m_acts.commit();
+    submit.id = QStringLiteral("submit");
     submit.places |= ActSpec::Row;
-    submit.primary = submit.single = true;
+    submit.single = true;
+    submit.possible = m_model->when(SceneActs::canSubmit);
     submit.run = [this](const QStringList &keys) { resState(0, rkeyOf(keys.first())); };
     acts->add(submit);
-    ActSpec para = spec("para", tr("参数设置"), "image", canSubmit);
-    para.single = true;
-    para.run = [this](const QStringList &keys) { paraRes(rkeyOf(keys.first())); };
+    ActSpec para = m_acts.parameters();
+    para.places = ActSpec::Bar | ActSpec::Menu;
     acts->add(para);
-    ActSpec again = spec("again", tr("重新解析"), "retry",
-                         [](const db_resolve &r) { return SceneState::possible(Act::Again, r.state); });
-    again.run = m_model->each(each(&CloudCalls::reAdd));
-    acts->add(again);
-    ActSpec recommit = spec("recommit", tr("重新提交"), "upload",
-                            [](const db_resolve &r) { return r.state == SceneState::SubmitFailed; });
-    recommit.places = ActSpec::More | ActSpec::Menu;
-    recommit.run = m_model->each(each(&CloudCalls::submitAgain));
-    acts->add(recommit);
-    ActSpec remove = spec("delete", tr("删除任务"), "trash", [](const db_resolve &) { return true; });
-    remove.keys = QKeySequence::Delete;
-    remove.danger = true;
-    remove.accept = tr("删除任务");
+    acts->add(m_acts.again());
+    acts->add(m_acts.recommit());
+    ActSpec remove = m_acts.remove();
+    remove.possible = {}; // whatever its state: it's only a record
     remove.question = [this](const QStringList &keys) {
-        return keys.size() == 1 ? tr("确定删除“%1”的解析记录吗？云盘里的文件不会删除。").arg(nameOf(keys))
+        return keys.size() == 1 ? tr("确定删除“%1”的解析记录吗？云盘里的文件不会删除。").arg(m_acts.nameOf(keys))
                                 : tr("确定删除选中的 %1 条解析记录吗？云盘里的文件不会删除。").arg(keys.size());
     };
     remove.run = [this](const QStringList &keys) {
@@ -212,19 +192,23 @@ void ResolveD::rtimeChanged(qlonglong rkey, qlonglong rtime, qlonglong etime)
     m_model->change(ResolveRows::key(rkey), [=](db_resolve &mine) { mine.rtime = rtime, mine.etime = etime; });
 }
 
-QString ResolveD::nameOf(const QStringList &keys) const
-{
-    const db_resolve *res = m_model->record(keys.value(0));
-    return res ? ResolveRows::sceneName(*res) : QString();
-}
-
-void ResolveD::act(const char *id) { m_table->acts()->action(QLatin1String(id))->trigger(); }
-void ResolveD::paraAct() { act("para"); }
-void ResolveD::delAct() { act("delete"); }
-void ResolveD::reresAct() { act("again"); }
+void ResolveD::paraAct() { m_acts.trigger("para"); }
+void ResolveD::delAct() { m_acts.trigger("delete"); }
+void ResolveD::reresAct() { m_acts.trigger("again"); }
 
 void ResolveD::resolveStateHand(int, QModelIndex index) { openState(m_model->keyOf(index)); }
-void ResolveD::resolveHand(int btn, QModelIndex index) { m_table->acts()->runInRow(m_model->keyOf(index), btn); }
+void ResolveD::resolveHand(int btn, QModelIndex index) { m_acts.rowButton(btn, index); }
+
+// A refused order goes once more as it is; what was only analysed asks for the rest first, and comes alone.
+void ResolveD::commit(const QList<qlonglong> &keys)
+{
+    for (qlonglong key : keys) {
+        const db_resolve *res = m_model->record(ResolveRows::key(key));
+        if (res && SceneActs::canSubmit(*res))
+            return resState(0, key);
+        Seam<CloudCalls>::post([key](CloudCalls &queue) { queue.submitAgain(key); });
+    }
+}
 
 void ResolveD::resState(int type, qlonglong rkey, bool del)
 {
@@ -250,38 +234,23 @@ void ResolveD::delRes(qlonglong rkey)
 void ResolveD::paraRes(qlonglong rkey)
 {
     m_submitting = 0;
-    CloudAnalysis::openParameters(rkey, this);
+    if (m_acts.mayEdit(tr("您还没有参数设置的权限！")))
+        Seam<CloudCalls>::post([rkey](CloudCalls &queue) { queue.paraSet(rkey); }); // paraSet answers
 }
 
 void ResolveD::paraSet(db_resolve res)
 {
-    if (!canSubmit(res))
+    if (!SceneActs::canSubmit(res))
         return;
-    if (std::exchange(m_submitting, 0) == res.rkey)
-        return CloudAnalysis::submit(res, window());
-    m_table->setBusy(true);
-    Background::run(
-        this, [res, config = CommonConfig::get()] { return MayaD::read(res, config); },
-        [this, asked = ++m_asked](const ParameterDialog::Scene &scene) {
-            if (asked != m_asked) // a click on another scene came after it
-                return;
-            m_table->setBusy(false);
-            if (ParameterDialog *dialog = MayaD::make(scene, window()))
-                dialog->open();
-            else
-                MsgTool::msgOk(this, tr("这类场景没有可以设置的参数"));
-        });
-}
-
-void ResolveD::openWarnings(const db_resolve &res)
-{
-    auto *dialog = new ResolveWarn(res, window());
-    const auto submit = [this](qlonglong rkey) { resState(0, rkey); };
-    connect(dialog, &ResolveWarn::commit, this, submit);
-    connect(dialog, &ResolveWarn::batch, this, submit); // a scene of the drive comes alone
-    connect(dialog, &ResolveWarn::parameters, this, &ResolveD::paraRes);
-    connect(dialog, &ResolveWarn::again, this, [this](qlonglong rkey) { resState(1, rkey); });
-    dialog->open();
+    const bool submits = std::exchange(m_submitting, 0) == res.rkey;
+    m_acts.open(res, &MayaD::read, [this, submits](const ParameterDialog::Scene &scene) {
+        if (submits)
+            (new SubmitMayaD(scene, AccountFacts::balance(), window()))->open();
+        else if (ParameterDialog *dialog = MayaD::make(scene, window()))
+            dialog->open();
+        else
+            MsgTool::msgOk(this, tr("这类场景没有可以设置的参数"));
+    });
 }
 
 void ResolveD::openState(const QString &key)
@@ -291,8 +260,8 @@ void ResolveD::openState(const QString &key)
         return;
     const QString text = why(*res);
     if (res->state == SceneState::Warned)
-        openWarnings(*res);
-    else if (canSubmit(*res) && (res->state == SceneState::Clean || text.isEmpty()))
+        m_acts.seeWarnings(*res);
+    else if (SceneActs::canSubmit(*res) && (res->state == SceneState::Clean || text.isEmpty()))
         paraRes(res->rkey);
     else if (!text.isEmpty())
         MsgTool::msgOk(this, text);

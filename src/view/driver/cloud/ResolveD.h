@@ -2,24 +2,18 @@
 // The page "解析提交" of the drive: the scenes that their farm analyses, how they stand, and what can be done with
 // them. It shows what the store signals and sends everything to CloudQueue by queued calls. Main thread; a part of
 // MainDriver.
-#include "common/ui/kit/RecordModel.h"
-#include "db/Records.h"
+#include "common/ui/kit/TablePage.h"
+#include "view/SceneActs.h"
 #include <QWidget>
 
 class Debounce;
-class TablePage;
-struct ActSpec;
-namespace SceneState
-{
-enum class Act;
-}
 
 class ResolveD : public QWidget
 {
     Q_OBJECT
 public:
     explicit ResolveD(QWidget *parent = nullptr);
-    RecordModel<db_resolve> *model() const { return m_model; }
+    ResolveRows::Model *model() const { return m_model; }
     TablePage *table() const { return m_table; }
 
 public slots:
@@ -43,14 +37,14 @@ private:
     void listen();
     void fill(); // as the search wants it
     void openState(const QString &key);
-    void openWarnings(const db_resolve &res);
-    void act(const char *id);
-    QString nameOf(const QStringList &keys) const;
+    void commit(const QList<qlonglong> &keys);
+    static TablePage::Look look();
+    ResolveRows::Model *makeModel();
 
-    RecordModel<db_resolve> *m_model;
+    ResolveRows::Model *m_model;
     TablePage *m_table;
     Debounce *m_reload;
+    SceneActs m_acts;
     QList<db_resolve> m_rows;
-    int m_asked = 0;            // scenes whose parameters were asked for: the last one opens
     qlonglong m_submitting = 0; // whose parameters are asked for to submit them
 };

@@ -5,12 +5,11 @@
 #include "common/ui/kit/Metrics.h"
 #include "common/ui/MsgTool.h"
 #include "db/CloudCalls.h"
+#include "resolve/cloud/CloudScenes.h"
 #include "resolve/FrameSet.h"
-#include "resolve/ParameterModel.h"
 #include "view/driver/cloud/CloudAnalysis.h"
 #include "view/driver/cloud/MDW.h"
 #include <QGridLayout>
-#include <QJsonDocument>
 #include <QLabel>
 
 namespace
@@ -24,9 +23,9 @@ QString textOf(const QJsonObject &values, const char *key)
 }
 } // namespace
 
-SubmitMayaD::SubmitMayaD(const db_resolve &res, double balance, QWidget *parent)
-    : EnvPre(ParameterSheet::typeOf(res), {res.lpath}, balance, parent, {false, tr("提交渲染")}), m_res(res),
-      m_sheet(ParameterSheet::read(res, CommonConfig::get()))
+SubmitMayaD::SubmitMayaD(const ParameterDialog::Scene &scene, double balance, QWidget *parent)
+    : EnvPre(scene.sheet.type, {scene.res.lpath}, balance, parent, {false, tr("提交渲染")}), m_res(scene.res),
+      m_sheet(scene.sheet)
 {
     setObjectName(QStringLiteral("SubmitMayaD"));
     setTitle(CloudAnalysis::title(m_sheet.type));
@@ -104,12 +103,6 @@ void SubmitMayaD::insert()
     if (const QString no = refusal(); !no.isEmpty())
         return setError(no);
     remember();
-    db_resolve res = m_res;
-    m_sheet.write(&res);
-    QJsonObject rset = QJsonDocument::fromJson(EnvChoice::rset(m_chosen, res.lpath).toUtf8()).object();
-    rset.insert(QStringLiteral("hasClone"), 1);
-    rset.insert(QStringLiteral("farmId"), res.farmid);
-    res.rset = QString::fromUtf8(QJsonDocument(rset).toJson(QJsonDocument::Compact));
     setBusy(true, tr("正在保存…"));
     struct Done {
         db_resolve res;
@@ -117,10 +110,9 @@ void SubmitMayaD::insert()
     };
     Background::run(
         this,
-        [res, config = CommonConfig::get()] {
+        [res = m_res, sheet = m_sheet, chosen = m_chosen, config = CommonConfig::get()] {
             Done done{res, {}};
-            if (!ParameterModel::prepare(&done.res, config, &done.message) && done.message.isEmpty())
-                done.message = SubmitMayaD::tr("解析数据格式错误");
+            CloudScenes::prepare(&done.res, sheet, EnvChoice::rset(chosen, res.lpath), config, &done.message);
             return done;
         },
         [this](const Done &done) {

@@ -3,6 +3,7 @@
 // frames of what is rendered, which frames come first and what follows them. Main thread; deletes itself.
 #include "resolve/ParameterSheet.h"
 #include "view/EnvPre.h"
+#include "view/render/ParameterDialog.h"
 
 class MDW;
 
@@ -10,7 +11,7 @@ class SubmitMayaD : public EnvPre
 {
     Q_OBJECT
 public:
-    SubmitMayaD(const db_resolve &res, double balance, QWidget *parent); // as CloudModel::opened gives it
+    SubmitMayaD(const ParameterDialog::Scene &scene, double balance, QWidget *parent); // as MayaD::read gives it
     QList<MDW *> cells() const { return m_cells; }
 
 signals:
