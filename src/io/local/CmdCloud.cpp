@@ -88,7 +88,7 @@ void CmdHand::findScenes(int farm, QStringList paths, const std::function<void()
         return next();
     const QString path = paths.takeFirst();
     DriveFolder::reach(
-        farm, DriveRest::Input, QLatin1String(SubFile::Root), path.split('/'), false, m_waitMs, this,
+        farm, DriveRest::Input, {SubFile::Root, {}}, path.split('/'), false, m_waitMs, this,
         [this, farm, paths, path, next](const SubFile &entry) {
             if (m_over)
                 return;
