@@ -50,6 +50,8 @@ QWidget *DriverTour::page(Stage &stage)
 {
     stage.window()->showPage(QStringLiteral("driver"));
     driver(stage)->showPart(MainDriver::Browser);
+    if (FarmPage *page = driver(stage)->page())
+        page->setFileType(DriveRest::Input);
     if (settled(stage))
         down(stage, stage.filled() ? 2 : 0);
     return stage.window();
@@ -59,6 +61,18 @@ QWidget *DriverTour::small(Stage &stage)
 {
     page(stage);
     driver(stage)->page()->setThumbnails(true);
+    return stage.window();
+}
+
+QWidget *DriverTour::results(Stage &stage)
+{
+    page(stage);
+    FarmPage *page = driver(stage)->page();
+    page->setFileType(DriveRest::Result);
+    settled(stage);
+    down(stage, 6); // to the frames
+    page->setThumbnails(true);
+    Stage::settle(300);
     return stage.window();
 }
 

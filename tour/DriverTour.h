@@ -8,8 +8,9 @@ class QWidget;
 namespace DriverTour
 {
 MainDriver *driver(Stage &stage);
-QWidget *page(Stage &stage);   // the browser: in a folder where there is one
-QWidget *small(Stage &stage);  // small pictures
+QWidget *page(Stage &stage);  // the browser: in a folder where there is one
+QWidget *small(Stage &stage); // small pictures
+QWidget *results(Stage &stage); // frames of one, as small pictures
 QWidget *search(Stage &stage); // what a search found
 // Brought up by the page's own act on what is chosen.
 QWidget *dialog(Stage &stage, const char *act);

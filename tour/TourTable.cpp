@@ -400,6 +400,7 @@ const QList<TourStop> &tourTable()
         {"plugins", TourStop::FullOnly, plugins, true},
         {"driver", TourStop::Both, DriverTour::page, true},
         {"driver-small", TourStop::FullOnly, DriverTour::small, true},
+        {"driver-results", TourStop::FullOnly, DriverTour::results, true},
         {"driver-search", TourStop::FullOnly, DriverTour::search, true},
         dialog("AddDriver", [](Stage &s) { return DriverTour::dialog(s, "addDrv"); }),
         dialog("FileProperty", [](Stage &s) { return DriverTour::dialog(s, "property"); }),

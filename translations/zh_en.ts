@@ -6796,6 +6796,10 @@ Type: %2<byte value="xd"/>
         <source>列表没有读完：%1</source>
         <translation>The list could not be read to its end: %1</translation>
     </message>
+    <message>
+        <source>%1，已选 %2 项</source>
+        <translation>%1, %2 selected</translation>
+    </message>
 </context>
 <context>
     <name>FarmTab</name>

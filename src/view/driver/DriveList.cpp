@@ -117,10 +117,12 @@ QVector<Column<DriveRow>> DriveList::columns(int which)
         all << C(QStringLiteral("files"), words(QT_TRANSLATE_NOOP("TransferD", "文件数")), 88)
                    .text([](const R &r) { return r.file ? QString() : QStringLiteral("%1/%2").arg(r.ok).arg(r.sum); })
                    .right()
+                   .atLeast(72)
                    .giving(3)
             << C(QStringLiteral("ended"), words(QT_TRANSLATE_NOOP("TransferD", "完成时间")), 152)
                    .text([](const R &r) { return DriveText::time(r.ended); })
                    .sort([](const R &r) { return r.ended; })
+                   .atLeast(144) // a piece of a time tells nothing
                    .giving(2)
             << state;
     } else {

@@ -79,7 +79,8 @@ DriverPath::DriverPath(QWidget *parent)
 void DriverPath::setPath(const QVector<FileView> &chain)
 {
     m_chain = chain;
-    m_searching = false;
+    if (std::exchange(m_searching, false)) // left by going somewhere else
+        m_search->clear();
     if (!chain.isEmpty() && (m_at < 0 || m_visited.value(m_at) != chain.last().id)) {
         m_visited = m_visited.mid(0, m_at + 1);
         m_visited << chain.last().id;

@@ -9,6 +9,7 @@
 #include "view/driver/DriveRules.h"
 #include <QHash>
 #include <QPointer>
+#include <QUrl>
 #include <QWidget>
 
 class Busy;
@@ -131,7 +132,7 @@ private:
     QString targetAt(const QPoint &at) const;
     bool droppable(const QMimeData *data, const QString &target) const;
     void showTarget(const QString &id);
-    void put(const QStringList &paths, const QString &target);
+    void put(const QList<QUrl> &urls, const QString &target); // of this machine
     void submitted(const CloudAnalysis::Told &told);
     DriveQueue::Place place(const QString &id) const;
     DriveRules::Acts acts() const { return acts(chosen()); }
@@ -167,6 +168,7 @@ private:
     QHash<QString, QAction *> m_actions;
     QStringList m_order;              // of the actions, as the menu has them
     QString m_dropOn;                 // id of the folder under the hand
+    bool m_dragLocal = false;         // it has files of this machine
     QObject *m_dropWatched = nullptr; // the widget under it
     QStringList m_selectAfter;        // names to select once the folder is read
 };

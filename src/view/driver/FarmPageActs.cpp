@@ -165,11 +165,15 @@ void FarmPage::followSelection()
     set("check", can.check && !m_path->searching(), !(root && input));
     set("property", can.property, !(root && input));
     qlonglong bytes = 0;
-    for (const FileView *row : rows)
+    bool files = false;
+    for (const FileView *row : rows) {
         bytes += row->isFolder() ? 0 : row->size;
+        files = files || !row->isFolder();
+    }
     const QString all = (busy() ? tr("共 %1 项，正在读取…") : tr("共 %1 项")).arg(m_model->rowCount());
     m_count->setText(rows.isEmpty() ? all
-                                    : tr("%1，已选 %2 项（%3）").arg(all).arg(rows.size()).arg(DriveText::size(bytes)));
+                     : files ? tr("%1，已选 %2 项（%3）").arg(all).arg(rows.size()).arg(DriveText::size(bytes))
+                             : tr("%1，已选 %2 项").arg(all).arg(rows.size()));
 }
 
 void FarmPage::menu(const QPoint &global)
@@ -179,6 +183,7 @@ void FarmPage::menu(const QPoint &global)
         view()->setCurrentIndex(under);
     else if (!under.isValid())
         view()->clearSelection();
+    qDebug().noquote() << "FarmPage::menu 当前根目录？" << (m_folder == Root && !m_path->searching());
     auto *menu = new QMenu(this);
     menu->setAttribute(Qt::WA_DeleteOnClose);
     for (const QString &name : qAsConst(m_order)) {
@@ -513,8 +518,8 @@ void FarmPage::upFile(bool folders)
         return;
     QFileDialog *dialog = fileDialog(this, folders ? tr("选择要上传的文件夹") : tr("选择要上传的文件"),
                                      folders ? QFileDialog::Directory : QFileDialog::ExistingFiles);
-    connect(dialog, &QFileDialog::filesSelected, this,
-            [this, target = m_folder](const QStringList &paths) { put(paths, target); });
+    connect(dialog, &QFileDialog::urlsSelected, this,
+            [this, target = m_folder](const QList<QUrl> &urls) { put(urls, target); });
     dialog->open();
 }
 

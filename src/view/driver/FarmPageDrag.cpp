@@ -17,14 +17,11 @@ namespace
 {
 const QString Root = QLatin1String(SubFile::Root);
 
-QStringList localPaths(const QMimeData *data)
+// A drag may carry a hundred thousand of them: they're turned into paths once it's dropped, elsewhere.
+bool anyLocal(const QMimeData *data)
 {
-    QStringList paths;
-    const QList<QUrl> urls = data->urls();
-    for (const QUrl &url : urls)
-        if (url.isLocalFile())
-            paths << url.toLocalFile();
-    return paths;
+    const QList<QUrl> urls = data->hasUrls() ? data->urls() : QList<QUrl>();
+    return std::any_of(urls.cbegin(), urls.cend(), [](const QUrl &url) { return url.isLocalFile(); });
 }
 } // namespace
 
@@ -74,7 +71,7 @@ bool FarmPage::droppable(const QMimeData *data, const QString &target) const
     if (m_type != DriveRest::Input || target.isEmpty())
         return false;
     if (!DragDrop::carried(data))
-        return !localPaths(data).isEmpty();
+        return m_dragLocal;
     const DragDrop drag = DragDrop::read(data);
     if (drag.farmId != m_farm || drag.fileType != m_type)
         return false;
@@ -100,7 +97,8 @@ void FarmPage::dragPress(QMouseEvent *)
 
 void FarmPage::dragEnter(QDragEnterEvent *event)
 {
-    const bool ours = DragDrop::carried(event->mimeData()) || !localPaths(event->mimeData()).isEmpty();
+    m_dragLocal = anyLocal(event->mimeData());
+    const bool ours = DragDrop::carried(event->mimeData()) || m_dragLocal;
     ours &&m_type == DriveRest::Input ? event->acceptProposedAction() : event->ignore();
 }
 
@@ -130,7 +128,6 @@ void FarmPage::showTarget(const QString &id)
 void FarmPage::dragDrop(QDropEvent *event)
 {
     const QString target = targetAt(event->pos());
-    const QStringList paths = localPaths(event->mimeData());
     showTarget({});
     if (!droppable(event->mimeData(), target))
         return event->ignore();
@@ -138,19 +135,19 @@ void FarmPage::dragDrop(QDropEvent *event)
     if (DragDrop::carried(event->mimeData()))
         move(DragDrop::read(event->mimeData()).ids, target);
     else
-        put(paths, target);
+        put(event->mimeData()->urls(), target);
 }
 
 // What is known of the space when the count ends decides; a farm that doesn't tell refuses nothing here.
-void FarmPage::put(const QStringList &paths, const QString &target)
+void FarmPage::put(const QList<QUrl> &urls, const QString &target)
 {
     if (!UserInfo::canUpload())
         return tell(tr("您还没有上传文件的权限，请联系您的母账号开通！"));
     if (target == Root)
         return tell(tr("请先打开一个盘符或文件夹，再上传文件"));
     const DriveQueue::Place to = place(target);
-    m_info->ask([this, paths, to] {
-        LocalCount::start(paths, this, [this, paths, to](const LocalCount::Sum &sum) {
+    m_info->ask([this, urls, to] {
+        LocalCount::start(urls, this, [this, to](const QStringList &paths, const LocalCount::Sum &sum) {
             if (m_info->leftBytes() >= 0 && sum.bytes > m_info->leftBytes())
                 return tell(tr("网盘空间不足，不允许拖入上传"));
             DriveQueue::put(to, paths);

@@ -30,11 +30,16 @@ LocalCount::Sum LocalCount::count(const QStringList &paths, int patienceMs)
 }
 
 // Not the shared thread of small disk work: a folder on a share that hangs would hold it up.
-void LocalCount::start(const QStringList &paths, QObject *guard, std::function<void(const Sum &)> then)
+void LocalCount::start(const QList<QUrl> &urls, QObject *guard,
+                       std::function<void(const QStringList &, const Sum &)> then)
 {
     static QThreadPool pool;
-    pool.start([paths, way = Delivery::here(), alive = QPointer<QObject>(guard), then] {
+    pool.start([urls, way = Delivery::here(), alive = QPointer<QObject>(guard), then] {
+        QStringList paths;
+        for (const QUrl &url : urls)
+            if (url.isLocalFile())
+                paths << url.toLocalFile();
         const Sum sum = count(paths);
-        way.post(alive, [sum, then] { then(sum); });
+        way.post(alive, [paths, sum, then] { then(paths, sum); });
     });
 }

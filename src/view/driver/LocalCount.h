@@ -4,6 +4,7 @@
 #include <functional>
 #include <QObject>
 #include <QStringList>
+#include <QUrl>
 
 namespace LocalCount
 {
@@ -14,5 +15,6 @@ struct Sum {
     bool whole = false; // nothing was left out for lack of time
 };
 Sum count(const QStringList &paths, int patienceMs = PatienceMs); // links to folders aren't followed
-void start(const QStringList &paths, QObject *guard, std::function<void(const Sum &)> then);
+// paths: those of the addresses that are of this machine.
+void start(const QList<QUrl> &urls, QObject *guard, std::function<void(const QStringList &paths, const Sum &sum)> then);
 } // namespace LocalCount
