@@ -100,7 +100,7 @@ def story(make, folder):
         raise Failure('not every file was compared')
     met = set()
     for turn, way in enumerate(('put', 'get', 'put')):
-        before = here(base)
+        before = there(rig, 'D/tree')
         harm(base, chance)
         told = check('--mend', way)
         met |= {one['what'] for one in told['list']}
