@@ -61,7 +61,10 @@ struct db_upfile {
     qlonglong speed = 0;
     bool isLink = false;  // lpath is a shortcut
     qlonglong oktime = 0; // of the drive's history
-    bool placed = false;  // fetched from the drive: its place on this disk is decided
+    // Fetched from the drive: whether its place on this disk is decided. Mine: nothing stood there then, what does now
+    // came from here. Theirs: a file of the same size did.
+    enum Placed { NotPlaced = 0, Mine = 1, Theirs = 2 };
+    int placed = NotPlaced;
 };
 Q_DECLARE_METATYPE(db_upfile)
 Q_DECLARE_METATYPE(QList<db_upfile>)

@@ -64,14 +64,10 @@ bool UploadDDAO::open(const QString &userDir)
     m_blocks.clear();
     if (!openFile(userDir + '/' + m_fileName))
         return false;
-    exec("create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,"
-         "fok INTEGER,fsum INTEGER,fup INTEGER,fsize INTEGER,dirstate int,state int,primary key(pri))",
-         {}, true);
-    addColumns("farm",
-               {{"oktime", "INTEGER"}, {"ids", "varchar"}, {"conflict", "int"}, {"links", "int"}, {"note", "varchar"}});
-    exec("create table farm_sum(fok INTEGER,fsum INTEGER)", {}, true);
-    if (number("select count(fok) from farm_sum") == 0)
-        exec("insert into farm_sum (fok,fsum) values (?,?)", {0, 0});
+    if (!makeStore()) {
+        qWarning().noquote() << "UploadDDAO::open another program holds" << m_fileName;
+        return true; // made with the first batch
+    }
     if (m_which == Ok)
         return true; // TransokDHandler knows what is left over
     for (const QString &table : tables()) {
@@ -91,6 +87,20 @@ bool UploadDDAO::open(const QString &userDir)
     }
     retotal();
     return true;
+}
+
+bool UploadDDAO::makeStore()
+{
+    exec("create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,"
+         "fok INTEGER,fsum INTEGER,fup INTEGER,fsize INTEGER,dirstate int,state int,primary key(pri))",
+         {}, true);
+    if (columns("farm").isEmpty())
+        return false;
+    addColumns("farm",
+               {{"oktime", "INTEGER"}, {"ids", "varchar"}, {"conflict", "int"}, {"links", "int"}, {"note", "varchar"}});
+    exec("create table farm_sum(fok INTEGER,fsum INTEGER)", {}, true);
+    return number("select count(fok) from farm_sum") != 0 ||
+           exec("insert into farm_sum (fok,fsum) values (?,?)", {0, 0});
 }
 
 // Batches as a damaged disk or another hand may leave them: each can be worked on, or at least be deleted, afterwards.
@@ -168,6 +178,8 @@ QString UploadDDAO::keyColumn() const { return m_which == Down ? QStringLiteral(
 bool UploadDDAO::makeTables(qlonglong farmPri)
 {
     const QString dirs = dirTable(farmPri), files = fileTable(farmPri);
+    if (columns("farm").isEmpty() && !makeStore())
+        return false; // another program held the file when it was opened
     exec(
         QStringLiteral("create table %1(ids varchar,lpath varchar,dpath varchar,pri INTEGER,state int,primary key(%2))")
             .arg(dirs, keyColumn()),
@@ -181,7 +193,7 @@ bool UploadDDAO::makeTables(qlonglong farmPri)
     bool good = true;
     if (m_which == Down) {
         addColumns(files, {{"placed", "int"}});
-        good = exec(QStringLiteral("create index if not exists %1_placed on %1(lpath) where placed = 1").arg(files));
+        good = exec(QStringLiteral("create index if not exists %1_place on %1(lpath) where placed > 0").arg(files));
     }
     for (const QString &table : {dirs, files}) {
         good = exec(QStringLiteral("create index if not exists %1_state on %1(state,pri)").arg(table)) && good;
@@ -304,7 +316,7 @@ db_upfile UploadDDAO::fileFrom(const Row &row)
     file.state = row.integer("state");
     file.error = row.integer("error");
     file.oktime = row.number("oktime");
-    file.placed = row.integer("placed") == 1;
+    file.placed = row.integer("placed");
     return file;
 }
 

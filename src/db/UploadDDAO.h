@@ -62,8 +62,8 @@ public:
     db_upfile file(qlonglong farmPri, qlonglong filePri);                          // pri 0: there is none
     bool setState(qlonglong farmPri, qlonglong filePri, int state, int error);
     bool setMeasure(qlonglong farmPri, const db_upfile &file); // hash, size, modtime; the batch's bytes follow
-    // Of downloads: where they go on this disk (lpath) is decided, for good.
-    bool place(qlonglong farmPri, const QList<db_upfile> &files, bool placed = true);
+    // Of downloads: where they go on this disk (lpath, placed) is decided.
+    bool place(qlonglong farmPri, const QList<db_upfile> &files);
     bool isPlaced(qlonglong farmPri, const QString &lpath);
     QList<db_upfile> placedFiles(qlonglong farmPri, const QString &behindPath, int limit); // by their places
     // The rows go and are counted as over, in one transaction; rows that are gone already count nothing. Emits
@@ -112,6 +112,7 @@ private:
     using Blocks = QMap<qlonglong, int>;
     UploadDDAO(int which, const QString &connection, const QString &fileName);
     QString keyColumn() const;
+    bool makeStore();
     void mendFarms();
     void mendRows(const db_upfarmD &farm);
     void numberRows(const QString &table);

@@ -82,22 +82,21 @@ bool UploadDDAO::setMeasure(qlonglong farmPri, const db_upfile &file)
            addSums(farmPri, 0, file.size - before) && work.commit();
 }
 
-bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files, bool placed)
+bool UploadDDAO::place(qlonglong farmPri, const QList<db_upfile> &files)
 {
     Locker lock(m_mutex);
-    const QString sql =
-        QStringLiteral("update %1 set lpath = ?, placed = %2 where pri = ?").arg(fileTable(farmPri)).arg(int(placed));
+    const QString sql = QStringLiteral("update %1 set lpath = ?, placed = ? where pri = ?").arg(fileTable(farmPri));
     Work work(this);
     bool good = bool(work);
     for (const db_upfile &file : files)
-        good = good && exec(sql, {file.lpath, file.pri});
+        good = good && exec(sql, {file.lpath, file.placed, file.pri});
     return good && work.commit();
 }
 
 bool UploadDDAO::isPlaced(qlonglong farmPri, const QString &lpath)
 {
     Locker lock(m_mutex);
-    return number(QStringLiteral("select count(*) from %1 where placed = 1 and lpath = ?").arg(fileTable(farmPri)),
+    return number(QStringLiteral("select count(*) from %1 where placed > 0 and lpath = ?").arg(fileTable(farmPri)),
                   {lpath}) > 0;
 }
 
@@ -105,7 +104,7 @@ QList<db_upfile> UploadDDAO::placedFiles(qlonglong farmPri, const QString &behin
 {
     QList<db_upfile> list;
     Locker lock(m_mutex);
-    each(QStringLiteral("select * from %1 where placed = 1 and lpath > ? order by lpath limit ?")
+    each(QStringLiteral("select * from %1 where placed > 0 and lpath > ? order by lpath limit ?")
              .arg(fileTable(farmPri)),
          {behindPath, limit}, [&](const Row &row) { list << fileFrom(row); });
     return list;

@@ -184,6 +184,26 @@ private slots:
         QCOMPARE(total(), QString("0 0"));
     }
 
+    // Another program holds a store that is new: nothing is told to be written, and it's made once it can be.
+    void held()
+    {
+        up->release();
+        QVERIFY(QDir(folder->path()).mkdir("held"));
+        {
+            QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "held");
+            db.setDatabaseName(folder->filePath("held/qnfileUploadD.db"));
+            QVERIFY(db.open() && QSqlQuery(db).exec("begin exclusive"));
+            up->setBusyMs(100);
+            up->open(folder->filePath("held"));
+            QVERIFY(!up->addFarm(batch(1), {}, files("x", 2)));
+        }
+        QSqlDatabase::removeDatabase("held");
+        QVERIFY(up->addFarm(batch(1), {}, files("x", 2)));
+        up->setBusyMs(Store::BusyMs);
+        QCOMPARE(sums(1), QString("0 2 0 20 2 2"));
+        QCOMPARE(total(), QString("0 2"));
+    }
+
     // Wherever rows went away, page N begins with row 30 * N.
     void pagesByPosition()
     {

@@ -9,6 +9,7 @@ import os
 import random
 import shutil
 import signal
+import sqlite3
 import sys
 import time
 import urllib.error
@@ -71,7 +72,7 @@ class Drives:
             reply = self.rig.api('/drive/get?farm=%d&path=D/t%d/tree%s&to=%s%s' % (n % 2 + 1, n % 2, name, self.back(n), below))
         if reply and reply.get('result') == 1:
             self.ids[kind, n] = reply['data']['id']
-        return reply
+        return (kind, n) in self.ids
 
     def back(self, n):
         return os.path.join(self.rig.home, 'back%d' % n)
@@ -182,22 +183,22 @@ class Drives:
     def kill(self, turn, cut=None, most_active=2, power=False, seconds=8.0):
         """Starts the client, lets it work and ends it; whether it came to the cut."""
         self.start(cut, power)
-        end, known = time.monotonic() + seconds, False
+        end, known, wanted = time.monotonic() + seconds, False, []
         while time.monotonic() < end and self.rig.client.poll() is None:
             if not known and self.rig.user_dir() and (self.rig.api('/account') or {}).get('result') == 1:
                 known = True
-                for kind in STORES:
-                    if len(self.active(kind)) < most_active:
-                        self.begin(kind)
-                if turn % 4 == 3:
-                    self.steer()
+                wanted = [kind for kind in STORES if len(self.active(kind)) < most_active]
                 self.farm_trouble(turn)
                 end = time.monotonic() + (seconds if cut else self.chance.random() * 1.5)
+            if wanted:
+                wanted = [kind for kind in wanted if not self.begin(kind) and SWEEP]
+                if turn % 4 == 3:
+                    self.steer()
             if known and turn % 7 == 6:
                 self.rig.client.send_signal(signal.SIGSTOP)
                 time.sleep(self.chance.random() * 0.3)
                 self.rig.client.send_signal(signal.SIGCONT)
-            if SWEEP and known and not self.active('put') and not self.active('get'):
+            if SWEEP and known and not wanted and not self.active('put') and not self.active('get'):
                 break
             time.sleep(0.02)
         ended = self.rig.client.poll()
@@ -206,27 +207,70 @@ class Drives:
         self.rig.kill_client()
         if power:
             self.disk.cut()
+            self.met['power', 'cut'] = self.met.get(('power', 'cut'), 0) + 1
         self.kills += 1
         self.standing()
         return ended is not None
 
     def turn(self, turn):
         if turn % 2 or not LIBRARY:
-            return self.kill(turn, seconds=self.chance.random() * 2.5)
-        place, most = PLACES[turn // 2 % len(PLACES)]
-        cut = '%s:%d' % (place, self.chance.randrange(most) + 1)
-        hit = self.kill(turn, cut, 1 if '#' in place else 2, power=turn % 6 == 4 and turn % GROUP < 12)
+            self.kill(turn, seconds=self.chance.random() * 2.5)
+        else:
+            self.cut(turn, *PLACES[turn // 2 % len(PLACES)], power=turn % 6 == 4 and turn % GROUP < 12)
+
+    def cut(self, turn, place, most, power=False):
+        alone = '#' in place  # of tables: a batch that goes, after one that comes where there is none
+        n = self.chance.randrange(most) + 1 + (alone and not any(self.active(kind) for kind in STORES if place.startswith(STORES[kind])))
+        hit = self.kill(turn, '%s:%d' % (place, n), 1 if alone else 2, power)
         self.met['cut', place] = self.met.get(('cut', place), 0) + hit
 
+    def missing(self):
+        return [(kind, fact) for kind in STORES for fact in ('walk', 'files') + (('count', 'move') if LIBRARY else ()) if (kind, fact) not in self.met]
+
     def sweep(self):
+        """Before every SWEEP-th change of each store and half file, and of stores as an older version left them."""
         for store in list(STORES.values()) + [HISTORY, '.vd', '.xtemp']:
             n = self.chance.randrange(SWEEP) + 1
-            while self.kill(0, '%s:%d' % (store, n), 1, seconds=20):
+            while self.kill(0, '%s:%d' % (store, n), 1, power=n % 2, seconds=20):
                 n += SWEEP
                 if self.kills % 40 == 0:
                     self.settle()
             self.settle()
-            print('%s: every change cut, %d in all' % (store, n), flush=True)
+            print('%s: cut before each of %d changes, by %d' % (store, n, SWEEP), flush=True)
+        n = 1
+        while n == 1 or hit:
+            self.older()
+            hit = self.kill(0, 'qnfileUploadD.db:%d' % n, 1, seconds=20)
+            n += SWEEP
+            if n % 10 == 0:
+                self.settle()
+        self.settle()
+        print('an older store: cut before each of %d changes, by %d' % (n, SWEEP), flush=True)
+
+    def older(self):
+        """The upload store as its first version had it, with the tree as a batch under way."""
+        while len(self.batches['put']) % 3 == 2:
+            self.batches['put'].append(len(self.batches['put']))  # stays without a batch
+        n = len(self.batches['put'])
+        pri = self.ids['put', n] = 17000000000000 + 10 * n
+        self.batches['put'].append(n)
+        self.rig.start_client()
+        self.rig.wait_login()
+        self.compare()
+        self.rig.kill_client()
+        for end in '', '-wal', '-shm':
+            if os.path.exists(path := os.path.join(self.rig.user_dir(), STORES['put'] + end)):
+                os.remove(path)
+        link = sqlite3.connect(os.path.join(self.rig.user_dir(), STORES['put']))
+        link.execute('create table farm(id int,name varchar,storage int,filetype int,lpath varchar,dpath varchar,pri INTEGER,fok INTEGER,'
+                     'fsum INTEGER,fup INTEGER,fsize INTEGER,dirstate int,state int,primary key(pri))')
+        link.execute('create table dir_%d(ids varchar,lpath varchar,dpath varchar,pri INTEGER,state int,primary key(lpath))' % pri)
+        link.execute('create table file_%d(id int,ids varchar,lpath varchar,dpath varchar,modtime INTEGER,hash varchar,size INTEGER,'
+                     'pri INTEGER,state int,error int,oktime INTEGER,primary key(lpath))' % pri)
+        link.execute("insert into farm values(?,'old',0,1,?,?,?,0,0,0,0,0,11)", (n % 2 + 1, self.folder, 'D/t%d' % n, pri))
+        link.execute("insert into dir_%d values('',?,?,1,11)" % pri, (os.path.join(self.folder, 'tree'), 'D/t%d/tree' % n))
+        link.commit()
+        link.close()
 
     def settle(self):
         self.rig.start_client()
@@ -238,6 +282,35 @@ class Drives:
         self.forgotten += len(self.batches['get'][:-1])
         self.batches['get'] = self.batches['get'][-1:]
         return whole
+
+
+def repeated(drives):
+    """What a kill lets travel once more: at most the two ranges that a worker has in hand."""
+    rig, big, files, size = drives.rig, os.path.join(drives.folder, 'big'), 3, 24 << 20
+    os.makedirs(big)
+    for n in range(files):
+        with open(os.path.join(big, str(n)), 'wb') as out:
+            out.write(drives.chance.randbytes(size))
+    told = []
+    for kind, path, body, counter in (('put', '/drive/put?path=D/big', [big], 'bytesUp'),
+                                      ('get', '/drive/get?path=D/big/big&to=' + drives.back(0), None, 'bytesDown')):
+        before, kills = rig.farm_state()['counters'][counter], 0
+        wait_for('the drive', 20, lambda: (rig.api(path, body) or {}).get('result') == 1, 0.2)
+        while kills < 4 and drives.active(kind):
+            time.sleep(drives.chance.random() * 0.15)
+            rig.kill_client()
+            rig.start_client()
+            rig.wait_login()
+            kills += 1
+        wait_for('the big files', 60, drives.over, 0.1)
+        again = rig.farm_state()['counters'][counter] - before - files * size
+        told.append('%d KiB again after %d kills (%s)' % (again / 1024, kills, kind))
+        if again < 0 or again > kills * files * 2 * 262145:
+            raise Failure(told[-1])
+    for n in range(files):
+        if digest(os.path.join(drives.back(0), 'big', str(n))) != digest(os.path.join(big, str(n))):
+            raise Failure('big file %d differs' % n)
+    return ', '.join(told)
 
 
 def story(make, folder):
@@ -257,15 +330,20 @@ def story(make, folder):
         return drives.sweep()
     for turn in range(KILLS):
         drives.turn(turn)
-        if turn % GROUP == GROUP - 1 or turn == KILLS - 1:
+        if turn % GROUP == GROUP - 1:
             whole = drives.settle()
+    for turn in range(12 if LIBRARY else 0):  # what chance has left out
+        for kind, fact in drives.missing():
+            ways = {'move': (STORES[kind] + '-wal#', 1), 'count': (HISTORY + '>' + STORES[kind], 3)}
+            drives.cut(0, *ways.get(fact, (STORES[kind], 40)))
+    whole = drives.settle()
     rig.start_client()
     rig.wait_login()
-    print('seed %d: %d kills, %d batches of %d files whole, %d deleted; met %s' %
-          (seed, drives.kills, whole, len(drives.tree), len(drives.deleted), {'%s %s' % key: n for key, n in sorted(drives.met.items())}))
-    missing = [(kind, fact) for kind in STORES for fact in ('walk', 'files') + (('count', 'move') if LIBRARY else ()) if (kind, fact) not in drives.met]
-    if missing:
-        raise Failure('the kills never met %s' % missing)
+    print('seed %d: %d kills, %d batches of %d files whole, %d deleted; met %s; %s' %
+          (seed, drives.kills, whole, len(drives.tree), len(drives.deleted), {'%s %s' % key: n for key, n in sorted(drives.met.items())},
+           repeated(drives)))
+    if drives.missing():
+        raise Failure('the kills never met %s' % drives.missing())
 
 
 run(story)

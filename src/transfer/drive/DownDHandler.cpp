@@ -130,6 +130,8 @@ void DownDHandler::prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile
             for (int number = 2; taken(row.lpath); ++number)
                 row.lpath = folder + '/' + LocalNames::numbered(name, number);
         }
+        const bool theirs = there.exists() && conflict == db_upfarmD::NotAsked;
+        row.placed = theirs ? db_upfile::Theirs : db_upfile::Mine;
         placed.append(row);
         started.append(row);
     }
@@ -153,10 +155,11 @@ void DownDHandler::ask(qlonglong farmPri, Batch *batch, const db_upfile &row)
 }
 
 // A worker has found a file of the same size with another content.
-void DownDHandler::met(const db_upfarmD &farm, const db_upfile &file)
+void DownDHandler::met(const db_upfarmD &farm, db_upfile file)
 {
+    file.placed = db_upfile::NotPlaced;
     ended(farm, file, TransSet::Dropped, true, false);
-    if (file.pri == 0 || !exists(farm.pri) || !store()->place(farm.pri, {file}, false))
+    if (file.pri == 0 || !exists(farm.pri) || !store()->place(farm.pri, {file}))
         return;
     store()->unshow(file.pri);
     if (store()->farm(farm.pri).conflict == db_upfarmD::NotAsked)
@@ -184,7 +187,8 @@ bool DownDHandler::launch(const db_upfarmD &farm, const db_upfile &row, const QS
     work->setSignMd5(key, QString::fromLatin1(QCryptographicHash::hash(key.toUtf8(), QCryptographicHash::Md5).toHex()),
                      3);
     const bool same = farm.conflict != db_upfarmD::Overwrite || !row.hash.isEmpty();
-    work->setSource(farm.filetype, farm.lpath, same, farm.conflict == db_upfarmD::NotAsked);
+    const bool ask = farm.conflict == db_upfarmD::NotAsked && row.placed == db_upfile::Theirs;
+    work->setSource(farm.filetype, farm.lpath, same, ask);
     connect(work, &TransWork::DownWorkFinished, this, [this, key, serial](const db_downfile &done, int kind) {
         if (isCurrent(key, serial))
             workFinished(done, kind);

@@ -33,6 +33,6 @@ protected:
 
 private:
     void ask(qlonglong farmPri, Batch *batch, const db_upfile &row);
-    void met(const db_upfarmD &farm, const db_upfile &file);
+    void met(const db_upfarmD &farm, db_upfile file);
     QHash<qlonglong, QString> m_questions; // batch -> the first file that exists
 };
