@@ -1,10 +1,15 @@
-// vndrivepage [--rows N] [--seconds N] [--list]: what the window's thread stands still for while a folder of N entries
-// of a drive is opened, scrolled, sorted, chosen whole, and scrolled as small pictures, at a farm of this process;
-// beside it a plain table view over as many rows that are there already. Each turn of the event loop is timed, and the
-// processor time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
+// vndrivepage [--rows N] [--seconds N] [--list | --transfers]: what the window's thread stands still for while a folder
+// of N entries of a drive is opened, scrolled, sorted, chosen whole, and scrolled as small pictures, at a farm of this
+// process; beside it a plain table view over as many rows that are there already. Each turn of the event loop is timed,
+// and the processor time of the thread in it; a turn over 16 ms is a frame that was missed. Runs offscreen as well.
+#include "common/facts/FileStates.h"
+#include "common/ui/kit/TablePage.h"
+#include "db/UploadDDAO.h"
 #include "driver/DriverRig.h"
 #include "Turns.h"
+#include "view/driver/DriveList.h"
 #include "view/driver/FolderViews.h"
+#include "view/driver/TransferD.h"
 #include "view/Startup.h"
 #include <algorithm>
 #include <cstdio>
@@ -135,6 +140,62 @@ int listOnly(int rows)
     return 0;
 }
 
+// The list of transfers with one batch of so many files, page by page as they're looked at, while the queue tells 200
+// changes of state a second.
+int transfers(int rows, int seconds)
+{
+    TransferD page(nullptr);
+    page.resize(1240, 700);
+    page.show();
+    UploadDDAO *store = UploadDDAO::instance(UploadDDAO::Up);
+    db_upfarmD farm;
+    farm.pri = farm.id = 1;
+    farm.name = QStringLiteral("valley");
+    farm.fsum = rows;
+    farm.fsize = qlonglong(rows) * 4096;
+    farm.state = FileStates::UpRun;
+    Turns turns;
+    turns.time([&] {
+        emit store->allFarm({farm});
+        QCoreApplication::processEvents();
+    });
+    RecordView *view = page.table(UploadDDAO::Up)->view();
+    const QString batch = DriveList::batchKey(1);
+    for (int from = 0; from < rows; from += UploadDDAO::PageRows) {
+        QList<db_upfile> files;
+        for (int i = from; i < qMin(rows, from + UploadDDAO::PageRows); ++i) {
+            db_upfile file;
+            file.pri = i + 1;
+            file.lpath = QStringLiteral("/projects/valley/frame%1.exr").arg(i);
+            file.size = 4096;
+            file.state = FileStates::UpWait;
+            files << file;
+        }
+        emit store->allFile(1, files, false);
+        turns.time([] { QCoreApplication::processEvents(); });
+        if (from == 0)
+            turns.time([&] { view->expand(view->records()->indexOf(batch)); });
+    }
+    turns.tell("a batch opened, page by page");
+    std::printf("%d rows of files\n", page.list(UploadDDAO::Up)->rowCount(page.list(UploadDDAO::Up)->indexOf(batch)));
+    int number = 0;
+    QTimer changes;
+    QObject::connect(&changes, &QTimer::timeout, [&] {
+        number = (number + 7919) % rows;
+        emit store->fileStateChanged(number + 1, number % 2 ? FileStates::UpRun : FileStates::UpError, 0);
+        farm.fok = number;
+        emit store->farmCount(1, farm);
+    });
+    changes.start(5);
+    scroll(view, seconds, "scrolled under 200 changes a second");
+    for (int type : {3, 4, 2}) {
+        turns.time([&] { page.initDAOView(type); });
+        turns.time([] { QCoreApplication::processEvents(); });
+    }
+    turns.tell("tabs changed");
+    return 0;
+}
+
 int measure(int rows, int seconds)
 {
     DriverRig rig;
@@ -206,13 +267,17 @@ int main(int argc, char **argv)
     parser.addOption({"rows", "Entries of the folder.", "N", "100000"});
     parser.addOption({"seconds", "Of each scrolling.", "N", "5"});
     parser.addOption({"list", "Without a farm: the list alone."});
+    parser.addOption({"transfers", "Without a farm: a batch of N files in the list of transfers."});
     parser.addHelpOption();
     parser.process(app);
     qInstallMessageHandler([](QtMsgType, const QMessageLogContext &, const QString &) {});
     Startup::registerTypes();
     Startup::applyStyle();
     const int rows = parser.value("rows").toInt();
-    const int result = parser.isSet("list") ? listOnly(rows) : measure(rows, parser.value("seconds").toInt());
+    const int seconds = parser.value("seconds").toInt();
+    const int result = parser.isSet("list")        ? listOnly(rows)
+                       : parser.isSet("transfers") ? transfers(rows, seconds)
+                                                   : measure(rows, seconds);
     NetWork::destroy();
     NetTcp::destroy();
     return result;

@@ -6965,7 +6965,7 @@ Type: %2<byte value="xd"/>
     </message>
     <message>
         <source>将 %1 项移动到：</source>
-        <translation>Move %1 entries to:</translation>
+        <translation>Items to be moved: %1. Move them to:</translation>
     </message>
     <message>
         <source>创建</source>

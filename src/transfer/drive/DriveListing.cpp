@@ -97,7 +97,9 @@ bool DriveListing::entry(const QJsonObject &object, SubFile *entry)
     if (!DriveRest::usableId(entry->id) || (entry->type != SubFile::File && !folder) ||
         !(root || DriveRest::usableName(entry->name)))
         return false;
-    entry->size = folder ? 0 : countOf(object, "size");
+    entry->size = countOf(object, "size");
+    if (folder) // not every farm adds one up
+        entry->size = qBound<qlonglong>(0, entry->size, DriveRest::MaxSize);
     if (entry->size < 0 || entry->size > DriveRest::MaxSize)
         return false;
     entry->parent = textOf(object, "parent");

@@ -430,7 +430,8 @@ void FarmPage::branch(const QString &id)
 
 void FarmPage::driverSearh(QString name, QString id)
 {
-    Q_UNUSED(id) // below the folder that is open
+    Q_UNUSED(id)    // below the folder that is open
+    ++m_chainRound; // a way that is told only now would end the search
     m_searched = name;
     m_path->setSearch(name);
     m_model->open(m_type);
