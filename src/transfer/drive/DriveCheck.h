@@ -59,7 +59,7 @@ public:
     void mend(bool toDrive);
 
     // For callers that come back. 0: MostRun run already.
-    static constexpr int MostRun = 4, MostRemembered = 32;
+    static constexpr int MostRun = 4, MostRemembered = 8;
     static qlonglong remember(const std::shared_ptr<DriveCheck> &check);
     static std::shared_ptr<DriveCheck> remembered(qlonglong id);
 
