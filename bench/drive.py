@@ -222,7 +222,8 @@ def big(rig, dav, http, folder, table):
         settle(rig)
         add('up', moved(rig, '/drive/put?path=D/b%d' % turn, [source]))
         settle(rig)
-        add('dav up', dav.up(source, 'big'))
+        served = 'big%d' % turn  # a new name each time: its server remembers what it was sent
+        add('dav up', dav.up(source, served))
         settle(rig)
         back = os.path.join(folder, 'big-back%d' % turn)
         add('down', moved(rig, '/drive/get?path=D/b%d/big&to=%s' % (turn, back)))
@@ -230,12 +231,12 @@ def big(rig, dav, http, folder, table):
         gone(back)
         for server in (dav, http):
             settle(rig)
-            took = server.down('big', other)
+            took = server.down(served, other)
             add(server.kind + ' down', took)
             if server is dav:
                 add('checked', took + checked(os.path.join(other, 'file')))
             gone(other)
-        gone(os.path.join(dav.folder, 'big'))
+        gone(os.path.join(dav.folder, served))
     table.row('%d MiB up' % mib, 'MiB/s', rates['up'], rates['dav up'])
     for what, beside in (('webdav down', 'rclone webdav'), ('http down', 'rclone http'), ('checked', 'checked')):
         table.row('%d MiB down' % mib, 'MiB/s', rates['down'], rates[what], beside)
