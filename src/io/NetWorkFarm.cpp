@@ -186,8 +186,10 @@ void NetWork::roleToken(int farmId, QObject *guard, const TokenBack &done)
             qWarning().noquote() << "NetWork::roleToken: no token for farm" << farmId;
             done(drive, {});
         };
-        const auto take = [=, age = net->farmAge()](const FuncBody &rep) {
-            const QString token = tokenOf(rep);
+        const auto take = [=, age = net->farmAge(), access = net->accessToken(farmId)](const FuncBody &rep) {
+            QString token = tokenOf(rep);
+            if (token.isEmpty() && rep.object.value("data").isObject() && !rep.refuses() && isToken(access))
+                token = access; // a service without tokens of its own
             if (token.isEmpty())
                 return none();
             if (NetWork *now = instance())

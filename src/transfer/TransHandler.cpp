@@ -226,12 +226,18 @@ const TransHandler::Farm *TransHandler::farm(int farmId)
 void TransHandler::probeFarm(int farmId)
 {
     m_farms[farmId].asking = true;
-    NetWork::roleToken(farmId, this, [this, farmId, login = m_logins](const QString &url, const QString &token) {
+    const auto answered = [this, farmId, login = m_logins](const QString &url, const QString &token) {
         if (login == m_logins)
             return farmAnswered(farmId, url, token);
         m_farms[farmId].asking = false;
         if (!m_farms[farmId].tickets.isEmpty())
             probeFarm(farmId);
+    };
+    if (needsTicket())
+        return NetWork::roleToken(farmId, this, answered);
+    NetWork::skydriveUrl(farmId, this, [answered, farmId](const QString &url) {
+        const NetWork *net = NetWork::instance();
+        answered(url, net ? net->accessToken(farmId) : QString());
     });
 }
 

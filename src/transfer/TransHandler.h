@@ -65,6 +65,8 @@ protected:
     virtual void flushBatch(qlonglong key, const QList<BatchItem> &items, qlonglong sum);
     void startRenewal(); // the 20-minute timer: farms and tokens are asked anew
 
+    // Whether the workers speak to a file server. Those that don't go by the address and its access token alone.
+    virtual bool needsTicket() const { return true; }
     // The queue's own worker, for a socket.
     virtual TransWork *makeWork(bool retry, int backError) = 0;
     // ... and for an object store. description: of the store, with "backerror" and "socketPort" of the companion.

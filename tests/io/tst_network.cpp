@@ -69,10 +69,11 @@ class TestNetWork : public QObject
     void tellFarm(const QString &address)
     {
         business->answer(11100, [=](const BusinessPeer::Request &request) {
-            return BusinessPeer::Reply{1110000,
-                                       {{"addr", address + "/"},
-                                        {"addr-internal", "http://inside"},
-                                        {"accessToken", QStringLiteral("token-%1").arg(request.body["farmId"].toInt())}}};
+            return BusinessPeer::Reply{
+                1110000,
+                {{"addr", "HTTP" + address.mid(4) + "/"},
+                 {"addr-internal", "http://inside"},
+                 {"accessToken", QStringLiteral("00000000-0000-0000-0000-00000000000%1").arg(request.body["farmId"].toInt())}}};
         });
     }
 
@@ -229,14 +230,15 @@ private slots:
         };
         QCOMPARE(drive(3), http->url("/skydrive"));
         QCOMPARE(drive(3), http->url("/skydrive"));
-        QCOMPARE(net->accessToken(3), QString("token-3"));
+        QCOMPARE(net->accessToken(3), QString("00000000-0000-0000-0000-000000000003"));
         QCOMPARE(business->count(11100), 1); // asked once
         get("/skydrive/files");
-        QCOMPARE(http->requests.last().header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("token-3"));
+        QCOMPARE(http->requests.last().header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("00000000-0000-0000-0000-000000000003"));
         QCOMPARE(http->requests.last().header("X-BRONTEL-ROLE"), QByteArray("user"));
         get("/skydrive/stale");
         get("/skydrive/files");
-        QVERIFY(!http->requests.last().has("X-BRONTEL-ACCESS-TOKEN"));
+        QCOMPARE(http->requests.last().header("X-BRONTEL-ACCESS-TOKEN"),
+                 QByteArray("00000000-0000-0000-0000-000000000003")); // until there is a new one
         QCOMPARE(drive(3), http->url("/skydrive"));
         QCOMPARE(business->count(11100), 2);
         net->forgetTokens();
@@ -260,7 +262,8 @@ private slots:
         addRow("other name", HttpPeer::response("{\"data\":{\"a\":\"x\",\"uuid\":\"" + data + "\"}}"), none, uuid);
         addRow("plain text", HttpPeer::response("{\"data\":\"" + data + "\"}"), none, uuid);
         addRow("only by GET", HttpPeer::response("", "405 Method Not Allowed"), HttpPeer::response("{\"data\":\"" + data + "\"}"), uuid);
-        addRow("none", HttpPeer::response("{\"data\":{\"a\":\"x\"}}"), none, QString());
+        addRow("its access alone", HttpPeer::response("{\"data\":{\"a\":\"x\"}}"), none, "00000000-0000-0000-0000-000000000004");
+        addRow("none", HttpPeer::response("{\"result\":0,\"code\":1,\"data\":{}}"), none, QString());
         addRow("refused", HttpPeer::response("", "403 No"), HttpPeer::response("", "403 No"), QString());
     }
     void roleToken()
@@ -271,7 +274,7 @@ private slots:
         QTEST(role(4), "token");
         const int asked = http->requests.size();
         QCOMPARE(http->requests[0].path, QByteArray("/storage-secret-token/role"));
-        QCOMPARE(http->requests[0].header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("token-4"));
+        QCOMPARE(http->requests[0].header("X-BRONTEL-ACCESS-TOKEN"), QByteArray("00000000-0000-0000-0000-000000000004"));
         QCOMPARE(http->requests[0].header("X-BRONTEL-ROLE"), QByteArray("user"));
         QVERIFY(http->requests[0].body.isEmpty());
         QTEST(role(4), "token");

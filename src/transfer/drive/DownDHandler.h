@@ -24,6 +24,7 @@ public slots:
     void workFinished(db_downfile file, int isDel);
 
 protected:
+    bool needsTicket() const override { return false; }
     TransWork *makeWork(bool retry, int backError) override;
     int limit() const override;
     void prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile> *rows) override;
