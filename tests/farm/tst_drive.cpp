@@ -9,7 +9,8 @@ class TestDrive : public QObject
         explicit Wire(FarmOptions given = {}) : Bench(given) { login(); }
         HttpReply ask(const QByteArray &method, const QByteArray &path, const QJsonObject &body = {}, const QByteArray &more = {})
         {
-            return get("/skydrive" + path, headers() + more, method, body.isEmpty() ? QByteArray() : json(body));
+            const QByteArray kind = method == "POST" || method == "PUT" ? "Content-Type: application/json\r\n" : "";
+            return get("/skydrive" + path, headers() + kind + more, method, body.isEmpty() ? QByteArray() : json(body));
         }
         QJsonArray list(const QString &id, const char *more = "")
         {
@@ -49,14 +50,15 @@ private slots:
         QCOMPARE(drive.make("99", "x"), QString("1060001"));
         QCOMPARE(drive.code(drive.ask("PUT", "/files/move-files?fileType=1&targetParent=" + c.toLatin1() + "&ids=" + a.toLatin1())),
                  1060005);
-        QCOMPARE(drive.code(drive.ask("PUT", "/files/rename-files", {{"fileType", 1}, {"name", "b"}, {"id", a}})), 1060002);
-        QCOMPARE(drive.code(drive.ask("PUT", "/files/rename-files", {{"fileType", 1}, {"name", "a"}, {"id", a}})), 0);
+        QCOMPARE(drive.code(drive.ask("PUT", "/files/rename-files", {{"fileType", 1}, {"name", "b"}, {"diskName", "D"}, {"id", a}})),
+                 1060002);
+        QCOMPARE(drive.code(drive.ask("PUT", "/files/rename-files", {{"fileType", 1}, {"name", "a"}, {"diskName", "D"}, {"id", a}})), 0);
         QCOMPARE(drive.code(drive.ask("PUT", "/files/move-files?fileType=1&targetParent=" + b.toLatin1() + "&ids=" + a.toLatin1())), 0);
         const QJsonObject family = drive.ask("GET", "/files/" + c.toLatin1() + "/family?fileType=1").object().value("data").toObject();
         QCOMPARE(names(family.value("list").toArray()), QStringList({"c", "a", "b", "D"}));
         QCOMPARE(drive.farm.driveFiles().keys(), QStringList({"D/", "D/b/", "D/b/a/", "D/b/a/c/"}));
         QVERIFY(drive.farm.faults().set("drive-drop-reply=1@1")); // it's carried out all the same
-        QCOMPARE(drive.ask("POST", "/files", {{"fileType", 1}, {"name", "d"}, {"parent", c}}).status, 0);
+        QCOMPARE(drive.ask("POST", "/files", {{"fileType", 1}, {"name", "d"}, {"diskName", "D"}, {"parent", c}}).status, 0);
         drive.restart();
         drive.login();
         const QJsonObject entry = drive.ask("GET", "/files/" + b.toLatin1() + "?fileType=1").object().value("data").toObject();
