@@ -251,13 +251,13 @@ class Drives:
         """The upload store as its first version had it, with the tree as a batch under way."""
         while len(self.batches['put']) % 3 == 2:
             self.batches['put'].append(len(self.batches['put']))  # stays without a batch
-        n = len(self.batches['put'])
-        pri = self.ids['put', n] = 17000000000000 + 10 * n
-        self.batches['put'].append(n)
         self.rig.start_client()
         self.rig.wait_login()
         self.compare()
         self.rig.kill_client()
+        n = len(self.batches['put'])
+        pri = self.ids['put', n] = 17000000000000 + 10 * n
+        self.batches['put'].append(n)
         for end in '', '-wal', '-shm':
             if os.path.exists(path := os.path.join(self.rig.user_dir(), STORES['put'] + end)):
                 os.remove(path)
