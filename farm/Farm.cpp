@@ -153,6 +153,11 @@ QMap<QString, QString> Farm::driveFiles(int farmId, int tree) const
     });
 }
 
+bool Farm::fillDrive(const QString &path, int folders, int files, qint64 size)
+{
+    return ask<bool>([=](Core &core) { return core.drive->tree().fill(1, path, folders, files, size); });
+}
+
 qint64 Farm::driveUsed(int farmId) const
 {
     return ask<qint64>([farmId](Core &core) { return core.drive->tree().used(farmId); });

@@ -124,6 +124,8 @@ public:
     // The drive of a farm, tree 1 of files, 2 of results: path -> MD5, a folder's path ends with a slash and has none.
     QMap<QString, QString> driveFiles(int farmId = 1, int tree = 1) const;
     qint64 driveUsed(int farmId = 1) const;
+    // Files of made-up bytes: folders (0: none) times files of them below the path.
+    bool fillDrive(const QString &path, int folders, int files, qint64 size);
     // Puts a file there, with its folders and its disk.
     bool putDriveFile(int farmId, const QString &path, const QByteArray &bytes);
     // Requests of the analysis service: "started", "resumed", "stopped", "asked".

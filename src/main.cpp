@@ -1,4 +1,5 @@
 // The spine: which run mode, then the steps of a start in their order, the event loop, and the end in reverse order.
+#include "common/FileNames.h"
 #include "common/HelperModes.h"
 #include "common/Housekeeping.h"
 #include "common/LinkScheme.h"
@@ -131,6 +132,7 @@ int runClient(const RunMode &mode, SingleApp *app)
 
 int run(int argc, char **argv, QString *executable)
 {
+    FileNames::install();
     const QStringList words = RunMode::trusted(wordsOf(argc, argv));
     const RunMode mode = RunMode::of(words);
     if (mode.delay)

@@ -5085,10 +5085,6 @@ Save it to %3?</translation>
         <translation>A link leads out of what was chosen and isn't followed: %1</translation>
     </message>
     <message>
-        <source>文件夹无法读取，已跳过：%1</source>
-        <translation>A folder can't be read and is left out: %1</translation>
-    </message>
-    <message>
         <source>文件夹层数过多，已跳过：%1</source>
         <translation>Too many folders within each other, left out: %1</translation>
     </message>
@@ -5111,6 +5107,30 @@ Save it to %3?</translation>
     <message>
         <source>%1 中有 %2 项无法使用，已跳过</source>
         <translation>%2 entries of %1 can't be used and are left out</translation>
+    </message>
+    <message>
+        <source>链接层数过多，未跟随：%1</source>
+        <translation>Too many links on the way, not followed: %1</translation>
+    </message>
+    <message>
+        <source>不是普通文件，已跳过：%1</source>
+        <translation>Not a regular file, left out: %1</translation>
+    </message>
+    <message>
+        <source>文件已消失，已跳过：%1</source>
+        <translation>A file has vanished and is left out: %1</translation>
+    </message>
+    <message>
+        <source>传输无法保存</source>
+        <translation>The transfer can't be saved</translation>
+    </message>
+    <message>
+        <source>（另有 %1 条提示，详见日志）</source>
+        <translation> (and %1 more, see the log)</translation>
+    </message>
+    <message>
+        <source>文件夹无法读取，已跳过：%1（%2）</source>
+        <translation>A folder can't be read and is left out: %1 (%2)</translation>
     </message>
 </context>
 <context>

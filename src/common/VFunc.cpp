@@ -1,5 +1,6 @@
 // The skin over the platform layer; what names and links of scene files mean is in SceneNames.cpp.
 #include "common/VFunc.h"
+#include "common/FileNames.h"
 #include "common/platform/Platform.h"
 #include "common/platform/SafeFile.h"
 #include <atomic>
@@ -16,7 +17,7 @@ namespace
 constexpr int toolWaitMs = 30000;
 std::atomic<int> screenWidth{0}, screenHeight{0};
 
-std::string raw(const QString &text) { return text.toStdString(); }
+std::string raw(const QString &path) { return FileNames::native(path); }
 QString text(const std::string &value) { return QString::fromStdString(value); }
 
 QString macs()

@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDebug>
+#include <QRegularExpression>
 
 namespace
 {
@@ -62,12 +63,14 @@ bool UploadDDAO::open(const QString &userDir)
     m_lastPri = 0;
     m_shown.clear();
     m_blocks.clear();
+    m_gone.clear();
     if (!openFile(userDir + '/' + m_fileName))
         return false;
     if (!makeStore()) {
         qWarning().noquote() << "UploadDDAO::open another program holds" << m_fileName;
         return true; // made with the first batch
     }
+    m_gone = goneTables();
     if (m_which == Ok)
         return true; // TransokDHandler knows what is left over
     for (const QString &table : tables()) {
@@ -78,6 +81,7 @@ bool UploadDDAO::open(const QString &userDir)
     QSet<qlonglong> known;
     for (const db_upfarmD &farm : farms()) {
         known.insert(farm.pri);
+        m_blocks.insert(farm.pri, {});
         if (makeTables(farm.pri))
             mendRows(farm);
     }
@@ -123,12 +127,14 @@ void UploadDDAO::mendRows(const db_upfarmD &farm)
 {
     const QString dirs = dirTable(farm.pri), files = fileTable(farm.pri);
     Work work(this);
+    const QString hides = QStringLiteral("delete from %1 where state < 0 or state = 90"); // 90: of an older version
+    const int hidden = change(hides.arg(files));
+    change(hides.arg(dirs));
     exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?)").arg(dirs),
          {waiting(), waiting(), DirFailed});
     const QVariantList failed = failedStates();
-    const QVariantList states{waiting(), Hidden, waiting(), waiting() + 2, failed.first(), failed.last()};
-    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?,?,?,?)").arg(files), states);
-    const int hidden = change(QStringLiteral("delete from %1 where state = ?").arg(files), {Hidden});
+    const QVariantList states{waiting(), waiting(), waiting() + 2, failed.first(), failed.last()};
+    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?,?,?)").arg(files), states);
     const qlonglong rows = countFiles(farm.pri), lost = farm.fsum - farm.fok - rows - hidden;
     if (hidden > 0 || lost != 0)
         totalRows(farm.pri);
@@ -251,10 +257,11 @@ bool UploadDDAO::writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs,
 {
     Locker lock(m_mutex);
     Work work(this);
+    m_blocks[farm.pri] = {{}, 0, true};
     db_upfarmD row = farm;
     row.dirstate = dirs.isEmpty() ? DirWalked : DirWalking;
     row.fok = row.fup = row.fsum = row.fsize = 0;
-    return work && makeTables(farm.pri) && writeRow(row) && insertDirs(farm.pri, dirs) &&
+    return work && makeTables(farm.pri) && writeRow(row) && insertDirs(farm.pri, dirs, waiting()) &&
            insertFiles(farm.pri, files, waiting(), &row.fsum, &row.fsize) && addSums(farm.pri, row.fsum, row.fsize) &&
            work.commit();
 }
@@ -313,7 +320,7 @@ db_upfile UploadDDAO::fileFrom(const Row &row)
     file.hash = row.text("hash");
     file.size = row.number("size");
     file.pri = row.number("pri");
-    file.state = row.integer("state");
+    file.state = row.number("state") < 0 ? waiting() : row.integer("state"); // its folder is still being walked
     file.error = row.integer("error");
     file.oktime = row.number("oktime");
     file.placed = row.integer("placed");
@@ -393,10 +400,11 @@ bool UploadDDAO::removeFarm(qlonglong farmPri)
     {
         Locker lock(m_mutex);
         Work work(this);
-        if (!work || !exec("delete from farm where pri = ?", {farmPri}) ||
-            !exec(QStringLiteral("drop table if exists %1").arg(dirTable(farmPri))) ||
-            !exec(QStringLiteral("drop table if exists %1").arg(fileTable(farmPri))) || !retotal() || !work.commit())
+        if (!work || !exec("delete from farm where pri = ?", {farmPri}) || !leaveTable(dirTable(farmPri)) ||
+            !leaveTable(fileTable(farmPri)) || !retotal() || !work.commit()) {
+            m_gone = goneTables();
             return false;
+        }
         m_blocks.remove(farmPri);
     }
     emit farmDeleted(farmPri);
@@ -404,6 +412,51 @@ bool UploadDDAO::removeFarm(qlonglong farmPri)
     sums(&fok, &fsum);
     emit farmSumCount(fok, fsum);
     return true;
+}
+
+QStringList UploadDDAO::goneTables() { return tables().filter(QRegularExpression(QStringLiteral("^gone_"))); }
+
+// A small one goes at once.
+bool UploadDDAO::leaveTable(const QString &table)
+{
+    if (number("select count(*) from sqlite_master where type = 'table' and name = ?", {table}) <= 0)
+        return true;
+    const QString few = QStringLiteral("select count(*) from (select 1 from %1 limit %2)");
+    if (number(few.arg(table).arg(PieceRows)) < PieceRows)
+        return exec(QStringLiteral("drop table %1").arg(table));
+    QString name = QStringLiteral("gone_") + table;
+    while (m_gone.contains(name))
+        name += '_';
+    m_gone << name;
+    return exec(QStringLiteral("alter table %1 rename to %2").arg(table, name));
+}
+
+bool UploadDDAO::sweep()
+{
+    const QString table = m_gone.first();
+    const int rows = change(
+        QStringLiteral("delete from %1 where rowid in (select rowid from %1 limit %2)").arg(table).arg(PieceRows));
+    if (rows == PieceRows)
+        return true;
+    if (rows < 0 || !exec(QStringLiteral("drop table %1").arg(table)))
+        return false; // a disk that is full; the next opening finds it
+    m_gone.removeFirst();
+    return true;
+}
+
+bool UploadDDAO::tend()
+{
+    constexpr int MostBlocks = 16;
+    Locker lock(m_mutex);
+    if (!isOpen())
+        return false;
+    if (!m_gone.isEmpty())
+        return sweep();
+    for (auto it = m_blocks.begin(); it != m_blocks.end(); ++it) {
+        if (!it->all)
+            return countBlocks(it.key(), MostBlocks);
+    }
+    return false;
 }
 
 bool UploadDDAO::keepFarms(int most)
@@ -458,12 +511,12 @@ QList<db_updirD> UploadDDAO::nextDirs(qlonglong farmPri, int limit)
     return list;
 }
 
-bool UploadDDAO::insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs)
+bool UploadDDAO::insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs, qlonglong state)
 {
     const QString sql = QStringLiteral("insert or ignore into %1 (ids,lpath,dpath,pri,state) values (?,?,?,?,?)")
                             .arg(dirTable(farmPri));
     for (const db_updirD &dir : dirs) {
-        if (!exec(sql, {dir.ids, dir.lpath, dir.dpath, ++m_lastPri, waiting()}))
+        if (!exec(sql, {dir.ids, dir.lpath, dir.dpath, ++m_lastPri, state}))
             return false;
     }
     return true;
@@ -479,23 +532,53 @@ bool UploadDDAO::walked(qlonglong farmPri, const db_updirD &dir, const QList<db_
         const QString dirRows = dirTable(farmPri);
         Work work(this);
         qlonglong rows = 0, bytes = 0;
-        bool good = bool(work) && insertDirs(farmPri, dirs) &&
-                    insertFiles(farmPri, files, last ? waiting() : Hidden, &rows, &bytes) &&
-                    addSums(farmPri, rows, bytes);
+        const qlonglong state = last ? waiting() : -dir.pri;
+        bool good = bool(work) && insertDirs(farmPri, dirs, state) &&
+                    insertFiles(farmPri, files, state, &rows, &bytes) && addSums(farmPri, rows, bytes);
         if (good && last) {
-            good = exec(QStringLiteral("update %1 set state = ? where state = ?").arg(fileTable(farmPri)),
-                        {waiting(), Hidden}) &&
+            const QString show = QStringLiteral("update %1 set state = ? where state = ?");
+            good = exec(show.arg(fileTable(farmPri)), {waiting(), -dir.pri}) &&
+                   exec(show.arg(dirRows), {waiting(), -dir.pri}) &&
                    exec(QStringLiteral("delete from %1 where %2 = ? or pri = ?").arg(dirRows, keyColumn()),
                         {m_which == Down ? dir.dpath : dir.lpath, dir.pri}) &&
                    endWalk(farmPri);
         }
         if (!good || !work.commit()) {
-            m_blocks.remove(farmPri);
+            m_blocks[farmPri] = {};
             return false;
         }
     }
     if (last)
         tellCount(farmPri);
+    return true;
+}
+
+bool UploadDDAO::unwalk(qlonglong farmPri, const db_updirD &dir)
+{
+    const QString pieces =
+        QStringLiteral("select rowid from %1 where state = ? limit %2").arg(fileTable(farmPri)).arg(PieceRows);
+    for (qlonglong rows = PieceRows; rows == PieceRows;) {
+        Locker lock(m_mutex);
+        if (!hasTables(farmPri))
+            return true; // deleted meanwhile
+        Work work(this);
+        qlonglong bytes = 0;
+        const bool good =
+            work &&
+            each(QStringLiteral("select count(*), coalesce(sum(size),0) from %1 where rowid in (%2)")
+                     .arg(fileTable(farmPri), pieces),
+                 {-dir.pri},
+                 [&](const Row &row) {
+                     rows = row.at(0).toLongLong();
+                     bytes = row.at(1).toLongLong();
+                 }) &&
+            exec(QStringLiteral("delete from %1 where rowid in (%2)").arg(fileTable(farmPri), pieces), {-dir.pri}) &&
+            exec(QStringLiteral("delete from %1 where state = ?").arg(dirTable(farmPri)), {-dir.pri}) &&
+            addSums(farmPri, -rows, -bytes) && work.commit();
+        m_blocks[farmPri] = {};
+        if (!good)
+            return false; // the next opening finds them
+    }
     return true;
 }
 

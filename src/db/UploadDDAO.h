@@ -7,9 +7,12 @@
 // Rows and the sums that tell of them change in one transaction: fsum and fsize are always what is over plus what
 // stands in file_<pri>; a batch, its tables and its first rows come and go in one, too. Running rows read as waiting in
 // the file, so a kill leaves nothing to clean up; what runs is overlaid where pages are read. Rows of a folder too big
-// for one transaction come in as Hidden and are shown by its last one; those that a kill left go at opening, and the
-// folder is walked again. Opening also mends what can't have come from here (states that aren't known, numbers that are
-// missing or stand twice, sums unlike the rows), and says so.
+// for one transaction come in hidden, with the folder's own handle as negative state, and are shown by its last one;
+// those that a kill left go at opening, and the folder is walked again. Opening also mends what can't have come from
+// here (states that aren't known, numbers that are missing or stand twice, sums unlike the rows), and says so.
+//
+// What takes long with a million rows goes in pieces, so that nobody waits for the mutex: a batch that is removed is
+// gone at once, its tables are emptied by tend(); so are the numbers made that find a page by its position.
 #include "db/DriveRecords.h"
 #include "db/Store.h"
 #include <QHash>
@@ -22,8 +25,8 @@ public:
     enum Which { Up = 1, Down = 2, Ok = 3 };
     enum DirState { DirDue = 0, DirWalking = 1, DirWalked = 2 };
     static constexpr int PageRows = 30, DoneRows = 1000, HistoryFarms = 1000;
-    static constexpr int Hidden = 90;    // state of a file row whose folder isn't walked to its end
-    static constexpr int DirFailed = 13; // state of a folder that was given up
+    static constexpr int PieceRows = 2000; // of what is done by tend() and resumeSome() at a time
+    static constexpr int DirFailed = 13;   // state of a folder that was given up
 
     static UploadDDAO *instance(int which);
     bool open(const QString &userDir);
@@ -42,7 +45,7 @@ public:
     bool setFarmState(qlonglong farmPri, int state);
     bool setConflict(qlonglong farmPri, int conflict);
     bool setNote(qlonglong farmPri, const QString &note); // emits note
-    bool removeFarm(qlonglong farmPri);                   // with its tables; sums follow
+    bool removeFarm(qlonglong farmPri);                   // its tables are for tend(); sums follow
     bool keepFarms(int most);                             // history: the oldest go
     QSet<qlonglong> tableFarms();                         // that have tables, whether a row or not
     int cancelled() const;                                // state of a batch that is being deleted
@@ -51,10 +54,11 @@ public:
     // Folders.
     QList<db_updirD> nextDirs(qlonglong farmPri, int limit);
     // One walked folder, in one transaction: it goes, what was found comes in, sums follow. last false: a piece of a
-    // folder that goes on (rows stay Hidden, the folder stays). With no folder left the batch is walked (dirstate 2),
+    // folder that goes on (rows stay hidden, the folder stays). With no folder left the batch is walked (dirstate 2),
     // and its sums are taken from the rows.
     bool walked(qlonglong farmPri, const db_updirD &dir, const QList<db_updirD> &dirs, const QList<db_upfile> &files,
                 bool last = true);
+    bool unwalk(qlonglong farmPri, const db_updirD &dir);    // the pieces of a folder that can't go on, go
     bool dirFailed(qlonglong farmPri, const db_updirD &dir); // given up: kept, not walked again unless resumed
 
     // Files.
@@ -76,10 +80,13 @@ public:
     qlonglong countError(qlonglong farmPri, int error);             // of one store that it has
     qlonglong countFailed(qlonglong farmPri);
     qlonglong countDirs(qlonglong farmPri, bool failed);
-    bool resumeAll(qlonglong farmPri); // what is paused or failed waits again, failed folders too
+    // What is paused or failed waits again, failed folders too; some of it: 1, all of it: 0, -1 on failure.
+    int resumeSome(qlonglong farmPri);
+    bool resumeAll(qlonglong farmPri);
 
     QList<db_upfile> readPage(qlonglong farmPri, int page); // emits allFile
     void readFarms();                                       // emits allFarm and farmSumCount
+    bool tend();                                            // a few ms of what was put off; false: nothing is left
 
     // What runs, in memory only.
     void show(qlonglong filePri, int state, int error); // emits fileStateChanged
@@ -106,10 +113,14 @@ signals:
     void note(qlonglong farmPri, QString text);     // something to tell the user of this batch
 
 private:
-    // How many rows each stretch of Block numbers holds, per batch, once a page was read: a page by its position is
-    // then found without walking over all rows before it.
+    // How many rows each stretch of Block numbers holds, per batch: a page by its position is then found without
+    // walking over all rows before it.
     static constexpr qlonglong Block = 4096;
-    using Blocks = QMap<qlonglong, int>;
+    struct Blocks {
+        QMap<qlonglong, int> rows;
+        qlonglong known = 0; // stretches before this one are counted
+        bool all = false;
+    };
     UploadDDAO(int which, const QString &connection, const QString &fileName);
     QString keyColumn() const;
     bool makeStore();
@@ -119,15 +130,19 @@ private:
     bool makeTables(qlonglong farmPri);
     bool writeRow(const db_upfarmD &farm);
     bool writeFarm(const db_upfarmD &farm, const QList<db_updirD> &dirs, const QList<db_upfile> &files);
-    bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows, qlonglong *bytes);
-    bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs);
+    bool insertFiles(qlonglong farmPri, const QList<db_upfile> &files, qlonglong state, qlonglong *rows,
+                     qlonglong *bytes);
+    bool insertDirs(qlonglong farmPri, const QList<db_updirD> &dirs, qlonglong state);
     bool addSums(qlonglong farmPri, qlonglong rows, qlonglong bytes);
     bool retotal();
     db_upfarmD farmFrom(const Row &row);
     db_upfile fileFrom(const Row &row);
     qlonglong sizeOf(qlonglong farmPri, qlonglong filePri);
     void tellCount(qlonglong farmPri);
-    Blocks &blocks(qlonglong farmPri);
+    bool countBlocks(qlonglong farmPri, int most); // false: all of them are
+    bool sweep();                                  // a piece of what removed batches left
+    bool leaveTable(const QString &table);
+    QStringList goneTables();
     void count(qlonglong farmPri, qlonglong filePri, int change);
     int waiting() const;
     QVariantList failedStates() const;
@@ -140,4 +155,5 @@ private:
     qlonglong m_lastPri = 0;
     QHash<qlonglong, QPair<int, int>> m_shown; // running rows: state, error
     QHash<qlonglong, Blocks> m_blocks;
+    QStringList m_gone; // tables to be emptied
 };

@@ -10,7 +10,7 @@ QString dirTable(qlonglong farmPri) { return QStringLiteral("dir_%1").arg(farmPr
 QString fileTable(qlonglong farmPri) { return QStringLiteral("file_%1").arg(farmPri); }
 } // namespace
 
-bool UploadDDAO::insertFiles(qlonglong farmPri, const QList<db_upfile> &files, int state, qlonglong *rows,
+bool UploadDDAO::insertFiles(qlonglong farmPri, const QList<db_upfile> &files, qlonglong state, qlonglong *rows,
                              qlonglong *bytes)
 {
     const QString sql = QStringLiteral("insert or ignore into %1 (%2) values (?,?,?,?,?,?,?,?,?,?,?)")
@@ -144,7 +144,7 @@ bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
             !exec(QStringLiteral("update farm set fok = fok + ?, fup = fup + ? where pri = ?"),
                   {rows, bytes, farmPri}) ||
             !exec(QStringLiteral("update farm_sum set fok = fok + ?"), {rows}) || !work.commit()) {
-            m_blocks.remove(farmPri);
+            m_blocks[farmPri] = {};
             return false;
         }
         for (const db_upfile &file : files)
@@ -224,8 +224,9 @@ qlonglong UploadDDAO::countDirs(qlonglong farmPri, bool failed)
                   {failed ? DirFailed : waiting()}, 0);
 }
 
-bool UploadDDAO::resumeAll(qlonglong farmPri)
+int UploadDDAO::resumeSome(qlonglong farmPri)
 {
+    int files = 0;
     {
         Locker lock(m_mutex);
         const QVariantList failed = failedStates();
@@ -233,32 +234,53 @@ bool UploadDDAO::resumeAll(qlonglong farmPri)
         Work work(this);
         const int folders = change(QStringLiteral("update %1 set state = ? where state = ?").arg(dirTable(farmPri)),
                                    {waiting(), DirFailed});
-        if (!work || folders < 0 ||
-            !exec(QStringLiteral("update %1 set state = ?, error = 0 where state in (?,?,?)").arg(fileTable(farmPri)),
-                  {waiting(), paused, failed.first(), failed.last()}) ||
+        files = change(QStringLiteral("update %1 set state = ?, error = 0 where rowid in (select rowid from %1 where "
+                                      "state in (?,?,?) limit %2)")
+                           .arg(fileTable(farmPri))
+                           .arg(PieceRows),
+                       {waiting(), paused, failed.first(), failed.last()});
+        if (!work || folders < 0 || files < 0 ||
             (folders > 0 && !exec("update farm set dirstate = 1 where pri = ?", {farmPri})) || !work.commit())
-            return false;
+            return -1;
     }
+    if (files == PieceRows)
+        return 1;
     tellCount(farmPri);
-    return true;
+    return 0;
 }
 
-UploadDDAO::Blocks &UploadDDAO::blocks(qlonglong farmPri)
+bool UploadDDAO::resumeAll(qlonglong farmPri)
 {
-    auto found = m_blocks.find(farmPri);
-    if (found == m_blocks.end()) {
-        found = m_blocks.insert(farmPri, {});
-        each(QStringLiteral("select pri / %1, count(*) from %2 group by 1").arg(Block).arg(fileTable(farmPri)), {},
-             [&](const Row &row) { found->insert(row.at(0).toLongLong(), row.at(1).toInt()); });
+    int left = 1;
+    while (left == 1)
+        left = resumeSome(farmPri);
+    return left == 0;
+}
+
+bool UploadDDAO::countBlocks(qlonglong farmPri, int most)
+{
+    Blocks &blocks = m_blocks[farmPri];
+    const QString table = fileTable(farmPri);
+    for (; most > 0 && !blocks.all; --most) {
+        const qlonglong next = number(QStringLiteral("select coalesce(min(pri),-1) from %1 where pri >= ?").arg(table),
+                                      {blocks.known * Block});
+        if (next < 0) {
+            blocks.all = true;
+            break;
+        }
+        const qlonglong at = next / Block;
+        blocks.rows[at] = int(number(QStringLiteral("select count(*) from %1 where pri >= ? and pri < ?").arg(table),
+                                     {at * Block, (at + 1) * Block}, 0));
+        blocks.known = at + 1;
     }
-    return *found;
+    return !blocks.all;
 }
 
 void UploadDDAO::count(qlonglong farmPri, qlonglong filePri, int change)
 {
     const auto found = m_blocks.find(farmPri);
-    if (found != m_blocks.end())
-        (*found)[filePri / Block] += change;
+    if (found != m_blocks.end() && (found->all || filePri / Block < found->known))
+        found->rows[filePri / Block] += change;
 }
 
 QList<db_upfile> UploadDDAO::readPage(qlonglong farmPri, int page)
@@ -280,7 +302,9 @@ QList<db_upfile> UploadDDAO::readPage(qlonglong farmPri, int page)
                  {}, take);
         } else {
             qlonglong skip = qlonglong(qMax(0, page)) * PageRows, from = 0;
-            const Blocks counts = skip > 0 ? blocks(farmPri) : Blocks();
+            while (skip > 0 && countBlocks(farmPri, 1)) {
+            }
+            const QMap<qlonglong, int> counts = m_blocks.value(farmPri).rows;
             for (auto it = counts.cbegin(); it != counts.cend() && skip >= it.value(); ++it) {
                 skip -= it.value();
                 from = (it.key() + 1) * Block;

@@ -1,6 +1,5 @@
 // The drive's REST requests: what goes out, and what is believed of what comes back.
-#include "support/BusinessPeer.h"
-#include "support/HttpPeer.h"
+#include "RestRig.h"
 #include "support/TestMain.h"
 #include "transfer/drive/DriveRest.h"
 #include <QJsonDocument>
@@ -40,26 +39,6 @@ QString endOf(DriveRest question, DriveRest::Reply *reply = nullptr)
         return "nothing";
     return ends.join('|');
 }
-
-struct Rig {
-    BusinessPeer business;
-    HttpPeer rest;
-    int stale = 0; // answers that say 203 first
-    QByteArray body = R"({"code":0,"result":1,"list":[]})";
-    Rig()
-    {
-        business.takeClient();
-        business.answer(11100, 1110000, QJsonObject{{"addr", rest.url()}, {"addr-internal", rest.url()}, {"accessToken", "access"}});
-        rest.answer = [this](const HttpPeer::Request &) {
-            return HttpPeer::response(stale-- > 0 ? QByteArray(R"({"code":203,"result":0})") : body);
-        };
-    }
-    ~Rig()
-    {
-        NetWork::instance()->forgetDrives();
-        NetTcp::instance()->setLogin(false);
-    }
-};
 } // namespace
 
 void DriveRestTest::requests_data()
@@ -87,7 +66,7 @@ void DriveRestTest::requests()
     QFETCH(Question, question);
     QFETCH(QByteArray, line);
     QFETCH(QByteArray, body);
-    Rig rig;
+    RestRig rig;
     rig.body = R"({"code":0,"result":1,"list":[],"data":{"id":7,"name":"n","type":1,"size":1}})";
     QCOMPARE(endOf(*question), QString("answered"));
     const HttpPeer::Request request = rig.rest.requests.last();
@@ -126,7 +105,7 @@ void DriveRestTest::replies()
 {
     QFETCH(QByteArray, body);
     QFETCH(QString, end);
-    Rig rig;
+    RestRig rig;
     rig.body = body;
     DriveRest::Reply reply;
     QCOMPARE(endOf(DriveRest::children(3, 1, "5"), &reply), end);
@@ -140,7 +119,7 @@ void DriveRestTest::replies()
 // A stale access token is asked for anew and the question goes out once more, once.
 void DriveRestTest::staleToken()
 {
-    Rig rig;
+    RestRig rig;
     rig.stale = 1;
     QCOMPARE(endOf(DriveRest::children(3, 1, "5")), QString("answered"));
     QCOMPARE(rig.rest.requests.size(), 2);

@@ -248,7 +248,7 @@ private slots:
 
     void names()
     {
-        LocalNames local({"a", "a.vd", "b.vd", "x", "x"});
+        LocalNames local;
         QStringList got;
         for (const char *name : {"x", "x", "a", "a.vd", "b.vd", ".git", "x (2)"})
             got << local.take(name);

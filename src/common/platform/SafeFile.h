@@ -3,6 +3,7 @@
 // link is followed that another user has planted. Texts are UTF-8; descriptors are the C runtime's and belong to the
 // caller. Any thread; a Folder to one at a time.
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -11,6 +12,14 @@ namespace platform
 
 // A regular file for reading. -1 for everything else (pipe, device, folder, nothing), and none of it is waited for.
 int openRegular(const std::string &path);
+
+// Calls out with the name of everything in the folder but "." and "..", as it's stored (UTF-8 on Windows); the call
+// answers false to end it. False where the folder couldn't be read to its end, reason then says why, in English.
+bool readFolder(const std::string &path, const std::function<bool(const std::string &name)> &entry,
+                std::string *reason);
+
+// Whether names that differ only in case are one in this folder.
+bool foldsCase(const std::string &folder);
 
 // Gives an open file this size and, where the file system can, its blocks: 0 good, -1 not possible, -2 no room (the
 // size is then as it was). The position stays.

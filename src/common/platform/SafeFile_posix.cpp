@@ -1,8 +1,10 @@
 #include "common/platform/SafeFile.h"
 #include <atomic>
+#include <cctype>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -79,8 +81,56 @@ struct Folder::Held {
 Folder::Folder(std::unique_ptr<Held> held) : m_held(std::move(held)) {}
 Folder::~Folder() { close(m_held->fd); }
 
+bool readFolder(const std::string &path, const std::function<bool(const std::string &)> &entry, std::string *reason)
+{
+    const int fd = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NONBLOCK | O_CLOEXEC);
+    DIR *folder = fd < 0 ? nullptr : fdopendir(fd);
+    if (!folder) {
+        *reason = std::strerror(errno);
+        if (fd >= 0)
+            close(fd);
+        return false;
+    }
+    const dirent *found = nullptr;
+    for (errno = 0; (found = readdir(folder)); errno = 0) {
+        const std::string name = found->d_name;
+        if (name != "." && name != ".." && !entry(name))
+            break;
+    }
+    const int bad = found ? 0 : errno;
+    closedir(folder);
+    *reason = bad == 0 ? "" : std::strerror(bad);
+    return bad == 0;
+}
+
+// Told by the folder's own name, or by the next above it on the same volume that has letters.
+bool foldsCase(const std::string &folder)
+{
+    struct stat here, other;
+    if (stat(folder.c_str(), &here) != 0)
+        return false;
+    const dev_t volume = here.st_dev;
+    for (std::string path = folder; !path.empty(); path.resize(path.rfind('/'))) {
+        const std::size_t from = path.rfind('/');
+        if (from == std::string::npos || stat(path.c_str(), &here) != 0 || here.st_dev != volume)
+            return false;
+        std::string turned = path;
+        for (std::size_t i = from; i < turned.size(); ++i) {
+            if (std::isalpha(static_cast<unsigned char>(turned[i])))
+                turned[i] = char(turned[i] ^ 0x20);
+        }
+        if (turned != path)
+            return stat(turned.c_str(), &other) == 0 && other.st_dev == here.st_dev && other.st_ino == here.st_ino;
+    }
+    return false;
+}
+
 int openRegular(const std::string &path)
 {
+    // A device may act on being opened, and a pipe's other end would go on; what comes in between is found below.
+    struct stat before;
+    if (stat(path.c_str(), &before) != 0 || !S_ISREG(before.st_mode))
+        return -1;
     // Without O_NONBLOCK a pipe would be waited for until someone writes to it.
     const int fd = ::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC);
     struct stat info;

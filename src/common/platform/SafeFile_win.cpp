@@ -92,6 +92,27 @@ struct Folder::Held {
 Folder::Folder(std::unique_ptr<Held> held) : m_held(std::move(held)) {}
 Folder::~Folder() = default;
 
+bool readFolder(const std::string &path, const std::function<bool(const std::string &)> &entry, std::string *reason)
+{
+    WIN32_FIND_DATAW found{};
+    const HANDLE handle = FindFirstFileW((filePath(path) + L"\\*").c_str(), &found);
+    DWORD bad = handle == INVALID_HANDLE_VALUE ? GetLastError() : ERROR_SUCCESS;
+    for (bool more = handle != INVALID_HANDLE_VALUE; more;) {
+        const std::string name = narrow(found.cFileName);
+        if (name != "." && name != ".." && !entry(name))
+            break;
+        more = FindNextFileW(handle, &found);
+        if (!more && GetLastError() != ERROR_NO_MORE_FILES)
+            bad = GetLastError();
+    }
+    if (handle != INVALID_HANDLE_VALUE)
+        FindClose(handle);
+    *reason = bad == ERROR_SUCCESS ? "" : "system error " + std::to_string(bad);
+    return bad == ERROR_SUCCESS;
+}
+
+bool foldsCase(const std::string &) { return true; }
+
 int openRegular(const std::string &path)
 {
     const std::wstring name = filePath(path);

@@ -1,4 +1,5 @@
 #include "transfer/down/PartialFile.h"
+#include "common/FileNames.h"
 #include "common/platform/Platform.h"
 #include "common/VFunc.h"
 #include "common/WinUtil.h"
@@ -22,7 +23,7 @@ const QByteArray &thisStart()
 
 QByteArray padded(qint64 position) { return QByteArray::number(position).rightJustified(MarkWidth, ' '); }
 
-std::string raw(const QString &text) { return text.toStdString(); }
+std::string raw(const QString &path) { return FileNames::native(path); }
 
 qint64 fileSize(int fd)
 {

@@ -1,13 +1,12 @@
 #include "transfer/drive/DirWork.h"
+#include "common/FileNames.h"
 #include "common/platform/SafeFile.h"
 #include "common/Session.h"
-#include "common/VFunc.h"
 #include "io/NetTcp.h"
 #include "transfer/drive/DirScan.h"
 #include "transfer/drive/DriveFolder.h"
 #include <QDateTime>
 #include <QDebug>
-#include <QDirIterator>
 #include <QFileInfo>
 #include <QTimer>
 
@@ -24,6 +23,16 @@ QStringList realPrefixes(const QString &path)
         list << QFileInfo(path.left(at)).canonicalFilePath();
     list << QFileInfo(path).canonicalFilePath();
     return list;
+}
+
+int linksAmong(const QStringList &prefixes)
+{
+    int links = 0;
+    for (int i = 1; i < prefixes.size(); ++i) {
+        if (prefixes.at(i).section('/', 0, -2) != prefixes.at(i - 1))
+            ++links;
+    }
+    return links;
 }
 
 bool isWithin(const QString &path, const QString &folder)
@@ -48,10 +57,34 @@ void DirWork::again(int ms)
 
 bool DirWork::mayWalk() const { return !m_stop && Session::live() && !Session::closing(); }
 
+int DirWork::limitOf(int tries) const
+{
+    return int(qMin<qint64>(qint64(m_timing.firstLimitMs) << qBound(0, tries, 16), m_timing.lastLimitMs));
+}
+
+int DirWork::restOf(int tries) const
+{
+    return int(qMin<qint64>(qint64(m_timing.firstRestMs) << qBound(0, tries - 1, 16), m_timing.lastRestMs));
+}
+
+// All in the log; the last one, and that there are more, at the batch.
 void DirWork::tell(qlonglong farmPri, const QString &text)
 {
-    qWarning().noquote() << "DirWork::tell" << farmPri << text;
-    store()->setNote(farmPri, text);
+    Notes &notes = m_notes[farmPri];
+    notes.last = FileNames::shown(text);
+    notes.told = false;
+    ++notes.count;
+    qWarning().noquote() << "DirWork::tell" << farmPri << notes.last;
+}
+
+void DirWork::writeNotes(qlonglong farmPri)
+{
+    const auto found = m_notes.find(farmPri);
+    if (found == m_notes.end() || found->told)
+        return;
+    found->told = true;
+    const QString more = found->count > 1 ? tr("（另有 %1 条提示，详见日志）").arg(found->count - 1) : QString();
+    store()->setNote(farmPri, found->last + more);
 }
 
 void DirWork::dirOut()
@@ -80,6 +113,7 @@ void DirWork::dirOut()
     if (idle && m_walking && passed.isEmpty()) {
         m_walking = false;
         m_made.clear();
+        m_notes.clear();
         qDebug().noquote() << "DirWork::dirOut farm scan stop: ";
     }
     again(idle ? LookMs : 0);
@@ -89,8 +123,13 @@ void DirWork::dirOut()
 bool DirWork::followed(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &link)
 {
     const QString real = link.canonicalFilePath();
-    if (real.isEmpty() || realPrefixes(dir.lpath).contains(real)) {
+    const QStringList way = realPrefixes(dir.lpath);
+    if (real.isEmpty() || way.contains(real)) {
         qDebug().noquote() << "DirWork::followed a ring ends at" << link.filePath();
+        return false;
+    }
+    if (linksAmong(way) - linksAmong(realPrefixes(farm.lpath)) >= MostLinks) {
+        tell(farm.pri, tr("链接层数过多，未跟随：%1").arg(link.filePath()));
         return false;
     }
     const QString chosen = farm.lpath + '/' + dir.lpath.mid(farm.lpath.size()).section('/', 1, 1);
@@ -100,81 +139,118 @@ bool DirWork::followed(const db_upfarmD &farm, const db_updirD &dir, const QFile
     return false;
 }
 
-// Hands over what was read so far. False: the store didn't take it, and the folder is walked again later.
-bool DirWork::goesOn(const db_upfarmD &farm, const db_updirD &dir, bool last, QList<db_upfile> *files,
-                     QList<db_updirD> *dirs)
+// Hands over what has come so far; it's shown with the folder's last piece. A store that can't take it gets the folder
+// again later.
+bool DirWork::piece(const db_upfarmD &farm, const db_updirD &dir, Coming *coming)
 {
-    const bool good = store()->walked(farm.pri, dir, *dirs, *files, last);
-    files->clear();
-    dirs->clear();
+    coming->begun = true;
+    const bool good = store()->walked(farm.pri, dir, coming->dirs, coming->files, false);
+    coming->files.clear();
+    coming->dirs.clear();
     if (!good)
-        m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.firstRestMs;
+        coming->bad = tr("传输无法保存");
     return good;
+}
+
+bool DirWork::whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming)
+{
+    writeNotes(farm.pri);
+    const bool good = coming->bad.isEmpty() && store()->walked(farm.pri, dir, coming->dirs, coming->files);
+    m_troubles.remove(dir.pri);
+    if (good)
+        return true;
+    if (coming->begun)
+        store()->unwalk(farm.pri, dir);
+    m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.firstRestMs;
+    return false;
+}
+
+// Whether an entry of a local folder goes at all; what doesn't is told, unless it's excluded.
+bool DirWork::travels(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry)
+{
+    const bool folder = entry.isDir();
+    if (folder && entry.isSymLink() && !followed(farm, dir, entry))
+        return false;
+    if (folder && dir.dpath.count('/') > MostDepth) {
+        tell(farm.pri, tr("文件夹层数过多，已跳过：%1").arg(entry.filePath()));
+        return false;
+    }
+    if (folder || entry.isFile())
+        return true;
+    if (entry.exists()) { // a pipe would be waited for, a device may act on being read
+        tell(farm.pri, tr("不是普通文件，已跳过：%1").arg(entry.filePath()));
+        return false;
+    }
+    if (!entry.isSymLink()) {
+        tell(farm.pri, tr("文件已消失，已跳过：%1").arg(entry.filePath()));
+        return false;
+    }
+    return true; // a link to nothing fails where it's seen
+}
+
+// The name there; one that the drive wouldn't take gives way to another, unlike all others of the folder.
+QString DirWork::remoteName(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry, Coming *coming)
+{
+    const QString own = entry.fileName(), wanted = driveName(own);
+    if (wanted == own)
+        return own;
+    const auto taken = [&](const QString &name) {
+        const QFileInfo other(dir.lpath + '/' + name);
+        return coming->remote.contains(name) || other.exists() || other.isSymLink();
+    };
+    QString name = wanted;
+    for (int number = 2; taken(name); ++number)
+        name = LocalNames::numbered(wanted, number);
+    coming->remote.insert(name);
+    if (name != FileNames::plain(own, QChar::Null))
+        tell(farm.pri, tr("%1 在云盘上的名称为 %2").arg(entry.filePath(), name));
+    return name;
+}
+
+void DirWork::takeLocal(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry, Coming *coming)
+{
+    coming->any = true;
+    const QString name = remoteName(farm, dir, entry, coming);
+    const QString remote = dir.dpath.isEmpty() ? name : dir.dpath + '/' + name;
+    if (entry.isDir()) {
+        db_updirD below;
+        below.lpath = entry.filePath();
+        below.dpath = remote;
+        coming->dirs.append(below);
+        return;
+    }
+    db_upfile file;
+    file.lpath = entry.filePath();
+    file.remotePath = remote;
+    file.size = entry.size();
+    file.modtime = entry.exists() ? entry.lastModified().toMSecsSinceEpoch() : 0;
+    coming->files.append(file);
 }
 
 void DirWork::walkLocal(const db_upfarmD &farm, const db_updirD &dir)
 {
-    QList<db_upfile> files;
-    QList<db_updirD> dirs;
-    const QFileInfo self(dir.lpath);
-    if (!self.isDir() || !self.isReadable()) {
-        tell(farm.pri, tr("文件夹无法读取，已跳过：%1").arg(dir.lpath));
-        goesOn(farm, dir, true, &files, &dirs);
+    Coming coming{LocalNames()};
+    bool stopped = false;
+    std::string why;
+    const bool read = platform::readFolder(
+        FileNames::native(dir.lpath),
+        [&](const std::string &stored) {
+            const QString name = FileNames::text(stored);
+            const QFileInfo entry(dir.lpath + '/' + name);
+            stopped = m_stop;
+            if (stopped || coming.exclude.leavesOut(name, entry.isDir()) || !travels(farm, dir, entry))
+                return !stopped;
+            takeLocal(farm, dir, entry, &coming);
+            return coming.files.size() + coming.dirs.size() < PieceRows || piece(farm, dir, &coming);
+        },
+        &why);
+    if (stopped)
         return;
-    }
-    const DriveExclude exclude = DriveExclude::ofSettings();
-    QDirIterator entries(dir.lpath, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
-    QSet<QString> renamed; // names that aren't the same on the drive
-    bool any = false, deep = dir.dpath.count('/') > MostDepth;
-    while (entries.hasNext()) {
-        entries.next();
-        const QFileInfo info = entries.fileInfo();
-        const bool folder = info.isDir();
-        if (m_stop)
-            return;
-        if (exclude.leavesOut(info.fileName(), folder) || (folder && info.isSymLink() && !followed(farm, dir, info)))
-            continue;
-        if (folder && deep) {
-            tell(farm.pri, tr("文件夹层数过多，已跳过：%1").arg(info.filePath()));
-            continue;
-        }
-        if (!folder && info.exists() && !info.isFile()) {
-            qDebug().noquote() << "DirWork::walkLocal neither file nor folder:" << info.filePath();
-            continue;
-        }
-        any = true;
-        QString name = driveName(info.fileName());
-        if (name != info.fileName()) {
-            for (int number = 2; renamed.contains(name) || QFileInfo::exists(dir.lpath + '/' + name); ++number)
-                name = LocalNames::numbered(driveName(info.fileName()), number);
-            renamed.insert(name);
-            tell(farm.pri, tr("%1 在云盘上的名称为 %2").arg(info.filePath(), name));
-        }
-        const QString remote = dir.dpath.isEmpty() ? name : dir.dpath + '/' + name;
-        // A name that isn't valid text on this disk can't be opened by its text: as a file it fails where it's seen.
-        if (folder && info.exists()) {
-            db_updirD below;
-            below.lpath = info.filePath();
-            below.dpath = remote;
-            dirs.append(below);
-        } else {
-            db_upfile file;
-            file.lpath = info.filePath();
-            file.remotePath = remote;
-            file.size = info.size();
-            file.modtime = info.lastModified().toMSecsSinceEpoch();
-            files.append(file);
-        }
-        if (files.size() >= PieceRows) {
-            QList<db_updirD> none; // folders come in with the last piece, so that none is walked twice
-            if (!goesOn(farm, dir, false, &files, &none))
-                return;
-        }
-    }
-    if (!any)
+    if (!read)
+        tell(farm.pri, tr("文件夹无法读取，已跳过：%1（%2）").arg(dir.lpath, QString::fromStdString(why)));
+    if (!coming.any && read)
         return makeRemote(farm, dir);
-    m_troubles.remove(dir.pri);
-    goesOn(farm, dir, true, &files, &dirs);
+    whole(farm, dir, &coming);
 }
 
 // An empty folder has no file that would bring it along.
@@ -195,8 +271,9 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
         known = known.section('/', 0, -2);
     const QStringList left = dir.dpath.mid(known.size()).split('/', Qt::SkipEmptyParts);
     DriveFolder::reach(
-        farm.id, farm.filetype, {made.ids.value(known), known.section('/', 0, 0)}, left, true, m_timing.firstLimitMs,
-        this, [=](const SubFile &) { remoteMade(farm, dir); }, [=](const QString &why) { failed(farm, dir, why); },
+        farm.id, farm.filetype, {made.ids.value(known), known.section('/', 0, 0)}, left, true,
+        limitOf(m_troubles.value(dir.pri).tries), this, [=](const SubFile &) { remoteMade(farm, dir); },
+        [=](const QString &why) { failed(farm, dir, why); },
         [=](int names, const QString &id) {
             const QString below = left.mid(0, names).join('/');
             m_made[farm.pri].ids.insert(known.isEmpty() ? below : known + '/' + below, id);
@@ -207,10 +284,8 @@ void DirWork::remoteMade(const db_upfarmD &farm, const db_updirD &dir)
 {
     m_made[farm.pri].asking = false;
     m_inHand.remove(dir.pri);
-    m_troubles.remove(dir.pri);
-    QList<db_upfile> files;
-    QList<db_updirD> dirs;
-    goesOn(farm, dir, true, &files, &dirs);
+    Coming none{LocalNames()};
+    whole(farm, dir, &none);
     again(0);
 }
 
@@ -222,115 +297,12 @@ void DirWork::failed(const db_upfarmD &farm, const db_updirD &dir, const QString
     Trouble &trouble = m_troubles[dir.pri];
     if (NetTcp::isLogin())
         ++trouble.tries; // without a link nothing is known of the folder
-    const int doubled = qMin(trouble.tries, 16);
-    trouble.until = m_clock.elapsed() + qMin(m_timing.firstRestMs << qMax(0, doubled - 1), m_timing.lastRestMs);
+    trouble.until = m_clock.elapsed() + restOf(trouble.tries);
     qWarning().noquote() << "DirWork::failed" << dir.dpath << why << trouble.tries;
     if (trouble.tries < MostTries)
         return;
     m_troubles.remove(dir.pri);
     store()->dirFailed(farm.pri, dir);
     tell(farm.pri, tr("文件夹多次读取失败：%1（%2）").arg(dir.dpath, why));
-}
-
-void DirWork::getFileOut()
-{
-    QList<qlonglong> passed;
-    while (mayWalk() && NetTcp::isLogin() && m_inHand.size() < AsksInHand) {
-        const db_upfarmD farm = store()->nextWalk(passed);
-        if (farm.pri == 0)
-            break;
-        m_walking = true;
-        for (const db_updirD &dir : store()->nextDirs(farm.pri, AsksInHand + m_inHand.size() + m_troubles.size())) {
-            if (m_inHand.size() < AsksInHand && !m_inHand.contains(dir.pri) &&
-                m_troubles.value(dir.pri).until <= m_clock.elapsed())
-                ask(farm, dir);
-        }
-        passed << farm.pri;
-    }
-    if (m_inHand.isEmpty() && m_walking && passed.isEmpty()) {
-        m_walking = false;
-        qDebug().noquote() << "DirWork::getFileOut farm scan stop: ";
-    }
-    if (!m_waiting) {
-        m_waiting = true;
-        QTimer::singleShot(LookMs, this, [this] {
-            m_waiting = false;
-            getFileOut();
-        });
-    }
-}
-
-void DirWork::ask(const db_upfarmD &farm, const db_updirD &dir)
-{
-    m_inHand.insert(dir.pri);
-    const int tries = qMin(m_troubles.value(dir.pri).tries, 16);
-    DriveRest::children(farm.id, farm.filetype, DriveRest::lastId(dir.ids))
-        .within(qMin<qint64>(qint64(m_timing.firstLimitMs) << tries, m_timing.lastLimitMs))
-        .answered([=](const DriveRest::Reply &reply) {
-            m_inHand.remove(dir.pri);
-            listed(farm, dir, reply);
-            getFileOut();
-        })
-        .failed([=](const QString &why) {
-            failed(farm, dir, why);
-            getFileOut();
-        })
-        .send(this);
-}
-
-void DirWork::listed(const db_upfarmD &farm, const db_updirD &dir, const DriveRest::Reply &reply)
-{
-    if (!mayWalk())
-        return; // the row stays
-    std::string reason;
-    const auto folder = platform::Folder::reach(farm.lpath.toStdString(),
-                                                dir.lpath.mid(farm.lpath.size()).toStdString(), true, &reason);
-    if (!folder)
-        return failed(farm, dir, QString::fromStdString(reason));
-    QStringList names;
-    for (const SubFile &entry : reply.entries)
-        names << entry.name;
-    LocalNames local(names);
-    QSet<QString> remote;
-    QList<db_upfile> files;
-    QList<db_updirD> dirs;
-    const QStringList chain = dir.ids.split('/');
-    const DriveExclude exclude = DriveExclude::ofSettings();
-    for (const SubFile &entry : reply.entries) {
-        if (exclude.leavesOut(entry.name, entry.isFolder()))
-            continue;
-        if (entry.isFolder() && (chain.contains(entry.id) || chain.size() > MostDepth)) {
-            tell(farm.pri, tr("云盘文件夹互相包含，已跳过：%1").arg(dir.dpath + '/' + entry.name));
-            continue;
-        }
-        const QString name = local.take(entry.name);
-        if (name != entry.name)
-            tell(farm.pri, tr("%1 在本地的名称为 %2").arg(dir.dpath + '/' + entry.name, name));
-        QString path = dir.dpath + '/' + entry.name;
-        for (int number = 2; remote.contains(path); ++number)
-            path = dir.dpath + '/' + LocalNames::numbered(entry.name, number);
-        remote.insert(path);
-        if (entry.isFolder()) {
-            db_updirD below;
-            below.ids = dir.ids + '/' + entry.id;
-            below.lpath = dir.lpath + '/' + name;
-            below.dpath = path;
-            dirs.append(below);
-        } else {
-            db_upfile file;
-            file.idText = dir.ids + '/' + entry.id;
-            file.lpath = dir.lpath + '/' + name;
-            file.remotePath = path;
-            file.size = entry.size;
-            file.hash = entry.hash;
-            file.modtime = entry.updatedAt;
-            files.append(file);
-        }
-    }
-    if (reply.unusable > 0)
-        tell(farm.pri, tr("%1 中有 %2 项无法使用，已跳过").arg(dir.dpath).arg(reply.unusable));
-    if (files.isEmpty() && dirs.isEmpty())
-        folder->sync(); // nothing that comes into it will
-    m_troubles.remove(dir.pri);
-    goesOn(farm, dir, true, &files, &dirs);
+    writeNotes(farm.pri);
 }

@@ -1,19 +1,20 @@
 #pragma once
 // Walks the folders of drive batches while their files are already on their way, on a DirScan thread: takes a folder
-// row of the store, lists it, and gives it back as its folders and files in one transaction (UploadDDAO::walked). What
-// is walked isn't held in memory, so a kill costs the folder in hand and memory stays flat.
+// row of the store, lists it, and gives it back as its folders and files in one transaction, a big one in pieces
+// (UploadDDAO::walked). What is walked isn't held in memory, so a kill costs the folder in hand and memory stays flat.
 //
 //   local folder:  read -> rows; one that can't be read gives none and is told; an empty one is made on the drive
 //   remote folder: asked for (the limit doubles up to 60 s while it fails) -> made on this disk -> rows
 //                  ten failures: kept as failed and told, the rest goes on; resuming the batch walks it again
 //
-// Links to folders are followed once where they stay within what was chosen; those that lead out only where the batch
-// says so. A link or a listing that closes a ring ends there. Several remote folders are asked for at a time.
+// Links to folders are followed where they stay within what was chosen; those that lead out only where the batch says
+// so. A link or a listing that closes a ring ends there. Pipes, sockets and devices are left out and told. Several
+// remote folders are asked for at a time.
 #include "db/DriveRecords.h"
 #include "db/UploadDDAO.h"
 #include "transfer/drive/DriveNames.h"
-#include "transfer/drive/DriveRest.h"
 #include <atomic>
+#include <memory>
 #include <QElapsedTimer>
 #include <QHash>
 #include <QObject>
@@ -31,13 +32,16 @@ public:
     };
     static constexpr int MostTries = 10;
     static constexpr int MostDepth = 200;  // folders within each other
-    static constexpr int PieceRows = 5000; // of a local folder, at a time
+    static constexpr int MostLinks = 3;    // on the way to a folder: trees of links that lead to each other end
+    static constexpr int PieceRows = 5000; // of a folder, at a time
     static constexpr int AsksInHand = 4;   // remote folders
     static constexpr int LookMs = 250;     // where there is nothing to walk
 
     DirWork(int type, const std::atomic_bool &stop);
     void startScan();
     void setTiming(const Timing &timing) { m_timing = timing; }
+    int limitOf(int tries) const; // ms, for an answer after so many failures
+    int restOf(int tries) const;  // ms, before it's asked for again
 
 public slots:
     void dirOut();     // local
@@ -53,19 +57,43 @@ private:
         QHash<QString, QString> ids; // path -> id
         bool asking = false;
     };
+    // A folder on its way into the store.
+    struct Coming {
+        explicit Coming(const LocalNames &names) : local(names) {}
+        QList<db_upfile> files;
+        QList<db_updirD> dirs;
+        const DriveExclude exclude = DriveExclude::ofSettings();
+        LocalNames local;   // of a remote folder: names that are taken here
+        NameSet remote;     // names that are taken there
+        bool any = false;   // something travels
+        bool begun = false; // a piece is in the store
+        QString bad;        // why it can't go on
+    };
+    using ComingPtr = std::shared_ptr<Coming>;
+    struct Notes {
+        int count = 0;
+        QString last;
+        bool told = true;
+    };
     bool mayWalk() const;
     void again(int ms);
     UploadDDAO *store() const;
     void walkLocal(const db_upfarmD &farm, const db_updirD &dir);
     bool followed(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &link);
-    bool goesOn(const db_upfarmD &farm, const db_updirD &dir, bool last, QList<db_upfile> *files,
-                QList<db_updirD> *dirs);
+    bool travels(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry);
+    void takeLocal(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry, Coming *coming);
+    QString remoteName(const db_upfarmD &farm, const db_updirD &dir, const QFileInfo &entry, Coming *coming);
+    bool piece(const db_upfarmD &farm, const db_updirD &dir, Coming *coming); // false: the store didn't take it
+    bool whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming);
     void makeRemote(const db_upfarmD &farm, const db_updirD &dir);
     void remoteMade(const db_upfarmD &farm, const db_updirD &dir);
     void ask(const db_upfarmD &farm, const db_updirD &dir);
-    void listed(const db_upfarmD &farm, const db_updirD &dir, const DriveRest::Reply &reply);
+    bool reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, QString *why);
+    bool takeRemote(const db_upfarmD &farm, const db_updirD &dir, const SubFile &entry, Coming *coming);
+    void listed(const db_upfarmD &farm, const db_updirD &dir, Coming *coming, const QString &why, int unusable);
     void failed(const db_upfarmD &farm, const db_updirD &dir, const QString &why);
     void tell(qlonglong farmPri, const QString &text);
+    void writeNotes(qlonglong farmPri);
 
     const int m_type;
     const std::atomic_bool &m_stop;
@@ -74,6 +102,7 @@ private:
     QHash<qlonglong, Trouble> m_troubles; // by the folder's pri
     QSet<qlonglong> m_inHand;             // pri of folders that are asked for, or being made
     QHash<qlonglong, Made> m_made;        // by the batch's pri
+    QHash<qlonglong, Notes> m_notes;      // by the batch's pri
     bool m_walking = false;               // for the log
     bool m_waiting = false;               // the next look of getFileOut is due
 };

@@ -1,4 +1,5 @@
 #include "transfer/drive/DownDHandler.h"
+#include "common/FileNames.h"
 #include "common/platform/Platform.h"
 #include "common/Seam.h"
 #include "common/UserInfo.h"
@@ -43,10 +44,8 @@ void makeFolder(const QString &path)
 void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
 {
     farm.state = TransSet::DownWait;
-    QStringList names;
-    for (const SubFile &one : qAsConst(sfL))
-        names << one.name;
-    LocalNames local(names);
+    makeFolder(farm.lpath);
+    LocalNames local(LocalNames::Rules::ofFolder(farm.lpath));
     QList<db_updirD> dirs;
     QList<db_upfile> files;
     QSet<QString> remotes;
@@ -78,7 +77,6 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
             files.append(file);
         }
     }
-    makeFolder(farm.lpath);
     if (!store()->addFarm(farm, dirs, files))
         qWarning().noquote() << "DownDHandler::cfarm not written:" << farm.name;
     look();
@@ -234,6 +232,6 @@ bool DownDHandler::settled(const QList<db_upfile> &files)
 {
     std::set<std::string> folders;
     for (const db_upfile &file : files)
-        folders.insert(QFileInfo(file.lpath).path().toStdString());
+        folders.insert(FileNames::native(QFileInfo(file.lpath).path()));
     return platform::isWindows() || platform::syncVolumes({folders.begin(), folders.end()});
 }

@@ -170,11 +170,9 @@ bool DriveCheckWork::leaves(const DriveCheck::Pair &at, const QString &name, con
 // Names meet as a transfer makes them: those of the drive as they come to this disk, those of this disk as they go.
 void DriveCheckWork::folder(const DriveCheck::Pair &at, const QList<SubFile> &entries)
 {
-    QStringList names, all;
-    for (const SubFile &entry : entries)
-        names << entry.name;
+    QStringList all;
     const QHash<QString, QString> renamed = here(at, &all);
-    LocalNames local(names);
+    LocalNames local(LocalNames::Rules::ofFolder(at.lpath));
     QSet<QString> met;
     for (const SubFile &entry : entries) {
         if (*m_stop)

@@ -11,6 +11,7 @@
 namespace
 {
 constexpr int StaleGapMs = 2000, MostStale = 1;
+constexpr int TendMs = 20;
 } // namespace
 
 DriveHandler::DriveHandler(int which) : m_which(which)
@@ -28,7 +29,11 @@ DriveHandler::DriveHandler(int which) : m_which(which)
         if (farm.state == store()->cancelled())
             m_leaving.append({farm.pri}); // the last run ended before all of it was gone
     }
+    for (int store : {m_which, int(UploadDDAO::Ok)})
+        connect(
+            UploadDDAO::instance(store), &UploadDDAO::farmDeleted, this, [this] { tend(); }, Qt::QueuedConnection);
     startRenewal();
+    tend();
 }
 
 DriveHandler::~DriveHandler() = default;
@@ -36,6 +41,28 @@ DriveHandler::~DriveHandler() = default;
 QString DriveHandler::keyOf(qlonglong farmPri, qlonglong filePri)
 {
     return QStringLiteral("%1_%2").arg(farmPri).arg(filePri);
+}
+
+// What a million rows would make long, piece by piece.
+void DriveHandler::tend()
+{
+    bool more = false;
+    for (qlonglong farmPri : QSet<qlonglong>(m_resuming)) {
+        const int left = store()->resumeSome(farmPri);
+        if (left != 1)
+            resumed(farmPri);
+        more = more || left == 1;
+    }
+    more = store()->tend() || more;
+    if (m_which == UploadDDAO::Up) // of the two who could
+        more = UploadDDAO::instance(UploadDDAO::Ok)->tend() || more;
+    if (!more || m_tends)
+        return;
+    m_tends = true;
+    QTimer::singleShot(m_resuming.isEmpty() ? TendMs : 0, this, [this] {
+        m_tends = false;
+        tend();
+    });
 }
 
 void DriveHandler::look()
@@ -135,7 +162,7 @@ db_upfile DriveHandler::next(const db_upfarmD &farm, Batch *batch)
 // Nothing of the batch can be started. Over, or failed as a whole, only where nothing of it is under way.
 void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
 {
-    if (!batch->held.isEmpty() || !batch->delayed.isEmpty() || !batch->ready.isEmpty())
+    if (m_resuming.contains(farm.pri) || !batch->held.isEmpty() || !batch->delayed.isEmpty() || !batch->ready.isEmpty())
         return;
     const db_upfarmD fresh = store()->farm(farm.pri); // the walk may have ended meanwhile
     if (fresh.pri == 0 || fresh.dirstate != UploadDDAO::DirWalked)
@@ -301,9 +328,19 @@ void DriveHandler::reFarm(qlonglong farmPri)
         forgetRetries(keyOf(farmPri, it.key()));
     mine = {};
     mine.held = busy + unwritten(farmPri);
-    store()->resumeAll(farmPri);
     store()->setNote(farmPri, {});
-    store()->setFarmState(farmPri, waiting());
+    m_resuming.insert(farmPri);
+    tend();
+}
+
+// Only now the batch waits: a kill before leaves it paused, and resuming it does the rest.
+void DriveHandler::resumed(qlonglong farmPri)
+{
+    m_resuming.remove(farmPri);
+    if (exists(farmPri)) {
+        m_batches[farmPri].behind = 0;
+        store()->setFarmState(farmPri, waiting());
+    }
     store()->tellRefresh();
 }
 

@@ -118,6 +118,8 @@ private:
     bool written(bool wait);
     void again(qlonglong farmPri, const QList<db_upfile> &files);
     void leave();
+    void tend();
+    void resumed(qlonglong farmPri);
     bool forgetFarm(qlonglong farmPri);
     bool forgetFile(qlonglong farmPri, qlonglong filePri);
     void drop(const QString &key, int kind);
@@ -133,5 +135,6 @@ private:
     int m_overCount = 0;
     QList<Leaving> m_leaving;                               // what is being deleted
     QHash<qlonglong, QPair<qlonglong, qlonglong>> m_speeds; // batch -> speed, bytes of running files
-    bool m_nothing = false, m_soon = false;
+    QSet<qlonglong> m_resuming;                             // batches whose rows are on their way back to waiting
+    bool m_nothing = false, m_soon = false, m_tends = false;
 };

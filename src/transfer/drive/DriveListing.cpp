@@ -1,6 +1,7 @@
 #include "transfer/drive/DriveListing.h"
 #include "transfer/drive/DriveRest.h"
 #include <algorithm>
+#include <cmath>
 #include <QDateTime>
 #include <QHash>
 #include <QJsonArray>
@@ -12,15 +13,33 @@ constexpr int MostRest = 1 << 20, MostElement = 1 << 20, MostOpen = 64;
 
 QString textOf(const QJsonObject &object, const char *key)
 {
-    const QJsonValue value = object.value(QLatin1String(key));
-    return value.isDouble() ? QString::number(value.toDouble(), 'f', 0) : value.toVariant().toString();
+    const QVariant value = object.value(QLatin1String(key)).toVariant();
+    if (value.type() != QVariant::Double)
+        return value.toString();
+    const double number = value.toDouble(); // not one that a fraction or a lost digit would make another's
+    const bool whole = std::floor(number) == number && std::abs(number) <= DriveRest::MaxSize;
+    return whole ? QString::number(number, 'f', 0) : QString();
+}
+
+// Halves of characters, which no disk and no store takes, give way.
+QString nameOf(const QJsonObject &object)
+{
+    QString name = textOf(object, "name");
+    if (name.isValidUtf16())
+        return name;
+    for (int i = 0; i < name.size(); ++i) {
+        if (name.at(i).isHighSurrogate() && i + 1 < name.size() && name.at(i + 1).isLowSurrogate())
+            ++i;
+        else if (name.at(i).isSurrogate())
+            name[i] = QChar::ReplacementCharacter;
+    }
+    return name;
 }
 
 qlonglong countOf(const QJsonObject &object, const char *key)
 {
     bool good = false;
-    const QVariant value = object.value(QLatin1String(key)).toVariant();
-    const qlonglong count = value.toLongLong(&good);
+    const qlonglong count = textOf(object, key).toLongLong(&good);
     return good && count >= 0 ? count : -1;
 }
 
@@ -90,7 +109,7 @@ bool blank(char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }
 bool DriveListing::entry(const QJsonObject &object, SubFile *entry)
 {
     entry->id = textOf(object, "id");
-    entry->name = textOf(object, "name");
+    entry->name = nameOf(object);
     entry->type = object.value(QLatin1String("type")).toVariant().toInt();
     const bool folder = entry->type == SubFile::Folder;
     const bool root = folder && entry->id == QLatin1String(SubFile::Root);
@@ -234,11 +253,10 @@ void DriveListing::whole(const QByteArray &element)
 void DriveListing::accept(const SubFile &entry)
 {
     const bool own = m_folder.isEmpty() || (entry.id != m_folder && entry.id != QLatin1String(SubFile::Root));
-    if (!own || m_seen.contains(entry.id)) {
+    if (!own || !m_seen.insert(entry.id)) {
         ++m_unusable;
         return;
     }
-    m_seen.insert(entry.id);
     m_fresh.append(entry);
     const auto share = [](QString *kept, QString *text) {
         if (*kept == *text)

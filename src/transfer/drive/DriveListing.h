@@ -5,9 +5,9 @@
 // "data" itself. An answer that was cut or isn't JSON has a rest() that isn't JSON either. A value, one thread at a
 // time.
 #include "db/DriveRecords.h"
+#include "transfer/drive/DriveNames.h"
 #include <QByteArray>
 #include <QJsonObject>
-#include <QSet>
 #include <QVector>
 
 class DriveListing
@@ -35,6 +35,6 @@ private:
     bool m_list = false, m_text = false, m_escaped = false, m_data = false, m_broken = false;
     bool m_later = false; // a list behind the one that counts
     QVector<SubFile> m_fresh;
-    QSet<QString> m_seen;
+    NameSet m_seen;
     QString m_parent, m_disk; // of the last entry: most have the same
 };

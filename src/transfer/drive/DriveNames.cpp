@@ -1,55 +1,127 @@
 #include "transfer/drive/DriveNames.h"
+#include "common/FileNames.h"
 #include "common/platform/Platform.h"
+#include "common/platform/SafeFile.h"
 #include "common/ResultPath.h"
 #include "common/UserInfo.h"
+#include <utility>
 
 namespace
 {
-// Endings of a download's own files.
-QString withoutOwnEnding(const QString &name)
-{
-    for (const char *ending : {".xtemp", ".vd"}) {
-        if (name.endsWith(QLatin1String(ending), Qt::CaseInsensitive))
-            return name.left(name.size() - int(qstrlen(ending)));
-    }
-    return {};
-}
+constexpr int MostBytes = 255; // of a name on a disk, and characters on Windows
+constexpr int MostEnding = 32; // characters of an ending that a shortened name keeps
+constexpr std::size_t FirstSlots = 64;
+const char *const OwnEndings[] = {".xtemp", ".vd"}; // of a download's own files
 
-QString storable(const QString &name)
+int bytesOf(const QString &name) { return platform::isWindows() ? name.size() : int(FileNames::native(name).size()); }
+
+// With a mark before its ending; the stem gives way where both don't fit.
+QString fitted(const QString &name, const QString &mark)
 {
-    if (!platform::isWindows())
+    if (mark.isEmpty() && bytesOf(name) <= MostBytes)
         return name;
-    const QString safe = ResultPath::safeName(name);
-    return name.startsWith('.') && safe.startsWith(QLatin1String("_.")) ? safe.mid(1) : safe;
+    const int dot = name.lastIndexOf('.');
+    const bool ends = dot > 0 && name.size() - dot <= MostEnding;
+    const QString ending = mark + (ends ? name.mid(dot) : QString());
+    QString stem = ends ? name.left(dot) : name;
+    while (!stem.isEmpty() && bytesOf(stem) + bytesOf(ending) > MostBytes) {
+        const int bytes = bytesOf(stem) + bytesOf(ending) - MostBytes;
+        stem.chop(qMax(1, bytes / 4)); // a character has four bytes at most
+        if (!stem.isEmpty() && stem.at(stem.size() - 1).isHighSurrogate())
+            stem.chop(1);
+    }
+    return stem + ending;
 }
 } // namespace
 
-LocalNames::LocalNames(const QStringList &all)
+quint64 NameSet::markOf(const QString &text)
 {
-    for (const QString &name : all)
-        m_all.insert(fold(storable(name)));
+    quint64 mark = 14695981039346656037ull;
+    for (QChar c : text)
+        mark = (mark ^ c.unicode()) * 1099511628211ull;
+    mark ^= mark >> 32;
+    mark *= 0x9e3779b97f4a7c15ull;
+    mark ^= mark >> 29;
+    return mark == 0 ? 1 : mark; // 0: a free slot
 }
 
-QString LocalNames::fold(const QString &name)
+std::size_t NameSet::slotOf(quint64 mark) const
 {
-    return platform::isWindows() ? name.normalized(QString::NormalizationForm_C).toCaseFolded() : name;
+    std::size_t at = mark & (m_slots.size() - 1);
+    while (m_slots[at] != 0 && m_slots[at] != mark)
+        at = (at + 1) & (m_slots.size() - 1);
+    return at;
+}
+
+void NameSet::grow()
+{
+    const std::vector<quint64> old = std::exchange(m_slots, {});
+    m_slots.resize(qMax(FirstSlots, old.size() * 2));
+    for (quint64 mark : old) {
+        if (mark != 0)
+            m_slots[slotOf(mark)] = mark;
+    }
+}
+
+bool NameSet::contains(const QString &text) const { return m_count > 0 && m_slots[slotOf(markOf(text))] != 0; }
+
+bool NameSet::insert(const QString &text)
+{
+    if (m_count * 4 >= m_slots.size() * 3)
+        grow();
+    const quint64 mark = markOf(text);
+    quint64 &slot = m_slots[slotOf(mark)];
+    if (slot != 0)
+        return false;
+    slot = mark;
+    ++m_count;
+    return true;
+}
+
+LocalNames::Rules LocalNames::Rules::ofSystem() { return {platform::isWindows(), platform::isWindows()}; }
+
+LocalNames::Rules LocalNames::Rules::ofFolder(const QString &folder)
+{
+    return {platform::isWindows(), platform::foldsCase(FileNames::native(folder))};
+}
+
+QString LocalNames::fold(const QString &name) const
+{
+    return m_rules.fold ? name.normalized(QString::NormalizationForm_C).toCaseFolded() : name;
 }
 
 QString LocalNames::numbered(const QString &name, int number)
 {
-    const int dot = name.lastIndexOf('.');
-    const QString mark = QStringLiteral(" (%1)").arg(number);
-    return dot > 0 ? name.left(dot) + mark + name.mid(dot) : name + mark;
+    return fitted(name, QStringLiteral(" (%1)").arg(number));
+}
+
+bool LocalNames::isFree(const QString &name) const
+{
+    if (m_taken.contains(fold(name)))
+        return false;
+    for (const char *ending : OwnEndings) { // what stands there would be taken for the half of this one
+        if (m_taken.contains(fold(name + QLatin1String(ending))))
+            return false;
+    }
+    return true;
 }
 
 QString LocalNames::take(const QString &name)
 {
-    QString wanted = storable(name);
-    const QString base = withoutOwnEnding(wanted);
-    if (!base.isEmpty() && m_all.contains(fold(base)))
-        wanted += '_';
+    // What is called by a character that stands for a byte here is stored as its bytes.
+    QString wanted = FileNames::text(name.toStdString());
+    if (m_rules.windows) {
+        const QString safe = ResultPath::safeName(wanted);
+        wanted = wanted.startsWith('.') && safe.startsWith(QLatin1String("_.")) ? safe.mid(1) : safe;
+    }
+    for (const char *own : OwnEndings) {
+        const QLatin1String ending(own);
+        if (wanted.endsWith(ending, Qt::CaseInsensitive) && m_taken.contains(fold(wanted.chopped(ending.size()))))
+            wanted += '_';
+    }
+    wanted = fitted(wanted, {});
     QString free = wanted;
-    for (int number = 2; m_taken.contains(fold(free)); ++number)
+    for (int number = 2; !isFree(free); ++number)
         free = numbered(wanted, number);
     m_taken.insert(fold(free));
     return free;
@@ -58,7 +130,7 @@ QString LocalNames::take(const QString &name)
 QString driveName(const QString &localName)
 {
     static const QString refused = QStringLiteral("\\/:*?\"<>|");
-    QString name = localName;
+    QString name = FileNames::plain(localName, '_');
     for (QChar &c : name) {
         if (c < ' ' || refused.contains(c))
             c = '_';

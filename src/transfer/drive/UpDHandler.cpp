@@ -53,7 +53,7 @@ void UpDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     farm.lpath = commonFolder(sfL);
     QList<db_updirD> dirs;
     QList<db_upfile> files;
-    LocalNames names({}); // two that are called alike come from two places
+    LocalNames names; // two that are called alike come from two places
     QSet<QString> chosen;
     for (const SubFile &one : qAsConst(sfL))
         chosen.insert(one.lpath);
