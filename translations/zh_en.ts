@@ -5132,6 +5132,10 @@ Save it to %3?</translation>
         <source>文件夹无法读取，已跳过：%1（%2）</source>
         <translation>A folder can't be read and is left out: %1 (%2)</translation>
     </message>
+    <message>
+        <source>传输记录无法保存，磁盘可能已满</source>
+        <translation>The record of transfers can't be saved, the disk may be full</translation>
+    </message>
 </context>
 <context>
     <name>DriveFolder</name>
@@ -5161,6 +5165,10 @@ Save it to %3?</translation>
     <message>
         <source>%1 个文件已存在，已跳过</source>
         <translation>%1 files were here already and were skipped</translation>
+    </message>
+    <message>
+        <source>传输记录无法保存，磁盘可能已满</source>
+        <translation>The record of transfers can't be saved, the disk may be full</translation>
     </message>
 </context>
 <context>

@@ -386,13 +386,14 @@ bool UploadDDAO::setConflict(qlonglong farmPri, int conflict)
 
 bool UploadDDAO::setNote(qlonglong farmPri, const QString &text)
 {
+    int good = 0;
     {
         Locker lock(m_mutex);
-        if (change("update farm set note = ? where pri = ?", {text, farmPri}) <= 0)
-            return false;
+        good = change("update farm set note = ? where pri = ?", {text, farmPri});
     }
-    emit note(farmPri, text);
-    return true;
+    if (good != 0) // also where the store is what the note is about
+        emit note(farmPri, text);
+    return good > 0;
 }
 
 bool UploadDDAO::removeFarm(qlonglong farmPri)

@@ -6,6 +6,8 @@
 #include "transfer/drive/DriveCheck.h"
 #include <atomic>
 #include <cerrno>
+#include <csignal>
+#include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace
@@ -276,18 +278,45 @@ void DriveRoadTest::failures()
     QVERIFY(rig->onDrive().contains("T/p/gone"));
 }
 
+// No room in the middle, first on the drive, then here: told, nothing is lost, and continuing brings the rest.
 void DriveRoadTest::full()
 {
-    rig->write("src", {{"p/a", DriveRig::bytes(1000)}, {"p/b", DriveRig::bytes(1000, 2)}});
-    QVERIFY(rig->farm.faults().set("drive-full", "1"));
+    Tree tree{{"p/", {}}, {"p/big", DriveRig::bytes(12000000, 7)}};
+    for (int i = 0; i < 20; ++i)
+        tree.insert(QString("p/f%1").arg(i), DriveRig::bytes(100000, quint32(i)));
+    rig->write("src", tree);
+    const auto paused = [](UploadDDAO *store, const QString &why) {
+        return QTest::qWaitFor(
+            [&] {
+                const db_upfarmD farm = store->farms().value(0);
+                return (farm.state == TransSet::UpPause || farm.state == TransSet::DownPause) && farm.note.contains(why);
+            },
+            20000);
+    };
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up), *down = UploadDDAO::instance(UploadDDAO::Down);
+    DriveQueue::setUpLimit(1000);
     rig->put({"src/p"});
-    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
-    QVERIFY(QTest::qWaitFor(
-        [&] { return !up->farms().isEmpty() && up->farms().first().state == TransSet::UpPause && !up->farms().first().note.isEmpty(); },
-        20000));
+    QVERIFY(QTest::qWaitFor([&] { return up->farms().value(0).fok > 0; }, 20000));
+    QVERIFY(rig->farm.faults().set("drive-full", "1"));
+    DriveQueue::setUpLimit(0);
+    QVERIFY(paused(up, QStringLiteral("网盘空间不足")));
+    QVERIFY(up->farms().first().fok < 21);
     QVERIFY(rig->farm.faults().set("drive-full", ""));
     DriveQueue::resume(UploadDDAO::Up, up->farms().first().pri);
     QVERIFY(rig->waitOver(1));
+    // A limit on the size of files stands for a disk that gives no more.
+    signal(SIGXFSZ, SIG_IGN);
+    rlimit before;
+    getrlimit(RLIMIT_FSIZE, &before);
+    const rlimit little{8000000, before.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &little);
+    rig->fetch("back");
+    const bool told = paused(down, QStringLiteral("磁盘空间不足"));
+    setrlimit(RLIMIT_FSIZE, &before);
+    QVERIFY(told);
+    DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
+    QVERIFY(rig->waitOver(2));
+    QVERIFY(rig->read("back") == tree);
     QCOMPARE(rig->sumsDiffer(), QString());
 }
 

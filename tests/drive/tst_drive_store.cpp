@@ -114,6 +114,49 @@ private slots:
         QCOMPARE(sums(1), QString("0 6 0 60 6 2"));
     }
 
+    // Folders that come in pieces side by side: each is shown, or taken back, by itself.
+    void piecesSideBySide()
+    {
+        QVERIFY(up->addFarm(batch(1), {dir("a"), dir("b")}, {}));
+        const QList<db_updirD> both = up->nextDirs(1, 5);
+        QVERIFY(up->walked(1, both[0], {dir("a/x")}, files("a/", 3), false) && up->walked(1, both[1], {dir("b/x")}, files("b/", 4), false));
+        QCOMPARE(sums(1), QString("0 7 0 70 7 1"));
+        QVERIFY(up->walked(1, both[0], {}, files("a/more", 1)));
+        QCOMPARE(up->nextFiles(1, 0, 9).size(), 4);
+        QVERIFY(up->unwalk(1, both[1]));
+        QCOMPARE(sums(1), QString("0 4 0 40 4 1"));
+        QStringList left;
+        for (const db_updirD &one : up->nextDirs(1, 9))
+            left << one.dpath;
+        QCOMPARE(left, QStringList({"D/b", "D/a/x"}));
+    }
+
+    // What a removed batch leaves is emptied in pieces, by the next opening too; what is resumed comes in pieces.
+    void bigOnes()
+    {
+        QVERIFY(up->addFarm(batch(1), {}, files("x", 9000)) && up->addFarm(batch(2), {}, files("x", 5000)));
+        QCOMPARE(total(), QString("0 14000"));
+        QSqlQuery pause(QSqlDatabase::database("qndb_uploadD", false));
+        QVERIFY(pause.exec("update file_1 set state = 12"));
+        QVERIFY(pause.exec("update file_1 set state = 30 where pri % 2"));
+        QCOMPARE(up->resumeSome(1), 1);
+        QCOMPARE(up->nextFiles(1, 0, 20000).size(), int(UploadDDAO::PieceRows));
+        QVERIFY(up->resumeAll(1));
+        QCOMPARE(up->nextFiles(1, 0, 20000).size(), 9000);
+        QVERIFY(up->removeFarm(1));
+        QCOMPARE(total(), QString("0 5000"));
+        QCOMPARE(up->nextWalk({}).pri, 0);
+        QVERIFY(up->tend());
+        up->release();
+        QVERIFY(up->open(folder->path()));
+        QCOMPARE(total(), QString("0 5000"));
+        while (up->tend()) {
+        }
+        QSqlQuery tables(QSqlDatabase::database("qndb_uploadD", false));
+        QVERIFY(tables.exec("select count(*) from sqlite_master where type = 'table' and name not like 'sqlite%'") && tables.next());
+        QCOMPARE(tables.value(0).toInt(), 4); // of the other batch, farm, farm_sum
+    }
+
     // A folder that was given up is kept and due again when the batch is resumed; failed and paused rows too.
     void resumed()
     {
@@ -256,6 +299,15 @@ private slots:
         QCOMPARE(LocalNames::numbered("a.b.txt", 3), QString("a.b (3).txt"));
         QCOMPARE(LocalNames::numbered(".rc", 2), QString(".rc (2)"));
         QCOMPARE(driveName("a:b\\c?\nd|"), QString("a_b_c__d_"));
+        LocalNames folding({false, true}), windows({true, true});
+        QStringList folded;
+        for (const char *name : {"Case", "CASE", "\xc3\xa9", "e\xcc\x81"})
+            folded << folding.take(QString::fromUtf8(name));
+        QCOMPARE(folded, QStringList({"Case", "CASE (2)", QString::fromUtf8("\xc3\xa9"), QString::fromUtf8("e\xcc\x81 (2)")}));
+        got.clear();
+        for (const char *name : {"con", "aux.TXT", "a:b", "x. ", ".git", "X. ", "a\\b"})
+            got << windows.take(name);
+        QCOMPARE(got, QStringList({"_con", "_aux.TXT", "a_b", "x__", ".git", "X__ (2)", "a_b (2)"}));
         const DriveExclude rules("Thumbs.db; *~ ;autosave/;;[");
         QVERIFY(rules.leavesOut("thumbs.DB", false) && rules.leavesOut("a~", false) && rules.leavesOut("AutoSave", true));
         QVERIFY(!rules.leavesOut("autosave", false) && !rules.leavesOut("Thumbs.dbx", false) && !rules.leavesOut("a~b", true));

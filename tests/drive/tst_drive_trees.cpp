@@ -6,6 +6,8 @@
 #include "transfer/drive/DirWork.h"
 #include <fcntl.h>
 #include <QLocalServer>
+#include <QSqlDatabase>
+#include <QSqlQuery>
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 #include <unistd.h>
@@ -14,6 +16,7 @@ class DriveTreesTest : public QObject
 {
     Q_OBJECT
 private slots:
+    void initTestCase() { FileNames::install(); }
     void everySortOfName();
     void linksAndNoFiles();
     void changing();
@@ -21,6 +24,7 @@ private slots:
     void listings_data();
     void listings();
     void bigListing();
+    void storeFull();
     void limits();
 };
 
@@ -290,6 +294,52 @@ void DriveTreesTest::bigListing()
     DriveQueue::remove(UploadDDAO::Down, farm.pri);
     QVERIFY(QTest::qWaitFor([&] { return down->farms().isEmpty(); }, 20000));
     stop = true;
+}
+
+// A store that has no room for what is walked: told, and once there is some every file is in it, once.
+void DriveTreesTest::storeFull()
+{
+    QTemporaryDir folder;
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+    QVERIFY(up->open(folder.path()));
+    Session::setLive(true);
+    for (int i = 0; i < 6400; ++i) { // in pieces of a folder, and in small folders
+        const QString below = i < 6000 ? QString("/p/big") : QString("/p/%1").arg(i % 20);
+        QVERIFY(QDir().mkpath(folder.path() + below) && QFile(folder.path() + below + QString("/%1").arg(i)).open(QIODevice::WriteOnly));
+    }
+    db_upfarmD farm;
+    farm.pri = 7;
+    farm.state = TransSet::UpWait;
+    db_updirD dir;
+    dir.lpath = folder.path() + "/p";
+    dir.dpath = "T/p";
+    QVERIFY(up->addFarm(farm, {dir}, {}));
+    const auto number = [](const QString &pragma) {
+        QSqlQuery query(QSqlDatabase::database("qndb_uploadD", false));
+        return query.exec(pragma) && query.next() ? query.value(0).toInt() : -1;
+    };
+    for (int room : {8, 80}) {
+        number(QString("pragma max_page_count = %1").arg(number("pragma page_count") + room));
+        QSignalSpy notes(up, &UploadDDAO::note);
+        std::atomic_bool stop{false};
+        DirWork walk(DirScan::Local, stop);
+        walk.setTiming({100, 100, 10, 10});
+        walk.startScan();
+        QVERIFY(QTest::qWaitFor([&] { return !notes.isEmpty(); }, 20000));
+        QVERIFY(notes.first().at(1).toString().contains(QStringLiteral("无法保存")));
+        QCOMPARE(up->farm(7).dirstate, int(UploadDDAO::DirWalking));
+        stop = true;
+    }
+    number("pragma max_page_count = 1000000");
+    std::atomic_bool stop{false};
+    DirWork walk(DirScan::Local, stop);
+    walk.startScan();
+    QVERIFY(QTest::qWaitFor([&] { return up->farm(7).dirstate == UploadDDAO::DirWalked; }, 20000));
+    QCOMPARE(up->nextFiles(7, 0, 10000).size(), 6400);
+    QCOMPARE(up->farm(7).fsum, 6400);
+    stop = true;
+    Session::setLive(false);
+    up->release();
 }
 
 // The limit of an answer and the rest before the next doubles up to a minute.

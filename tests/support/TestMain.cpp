@@ -1,5 +1,4 @@
 #include "support/TestMain.h"
-#include "common/FileNames.h"
 #include <QTemporaryDir>
 #ifdef QT_WIDGETS_LIB
 #include "common/ui/SingleApp.h"
@@ -78,7 +77,6 @@ int main(int argc, char **argv)
     qputenv("XDG_DATA_HOME", (home + "/.local/share").toUtf8());
     // Never the key ring of the person who runs it.
     qputenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent");
-    FileNames::install();
     TestApp app(argc, argv);
     app.setApplicationName(QStringLiteral("VandrelQN"));
     int failed = 0, ran = 0;

@@ -157,10 +157,17 @@ bool DirWork::whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming
     writeNotes(farm.pri);
     const bool good = coming->bad.isEmpty() && store()->walked(farm.pri, dir, coming->dirs, coming->files);
     m_troubles.remove(dir.pri);
-    if (good)
+    if (good) {
+        if (std::exchange(m_unsaved, false))
+            store()->setNote(farm.pri, {});
         return true;
+    }
     if (coming->begun)
         store()->unwalk(farm.pri, dir);
+    if (!std::exchange(m_unsaved, true)) {
+        tell(farm.pri, tr("传输记录无法保存，磁盘可能已满"));
+        writeNotes(farm.pri);
+    }
     m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.firstRestMs;
     return false;
 }

@@ -103,6 +103,7 @@ private:
     QSet<qlonglong> m_inHand;             // pri of folders that are asked for, or being made
     QHash<qlonglong, Made> m_made;        // by the batch's pri
     QHash<qlonglong, Notes> m_notes;      // by the batch's pri
+    bool m_unsaved = false;               // the store takes nothing, and that was told
     bool m_walking = false;               // for the log
     bool m_waiting = false;               // the next look of getFileOut is due
 };

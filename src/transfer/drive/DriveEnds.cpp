@@ -79,7 +79,12 @@ bool DriveHandler::written(bool wait)
         } else if (result.left.contains(it.key())) {
             m_over[it.key()] += *it; // a store that is busy or full gets it later
             m_overCount += it->size();
+            if (!mine->unsaved)
+                store()->setNote(it.key(), tr("传输记录无法保存，磁盘可能已满"));
+            mine->unsaved = true;
         } else {
+            if (std::exchange(mine->unsaved, false))
+                store()->setNote(it.key(), {});
             for (const db_upfile &file : *it)
                 mine->held.remove(file.pri);
         }

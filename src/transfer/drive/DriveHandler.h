@@ -61,7 +61,8 @@ protected:
         qint64 until = 0; // rests
         int stale = 0;    // renewals of the access in a row that didn't help
         qint64 lastStale = 0;
-        bool asked = false; // the user, what to do with files that exist
+        bool asked = false;   // the user, what to do with files that exist
+        bool unsaved = false; // what ended can't be written, and that was told
     };
     virtual int limit() const = 0; // of workers
     // Rows that were just read; those that aren't to be started go (and into held, if they are settled otherwise).
