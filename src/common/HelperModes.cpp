@@ -143,7 +143,7 @@ void HelperModes::win7(const QString &executable)
     native.replace(QLatin1Char('/'), QLatin1Char('\\'));
     VFunc::setHKCU(QString::fromLatin1(layersKey), native, QStringLiteral("WIN7RTM"));
     // The explorer isn't elevated, so neither is what it starts.
-    QProcess::startDetached(QStringLiteral("explorer"), {native});
+    VFunc::startDetached(QStringLiteral("explorer"), {native});
 }
 
 HelperModes::CopyPlan HelperModes::copyPlan(const QByteArray &list, const QString &programDir)

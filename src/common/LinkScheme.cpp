@@ -4,7 +4,6 @@
 #include <QDebug>
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QStandardPaths>
 
@@ -63,7 +62,7 @@ bool LinkScheme::announce(const QString &program)
         return false;
     }
     // Systems without these tools look into the folder themselves.
-    QProcess::startDetached(QStringLiteral("update-desktop-database"), {folder});
-    QProcess::startDetached(QStringLiteral("xdg-mime"), {QStringLiteral("default"), name, Mime});
+    VFunc::startDetached(QStringLiteral("update-desktop-database"), {folder});
+    VFunc::startDetached(QStringLiteral("xdg-mime"), {QStringLiteral("default"), name, Mime});
     return true;
 }

@@ -11,6 +11,7 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QSaveFile>
+#include <QStandardPaths>
 
 namespace
 {
@@ -179,5 +180,13 @@ bool VFunc::openFolder(const QString &path)
 {
     const QString opener = platform::isWindows() ? QStringLiteral("explorer") : QStringLiteral("xdg-open");
     const platform::OpenMask mask;
-    return QFileInfo(path).isDir() && QProcess::startDetached(opener, {QDir::toNativeSeparators(path)});
+    return QFileInfo(path).isDir() && startDetached(opener, {QDir::toNativeSeparators(path)});
+}
+
+// A name is looked up here: the toolkit does it in the forked child, by the environment, whose lock another thread may
+// have held at the fork; then the child waits for ever, and this thread for the child.
+bool VFunc::startDetached(const QString &program, const QStringList &words)
+{
+    const QString path = QStandardPaths::findExecutable(program);
+    return !path.isEmpty() && QProcess::startDetached(path, words);
 }

@@ -52,6 +52,8 @@ public:
     // Writes the whole content under another name, syncs, renames over path: old or new, never half.
     static bool writeWhole(const QString &path, const QByteArray &content);
     static bool openFolder(const QString &path); // in the system's file manager
+    // A program, by path or by name, that outlives this one. False: there is none, or it can't be started.
+    static bool startDetached(const QString &program, const QStringList &words);
 
     // Local result folder of a task. obj: the keys of a 10805 row set or 10800 reply (clientResultRootPath,
     // resultRootPathEnum, softwareType, num, missionName or name, projectName, projectId, resultMiddleRulePath,

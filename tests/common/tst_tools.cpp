@@ -37,6 +37,7 @@ class TestTools : public QObject
 {
     Q_OBJECT
 private slots:
+    void startsWhileTheEnvironmentIsBusy();
     void logLine_data();
     void logLine();
     void logFileFollowsTheDay();
@@ -88,6 +89,26 @@ void TestTools::logFileFollowsTheDay()
     LogSink::uninstall();
     QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20310131.txt"), QByteArray("Warning:[23:59:59.999]old day\r\n"));
     QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20310201.txt"), QByteArray("[00:00:00.000]new day\r\n"));
+}
+
+// Programs by name start whatever the other threads hold at that moment.
+void TestTools::startsWhileTheEnvironmentIsBusy()
+{
+    std::atomic_bool over{false};
+    std::vector<std::thread> askers;
+    for (int i = 0; i < 3; ++i)
+        askers.emplace_back([&over] {
+            while (!over)
+                qgetenv("PATH");
+        });
+    int started = 0;
+    while (started < 50 && VFunc::startDetached("true", {}))
+        ++started;
+    over = true;
+    for (std::thread &one : askers)
+        one.join();
+    QCOMPARE(started, 50);
+    QVERIFY(!VFunc::startDetached("no-such-program-here", {}));
 }
 
 void TestTools::sevenLogsAreKept()
