@@ -5,7 +5,7 @@
 // word to the business server: from the moment it leaves nothing becomes durable any more, and the process dies.
 // VN_CUT="one.db:7" kills before the seventh change (write, length, sync, other name, end) of a file with that in its path;
 // "one.db>two.db:2" before the second change of a file of the second kind that follows right upon one of the first;
-// "one.db#:1" before the first change of a store's tables: page 1 goes into its write-ahead log.
+// "one.db-wal#:1" before the first change of a store's tables: page 1 goes into its write-ahead log with another schema.
 #include <atomic>
 #include <dirent.h>
 #include <fcntl.h>
@@ -16,6 +16,7 @@
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <sys/syscall.h>
@@ -198,9 +199,34 @@ extern "C" ssize_t write(int fd, const void *data, size_t length)
     return syscall(SYS_write, fd, data, length);
 }
 
+// Whether a page 1 of the store to be cut tells of other tables than the one that was read or written before.
+static bool otherTables(int fd, const void *data, size_t length)
+{
+    static std::atomic_uint known{0};
+    char link[64], path[PATH_MAX];
+    if (!cutTables || length < 512 || memcmp(data, "SQLite format 3", 16) != 0)
+        return false;
+    snprintf(link, sizeof link, "/proc/self/fd/%d", fd);
+    const ssize_t got = readlink(link, path, sizeof path - 1);
+    path[got < 0 ? 0 : got] = 0;
+    if (!strstr(path, std::string(cutNames[0], strcspn(cutNames[0], "-")).c_str()))
+        return false;
+    unsigned now;
+    memcpy(&now, static_cast<const char *>(data) + 40, sizeof now); // the schema's number
+    return known.exchange(now) != now;
+}
+
+extern "C" ssize_t pread64(int fd, void *data, size_t length, off64_t at)
+{
+    const ssize_t got = syscall(SYS_pread64, fd, data, length, at);
+    if (got > 0)
+        otherTables(fd, data, size_t(got));
+    return got;
+}
+
 extern "C" ssize_t pwrite64(int fd, const void *data, size_t length, off64_t at)
 {
-    changes(fd, cutTables && length == 24 && memcmp(data, "\0\0\0\1", 4) == 0); // the head of a frame in the log
+    changes(fd, otherTables(fd, data, length));
     return syscall(SYS_pwrite64, fd, data, length, at);
 }
 
