@@ -1,6 +1,7 @@
 #include "io/NetWork.h"
 #include "common/Session.h"
 #include "common/UserInfo.h"
+#include <algorithm>
 #include <atomic>
 #include <QDateTime>
 #include <QDebug>
@@ -13,6 +14,31 @@ constexpr int MostBusyMs = 600000;
 std::atomic<NetWork *> only{nullptr};
 constexpr int MostHeld = 1 << 20;   // bytes of an answer in pieces between the network and who asked
 constexpr int LongestInPieces = 20; // times the deadline
+
+// A body that can't be read a second time. Where a server closes a link in place of its answer the toolkit would send
+// the request again by itself, and what a POST makes would be made twice. Owned by its reply.
+class SentOnce : public QIODevice
+{
+public:
+    explicit SentOnce(QByteArray bytes) : m_bytes(std::move(bytes)) { open(ReadOnly | Unbuffered); }
+    bool isSequential() const override { return true; }
+    bool atEnd() const override { return m_at == m_bytes.size(); }
+    qint64 bytesAvailable() const override { return m_bytes.size() - m_at; }
+
+protected:
+    qint64 readData(char *to, qint64 most) override
+    {
+        const qint64 size = qMin(most, bytesAvailable());
+        std::copy_n(m_bytes.constData() + m_at, size, to);
+        m_at += size;
+        return size == 0 && most > 0 ? -1 : size;
+    }
+    qint64 writeData(const char *, qint64) override { return -1; }
+
+private:
+    const QByteArray m_bytes;
+    qint64 m_at = 0;
+};
 
 QString logText(const QByteArray &body)
 {
@@ -153,7 +179,7 @@ void NetWork::start(Verb verb, Pending entry)
         reply = m_manager->get(request);
         break;
     case Post:
-        reply = m_manager->post(request, entry.request.byte);
+        reply = postOnce(&request, entry.request.byte);
         break;
     case Put:
         reply = m_manager->put(request, entry.request.byte);
@@ -163,6 +189,16 @@ void NetWork::start(Verb verb, Pending entry)
         break;
     }
     setMap(reply, std::move(entry));
+}
+
+QNetworkReply *NetWork::postOnce(QNetworkRequest *request, const QByteArray &bytes)
+{
+    auto *body = new SentOnce(bytes);
+    request->setHeader(QNetworkRequest::ContentLengthHeader, bytes.size());
+    request->setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
+    QNetworkReply *reply = m_manager->post(*request, body);
+    body->setParent(reply);
+    return reply;
 }
 
 void NetWork::setMap(QNetworkReply *reply, Pending entry)
