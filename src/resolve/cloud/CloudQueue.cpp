@@ -65,15 +65,20 @@ void CloudQueue::look()
 void CloudQueue::startWaiting()
 {
     int running = 0;
+    QSet<int> asked; // farms
     const QList<db_resolve> rows = dao().toRemove() + dao().in({SceneState::Analysing});
-    for (const db_resolve &row : rows)
+    for (const db_resolve &row : rows) {
+        asked.insert(row.farmid);
         running += isSilent(row.farmid) || m_told.contains(row.rkey) ? 0 : 1;
+    }
     if (running >= MostRunning)
         return;
     for (const db_resolve &row : dao().in({SceneState::Waiting})) {
-        if (isSilent(row.farmid))
-            continue;
-        running += qMax(0, dao().begin(row.rkey));
+        const bool silent = isSilent(row.farmid);
+        if (silent && asked.contains(row.farmid))
+            continue; // one of its scenes is enough to find out when it answers again
+        asked.insert(row.farmid);
+        running += silent ? qMin(0, dao().begin(row.rkey)) : qMax(0, dao().begin(row.rkey));
         if (running >= MostRunning)
             return;
     }
