@@ -46,7 +46,7 @@ public:
         int end = 0;
         question.answered([&](const DriveRest::Reply &rep) { *reply = rep, end = 1; }).failed([&](const QString &) { end = 2; });
         question.send(&guard);
-        return QTest::qWaitFor([&] { return end != 0; }, 10000) && end == 1;
+        return comes([&] { return end != 0; }) && end == 1;
     }
     QList<SubFile> children(const QString &id)
     {

@@ -3,7 +3,6 @@
 #include "support/TestMain.h"
 #include "transfer/drive/DriveRest.h"
 #include <QJsonDocument>
-#include <QtTest>
 
 using Question = std::shared_ptr<DriveRest>;
 Q_DECLARE_METATYPE(Question)
@@ -35,7 +34,7 @@ QString endOf(DriveRest question, DriveRest::Reply *reply = nullptr)
         .refused([&](const DriveRest::Reply &rep) { ends << "refused " + rep.text; })
         .lost([&](const QString &) { ends << "lost"; })
         .send(&guard);
-    if (!QTest::qWaitFor([&] { return !ends.isEmpty(); }, 8000))
+    if (!comes([&] { return !ends.isEmpty(); }))
         return "nothing";
     return ends.join('|');
 }

@@ -127,7 +127,7 @@ void DriveTreesTest::changing()
     QSet<qlonglong> running;
     connect(up, &UploadDDAO::fileSpeedChanged, this, [&](qlonglong pri) { running << pri; });
     rig.put({"src/p", "src/chosen"});
-    QVERIFY(QTest::qWaitFor([&] { return running.size() >= names.size(); }, 30000));
+    QVERIFY(comes([&] { return running.size() >= names.size(); }));
     for (const char *how : sent.values() + failed.values()) {
         QProcess shell;
         shell.setWorkingDirectory(rig.local("src/p"));
@@ -252,7 +252,7 @@ void DriveTreesTest::listings()
         const QList<db_updirD> left = down->nextDirs(7, 1);
         return left.isEmpty() || left.first().ids != dir.ids;
     };
-    QVERIFY(QTest::qWaitFor(walked, 10000));
+    QVERIFY(comes(walked));
     QStringList paths;
     for (const db_upfile &row : down->nextFiles(7, 0, 100))
         paths << row.lpath.mid(dir.lpath.size() + 1);
@@ -292,7 +292,7 @@ void DriveTreesTest::bigListing()
     QCOMPARE(farm.fsum, 12000);
     QCOMPARE(down->countFiles(farm.pri), farm.fsum - farm.fok);
     DriveQueue::remove(UploadDDAO::Down, farm.pri);
-    QVERIFY(QTest::qWaitFor([&] { return down->farms().isEmpty(); }, 20000));
+    QVERIFY(comes([&] { return down->farms().isEmpty(); }));
     stop = true;
 }
 
@@ -325,7 +325,7 @@ void DriveTreesTest::storeFull()
         DirWork walk(DirScan::Local, stop);
         walk.setTiming({100, 100, 10, 10});
         walk.startScan();
-        QVERIFY(QTest::qWaitFor([&] { return !notes.isEmpty(); }, 20000));
+        QVERIFY(comes([&] { return !notes.isEmpty(); }));
         QVERIFY(notes.first().at(1).toString().contains(QStringLiteral("无法保存")));
         QCOMPARE(up->farm(7).dirstate, int(UploadDDAO::DirWalking));
         stop = true;
@@ -334,7 +334,7 @@ void DriveTreesTest::storeFull()
     std::atomic_bool stop{false};
     DirWork walk(DirScan::Local, stop);
     walk.startScan();
-    QVERIFY(QTest::qWaitFor([&] { return up->farm(7).dirstate == UploadDDAO::DirWalked; }, 20000));
+    QVERIFY(comes([&] { return up->farm(7).dirstate == UploadDDAO::DirWalked; }));
     QCOMPARE(up->nextFiles(7, 0, 10000).size(), 6400);
     QCOMPARE(up->farm(7).fsum, 6400);
     stop = true;

@@ -73,14 +73,14 @@ public:
         dialog->setDirectory(local(path));
         dialog->findChild<QLineEdit *>()->setText(local(path));
         dialog->findChild<QDialogButtonBox *>()->button(QDialogButtonBox::Open)->click();
-        return QTest::qWaitFor([] { return !topLevel<QFileDialog>(); });
+        return comes([] { return !topLevel<QFileDialog>(); });
     }
 
     FarmPage *page() const { return main->page(); }
     FolderModel *model() const { return page()->model(); }
     bool settled() const
     {
-        return QTest::qWaitFor([this] { return page() && !page()->busy(); });
+        return comes([this] { return page() && !page()->busy(); });
     }
     QStringList names() const
     {
@@ -91,7 +91,7 @@ public:
     }
     bool shows(const QStringList &wanted) const
     {
-        if (!QTest::qWaitFor([&] { return !page()->busy() && names() == wanted; }))
+        if (!comes([&] { return !page()->busy() && names() == wanted; }))
             qWarning() << names() << page()->error() << message();
         return names() == wanted && !page()->busy();
     }
@@ -123,7 +123,7 @@ public:
         choose({name});
         const QString id = idOf(name);
         key(Qt::Key_Return);
-        return QTest::qWaitFor([&] { return page()->folder() == id && !page()->busy(); });
+        return comes([&] { return page()->folder() == id && !page()->busy(); });
     }
     void key(int key, Qt::KeyboardModifiers with = {}) const
     {
@@ -140,7 +140,7 @@ public:
     // Types over the name that is being edited; end: Return or Escape.
     bool typeName(const QString &text, int end = Qt::Key_Return) const
     {
-        if (!QTest::qWaitFor([this] { return editor() != nullptr; }))
+        if (!comes([this] { return editor() != nullptr; }))
             return false;
         QLineEdit *edit = editor();
         edit->selectAll();
@@ -152,7 +152,7 @@ public:
     QStringList farmHas(int number = 1) const { return farm.driveFiles(number).keys(); }
     bool comesTo(const QStringList &paths) const
     {
-        if (!QTest::qWaitFor([&] { return farmHas() == paths; }))
+        if (!comes([&] { return farmHas() == paths; }))
             qWarning() << farmHas();
         return farmHas() == paths;
     }

@@ -13,7 +13,6 @@
 #include <QRandomGenerator>
 #include <QScrollBar>
 #include <QTemporaryDir>
-#include <QtTest>
 
 namespace
 {

@@ -2,12 +2,12 @@
 // The other end of the farm's wires, written byte by byte from the formats, with blocking sockets (the farm has a
 // thread of its own). Shared by the tests of this folder.
 #include "Farm.h"
+#include "support/TestMain.h"
 #include <QCryptographicHash>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QtTest>
 
 inline QByteArray be32(qint32 value)
 {
@@ -56,7 +56,7 @@ public:
     explicit BusinessWire(const FarmPorts &ports)
     {
         m_socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(ports.business));
-        m_socket.waitForConnected(5000);
+        m_socket.waitForConnected(Patience);
     }
     static QByteArray package(int seq, int module, int cmd, const QByteArray &body)
     {
@@ -78,8 +78,8 @@ public:
         return m_seq++;
     }
     // The reply to this request; pushes that come meanwhile are kept. val 0 when none came.
-    Reply ask(int cmd, const QJsonObject &body, int ms = 5000) { return askRaw(cmd, json(body), ms); }
-    Reply askRaw(int cmd, const QByteArray &body, int ms = 5000)
+    Reply ask(int cmd, const QJsonObject &body, int ms = Patience) { return askRaw(cmd, json(body), ms); }
+    Reply askRaw(int cmd, const QByteArray &body, int ms = Patience)
     {
         const int seq = post(cmd, body);
         Reply one;
@@ -91,7 +91,7 @@ public:
         return {};
     }
     // The next push of that command, from those kept or from the wire.
-    Reply push(int cmd, int ms = 10000)
+    Reply push(int cmd, int ms = Patience)
     {
         for (int i = 0;; ++i) {
             Reply one;
@@ -118,7 +118,7 @@ public:
         m_bytes.remove(0, whole);
         return true;
     }
-    bool closed(int ms = 5000)
+    bool closed(int ms = Patience)
     {
         while (m_socket.state() == QAbstractSocket::ConnectedState && m_socket.waitForReadyRead(ms)) {
         }
@@ -140,7 +140,7 @@ struct HttpReply {
 };
 
 // One request on a connection that may be kept; headers without the last line end.
-inline HttpReply http(QTcpSocket &socket, const QByteArray &request, int ms = 5000)
+inline HttpReply http(QTcpSocket &socket, const QByteArray &request, int ms = Patience)
 {
     socket.write(request);
     QByteArray bytes;
@@ -184,7 +184,7 @@ public:
     {
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(ports.http));
-        if (!socket.waitForConnected(5000))
+        if (!socket.waitForConnected(Patience))
             return {};
         return http(socket, method + ' ' + target + " HTTP/1.1\r\nHost: 127.0.0.1:" + QByteArray::number(ports.http) + "\r\n" + headers +
                                 "Content-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
@@ -260,14 +260,14 @@ public:
     explicit FileWire(const Bench &bench) : m_token(bench.token)
     {
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(bench.ports.file));
-        socket.waitForConnected(5000);
+        socket.waitForConnected(Patience);
     }
     void send(int phase, int command, qint64 offset, const QByteArray &body)
     {
         socket.write(be32(0x11121314) + be32(phase) + be64(offset) + be32(command) + m_token + be32(body.size()) + body);
         socket.flush();
     }
-    FileReply reply(int ms = 8000)
+    FileReply reply(int ms = Patience)
     {
         QByteArray bytes;
         while (bytes.size() < 32 || bytes.size() < 32 + at32(bytes, 28)) {
@@ -278,7 +278,7 @@ public:
         return {at32(bytes, 4), at32(bytes, 12), at32(bytes, 24), bytes.mid(32)};
     }
     int id = 500; // of the file in its order
-    FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, int ms = 8000)
+    FileReply ask(int task, const QString &key, qint64 size, qint64 zip = 0, int ms = Patience)
     {
         send(0, 70000, -1,
              json({{"fileId", QString::number(id)},

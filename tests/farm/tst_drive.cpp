@@ -77,7 +77,7 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         const QJsonArray last = drive.list(big, "&page=100&pageSize=1000");
-        QVERIFY2(clock.elapsed() < 1000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < 10000, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(last.size(), 1000);
         QCOMPARE(names(last).last(), QString("file099999.bin"));
         const auto found = [&drive](const char *text, const QString &below) {

@@ -54,7 +54,7 @@ private slots:
             bench.wire = std::make_unique<BusinessWire>(bench.ports);
         bench.wire->post(cmd, "{\"missionId\":99}");
         Reply one;
-        QVERIFY(bench.wire->next(&one, 5000));
+        QVERIFY(bench.wire->next(&one, Patience));
         QTEST(one.val, "answer");
     }
 
@@ -116,7 +116,7 @@ private slots:
         Bench bench;
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(bench.ports.http));
-        QVERIFY(socket.waitForConnected(5000));
+        QVERIFY(socket.waitForConnected(Patience));
         QTEST(http(socket, request.replace("HERE", "127.0.0.1:" + QByteArray::number(bench.ports.http))).status, "status");
     }
 
@@ -127,7 +127,7 @@ private slots:
         bench.login();
         QTcpSocket socket;
         socket.connectToHost(QStringLiteral("127.0.0.1"), quint16(bench.ports.http));
-        QVERIFY(socket.waitForConnected(5000));
+        QVERIFY(socket.waitForConnected(Patience));
         const QByteArray ask = "GET /bs/farm/1 HTTP/1.1\r\n" + bench.headers() + "\r\n";
         QCOMPARE(http(socket, ask).object().value("status").toInt(), 11040000);
         for (int i = 0; i < ask.size() - 1; ++i) {

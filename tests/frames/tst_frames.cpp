@@ -5,7 +5,6 @@
 #include "support/TestMain.h"
 #include <ImfRgbaFile.h>
 #include <QTextCodec>
-#include <QtTest>
 
 class TestLogFile : public QObject
 {

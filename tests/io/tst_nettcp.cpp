@@ -41,11 +41,11 @@ class TestNetTcp : public QObject
             .whenLinked()
             .any([&session](int, const QJsonDocument &doc) { session = doc.object()["token"].toString(); })
             .send(this);
-        if (!QTest::qWaitFor([&session] { return !session.isEmpty(); }))
+        if (!comes([&session] { return !session.isEmpty(); }))
             return false;
         bench.get("/xclient/login", {}, "POST", json({{"sessionId", session}, {"username", "demo"}, {"password", "demo"}}));
         Ask(10309).answered([&in](int, const QJsonDocument &) { in = true; }).send(this);
-        if (!QTest::qWaitFor([&in] { return in; }))
+        if (!comes([&in] { return in; }))
             return false;
         tcp->setLogin(true);
         return true;

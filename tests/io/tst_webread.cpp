@@ -48,7 +48,7 @@ class WebReadTest : public QObject
     {
         WebRead read(request(url));
         QSignalSpy end(&read, &WebRead::finished);
-        if (!QTest::qWaitFor([&] { return !end.isEmpty(); }, 10000))
+        if (!comes([&] { return !end.isEmpty(); }))
             return {};
         return {read.bytes(), read.status(), int(read.error())};
     }

@@ -6,7 +6,6 @@
 #include "support/TestMain.h"
 #include <QJsonDocument>
 #include <QLockFile>
-#include <QtTest>
 #include <quazip.h>
 #include <quazipfile.h>
 #include <quazipnewinfo.h>

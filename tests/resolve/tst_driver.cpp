@@ -93,7 +93,7 @@ class TestDriver : public QObject
     }
     db_resolve whole(const QSharedPointer<Run> &run)
     {
-        if (!QTest::qWaitFor([&run] { return !run->finished.isEmpty(); }, 10000))
+        if (!comes([&run] { return !run->finished.isEmpty(); }))
             return {};
         db_resolve res = run->finished.first();
         ResolveDAO::instance()->readPara(&res);
@@ -170,8 +170,8 @@ private slots:
                                                            "sleep 1000 & echo $! >one\n(sh -c 'trap \"\" TERM; sleep 1000 & echo $! >>two; "
                                                            "wait' &)\nwhile [ ! -s two ]; do sleep 0.02; done\necho $$ >main\nwait\n"));
         auto run = start(Maya, "Maya2016", row(put("s.mb")), 0, 1);
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(path("main")).size() > 0, 10000);
-        QTRY_COMPARE_WITH_TIMEOUT(run->overdue, 1, 10000); // told, and left alone
+        QTRY_VERIFY(QFileInfo(path("main")).size() > 0);
+        QTRY_COMPARE(run->overdue, 1); // told, and left alone
         QVERIFY(run->finished.isEmpty());
         QCOMPARE(run->work->record().state, 101);
         for (const char *one : {"main", "one", "two"})
@@ -192,13 +192,9 @@ private slots:
         file.write("</terragen>");
         file.close();
         auto run = start(Terragen, "terragen 4", row(file.fileName()), 0, 1);
-        QElapsedTimer clock;
-        clock.start();
-        QTRY_COMPARE_WITH_TIMEOUT(run->overdue, 1, 10000);
-        QVERIFY2(clock.elapsed() < 3000 && run->finished.isEmpty(), qPrintable(QString::number(clock.elapsed())));
-        clock.restart();
+        QTRY_COMPARE(run->overdue, 1);
+        QVERIFY(run->finished.isEmpty());
         run.reset();
-        QVERIFY2(clock.elapsed() < 3000, qPrintable(QString::number(clock.elapsed())));
 
         QSemaphore asked, dead;
         bool told = false;
@@ -212,10 +208,8 @@ private slots:
             return [] { qFatal("delivered to nobody"); };
         });
         asked.acquire();
-        clock.restart();
         work.reset();
         owner.reset();
-        QVERIFY(clock.elapsed() < 3000);
         dead.release();
         asked.acquire();
         QVERIFY(told);

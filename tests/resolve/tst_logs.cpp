@@ -114,7 +114,7 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         const ParsedLog log = LogParser::read(m_dir.filePath("log.txt"), Maya, "/s.ma");
-        QVERIFY2(clock.elapsed() < 5000, qPrintable(QString::number(clock.elapsed())));
+        QVERIFY2(clock.elapsed() < Patience, qPrintable(QString::number(clock.elapsed())));
         QCOMPARE(files(log).size(), 100001);
         QCOMPARE(QString::fromUtf8(QJsonDocument(log.content).toJson(QJsonDocument::Compact)),
                  QString(R"({"modelParameters":{"layers":[]}})"));

@@ -160,14 +160,14 @@ private slots:
             RawFile other(UserInfo::userDir() + "/resolve.db");
             QVERIFY(other.run({"begin immediate"}));
             rig.letGo(scene);
-            QTRY_COMPARE_WITH_TIMEOUT(rig.handler->running(), 0, 15000);
+            QTRY_COMPARE(rig.handler->running(), 0);
             rig.handler->changeResolveState(uploading, 2);
             QCOMPARE(rig.state(analysed), 101);
             QCOMPARE(rig.state(uploading), 111);
             QVERIFY(other.run({"rollback"}));
         }
         rig.handler->delResolve(deleted);
-        QTRY_COMPARE_WITH_TIMEOUT(rig.state(analysed), 106, 15000);
+        QTRY_COMPARE(rig.state(analysed), 106);
         QTRY_COMPARE(rig.state(uploading), 112);
         QTRY_COMPARE(rig.state(deleted), 0);
         QTRY_COMPARE(rig.error(orphan), int(AnalysisError::NoScene));
@@ -261,7 +261,7 @@ private slots:
         rig.peer.silence(10421);
         const qlonglong key = rig.drop("/x.tgd", {{"softwareType", 8}}, 102);
         rig.start({5, 5, againMs, 1000});
-        QTRY_COMPARE(rig.peer.count(10421), requests);
+        QTRY_VERIFY(rig.peer.count(10421) >= requests);
         QElapsedTimer scans;
         scans.start();
         QTRY_VERIFY(scans.elapsed() > 40); // some gates have opened meanwhile

@@ -33,7 +33,7 @@ class TestCloudPages : public QObject
     {
         page.table()->view()->select({QString::number(row().rkey)});
         page.table()->acts()->action(act)->trigger();
-        if (!QTest::qWaitFor([] { return topLevel<Dialog>() && !topLevel<Dialog>()->busy(); }))
+        if (!comes([] { return topLevel<Dialog>() && !topLevel<Dialog>()->busy(); }))
             return nullptr;
         activate(topLevel<Dialog>());
         return topLevel<Dialog>();

@@ -49,7 +49,7 @@ class TestPreflight : public QObject
     }
     bool over()
     {
-        return QTest::qWaitFor([this] { return m_now.over; }, 20000);
+        return comes([this] { return m_now.over; });
     }
     QString shown(CommitPreview *panel, const QString &title)
     {
@@ -159,7 +159,7 @@ private slots:
         PreflightFigures now;
         connect(flight, &Preflight::changed, this, [&](const PreflightFigures &figures) { now = figures; });
         flight->start();
-        QTRY_VERIFY_WITH_TIMEOUT(now.over, 20000);
+        QTRY_VERIFY(now.over);
         QCOMPARE(now.trouble, told);
         QVERIFY(now.asked == 20 || now.again);
         m_rig->farm.faults().clear();

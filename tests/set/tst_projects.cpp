@@ -428,7 +428,7 @@ private slots:
         const QString words = "服务器没有响应，请检查网络后重试";
         const QList<QWidget *> all{pre, set, env, notices, &page};
         for (QWidget *one : all)
-            QTRY_COMPARE_WITH_TIMEOUT(errorOf(one), words, 12000);
+            QTRY_COMPARE(errorOf(one), words);
         m_rig->farm.faults().clear();
         for (QWidget *one : all) {
             QVERIFY(press(one, "重试"));

@@ -71,7 +71,7 @@ class TestSettingsWindow : public QObject
     bool save() { return press(m_set, "保存"); }
     bool closed()
     {
-        return QTest::qWaitFor([this] { return !m_set; });
+        return comes([this] { return !m_set; });
     }
 
 private slots:
@@ -317,7 +317,7 @@ private slots:
         // A result folder that isn't there: the message leads to where it's set.
         const auto missing = [](int type, int project) {
             Seam<WindowCalls>::post([=](WindowCalls &calls) { calls.rootMsg("输出路径不存在", type, project, 8); });
-            return QTest::qWaitFor([] { return !message().isEmpty(); }) && answer("去配置");
+            return comes([] { return !message().isEmpty(); }) && answer("去配置");
         };
         QVERIFY(missing(1, 1) && topLevel<EnvSet>());
         topLevel<EnvSet>()->close();

@@ -4,10 +4,10 @@
 // reading and writing, so that a mistake of the client's can't agree with itself.
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
+#include "support/TestMain.h"
 #include <QHash>
 #include <QTcpServer>
 #include <QtEndian>
-#include <QtTest>
 
 class BusinessPeer : public QObject
 {
@@ -104,7 +104,7 @@ public:
         const int before = m_links;
         NetTcp::instance()->resetLink();
         // Both ends know of it: what a test cuts next must be there to be cut.
-        if (!QTest::qWaitFor([&] { return m_links > before && NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState; }))
+        if (!comes([&] { return m_links > before && NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState; }))
             return false;
         NetTcp::instance()->setLogin(true);
         return true;

@@ -3,11 +3,11 @@
 #include "common/Seam.h"
 #include "common/Session.h"
 #include "db/UploadDDAO.h"
+#include "support/TestMain.h"
 #include "transfer/drive/DirScan.h"
 #include "transfer/drive/DriveCalls.h"
 #include "transfer/TransScan.h"
 #include <memory>
-#include <QtTest>
 #include <vector>
 
 class DriveQueues
@@ -31,8 +31,7 @@ public:
             one->start();
         for (auto &one : m_walks)
             one->start();
-        return QTest::qWaitFor(
-            [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
+        return comes([] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
     }
     void stop()
     {

@@ -5,9 +5,9 @@
 #include "io/Ask.h"
 #include "io/NetTcp.h"
 #include "io/NetWork.h"
+#include "support/TestMain.h"
 #include <QTcpSocket>
 #include <QTemporaryDir>
-#include <QtTest>
 
 class FarmRig
 {
@@ -30,7 +30,7 @@ public:
         tcp->setLogin(false);
         tcp->setHost("127.0.0.1", farm.ports().business);
         tcp->resetLink();
-        if (!started || !QTest::qWaitFor([&] { return tcp->socket()->state() == QAbstractSocket::ConnectedState; }))
+        if (!started || !comes([&] { return tcp->socket()->state() == QAbstractSocket::ConnectedState; }))
             return false;
         const QString session = ask(10308, {{"thirdParty", 0}}).value("token").toString();
         UserInfo::setSessionToken(session);
@@ -38,7 +38,7 @@ public:
         QTcpSocket page;
         page.connectToHost("127.0.0.1", quint16(farm.ports().http));
         page.write("POST /xclient/login HTTP/1.1\r\nHost: farm\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
-        if (!page.waitForReadyRead(5000))
+        if (!page.waitForReadyRead(Patience))
             return false;
         const QByteArray told = page.readAll();
         UserInfo::setSessionToken(QJsonDocument::fromJson(told.mid(told.indexOf("\r\n\r\n") + 4)).object().value("token").toString());
@@ -54,7 +54,7 @@ public:
             .any([&](int, const QJsonDocument &doc) { reply = doc.object(), over = true; })
             .lost([&](Ask::Loss) { over = true; })
             .send(QCoreApplication::instance());
-        return QTest::qWaitFor([&] { return over; }) ? reply : QJsonObject();
+        return comes([&] { return over; }) ? reply : QJsonObject();
     }
     // All commands answered with this code, or no longer ("").
     void refuse(int cmd, const QString &code) { farm.faults().set(QString("refuse.%1").arg(cmd), code); }

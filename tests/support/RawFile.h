@@ -1,9 +1,9 @@
 #pragma once
 // A store's file seen from outside: makes files as older programs left them and reads what a store wrote.
+#include "support/TestMain.h"
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
-#include <QtTest>
 
 class RawFile
 {

@@ -1,7 +1,7 @@
 #pragma once
 // Columns and rows of data-driven tests, on as few lines as they need; a text in quotes is a column of QString.
 //   columns<QString, int>("path", "state");  addRow("the row's name", "/a.ma", 103);  FETCH(QString, path, int, state);
-#include <QtTest>
+#include "support/TestMain.h"
 #include <tuple>
 #include <vector>
 

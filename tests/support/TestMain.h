@@ -7,6 +7,17 @@
 #include <functional>
 #include <QtTest>
 
+// How long a test waits for what must come. It only costs time where something is broken, and a machine that stands still
+// for some seconds, since another job has its disk or its processor, must not be taken for that.
+constexpr int Patience = 30000;
+#undef QTRY_COMPARE
+#define QTRY_COMPARE(expr, expected) QTRY_COMPARE_WITH_TIMEOUT(expr, expected, Patience)
+#undef QTRY_VERIFY
+#define QTRY_VERIFY(expr) QTRY_VERIFY_WITH_TIMEOUT(expr, Patience)
+#undef QTRY_VERIFY2
+#define QTRY_VERIFY2(expr, text) QTRY_VERIFY2_WITH_TIMEOUT(expr, text, Patience)
+template <class Condition> bool comes(Condition condition) { return QTest::qWaitFor(condition, Patience); }
+
 using TestMaker = std::function<QObject *()>;
 int addTestClass(const char *name, TestMaker maker);
 #define VN_TEST(Class) static const int registered_##Class = addTestClass(#Class, [] { return static_cast<QObject *>(new Class); });

@@ -65,7 +65,7 @@ public:
         page->setDelay(0);
         page->show();
         activate(page.data());
-        return linked && QTest::qWaitFor([this] { return server.count(10427) > 0 && page->model()->rowCount() == rows.size(); });
+        return linked && comes([this] { return server.count(10427) > 0 && page->model()->rowCount() == rows.size(); });
     }
     void select(QStringList keys) { page->table()->view()->select(keys); }
     QAction *action(const char *id) const { return page->table()->acts()->action(id); }
@@ -81,14 +81,14 @@ public:
     {
         const int before = server.count(10427);
         page->getMission();
-        return QTest::qWaitFor([=] { return server.count(10427) > before; }) && QTest::qWaitFor([this] { return page->answered(); });
+        return comes([=] { return server.count(10427) > before; }) && comes([this] { return page->answered(); });
     }
     // What was due by now has gone out: a question of another kind, asked behind it, has arrived.
     bool overtaken()
     {
         const int before = server.count(10502);
         QTimer::singleShot(1, this, [] { NetTcp::instance()->nvds(105, 10502, QJsonObject()); });
-        return QTest::qWaitFor([=] { return server.count(10502) > before; });
+        return comes([=] { return server.count(10502) > before; });
     }
 
     BusinessPeer server;

@@ -242,7 +242,7 @@ private slots:
             news.over({{"missionId", QString::number(i)}, {"name", QString("s%1").arg(i)}, {"result", i % 3 == 0 ? 2 : 0}});
         news.over({}), news.over({{"result", "2"}});
         QCOMPARE(notes.size(), 1); // the first at once
-        QVERIFY(notes.wait());
+        QVERIFY(notes.wait(Patience));
         QCOMPARE(notes.size(), 2);
         QVERIFY(notes.at(1).at(0).toString().contains("199") && notes.at(1).at(0).toString().contains("100") && notes.at(1).at(2).toBool());
         QCOMPARE(notes.at(1).at(3).toStringList().size(), 299);

@@ -176,7 +176,7 @@ class TestSubLog : public QObject
         QSignalSpy over(&log, &SubLog::fetched);
         log.more();
         log.more(); // while one is under way: nothing
-        if (!QTest::qWaitFor([&] { return over.size() == 1; }, 10000))
+        if (!comes([&] { return over.size() == 1; }))
             return "no end";
         return over.at(0).at(1).toString();
     }

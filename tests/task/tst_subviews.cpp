@@ -67,7 +67,7 @@ class TestSubViews : public QObject
         if (!act(id)->isEnabled())
             return false;
         act(id)->trigger();
-        return accept.isEmpty() || (QTest::qWaitFor([] { return !message().isEmpty(); }) && answer(accept));
+        return accept.isEmpty() || (comes([] { return !message().isEmpty(); }) && answer(accept));
     }
 private slots:
     void init()
@@ -199,7 +199,7 @@ private slots:
         const int asked = m_farm->count(10402);
         QVERIFY(trigger("rerender", "确定"));
         QTRY_COMPARE(m_farm->last(10425), QJsonDocument::fromJson(R"({"missionId":7,"subjobIds":"700002,700004"})").object());
-        QTRY_VERIFY_WITH_TIMEOUT(m_farm->count(10402) > asked, 5000); // looks again
+        QTRY_VERIFY(m_farm->count(10402) > asked); // looks again
         m_farm->answer(10425, 1042501);
         QVERIFY(trigger("rerender", "确定"));
         QTRY_VERIFY(message().contains("1042501"));
@@ -337,7 +337,7 @@ private slots:
         QTRY_COMPARE(m_rig->farm.order(id).framesDone, 4);
         const QString path = m_rig->ask(10804, {{"missionId", id}, {"subjobId", running.toInt()}})["path"].toString();
         QFile whole(m_rig->options.dir + '/' + path), here(log->path());
-        QTRY_VERIFY_WITH_TIMEOUT(QFileInfo(here).size() == QFileInfo(whole).size() && whole.size() > 0, 3 * LogView::MoreMs);
+        QTRY_VERIFY(QFileInfo(here).size() == QFileInfo(whole).size() && whole.size() > 0);
         QVERIFY(whole.open(QIODevice::ReadOnly) && here.open(QIODevice::ReadOnly));
         QCOMPARE(here.readAll(), whole.readAll());
         // What is on disk is shown from there.

@@ -28,7 +28,7 @@ private:
         m_page->setDelay(0);
         m_page->show();
         activate(m_page.data());
-        return QTest::qWaitFor([this] { return m_page->model()->rowCount() > 0; });
+        return comes([this] { return m_page->model()->rowCount() > 0; });
     }
     QString idOf(const QString &name, const QString &identity = {}) const
     {
@@ -53,7 +53,7 @@ private:
     }
     template <class Dialog> Dialog *dialog() const
     {
-        return QTest::qWaitFor([] { return topLevel<Dialog>(); }) ? topLevel<Dialog>() : nullptr;
+        return comes([] { return topLevel<Dialog>(); }) ? topLevel<Dialog>() : nullptr;
     }
     bool write(QWidget *window, const QString &text)
     {

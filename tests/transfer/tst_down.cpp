@@ -352,13 +352,13 @@ private slots:
         m_rig->start();
         m_rig->queue->resultPush(m_rig->push(rows));
         m_rig->queue->handPush();
-        QTRY_COMPARE_WITH_TIMEOUT(m_rig->mission().state, int(TransSet::DownError), 10000);
+        QTRY_COMPARE(m_rig->mission().state, int(TransSet::DownError));
         QCOMPARE(m_rig->rows().size(), 10);
         QVERIFY(m_rig->files.asks.isEmpty());
         for (int id = 1; id <= 3; ++id)
             m_rig->result(id, QString("%1.png").arg(id), "data");
         m_rig->queue->reDown(m_rig->mission().pri);
-        QTRY_COMPARE_WITH_TIMEOUT(m_rig->mission().pri, 0, 10000);
+        QTRY_COMPARE(m_rig->mission().pri, 0);
         QCOMPARE(m_rig->content("10.png"), QByteArray("data"));
     }
 

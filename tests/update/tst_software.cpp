@@ -14,7 +14,6 @@
 #include <QCheckBox>
 #include <QPushButton>
 #include <QSettings>
-#include <QtTest>
 
 class TestSoftware : public QObject
 {

@@ -68,7 +68,7 @@ inline bool answer(const QString &text)
 {
     MsgBox *box = topLevel<MsgBox>();
     const bool pressed = press(box, text);
-    return pressed && QTest::qWaitFor([] { return !topLevel<MsgBox>(); });
+    return pressed && comes([] { return !topLevel<MsgBox>(); });
 }
 
 // An account in a folder of its own, with these grants taken away.

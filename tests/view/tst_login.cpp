@@ -90,7 +90,7 @@ private:
     }
     bool inSession()
     {
-        return QTest::qWaitFor([this] { return m_login->mainWindow() && Session::live() && NetTcp::isLogin(); }, 15000);
+        return comes([this] { return m_login->mainWindow() && Session::live() && NetTcp::isLogin(); });
     }
     int pages() const
     {
@@ -188,7 +188,7 @@ private slots:
         QTRY_VERIFY(NetTcp::instance()->socket()->state() == QAbstractSocket::ConnectedState);
         m_server->answer(10308, 1030800, {{"token", "late"}});
         m_server->cut();
-        QVERIFY(QTest::qWaitFor([this] { return m_server->links() >= 2; }, 15000));
+        QVERIFY(comes([this] { return m_server->links() >= 2; }));
         QVERIFY(inSession());
         QVERIFY(told().value(0).startsWith("late "));
     }
@@ -277,7 +277,7 @@ private slots:
             m_server->cut();
         else
             m_server->push(10001, reason, {});
-        QVERIFY(QTest::qWaitFor([&] { return changes.size() >= 2 && NetTcp::isLogin(); }, 15000));
+        QVERIFY(comes([&] { return changes.size() >= 2 && NetTcp::isLogin(); }));
         QVERIFY(pages() > before);
         QVERIFY2(told().last().contains("\"autoLogin\":\"true\"") && told().last().contains("\"rememberPsd\":\"true\""),
                  qPrintable(told().last()));
@@ -302,7 +302,7 @@ private slots:
         QPointer<MainWindow> window = m_login->mainWindow();
         m_server->answer(10309, 1030900, {{"userId", 52}, {"username", "otto"}, {"parseTime", 5}});
         m_server->cut();
-        QVERIFY(QTest::qWaitFor([&] { return !window && m_login->mainWindow(); }, 15000));
+        QVERIFY(comes([&] { return !window && m_login->mainWindow(); }));
         QVERIFY(inSession());
         QCOMPARE(UserInfo::userId(), 52);
         QCOMPARE(CommonConfig::get().parseTime, 5);
@@ -366,7 +366,7 @@ private slots:
         begin(false);
         QTRY_COMPARE(told().size(), 1);
         m_server->cut(); // nothing to restore: the page starts anew and the user logs in
-        QVERIFY(QTest::qWaitFor([this] { return told().size() >= 2; }, 15000));
+        QVERIFY(comes([this] { return told().size() >= 2; }));
         QVERIFY(!m_login->autoRelogin());
         m_login->saveUserInfos(R"({"failNum":0})");
         QVERIFY(inSession());
@@ -383,7 +383,7 @@ private slots:
         });
         begin();
         QVERIFY(inSession());
-        QTRY_VERIFY_WITH_TIMEOUT(m_server->count(10805) >= 1 || m_server->count(10413) >= 1, 15000);
+        QTRY_VERIFY(m_server->count(10805) >= 1 || m_server->count(10413) >= 1);
     }
 
     void pageThatFails()
@@ -434,7 +434,7 @@ private slots:
         m_page = page("for (;;);");
         begin(false);
         for (int i = 0; i < 2; ++i) {
-            QTRY_COMPARE_WITH_TIMEOUT(pages(), i + 1, 20000);
+            QTRY_COMPARE(pages(), i + 1);
             QSignalSpy loaded(m_login->findChild<WebView *>(), &QWebView::loadFinished);
             QTRY_VERIFY_WITH_TIMEOUT(!loaded.isEmpty(), 60000);
             m_login->reloadPage();

@@ -85,7 +85,7 @@ private:
         m_pages["/p"] = script + ";tell('end');";
         const int before = told(m_own.data()).count("end");
         m_panel->open("页", QUrl(m_own->url("/p")));
-        return QTest::qWaitFor([=] { return told(m_own.data()).count("end") > before; });
+        return comes([=] { return told(m_own.data()).count("end") > before; });
     }
     void click(const char *link)
     {
