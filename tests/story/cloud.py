@@ -1,12 +1,10 @@
 """Scenes on the drive from the analysis by their farm to frames on disk, by vandrelctl and the local API, while the client and
 the farm are killed at each step on the way. The moments come from a seed (VN_SEED)."""
-import json
 import os
 import random
-import subprocess
 import time
 
-from stories import Failure, compare, finished, make_scene, run, wait_for
+from stories import Ctl, Failure, compare, finished, make_scene, run, wait_for
 
 # What the kill waits for: of the store of scenes on the drive (state, cloudstate), or of the order's own row.
 MOMENTS = [('waits', lambda rows, orders: any(state == 100 for state, _ in rows)),
@@ -24,15 +22,7 @@ def story(make, folder):
     rig.start_farm()
     rig.start_client()
     rig.wait_login()
-    program = os.path.join(rig.tree, 'vandrelctl')
-    env = dict(os.environ, HOME=rig.home, XDG_DATA_HOME=rig.home + '/.local/share')
-    env.pop('VANDREL_URL', None)
-
-    def ctl(*words, code=0):
-        done = subprocess.run([program, *words], capture_output=True, text=True, timeout=120, env=env)
-        if done.returncode != code:
-            raise Failure('vandrelctl %s ended with %d: %s %s' % (' '.join(words), done.returncode, done.stdout[-1500:], done.stderr))
-        return [json.loads(line) for line in done.stdout.splitlines()]
+    ctl = Ctl(rig)
 
     def scenes(*states):
         rows = (rig.api('/drive/resolve/list') or {}).get('data') or []

@@ -1,10 +1,8 @@
 """The road of the demonstration, driven by vandrelctl alone: what it says, what it ends with, and the frames on disk."""
-import json
 import os
 import pty
-import subprocess
 
-from stories import Failure, compare, finished, make_scene, run, wait_for
+from stories import Ctl, Failure, compare, finished, make_scene, run, wait_for
 
 
 def story(make, folder):
@@ -12,15 +10,7 @@ def story(make, folder):
     rig.start_farm()
     rig.start_client()
     rig.wait_login()
-    program = os.path.join(rig.tree, 'vandrelctl')
-    env = dict(os.environ, HOME=rig.home, XDG_DATA_HOME=rig.home + '/.local/share')  # it finds the client by itself
-    env.pop('VANDREL_URL', None)
-
-    def ctl(*words, code=0):
-        done = subprocess.run([program, *words], capture_output=True, text=True, timeout=120, env=env)
-        if done.returncode != code:
-            raise Failure('vandrelctl %s ended with %d: %s %s' % (' '.join(words), done.returncode, done.stdout, done.stderr))
-        return [json.loads(line) for line in done.stdout.splitlines()] or [{}]
+    ctl = Ctl(rig)
 
     scenes = os.path.join(folder, 'scenes')
     project = rig.choices()['project']
@@ -99,7 +89,7 @@ def story(make, folder):
 
     # On a terminal there is a line that is written over, and tables.
     master, slave = pty.openpty()
-    child = subprocess.Popen([program, 'follow', '1', '--timeout', '1'], stdout=slave, stderr=slave, env=env)
+    child = ctl.start('follow', '1', '--timeout', '1', stdout=slave, stderr=slave)
     os.close(slave)
     seen = b''
     try:

@@ -5,7 +5,7 @@ import subprocess
 import urllib.error
 import urllib.request
 
-from stories import Failure, compare, digest, finished, make_scene, run, send, wait_for
+from stories import Ctl, Failure, compare, digest, finished, make_scene, run, send, wait_for
 
 FRAMES = 4
 
@@ -28,10 +28,7 @@ def story(make, folder):
 
     task = wait_for('the task', 60, lambda: [one['missionId'] for one in rig.farm_state()['tasks'] if one['uploaded']])[0]
     running = wait_for('a frame that renders', 30, lambda: frames(status=0))[0]
-    env = dict(os.environ, HOME=rig.home, XDG_DATA_HOME=rig.home + '/.local/share')
-    env.pop('VANDREL_URL', None)
-    log = subprocess.Popen([os.path.join(rig.tree, 'vandrelctl'), 'log', str(task), str(running['id']), '-f'],
-                           stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=env)
+    log = Ctl(rig).start('log', str(task), str(running['id']), '-f', stdout=subprocess.PIPE, stderr=subprocess.PIPE)
     kind, picture = fetch('/subjob/preview?mid=%d&subjobId=%d' % (task, running['id']))
     if kind != 'image/png' or not picture.startswith(b'\x89PNG'):
         raise Failure('before the frame is done: %s %r' % (kind, picture[:80]))

@@ -1,8 +1,10 @@
 """What the stories share: scenes made on the spot, and the comparison of both sides at the end."""
 import hashlib
+import json
 import os
 import random
 import shutil
+import subprocess
 import sys
 import tempfile
 
@@ -17,6 +19,24 @@ def digest(path):
         for block in iter(lambda: source.read(1 << 20), b''):
             value.update(block)
     return value.hexdigest()
+
+
+class Ctl:
+    """vandrelctl, which finds that client by itself; a call gives what it tells, an object a line."""
+
+    def __init__(self, rig):
+        self.program = os.path.join(rig.tree, 'vandrelctl')
+        self.env = dict(os.environ, HOME=rig.home, XDG_DATA_HOME=rig.home + '/.local/share')
+        self.env.pop('VANDREL_URL', None)
+
+    def start(self, *words, **options):
+        return subprocess.Popen([self.program, *words], env=self.env, **options)
+
+    def __call__(self, *words, code=0):
+        done = subprocess.run([self.program, *words], env=self.env, capture_output=True, text=True, timeout=120)
+        if done.returncode != code:
+            raise Failure('vandrelctl %s ended with %d: %s %s' % (' '.join(words), done.returncode, done.stdout[-1500:], done.stderr))
+        return [json.loads(line) for line in done.stdout.splitlines()] or [{}]
 
 
 def make_scene(folder, name, frames=4, textures=2, size=300000, seed=1):

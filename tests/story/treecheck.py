@@ -4,10 +4,9 @@ import json
 import os
 import random
 import shutil
-import subprocess
 import urllib.request
 
-from stories import Failure, digest, run, wait_for
+from stories import Ctl, Failure, digest, run, wait_for
 
 
 def here(base):
@@ -68,23 +67,15 @@ def story(make, folder):
     rig.start_farm()
     rig.start_client()
     rig.wait_login()
-    program = os.path.join(rig.tree, 'vandrelctl')
-    env = dict(os.environ, HOME=rig.home, XDG_DATA_HOME=rig.home + '/.local/share')
-    env.pop('VANDREL_URL', None)
+    ctl = Ctl(rig)
     base = os.path.join(folder, 'tree')
     grow(base, chance, 120)
     os.makedirs(os.path.join(base, 'hollow'))
 
-    def ctl(*words, code=0):
-        done = subprocess.run([program, *words], capture_output=True, text=True, timeout=120, env=env)
-        if done.returncode != code:
-            raise Failure('vandrelctl %s ended with %d: %s %s' % (' '.join(words), done.returncode, done.stdout[:2000], done.stderr))
-        return json.loads(done.stdout)
-
     def check(*words):
         """Compares both ways and tells what both found."""
         wanted = differs(here(base), there(rig, 'D/tree'))
-        told = ctl('drive', 'check', 'D/tree', base, *words, code=4 if wanted else 0)
+        told = ctl('drive', 'check', 'D/tree', base, *words, code=4 if wanted else 0)[0]
         found = {one['path'][len('D/tree/'):] for one in told['list']}
         if found != wanted or told['different'] != len(wanted) or not told['whole']:
             raise Failure('%s told, %s differ' % (sorted(found ^ wanted)[:5], len(wanted)))
@@ -123,8 +114,7 @@ def story(make, folder):
     if met != {'only-here', 'only-there', 'size', 'hash'}:
         raise Failure('only %s was met' % met)
     for words, code in (('D/none', base), 1), (('D/tree', base + '/none'), 1), (('D/tree',), 2):
-        if subprocess.run([program, 'drive', 'check', *words], capture_output=True, timeout=60, env=env).returncode != code:
-            raise Failure('drive check %s does not end with %d' % (words, code))
+        ctl('drive', 'check', *words, code=code)
     if rig.farm_state()['violations']:
         raise Failure('the farm was spoken to wrongly: %s' % rig.farm_state()['violations'][:3])
     print('seed %d: %d files, three times harmed and mended' % (seed, len(here(base))))
