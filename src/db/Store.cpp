@@ -137,7 +137,7 @@ bool Store::connectFile(const QString &path)
     }
     m_db = QSqlDatabase::addDatabase("QSQLITE", m_connection);
     m_db.setDatabaseName(path);
-    m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(StatementBusyMs));
+    m_db.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(qMin(StatementBusyMs, m_busyMs)));
     if (m_db.open())
         return true;
     qWarning().noquote() << named("connectFile") << path << m_db.lastError().text();

@@ -31,8 +31,8 @@ public:
         NetWork::instance()->forgetDrives();
     }
 
-    bool startQueues() { return m_queues.start(folder.path(), ownWalk); }
-    void stopQueues() { m_queues.stop(); }
+    bool startQueues() { return queues.start(folder.path()); }
+    void stopQueues() { queues.stop(); }
 
     // On the drive.
     QString make(const QString &parent, const QString &name)
@@ -136,8 +136,5 @@ public:
 
     DriveQueue::Place place;
     bool good = false;
-    bool ownWalk = true; // of folders of the drive; false: the test has one
-
-private:
-    DriveQueues m_queues;
+    DriveQueues queues;
 };

@@ -5,7 +5,7 @@
 #include "db/UploadDDAO.h"
 #include "support/TestMain.h"
 #include "transfer/drive/DirScan.h"
-#include "transfer/drive/DriveCalls.h"
+#include "transfer/drive/DriveHandler.h"
 #include "transfer/TransScan.h"
 #include <memory>
 #include <vector>
@@ -13,9 +13,12 @@
 class DriveQueues
 {
 public:
+    // Short waits: what is tested is what follows them.
+    DirWork::Timing walking{20000, 60000, 20, 500, 20};
+    DriveHandler::Timing sending{50, 20, 60000, 50, 100};
+
     ~DriveQueues() { stop(); }
-    // remote false: whoever calls walks the drive's folders.
-    bool start(const QString &folder, bool remote = true)
+    bool start(const QString &folder)
     {
         for (int which : {UploadDDAO::Up, UploadDDAO::Down, UploadDDAO::Ok})
             if (!UploadDDAO::instance(which)->open(folder))
@@ -24,14 +27,15 @@ public:
         Session::setLive(true);
         for (int type : {TransScan::DriveOk, TransScan::DriveUp, TransScan::DriveDown})
             m_queues.emplace_back(new TransScan(type));
-        m_walks.emplace_back(new DirScan(DirScan::Local));
-        if (remote)
-            m_walks.emplace_back(new DirScan(DirScan::Remote));
+        for (int type : {DirScan::Local, DirScan::Remote})
+            m_walks.emplace_back(new DirScan(type, walking));
         for (auto &one : m_queues)
             one->start();
         for (auto &one : m_walks)
             one->start();
-        return comes([] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); });
+        const auto attached = [] { return Seam<UpDCalls>::attached() && Seam<DownDCalls>::attached() && Seam<TransokDCalls>::attached(); };
+        const auto hurry = [timing = sending](DriveCalls &queue) { dynamic_cast<DriveHandler &>(queue).setTiming(timing); };
+        return comes(attached) && Seam<UpDCalls>::post(hurry) && Seam<DownDCalls>::post(hurry);
     }
     void stop()
     {

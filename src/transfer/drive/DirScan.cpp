@@ -1,7 +1,7 @@
 #include "transfer/drive/DirScan.h"
-#include "transfer/drive/DirWork.h"
 
-DirScan::DirScan(int type, QObject *parent) : QThread(parent), m_type(type)
+DirScan::DirScan(int type, const DirWork::Timing &timing, QObject *parent)
+    : QThread(parent), m_type(type), m_timing(timing)
 {
     setObjectName(QStringLiteral("DirScan%1").arg(type));
 }
@@ -16,6 +16,7 @@ DirScan::~DirScan()
 void DirScan::run()
 {
     DirWork work(m_type, m_stop);
+    work.setTiming(m_timing);
     work.startScan();
     exec();
 }

@@ -116,7 +116,7 @@ void DirWork::dirOut()
         m_notes.clear();
         qDebug().noquote() << "DirWork::dirOut farm scan stop: ";
     }
-    again(idle ? LookMs : 0);
+    again(idle ? m_timing.lookMs : 0);
 }
 
 // Whether a link to a folder is walked like one.
@@ -265,7 +265,7 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
 {
     Made &made = m_made[farm.pri];
     if (made.asking) {
-        m_troubles[dir.pri].until = m_clock.elapsed() + LookMs;
+        m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.lookMs;
         return; // one at a time: two would make the same folder twice
     }
     made.asking = true;

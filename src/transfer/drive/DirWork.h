@@ -29,13 +29,13 @@ public:
     struct Timing {
         int firstLimitMs = 5000, lastLimitMs = 60000; // for an answer
         int firstRestMs = 500, lastRestMs = 60000;    // after a failure
+        int lookMs = 250;                             // where there is nothing to walk
     };
     static constexpr int MostTries = 10;
     static constexpr int MostDepth = 200;  // folders within each other
     static constexpr int MostLinks = 3;    // on the way to a folder: trees of links that lead to each other end
     static constexpr int PieceRows = 5000; // of a folder, at a time
     static constexpr int AsksInHand = 4;   // remote folders
-    static constexpr int LookMs = 250;     // where there is nothing to walk
 
     DirWork(int type, const std::atomic_bool &stop);
     void startScan();

@@ -28,7 +28,7 @@ void DirWork::getFileOut()
     }
     if (!m_waiting) {
         m_waiting = true;
-        QTimer::singleShot(LookMs, this, [this] {
+        QTimer::singleShot(m_timing.lookMs, this, [this] {
             m_waiting = false;
             getFileOut();
         });

@@ -10,7 +10,7 @@
 
 namespace
 {
-constexpr int StaleGapMs = 2000, MostStale = 1;
+constexpr int MostStale = 1;
 constexpr int TendMs = 20;
 } // namespace
 
@@ -234,7 +234,7 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
 void DriveHandler::passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale)
 {
     wait(farm.pri, file, m_timing.passingMs);
-    if (!stale || now() - batch->lastStale < StaleGapMs)
+    if (!stale || now() - batch->lastStale < m_timing.staleGapMs)
         return; // ten workers tell of one token
     batch->lastStale = now();
     dropFarm(farm.id);

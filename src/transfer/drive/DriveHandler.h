@@ -40,6 +40,7 @@ public:
         int passingMs = 1000;                    // before a file that failed is tried again; doubled by each
         int restMs = 250, longestRestMs = 60000; // of a batch whose server fails
         int groupMs = 500;                       // before what ended is written
+        int staleGapMs = 2000;                   // within which all tell of one access token
     };
     void setTiming(const Timing &timing) { m_timing = timing; }
     static constexpr int Ahead = 200;      // rows of a batch that are read at a time
