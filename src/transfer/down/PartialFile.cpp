@@ -124,6 +124,10 @@ int PartialFile::openFresh()
 int PartialFile::openFiles()
 {
     int fd = m_folder->open(raw(sidePath(m_name)));
+    if (fd < 0 && m_size < MarkFrom) {
+        m_sinceSync.start();
+        return 0;
+    }
     if (fd < 0)
         fd = m_folder->create(raw(sidePath(m_name)));
     if (fd < 0 || !m_side.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
@@ -250,6 +254,11 @@ int PartialFile::takeSync(bool wait)
 // synced: bytes that are on the medium; what is written beyond them is noted. In one write, which no kill can halve.
 int PartialFile::writeMark(qint64 synced)
 {
+    if (!m_side.isOpen()) {
+        m_mark = synced;
+        m_noted = m_position;
+        return 0;
+    }
     QByteArray text = padded(synced);
     if (m_position > synced && !thisStart().isEmpty())
         text += '\n' + padded(m_position) + ' ' + thisStart();
@@ -284,9 +293,11 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
     if (takeSync(true) != 0 || (m_ownSync && !VFunc::syncFile(m_temp.handle())))
         return TransSet::AccessFailed;
     m_temp.close();
+    const bool marked = m_side.isOpen();
     m_side.close();
     // First the number, then the name: data without a number is fetched again, a number without data would be believed.
-    m_folder->remove(raw(sidePath(m_name)));
+    if (marked)
+        m_folder->remove(raw(sidePath(m_name)));
     if (!m_folder->rename(raw(tempPath(m_name)), raw(m_name))) {
         qWarning().noquote() << "PartialFile::finish rename:" << m_target;
         return TransSet::EndFailed;

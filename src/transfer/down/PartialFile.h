@@ -8,6 +8,7 @@
 //
 // The folder may be shared with others: it's reached step by step from the root, the partial files are made anew or
 // known as our own, and nothing is written through a link that another user planted (see platform::Folder).
+// A file below MarkFrom has no number: in a tree of many small ones it would cost more than they do.
 //
 //   open() -> write()... keep()... -> finish(): the target stands, both files are gone
 //                                  -> destruction: both files stay, the number is brought up to date
@@ -28,6 +29,7 @@ public:
     static constexpr int KeepMs = 1000;
     static constexpr qint64 TrailFrom = 8 * 1024 * 1024; // smaller files are hashed at the end
     static constexpr qint64 NoteStep = 65536;            // bytes between two notes of what is written
+    static constexpr qint64 MarkFrom = 262145;           // a smaller file has no number: it is fetched anew
     static constexpr qint64 Step = 64 * 1024 * 1024;     // the file grows by this much at a time
     static constexpr qint64 Spare = 1073741824;          // bytes that stay free on the drive
 
