@@ -5093,6 +5093,10 @@ Save it to %3?</translation>
         <translation>%1 is called %2 on the drive</translation>
     </message>
     <message>
+        <source>文件夹暂时无法处理，稍后重试：%1（%2）</source>
+        <translation>A folder failed and will be tried again: %1 (%2)</translation>
+    </message>
+    <message>
         <source>文件夹多次读取失败：%1（%2）</source>
         <translation>A folder failed again and again: %1 (%2)</translation>
     </message>
@@ -5149,6 +5153,14 @@ Save it to %3?</translation>
     <message>
         <source>有 %1 项传输失败，可重新开始</source>
         <translation>%1 items failed; they can be started again</translation>
+    </message>
+    <message>
+        <source>没有农场的地址或令牌</source>
+        <translation>there is no address or token of the farm</translation>
+    </message>
+    <message>
+        <source>传输受阻，稍后重试：%1</source>
+        <translation>Held up, will be tried again: %1</translation>
     </message>
     <message>
         <source>磁盘空间不足，已暂停</source>

@@ -350,8 +350,10 @@ HttpAnswer Drive::data(const HttpRequest &request, const DriveNode &node)
         return jsonAnswer({{"code", 500}, {"result", 0}}, 500);
     if (part && !plain) {
         const qint64 shift = m_core.faults.happens(QStringLiteral("drive-wrong-range")) ? 7 : 0;
-        const QByteArray range =
-            "bytes " + QByteArray::number(from + shift) + '-' + QByteArray::number(to + shift) + '/' + all;
+        const qint64 less = qMax(0LL, m_core.faults.number(QStringLiteral("drive-wrong-total")));
+        hash = less > 0 ? QString() : hash;
+        const QByteArray range = "bytes " + QByteArray::number(from + shift) + '-' + QByteArray::number(to + shift) +
+                                 '/' + QByteArray::number(size - less);
         whole.extra = "X-Content-Range: " + range + "\r\nContent-Range: " + range + "\r\n";
     }
     if (!hash.isEmpty())

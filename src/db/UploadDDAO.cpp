@@ -100,8 +100,12 @@ bool UploadDDAO::makeStore()
          {}, true);
     if (columns("farm").isEmpty())
         return false;
-    addColumns("farm",
-               {{"oktime", "INTEGER"}, {"ids", "varchar"}, {"conflict", "int"}, {"links", "int"}, {"note", "varchar"}});
+    addColumns("farm", {{"oktime", "INTEGER"},
+                        {"ids", "varchar"},
+                        {"conflict", "int"},
+                        {"links", "int"},
+                        {"note", "varchar"},
+                        {"walknote", "varchar"}});
     exec("create table farm_sum(fok INTEGER,fsum INTEGER)", {}, true);
     return number("select count(fok) from farm_sum") != 0 ||
            exec("insert into farm_sum (fok,fsum) values (?,?)", {0, 0});
@@ -130,8 +134,8 @@ void UploadDDAO::mendRows(const db_upfarmD &farm)
     const QString hides = QStringLiteral("delete from %1 where state < 0 or state = 90"); // 90: of an older version
     const int hidden = change(hides.arg(files));
     change(hides.arg(dirs));
-    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?)").arg(dirs),
-         {waiting(), waiting(), DirFailed});
+    exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?,?)").arg(dirs),
+         {waiting(), waiting(), DirFailed, DirUnread});
     const QVariantList failed = failedStates();
     const QVariantList states{waiting(), waiting(), waiting() + 2, failed.first(), failed.last()};
     exec(QStringLiteral("update %1 set state = ? where state is null or state not in (?,?,?,?)").arg(files), states);
@@ -305,7 +309,9 @@ db_upfarmD UploadDDAO::farmFrom(const Row &row)
     farm.oktime = row.number("oktime");
     farm.conflict = row.integer("conflict");
     farm.links = row.integer("links") != 0;
+    const QString walk = row.text("walknote");
     farm.note = row.text("note");
+    farm.note += farm.note.isEmpty() || walk.isEmpty() ? walk : QStringLiteral("；") + walk;
     return farm;
 }
 
@@ -384,15 +390,19 @@ bool UploadDDAO::setConflict(qlonglong farmPri, int conflict)
     return exec("update farm set conflict = ? where pri = ?", {conflict, farmPri});
 }
 
-bool UploadDDAO::setNote(qlonglong farmPri, const QString &text)
+bool UploadDDAO::setNote(qlonglong farmPri, const QString &text, Note kind)
 {
     int good = 0;
+    QString whole = text;
     {
         Locker lock(m_mutex);
-        good = change("update farm set note = ? where pri = ?", {text, farmPri});
+        const QString column = kind == OfWalk ? QStringLiteral("walknote") : QStringLiteral("note");
+        good = change(QStringLiteral("update farm set %1 = ? where pri = ?").arg(column), {text, farmPri});
+        if (good > 0)
+            each("select * from farm where pri = ?", {farmPri}, [&](const Row &row) { whole = farmFrom(row).note; });
     }
     if (good != 0) // also where the store is what the note is about
-        emit note(farmPri, text);
+        emit note(farmPri, whole);
     return good > 0;
 }
 
@@ -594,14 +604,13 @@ bool UploadDDAO::endWalk(qlonglong farmPri)
     return exec("update farm set dirstate = 2 where pri = ?", {farmPri}) && totalRows(farmPri) && retotal();
 }
 
-bool UploadDDAO::dirFailed(qlonglong farmPri, const db_updirD &dir)
+bool UploadDDAO::dirFailed(qlonglong farmPri, const db_updirD &dir, int state)
 {
     {
         Locker lock(m_mutex);
         Work work(this);
         if (!work ||
-            !exec(QStringLiteral("update %1 set state = ? where pri = ?").arg(dirTable(farmPri)),
-                  {DirFailed, dir.pri}) ||
+            !exec(QStringLiteral("update %1 set state = ? where pri = ?").arg(dirTable(farmPri)), {state, dir.pri}) ||
             !endWalk(farmPri) || !work.commit())
             return false;
     }

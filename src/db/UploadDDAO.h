@@ -27,6 +27,8 @@ public:
     static constexpr int PageRows = 30, DoneRows = 1000, HistoryFarms = 1000;
     static constexpr int PieceRows = 2000; // of what is done by tend() and resumeSome() at a time
     static constexpr int DirFailed = 13;   // state of a folder that was given up
+    static constexpr int DirUnread = 14;   // of one that counts as walked, and is looked at again when it's resumed
+    enum Note { OfNow, OfWalk };           // what holds it up; what the walk left out or changed, for good
 
     static UploadDDAO *instance(int which);
     bool open(const QString &userDir);
@@ -44,11 +46,11 @@ public:
     db_upfarmD nextWalk(const QList<qlonglong> &except); // pri 0: nothing is to be walked
     bool setFarmState(qlonglong farmPri, int state);
     bool setConflict(qlonglong farmPri, int conflict);
-    bool setNote(qlonglong farmPri, const QString &note); // emits note
-    bool removeFarm(qlonglong farmPri);                   // its tables are for tend(); sums follow
-    bool keepFarms(int most);                             // history: the oldest go
-    QSet<qlonglong> tableFarms();                         // that have tables, whether a row or not
-    int cancelled() const;                                // state of a batch that is being deleted
+    bool setNote(qlonglong farmPri, const QString &text, Note kind = OfNow); // emits note, with both kinds
+    bool removeFarm(qlonglong farmPri);                                      // its tables are for tend(); sums follow
+    bool keepFarms(int most);                                                // history: the oldest go
+    QSet<qlonglong> tableFarms();                                            // that have tables, whether a row or not
+    int cancelled() const;                                                   // state of a batch that is being deleted
     void sums(qlonglong *fok, qlonglong *fsum);
 
     // Folders.
@@ -58,8 +60,9 @@ public:
     // and its sums are taken from the rows.
     bool walked(qlonglong farmPri, const db_updirD &dir, const QList<db_updirD> &dirs, const QList<db_upfile> &files,
                 bool last = true);
-    bool unwalk(qlonglong farmPri, const db_updirD &dir);    // the pieces of a folder that can't go on, go
-    bool dirFailed(qlonglong farmPri, const db_updirD &dir); // given up: kept, not walked again unless resumed
+    bool unwalk(qlonglong farmPri, const db_updirD &dir); // the pieces of a folder that can't go on, go
+    // Given up: kept, not walked again unless resumed.
+    bool dirFailed(qlonglong farmPri, const db_updirD &dir, int state = DirFailed);
 
     // Files.
     QList<db_upfile> nextFiles(qlonglong farmPri, qlonglong behindPri, int limit); // waiting, in the order of pri

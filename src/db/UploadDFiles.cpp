@@ -232,15 +232,17 @@ int UploadDDAO::resumeSome(qlonglong farmPri)
         const QVariantList failed = failedStates();
         const int paused = m_which == Down ? FileStates::DownPause : FileStates::UpPause;
         Work work(this);
-        const int folders = change(QStringLiteral("update %1 set state = ? where state = ?").arg(dirTable(farmPri)),
-                                   {waiting(), DirFailed});
+        const int folders =
+            change(QStringLiteral("update %1 set state = ? where state in (?,?)").arg(dirTable(farmPri)),
+                   {waiting(), DirFailed, DirUnread});
         files = change(QStringLiteral("update %1 set state = ?, error = 0 where rowid in (select rowid from %1 where "
                                       "state in (?,?,?) limit %2)")
                            .arg(fileTable(farmPri))
                            .arg(PieceRows),
                        {waiting(), paused, failed.first(), failed.last()});
         if (!work || folders < 0 || files < 0 ||
-            (folders > 0 && !exec("update farm set dirstate = 1 where pri = ?", {farmPri})) || !work.commit())
+            (folders > 0 && !exec("update farm set dirstate = 1, walknote = null where pri = ?", {farmPri})) ||
+            !work.commit())
             return -1;
     }
     if (files == PieceRows)

@@ -14,6 +14,7 @@ constexpr int MostBusyMs = 600000;
 std::atomic<NetWork *> only{nullptr};
 constexpr int MostHeld = 1 << 20;   // bytes of an answer in pieces between the network and who asked
 constexpr int LongestInPieces = 20; // times the deadline
+constexpr int CrawlBytes = 4096;    // what is slower than that within the deadline ends with it
 
 // A body that can't be read a second time. Where a server closes a link in place of its answer the toolkit would send
 // the request again by itself, and what a POST makes would be made twice. Owned by its reply.
@@ -225,9 +226,13 @@ void NetWork::readOn(QNetworkReply *reply)
     const int status = reply->attribute(QNetworkRequest::HttpStatusCodeAttribute).toInt();
     if (it == m_pending.end() || status < 200 || status > 299 || it->held >= MostHeld)
         return;
-    if (it->deadline)
+    const QByteArray bytes = reply->readAll();
+    it->fresh += bytes.size();
+    if (it->deadline && it->fresh >= CrawlBytes) {
+        it->fresh = 0;
         it->deadline->start(int(qBound<qint64>(0, it->end.remainingTime(), it->timeoutMs)));
-    handOver(&*it, reply, reply->readAll());
+    }
+    handOver(&*it, reply, bytes);
 }
 
 void NetWork::handOver(Pending *entry, QNetworkReply *reply, const QByteArray &bytes)

@@ -135,6 +135,7 @@ private:
         Request request;
         int number = 0, timeoutMs = 0;
         int held = 0;               // bytes handed to arrived() that it hasn't taken yet
+        qint64 fresh = 0;           // that came since its time began anew
         QTimer *deadline = nullptr; // the reply's
         QDeadlineTimer end{QDeadlineTimer::Forever};
     };

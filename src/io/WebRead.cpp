@@ -34,12 +34,14 @@ QNetworkReply::NetworkError errorOf(CURLcode result)
     case CURLE_SSL_CACERT_BADFILE:
         return QNetworkReply::SslHandshakeFailedError;
     case CURLE_URL_MALFORMAT:
-    case CURLE_UNSUPPORTED_PROTOCOL:
         return QNetworkReply::ProtocolUnknownError;
     case CURLE_SEND_ERROR:
     case CURLE_RECV_ERROR:
     case CURLE_GOT_NOTHING:
     case CURLE_PARTIAL_FILE:
+    case CURLE_WEIRD_SERVER_REPLY:
+    case CURLE_UNSUPPORTED_PROTOCOL: // what no version of HTTP begins with: the rest of an answer that was longer than
+                                     // told
         return QNetworkReply::RemoteHostClosedError;
     default:
         return QNetworkReply::UnknownNetworkError;

@@ -16,6 +16,7 @@ private slots:
     void replies_data();
     void replies();
     void staleToken();
+    void crawl();
 };
 
 namespace
@@ -125,6 +126,18 @@ void DriveRestTest::staleToken()
     rig.stale = 100;
     QVERIFY(endOf(DriveRest::children(3, 1, "5")).startsWith("refused"));
     QCOMPARE(rig.rest.requests.size(), 4);
+}
+
+// A listing that comes in pieces has its time anew with each, but not with a byte at a time.
+void DriveRestTest::crawl()
+{
+    RestRig rig;
+    rig.rest.answer = [](const HttpPeer::Request &) { return QByteArray("HTTP/1.1 200 OK\r\n\r\n{\"list\":["); };
+    QTimer drops;
+    connect(&drops, &QTimer::timeout, this, [&] { rig.rest.link ? rig.rest.link->write(" ") : 0; });
+    drops.start(50);
+    DriveRest question = DriveRest::children(3, 1, "5");
+    QCOMPARE(endOf(question.pieces([](const QVector<SubFile> &) { return true; })), QString("lost"));
 }
 
 VN_TEST(DriveRestTest)

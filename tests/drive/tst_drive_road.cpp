@@ -132,12 +132,13 @@ void DriveRoadTest::linksAndNames()
 void DriveRoadTest::faultsOfFetching_data()
 {
     QTest::addColumn<QString>("fault");
-    for (const char *fault : {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2",
-                              "drive-ring=1@2", "drive-ring=2@2", "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2",
-                              "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3", "drive-status=401@1", "drive-stale-data=200@1",
-                              "drive-stale-data=401@1", "drive-listed-size=5000@2", "drive-piece-200=1@4", "drive-packed=1@2",
-                              // with two ranges in hand
-                              "http-delay=30 drive-no-range=1@3", "http-delay=30 drive-short-body=1000@2", "http-delay=30 drive-stale=1@4"})
+    for (const char *fault :
+         {"drive-no-range=1@3", "drive-wrong-range=1@2", "drive-short-body=1000@4", "drive-corrupt=1@2", "drive-ring=1@2", "drive-ring=2@2",
+          "drive-no-json=1@1", "drive-drop-reply=1@2", "drive-half-listing=1@2", "drive-stale=1@1", "drive-stale=1@6", "drive-status=500@3",
+          "drive-status=401@1", "drive-stale-data=200@1", "drive-stale-data=401@1", "drive-listed-size=5000@2", "drive-wrong-total=7@3",
+          "drive-piece-200=1@4", "drive-packed=1@2",
+          // with two ranges in hand
+          "http-delay=30 drive-no-range=1@3", "http-delay=30 drive-short-body=1000@2", "http-delay=30 drive-stale=1@4"})
         QTest::newRow(fault) << fault;
 }
 
@@ -181,10 +182,14 @@ void DriveRoadTest::refusedAccess()
     QCOMPARE(rig->read("back").keys(), QStringList({"p.vd", "p.xtemp"}));
     QVERIFY(rig->farm.faults().happened("drive-stale-data") <= 4);
     DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
-    QVERIFY(rig->farm.faults().set("drive-stale-data", "") && rig->farm.faults().set("drive-busy=0@5") &&
+    QSignalSpy notes(down, &UploadDDAO::note);
+    QVERIFY(rig->farm.faults().set("drive-stale-data", "") && rig->farm.faults().set("drive-busy=0@9") &&
             rig->farm.faults().set("role-fail=1")); // nor does fetching need a file server's token
     QVERIFY(rig->waitOver(2));
-    QCOMPARE(rig->farm.faults().happened("drive-busy"), 5);
+    QCOMPARE(rig->farm.faults().happened("drive-busy"), 9);
+    QVERIFY(
+        std::any_of(notes.begin(), notes.end(), [](const auto &note) { return note.at(1).toString().contains(QStringLiteral("受阻")); }));
+    QCOMPARE(rig->over().first().note, QString());
 }
 
 void DriveRoadTest::conflicts_data()
@@ -342,7 +347,8 @@ void DriveRoadTest::mediumFails()
     QVERIFY(rig->waitOver(2));
     QCOMPARE(rig->read("back"), (Tree{{"one", "1"}}));
     QCOMPARE(int(syncs), 2);
-    QVERIFY(platform::syncVolumes({rig->local("gone").toStdString()}));
+    for (const QString &name : {QString("gone"), QString("long/").repeated(1000)}) // the second deeper than a path can tell
+        QVERIFY(platform::syncVolumes({rig->local(name).toStdString()}));
     QCOMPARE(int(syncs), 2);
 }
 

@@ -301,9 +301,15 @@ private slots:
         QCOMPARE(driveName("a:b\\c?\nd|"), QString("a_b_c__d_"));
         LocalNames folding({false, true}), windows({true, true});
         QStringList folded;
-        for (const char *name : {"Case", "CASE", "\xc3\xa9", "e\xcc\x81"})
+        for (const char *name : {"Case", "CASE", "\xc3\xa9", "e\xcc\x81",
+                                 "Stra\xc3\x9f"
+                                 "e",
+                                 "STRASSE", "\xef\xac\x81", "fi"})
             folded << folding.take(QString::fromUtf8(name));
-        QCOMPARE(folded, QStringList({"Case", "CASE (2)", QString::fromUtf8("\xc3\xa9"), QString::fromUtf8("e\xcc\x81 (2)")}));
+        QCOMPARE(folded, QStringList({"Case", "CASE (2)", QString::fromUtf8("\xc3\xa9"), QString::fromUtf8("e\xcc\x81 (2)"),
+                                      QString::fromUtf8("Stra\xc3\x9f"
+                                                        "e"),
+                                      "STRASSE (2)", QString::fromUtf8("\xef\xac\x81"), "fi (2)"}));
         got.clear();
         for (const char *name : {"con", "aux.TXT", "a:b", "x. ", ".git", "X. ", "a\\b"})
             got << windows.take(name);

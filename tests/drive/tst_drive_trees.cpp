@@ -25,6 +25,8 @@ private slots:
     void listings();
     void bigListing();
     void storeFull();
+    void unread();
+    void noTarget();
     void limits();
 };
 
@@ -125,7 +127,8 @@ void DriveTreesTest::changing()
     UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
     DriveQueue::setUpLimit(100);
     QSet<qlonglong> running;
-    connect(up, &UploadDDAO::fileSpeedChanged, this, [&](qlonglong pri) { running << pri; });
+    QObject guard;
+    connect(up, &UploadDDAO::fileSpeedChanged, &guard, [&](qlonglong pri) { running << pri; });
     rig.put({"src/p", "src/chosen"});
     QVERIFY(comes([&] { return running.size() >= names.size(); }));
     for (const char *how : sent.values() + failed.values()) {
@@ -197,6 +200,8 @@ void DriveTreesTest::listings_data()
     row("no text", good + "," + file("1", "a\\u0000b") + "," + file("2", "\\ud800") + "," + file("3", "\\udc00"),
         {"good", QString(QChar(0xfffd)), QString(QChar(0xfffd)) + " (2)"}, true);
     row("control characters", file("1", "a\\nb") + "," + file("2", "\\u0001"), {"\x01", "a\nb"}, false);
+    const QByteArray mark("\xef\xbb\xbf");
+    row("a mark of order", file("1", mark + "b") + "," + file("2", "b"), {"b", QString(QChar(0xfeff)) + "b"}, false);
     row("stands for a byte", file("1", "\xee\xbe\xa9"), {FileNames::text("\xee\xbe\xa9")}, false);
     const QByteArray wood = QByteArray("\xe6\x9c\xa8").repeated(90);
     const QString cut = QString(82, QChar(0x6728));
@@ -276,11 +281,6 @@ void DriveTreesTest::bigListing()
     const QList<SubFile> entries = rig.children(rig.place.id);
     QVERIFY(rig.farm.faults().set("drive-half-listing", "1@1"));
     UploadDDAO *down = UploadDDAO::instance(UploadDDAO::Down);
-    QList<qlonglong> begun;
-    connect(down, &UploadDDAO::fileStateChanged, this, [&](qlonglong, int state) {
-        if (state == TransSet::DownRun)
-            begun << rig.farm.faults().happened("drive-half-listing");
-    });
     DriveQueue::fetch(rig.place, entries, rig.local("back"));
     QVERIFY(QTest::qWaitFor([&] { return !down->farms().isEmpty() && down->farms().first().dirstate == UploadDDAO::DirWalked; }, 60000));
     const db_upfarmD farm = down->farms().first();
@@ -336,6 +336,58 @@ void DriveTreesTest::storeFull()
     stop = true;
     Session::setLive(false);
     up->release();
+}
+
+// A folder that can't be read counts as walked and is told of; when the batch is resumed it's looked at again.
+void DriveTreesTest::unread()
+{
+    QTemporaryDir folder;
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+    QVERIFY(up->open(folder.path()));
+    Session::setLive(true);
+    db_upfarmD farm;
+    farm.pri = 7;
+    farm.state = TransSet::UpWait;
+    db_updirD dir;
+    dir.lpath = folder.path() + "/p";
+    QVERIFY(up->addFarm(farm, {dir}, {}));
+    std::atomic_bool stop{false};
+    DirWork walk(DirScan::Local, stop);
+    walk.startScan();
+    for (int files : {0, 0, 1}) {
+        QVERIFY(files == 0 || (QDir().mkpath(dir.lpath) && QFile(dir.lpath + "/a").open(QIODevice::WriteOnly)));
+        QTRY_COMPARE(up->farm(7).dirstate, int(UploadDDAO::DirWalked));
+        up->setNote(7, "x");
+        up->setNote(7, {}); // what holds a batch up takes nothing from what its walk told
+        QCOMPARE(up->farm(7).note.contains(QStringLiteral("无法读取")), files == 0);
+        QCOMPARE(up->farm(7).failed, 0);
+        QCOMPARE(up->nextFiles(7, 0, 9).size(), files);
+        up->release();
+        QVERIFY(up->open(folder.path()) && (files == 1 || up->resumeAll(7)));
+    }
+    stop = true;
+    Session::setLive(false);
+    up->release();
+}
+
+// A folder that can't be made here is told of while it's tried again; who mends that and resumes waits no longer.
+void DriveTreesTest::noTarget()
+{
+    DriveRig rig;
+    QVERIFY(rig.good);
+    rig.write("src", {{"p/a", "a"}});
+    rig.write("here", {{"target", "a file"}});
+    rig.put({"src/p"});
+    QVERIFY(rig.waitOver(1));
+    rig.fetch("here/target/back");
+    UploadDDAO *down = UploadDDAO::instance(UploadDDAO::Down);
+    const auto told = [&] { return !down->farms().isEmpty() && !down->farms().first().note.isEmpty(); };
+    QVERIFY(QTest::qWaitFor(told, 5000));
+    QVERIFY(QFile::remove(rig.local("here/target")));
+    DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
+    QVERIFY(rig.waitOver(2, 8000));
+    QCOMPARE(rig.over().first().note, QString());
+    QCOMPARE(rig.read("here/target/back/p").value("a"), QByteArray("a"));
 }
 
 // The limit of an answer and the rest before the next doubles up to a minute.

@@ -74,6 +74,8 @@ private slots:
         QVERIFY(away.body == "there" && away.status == 302 && away.error == 0); // no further than asked
         QVERIFY(gone.body == "no" && gone.status == 404 && gone.error == QNetworkReply::ContentNotFoundError);
         QCOMPARE(links, 1);
+        peer.answer = [](const HttpPeer::Request &) { return QByteArray("left over of an answer that was longer than told\r\n"); };
+        QCOMPARE(ask(peer.url("/odd")).error, int(QNetworkReply::RemoteHostClosedError));
         peer.answer = [&](const HttpPeer::Request &) {
             QTimer::singleShot(0, peer.link, [&] { peer.link->disconnectFromHost(); });
             return QByteArray("HTTP/1.1 206 Partial Content\r\nContent-Length: 10\r\n\r\nhalf");

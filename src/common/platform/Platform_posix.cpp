@@ -242,7 +242,12 @@ bool syncVolumes(const std::vector<std::string> &folders)
     std::set<dev_t> asked;
     bool good = true;
     for (const std::string &folder : folders) {
-        const int fd = open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        std::string at = folder;
+        int fd = open(at.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        while (fd < 0 && errno == ENAMETOOLONG && at.rfind('/') != std::string::npos) {
+            at.resize(at.rfind('/')); // what lies deeper than a path can tell is of the same volume
+            fd = open(at.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        }
         if (fd < 0) {
             good = good && (errno == ENOENT || errno == ENOTDIR);
             continue;

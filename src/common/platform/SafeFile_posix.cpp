@@ -3,6 +3,7 @@
 #include <cctype>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
@@ -103,26 +104,45 @@ bool readFolder(const std::string &path, const std::function<bool(const std::str
     return bad == 0;
 }
 
-// Told by the folder's own name, or by the next above it on the same volume that has letters.
-bool foldsCase(const std::string &folder)
+namespace
+{
+// 1: the path's last name is the same in the other case, 0: it isn't, -1: it has no letters, or isn't there.
+int sameTurned(const std::string &path)
 {
     struct stat here, other;
-    if (stat(folder.c_str(), &here) != 0)
-        return false;
-    const dev_t volume = here.st_dev;
-    for (std::string path = folder; !path.empty(); path.resize(path.rfind('/'))) {
-        const std::size_t from = path.rfind('/');
-        if (from == std::string::npos || stat(path.c_str(), &here) != 0 || here.st_dev != volume)
-            return false;
-        std::string turned = path;
-        for (std::size_t i = from; i < turned.size(); ++i) {
-            if (std::isalpha(static_cast<unsigned char>(turned[i])))
-                turned[i] = char(turned[i] ^ 0x20);
-        }
-        if (turned != path)
-            return stat(turned.c_str(), &other) == 0 && other.st_dev == here.st_dev && other.st_ino == here.st_ino;
+    std::string turned = path;
+    for (std::size_t i = path.rfind('/') + 1; i < turned.size(); ++i) {
+        if (std::isalpha(static_cast<unsigned char>(turned[i])))
+            turned[i] = char(turned[i] ^ 0x20);
     }
-    return false;
+    if (turned == path || lstat(path.c_str(), &here) != 0)
+        return -1;
+    return lstat(turned.c_str(), &other) == 0 && other.st_dev == here.st_dev && other.st_ino == here.st_ino;
+}
+} // namespace
+
+// Told by a name that lies in it, else by one of our own: the folder's own name lies in another folder, maybe on
+// another volume, which may be of another kind.
+bool foldsCase(const std::string &folder)
+{
+    int told = -1, looked = 0;
+    std::string unused;
+    const auto look = [&](const std::string &name) {
+        constexpr int most = 100;
+        told = sameTurned(folder + '/' + name);
+        return told < 0 && ++looked < most;
+    };
+    readFolder(folder, look, &unused);
+    if (told < 0) {
+        std::string probe = folder + "/.vnXXXXXX";
+        const int fd = mkstemp(&probe[0]);
+        if (fd < 0)
+            return false;
+        close(fd);
+        told = sameTurned(probe);
+        unlink(probe.c_str());
+    }
+    return told > 0;
 }
 
 int openRegular(const std::string &path)

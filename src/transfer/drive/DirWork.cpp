@@ -5,6 +5,7 @@
 #include "io/NetTcp.h"
 #include "transfer/drive/DirScan.h"
 #include "transfer/drive/DriveFolder.h"
+#include "transfer/TransSet.h"
 #include <QDateTime>
 #include <QDebug>
 #include <QFileInfo>
@@ -48,7 +49,22 @@ UploadDDAO *DirWork::store() const
     return UploadDDAO::instance(m_type == DirScan::Local ? UploadDDAO::Up : UploadDDAO::Down);
 }
 
-void DirWork::startScan() { again(m_type == DirScan::Local ? 50 : 100); }
+void DirWork::startScan()
+{
+    connect(store(), &UploadDDAO::farmStateChanged, this, [this](qlonglong farmPri, int state) {
+        if (state == (m_type == DirScan::Local ? TransSet::UpWait : TransSet::DownWait))
+            resumed(farmPri);
+    });
+    again(m_type == DirScan::Local ? 50 : 100);
+}
+
+// Whoever resumes a batch has done something about what held it up: nothing waits for its next turn.
+void DirWork::resumed(qlonglong farmPri)
+{
+    m_held.remove(farmPri);
+    for (auto it = m_troubles.begin(); it != m_troubles.end();)
+        it = it->farmPri == farmPri ? m_troubles.erase(it) : std::next(it);
+}
 
 void DirWork::again(int ms)
 {
@@ -84,7 +100,7 @@ void DirWork::writeNotes(qlonglong farmPri)
         return;
     found->told = true;
     const QString more = found->count > 1 ? tr("（另有 %1 条提示，详见日志）").arg(found->count - 1) : QString();
-    store()->setNote(farmPri, found->last + more);
+    store()->setNote(farmPri, found->last + more, UploadDDAO::OfWalk);
 }
 
 void DirWork::dirOut()
@@ -156,7 +172,7 @@ bool DirWork::whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming
 {
     writeNotes(farm.pri);
     const bool good = coming->bad.isEmpty() && store()->walked(farm.pri, dir, coming->dirs, coming->files);
-    m_troubles.remove(dir.pri);
+    settled(dir.pri);
     if (good) {
         if (std::exchange(m_unsaved, false))
             store()->setNote(farm.pri, {});
@@ -164,11 +180,9 @@ bool DirWork::whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming
     }
     if (coming->begun)
         store()->unwalk(farm.pri, dir);
-    if (!std::exchange(m_unsaved, true)) {
-        tell(farm.pri, tr("传输记录无法保存，磁盘可能已满"));
-        writeNotes(farm.pri);
-    }
-    m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.firstRestMs;
+    if (!std::exchange(m_unsaved, true))
+        store()->setNote(farm.pri, tr("传输记录无法保存，磁盘可能已满"));
+    m_troubles[dir.pri] = {farm.pri, 0, m_clock.elapsed() + m_timing.firstRestMs};
     return false;
 }
 
@@ -255,9 +269,13 @@ void DirWork::walkLocal(const db_upfarmD &farm, const db_updirD &dir)
         return;
     if (!read)
         tell(farm.pri, tr("文件夹无法读取，已跳过：%1（%2）").arg(dir.lpath, QString::fromStdString(why)));
-    if (!coming.any && read)
+    if (coming.any)
+        return void(whole(farm, dir, &coming));
+    if (read)
         return makeRemote(farm, dir);
-    whole(farm, dir, &coming);
+    writeNotes(farm.pri);
+    if (!store()->dirFailed(farm.pri, dir, UploadDDAO::DirUnread))
+        m_troubles[dir.pri] = {farm.pri, 0, m_clock.elapsed() + m_timing.firstRestMs};
 }
 
 // An empty folder has no file that would bring it along.
@@ -266,6 +284,7 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
     Made &made = m_made[farm.pri];
     if (made.asking) {
         m_troubles[dir.pri].until = m_clock.elapsed() + m_timing.lookMs;
+        m_troubles[dir.pri].farmPri = farm.pri;
         return; // one at a time: two would make the same folder twice
     }
     made.asking = true;
@@ -302,14 +321,31 @@ void DirWork::failed(const db_upfarmD &farm, const db_updirD &dir, const QString
         m_made[farm.pri].asking = false;
     m_inHand.remove(dir.pri);
     Trouble &trouble = m_troubles[dir.pri];
+    trouble.farmPri = farm.pri;
     if (NetTcp::isLogin())
         ++trouble.tries; // without a link nothing is known of the folder
     trouble.until = m_clock.elapsed() + restOf(trouble.tries);
     qWarning().noquote() << "DirWork::failed" << dir.dpath << why << trouble.tries;
-    if (trouble.tries < MostTries)
+    if (trouble.tries < MostTries) {
+        if (trouble.tries >= ToldTries) {
+            m_held.insert(farm.pri);
+            store()->setNote(farm.pri,
+                             FileNames::shown(tr("文件夹暂时无法处理，稍后重试：%1（%2）").arg(dir.dpath, why)));
+        }
         return;
-    m_troubles.remove(dir.pri);
+    }
+    settled(dir.pri);
     store()->dirFailed(farm.pri, dir);
     tell(farm.pri, tr("文件夹多次读取失败：%1（%2）").arg(dir.dpath, why));
     writeNotes(farm.pri);
+}
+
+void DirWork::settled(qlonglong dirPri)
+{
+    const qlonglong farmPri = m_troubles.take(dirPri).farmPri;
+    const auto other = [&](const Trouble &trouble) { return trouble.farmPri == farmPri && trouble.tries >= ToldTries; };
+    if (m_held.contains(farmPri) && std::none_of(m_troubles.cbegin(), m_troubles.cend(), other)) {
+        m_held.remove(farmPri);
+        store()->setNote(farmPri, {});
+    }
 }

@@ -3,7 +3,8 @@
 // row of the store, lists it, and gives it back as its folders and files in one transaction, a big one in pieces
 // (UploadDDAO::walked). What is walked isn't held in memory, so a kill costs the folder in hand and memory stays flat.
 //
-//   local folder:  read -> rows; one that can't be read gives none and is told; an empty one is made on the drive
+//   local folder:  read -> rows; an empty one is made on the drive; one that can't be read gives none, is told of, and
+//                  is read again when the batch is resumed
 //   remote folder: asked for (the limit doubles up to 60 s while it fails) -> made on this disk -> rows
 //                  ten failures: kept as failed and told, the rest goes on; resuming the batch walks it again
 //
@@ -36,6 +37,7 @@ public:
     static constexpr int MostLinks = 3;    // on the way to a folder: trees of links that lead to each other end
     static constexpr int PieceRows = 5000; // of a folder, at a time
     static constexpr int AsksInHand = 4;   // remote folders
+    static constexpr int ToldTries = 2;    // failures of a folder before the batch tells of it
 
     DirWork(int type, const std::atomic_bool &stop);
     void startScan();
@@ -49,6 +51,7 @@ public slots:
 
 private:
     struct Trouble {
+        qlonglong farmPri = 0;
         int tries = 0;
         qint64 until = 0;
     };
@@ -92,6 +95,8 @@ private:
     bool takeRemote(const db_upfarmD &farm, const db_updirD &dir, const SubFile &entry, Coming *coming);
     void listed(const db_upfarmD &farm, const db_updirD &dir, Coming *coming, const QString &why, int unusable);
     void failed(const db_upfarmD &farm, const db_updirD &dir, const QString &why);
+    void settled(qlonglong dirPri); // it's walked, or given up
+    void resumed(qlonglong farmPri);
     void tell(qlonglong farmPri, const QString &text);
     void writeNotes(qlonglong farmPri);
 
@@ -103,6 +108,7 @@ private:
     QSet<qlonglong> m_inHand;             // pri of folders that are asked for, or being made
     QHash<qlonglong, Made> m_made;        // by the batch's pri
     QHash<qlonglong, Notes> m_notes;      // by the batch's pri
+    QSet<qlonglong> m_held;               // batches whose folders' trouble was told
     bool m_unsaved = false;               // the store takes nothing, and that was told
     bool m_walking = false;               // for the log
     bool m_waiting = false;               // the next look of getFileOut is due

@@ -82,6 +82,14 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     look();
 }
 
+// The folder may be gone: who resumes wants it again. Nobody else makes it, it may lie on a disk that was taken out.
+void DownDHandler::reFarm(qlonglong farmPri)
+{
+    if (const db_upfarmD farm = store()->farm(farmPri); farm.pri != 0)
+        makeFolder(farm.lpath);
+    DriveHandler::reFarm(farmPri);
+}
+
 void DownDHandler::setConflict(qlonglong farmPri, int conflict)
 {
     m_questions.remove(farmPri);
@@ -218,6 +226,8 @@ void DownDHandler::workFinished(db_downfile done, int isDel)
         file.hash = done.hash;
         store()->setMeasure(done.missPri, file);
     }
+    if (work->astray && exists(farm.pri)) // as where a network wants a login first: not each file is burnt on it
+        rest(farm.pri, &batch(farm.pri), false, TransSet::sentence(done.error));
     ended(farm, file, isDel, work->received > 0, work->stale);
 }
 

@@ -17,6 +17,7 @@ public:
     DownDHandler();
     ~DownDHandler() override;
     void cfarm(db_upfarmD farm, QList<SubFile> sfL) override; // lpath: the folder of this machine
+    void reFarm(qlonglong farmPri) override;
     void setConflict(qlonglong farmPri, int conflict) override;
     void readFile() override; // open questions are asked again
 

@@ -188,8 +188,10 @@ bool DownHttp::takeHead()
     qint64 size = m_whole ? reply->head("Content-Length").toLongLong() : sizeOf(told);
     if (size <= 0)
         size = m_down.size;
-    if (m_whole && size != m_down.size && reply->head("Content-Type").toLower().contains("html")) {
+    const QByteArray type = reply->head("Content-Type").toLower();
+    if (m_whole && size != m_down.size && (type.isEmpty() || type.contains("html"))) {
         qWarning().noquote() << "DownHttp::takeHead a page in place of" << m_down.lpath;
+        astray = true;
         failDown(TransSet::AccessFailed);
         return false;
     }
@@ -217,7 +219,9 @@ bool DownHttp::takeSize(qint64 size)
         return true;
     qWarning().noquote() << "DownHttp::takeSize 后台size和磁盘size不同" << m_down.size << size << m_down.lpath;
     m_down.size = size;
-    m_down.hash = hashOf(m_ranges.first().reply->head("ETag"));
+    // Without a newer word on its content the listing's stands: the size may be what is wrong.
+    if (const QString hash = hashOf(m_ranges.first().reply->head("ETag")); !hash.isEmpty())
+        m_down.hash = hash;
     dropRanges();
     m_whole = false;
     m_partial->discard();
@@ -243,6 +247,7 @@ bool DownHttp::refusedByCode()
     const qint64 got = reply->bytes().size(), asked = m_ranges.first().to - m_ranges.first().from + 1;
     if (good && (got == m_down.size || got == asked || (body.code == 0 && !page)))
         return false; // a file that happens to be JSON, or a page
+    astray = page || (status >= 300 && status < 400);
     stale = body.code == TransSet::StaleToken || status == 203 || status == 401;
     busyMs = FuncBody::busyFor(status, reply->head("Retry-After"));
     const int code = stale ? int(TransSet::StaleToken) : body.code != 0 ? body.code : int(reply->error());

@@ -28,6 +28,7 @@ public:
     void downReq(db_downfile file); // the first call, queued; path is the chain of ids
 
     std::atomic_bool stale{false};    // the access token wasn't good
+    std::atomic_bool astray{false};   // a page, or another address, in place of the file
     std::atomic_bool conflict{false}; // another file stands there; ended as dropped
 
     static constexpr int WaitMs = 15000;

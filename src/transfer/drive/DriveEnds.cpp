@@ -118,7 +118,7 @@ bool DriveHandler::toHistory(const db_upfarmD &farm)
     row.oktime = QDateTime::currentMSecsSinceEpoch();
     UploadDDAO *history = UploadDDAO::instance(UploadDDAO::Ok);
     if (const qlonglong here = history->countError(farm.pri, TransSet::AlreadyHere); here > 0)
-        row.note = tr("%1 个文件已存在，已跳过").arg(here);
+        row.note = tr("%1 个文件已存在，已跳过").arg(here) + (row.note.isEmpty() ? QString() : "；" + row.note);
     // First there, then away from here: a kill in between does it once more.
     if (!history->putFarm(row) || !history->settle() || !store()->removeFarm(farm.pri))
         return false;

@@ -111,9 +111,12 @@ void DriveHandler::scan()
                 continue;
             if (!launch(farm, file, key)) {
                 mine.ready.prepend(file);
-                mine.until = now() + m_timing.restMs; // the farm's address isn't there (yet)
+                mine.until = now() + m_timing.restMs; // the farm's address or token isn't there (yet)
+                if (++mine.unlaunched > QuietFailures)
+                    heldUp(farm.pri, &mine, tr("没有农场的地址或令牌"));
                 break;
             }
+            mine.unlaunched = 0;
             mine.held.insert(file.pri);
             m_runs.insert(key, {farm.pri, file.pri});
             store()->show(file.pri, runs(), 0);
@@ -202,7 +205,7 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
     if (kind == TransSet::Done) {
         forgetRetries(key);
         mine.stale = 0;
-        rest(&mine, true);
+        rest(farm.pri, &mine, true, {});
         return over(farm.pri, file);
     }
     mine.held.remove(file.pri);
@@ -214,13 +217,14 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
     const int socket = file.error - TransSet::SocketBase;
     if (kind == TransSet::Transient || stale || busyMs >= 0 || (socket >= 0 && socket < 100)) {
         if (!stale)
-            rest(&mine, progress);
+            rest(farm.pri, &mine, progress, TransSet::sentence(file.error));
         if (busyMs > 0)
             mine.until = qMax(mine.until, now() + busyMs);
         return passing(farm, &mine, file, stale);
     }
     if (file.error == QNetworkReply::InternalServerError || file.error == QNetworkReply::UnknownServerError)
-        rest(&mine, progress); // it may be the whole drive that fails: the next files aren't burnt on it
+        rest(farm.pri, &mine, progress,
+             TransSet::sentence(file.error)); // it may be the whole drive that fails: the next files aren't burnt on it
     const int tries = retries(key);
     if (checkRetry(key)) {
         store()->unshow(file.pri);
@@ -253,16 +257,26 @@ void DriveHandler::wait(qlonglong farmPri, const db_upfile &file, int ms)
     store()->unshow(file.pri);
 }
 
-void DriveHandler::rest(Batch *batch, bool progress)
+void DriveHandler::rest(qlonglong farmPri, Batch *batch, bool progress, const QString &why)
 {
     if (progress) {
         batch->failures = 0;
         batch->until = 0;
+        if (std::exchange(batch->told, false))
+            store()->setNote(farmPri, {});
         return;
     }
+    if (batch->failures >= QuietFailures)
+        heldUp(farmPri, batch, why);
     const int extra = ++batch->failures - FreeFailures;
     if (extra > 0)
         batch->until = now() + qMin(m_timing.restMs << qMin(extra - 1, 12), m_timing.longestRestMs);
+}
+
+void DriveHandler::heldUp(qlonglong farmPri, Batch *batch, const QString &why)
+{
+    if (!std::exchange(batch->told, true))
+        store()->setNote(farmPri, tr("传输受阻，稍后重试：%1").arg(why));
 }
 
 void DriveHandler::over(qlonglong farmPri, const db_upfile &ended)

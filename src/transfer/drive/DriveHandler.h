@@ -43,9 +43,10 @@ public:
         int staleGapMs = 2000;                   // within which all tell of one access token
     };
     void setTiming(const Timing &timing) { m_timing = timing; }
-    static constexpr int Ahead = 200;      // rows of a batch that are read at a time
-    static constexpr int FreeFailures = 3; // passing failures in a row before a batch rests
-    static constexpr int LookMs = 1000;    // where nothing is to be done
+    static constexpr int Ahead = 200;       // rows of a batch that are read at a time
+    static constexpr int FreeFailures = 3;  // passing failures in a row before a batch rests
+    static constexpr int QuietFailures = 8; // before it's told why
+    static constexpr int LookMs = 1000;     // where nothing is to be done
     static constexpr int MostUnwritten = 5000;
     static constexpr int QuotaFull = 1060004; // the drive's own code
 
@@ -64,6 +65,8 @@ protected:
         qint64 lastStale = 0;
         bool asked = false;   // the user, what to do with files that exist
         bool unsaved = false; // what ended can't be written, and that was told
+        bool told = false;    // what holds it up
+        int unlaunched = 0;   // times in a row that no worker could be made
     };
     virtual int limit() const = 0; // of workers
     // Rows that were just read; those that aren't to be started go (and into held, if they are settled otherwise).
@@ -77,6 +80,8 @@ protected:
     // A worker of that file ended; kind and error as in TransSet. stale: by an access token that isn't good.
     void ended(const db_upfarmD &farm, db_upfile file, int kind, bool progress, bool stale);
     void wait(qlonglong farmPri, const db_upfile &file, int ms);
+    // After a failure that may be the whole drive's (why: for the user), or after progress.
+    void rest(qlonglong farmPri, Batch *batch, bool progress, const QString &why);
     void over(qlonglong farmPri, const db_upfile &file); // without a worker, too
     void pauseWith(qlonglong farmPri, const QString &note);
     void look();     // soon
@@ -113,7 +118,7 @@ private:
     db_upfile next(const db_upfarmD &farm, Batch *batch);
     void judge(const db_upfarmD &farm, Batch *batch);
     bool toHistory(const db_upfarmD &farm);
-    void rest(Batch *batch, bool progress);
+    void heldUp(qlonglong farmPri, Batch *batch, const QString &why);
     void passing(const db_upfarmD &farm, Batch *batch, const db_upfile &file, bool stale);
     void flush(bool wait);
     Written write(const Groups &groups); // on another thread

@@ -9,6 +9,7 @@
 
 namespace
 {
+constexpr char FirstMark[] = "\"\xef\xbb\xbf";
 constexpr int MostRest = 1 << 20, MostElement = 1 << 20, MostOpen = 64;
 
 QString textOf(const QJsonObject &object, const char *key)
@@ -239,7 +240,11 @@ void DriveListing::whole(const QByteArray &element)
         return;
     ++m_count;
     QJsonParseError error;
-    const QJsonDocument read = QJsonDocument::fromJson(element, &error);
+    QByteArray text = element;
+    if (element.contains(
+            FirstMark)) // a name's first character, which the toolkit leaves out of a text that isn't escaped
+        text.replace(FirstMark, "\"\\ufeff");
+    const QJsonDocument read = QJsonDocument::fromJson(text, &error);
     if (error.error == QJsonParseError::NoError && read.isObject()) {
         SubFile one;
         if (DriveListing::entry(read.object(), &one))

@@ -87,7 +87,13 @@ LocalNames::Rules LocalNames::Rules::ofFolder(const QString &folder)
 
 QString LocalNames::fold(const QString &name) const
 {
-    return m_rules.fold ? name.normalized(QString::NormalizationForm_C).toCaseFolded() : name;
+    if (!m_rules.fold)
+        return name;
+    // Upper case first, which is where the toolkit makes several letters of one: some disks take "ß" for "SS".
+    return name.normalized(QString::NormalizationForm_D)
+        .toUpper()
+        .toCaseFolded()
+        .normalized(QString::NormalizationForm_D);
 }
 
 QString LocalNames::numbered(const QString &name, int number)
