@@ -17,7 +17,7 @@ constexpr int LongestInPieces = 20; // times the deadline
 constexpr int CrawlBytes = 4096;    // what is slower than that within the deadline ends with it
 
 // A body that can't be read a second time. Where a server closes a link in place of its answer the toolkit would send
-// the request again by itself, and what a POST makes would be made twice. Owned by its reply.
+// the request again by itself: what a POST makes would be made twice, what is deleted not be found. Owned by its reply.
 class SentOnce : public QIODevice
 {
 public:
@@ -174,30 +174,18 @@ void NetWork::start(Verb verb, Pending entry)
     entry.number = ++m_count;
     QNetworkRequest request{QUrl(entry.request.url)};
     setHead(request, entry.request, verb == Post || verb == Put);
-    QNetworkReply *reply = nullptr;
-    switch (verb) {
-    case Get:
-        reply = m_manager->get(request);
-        break;
-    case Post:
-        reply = postOnce(&request, entry.request.byte);
-        break;
-    case Put:
-        reply = m_manager->put(request, entry.request.byte);
-        break;
-    case Delete:
-        reply = m_manager->deleteResource(request);
-        break;
-    }
+    QNetworkReply *reply = verb == Get ? m_manager->get(request) : sendOnce(verb, &request, entry.request.byte);
     setMap(reply, std::move(entry));
 }
 
-QNetworkReply *NetWork::postOnce(QNetworkRequest *request, const QByteArray &bytes)
+QNetworkReply *NetWork::sendOnce(Verb verb, QNetworkRequest *request, const QByteArray &bytes)
 {
     auto *body = new SentOnce(bytes);
     request->setHeader(QNetworkRequest::ContentLengthHeader, bytes.size());
     request->setAttribute(QNetworkRequest::DoNotBufferUploadDataAttribute, true);
-    QNetworkReply *reply = m_manager->post(*request, body);
+    QNetworkReply *reply = verb == Post  ? m_manager->post(*request, body)
+                           : verb == Put ? m_manager->put(*request, body)
+                                         : m_manager->sendCustomRequest(*request, "DELETE", body);
     body->setParent(reply);
     return reply;
 }

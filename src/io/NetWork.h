@@ -144,7 +144,7 @@ private:
     ~NetWork() override;
     void ask(Verb verb, Request req, FuncBack func, QThread *backTh, QPointer<QObject> qo, int timeoutMs);
     void start(Verb verb, Pending entry);
-    QNetworkReply *postOnce(QNetworkRequest *request, const QByteArray &bytes);
+    QNetworkReply *sendOnce(Verb verb, QNetworkRequest *request, const QByteArray &bytes);
     void setMap(QNetworkReply *reply, Pending entry);
     void setHead(QNetworkRequest &request, const Request &req, bool json);
     void readOn(QNetworkReply *reply);

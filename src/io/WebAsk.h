@@ -5,8 +5,8 @@
 //   refused(rep)    the service answered with another status; rep.error tells which
 //   lost(error)     no answer: the network failed, or the deadline passed and the request was aborted
 //
-// When the guard has died by then nothing is called. Without a deadline given it is DefaultMs. A POST goes out once:
-// lost is told of it even where it was carried out. Any thread.
+// When the guard has died by then nothing is called. Without a deadline given it is DefaultMs. What isn't a GET goes
+// out once: lost is told of it even where it was carried out. Any thread.
 #include "io/NetWork.h"
 
 class WebAsk
