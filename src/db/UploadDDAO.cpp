@@ -63,6 +63,7 @@ bool UploadDDAO::open(const QString &userDir)
     m_lastPri = 0;
     m_shown.clear();
     m_blocks.clear();
+    m_failed.clear();
     m_gone.clear();
     if (!openFile(userDir + '/' + m_fileName))
         return false;
@@ -417,6 +418,7 @@ bool UploadDDAO::removeFarm(qlonglong farmPri)
             return false;
         }
         m_blocks.remove(farmPri);
+        m_failed.remove(farmPri);
     }
     emit farmDeleted(farmPri);
     qlonglong fok = 0, fsum = 0;

@@ -88,8 +88,11 @@ public:
     bool resumeAll(qlonglong farmPri);
 
     QList<db_upfile> readPage(qlonglong farmPri, int page); // emits allFile
-    void readFarms();                                       // emits allFarm and farmSumCount
-    bool tend();                                            // a few ms of what was put off; false: nothing is left
+    // The rows behind a row, or before it, at most a page of them; where the head is among them it's the first page.
+    // Emits allFile.
+    void readNear(qlonglong farmPri, qlonglong filePri, bool before);
+    void readFarms(); // emits allFarm and farmSumCount
+    bool tend();      // a few ms of what was put off; false: nothing is left
 
     // What runs, in memory only.
     void show(qlonglong filePri, int state, int error); // emits fileStateChanged
@@ -140,7 +143,13 @@ private:
     bool retotal();
     db_upfarmD farmFrom(const Row &row);
     db_upfile fileFrom(const Row &row);
-    qlonglong sizeOf(qlonglong farmPri, qlonglong filePri);
+    db_upfile shownFrom(const Row &row); // as it is now
+    struct Stands {
+        qlonglong size = -1; // -1: there is no such row
+        bool failed = false;
+    };
+    Stands stands(qlonglong farmPri, qlonglong filePri);
+    void countFailed(qlonglong farmPri, int change);
     void tellCount(qlonglong farmPri);
     bool countBlocks(qlonglong farmPri, int most); // false: all of them are
     bool sweep();                                  // a piece of what removed batches left
@@ -158,5 +167,6 @@ private:
     qlonglong m_lastPri = 0;
     QHash<qlonglong, QPair<int, int>> m_shown; // running rows: state, error
     QHash<qlonglong, Blocks> m_blocks;
-    QStringList m_gone; // tables to be emptied
+    QHash<qlonglong, qlonglong> m_failed; // of batches whose failed files were counted: how many
+    QStringList m_gone;                   // tables to be emptied
 };

@@ -1,6 +1,7 @@
 // The file rows of the drive's stores.
 #include "common/facts/FileStates.h"
 #include "db/UploadDDAO.h"
+#include <algorithm>
 
 namespace
 {
@@ -61,8 +62,11 @@ bool UploadDDAO::setState(qlonglong farmPri, qlonglong filePri, int state, int e
     {
         Locker lock(m_mutex);
         const QString sql = QStringLiteral("update %1 set state = ? %2 where pri = ?").arg(fileTable(farmPri));
+        const Stands before = stands(farmPri, filePri);
         good = error != 0 ? exec(sql.arg(QStringLiteral(",error = ?")), {state, error, filePri})
                           : exec(sql.arg(QString()), {state, filePri});
+        if (good && before.size >= 0)
+            countFailed(farmPri, failedStates().contains(state) - before.failed);
         m_shown.remove(filePri);
     }
     if (good)
@@ -75,7 +79,7 @@ bool UploadDDAO::setMeasure(qlonglong farmPri, const db_upfile &file)
     Locker lock(m_mutex);
     Work work(this);
     const QString table = fileTable(farmPri);
-    const qlonglong before = sizeOf(farmPri, file.pri);
+    const qlonglong before = stands(farmPri, file.pri).size;
     return work && before >= 0 &&
            exec(QStringLiteral("update %1 set hash = ?, size = ?, modtime = ? where pri = ?").arg(table),
                 {file.hash, file.size, file.modtime, file.pri}) &&
@@ -110,13 +114,24 @@ QList<db_upfile> UploadDDAO::placedFiles(qlonglong farmPri, const QString &behin
     return list;
 }
 
-// The size that a row tells; -1: there is none. A damaged one may tell less than nothing.
-qlonglong UploadDDAO::sizeOf(qlonglong farmPri, qlonglong filePri)
+// A damaged row may tell a size of less than nothing.
+UploadDDAO::Stands UploadDDAO::stands(qlonglong farmPri, qlonglong filePri)
 {
-    qlonglong size = -1;
-    each(QStringLiteral("select size from %1 where pri = ?").arg(fileTable(farmPri)), {filePri},
-         [&](const Row &row) { size = qMax(0LL, row.at(0).toLongLong()); });
-    return size;
+    Stands found;
+    each(QStringLiteral("select size, state from %1 where pri = ?").arg(fileTable(farmPri)), {filePri},
+         [&](const Row &row) {
+             found.size = qMax(0LL, row.at(0).toLongLong());
+             found.failed = failedStates().contains(row.at(1).toInt());
+         });
+    return found;
+}
+
+// Where a drive refuses everything there is a million of them: they are counted once.
+void UploadDDAO::countFailed(qlonglong farmPri, int change)
+{
+    const auto known = m_failed.find(farmPri);
+    if (known != m_failed.end())
+        *known += change;
 }
 
 bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
@@ -132,19 +147,21 @@ bool UploadDDAO::finish(qlonglong farmPri, const QList<db_upfile> &files)
         qlonglong rows = 0, bytes = 0;
         bool good = bool(work);
         for (const db_upfile &file : files) {
-            const qlonglong size = good ? sizeOf(farmPri, file.pri) : -1;
-            if (size < 0)
+            const Stands row = good ? stands(farmPri, file.pri) : Stands();
+            if (row.size < 0)
                 continue;
             good = exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {file.pri});
             ++rows;
-            bytes += size;
+            bytes += row.size;
             count(farmPri, file.pri, -1);
+            countFailed(farmPri, -row.failed);
         }
         if (!good ||
             !exec(QStringLiteral("update farm set fok = fok + ?, fup = fup + ? where pri = ?"),
                   {rows, bytes, farmPri}) ||
             !exec(QStringLiteral("update farm_sum set fok = fok + ?"), {rows}) || !work.commit()) {
             m_blocks[farmPri] = {};
+            m_failed.remove(farmPri);
             return false;
         }
         for (const db_upfile &file : files)
@@ -176,11 +193,12 @@ bool UploadDDAO::removeFile(qlonglong farmPri, qlonglong filePri)
         Locker lock(m_mutex);
         const QString table = fileTable(farmPri);
         Work work(this);
-        const qlonglong size = sizeOf(farmPri, filePri);
-        if (!work || size < 0 || !exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {filePri}) ||
-            !addSums(farmPri, -1, -size) || !work.commit())
+        const Stands row = stands(farmPri, filePri);
+        if (!work || row.size < 0 || !exec(QStringLiteral("delete from %1 where pri = ?").arg(table), {filePri}) ||
+            !addSums(farmPri, -1, -row.size) || !work.commit())
             return false;
         count(farmPri, filePri, -1);
+        countFailed(farmPri, -row.failed);
         m_shown.remove(filePri);
     }
     emit fileDeleted(filePri);
@@ -213,8 +231,15 @@ qlonglong UploadDDAO::countError(qlonglong farmPri, int error)
 qlonglong UploadDDAO::countFailed(qlonglong farmPri)
 {
     Locker lock(m_mutex);
-    return number(QStringLiteral("select count(state) from %1 where state = ? or state = ?").arg(fileTable(farmPri)),
-                  failedStates(), 0);
+    const auto known = m_failed.constFind(farmPri);
+    if (known != m_failed.constEnd())
+        return *known;
+    const qlonglong rows =
+        number(QStringLiteral("select count(state) from %1 where state = ? or state = ?").arg(fileTable(farmPri)),
+               failedStates());
+    if (rows >= 0)
+        m_failed.insert(farmPri, rows);
+    return qMax(0LL, rows);
 }
 
 qlonglong UploadDDAO::countDirs(qlonglong farmPri, bool failed)
@@ -231,6 +256,7 @@ int UploadDDAO::resumeSome(qlonglong farmPri)
         Locker lock(m_mutex);
         const QVariantList failed = failedStates();
         const int paused = m_which == Down ? FileStates::DownPause : FileStates::UpPause;
+        m_failed.remove(farmPri);
         Work work(this);
         const int folders =
             change(QStringLiteral("update %1 set state = ? where state in (?,?)").arg(dirTable(farmPri)),
@@ -285,20 +311,41 @@ void UploadDDAO::count(qlonglong farmPri, qlonglong filePri, int change)
         found->rows[filePri / Block] += change;
 }
 
+db_upfile UploadDDAO::shownFrom(const Row &row)
+{
+    db_upfile file = fileFrom(row);
+    const auto shown = m_shown.constFind(file.pri);
+    if (shown != m_shown.constEnd()) {
+        file.state = shown->first;
+        file.error = shown->second;
+    }
+    return file;
+}
+
+void UploadDDAO::readNear(qlonglong farmPri, qlonglong filePri, bool before)
+{
+    QList<db_upfile> list;
+    {
+        Locker lock(m_mutex);
+        each(QStringLiteral("select * from %1 where pri %2 order by pri %3 limit ?")
+                 .arg(fileTable(farmPri), before ? "< ?" : "> ?", before ? "desc" : "asc"),
+             {filePri, PageRows}, [&](const Row &row) { list << shownFrom(row); });
+    }
+    if (before && list.size() < PageRows) {
+        readPage(farmPri, 0);
+        return;
+    }
+    if (before)
+        std::reverse(list.begin(), list.end());
+    emit allFile(farmPri, list, false);
+}
+
 QList<db_upfile> UploadDDAO::readPage(qlonglong farmPri, int page)
 {
     QList<db_upfile> list;
     {
         Locker lock(m_mutex);
-        const auto take = [&](const Row &row) {
-            db_upfile file = fileFrom(row);
-            const auto shown = m_shown.constFind(file.pri);
-            if (shown != m_shown.constEnd()) {
-                file.state = shown->first;
-                file.error = shown->second;
-            }
-            list << file;
-        };
+        const auto take = [&](const Row &row) { list << shownFrom(row); };
         if (m_which == Ok) {
             each(QStringLiteral("select * from %1 order by oktime desc limit %2").arg(fileTable(farmPri)).arg(DoneRows),
                  {}, take);

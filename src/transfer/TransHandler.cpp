@@ -324,6 +324,8 @@ bool TransHandler::checkRetry(const QString &key)
         return true;
     }
     m_retryCount.remove(key);
+    if (m_gaveUp.size() >= MostGaveUp)
+        m_gaveUp.clear(); // it's a word to the server and no more
     m_gaveUp.insert(key);
     return false;
 }

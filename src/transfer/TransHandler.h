@@ -44,6 +44,7 @@ public:
     int running() const { return m_works.size(); }
 
     static constexpr int TickMs = 50, SecondMs = 1000, RenewMs = 1200000;
+    static constexpr int MostGaveUp = 50000; // that are remembered
     static constexpr int MaxRetries = 3;
     static constexpr int FarmGapMs = 1000; // between two tries to find out a farm
     static constexpr int StoreAskMs = 10000;

@@ -4,6 +4,8 @@
 #include "support/TestMain.h"
 #include "transfer/drive/DirWork.h"
 #include "transfer/drive/DriveCheck.h"
+#include "transfer/drive/DriveHandler.h"
+#include "transfer/TransWork.h"
 #include <atomic>
 #include <cerrno>
 #include <csignal>
@@ -61,7 +63,50 @@ private slots:
     void checkMany();
     void givenUp();
     void cutShort();
+    void manyWait();
 };
+
+// A batch all of whose rows wait for an answer: a look takes some of them, and they aren't all held.
+void DriveRoadTest::manyWait()
+{
+    struct Waiting : DriveHandler {
+        Waiting() : DriveHandler(UploadDDAO::Up) {}
+        int limit() const override { return 10; }
+        TransWork *makeWork(bool, int) override { return nullptr; }
+        bool launch(const db_upfarmD &, const db_upfile &, const QString &) override { return false; }
+        void cfarm(db_upfarmD, QList<SubFile>) override {}
+        void prepare(const db_upfarmD &, Batch *batch, QList<db_upfile> *rows) override
+        {
+            for (const db_upfile &row : qAsConst(*rows))
+                batch->held.insert(row.pri);
+            rows->clear();
+            held = batch->held.size();
+        }
+        int held = 0;
+    };
+    UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up);
+    rig->stopQueues();
+    QVERIFY(up->open(rig->local("")));
+    db_upfarmD farm;
+    farm.pri = 1;
+    farm.state = TransSet::UpWait;
+    QList<db_upfile> files;
+    for (int i = 0; i < 30000; ++i) {
+        db_upfile file;
+        file.lpath = QString::number(i);
+        files << file;
+    }
+    QVERIFY(up->addFarm(farm, {}, files));
+    Session::setLive(true);
+    Waiting queue;
+    queue.scan();
+    QVERIFY(queue.held > 0 && queue.held < 10000);
+    for (int look = 0; look < 20; ++look)
+        queue.scan();
+    QVERIFY(queue.held > 10000 && queue.held < 25000);
+    Session::setLive(false);
+    up->release();
+}
 
 // Every byte, every empty folder; nothing that is left out; sums as the rows, and the same again after a restart.
 void DriveRoadTest::thereAndBack()

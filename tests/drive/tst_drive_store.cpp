@@ -166,7 +166,13 @@ private slots:
         QVERIFY(up->setState(1, rows[0].pri, TransSet::UpGaveUp, TransSet::NoFile) && up->setState(1, rows[1].pri, TransSet::UpPause, 0));
         QCOMPARE(up->farm(1).failed, 2);
         QCOMPARE(up->farm(1).dirstate, int(UploadDDAO::DirWalked));
+        // What fails and comes back is counted along, not anew: there may be a million.
+        QVERIFY(up->setState(1, rows[2].pri, TransSet::UpError, 1) && up->setState(1, rows[2].pri, TransSet::UpGaveUp, 1));
+        QCOMPARE(up->farm(1).failed, 3);
+        QVERIFY(up->setState(1, rows[2].pri, TransSet::UpWait, 0) && up->setState(1, 77, TransSet::UpError, 1));
+        QCOMPARE(up->farm(1).failed, 2);
         QVERIFY(up->resumeAll(1));
+        QCOMPARE(up->farm(1).failed, 0);
         QCOMPARE(up->nextFiles(1, 0, 9).size(), 3);
         QCOMPARE(up->nextDirs(1, 9).size(), 1);
         QCOMPARE(up->farm(1).dirstate, int(UploadDDAO::DirWalking));
@@ -262,6 +268,19 @@ private slots:
             QCOMPARE(found.size(), qBound(0, left.size() - page * 30, 30));
             if (!found.isEmpty())
                 QCOMPARE(found.first().pri, left.at(page * 30).pri);
+        }
+        QSignalSpy pages(up, &UploadDDAO::allFile);
+        for (int at : {0, 10, 29, 30, 5000, left.size() - 1}) {
+            for (bool before : {true, false}) {
+                up->readNear(1, left.at(at).pri, before);
+                const auto found = pages.last().at(1).value<QList<db_upfile>>();
+                const bool head = before && at < 30; // then it's the first page
+                const int from = head ? 0 : before ? at - 30 : at + 1;
+                QCOMPARE(found.size(), qMin(30, left.size() - from));
+                QCOMPARE(pages.last().at(2).toBool(), head);
+                QVERIFY(found.isEmpty() ||
+                        (found.first().pri == left.at(from).pri && found.last().pri == left.at(from + found.size() - 1).pri));
+            }
         }
     }
 

@@ -1,4 +1,5 @@
 // The drive's browser on the living farm: what is clicked, typed and dropped, and what stands on the farm after it.
+#include "common/facts/FileStates.h"
 #include "common/ui/kit/TablePage.h"
 #include "DriverRig.h"
 #include "support/TestMain.h"
@@ -368,6 +369,70 @@ private slots:
         QTRY_VERIFY(page->isVisible());
         QVERIFY(rig.read("back/shots/mine") == "m" && rig.farm.driveFiles() == drive);
         QCOMPARE(rig.farm.violations(), QStringList());
+    }
+
+    // A batch of more files than anybody wants to see: only what is near to what is looked at is held, without gaps, from its
+    // head to its end and back; what goes above doesn't move it.
+    void longBatch()
+    {
+        QTemporaryDir folder;
+        UploadDDAO *store = UploadDDAO::instance(UploadDDAO::Up);
+        QVERIFY(store->open(folder.path()));
+        db_upfarmD farm;
+        farm.pri = 1;
+        farm.state = FileStates::UpPause;
+        QList<db_upfile> files;
+        for (int i = 0; i < 2010; ++i) {
+            db_upfile file;
+            file.lpath = QString("/x/%1").arg(i);
+            files << file;
+        }
+        QVERIFY(store->addFarm(farm, {}, files));
+        TransferD page(nullptr);
+        page.resize(900, 500);
+        page.show();
+        DriveList *list = page.list(UploadDDAO::Up);
+        connect(list, &DriveList::filesWanted, store, &UploadDDAO::readPage);
+        connect(list, &DriveList::neighboursWanted, store, &UploadDDAO::readNear);
+        store->readFarms();
+        QTRY_COMPARE(list->rowCount(), 1);
+        RecordView *view = page.table(UploadDDAO::Up)->view();
+        QScrollBar *bar = view->verticalScrollBar();
+        const QString batch = DriveList::batchKey(1);
+        const auto held = [&] { return list->keys(batch); };
+        const auto priAt = [&](int row) { return list->record(held().at(row))->pri; };
+        const auto noGaps = [&] {
+            QStringList there;
+            for (const db_upfile &file : store->nextFiles(1, priAt(0) - 1, held().size()))
+                there << DriveList::fileKey(file.pri);
+            return there == held();
+        };
+        view->expand(list->index(0, 0));
+        QTRY_VERIFY(!held().isEmpty());
+        const auto scrollTo = [&](bool end, qlonglong pri) {
+            for (int turn = 0; turn < 3000; ++turn) {
+                bar->setValue(end ? bar->maximum() : 0);
+                QCoreApplication::processEvents();
+                if (held().size() > DriveList::MostRows || !noGaps())
+                    return false;
+                if (priAt(end ? held().size() - 1 : 0) == pri)
+                    return true;
+            }
+            return false;
+        };
+        for (int turn = 0; turn < 100; ++turn)
+            QCoreApplication::processEvents();
+        QVERIFY2(held().size() <= 3 * UploadDDAO::PageRows, "it reads on although nobody looks there");
+        QVERIFY(scrollTo(true, 2010));
+        bar->setValue(bar->maximum() / 2);
+        const QString seen = view->records()->keyOf(view->indexAt(QPoint(1, 1)));
+        const int before = held().size();
+        QVERIFY(store->finish(1, store->nextFiles(1, priAt(0) - 1, 10)));
+        QTRY_COMPARE(held().size(), before - 10);
+        QCOMPARE(view->records()->keyOf(view->indexAt(QPoint(1, 1))), seen);
+        QVERIFY(scrollTo(false, 1) && scrollTo(true, 2010)); // whose last page is a whole one, with nothing behind it
+        QVERIFY(noGaps());
+        store->release();
     }
 
     // What a batch of fetching does with files that are there, as answered; paused instead, it asks again once it goes on.

@@ -15,6 +15,7 @@ namespace
 {
 constexpr int SliceMs = 50; // of walking, before the thread's other events
 constexpr int DirsAtATime = 50;
+constexpr int MostMade = 20000; // folders that are known by their ids
 
 // The folders that a path passes through, as they really lie on the disk.
 QStringList realPrefixes(const QString &path)
@@ -289,6 +290,8 @@ void DirWork::makeRemote(const db_upfarmD &farm, const db_updirD &dir)
     }
     made.asking = true;
     m_inHand.insert(dir.pri);
+    if (made.ids.size() > MostMade)
+        made.ids.clear(); // they can be asked for again
     made.ids.insert({}, QString::fromLatin1(SubFile::Root));
     if (!farm.ids.isEmpty())
         made.ids.insert(farm.dpath, farm.ids);

@@ -8,9 +8,10 @@ class DriveCalls
 {
 public:
     virtual ~DriveCalls() = default;
-    virtual void cfarm(db_upfarmD farm, QList<SubFile> sfL) = 0; // a new batch, its pri given
-    virtual void readFile() = 0;                                 // the batches: UploadDDAO::allFarm
-    virtual void readFile(qlonglong farmPri, int page) = 0;      // files of one: UploadDDAO::allFile
+    virtual void cfarm(db_upfarmD farm, QList<SubFile> sfL) = 0;                  // a new batch, its pri given
+    virtual void readFile() = 0;                                                  // the batches: UploadDDAO::allFarm
+    virtual void readFile(qlonglong farmPri, int page) = 0;                       // files of one: UploadDDAO::allFile
+    virtual void readNear(qlonglong farmPri, qlonglong filePri, bool before) = 0; // those beside it
     virtual void reFarm(qlonglong farmPri) = 0;
     virtual void pauseFarm(qlonglong farmPri) = 0;
     virtual void delFarm(qlonglong farmPri) = 0;

@@ -12,6 +12,7 @@ namespace
 {
 constexpr int MostStale = 1;
 constexpr int TendMs = 20;
+constexpr int MostReads = 20, MostHeld = 20000;
 } // namespace
 
 DriveHandler::DriveHandler(int which) : m_which(which)
@@ -146,7 +147,9 @@ db_upfile DriveHandler::next(const db_upfarmD &farm, Batch *batch)
             return rows.first();
         break; // its row is gone, was paused or waits for an answer; the next look goes on
     }
-    while (batch->ready.isEmpty()) {
+    for (int reads = 0; batch->ready.isEmpty(); ++reads) {
+        if (reads == MostReads || batch->held.size() > MostHeld)
+            return {}; // a look later; those that wait for an answer may be a million
         QList<db_upfile> rows = store()->nextFiles(farm.pri, batch->behind, Ahead);
         if (rows.isEmpty())
             return {};
@@ -386,6 +389,11 @@ void DriveHandler::pauseFile(qlonglong farmPri, qlonglong filePri)
 void DriveHandler::readFile() { store()->readFarms(); }
 
 void DriveHandler::readFile(qlonglong farmPri, int page) { store()->readPage(farmPri, page); }
+
+void DriveHandler::readNear(qlonglong farmPri, qlonglong filePri, bool before)
+{
+    store()->readNear(farmPri, filePri, before);
+}
 
 void DriveHandler::reportSpeed(qlonglong key, qlonglong subkey, qlonglong speed, qlonglong size)
 {

@@ -29,6 +29,7 @@ public:
 
     void readFile() override;
     void readFile(qlonglong farmPri, int page) override;
+    void readNear(qlonglong farmPri, qlonglong filePri, bool before) override;
     void reFarm(qlonglong farmPri) override;
     void pauseFarm(qlonglong farmPri) override;
     void delFarm(qlonglong farmPri) override;

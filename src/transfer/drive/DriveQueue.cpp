@@ -137,4 +137,9 @@ void DriveQueue::readFiles(int which, qlonglong farmPri, int page)
         toQueue(which, [=](DriveCalls &queue) { queue.readFile(farmPri, page); });
 }
 
+void DriveQueue::readFilesNear(int which, qlonglong farmPri, qlonglong filePri, bool before)
+{
+    toQueue(which, [=](DriveCalls &queue) { queue.readNear(farmPri, filePri, before); });
+}
+
 void DriveQueue::setUpLimit(int kib) { UserInfo::setSetting(Settings::UpDSpeed, kib); }

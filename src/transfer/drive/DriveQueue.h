@@ -47,6 +47,7 @@ public:
     // Answered by UploadDDAO::allFarm of that store; with allFile: 30 rows from row page * 30 on (Ok: the last 1000).
     static void readFarms(int which);
     static void readFiles(int which, qlonglong farmPri, int page);
+    static void readFilesNear(int which, qlonglong farmPri, qlonglong filePri, bool before); // Up or Down: beside it
 
     static void setUpLimit(int kib); // KiB/s of all uploads to drives together, 0: none; kept in the settings
 };

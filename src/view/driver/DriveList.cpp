@@ -70,11 +70,18 @@ QString progressText(const DriveRow &row)
 DriveList::DriveList(int which, QObject *parent)
     : RecordModel<DriveRow>([](const DriveRow &r) { return r.key; }, columns(which), parent), m_which(which)
 {
-    connect(this, &RecordModelBase::moreWanted, this, [this](const QString &key) {
-        const DriveRow *row = record(key);
-        if (row && !row->file)
-            emit filesWanted(row->farmPri, row->loaded ? rowCount(indexOf(key)) / UploadDDAO::PageRows : 0);
-    });
+    connect(this, &RecordModelBase::moreWanted, this, [this](const QString &key) { askNeighbours(key, false); });
+    connect(this, &RecordModelBase::earlierWanted, this, [this](const QString &key) { askNeighbours(key, true); });
+}
+
+void DriveList::askNeighbours(const QString &batch, bool before)
+{
+    const Node *node = find(batch);
+    const qlonglong farmPri = record(batch)->farmPri;
+    if (node->rows.isEmpty())
+        emit filesWanted(farmPri, 0);
+    else
+        emit neighboursWanted(farmPri, priOf(before ? node->rows.first() : node->rows.last()), before);
 }
 
 QVector<Column<DriveRow>> DriveList::columns(int which)
@@ -190,7 +197,8 @@ void DriveList::setFarms(const QList<db_upfarmD> &farms)
         DriveRow row = rowOf(farm, m_which);
         if (const DriveRow *old = record(row.key)) {
             row.speed = old->speed;
-            row.loaded = old->loaded;
+            row.oldBehind = old->oldBehind;
+            row.oldBefore = old->oldBefore;
         }
         rows << row;
     }
@@ -200,12 +208,43 @@ void DriveList::setFarms(const QList<db_upfarmD> &farms)
             setMore(row.key, true);
 }
 
-// A page says all about the keys that it spans, a short one about everything behind it too; rows outside stay.
+// What is far from where one looks. An answer that is on its way to it would leave a gap.
+void DriveList::trim(Node *parent, bool before)
+{
+    const int count = parent->rows.size(), left = MostRows - CutRows;
+    if (count <= MostRows)
+        return;
+    DriveRow &batch = static_cast<Held *>(parent)->record;
+    if (before) {
+        removeRun(parent, left, count - 1);
+        batch.oldBehind = batch.oldBehind || parent->asked;
+        setMore(parent->key, true);
+    } else {
+        removeRun(parent, 0, count - left - 1);
+        batch.oldBefore = batch.oldBefore || parent->askedEarlier;
+        setEarlier(parent->key, true);
+    }
+}
+
+// Whether it tells of neighbours of rows that aren't here any more.
+bool DriveList::tooLate(Node *parent, const QList<db_upfile> &files, bool clear)
+{
+    if (m_which == UploadDDAO::Ok || parent->rows.isEmpty())
+        return false;
+    DriveRow &batch = static_cast<Held *>(parent)->record;
+    const bool behind = !clear && (files.isEmpty() || files.first().pri > priOf(parent->rows.last()));
+    return std::exchange(behind ? batch.oldBehind : batch.oldBefore, false);
+}
+
+// A page says all about the keys that it spans, a short one about everything behind it too; rows outside stay. clear:
+// it's the first one.
 void DriveList::setFiles(qlonglong farmPri, const QList<db_upfile> &files, bool clear)
 {
     Node *parent = find(batchKey(farmPri));
-    if (!parent)
+    if (!parent || tooLate(parent, files, clear))
         return;
+    if (files.isEmpty() && !clear) // those that stood before them may have gone meanwhile
+        return setMore(parent->key, parent->rows.isEmpty());
     QVector<Node *> fresh;
     for (const db_upfile &file : files) {
         DriveRow row = rowOf(file, farmPri);
@@ -215,23 +254,26 @@ void DriveList::setFiles(qlonglong farmPri, const QList<db_upfile> &files, bool 
         }
         fresh << node(row);
     }
-    const bool last = files.size() < UploadDDAO::PageRows || m_which == UploadDDAO::Ok;
     if (m_which == UploadDDAO::Ok) { // the latest first, all at once
         sync(parent, fresh);
-    } else {
-        const auto priOf = [](const Node *one) { return static_cast<const Held *>(one)->record.pri; };
-        std::sort(fresh.begin(), fresh.end(), [&](const Node *a, const Node *b) { return priOf(a) < priOf(b); });
-        const auto placeOf = [&](qlonglong pri) {
-            const auto at = std::lower_bound(parent->rows.begin(), parent->rows.end(), pri,
-                                             [&](const Node *one, qlonglong key) { return priOf(one) < key; });
-            return int(at - parent->rows.begin());
-        };
-        const int begin = clear || fresh.isEmpty() ? 0 : placeOf(priOf(fresh.first()));
-        const int end = last ? parent->rows.size() : placeOf(priOf(fresh.last()) + 1);
-        sync(parent, fresh, begin, end);
+        return setMore(parent->key, false);
     }
-    change(batchKey(farmPri), [](DriveRow &row) { row.loaded = true; });
-    setMore(batchKey(farmPri), !last);
+    std::sort(fresh.begin(), fresh.end(), [](const Node *a, const Node *b) { return priOf(a) < priOf(b); });
+    const auto placeOf = [parent](qlonglong pri) {
+        const auto at = std::lower_bound(parent->rows.begin(), parent->rows.end(), pri,
+                                         [](const Node *one, qlonglong key) { return priOf(one) < key; });
+        return int(at - parent->rows.begin());
+    };
+    const bool last = files.size() < UploadDDAO::PageRows;
+    const int begin = clear ? 0 : placeOf(priOf(fresh.first()));
+    const int end = last ? parent->rows.size() : placeOf(priOf(fresh.last()) + 1);
+    const bool before = end < parent->rows.size();
+    sync(parent, fresh, begin, end);
+    if (before)
+        setEarlier(parent->key, !clear);
+    else
+        setMore(parent->key, !last);
+    trim(parent, before);
 }
 
 void DriveList::setCount(qlonglong farmPri, const db_upfarmD &farm)
@@ -245,6 +287,11 @@ void DriveList::setCount(qlonglong farmPri, const db_upfarmD &farm)
         row.walking = m_which != UploadDDAO::Ok && farm.dirstate != UploadDDAO::DirWalked;
         row.live = 0;
     });
+    const Node *batch = find(batchKey(farmPri));
+    if (!batch || batch->more || batch->asked || farm.fok >= farm.fsum)
+        return;
+    if (batch->rows.isEmpty() || record(batchKey(farmPri))->walking)
+        setMore(batchKey(farmPri), true); // others have come behind the last one
 }
 
 void DriveList::setState(qlonglong farmPri, int state)
@@ -292,6 +339,8 @@ void DriveList::removeFile(qlonglong pri)
         return;
     const QString batch = batchKey(row->farmPri);
     remove(fileKey(pri));
-    if (rowCount(indexOf(batch)) == 0)
+    if (rowCount(indexOf(batch)) == 0) {
         setMore(batch, true);
+        setEarlier(batch, false);
+    }
 }

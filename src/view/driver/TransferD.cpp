@@ -8,15 +8,66 @@
 #include "transfer/drive/DriveQueue.h"
 #include "view/driver/DriveList.h"
 #include "view/driver/FileView.h"
+#include <functional>
 #include <QButtonGroup>
 #include <QFileInfo>
 #include <QPushButton>
 #include <QStackedWidget>
+#include <QTimer>
+#include <QVector>
 
 namespace
 {
 constexpr int ReloadMs = 500;
 constexpr int FirstType = 2; // of the queues: UploadDDAO's numbers begin with 1, these with 2
+constexpr int GatherMs = 100;
+
+// Thousands of words a second, each with a picture of its own, would take the processor from what they tell of: the
+// first one counts at once, those behind it together, in the order in which they came. What was asked for isn't kept
+// back.
+class Gather : public QObject
+{
+public:
+    explicit Gather(QObject *parent) : QObject(parent)
+    {
+        m_pause.setSingleShot(true);
+        connect(&m_pause, &QTimer::timeout, this, [this] {
+            if (!m_words.isEmpty())
+                m_pause.start(GatherMs);
+            flush();
+        });
+    }
+    void take(std::function<void()> word)
+    {
+        m_words.append(std::move(word));
+        if (m_pause.isActive())
+            return;
+        m_pause.start(GatherMs);
+        flush();
+    }
+    template <class... A> auto to(DriveList *list, void (DriveList::*word)(A...))
+    {
+        return [this, list, word](const std::decay_t<A> &...told) { take([=] { (list->*word)(told...); }); };
+    }
+    template <class... A> auto answerTo(DriveList *list, void (DriveList::*word)(A...))
+    {
+        return [this, list, word](const std::decay_t<A> &...told) {
+            flush();
+            (list->*word)(told...);
+        };
+    }
+
+private:
+    void flush()
+    {
+        const auto words = std::exchange(m_words, {});
+        for (const auto &word : words)
+            word();
+    }
+
+    QTimer m_pause;
+    QVector<std::function<void()>> m_words;
+};
 
 void openFolder(QWidget *page, const DriveRow &row)
 {
@@ -70,6 +121,7 @@ void TransferD::addTab(int which, const QString &text)
     m_tables[at] = table;
     table->view()->setRootIsDecorated(true);
     table->view()->setIndentation(20);
+    table->view()->keepPlace();
     m_sums[at] = new QLabel(table);
     m_sums[at]->setObjectName(QStringLiteral("quiet"));
     m_sums[at]->setTextFormat(Qt::PlainText);
@@ -98,6 +150,10 @@ void TransferD::addTab(int which, const QString &text)
     connect(m_reload[at], &Debounce::debout, this, [which] { DriveQueue::readFarms(which); });
     connect(m_lists[at], &DriveList::filesWanted, this,
             [which](qlonglong farmPri, int page) { DriveQueue::readFiles(which, farmPri, page); });
+    connect(m_lists[at], &DriveList::neighboursWanted, this,
+            [which](qlonglong farmPri, qlonglong filePri, bool before) {
+                DriveQueue::readFilesNear(which, farmPri, filePri, before);
+            });
     connect(table->view(), &RecordView::opened, this, [table](const QString &key) {
         const QModelIndex index = table->view()->records()->indexOf(key);
         table->view()->setExpanded(index, !table->view()->isExpanded(index));
@@ -157,25 +213,28 @@ void TransferD::listen(int which)
     UploadDDAO *dao = UploadDDAO::instance(which);
     DriveList *list = m_lists[which - 1];
     Debounce *reload = m_reload[which - 1];
+    auto *gather = new Gather(this);
     const auto queued = Qt::QueuedConnection;
-    connect(dao, &UploadDDAO::allFarm, list, &DriveList::setFarms, queued);
-    connect(dao, &UploadDDAO::allFile, list, &DriveList::setFiles, queued);
+    connect(dao, &UploadDDAO::allFarm, list, gather->answerTo(list, &DriveList::setFarms), queued);
+    connect(dao, &UploadDDAO::allFile, list, gather->answerTo(list, &DriveList::setFiles), queued);
     connect(
         dao, &UploadDDAO::farmCount, list,
-        [list, reload](qlonglong farmPri, const db_upfarmD &farm) {
-            if (list->contains(DriveList::batchKey(farmPri)))
-                list->setCount(farmPri, farm);
-            else
-                reload->debounce(ReloadMs);
+        [gather, list, reload](qlonglong farmPri, const db_upfarmD &farm) {
+            gather->take([=] {
+                if (list->contains(DriveList::batchKey(farmPri)))
+                    list->setCount(farmPri, farm);
+                else
+                    reload->debounce(ReloadMs);
+            });
         },
         queued);
-    connect(dao, &UploadDDAO::farmStateChanged, list, &DriveList::setState, queued);
-    connect(dao, &UploadDDAO::farmDeleted, list, &DriveList::removeFarm, queued);
-    connect(dao, &UploadDDAO::farmSpeed, list, &DriveList::setSpeed, queued);
-    connect(dao, &UploadDDAO::note, list, &DriveList::setNote, queued);
-    connect(dao, &UploadDDAO::fileStateChanged, list, &DriveList::setFileState, queued);
-    connect(dao, &UploadDDAO::fileSpeedChanged, list, &DriveList::setFileSpeed, queued);
-    connect(dao, &UploadDDAO::fileDeleted, list, &DriveList::removeFile, queued);
+    connect(dao, &UploadDDAO::farmStateChanged, list, gather->to(list, &DriveList::setState), queued);
+    connect(dao, &UploadDDAO::farmDeleted, list, gather->to(list, &DriveList::removeFarm), queued);
+    connect(dao, &UploadDDAO::farmSpeed, list, gather->to(list, &DriveList::setSpeed), queued);
+    connect(dao, &UploadDDAO::note, list, gather->to(list, &DriveList::setNote), queued);
+    connect(dao, &UploadDDAO::fileStateChanged, list, gather->to(list, &DriveList::setFileState), queued);
+    connect(dao, &UploadDDAO::fileSpeedChanged, list, gather->to(list, &DriveList::setFileSpeed), queued);
+    connect(dao, &UploadDDAO::fileDeleted, list, gather->to(list, &DriveList::removeFile), queued);
     if (which == UploadDDAO::Ok) // keeps no sums: what is over is all there is
         connect(
             dao, &UploadDDAO::allFarm, this,
@@ -191,7 +250,8 @@ void TransferD::listen(int which)
     else
         connect(
             dao, &UploadDDAO::farmSumCount, this,
-            [this, which](qlonglong fok, qlonglong fsum) { setSums(which, fok, fsum); }, queued);
+            [this, gather, which](qlonglong fok, qlonglong fsum) { gather->take([=] { setSums(which, fok, fsum); }); },
+            queued);
     connect(
         dao, &UploadDDAO::refreshAll, this, [reload] { reload->debounce(ReloadMs); }, queued);
 }

@@ -63,7 +63,10 @@ bool RecordModelBase::hasChildren(const QModelIndex &parent) const
     return parent.column() <= 0 && (!node->rows.isEmpty() || node->more || node->asked);
 }
 
-bool RecordModelBase::canFetchMore(const QModelIndex &parent) const { return nodeOf(parent)->more; }
+bool RecordModelBase::canFetchMore(const QModelIndex &parent) const
+{
+    return nodeOf(parent)->more && nodeOf(parent)->rows.isEmpty();
+}
 
 void RecordModelBase::fetchMore(const QModelIndex &parent)
 {
@@ -83,6 +86,29 @@ void RecordModelBase::setMore(const QString &key, bool more)
     node->more = more;
     node->asked = false;
     changed(node, node); // its branch comes or goes
+}
+
+void RecordModelBase::setEarlier(const QString &key, bool earlier)
+{
+    Node *node = find(key);
+    if (!node)
+        return;
+    node->earlier = earlier;
+    node->askedEarlier = false;
+}
+
+void RecordModelBase::seen(const QModelIndex &index)
+{
+    const Node *node = nodeOf(index);
+    Node *parent = node->parent;
+    if (!parent || parent == &m_root)
+        return;
+    if (node->at + SeenAhead >= parent->rows.size())
+        fetchMore(indexOfNode(parent));
+    if (node->at >= SeenAhead || !std::exchange(parent->earlier, false))
+        return;
+    parent->askedEarlier = true;
+    emit earlierWanted(parent->key);
 }
 
 Qt::ItemFlags RecordModelBase::flags(const QModelIndex &index) const
@@ -345,8 +371,10 @@ void RecordModelBase::remove(const QString &key)
     Node *node = find(key);
     if (!node)
         return;
+    const Qt::CheckState ticks = tickState();
     removeRun(node->parent, node->at, node->at);
-    emit headerDataChanged(Qt::Horizontal, 0, 0);
+    if (tickState() != ticks)
+        emit headerDataChanged(Qt::Horizontal, 0, 0);
     emit ticksChanged();
     emit rowsChanged();
 }

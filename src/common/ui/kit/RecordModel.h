@@ -127,7 +127,12 @@ public:
     void touch(const QString &key); // its cells are asked anew; all with an empty key (rights changed)
 
     // Rows below: known to be there, or to be had (moreWanted tells when they're looked at).
+    // A view asks for further ones with each layout that it makes, whatever is looked at; it gets the first ones only,
+    // the others when seen() tells that their neighbours are on the screen.
     void setMore(const QString &key, bool more);
+    void setEarlier(const QString &key, bool earlier); // rows before the first one are to be had: earlierWanted
+    void seen(const QModelIndex &index);               // is on the screen
+    static constexpr int SeenAhead = 30;
 
     void setSortBy(SortBy by) { m_sortBy = by; }
     int sortColumn() const { return m_sortColumn; }
@@ -147,6 +152,7 @@ signals:
     void ticksChanged();
     void rowsChanged(); // something came, went or changed
     void moreWanted(QString key);
+    void earlierWanted(QString key);
     void sortWanted(QString column, bool descending); // SortBy::Source; an empty column: as the source likes
 
 protected:
@@ -157,6 +163,7 @@ protected:
         int at = 0, came = 0; // place now, and in the list that was handed over
         QVector<Node *> rows;
         bool more = false, asked = false; // rows below are to be had; were asked for
+        bool earlier = false, askedEarlier = false;
     };
     explicit RecordModelBase(QObject *parent);
     virtual QVariant cell(const Node *node, int column, int role) const = 0;
@@ -169,11 +176,11 @@ protected:
     // Owns what it's given. With a window of rows only those are brought to the new list, the others stay.
     void sync(Node *parent, const QVector<Node *> &wanted, int begin = 0, int end = -1);
     void put(Node *parent, Node *fresh);
+    void removeRun(Node *parent, int first, int last);
     void changed(Node *first, Node *last); // of one parent
 
 private:
     QModelIndex indexOfNode(const Node *node, int column = 0) const;
-    void removeRun(Node *parent, int first, int last);
     void insertRun(Node *parent, int at, const QVector<Node *> &run);
     void fill(Node *parent, const QVector<Node *> &fresh, int row, int end);
     void reorder(Node *parent, const QVector<Node *> &order);

@@ -8,6 +8,7 @@
 #include <QKeyEvent>
 #include <QMenu>
 #include <QPainter>
+#include <QScrollBar>
 #include <QTimer>
 
 namespace
@@ -247,6 +248,59 @@ void RecordView::keyPressEvent(QKeyEvent *event)
         return;
     }
     QTreeView::keyPressEvent(event);
+}
+
+void RecordView::eachSeen(const std::function<void(const QModelIndex &, int)> &row) const
+{
+    for (QModelIndex at = indexAt(QPoint(1, 1)); at.isValid(); at = indexBelow(at)) {
+        const int top = visualRect(at).top();
+        if (top >= viewport()->height())
+            return;
+        row(at, top);
+    }
+}
+
+void RecordView::keepPlace()
+{
+    m_keepsPlace = true;
+    connect(m_records, &QAbstractItemModel::rowsAboutToBeInserted, this, &RecordView::rememberPlace);
+}
+
+void RecordView::rowsAboutToBeRemoved(const QModelIndex &parent, int start, int end)
+{
+    if (m_keepsPlace) // before the view forgets its layout
+        rememberPlace();
+    QTreeView::rowsAboutToBeRemoved(parent, start, end);
+}
+
+// Once for all changes before the next layout. At the head of the list its head is looked at.
+void RecordView::rememberPlace()
+{
+    if (m_places.isEmpty() && verticalScrollBar()->value() > 0 && isVisible())
+        eachSeen([this](const QModelIndex &index, int top) { m_places.append({index, top}); });
+}
+
+void RecordView::doItemsLayout()
+{
+    const auto places = std::exchange(m_places, {});
+    QTreeView::doItemsLayout();
+    for (const auto &place : places) {
+        const QRect now = visualRect(place.first);
+        if (!now.isValid())
+            continue; // it has gone, the next one stays
+        verticalScrollBar()->setValue(verticalScrollBar()->value() + now.top() - place.second);
+        break;
+    }
+    if (isVisible())
+        eachSeen([this](const QModelIndex &index, int) { m_records->seen(index); });
+}
+
+void RecordView::scrollContentsBy(int dx, int dy)
+{
+    QTreeView::scrollContentsBy(dx, dy);
+    m_places.clear();
+    if (dy != 0)
+        eachSeen([this](const QModelIndex &index, int) { m_records->seen(index); });
 }
 
 void RecordView::resizeEvent(QResizeEvent *event)
