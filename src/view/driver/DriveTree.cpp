@@ -7,11 +7,19 @@ namespace
 {
 constexpr int RowHeight = 30;
 const QString MoreOf = QStringLiteral("more:"); // key of the row that shows more of a branch
+
+// A folder's folders come all at once, also where one that was jumped into stands already.
+class Folders : public RecordModel<FileView>
+{
+public:
+    using RecordModel::RecordModel;
+    bool canFetchMore(const QModelIndex &parent) const override { return nodeOf(parent)->more; }
+};
 } // namespace
 
 DriveTree::DriveTree(const QString &name, QWidget *parent)
     : QTreeView(parent),
-      m_model(new RecordModel<FileView>(
+      m_model(new Folders(
           [](const FileView &f) { return f.id; },
           {Column<FileView>(QStringLiteral("name"), name, 200)
                .text([](const FileView &f) { return DriveText::name(f); })
