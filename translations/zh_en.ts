@@ -5121,8 +5121,8 @@ Save it to %3?</translation>
         <translation>Not a regular file, left out: %1</translation>
     </message>
     <message>
-        <source>文件已消失，已跳过：%1</source>
-        <translation>A file has vanished and is left out: %1</translation>
+        <source>文件已消失或无法访问，已跳过：%1</source>
+        <translation>A file has vanished or is out of reach, and is left out: %1</translation>
     </message>
     <message>
         <source>传输无法保存</source>

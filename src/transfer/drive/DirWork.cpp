@@ -204,7 +204,7 @@ bool DirWork::travels(const db_upfarmD &farm, const db_updirD &dir, const QFileI
         return false;
     }
     if (!entry.isSymLink()) {
-        tell(farm.pri, tr("文件已消失，已跳过：%1").arg(entry.filePath()));
+        tell(farm.pri, tr("文件已消失或无法访问，已跳过：%1").arg(entry.filePath()));
         return false;
     }
     return true; // a link to nothing fails where it's seen
@@ -272,7 +272,7 @@ void DirWork::walkLocal(const db_upfarmD &farm, const db_updirD &dir)
         tell(farm.pri, tr("文件夹无法读取，已跳过：%1（%2）").arg(dir.lpath, QString::fromStdString(why)));
     if (coming.any)
         return void(whole(farm, dir, &coming));
-    if (read)
+    if (read && QFileInfo(dir.lpath).isExecutable()) // else its names may be read, and nothing more
         return makeRemote(farm, dir);
     writeNotes(farm.pri);
     if (!store()->dirFailed(farm.pri, dir, UploadDDAO::DirUnread))
