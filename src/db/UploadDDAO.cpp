@@ -122,6 +122,7 @@ void UploadDDAO::mendFarms()
         qWarning().noquote() << "UploadDDAO::mendFarms" << m_fileName << "without a number:" << none
                              << "paused for their state:" << odd;
     exec("update farm set dirstate = ? where dirstate is null or dirstate <> ?", {int(DirWalking), int(DirWalked)});
+    exec("update farm set note = null where state in (?,?)", {waiting(), waiting() + 1}); // what held it up then
     exec("update farm set fok = coalesce(fok,0), fsum = coalesce(fsum,0), fup = coalesce(fup,0), "
          "fsize = coalesce(fsize,0) where fok + fsum + fup + fsize is null");
     exec("update farm_sum set fok = coalesce(fok,0), fsum = coalesce(fsum,0) where fok + fsum is null");
@@ -146,7 +147,7 @@ void UploadDDAO::mendRows(const db_upfarmD &farm)
     if (lost != 0)
         qWarning().noquote() << "UploadDDAO::mendRows" << m_fileName << farm.pri << "rows:" << rows << "lost:" << lost;
     if (lost > 0)
-        exec("update farm set note = ? where pri = ?",
+        exec("update farm set walknote = ? where pri = ?",
              {tr("传输记录曾损坏，缺 %1 个文件，请核对").arg(lost), farm.pri});
     work.commit();
 }
