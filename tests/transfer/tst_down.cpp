@@ -414,8 +414,8 @@ private slots:
         QTRY_COMPARE(m_rig->onDisk("f.png"), (QStringList{"f.png.vd", "f.png.xtemp"}));
         QTRY_COMPARE(m_rig->content("f.png.vd"), QByteArray("    200000"));
         m_rig->queue->reDown(pri);
-        QTRY_COMPARE(m_rig->files.starts().value(1), 200000);
-        QTRY_COMPARE(m_rig->rows().size(), 1); // g.png came
+        QTRY_VERIFY(m_rig->files.starts().mid(1).contains(200000)); // g.png is asked for beside it
+        QTRY_COMPARE(m_rig->rows().size(), 1);                      // g.png came
         m_rig->queue->delDown(pri);
         QCOMPARE(m_rig->mission().pri, 0);
         QTRY_COMPARE(m_rig->onDisk("f.png"), QStringList());
