@@ -2,15 +2,17 @@
 // sees neither what QMutex orders nor that an event is delivered after it was posted, and would report both. These
 // definitions stand in front of Qt's own for the calls that our code makes, call them, and tell the sanitizer the
 // order: a lock after its unlock, a delivery after the posts to the same object. Signals don't name their receivers,
-// so what they order is kept on one mark for all.
+// so what they order is kept on one mark for all, and so are tasks of a pool.
 #if defined(__SANITIZE_THREAD__)
 #include <dlfcn.h>
+#include <functional>
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QMutex>
 #include <QObject>
 #include <QReadWriteLock>
 #include <QThread>
+#include <QThreadPool>
 
 extern "C" {
 void __tsan_acquire(void *addr);
@@ -21,7 +23,7 @@ const char *__tsan_default_options() { return "ignore_noninstrumented_modules=1:
 
 namespace
 {
-char signalMark;
+char signalMark, poolMark;
 template <class F> F real(const char *name) { return reinterpret_cast<F>(dlsym(RTLD_NEXT, name)); }
 } // namespace
 
@@ -118,6 +120,19 @@ void activate(QObject *sender, const QMetaObject *meta, int index, void **args)
     __tsan_release(&signalMark);
     call(sender, meta, index, args);
     __tsan_release(&signalMark); // the copies that queued receivers get were made within
+}
+
+using Task = std::function<void()>;
+void pooled(QThreadPool *pool, Task task, int priority) __asm__("_ZN11QThreadPool5startESt8functionIFvvEEi");
+void pooled(QThreadPool *pool, Task task, int priority)
+{
+    static auto call = real<void (*)(QThreadPool *, Task, int)>("_ZN11QThreadPool5startESt8functionIFvvEEi");
+    Task ordered = [task = std::move(task)] {
+        __tsan_acquire(&poolMark);
+        task();
+    };
+    __tsan_release(&poolMark); // all of it is made
+    call(pool, std::move(ordered), priority);
 }
 
 // Who waited for a thread comes after all that it did.
