@@ -125,7 +125,7 @@ void ResolveHandler::findLeftBehind()
 
 void ResolveHandler::startAnalysis()
 {
-    const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown + m_looking);
+    const db_resolve row = dao().nextToAnalyse(UserInfo::isSlave(), m_unknown + m_looking + m_ending);
     if (row.rkey == 0)
         return;
     m_looking << row.rkey;
@@ -216,6 +216,8 @@ void ResolveHandler::removeAnalyser(qlonglong rkey)
     if (!run.work)
         return;
     disconnect(run.work, nullptr, this, nullptr);
+    m_ending << rkey;
+    connect(run.work, &QObject::destroyed, this, [this, rkey] { m_ending.removeOne(rkey); });
     run.work->deleteLater();
 }
 

@@ -86,6 +86,7 @@ private:
 
     QMap<qlonglong, Run> m_running;
     QList<qlonglong> m_looking; // rows whose scene is being looked at: its disk may not answer
+    QList<qlonglong> m_ending;  // rows whose last analyser still ends its child: the next one has the same log
     quint64 m_runs = 0;
     SceneReports m_reports;
     OrderRequest m_order;

@@ -383,6 +383,25 @@ private slots:
         QTRY_COMPARE(rig.state(c), 106);
         UserInfo::setResolveThread(1);
     }
+    // What is still being ended of the analysis before must not end the next one, whose log has the same name.
+    void resumedAtOnce()
+    {
+        QueueRig rig;
+        rig.fakeMaya();
+        const QString scene = rig.file("r.ma");
+        const qlonglong key = rig.drop(scene, rig.maya());
+        rig.start({1, 100000, 100000, 100000});
+        for (int i = 0; i < 10; ++i) {
+            QTRY_VERIFY(QFile::exists(scene + ".started"));
+            QFile::remove(scene + ".started");
+            rig.handler->changeResolveState(key, 0);
+            rig.handler->changeResolveState(key, 1);
+        }
+        QTRY_VERIFY(QFile::exists(scene + ".started"));
+        QCOMPARE(rig.state(key), 101);
+        rig.letGo(scene);
+        QTRY_COMPARE(rig.state(key), 106);
+    }
     void overdue_data()
     {
         columns<int, int>("kill", "state");
