@@ -357,10 +357,10 @@ void DriveTreesTest::unread()
     for (int files : {0, 0, 1}) {
         QVERIFY(files == 0 || (QDir().mkpath(dir.lpath) && QFile(dir.lpath + "/a").open(QIODevice::WriteOnly)));
         QTRY_COMPARE(up->farm(7).dirstate, int(UploadDDAO::DirWalked));
-        QVERIFY(up->setNote(7, "x")); // what holds a batch up: takes nothing from what its walk told, and ends with the run
+        QVERIFY(up->setNote(7, "磁盘")); // what holds a batch up: takes nothing from what its walk told, and ends with the run
         up->release();
         QVERIFY(up->open(folder.path()));
-        QVERIFY(!up->farm(7).note.contains("x"));
+        QVERIFY(!up->farm(7).note.contains("磁盘"));
         QCOMPARE(up->farm(7).note.contains(QStringLiteral("无法读取")), files == 0);
         QCOMPARE(up->farm(7).failed, 0);
         QCOMPARE(up->nextFiles(7, 0, 9).size(), files);

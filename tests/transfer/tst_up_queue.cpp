@@ -211,7 +211,7 @@ private slots:
         QCOMPARE(rig->rows(), arrives ? 0 : 1);
         if (fault == "before" || fault == "during")
             QTRY_COMPARE(rig->stored(path), UpRig::md5(other));
-        QCOMPARE(rig->count(10704), arrives ? 1 : 0);
+        QCOMPARE(rig->count(10704) > 0, arrives); // more than once where its answer was slow
     }
 
     // The server's word is waited for and asked for again; until it comes the record stays.
