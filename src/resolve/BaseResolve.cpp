@@ -15,7 +15,9 @@
 #include "resolve/MaxResolve.h"
 #include "resolve/MayaResolve.h"
 #include "resolve/TerragenResolve.h"
+#include <atomic>
 #include <limits>
+#include <QCoreApplication>
 #include <QDebug>
 #include <QDir>
 #include <QFileInfo>
@@ -189,7 +191,10 @@ void BaseResolve::startPro(const QString &program, const QStringList &arguments,
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.remove(QStringLiteral("__COMPAT_LAYER")); // must not reach the software from an elevated launcher
     environment.insert(QStringLiteral("MachineType"), gpu ? QStringLiteral("startGpu") : QStringLiteral("startCpu"));
-    m_mark = QStringLiteral("vandrel_filepath=") + logFile;          // every analysis has a log of its own
+    static std::atomic_uint runs{0};
+    const QString run = QStringLiteral("%1-%2").arg(QCoreApplication::applicationPid()).arg(++runs);
+    m_mark = QStringLiteral("vandrel_run=") + run; // its log's name is that of the next analysis of the scene, too
+    environment.insert(QStringLiteral("vandrel_run"), run);
     environment.insert(QStringLiteral("vandrel_filepath"), logFile); // for scripts that write the log by themselves
     environment.insert(QStringLiteral("vandrel_fileload"), native(sceneFile));
     if (softwareType == SoftwareType::Maya)
