@@ -38,10 +38,14 @@ public:
         QTcpSocket page;
         page.connectToHost("127.0.0.1", quint16(farm.ports().http));
         page.write("POST /xclient/login HTTP/1.1\r\nHost: farm\r\nContent-Length: " + QByteArray::number(body.size()) + "\r\n\r\n" + body);
-        if (!page.waitForReadyRead(Patience))
-            return false;
-        const QByteArray told = page.readAll();
-        UserInfo::setSessionToken(QJsonDocument::fromJson(told.mid(told.indexOf("\r\n\r\n") + 4)).object().value("token").toString());
+        QByteArray told;
+        QJsonDocument answer;
+        for (; answer.isNull(); answer = QJsonDocument::fromJson(told.mid(told.indexOf("\r\n\r\n") + 4))) {
+            if (!page.waitForReadyRead(Patience))
+                return false;
+            told += page.readAll(); // perhaps not all of it yet
+        }
+        UserInfo::setSessionToken(answer.object().value("token").toString());
         account = ask(10309, {});
         tcp->setLogin(true);
         return !account.isEmpty();
