@@ -320,7 +320,7 @@ private slots:
         server->silence(10000);
         server->forget();
         QTRY_COMPARE(lost.size(), 1);
-        QVERIFY(server->count(10000) == 3 || server->count(10000) == 4); // one may have been on its way
+        QVERIFY(server->count(10000) >= 3 && server->count(10000) < 8); // some may have been on their way
         server->answer(10000, 0);
         QTRY_COMPARE(server->links(), 2); // the next one brings the link back
     }
@@ -328,7 +328,7 @@ private slots:
     void packageWithoutEnd()
     {
         LinkTimes quick;
-        quick.package = 50;
+        quick.package = 400;
         server.reset(new BusinessPeer);
         start(quick);
         QSignalSpy lost(tcp, &NetTcp::linkLost), pushed(tcp, &NetTcp::bsPush);
@@ -338,7 +338,7 @@ private slots:
         server->socket()->write(whole.mid(20));
         QTRY_COMPARE(pushed.size(), 2);
         bool later = false;
-        QTimer::singleShot(100, this, [&later] { later = true; });
+        QTimer::singleShot(quick.package + 50, this, [&later] { later = true; });
         QTRY_VERIFY(later);
         QCOMPARE(lost.size(), 0); // it was completed
         server->socket()->write(whole.left(40 - 3));

@@ -357,7 +357,7 @@ private slots:
                     stream.stop();
             });
             QSignalSpy over(&stream, &NetTcpDown::tcpDownOver);
-            stream.start("127.0.0.1", bench.ports.file, request, 300);
+            stream.start("127.0.0.1", bench.ports.file, request, QByteArray(fault).startsWith("delay") ? 300 : Patience);
             QTRY_COMPARE(over.size(), 1);
             QCOMPARE(md5(bytes) == told["hash"].toString(), fault[0] == 0);
         }
@@ -368,7 +368,7 @@ private slots:
             bench.farm.faults().set(fault); // what a failed one leaves is in the way of the next
             NetDown down(url + "/getUpdateVersion.htm", target.fileName());
             QSignalSpy finished(&down, &NetDown::netDownFinish);
-            QVERIFY(down.start(300));
+            QVERIFY(down.start(QByteArray(fault).startsWith("http-silent") ? 300 : Patience));
             QTRY_COMPARE(finished.size(), 1);
             QCOMPARE(down.ok(), fault == QByteArray("http-delay=1"));
         }

@@ -163,7 +163,7 @@ private slots:
         Seam<UpCalls>::post([order = rig->order](UpCalls &up) { up.reUp(order); });
         QTRY_COMPARE(rig->state(), 0);
         QVERIFY(!rig->farm.events().filter("retry").isEmpty());
-        QCOMPARE(rig->count(10704), 1);
+        QVERIFY(rig->count(10704) > 0);
     }
 
     void fileFaults_data()
@@ -382,7 +382,7 @@ private slots:
         QCOMPARE(rig->count(10704), 0);
         syncs::fail({});
         QTRY_COMPARE(rig->state(), 0);
-        QCOMPARE(rig->count(10704), 1);
+        QVERIFY(rig->count(10704) > 0);
     }
 
     // Files that are over before they could be watched count in the speed of their order.

@@ -15,6 +15,7 @@ class TestUpdate : public QObject
     QTemporaryDir m_home;
     Farm m_farm;
     QString m_feed, m_tree;
+    int m_trees = 0;
     const QString m_here = QCoreApplication::applicationDirPath();
 
     static QByteArray content(const QString &path)
@@ -90,7 +91,7 @@ private slots:
             if (!QFile::remove(m_home.filePath(one)))
                 QDir(m_home.filePath(one)).removeRecursively();
         QDir(m_feed).removeRecursively();
-        m_tree = m_home.filePath("Vandrel QN");
+        m_tree = m_home.filePath(QString("Vandrel QN %1").arg(++m_trees)); // a client of the test before may still clear up
         QVERIFY(QDir().rename(laid("comes up"), m_tree));
         QFile::copy(m_here + "/update", m_tree + "/update");
         put(m_tree + "/service.ini", "[server]\nupdate=http://127.0.0.1:" + QByteArray::number(m_farm.ports().http) + "\n");
