@@ -235,6 +235,15 @@ void DriveRoadTest::refusedAccess()
     QVERIFY(
         std::any_of(notes.begin(), notes.end(), [](const auto &note) { return note.at(1).toString().contains(QStringLiteral("受阻")); }));
     QCOMPARE(rig->over().first().note, QString());
+    DriveHandler::Timing timing = rig->queues.sending;
+    timing.restMs = timing.longestRestMs = 250; // and one that lets it in again by itself
+    QVERIFY(Seam<DownDCalls>::post([timing](DownDCalls &queue) { dynamic_cast<DriveHandler &>(queue).setTiming(timing); }));
+    QVERIFY(rig->farm.faults().set("drive-stale-data=200@4"));
+    notes.clear();
+    rig->fetch("third");
+    QVERIFY(rig->waitOver(3));
+    QVERIFY(!notes.isEmpty());
+    QCOMPARE(rig->over().first().note, QString());
 }
 
 void DriveRoadTest::conflicts_data()
@@ -319,7 +328,7 @@ void DriveRoadTest::control()
     QCOMPARE(fsum, 0);
 }
 
-// What can't be sent stands there with its reason, the rest goes; once it can be, continuing sends it.
+// What can't be sent stands there with its reason, the rest goes; once it can be, continuing sends it, and the reason goes.
 void DriveRoadTest::failures()
 {
     rig->write("src", {{"p/good", "g"}});
@@ -333,9 +342,11 @@ void DriveRoadTest::failures()
     const QList<db_upfile> rows = up->readPage(farm.pri, 0);
     QCOMPARE(rows.size(), 1);
     QCOMPARE(rows.first().error, int(TransSet::NoFile));
+    QVERIFY(comes([&] { return !up->farm(farm.pri).note.isEmpty(); }));
     rig->write(".", {{"later", "now"}});
-    DriveQueue::resume(UploadDDAO::Up, farm.pri);
+    DriveQueue::resumeFile(UploadDDAO::Up, farm.pri, rows.first().pri);
     QVERIFY(rig->waitOver(1));
+    QCOMPARE(rig->over().first().note, QString());
     QCOMPARE(rig->sumsDiffer(), QString());
     QVERIFY(rig->onDrive().contains("T/p/gone"));
 }

@@ -290,7 +290,7 @@ void DriveTreesTest::bigListing()
     QVERIFY(comes([&] { return down->farms().isEmpty(); }));
 }
 
-// A store that has no room for what is walked: told, and once there is some every file is in it, once.
+// A store that has no room for what is walked: each batch tells of it, and once there is some every file is in it, once.
 void DriveTreesTest::storeFull()
 {
     QTemporaryDir folder;
@@ -310,6 +310,8 @@ void DriveTreesTest::storeFull()
     dir.lpath = folder.path() + "/p";
     dir.dpath = "T/p";
     QVERIFY(up->addFarm(farm, {dir}, {}));
+    farm.pri = 8;
+    QVERIFY(up->addFarm(farm, {dir}, {}));
     const auto number = [](const QString &pragma) {
         QSqlQuery query(QSqlDatabase::database("qndb_uploadD", false));
         return query.exec(pragma) && query.next() ? query.value(0).toInt() : -1;
@@ -319,10 +321,14 @@ void DriveTreesTest::storeFull()
         QSignalSpy notes(up, &UploadDDAO::note);
         std::atomic_bool stop{false};
         DirWork walk(DirScan::Local, stop);
-        walk.setTiming({100, 100, 10, 10, 10});
+        walk.setTiming({100, 100, 20000, 20000, 10}); // each folder once
         walk.startScan();
-        QVERIFY(comes([&] { return !notes.isEmpty(); }));
-        QVERIFY(notes.first().at(1).toString().contains(QStringLiteral("无法保存")));
+        const auto tells = [&](qlonglong pri) {
+            return std::any_of(notes.begin(), notes.end(), [=](const auto &note) {
+                return note.at(0) == pri && note.at(1).toString().contains(QStringLiteral("无法保存"));
+            });
+        };
+        QVERIFY(comes([&] { return tells(7) && tells(8); }));
         QCOMPARE(up->farm(7).dirstate, int(UploadDDAO::DirWalking));
         stop = true;
     }

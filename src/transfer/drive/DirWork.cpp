@@ -63,6 +63,7 @@ void DirWork::startScan()
 void DirWork::resumed(qlonglong farmPri)
 {
     m_held.remove(farmPri);
+    m_unsaved.remove(farmPri);
     for (auto it = m_troubles.begin(); it != m_troubles.end();)
         it = it->farmPri == farmPri ? m_troubles.erase(it) : std::next(it);
 }
@@ -175,14 +176,16 @@ bool DirWork::whole(const db_upfarmD &farm, const db_updirD &dir, Coming *coming
     const bool good = coming->bad.isEmpty() && store()->walked(farm.pri, dir, coming->dirs, coming->files);
     settled(dir.pri);
     if (good) {
-        if (std::exchange(m_unsaved, false))
+        if (m_unsaved.remove(farm.pri))
             store()->setNote(farm.pri, {});
         return true;
     }
     if (coming->begun)
         store()->unwalk(farm.pri, dir);
-    if (!std::exchange(m_unsaved, true))
+    if (!m_unsaved.contains(farm.pri)) {
+        m_unsaved.insert(farm.pri);
         store()->setNote(farm.pri, tr("传输记录无法保存，磁盘可能已满"));
+    }
     m_troubles[dir.pri] = {farm.pri, 0, m_clock.elapsed() + m_timing.firstRestMs};
     return false;
 }

@@ -109,7 +109,7 @@ private:
     QHash<qlonglong, Made> m_made;        // by the batch's pri
     QHash<qlonglong, Notes> m_notes;      // by the batch's pri
     QSet<qlonglong> m_held;               // batches whose folders' trouble was told
-    bool m_unsaved = false;               // the store takes nothing, and that was told
+    QSet<qlonglong> m_unsaved;            // batches that the store took no folder of, and that were told of it
     bool m_walking = false;               // for the log
     bool m_waiting = false;               // the next look of getFileOut is due
 };

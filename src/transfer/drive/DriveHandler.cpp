@@ -248,6 +248,7 @@ void DriveHandler::passing(const db_upfarmD &farm, Batch *batch, const db_upfile
     if (++batch->stale <= MostStale)
         return;
     batch->until = now() + m_timing.longestRestMs;
+    batch->told = true;
     store()->setNote(farm.pri, tr("农场拒绝访问，稍后重试"));
 }
 
@@ -368,8 +369,10 @@ void DriveHandler::reFile(qlonglong farmPri, qlonglong filePri)
     forgetRetries(keyOf(farmPri, filePri));
     store()->setState(farmPri, filePri, waiting(), 0);
     m_batches[farmPri].delayed.insert(filePri, now());
-    if (store()->farm(farmPri).state == paused())
+    if (store()->farm(farmPri).state == paused()) {
+        store()->setNote(farmPri, {}); // why it was paused
         store()->setFarmState(farmPri, waiting());
+    }
     store()->tellRefresh();
 }
 
