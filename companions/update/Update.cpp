@@ -294,11 +294,11 @@ bool Update::comesUp()
         bool lives = true;
         for (clock.start(); lives && clock.elapsed() < UpMs;) {
             QThread::msleep(LookMs);
-            if (TreeSwap(m_tree).state() != TreeSwap::Trial)
-                return true; // it has come up, and said so
             lives = pid == 0 && (clientRuns() || clock.elapsed() < ShellMs);
             for (const platform::Process &one : platform::processes())
                 lives = lives || (pid != 0 && one.pid == pid && !one.dead);
+            if (TreeSwap(m_tree).state() != TreeSwap::Trial) // looked at last: it may say so and end
+                return true;
         }
         if (lives)
             return true; // it waits for its user, say at a question of the system; its next starts are counted
