@@ -133,6 +133,7 @@ def road(rig, scene, screen, progress):
             if state == 111:
                 progress.bar('files on the farm', row[3], row[4])
         time.sleep(0.1)
+    mission = mission or rig.farm_state()['tasks'][-1]['missionId']  # the last steps can be quicker than a look
     progress.station('upload complete, the farm renders task %d' % mission)
     shown, whole = False, 0
     while True:

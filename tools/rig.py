@@ -20,10 +20,18 @@ class Failure(Exception):
     pass
 
 
-def free_port(address):
-    with socket.socket() as probe:
-        probe.bind((address, 0))
-        return probe.getsockname()[1]
+PATIENCE = 60  # seconds for what has to come; no measure of anything
+
+
+def bound(family, name):
+    """A socket of that name, None where it's taken."""
+    one = socket.socket(family)
+    try:
+        one.bind(name)
+        return one
+    except OSError:
+        one.close()
+        return None
 
 
 def wait_for(what, seconds, test, step=0.05):
@@ -50,8 +58,9 @@ class Rig:
         self.data = os.path.join(self.home, '.local/share/VandrelQN', 'slave' if 'slaveAlone' in client_words else '')
         os.makedirs(self.program, exist_ok=True)
         os.makedirs(os.path.join(self.data, 'AllUser'), exist_ok=True)
+        self._held = []  # nobody else takes this rig's address and port while its programs are away
         self.address = beside.address if beside else self._free_address()
-        self.api_port = free_port('127.0.0.1')
+        self.api_port = self.free_port()
         self.farm = self.client = None
         self.http = beside.http if beside else None
         # The client runs from a copy, so that its service.ini names this rig's farm.
@@ -79,17 +88,31 @@ class Rig:
         import shutil
         shutil.copy2(source, self.program)
 
-    @staticmethod
-    def _free_address():
-        for address in ['127.0.0.1'] + ['127.%d.%d.%d' % (random.randrange(1, 250), random.randrange(1, 250), random.randrange(2, 250))
-                                        for _ in range(50)]:
-            try:
-                with socket.socket() as probe:
-                    probe.bind((address, 29909))
-                    return address
-            except OSError:
-                continue
+    def free_port(self):
+        """For a program that may be killed and come back: below those that outgoing connections are given."""
+        for port in random.sample(range(20000, 29000), 50):
+            if self._hold('', port):
+                return port
+        raise Failure('no port is free')
+
+    def _free_address(self):
+        """Never 127.0.0.1, from which every outgoing connection takes a port."""
+        for _ in range(50):
+            address = '127.%d.%d.%d' % (random.randrange(1, 250), random.randrange(1, 250), random.randrange(2, 250))
+            if self._hold(address, 29909):
+                return address
         raise Failure('port 29909 is taken on every loopback address')
+
+    def _hold(self, address, port):
+        """Whether that port is free and this rig's from now on: a name without a file tells the other rigs."""
+        held = bound(socket.AF_UNIX, '\0vandrel rig %s:%d' % (address, port))
+        probe = held and bound(socket.AF_INET, (address, port))
+        if probe:
+            probe.close()
+            self._held.append(held)
+        elif held:
+            held.close()
+        return bool(probe)
 
     # --- the farm
 
@@ -175,7 +198,7 @@ class Rig:
             raise Failure('the client ended with %s, see %s/client.log' % (self.client.returncode, self.folder))
         return True
 
-    def wait_login(self, seconds=60):
+    def wait_login(self, seconds=PATIENCE):
         return wait_for('the login', seconds, lambda: self.alive() and (self.api('/account') or {}).get('result') == 1 and self.user_dir(), 0.2)
 
     def user_dir(self):
@@ -211,22 +234,24 @@ class Rig:
             raise Failure('the client refused the scenes: %s' % reply)
         return reply
 
-    def rows(self, database, sql, values=()):
-        """Rows of one of the account's stores, read only; [] while the file isn't there."""
+    def rows(self, database, sql, values=(), whole=False):
+        """Rows of one of the account's stores, read only; [] while the file isn't there, or its table unless it's a whole one."""
         path = os.path.join(self.user_dir() or '', database)
         if not os.path.exists(path):
             return []
-        for last in (False, False, True):
+        end = time.monotonic() + PATIENCE
+        while True:  # who opens or closes a store refuses others for a moment
             link = sqlite3.connect('file:%s?mode=ro' % path, uri=True, timeout=10)
             try:
                 return link.execute(sql, values).fetchall()
             except sqlite3.OperationalError as trouble:
-                if 'no such table' in str(trouble):
+                if 'no such table' in str(trouble) and not whole:
                     return []
-                if last:
+                if time.monotonic() > end:
                     raise Failure('%s: %s' % (database, trouble))
             finally:
                 link.close()
+            time.sleep(0.02)
 
     def result_files(self):
         found = {}
@@ -238,7 +263,7 @@ class Rig:
     # --- ends
 
     @staticmethod
-    def _end(process, how=signal.SIGTERM, seconds=15):
+    def _end(process, how=signal.SIGTERM, seconds=PATIENCE):
         if process and process.poll() is None:
             process.send_signal(how)
             try:

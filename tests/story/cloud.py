@@ -31,8 +31,8 @@ def story(make, folder):
     shots = os.path.join(folder, 'film')
     for name in ('one', 'two', 'three', 'four'):
         make_scene(shots, name, textures=0, seed=ord(name[1]))
-    wait_for('the drive', 20, lambda: (rig.api('/drive/put?path=D', [shots]) or {}).get('result') == 1, 0.2)
-    wait_for('the scenes on the drive', 30, lambda: any(one['over'] for one in rig.api('/drive/status')['data']), 0.1)
+    wait_for('the drive', 60, lambda: (rig.api('/drive/put?path=D', [shots]) or {}).get('result') == 1, 0.2)
+    wait_for('the scenes on the drive', 60, lambda: any(one['over'] for one in rig.api('/drive/status')['data']), 0.1)
 
     # A scene by its command alone, to the frames on disk.
     told = ctl('drive', 'resolve', 'D/film/one.tgd', '--wait')

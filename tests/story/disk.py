@@ -7,6 +7,7 @@ import struct
 import sys
 
 LIBRARY = os.path.abspath(sys.argv[2])
+BEFORE = {name: os.environ[name] for name in ('LD_PRELOAD',) if name in os.environ}
 
 
 def key_of(path):
@@ -20,6 +21,11 @@ def key_of(path):
 def plain(folder, names):
     """What isn't a socket that a kill left."""
     return [name for name in names if not stat.S_ISSOCK(os.lstat(os.path.join(folder, name)).st_mode)]
+
+
+def preload():
+    """Behind what stands there already: a library of delays, say, is to meet the model's calls too."""
+    os.environ['LD_PRELOAD'] = ' '.join(list(BEFORE.values()) + [LIBRARY])
 
 
 class Disk:
@@ -41,11 +47,14 @@ class Disk:
                 key = key_of(os.path.join(at, name))
                 self.names[at][name] = key
                 self.contents[key] = os.path.join(image, os.path.relpath(os.path.join(at, name), self.home))
-        os.environ.update(LD_PRELOAD=LIBRARY, VN_DISK_ROOT=self.home, VN_DISK_LOG=self.records, VN_DISK_CUT=cut or '0:0')
+        preload()
+        os.environ.update(VN_DISK_ROOT=self.home, VN_DISK_LOG=self.records, VN_DISK_CUT=cut or '0:0')
 
     @staticmethod
     def disarm():
-        os.environ.pop('LD_PRELOAD')
+        for name in 'LD_PRELOAD', 'VN_DISK_ROOT':
+            os.environ.pop(name, None)
+        os.environ.update(BEFORE)
 
     def _enter(self, path, key):
         """The sync of a new file commits its name, and those of the folders above."""

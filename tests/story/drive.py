@@ -29,7 +29,7 @@ PLACES = [('qnfileUploadD.db-wal#', 1), ('qnfileDownD.db-wal#', 1), ('qnfileOkD.
 LIBRARY = os.path.abspath(sys.argv[2]) if len(sys.argv) > 2 else None
 SWEEP = int(os.environ.get('VN_SWEEP', '0'))
 if LIBRARY:
-    from disk import Disk
+    from disk import Disk, preload
 
 
 def make_tree(folder, chance):
@@ -173,17 +173,18 @@ class Drives:
         if power:
             self.disk.arm(None)
         elif cut:
-            os.environ['LD_PRELOAD'] = LIBRARY
+            preload()
         if cut:
             os.environ['VN_CUT'] = cut
         self.rig.start_client()
-        for name in 'LD_PRELOAD', 'VN_CUT', 'VN_DISK_ROOT':
-            os.environ.pop(name, None)
+        os.environ.pop('VN_CUT', None)
+        if LIBRARY:
+            Disk.disarm()
 
     def kill(self, turn, cut=None, most_active=2, power=False, seconds=8.0):
         """Starts the client, lets it work and ends it; whether it came to the cut."""
         self.start(cut, power)
-        end, known, wanted = time.monotonic() + seconds, False, []
+        end, known, wanted = time.monotonic() + (max(seconds, 30) if cut else seconds), False, []
         while time.monotonic() < end and self.rig.client.poll() is None:
             if not known and self.rig.user_dir() and (self.rig.api('/account') or {}).get('result') == 1:
                 known = True
@@ -295,7 +296,7 @@ def repeated(drives):
     for kind, path, body, counter in (('put', '/drive/put?path=D/big', [big], 'bytesUp'),
                                       ('get', '/drive/get?path=D/big/big&to=' + drives.back(0), None, 'bytesDown')):
         before, kills = rig.farm_state()['counters'][counter], 0
-        wait_for('the drive', 20, lambda: (rig.api(path, body) or {}).get('result') == 1, 0.2)
+        wait_for('the drive', 60, lambda: (rig.api(path, body) or {}).get('result') == 1, 0.2)
         while kills < 4 and drives.active(kind):
             time.sleep(drives.chance.random() * 0.15)
             rig.kill_client()
@@ -322,7 +323,7 @@ def story(make, folder):
     rig.start_client()
     rig.wait_login()
     for n in 0, 1:  # what is fetched later
-        wait_for('the drive', 20, lambda: (rig.api('/drive/ls?farm=%d&path=D' % (n + 1)) or {}).get('result') == 1, 0.2)
+        wait_for('the drive', 60, lambda: (rig.api('/drive/ls?farm=%d&path=D' % (n + 1)) or {}).get('result') == 1, 0.2)
         drives.begin('put')
     wait_for('the first trees', 60, drives.over, 0.1)
     rig.kill_client()

@@ -11,7 +11,7 @@ FRAMES = 4
 
 
 def story(make, folder):
-    rig = make('one', farm_options=['--frames-per-second', '0', '--frame-seconds', '1.5', '--render-threads', '1', '--auto-submit'])
+    rig = make('one', farm_options=['--frames-per-second', '0', '--frame-seconds', '2.5', '--render-threads', '1', '--auto-submit'])
     rig.start_farm()
     rig.start_client()
     rig.wait_login()
@@ -27,13 +27,19 @@ def story(make, folder):
             return reply.headers['Content-Type'], reply.read()
 
     task = wait_for('the task', 60, lambda: [one['missionId'] for one in rig.farm_state()['tasks'] if one['uploaded']])[0]
-    running = wait_for('a frame that renders', 30, lambda: frames(status=0))[0]
+    running = wait_for('a frame that renders', 60, lambda: frames(status=0))[0]
     log = Ctl(rig).start('log', str(task), str(running['id']), '-f', stdout=subprocess.PIPE, stderr=subprocess.PIPE)
-    kind, picture = fetch('/subjob/preview?mid=%d&subjobId=%d' % (task, running['id']))
-    if kind != 'image/png' or not picture.startswith(b'\x89PNG'):
-        raise Failure('before the frame is done: %s %r' % (kind, picture[:80]))
-    if any(name.endswith('.%04d.png' % running['frame_from']) for name in rig.result_files()):
-        raise Failure('the frame was on disk already')
+
+    def early():
+        """The picture of a frame that still renders when it has come, and whether that frame is on disk all the same."""
+        for row in frames(status=0):
+            kind, picture = fetch('/subjob/preview?mid=%d&subjobId=%d' % (task, row['id']))
+            here = any(name.endswith('.%04d.png' % row['frame_from']) for name in rig.result_files())
+            if kind == 'image/png' and frames(status=0, id=row['id']):
+                return picture, here
+    picture, here = wait_for('a picture before its frame is done', 60, early)
+    if here or not picture.startswith(b'\x89PNG'):
+        raise Failure('before the frame is done: on disk %s, %r' % (here, picture[:80]))
     told, trouble = log.communicate(timeout=60)
     where = rig.api('/subjob/log?mid=%d&subjobId=%d' % (task, running['id']))
     with open(os.path.join(rig.folder, 'farm', where['data']['path']), 'rb') as whole:

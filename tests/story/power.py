@@ -10,7 +10,7 @@ from stories import Failure, compare, finished, make_scene, run, wait_for
 
 # The command, and which of its packages; None: a moment within two seconds after a scene was handed over.
 CUTS = ['10400:1', '10704:1', '10413:1', '10802:1', None, '10802:3', '10413:1', None, '10704:1', '10802:6', '10400:1', None]
-TURN_SECONDS = 12
+TURN_SECONDS = 30
 
 
 def story(make, folder):
@@ -37,7 +37,7 @@ def story(make, folder):
     rig.start_client()
     rig.wait_login()
     rig.fault('slow-download', '')
-    state = wait_for('everything to come to its end', 60, lambda: rig.alive() and finished(rig, orders), 0.5)
+    state = wait_for('everything to come to its end', 120, lambda: rig.alive() and finished(rig, orders), 0.5)
     state['violations'] = []
     compare(rig, state)
     print('%d cuts, %d of them at a word to the server, %d syncs, %d orders, %d results, all there' %

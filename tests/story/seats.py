@@ -9,17 +9,7 @@ MASTER_WORDS, SEAT_WORDS = ('notupdate', '-silent'), ('notupdate', '-silent', 's
 
 
 def states(rig, what='state'):
-    """Of a store that is being written: none of its rows is no answer, a refusal of the database isn't."""
-    while True:
-        link = sqlite3.connect('file:%s?mode=ro' % os.path.join(rig.user_dir(), 'resolve.db'), uri=True, timeout=10)
-        try:
-            return [row[0] for row in link.execute('select %s from resolve order by rkey' % what)]
-        except sqlite3.OperationalError as trouble:
-            rig.refusals = getattr(rig, 'refusals', 0) + 1
-            if rig.refusals > 100:
-                raise Failure('the store of %s: %s' % (rig.folder, trouble))
-        finally:
-            link.close()
+    return [row[0] for row in rig.rows('resolve.db', 'select %s from resolve order by rkey' % what, whole=True)]
 
 
 def hand_in(rig, scene):
@@ -114,7 +104,7 @@ def ordered_together(make, folder):
     master.kill_client()
     again = make_scene(os.path.join(folder, 'scenes'), 'again', frames=1, size=1000, seed=4)
     hand_in(seats[1], again)
-    wait_for('tries without a master', 30, lambda: {107, 108} >= set(states(seats[1])) and states(seats[1])
+    wait_for('tries without a master', 60, lambda: {107, 108} >= set(states(seats[1])) and states(seats[1])
              and b'MODEL ANALYSIS' in open(os.path.join(seats[1].folder, 'client.log'), 'rb').read()[-40000:])
     master.start_client()
     master.wait_login()
@@ -153,9 +143,10 @@ def refused_and_checked(make, folder):
     wait_state(seats[1], [109])
     if '上级账号不匹配' not in states(seats[1], 'errstr')[0]:
         raise Failure('the second seat is told %s' % states(seats[1], 'errstr'))
-    order = wait_for('the number of the order', 30, lambda: master.rows('resolve.db', "select ordernum from resolve where ordernum <> ''"))[0][0]
-    if states(master) != [106] or states(seats[0]) != [115]:
-        raise Failure('nobody has agreed yet: %s %s' % (states(master), states(seats[0])))
+    wait_state(master, [106])
+    order = wait_for('the number of the order', 60, lambda: master.rows('resolve.db', "select ordernum from resolve where ordernum <> ''"))[0][0]
+    if states(seats[0]) != [115]:
+        raise Failure('nobody has agreed yet: %s' % states(seats[0]))
     reply = master.api('/model/commit?num=%s' % order)
     if not reply or reply['result'] != 1:
         raise Failure('the commit was refused: %s' % reply)

@@ -133,18 +133,22 @@ def whole_road(make, folder):
         raise Failure('the client did not end when asked to')
 
 
-def gone(pids):
+def lines(pids):
     with open(pids) as source:
-        numbers = [int(line) for line in source]
-    left = []
-    for pid in numbers:
+        return [int(line) for line in source]
+
+
+def left(pids):
+    """Those of the processes that still run."""
+    running = []
+    for pid in lines(pids):
         try:
             with open('/proc/%d/stat' % pid) as stat:
                 if stat.read().rsplit(')', 1)[1].split()[0] not in 'ZX':
-                    left.append(pid)
+                    running.append(pid)
         except OSError:
             pass
-    return numbers, left
+    return running
 
 
 def troubles(make, folder):
@@ -195,9 +199,7 @@ def troubles(make, folder):
                                                if (told[one[0]] or ())[:2] != one[4]])
     if 'Unknown property' not in told['script raises'][2]:
         raise Failure('the exception of the script is not told: %r' % (told['script raises'],))
-    numbers, left = wait_for('the children', 20, lambda: gone(pids)[0] and gone(pids))
-    if left:
-        raise Failure('%d of %d processes are still there: %s' % (len(left), len(numbers), left))
+    numbers = wait_for('the end of the children in %s' % pids, 60, lambda: left(pids) == [] and lines(pids))
     bodies = dict((body.get('scene'), body) for body, _ in rig.orders().values())
     expect('quick road', bodies[os.path.join(base, 'link.ma')]['parseSubmit'], 1)
     expect('never ordered', [one[0] for one in waiting if one[4][0] < 107 and one[3] in bodies], [])

@@ -85,7 +85,7 @@ def story(make, folder):
         wait_for('the transfers', 60, lambda: rig.alive() and all(
             one['over'] for one in rig.api('/drive/status')['data'] if not batches or one['id'] in batches), 0.1)
 
-    wait_for('the drive', 20, lambda: (rig.api('/drive/put?path=D', [base]) or {}).get('result') == 1, 0.2)
+    wait_for('the drive', 60, lambda: (rig.api('/drive/put?path=D', [base]) or {}).get('result') == 1, 0.2)
     over([])
     if check()['files'] != sum(1 for value in here(base).values() if value):
         raise Failure('not every file was compared')

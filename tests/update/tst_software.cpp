@@ -59,7 +59,7 @@ class TestSoftware : public QObject
         manager->setWindow([this] { return &m_over; });
         QSignalSpy over(manager.get(), &SoftwareUpdateManager::looked);
         manager->start("prod");
-        if (over.isEmpty() && !over.wait(20000))
+        if (over.isEmpty() && !over.wait(Patience))
             return {};
         return manager;
     }
@@ -122,7 +122,7 @@ private slots:
         QTRY_VERIFY(window<SoftwareProgressBar>());
         auto *bar = window<SoftwareProgressBar>();
         QSignalSpy success(bar, &SoftwareProgressBar::updatesuccess);
-        QVERIFY2(success.wait(20000), qPrintable(bar->error()));
+        QVERIFY2(success.wait(Patience), qPrintable(bar->error()));
         QCOMPARE(text(bar, "updateText"), QString("更新完成,重启客户端"));
         QCOMPARE(content(m_program + "/scripts/maya/new.py"), QByteArray("1.0.0.2"));
         QCOMPARE(content(m_program + "/readme.txt"), QByteArray("of the program"));
@@ -235,7 +235,7 @@ private slots:
         }
         QSignalSpy success(bar, &SoftwareProgressBar::updatesuccess);
         press(bar, "updateBtn");
-        QVERIFY2(success.wait(20000), qPrintable(bar->error()));
+        QVERIFY2(success.wait(Patience), qPrintable(bar->error()));
         QCOMPARE(text(bar, "updateText"), QString("更新完成"));
         QCOMPARE(content(m_program + "/scripts/maya/new.py"), QByteArray("1.0.0.2"));
     }
