@@ -104,6 +104,13 @@ class Drives:
                 for fact in (name for name, holds in facts.items() if holds):
                     self.met[kind, fact] = self.met.get((kind, fact), 0) + 1
 
+    def noted(self):
+        """Of a file that a power cut left the row knows that it's the client's own."""
+        for pri in self.active('get'):
+            for path, in self.rig.rows(STORES['get'], 'select lpath from file_%d where coalesce(placed, 0) = 0' % pri):
+                if os.path.exists(path):
+                    raise Failure('batch %d: %s would be taken for somebody else\'s' % (pri, path))
+
     # --- what is there at the end
 
     def over(self):
@@ -208,6 +215,7 @@ class Drives:
         self.rig.kill_client()
         if power:
             self.disk.cut()
+            self.noted()
             self.met['power', 'cut'] = self.met.get(('power', 'cut'), 0) + 1
         self.kills += 1
         self.standing()
@@ -333,9 +341,9 @@ def story(make, folder):
         drives.turn(turn)
         if turn % GROUP == GROUP - 1:
             whole = drives.settle()
-    for turn in range(12 if LIBRARY else 0):  # what chance has left out
+    for turn in range(24 if LIBRARY else 0):  # what chance has left out
         for kind, fact in drives.missing():
-            ways = {'move': (STORES[kind] + '-wal#', 1), 'count': (HISTORY + '>' + STORES[kind], 3)}
+            ways = {'move': (STORES[kind] + '-wal#', 1), 'count': (HISTORY + '>' + STORES[kind], 3), 'files': (STORES[kind], 250)}
             drives.cut(0, *ways.get(fact, (STORES[kind], 40)))
     whole = drives.settle()
     rig.start_client()

@@ -147,6 +147,9 @@ void DownDHandler::prepare(const db_upfarmD &farm, Batch *batch, QList<db_upfile
         batch->until = now() + m_timing.restMs;
         return;
     }
+    // Before the first of them is made: a power cut that left the file and not the note would make it somebody else's.
+    if (!placed.isEmpty())
+        store()->settle();
     *rows = started;
 }
 
