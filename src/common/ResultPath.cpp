@@ -255,9 +255,9 @@ QString ResultPath::root(const QJsonObject &obj, bool create, QString *missing, 
     const QString path = (dir.endsWith('/') ? dir : dir + '/') + folder;
     if (create) {
         ResultRoots::add(dir); // files that wait stay good when the user sets another folder
-        std::string reason;
+        platform::Folder::Reason reason;
         if (!platform::Folder::reach(raw(dir), raw(folder), true, &reason))
-            qWarning().noquote() << "ResultPath::root can't be made:" << path << QString::fromStdString(reason);
+            qWarning().noquote() << "ResultPath::root can't be made:" << path << QString::fromStdString(reason.text);
     }
     return path;
 }

@@ -25,10 +25,11 @@ public:
     enum Which { Up = 1, Down = 2, Ok = 3 };
     enum DirState { DirDue = 0, DirWalking = 1, DirWalked = 2 };
     static constexpr int PageRows = 30, DoneRows = 1000, HistoryFarms = 1000;
-    static constexpr int PieceRows = 2000; // of what is done by tend() and resumeSome() at a time
-    static constexpr int DirFailed = 13;   // state of a folder that was given up
-    static constexpr int DirUnread = 14;   // of one that counts as walked, and is looked at again when it's resumed
-    enum Note { OfNow, OfWalk };           // what holds it up; what the walk left out or changed, for good
+    static constexpr qlonglong HistoryRows = 5000000; // and what a page shows of the batches that come on top
+    static constexpr int PieceRows = 2000;            // of what is done by tend() and resumeSome() at a time
+    static constexpr int DirFailed = 13;              // state of a folder that was given up
+    static constexpr int DirUnread = 14; // of one that counts as walked, and is looked at again when it's resumed
+    enum Note { OfNow, OfWalk };         // what holds it up; what the walk left out or changed, for good
 
     static UploadDDAO *instance(int which);
     bool open(const QString &userDir);
@@ -49,8 +50,11 @@ public:
     bool setNote(qlonglong farmPri, const QString &text, Note kind = OfNow); // emits note, with both kinds
     bool removeFarm(qlonglong farmPri);                                      // its tables are for tend(); sums follow
     bool keepFarms(int most);                                                // history: the oldest go
-    QSet<qlonglong> tableFarms();                                            // that have tables, whether a row or not
-    int cancelled() const;                                                   // state of a batch that is being deleted
+    // History: of batches with more rows than a page shows the newest keep them all while they fit, the others keep
+    // what a page shows (DoneRows); the batch's own row and its sums stay. Emits refreshAll where rows went.
+    bool keepRows(qlonglong most);
+    QSet<qlonglong> tableFarms(); // that have tables, whether a row or not
+    int cancelled() const;        // state of a batch that is being deleted
     void sums(qlonglong *fok, qlonglong *fsum);
 
     // Folders.
@@ -154,6 +158,7 @@ private:
     bool countBlocks(qlonglong farmPri, int most); // false: all of them are
     bool sweep();                                  // a piece of what removed batches left
     bool leaveTable(const QString &table);
+    bool trim(qlonglong farmPri); // history
     QStringList goneTables();
     void count(qlonglong farmPri, qlonglong filePri, int change);
     int waiting() const;

@@ -2,6 +2,7 @@
 #include "common/facts/FileStates.h"
 #include "db/UploadDDAO.h"
 #include <algorithm>
+#include <QDebug>
 
 namespace
 {
@@ -211,6 +212,49 @@ bool UploadDDAO::removeDone(qlonglong farmPri, const QString &lpath)
     Locker lock(m_mutex);
     return !hasTables(farmPri) ||
            exec(QStringLiteral("delete from %1 where lpath = ?").arg(fileTable(farmPri)), {lpath});
+}
+
+bool UploadDDAO::keepRows(qlonglong most)
+{
+    QList<QPair<qlonglong, qlonglong>> big; // what no page shows, by batch, the newest first
+    {
+        Locker lock(m_mutex);
+        most -= number("select coalesce(sum(min(fok,?)),0) from farm", {DoneRows}, 0);
+        each("select pri, fok from farm where fok > ? order by pri desc", {DoneRows},
+             [&](const Row &row) { big << qMakePair(row.at(0).toLongLong(), row.at(1).toLongLong() - DoneRows); });
+    }
+    bool good = true, trimmed = false;
+    for (const auto &[farmPri, more] : qAsConst(big)) {
+        Locker lock(m_mutex);
+        const QString beyond = QStringLiteral("select count(*) from (select 1 from %1 limit 1 offset %2)");
+        if (!hasTables(farmPri) || number(beyond.arg(fileTable(farmPri)).arg(DoneRows)) <= 0)
+            continue; // was trimmed, or removed meanwhile
+        if (more <= most) {
+            most -= more;
+            continue;
+        }
+        good = trim(farmPri) && good;
+        trimmed = true;
+    }
+    if (trimmed)
+        emit refreshAll();
+    return good;
+}
+
+// The rows that a page shows move into a table of their own; the old one is for tend(), with its index by time.
+bool UploadDDAO::trim(qlonglong farmPri)
+{
+    const QString table = fileTable(farmPri), old = QStringLiteral("gone_%1_rows").arg(table);
+    Work work(this);
+    const bool good = work && exec(QStringLiteral("alter table %1 rename to %2").arg(table, old)) &&
+                      makeTables(farmPri) &&
+                      exec(QStringLiteral("insert into %1 (%2) select %2 from %3 order by oktime desc limit %4")
+                               .arg(table, FileColumns, old)
+                               .arg(DoneRows)) &&
+                      work.commit();
+    m_gone = goneTables();
+    qDebug().noquote() << "UploadDDAO::trim" << farmPri << good;
+    return good;
 }
 
 qlonglong UploadDDAO::countFiles(qlonglong farmPri)

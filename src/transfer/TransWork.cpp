@@ -30,7 +30,8 @@ void TransWork::setSignMd5(const QString &sign, const QString &md5, int transTyp
     m_sign = sign.left(8);
     m_md5 = md5;
     m_transType = transType;
-    qDebug().noquote() << "TransWork::setSignMd5" << QStringLiteral("%1_%2").arg(m_sign, m_md5);
+    if (!oneOfMany())
+        qDebug().noquote() << "TransWork::setSignMd5" << QStringLiteral("%1_%2").arg(m_sign, m_md5);
 }
 
 void TransWork::setKey(const QString &key, quint64 serial)

@@ -27,7 +27,7 @@ public:
     // Before the worker is moved to its thread.
     void setServer(const QString &url, const QString &token);
     void setSignMd5(const QString &sign, const QString &md5,
-                    int transType);                  // logs "%1_%2"; sign is kept to 8 characters
+                    int transType); // logs "%1_%2" but of the drive's files; sign is kept to 8 characters
     void setKey(const QString &key, quint64 serial); // the handler's own handle of this worker
     int transType() const { return m_transType; }
     quint64 serial() const { return m_serial; }
@@ -82,6 +82,8 @@ protected:
     void stopWait();
     void feedSpeed(qint64 position); // progress, in bytes of the file
     void setTotal(qint64 total) { m_total = total; }
+    // A file of the drive's: there may be a million of them, and the log has a line of each, at its end.
+    bool oneOfMany() const { return m_transType > 1; }
     void dropSocket();
 
     // Looks a host name up without blocking (an address is taken as it is), at most HostMs; then(ip) runs on this

@@ -43,6 +43,7 @@ private slots:
     void logFileFollowsTheDay();
     void sevenLogsAreKept();
     void linesOfManyThreadsStayWhole();
+    void aDayHasACeiling();
     void poolStopsWithItsWorkers();
     void debounceEmitsOnce();
     void seamPostsToItsThread();
@@ -123,6 +124,33 @@ void TestTools::sevenLogsAreKept()
     QCOMPARE(kept.size(), 7);
     QCOMPARE(kept.first(), QString("log-20300213.txt"));
     QVERIFY(folder.exists("config.ini"));
+    // A client that runs on keeps seven beside the one that it writes.
+    for (int day : {19, 20, 21})
+        LogSink::write(QtDebugMsg, "x", QDateTime(QDate(2030, 2, day), QTime(0, 0)));
+    LogSink::uninstall();
+    QCOMPARE(folder.entryList({"log-*"}, QDir::Files, QDir::Name), kept.mid(1) + QStringList({"log-20300220.txt", "log-20300221.txt"}));
+}
+
+void TestTools::aDayHasACeiling()
+{
+    const QDateTime day(QDate(2033, 1, 1), QTime(0, 0));
+    const QString path = UserInfo::allUserDir() + "/log-20330101.txt";
+    const auto logged = [&](qint64 before, const QList<QtMsgType> &types) {
+        QFile file(path);
+        file.open(QIODevice::ReadWrite) && file.resize(before); // holes take no room
+        for (QtMsgType type : types)
+            LogSink::write(type, "x", day);
+        LogSink::uninstall();
+        file.seek(before);
+        return QString::fromUtf8(file.readAll()).remove("[00:00:00.000]");
+    };
+    const QString tells = "Warning:LogSink::write the log of this day is full, only warnings follow\r\n";
+    QCOMPARE(logged(LogSink::FullBytes - 17, {QtDebugMsg, QtInfoMsg, QtWarningMsg, QtDebugMsg}), "x\r\n" + tells + "Warning:x\r\n");
+    QCOMPARE(logged(LogSink::MostBytes - 25, {QtWarningMsg, QtCriticalMsg, QtDebugMsg}), QString("Warning:x\r\n"));
+    LogSink::write(QtDebugMsg, "x", day.addDays(1));
+    LogSink::uninstall();
+    QCOMPARE(contentOf(UserInfo::allUserDir() + "/log-20330102.txt"), QByteArray("[00:00:00.000]x\r\n"));
+    QVERIFY(QFile::remove(path));
 }
 
 void TestTools::linesOfManyThreadsStayWhole()

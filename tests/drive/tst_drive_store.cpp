@@ -291,11 +291,14 @@ private slots:
         for (int i = 1; i <= 5; ++i) {
             db_upfarmD farm = batch(i);
             farm.oktime = 100 - i;
+            farm.fok = i == 3 ? 3500 : i == 4 ? 1100 : i == 5 ? 1200 : 0;
             QVERIFY(ok->putFarm(farm));
         }
-        QList<db_upfile> many = files("x", 1100);
+        QList<db_upfile> many = files("x", 3500);
         for (int i = 0; i < many.size(); ++i)
             many[i].pri = many[i].oktime = i + 1;
+        QVERIFY(ok->addDone(3, many) && ok->addDone(5, many.mid(0, 1200)));
+        many = many.mid(0, 1100);
         QVERIFY(ok->addDone(4, many) && ok->addDone(4, many) && ok->keepFarms(3));
         QCOMPARE(ok->countFiles(4), 1100);
         const QList<db_upfile> shown = ok->readPage(4, 0);
@@ -305,6 +308,24 @@ private slots:
         for (const db_upfarmD &farm : ok->farms())
             kept << farm.name;
         QCOMPARE(kept, QStringList({"3", "4", "5"}));
+        // Of the rows that no page shows the newest batches keep theirs.
+        const auto paths = [&] {
+            QStringList list;
+            for (const db_upfile &one : ok->readPage(3, 0))
+                list << one.lpath;
+            return list;
+        };
+        const QStringList before = paths();
+        QSignalSpy told(ok, &UploadDDAO::refreshAll);
+        QVERIFY(ok->keepRows(3 * UploadDDAO::DoneRows + 500) && ok->keepRows(3 * UploadDDAO::DoneRows + 500));
+        QCOMPARE(told.size(), 1);
+        QCOMPARE(QList<qlonglong>({ok->countFiles(3), ok->countFiles(4), ok->countFiles(5)}), QList<qlonglong>({1000, 1100, 1200}));
+        QCOMPARE(paths(), before);
+        QCOMPARE(ok->farm(3).fok, 3500);
+        QVERIFY(ok->tend());
+        while (ok->tend()) {
+        }
+        QCOMPARE(paths(), before);
         ok->release();
     }
 

@@ -300,13 +300,13 @@ static void onlyRegularFilesAreOpened()
 
 static void foldersAreReachedStepByStep()
 {
-    std::string reason;
+    Folder::Reason reason;
     const auto put = [](Folder &folder, const char *name, const char *text) {
         const int fd = folder.create(name);
         return closeAfter(fd, fd >= 0 ? int(write(fd, text, unsigned(std::strlen(text)))) : -1);
     };
     for (const char *bad : {"a/../../x", ".."})
-        HOLDS(!Folder::reach(utf8(room), bad, true, &reason) && !reason.empty());
+        HOLDS(!Folder::reach(utf8(room), bad, true, &reason) && !reason.text.empty() && reason.planted);
     HOLDS(!Folder::reach(utf8(room), "not there", false));
     std::ofstream(room / "plain") << "x";
     HOLDS(!Folder::reach(utf8(room), "plain", true));
@@ -346,7 +346,8 @@ static void foldersAreReachedStepByStep()
 #ifndef _WIN32
     if (geteuid() == 0 && lchown((room / "mine").c_str(), 12345, 12345) == 0) {
         HOLDS(!Folder::reach(utf8(room), "mine/sub", true, &reason));
-        SAME(reason, std::string("another user's link: mine"));
+        SAME(reason.text, std::string("another user's link: mine"));
+        HOLDS(reason.planted && !reason.noRoom);
     } else {
         std::printf("SKIP another user's link: only root can plant one here\n");
     }

@@ -10,6 +10,7 @@ namespace
 {
 std::mutex mutex;
 QString failing;
+int failure = EIO;
 
 QStringList &paths()
 {
@@ -22,14 +23,16 @@ int note(long call, int fd)
     char path[4096];
     const ssize_t length = readlink(qPrintable(QStringLiteral("/proc/self/fd/%1").arg(fd)), path, sizeof path);
     bool fails = false;
+    int error = 0;
     {
         std::lock_guard lock(mutex);
         paths() << QString::fromUtf8(path, int(std::max<ssize_t>(0, length)));
+        error = failure;
         fails = !failing.isNull() && paths().last().endsWith(failing);
     }
     if (!fails)
         return int(syscall(call, fd));
-    errno = EIO;
+    errno = error;
     return -1;
 }
 } // namespace
@@ -43,10 +46,11 @@ int syncs::count(const QString &ending)
     return int(std::count_if(paths().cbegin(), paths().cend(), [&](const QString &path) { return path.endsWith(ending); }));
 }
 
-void syncs::fail(const QString &ending)
+void syncs::fail(const QString &ending, int error)
 {
     std::lock_guard lock(mutex);
     failing = ending;
+    failure = error;
 }
 
 void syncs::reset()

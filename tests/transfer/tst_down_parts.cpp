@@ -1,6 +1,7 @@
 #include "common/platform/Platform.h"
 #include "common/VFunc.h"
 #include "support/Row.h"
+#include "support/Syncs.h"
 #include "support/TestMain.h"
 #include "transfer/down/MissionBuilder.h"
 #include "transfer/down/PartialFile.h"
@@ -11,8 +12,45 @@
 #include <QJsonArray>
 #ifdef Q_OS_LINUX
 #include <csignal>
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+
+// The disk of these tests: one kind of call is refused.
+enum class Call { None, MakeFolder, MakeFile, Write, Sync, Rename };
+static std::atomic<Call> refused{Call::None};
+static std::atomic_int refusal{ENOSPC};
+
+template <class... Args> static long unlessRefused(Call call, long number, Args... args)
+{
+    const bool refuses = call != Call::None && refused == call;
+    if (refuses)
+        errno = refusal;
+    return refuses ? -1 : syscall(number, args...);
+}
+
+extern "C" {
+int folderMaker(int at, const char *name, mode_t mode) __asm__("mkdirat");
+int fileOpener(int at, const char *name, int flags, mode_t mode) __asm__("openat");
+ssize_t writer(int fd, const void *data, size_t size) __asm__("write");
+int renamer(int at, const char *from, int to, const char *name) __asm__("renameat");
+
+int folderMaker(int at, const char *name, mode_t mode) { return int(unlessRefused(Call::MakeFolder, SYS_mkdirat, at, name, mode)); }
+int fileOpener(int at, const char *name, int flags, mode_t mode)
+{
+    return int(unlessRefused((flags & O_CREAT) != 0 ? Call::MakeFile : Call::None, SYS_openat, at, name, flags, mode));
+}
+ssize_t writer(int fd, const void *data, size_t size)
+{
+    return unlessRefused(fd > 2 ? Call::Write : Call::None, SYS_write, fd, data, size);
+}
+int renamer(int at, const char *from, int to, const char *name)
+{
+    return int(unlessRefused(Call::Rename, SYS_renameat2, at, from, to, name, 0));
+}
+}
 #endif
 
 namespace
@@ -172,6 +210,37 @@ private slots:
         QCOMPARE(partial.position(), 1000);
 #endif
     }
+
+#ifdef Q_OS_LINUX
+    // No more names, no more room in the user's share: told as a full disk wherever it shows, and over once there is room.
+    void noRoom()
+    {
+        const QByteArray data = bytes(int(PartialFile::MarkFrom));
+        const auto fetch = [&](const QString &target) {
+            PartialFile partial(target, m_dir->path());
+            int bad = partial.open(data.size());
+            for (int parts = 2; parts > 0 && bad == 0; --parts) {
+                bad = partial.write(data.constData() + partial.position(), (data.size() - partial.position()) / parts);
+                bad = bad == 0 ? partial.keepNow() : bad;
+            }
+            return bad == 0 ? partial.finish(md5(data), go) : bad;
+        };
+        for (const Call call : {Call::MakeFolder, Call::MakeFile, Call::Write, Call::Sync, Call::Rename}) {
+            for (const int error : {ENOSPC, EDQUOT, EACCES}) {
+                const QString target = m_dir->filePath(QString("%1_%2/f.png").arg(int(call)).arg(error));
+                refusal = error;
+                refused = call;
+                syncs::fail(call == Call::Sync ? ".xtemp" : QString(), error);
+                const int told = fetch(target);
+                refused = Call::None;
+                syncs::fail({});
+                QVERIFY2(told != 0 && (told == TransSet::DiskFull) == (error != EACCES), qPrintable(target));
+                QCOMPARE(fetch(target), 0);
+                QCOMPARE(get(target), data);
+            }
+        }
+    }
+#endif
 
     // In a folder that others write to, links stand where files are expected.
     void planted()

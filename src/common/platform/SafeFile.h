@@ -21,6 +21,10 @@ bool readFolder(const std::string &path, const std::function<bool(const std::str
 // Whether names that differ only in case are one in this folder.
 bool foldsCase(const std::string &folder);
 
+// Whether the call to the system that just failed on this thread, one of Folder's too, found no room: the disk is full,
+// has no more names to give, or this user's share of it is used up. To be asked at once.
+bool noRoom();
+
 // Gives an open file this size and, where the file system can, its blocks: 0 good, -1 not possible, -2 no room (the
 // size is then as it was). The position stays.
 int setFileSize(int fd, std::int64_t size);
@@ -48,10 +52,14 @@ bool makePrivate(const std::string &path, bool folder);
 class Folder
 {
 public:
-    // below: pieces with "/" between, none of them ".."; made where they are missing when make is set. Null on failure,
-    // reason then says why, in English.
+    struct Reason {
+        std::string text;     // in English; empty: there is none
+        bool planted = false; // a link of another user's, or a piece that leaves the folder
+        bool noRoom = false;  // for a folder that is to be made
+    };
+    // below: pieces with "/" between, none of them ".."; made where they are missing when make is set. Null on failure.
     static std::unique_ptr<Folder> reach(const std::string &root, const std::string &below, bool make,
-                                         std::string *reason = nullptr);
+                                         Reason *reason = nullptr);
     ~Folder();
     Folder(const Folder &) = delete;
     Folder &operator=(const Folder &) = delete;

@@ -35,29 +35,29 @@ bool ownLink(const struct stat &info) { return info.st_uid == geteuid() || info.
 
 // The folder that a link leads to, -1 where the link is another user's. It's read through the descriptor that was
 // judged, so that it can't be exchanged in between.
-int followOwn(int parent, const char *name, std::string *reason)
+int followOwn(int parent, const char *name, Folder::Reason *reason)
 {
     const int link = openat(parent, name, O_PATH | O_NOFOLLOW | O_CLOEXEC);
     struct stat info;
     char target[4096];
     int reached = -1;
     if (!isKind(link, S_IFLNK, &info)) {
-        *reason = std::string("not a folder: ") + name;
+        reason->text = std::string("not a folder: ") + name;
     } else if (!ownLink(info)) {
-        *reason = std::string("another user's link: ") + name;
+        *reason = {std::string("another user's link: ") + name, true};
     } else {
         const ssize_t length = readlinkat(link, "", target, sizeof target - 1);
         target[length > 0 ? length : 0] = 0;
         reached = length > 0 ? openat(parent, target, O_RDONLY | O_DIRECTORY | O_CLOEXEC) : -1;
         if (reached < 0)
-            *reason = std::string("a link that leads nowhere: ") + name;
+            *reason = {std::string("a link that leads nowhere: ") + name, true};
     }
     if (link >= 0)
         close(link);
     return reached;
 }
 
-int step(int parent, const char *name, bool make, std::string *reason)
+int step(int parent, const char *name, bool make, Folder::Reason *reason)
 {
     const int flags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
     int fd = openat(parent, name, flags);
@@ -69,8 +69,10 @@ int step(int parent, const char *name, bool make, std::string *reason)
     }
     if (fd < 0 && (errno == ELOOP || errno == ENOTDIR))
         return followOwn(parent, name, reason);
-    if (fd < 0)
-        *reason = std::string(std::strerror(errno)) + ": " + name;
+    if (fd < 0) {
+        reason->noRoom = noRoom();
+        reason->text = std::string(std::strerror(errno)) + ": " + name;
+    }
     return fd;
 }
 } // namespace
@@ -163,6 +165,8 @@ int openRegular(const std::string &path)
     return -1;
 }
 
+bool noRoom() { return errno == ENOSPC || errno == EDQUOT; }
+
 int setFileSize(int fd, std::int64_t size)
 {
     struct stat info;
@@ -174,14 +178,14 @@ int setFileSize(int fd, std::int64_t size)
     if (size > before && fallocate(fd, 0, before, off_t(size) - before) == 0)
         return 0;
     if (size > before && errno != EOPNOTSUPP && errno != ENOSYS && errno != EINVAL) {
-        const bool full = errno == ENOSPC || errno == EFBIG || errno == EDQUOT;
+        const bool full = noRoom() || errno == EFBIG;
         (void)!ftruncate(fd, before);
         return full ? -2 : -1;
     }
 #endif
     if (ftruncate(fd, off_t(size)) == 0)
         return 0;
-    return errno == ENOSPC || errno == EFBIG ? -2 : -1;
+    return noRoom() || errno == EFBIG ? -2 : -1;
 }
 
 void privateFiles()
@@ -216,12 +220,12 @@ bool makePrivate(const std::string &path, bool folder)
     return good;
 }
 
-std::unique_ptr<Folder> Folder::reach(const std::string &root, const std::string &below, bool make, std::string *reason)
+std::unique_ptr<Folder> Folder::reach(const std::string &root, const std::string &below, bool make, Reason *reason)
 {
-    std::string why;
+    Reason why;
     int at = ::open(root.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
     if (at < 0)
-        why = std::string(std::strerror(errno)) + ": " + root;
+        why.text = std::string(std::strerror(errno)) + ": " + root;
     for (std::size_t from = 0; at >= 0 && from < below.size();) {
         const std::size_t end = std::min(below.find('/', from), below.size());
         const std::string piece = below.substr(from, end - from);
@@ -230,7 +234,7 @@ std::unique_ptr<Folder> Folder::reach(const std::string &root, const std::string
             continue;
         const int next = piece == ".." ? -1 : step(at, piece.c_str(), make, &why);
         if (piece == "..")
-            why = "a piece that leaves the folder";
+            why = {"a piece that leaves the folder", true};
         close(at);
         at = next;
     }

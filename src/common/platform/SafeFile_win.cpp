@@ -123,6 +123,13 @@ int openRegular(const std::string &path)
         false, _O_RDONLY | _O_BINARY);
 }
 
+bool noRoom()
+{
+    constexpr DWORD QuotaExceeded = 1295; // not in every header
+    const DWORD error = GetLastError();
+    return error == ERROR_DISK_FULL || error == ERROR_HANDLE_DISK_FULL || error == QuotaExceeded;
+}
+
 int setFileSize(int fd, std::int64_t size)
 {
     const intptr_t handle = fd >= 0 ? _get_osfhandle(fd) : -1;
@@ -132,7 +139,7 @@ int setFileSize(int fd, std::int64_t size)
         return -1;
     if (SetFileInformationByHandle(reinterpret_cast<HANDLE>(handle), FileEndOfFileInfo, &end, sizeof end))
         return 0;
-    return GetLastError() == ERROR_DISK_FULL || GetLastError() == ERROR_HANDLE_DISK_FULL ? -2 : -1;
+    return noRoom() ? -2 : -1;
 }
 
 void privateFiles() {}
@@ -147,44 +154,43 @@ bool makePrivate(const std::string &path, bool folder)
     return true;
 }
 
-std::unique_ptr<Folder> Folder::reach(const std::string &root, const std::string &below, bool make, std::string *reason)
+std::unique_ptr<Folder> Folder::reach(const std::string &root, const std::string &below, bool make, Reason *reason)
 {
     auto held = std::make_unique<Held>();
-    std::string why;
+    Reason why;
     held->path = root;
     while (!held->path.empty() && (held->path.back() == '/' || held->path.back() == '\\'))
         held->path.pop_back();
     held->steps.emplace_back(holdFolder(filePath(held->path + "/"), false));
     if (!held->steps.back() || !isFolder(held->steps.back().get()))
-        why = "no folder: " + root;
-    for (std::size_t from = 0; why.empty() && from < below.size();) {
+        why.text = "no folder: " + root;
+    for (std::size_t from = 0; why.text.empty() && from < below.size();) {
         const std::size_t end = std::min(below.find('/', from), below.size());
         const std::string piece = below.substr(from, end - from);
         from = end + 1;
         if (piece.empty() || piece == ".")
             continue;
         if (piece == ".." || piece.find_first_of("\\:") != std::string::npos) {
-            why = "a piece that leaves the folder";
+            why = {"a piece that leaves the folder", true};
             break;
         }
         held->path += "/" + piece;
         const std::wstring name = filePath(held->path);
-        if (make)
-            CreateDirectoryW(name.c_str(), nullptr);
+        const bool full = make && !CreateDirectoryW(name.c_str(), nullptr) && noRoom();
         held->steps.emplace_back(holdFolder(name, true));
         const HANDLE at = held->steps.back().get();
         if (!at)
-            why = "can't be opened: " + piece;
+            why = {"can't be opened: " + piece, false, full};
         else if (isLink(at) && !ownLink(at))
-            why = "another user's link: " + piece;
+            why = {"another user's link: " + piece, true};
         else if (isLink(at))
             held->steps.emplace_back(holdFolder(name, false)); // the link stays held before it
-        if (why.empty() && (!held->steps.back() || !isFolder(held->steps.back().get())))
-            why = "not a folder: " + piece;
+        if (why.text.empty() && (!held->steps.back() || !isFolder(held->steps.back().get())))
+            why.text = "not a folder: " + piece;
     }
     if (reason)
         *reason = why;
-    return why.empty() ? std::unique_ptr<Folder>(new Folder(std::move(held))) : nullptr;
+    return why.text.empty() ? std::unique_ptr<Folder>(new Folder(std::move(held))) : nullptr;
 }
 
 int Folder::open(const std::string &name, bool write)

@@ -69,9 +69,8 @@ void DownTarget::close()
 
 void DownTarget::finishDown(int kind)
 {
-    if (kind != TransSet::Done || m_transType == 1)
-        qDebug().noquote() << "DownTarget::finishDown"
-                           << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
+    qDebug().noquote() << "DownTarget::finishDown"
+                       << QStringLiteral("关闭下载:%1_%2").arg(m_workKey, TransSet::errorText(m_down.error));
     close();
     TransWork::finishDown(kind);
 }

@@ -41,7 +41,8 @@ QString shortened(const QString &target)
            QString::fromLatin1(QCryptographicHash::hash(name.toUtf8(), QCryptographicHash::Md5).toHex());
 }
 
-std::unique_ptr<platform::Folder> folderOf(const QString &target, const QString &root, bool make, std::string *reason)
+std::unique_ptr<platform::Folder> folderOf(const QString &target, const QString &root, bool make,
+                                           platform::Folder::Reason *reason)
 {
     const QString folder = QFileInfo(target).path();
     if (root.isEmpty() && make)
@@ -49,6 +50,11 @@ std::unique_ptr<platform::Folder> folderOf(const QString &target, const QString 
     const QString from = root.isEmpty() ? folder : root;
     return platform::Folder::reach(raw(from), raw(folder.mid(from.size())), make, reason);
 }
+
+// Right behind a call that failed: whether for want of room, else the error that its place has.
+int fullOr(int error) { return platform::noRoom() ? int(TransSet::DiskFull) : error; }
+
+int settle(int fd) { return VFunc::syncFile(fd) ? 0 : fullOr(TransSet::AccessFailed); }
 } // namespace
 
 PartialFile::PartialFile(const QString &target, const QString &root)
@@ -97,22 +103,22 @@ int PartialFile::open(qint64 size)
 
 int PartialFile::reach()
 {
-    std::string reason;
+    platform::Folder::Reason reason;
     m_folder = folderOf(m_target, m_root, true, &reason);
     if (m_folder)
         return 0;
-    qWarning().noquote() << "PartialFile::reach" << m_target << QString::fromStdString(reason);
-    const bool planted = reason.find("link") != std::string::npos || reason.find("leaves") != std::string::npos;
-    return planted ? TransSet::NoFolder : TransSet::NotWritable;
+    qWarning().noquote() << "PartialFile::reach" << m_target << QString::fromStdString(reason.text);
+    return reason.planted ? TransSet::NoFolder : reason.noRoom ? TransSet::DiskFull : TransSet::NotWritable;
 }
 
 int PartialFile::openFresh()
 {
     m_folder->remove(raw(sidePath(m_name))); // it would speak of data that isn't there
     const int fd = m_folder->create(raw(tempPath(m_name)));
+    const int refused = fd < 0 ? fullOr(TransSet::NotWritable) : int(TransSet::NotWritable);
     if (fd < 0 || !m_temp.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
-        qWarning().noquote() << "PartialFile::openFresh can't be made:" << m_temp.fileName();
-        return TransSet::NotWritable;
+        qWarning().noquote() << "PartialFile::openFresh can't be made:" << m_temp.fileName() << refused;
+        return refused;
     }
     m_grown = 0;
     const int bad = grow(qMin(m_size, Step));
@@ -130,15 +136,21 @@ int PartialFile::openFiles()
     }
     if (fd < 0)
         fd = m_folder->create(raw(sidePath(m_name)));
+    const int refused = fd < 0 ? fullOr(TransSet::OpenFailed) : int(TransSet::OpenFailed);
     if (fd < 0 || !m_side.open(fd, QIODevice::ReadWrite | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
-        qWarning().noquote() << "PartialFile::openFiles" << m_side.fileName() << m_side.errorString();
+        qWarning().noquote() << "PartialFile::openFiles" << m_side.fileName() << refused;
         close();
-        return TransSet::OpenFailed;
+        return refused;
     }
     m_position = readMark();
     const bool stands = m_position == m_mark && m_sideSize <= padded(m_mark).size();
-    if (!stands && ((m_position > 0 && !VFunc::syncFile(m_temp.handle())) || writeMark(m_position) != 0))
-        return TransSet::AccessFailed;
+    if (!stands) {
+        int bad = m_position > 0 ? settle(m_temp.handle()) : 0;
+        if (bad == 0)
+            bad = writeMark(m_position);
+        if (bad != 0)
+            return bad;
+    }
     m_noted = m_position;
     m_sinceSync.start();
     return m_temp.seek(m_position) ? 0 : int(TransSet::AccessFailed);
@@ -198,9 +210,9 @@ int PartialFile::write(const char *data, qint64 length)
     while (length > 0) {
         const qint64 done = m_temp.write(data, length);
         if (done <= 0) {
-            const bool full = m_temp.error() == QFileDevice::ResourceError;
+            const int refused = fullOr(TransSet::AccessFailed);
             qWarning().noquote() << "PartialFile::write" << m_temp.fileName() << m_temp.errorString();
-            return full ? TransSet::DiskFull : TransSet::AccessFailed;
+            return refused;
         }
         m_position += done;
         data += done;
@@ -223,7 +235,7 @@ int PartialFile::keep()
         return 0;
     m_syncing = m_position;
     m_sinceSync.start();
-    m_sync = std::async(std::launch::async, [fd = m_temp.handle()] { return VFunc::syncFile(fd); });
+    m_sync = std::async(std::launch::async, [fd = m_temp.handle()] { return settle(fd); });
     return 0;
 }
 
@@ -233,7 +245,8 @@ int PartialFile::keepNow()
         return bad;
     if (m_position == m_mark)
         return 0;
-    return VFunc::syncFile(m_temp.handle()) ? writeMark(m_position) : int(TransSet::AccessFailed);
+    const int bad = settle(m_temp.handle());
+    return bad == 0 ? writeMark(m_position) : bad;
 }
 
 bool PartialFile::syncRunning() const
@@ -245,10 +258,11 @@ int PartialFile::takeSync(bool wait)
 {
     if (!m_sync.valid() || (!wait && syncRunning()))
         return 0;
-    if (m_sync.get())
+    const int bad = m_sync.get();
+    if (bad == 0)
         return writeMark(m_syncing);
-    qWarning().noquote() << "PartialFile::takeSync" << m_temp.fileName();
-    return TransSet::AccessFailed;
+    qWarning().noquote() << "PartialFile::takeSync" << m_temp.fileName() << bad;
+    return bad;
 }
 
 // synced: bytes that are on the medium; what is written beyond them is noted. In one write, which no kill can halve.
@@ -264,8 +278,9 @@ int PartialFile::writeMark(qint64 synced)
         text += '\n' + padded(m_position) + ' ' + thisStart();
     const bool shorter = text.size() < m_sideSize;
     if (!m_side.seek(0) || m_side.write(text) != text.size() || (shorter && !m_side.resize(text.size()))) {
+        const int refused = fullOr(TransSet::AccessFailed);
         qWarning().noquote() << "PartialFile::writeMark" << m_side.fileName() << m_side.errorString();
-        return m_side.error() == QFileDevice::ResourceError ? TransSet::DiskFull : TransSet::AccessFailed;
+        return refused;
     }
     m_sideSize = text.size();
     m_mark = synced;
@@ -290,8 +305,11 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
         }
     }
     m_hash.reset();
-    if (takeSync(true) != 0 || (m_ownSync && !VFunc::syncFile(m_temp.handle())))
-        return TransSet::AccessFailed;
+    int bad = takeSync(true);
+    if (bad == 0 && m_ownSync)
+        bad = settle(m_temp.handle());
+    if (bad != 0)
+        return bad;
     m_temp.close();
     const bool marked = m_side.isOpen();
     m_side.close();
@@ -299,8 +317,9 @@ int PartialFile::finish(const QString &hash, const std::atomic_bool &stop)
     if (marked)
         m_folder->remove(raw(sidePath(m_name)));
     if (!m_folder->rename(raw(tempPath(m_name)), raw(m_name))) {
-        qWarning().noquote() << "PartialFile::finish rename:" << m_target;
-        return TransSet::EndFailed;
+        const int refused = fullOr(TransSet::EndFailed);
+        qWarning().noquote() << "PartialFile::finish rename:" << m_target << refused;
+        return refused;
     }
     // The name too: the farm forgets a frame once it's told that it arrived.
     if (m_ownSync && !m_folder->sync()) {

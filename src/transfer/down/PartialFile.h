@@ -46,7 +46,7 @@ public:
 
     // Makes folder and files where they are missing and finds where to go on. NoFolder: somebody's link stands in the
     // way; NotWritable: the target's folder or drive takes no file; DiskFull: the rest doesn't fit into what is free
-    // above Spare; OpenFailed.
+    // above Spare, or there is no room for a name or in the user's share; OpenFailed.
     int open(qint64 size);
     // Starts following the data with a hash, from the beginning of the file. stop ends it early.
     void trail(const std::atomic_bool &stop);
@@ -80,8 +80,8 @@ private:
     qint64 m_size = 0, m_position = 0, m_mark = 0, m_noted = 0, m_sideSize = 0;
     qint64 m_grown = 0; // bytes that the file has been given
     bool m_ownSync = true;
-    std::future<bool> m_sync;
-    qint64 m_syncing = 0; // position that m_sync covers
+    std::future<int> m_sync; // 0 or an error code
+    qint64 m_syncing = 0;    // position that m_sync covers
     QElapsedTimer m_sinceSync;
     std::unique_ptr<TrailingHash> m_hash;
 };

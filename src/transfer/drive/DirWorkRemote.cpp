@@ -4,6 +4,7 @@
 #include "io/NetTcp.h"
 #include "transfer/drive/DirWork.h"
 #include "transfer/drive/DriveRest.h"
+#include "transfer/TransSet.h"
 #include <QDebug>
 #include <QTimer>
 
@@ -63,10 +64,10 @@ void DirWork::ask(const db_upfarmD &farm, const db_updirD &dir)
 // empty: nothing will come into the folder that would have its name on the medium.
 bool DirWork::reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, QString *why)
 {
-    std::string reason;
+    platform::Folder::Reason reason;
     const auto folder = platform::Folder::reach(FileNames::native(farm.lpath),
                                                 FileNames::native(dir.lpath.mid(farm.lpath.size())), true, &reason);
-    *why = folder ? QString() : FileNames::text(reason);
+    *why = folder ? QString() : reason.noRoom ? TransSet::sentence(TransSet::DiskFull) : FileNames::text(reason.text);
     if (folder && empty)
         folder->sync();
     return folder != nullptr;

@@ -272,8 +272,6 @@ void DownHttp::takeBytes()
         m_left -= got;
         const qint64 skipped = qMin(m_skip, got);
         m_skip -= skipped;
-        if (got > skipped)
-            m_stalled = 0;
         if (got > skipped && !take(m_block.constData() + skipped, got - skipped))
             return;
     }
@@ -295,29 +293,32 @@ void DownHttp::replyFinish()
         if (over())
             return;
         reply->deleteLater();
-        m_ranges.removeFirst();
+        const qint64 got = m_partial->position() - m_ranges.takeFirst().from;
         m_headRead = false;
         if (m_partial->position() == m_down.size) {
             fileHash();
             return;
         }
         if (m_left > 0) {
-            tooLittle();
+            tooLittle(got);
             return;
         }
+        m_stalled = m_scanty = 0;
     }
     if (!over())
         request();
 }
 
 // A body that is shorter than its range: what follows it is asked for anew.
-void DownHttp::tooLittle()
+void DownHttp::tooLittle(qint64 got)
 {
     dropRanges();
     m_whole = false;
     m_asked = m_partial->position();
-    if (++m_stalled >= MostStalled) {
-        qWarning().noquote() << "DownHttp::tooLittle no bytes at" << m_asked << m_down.lpath;
+    m_stalled = got > 0 ? 0 : m_stalled + 1;
+    m_scanty = got >= CrawlBytes ? 0 : m_scanty + 1;
+    if (m_stalled >= MostStalled || m_scanty >= MostScanty) {
+        qWarning().noquote() << "DownHttp::tooLittle bytes:" << got << "at" << m_asked << m_down.lpath;
         return failDown(TransSet::AccessFailed);
     }
     request();

@@ -34,6 +34,7 @@ public:
     static constexpr int WaitMs = 15000;
     static constexpr qint64 RangeStep = 262144;              // both ends of a range count
     static constexpr int CrawlMs = 60000, CrawlBytes = 4096; // what comes slower than this is given up for now
+    static constexpr int MostScanty = 64; // answers in a row that end with fewer than CrawlBytes of their range
     // An answer that begins later than this came over a long line: the next range is asked for while one arrives. Where
     // answers come at once it would only be lost with the connection, too.
     static constexpr int FarMs = 20;
@@ -62,7 +63,7 @@ private:
     bool isPiece(const Range &range, const QByteArray &told) const;
     void takeBytes();
     void dropRanges(int kept = 0); // those behind the first ones
-    void tooLittle();
+    void tooLittle(qint64 got);
     bool refusedByCode();
 
     int m_fileType = 1;
@@ -71,9 +72,9 @@ private:
     QList<Range> m_ranges; // in the order of the file
     qint64 m_asked = 0;    // the file's bytes up to here are asked for
     bool m_headRead = false, m_whole = false;
-    qint64 m_skip = 0; // bytes of a whole file that are here already
-    qint64 m_left = 0; // bytes that the range in hand may still bring
-    int m_stalled = 0; // answers in a row without a byte
+    qint64 m_skip = 0;               // bytes of a whole file that are here already
+    qint64 m_left = 0;               // bytes that the range in hand may still bring
+    int m_stalled = 0, m_scanty = 0; // answers in a row without a byte, with hardly any
     QElapsedTimer m_crawl;
     qint64 m_crawlFrom = 0;
     QByteArray m_block;

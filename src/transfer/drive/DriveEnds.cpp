@@ -124,6 +124,7 @@ bool DriveHandler::toHistory(const db_upfarmD &farm)
         return false;
     m_batches.remove(farm.pri);
     history->keepFarms(UploadDDAO::HistoryFarms);
+    history->keepRows(UploadDDAO::HistoryRows);
     history->tellRefresh();
     qDebug().noquote() << "DriveHandler::toHistory" << farm.pri << farm.name << farm.fok << farm.fup;
     return true;

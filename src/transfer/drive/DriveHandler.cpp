@@ -33,6 +33,8 @@ DriveHandler::DriveHandler(int which) : m_which(which)
     for (int store : {m_which, int(UploadDDAO::Ok)})
         connect(
             UploadDDAO::instance(store), &UploadDDAO::farmDeleted, this, [this] { tend(); }, Qt::QueuedConnection);
+    connect(
+        UploadDDAO::instance(UploadDDAO::Ok), &UploadDDAO::refreshAll, this, [this] { tend(); }, Qt::QueuedConnection);
     startRenewal();
     tend();
 }

@@ -7,7 +7,7 @@ TransokDHandler::TransokDHandler() { Seam<TransokDCalls>::attach(this, this); }
 
 TransokDHandler::~TransokDHandler() { Seam<TransokDCalls>::detach(this); }
 
-// What a kill left of batches that were deleted, and batches beyond the limit.
+// What a kill left of batches that were deleted, and what is beyond the limits.
 void TransokDHandler::startScan()
 {
     UploadDDAO *up = UploadDDAO::instance(UploadDDAO::Up), *down = UploadDDAO::instance(UploadDDAO::Down);
@@ -24,6 +24,7 @@ void TransokDHandler::startScan()
         history->removeFarm(farmPri);
     }
     history->keepFarms(UploadDDAO::HistoryFarms);
+    history->keepRows(UploadDDAO::HistoryRows);
 }
 
 void TransokDHandler::readFarm() { UploadDDAO::instance(UploadDDAO::Ok)->readFarms(); }

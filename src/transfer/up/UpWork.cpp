@@ -25,12 +25,16 @@ void UpWork::upReq(db_upfile file)
     if (over())
         return;
     m_up = file;
-    qDebug().noquote() << "UpWork::upReq" << QStringLiteral("开启上传:%1").arg(m_workKey);
+    if (!oneOfMany())
+        qDebug().noquote() << "UpWork::upReq" << QStringLiteral("开启上传:%1").arg(m_workKey);
     if (!initUp())
         return;
     m_file = new QFile(m_sendPath);
     const SourceFile known{m_key, m_diskKey, m_up.size, m_up.modtime};
-    WebAsk::get(known.question(m_serverUrl, m_up.missid, m_eTag, m_md5))
+    Request request;
+    request.url = known.question(m_serverUrl, m_up.missid, m_eTag, m_md5);
+    request.quiet = oneOfMany();
+    WebAsk::get(request)
         .within(AnswerMs)
         .answered([this](const FuncBody &rep) { asked(rep); })
         .refused([this](const FuncBody &rep) {
