@@ -83,6 +83,7 @@ const Known known[] = {
     {"stale-status", "STATUS", "an old access token is answered with that status", false},
     {"drive-no-range", "1", "a range is answered with 200 and the whole file", false},
     {"drive-wrong-range", "1", "X-Content-Range tells another place", false},
+    {"drive-no-etag", "1", "a range is answered without ETag", false},
     {"drive-wrong-total", "BYTES", "X-Content-Range tells a size that is that much less, and there is no ETag", false},
     {"drive-short-body", "BYTES", "the bytes of a range are that many too few", false},
     {"drive-corrupt", "1", "the first byte of a range is wrong", false},

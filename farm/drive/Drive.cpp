@@ -356,7 +356,7 @@ HttpAnswer Drive::data(const HttpRequest &request, const DriveNode &node)
                                  '/' + QByteArray::number(size - less);
         whole.extra = "X-Content-Range: " + range + "\r\nContent-Range: " + range + "\r\n";
     }
-    if (!hash.isEmpty())
+    if (!hash.isEmpty() && !m_core.faults.happens(QStringLiteral("drive-no-etag")))
         whole.extra += "ETag: \"" + hash.toLatin1() + "\"\r\n";
     if (m_core.faults.happens(QStringLiteral("drive-packed")))
         whole.extra += "Content-Encoding: gzip\r\n";

@@ -185,7 +185,7 @@ DriveTree::Sum DriveTree::sumBelow(const DriveNode &node)
 
 bool DriveTree::goodName(const QString &name)
 {
-    static const QRegularExpression bad(QStringLiteral("[\\\\/:*?\"<>|\\x00-\\x1f]"));
+    static const QRegularExpression bad(QStringLiteral("[\\\\/:*?\"<>|\\x00]"));
     return !name.isEmpty() && name.size() <= longestName && name != QLatin1String(".") && name != QLatin1String("..") &&
            !bad.match(name).hasMatch();
 }

@@ -22,7 +22,8 @@ int characterAt(const uchar *at, int left, uint *code)
         *code = *code << 6 | (at[i] & 0x3fu);
     }
     const bool tooLong = (more == 2 && *code < 0x800) || (more == 3 && *code < 0x10000);
-    return tooLong || (*code >= 0xd800 && *code <= 0xdfff) || *code > 0x10ffff ? 0 : more + 1;
+    const bool unstored = *code == 0xfffe || *code == 0xffff; // SQLite gives another character back for them
+    return tooLong || unstored || (*code >= 0xd800 && *code <= 0xdfff) || *code > 0x10ffff ? 0 : more + 1;
 }
 
 QString decoded(const char *bytes, int length)

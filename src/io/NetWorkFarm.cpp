@@ -33,6 +33,15 @@ bool isToken(const QString &text)
     static const QRegularExpression digits(QStringLiteral("^[0-9a-fA-F]{32}$"));
     return digits.match(QString(text).remove('-')).hasMatch();
 }
+
+// A service that gives no transfer tokens of its own, or doesn't even know the question: there the access token is it.
+bool hasNoTokens(const FuncBody &rep)
+{
+    const int status = rep.httpStatus;
+    return (rep.ok() && rep.object.value("data").isObject() && !rep.refuses()) || status == 400 || status == 404 ||
+           status == 405 || status == 501;
+}
+
 QString addressIn(const QJsonObject &farm)
 {
     const char *const roads[] = {"addr", "addr-internal"};
@@ -188,8 +197,8 @@ void NetWork::roleToken(int farmId, QObject *guard, const TokenBack &done)
         };
         const auto take = [=, age = net->farmAge(), access = net->accessToken(farmId)](const FuncBody &rep) {
             QString token = tokenOf(rep);
-            if (token.isEmpty() && rep.object.value("data").isObject() && !rep.refuses() && isToken(access))
-                token = access; // a service without tokens of its own
+            if (token.isEmpty() && hasNoTokens(rep) && isToken(access))
+                token = access;
             if (token.isEmpty())
                 return none();
             if (NetWork *now = instance())
@@ -201,7 +210,12 @@ void NetWork::roleToken(int farmId, QObject *guard, const TokenBack &done)
             .within(RoleMs)
             .answered(take)
             .refused([=](const FuncBody &) { // some services know it by GET only
-                WebAsk::get(req).within(int(deadline.remainingTime())).answered(take).failed(none).send(guard);
+                WebAsk::get(req)
+                    .within(int(deadline.remainingTime()))
+                    .answered(take)
+                    .refused(take)
+                    .lost([none](const QString &) { none(); })
+                    .send(guard);
             })
             .lost([none](const QString &) { none(); })
             .send(guard);

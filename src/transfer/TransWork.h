@@ -34,7 +34,8 @@ public:
 
     // Set by the handler, from its thread, before it disposes of the worker; long loops test it.
     std::atomic_bool closed{false};
-    std::atomic_int busyMs{-1}; // how long the service wants to be left alone, see FuncBody::busyMs
+    std::atomic_int busyMs{-1};           // how long the service wants to be left alone, see FuncBody::busyMs
+    std::atomic_bool frameRefused{false}; // by the file server, maybe for an old token
 
     // What a handler's post brings, on the worker's thread (see askTicket, askFarmHost).
     virtual void initDownWork(QString token) { Q_UNUSED(token) } // empty: the farm can't be found out

@@ -338,7 +338,11 @@ private slots:
         QCOMPARE(got, QStringList({"x", "x (2)", "a", "a.vd_", "b.vd", ".git", "x (2) (2)"}));
         QCOMPARE(LocalNames::numbered("a.b.txt", 3), QString("a.b (3).txt"));
         QCOMPARE(LocalNames::numbered(".rc", 2), QString(".rc (2)"));
-        QCOMPARE(driveName("a:b\\c?\nd|"), QString("a_b_c__d_"));
+        QCOMPARE(driveName("a:b\\c?\nd|"), QString("a_b_c_\nd_"));
+        LocalNames kinds; // a folder has no half to be taken for
+        QCOMPARE(QStringList(
+                     {kinds.take("c.vd", true), kinds.take("c", true), kinds.take("c.xtemp"), kinds.take("d"), kinds.take("d.vd", true)}),
+                 QStringList({"c.vd", "c", "c.xtemp", "d", "d.vd_"}));
         LocalNames folding({false, true}), windows({true, true});
         QStringList folded;
         for (const char *name : {"Case", "CASE", "\xc3\xa9", "e\xcc\x81",

@@ -45,12 +45,24 @@ void DriveTreesTest::everySortOfName()
 {
     DriveRig rig;
     QVERIFY(rig.good);
-    const QList<QByteArray> kept{"caf_",         "a_b",       "caf\xef\xbf\xbd",
-                                 "dot.",         "blank ",    "CON",
-                                 "aux.txt",      "case",      "CASE",
-                                 "\xc3\xa9",     "e\xcc\x81", "\xf0\x9f\x8e\xac.txt",
-                                 "\xee\xbe\x80", "del\x7f",   QByteArray("\xe6\x9c\xa8").repeated(85)};
-    const QList<QByteArray> replaced{"caf\xe9", "caf\xe8", "d\xff/x\xfe", "d\xff/plain",  "new\nline",    "tab\t",   "a\\b",
+    const QList<QByteArray> kept{"caf_",
+                                 "a_b",
+                                 "caf\xef\xbf\xbd",
+                                 "dot.",
+                                 "blank ",
+                                 "CON",
+                                 "aux.txt",
+                                 "case",
+                                 "CASE",
+                                 "\xc3\xa9",
+                                 "e\xcc\x81",
+                                 "\xf0\x9f\x8e\xac.txt",
+                                 "\xee\xbe\x80",
+                                 "del\x7f",
+                                 "new\nline",
+                                 "\x01tab\t",
+                                 QByteArray("\xe6\x9c\xa8").repeated(85)};
+    const QList<QByteArray> replaced{"caf\xe9", "caf\xe8", "d\xff/x\xfe", "d\xff/plain",  "\xef\xbf\xbf", "a\\b",
                                      "a:b",     "a*b",     "<a>|\"?",     "\xed\xa0\x80", "tail\xe6\x9c", "\xc0\xaf"};
     QDir().mkpath(rig.local("src/p"));
     const QByteArray base = QFile::encodeName(rig.local("src/p/"));

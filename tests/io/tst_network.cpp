@@ -290,6 +290,7 @@ private slots:
         addRow("its access alone", HttpPeer::response("{\"data\":{\"a\":\"x\"}}"), none, "00000000-0000-0000-0000-000000000004");
         addRow("none", HttpPeer::response("{\"result\":0,\"code\":1,\"data\":{}}"), none, QString());
         addRow("refused", HttpPeer::response("", "403 No"), HttpPeer::response("", "403 No"), QString());
+        addRow("unknown there", HttpPeer::response("", "400 No"), HttpPeer::response("", "404 No"), "00000000-0000-0000-0000-000000000004");
     }
     void roleToken()
     {

@@ -85,7 +85,7 @@ bool DirWork::takeRemote(const db_upfarmD &farm, const db_updirD &dir, const Sub
         tell(farm.pri, tr("云盘文件夹互相包含，已跳过：%1").arg(dir.dpath + '/' + entry.name));
         return true;
     }
-    const QString name = coming->local.take(entry.name);
+    const QString name = coming->local.take(entry.name, entry.isFolder());
     if (name != FileNames::text(entry.name.toStdString()))
         tell(farm.pri, tr("%1 在本地的名称为 %2").arg(dir.dpath + '/' + entry.name, name));
     QString there = entry.name;

@@ -54,7 +54,7 @@ void DownDHandler::cfarm(db_upfarmD farm, QList<SubFile> sfL)
     for (const SubFile &one : qAsConst(sfL)) {
         if (!DriveRest::usableName(one.name) || !DriveRest::usableId(one.id))
             continue;
-        const QString path = one.lpath.isEmpty() ? farm.lpath + '/' + local.take(one.name) : one.lpath;
+        const QString path = one.lpath.isEmpty() ? farm.lpath + '/' + local.take(one.name, one.isFolder()) : one.lpath;
         const QString folder = farm.dpath.isEmpty() ? QString() : farm.dpath + '/';
         QString remote = one.dpath.isEmpty() ? folder + one.name : one.dpath;
         for (int number = 2; remotes.contains(remote); ++number)

@@ -6,6 +6,7 @@
 #include "transfer/TransHandler.h"
 #include <QDebug>
 #include <QFileInfo>
+#include <utility>
 
 namespace
 {
@@ -79,6 +80,14 @@ bool DownHttp::standsAlready()
     if (!there.isFile() || there.size() != m_down.size)
         return false;
     return m_down.hash.isEmpty() || TransSet::fileHash(m_down.lpath, closed) == m_down.hash;
+}
+
+// A size that was told once, and never stood up, isn't kept for the next try.
+void DownHttp::finishDown(int kind)
+{
+    if (kind != TransSet::Done && m_listed >= 0)
+        m_down.size = m_listed;
+    DownTarget::finishDown(kind);
 }
 
 bool DownHttp::syncedByOwner() const { return m_down.size < PartialFile::TrailFrom && !platform::isWindows(); }
@@ -197,6 +206,12 @@ bool DownHttp::takeHead()
     }
     if (!m_sized && !takeSize(size))
         return false;
+    if (m_listed >= 0 && size != m_down.size) {
+        qWarning().noquote() << "DownHttp::takeHead two sizes" << m_down.size << size << m_down.lpath;
+        failDown(TransSet::BadStart);
+        return false;
+    }
+    m_listed = -1;
     m_skip = m_whole ? m_partial->position() : 0;
     m_left = m_whole ? m_down.size : m_ranges.first().to - m_ranges.first().from + 1;
     return true;
@@ -218,7 +233,7 @@ bool DownHttp::takeSize(qint64 size)
     if (size == m_down.size)
         return true;
     qWarning().noquote() << "DownHttp::takeSize 后台size和磁盘size不同" << m_down.size << size << m_down.lpath;
-    m_down.size = size;
+    m_listed = std::exchange(m_down.size, size);
     // Without a newer word on its content the listing's stands: the size may be what is wrong.
     if (const QString hash = hashOf(m_ranges.first().reply->head("ETag")); !hash.isEmpty())
         m_down.hash = hash;

@@ -56,6 +56,7 @@ private:
     void dropLink() override { dropRanges(); }
     bool syncedByOwner() const override;
     bool standsAlready();
+    void finishDown(int kind) override;
     void request();
     bool takeHead(); // of the first range in hand; false: the worker has ended or began again
     bool takeSize(qint64 size);
@@ -67,6 +68,7 @@ private:
     bool refusedByCode();
 
     int m_fileType = 1;
+    qint64 m_listed = -1; // the size before the drive told another one, until it tells that again
     QString m_root;
     bool m_same = false, m_ask = false, m_sized = false;
     QList<Range> m_ranges; // in the order of the file

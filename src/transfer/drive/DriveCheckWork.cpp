@@ -177,7 +177,7 @@ void DriveCheckWork::folder(const DriveCheck::Pair &at, const QList<SubFile> &en
     for (const SubFile &entry : entries) {
         if (*m_stop)
             return;
-        const QString own = local.take(entry.name), name = renamed.value(entry.name, own);
+        const QString own = local.take(entry.name, entry.isFolder()), name = renamed.value(entry.name, own);
         met.insert(name);
         DriveCheck::Pair pair{at.lpath + '/' + name, at.dpath + '/' + entry.name, entry, at.chain};
         pair.chain.append(at.entry.id);

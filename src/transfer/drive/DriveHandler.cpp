@@ -199,6 +199,7 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
     const QString key = keyOf(farm.pri, file.pri);
     const TransWork *work = worker(key);
     const int busyMs = work ? work->busyMs.load() : -1;
+    const bool refused = work && work->frameRefused;
     m_runs.remove(key);
     if (!takeWork(key, kind == TransSet::Done ? 0 : kind))
         return;
@@ -214,6 +215,9 @@ void DriveHandler::ended(const db_upfarmD &farm, db_upfile file, int kind, bool 
         return over(farm.pri, file);
     }
     mine.held.remove(file.pri);
+    // Once it's taken for an old token that ten workers hold; what a new one doesn't help is the server's failure.
+    if (refused && (mine.stale == 0 || now() - mine.lastStale < m_timing.staleGapMs))
+        stale = true;
     if (file.error == TransSet::DiskFull || file.error == QuotaFull) {
         store()->setState(farm.pri, file.pri, waiting(), file.error);
         const bool disk = file.error == TransSet::DiskFull;

@@ -101,18 +101,17 @@ QString LocalNames::numbered(const QString &name, int number)
     return fitted(name, QStringLiteral(" (%1)").arg(number));
 }
 
-bool LocalNames::isFree(const QString &name) const
+bool LocalNames::isFree(const QString &name, bool folder) const
 {
     if (m_taken.contains(fold(name)))
         return false;
-    for (const char *ending : OwnEndings) { // what stands there would be taken for the half of this one
-        if (m_taken.contains(fold(name + QLatin1String(ending))))
-            return false;
-    }
-    return true;
+    // What stands there would be taken for the half of this one.
+    return folder || std::none_of(std::begin(OwnEndings), std::end(OwnEndings), [&](const char *ending) {
+               return m_taken.contains(fold(name + QLatin1String(ending)));
+           });
 }
 
-QString LocalNames::take(const QString &name)
+QString LocalNames::take(const QString &name, bool folder)
 {
     // What is called by a character that stands for a byte here is stored as its bytes.
     QString wanted = FileNames::text(name.toStdString());
@@ -122,14 +121,16 @@ QString LocalNames::take(const QString &name)
     }
     for (const char *own : OwnEndings) {
         const QLatin1String ending(own);
-        if (wanted.endsWith(ending, Qt::CaseInsensitive) && m_taken.contains(fold(wanted.chopped(ending.size()))))
+        if (wanted.endsWith(ending, Qt::CaseInsensitive) && m_files.contains(fold(wanted.chopped(ending.size()))))
             wanted += '_';
     }
     wanted = fitted(wanted, {});
     QString free = wanted;
-    for (int number = 2; !isFree(free); ++number)
+    for (int number = 2; !isFree(free, folder); ++number)
         free = numbered(wanted, number);
     m_taken.insert(fold(free));
+    if (!folder)
+        m_files.insert(fold(free));
     return free;
 }
 
@@ -138,7 +139,7 @@ QString driveName(const QString &localName)
     static const QString refused = QStringLiteral("\\/:*?\"<>|");
     QString name = FileNames::plain(localName, '_');
     for (QChar &c : name) {
-        if (c < ' ' || refused.contains(c))
+        if (refused.contains(c))
             c = '_';
     }
     return name;

@@ -24,7 +24,7 @@ private:
 // The names that the entries of one folder of the drive get on this disk, in the order in which they're told. What the
 // disk can store stays as it is; a name of more than 255 bytes is shortened, on Windows what can't be stored is made
 // safe (as results are, see ResultPath::safeName, but for a leading dot). Two names that fall on one here: the second
-// gets " (2)". The temporary files of one (".xtemp", ".vd") meet none of the others.
+// gets " (2)". The temporary files of one (".xtemp", ".vd") meet none of the others; folders have none.
 class LocalNames
 {
 public:
@@ -35,18 +35,18 @@ public:
         static Rules ofFolder(const QString &folder); // which stands
     };
     explicit LocalNames(Rules rules = Rules::ofSystem()) : m_rules(rules) {}
-    QString take(const QString &name);
+    QString take(const QString &name, bool folder = false);
     static QString numbered(const QString &name, int number); // "a (2).txt", of at most 255 bytes
 
 private:
     QString fold(const QString &name) const;
-    bool isFree(const QString &name) const;
+    bool isFree(const QString &name, bool folder) const;
     const Rules m_rules;
-    NameSet m_taken;
+    NameSet m_taken, m_files;
 };
 
-// A name of this machine as the drive takes it: without what the drive refuses in names (\ / : * ? " < > | and control
-// characters), and without bytes that are no text.
+// A name of this machine as the drive takes it: without what the drive refuses in names (\ / : * ? " < > |), and
+// without bytes that are no text.
 QString driveName(const QString &localName);
 
 // What transfers of folders leave out; what was chosen itself always goes.

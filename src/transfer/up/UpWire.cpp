@@ -148,6 +148,7 @@ void UpWork::answered(const TransFrame::Reply &reply)
         if (reply.command != TransFrame::Refused)
             return failUp(TransSet::UnknownProtocol);
         // The token may be an old one: the next try asks for it anew.
+        frameRefused = true;
         m_share->post([farm = m_up.farmid](TransHandler &handler) { handler.dropFarm(farm); });
         return failUp(TransSet::DriveFailed);
     default:
