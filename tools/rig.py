@@ -155,7 +155,7 @@ class Rig:
 
     def orders(self):
         """The order messages as the farm keeps them: {mission: (body, files)}."""
-        link = sqlite3.connect('file:%s?mode=ro' % os.path.join(self.folder, 'farm', 'farm.db'), uri=True, timeout=10)
+        link = sqlite3.connect('file:%s?mode=ro' % os.path.join(self.folder, 'farm', 'farm.db'), uri=True, timeout=PATIENCE)
         try:
             return dict((mid, (json.loads(body or '{}'), json.loads(files or '[]')))
                         for mid, body, files in link.execute('select mid, body, files from task'))
@@ -163,11 +163,11 @@ class Rig:
             link.close()
 
     def fault(self, name, value):
-        urllib.request.urlopen('http://%s:%d/farm/fault?name=%s&value=%s' % (self.address, self.http, name, value), timeout=10).read()
+        urllib.request.urlopen('http://%s:%d/farm/fault?name=%s&value=%s' % (self.address, self.http, name, value), timeout=PATIENCE).read()
 
     def farm_state(self):
         """Orders, results (path, size, MD5), counters and violations as the farm knows them."""
-        with urllib.request.urlopen('http://%s:%d/farm/state' % (self.address, self.http), timeout=20) as reply:
+        with urllib.request.urlopen('http://%s:%d/farm/state' % (self.address, self.http), timeout=PATIENCE) as reply:
             return json.loads(reply.read().decode('utf-8'))
 
     # --- the client

@@ -11,7 +11,7 @@ PROGRAM, SOURCE = sys.argv[1:3]
 
 
 def ctl(*words, **env):
-    return subprocess.run([PROGRAM, *words], capture_output=True, text=True, timeout=30, env=dict(os.environ, **env))
+    return subprocess.run([PROGRAM, *words], capture_output=True, text=True, timeout=120, env=dict(os.environ, **env))
 
 
 class Describe(unittest.TestCase):

@@ -332,7 +332,8 @@ def story(make, folder):
     rig.wait_login()
     for n in 0, 1:  # what is fetched later
         wait_for('the drive', 60, lambda: (rig.api('/drive/ls?farm=%d&path=D' % (n + 1)) or {}).get('result') == 1, 0.2)
-        drives.begin('put')
+        if not drives.begin('put'):
+            raise Failure('the drive refused the tree')
     wait_for('the first trees', 60, drives.over, 0.1)
     rig.kill_client()
     if SWEEP:

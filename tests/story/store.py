@@ -84,7 +84,7 @@ def strike(rig, store, what, chance):
     else:
         rig.kill_client()
         rig.start_client()
-        rig.wait_login(30)
+        rig.wait_login()
     return met
 
 

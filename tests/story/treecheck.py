@@ -82,11 +82,14 @@ def story(make, folder):
         return told
 
     def over(batches):
-        wait_for('the transfers', 60, lambda: rig.alive() and all(
-            one['over'] for one in rig.api('/drive/status')['data'] if not batches or one['id'] in batches), 0.1)
+        wait_for('the transfers', 60, lambda: rig.alive() and set(batches) <= {
+            one['id'] for one in (rig.api('/drive/status') or {}).get('data', []) if one['over']}, 0.1)
 
-    wait_for('the drive', 60, lambda: (rig.api('/drive/put?path=D', [base]) or {}).get('result') == 1, 0.2)
-    over([])
+    def put():
+        reply = rig.api('/drive/put?path=D', [base]) or {}
+        return reply.get('result') == 1 and reply['data']['id']
+
+    over([wait_for('the drive', 60, put, 0.2)])
     if check()['files'] != sum(1 for value in here(base).values() if value):
         raise Failure('not every file was compared')
     met = set()
