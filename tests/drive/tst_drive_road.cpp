@@ -234,6 +234,9 @@ void DriveRoadTest::toldOnce()
     for (char name = 'a'; name < 'k'; ++name)
         tree.insert(QString(name), DriveRig::bytes(name == 'a' ? 900000 : 20));
     rig->write("src", tree);
+    DriveHandler::Timing timing = rig->queues.sending;
+    timing.staleGapMs = 60000; // all ten are of one token, however long the machine takes
+    QVERIFY(Seam<UpDCalls>::post([timing](UpDCalls &queue) { dynamic_cast<DriveHandler &>(queue).setTiming(timing); }));
     QVERIFY(rig->farm.faults().set("refuse-frame=1@10"));
     QSignalSpy notes(UploadDDAO::instance(UploadDDAO::Up), &UploadDDAO::note);
     rig->put(tree.keys().replaceInStrings(QRegularExpression("^"), "src/"));
