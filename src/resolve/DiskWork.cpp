@@ -27,7 +27,10 @@ DiskWork::~DiskWork()
 
 void DiskWork::start(std::function<Result(const StopToken &)> work)
 {
-    ++m_shared->running;
+    {
+        const std::lock_guard<std::mutex> lock(m_shared->mutex);
+        ++m_shared->running;
+    }
     const auto run = [shared = m_shared, work = std::move(work)] {
         const Result result = work(shared->stop);
         const std::lock_guard<std::mutex> lock(shared->mutex);

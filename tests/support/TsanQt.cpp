@@ -1,8 +1,8 @@
 // Built into test binaries of the thread sanitizer only. The distribution's Qt isn't instrumented, so the sanitizer
-// sees neither what QMutex orders nor that an event is delivered after it was posted, and would report both. These
-// definitions stand in front of Qt's own for the calls that our code makes, call them, and tell the sanitizer the
-// order: a lock after its unlock, a delivery after the posts to the same object. Signals don't name their receivers,
-// so what they order is kept on one mark for all, and so are tasks of a pool.
+// sees neither what QMutex and QSemaphore order nor that an event is delivered after it was posted, and would report
+// both. These definitions stand in front of Qt's own for the calls that our code makes, call them, and tell the
+// sanitizer the order: a lock after its unlock, a delivery after the posts to the same object. Signals don't name their
+// receivers, so what they order is kept on one mark for all, and so are tasks of a pool.
 #if defined(__SANITIZE_THREAD__)
 #include <dlfcn.h>
 #include <functional>
@@ -57,6 +57,22 @@ UNLOCK(mutexUnlock, "_ZN6QMutex6unlockEv")
 LOCK(readLock, "_ZN14QReadWriteLock11lockForReadEv")
 LOCK(writeLock, "_ZN14QReadWriteLock12lockForWriteEv")
 UNLOCK(rwUnlock, "_ZN14QReadWriteLock6unlockEv")
+
+void taken(void *self, int n) __asm__("_ZN10QSemaphore7acquireEi");
+void taken(void *self, int n)
+{
+    static auto call = real<void (*)(void *, int)>("_ZN10QSemaphore7acquireEi");
+    call(self, n);
+    __tsan_acquire(self);
+}
+
+void given(void *self, int n) __asm__("_ZN10QSemaphore7releaseEi");
+void given(void *self, int n)
+{
+    static auto call = real<void (*)(void *, int)>("_ZN10QSemaphore7releaseEi");
+    __tsan_release(self);
+    call(self, n);
+}
 
 bool mutexTryLock(void *self, int ms) __asm__("_ZN6QMutex7tryLockEi");
 bool mutexTryLock(void *self, int ms)
