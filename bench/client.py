@@ -13,6 +13,7 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'tests', 'story'))
 from stories import make_scene, Rig, finished, send, wait_for  # noqa: E402
+from usage import memory, spent  # noqa: E402
 
 
 class Stalls(threading.Thread):
@@ -32,17 +33,6 @@ class Stalls(threading.Thread):
                 pass
             link.close()
             time.sleep(0.01)
-
-
-def cpu(pid):
-    with open('/proc/%d/stat' % pid) as source:
-        fields = source.read().rsplit(')', 1)[1].split()
-    return (int(fields[11]) + int(fields[12])) / os.sysconf('SC_CLK_TCK')
-
-
-def resident(pid):
-    with open('/proc/%d/status' % pid) as source:
-        return [int(line.split()[1]) // 1024 for line in source if line.startswith('VmRSS')][0]
 
 
 def others(rig, counted):
@@ -70,10 +60,10 @@ def main():
             rig._end(rig.client)
     print('start to login page %.2f s, to main window %.2f s (median of 5)' % (statistics.median(page), statistics.median(window)))
     time.sleep(3)
-    before = cpu(rig.client.pid)
+    before = spent(rig.client.pid)
     time.sleep(seconds)
     print('idle, logged in, %d s: %.2f %% of a core, %d MiB resident' %
-          (seconds, 100 * (cpu(rig.client.pid) - before) / seconds, resident(rig.client.pid)))
+          (seconds, 100 * (spent(rig.client.pid) - before) / seconds, memory(rig.client.pid)))
     stalls = Stalls(rig.api_port)
     stalls.start()
     scenes = [make_scene(os.path.join(folder, 'scenes'), 'scene%d' % n, frames=20, textures=60, size=400000, seed=n) for n in range(4)]

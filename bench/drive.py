@@ -31,6 +31,7 @@ import urllib.request
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'tests', 'story'))
 from stories import Failure, Rig, wait_for  # noqa: E402
+from usage import memory, spent  # noqa: E402
 
 LINE = os.path.join(os.path.dirname(os.path.abspath(__file__)), 'line.py')
 FAR = '127.77.0.1'
@@ -43,16 +44,6 @@ def number(name, otherwise):
     return int(os.environ.get(name, otherwise))
 
 
-def resident(pid):
-    with open('/proc/%d/status' % pid) as source:
-        return next(int(line.split()[1]) for line in source if line.startswith('VmRSS')) / 1024
-
-
-def spent(pid):
-    with open('/proc/%d/stat' % pid) as source:
-        return sum(int(one) for one in source.read().rsplit(')', 1)[1].split()[11:13])
-
-
 class Memory(threading.Thread):
     def __init__(self, pid):
         super().__init__(daemon=True)
@@ -61,7 +52,7 @@ class Memory(threading.Thread):
     def run(self):
         while not self.over:
             try:
-                self.most = max(self.most, resident(self.pid))
+                self.most = max(self.most, memory(self.pid))
             except OSError:
                 return
             time.sleep(0.05)
@@ -151,7 +142,7 @@ def settle(rig, mib=0):
 
     def idle():
         before, last[0] = last[0], spent(rig.farm.pid)
-        return last[0] - before <= 1
+        return last[0] - before < 0.015
 
     wait_for('the farm to come to rest', LIMIT, idle, 0.5)
     with open('/proc/meminfo') as source:
@@ -255,7 +246,7 @@ def walk(rig, folder, table):
     urllib.request.urlopen('http://%s:%d/farm/drive?farm=1&fill=D/wide&folders=%d&files=100&size=1' % (rig.address, rig.http, entries // 101),
                            timeout=LIMIT).read()
     settle(rig)
-    idle = resident(rig.client.pid)
+    idle = memory(rig.client.pid)
     memory = Memory(rig.client.pid)
     memory.start()
     began = time.perf_counter()

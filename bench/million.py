@@ -22,6 +22,7 @@ import time
 
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), 'tests', 'story'))
 from stories import Failure, Rig, wait_for  # noqa: E402
+from usage import memory, spent  # noqa: E402
 
 FILES = int(os.environ.get('VN_FILES', '1000000'))
 EACH = 100  # files a folder
@@ -31,16 +32,8 @@ STORES = {'up': 'qnfileUploadD.db', 'down': 'qnfileDownD.db'}
 HISTORY = 'qnfileOkD.db'
 
 
-def memory(pid):
-    """Resident, and of it anonymous, in MiB."""
-    with open('/proc/%d/status' % pid) as source:
-        found = dict(line.split(':') for line in source if line.startswith(('VmRSS', 'RssAnon')))
-    return [int(found[name].split()[0]) / 1024 for name in ('VmRSS', 'RssAnon')]
-
-
-def spent(pid):
-    with open('/proc/%d/stat' % pid) as source:
-        return sum(int(one) for one in source.read().rsplit(')', 1)[1].split()[11:13]) / os.sysconf('SC_CLK_TCK')
+def both(pid):
+    return [memory(pid, kind) for kind in ('VmRSS', 'RssAnon')]
 
 
 class Watch:
@@ -78,7 +71,7 @@ class Journey(threading.Thread):
     def __init__(self, rig, way, watch, quiet):
         super().__init__(daemon=True)
         self.rig, self.way, self.watch, self.over = rig, way, watch, False
-        self.idle, self.lines, self.began = memory(rig.client.pid), [], time.monotonic()
+        self.idle, self.lines, self.began = both(rig.client.pid), [], time.monotonic()
         self.starts = False  # the client: what its window does then is another matter
         self.turns = {'turns': 0, 'over': 0, 'overOwn': 0, 'worst': 0.0, 'worstOwn': 0.0}
         self.cpu = [spent(rig.client.pid), spent(rig.farm.pid)]
@@ -106,7 +99,7 @@ class Journey(threading.Thread):
             self.turns[name] += told[name]
         for name in ('worst', 'worstOwn'):
             self.turns[name] = max(self.turns[name], told[name])
-        now = memory(self.rig.client.pid)
+        now = both(self.rig.client.pid)
         self.lines.append((time.monotonic() - self.began, done, known, [a - b for a, b in zip(now, self.idle)]))
         return done, known, walk, told
 
