@@ -9,12 +9,14 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace
 {
 std::atomic_int syncs{0}, badSyncs{0}, logged{0};
+std::atomic_bool noNames{false};
 QtMessageHandler usual = nullptr;
 
 void counted(QtMsgType type, const QMessageLogContext &context, const QString &text)
@@ -30,6 +32,15 @@ extern "C" int syncfs(int) noexcept
     ++syncs;
     errno = EIO;
     return badSyncs > 0 && badSyncs-- > 0 ? -1 : 0;
+}
+
+// And while there are no names left nobody below a batch's folder makes another.
+extern "C" int folderMaker(int at, const char *name, mode_t mode) __asm__("mkdirat");
+int folderMaker(int at, const char *name, mode_t mode)
+{
+    static const auto next = reinterpret_cast<decltype(folderMaker) *>(dlsym(RTLD_NEXT, "mkdirat"));
+    errno = ENOSPC;
+    return noNames ? -1 : next(at, name, mode);
 }
 
 class DriveRoadTest : public QObject
@@ -481,6 +492,18 @@ void DriveRoadTest::givenUp()
     QVERIFY(rig->waitOver(2));
     QVERIFY(rig->read("back") == Tree({{"b", "b"}, {"p/", {}}, {"p/a", "a"}}));
     QCOMPARE(rig->sumsDiffer(), QString());
+    // Where it's the disk that takes no folder the batch stops, and says why.
+    noNames = true;
+    DriveQueue::fetch(rig->place, entries, rig->local("again"));
+    const bool told = comes([&] {
+        const db_upfarmD one = down->farms().value(0);
+        return one.state == TransSet::DownPause && one.note.contains(QStringLiteral("磁盘空间不足"));
+    });
+    noNames = false;
+    QVERIFY(told);
+    DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
+    QVERIFY(rig->waitOver(3));
+    QVERIFY(rig->read("again") == rig->read("back"));
 }
 
 // What a kill leaves between two of the stores, or of a deletion, is brought to its end by the next start.

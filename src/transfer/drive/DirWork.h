@@ -71,6 +71,7 @@ private:
         bool any = false;   // something travels
         bool begun = false; // a piece is in the store
         QString bad;        // why it can't go on
+        bool noRoom = false;
     };
     using ComingPtr = std::shared_ptr<Coming>;
     struct Notes {
@@ -91,7 +92,8 @@ private:
     void makeRemote(const db_upfarmD &farm, const db_updirD &dir);
     void remoteMade(const db_upfarmD &farm, const db_updirD &dir);
     void ask(const db_upfarmD &farm, const db_updirD &dir);
-    bool reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, QString *why);
+    bool reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, Coming *coming);
+    void pauseFull(const db_upfarmD &farm, const db_updirD &dir);
     bool takeRemote(const db_upfarmD &farm, const db_updirD &dir, const SubFile &entry, Coming *coming);
     void listed(const db_upfarmD &farm, const db_updirD &dir, Coming *coming, const QString &why, int unusable);
     void failed(const db_upfarmD &farm, const db_updirD &dir, const QString &why);

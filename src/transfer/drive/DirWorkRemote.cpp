@@ -3,8 +3,9 @@
 #include "common/platform/SafeFile.h"
 #include "io/NetTcp.h"
 #include "transfer/drive/DirWork.h"
+#include "transfer/drive/DriveHandler.h"
+#include "transfer/drive/DriveQueue.h"
 #include "transfer/drive/DriveRest.h"
-#include "transfer/TransSet.h"
 #include <QDebug>
 #include <QTimer>
 
@@ -62,12 +63,13 @@ void DirWork::ask(const db_upfarmD &farm, const db_updirD &dir)
 }
 
 // empty: nothing will come into the folder that would have its name on the medium.
-bool DirWork::reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, QString *why)
+bool DirWork::reach(const db_upfarmD &farm, const db_updirD &dir, bool empty, Coming *coming)
 {
     platform::Folder::Reason reason;
     const auto folder = platform::Folder::reach(FileNames::native(farm.lpath),
                                                 FileNames::native(dir.lpath.mid(farm.lpath.size())), true, &reason);
-    *why = folder ? QString() : reason.noRoom ? TransSet::sentence(TransSet::DiskFull) : FileNames::text(reason.text);
+    coming->bad = folder ? QString() : FileNames::text(reason.text);
+    coming->noRoom = reason.noRoom;
     if (folder && empty)
         folder->sync();
     return folder != nullptr;
@@ -109,21 +111,35 @@ bool DirWork::takeRemote(const db_upfarmD &farm, const db_updirD &dir, const Sub
     }
     if (coming->files.size() + coming->dirs.size() < PieceRows)
         return true;
-    return (coming->begun || reach(farm, dir, false, &coming->bad)) && piece(farm, dir, coming);
+    return (coming->begun || reach(farm, dir, false, coming)) && piece(farm, dir, coming);
 }
 
 void DirWork::listed(const db_upfarmD &farm, const db_updirD &dir, Coming *coming, const QString &why, int unusable)
 {
-    QString bad = coming->bad.isEmpty() ? why : coming->bad;
-    if (mayWalk() && bad.isEmpty())
-        reach(farm, dir, coming->files.isEmpty() && coming->dirs.isEmpty(), &bad);
-    if (!mayWalk() || !bad.isEmpty()) {
+    if (coming->bad.isEmpty())
+        coming->bad = why;
+    if (mayWalk() && coming->bad.isEmpty())
+        reach(farm, dir, coming->files.isEmpty() && coming->dirs.isEmpty(), coming);
+    if (!mayWalk() || !coming->bad.isEmpty()) {
         if (coming->begun)
             store()->unwalk(farm.pri, dir);
         writeNotes(farm.pri);
-        return mayWalk() ? failed(farm, dir, bad) : void(); // the row stays
+        if (!mayWalk())
+            return; // the row stays
+        return coming->noRoom ? pauseFull(farm, dir) : failed(farm, dir, coming->bad);
     }
     if (unusable > 0)
         tell(farm.pri, tr("%1 中有 %2 项无法使用，已跳过").arg(dir.dpath).arg(unusable));
     whole(farm, dir, coming);
+}
+
+// The disk is to blame and not the folder, which is walked again when the batch goes on.
+void DirWork::pauseFull(const db_upfarmD &farm, const db_updirD &dir)
+{
+    qWarning().noquote() << "DirWork::pauseFull" << dir.lpath;
+    Trouble &trouble = m_troubles[dir.pri];
+    trouble.farmPri = farm.pri;
+    trouble.until = m_clock.elapsed() + restOf(1); // the queue takes a moment
+    DriveQueue::pause(UploadDDAO::Down, farm.pri);
+    store()->setNote(farm.pri, DriveHandler::tr("磁盘空间不足，已暂停"));
 }
