@@ -1,6 +1,7 @@
 // Whole trees to the drive and back, over the living farm: what arrives, what is told, what survives.
 #include "common/platform/Platform.h"
 #include "DriveRig.h"
+#include "support/Refusals.h"
 #include "support/TestMain.h"
 #include "transfer/drive/DirWork.h"
 #include "transfer/drive/DriveCheck.h"
@@ -9,14 +10,12 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <dlfcn.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 
 namespace
 {
 std::atomic_int syncs{0}, badSyncs{0}, logged{0};
-std::atomic_bool noNames{false};
 QtMessageHandler usual = nullptr;
 
 void counted(QtMsgType type, const QMessageLogContext &context, const QString &text)
@@ -32,15 +31,6 @@ extern "C" int syncfs(int) noexcept
     ++syncs;
     errno = EIO;
     return badSyncs > 0 && badSyncs-- > 0 ? -1 : 0;
-}
-
-// And while there are no names left nobody below a batch's folder makes another.
-extern "C" int folderMaker(int at, const char *name, mode_t mode) __asm__("mkdirat");
-int folderMaker(int at, const char *name, mode_t mode)
-{
-    static const auto next = reinterpret_cast<decltype(folderMaker) *>(dlsym(RTLD_NEXT, "mkdirat"));
-    errno = ENOSPC;
-    return noNames ? -1 : next(at, name, mode);
 }
 
 class DriveRoadTest : public QObject
@@ -493,13 +483,13 @@ void DriveRoadTest::givenUp()
     QVERIFY(rig->read("back") == Tree({{"b", "b"}, {"p/", {}}, {"p/a", "a"}}));
     QCOMPARE(rig->sumsDiffer(), QString());
     // Where it's the disk that takes no folder the batch stops, and says why.
-    noNames = true;
+    refused = Call::MakeFolder;
     DriveQueue::fetch(rig->place, entries, rig->local("again"));
     const bool told = comes([&] {
         const db_upfarmD one = down->farms().value(0);
         return one.state == TransSet::DownPause && one.note.contains(QStringLiteral("磁盘空间不足"));
     });
-    noNames = false;
+    refused = Call::None;
     QVERIFY(told);
     DriveQueue::resume(UploadDDAO::Down, down->farms().first().pri);
     QVERIFY(rig->waitOver(3));
