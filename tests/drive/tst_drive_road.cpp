@@ -286,6 +286,13 @@ void DriveRoadTest::refusedAccess()
     QVERIFY(rig->waitOver(3));
     QVERIFY(!notes.isEmpty());
     QCOMPARE(rig->over().first().note, QString());
+    QVERIFY(rig->farm.faults().set("drive-stale-data=200")); // nor does the history keep it of one whose last file is deleted
+    rig->fetch("fourth");
+    QVERIFY(comes([&] { return !down->farms().isEmpty() && !down->farms().first().note.isEmpty(); }));
+    const qlonglong last = down->farms().first().pri;
+    DriveQueue::removeFile(UploadDDAO::Down, last, down->nextFiles(last, 0, 1).value(0).pri);
+    QVERIFY(rig->waitOver(4));
+    QCOMPARE(rig->over().first().note, QString());
 }
 
 void DriveRoadTest::conflicts_data()

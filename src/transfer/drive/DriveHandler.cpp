@@ -179,7 +179,9 @@ void DriveHandler::judge(const db_upfarmD &farm, Batch *batch)
     if (rows < 0)
         return;
     if (rows == 0 && fresh.failed == 0) {
-        if (!toHistory(fresh)) // which forgets the batch
+        store()->setNote(farm.pri, {}); // what held it up may have gone with files that were deleted
+        const db_upfarmD whole = store()->farm(farm.pri);
+        if (whole.pri == 0 || !toHistory(whole)) // which forgets the batch
             batch->until = now() + LookMs;
         return;
     }
