@@ -82,10 +82,10 @@ bool DownHttp::standsAlready()
     return m_down.hash.isEmpty() || TransSet::fileHash(m_down.lpath, closed) == m_down.hash;
 }
 
-// A size that was told once, and never stood up, isn't kept for the next try.
+// A size that was told once, or under which the file failed, isn't kept for the next try.
 void DownHttp::finishDown(int kind)
 {
-    if (kind != TransSet::Done && m_listed >= 0)
+    if (m_listed >= 0 && (kind == TransSet::Hard || (kind != TransSet::Done && !m_confirmed)))
         m_down.size = m_listed;
     DownTarget::finishDown(kind);
 }
@@ -206,12 +206,12 @@ bool DownHttp::takeHead()
     }
     if (!m_sized && !takeSize(size))
         return false;
-    if (m_listed >= 0 && size != m_down.size) {
+    if (m_listed >= 0 && !m_confirmed && size != m_down.size) {
         qWarning().noquote() << "DownHttp::takeHead two sizes" << m_down.size << size << m_down.lpath;
         failDown(TransSet::BadStart);
         return false;
     }
-    m_listed = -1;
+    m_confirmed = true;
     m_skip = m_whole ? m_partial->position() : 0;
     m_left = m_whole ? m_down.size : m_ranges.first().to - m_ranges.first().from + 1;
     return true;

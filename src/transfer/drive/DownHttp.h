@@ -68,7 +68,8 @@ private:
     bool refusedByCode();
 
     int m_fileType = 1;
-    qint64 m_listed = -1; // the size before the drive told another one, until it tells that again
+    qint64 m_listed = -1;     // the size before the drive told another one
+    bool m_confirmed = false; // it has told that again
     QString m_root;
     bool m_same = false, m_ask = false, m_sized = false;
     QList<Range> m_ranges; // in the order of the file
