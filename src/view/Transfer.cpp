@@ -155,8 +155,9 @@ void Transfer::addActs(TransferList *list, TablePage *table)
         spec.places = ActSpec::Bar | ActSpec::Row | ActSpec::Menu;
         spec.possible = list->when([possible](const TransferRow &row) { return !row.file && possible(row); });
         spec.run = [this, list, up, slot](const QStringList &keys) {
-            m_hand->setRows(up, list->records(keys));
-            (m_hand->*slot)();
+            TransferHand *hand = m_hand; // GCC's vptr check of m_hand->*slot looks at the lambda, not at the page
+            hand->setRows(up, list->records(keys));
+            (hand->*slot)();
         };
         return spec;
     };

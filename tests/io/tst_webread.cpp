@@ -1,6 +1,7 @@
 #include "io/WebRead.h"
 #include "support/HttpPeer.h"
 #include "support/TestMain.h"
+#include <atomic>
 #include <QNetworkProxy>
 #include <QProcess>
 #include <QSignalSpy>
@@ -135,10 +136,10 @@ private slots:
         QCOMPARE(ask(QStringLiteral("https://127.0.0.1:%1/").arg(peer.serverPort())).body, QByteArray("sealed"));
         QCOMPARE(ask(QStringLiteral("https://localhost:%1/").arg(peer.serverPort())).error, int(QNetworkReply::SslHandshakeFailedError));
         QSslConfiguration::setDefaultConfiguration(before);
+        std::atomic_int error{0};
         QThreadPool other; // whose connections are its own
-        int error = 0;
         other.start([&] { error = ask(QStringLiteral("https://127.0.0.1:%1/").arg(peer.serverPort())).error; });
-        QTRY_COMPARE(error, int(QNetworkReply::SslHandshakeFailedError));
+        QTRY_COMPARE(int(error), int(QNetworkReply::SslHandshakeFailedError));
     }
 };
 
