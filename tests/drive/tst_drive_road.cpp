@@ -367,8 +367,10 @@ void DriveRoadTest::control()
     QVERIFY(rig->waitOver(1));
     QCOMPARE(rig->over().first().fok, 39);
     QCOMPARE(rig->sumsDiffer(), QString());
+    QVERIFY(rig->farm.faults().set("http-delay=300")); // it's met before it's over
     rig->fetch("back");
     QVERIFY(comes([&] { return !down->farms().isEmpty() && down->farms().first().fup > 0; }));
+    rig->farm.faults().clear();
     DriveQueue::remove(UploadDDAO::Down, down->farms().first().pri);
     QVERIFY(comes([&] { return down->farms().isEmpty(); }));
     QVERIFY(comes([&] { return rig->read("back").keys().filter(QRegularExpression("\\.(xtemp|vd)$")).isEmpty(); }));
