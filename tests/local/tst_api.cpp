@@ -128,6 +128,19 @@ private slots:
         ProxyFactory::clear();
     }
 
+    // A port that another program has is taken once it's free.
+    void portIsTakenLater()
+    {
+        QTcpServer other;
+        QVERIFY(other.listen(QHostAddress::Any));
+        const int port = other.serverPort();
+        HttpServer late;
+        late.setRetry(10);
+        QVERIFY(!late.initHttpServer(port));
+        other.close();
+        QTRY_COMPARE(int(late.port()), port);
+    }
+
     void forwarded_data()
     {
         columns<QString, int, QByteArray>("target", "cmd", "body");

@@ -6,6 +6,7 @@
 #include "io/PortRelay.h"
 #include <QDebug>
 #include <QNetworkProxy>
+#include <utility>
 
 namespace
 {
@@ -32,9 +33,16 @@ HttpServer::~HttpServer()
 bool HttpServer::initHttpServer(int port)
 {
     CmdHand::initCmh();
-    if (m_server.listen(QHostAddress::Any, quint16(port)))
+    const bool again = std::exchange(m_taken, false);
+    if (m_server.listen(QHostAddress::Any, quint16(port))) {
+        if (again)
+            qDebug().noquote() << "HttpServer::initHttpServer" << port << "is free now";
         return true;
-    qWarning().noquote() << "HttpServer::initHttpServer" << port << m_server.errorString();
+    }
+    m_taken = true;
+    if (!again)
+        qWarning().noquote() << "HttpServer::initHttpServer" << port << m_server.errorString();
+    QTimer::singleShot(m_retryMs, this, [this, port] { initHttpServer(port); });
     return false;
 }
 

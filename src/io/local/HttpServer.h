@@ -40,12 +40,14 @@ public:
     static constexpr qint64 MaxBodies = HttpRequest::MaxBody;
 
     explicit HttpServer(QObject *parent = nullptr);
-    ~HttpServer() override;        // closes all connections
-    bool initHttpServer(int port); // all addresses; 0 takes a free port. False: not listening, logged
+    ~HttpServer() override; // closes all connections
+    // All addresses; 0 takes a free port. False: not listening, logged once, and tried again until the port is free.
+    bool initHttpServer(int port);
     quint16 port() const { return m_server.serverPort(); }
     int connections() const { return m_open.size(); }
     qint64 bodies() const { return m_bodies; }    // bytes held
     void setTimeout(int ms) { m_timeoutMs = ms; } // of connections to come; 30 s unless told
+    void setRetry(int ms) { m_retryMs = ms; }     // until the port is tried again; 10 s unless told
 
 private slots:
     void newConnect();
@@ -78,5 +80,6 @@ private:
     QTcpServer m_server;
     QHash<QTcpSocket *, Open> m_open;
     qint64 m_bodies = 0;
-    int m_timeoutMs = 30000;
+    int m_timeoutMs = 30000, m_retryMs = 10000;
+    bool m_taken = false; // by another program, when it was tried last
 };
