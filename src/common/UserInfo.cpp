@@ -142,7 +142,7 @@ void hide(const QString &folder)
 {
     platform::makePrivate(folder.toStdString(), true);
     for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files | QDir::Hidden | QDir::NoSymLinks))
-        platform::makePrivate(file.absoluteFilePath().toStdString(), false);
+        platform::makePrivate(file.absoluteFilePath().toStdString(), false, false); // a lock may be gone by now
 }
 
 template <class Member> Member locked(Member UserState::*member)

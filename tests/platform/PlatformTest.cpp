@@ -369,7 +369,8 @@ static int playPrivate(const fs::path &at)
     chmod((at / "old.db").c_str(), 0664);
     chmod(at.c_str(), 0755);
     const bool good = fd >= 0 && makePrivate(utf8(at / "old.db"), false) && makePrivate(utf8(at / "fresh.db"), false) &&
-                      makePrivate(utf8(at), true) && !makePrivate(utf8(at / "no" / "folder"), true);
+                      makePrivate(utf8(at), true) && !makePrivate(utf8(at / "no" / "folder"), true) &&
+                      !makePrivate(utf8(at / "gone.lock"), false, false) && !fs::exists(at / "gone.lock");
     {
         const OpenMask mask;
         std::ofstream(at / "child") << "x";

@@ -43,8 +43,8 @@ public:
     OpenMask &operator=(const OpenMask &) = delete;
 };
 // Takes away what other users may do with a file or folder that an earlier version made; makes the file where it's
-// missing. False on failure. Windows keeps the folder's own rights and answers true.
-bool makePrivate(const std::string &path, bool folder);
+// missing and make is set. False on failure. Windows keeps the folder's own rights and answers true.
+bool makePrivate(const std::string &path, bool folder, bool make = true);
 
 // A folder reached step by step from a root that the user chose. The root itself may be a link or lie behind some.
 // Below it a link is followed only where it belongs to this user or the system's, and what was reached can't be

@@ -209,9 +209,9 @@ OpenMask::~OpenMask()
         umask(PrivateMask);
 }
 
-bool makePrivate(const std::string &path, bool folder)
+bool makePrivate(const std::string &path, bool folder, bool make)
 {
-    const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (folder ? O_DIRECTORY : O_CREAT);
+    const int flags = O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC | (folder ? O_DIRECTORY : make ? O_CREAT : 0);
     const int fd = ::open(path.c_str(), flags, 0600);
     struct stat info;
     const bool good = isKind(fd, folder ? S_IFDIR : S_IFREG, &info) && fchmod(fd, info.st_mode & 0700) == 0;

@@ -147,10 +147,11 @@ void openMask() {}
 OpenMask::OpenMask() {}
 OpenMask::~OpenMask() {}
 
-bool makePrivate(const std::string &path, bool folder)
+bool makePrivate(const std::string &path, bool folder, bool make)
 {
     (void)path;
     (void)folder;
+    (void)make;
     return true;
 }
 
